@@ -1,0 +1,34 @@
+/// An intrusive, thread-safe reference count: the base of everything that a CoSharedPtr holds.
+///
+/// A new object counts zero: an interface that hands out a raw pointer hands it out uncounted, and the caller puts it in
+/// a CoSharedPtr, which deletes it with its last reference.
+#pragma once
+
+#include "zrExport.h"
+
+#include <atomic>
+
+namespace DM
+{
+
+class ZR_DM_API CoRefCountedMT
+{
+public:
+    CoRefCountedMT() = default;
+    virtual ~CoRefCountedMT() = default;
+
+    virtual void ref() const final { _count.fetch_add(1, std::memory_order_relaxed); }
+    /// Gives one reference back; true when it was the last, and the caller then deletes the object.
+    [[nodiscard]] virtual bool unref() const final { return _count.fetch_sub(1, std::memory_order_acq_rel) == 1; }
+    virtual int refCount() const final { return _count.load(std::memory_order_acquire); }
+
+protected:
+    /// A copy is a new object: it starts uncounted, and an assignment leaves both counts alone.
+    CoRefCountedMT(const CoRefCountedMT& /*other*/) {}
+    CoRefCountedMT& operator=(const CoRefCountedMT& /*other*/) { return *this; }
+
+private:
+    mutable std::atomic<int> _count{0};
+};
+
+} // namespace DM

@@ -1,0 +1,6 @@
+#include "zrVersion.h"
+
+const char* zrLibraryVersion()
+{
+    return ZR_LIBRARY_VERSION;
+}
