@@ -1,11 +1,14 @@
 # A room is one object library whose include directory reaches only the rooms that link it, so an include that runs
 # upward (a lower room asking for a higher room's header) does not compile.
 
-# zr_room(<name> DIR <dir> [DEPENDS <room>...])
+# zr_room(<name> DIR <dir> [DEPENDS <room>...] [USES <target>...] [LINKS <target>...] [DEFINES <definition>...])
 # Sources are the .cpp files of <dir> (of <dir>/src for base modules); public headers are the .h files of <dir>, less
 # those named *Imp.h, which stay private to the library.
+# USES: libraries of headers only, needed to compile this room and by nobody else.
+# LINKS: libraries that the product is linked with. Imported targets: the package is the name before "::", its pkg-config
+# module the same in lower case; both are how a static installation names what it needs.
 function(zr_room name)
-    cmake_parse_arguments(ROOM "" "DIR" "DEPENDS" ${ARGN})
+    cmake_parse_arguments(ROOM "" "DIR" "DEPENDS;USES;LINKS;DEFINES" ${ARGN})
     set(dir ${CMAKE_CURRENT_SOURCE_DIR}/${ROOM_DIR})
     file(GLOB sources CONFIGURE_DEPENDS ${dir}/*.cpp ${dir}/src/*.cpp)
     file(GLOB headers CONFIGURE_DEPENDS ${dir}/*.h)
@@ -13,8 +16,8 @@ function(zr_room name)
     if(sources)
         add_library(zr_${name} OBJECT ${sources})
         set(scope PUBLIC)
-        target_link_libraries(zr_${name} PRIVATE zr_build_flags)
-        target_compile_definitions(zr_${name} PRIVATE ZR_DM_BUILD)
+        target_link_libraries(zr_${name} PRIVATE zr_build_flags ${ROOM_USES} ${ROOM_LINKS})
+        target_compile_definitions(zr_${name} PRIVATE ZR_DM_BUILD ${ROOM_DEFINES})
         set_target_properties(
             zr_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden
                                   VISIBILITY_INLINES_HIDDEN ON)
@@ -30,18 +33,29 @@ function(zr_room name)
     foreach(lower IN LISTS ROOM_DEPENDS)
         target_link_libraries(zr_${name} ${scope} zr_${lower})
     endforeach()
+    set_property(GLOBAL APPEND PROPERTY ZR_ROOMS ${name})
+    set_property(GLOBAL APPEND PROPERTY ZR_LINKS ${ROOM_LINKS})
+    set_property(GLOBAL PROPERTY ZR_HEADERS_${name} ${headers})
     set_property(GLOBAL APPEND PROPERTY ZR_PUBLIC_HEADERS ${headers})
 endfunction()
 
+# Programs that a sanitizer's or the fuzzer's build needs, so that such a build stays small.
+add_custom_target(zr_thread_programs COMMENT "Test programs that start threads")
+add_custom_target(zr_fuzz_programs COMMENT "Fuzz targets")
+
 # zr_test(<name> SOURCES <file>... [LIBRARIES <target>...] [LABELS <label>...])
-# A GoogleTest program on the finished library; every TEST of it is a CTest test.
+# A GoogleTest program on the finished library; every TEST of it is a CTest test, in a process of its own. The label
+# "threads" is for programs that start threads: the thread sanitizer runs those.
 function(zr_test name)
     cmake_parse_arguments(TEST "" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${name} ${TEST_SOURCES})
     target_link_libraries(${name} PRIVATE zr_test_support ${TEST_LIBRARIES})
     target_precompile_headers(${name} REUSE_FROM zr_test_pch)
-    add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES LABELS "${TEST_LABELS}" TIMEOUT 600)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+                         PROPERTIES LABELS "${TEST_LABELS}" TIMEOUT 600)
+    if("threads" IN_LIST TEST_LABELS)
+        add_dependencies(zr_thread_programs ${name})
+    endif()
 endfunction()
 
 # zr_bench(<name> SOURCES <file>...): a Google Benchmark program; it prints ratios, and no test depends on a time.
@@ -52,12 +66,16 @@ function(zr_bench name)
 endfunction()
 
 # zr_fuzz(<name> SOURCES <file>... CORPUS <dir>): a libFuzzer target; with ZR_FUZZ_RUNS inputs it is a CTest test.
+# New inputs and crashes go to the build tree: the committed corpus is only read.
 function(zr_fuzz name)
     cmake_parse_arguments(FUZZ "" "CORPUS" "SOURCES;LIBRARIES" ${ARGN})
     add_executable(${name} ${FUZZ_SOURCES})
     target_link_libraries(${name} PRIVATE ZRdmtree zr_build_flags ${FUZZ_LIBRARIES})
     target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    add_dependencies(zr_fuzz_programs ${name})
+    set(found ${CMAKE_CURRENT_BINARY_DIR}/${name}-corpus)
+    file(MAKE_DIRECTORY ${found})
+    get_filename_component(corpus ${FUZZ_CORPUS} ABSOLUTE)
     add_test(NAME ${name} COMMAND ${name} -runs=${ZR_FUZZ_RUNS} -timeout=20 -rss_limit_mb=4096 -seed=1
-                                  ${CMAKE_CURRENT_BINARY_DIR}/${name}-corpus ${FUZZ_CORPUS})
-    file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/${name}-corpus)
+                                  -artifact_prefix=${CMAKE_CURRENT_BINARY_DIR}/${name}- ${found} ${corpus})
 endfunction()
