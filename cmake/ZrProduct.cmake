@@ -26,11 +26,11 @@ endfunction()
 
 # zr_product(<target> [COMPONENT <name>])
 # The library and its installation: headers, CMake package and pkg-config file. Shared or static by BUILD_SHARED_LIBS.
-# With COMPONENT it is a static one besides the product, built and installed only when asked for by name.
+# With COMPONENT it is a static one besides the product, of the same objects, installed only when asked for by name.
 function(zr_product target)
     cmake_parse_arguments(PRODUCT "" "COMPONENT" "" ${ARGN})
     if(PRODUCT_COMPONENT)
-        add_library(${target} STATIC EXCLUDE_FROM_ALL)
+        add_library(${target} STATIC)
         set(component COMPONENT ${PRODUCT_COMPONENT} EXCLUDE_FROM_ALL)
     else()
         add_library(${target})
