@@ -1,4 +1,32 @@
+#include "zrAssert.h"
+#include "zrTestInHouse.h"
+
 #include <gtest/gtest.h>
+
+#include <optional>
+
+namespace
+{
+
+const bool builtInHouse = zrIsTolvane();
+std::optional<ZrDisableTlvAssertGuard> customer(std::in_place);
+
+} // namespace
+
+ZrTestInHouse::ZrTestInHouse()
+{
+    customer.reset();
+}
+
+ZrTestInHouse::~ZrTestInHouse()
+{
+    customer.emplace();
+}
+
+bool ZrTestInHouse::available()
+{
+    return builtInHouse;
+}
 
 int main(int argc, char** argv)
 {

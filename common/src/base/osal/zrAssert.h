@@ -21,7 +21,8 @@
 /// absent from the environment. Computed on the first call, then cached.
 ZR_DM_API bool zrIsTolvane();
 
-/// Called when a soft assertion has failed: flushes the logs, asks the host's callback, prints the stack. True: stop.
+/// The gate that a failed soft or containment assertion asks: flushes the logs, asks the host's callback and prints the
+/// stack. True: stop.
 ZR_DM_API bool zrAllowAssert(const char* cond, const char* file, int line);
 
 /// Flushes every log and returns false, so that `(X) || zrAssertLogFlush()` is X.
@@ -29,10 +30,11 @@ ZR_DM_API bool zrAssertLogFlush();
 
 /// Receives every line of a stack trace; null (the default) means printf.
 using ZrAssertLogCallback = void (*)(const char* format, ...);
-/// Asked before a failed soft assertion stops the process; false: go on, without a stack trace.
+/// Asked before a failed soft or containment assertion stops the process; false: go on, without a stack trace.
 using ZrAllowAssertCallback = bool (*)(const char* cond, const char* file, int line, void* data);
 using ZrAssertLogFlushCallback = void (*)();
 
+/// The host installs its callbacks at start-up: they are process-wide and not synchronised. Null restores the default.
 ZR_DM_API void zrSetAssertLogCallback(ZrAssertLogCallback callback);
 ZR_DM_API void zrSetAllowAssertCallback(ZrAllowAssertCallback callback, void* data);
 ZR_DM_API void zrSetAssertLogFlushCallback(ZrAssertLogFlushCallback callback);
@@ -69,23 +71,22 @@ namespace zrAssertDetail
 {
 /// Prints the platform's standard assertion report and aborts.
 [[noreturn]] ZR_DM_API void fail(const char* expression, const char* file, int line, const char* function);
-/// A failed containment check: false when the host has opened the gate and the code is to go on.
-ZR_DM_API bool containmentStops(const char* cond, const char* file, int line);
 } // namespace zrAssertDetail
 
 #define ZR_ASSERT_SOFT(cond)                                                                                           \
     ((!zrIsTolvane() || (cond) || !zrAllowAssert(#cond, ZR_SOURCE_FILE, __LINE__))                                     \
          ? static_cast<void>(0)                                                                                        \
-         : zrAssertDetail::fail("!zrIsTolvane() || ( " #cond " ) || !zrAllowAssert(\"" #cond "\", __FILE__, __LINE__)", \
+         : zrAssertDetail::fail("!zrIsTolvane() || ( " #cond " ) || !zrAllowAssert(\"" #cond                           \
+                                "\", __FILE__, __LINE__)",                                                             \
                                 ZR_SOURCE_FILE, __LINE__, __PRETTY_FUNCTION__))
 
 #define ZR_ASSERT_HARD(cond)                                                                                           \
-    (((cond) || zrAssertLogFlush()) ? static_cast<void>(0)                                                             \
-                                    : zrAssertDetail::fail("(" #cond ") || zrAssertLogFlush()", ZR_SOURCE_FILE,        \
-                                                           __LINE__, __PRETTY_FUNCTION__))
+    (((cond) || zrAssertLogFlush())                                                                                    \
+         ? static_cast<void>(0)                                                                                        \
+         : zrAssertDetail::fail("(" #cond ") || zrAssertLogFlush()", ZR_SOURCE_FILE, __LINE__, __PRETTY_FUNCTION__))
 
 #define ZR_ASSERT_CONTAINMENT(cond)                                                                                    \
-    (((cond) || !zrAssertDetail::containmentStops(#cond, ZR_SOURCE_FILE, __LINE__))                                    \
+    (((cond) || !zrAllowAssert(#cond, ZR_SOURCE_FILE, __LINE__))                                                       \
          ? static_cast<void>(0)                                                                                        \
          : zrAssertDetail::fail("(" #cond ") || zrAssertLogFlush()", ZR_SOURCE_FILE, __LINE__, __PRETTY_FUNCTION__))
 

@@ -1,6 +1,6 @@
 /// The name under which a source file speaks in messages and assertion texts: "common/src/base/<module>/src/<file>" or
-/// "common/src/datamodel/libdm/<file>", whatever room of libdm it stands in and wherever the tree was built. Computed at
-/// compile time from __FILE__; a file outside the library keeps the path that the compiler was given.
+/// "common/src/datamodel/libdm/<file>", whatever room of libdm it stands in and wherever the tree was built. Computed
+/// at compile time from __FILE__; a file outside the library keeps the path that the compiler was given.
 #pragma once
 
 #include <cstddef>
@@ -44,7 +44,9 @@ consteval Text<N> shorten(const char (&path)[N])
 } // namespace zrSourcePathDetail
 
 #define ZR_SOURCE_FILE                                                                                                 \
-    ([]() noexcept -> const char* {                                                                                    \
-        static constexpr auto path = zrSourcePathDetail::shorten(__FILE__);                                            \
-        return path.data;                                                                                              \
-    }())
+    (                                                                                                                  \
+        []() noexcept -> const char*                                                                                   \
+        {                                                                                                              \
+            static constexpr auto path = zrSourcePathDetail::shorten(__FILE__);                                        \
+            return path.data;                                                                                          \
+        }())
