@@ -226,6 +226,6 @@ TEST(EnvVarRegistry, ListsDeclaredVariablesOnceTheyAreUsed)
     EXPECT_EQ(registry().search("ZR_TEST_FLAG")[0]->valueText(), "true");
     EXPECT_TRUE(flagHere().getValue());
     for (const char* const name : {"ZR_ASSERT_IGNORE_ALL", "ZR_DISABLE_ASSERT_STACKS", "ZR_ASSERT_STACK_SIZE",
-                                    "ZR_PROGRAM_TOLVANE_CHECK_DISABLED"})
+                                   "ZR_PROGRAM_TOLVANE_CHECK_DISABLED", "ZR_VERBOSE_EXCEPTIONS"})
         EXPECT_EQ(registry().search(name).size(), 1u) << name;
 }
