@@ -1,0 +1,64 @@
+#include "CoMutex.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace
+{
+
+bool fromAnotherThread(bool (DM::CoMutex::*operation)(), DM::CoMutex& mutex)
+{
+    bool result = false;
+    std::jthread([&] { result = (mutex.*operation)(); }).join();
+    return result;
+}
+
+TEST(Mutex, TellsAnOwnerWhoLocksAgainAndAStrangerWhoUnlocks)
+{
+    DM::CoMutex mutex;
+    EXPECT_FALSE(mutex.unlock());
+    ASSERT_TRUE(mutex.lock());
+    EXPECT_FALSE(mutex.lock());
+    EXPECT_FALSE(mutex.tryLock());
+    EXPECT_FALSE(fromAnotherThread(&DM::CoMutex::tryLock, mutex));
+    EXPECT_FALSE(fromAnotherThread(&DM::CoMutex::unlock, mutex));
+    EXPECT_TRUE(mutex.unlock());
+}
+
+TEST(Mutex, AGuardReleasesOnlyWhatItTook)
+{
+    DM::CoMutex mutex;
+    {
+        const DM::CoMutexGuard outer(mutex);
+        {
+            const DM::CoMutexGuard inner(mutex);
+        }
+        EXPECT_FALSE(fromAnotherThread(&DM::CoMutex::tryLock, mutex))
+            << "the inner guard has given up the outer's lock";
+    }
+    ASSERT_TRUE(mutex.tryLock());
+    EXPECT_TRUE(mutex.unlock());
+}
+
+TEST(Mutex, LetsOneThreadInAtATime)
+{
+    DM::CoMutex mutex;
+    int count = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back(
+                [&]
+                {
+                    for (int turn = 0; turn < 5000; ++turn)
+                    {
+                        const DM::CoMutexGuard guard(mutex);
+                        ++count;
+                    }
+                });
+    }
+    EXPECT_EQ(count, 20000);
+}
+
+} // namespace
