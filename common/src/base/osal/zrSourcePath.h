@@ -47,6 +47,6 @@ consteval Text<N> shorten(const char (&path)[N])
     (                                                                                                                  \
         []() noexcept -> const char*                                                                                   \
         {                                                                                                              \
-            static constexpr auto path = zrSourcePathDetail::shorten(__FILE__);                                        \
-            return path.data;                                                                                          \
+            static constexpr auto zrSourcePath = zrSourcePathDetail::shorten(__FILE__);                                \
+            return zrSourcePath.data;                                                                                  \
         }())
