@@ -1,0 +1,157 @@
+#include "CoConfigFileReader.h"
+#include "CoException.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+using DM::CoConfigFileReader;
+
+namespace
+{
+
+/// The value, "(none)" where there is none.
+std::string value(const CoConfigFileReader& reader, std::string_view section, std::string_view name)
+{
+    const std::string* const found = reader.find(section, name);
+    return found ? *found : "(none)";
+}
+
+/// What reading the text complains about, "" if it does not.
+std::string complaint(const std::string& text)
+{
+    try
+    {
+        CoConfigFileReader(text, "f");
+        return "";
+    }
+    catch (const DM::CoException& error)
+    {
+        return error.what();
+    }
+}
+
+TEST(ConfigFile, ReadsWhatTheSyntaxAllows)
+{
+    const struct
+    {
+        const char* text;
+        const char* name;
+        const char* value;
+    } cases[] = {
+        {"a=1", "a", "1"},
+        {"  a\t=  one two \t\r\n", "a", "one two"},
+        {"a = 1\na = 2", "a", "2"},
+        {"a =", "a", ""},
+        {"a = b = c", "a", "b = c"},
+        {"a = x#y;z", "a", "x#y;z"},
+        {"a = x # y", "a", "x"},
+        {"a = ;y", "a", ""},
+        {"# a = 1\n ;a = 2\n\n", "a", "(none)"},
+        {R"(a = "  x # y  " ; why)", "a", "  x # y  "},
+        {R"(a = "\"q\"\\\n\r\t")", "a", "\"q\"\\\n\r\t"},
+        {R"(a = C:\temp "here")", "a", R"(C:\temp "here")"},
+        {R"("a = b" = c)", "a = b", "c"},
+        {R"("" = c)", "", "c"},
+        {"\xEF\xBB\xBF"
+         "a = 1",
+         "a", "1"},
+        {"été = déjà vu", "été", "déjà vu"},
+        {"a = first\n[other]\na = second", "a", "first"},
+        {"[other]\nb = 1\n[]\na = 1", "a", "1"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(value(CoConfigFileReader(c.text, "f"), "", c.name), c.value) << c.text;
+}
+
+TEST(ConfigFile, SectionsKeepTheirNamesApart)
+{
+    const CoConfigFileReader reader("[ one ] # a comment\na = 1\n[\"two]\"]\na = 2\n[one]\nb = 3\n[empty]", "f");
+    EXPECT_EQ(value(reader, "one", "a"), "1");
+    EXPECT_EQ(value(reader, "one", "b"), "3");
+    EXPECT_EQ(value(reader, "two]", "a"), "2");
+    EXPECT_EQ(value(reader, "three", "a"), "(none)");
+    EXPECT_TRUE(reader.hasSection("empty"));
+    EXPECT_FALSE(reader.hasSection("three"));
+}
+
+TEST(ConfigFile, ABadLineIsReportedWithFileAndLine)
+{
+    const struct
+    {
+        std::string text;
+        const char* what;
+    } cases[] = {
+        {"a = 1\nb\nc = 2", "f:2: missing '='"},
+        {"\n\n= 1", "f:3: missing name before '='"},
+        {"[section", "f:1: missing ']'"},
+        {"[section] a = 1", "f:1: unexpected text at the end of the line"},
+        {"a = \"x\" y", "f:1: unexpected text at the end of the line"},
+        {"a = \"x\nb = 1", "f:1: missing closing quote"},
+        {"a = \"x\\", "f:1: missing closing quote"},
+        {"a = \"\\q\"", R"(f:1: unknown escape: only \", \\, \n, \r and \t are known)"},
+        {"a = 1\nb = " + std::string(CoConfigFileReader::maxLineLength, 'x'), "f:2: line too long"},
+        {std::string("a = 1\nb\0 = 2", 12), "f: binary data, not a configuration file"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(complaint(c.text), c.what);
+
+    try
+    {
+        CoConfigFileReader("a = 1\nnonsense here\n", "f");
+        FAIL();
+    }
+    catch (const DM::CoException& error)
+    {
+        EXPECT_STREQ(error.expertData(), "nonsense here");
+    }
+}
+
+TEST(ConfigFile, AFileThatIsNoneIsRefused)
+{
+    const struct
+    {
+        const char* path;
+        const char* part;
+    } cases[] = {
+        {"/no/such/file", "/no/such/file: cannot be opened: No such file or directory"},
+        {"", "cannot be opened"},
+        {"/", "/: cannot be read: Is a directory"},
+        {"/dev/zero", "/dev/zero: too large"},
+        {"/proc/self/exe", "binary data"},
+    };
+    for (const auto& c : cases)
+    {
+        try
+        {
+            const CoConfigFileReader reader{std::string(c.path)};
+            ADD_FAILURE() << c.path << " was read";
+        }
+        catch (const DM::CoException& error)
+        {
+            EXPECT_NE(std::string(error.what()).find(c.part), std::string::npos) << error.what();
+        }
+    }
+}
+
+TEST(ConfigFile, WhatIsWrittenReadsBack)
+{
+    const std::string texts[] = {"plain", "",     " blanks ", "a=b",   "[x]",   "#x",   ";x", "\"",   "\\",
+                                 "\\n",   "a\nb", "\t\r\n",   "a ] b", "x # y", "x\ry", "é€", "a\"b", "C:\\temp"};
+    std::string file = CoConfigFileReader::sectionLine("se[]ction");
+    for (const std::string& text : texts)
+        file += CoConfigFileReader::entryLine(text, "<" + text) + CoConfigFileReader::entryLine("<" + text, text);
+
+    const auto path = std::filesystem::temp_directory_path() / ("config-" + std::to_string(getpid()));
+    std::ofstream(path, std::ios::binary) << file;
+    const CoConfigFileReader reader(path.string());
+    std::filesystem::remove(path);
+    for (const std::string& text : texts)
+    {
+        EXPECT_EQ(value(reader, "se[]ction", text), "<" + text);
+        EXPECT_EQ(value(reader, "se[]ction", "<" + text), text);
+    }
+}
+
+} // namespace
