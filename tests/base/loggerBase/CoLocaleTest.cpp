@@ -1,0 +1,122 @@
+#include "CoLocale.h"
+#include "CoException.h"
+#include "zrCapturingRouter.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+using DM::CoLocale;
+
+namespace
+{
+
+/// A file with a name of its own, removed at the end.
+class ResourceFile
+{
+public:
+    explicit ResourceFile(const std::string& content = {})
+        : _path(std::filesystem::temp_directory_path() / ("locale-" + std::to_string(getpid())))
+    {
+        std::ofstream(_path) << content;
+    }
+    ~ResourceFile() { std::filesystem::remove(_path); }
+    ResourceFile(const ResourceFile&) = delete;
+    ResourceFile& operator=(const ResourceFile&) = delete;
+
+    const char* path() const { return _path.c_str(); }
+
+private:
+    std::filesystem::path _path;
+};
+
+class Locale : public testing::Test
+{
+protected:
+    const zrTest::CapturingRouter _router;
+    CoLocale::Entry _untitled{"tree.untitled", "untitled"};
+    CoLocale::Entry _quit{"app.quit", "Quit # \"now\"\n"};
+    CoLocale::Entry _later{"tree.untitled", "of the same tag"};
+};
+
+TEST_F(Locale, ATagHasTheTextOfItsFirstEntry)
+{
+    EXPECT_STREQ(CoLocale::lookupTag("tree.untitled"), "untitled");
+    EXPECT_STREQ(CoLocale::lookupTag("no.such.tag"), "Unknown");
+    {
+        const CoLocale::Entry shortLived("no.such.tag", "here");
+        EXPECT_STREQ(CoLocale::lookupTag("no.such.tag"), "here");
+    }
+    EXPECT_STREQ(CoLocale::lookupTag("no.such.tag"), "Unknown");
+    EXPECT_DEATH(CoLocale::lookupTag(nullptr), "common/src/base/loggerBase/src/CoLocale:.*`tag != 0'");
+}
+
+TEST_F(Locale, AResourceFileReplacesTheTextsThatItNames)
+{
+    const ResourceFile file("[French]\ntree.untitled = sans titre\nno.such.tag = x\n[German]\napp.quit = Beenden\n");
+    CoLocale::populateRegistry(file.path(), "French");
+    EXPECT_STREQ(CoLocale::lookupTag("tree.untitled"), "sans titre");
+    EXPECT_EQ(_later.text(), "sans titre");
+    EXPECT_EQ(_quit.text(), "Quit # \"now\"\n");
+    EXPECT_STREQ(CoLocale::lookupTag("no.such.tag"), "Unknown");
+    ASSERT_EQ(_router.messages.size(), 1u);
+    EXPECT_EQ(_router.messages[0].text(),
+              std::string("Loading localized 'French' strings from resource file '") + file.path() + "'.");
+    EXPECT_EQ(_router.messages[0].level(), DM::CoMsg::NoticeLevel);
+
+    CoLocale::populateRegistry(file.path(), "Klingon");
+    EXPECT_STREQ(CoLocale::lookupTag("tree.untitled"), "sans titre");
+}
+
+TEST_F(Locale, TheRegistryIsSortedByTag)
+{
+    for (const auto& [file, section] :
+         {std::pair<const char*, const char*>{nullptr, "s"}, {"f", nullptr}, {"", "s"}, {"f", ""}})
+    {
+        const auto added = std::make_unique<CoLocale::Entry>("a.tag", "text");
+        CoLocale::populateRegistry(file, section);
+        EXPECT_TRUE(std::is_sorted(CoLocale::registry().begin(), CoLocale::registry().end(),
+                                   [](const auto* a, const auto* b) { return *a < *b; }));
+    }
+    EXPECT_TRUE(_router.messages.empty()) << "nothing was loaded";
+    EXPECT_STREQ(CoLocale::lookupTag("tree.untitled"), "untitled") << "entries of one tag keep their order";
+}
+
+TEST_F(Locale, AFileThatCannotBeReadIsThrownAndReplacesNothing)
+{
+    const ResourceFile bad("[French]\ntree.untitled = sans titre\nnonsense\n");
+    for (const std::string& path : {std::string("/no/such/file"), std::string(bad.path())})
+    {
+        try
+        {
+            CoLocale::populateRegistry(path.c_str(), "French");
+            ADD_FAILURE() << path;
+        }
+        catch (const DM::CoException& error)
+        {
+            EXPECT_EQ(std::string(error.what()).rfind(path, 0), 0u) << error.what();
+        }
+    }
+    EXPECT_STREQ(CoLocale::lookupTag("tree.untitled"), "untitled");
+}
+
+TEST_F(Locale, ADumpReadsBack)
+{
+    const ResourceFile file;
+    CoLocale::dumpRegistry(file.path());
+    EXPECT_EQ(_router.messages.back().text(),
+              std::string("Locale registry successfully written to '") + file.path() + "'");
+    const std::string quit = _quit.text();
+    _quit.setText("changed");
+    CoLocale::populateRegistry(file.path(), CoLocale::dumpSection);
+    EXPECT_EQ(_quit.text(), quit);
+
+    EXPECT_THROW(CoLocale::dumpRegistry("/no/such/directory/file"), DM::CoException);
+    EXPECT_THROW(CoLocale::dumpRegistry("/dev/full"), DM::CoException);
+    EXPECT_THROW(CoLocale::dumpRegistry(nullptr), DM::CoException);
+}
+
+} // namespace

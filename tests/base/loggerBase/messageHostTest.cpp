@@ -1,0 +1,68 @@
+#include "zrRunCommand.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+namespace
+{
+
+TEST(MessageHost, PrintsWhatItsEnvironmentAsksFor)
+{
+    const struct
+    {
+        const char* scenario;
+        std::vector<std::string> environment;
+        const char* out;
+        const char* err;
+    } cases[] = {
+        {"allLevels", {}, "user\nerror\nwarn\nnotice\n", ""},
+        {"allLevels", {"ZR_MSG_LEVEL="}, "user\nerror\nwarn\nnotice\n", ""},
+        {"allLevels", {"ZR_MSG_LEVEL=warn"}, "user\nerror\nwarn\n", ""},
+        {"allLevels", {"ZR_MSG_LEVEL=warning"}, "", ""},
+        {"allLevels", {"ZR_MSG_LEVEL=debug"}, "user\nerror\nwarn\nnotice\ndebug\n", ""},
+        {"defaultLevel", {}, "user\nerror\nwarn\nnotice\ndebug\n", ""},
+        {"defaultLevel", {"ZR_MSG_LEVEL=error"}, "user\nerror\n", ""},
+        {"level", {"ZR_MSG_LEVEL=error"}, "user\nerror\nwarn\nnotice\ndebug\n", ""},
+        {"stderrLogger", {}, "on standard output again\n", "user\nerror\n"},
+        {"stderrLogger", {"ZR_MSG_LEVEL=warn"}, "on standard output again\n", "user\nerror\nwarn\n"},
+        {"stderrLogger", {"ZR_MSG_LEVEL=loud"}, "", ""},
+        {"console", {}, "clip Été\nfamily 2\n", ""},
+        {"nullFormatDropped", {}, "", ""},
+    };
+    for (const auto& c : cases)
+    {
+        const auto result = zrTest::runCommand({ZR_MESSAGE_HOST, c.scenario}, {.environment = c.environment});
+        EXPECT_EQ(result.exitCode, 0) << c.scenario;
+        EXPECT_EQ(result.out, c.out) << c.scenario;
+        EXPECT_EQ(result.err, c.err) << c.scenario;
+    }
+    const auto verbose = zrTest::runCommand({ZR_MESSAGE_HOST, "allLevels"}, {.environment = {"ZR_MSG_VERBOSE=1"}});
+    EXPECT_EQ(verbose.out.rfind("[user] ", 0), 0u) << verbose.out;
+}
+
+TEST(MessageHost, IsStoppedByItsProgrammingErrors)
+{
+    const struct
+    {
+        const char* scenario;
+        const char* expression;
+        const char* source;
+    } cases[] = {
+        {"nullFormat", "`fmt != 0'", "common/src/base/loggerBase/src/CoMsg:"},
+        {"nullFormatLastError", "`(fmt) || zrAssertLogFlush()'", "common/src/base/loggerBase/src/CoLastErrLogger:"},
+        {"noCallback", "`currentPIDCallback'", "common/src/base/loggerBase/src/CoMsg:"},
+        {"nullCallback", "`currentPIDCallback'", "common/src/base/loggerBase/src/CoMsg:"},
+        {"stderrLoggerTwice", "`&CoMsg::router() != this'", "common/src/base/loggerBase/src/CoStderrLogger:"},
+    };
+    for (const auto& c : cases)
+    {
+        const auto result = zrTest::runCommand({ZR_MESSAGE_HOST, c.scenario});
+        EXPECT_EQ(result.exitCode, -SIGABRT) << c.scenario;
+        EXPECT_EQ(result.out, "") << c.scenario;
+        EXPECT_NE(result.err.find(c.expression), std::string::npos) << result.err;
+        EXPECT_NE(result.err.find(c.source), std::string::npos) << result.err;
+    }
+}
+
+} // namespace
