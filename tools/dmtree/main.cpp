@@ -1,5 +1,6 @@
 #include "dmtree.h"
 
+#include "zrAssert.h"
 #include "zrVersion.h"
 
 #include <CLI/CLI.hpp>
@@ -18,6 +19,9 @@ constexpr std::initializer_list<dmtree::AddSubcommand> subcommands = {};
 int main(int argc, char** argv)
 try
 {
+    // A mistake in a document is an answer to its user, on an in-house installation too.
+    const ZrDisableTlvAssertGuard asForCustomers;
+
     CLI::App app("Works on timeline documents, time codes and cut lists.", "dmtree");
     app.set_version_flag("--version", std::string("dmtree ") + zrLibraryVersion());
     app.require_subcommand(1);
