@@ -93,9 +93,14 @@ CommandResult runCommand(const std::vector<std::string>& command, const CommandO
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), contentOf(out.get()), contentOf(err.get())};
 }
 
+const char* dmtreeProgram()
+{
+    return ZR_DMTREE_PROGRAM;
+}
+
 CommandResult runDmtree(std::vector<std::string> arguments, const CommandOptions& options)
 {
-    arguments.insert(arguments.begin(), ZR_DMTREE_PROGRAM);
+    arguments.insert(arguments.begin(), dmtreeProgram());
     return runCommand(arguments, options);
 }
 

@@ -31,7 +31,8 @@ struct CommandResult
 /// Runs `command[0]`, searched for in PATH unless it holds a slash, with the arguments behind it.
 CommandResult runCommand(const std::vector<std::string>& command, const CommandOptions& options = {});
 
-/// Runs the dmtree command of this build.
+/// The dmtree command of this build.
+const char* dmtreeProgram();
 CommandResult runDmtree(std::vector<std::string> arguments, const CommandOptions& options = {});
 
 } // namespace zrTest

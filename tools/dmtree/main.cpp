@@ -7,12 +7,15 @@
 
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 
 namespace
 {
 
 /// One row a subcommand, in the order of --help.
-constexpr std::initializer_list<dmtree::AddSubcommand> subcommands = {};
+constexpr std::initializer_list<dmtree::AddSubcommand> subcommands = {
+    dmtree::addEnv,
+};
 
 } // namespace
 
@@ -35,9 +38,18 @@ try
     }
     catch (const CLI::ParseError& error)
     {
+        // A word that is no subcommand is named, instead of telling that there is none.
+        if (app.get_subcommands().empty() && !app.remaining().empty())
+        {
+            app.exit(CLI::ExtrasError({app.remaining().front()}));
+            return dmtree::Unusable;
+        }
         return app.exit(error) == 0 ? dmtree::Fine : dmtree::Unusable;
     }
-    return run ? run() : dmtree::Unusable;
+    const int exitCode = run ? run() : dmtree::Unusable;
+    if (!std::cout.flush())
+        throw std::runtime_error("cannot write to standard output");
+    return exitCode;
 }
 catch (const std::exception& error)
 {
