@@ -1,0 +1,203 @@
+#include "dmNumberText.h"
+
+#include "dmPropertyType.h"
+
+#include <clocale>
+#include <cstdlib>
+#include <limits>
+#include <locale.h>
+#include <string>
+
+namespace dmNumberText
+{
+namespace
+{
+
+template <class Char>
+bool isBlank(Char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+template <class Char>
+bool isDigit(Char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+template <class Char>
+std::basic_string_view<Char> withoutBlanks(std::basic_string_view<Char> text)
+{
+    std::size_t i = 0;
+    while (i < text.size() && isBlank(text[i]))
+        ++i;
+    text.remove_prefix(i);
+    return text;
+}
+
+/// A saturated value for what no 64-bit number holds; negative numbers wrap for unsigned types, as strtoull has it.
+template <class T, class Char>
+T parseInteger(std::basic_string_view<Char> text)
+{
+    constexpr auto largest = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
+    std::size_t i = 0;
+    bool negative = false;
+    if (!text.empty() && (text[0] == '-' || text[0] == '+'))
+    {
+        negative = text[0] == '-';
+        i = 1;
+    }
+    const std::uint64_t limit = negative && std::is_signed_v<T> ? largest + 1 : largest;
+    std::uint64_t value = 0;
+    for (; i < text.size() && isDigit(text[i]); ++i)
+    {
+        const auto digit = static_cast<std::uint64_t>(text[i] - '0');
+        if (value > (limit - digit) / 10)
+        {
+            if (negative && std::is_signed_v<T>)
+                return std::numeric_limits<T>::min();
+            return std::numeric_limits<T>::max();
+        }
+        value = value * 10 + digit;
+    }
+    return static_cast<T>(negative ? std::uint64_t{0} - value : value);
+}
+
+/// strtod in the classic locale, for the values that std::from_chars does not tell apart: too large or too small.
+template <class T>
+T convertOutOfRange(const std::string& number)
+{
+    static const locale_t classic = newlocale(LC_ALL_MASK, "C", nullptr);
+    T value = 0;
+    if constexpr (std::is_same_v<T, float>)
+        value = strtof_l(number.c_str(), nullptr, classic);
+    else
+        value = strtod_l(number.c_str(), nullptr, classic);
+    constexpr T largest = std::numeric_limits<T>::max();
+    return value > largest ? largest : value < -largest ? -largest : value;
+}
+
+template <class T>
+T convert(const char* first, const char* last)
+{
+    const char* const digits = *first == '+' ? first + 1 : first; // from_chars takes no plus sign
+    T value = 0;
+    const std::from_chars_result result = std::from_chars(digits, last, value);
+    if (result.ec == std::errc::result_out_of_range)
+        return convertOutOfRange<T>(std::string(first, last));
+    // All that was taken must be a number: "1e" and "." are none.
+    return result.ec == std::errc() && result.ptr == last ? value : T(0);
+}
+
+/// The length of the longest text that a stream takes for a floating number: digits around at most one point, then
+/// perhaps an exponent.
+template <class Char>
+std::size_t floatingLength(std::basic_string_view<Char> text)
+{
+    std::size_t i = 0;
+    const auto sign = [&]
+    {
+        if (i < text.size() && (text[i] == '-' || text[i] == '+'))
+            ++i;
+    };
+    sign();
+    bool point = false;
+    bool mantissa = false;
+    for (; i < text.size(); ++i)
+    {
+        if (isDigit(text[i]))
+            mantissa = true;
+        else if (text[i] == '.' && !point)
+            point = true;
+        else
+            break;
+    }
+    if (mantissa && i < text.size() && (text[i] == 'e' || text[i] == 'E'))
+    {
+        ++i;
+        sign();
+        while (i < text.size() && isDigit(text[i]))
+            ++i;
+    }
+    return i;
+}
+
+template <class T, class Char>
+T parseFloating(std::basic_string_view<Char> text)
+{
+    const std::size_t length = floatingLength(text);
+    if (length == 0)
+        return T(0);
+    if constexpr (std::is_same_v<Char, char>)
+        return convert<T>(text.data(), text.data() + length);
+    else
+    {
+        char few[64];
+        std::string many;
+        char* narrow = few;
+        if (length > sizeof(few))
+        {
+            many.resize(length);
+            narrow = many.data();
+        }
+        for (std::size_t i = 0; i < length; ++i)
+            narrow[i] = static_cast<char>(text[i]);
+        return convert<T>(narrow, narrow + length);
+    }
+}
+
+template <class Char>
+bool parseBool(std::basic_string_view<Char> text)
+{
+    constexpr std::string_view word = "true";
+    if (text.size() < word.size())
+        return false;
+    for (std::size_t i = 0; i < word.size(); ++i)
+        if (text[i] != word[i])
+            return false;
+    return true;
+}
+
+template <class T, class Char>
+T parseCharacter(std::basic_string_view<Char> text)
+{
+    if (text.empty())
+        return T(0);
+    const auto code = static_cast<std::uint32_t>(static_cast<std::make_unsigned_t<Char>>(text[0]));
+    return static_cast<T>(code < 256 ? code : '_');
+}
+
+} // namespace
+
+template <class T, class Char>
+T parse(std::basic_string_view<Char> text)
+{
+    text = withoutBlanks(text);
+    if constexpr (std::is_same_v<T, bool>)
+        return parseBool(text);
+    else if constexpr (sizeof(T) == 1)
+        return parseCharacter<T>(text);
+    else if constexpr (std::is_floating_point_v<T>)
+        return parseFloating<T>(text);
+    else
+        return parseInteger<T>(text);
+}
+
+// Every number type that a property is stored as, from wide text and from UTF-8.
+#define DM_PARSE(T)                                                                                                    \
+    template ZR_DM_API T parse<T, wchar_t>(std::wstring_view);                                                         \
+    template ZR_DM_API T parse<T, char>(std::string_view);
+DM_PARSE(std::int32_t)
+DM_PARSE(std::uint32_t)
+DM_PARSE(std::int16_t)
+DM_PARSE(std::uint16_t)
+DM_PARSE(std::int64_t)
+DM_PARSE(std::uint64_t)
+DM_PARSE(signed char)
+DM_PARSE(unsigned char)
+DM_PARSE(float)
+DM_PARSE(double)
+DM_PARSE(bool)
+#undef DM_PARSE
+
+} // namespace dmNumberText

@@ -1,0 +1,59 @@
+#include "dmPropertyFactory.h"
+
+#include <algorithm>
+
+DmPropertyFactory& DmPropertyFactory::getInstance()
+{
+    static DmPropertyFactory factory;
+    return factory;
+}
+
+eDmErrorId DmPropertyFactory::registerCreator(const DmString& className, DmPropertyCreator creator)
+{
+    const bool added = _creators.try_emplace(std::wstring(className.view()), creator).second;
+    return added ? DM_NO_ERROR : DM_PROPERTYSET_ALREADY_EXIST;
+}
+
+eDmErrorId DmPropertyFactory::createPropertySetInstance(const DmString& className, const DmNodeId& parentId, int index,
+                                                        DmPropertySet*& out) const
+{
+    const DmPropertyCreator creator = findCreator(className.view());
+    return creator ? create(creator, parentId, index, out) : DM_PROPERTY_NOT_FOUND;
+}
+
+DmPropertyCreator DmPropertyFactory::findCreator(std::wstring_view className) const
+{
+    const auto found = _creators.find(className);
+    return found == _creators.end() ? nullptr : found->second;
+}
+
+eDmErrorId DmPropertyFactory::create(DmPropertyCreator creator, const DmNodeId& parentId, int index,
+                                     DmPropertySet*& out) const
+{
+    // Taken before the object is made, so that creations inside it, or beside it, never share an id.
+    const std::uint64_t number = _nextId.fetch_add(1, std::memory_order_relaxed);
+    const bool attributes = _createDefaultAttributes.load(std::memory_order_relaxed);
+    if (parentId.isEmpty())
+        return creator(DmNodeId(number), out, attributes);
+    return creator(DmNodeId(parentId, index, number), out, attributes);
+}
+
+eDmErrorId DmPropertyFactory::createBare(DmPropertyCreator creator, DmPropertySet*& out) const
+{
+    return creator(DmNodeId(_nextId.fetch_add(1, std::memory_order_relaxed)), out, false);
+}
+
+bool DmPropertyFactory::setCreateDefaultAttributes(bool create)
+{
+    return _createDefaultAttributes.exchange(create);
+}
+
+std::vector<DmString> DmPropertyFactory::classNames() const
+{
+    std::vector<DmString> names;
+    names.reserve(_creators.size());
+    for (const auto& entry : _creators)
+        names.emplace_back(std::wstring_view(entry.first));
+    std::sort(names.begin(), names.end(), [](const DmString& a, const DmString& b) { return a < b; });
+    return names;
+}

@@ -1,0 +1,216 @@
+/// The base of every object of the data model: an object whose typed fields are described once per class by a table of
+/// definitions, which drives access by name and by index, relevance, comparison, text forms and documents.
+///
+///     DmCueMark mark ...;
+///     double time = 0;
+///     mark.getPropertyValue(L"cueMarkTime", DM_DOUBLE, &time);
+///     mark.setPropertyValueFromStr(L"cueMarkTime", L"86400");
+///
+/// How a class declares its properties: dmDeclare.h. Objects are counted and held through CoSharedPtr.
+///
+/// Threads: reference counts are atomic; a setter takes the object's mutex around its store. Reads, listeners and
+/// look-ups take no lock. Nothing throws.
+#pragma once
+
+#include "CoMutex.h"
+#include "dmNodeId.h"
+#include "dmPropertyDef.h"
+
+#include <atomic>
+
+/// Is told of every change of the objects it is registered with.
+class ZR_DM_API DmPropertyListener
+{
+public:
+    virtual ~DmPropertyListener() = default;
+    virtual void onPropertyChanged(const DmNodeId& id, eDmPropType type, const DmString& propertyName) = 0;
+};
+
+/// A property by index or by name: every operation takes either.
+class DmPropertyRef
+{
+public:
+    DmPropertyRef(int index)
+        : _index(index)
+    {
+    }
+    DmPropertyRef(const DmString& name)
+        : _name(name.view())
+    {
+    }
+    DmPropertyRef(const wchar_t* name)
+        : _name(name ? std::wstring_view(name) : std::wstring_view())
+    {
+    }
+
+    int indexIn(const DmPropertySetData& data) const { return _name.data() ? data.find(_name) : _index; }
+
+private:
+    std::wstring_view _name;
+    int _index = -1;
+};
+
+class ZR_DM_API DmPropertySet : public CoRefCountedMT
+{
+public:
+    /// `classData` is the class's table: made here for the first instance, shared by all later ones.
+    DmPropertySet(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData);
+    /// The copy shares the table, has the same id and dirty flag, and no listeners.
+    DmPropertySet(const DmPropertySet& other);
+    ~DmPropertySet() override;
+
+    /// Declares the class's properties (dmDeclare.h); called for the first instance that the factory makes.
+    virtual eDmErrorId createList() = 0;
+    /// Gives a fresh object its default contents where the class has any.
+    virtual eDmErrorId createAttributes();
+    [[nodiscard]] virtual CoSharedPtr<DmPropertySet> clone() const = 0;
+    /// The class's name: its key in the factory and in documents.
+    virtual DmString getPSetName() const = 0;
+    /// The object from which the property of that index is addressed: the set itself, unless a class keeps some of its
+    /// fields in a member of their own.
+    virtual const void* getBase(int index) const;
+
+    // Declaration.
+
+    /// Adds a property to the class's table; only from createList(). Properties are added in index order; the field
+    /// must lie inside getBase(index) of this instance; the default lives as long as the class. A reserved name is
+    /// refused with DM_PROPERTY_ALREADY_EXIST; a duplicate or a bad index is reported by message and adds nothing.
+    eDmErrorId addProperty(const DmString& name, eDmPropType type, void* fieldAddress, int index, bool skipIfDefault,
+                           const void* defaultValue, DmSerializer serializer = nullptr,
+                           DmUnserializer unserializer = nullptr);
+
+    // Introspection.
+
+    const DmPropertySetData& classData() const { return *_data; }
+    eDmErrorId getNumberOfProps(int& count) const;
+    eDmErrorId getPropertyName(int index, DmString& name) const;
+    eDmErrorId getPropertyIndex(const DmString& name, int& index) const;
+    eDmErrorId getPropertyDef(int index, DmPropertyDef& def) const;
+    eDmErrorId getPropertyType(DmPropertyRef property, eDmPropType& type) const;
+    /// Whether the property is worth saving: it is always written, or differs from its default.
+    bool isPropertyRelevant(int index) const;
+    /// The field of a property, of its storage type; null for an index that no property has.
+    const void* fieldOf(int index) const;
+
+    // Single values: `out` and `in` point at a variable of the property's storage type.
+
+    eDmErrorId getPropertyValue(DmPropertyRef property, eDmPropType type, void* out) const;
+    eDmErrorId setPropertyValue(DmPropertyRef property, eDmPropType type, const void* in);
+    /// With the type of the definition.
+    eDmErrorId setPropertyValue(const DmString& name, const void* in);
+
+    // Vectors: `value` points at a variable of the element type. An element that is not there: DM_BAD_INDEX.
+
+    eDmErrorId addValueInPropertyList(DmPropertyRef property, eDmPropType type, const void* value);
+    /// Before the element; the number of elements is allowed and appends.
+    eDmErrorId insertValueInPropertyList(DmPropertyRef property, eDmPropType type, int element, const void* value);
+    eDmErrorId getListSize(DmPropertyRef property, eDmPropType type, int& size) const;
+    eDmErrorId clearList(DmPropertyRef property, eDmPropType type);
+    eDmErrorId removeValueFromPropertyList(DmPropertyRef property, eDmPropType type, int element);
+    eDmErrorId getValueFromPropertyList(DmPropertyRef property, eDmPropType type, int element, void* value) const;
+    eDmErrorId setValueFromPropertyList(DmPropertyRef property, eDmPropType type, int element, const void* value);
+
+    // Maps: `value` points at a DmPropertySetPtr. Keys are not empty (DM_EMPTY_ID) and hold no zero (DM_BAD_VALUE).
+
+    /// An existing key is DM_PROPERTY_ALREADY_EXIST.
+    eDmErrorId addValueInPropertyMap(DmPropertyRef property, eDmPropType type, const DmString& key, const void* value);
+    eDmErrorId getMapSize(DmPropertyRef property, eDmPropType type, int& size) const;
+    eDmErrorId clearMap(DmPropertyRef property, eDmPropType type);
+    /// An absent key is DM_BAD_INDEX.
+    eDmErrorId removeValueFromPropertyMap(DmPropertyRef property, eDmPropType type, const DmString& key);
+    /// An absent key gives null and DM_NO_ERROR.
+    eDmErrorId getValueFromPropertyMap(DmPropertyRef property, eDmPropType type, const DmString& key,
+                                       void* value) const;
+    /// Inserts or replaces.
+    eDmErrorId setValueFromPropertyMap(DmPropertyRef property, eDmPropType type, const DmString& key,
+                                       const void* value);
+    /// The keys in map order. An empty map leaves the array as it was.
+    eDmErrorId getKeysFromPropertyMap(int index, eDmPropType type, DmStringArray& keys) const;
+
+    // Text forms (dmPropertyText.h).
+
+    /// The text of a value; of a vector's first element. `hasSerializer`, if given, learns whether the class brings its
+    /// own text form. Every misuse of index or type is DM_BAD_PROPERTY_TYPE.
+    eDmErrorId getStrFromPropertyValue(int index, eDmPropType type, DmString& out, bool* hasSerializer) const;
+    /// Sets a value from its text; appends the element to a vector.
+    eDmErrorId setPropertyValueFromStr(const DmString& name, eDmPropType type, const DmString& text);
+    eDmErrorId setPropertyValueFromStr(const DmString& name, const DmString& text);
+
+    // Listeners are not owned. A notification walks a snapshot: one that unregisters itself, or another, in it is safe.
+
+    eDmErrorId registerListener(DmPropertyListener* listener);
+    eDmErrorId unregisterListener(DmPropertyListener* listener);
+    void notify(const DmNodeId& id, eDmPropType type, const DmString& propertyName);
+
+    // State.
+
+    bool isDirty() const { return _dirty.load(std::memory_order_relaxed); }
+    void cleanDirty() { _dirty.store(false, std::memory_order_relaxed); }
+    /// true: takes the object's mutex without waiting, DM_CANNOT_LOCK when it is held. false: releases it.
+    eDmErrorId lockPropertySet(bool lock);
+    /// Releases the mutex; always DM_CANNOT_UNLOCK, which callers have come to expect.
+    eDmErrorId unlockPropertySet();
+    const DmNodeId& getNodeId() const { return _id; }
+    /// Finds the object that an id names, here or in the lists below. `out` is not counted. DM_NOT_ME when it is
+    /// neither.
+    eDmErrorId getPropertySetFromNodeId(const DmNodeId& id, DmPropertySet*& out);
+
+    /// Makes this object, and what it holds, a constant: every setter answers DM_CANNOT_LOCK from now on. For defaults
+    /// that many objects share.
+    void freeze();
+    bool isFrozen() const { return _frozen.load(std::memory_order_relaxed); }
+
+protected:
+    /// The typed setter: the value's C++ type must be the one in which the property is stored.
+    template <class Value>
+    eDmErrorId set(int index, const Value& value);
+
+private:
+    template <class Owner>
+    friend class DmDeclaration;
+    template <class T>
+    friend class DmPropertySetInit;
+    friend class DmSetAccess;
+
+    DmPropertySet& operator=(const DmPropertySet&) = delete;
+
+    void* fieldOf(int index, const DmPropertyDef& def) const;
+    eDmErrorId find(DmPropertyRef property, eDmPropType type, const DmPropertyDef*& def, int& index) const;
+    eDmErrorId setStored(int index, eDmPropType storedAs, const void* in);
+    eDmErrorId store(const DmPropertyDef& def, int index, const void* in);
+    eDmErrorId checkSlot(const DmPropertyDef& def, const DmPropertySet* set) const;
+    template <class Visitor>
+    eDmErrorId readList(DmPropertyRef property, eDmPropType type, Visitor&& visitor) const;
+    template <class Visitor>
+    eDmErrorId changeList(DmPropertyRef property, eDmPropType type, Visitor&& visitor);
+    eDmErrorId findMap(DmPropertyRef property, eDmPropType type, const DmPropertyDef*& def, int& index) const;
+    template <class Visitor>
+    eDmErrorId changeMap(DmPropertyRef property, eDmPropType type, Visitor&& visitor);
+    void changed(const DmPropertyDef& def);
+    void nameClass();
+    DmPropertyDef* lastAdded(int expectedIndex);
+    const void* keepDefault(std::shared_ptr<const void> value);
+
+    std::atomic<bool> _dirty{false};
+    std::atomic<bool> _frozen{false};
+    CoSharedPtr<DmPropertySetData> _data;
+    DmNodeId _id;
+    std::unique_ptr<std::vector<DmPropertyListener*>> _listeners; ///< made for the first listener
+    mutable DM::CoMutex _lock;
+};
+
+template <class Value>
+eDmErrorId DmPropertySet::set(int index, const Value& value)
+{
+    constexpr eDmPropType type = dmTypeOf<Value>;
+    if constexpr (type == DM_NB_TYPES && std::is_convertible_v<const Value&, DmPropertySetPtr>)
+    {
+        const DmPropertySetPtr pointer(value);
+        return setStored(index, DM_PROPERTY_SET, &pointer);
+    }
+    else
+    {
+        static_assert(dmIsAtomic(type), "set() is for single values");
+        return setStored(index, type, &value);
+    }
+}

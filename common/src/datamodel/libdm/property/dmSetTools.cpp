@@ -1,0 +1,455 @@
+#include "dmSetTools.h"
+
+#include "dmNesting.h"
+#include "dmPropertyFactory.h"
+#include "dmUtf8.h"
+
+#include "zrAssert.h"
+
+#include <cstring>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace
+{
+
+/// The sets that an operation is inside of, from the current one up.
+struct Level
+{
+    const Level* above = nullptr;
+    const DmPropertySet* set = nullptr;
+    int depth = 0;
+
+    static eDmErrorId enter(const Level* above, const DmPropertySet& set, Level& level)
+    {
+        level = {above, &set, above ? above->depth + 1 : 0};
+        if (level.depth >= dmMaxNesting)
+            return DM_BAD_VALUE;
+        for (const Level* up = above; up; up = up->above)
+            if (up->set == &set)
+                return DM_BAD_VALUE;
+        return DM_NO_ERROR;
+    }
+};
+
+template <class T>
+T numberAt(const void* field)
+{
+    T value;
+    std::memcpy(&value, field, sizeof(T));
+    return value;
+}
+
+template <class T>
+bool sameNumber(T a, T b)
+{
+    return a == b || (a != a && b != b);
+}
+
+// Walk
+
+class Walk
+{
+public:
+    explicit Walk(DmPropertyWalker& walker)
+        : _walker(walker)
+    {
+    }
+
+    eDmErrorId properties(const DmPropertySet& set, const DmPropertyPath* above, const Level* levelAbove)
+    {
+        Level level;
+        if (const eDmErrorId status = Level::enter(levelAbove, set, level); status != DM_NO_ERROR)
+            return status;
+        const DmPropertySetData& data = set.classData();
+        for (int i = 0; i < data.size() && !_stopped; ++i)
+        {
+            DmPropertyPath path{above, &set, i, -1, nullptr};
+            const DmWalkStep step = _walker.property(path);
+            _stopped = step == DmWalkStep::Stop;
+            if (step == DmWalkStep::Into)
+                if (const eDmErrorId status = elements(path, data.at(i)->_type, level); status != DM_NO_ERROR)
+                    return status;
+        }
+        return DM_NO_ERROR;
+    }
+
+private:
+    eDmErrorId elements(DmPropertyPath& path, eDmPropType type, const Level& level)
+    {
+        const void* const field = path.field();
+        if (type == DM_PROPERTY_SET)
+            return held(path, *static_cast<const DmPropertySetPtr*>(field), level);
+        eDmErrorId status = DM_NO_ERROR;
+        if (type == DM_VECTOR_PROPERTY_SET)
+        {
+            for (const DmPropertySetPtr& element : *static_cast<const DmPropertySetVector*>(field))
+            {
+                ++path.element;
+                if (status = held(path, element, level); status != DM_NO_ERROR || _stopped)
+                    break;
+            }
+        }
+        else if (type == DM_MAP_PROPERTY_SET)
+        {
+            for (const auto& [key, entry] : *static_cast<const DmPropertySetMap*>(field))
+            {
+                path.key = &key;
+                if (status = held(path, entry, level); status != DM_NO_ERROR || _stopped)
+                    break;
+            }
+        }
+        return status;
+    }
+
+    eDmErrorId held(const DmPropertyPath& path, const DmPropertySetPtr& set, const Level& level)
+    {
+        if (!set)
+            return DM_NO_ERROR;
+        const DmWalkStep step = _walker.held(path, *set);
+        _stopped = step == DmWalkStep::Stop;
+        return step == DmWalkStep::Into ? properties(*set, &path, &level) : DM_NO_ERROR;
+    }
+
+    DmPropertyWalker& _walker;
+    bool _stopped = false;
+};
+
+// Comparison
+
+class Comparison
+{
+public:
+    explicit Comparison(std::string* difference)
+        : _difference(difference)
+    {
+    }
+
+    eDmErrorId sets(const DmPropertySet& a, const DmPropertySet& b, const DmPropertyPath* above,
+                    const Level* levelAbove, bool& equal)
+    {
+        equal = true;
+        if (&a == &b)
+            return DM_NO_ERROR;
+        if (&a.classData() != &b.classData())
+            return differs(above, equal);
+        Level level;
+        if (const eDmErrorId status = Level::enter(levelAbove, a, level); status != DM_NO_ERROR)
+            return status;
+        const bool shared = a.refCount() > 1 && b.refCount() > 1;
+        if (shared && _known.contains({&a, &b}))
+            return DM_NO_ERROR;
+        const DmPropertySetData& data = a.classData();
+        for (int i = 0; i < data.size() && equal; ++i)
+        {
+            DmPropertyPath path{above, &a, i, -1, nullptr};
+            if (const eDmErrorId status = fields(path, a.fieldOf(i), b.fieldOf(i), level, equal); status != DM_NO_ERROR)
+                return status;
+        }
+        if (shared && equal)
+            _known.insert({&a, &b});
+        return DM_NO_ERROR;
+    }
+
+private:
+    struct PairHash
+    {
+        std::size_t operator()(const std::pair<const void*, const void*>& pair) const
+        {
+            return std::hash<const void*>()(pair.first) * 31 + std::hash<const void*>()(pair.second);
+        }
+    };
+
+    eDmErrorId differs(const DmPropertyPath* path, bool& equal)
+    {
+        equal = false;
+        if (_difference)
+            *_difference = path ? path->text() : std::string();
+        return DM_NO_ERROR;
+    }
+
+    eDmErrorId fields(DmPropertyPath& path, const void* a, const void* b, const Level& level, bool& equal)
+    {
+        return dmVisitStorage(
+            path.def()._type,
+            [&]<class T>(std::type_identity<T>) -> eDmErrorId
+            {
+                if constexpr (std::is_void_v<T>)
+                    return DM_TYPE_NOT_IMPLEMENTED;
+                else if constexpr (DmNumberStorage<T>)
+                    return sameNumber(numberAt<T>(a), numberAt<T>(b)) ? DM_NO_ERROR : differs(&path, equal);
+                else
+                    return values(path, *static_cast<const T*>(a), *static_cast<const T*>(b), level, equal);
+            });
+    }
+
+    eDmErrorId values(DmPropertyPath& path, const DmString& a, const DmString& b, const Level&, bool& equal)
+    {
+        return a == b ? DM_NO_ERROR : differs(&path, equal);
+    }
+
+    eDmErrorId values(DmPropertyPath& path, const DmPropertySetPtr& a, const DmPropertySetPtr& b, const Level& level,
+                      bool& equal)
+    {
+        if (a && b)
+            return sets(*a, *b, &path, &level, equal);
+        return !a && !b ? DM_NO_ERROR : differs(&path, equal);
+    }
+
+    template <class Element>
+    eDmErrorId values(DmPropertyPath& path, const std::vector<Element>& a, const std::vector<Element>& b,
+                      const Level& level, bool& equal)
+    {
+        if (a.size() != b.size())
+            return differs(&path, equal);
+        for (std::size_t i = 0; i < a.size() && equal; ++i)
+        {
+            path.element = static_cast<int>(i);
+            if constexpr (DmNumberStorage<Element>)
+            {
+                if (!sameNumber(a[i], b[i]))
+                    return differs(&path, equal);
+            }
+            else if (const eDmErrorId status = values(path, a[i], b[i], level, equal); status != DM_NO_ERROR)
+                return status;
+        }
+        return DM_NO_ERROR;
+    }
+
+    eDmErrorId values(DmPropertyPath& path, const DmPropertySetMap& a, const DmPropertySetMap& b, const Level& level,
+                      bool& equal)
+    {
+        if (a.size() != b.size())
+            return differs(&path, equal);
+        for (auto left = a.begin(), right = b.begin(); left != a.end() && equal; ++left, ++right)
+        {
+            path.key = &left->first;
+            if (left->first != right->first)
+                return differs(&path, equal);
+            if (const eDmErrorId status = values(path, left->second, right->second, level, equal);
+                status != DM_NO_ERROR)
+                return status;
+        }
+        return DM_NO_ERROR;
+    }
+
+    std::string* _difference;
+    std::unordered_set<std::pair<const void*, const void*>, PairHash> _known; ///< shared sets found equal
+};
+
+} // namespace
+
+// Copy: a fresh object that nobody else sees yet is filled without its lock and its listeners.
+
+class DmSetAccess
+{
+public:
+    eDmErrorId copy(const DmPropertySet& source, const Level* levelAbove, DmPropertySetPtr& out)
+    {
+        if (source.isFrozen())
+        {
+            out = DmPropertySetPtr(const_cast<DmPropertySet*>(&source)); // frozen: sharing hands out nothing to change
+            return DM_NO_ERROR;
+        }
+        const bool shared = source.refCount() > 1;
+        if (shared)
+            if (const auto found = _copies.find(&source); found != _copies.end())
+            {
+                out = found->second;
+                return DM_NO_ERROR;
+            }
+        Level level;
+        if (const eDmErrorId status = Level::enter(levelAbove, source, level); status != DM_NO_ERROR)
+            return status;
+
+        const DmPropertySetData& data = source.classData();
+        DmPropertySet* made = nullptr;
+        const eDmErrorId created = create(data, made);
+        const DmPropertySetPtr target(made);
+        if (created != DM_NO_ERROR)
+            return created;
+        for (int i = 0; i < data.size(); ++i)
+        {
+            const DmPropertyDef& def = *data.at(i);
+            const eDmErrorId status =
+                dmVisitStorage(def._type,
+                               [&]<class T>(std::type_identity<T>) -> eDmErrorId
+                               {
+                                   const void* const from = source.fieldOf(i, def);
+                                   void* const to = target->fieldOf(i, def);
+                                   if constexpr (std::is_void_v<T>)
+                                       return DM_TYPE_NOT_IMPLEMENTED;
+                                   else if constexpr (DmNumberStorage<T>)
+                                       std::memcpy(to, from, sizeof(T));
+                                   else
+                                       return values(*static_cast<const T*>(from), *static_cast<T*>(to), level);
+                                   return DM_NO_ERROR;
+                               });
+            if (status != DM_NO_ERROR)
+                return status;
+        }
+        if (shared)
+            _copies.emplace(&source, target);
+        out = target;
+        return DM_NO_ERROR;
+    }
+
+private:
+    eDmErrorId create(const DmPropertySetData& data, DmPropertySet*& out)
+    {
+        // Most objects beside each other are of few classes: the last look-up is often the next one's.
+        if (_lastClass != &data)
+        {
+            _lastCreator = DmPropertyFactory::getInstance().findCreator(data.className().view());
+            _lastClass = &data;
+        }
+        return _lastCreator ? DmPropertyFactory::getInstance().createBare(_lastCreator, out) : DM_PROPERTY_NOT_FOUND;
+    }
+
+    eDmErrorId values(const DmString& from, DmString& to, const Level&)
+    {
+        if (from.empty() && to.empty())
+            return DM_NO_ERROR;
+        to = from;
+        return to.length() == from.length() ? DM_NO_ERROR : DM_BAD_VALUE;
+    }
+
+    eDmErrorId values(const DmPropertySetPtr& from, DmPropertySetPtr& to, const Level& level)
+    {
+        to.reset();
+        return from ? copy(*from, &level, to) : DM_NO_ERROR;
+    }
+
+    template <class Element>
+    eDmErrorId values(const std::vector<Element>& from, std::vector<Element>& to, const Level& level)
+    {
+        if constexpr (DmNumberStorage<Element>)
+            to = from;
+        else
+        {
+            to.clear();
+            to.resize(from.size());
+            for (std::size_t i = 0; i < from.size(); ++i)
+                if (const eDmErrorId status = values(from[i], to[i], level); status != DM_NO_ERROR)
+                    return status;
+        }
+        return DM_NO_ERROR;
+    }
+
+    eDmErrorId values(const DmPropertySetMap& from, DmPropertySetMap& to, const Level& level)
+    {
+        to.clear();
+        for (const auto& [key, entry] : from)
+        {
+            const auto place = to.emplace_hint(to.end(), key, DmPropertySetPtr());
+            if (const eDmErrorId status = values(entry, place->second, level); status != DM_NO_ERROR)
+                return status;
+        }
+        return DM_NO_ERROR;
+    }
+
+    std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _copies; ///< of what is held more than once
+    const DmPropertySetData* _lastClass = nullptr;
+    DmPropertyCreator _lastCreator = nullptr;
+};
+
+std::string DmPropertyPath::text() const
+{
+    std::string text = above ? above->text() + '/' : std::string();
+    text += def()._utf8Name;
+    if (element >= 0)
+        text += '[' + std::to_string(element) + ']';
+    if (key)
+        text += "[\"" + dmUtf8(*key) + "\"]";
+    return text;
+}
+
+DmWalkStep DmPropertyWalker::held(const DmPropertyPath& /*path*/, const DmPropertySet& /*set*/)
+{
+    return DmWalkStep::Into;
+}
+
+eDmErrorId dmWalk(const DmPropertySet& set, DmPropertyWalker& walker)
+{
+    return Walk(walker).properties(set, nullptr, nullptr);
+}
+
+eDmErrorId dmDeepEqual(const DmPropertySet& a, const DmPropertySet& b, bool& equal, std::string* difference)
+{
+    const eDmErrorId status = Comparison(difference).sets(a, b, nullptr, nullptr, equal);
+    if (status != DM_NO_ERROR)
+        equal = false;
+    return status;
+}
+
+eDmErrorId dmDeepCopy(const DmPropertySet& source, CoSharedPtr<DmPropertySet>& copy)
+{
+    DmPropertySetPtr result;
+    const eDmErrorId status = DmSetAccess().copy(source, nullptr, result);
+    if (status == DM_NO_ERROR)
+        copy = result;
+    return status;
+}
+
+bool DmPropertySet_Atomic_Utils::compareAtomicManip(const DmPropertySet& set, int index, const void* value)
+{
+    const DmPropertyDef* const def = set.classData().at(index);
+    ZR_ASSERT_SOFT(def);
+    if (!def || !value)
+        return false;
+    const void* const field = set.fieldOf(index);
+    return dmVisitStorage(
+        def->_type,
+        [&]<class T>(std::type_identity<T>)
+        {
+            if constexpr (std::is_void_v<T>)
+            {
+                ZR_ASSERT_SOFT(!"Type not implemented!");
+                return false;
+            }
+            else if constexpr (DmNumberStorage<T>)
+                return numberAt<T>(field) == numberAt<T>(value);
+            else if constexpr (std::same_as<T, DmString>)
+                return *static_cast<const DmString*>(field) == *static_cast<const DmString*>(value);
+            else if constexpr (std::same_as<T, DmPropertySetPtr>)
+            {
+                const DmPropertySet* const nested = static_cast<const DmPropertySetPtr*>(field)->get();
+                const DmPropertySet* const other = static_cast<const DmPropertySetPtr*>(value)->get();
+                if (!nested || !other)
+                    return false;
+                if (nested == other)
+                    return true;
+                const DmPropertySetData& data = nested->classData();
+                const DmPropertySetData& otherData = other->classData();
+                const bool sameClass = &data == &otherData;
+                if (data.size() != otherData.size())
+                {
+                    ZR_ASSERT_SOFT(0);
+                    return false;
+                }
+                for (int i = 0; i < data.size(); ++i)
+                {
+                    const DmPropertyDef& propertyDef = *data.at(i);
+                    const DmPropertyDef& defaultPropertyDef = *otherData.at(i);
+                    if (!sameClass)
+                    {
+                        ZR_ASSERT_SOFT(propertyDef._name == defaultPropertyDef._name);
+                        ZR_ASSERT_SOFT(propertyDef._type == defaultPropertyDef._type);
+                        ZR_ASSERT_SOFT(propertyDef._offset == defaultPropertyDef._offset);
+                        if (propertyDef._name != defaultPropertyDef._name ||
+                            propertyDef._type != defaultPropertyDef._type ||
+                            propertyDef._offset != defaultPropertyDef._offset)
+                            return false; // going on would read one class's memory with the other's offsets
+                    }
+                    if (!compareAtomicManip(*nested, i, other->fieldOf(i)))
+                        return false;
+                }
+                return true;
+            }
+            else
+            {
+                ZR_ASSERT_SOFT(!"Type not an atomic type!");
+                return false;
+            }
+        });
+}

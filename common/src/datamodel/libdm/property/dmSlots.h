@@ -1,0 +1,93 @@
+/// Members that hold other property sets and know of which class: what a model class declares as nested-set, vector and
+/// map properties. The property layer stores them as their untyped bases and keeps objects of other classes out, so the
+/// casts here always hold.
+///
+///     DmNested<DmFrameResolution> _resolution;      // one, or null
+///     DmSetList<DmCueMark> _cueMarks;               // in order; an element may be null
+///     DmSetMap<DmAnimationChannel> _channels;       // by name, in key order
+#pragma once
+
+#include "dmPropertySet.h"
+
+/// Tells the property layer which class a slot holds. Needs the class to be complete.
+template <class T>
+const DmHeldClass* dmHeldClassOf()
+{
+    static constexpr DmHeldClass held{T::className,
+                                      [](const DmPropertySet& set) { return dynamic_cast<const T*>(&set) != nullptr; }};
+    return &held;
+}
+
+template <class T>
+class DmNested : public DmPropertySetPtr
+{
+public:
+    using Held = T;
+
+    DmNested() = default;
+    DmNested(const CoSharedPtr<T>& set)
+        : DmPropertySetPtr(set)
+    {
+    }
+
+    T* get() const { return static_cast<T*>(DmPropertySetPtr::get()); }
+    T* operator->() const { return get(); }
+    T& operator*() const { return *get(); }
+    CoSharedPtr<T> share() const { return CoSharedPtr<T>(get()); }
+
+    /// The object to edit: a shared default is first replaced by a copy of its own. Null when there is none.
+    T* forChange()
+    {
+        if (*this && get()->isFrozen())
+            DmPropertySetPtr::operator=(get()->clone());
+        return get();
+    }
+};
+
+template <class T>
+class DmSetList : public DmPropertySetVector
+{
+public:
+    using Held = T;
+
+    /// Null when there is no such element, or when it is null.
+    T* at(int index) const
+    {
+        return static_cast<std::size_t>(index) < size() ? static_cast<T*>(data()[static_cast<std::size_t>(index)].get())
+                                                        : nullptr;
+    }
+    int count() const { return static_cast<int>(size()); }
+
+    /// A list of clones.
+    DmSetList cloned() const
+    {
+        DmSetList copies;
+        copies.reserve(size());
+        for (const DmPropertySetPtr& element : *this)
+            copies.push_back(element ? element->clone() : DmPropertySetPtr());
+        return copies;
+    }
+};
+
+template <class T>
+class DmSetMap : public DmPropertySetMap
+{
+public:
+    using Held = T;
+
+    /// Null when there is no such key, or when its entry is null.
+    T* at(const DmString& key) const
+    {
+        const auto found = find(key);
+        return found == end() ? nullptr : static_cast<T*>(found->second.get());
+    }
+
+    /// A map of clones.
+    DmSetMap cloned() const
+    {
+        DmSetMap copies;
+        for (const auto& [key, entry] : *this)
+            copies.emplace_hint(copies.end(), key, entry ? entry->clone() : DmPropertySetPtr());
+        return copies;
+    }
+};

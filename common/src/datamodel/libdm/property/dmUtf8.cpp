@@ -1,0 +1,103 @@
+#include "dmUtf8.h"
+
+#include "CoUtf8.h"
+
+#include <cstdint>
+
+namespace CoUtf8 = DM::CoUtf8;
+
+namespace
+{
+
+void append(std::string& out, char32_t unit)
+{
+    char bytes[CoUtf8::maxBytes];
+    out.append(bytes, CoUtf8::encode(unit, bytes));
+}
+
+/// A well-formed sequence by its first byte: its length, and the range that its second byte must lie in.
+struct Sequence
+{
+    unsigned length = 0;
+    unsigned char low = 0x80;
+    unsigned char high = 0xBF;
+};
+
+Sequence sequenceOf(unsigned char first)
+{
+    if (first < 0x80)
+        return {1};
+    if (first < 0xC2 || first > 0xF4)
+        return {0};
+    if (first < 0xE0)
+        return {2};
+    if (first < 0xF0)
+        return {3, static_cast<unsigned char>(first == 0xE0 ? 0xA0 : 0x80),
+                static_cast<unsigned char>(first == 0xED ? 0x9F : 0xBF)};
+    return {4, static_cast<unsigned char>(first == 0xF0 ? 0x90 : 0x80),
+            static_cast<unsigned char>(first == 0xF4 ? 0x8F : 0xBF)};
+}
+
+/// Calls `put` with each character; false where the text is ill-formed.
+template <class Put>
+bool decode(std::string_view utf8, Put put)
+{
+    for (std::size_t i = 0; i < utf8.size();)
+    {
+        const auto at = [&](std::size_t k) { return static_cast<unsigned char>(utf8[i + k]); };
+        const Sequence sequence = sequenceOf(at(0));
+        if (sequence.length == 0 || sequence.length > utf8.size() - i)
+            return false;
+        std::uint32_t c = sequence.length == 1 ? at(0) : at(0) & (0xFFU >> (sequence.length + 1));
+        for (unsigned k = 1; k < sequence.length; ++k)
+        {
+            const unsigned char next = at(k);
+            if (next < (k == 1 ? sequence.low : 0x80) || next > (k == 1 ? sequence.high : 0xBF))
+                return false;
+            c = (c << 6) | (next & 0x3FU);
+        }
+        put(static_cast<wchar_t>(c));
+        i += sequence.length;
+    }
+    return true;
+}
+
+} // namespace
+
+bool dmFromUtf8(std::string_view utf8, DmString& out)
+{
+    std::size_t count = 0;
+    if (!decode(utf8, [&count](wchar_t) { ++count; }) || count >= 0xFFFFFFFF)
+        return false;
+    DmString text;
+    if (!text.allocNewBuff(static_cast<unsigned>(count)))
+        return false;
+    unsigned length = 0;
+    if (count != 0)
+    {
+        static_cast<void>(decode(utf8, [&](wchar_t c) { text[length++] = c; }));
+        text[length] = 0;
+    }
+    out.swap(text);
+    return true;
+}
+
+bool dmToUtf8(std::wstring_view text, std::string& out)
+{
+    for (const wchar_t unit : text)
+    {
+        if (!CoUtf8::isCharacter(static_cast<char32_t>(unit)))
+            return false;
+        append(out, static_cast<char32_t>(unit));
+    }
+    return true;
+}
+
+std::string dmUtf8(std::wstring_view text)
+{
+    std::string out;
+    out.reserve(text.size());
+    for (const wchar_t unit : text)
+        append(out, static_cast<char32_t>(unit));
+    return out;
+}
