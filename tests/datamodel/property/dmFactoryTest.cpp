@@ -1,0 +1,84 @@
+#include "testSets.h"
+
+#include "dmPropertyFactory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace
+{
+
+std::uint64_t numberOf(const DmPropertySet& set)
+{
+    std::uint64_t number = 0;
+    EXPECT_EQ(set.getNodeId().back(number), DM_NO_ERROR);
+    return number;
+}
+
+CoSharedPtr<DmPropertySet> make(const wchar_t* name, const DmNodeId& parent = DmNodeId(), int index = 0)
+{
+    DmPropertySet* made = nullptr;
+    EXPECT_EQ(DmPropertyFactory::getInstance().createPropertySetInstance(name, parent, index, made), DM_NO_ERROR);
+    return CoSharedPtr<DmPropertySet>(made);
+}
+
+} // namespace
+
+TEST(Factory, CountsIdsOfRegisteredClassesOnly)
+{
+    const auto first = make(L"TestPoint");
+    DmPropertySet* untouched = first.get();
+    EXPECT_EQ(DmPropertyFactory::getInstance().createPropertySetInstance(L"Testpoint", DmNodeId(), 0, untouched),
+              DM_PROPERTY_NOT_FOUND);
+    EXPECT_EQ(DmPropertyFactory::getInstance().createPropertySetInstance(L"", DmNodeId(), 0, untouched),
+              DM_PROPERTY_NOT_FOUND);
+    EXPECT_EQ(untouched, first.get());
+    const auto second = make(L"TestPoint");
+    EXPECT_EQ(numberOf(*second), numberOf(*first) + 1);
+    const auto child = make(L"TestPoint", second->getNodeId(), 4);
+    EXPECT_TRUE(child->getNodeId() == DmNodeId(second->getNodeId(), 4, numberOf(*second) + 1));
+}
+
+TEST(Factory, BuildsAClassesTableOnce)
+{
+    const auto first = make(L"TestEvery");
+    const auto second = make(L"TestEvery");
+    EXPECT_EQ(TestEvery::listsCreated, 1);
+    EXPECT_EQ(&first->classData(), &second->classData());
+    EXPECT_TRUE(first->getPSetName() == L"TestEvery" && first->classData().className() == L"TestEvery");
+}
+
+TEST(Factory, GivesDefaultAttributesWhenAsked)
+{
+    DmPropertyFactory& factory = DmPropertyFactory::getInstance();
+    EXPECT_FALSE(factory.setCreateDefaultAttributes(true));
+    const auto with = TestEvery::create();
+    EXPECT_TRUE(factory.setCreateDefaultAttributes(true));
+    EXPECT_TRUE(factory.setCreateDefaultAttributes(false));
+    EXPECT_TRUE(with->attributes() == L"attributes");
+    EXPECT_TRUE(TestEvery::create()->attributes().empty());
+}
+
+TEST(Factory, KeepsTheFirstRegistrationOfAName)
+{
+    DmPropertyFactory& factory = DmPropertyFactory::getInstance();
+    EXPECT_EQ(factory.registerCreator(L"TestPoint", nullptr), DM_PROPERTYSET_ALREADY_EXIST);
+    EXPECT_TRUE(make(L"TestPoint"));
+    const std::vector<DmString> names = factory.classNames();
+    EXPECT_TRUE(std::is_sorted(names.begin(), names.end(), [](const auto& a, const auto& b) { return a < b; }));
+    EXPECT_NE(std::find(names.begin(), names.end(), DmString(L"TestPoint")), names.end());
+    EXPECT_DEATH(const DmPropertySetInit<TestPoint> again, "status == DM_NO_ERROR");
+}
+
+TEST(Factory, LetsGoOfWhatNobodyHolds)
+{
+    auto point = TestPoint::create();
+    EXPECT_EQ(point->refCount(), 1);
+    {
+        const DmPropertySetPtr second = point;
+        EXPECT_EQ(point->refCount(), 2);
+    }
+    EXPECT_EQ(point->clone()->refCount(), 1);
+    EXPECT_EQ(point->refCount(), 1);
+}

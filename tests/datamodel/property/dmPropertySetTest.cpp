@@ -1,0 +1,342 @@
+#include "testSets.h"
+
+#include "dmUtf8.h"
+#include "zrTestInHouse.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+struct Change
+{
+    DmNodeId id;
+    eDmPropType type;
+    DmString name;
+};
+
+/// Writes down what it is told, and may do something the first time.
+class Recorder : public DmPropertyListener
+{
+public:
+    void onPropertyChanged(const DmNodeId& id, eDmPropType type, const DmString& propertyName) override
+    {
+        changes.push_back({id, type, propertyName});
+        if (const auto action = std::exchange(once, nullptr))
+            action();
+    }
+
+    std::vector<Change> changes;
+    std::function<void()> once;
+};
+
+/// A class that declares by hand, to reach what declare() rules out.
+class TestByHand final : public DmConcrete<TestByHand>
+{
+public:
+    static constexpr const wchar_t* className = L"TestByHand";
+
+    explicit TestByHand(const DmNodeId& id)
+        : DmConcrete(id, DmPropertySetInit<TestByHand>::data())
+    {
+    }
+    eDmErrorId createList() override { return DM_NO_ERROR; }
+
+    eDmErrorId add(const wchar_t* name, int index) { return addProperty(name, DM_INT, &_value, index, false, nullptr); }
+
+private:
+    int _value = 0;
+};
+
+const DmPropertySetInit<TestByHand> registration;
+
+} // namespace
+
+TEST(PropertyDeclaration, RefusesWhatCannotBeDeclared)
+{
+    const auto set = TestByHand::create();
+    EXPECT_EQ(set->add(L"VERSION", 0), DM_PROPERTY_ALREADY_EXIST);
+    EXPECT_EQ(set->classData().size(), 0);
+    EXPECT_EQ(set->add(L"version", 0), DM_NO_ERROR);
+    EXPECT_EQ(set->add(L"version", 1), DM_NO_ERROR) << "a duplicate is reported, and adds nothing";
+    EXPECT_EQ(set->add(L"b", 5), DM_NO_ERROR) << "a bad index likewise";
+    EXPECT_EQ(set->add(L"b", -1), DM_NO_ERROR);
+    EXPECT_EQ(set->classData().size(), 1);
+    EXPECT_IN_HOUSE_DEATH(static_cast<void>(set->add(L"VERSION", 1)), "Reserved property name");
+    EXPECT_IN_HOUSE_DEATH(static_cast<void>(set->add(L"version", 1)), "outcome == DM_NO_ERROR");
+}
+
+TEST(PropertyDeclaration, FollowsFromTheMembers)
+{
+    const auto set = TestOptional::create();
+    const struct
+    {
+        const wchar_t* name;
+        eDmPropType type;
+        bool skipIfDefault;
+        const wchar_t* held;
+    } rows[] = {{L"kind", DM_INT, false, nullptr},
+                {L"number", DM_FLOAT, true, nullptr},
+                {L"notANumber", DM_FLOAT, true, nullptr},
+                {L"shared", DM_PROPERTY_SET, true, L"TestPoint"},
+                {L"list", DM_VECTOR_PROPERTY_SET, true, L"TestPoint"},
+                {L"hex", DM_INT, true, nullptr},
+                {L"any", DM_PROPERTY_SET, false, nullptr},
+                {L"anything", DM_VECTOR_PROPERTY_SET, false, nullptr}};
+    int count = 0;
+    EXPECT_EQ(set->getNumberOfProps(count), DM_NO_ERROR);
+    ASSERT_EQ(count, static_cast<int>(std::size(rows)));
+    for (int i = 0; i < count; ++i)
+    {
+        DmPropertyDef def;
+        DmString name;
+        int index = -1;
+        ASSERT_EQ(set->getPropertyDef(i, def), DM_NO_ERROR);
+        EXPECT_TRUE(set->getPropertyName(i, name) == DM_NO_ERROR && name == rows[i].name);
+        EXPECT_TRUE(set->getPropertyIndex(rows[i].name, index) == DM_NO_ERROR && index == i);
+        EXPECT_EQ(def._type, rows[i].type);
+        EXPECT_EQ(def._skipIfDefault, rows[i].skipIfDefault);
+        EXPECT_TRUE(rows[i].held ? def._held && DmString(def._held->name) == rows[i].held : !def._held);
+    }
+}
+
+TEST(PropertyValue, IsReachedByIndexAndByNameWithItsTypeOnly)
+{
+    const auto set = TestEvery::create();
+    std::int32_t value = 42;
+    std::int32_t read = 0;
+    EXPECT_EQ(set->setPropertyValue(0, DM_INT, &value), DM_NO_ERROR);
+    EXPECT_TRUE(set->getPropertyValue(L"int", DM_INT, &read) == DM_NO_ERROR && read == 42);
+    value = 43;
+    EXPECT_EQ(set->setPropertyValue(L"int", &value), DM_NO_ERROR);
+    EXPECT_TRUE(set->getPropertyValue(0, DM_INT, &read) == DM_NO_ERROR && read == 43);
+
+    eDmPropType type = DM_NB_TYPES;
+    DmPropertyDef def;
+    DmString name;
+    for (const int index :
+         {-1, set->classData().size(), std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
+    {
+        EXPECT_EQ(set->getPropertyValue(index, DM_INT, &read), DM_PROPERTY_NOT_FOUND);
+        EXPECT_EQ(set->setPropertyValue(index, DM_INT, &value), DM_PROPERTY_NOT_FOUND);
+        EXPECT_EQ(set->getPropertyName(index, name), DM_PROPERTY_NOT_FOUND);
+        EXPECT_EQ(set->getPropertyDef(index, def), DM_PROPERTY_NOT_FOUND);
+        EXPECT_EQ(set->getPropertyType(index, type), DM_PROPERTY_NOT_FOUND);
+        EXPECT_TRUE(set->isPropertyRelevant(index));
+    }
+    for (const wchar_t* const unknown : {L"", L"Int", L"integer"})
+    {
+        EXPECT_EQ(set->getPropertyValue(unknown, DM_INT, &read), DM_PROPERTY_NOT_FOUND);
+        EXPECT_EQ(set->setPropertyValue(DmString(unknown), &value), DM_PROPERTY_NOT_FOUND);
+    }
+    for (const eDmPropType other :
+         {DM_UINT, DM_ENUM, DM_STRING, DM_VECTOR_INT, DM_NB_TYPES, static_cast<eDmPropType>(99)})
+    {
+        EXPECT_EQ(set->getPropertyValue(0, other, &read), DM_BAD_PROPERTY_TYPE);
+        EXPECT_EQ(set->setPropertyValue(0, other, &value), DM_BAD_PROPERTY_TYPE);
+    }
+}
+
+TEST(PropertyValue, OfACollectionIsNotSetWholeButAnnounced)
+{
+    const auto set = TestEvery::create();
+    Recorder recorder;
+    ASSERT_EQ(set->registerListener(&recorder), DM_NO_ERROR);
+    std::vector<std::int32_t> list;
+    EXPECT_EQ(set->getPropertyValue(L"ints", DM_VECTOR_INT, &list), DM_TYPE_NOT_IMPLEMENTED);
+    EXPECT_TRUE(recorder.changes.empty());
+    EXPECT_EQ(set->setPropertyValue(L"ints", DM_VECTOR_INT, &list), DM_TYPE_NOT_IMPLEMENTED);
+    EXPECT_EQ(recorder.changes.size(), 1U);
+    EXPECT_TRUE(set->isDirty());
+}
+
+TEST(TypedSetter, ChecksTheStoredType)
+{
+    const auto point = TestPoint::create();
+    EXPECT_EQ(point->setX(3), DM_NO_ERROR);
+    EXPECT_EQ(point->getX(), 3);
+    EXPECT_EQ(point->setXAsInt(4), DM_BAD_PROPERTY_TYPE);
+    EXPECT_EQ(point->getX(), 3);
+}
+
+TEST(ConstantProperty, TakesNoOtherValueByAnyRoute)
+{
+    const auto set = TestOptional::create();
+    std::int32_t kind = 8;
+    EXPECT_EQ(set->setPropertyValue(TestOptional::Kind, DM_INT, &kind), DM_BAD_VALUE);
+    EXPECT_EQ(set->setPropertyValue(L"kind", &kind), DM_BAD_VALUE);
+    EXPECT_EQ(set->setPropertyValueFromStr(L"kind", L"8"), DM_BAD_VALUE);
+    EXPECT_FALSE(set->isDirty());
+    EXPECT_EQ(set->setPropertyValueFromStr(L"kind", L"7"), DM_NO_ERROR);
+}
+
+TEST(Relevance, IsDifferenceFromTheDefault)
+{
+    const auto set = TestOptional::create();
+    const bool fresh[] = {true, false, true /* NaN equals nothing */, false, false, false, true, true};
+    for (int i = 0; i < static_cast<int>(std::size(fresh)); ++i)
+        EXPECT_EQ(set->isPropertyRelevant(i), fresh[i]) << i;
+    EXPECT_EQ(set->setNumber(0.5F), DM_NO_ERROR);
+    EXPECT_TRUE(set->isPropertyRelevant(TestOptional::Number));
+    EXPECT_EQ(set->setNumber(0.25F), DM_NO_ERROR);
+    EXPECT_FALSE(set->isPropertyRelevant(TestOptional::Number));
+
+    const auto equal = TestPoint::create();
+    EXPECT_EQ(set->setShared(equal), DM_NO_ERROR);
+    EXPECT_FALSE(set->isPropertyRelevant(TestOptional::Shared)) << "another object with the same values";
+    EXPECT_EQ(equal->setLabel(L"other"), DM_NO_ERROR);
+    EXPECT_TRUE(set->isPropertyRelevant(TestOptional::Shared));
+    EXPECT_EQ(set->setShared(nullptr), DM_NO_ERROR);
+    EXPECT_TRUE(set->isPropertyRelevant(TestOptional::Shared));
+
+    const DmPropertySetPtr element;
+    EXPECT_EQ(set->addValueInPropertyList(L"list", DM_VECTOR_PROPERTY_SET, &element), DM_NO_ERROR);
+    EXPECT_TRUE(set->isPropertyRelevant(TestOptional::List));
+}
+
+TEST(SharedDefault, IsFrozenAndCopiedForChange)
+{
+    const auto set = TestOptional::create();
+    const auto other = TestOptional::create();
+    const TestOptional& constant = *set;
+    const TestPoint* const shared = constant.getShared();
+    EXPECT_EQ(shared, const_cast<const TestOptional&>(*other).getShared());
+    auto* const frozen = const_cast<TestPoint*>(shared);
+    double x = 9;
+    EXPECT_EQ(frozen->setX(9), DM_CANNOT_LOCK);
+    EXPECT_EQ(frozen->setPropertyValue(L"x", DM_DOUBLE, &x), DM_CANNOT_LOCK);
+    EXPECT_EQ(frozen->setPropertyValueFromStr(L"x", L"9"), DM_CANNOT_LOCK);
+
+    EXPECT_EQ(set->getShared()->setX(9), DM_NO_ERROR);
+    EXPECT_EQ(constant.getShared()->getX(), 9);
+    EXPECT_EQ(other->getShared()->getX(), 1.5);
+    EXPECT_TRUE(set->isPropertyRelevant(TestOptional::Shared));
+    EXPECT_FALSE(other->isPropertyRelevant(TestOptional::Shared)) << "its own copy still equals the default";
+}
+
+TEST(Slot, RefusesAnotherClassAtEveryDoor)
+{
+    const auto set = TestEvery::create();
+    const DmPropertySetPtr wrong = TestOptional::create();
+    const DmPropertySetPtr right = TestPoint::create();
+    const auto doors = [&](const DmPropertySetPtr& value)
+    {
+        return std::vector<eDmErrorId>{set->setPropertyValue(L"point", DM_PROPERTY_SET, &value),
+                                       set->setPropertyValue(set->classData().find(L"point"), DM_PROPERTY_SET, &value),
+                                       set->setPropertyValue(DmString(L"point"), &value),
+                                       set->addValueInPropertyList(L"points", DM_VECTOR_PROPERTY_SET, &value),
+                                       set->insertValueInPropertyList(L"points", DM_VECTOR_PROPERTY_SET, 0, &value),
+                                       set->setValueFromPropertyList(L"points", DM_VECTOR_PROPERTY_SET, 0, &value),
+                                       set->addValueInPropertyMap(L"pointMap", DM_MAP_PROPERTY_SET, L"key", &value),
+                                       set->setValueFromPropertyMap(L"pointMap", DM_MAP_PROPERTY_SET, L"key", &value)};
+    };
+    EXPECT_EQ(doors(right), std::vector<eDmErrorId>(8, DM_NO_ERROR));
+    set->cleanDirty();
+    EXPECT_EQ(doors(wrong), std::vector<eDmErrorId>(8, DM_BAD_PROPERTY_TYPE));
+    EXPECT_FALSE(set->isDirty());
+    const auto any = TestOptional::create();
+    EXPECT_EQ(any->setPropertyValue(L"any", DM_PROPERTY_SET, &wrong), DM_NO_ERROR) << "a slot for any property set";
+}
+
+TEST(Listener, IsToldOfEachChangeInOrder)
+{
+    const auto set = TestEvery::create();
+    Recorder first;
+    Recorder second;
+    EXPECT_EQ(set->registerListener(nullptr), DM_LISTENER_IS_NULL);
+    EXPECT_EQ(set->unregisterListener(&first), DM_LISTENER_NOT_FOUND);
+    EXPECT_EQ(set->registerListener(&first), DM_NO_ERROR);
+    EXPECT_EQ(set->registerListener(&first), DM_LISTENER_ALREADY_REGISTERED);
+    EXPECT_EQ(set->registerListener(&second), DM_NO_ERROR);
+
+    std::int32_t value = 1;
+    EXPECT_EQ(set->setPropertyValue(0, DM_UINT, &value), DM_BAD_PROPERTY_TYPE);
+    EXPECT_TRUE(first.changes.empty());
+    EXPECT_EQ(set->setPropertyValue(0, DM_INT, &value), DM_NO_ERROR);
+    ASSERT_EQ(first.changes.size(), 1U);
+    EXPECT_TRUE(first.changes[0].id == set->getNodeId());
+    EXPECT_EQ(first.changes[0].type, DM_INT);
+    EXPECT_TRUE(first.changes[0].name == L"int");
+    EXPECT_EQ(second.changes.size(), 1U);
+
+    const CoSharedPtr<TestEvery> copy(new TestEvery(*set));
+    EXPECT_TRUE(copy->isDirty());
+    EXPECT_TRUE(copy->getNodeId() == set->getNodeId());
+    EXPECT_EQ(copy->setPropertyValue(0, DM_INT, &value), DM_NO_ERROR);
+    EXPECT_EQ(first.changes.size(), 1U) << "a copy has no listeners";
+}
+
+TEST(Listener, MayUnregisterSetAndDropInsideANotification)
+{
+    auto set = TestEvery::create();
+    Recorder first;
+    Recorder second;
+    Recorder third;
+    for (Recorder* const recorder : {&first, &second, &third})
+        ASSERT_EQ(set->registerListener(recorder), DM_NO_ERROR);
+    DmPropertySet* const raw = set.get();
+    std::int32_t value = 1;
+    first.once = [&]
+    {
+        EXPECT_EQ(raw->unregisterListener(&first), DM_NO_ERROR);
+        EXPECT_EQ(raw->unregisterListener(&second), DM_NO_ERROR);
+        EXPECT_EQ(raw->setPropertyValue(0, DM_INT, &value), DM_NO_ERROR);
+        set.reset(); // the last reference but the notification's own
+    };
+    EXPECT_EQ(raw->setPropertyValue(L"short", DM_SHORT, &value), DM_NO_ERROR);
+    EXPECT_EQ(first.changes.size(), 1U);
+    EXPECT_TRUE(second.changes.empty());
+    EXPECT_EQ(third.changes.size(), 2U);
+}
+
+TEST(Lock, KeepsItsAsymmetries)
+{
+    const auto set = TestEvery::create();
+    std::int32_t value = 5;
+    EXPECT_EQ(set->lockPropertySet(true), DM_NO_ERROR);
+    EXPECT_EQ(set->lockPropertySet(true), DM_CANNOT_LOCK);
+    EXPECT_EQ(set->setPropertyValue(0, DM_INT, &value), DM_NO_ERROR) << "the owner of the lock may set";
+    EXPECT_EQ(set->lockPropertySet(true), DM_CANNOT_LOCK) << "and holds it still";
+    EXPECT_EQ(set->unlockPropertySet(), DM_CANNOT_UNLOCK) << "what it always says";
+    EXPECT_EQ(set->lockPropertySet(true), DM_NO_ERROR);
+    EXPECT_EQ(set->lockPropertySet(false), DM_NO_ERROR);
+    EXPECT_EQ(set->lockPropertySet(false), DM_NO_ERROR);
+}
+
+TEST(NodeIdLookup, FollowsThePathThroughLists)
+{
+    const auto top = TestOptional::create();
+    const auto other = TestPoint::create();
+    DmPropertySet* made = nullptr;
+    ASSERT_EQ(DmPropertyFactory::getInstance().createPropertySetInstance(L"TestPoint", top->getNodeId(),
+                                                                         TestOptional::List, made),
+              DM_NO_ERROR);
+    const DmPropertySetPtr child(made);
+    for (const DmPropertySetPtr& element : {DmPropertySetPtr(), stored(other), child})
+        ASSERT_EQ(top->addValueInPropertyList(L"list", DM_VECTOR_PROPERTY_SET, &element), DM_NO_ERROR);
+
+    DmPropertySet* found = nullptr;
+    EXPECT_EQ(top->getPropertySetFromNodeId(top->getNodeId(), found), DM_NO_ERROR);
+    EXPECT_EQ(found, top.get());
+    EXPECT_EQ(top->getPropertySetFromNodeId(child->getNodeId(), found), DM_NO_ERROR);
+    EXPECT_EQ(found, child.get());
+    std::uint64_t number = 0;
+    ASSERT_EQ(top->getNodeId().back(number), DM_NO_ERROR);
+    const struct
+    {
+        DmNodeId id;
+        eDmErrorId status;
+    } rows[] = {{DmNodeId(), DM_EMPTY_ID},
+                {DmNodeId(number + 100), DM_NOT_ME},
+                {DmNodeId(top->getNodeId(), TestOptional::List, 999999), DM_NOT_ME},
+                {DmNodeId(top->getNodeId(), 99, number), DM_PROPERTY_NOT_FOUND},
+                {DmNodeId(top->getNodeId(), TestOptional::Number, number), DM_BAD_PROPERTY_TYPE},
+                {DmNodeId(DmString(L"no number at all")), DM_NOT_ME}};
+    for (const auto& row : rows)
+        EXPECT_EQ(top->getPropertySetFromNodeId(row.id, found), row.status) << dmUtf8(row.id.dump());
+}
