@@ -25,6 +25,7 @@ using Run = std::function<int()>;
 /// Adds a subcommand to the application and sets `run` when the command line chose it.
 using AddSubcommand = void (*)(CLI::App& app, Run& run);
 
+void addClasses(CLI::App& app, Run& run);
 void addEnv(CLI::App& app, Run& run);
 
 } // namespace dmtree

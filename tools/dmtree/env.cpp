@@ -1,4 +1,5 @@
 // dmtree env: what the system can be tuned with, and what it is tuned to here.
+#include "columns.h"
 #include "dmtree.h"
 
 #include "envVar.h"
@@ -6,7 +7,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <array>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -15,31 +15,8 @@
 namespace
 {
 
-using Row = std::array<std::string, 4>;
-
-/// A text that stays on its line and in its column.
-std::string cell(const std::string& text)
-{
-    std::string result;
-    for (const char c : text)
-    {
-        if (static_cast<unsigned char>(c) < ' ' || c == '\x7F')
-        {
-            constexpr const char* digits = "0123456789abcdef";
-            result += {'\\', 'x', digits[static_cast<unsigned char>(c) >> 4], digits[c & 15]};
-        }
-        else
-            result += c;
-    }
-    return result.empty() ? "\"\"" : result;
-}
-
-/// The characters of a text in UTF-8.
-std::size_t widthOf(const std::string& text)
-{
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-}
+using dmtree::cell;
+using dmtree::Row;
 
 std::vector<Row> rowsOf(const DM::EnvVarRegistryImp& registry)
 {
@@ -54,20 +31,6 @@ std::vector<Row> rowsOf(const DM::EnvVarRegistryImp& registry)
     return rows;
 }
 
-void printColumns(std::ostream& out, const std::vector<Row>& rows)
-{
-    std::array<std::size_t, std::tuple_size_v<Row>> widths{};
-    for (const Row& row : rows)
-        for (std::size_t i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], widthOf(row[i]));
-    for (const Row& row : rows)
-    {
-        for (std::size_t i = 0; i + 1 < row.size(); ++i)
-            out << row[i] << std::string(widths[i] - widthOf(row[i]) + 2, ' ');
-        out << row.back() << '\n';
-    }
-}
-
 int listVariables(bool asHtml)
 {
     DM::EnvVarRegistryImp& registry = DM::EnvVarRegistryImp::getInstance();
@@ -78,8 +41,8 @@ int listVariables(bool asHtml)
         return dmtree::Fine;
     }
     std::vector<Row> rows = rowsOf(registry);
-    rows.insert(rows.begin(), {"NAME", "VALUE", "DEFAULT", "FILE"});
-    printColumns(std::cout, rows);
+    rows.insert(rows.begin(), Row{"NAME", "VALUE", "DEFAULT", "FILE"});
+    dmtree::printColumns(std::cout, rows);
     return dmtree::Fine;
 }
 

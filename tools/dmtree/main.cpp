@@ -14,6 +14,7 @@ namespace
 
 /// One row a subcommand, in the order of --help.
 constexpr std::initializer_list<dmtree::AddSubcommand> subcommands = {
+    dmtree::addClasses,
     dmtree::addEnv,
 };
 

@@ -20,3 +20,7 @@ inline std::string dmUtf8(const DmString& text)
 {
     return dmUtf8(text.view());
 }
+inline std::string dmUtf8(const wchar_t* text)
+{
+    return dmUtf8(std::wstring_view(text));
+}
