@@ -1,0 +1,104 @@
+/// The table of the frame-code modes, for this room's own use: all that the room knows about a mode is a row of it.
+#pragma once
+
+#include "tuFcm.h"
+#include "tuTimeUnit.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace DM
+{
+
+struct FcmRow
+{
+    FrameCodeModes fcm;
+    std::int32_t num; ///< exact rate, over `den`; 0: none
+    std::int32_t den;
+    std::int32_t intFps;
+    std::int32_t dropped; ///< labels dropped in a minute that is no multiple of ten; 0: counts without dropping
+    char separator;       ///< before minutes and seconds in a label
+    char frameSeparator;  ///< before frames in a label
+    FrameCodeModes drop;  ///< the mode that drops at the same rate, or the mode itself
+    FrameCodeModes nonDrop;
+    const char* fcmString;
+    const char* fpsString;
+    const char* fpsOrNdfString;
+    const char* dfAndNdfString;
+};
+
+/// Row 0 answers for every value that is no mode; the modes follow in the order of their names.
+// clang-format off
+inline constexpr std::array<FcmRow, 12> fcmRows = {{
+    {FCM_NOT_DEFINED,   0,    1,  0, 0, ':', ':', FCM_NOT_DEFINED, FCM_NOT_DEFINED, "",              "",       "",           ""},
+    {FCM_NOT_DEFINED,   0,    1,  0, 0, ':', ':', FCM_NOT_DEFINED, FCM_NOT_DEFINED, "???",           "???",    "???",        "???"},
+    {FCM_23_976,    24000, 1001, 24, 0, ':', '+', FCM_23_976,      FCM_23_976,      "23.976 fps",    "23.976", "23.976 fps", "NDF"},
+    {FCM_24,        24000, 1000, 24, 0, ':', '+', FCM_24,          FCM_24,          "24 fps",        "24",     "24 fps",     "NDF"},
+    {FCM_25,        25000, 1000, 25, 0, ':', ':', FCM_25,          FCM_25,          "25 fps",        "25",     "25 fps",     "NDF"},
+    {FCM_29_97_DF,  30000, 1001, 30, 2, ';', ';', FCM_29_97_DF,    FCM_29_97_NDF,   "29.97 fps DF",  "29.97",  "29.97 DF",   "DF"},
+    {FCM_29_97_NDF, 30000, 1001, 30, 0, ':', ':', FCM_29_97_DF,    FCM_29_97_NDF,   "29.97 fps NDF", "29.97",  "29.97 NDF",  "NDF"},
+    {FCM_30,        30000, 1000, 30, 0, ':', ':', FCM_30,          FCM_30,          "30 fps",        "30",     "30 fps",     "NDF"},
+    {FCM_50,        50000, 1000, 50, 0, ':', '#', FCM_50,          FCM_50,          "50 fps",        "50",     "50 fps",     "NDF"},
+    {FCM_59_94_DF,  60000, 1001, 60, 4, ';', '#', FCM_59_94_DF,    FCM_59_94_NDF,   "59.94 fps DF",  "59.94",  "59.94 DF",   "DF"},
+    {FCM_59_94_NDF, 60000, 1001, 60, 0, ':', '#', FCM_59_94_DF,    FCM_59_94_NDF,   "59.94 fps NDF", "59.94",  "59.94 NDF",  "NDF"},
+    {FCM_60,        60000, 1000, 60, 0, ':', '#', FCM_60,          FCM_60,          "60 fps",        "60",     "60 fps",     "NDF"},
+}};
+// clang-format on
+
+inline constexpr std::size_t firstFcmRow = 2; ///< of the modes that have a rate
+
+/// The modes' rows by their distance from the lowest mode.
+inline constexpr auto fcmRowIndex = []
+{
+    std::array<std::uint8_t, FCM_59_94_NDF - FCM_60 + 1> index{};
+    for (std::size_t row = 1; row < fcmRows.size(); ++row)
+        index[static_cast<std::size_t>(fcmRows[row].fcm - FCM_60)] = static_cast<std::uint8_t>(row);
+    return index;
+}();
+
+constexpr const FcmRow& fcmRow(FrameCodeModes fcm)
+{
+    const std::uint32_t slot = static_cast<std::uint32_t>(fcm) - static_cast<std::uint32_t>(FCM_60);
+    return fcmRows[slot < fcmRowIndex.size() ? fcmRowIndex[slot] : 0];
+}
+
+/// How a mode's labels are counted; 0 frames per second where there is no rate.
+struct FcmCount
+{
+    std::uint32_t fps;
+    std::uint32_t dropped;
+};
+
+/// The exact rate; 0/1 where there is none.
+struct FcmRate
+{
+    std::int32_t num;
+    std::int32_t den;
+};
+
+/// The mode whose rate counts: the default mode for mode 0. Without a default it stops the process.
+inline FrameCodeModes withDefault(FrameCodeModes fcm)
+{
+    return fcm != FCM_NOT_DEFINED ? fcm : TimeUnit::getDefaultFcm();
+}
+
+// Mode 0 has no rate for these two: whoever wants that of the default mode resolves it first.
+
+constexpr FcmCount fcmCount(FrameCodeModes fcm)
+{
+    const FcmRow& row = fcmRow(fcm);
+    if (row.num == 0)
+        return {static_cast<std::uint32_t>(fcm > 0 ? fcm : 0), 0};
+    return {static_cast<std::uint32_t>(row.intFps), static_cast<std::uint32_t>(row.dropped)};
+}
+
+constexpr FcmRate fcmRate(FrameCodeModes fcm)
+{
+    const FcmRow& row = fcmRow(fcm);
+    if (row.num == 0)
+        return {fcm > 0 ? fcm : 0, 1};
+    return {row.num, row.den};
+}
+
+} // namespace DM

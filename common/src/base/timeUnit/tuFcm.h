@@ -1,0 +1,81 @@
+/// Frame-code modes: the rates at which frames are counted, and how their labels are written.
+///
+/// A mode fixes three things: the exact rate (29.97 is 30000/1001), the integer rate of the labels' frame field (30),
+/// and whether labels are dropped so that they keep up with the clock. The numbering is deliberate: a positive mode is
+/// its integer rate, and 30 and 60 are the 1000/1001 rates counted without dropping; the others are negative.
+///
+/// A value that is no mode counts at the rate of its number when that is positive, and at no rate (0) when it is not:
+/// every conversion in it then gives zero. FCM_NOT_DEFINED stands for the process-wide default mode wherever a rate is
+/// needed (see TimeUnit::getDefaultFcm, which stops a process that has none).
+///
+/// Every function may be called from any thread.
+#pragma once
+
+#include "zrExport.h"
+
+#include <cstdint>
+
+namespace DM
+{
+
+enum FrameCodeModes : std::int32_t
+{
+    FCM_60 = -5,
+    FCM_30 = -4,
+    FCM_23_976 = -3,
+    FCM_59_94_DF = -2,
+    FCM_29_97_DF = -1,
+    FCM_NOT_DEFINED = 0,
+    FCM_24 = 24,
+    FCM_25 = 25,
+    FCM_29_97_NDF = 30,
+    FCM_50 = 50,
+    FCM_59_94_NDF = 60
+};
+
+using FCM = FrameCodeModes;
+
+class ZR_DM_API FcmUtil
+{
+public:
+    // Rates
+
+    /// Frames per second of the labels' frame field: 30 for all of 29.97 DF, 29.97 NDF and 30.
+    static int getIntFPS(FrameCodeModes fcm);
+    /// Exact frames per second: 30000/1001 for 29.97.
+    static double getDoubleFPS(FrameCodeModes fcm);
+    /// The exact rate as a fraction over 1000 or 1001; `reduce` turns 25000/1000 into 25/1. What is no mode, or mode 0
+    /// without a default, gives 0/1 and false: this one never stops the process and posts nothing.
+    static bool getRational(FrameCodeModes fcm, unsigned& num, unsigned& den, bool reduce);
+    /// Frames whose labels fill an hour: 107892 at 29.97 DF, 108000 at 29.97 NDF and 30.
+    static int getFramesOneHour(FrameCodeModes fcm);
+
+    // Drop frame
+
+    static bool isDropFrame(FrameCodeModes fcm) { return fcm == FCM_29_97_DF || fcm == FCM_59_94_DF; }
+    /// The mode that drops labels at the same rate; modes that have none are returned as they are.
+    static FrameCodeModes toDrop(FrameCodeModes fcm);
+    static FrameCodeModes toNonDrop(FrameCodeModes fcm);
+
+    // Modes from rates; FCM_NOT_DEFINED when no mode has the rate
+
+    /// From an integer rate, in which 30 and 60 are the 1000/1001 rates.
+    static FrameCodeModes FPStoFCM(int fps, bool drop);
+    static FrameCodeModes FPStoFCM(double fps, bool drop);
+    static FrameCodeModes FPStoFCM(unsigned num, unsigned den, bool drop);
+    /// The mode to read a rate in that need not be a mode's own: the highest rung at or below it of a ladder that reads
+    /// double and half rates as the rate itself (48 and 12 as 24, 15 as 30); 60 and above are 60. FCM_NOT_DEFINED only
+    /// for what is no rate: zero, a negative number, NaN.
+    static FrameCodeModes FPStoApproximateFCM(double fps, bool drop);
+
+    // Names; never null: "???" for mode 0, "" for what is no mode
+
+    static const char* getFCMString(FrameCodeModes fcm);      ///< "29.97 fps DF": the name in documents and options
+    static const char* getFPSString(FrameCodeModes fcm);      ///< "29.97"
+    static const char* getFPSOrNDFString(FrameCodeModes fcm); ///< "29.97 DF", and "25 fps" where nothing can drop
+    static const char* getDFAndNDFString(FrameCodeModes fcm); ///< "DF" or "NDF"
+    /// The mode named by getFCMString; FCM_NOT_DEFINED for null and for every other text.
+    static FrameCodeModes getFCMFromString(const char* text, bool caseSensitive);
+};
+
+} // namespace DM
