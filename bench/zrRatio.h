@@ -1,0 +1,51 @@
+/// How every benchmark here reports: one line a promised figure, as a ratio of two costs measured in the same run, so
+/// that it means the same on a fast machine and on a busy one.
+///
+///     zrRatio::print("format a label", 0.5, [] { formatAll(); }, [] { snprintfAll(); });
+///     // format a label: ratio 0.12 (limit 0.50)
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+namespace zrRatio
+{
+
+inline double median(std::vector<double> values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+template <class Work>
+double secondsOf(const Work& work)
+{
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// The median time of one work over that of the other, run in turns. Each should take at least some 10 microseconds.
+template <class Work, class Reference>
+double of(const Work& work, const Reference& reference, int rounds = 101)
+{
+    std::vector<double> workTimes;
+    std::vector<double> referenceTimes;
+    for (int i = 0; i < rounds; ++i)
+    {
+        workTimes.push_back(secondsOf(work));
+        referenceTimes.push_back(secondsOf(reference));
+    }
+    return median(workTimes) / median(referenceTimes);
+}
+
+template <class Work, class Reference>
+void print(const char* name, double limit, const Work& work, const Reference& reference, int rounds = 101)
+{
+    std::printf("%s: ratio %.2f (limit %.2f)\n", name, of(work, reference, rounds), limit);
+}
+
+} // namespace zrRatio
