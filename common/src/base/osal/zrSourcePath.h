@@ -25,7 +25,7 @@ consteval Text<N> shorten(const char (&path)[N])
     {
         rest.remove_prefix(at);
         const std::size_t slash = rest.rfind('/');
-        if (const std::size_t dot = rest.find_last_of("."); dot != rest.npos && dot > slash)
+        if (const std::size_t dot = rest.rfind('.'); dot != rest.npos && dot > slash)
             rest = rest.substr(0, dot);
     }
     Text<N> result;
