@@ -47,7 +47,7 @@ std::int64_t phase(TimeUnit t, TimeUnit ref, std::int32_t frameType, int period)
 // The four-in-five cadence. Rows are phases, columns positions in a group; -1 and the repeated entries belong to it.
 
 template <int Columns>
-using Cadence = std::int8_t[5][Columns];
+using Cadence = int[5][Columns];
 
 constexpr Cadence<5> to24Table = {{0, 1, 2, 3, 3}, {0, 1, 2, 2, 3}, {0, 1, 1, 2, 3}, {0, 0, 1, 2, 3}, {-1, 0, 1, 2, 3}};
 constexpr Cadence<4> to30Table = {{0, 1, 2, 3}, {0, 1, 2, 4}, {0, 1, 3, 4}, {0, 2, 3, 4}, {1, 2, 3, 4}};
@@ -78,7 +78,7 @@ TimeUnit regroupLength(const Cadence<From>& table, std::uint32_t length, std::in
 // The 24-in-25 cadence: one row, from the first frame of a group on. The last entries of the shorter side's rows stand
 // for no frame of it.
 
-using PPRow = std::int8_t[25];
+using PPRow = int[25];
 
 // clang-format off
 constexpr PPRow ppTo24       = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 23};
