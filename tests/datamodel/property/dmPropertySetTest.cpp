@@ -310,8 +310,8 @@ TEST(Lock, KeepsItsAsymmetries)
 
 TEST(NodeIdLookup, FollowsThePathThroughLists)
 {
+    const auto other = TestPoint::create(); // takes number 0, which a text without a number stands for
     const auto top = TestOptional::create();
-    const auto other = TestPoint::create();
     DmPropertySet* made = nullptr;
     ASSERT_EQ(DmPropertyFactory::getInstance().createPropertySetInstance(L"TestPoint", top->getNodeId(),
                                                                          TestOptional::List, made),
