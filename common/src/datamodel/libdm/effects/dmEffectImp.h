@@ -1,0 +1,46 @@
+/// The members of DmEffect, for the sources that instantiate it: `template class DmEffect<T>;` defines them for the
+/// class and registers it. Kept out of the public header so that a class's table of properties exists once, in the
+/// library.
+#pragma once
+
+#include "dmDeclare.h"
+#include "dmEffect.h"
+
+template <class T, class Base>
+DmEffect<T, Base>::DmEffect(const DmNodeId& id)
+    : DmEffect(id, DmPropertySetInit<T>::data())
+{
+}
+
+template <class T, class Base>
+DmEffect<T, Base>::DmEffect(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData)
+    : DmConcrete<T, Base>(id, classData)
+{
+}
+
+template <class T, class Base>
+DmString DmEffect<T, Base>::getName() const
+{
+    return DmString(T::typeName);
+}
+
+template <class T, class Base>
+bool DmEffect<T, Base>::isSegmentCompatible() const
+{
+    return T::use.segment;
+}
+
+template <class T, class Base>
+bool DmEffect<T, Base>::isTrxCompatible() const
+{
+    return T::use.transition;
+}
+
+template <class T, class Base>
+eDmTreeMediaType DmEffect<T, Base>::getMediaType() const
+{
+    return T::use.media;
+}
+
+template <class T, class Base>
+const DmPropertySetInit<T> DmEffect<T, Base>::registration;

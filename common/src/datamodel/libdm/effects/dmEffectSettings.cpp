@@ -1,0 +1,197 @@
+#include "dmEffectSettings.h"
+
+#include "dmDeclare.h"
+
+#include "zrAssert.h"
+#include "zrPost.h"
+
+namespace
+{
+
+const DmString& focusAlignmentName()
+{
+    static const DmString name(L"focusAlignment");
+    return name;
+}
+
+CoSharedPtr<DmSimpleChannel> makeAttribut(const DmString& name, const DmString& text)
+{
+    CoSharedPtr<DmSimpleChannel> attribut = DmSimpleChannel::create(text);
+    if (attribut && attribut->setName(name) != DM_NO_ERROR)
+        attribut.reset();
+    return attribut;
+}
+
+/// Puts an entry in a map behind the back of the property layer, under its rule for keys.
+template <class T>
+eDmErrorId storeDirectly(DmPropertySetMap& map, const DmPropertySet& owner, const DmString& name,
+                         const CoSharedPtr<T>& entry)
+{
+    if (owner.isFrozen())
+        return DM_CANNOT_LOCK;
+    if (name.view().find(L'\0') != std::wstring_view::npos)
+        return DM_BAD_VALUE;
+    map.insert_or_assign(name, entry);
+    return DM_NO_ERROR;
+}
+
+} // namespace
+
+DmEffectSettings::DmEffectSettings(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData)
+    : DmPropertySet(id, classData)
+{
+}
+
+eDmErrorId DmEffectSettings::createList()
+{
+    return declare(*this)
+        .mandatory(L"attributList", _attributs)
+        .mandatory(L"channelList", _channels)
+        .optional(L"setupFileName", _setupFileName)
+        .optionalCdata(L"setup", _setup)
+        .optional(L"comment", _comment)
+        .optional(L"muted", _muted)
+        .mandatory(L"output", _output)
+        .status();
+}
+
+eDmErrorId DmEffectSettings::createAttributes()
+{
+    if (!isTrxCompatible())
+        return DM_NO_ERROR;
+    return addAttribut(makeAttribut(focusAlignmentName(), dmFocusAlignmentText(DM_FOCUS_START)));
+}
+
+eDmErrorId DmEffectSettings::addAttribut(const CoSharedPtr<DmSimpleChannel>& attribut)
+{
+    if (!attribut)
+        return DM_BAD_VALUE;
+    const DmString name = attribut->getName();
+    ZR_ASSERT_PLAIN(!name.empty());
+    const DmPropertySetPtr entry(attribut);
+    return addValueInPropertyMap(AttributList, DM_MAP_PROPERTY_SET, name, &entry);
+}
+
+CoSharedPtr<DmSimpleChannel> DmEffectSettings::getAttributByName(const DmString& name) const
+{
+    ZR_ASSERT_PLAIN(!name.empty());
+    return CoSharedPtr<DmSimpleChannel>(_attributs.at(name));
+}
+
+eDmErrorId DmEffectSettings::setAttributByName(const DmString& name, const CoSharedPtr<DmSimpleChannel>& attribut)
+{
+    ZR_ASSERT_PLAIN(!name.empty());
+    return storeDirectly(_attributs, *this, name, attribut);
+}
+
+DmString DmEffectSettings::getAttributText(const DmString& name) const
+{
+    const CoSharedPtr<DmSimpleChannel> attribut = getAttributByName(name);
+    return attribut ? attribut->getValue() : DmString();
+}
+
+eDmErrorId DmEffectSettings::setAttributText(const DmString& name, const DmString& text)
+{
+    if (const CoSharedPtr<DmSimpleChannel> attribut = getAttributByName(name))
+        return attribut->setValue(text);
+    // Not addAttribut: a null entry under the name would be in its way.
+    const DmPropertySetPtr entry(makeAttribut(name, text));
+    return entry ? setValueFromPropertyMap(AttributList, DM_MAP_PROPERTY_SET, name, &entry) : DM_BAD_VALUE;
+}
+
+eDmFocusAlignment DmEffectSettings::getFocusAlignment() const
+{
+    return dmFocusAlignmentFromText(getAttributText(focusAlignmentName()));
+}
+
+eDmErrorId DmEffectSettings::setFocusAlignment(eDmFocusAlignment alignment)
+{
+    return setAttributText(focusAlignmentName(), dmFocusAlignmentText(alignment));
+}
+
+eDmErrorId DmEffectSettings::addChannel(const CoSharedPtr<DmAnimationChannel>& channel)
+{
+    if (!channel)
+        return DM_BAD_VALUE;
+    const DmString name = channel->getName();
+    ZR_ASSERT_PLAIN(name != L"");
+    const DmPropertySetPtr entry(channel);
+    return addValueInPropertyMap(ChannelList, DM_MAP_PROPERTY_SET, name, &entry);
+}
+
+CoSharedPtr<DmAnimationChannel> DmEffectSettings::getExistingChannelByName(const DmString& name) const
+{
+    ZR_ASSERT_PLAIN(!name.empty());
+    return CoSharedPtr<DmAnimationChannel>(_channels.at(name));
+}
+
+CoSharedPtr<DmAnimationChannel> DmEffectSettings::getChannelByName(const DmString& name) const
+{
+    CoSharedPtr<DmAnimationChannel> channel = getExistingChannelByName(name);
+    if (channel)
+        return channel;
+    channel = DmAnimationChannel::create(DmAnimationChannel::DeprecatedInterpType{1},
+                                         DmAnimationChannel::ExtrapolationType{0}, DmKeyFrame::DM_KEY_CUR_VERSION, 0);
+    if (!channel || channel->setName(name) != DM_NO_ERROR ||
+        storeDirectly(_channels, *this, name, channel) != DM_NO_ERROR)
+        channel.reset();
+    return channel;
+}
+
+eDmErrorId DmEffectSettings::setChannelByName(const DmString& name, const CoSharedPtr<DmAnimationChannel>& channel)
+{
+    ZR_ASSERT_PLAIN(!name.empty());
+    return storeDirectly(_channels, *this, name, channel);
+}
+
+void DmEffectSettings::getChannelNames(DmStringArray& names) const
+{
+    names.resize(static_cast<unsigned>(_channels.size()));
+    unsigned i = 0;
+    for (const auto& entry : _channels)
+        names[i++] = entry.first;
+}
+
+void DmEffectSettings::dumpChannels() const
+{
+    for (const auto& [name, entry] : _channels)
+        if (const auto* const channel = static_cast<const DmAnimationChannel*>(entry.get()))
+            ZR_POST_DEBUG("channel %ls nbKeyFrames %d value %f", name.c_str(), channel->getNbKeyFrames(),
+                          static_cast<double>(channel->getValue()));
+}
+
+void DmEffectSettings::setOutput(const CoSharedPtr<DmMediaNode>& output)
+{
+    if (!isFrozen())
+        _output = output;
+}
+
+CoSharedPtr<DmSimpleChannel> DmEffectSettings::attributAt(const DmString& name) const
+{
+    return name.empty() ? CoSharedPtr<DmSimpleChannel>() : getAttributByName(name);
+}
+
+eDmErrorId DmEffectSettings::setAttributAt(const DmString& name, const CoSharedPtr<DmSimpleChannel>& attribut)
+{
+    return name.empty() ? DM_BAD_INDEX : setAttributByName(name, attribut);
+}
+
+CoSharedPtr<DmAnimationChannel> DmEffectSettings::channelAt(const DmString& name) const
+{
+    return name.empty() ? CoSharedPtr<DmAnimationChannel>() : getChannelByName(name);
+}
+
+CoSharedPtr<DmAnimationChannel> DmEffectSettings::existingChannelAt(const DmString& name) const
+{
+    return name.empty() ? CoSharedPtr<DmAnimationChannel>() : getExistingChannelByName(name);
+}
+
+eDmErrorId DmEffectSettings::setChannelAt(const DmString& name, const CoSharedPtr<DmAnimationChannel>& channel)
+{
+    return name.empty() ? DM_BAD_INDEX : setChannelByName(name, channel);
+}
+
+eDmErrorId DmEffectSettings::addEmptyAttribut(const DmString& name)
+{
+    return addAttribut(makeAttribut(name, DmString()));
+}

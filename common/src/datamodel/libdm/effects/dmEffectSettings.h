@@ -1,0 +1,149 @@
+/// The base of everything that an editor calls an effect: what a segment, a transition or a layer carries.
+///
+/// An effect's parameters are held by name, in name order: attributes (static, as text) and channels (animated). They
+/// are made when they are first asked for, so an effect that nobody has touched holds none.
+///
+///     CoSharedPtr<DmResizeSettings> resize = DmResizeSettings::create();
+///     resize->setConvertType(L"RESIZE_FIT");
+///     resize->getChannel(DmResizeSettings::ChannelId::scale_x)->addKeyFrame(key);
+///
+/// A clone shares nothing with its source but the "output" media. Empty names stop the process: they are programming
+/// errors. An entry that is null, as a document may bring it, counts as missing.
+///
+/// Threads: as for every property set; getChannelByName and getChannel count as changes, although they are const.
+#pragma once
+
+#include "dmAnimationChannel.h"
+#include "dmChannel.h"
+#include "dmFocusAlignment.h"
+#include "dmMediaNode.h"
+#include "dmNameTable.h"
+#include "dmOwned.h"
+
+class ZR_DM_API DmEffectSettings : public DmPropertySet
+{
+public:
+    static constexpr const wchar_t* className = L"DmEffectSettings";
+
+    enum Property : int
+    {
+        AttributList,
+        ChannelList,
+        SetupFileName,
+        Setup,
+        Comment,
+        Muted,
+        Output,
+        EffectPropertyCount ///< where a derived class goes on
+    };
+
+    struct Imp
+    {
+        ZR_DM_NAMES(BlobAttributId, attributNames, encoded_blob, blob_size, blob_checksum)
+    };
+    /// The attributes of effects whose setup is an encoded blob of bytes.
+    using BlobAttributId = Imp::BlobAttributId;
+
+    eDmErrorId createList() override;
+    /// "focusAlignment" at FOCUS_START on effects that may sit on a transition; classes with a list of their own
+    /// replace this by createAttributesFromEnum.
+    eDmErrorId createAttributes() override;
+
+    /// The effect's type name, for example "Resize".
+    virtual DmString getName() const = 0;
+    virtual bool isSegmentCompatible() const = 0;
+    virtual bool isTrxCompatible() const = 0;
+    virtual eDmTreeMediaType getMediaType() const = 0;
+
+    // Attributes.
+
+    /// Under the attribute's own name. An existing name is DM_PROPERTY_ALREADY_EXIST, null is DM_BAD_VALUE.
+    eDmErrorId addAttribut(const CoSharedPtr<DmSimpleChannel>& attribut);
+    /// Null when there is none.
+    CoSharedPtr<DmSimpleChannel> getAttributByName(const DmString& name) const;
+    /// Inserts or replaces under `name`, whatever the attribute's own name is; tells no listener.
+    eDmErrorId setAttributByName(const DmString& name, const CoSharedPtr<DmSimpleChannel>& attribut);
+
+    CoSharedPtr<DmSimpleChannel> getAttribut(BlobAttributId id) const { return attributAt(Imp::attributNames[id]); }
+    eDmErrorId setAttribut(BlobAttributId id, const CoSharedPtr<DmSimpleChannel>& attribut)
+    {
+        return setAttributAt(Imp::attributNames[id], attribut);
+    }
+    static const DmString& getAttributName(BlobAttributId id) { return Imp::attributNames[id]; }
+
+    /// The text of an attribute, empty when there is none.
+    DmString getAttributText(const DmString& name) const;
+    /// Makes the attribute if there is none.
+    eDmErrorId setAttributText(const DmString& name, const DmString& text);
+
+    /// The attribute "focusAlignment": DM_FOCUS_UNDEFINED when there is none, or when it holds another text.
+    eDmFocusAlignment getFocusAlignment() const;
+    eDmErrorId setFocusAlignment(eDmFocusAlignment alignment);
+
+    // Channels.
+
+    /// Under the channel's own name. An existing name is DM_PROPERTY_ALREADY_EXIST, null is DM_BAD_VALUE.
+    eDmErrorId addChannel(const CoSharedPtr<DmAnimationChannel>& channel);
+    /// Null when there is none.
+    CoSharedPtr<DmAnimationChannel> getExistingChannelByName(const DmString& name) const;
+    /// Made if there is none, in the current key-frame format and without telling listeners; null only when the factory
+    /// fails or the effect is frozen.
+    CoSharedPtr<DmAnimationChannel> getChannelByName(const DmString& name) const;
+    /// Inserts or replaces under `name`, whatever the channel's own name is; tells no listener.
+    eDmErrorId setChannelByName(const DmString& name, const CoSharedPtr<DmAnimationChannel>& channel);
+    /// All keys, in order.
+    void getChannelNames(DmStringArray& names) const;
+    /// Posts one debug message a channel: name, number of key frames, constant value.
+    void dumpChannels() const;
+
+    // Plain settings.
+
+    const DmString& getSetupFileName() const { return _setupFileName; }
+    eDmErrorId setSetupFileName(const DmString& name) { return set(SetupFileName, name); }
+    /// Free text, of any number of lines.
+    const DmString& getSetup() const { return _setup; }
+    eDmErrorId setSetup(const DmString& setup) { return set(Setup, setup); }
+    const DmString& getComment() const { return _comment; }
+    eDmErrorId setComment(const DmString& comment) { return set(Comment, comment); }
+    /// A muted effect is bypassed.
+    bool isMuted() const { return _muted; }
+    eDmErrorId setMuted(bool muted) { return set(Muted, muted); }
+    /// The media that the effect produced, shared with all clones; null when there is none.
+    CoSharedPtr<DmMediaNode> getOutput() const { return _output.share(); }
+    /// Tells no listener.
+    void setOutput(const CoSharedPtr<DmMediaNode>& output);
+
+protected:
+    DmEffectSettings(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData);
+    DmEffectSettings(const DmEffectSettings& other) = default;
+
+    /// The first `count` attributes of T's table, with empty values.
+    template <class T, class Id>
+    eDmErrorId createAttributesFromEnum(int count)
+    {
+        for (int i = 0; i < count; ++i)
+            if (const eDmErrorId status = addEmptyAttribut(T::getAttributName(static_cast<Id>(i)));
+                status != DM_NO_ERROR)
+                return status;
+        return DM_NO_ERROR;
+    }
+
+    // By a name out of a table, which is empty for an id that the table does not have: null, or DM_BAD_INDEX.
+
+    CoSharedPtr<DmSimpleChannel> attributAt(const DmString& name) const;
+    eDmErrorId setAttributAt(const DmString& name, const CoSharedPtr<DmSimpleChannel>& attribut);
+    CoSharedPtr<DmAnimationChannel> channelAt(const DmString& name) const;
+    CoSharedPtr<DmAnimationChannel> existingChannelAt(const DmString& name) const;
+    eDmErrorId setChannelAt(const DmString& name, const CoSharedPtr<DmAnimationChannel>& channel);
+
+private:
+    eDmErrorId addEmptyAttribut(const DmString& name);
+
+    DmOwnedMap<DmSimpleChannel> _attributs;
+    mutable DmOwnedMap<DmAnimationChannel> _channels; ///< asking for a channel makes it
+    DmString _setupFileName;
+    DmString _setup;
+    DmString _comment;
+    DmNested<DmMediaNode> _output;
+    bool _muted = false;
+};

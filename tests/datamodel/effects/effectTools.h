@@ -1,0 +1,82 @@
+/// What the tests of effects share.
+#pragma once
+
+#include "dmEffectSettings.h"
+#include "dmSetTools.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+/// A set as the property layer stores it.
+template <class T>
+DmPropertySetPtr stored(const CoSharedPtr<T>& set)
+{
+    return set;
+}
+
+/// Remembers the names of the properties that changed.
+class ChangeLog : public DmPropertyListener
+{
+public:
+    explicit ChangeLog(DmPropertySet& set)
+        : _set(set)
+    {
+        EXPECT_EQ(_set.registerListener(this), DM_NO_ERROR);
+    }
+    ~ChangeLog() override { EXPECT_EQ(_set.unregisterListener(this), DM_NO_ERROR); }
+    ChangeLog(const ChangeLog&) = delete;
+    ChangeLog& operator=(const ChangeLog&) = delete;
+
+    void onPropertyChanged(const DmNodeId& /*id*/, eDmPropType /*type*/, const DmString& propertyName) override
+    {
+        changes.emplace_back(propertyName.view());
+    }
+
+    std::vector<std::wstring> changes;
+
+private:
+    DmPropertySet& _set;
+};
+
+/// Everything that a set holds, in any depth, itself not included.
+inline void gatherHeld(const DmPropertySet& set, std::set<const DmPropertySet*>& held)
+{
+    dmForEachHeld(set,
+                  [&](const DmPropertySetPtr& element)
+                  {
+                      if (held.insert(element.get()).second)
+                          gatherHeld(*element, held);
+                      return true;
+                  });
+}
+
+inline std::vector<const DmPropertySet*> heldByBoth(const DmPropertySet& a, const DmPropertySet& b)
+{
+    std::set<const DmPropertySet*> ofA;
+    std::set<const DmPropertySet*> ofB;
+    gatherHeld(a, ofA);
+    gatherHeld(b, ofB);
+    std::vector<const DmPropertySet*> both;
+    for (const DmPropertySet* const set : ofA)
+        if (ofB.contains(set))
+            both.push_back(set);
+    return both;
+}
+
+/// The path of the first difference, empty when two sets are deeply equal.
+inline std::string difference(const DmPropertySet& a, const DmPropertySet& b)
+{
+    bool equal = false;
+    std::string path;
+    EXPECT_EQ(dmDeepEqual(a, b, equal, &path), DM_NO_ERROR);
+    return equal ? "" : path.empty() ? "(class)" : path;
+}
+
+/// A key frame at a frame, with the value that many times ten.
+inline CoSharedPtr<DmKeyFrame> key(float frame)
+{
+    return DmKeyFrame::create2(frame, frame * 10, {}, DmKeyFrame::InterpOrder{1}, 0, 0, 0, 0, 0);
+}
