@@ -45,24 +45,24 @@ TEST(Exception, SharesItsBufferBetweenMessageLocationAndExpertData)
     {
         std::size_t message;
         std::size_t expert; // npos: no format
-        bool verbose;
         std::size_t keptMessage;
+        bool verbose;
         bool keepsExpert;
     } cases[] = {
-        {5, 4, false, 5, true},
-        {5, 4, true, 5, true},
-        {5, std::string::npos, true, 5, false},
-        {0, 1598, false, 0, true},
-        {0, 1599, false, 0, false},
-        {1597, 1, false, 1597, true},
-        {1597, 2, false, 1597, false},
-        {1598, 1, false, 1598, false},
-        {1599, 1, false, 1599, false},
-        {1600, 1, false, 1599, false},
-        {5000, 5000, false, 1599, false},
-        {1584, 1, true, 1584, false},
-        {1583, 1, true, 1583, true},
-        {1583, 2, true, 1583, false},
+        {5, 4, 5, false, true},
+        {5, 4, 5, true, true},
+        {5, std::string::npos, 5, true, false},
+        {0, 1598, 0, false, true},
+        {0, 1599, 0, false, false},
+        {1597, 1, 1597, false, true},
+        {1597, 2, 1597, false, false},
+        {1598, 1, 1598, false, false},
+        {1599, 1, 1599, false, false},
+        {1600, 1, 1599, false, false},
+        {5000, 5000, 1599, false, false},
+        {1584, 1, 1584, true, false},
+        {1583, 1, 1583, true, true},
+        {1583, 2, 1583, true, false},
     };
     for (const auto& c : cases)
     {

@@ -1,6 +1,7 @@
 #include "envVar.h"
 #include "zrTestEnv.h"
 
+#include <array>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -160,7 +161,7 @@ TEST(EnvVarRegistry, ListsEntriesInOrderAndForgetsThoseThatAreGone)
 
 TEST(EnvVarRegistry, WritesTheFieldsOfAnEntryIntoItsBuffer)
 {
-    const std::string longText = std::string(300, 'x') + "end";
+    const std::string longText(300, 'x');
     EnvVar<std::string> variable("ZR_TEST_FIELDS", "default");
     RegEnvVar<std::string> entry(variable, "fields.cpp");
     entry.dynSetValue(longText);
@@ -211,9 +212,9 @@ TEST(EnvVarRegistry, ListsDeclaredVariablesOnceTheyAreUsed)
 {
     const ZrTestEnv flag("ZR_TEST_FLAG", "false");
     EXPECT_TRUE(registry().search("ZR_TEST_DECLARED").empty());
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([] { EXPECT_EQ(declaredHere().getValue(), 41); });
+    std::array<std::thread, 4> threads;
+    for (std::thread& thread : threads)
+        thread = std::thread([] { EXPECT_EQ(declaredHere().getValue(), 41); });
     for (std::thread& thread : threads)
         thread.join();
     ASSERT_EQ(registry().search("ZR_TEST_DECLARED").size(), 1u);
@@ -225,7 +226,8 @@ TEST(EnvVarRegistry, ListsDeclaredVariablesOnceTheyAreUsed)
     ASSERT_EQ(registry().search("ZR_TEST_FLAG").size(), 1u);
     EXPECT_EQ(registry().search("ZR_TEST_FLAG")[0]->valueText(), "true");
     EXPECT_TRUE(flagHere().getValue());
-    for (const char* const name : {"ZR_ASSERT_IGNORE_ALL", "ZR_DISABLE_ASSERT_STACKS", "ZR_ASSERT_STACK_SIZE",
-                                   "ZR_PROGRAM_TOLVANE_CHECK_DISABLED", "ZR_VERBOSE_EXCEPTIONS"})
+    for (const char* const name :
+         {"ZR_ASSERT_IGNORE_ALL", "ZR_DISABLE_ASSERT_STACKS", "ZR_ASSERT_STACK_SIZE",
+          "ZR_PROGRAM_TOLVANE_CHECK_DISABLED", "ZR_VERBOSE_EXCEPTIONS", "ZR_DEBUG_WEAK_SUBJECT_OBSERVER"})
         EXPECT_EQ(registry().search(name).size(), 1u) << name;
 }

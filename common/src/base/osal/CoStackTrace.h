@@ -2,7 +2,6 @@
 /// Frames 0 and 1 are the trace functions themselves and left out; the numbers are those of the whole stack on purpose.
 #pragma once
 
-#include "CoFormat.h"
 #include "zrExport.h"
 
 #include <string>

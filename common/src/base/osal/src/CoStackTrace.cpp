@@ -1,5 +1,7 @@
 #include "CoStackTrace.h"
 
+#include "CoFormat.h"
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
@@ -29,8 +31,10 @@ constexpr int ownFrames = 2;
 /// Never inlined: it is frame 0, and the function that was called from outside is frame 1.
 [[gnu::noinline]] Trace takeTrace(unsigned depth)
 {
-    std::vector<void*> addresses(std::min(depth, CoStackTraceMaxDepth));
     Trace trace;
+    if (depth == 0)
+        return trace;
+    std::vector<void*> addresses(std::min(depth, CoStackTraceMaxDepth));
     const int found = backtrace(addresses.data(), static_cast<int>(addresses.size()));
     trace.symbols.reset(backtrace_symbols(addresses.data(), found));
     trace.frames = trace.symbols ? found : 0;

@@ -26,7 +26,7 @@ public:
     virtual void onPropertyChanged(const DmNodeId& id, eDmPropType type, const DmString& propertyName) = 0;
 };
 
-/// A property by index or by name: every operation takes either. Two registers wide; lives as long as the name.
+/// A property by index or by name: every operation takes either.
 class DmPropertyRef
 {
 public:
@@ -35,31 +35,19 @@ public:
     {
     }
     DmPropertyRef(const DmString& name)
-        : _name(name.c_str())
-        , _length(name.length())
+        : _name(name.view())
     {
     }
     DmPropertyRef(const wchar_t* name)
-        : DmPropertyRef(std::wstring_view(name ? name : L""))
+        : _name(name ? std::wstring_view(name) : std::wstring_view())
     {
     }
 
-    /// -1, or an index that no property has, when the class has no such property.
-    int indexIn(const DmPropertySetData& data) const { return _name ? data.find({_name, _length}) : _index; }
+    int indexIn(const DmPropertySetData& data) const { return _name.data() ? data.find(_name) : _index; }
 
 private:
-    explicit DmPropertyRef(std::wstring_view name)
-        : _name(name.data())
-        , _length(static_cast<unsigned>(name.size()))
-    {
-    }
-
-    const wchar_t* _name = nullptr; ///< null: by index
-    union
-    {
-        int _index;
-        unsigned _length;
-    };
+    std::wstring_view _name;
+    int _index = -1;
 };
 
 class ZR_DM_API DmPropertySet : public CoRefCountedMT
