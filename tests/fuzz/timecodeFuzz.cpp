@@ -15,9 +15,6 @@ using namespace DM;
 namespace
 {
 
-constexpr FrameCodeModes modes[] = {FCM_23_976, FCM_24,       FCM_25,        FCM_29_97_DF, FCM_29_97_NDF,
-                                    FCM_30,     FCM_59_94_DF, FCM_59_94_NDF, FCM_50,       FCM_60};
-
 void expect(bool property)
 {
     if (!property)
@@ -59,7 +56,7 @@ void checkTime(TimeUnit time, FrameCodeModes fcm)
     checkLabel(time, fcm);
     time.toTime(text, fcm);
     expect(std::isfinite(time.roundToSubFrames().getFrames()));
-    for (const FrameCodeModes to : modes)
+    for (const FrameCodeModes to : FcmUtil::getModes())
     {
         TimeUnit equivalent;
         expect(time.getEquivTime(equivalent, fcm, to) && std::isfinite(equivalent.getFrames()));
@@ -77,7 +74,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     if (size == 0)
         return 0;
-    const FrameCodeModes fcm = modes[data[0] % std::size(modes)];
+    const auto modes = FcmUtil::getModes();
+    const FrameCodeModes fcm = modes[data[0] % modes.size()];
     const std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
     checkText(text, fcm);
     double frames = 0.0;

@@ -72,7 +72,7 @@ constexpr int stride = 23;
 
 TEST(Labels, OfEveryFrameOfADayAreCountedAndReadBackInEveryMode)
 {
-    for (const FrameCodeModes fcm : modes)
+    for (const FrameCodeModes fcm : FcmUtil::getModes())
     {
         const int day = 24 * FcmUtil::getFramesOneHour(fcm);
         const int fps = FcmUtil::getIntFPS(fcm);

@@ -1,4 +1,4 @@
-/// What the tests of this room share: the modes, and the default mode set for a scope.
+/// What the tests of this room share: values at the edges, and the default mode set for a scope.
 #pragma once
 
 #include "tuFcm.h"
@@ -8,11 +8,6 @@
 
 namespace tuTest
 {
-
-inline constexpr DM::FrameCodeModes modes[] = {
-    DM::FCM_23_976, DM::FCM_24, DM::FCM_25, DM::FCM_29_97_DF, DM::FCM_29_97_NDF,
-    DM::FCM_30,     DM::FCM_50, DM::FCM_60, DM::FCM_59_94_DF, DM::FCM_59_94_NDF,
-};
 
 inline constexpr double infinity = std::numeric_limits<double>::infinity();
 inline constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();

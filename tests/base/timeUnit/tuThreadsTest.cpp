@@ -22,7 +22,7 @@ std::string conversions()
     const auto add = [&all](TimeUnit time) { all += std::to_string(time.getFrames()) + ' '; };
     char text[TimeUnit::timeSize];
     for (int n = 0; n < 400'000; n += 1777)
-        for (const FrameCodeModes fcm : modes)
+        for (const FrameCodeModes fcm : FcmUtil::getModes())
         {
             const TimeUnit time(n);
             for (const FrameCodeModes used : {fcm, FCM_NOT_DEFINED})

@@ -14,6 +14,7 @@
 #include "zrExport.h"
 
 #include <cstdint>
+#include <span>
 
 namespace DM
 {
@@ -38,6 +39,9 @@ using FCM = FrameCodeModes;
 class ZR_DM_API FcmUtil
 {
 public:
+    /// The ten modes that have a rate, the slowest first.
+    static std::span<const FrameCodeModes> getModes();
+
     // Rates
 
     /// Frames per second of the labels' frame field: 30 for all of 29.97 DF, 29.97 NDF and 30.

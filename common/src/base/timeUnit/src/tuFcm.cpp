@@ -4,10 +4,10 @@
 #include "tuTimeUnit.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <span>
 #include <strings.h>
 
 namespace DM
@@ -62,6 +62,18 @@ FrameCodeModes modeOf(const Rung* rung, const Rung* end, bool drop)
 }
 
 } // namespace
+
+std::span<const FrameCodeModes> FcmUtil::getModes()
+{
+    static constexpr auto modes = []
+    {
+        std::array<FrameCodeModes, fcmRows.size() - firstFcmRow> all{};
+        std::transform(fcmRows.begin() + firstFcmRow, fcmRows.end(), all.begin(),
+                       [](const FcmRow& row) { return row.fcm; });
+        return all;
+    }();
+    return modes;
+}
 
 int FcmUtil::getIntFPS(FrameCodeModes fcm)
 {
@@ -155,9 +167,9 @@ FrameCodeModes FcmUtil::getFCMFromString(const char* text, bool caseSensitive)
     if (!text)
         return FCM_NOT_DEFINED;
     const auto compare = caseSensitive ? strcmp : strcasecmp;
-    for (const FcmRow& row : std::span(fcmRows).subspan(firstFcmRow))
-        if (compare(text, row.fcmString) == 0)
-            return row.fcm;
+    for (const FrameCodeModes fcm : getModes())
+        if (compare(text, getFCMString(fcm)) == 0)
+            return fcm;
     return FCM_NOT_DEFINED;
 }
 
