@@ -16,6 +16,7 @@ namespace
 constexpr std::initializer_list<dmtree::AddSubcommand> subcommands = {
     dmtree::addClasses,
     dmtree::addEnv,
+    dmtree::addTc,
 };
 
 } // namespace
