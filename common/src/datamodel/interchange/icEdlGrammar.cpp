@@ -1,0 +1,181 @@
+#include "icEdlGrammar.h"
+
+#include "CoUtf8.h"
+#include "icText.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace interchange
+{
+
+namespace
+{
+
+using Wrong = std::optional<std::string>;
+
+/// Takes the four time codes off the end of a line.
+Wrong parseLabels(std::string_view& text, EdlEventLine& read)
+{
+    std::size_t found = 0;
+    while (found < read.labels.size() && !text.empty())
+    {
+        const std::string_view word = takeLastWord(text);
+        const std::size_t index = read.labels.size() - 1 - found;
+        if (const std::optional<TimeLabel> label = parseTimeLabel(word))
+        {
+            read.labels[index] = *label;
+            ++found;
+        }
+        else if (isDigit(word.front()) && word.find_first_of(":;") != word.npos)
+            return Wrong(std::string(edlLabelNames[index]) + " " + quoted(word) + " is no time code");
+        else if (found == 0)
+            read.hasMore = true;
+        else
+            break;
+    }
+    if (found < read.labels.size())
+        return Wrong("a time code is missing: " + std::to_string(found) + " of 4 found");
+    return std::nullopt;
+}
+
+struct TransitionCode
+{
+    std::string_view text;
+    EdlTransition transition;
+    bool needsLength;
+};
+constexpr std::array<TransitionCode, 7> transitionCodes{{{"C", EdlTransition::Cut, false},
+                                                         {"D", EdlTransition::Dissolve, true},
+                                                         {"K", EdlTransition::Key, false},
+                                                         {"KB", EdlTransition::KeyBackground, false},
+                                                         {"KO", EdlTransition::KeyOut, false},
+                                                         {"B", EdlTransition::KeyBackground, false},
+                                                         {"O", EdlTransition::KeyOut, false}}};
+
+/// Takes the transition off the end of what stands before the time codes: "C", "D 024", "W001 024", "K B", "KB", ...
+Wrong parseTransition(std::string_view& text, EdlEvent& event)
+{
+    std::string_view word = takeLastWord(text);
+    std::optional<std::uint32_t> length;
+    if (isAllDigits(word))
+    {
+        length = toNumber<std::uint32_t>(word);
+        if (!length)
+            return "transition length " + quoted(word) + " is out of range";
+        word = takeLastWord(text);
+    }
+    const std::optional<std::uint16_t> pattern =
+        startsWithNoCase(word, "W") ? toNumber<std::uint16_t>(word.substr(1)) : std::nullopt;
+    const auto* const code = std::ranges::find_if(transitionCodes, [&](const TransitionCode& candidate)
+                                                  { return equalsNoCase(word, candidate.text); });
+    const bool lacksKey = code != transitionCodes.end() && (code->text == "B" || code->text == "O") &&
+                          !equalsNoCase(takeLastWord(text), "K");
+    if (!pattern && (code == transitionCodes.end() || lacksKey))
+        return word.empty() ? "no transition" : quoted(word) + " is no transition";
+    if (!length && (pattern || code->needsLength))
+        return "no transition length";
+    event.transition = pattern ? EdlTransition::Wipe : code->transition;
+    event.wipePattern = pattern.value_or(0);
+    event.transitionLength = event.isTransition() ? length.value_or(0) : 0;
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<std::string> parseEventLine(std::string_view line, EdlEventLine& read)
+{
+    const std::string_view digits = takeFirstWord(line);
+    const std::optional<std::uint32_t> number = toNumber<std::uint32_t>(digits);
+    if (!number)
+        return "event number " + quoted(digits) + " is no number";
+    read.event.number = *number;
+    if (Wrong wrong = parseLabels(line, read))
+        return wrong;
+    if (Wrong wrong = parseTransition(line, read.event))
+        return wrong;
+    const std::string_view channels = takeLastWord(line);
+    const std::optional<EdlChannels> parsed = parseChannels(channels);
+    if (!parsed)
+        return channels.empty() ? "no channels" : quoted(channels) + " are no channels";
+    read.event.channels = *parsed;
+    read.event.reel = line;
+    return std::nullopt;
+}
+
+std::optional<EdlChannels> parseChannels(std::string_view text)
+{
+    EdlChannels channels;
+    if (equalsNoCase(text, "NONE"))
+        return channels;
+    if (text.empty())
+        return std::nullopt;
+    unsigned bareAudio = 0;
+    for (std::size_t i = 0; i < text.size();)
+    {
+        const char kind = toUpper(text[i++]);
+        if ((kind == '/' || kind == '+' || kind == ',') && i > 1 && i < text.size())
+            continue;
+        unsigned channel = 0;
+        while (i < text.size() && isDigit(text[i]) && channel < EdlChannels::limit)
+            channel = channel * 10 + static_cast<unsigned>(text[i++] - '0');
+        const bool bare = !isDigit(text[i - 1]);
+        if (bare)
+            channel = kind == 'A' ? ++bareAudio : 1;
+        if (channel < 1 || channel > EdlChannels::limit || (kind == 'B' && !bare))
+            return std::nullopt;
+        const std::uint64_t bit = std::uint64_t{1} << (channel - 1);
+        if (kind == 'V' || kind == 'B')
+            channels.video |= bit;
+        if (kind == 'A' || kind == 'B')
+            channels.audio |= bit;
+        if (kind != 'A' && kind != 'B' && kind != 'V')
+            return std::nullopt;
+    }
+    return channels;
+}
+
+std::optional<EdlSpeedLine> parseSpeed(std::string_view text)
+{
+    // Faster is no speed of anybody's machine.
+    constexpr double fastest = 99999;
+    EdlSpeedLine read;
+    std::string_view word = takeLastWord(text);
+    read.at = parseTimeLabel(word);
+    if (read.at)
+        word = takeLastWord(text);
+    const std::optional<double> fps = toNumber<double>(word);
+    if (!fps || !(std::fabs(*fps) <= fastest))
+        return std::nullopt;
+    read.fps = *fps;
+    read.reel = text;
+    return read;
+}
+
+std::optional<std::array<double, 9>> parseSlopeOffsetPower(std::string_view text)
+{
+    const auto parts = [](char c) { return isBlank(c) || c == '(' || c == ')' || c == ','; };
+    std::array<double, 9> values{};
+    const char* rest = text.data();
+    const char* const end = text.data() + text.size();
+    for (double& value : values)
+    {
+        const char* const begin = std::find_if_not(rest, end, parts);
+        rest = std::find_if(begin, end, parts);
+        const std::optional<double> number = toNumber<double>({begin, rest});
+        if (!number || !std::isfinite(*number))
+            return std::nullopt;
+        value = *number;
+    }
+    return std::all_of(rest, end, parts) ? std::optional(values) : std::nullopt;
+}
+
+std::string quoted(std::string_view text)
+{
+    constexpr std::size_t longest = 60;
+    const bool isLong = text.size() > longest;
+    const std::string_view shown = isLong ? text.substr(0, DM::CoUtf8::cut(text.data(), longest)) : text;
+    return "'" + std::string(shown) + (isLong ? "...'" : "'");
+}
+
+} // namespace interchange

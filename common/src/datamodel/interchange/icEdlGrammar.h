@@ -1,0 +1,51 @@
+/// The grammar of the lines of a cut list that have more than a text in them: what the words of a line say, by itself.
+/// What they mean where they stand is readEdl's to settle.
+#pragma once
+
+#include "icEdlList.h"
+#include "icTimeCode.h"
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace interchange
+{
+
+/// "001  REEL  AA/V  D  024  TIMECODE x 4".
+struct EdlEventLine
+{
+    EdlEvent event;                    ///< but for its times and what they depend on
+    std::array<TimeLabel, 4> labels{}; ///< source in and out, record in and out
+    bool hasMore = false;              ///< something stands behind the last time code
+};
+
+/// The names of the labels of an event line, as messages use them.
+inline constexpr std::array<std::string_view, 4> edlLabelNames{"source in-time", "source out-time", "record in-time",
+                                                               "record out-time"};
+
+/// Reads an event line from both ends, so that the reel may be anything: it is what remains between the number and the
+/// channels, perhaps nothing. Says what is wrong with a line that is no event; none if it is one.
+std::optional<std::string> parseEventLine(std::string_view line, EdlEventLine& read);
+
+/// "V", "A2", "AA/V", "B", "NONE", ...: kinds and numbers, with or without separators. A bare "A" behind another stands
+/// for the next channel.
+std::optional<EdlChannels> parseChannels(std::string_view text);
+
+/// What stands behind "M2": "REEL  FPS  TIMECODE", of which the first and the last may be missing.
+struct EdlSpeedLine
+{
+    std::string_view reel;
+    double fps = 0;
+    std::optional<TimeLabel> at;
+};
+std::optional<EdlSpeedLine> parseSpeed(std::string_view text);
+
+/// The nine numbers of an ASC_SOP, however they are grouped and spaced.
+std::optional<std::array<double, 9>> parseSlopeOffsetPower(std::string_view text);
+
+/// A text as a message quotes it: shortened, if it is very long.
+std::string quoted(std::string_view text);
+
+} // namespace interchange

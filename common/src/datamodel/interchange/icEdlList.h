@@ -1,0 +1,220 @@
+/// An edit decision list in the CMX 3600 form, as it is written: what stands in the file, not yet what it means on a
+/// timeline. readEdl makes one from bytes, writeEdl turns one back into text.
+///
+///     for (const EdlEvent& event : list.events)
+///         for (const EdlNote& note : list.notesOf(event))
+///             if (note.kind == EdlNoteKind::FromClipName)
+///                 std::cout << event.number << ' ' << note.text << '\n';
+///
+/// Every text is UTF-8 and a view into storage that the list owns: the file's bytes, or copies made by keep(). So a
+/// list moves but does not copy, and its texts end with it. The notes and markers of all events stand in one array
+/// each, those of an event side by side; addEvent, addNote and addMarker keep it so.
+///
+/// Times are frames since midnight, counted in the record mode or the event's source mode (see EdlList::fcm). A range
+/// that passes midnight goes on counting, so that a length is always out less in; so do the record times of later
+/// events.
+#pragma once
+
+#include "tuFcm.h"
+
+#include <array>
+#include <cstdint>
+#include <forward_list>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace interchange
+{
+
+/// What an event edits onto: bit n-1 stands for channel n of a kind. The channel field writes video 1 as "V", audio 1
+/// and 2 as "A" and "A2", both as "AA", video 1 with audio 1 as "B"; audio from 3 on stands in AUD lines.
+struct EdlChannels
+{
+    static constexpr int limit = 64;
+
+    std::uint64_t video = 0;
+    std::uint64_t audio = 0;
+
+    bool isEmpty() const { return video == 0 && audio == 0; }
+    friend bool operator==(const EdlChannels&, const EdlChannels&) = default;
+};
+
+enum class EdlTransition : std::uint8_t
+{
+    Cut,           ///< C
+    Dissolve,      ///< D: from what was there before to this event's source
+    Wipe,          ///< Wnnn: the same by a pattern
+    KeyBackground, ///< K B: what the next line of the same number is keyed over
+    Key,           ///< K: this source over the background
+    KeyOut         ///< K O: this source goes, the background stays
+};
+
+/// From the first frame to the one after the last.
+struct EdlRange
+{
+    std::int64_t in = 0;
+    std::int64_t out = 0;
+
+    std::int64_t length() const { return out - in; }
+    friend bool operator==(const EdlRange&, const EdlRange&) = default;
+};
+
+/// An M2 line: the source runs at `fps` instead of the list's rate; 0 freezes it, and a negative rate plays it
+/// backwards.
+struct EdlSpeed
+{
+    double fps = 0;
+    std::int64_t at = 0; ///< source time at which the line takes effect: as a rule the in-time
+
+    friend bool operator==(const EdlSpeed&, const EdlSpeed&) = default;
+};
+
+/// A primary colour correction: ASC_SOP (red, green, blue each) and ASC_SAT comments, or one of them.
+struct EdlLook
+{
+    std::array<double, 3> slope{1, 1, 1};
+    std::array<double, 3> offset{0, 0, 0};
+    std::array<double, 3> power{1, 1, 1};
+    double saturation = 1;
+    bool hasSop = false;
+    bool hasSaturation = false;
+
+    friend bool operator==(const EdlLook&, const EdlLook&) = default;
+};
+
+/// A LOC comment: a locator on the record side.
+struct EdlMarker
+{
+    std::int64_t at = 0;     ///< record time
+    std::string_view colour; ///< a name of edlColours in upper case, or empty
+    std::string_view text;
+
+    friend bool operator==(const EdlMarker&, const EdlMarker&) = default;
+};
+
+enum class EdlNoteKind : std::uint8_t
+{
+    Comment, ///< any other "*" line: what follows the "*"
+    Line,    ///< any other line, whole
+    FromClipName,
+    ToClipName,
+    KeyClipName,
+    SourceFile,
+    SourcePath,
+    EffectName,
+    Split ///< a split edit: which side is delayed, and by how much
+};
+
+struct EdlNote
+{
+    EdlNoteKind kind = EdlNoteKind::Comment;
+    std::string_view text;
+
+    friend bool operator==(const EdlNote&, const EdlNote&) = default;
+};
+
+/// A run in one of the list's arrays.
+struct EdlRun
+{
+    std::uint32_t first = 0;
+    std::uint32_t count = 0;
+};
+
+/// A line that edits a stretch of a source onto the record tape. A transition has, as a rule, two of the same number: a
+/// cut of no length that names the outgoing source, then the dissolve, wipe or key to the incoming one.
+struct EdlEvent
+{
+    std::uint32_t line = 0; ///< where it was read; 0 if it was not
+    std::uint32_t number = 0;
+    std::string_view reel;
+    EdlChannels channels;
+    EdlTransition transition = EdlTransition::Cut;
+    bool sourceDrop = false;            ///< source times count in the list's drop-frame mode
+    std::uint16_t wipePattern = 0;      ///< SMPTE number of a wipe
+    std::uint32_t transitionLength = 0; ///< frames, from the record in-time on
+    EdlRange source;
+    EdlRange record;
+    std::optional<EdlSpeed> speed;
+    std::int32_t look = -1; ///< index into EdlList::looks; -1: none
+    EdlRun notes;
+    EdlRun markers;
+
+    bool isTransition() const { return transition != EdlTransition::Cut && transition != EdlTransition::KeyBackground; }
+};
+
+class EdlList
+{
+public:
+    EdlList() = default;
+    EdlList(EdlList&&) = default;
+    EdlList& operator=(EdlList&&) = default;
+    EdlList(const EdlList&) = delete;
+    EdlList& operator=(const EdlList&) = delete;
+
+    std::string_view title;
+    /// Mode of the record side: of the list as a whole. It also gives the rate of every source.
+    DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED;
+    std::vector<EdlEvent> events;
+    std::vector<EdlNote> notes;
+    std::vector<EdlMarker> markers;
+    std::vector<EdlLook> looks;
+    EdlRun headNotes; ///< what stands before the first event
+
+    // Reading
+
+    DM::FrameCodeModes sourceFcm(const EdlEvent& event) const
+    {
+        return event.sourceDrop ? DM::FcmUtil::toDrop(fcm) : DM::FcmUtil::toNonDrop(fcm);
+    }
+    std::span<const EdlNote> notesOf(EdlRun run) const { return {notes.data() + run.first, run.count}; }
+    std::span<const EdlNote> notesOf(const EdlEvent& event) const { return notesOf(event.notes); }
+    std::span<const EdlMarker> markersOf(const EdlEvent& event) const
+    {
+        return {markers.data() + event.markers.first, event.markers.count};
+    }
+    /// Null if it has none.
+    const EdlLook* lookOf(const EdlEvent& event) const { return event.look < 0 ? nullptr : &looks[event.look]; }
+
+    // Building, in the order of the list
+
+    /// Copies a text into the list's storage, where it stays as long as the list does.
+    std::string_view keep(std::string text) { return _texts.emplace_front(std::move(text)); }
+    /// Forgets everything but the kept texts.
+    void clear();
+    EdlEvent& addEvent(const EdlEvent& event);
+    /// Attaches to the last event, and before the first one to the head. The text must be one that keep() returned, or
+    /// live as long as the list.
+    void addNote(EdlNoteKind kind, std::string_view text);
+    /// Attaches to the last event; there must be one.
+    void addMarker(const EdlMarker& marker);
+    /// The last event's look, made where there is none.
+    EdlLook& look();
+
+    /// Equal content, wherever it was read: line numbers do not count.
+    friend bool operator==(const EdlList& a, const EdlList& b);
+
+private:
+    std::forward_list<std::string> _texts;
+};
+
+/// Whether a reel's name stands for a picture that the edit system makes itself.
+enum class EdlReelKind : std::uint8_t
+{
+    Tape,
+    Black, ///< BL, BLACK
+    Bars   ///< BARS
+};
+EdlReelKind edlReelKind(std::string_view reel);
+
+/// A colour that locators name.
+struct EdlColour
+{
+    std::string_view name;
+    std::uint8_t red, green, blue;
+};
+std::span<const EdlColour> edlColours();
+
+} // namespace interchange

@@ -1,0 +1,57 @@
+/// Reads CMX 3600 edit decision lists, as tape systems wrote them and as today's products export them.
+///
+/// What is understood: TITLE and FCM lines; event lines with reel names of any length, blanks and dots included; cuts,
+/// dissolves, wipes and keys, in one line or two; M2 speed lines; AUD lines; SPLIT lines; and, with or without the "*"
+/// before them, clip names, source files and paths, effect names, ASC_SOP and ASC_SAT in any spacing, and LOC. Every
+/// other line is kept. Lines end in LF, CR LF or CR; blanks, blank lines and a byte-order mark do no harm; text is
+/// UTF-8, or else Latin-1.
+///
+/// # Rate and drop frame
+///
+/// A list says whether it drops labels, not at which rate it counts. The rate is the caller's; without one it is 24
+/// frames per second in a list that never drops, and 29.97 in one that does (and a notice says so). The first FCM line
+/// speaks of the record side, for the whole list; every one speaks of the sources behind it. An event that has a ";" in
+/// any of its labels speaks for itself, side by side: the side with a ";" drops, the other does not. The first event
+/// settles the record side. At a rate that has no drop-frame form (24, 25, 50, ...) such statements mean nothing, and a
+/// warning says so.
+///
+/// # Mistakes
+///
+/// An error in a strict report; in a lenient one, a warning, and reading goes on as follows.
+///
+/// | Mistake                                                | Lenient                                              |
+/// |--------------------------------------------------------|------------------------------------------------------|
+/// | a field of an event is missing or unreadable           | the event is left out, with the notes behind it      |
+/// | no reel name                                           | the reel is AX, the auxiliary source                 |
+/// | a time code out of range, or one that is never counted | it becomes the nearest that is (see framesOf)        |
+/// | the record side ends before it begins                  | it gets the length of the source                     |
+/// | the source ends before it begins                       | it gets the length of the record side                |
+/// | record and source lengths disagree                     | the record side holds, the source out-time moves     |
+/// | a transition is longer than its event                  | it takes the whole event                             |
+/// | an event number falls, or a record in-time on a channel| the event stays: its record time says where it plays |
+/// | an event begins before the one before it on a channel  | both stay: the later one covers the end of the       |
+/// | has ended                                              | earlier one                                          |
+///
+/// Lengths are compared unless the reel is black or bars. With an M2 line the source may have the record length, or any
+/// length when it is frozen, or else what runs through at that speed, give or take what products round; anything else
+/// is a warning. A side that ends more than twelve hours "before" it begins passes midnight, as does a record time that
+/// lies more than twelve hours before the last event's (with a warning); numbers may start over after 999 or at 0 or 1.
+///
+/// Keys are kept with a warning, and so is every line whose keyword is known but not what stands behind it. Binary data
+/// and a text that holds neither event nor title are errors in any report.
+#pragma once
+
+#include "icEdlList.h"
+#include "icReport.h"
+
+#include <optional>
+#include <string>
+
+namespace interchange
+{
+
+/// Reads a list in one pass, in time and memory in proportion to its bytes. `fcm` gives the rate (FCM_NOT_DEFINED: see
+/// above). None when the report has got errors.
+[[nodiscard]] std::optional<EdlList> readEdl(std::string bytes, DM::FrameCodeModes fcm, Report& report);
+
+} // namespace interchange

@@ -1,0 +1,238 @@
+#include "icEdlWriter.h"
+
+#include "icText.h"
+#include "icTimeCode.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+
+namespace interchange
+{
+
+namespace
+{
+
+/// What stands before a note's text, by kind.
+constexpr std::array<std::string_view, 9> notePrefixes{"* ",
+                                                       "",
+                                                       "* FROM CLIP NAME: ",
+                                                       "* TO CLIP NAME: ",
+                                                       "* KEY CLIP NAME: ",
+                                                       "* SOURCE FILE: ",
+                                                       "* SOURCE PATH: ",
+                                                       "EFFECTS NAME IS ",
+                                                       "SPLIT:    "};
+
+constexpr std::array<std::string_view, 6> transitionTexts{"C", "D", "W", "K B", "K", "K O"};
+
+class Writer
+{
+public:
+    explicit Writer(const EdlList& list)
+        : _list(list)
+    {
+    }
+
+    std::string write()
+    {
+        std::uint32_t largest = 0;
+        for (const EdlEvent& event : _list.events)
+            largest = std::max(largest, event.number);
+        _numberWidth = std::max<std::size_t>(3, std::to_string(largest).size());
+        _text.reserve(_list.events.size() * 200 + 100);
+
+        line("TITLE: ", _list.title);
+        fcm(DM::FcmUtil::isDropFrame(_list.fcm));
+        notes(_list.headNotes);
+        for (const EdlEvent& event : _list.events)
+        {
+            if (event.sourceDrop != _drop)
+                fcm(event.sourceDrop);
+            eventLine(event);
+            audio(event.channels);
+            speed(event);
+            look(_list.lookOf(event));
+            notes(event.notes);
+            for (const EdlMarker& marker : _list.markersOf(event))
+                locator(marker);
+        }
+        return std::move(_text);
+    }
+
+private:
+    /// Text that stands on one line, whatever it is.
+    void oneLine(std::string_view text)
+    {
+        const std::size_t begin = _text.size();
+        _text.append(text);
+        std::replace_if(
+            _text.begin() + static_cast<std::ptrdiff_t>(begin), _text.end(),
+            [](char c) { return c == '\n' || c == '\r' || c == '\0'; }, ' ');
+    }
+
+    void endLine()
+    {
+        while (!_text.empty() && _text.back() == ' ')
+            _text.pop_back();
+        _text.push_back('\n');
+    }
+
+    void line(std::string_view prefix, std::string_view text)
+    {
+        _text.append(prefix);
+        oneLine(text);
+        endLine();
+    }
+
+    void fcm(bool drop)
+    {
+        line("FCM: ", drop ? "DROP FRAME" : "NON-DROP FRAME");
+        _drop = drop;
+    }
+
+    void notes(EdlRun run)
+    {
+        for (const EdlNote& note : _list.notesOf(run))
+            line(notePrefixes[static_cast<std::size_t>(note.kind)], note.text);
+    }
+
+    /// Appends a column and the blank behind it.
+    template <typename Append>
+    void column(std::size_t width, Append append)
+    {
+        const std::size_t end = _text.size() + width;
+        append();
+        _text.append(std::max(end, _text.size()) + 1 - _text.size(), ' ');
+    }
+
+    void number(std::uint32_t value, std::size_t width)
+    {
+        const std::string digits = std::to_string(value);
+        _text.append(width - std::min(width, digits.size()), '0').append(digits);
+    }
+
+    void eventLine(const EdlEvent& event)
+    {
+        const DM::FrameCodeModes sourceFcm = _list.sourceFcm(event);
+        column(_numberWidth + 1, [&] { number(event.number, _numberWidth); });
+        column(8, [&] { event.reel.empty() ? void(_text.append("AX")) : oneLine(event.reel); });
+        column(5, [&] { channels(event.channels); });
+        column(4,
+               [&]
+               {
+                   _text.append(transitionTexts[static_cast<std::size_t>(event.transition)]);
+                   if (event.transition == EdlTransition::Wipe)
+                       number(event.wipePattern, 3);
+               });
+        column(3,
+               [&]
+               {
+                   if (event.isTransition())
+                       number(event.transitionLength, 3);
+               });
+        column(11, [&] { appendTimeLabel(_text, event.source.in, sourceFcm); });
+        column(11, [&] { appendTimeLabel(_text, event.source.out, sourceFcm); });
+        column(11, [&] { appendTimeLabel(_text, event.record.in, _list.fcm); });
+        appendTimeLabel(_text, event.record.out, _list.fcm);
+        endLine();
+    }
+
+    void channels(EdlChannels channels)
+    {
+        constexpr std::array<std::string_view, 4> audioTexts{"", "A", "A2", "AA"};
+        constexpr std::uint64_t first = 1;
+        const std::string_view audioText = audioTexts[channels.audio & 3];
+        if (channels.video == first && audioText == "A")
+        {
+            _text.append("B");
+            return;
+        }
+        std::string_view separator = audioText.empty() ? "" : "/";
+        _text.append(audioText);
+        for (std::uint64_t rest = channels.video; rest != 0; rest &= rest - 1)
+        {
+            const int channel = std::countr_zero(rest) + 1;
+            _text.append(separator).append("V").append(channel == 1 ? "" : std::to_string(channel));
+            separator = "/";
+        }
+        if (separator.empty())
+            _text.append("NONE");
+    }
+
+    void audio(EdlChannels channels)
+    {
+        std::uint64_t rest = channels.audio & ~std::uint64_t{3};
+        if (rest == 0)
+            return;
+        _text.append("AUD");
+        for (; rest != 0; rest &= rest - 1)
+            _text.append("  ").append(std::to_string(std::countr_zero(rest) + 1));
+        endLine();
+    }
+
+    void speed(const EdlEvent& event)
+    {
+        if (!event.speed)
+            return;
+        _text.append("M2   ");
+        column(8, [&] { event.reel.empty() ? void(_text.append("AX")) : oneLine(event.reel); });
+        column(26,
+               [&]
+               {
+                   _text.append("      ");
+                   appendDecimal(_text, event.speed->fps, 3, 1);
+               });
+        appendTimeLabel(_text, event.speed->at, _list.sourceFcm(event));
+        endLine();
+    }
+
+    void look(const EdlLook* look)
+    {
+        if (look && look->hasSop)
+        {
+            _text.append("* ASC_SOP ");
+            for (const std::array<double, 3>* values : {&look->slope, &look->offset, &look->power})
+            {
+                for (std::size_t i = 0; i < values->size(); ++i)
+                {
+                    _text.push_back(i == 0 ? '(' : ' ');
+                    appendDecimal(_text, (*values)[i], 1, 4);
+                }
+                _text.push_back(')');
+            }
+            endLine();
+        }
+        if (look && look->hasSaturation)
+        {
+            _text.append("* ASC_SAT ");
+            appendDecimal(_text, look->saturation, 1, 4);
+            endLine();
+        }
+    }
+
+    void locator(const EdlMarker& marker)
+    {
+        _text.append("* LOC: ");
+        appendTimeLabel(_text, marker.at, _list.fcm);
+        _text.push_back(' ');
+        if (!marker.colour.empty())
+            column(7, [&] { oneLine(marker.colour); });
+        oneLine(marker.text);
+        endLine();
+    }
+
+    const EdlList& _list;
+    std::string _text;
+    std::size_t _numberWidth = 3;
+    bool _drop = false;
+};
+
+} // namespace
+
+std::string writeEdl(const EdlList& list)
+{
+    return Writer(list).write();
+}
+
+} // namespace interchange

@@ -1,0 +1,139 @@
+#include "icText.h"
+
+#include "CoUtf8.h"
+#include "dmUtf8.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+namespace interchange
+{
+
+namespace
+{
+
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+bool isAscii(char c)
+{
+    return static_cast<unsigned char>(c) < 0x80;
+}
+
+/// The first byte that is not ASCII; eight at a time, since nearly every list has none.
+const char* findBeyondAscii(const char* begin, const char* end)
+{
+    constexpr std::uint64_t highBits = 0x8080808080808080U;
+    for (std::uint64_t word = 0; end - begin >= static_cast<std::ptrdiff_t>(sizeof word); begin += sizeof word)
+    {
+        std::memcpy(&word, begin, sizeof word);
+        if ((word & highBits) != 0)
+            break;
+    }
+    return std::find_if_not(begin, end, isAscii);
+}
+
+/// A text is UTF-8 if every run of bytes beyond ASCII is: no sequence reaches across an ASCII byte.
+bool isUtf8(std::string_view bytes)
+{
+    const char* const end = bytes.data() + bytes.size();
+    for (const char* run = bytes.data(); (run = findBeyondAscii(run, end)) != end;)
+    {
+        const char* const runEnd = std::find_if(run, end, isAscii);
+        DmString text;
+        if (!dmFromUtf8({run, static_cast<std::size_t>(runEnd - run)}, text))
+            return false;
+        run = runEnd;
+    }
+    return true;
+}
+
+} // namespace
+
+std::string_view trimmed(std::string_view text)
+{
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+std::string_view takeFirstWord(std::string_view& text)
+{
+    std::size_t end = 0;
+    while (end < text.size() && !isBlank(text[end]))
+        ++end;
+    const std::string_view word = text.substr(0, end);
+    while (end < text.size() && isBlank(text[end]))
+        ++end;
+    text.remove_prefix(end);
+    return word;
+}
+
+std::string_view takeLastWord(std::string_view& text)
+{
+    std::size_t begin = text.size();
+    while (begin > 0 && !isBlank(text[begin - 1]))
+        --begin;
+    const std::string_view word = text.substr(begin);
+    while (begin > 0 && isBlank(text[begin - 1]))
+        --begin;
+    text = text.substr(0, begin);
+    return word;
+}
+
+bool equalsNoCase(std::string_view text, std::string_view upper)
+{
+    return text.size() == upper.size() && startsWithNoCase(text, upper);
+}
+
+bool startsWithNoCase(std::string_view text, std::string_view upper)
+{
+    return text.size() >= upper.size() &&
+           std::equal(upper.begin(), upper.end(), text.begin(), [](char a, char b) { return a == toUpper(b); });
+}
+
+bool isAllDigits(std::string_view text)
+{
+    return !text.empty() && std::all_of(text.begin(), text.end(), isDigit);
+}
+
+void appendDecimal(std::string& text, double value, int width, int decimals)
+{
+    // The longest shortest form of a double without exponent has some 340 characters.
+    std::array<char, 512> buffer{};
+    const std::to_chars_result end =
+        std::to_chars(buffer.data(), buffer.data() + buffer.size(), std::fabs(value), std::chars_format::fixed);
+    const std::string_view digits(buffer.data(), static_cast<std::size_t>(end.ptr - buffer.data()));
+    const std::size_t whole = std::min(digits.find('.'), digits.size());
+    const std::size_t places = digits.size() - std::min(whole + 1, digits.size());
+
+    if (std::signbit(value))
+        text.push_back('-');
+    text.append(static_cast<std::size_t>(std::max(0, width - static_cast<int>(whole))), '0').append(digits);
+    if (places == 0 && decimals > 0)
+        text.push_back('.');
+    text.append(static_cast<std::size_t>(std::max(0, decimals - static_cast<int>(places))), '0');
+}
+
+bool makeUtf8(std::string& bytes)
+{
+    if (bytes.starts_with(byteOrderMark))
+        bytes.erase(0, byteOrderMark.size());
+    if (isUtf8(bytes))
+        return false;
+    std::string utf8;
+    utf8.reserve(bytes.size() + bytes.size() / 8);
+    for (const char c : bytes)
+    {
+        std::array<char, DM::CoUtf8::maxBytes> character{};
+        utf8.append(character.data(), DM::CoUtf8::encode(static_cast<unsigned char>(c), character.data()));
+    }
+    bytes = std::move(utf8);
+    return true;
+}
+
+} // namespace interchange

@@ -1,0 +1,74 @@
+/// Text as the readers of cut lists need it: views into the file's bytes, cut into words without a copy.
+///
+/// Every control character counts as a blank, so the tabs, form feeds and end-of-file marks that old systems put into
+/// their lists separate words like a space. Letters compare without regard to case in ASCII only.
+#pragma once
+
+#include <charconv>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace interchange
+{
+
+// Characters
+
+inline bool isBlank(char c)
+{
+    return static_cast<unsigned char>(c) <= ' ';
+}
+inline bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+inline char toUpper(char c)
+{
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+// Words; the remainder that is left in `text` has no blanks at its ends when `text` had none
+
+std::string_view trimmed(std::string_view text);
+std::string_view takeFirstWord(std::string_view& text);
+std::string_view takeLastWord(std::string_view& text);
+
+// Comparison; `upper` is given in upper case
+
+bool equalsNoCase(std::string_view text, std::string_view upper);
+bool startsWithNoCase(std::string_view text, std::string_view upper);
+
+// Numbers
+
+bool isAllDigits(std::string_view text);
+/// The whole text as a number; none when it is anything else or does not fit. Decimal fractions need no leading zero,
+/// and have no exponent.
+template <typename Number>
+std::optional<Number> toNumber(std::string_view text);
+/// The shortest decimal fraction that reads back to the value, with at least `decimals` places and the part before the
+/// point filled with zeros to `width` digits: (47.6, 3, 1) is "047.6".
+void appendDecimal(std::string& text, double value, int width, int decimals);
+
+// Bytes
+
+/// Turns the bytes of a text file into UTF-8: drops a byte-order mark, and takes bytes that are no UTF-8 for Latin-1.
+/// True when it did that.
+bool makeUtf8(std::string& bytes);
+
+template <typename Number>
+std::optional<Number> toNumber(std::string_view text)
+{
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-')
+        text.remove_prefix(1);
+    Number number{};
+    std::from_chars_result result{};
+    if constexpr (std::is_floating_point_v<Number>)
+        result = std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
+    else
+        result = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (result.ec != std::errc() || result.ptr != text.data() + text.size())
+        return std::nullopt;
+    return number;
+}
+
+} // namespace interchange

@@ -1,0 +1,42 @@
+/// Time code as cut lists write it: labels of one day, where a ";" between any two fields tells drop frame.
+///
+/// The library's own label texts mark each family of modes with separators of its own; lists know two. All counting is
+/// left to DM::TimeUnit.
+#pragma once
+
+#include "tuTimeUnit.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace interchange
+{
+
+/// The fields of a label as they stand, in range or not.
+struct TimeLabel
+{
+    int hours = 0;
+    int minutes = 0;
+    int seconds = 0;
+    int frames = 0;
+    bool drop = false; ///< written with a ";" or ","
+};
+
+/// Four numbers of one to three digits between separators, as the whole text; none when it is anything else. A "." or
+/// ":" says nothing about drop frame, and neither do the "+" and "#" of the library's own labels.
+std::optional<TimeLabel> parseTimeLabel(std::string_view text);
+
+/// Whether a label is one of the day's in the mode: fields in range, and not one that drop frame leaves out.
+bool isInDay(const TimeLabel& label, DM::FrameCodeModes fcm);
+/// Frames since midnight. A label that is not one of the day's is moved to one that is: hours wrap at 24, the other
+/// fields are clamped, and labels that drop frame leaves out are bumped as TimeUnit::setDfBumpMode says.
+std::int64_t framesOf(const TimeLabel& label, DM::FrameCodeModes fcm);
+/// Frames of a day's labels.
+std::int64_t framesOfDay(DM::FrameCodeModes fcm);
+
+/// Appends the label of a count of frames, wrapped at midnight: "01:00:00:00", and "01:00:00;00" in drop-frame modes.
+void appendTimeLabel(std::string& text, std::int64_t frames, DM::FrameCodeModes fcm);
+
+} // namespace interchange

@@ -1,0 +1,40 @@
+/// Reading small cut lists in tests.
+#pragma once
+
+#include "icEdlReader.h"
+#include "icEdlWriter.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace icTest
+{
+
+struct Read
+{
+    std::optional<interchange::EdlList> list;
+    std::string messages;
+};
+
+inline Read read(std::string text, DM::FrameCodeModes fcm = DM::FCM_25,
+                 interchange::Report::Leniency leniency = interchange::Report::Strict)
+{
+    interchange::Report report("cut.edl", leniency);
+    Read result;
+    result.list = interchange::readEdl(std::move(text), fcm, report);
+    result.messages = report.toString();
+    return result;
+}
+
+/// The list of a text in which there is nothing to find fault with.
+inline interchange::EdlList readClean(std::string text, DM::FrameCodeModes fcm = DM::FCM_25)
+{
+    Read result = read(std::move(text), fcm);
+    EXPECT_EQ(result.messages, "");
+    return result.list ? std::move(*result.list) : interchange::EdlList();
+}
+
+} // namespace icTest
