@@ -46,9 +46,9 @@ TEST(Mutex, LetsOneThreadInAtATime)
     DM::CoMutex mutex;
     int count = 0;
     {
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < 4; ++i)
-            threads.emplace_back(
+        std::jthread threads[4];
+        for (std::jthread& thread : threads)
+            thread = std::jthread(
                 [&]
                 {
                     for (int turn = 0; turn < 5000; ++turn)

@@ -25,6 +25,11 @@ struct Base : DM::CoRefCountedMT
     {
         ++live;
     }
+    Base& operator=(const Base& other)
+    {
+        CoRefCountedMT::operator=(other);
+        return *this;
+    }
     ~Base() override { --live; }
 
     int& live;
@@ -39,7 +44,7 @@ static_assert(std::is_convertible_v<CoSharedPtr<Derived>, CoSharedPtr<Base>>);
 static_assert(!std::is_convertible_v<CoSharedPtr<Base>, CoSharedPtr<Derived>>);
 static_assert(!std::is_convertible_v<CoSharedPtr<Base>, Base*>);
 static_assert(!std::is_convertible_v<Base*, CoSharedPtr<Base>>);
-static_assert(sizeof(CoSharedPtr<Base>) == sizeof(Base*));
+static_assert(sizeof(CoSharedPtr<Base>) == sizeof(void*));
 
 TEST(SharedPtr, TheLastReferenceDeletes)
 {
@@ -84,10 +89,12 @@ TEST(SharedPtr, ACopiedObjectStartsUncounted)
 {
     int live = 0;
     const CoSharedPtr<Base> original(new Base(live));
-    const CoSharedPtr<Base> again = original;
+    original->ref();
     const CoSharedPtr<Base> copy(new Base(*original));
     EXPECT_EQ(copy->refCount(), 1);
-    EXPECT_EQ(original->refCount(), 2);
+    *copy = *original;
+    EXPECT_EQ(copy->refCount(), 1);
+    EXPECT_FALSE(original->unref());
 }
 
 TEST(SharedPtr, CastsShareTheObject)
@@ -107,13 +114,13 @@ TEST(SharedPtr, CountsFromManyThreads)
     int live = 0;
     CoSharedPtr<Base> shared(new Base(live));
     {
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < 4; ++i)
-            threads.emplace_back(
+        std::jthread threads[4];
+        for (std::jthread& thread : threads)
+            thread = std::jthread(
                 [mine = shared]
                 {
                     for (int turn = 0; turn < 10000; ++turn)
-                        const CoSharedPtr<Base> copy = mine;
+                        CoSharedPtr<Base>(mine).reset();
                 });
     }
     EXPECT_EQ(shared->refCount(), 1);

@@ -23,7 +23,7 @@ std::string complaint(const std::string& text)
 {
     try
     {
-        CoConfigFileReader(text, "f");
+        const CoConfigFileReader reader(text, "f");
         return "";
     }
     catch (const DM::CoException& error)
@@ -99,7 +99,7 @@ TEST(ConfigFile, ABadLineIsReportedWithFileAndLine)
 
     try
     {
-        CoConfigFileReader("a = 1\nnonsense here\n", "f");
+        const CoConfigFileReader reader("a = 1\nnonsense here\n", "f");
         FAIL();
     }
     catch (const DM::CoException& error)

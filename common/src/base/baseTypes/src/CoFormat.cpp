@@ -174,24 +174,18 @@ void appendWide(Writer& writer, const Conversion& conversion, const wchar_t* tex
         writer.pad(padding);
 }
 
-/// A va_list that can be handed on by reference.
-struct Arguments
-{
-    va_list list;
-};
-
 /// Replaces the '*' of width and precision by their arguments.
-void resolve(Conversion& conversion, Arguments& arguments)
+void resolve(Conversion& conversion, va_list& arguments)
 {
     if (conversion.width == fromArgument)
     {
-        const int width = va_arg(arguments.list, int);
+        const int width = va_arg(arguments, int);
         if (width < 0 && !conversion.hasFlag('-'))
             conversion.flags[std::strlen(conversion.flags)] = '-';
         conversion.width = width < 0 ? -std::max(width, -INT_MAX) : width;
     }
     if (conversion.precision == fromArgument)
-        conversion.precision = std::max(va_arg(arguments.list, int), unset);
+        conversion.precision = std::max(va_arg(arguments, int), unset);
 }
 
 /// The conversion as a format of its own.
@@ -212,7 +206,7 @@ struct ConversionText
     char text[48];
 };
 
-bool printNarrow(Writer& writer, const Conversion& conversion, Arguments& arguments)
+bool printNarrow(Writer& writer, const Conversion& conversion, va_list& arguments)
 {
     const ConversionText format(conversion);
     switch (conversion.type)
@@ -226,8 +220,8 @@ bool printNarrow(Writer& writer, const Conversion& conversion, Arguments& argume
     case 'u':
     case 'x':
     case 'X':
-        return conversion.isLong() ? writer.print(format.text, va_arg(arguments.list, long long))
-                                   : writer.print(format.text, va_arg(arguments.list, int));
+        return conversion.isLong() ? writer.print(format.text, va_arg(arguments, long long))
+                                   : writer.print(format.text, va_arg(arguments, int));
     case 'e':
     case 'E':
     case 'f':
@@ -236,24 +230,24 @@ bool printNarrow(Writer& writer, const Conversion& conversion, Arguments& argume
     case 'G':
     case 'a':
     case 'A':
-        return conversion.length[0] == 'L' ? writer.print(format.text, va_arg(arguments.list, long double))
-                                           : writer.print(format.text, va_arg(arguments.list, double));
+        return conversion.length[0] == 'L' ? writer.print(format.text, va_arg(arguments, long double))
+                                           : writer.print(format.text, va_arg(arguments, double));
     case 'c':
-        return writer.print(format.text, va_arg(arguments.list, int));
+        return writer.print(format.text, va_arg(arguments, int));
     case 's':
-        return writer.print(format.text, va_arg(arguments.list, const char*));
+        return writer.print(format.text, va_arg(arguments, const char*));
     case 'p':
-        return writer.print(format.text, va_arg(arguments.list, const void*));
+        return writer.print(format.text, va_arg(arguments, const void*));
     default:
         return false;
     }
 }
 
-void printWide(Writer& writer, const Conversion& conversion, Arguments& arguments)
+void printWide(Writer& writer, const Conversion& conversion, va_list& arguments)
 {
     if (conversion.type == 's' || conversion.type == 'S')
     {
-        const wchar_t* const text = va_arg(arguments.list, const wchar_t*);
+        const wchar_t* const text = va_arg(arguments, const wchar_t*);
         const std::size_t limit =
             conversion.precision == unset ? SIZE_MAX : static_cast<std::size_t>(conversion.precision);
         appendWide(writer, conversion, text ? text : L"(null)", limit);
@@ -261,13 +255,13 @@ void printWide(Writer& writer, const Conversion& conversion, Arguments& argument
     else
     {
         // A lone zero is no text to pad or to print: unlike snprintf's, it does not end the message early.
-        const wchar_t text[] = {static_cast<wchar_t>(va_arg(arguments.list, std::wint_t)), 0};
+        const wchar_t text[] = {static_cast<wchar_t>(va_arg(arguments, std::wint_t)), 0};
         appendWide(writer, conversion, text, SIZE_MAX);
     }
 }
 
 /// False when the format holds what cannot be printed piece by piece.
-bool printPieces(Writer& writer, const char* format, Arguments& arguments)
+bool printPieces(Writer& writer, const char* format, va_list& arguments)
 {
     for (const char* at = format; *at && !writer.isCut();)
     {
@@ -295,8 +289,8 @@ int vformat(char* buffer, std::size_t size, const char* format, va_list argument
 {
     if (size == 0)
         return 0;
-    Arguments pieces;
-    va_copy(pieces.list, arguments);
+    va_list pieces; // unlike the parameter, a variable that can be handed on by reference
+    va_copy(pieces, arguments);
     int length = unset;
     if (hasWide(format))
     {
@@ -306,14 +300,14 @@ int vformat(char* buffer, std::size_t size, const char* format, va_list argument
     }
     else
     {
-        length = std::vsnprintf(buffer, size, format, pieces.list);
+        length = std::vsnprintf(buffer, size, format, pieces);
         if (length >= 0 && static_cast<std::size_t>(length) >= size)
         {
             length = static_cast<int>(CoUtf8::cut(buffer, size - 1));
             buffer[length] = 0;
         }
     }
-    va_end(pieces.list);
+    va_end(pieces);
     return length < 0 ? copy(buffer, size, format) : length;
 }
 
