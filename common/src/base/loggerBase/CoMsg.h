@@ -13,6 +13,7 @@
 
 #include "zrExport.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -70,7 +71,12 @@ public:
     static void setFilterLevel(Level level);
     /// Sets the level unless ZR_MSG_LEVEL asks for one.
     static void setDefaultFilterLevel(Level level);
-    static bool isPosted(Level level) { return level <= filterLevel(); }
+    /// One load and one comparison for a message that is dropped.
+    static bool isPosted(Level level)
+    {
+        const Level filter = _filterLevel.load(std::memory_order_relaxed);
+        return level <= filter && (filter != unreadLevel || level <= filterLevel());
+    }
 
     // How lines look: full lines instead of the text alone (ZR_MSG_VERBOSE), and the family word in them.
     static void setVerboseFlag(bool verbose);
@@ -95,7 +101,12 @@ public:
     static int getDudPID();
 
 private:
+    /// Stands for a filter level that nobody has asked for yet.
+    static constexpr Level unreadLevel = static_cast<Level>(INT32_MAX);
+
     static void post(Level level, const char* file, int line, const char* family, const char* fmt, va_list args);
+
+    static std::atomic<Level> _filterLevel;
 };
 
 /// One message, stamped with process id and wall-clock time when it is made.

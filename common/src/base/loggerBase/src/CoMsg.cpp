@@ -45,12 +45,6 @@ CoMsg::Level initialLevel()
     return isLevelWanted() ? CoMsg::stringToLevel(wantedLevel().getValue().c_str()) : CoMsg::NoticeLevel;
 }
 
-std::atomic<CoMsg::Level>& currentLevel()
-{
-    static std::atomic<CoMsg::Level> level{initialLevel()};
-    return level;
-}
-
 void evMsgLevelChanged(void* /*data*/)
 {
     CoMsg::setFilterLevel(initialLevel());
@@ -68,6 +62,8 @@ const char* textOf(const char* text)
 }
 
 } // namespace
+
+constinit std::atomic<CoMsg::Level> CoMsg::_filterLevel{CoMsg::unreadLevel};
 
 void CoMsg::postUser(const char* file, int line, const char* family, const char* fmt, va_list args)
 {
@@ -132,12 +128,21 @@ const char* CoMsg::levelToString(Level level)
 
 CoMsg::Level CoMsg::filterLevel()
 {
-    return currentLevel().load(std::memory_order_relaxed);
+    Level level = _filterLevel.load(std::memory_order_relaxed);
+    if (level == unreadLevel)
+    {
+        const Level initial = initialLevel();
+        // A level that another thread has set meanwhile stays, and is what the failed exchange leaves in `level`.
+        if (_filterLevel.compare_exchange_strong(level, initial, std::memory_order_relaxed))
+            level = initial;
+    }
+    return level;
 }
 
 void CoMsg::setFilterLevel(Level level)
 {
-    currentLevel().store(level, std::memory_order_relaxed);
+    filterLevel(); // enters ZR_MSG_LEVEL in the registry, where a host may then change it
+    _filterLevel.store(std::min(level, static_cast<Level>(unreadLevel - 1)), std::memory_order_relaxed);
 }
 
 void CoMsg::setDefaultFilterLevel(Level level)
