@@ -1,17 +1,15 @@
 #include "CoSubjectHint.h"
 #include "CoWeakObserver.h"
 #include "CoWeakSubject.h"
+#include "zrAllocations.h"
 #include "zrRatio.h"
 
 #include <cstddef>
-#include <cstdlib>
+#include <cstdio>
 #include <deque>
-#include <new>
 
 namespace
 {
-
-long allocations = 0;
 
 class Counter : public DM::CoWeakObserver
 {
@@ -37,24 +35,6 @@ struct Audience
 
 } // namespace
 
-void* operator new(std::size_t size)
-{
-    ++allocations;
-    if (void* const memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
-
 int main()
 {
     const Audience thousand(1000);
@@ -70,11 +50,7 @@ int main()
         [&] { dispatch(hundred, 100); });
 
     const auto allocationsOf = [&dispatch](const Audience& audience)
-    {
-        const long before = allocations;
-        dispatch(audience, 1);
-        return static_cast<double>(allocations - before);
-    };
+    { return static_cast<double>(zrAllocations::of([&] { dispatch(audience, 1); })); };
     std::printf("allocations of a dispatch to 1000 observers / of one to 100: ratio %.2f (limit 1.00)\n",
                 allocationsOf(thousand) / allocationsOf(hundred));
 }
