@@ -50,14 +50,9 @@ public:
     }
     ~CoSharedPtr() { drop(_object); }
 
-    CoSharedPtr& operator=(const CoSharedPtr& other)
+    CoSharedPtr& operator=(CoSharedPtr other) noexcept
     {
-        CoSharedPtr(other).swap(*this);
-        return *this;
-    }
-    CoSharedPtr& operator=(CoSharedPtr&& other) noexcept
-    {
-        CoSharedPtr(std::move(other)).swap(*this);
+        swap(other);
         return *this;
     }
 

@@ -6,6 +6,7 @@
 
 #include "zrAssert.h"
 
+#include <cmath>
 #include <cstring>
 #include <unordered_map>
 #include <unordered_set>
@@ -43,7 +44,10 @@ T numberAt(const void* field)
 template <class T>
 bool sameNumber(T a, T b)
 {
-    return a == b || (a != a && b != b);
+    if constexpr (std::is_floating_point_v<T>)
+        if (std::isnan(a) && std::isnan(b))
+            return true;
+    return a == b;
 }
 
 // Walk

@@ -8,7 +8,7 @@
 
 wchar_t DmString::defaultBuff_[1] = {0};
 
-static_assert(sizeof(wchar_t) == 4, "buffer sizes assume 32-bit characters");
+static_assert(sizeof(wchar_t) == 4, "buffer sizes assume 32-bit characters"); // NOLINT(misc-redundant-expression)
 
 DmString::DmString(const char* text)
     : buff_(defaultBuff_)
@@ -49,7 +49,8 @@ DmString::DmString(const DmString& other)
     assign(other.buff_, other.len_);
 }
 
-DmString& DmString::operator=(const DmString& other)
+// Assigning a string to itself reallocates to the same size and moves the text onto itself.
+DmString& DmString::operator=(const DmString& other) // NOLINT(bugprone-unhandled-self-assignment)
 {
     return assign(other.buff_, other.len_);
 }
