@@ -277,10 +277,21 @@ eDmErrorId DmPropertySet::store(const DmPropertyDef& def, int index, const void*
 
 // Listeners
 
+/// A listener may drop the last reference to this object; one that nobody counts yet must not be deleted by that.
+CoSharedPtr<DmPropertySet> DmPropertySet::heldByUs()
+{
+    return CoSharedPtr<DmPropertySet>(refCount() > 0 ? this : nullptr);
+}
+
 void DmPropertySet::changed(const DmPropertyDef& def)
 {
-    if (_listeners)
-        notify(_id, def._type, def._name);
+    if (!_listeners)
+    {
+        _dirty.store(true, std::memory_order_relaxed);
+        return;
+    }
+    const CoSharedPtr<DmPropertySet> alive = heldByUs();
+    notify(_id, def._type, def._name);
     _dirty.store(true, std::memory_order_relaxed);
 }
 
@@ -313,8 +324,7 @@ void DmPropertySet::notify(const DmNodeId& id, eDmPropType type, const DmString&
 {
     if (!_listeners)
         return;
-    // A listener may drop the last reference to this object; one that nobody counts yet must not be deleted by that.
-    const CoSharedPtr<DmPropertySet> alive(refCount() > 0 ? this : nullptr);
+    const CoSharedPtr<DmPropertySet> alive = heldByUs();
     const std::vector<DmPropertyListener*> snapshot = *_listeners;
     for (DmPropertyListener* const listener : snapshot)
         if (_listeners && std::find(_listeners->begin(), _listeners->end(), listener) != _listeners->end())

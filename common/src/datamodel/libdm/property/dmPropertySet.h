@@ -186,6 +186,7 @@ private:
     eDmErrorId findMap(DmPropertyRef property, eDmPropType type, const DmPropertyDef*& def, int& index) const;
     template <class Visitor>
     eDmErrorId changeMap(DmPropertyRef property, eDmPropType type, Visitor&& visitor);
+    CoSharedPtr<DmPropertySet> heldByUs();
     void changed(const DmPropertyDef& def);
     void nameClass();
     DmPropertyDef* lastAdded(int expectedIndex);
