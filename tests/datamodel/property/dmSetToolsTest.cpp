@@ -89,7 +89,7 @@ void onSmallStack(const std::function<void()>& action)
     pthread_attr_t attributes;
     ASSERT_EQ(pthread_attr_init(&attributes), 0);
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    constexpr std::size_t size = 4 * 512 * 1024; // instrumented frames are several times as large
+    constexpr std::size_t size = 16 * 512 * 1024; // instrumented frames are several times as large
 #else
     constexpr std::size_t size = 512 * 1024;
 #endif

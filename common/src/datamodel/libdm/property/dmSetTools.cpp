@@ -130,30 +130,7 @@ public:
     }
 
     eDmErrorId sets(const DmPropertySet& a, const DmPropertySet& b, const DmPropertyPath* above,
-                    const Level* levelAbove, bool& equal)
-    {
-        equal = true;
-        if (&a == &b)
-            return DM_NO_ERROR;
-        if (&a.classData() != &b.classData())
-            return differs(above, equal);
-        Level level;
-        if (const eDmErrorId status = Level::enter(levelAbove, a, level); status != DM_NO_ERROR)
-            return status;
-        const bool shared = a.refCount() > 1 && b.refCount() > 1;
-        if (shared && _known.contains({&a, &b}))
-            return DM_NO_ERROR;
-        const DmPropertySetData& data = a.classData();
-        for (int i = 0; i < data.size() && equal; ++i)
-        {
-            DmPropertyPath path{above, &a, i, -1, nullptr};
-            if (const eDmErrorId status = fields(path, a.fieldOf(i), b.fieldOf(i), level, equal); status != DM_NO_ERROR)
-                return status;
-        }
-        if (shared && equal)
-            _known.insert({&a, &b});
-        return DM_NO_ERROR;
-    }
+                    const Level* levelAbove, bool& equal);
 
 private:
     struct PairHash
@@ -172,20 +149,7 @@ private:
         return DM_NO_ERROR;
     }
 
-    eDmErrorId fields(DmPropertyPath& path, const void* a, const void* b, const Level& level, bool& equal)
-    {
-        return dmVisitStorage(
-            path.def()._type,
-            [&]<class T>(std::type_identity<T>) -> eDmErrorId
-            {
-                if constexpr (std::is_void_v<T>)
-                    return DM_TYPE_NOT_IMPLEMENTED;
-                else if constexpr (DmNumberStorage<T>)
-                    return sameNumber(numberAt<T>(a), numberAt<T>(b)) ? DM_NO_ERROR : differs(&path, equal);
-                else
-                    return values(path, *static_cast<const T*>(a), *static_cast<const T*>(b), level, equal);
-            });
-    }
+    eDmErrorId fields(DmPropertyPath& path, const void* a, const void* b, const Level& level, bool& equal);
 
     eDmErrorId values(DmPropertyPath& path, const DmString& a, const DmString& b, const Level&, bool& equal)
     {
@@ -241,6 +205,47 @@ private:
     std::unordered_set<std::pair<const void*, const void*>, PairHash> _known; ///< shared sets found equal
 };
 
+eDmErrorId Comparison::sets(const DmPropertySet& a, const DmPropertySet& b, const DmPropertyPath* above,
+                            const Level* levelAbove, bool& equal)
+{
+    equal = true;
+    if (&a == &b)
+        return DM_NO_ERROR;
+    if (&a.classData() != &b.classData())
+        return differs(above, equal);
+    Level level;
+    if (const eDmErrorId status = Level::enter(levelAbove, a, level); status != DM_NO_ERROR)
+        return status;
+    const bool shared = a.refCount() > 1 && b.refCount() > 1;
+    if (shared && _known.contains({&a, &b}))
+        return DM_NO_ERROR;
+    const DmPropertySetData& data = a.classData();
+    for (int i = 0; i < data.size() && equal; ++i)
+    {
+        DmPropertyPath path{above, &a, i, -1, nullptr};
+        if (const eDmErrorId status = fields(path, a.fieldOf(i), b.fieldOf(i), level, equal); status != DM_NO_ERROR)
+            return status;
+    }
+    if (shared && equal)
+        _known.insert({&a, &b});
+    return DM_NO_ERROR;
+}
+
+eDmErrorId Comparison::fields(DmPropertyPath& path, const void* a, const void* b, const Level& level, bool& equal)
+{
+    return dmVisitStorage(
+        path.def()._type,
+        [&]<class T>(std::type_identity<T>) -> eDmErrorId
+        {
+            if constexpr (std::is_void_v<T>)
+                return DM_TYPE_NOT_IMPLEMENTED;
+            else if constexpr (DmNumberStorage<T>)
+                return sameNumber(numberAt<T>(a), numberAt<T>(b)) ? DM_NO_ERROR : differs(&path, equal);
+            else
+                return values(path, *static_cast<const T*>(a), *static_cast<const T*>(b), level, equal);
+        });
+}
+
 } // namespace
 
 // Copy: a fresh object that nobody else sees yet is filled without its lock and its listeners.
@@ -248,55 +253,7 @@ private:
 class DmSetAccess
 {
 public:
-    eDmErrorId copy(const DmPropertySet& source, const Level* levelAbove, DmPropertySetPtr& out)
-    {
-        if (source.isFrozen())
-        {
-            out = DmPropertySetPtr(const_cast<DmPropertySet*>(&source)); // frozen: sharing hands out nothing to change
-            return DM_NO_ERROR;
-        }
-        const bool shared = source.refCount() > 1;
-        if (shared)
-            if (const auto found = _copies.find(&source); found != _copies.end())
-            {
-                out = found->second;
-                return DM_NO_ERROR;
-            }
-        Level level;
-        if (const eDmErrorId status = Level::enter(levelAbove, source, level); status != DM_NO_ERROR)
-            return status;
-
-        const DmPropertySetData& data = source.classData();
-        DmPropertySet* made = nullptr;
-        const eDmErrorId created = create(data, made);
-        const DmPropertySetPtr target(made);
-        if (created != DM_NO_ERROR)
-            return created;
-        for (int i = 0; i < data.size(); ++i)
-        {
-            const DmPropertyDef& def = *data.at(i);
-            const eDmErrorId status =
-                dmVisitStorage(def._type,
-                               [&]<class T>(std::type_identity<T>) -> eDmErrorId
-                               {
-                                   const void* const from = source.fieldOf(i, def);
-                                   void* const to = target->fieldOf(i, def);
-                                   if constexpr (std::is_void_v<T>)
-                                       return DM_TYPE_NOT_IMPLEMENTED;
-                                   else if constexpr (DmNumberStorage<T>)
-                                       std::memcpy(to, from, sizeof(T));
-                                   else
-                                       return values(*static_cast<const T*>(from), *static_cast<T*>(to), level);
-                                   return DM_NO_ERROR;
-                               });
-            if (status != DM_NO_ERROR)
-                return status;
-        }
-        if (shared)
-            _copies.emplace(&source, target);
-        out = target;
-        return DM_NO_ERROR;
-    }
+    eDmErrorId copy(const DmPropertySet& source, const Level* levelAbove, DmPropertySetPtr& out);
 
 private:
     eDmErrorId create(const DmPropertySetData& data, DmPropertySet*& out)
@@ -356,6 +313,56 @@ private:
     const DmPropertySetData* _lastClass = nullptr;
     DmPropertyCreator _lastCreator = nullptr;
 };
+
+eDmErrorId DmSetAccess::copy(const DmPropertySet& source, const Level* levelAbove, DmPropertySetPtr& out)
+{
+    if (source.isFrozen())
+    {
+        out = DmPropertySetPtr(const_cast<DmPropertySet*>(&source)); // frozen: sharing hands out nothing to change
+        return DM_NO_ERROR;
+    }
+    const bool shared = source.refCount() > 1;
+    if (shared)
+        if (const auto found = _copies.find(&source); found != _copies.end())
+        {
+            out = found->second;
+            return DM_NO_ERROR;
+        }
+    Level level;
+    if (const eDmErrorId status = Level::enter(levelAbove, source, level); status != DM_NO_ERROR)
+        return status;
+
+    const DmPropertySetData& data = source.classData();
+    DmPropertySet* made = nullptr;
+    const eDmErrorId created = create(data, made);
+    const DmPropertySetPtr target(made);
+    if (created != DM_NO_ERROR)
+        return created;
+    for (int i = 0; i < data.size(); ++i)
+    {
+        const DmPropertyDef& def = *data.at(i);
+        const eDmErrorId status =
+            dmVisitStorage(def._type,
+                           [&]<class T>(std::type_identity<T>) -> eDmErrorId
+                           {
+                               const void* const from = source.fieldOf(i, def);
+                               void* const to = target->fieldOf(i, def);
+                               if constexpr (std::is_void_v<T>)
+                                   return DM_TYPE_NOT_IMPLEMENTED;
+                               else if constexpr (DmNumberStorage<T>)
+                                   std::memcpy(to, from, sizeof(T));
+                               else
+                                   return values(*static_cast<const T*>(from), *static_cast<T*>(to), level);
+                               return DM_NO_ERROR;
+                           });
+        if (status != DM_NO_ERROR)
+            return status;
+    }
+    if (shared)
+        _copies.emplace(&source, target);
+    out = target;
+    return DM_NO_ERROR;
+}
 
 std::string DmPropertyPath::text() const
 {
