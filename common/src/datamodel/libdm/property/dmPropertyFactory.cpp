@@ -10,7 +10,13 @@ DmPropertyFactory& DmPropertyFactory::getInstance()
 
 eDmErrorId DmPropertyFactory::registerCreator(const DmString& className, DmPropertyCreator creator)
 {
-    const bool added = _creators.try_emplace(std::wstring(className.view()), creator).second;
+    const bool added = _creators.try_emplace(std::wstring(className.view()), Entry{creator, false}).second;
+    return added ? DM_NO_ERROR : DM_PROPERTYSET_ALREADY_EXIST;
+}
+
+eDmErrorId DmPropertyFactory::registerAlias(const DmString& name, DmPropertyCreator creator)
+{
+    const bool added = _creators.try_emplace(std::wstring(name.view()), Entry{creator, true}).second;
     return added ? DM_NO_ERROR : DM_PROPERTYSET_ALREADY_EXIST;
 }
 
@@ -24,7 +30,7 @@ eDmErrorId DmPropertyFactory::createPropertySetInstance(const DmString& classNam
 DmPropertyCreator DmPropertyFactory::findCreator(std::wstring_view className) const
 {
     const auto found = _creators.find(className);
-    return found == _creators.end() ? nullptr : found->second;
+    return found == _creators.end() ? nullptr : found->second.creator;
 }
 
 eDmErrorId DmPropertyFactory::create(DmPropertyCreator creator, const DmNodeId& parentId, int index,
@@ -52,8 +58,9 @@ std::vector<DmString> DmPropertyFactory::classNames() const
 {
     std::vector<DmString> names;
     names.reserve(_creators.size());
-    for (const auto& entry : _creators)
-        names.emplace_back(std::wstring_view(entry.first));
+    for (const auto& [name, entry] : _creators)
+        if (!entry.isAlias)
+            names.emplace_back(std::wstring_view(name));
     std::sort(names.begin(), names.end(), [](const DmString& a, const DmString& b) { return a < b; });
     return names;
 }

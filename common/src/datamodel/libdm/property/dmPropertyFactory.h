@@ -22,6 +22,8 @@ public:
 
     /// DM_PROPERTYSET_ALREADY_EXIST when the name is taken: the first registration stays.
     eDmErrorId registerCreator(const DmString& className, DmPropertyCreator creator);
+    /// The same for another name that documents know a class by: everything but classNames() answers to it.
+    eDmErrorId registerAlias(const DmString& name, DmPropertyCreator creator);
 
     /// A new object of a class, uncounted, with a fresh id: a number of its own, below `parentId` at `index` when there
     /// is a parent. DM_PROPERTY_NOT_FOUND for an unregistered class; `out` and the counter are then untouched.
@@ -37,7 +39,7 @@ public:
     /// Whether objects get their default attributes; process-wide. Returns the setting before.
     bool setCreateDefaultAttributes(bool create);
 
-    /// Every registered class, sorted.
+    /// Every registered class, sorted; without aliases.
     std::vector<DmString> classNames() const;
 
 private:
@@ -47,9 +49,15 @@ private:
         std::size_t operator()(std::wstring_view name) const { return std::hash<std::wstring_view>()(name); }
     };
 
+    struct Entry
+    {
+        DmPropertyCreator creator;
+        bool isAlias;
+    };
+
     DmPropertyFactory() = default;
 
-    std::unordered_map<std::wstring, DmPropertyCreator, Hash, std::equal_to<>> _creators;
+    std::unordered_map<std::wstring, Entry, Hash, std::equal_to<>> _creators;
     mutable std::atomic<std::uint64_t> _nextId{0};
     std::atomic<bool> _createDefaultAttributes{false};
 };

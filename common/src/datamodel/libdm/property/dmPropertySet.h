@@ -165,6 +165,14 @@ protected:
     template <class Value>
     eDmErrorId set(int index, const Value& value);
 
+    // The same for lists; a null element is DM_BAD_VALUE.
+
+    eDmErrorId addTo(int list, const DmPropertySetPtr& element);
+    eDmErrorId addTo(int list, const DmString& element);
+    eDmErrorId removeFrom(int list, int element);
+    /// In place of what the list holds.
+    eDmErrorId setStrings(int list, const std::vector<DmString>& strings);
+
 private:
     template <class Owner>
     friend class DmDeclaration;

@@ -179,6 +179,33 @@ eDmErrorId DmPropertySet::setValueFromPropertyList(DmPropertyRef property, eDmPr
                       });
 }
 
+// Lists, typed
+
+eDmErrorId DmPropertySet::addTo(int list, const DmPropertySetPtr& element)
+{
+    return element ? addValueInPropertyList(list, DM_VECTOR_PROPERTY_SET, &element) : DM_BAD_VALUE;
+}
+
+eDmErrorId DmPropertySet::addTo(int list, const DmString& element)
+{
+    return addValueInPropertyList(list, DM_VECTOR_STRING, &element);
+}
+
+eDmErrorId DmPropertySet::removeFrom(int list, int element)
+{
+    const DmPropertyDef* const def = _data->at(list);
+    return def ? removeValueFromPropertyList(list, def->_type, element) : DM_PROPERTY_NOT_FOUND;
+}
+
+eDmErrorId DmPropertySet::setStrings(int list, const std::vector<DmString>& strings)
+{
+    const std::vector<DmString> copy(strings); // they may be the list's own
+    eDmErrorId status = clearList(list, DM_VECTOR_STRING);
+    for (auto text = copy.begin(); text != copy.end() && status == DM_NO_ERROR; ++text)
+        status = addTo(list, *text);
+    return status;
+}
+
 // Maps
 
 eDmErrorId DmPropertySet::findMap(DmPropertyRef property, eDmPropType type, const DmPropertyDef*& def, int& index) const
