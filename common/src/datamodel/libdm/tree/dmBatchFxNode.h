@@ -1,0 +1,28 @@
+/// A segment that is the result of a batch effect. Layers do not take it, although it is a segment.
+#pragma once
+
+#include "dmSegmentNode.h"
+
+class ZR_DM_API DmBatchFxNode final : public DmNode<DmBatchFxNode, DmSegmentNode, &DmTreeVisitor::visitBatchFxNode>
+{
+public:
+    static constexpr const wchar_t* className = L"DmBatchFxNode";
+    enum Property : int
+    {
+        SetupFileName = 15,
+        Setup
+    };
+
+    explicit DmBatchFxNode(const DmNodeId& id);
+    eDmErrorId createList() override;
+
+    const DmString& getSetupFileName() const { return _setupFileName; }
+    eDmErrorId setSetupFileName(const DmString& name) { return set(SetupFileName, name); }
+    /// The setup itself, as the effect wrote it.
+    const DmString& getSetup() const { return _setup; }
+    eDmErrorId setSetup(const DmString& setup) { return set(Setup, setup); }
+
+private:
+    DmString _setupFileName;
+    DmString _setup;
+};

@@ -1,0 +1,28 @@
+#include "dmCollectionNode.h"
+
+#include "dmDeclare.h"
+
+eDmErrorId DmCollectionNode::createList()
+{
+    return declare(*this, DmTreeNode::createList()).mandatory(L"children", _children).status();
+}
+
+int DmCollectionNode::insertChild(DmTreeNode* node, int index)
+{
+    if (node && index >= 0 && index <= getNbChildren())
+    {
+        checkChild(node);
+        const DmPropertySetPtr child(node);
+        // The count tells the caller whether the node is in.
+        static_cast<void>(insertValueInPropertyList(Children, DM_VECTOR_PROPERTY_SET, index, &child));
+    }
+    return getNbChildren();
+}
+
+int DmCollectionNode::removeChild(int index)
+{
+    static_cast<void>(removeValueFromPropertyList(Children, DM_VECTOR_PROPERTY_SET, index)); // as above
+    return getNbChildren();
+}
+
+void DmCollectionNode::checkChild(const DmTreeNode* /*node*/) const {}

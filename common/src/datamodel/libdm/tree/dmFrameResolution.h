@@ -1,0 +1,76 @@
+/// The format of pictures: size, shape, depth and place. Every getter gives its value through its argument.
+#pragma once
+
+#include "dmPropertySetInit.h"
+
+class ZR_DM_API DmFrameResolution final : public DmConcrete<DmFrameResolution>
+{
+public:
+    static constexpr const wchar_t* className = L"DmFrameResolution";
+    enum Property : int
+    {
+        Width,
+        Height,
+        Ratio,
+        ScanFormat,
+        BitsPerPixel,
+        BitsPerChannel,
+        NumChannels,
+        BufSize,
+        ByteOrder,
+        IsFloat,
+        ColourSpace,
+        CenterX,
+        CenterY,
+        SizeX,
+        SizeY
+    };
+
+    explicit DmFrameResolution(const DmNodeId& id);
+    eDmErrorId createList() override;
+
+    void getWidth(int& pixels) const { pixels = _width; }
+    eDmErrorId setWidth(int pixels) { return set(Width, pixels); }
+    void getHeight(int& pixels) const { pixels = _height; }
+    eDmErrorId setHeight(int pixels) { return set(Height, pixels); }
+    /// Width to height of the frame as it is shown.
+    void getFrameRatio(float& ratio) const { ratio = _ratio; }
+    eDmErrorId setFrameRatio(float ratio) { return set(Ratio, ratio); }
+    void getScanFormat(DmString& format) const { format = _scanFormat; }
+    eDmErrorId setScanFormat(const DmString& format) { return set(ScanFormat, format); }
+    void getBitsPerPixel(int& bits) const { bits = _bitsPerPixel; }
+    eDmErrorId setBitsPerPixel(int bits) { return set(BitsPerPixel, bits); }
+    void getDepth(int& bitsPerChannel, int& numChannels, bool& isFloat, bool& byteOrder) const;
+    /// The status of the last of the four.
+    eDmErrorId setDepth(int bitsPerChannel, int numChannels, bool isFloat, bool byteOrder);
+    /// Bytes.
+    void getFrameBufferSize(int& size) const { size = _bufSize; }
+    eDmErrorId setFrameBufferSize(int size) { return set(BufSize, size); }
+    void getColorSpace(DmString& name) const { name = _colourSpace; }
+    eDmErrorId setColorSpace(const DmString& name) { return set(ColourSpace, name); }
+    void getCenterX(double& x) const { x = _centerX; }
+    eDmErrorId setCenterX(double x) { return set(CenterX, x); }
+    void getCenterY(double& y) const { y = _centerY; }
+    eDmErrorId setCenterY(double y) { return set(CenterY, y); }
+    void getSizeX(double& x) const { x = _sizeX; }
+    eDmErrorId setSizeX(double x) { return set(SizeX, x); }
+    void getSizeY(double& y) const { y = _sizeY; }
+    eDmErrorId setSizeY(double y) { return set(SizeY, y); }
+
+private:
+    int _width = 0;
+    int _height = 0;
+    float _ratio = 0.0F;
+    int _bitsPerPixel = 0;
+    int _bitsPerChannel = 0;
+    int _numChannels = 0;
+    int _bufSize = 0;
+    bool _byteOrder = false;
+    bool _isFloat = false;
+    DmString _scanFormat;
+    DmString _colourSpace;
+    double _centerX = 0.0;
+    double _centerY = 0.0;
+    double _sizeX = 0.0;
+    double _sizeY = 0.0;
+};

@@ -1,0 +1,12 @@
+/// A node without children.
+#pragma once
+
+#include "dmTreeNode.h"
+
+class ZR_DM_API DmLeafNode : public DmTreeNode
+{
+public:
+    static constexpr const wchar_t* className = L"DmLeafNode";
+
+    using DmTreeNode::DmTreeNode;
+};

@@ -1,0 +1,44 @@
+/// A record that belongs to its object alone, although objects that never touch it share one: it begins as the frozen
+/// default of its class, is replaced by a copy of it when it is first asked for to be changed, and is cloned with its
+/// object.
+///
+///     DmOwnedRecord<DmFrameResolution> _resolution{dmSharedDefault<DmFrameResolution>()};
+///
+///     const DmFrameResolution* getResolution() const { return _resolution.get(); }
+///     DmFrameResolution* getResolution() { return _resolution.forChange(*this); }
+#pragma once
+
+#include "dmSlots.h"
+
+/// The default of a record's class, the same object for all: made on the first call and kept for the life of the
+/// process. Its setters answer DM_CANNOT_LOCK.
+template <class T>
+const CoSharedPtr<T>& dmSharedDefault()
+{
+    static const CoSharedPtr<T>& shared = []() -> const CoSharedPtr<T>&
+    {
+        auto& made = *new CoSharedPtr<T>(T::create());
+        if (made)
+            made->freeze();
+        return made;
+    }();
+    return shared;
+}
+
+template <class T>
+class DmOwnedRecord : public DmNested<T>
+{
+public:
+    using DmNested<T>::DmNested;
+
+    DmOwnedRecord(const DmOwnedRecord& other)
+        : DmNested<T>(other)
+    {
+        if (*this && !this->get()->isFrozen())
+            DmPropertySetPtr::operator=(this->get()->clone());
+    }
+    DmOwnedRecord& operator=(const DmOwnedRecord&) = delete;
+
+    /// The record to edit; null when there is none. That of a frozen object stays as it is.
+    T* forChange(const DmPropertySet& owner) { return owner.isFrozen() ? this->get() : DmNested<T>::forChange(); }
+};

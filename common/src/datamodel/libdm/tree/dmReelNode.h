@@ -1,0 +1,13 @@
+/// A reel: compositions that belong together.
+#pragma once
+
+#include "dmCollectionNode.h"
+
+class ZR_DM_API DmReelNode final
+    : public DmNode<DmReelNode, DmCollectionNode, &DmTreeVisitor::visitReelNode, &DmTreeVisitor::postProcessReelNode>
+{
+public:
+    static constexpr const wchar_t* className = L"DmReelNode";
+
+    explicit DmReelNode(const DmNodeId& id);
+};

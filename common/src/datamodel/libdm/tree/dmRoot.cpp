@@ -1,0 +1,26 @@
+#include "dmRoot.h"
+
+#include "dmDeclare.h"
+
+static const DmPropertySetInit<DmRoot> registration;
+
+DmRoot::DmRoot(const DmNodeId& id)
+    : DmNode(DM_ROOT_NODE, id, DmPropertySetInit<DmRoot>::data())
+    , _identification(DmIdentification::create())
+{
+}
+
+eDmErrorId DmRoot::createList()
+{
+    return declare(*this, DmCollectionNode::createList()).mandatory(L"identification", _identification).status();
+}
+
+eDmErrorId DmRoot::setIdentification(DmIdentification* identification)
+{
+    return setIdentification(CoSharedPtr<DmIdentification>(identification));
+}
+
+eDmErrorId DmRoot::setIdentification(const CoSharedPtr<DmIdentification>& identification)
+{
+    return set(Identification, identification);
+}

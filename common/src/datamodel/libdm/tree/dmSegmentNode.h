@@ -1,0 +1,107 @@
+/// A stretch of a layer: it begins at "recIn" in record time, lasts "recLength", and plays its material from "relIn"
+/// on. All three are frames of the composition's mode.
+///
+/// A copy has clones of the effects and the marks, and shares whatever material there is.
+#pragma once
+
+#include "dmCueMark.h"
+#include "dmEffectSettings.h"
+#include "dmLeafNode.h"
+#include "dmMediaType.h"
+#include "dmOwned.h"
+
+class ZR_DM_API DmSegmentNode : public DmLeafNode
+{
+public:
+    static constexpr const wchar_t* className = L"DmSegmentNode";
+    enum Property : int
+    {
+        RecIn = 4,
+        RecLength,
+        RelIn,
+        Effects,
+        SegmentMarks,
+        MediaType,
+        OriginalID,
+        SegmentId,
+        SegmentPreviousIds,
+        ShotName,
+        Muted
+    };
+
+    eDmErrorId createList() override;
+    const void* getBase(int index) const override;
+
+    double getRecIn() const { return _own->recIn; }
+    eDmErrorId setRecIn(double frames) { return set(RecIn, frames); }
+    double getRecLength() const { return _own->recLength; }
+    eDmErrorId setRecLength(double frames) { return set(RecLength, frames); }
+    /// The record time at which the segment has ended.
+    double getRecOut() const { return _own->recIn + _own->recLength; }
+    /// Offset into the material.
+    double getRelIn() const { return _own->relIn; }
+    eDmErrorId setRelIn(double frames) { return set(RelIn, frames); }
+
+    /// In the order in which they are applied.
+    const DmSetList<DmEffectSettings>& getEffects() const { return _own->effects; }
+    eDmErrorId addEffect(const CoSharedPtr<DmEffectSettings>& effect) { return addTo(Effects, effect); }
+    eDmErrorId removeEffect(int index) { return removeFrom(Effects, index); }
+    const DmSetList<DmCueMark>& getSegmentMarks() const { return _own->segmentMarks; }
+    eDmErrorId addSegmentMark(const CoSharedPtr<DmCueMark>& mark) { return addTo(SegmentMarks, mark); }
+    eDmErrorId removeSegmentMark(int index) { return removeFrom(SegmentMarks, index); }
+
+    /// That of the layer.
+    eDmTreeMediaType getMediaType() const { return _own->mediaType; }
+    eDmErrorId setMediaType(eDmTreeMediaType type) { return set(MediaType, type); }
+    /// The segment that this one was derived from.
+    const DmString& getOriginalID() const { return _own->originalID; }
+    eDmErrorId setOriginalID(const DmString& id) { return set(OriginalID, id); }
+    /// Unique within a composition; empty for none.
+    const DmString& getSegmentId() const { return _own->segmentId; }
+    eDmErrorId setSegmentId(const DmString& id) { return set(SegmentId, id); }
+    const std::vector<DmString>& getSegmentPreviousIds() const { return _own->segmentPreviousIds; }
+    eDmErrorId setSegmentPreviousIds(const std::vector<DmString>& ids) { return setStrings(SegmentPreviousIds, ids); }
+    eDmErrorId addSegmentPreviousId(const DmString& id) { return addTo(SegmentPreviousIds, id); }
+    const DmString& getShotName() const { return _own->shotName; }
+    eDmErrorId setShotName(const DmString& name) { return set(ShotName, name); }
+    bool getMuted() const { return _own->muted; }
+    eDmErrorId setMuted(bool muted) { return set(Muted, muted); }
+
+protected:
+    DmSegmentNode(eDmTreeNodeClassId kind, const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData);
+    DmSegmentNode(const DmSegmentNode& other);
+
+    /// A record placed in time, as every create() of a segment begins; null when a setter fails.
+    template <class T>
+    static CoSharedPtr<T> placed(CoSharedPtr<T> node, eDmTreeMediaType mediaType, double recIn, double recLength,
+                                 double relIn);
+
+private:
+    /// The segment's own properties, in a block of their own.
+    struct Own
+    {
+        double recIn = 0.0;
+        double recLength = 0.0;
+        double relIn = 0.0;
+        DmOwnedList<DmEffectSettings> effects;
+        DmOwnedList<DmCueMark> segmentMarks;
+        eDmTreeMediaType mediaType = DM_MEDIA_UNDEFINED;
+        bool muted = false;
+        DmString originalID;
+        DmString segmentId;
+        std::vector<DmString> segmentPreviousIds;
+        DmString shotName;
+    };
+
+    const std::unique_ptr<Own> _own;
+};
+
+template <class T>
+CoSharedPtr<T> DmSegmentNode::placed(CoSharedPtr<T> node, eDmTreeMediaType mediaType, double recIn, double recLength,
+                                     double relIn)
+{
+    if (node && (node->setMediaType(mediaType) != DM_NO_ERROR || node->setRecIn(recIn) != DM_NO_ERROR ||
+                 node->setRecLength(recLength) != DM_NO_ERROR || node->setRelIn(relIn) != DM_NO_ERROR))
+        node.reset();
+    return node;
+}

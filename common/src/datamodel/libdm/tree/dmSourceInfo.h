@@ -1,0 +1,200 @@
+/// Where media came from: the tape, film or files, how they were captured, and what identifies them there.
+///
+/// Times (PD..., Varicam..., ConsolidateOffset) are frames. "PD" is pulldown, "Varicam" a variable-rate camera; what
+/// only one kind of source has keeps its default for the others.
+#pragma once
+
+#include "dmKKInfo.h"
+#include "dmOwnedRecord.h"
+
+class ZR_DM_API DmSourceInfo final : public DmConcrete<DmSourceInfo>
+{
+public:
+    static constexpr const wchar_t* className = L"DmSourceInfo";
+    enum Property : int
+    {
+        Type,
+        Name,
+        ReelName,
+        Track,
+        MediaOrigin,
+        FileTypeCode,
+        Path,
+        FileList,
+        FileSeqBegin,
+        FileSeqEnd,
+        EssenceUID,
+        SourceUID,
+        OriginalSourceUID,
+        ImageUseResize,
+        ImageResizeType,
+        ImageFilterType,
+        ImageKeepAspect,
+        ImagePanX,
+        ImagePanY,
+        ImageLut,
+        ImageChannelsCode,
+        SoftImport,
+        PDCaptureMode,
+        PDFrameType,
+        PDRefFrame,
+        PDDFRefFrame,
+        PDDropFrame,
+        PDTimewarpSource,
+        VaricamCaptureMode,
+        VaricamTimecode,
+        VaricamFcm,
+        KkInfo,
+        Sequence,
+        ConsolidateOffset,
+        AafOptions,
+        MIOInfo
+    };
+
+    enum SourceType : int
+    {
+        Unknown = 0,
+        Reel = 1,
+        Varicam = 2,
+        Spirit = 3,
+        File = 4,
+        Files = 5,
+        FileSequence = 6,
+        Module = 7
+    };
+    /// For display; that of Unknown for every other value.
+    static const char* getSourceTypeStr(SourceType type);
+
+    /// The application's own codes.
+    enum FileType : int
+    {
+        FileTypeUndefined = 0
+    };
+    enum ImageChannels : int
+    {
+        ImageChannelsUndefined = 0
+    };
+
+    explicit DmSourceInfo(const DmNodeId& id);
+    eDmErrorId createList() override;
+
+    SourceType getSourceType() const { return _sourceType; }
+    eDmErrorId setSourceType(SourceType type) { return set(Type, type); }
+    const DmString& getName() const { return _name; }
+    eDmErrorId setName(const DmString& name) { return set(Name, name); }
+    const DmString& getReelName() const { return _reelName; }
+    eDmErrorId setReelName(const DmString& name) { return set(ReelName, name); }
+    int getTrack() const { return _track; }
+    eDmErrorId setTrack(int track) { return set(Track, track); }
+    const DmString& getMediaOrigin() const { return _mediaOrigin; }
+    eDmErrorId setMediaOrigin(const DmString& origin) { return set(MediaOrigin, origin); }
+    FileType getFileType() const { return _fileType; }
+    eDmErrorId setFileType(FileType type) { return set(FileTypeCode, type); }
+    const DmString& getPath() const { return _path; }
+    eDmErrorId setPath(const DmString& path) { return set(Path, path); }
+    const std::vector<DmString>& getFileList() const { return _fileList; }
+    eDmErrorId setFileList(const std::vector<DmString>& files) { return setStrings(FileList, files); }
+    eDmErrorId addFile(const DmString& file) { return addTo(FileList, file); }
+    int getFileSeqBegin() const { return _fileSeqBegin; }
+    eDmErrorId setFileSeqBegin(int number) { return set(FileSeqBegin, number); }
+    int getFileSeqEnd() const { return _fileSeqEnd; }
+    eDmErrorId setFileSeqEnd(int number) { return set(FileSeqEnd, number); }
+    const DmString& getEssenceUID() const { return _essenceUID; }
+    eDmErrorId setEssenceUID(const DmString& uid) { return set(EssenceUID, uid); }
+    const DmString& getSourceUID() const { return _sourceUID; }
+    eDmErrorId setSourceUID(const DmString& uid) { return set(SourceUID, uid); }
+    const DmString& getOriginalSourceUID() const { return _originalSourceUID; }
+    eDmErrorId setOriginalSourceUID(const DmString& uid) { return set(OriginalSourceUID, uid); }
+
+    bool getImageUseResize() const { return _imageUseResize; }
+    eDmErrorId setImageUseResize(bool use) { return set(ImageUseResize, use); }
+    const DmString& getImageResizeType() const { return _imageResizeType; }
+    eDmErrorId setImageResizeType(const DmString& type) { return set(ImageResizeType, type); }
+    const DmString& getImageFilterType() const { return _imageFilterType; }
+    eDmErrorId setImageFilterType(const DmString& type) { return set(ImageFilterType, type); }
+    bool getImageKeepAspect() const { return _imageKeepAspect; }
+    eDmErrorId setImageKeepAspect(bool keep) { return set(ImageKeepAspect, keep); }
+    int getImagePanX() const { return _imagePanX; }
+    eDmErrorId setImagePanX(int pixels) { return set(ImagePanX, pixels); }
+    int getImagePanY() const { return _imagePanY; }
+    eDmErrorId setImagePanY(int pixels) { return set(ImagePanY, pixels); }
+    const DmString& getImageLut() const { return _imageLut; }
+    eDmErrorId setImageLut(const DmString& lut) { return set(ImageLut, lut); }
+    ImageChannels getImageChannels() const { return _imageChannels; }
+    eDmErrorId setImageChannels(ImageChannels channels) { return set(ImageChannelsCode, channels); }
+    bool getSoftImport() const { return _softImport; }
+    eDmErrorId setSoftImport(bool soft) { return set(SoftImport, soft); }
+
+    bool getPDCaptureMode() const { return _pdCaptureMode; }
+    eDmErrorId setPDCaptureMode(bool on) { return set(PDCaptureMode, on); }
+    /// "AA" to "DD": the position of the reference frame in the cadence.
+    const DmString& getPDFrameType() const { return _pdFrameType; }
+    eDmErrorId setPDFrameType(const DmString& type) { return set(PDFrameType, type); }
+    double getPDRefFrame() const { return _pdRefFrame; }
+    eDmErrorId setPDRefFrame(double frames) { return set(PDRefFrame, frames); }
+    double getPDDFRefFrame() const { return _pdDFRefFrame; }
+    eDmErrorId setPDDFRefFrame(double frames) { return set(PDDFRefFrame, frames); }
+    bool getPDDropFrame() const { return _pdDropFrame; }
+    eDmErrorId setPDDropFrame(bool drop) { return set(PDDropFrame, drop); }
+    bool getPDTimewarpSource() const { return _pdTimewarpSource; }
+    eDmErrorId setPDTimewarpSource(bool timewarp) { return set(PDTimewarpSource, timewarp); }
+    bool getVaricamCaptureMode() const { return _varicamCaptureMode; }
+    eDmErrorId setVaricamCaptureMode(bool on) { return set(VaricamCaptureMode, on); }
+    double getVaricamTimecode() const { return _varicamTimecode; }
+    eDmErrorId setVaricamTimecode(double frames) { return set(VaricamTimecode, frames); }
+    const DmString& getVaricamFcm() const { return _varicamFcm; }
+    eDmErrorId setVaricamFcm(const DmString& fcm) { return set(VaricamFcm, fcm); }
+
+    /// Null only where a document or a caller made it so.
+    const DmKKInfo* getKkInfo() const { return _kkInfo.get(); }
+    DmKKInfo* getKkInfo() { return _kkInfo.forChange(*this); }
+    /// Shares the record.
+    eDmErrorId setKkInfo(const CoSharedPtr<DmKKInfo>& info) { return set(KkInfo, info); }
+    const std::vector<DmString>& getSequence() const { return _sequence; }
+    eDmErrorId setSequence(const std::vector<DmString>& sequence) { return setStrings(Sequence, sequence); }
+    double getConsolidateOffset() const { return _consolidateOffset; }
+    eDmErrorId setConsolidateOffset(double frames) { return set(ConsolidateOffset, frames); }
+    const DmString& getAafOptions() const { return _aafOptions; }
+    eDmErrorId setAafOptions(const DmString& options) { return set(AafOptions, options); }
+    const DmString& getMIOInfo() const { return _mioInfo; }
+    eDmErrorId setMIOInfo(const DmString& info) { return set(MIOInfo, info); }
+
+private:
+    // In the order that packs: every clip has one of these.
+    SourceType _sourceType = Unknown;
+    int _track = 0;
+    DmString _name;
+    DmString _reelName;
+    DmString _mediaOrigin;
+    DmString _path;
+    std::vector<DmString> _fileList;
+    DmString _essenceUID;
+    DmString _sourceUID;
+    DmString _originalSourceUID;
+    FileType _fileType = FileTypeUndefined;
+    int _fileSeqBegin = 0;
+    int _fileSeqEnd = 0;
+    int _imagePanX = 0;
+    int _imagePanY = 0;
+    ImageChannels _imageChannels = ImageChannelsUndefined;
+    bool _imageUseResize = false;
+    bool _imageKeepAspect = false;
+    bool _softImport = false;
+    bool _pdCaptureMode = false;
+    bool _pdDropFrame = false;
+    bool _pdTimewarpSource = false;
+    bool _varicamCaptureMode = false;
+    DmString _imageResizeType{L"RESIZE_INVALID_TYPE"};
+    DmString _imageFilterType{L"IP_FILTER_INVALID"};
+    DmString _imageLut;
+    DmString _pdFrameType;
+    double _pdRefFrame = 0.0;
+    double _pdDFRefFrame = 0.0;
+    double _varicamTimecode = 0.0;
+    DmString _varicamFcm;
+    DmOwnedRecord<DmKKInfo> _kkInfo;
+    std::vector<DmString> _sequence;
+    double _consolidateOffset = 0.0;
+    DmString _aafOptions;
+    DmString _mioInfo;
+};

@@ -1,0 +1,64 @@
+#include "dmStoredLabel.h"
+
+#include "dmUtf8.h"
+#include "tuTimeUnit.h"
+#include "zrAssert.h"
+
+using DM::FCM_NOT_DEFINED;
+using DM::FcmUtil;
+
+namespace
+{
+
+/// Labels and modes are short: the rest of a text that is neither is not converted.
+std::string shortText(const DmString& text)
+{
+    return dmUtf8(text.view().substr(0, 64));
+}
+
+} // namespace
+
+DM::FrameCodeModes dmFcmFromText(const DmString& text)
+{
+    return FcmUtil::getFCMFromString(shortText(text).c_str(), false);
+}
+
+DmString dmFcmText(DM::FrameCodeModes fcm)
+{
+    const std::string_view name = FcmUtil::getFCMString(fcm);
+    return DmString(std::wstring(name.begin(), name.end()));
+}
+
+DM::FrameCodeModes dmModeOrDefault(DM::FrameCodeModes fcm)
+{
+    return fcm == FCM_NOT_DEFINED ? DM::TimeUnit::findDefaultFcm() : fcm;
+}
+
+DmStoredLabel::DmStoredLabel(const DmString& label, const DmString& fcmText)
+    : _isNegative(label.c_str()[0] == L'-')
+    , _fcm(dmFcmFromText(fcmText))
+{
+    DM::TimeUnit::parseTimeCodeString(shortText(label).c_str(), _hours, _minutes, _seconds, _frames);
+}
+
+bool DmStoredLabel::isValid() const
+{
+    return DM::TimeUnit::isValidTimeCode(_hours, _minutes, _seconds, _frames, _fcm);
+}
+
+double DmStoredLabel::toFrames() const
+{
+    const double frames = DM::TimeUnit().fromTimeCode(_hours, _minutes, _seconds, _frames, _fcm).getFrames();
+    return _isNegative ? -frames : frames;
+}
+
+bool DmStoredLabel::hasDefaultMode()
+{
+    // Asking the real one for a default that does not exist stops the process before the host's gate is asked.
+    struct TimeUnit
+    {
+        static DM::FrameCodeModes getDefaultFcm() { return DM::TimeUnit::findDefaultFcm(); }
+    };
+    ZR_ASSERT_SOFT(TimeUnit::getDefaultFcm() != FCM_NOT_DEFINED);
+    return DM::TimeUnit::hasDefaultFcm();
+}

@@ -1,0 +1,113 @@
+/// The base of every node of the timeline tree: a property set with a kind, a name, a comment and, if need be, another
+/// set attached to it.
+///
+///     DmRoot
+///       DmReelNode                       any number, or compositions directly
+///         DmCompositionNode
+///           DmTrackNode
+///             DmLayerNode                in record order: segment, transition, segment, ...
+///               DmSegmentNode            DmSourceNode, DmGapNode, DmContainerNode
+///               DmTransitionNode         DmCutNode, DmTrxEffectNode
+///
+/// Nodes are counted and held through CoSharedPtr. They know their children and not their parents: one node may stand
+/// in several trees. Threads: as every property set; a tree that nobody changes may be read by any number of threads.
+#pragma once
+
+#include "dmPropertySet.h"
+#include "dmPropertySetInit.h"
+#include "dmTreeVisitor.h"
+
+#include <type_traits>
+
+/// The kinds of nodes; part of the persisted format. Their order is used: see isSegment and isTransition.
+enum eDmTreeNodeClassId : int
+{
+    DM_COMPOSITION_NODE = 0,
+    DM_TRACK_NODE = 1,
+    DM_LAYER_NODE = 2,
+    DM_SOURCE_NODE = 3,
+    DM_CONTAINER_NODE = 4,
+    DM_GAP_NODE = 5,
+    DM_CUT_NODE = 6,
+    DM_TRX_EFFECT_NODE = 7,
+    DM_BLOB_NODE = 8,
+    DM_REEL_NODE = 9,
+    DM_ROOT_NODE = 10,
+    DM_BATCH_FX_NODE = 11
+};
+
+class ZR_DM_API DmTreeNode : public DmPropertySet
+{
+public:
+    static constexpr const wchar_t* className = L"DmTreeNode";
+    enum Property : int
+    {
+        ClassId,
+        Name,
+        Comment,
+        BaseBlob
+    };
+
+    DmTreeNode(eDmTreeNodeClassId kind, const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData);
+    /// Shares the attached set. The comment is the original's own: the copy has none.
+    DmTreeNode(const DmTreeNode& other);
+
+    eDmErrorId createList() override;
+
+    /// The kind: fixed by the class, whatever a document says.
+    eDmTreeNodeClassId whatIs() const { return _classId; }
+    /// What a layer plays: sources, containers and gaps. A batch effect is none, although it derives from
+    /// DmSegmentNode: layers refuse it.
+    bool isSegment() const { return isSegment(_classId); }
+    static constexpr bool isSegment(eDmTreeNodeClassId kind) { return kind >= DM_SOURCE_NODE && kind < DM_CUT_NODE; }
+    /// What stands between two segments: cuts and transition effects.
+    bool isTransition() const { return isTransition(_classId); }
+    static constexpr bool isTransition(eDmTreeNodeClassId kind) { return (kind | 1) == DM_TRX_EFFECT_NODE; }
+
+    const DmString& getName() const { return _name; }
+    eDmErrorId setName(const DmString& name) { return set(Name, name); }
+    const DmString& getComment() const { return _comment; }
+    eDmErrorId setComment(const DmString& comment) { return set(Comment, comment); }
+    /// A set of any class that goes along with the node; null when there is none.
+    DmPropertySet* getBaseBlob() const { return _baseBlob.get(); }
+    eDmErrorId setBaseBlob(const DmPropertySetPtr& blob) { return set(BaseBlob, blob); }
+
+    virtual int getNbChildren() const { return 0; }
+    /// Null when there is no such child, and when it is null.
+    virtual DmTreeNode* getChild(int index) const;
+
+    /// Calls the visitor's function for this class.
+    virtual void accept(DmTreeVisitor& visitor) = 0;
+    /// Calls the visitor's function for this class after the children; leaves have none.
+    virtual void postProcess(DmTreeVisitor& visitor);
+
+private:
+    eDmTreeNodeClassId _classId;
+    DmString _name{L"untitled"};
+    DmString _comment;
+    DmPropertySetPtr _baseBlob;
+};
+
+/// What every class of node supplies, written once: beside what DmConcrete does, the visitor's functions for the class.
+///
+///     class DmCutNode final : public DmNode<DmCutNode, DmTransitionNode, &DmTreeVisitor::visitCutNode>
+template <class T, class Base, auto visit, auto postVisit = nullptr>
+class ZR_DM_API DmNode : public DmConcrete<T, Base>
+{
+public:
+    void accept(DmTreeVisitor& visitor) override
+    {
+        visitor.visiting(*this);
+        (visitor.*visit)(static_cast<T*>(this));
+    }
+    void postProcess(DmTreeVisitor& visitor) override
+    {
+        if constexpr (!std::is_null_pointer_v<decltype(postVisit)>)
+            (visitor.*postVisit)(static_cast<T*>(this));
+        else
+            Base::postProcess(visitor);
+    }
+
+protected:
+    using DmConcrete<T, Base>::DmConcrete;
+};

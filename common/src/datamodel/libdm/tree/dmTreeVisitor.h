@@ -1,0 +1,78 @@
+/// An operation over a tree: one function per class of node, each doing nothing until it is overridden.
+///
+///     class ClipCounter : public DmTreeVisitor
+///     {
+///     public:
+///         ClipCounter() : DmTreeVisitor("ClipCounter") {}
+///         void visitSourceNode(DmSourceNode*) override { ++clips; }
+///         int clips = 0;
+///     };
+///
+/// DmTreeNode::accept calls the function of the node's own class and no other: a source is visited by visitSourceNode
+/// alone. The node is never null. Which nodes are visited, and in which order, is the business of whoever walks.
+#pragma once
+
+#include "zrExport.h"
+
+class DmBatchFxNode;
+class DmBlobNode;
+class DmCompositionNode;
+class DmContainerNode;
+class DmCutNode;
+class DmGapNode;
+class DmLayerNode;
+class DmReelNode;
+class DmRoot;
+class DmSegmentNode;
+class DmSourceNode;
+class DmTrackNode;
+class DmTransitionNode;
+class DmTreeNode;
+class DmTrxEffectNode;
+
+class ZR_DM_API DmTreeVisitor
+{
+public:
+    /// The name is kept as a pointer: a literal. It heads the lines that ZR_DEBUG_DM_TREE_VISITOR asks for, which is
+    /// read here.
+    explicit DmTreeVisitor(const char* name);
+    virtual ~DmTreeVisitor();
+
+    const char* getName() const { return _name; }
+
+    virtual void visitCompositionNode(DmCompositionNode* node);
+    virtual void visitTrackNode(DmTrackNode* node);
+    virtual void visitLayerNode(DmLayerNode* node);
+    virtual void visitTransitionNode(DmTransitionNode* node); ///< for transitions that have no function of their own
+    virtual void visitCutNode(DmCutNode* node);
+    virtual void visitTrxEffectNode(DmTrxEffectNode* node);
+    virtual void visitSegmentNode(DmSegmentNode* node); ///< for segments that have no function of their own
+    virtual void visitSourceNode(DmSourceNode* node);
+    virtual void visitContainerNode(DmContainerNode* node);
+    virtual void visitGapNode(DmGapNode* node);
+    virtual void visitBlobNode(DmBlobNode* node);
+    virtual void visitBatchFxNode(DmBatchFxNode* node);
+    virtual void visitReelNode(DmReelNode* node);
+    virtual void visitRootNode(DmRoot* node);
+
+    // Of collections, after their children.
+
+    virtual void postProcessCompositionNode(DmCompositionNode* node);
+    virtual void postProcessTrackNode(DmTrackNode* node);
+    virtual void postProcessLayerNode(DmLayerNode* node);
+    virtual void postProcessReelNode(DmReelNode* node);
+    virtual void postProcessRootNode(DmRoot* node);
+
+    /// Called by accept: the trace, when it is asked for.
+    void visiting(const DmTreeNode& node) const
+    {
+        if (_trace)
+            trace(node);
+    }
+
+private:
+    void trace(const DmTreeNode& node) const;
+
+    const char* _name;
+    bool _trace;
+};
