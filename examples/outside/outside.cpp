@@ -57,8 +57,12 @@ int main()
 {
     std::cout << "Linked with ZRdmtree " << zrLibraryVersion() << '\n';
 
-    // By name, as a document would ask for it.
+    // By name, as a document would ask for it: a class of the library, then our own.
     DmPropertySet* made = nullptr;
+    if (!check("create a key frame",
+               DmPropertyFactory::getInstance().createPropertySetInstance(L"DmKeyFrame", DmNodeId(), 0, made)))
+        return 1;
+    const DmPropertySetPtr keyFrame(made);
     if (!check("create",
                DmPropertyFactory::getInstance().createPropertySetInstance(L"HostReviewNote", DmNodeId(), 0, made)))
         return 1;
@@ -73,7 +77,8 @@ int main()
     bool equal = false;
     if (!check("copy", dmDeepCopy(*note, copy)) || !check("compare", dmDeepEqual(*note, *copy, equal)))
         return 1;
-    std::cout << "A note at frame " << static_cast<HostReviewNote&>(*copy).getFrame()
-              << (equal ? " was copied with all it holds\n" : " changed on the way\n");
+    char label[DM::TimeUnit::labelSize];
+    DM::TimeUnit(static_cast<HostReviewNote&>(*copy).getFrame()).toTimeCode(label, sizeof label, DM::FCM_25);
+    std::cout << "A note at " << label << (equal ? " was copied with all it holds\n" : " changed on the way\n");
     return equal ? 0 : 1;
 }
