@@ -8,7 +8,7 @@
 ///         static constexpr const wchar_t* className = L"DmAudioDeEsserSettings";
 ///         static constexpr const wchar_t* typeName = L"AudioDeEsser";
 ///         static constexpr DmEffectUse use = dmOnAudioSegments;
-///         ZR_DM_NAMES(ChannelId, channelNames, type, freq, range, threshold, monitor)
+///         ZR_DM_NAMES(enum class ChannelId, channelNames, type, freq, range, threshold, monitor)
 ///
 ///         using DmEffect::DmEffect;
 ///     };
@@ -43,16 +43,6 @@ template <class T, class Base = DmEffectSettings>
 class ZR_DM_API DmEffect : public DmConcrete<T, Base>
 {
 public:
-    // The tables of a class that has none.
-    enum class AttributId : int
-    {
-    };
-    enum class ChannelId : int
-    {
-    };
-    static inline constinit const DmNameTable attributNames{L""};
-    static inline constinit const DmNameTable channelNames{L""};
-
     explicit DmEffect(const DmNodeId& id);
     /// With its default attributes.
     static CoSharedPtr<T> create() { return DM::staticPointerCast<T>(dmCreateEffect(T::className)); }

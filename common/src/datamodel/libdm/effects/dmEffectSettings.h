@@ -39,10 +39,14 @@ public:
 
     struct Imp
     {
-        ZR_DM_NAMES(BlobAttributId, attributNames, encoded_blob, blob_size, blob_checksum)
+        ZR_DM_NAMES(enum class BlobAttributId, attributNames, encoded_blob, blob_size, blob_checksum)
     };
     /// The attributes of effects whose setup is an encoded blob of bytes.
     using BlobAttributId = Imp::BlobAttributId;
+
+    // The tables of a class that has no attributes, or no channels.
+    ZR_DM_NAMES(enum class AttributId, attributNames)
+    ZR_DM_NAMES(enum class ChannelId, channelNames)
 
     eDmErrorId createList() override;
     /// "focusAlignment" at FOCUS_START on effects that may sit on a transition; classes with a list of their own

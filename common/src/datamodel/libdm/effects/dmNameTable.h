@@ -3,7 +3,7 @@
 ///
 ///     class DmAudioGainSettings ...
 ///     {
-///         ZR_DM_NAMES(ChannelId, channelNames, gain)
+///         ZR_DM_NAMES(enum class ChannelId, channelNames, gain)
 ///
 ///     effect->getChannel(DmAudioGainSettings::ChannelId::gain);
 ///
@@ -52,10 +52,8 @@ private:
     mutable std::atomic<const DmString*> _names{nullptr}; ///< one more than the size: the last one is empty
 };
 
-/// Declares, inside a class, the enumeration `Id` (from 0) and the table of its enumerators' names.
-#define ZR_DM_NAMES(Id, table, ...)                                                                                    \
-    enum class Id : int                                                                                                \
-    {                                                                                                                  \
-        __VA_ARGS__                                                                                                    \
-    };                                                                                                                 \
+/// Declares, inside a class, an enumeration (from 0) and the table of its enumerators' names.
+#define ZR_DM_NAMES(enumeration, table, ...)                                                                           \
+    enumeration:                                                                                                       \
+    int{__VA_ARGS__};                                                                                                  \
     static inline constinit const DmNameTable table{L"" #__VA_ARGS__};

@@ -1,0 +1,8 @@
+#include "dmPPFxSettings.h"
+
+#include "dmEffectImp.h"
+
+template class DmEffect<DmPPFxSettings>;
+template class DmEffect<DmPPFxCCSettings, DmPPFxSettings>;
+template class DmEffect<DmPPFxCWSettings, DmPPFxSettings>;
+template class DmEffect<DmPPFxCompSettings, DmPPFxSettings>;

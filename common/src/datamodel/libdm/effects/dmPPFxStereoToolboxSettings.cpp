@@ -1,0 +1,12 @@
+#include "dmPPFxStereoToolboxSettings.h"
+
+#include "dmEffectImp.h"
+
+template class DmEffect<DmPPFxStereoToolboxSettings, DmPPFxSettings>;
+
+eDmErrorId DmPPFxStereoToolboxSettings::createList()
+{
+    return declare(*this, DmEffect::createList())
+        .mandatory(L"FWAligment", _fwAligment) // misspelled in every document there is
+        .status();
+}

@@ -1,0 +1,70 @@
+#include "dmVDissolveSettings.h"
+
+#include "dmEffectImp.h"
+#include "zrAssert.h"
+
+#include <cmath>
+
+template class DmEffect<DmVDissolveSettings>;
+
+namespace
+{
+
+bool EQUAL(float a, float b)
+{
+    return std::fabs(a - b) < 0.0001F;
+}
+
+bool isUsableScale(float limit)
+{
+    // clang-format off
+    ZR_ASSERT_SOFT(!EQUAL( limit, 0.0f )); // the text of the report, blanks included
+    // clang-format on
+    return !EQUAL(limit, 0) && std::isfinite(limit);
+}
+
+/// False for what is no number, too.
+bool isNormalised(float component)
+{
+    return component >= 0 && component <= 1;
+}
+
+} // namespace
+
+eDmErrorId DmVDissolveSettings::createList()
+{
+    return declare(*this, DmEffect::createList())
+        .mandatory(L"length", _length)
+        .mandatory(L"hasToFromColor", _hasToFromColor)
+        .mandatory(L"toFromColorRed", _toFromColorRed)
+        .mandatory(L"toFromColorGreen", _toFromColorGreen)
+        .mandatory(L"toFromColorBlue", _toFromColorBlue)
+        .status();
+}
+
+eDmErrorId DmVDissolveSettings::createAttributes()
+{
+    return createAttributesFromEnum<DmVDissolveSettings, AttributId>(5);
+}
+
+eDmErrorId DmVDissolveSettings::getToFromColor(float limit, float& red, float& green, float& blue) const
+{
+    const bool usable = isUsableScale(limit);
+    const auto scaled = [&](float stored) { return usable && isNormalised(stored) ? stored * limit : 0; };
+    red = scaled(_toFromColorRed);
+    green = scaled(_toFromColorGreen);
+    blue = scaled(_toFromColorBlue);
+    return usable ? DM_NO_ERROR : DM_BAD_VALUE;
+}
+
+eDmErrorId DmVDissolveSettings::setToFromColor(float limit, float red, float green, float blue)
+{
+    if (!isUsableScale(limit) || !isNormalised(red / limit) || !isNormalised(green / limit) ||
+        !isNormalised(blue / limit))
+        return DM_BAD_VALUE;
+    if (const eDmErrorId status = set(ToFromColorRed, red / limit); status != DM_NO_ERROR)
+        return status;
+    if (const eDmErrorId status = set(ToFromColorGreen, green / limit); status != DM_NO_ERROR)
+        return status;
+    return set(ToFromColorBlue, blue / limit);
+}
