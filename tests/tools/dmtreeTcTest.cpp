@@ -42,8 +42,7 @@ TEST(DmtreeTc, AnswersNumbersWithLabelsAndLabelsWithNumbers)
         {{"--fcm", "25 fps", "--", "-30", "-:1:2"}, 0, "-00:00:01:05\n-27\n", nullptr},
         {{"--fcm", "25 fps", "1", "--", "-1"}, 0, "00:00:00:01\n-00:00:00:01\n", nullptr},
         {{"--fcm", "25 fps", "--to", df, "90000", "01:00:00:00"}, 0, "01;00;00;00\n01;00;00;00\n", nullptr},
-        {{"--fcm", "25 fps", "+24", "2147483646"}, 0, "24\n23860:55:45:21\n", nullptr},
-    };
+        {{"--fcm", "25 fps", "+24", "2147483646"}, 0, "24\n23860:55:45:21\n", nullptr}};
     for (const Case& row : cases)
         check(row);
 }
@@ -72,22 +71,19 @@ TEST(DmtreeTc, RefusesWhatIsNoTimeOfTheModeAndAnswersTheRest)
         {{"--fcm", "25 fps", "2147483647"}, 2, "\n", "more frames than can be counted"},
         {{"--fcm", "25 fps", std::string(400, '9')}, 2, "\n", "9999...: more frames"},
         {{"--fcm", "25 fps", "99999999999:00:00:00"}, 2, "\n", "more frames"},
-        {{"--fcm", "25 fps", "--to", "50 fps", "1500000000", "1073741823"}, 2, "\n\n", "more frames"},
-    };
+        {{"--fcm", "25 fps", "--to", "50 fps", "1500000000", "1073741823"}, 2, "\n\n", "more frames"}};
     for (const Case& row : cases)
         check(row);
 }
 
 TEST(DmtreeTc, NeedsAModeAndKnownWords)
 {
-    const Case usage[] = {
-        {{"5"}, 2, "", "name one with --fcm"},
-        {{"--fcm", "24.5", "5"}, 2, "", "'24.5' is no frame-code mode. The modes are '23.976 fps', "},
-        {{"--fcm", "25 fps", "--to", "25", "5"}, 2, "", "'25' is no frame-code mode"},
-        {{"--fcm", "25 fps", "--bump", "3", "5"}, 2, "", "'3' is no bump mode"},
-        {{"--fcm", "25 fps"}, 2, "", "VALUE is required"},
-        {{"--fcm", "25 fps", "-x", "1"}, 2, "", "-x"},
-    };
+    const Case usage[] = {{{"5"}, 2, "", "name one with --fcm"},
+                          {{"--fcm", "24.5", "5"}, 2, "", "'24.5' is no frame-code mode. The modes are '23.976 fps', "},
+                          {{"--fcm", "25 fps", "--to", "25", "5"}, 2, "", "'25' is no frame-code mode"},
+                          {{"--fcm", "25 fps", "--bump", "3", "5"}, 2, "", "'3' is no bump mode"},
+                          {{"--fcm", "25 fps"}, 2, "", "VALUE is required"},
+                          {{"--fcm", "25 fps", "-x", "1"}, 2, "", "-x"}};
     for (const Case& row : usage)
         check(row);
     check({{"1800"}, 0, "00;01;00;02\n", nullptr}, {.environment = {"ZR_DEFAULT_FCM=" + df}});

@@ -24,26 +24,19 @@ TEST(EdlRelabelling, MapsThirtyLabelsToTwentyFour)
 TEST(EdlRelabelling, ConvertsTheOtherRates)
 {
     using Convert = TimeUnit (*)(TimeUnit);
+    // clang-format off
     struct
     {
         Convert convert;
         double t, result;
     } const cases[] = {
-        {Edl25to24fps, 0, 0},
-        {Edl25to24fps, 90007, 90007},
-        {Edl25to24fps, -5, 0},
-        {Edl25to24fps, notANumber, 0},
-        {Edl24to30fps, 4, 5},
-        {Edl24to30fps, 86400, 108000},
-        {Edl24to60fps, 5, 12},
-        {Edl60to30fps, 61, 30},
-        {Edl60to30fps, 63, 31},
-        {Edl60to30fps, 216000, 108000},
-        {Edl60to30fps, -63, 31},
-        {Edl25to24fps, infinity, 2147483647},
-        {Edl24to60fps, infinity, 4294967294},
-        {Edl60to30fps, infinity, 1073741823},
+        {Edl25to24fps, 0, 0}, {Edl25to24fps, 90007, 90007}, {Edl25to24fps, -5, 0}, {Edl25to24fps, notANumber, 0},
+        {Edl24to30fps, 4, 5}, {Edl24to30fps, 86400, 108000}, {Edl24to60fps, 5, 12}, {Edl60to30fps, 61, 30},
+        {Edl60to30fps, 63, 31}, {Edl60to30fps, 216000, 108000}, {Edl60to30fps, -63, 31},
+        {Edl25to24fps, infinity, 2147483647}, {Edl24to60fps, infinity, 4294967294},
+        {Edl60to30fps, infinity, 1073741823}
     };
+    // clang-format on
     for (const auto& row : cases)
         EXPECT_EQ(row.convert(TimeUnit(row.t)).getFrames(), row.result) << row.t;
 }
@@ -55,11 +48,10 @@ TEST(Varicam, ConvertsByFamilyOfMode)
         int fcm;
         bool supported;
         double toVaricam, fromVaricam; ///< of frame 63
-    } const cases[] = {
-        {-5, true, 31, 31}, {-2, true, 31, 31}, {60, true, 31, 31},  {-4, true, 63, 63},       {-1, true, 63, 63},
-        {30, true, 63, 63}, {-3, true, 78, 50}, {24, true, 78, 50},  {25, false, 7, 63},       {50, false, 7, 63},
-        {0, false, 7, 63},  {48, false, 7, 63}, {120, false, 7, 63}, {minCount, false, 7, 63},
-    };
+    } const cases[] = {{-5, true, 31, 31},  {-2, true, 31, 31},      {60, true, 31, 31}, {-4, true, 63, 63},
+                       {-1, true, 63, 63},  {30, true, 63, 63},      {-3, true, 78, 50}, {24, true, 78, 50},
+                       {25, false, 7, 63},  {50, false, 7, 63},      {0, false, 7, 63},  {48, false, 7, 63},
+                       {120, false, 7, 63}, {minCount, false, 7, 63}};
     for (const auto& row : cases)
     {
         TimeUnit out(7);

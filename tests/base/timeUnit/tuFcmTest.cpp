@@ -33,8 +33,7 @@ TEST(FrameCodeModes, HaveTheirRatesAndNames)
         {48, 48, 48, 0, 1, 172800, 48, 48, "", "", "", ""},
         {maxCount, maxCount, maxCount, 0, 1, maxCount, maxCount, maxCount, "", "", "", ""},
         {-6, 0, 0, 0, 1, 0, -6, -6, "", "", "", ""},
-        {minCount, 0, 0, 0, 1, 0, minCount, minCount, "", "", "", ""},
-    };
+        {minCount, 0, 0, 0, 1, 0, minCount, minCount, "", "", "", ""}};
     for (const auto& row : cases)
     {
         SCOPED_TRACE(row.fcm);
@@ -64,99 +63,72 @@ TEST(FrameCodeModes, HaveTheirRatesAndNames)
 
 TEST(FrameCodeModes, AreFoundByName)
 {
+    // clang-format off
     struct
     {
         const char* text;
         bool caseSensitive;
         int fcm;
     } const cases[] = {
-        {"29.97 FPS DF", false, -1},
-        {"29.97 FPS DF", true, 0},
-        {"29.97 fps DF", true, -1},
-        {"60 FPS", false, -5},
-        {nullptr, true, 0},
-        {nullptr, false, 0},
-        {"", false, 0},
-        {"???", false, 0},
-        {"25", false, 0},
-        {"25 fps ", false, 0},
+        {"29.97 FPS DF", false, -1}, {"29.97 FPS DF", true, 0}, {"29.97 fps DF", true, -1}, {"60 FPS", false, -5},
+        {nullptr, true, 0}, {nullptr, false, 0}, {"", false, 0}, {"???", false, 0}, {"25", false, 0},
+        {"25 fps ", false, 0}
     };
+    // clang-format on
     for (const auto& row : cases)
         EXPECT_EQ(FcmUtil::getFCMFromString(row.text, row.caseSensitive), row.fcm) << (row.text ? row.text : "null");
 }
 
 TEST(FrameCodeModes, AreFoundByRate)
 {
+    // clang-format off
     struct
     {
         double fps;
-        int fcm, dropFcm;
-    } const doubles[] = {
-        {23.976, -3, -3},   {24000.0 / 1001, -3, -3},
-        {23.98, -3, -3},    {24, 24, 24},
-        {24.00009, 24, 24}, {24.0002, 0, 0},
-        {25, 25, 25},       {29.97, 30, -1},
-        {29.979, 30, -1},   {29.985, 0, 0},
-        {30, -4, -4},       {50, 50, 50},
-        {59.94, 60, -2},    {60, -5, -5},
-        {60.001, 0, 0},     {notANumber, 0, 0},
-        {infinity, 0, 0},   {-24, 0, 0},
-        {0, 0, 0},
+        int exact, exactDrop, approximate, approximateDrop;
+    } const rates[] = {
+        {8, 0, 0, -3, -3}, {12, 0, 0, 24, 24}, {12.5, 0, 0, 25, 25}, {14.985, 0, 0, 30, -1}, {15, 0, 0, -4, -4},
+        {20, 0, 0, -3, -3}, {23.97, -3, -3, -3, -3}, {23.976, -3, -3, -3, -3}, {24000.0 / 1001, -3, -3, -3, -3},
+        {23.98, -3, -3, -3, -3}, {23.99995, 24, 24, 24, 24}, {24, 24, 24, 24, 24}, {24.00009, 24, 24, 24, 24},
+        {24.0002, 0, 0, 24, 24}, {25, 25, 25, 25, 25}, {29.9, 0, 0, 25, 25}, {29.97, 30, -1, 30, -1},
+        {29.979, 30, -1, 30, -1}, {29.985, 0, 0, 30, -1}, {30, -4, -4, -4, -4}, {40, 0, 0, -4, -4},
+        {47.952, 0, 0, -3, -3}, {48, 0, 0, 24, 24}, {49, 0, 0, 24, 24}, {50, 50, 50, 50, 50}, {59, 0, 0, 50, 50},
+        {59.94, 60, -2, 60, -2}, {60, -5, -5, -5, -5}, {60.001, 0, 0, -5, -5}, {100, 0, 0, -5, -5},
+        {119.88, 0, 0, -5, -5}, {120, 0, 0, -5, -5}, {infinity, 0, 0, -5, -5}, {0, 0, 0, 0, 0}, {-24, 0, 0, 0, 0},
+        {notANumber, 0, 0, 0, 0}
     };
-    for (const auto& row : doubles)
+    // clang-format on
+    for (const auto& [fps, exact, exactDrop, approximate, approximateDrop] : rates)
     {
-        EXPECT_EQ(FcmUtil::FPStoFCM(row.fps, false), row.fcm) << row.fps;
-        EXPECT_EQ(FcmUtil::FPStoFCM(row.fps, true), row.dropFcm) << row.fps;
-    }
-
-    struct
-    {
-        int fps, fcm, dropFcm;
-    } const integers[] = {{24, 24, 24}, {25, 25, 25}, {50, 50, 50}, {30, 30, -1},     {60, 60, -2},
-                          {48, 0, 0},   {0, 0, 0},    {-1, 0, 0},   {minCount, 0, 0}, {maxCount, 0, 0}};
-    for (const auto& row : integers)
-    {
-        EXPECT_EQ(FcmUtil::FPStoFCM(row.fps, false), row.fcm) << row.fps;
-        EXPECT_EQ(FcmUtil::FPStoFCM(row.fps, true), row.dropFcm) << row.fps;
-    }
-
-    struct
-    {
-        unsigned num, den;
-        int fcm, dropFcm;
-    } const rationals[] = {
-        {25, 0, 0, 0},         {0, 1, 0, 0},          {24, 1, 24, 24},       {25, 1, 25, 25},
-        {50, 1, 50, 50},       {30, 1, -4, -4},       {60, 1, -5, -5},       {48, 1, 0, 0},
-        {24000, 1001, -3, -3}, {30000, 1001, 30, -1}, {60000, 1001, 60, -2}, {24000, 1000, 24, 24},
-        {25000, 1000, 25, 25}, {30000, 1000, -4, -4}, {50000, 1000, 50, 50}, {60000, 1000, -5, -5},
-        {2997, 100, 30, -1},   {23976, 1000, -3, -3}, {~0U, ~0U, 0, 0},
-    };
-    for (const auto& row : rationals)
-    {
-        EXPECT_EQ(FcmUtil::FPStoFCM(row.num, row.den, false), row.fcm) << row.num << '/' << row.den;
-        EXPECT_EQ(FcmUtil::FPStoFCM(row.num, row.den, true), row.dropFcm) << row.num << '/' << row.den;
+        EXPECT_EQ(FcmUtil::FPStoFCM(fps, false), exact) << fps;
+        EXPECT_EQ(FcmUtil::FPStoFCM(fps, true), exactDrop) << fps;
+        EXPECT_EQ(FcmUtil::FPStoApproximateFCM(fps, false), approximate) << fps;
+        EXPECT_EQ(FcmUtil::FPStoApproximateFCM(fps, true), approximateDrop) << fps;
     }
 }
 
-TEST(FrameCodeModes, AreApproximatedFromAnyRate)
+TEST(FrameCodeModes, AreFoundByWholeNumbersAndFractions)
 {
+    constexpr unsigned whole = ~0U; // not a fraction: the form that takes an integer
     struct
     {
-        double fps;
+        int num;
+        unsigned den;
         int fcm, dropFcm;
-    } const cases[] = {
-        {12, 24, 24},     {12.5, 25, 25},  {14.985, 30, -1},   {15, -4, -4},       {20, -3, -3},       {23.97, -3, -3},
-        {23.976, -3, -3}, {23.98, -3, -3}, {24, 24, 24},       {23.99995, 24, 24}, {24.5, 24, 24},     {25, 25, 25},
-        {29.9, 25, 25},   {29.97, 30, -1}, {29.99, 30, -1},    {30, -4, -4},       {40, -4, -4},       {47.952, -3, -3},
-        {48, 24, 24},     {49, 24, 24},    {50, 50, 50},       {59, 50, 50},       {59.94, 60, -2},    {59.95, 60, -2},
-        {60, -5, -5},     {100, -5, -5},   {119.88, -5, -5},   {120, -5, -5},      {infinity, -5, -5}, {8, -3, -3},
-        {0, 0, 0},        {-24, 0, 0},     {notANumber, 0, 0},
-    };
-    for (const auto& row : cases)
-    {
-        EXPECT_EQ(FcmUtil::FPStoApproximateFCM(row.fps, false), row.fcm) << row.fps;
-        EXPECT_EQ(FcmUtil::FPStoApproximateFCM(row.fps, true), row.dropFcm) << row.fps;
-    }
+    } const cases[] = {{24, whole, 24, 24},     {25, whole, 25, 25},     {50, whole, 50, 50},   {30, whole, 30, -1},
+                       {60, whole, 60, -2},     {48, whole, 0, 0},       {0, whole, 0, 0},      {-1, whole, 0, 0},
+                       {minCount, whole, 0, 0}, {maxCount, whole, 0, 0}, {25, 0, 0, 0},         {0, 1, 0, 0},
+                       {24, 1, 24, 24},         {25, 1, 25, 25},         {50, 1, 50, 50},       {30, 1, -4, -4},
+                       {60, 1, -5, -5},         {48, 1, 0, 0},           {24000, 1001, -3, -3}, {30000, 1001, 30, -1},
+                       {60000, 1001, 60, -2},   {24000, 1000, 24, 24},   {25000, 1000, 25, 25}, {30000, 1000, -4, -4},
+                       {50000, 1000, 50, 50},   {60000, 1000, -5, -5},   {2997, 100, 30, -1},   {23976, 1000, -3, -3},
+                       {-1, ~1U, 0, 0}};
+    for (const auto& [num, den, fcm, dropFcm] : cases)
+        for (const bool drop : {false, true})
+            EXPECT_EQ(den == whole ? FcmUtil::FPStoFCM(num, drop)
+                                   : FcmUtil::FPStoFCM(static_cast<unsigned>(num), den, drop),
+                      drop ? dropFcm : fcm)
+                << num << '/' << den;
 }
 
 TEST(FrameCodeModes, ModeZeroStandsForTheDefault)

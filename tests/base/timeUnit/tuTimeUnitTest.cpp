@@ -14,34 +14,19 @@ using namespace tuTest;
 
 TEST(FrameCount, RoundsWithinAHundredThousandthAndCutsOtherwise)
 {
+    // clang-format off
     struct
     {
         double frames;
         int count;
     } const cases[] = {
-        {0, 0},
-        {10.999995, 11},
-        {10.9, 10},
-        {10.99998, 10},
-        {10.000004, 10},
-        {0.5, 0},
-        {-0.5, 0},
-        {-10.999995, -11},
-        {-10.9, -10},
-        {-0.999999, -1},
-        {1e300, maxCount},
-        {-1e300, minCount},
-        {infinity, maxCount},
-        {-infinity, minCount},
-        {notANumber, 0},
-        {2147483646.0, 2147483646},
-        {2147483646.999999, maxCount},
-        {2147483647.5, maxCount},
-        {2147483648.0, maxCount},
-        {-2147483647.0, -maxCount},
-        {-2147483647.999999, minCount},
-        {-2147483648.0, minCount},
+        {0, 0}, {10.999995, 11}, {10.9, 10}, {10.99998, 10}, {10.000004, 10}, {0.5, 0}, {-0.5, 0}, {-10.999995, -11},
+        {-10.9, -10}, {-0.999999, -1}, {1e300, maxCount}, {-1e300, minCount}, {infinity, maxCount},
+        {-infinity, minCount}, {notANumber, 0}, {2147483646.0, 2147483646}, {2147483646.999999, maxCount},
+        {2147483647.5, maxCount}, {2147483648.0, maxCount}, {-2147483647.0, -maxCount}, {-2147483647.999999, minCount},
+        {-2147483648.0, minCount}
     };
+    // clang-format on
     for (const auto& row : cases)
         EXPECT_EQ(TimeUnit(row.frames).getFrameCount(), row.count) << row.frames;
 }
@@ -61,6 +46,7 @@ TEST(TimeUnitValue, KeepsOnlyTheFrames)
 
 TEST(WallClock, IsTakenAtTheExactRate)
 {
+    // clang-format off
     struct
     {
         double frames;
@@ -68,19 +54,13 @@ TEST(WallClock, IsTakenAtTheExactRate)
         const char* prefix;
         const char* text;
     } const cases[] = {
-        {90000, 25, nullptr, "01:00:00.000"},
-        {107892, -1, nullptr, "00:59:59.996"},
-        {1, 24, nullptr, "00:00:00.042"},
-        {0.5, 25, nullptr, "00:00:00.020"},
-        {-30, -4, nullptr, "-00:00:01.000"},
-        {-30, -4, "at ", "at 00:00:01.000"},
-        {-0.001, 25, nullptr, "00:00:00.000"},
-        {24.999999, 25, nullptr, "00:00:01.000"},
-        {notANumber, 25, nullptr, "00:00:00.000"},
-        {infinity, 25, nullptr, "23860:55:45.880"},
-        {-infinity, 1, nullptr, "-596523:14:07.000"},
-        {100, -9, nullptr, "00:00:00.000"},
+        {90000, 25, nullptr, "01:00:00.000"}, {107892, -1, nullptr, "00:59:59.996"}, {1, 24, nullptr, "00:00:00.042"},
+        {0.5, 25, nullptr, "00:00:00.020"}, {-30, -4, nullptr, "-00:00:01.000"}, {-30, -4, "at ", "at 00:00:01.000"},
+        {-0.001, 25, nullptr, "00:00:00.000"}, {24.999999, 25, nullptr, "00:00:01.000"},
+        {notANumber, 25, nullptr, "00:00:00.000"}, {infinity, 25, nullptr, "23860:55:45.880"},
+        {-infinity, 1, nullptr, "-596523:14:07.000"}, {100, -9, nullptr, "00:00:00.000"}
     };
+    // clang-format on
     for (const auto& row : cases)
     {
         char text[TimeUnit::timeSize];
@@ -96,25 +76,19 @@ TEST(WallClock, IsTakenAtTheExactRate)
 
 TEST(EquivalentTime, KeepsTheWallClock)
 {
+    // clang-format off
     struct
     {
         double frames;
         int from, to;
         double offset, result;
     } const cases[] = {
-        {90000, 25, -1, 0, 107892.108},
-        {107892, -1, 30, 0, 107892},
-        {100, 25, 25, 2.5, 102.5},
-        {30, -4, -5, 0, 60},
-        {1001, 30, -4, 0, 1002.001},
-        {-48, 24, 25, 0, -50},
-        {0.0004, 25, 25, 0, 0},
-        {2147483647, 25, 24, 5, 2147483647},
-        {1073741823, 25, 24, 5, 1073741823},
-        {infinity, 25, 50, 0, 2147483647},
-        {notANumber, 25, 50, 0, 0},
-        {1e308, 24, 60, 0, 2147483647},
+        {90000, 25, -1, 0, 107892.108}, {107892, -1, 30, 0, 107892}, {100, 25, 25, 2.5, 102.5}, {30, -4, -5, 0, 60},
+        {1001, 30, -4, 0, 1002.001}, {-48, 24, 25, 0, -50}, {0.0004, 25, 25, 0, 0}, {2147483647, 25, 24, 5, 2147483647},
+        {1073741823, 25, 24, 5, 1073741823}, {infinity, 25, 50, 0, 2147483647}, {notANumber, 25, 50, 0, 0},
+        {1e308, 24, 60, 0, 2147483647}
     };
+    // clang-format on
     for (const auto& row : cases)
     {
         TimeUnit result(-1);
