@@ -220,20 +220,20 @@ TEST(Labels, AreValidWhenInRangeAndExisting)
     {
         Fields fields;
         int fcm;
-        const char* report; ///< of the process that counts the label unclamped; null: it counts
         bool valid;
+        const char* report; ///< of the process that counts the label unclamped; null: it counts
     } const cases[] = {
-        {{0, 0, 0, 0}, 25, nullptr, true}, {{1000, 59, 59, 24}, 25, nullptr, true},
-        {{-1, 0, 0, 0}, 25, "`sciHours >= 0'", false},
-        {{0, 60, 0, 0}, 25, "`\\( sciMinutes >= 0 \\) && \\( sciMinutes < 60 \\)'", false},
-        {{0, -1, 0, 0}, 25, "`\\( sciMinutes >= 0 \\)", false},
-        {{0, 0, 60, 0}, 25, "`\\( sciSeconds >= 0 \\) && \\( sciSeconds < 60 \\)'", false},
-        {{0, 0, minCount, 0}, 25, "`\\( sciSeconds >= 0 \\)", false},
-        {{0, 0, 0, 25}, 25, "`\\( sciFrames >= 0 \\) && \\( sciFrames < frameRate \\)'", false},
-        {{0, 0, 0, -1}, 25, "`\\( sciFrames >= 0 \\)", false}, {{0, 1, 0, 1}, -1, nullptr, false},
-        {{0, 1, 0, 2}, -1, nullptr, true}, {{0, 20, 0, 0}, -1, nullptr, true}, {{0, 1, 0, 3}, -2, nullptr, false},
-        {{0, 1, 0, 0}, 30, nullptr, true}, {{0, 0, 0, 47}, 48, nullptr, true}, {{0, 0, 0, 0}, -6, nullptr, false},
-        {{0, 0, 0, 0}, 0, nullptr, false}
+        {{0, 0, 0, 0}, 25, true, nullptr}, {{1000, 59, 59, 24}, 25, true, nullptr},
+        {{-1, 0, 0, 0}, 25, false, "`sciHours >= 0'"},
+        {{0, 60, 0, 0}, 25, false, "`\\( sciMinutes >= 0 \\) && \\( sciMinutes < 60 \\)'"},
+        {{0, -1, 0, 0}, 25, false, "`\\( sciMinutes >= 0 \\)"},
+        {{0, 0, 60, 0}, 25, false, "`\\( sciSeconds >= 0 \\) && \\( sciSeconds < 60 \\)'"},
+        {{0, 0, minCount, 0}, 25, false, "`\\( sciSeconds >= 0 \\)"},
+        {{0, 0, 0, 25}, 25, false, "`\\( sciFrames >= 0 \\) && \\( sciFrames < frameRate \\)'"},
+        {{0, 0, 0, -1}, 25, false, "`\\( sciFrames >= 0 \\)"}, {{0, 1, 0, 1}, -1, false, nullptr},
+        {{0, 1, 0, 2}, -1, true, nullptr}, {{0, 20, 0, 0}, -1, true, nullptr}, {{0, 1, 0, 3}, -2, false, nullptr},
+        {{0, 1, 0, 0}, 30, true, nullptr}, {{0, 0, 0, 47}, 48, true, nullptr}, {{0, 0, 0, 0}, -6, false, nullptr},
+        {{0, 0, 0, 0}, 0, false, nullptr}
     };
     // clang-format on
     const ZrTestEnv none("ZR_DEFAULT_FCM", nullptr);

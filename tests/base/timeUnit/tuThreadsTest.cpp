@@ -47,8 +47,10 @@ TEST(TimeThreads, ConvertTheSameFromEveryThread)
     const DefaultFcm scope(FCM_59_94_DF);
     const std::string expected = conversions();
     std::atomic<int> different = 0;
+    constexpr int count = 8;
     std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i)
+    threads.reserve(count);
+    for (int i = 0; i < count; ++i)
         threads.emplace_back(
             [&, i]
             {
