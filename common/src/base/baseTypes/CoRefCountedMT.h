@@ -1,7 +1,7 @@
 /// An intrusive, thread-safe reference count: the base of everything that a CoSharedPtr holds.
 ///
-/// A new object counts zero: an interface that hands out a raw pointer hands it out uncounted, and the caller puts it in
-/// a CoSharedPtr, which deletes it with its last reference.
+/// A new object counts zero: an interface that hands out a raw pointer hands it out uncounted, and the caller puts it
+/// in a CoSharedPtr, which deletes it with its last reference.
 #pragma once
 
 #include "zrExport.h"

@@ -14,6 +14,10 @@
 namespace DM
 {
 
+/// A pointer to U converts to a pointer to T: U is T, or derives from it.
+template <class U, class T>
+concept CoPointsInto = std::convertible_to<U*, T*>;
+
 template <class T>
 class CoSharedPtr
 {
@@ -36,14 +40,12 @@ public:
         : _object(std::exchange(other._object, nullptr))
     {
     }
-    template <class U>
-        requires std::convertible_to<U*, T*>
+    template <CoPointsInto<T> U>
     CoSharedPtr(const CoSharedPtr<U>& other)
         : CoSharedPtr(static_cast<T*>(other.get()))
     {
     }
-    template <class U>
-        requires std::convertible_to<U*, T*>
+    template <CoPointsInto<T> U>
     CoSharedPtr(CoSharedPtr<U>&& other) noexcept
         : _object(other.detach())
     {
