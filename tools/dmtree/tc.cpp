@@ -182,10 +182,10 @@ private:
 
 /// Answers values one by one: a line of standard output each, which stays empty for a value that is refused with a line
 /// of standard error, so that answers stand beside their questions.
-class Session
+class Responder
 {
 public:
-    explicit Session(const Converter& converter)
+    explicit Responder(const Converter& converter)
         : _converter(converter)
     {
     }
@@ -312,15 +312,15 @@ int convertAll(const Options& options, FrameCodeModes from)
 {
     TimeUnit::setDfBumpMode(static_cast<DM::DfBumpMode>(options.bump));
     const Converter converter(options, from);
-    Session session(converter);
+    Responder responder(converter);
     for (const std::string& value : options.values)
     {
         if (value == "-")
-            session.answerInput();
+            responder.answerInput();
         else
-            session.answer(value, 0);
+            responder.answer(value, 0);
     }
-    return session.finish();
+    return responder.finish();
 }
 
 } // namespace
