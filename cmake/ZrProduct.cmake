@@ -50,6 +50,7 @@ function(zr_product target)
         ${target} INTERFACE $<BUILD_INTERFACE:${ZR_STAGE_INCLUDE}>
                             $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/ZRdmtree>)
     target_link_libraries(${target} PUBLIC Threads::Threads PRIVATE ${links})
+    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
 
     # Classes register themselves from static objects, in object files that nobody refers to: an archive is linked whole,
     # or it would lose them.

@@ -17,7 +17,9 @@ function(zr_room name)
         add_library(zr_${name} OBJECT ${sources})
         set(scope PUBLIC)
         target_link_libraries(zr_${name} PRIVATE zr_build_flags ${ROOM_USES} ${ROOM_LINKS})
-        target_compile_definitions(zr_${name} PRIVATE ZR_DM_BUILD ${ROOM_DEFINES})
+        target_compile_definitions(zr_${name} PRIVATE ${ROOM_DEFINES})
+        # Nobody replaces the library's functions under it: calls inside it are direct, and may be inlined.
+        target_compile_options(zr_${name} PRIVATE -fno-semantic-interposition)
         set_target_properties(
             zr_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden
                                   VISIBILITY_INLINES_HIDDEN ON)

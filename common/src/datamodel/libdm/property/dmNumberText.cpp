@@ -4,6 +4,7 @@
 
 #include <clocale>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
 #include <locale.h>
 #include <string>
@@ -122,28 +123,55 @@ std::size_t floatingLength(std::basic_string_view<Char> text)
     return i;
 }
 
+/// Any text, by the grammar and std::from_chars.
+template <class T, class Char>
+T parseFloatingText(std::basic_string_view<Char> text)
+{
+    const std::basic_string_view<Char> number = text.substr(0, floatingLength(text));
+    const std::string narrow(number.begin(), number.end()); // of ASCII characters only
+    return narrow.empty() ? T(0) : convert<T>(narrow.data(), narrow.data() + narrow.size());
+}
+
+/// A number of few digits without an exponent, which is nearly every one: where its digits and the power of ten are
+/// both exact in T, one division rounds correctly (Clinger 1990). False for any other text.
+template <class T, class Char>
+bool parseShortDecimal(std::basic_string_view<Char> text, T& value)
+{
+    constexpr T powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10};
+    constexpr std::uint64_t largestExact = std::uint64_t{1} << std::numeric_limits<T>::digits;
+    constexpr std::size_t mostDigits = 18; // no 64-bit number overflows
+
+    std::size_t i = !text.empty() && text[0] == '-' ? 1 : 0;
+    const bool negative = i == 1;
+    const std::size_t first = i;
+    std::size_t point = text.size();
+    std::uint64_t digits = 0;
+    for (; i < text.size(); ++i)
+    {
+        if (isDigit(text[i]))
+            digits = digits * 10 + static_cast<std::uint64_t>(text[i] - '0');
+        else if (text[i] == '.' && point == text.size())
+            point = i;
+        else
+            return false;
+        if (i - first > mostDigits)
+            return false;
+    }
+    const bool hasPoint = point != text.size();
+    const std::size_t decimals = hasPoint ? text.size() - point - 1 : 0;
+    if (i - first == (hasPoint ? 1U : 0U) || digits > largestExact || decimals >= std::size(powers))
+        return false;
+    value = static_cast<T>(digits) / powers[decimals];
+    if (negative)
+        value = -value;
+    return true;
+}
+
 template <class T, class Char>
 T parseFloating(std::basic_string_view<Char> text)
 {
-    const std::size_t length = floatingLength(text);
-    if (length == 0)
-        return T(0);
-    if constexpr (std::is_same_v<Char, char>)
-        return convert<T>(text.data(), text.data() + length);
-    else
-    {
-        char few[64];
-        std::string many;
-        char* narrow = few;
-        if (length > sizeof(few))
-        {
-            many.resize(length);
-            narrow = many.data();
-        }
-        for (std::size_t i = 0; i < length; ++i)
-            narrow[i] = static_cast<char>(text[i]);
-        return convert<T>(narrow, narrow + length);
-    }
+    T value = 0;
+    return parseShortDecimal(text, value) ? value : parseFloatingText<T>(text);
 }
 
 template <class Char>

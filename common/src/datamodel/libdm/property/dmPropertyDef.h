@@ -9,7 +9,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 using DM::CoRefCountedMT;
@@ -42,6 +41,47 @@ struct DmPropertyDef
     std::string _utf8Name;              ///< the name as documents spell it
 };
 
+/// Finds a class's properties by name: an open table, as large as twice the names at least, hashed by a few characters,
+/// since a class has few names and most differ there.
+class ZR_DM_API DmNameIndex
+{
+public:
+    /// The index that was added with a name; -1 for a name that was not.
+    int find(std::wstring_view name) const
+    {
+        for (std::size_t slot = hash(name);; ++slot)
+        {
+            const Entry& entry = _slots[slot & _mask];
+            if (entry.index < 0 || entry.name == name)
+                return entry.index;
+        }
+    }
+    /// The name must outlive this, and must not have been added before.
+    void add(std::wstring_view name, int index);
+
+private:
+    struct Entry
+    {
+        std::wstring_view name;
+        int index = -1;
+    };
+
+    static std::size_t hash(std::wstring_view name)
+    {
+        const std::size_t length = name.size();
+        if (length == 0)
+            return 0;
+        std::size_t mixed = length;
+        for (const wchar_t c : {name[0], name[length / 2], name[length - 1], name[length * 3 / 4]})
+            mixed = mixed * 31 + static_cast<std::size_t>(c);
+        return mixed * 0x9E3779B97F4A7C15 >> 32;
+    }
+
+    std::vector<Entry> _slots{4};
+    std::size_t _mask = 3;
+    std::size_t _count = 0;
+};
+
 /// The table of one class's properties, shared by all its instances. Written while the class is declared, before any
 /// concurrent use, and read without a lock afterwards.
 class ZR_DM_API DmPropertySetData : public CoRefCountedMT
@@ -54,11 +94,7 @@ public:
         return static_cast<std::size_t>(index) < _defs.size() ? _defs[static_cast<std::size_t>(index)].get() : nullptr;
     }
     /// The index of a name, -1 when the class has no such property.
-    int find(std::wstring_view name) const
-    {
-        const auto found = _indices.find(name);
-        return found == _indices.end() ? -1 : found->second;
-    }
+    int find(std::wstring_view name) const { return _indices.find(name); }
     /// The class's name; empty until the factory has made an instance.
     const DmString& className() const { return _className; }
     const std::string& utf8ClassName() const { return _utf8ClassName; }
@@ -66,7 +102,7 @@ public:
 private:
     friend class DmPropertySet;
 
-    std::unordered_map<std::wstring_view, int> _indices; ///< views of the definitions' names
+    DmNameIndex _indices; ///< by the definitions' own names
     std::vector<std::unique_ptr<DmPropertyDef>> _defs;
     std::vector<std::shared_ptr<const void>> _defaults; ///< what the definitions' defaults point at
     DmString _className;

@@ -82,7 +82,7 @@ eDmErrorId DmPropertySet::addProperty(const DmString& name, eDmPropType type, vo
     def->_serializer = serializer;
     def->_unserializer = unserializer;
     def->_utf8Name = dmUtf8(name);
-    _data->_indices.emplace(def->_name.view(), index);
+    _data->_indices.add(def->_name.view(), index);
     _data->_defs.push_back(std::move(def));
     return DM_NO_ERROR;
 }
@@ -204,11 +204,11 @@ eDmErrorId DmPropertySet::getPropertyValue(DmPropertyRef property, eDmPropType t
 
 eDmErrorId DmPropertySet::setPropertyValue(DmPropertyRef property, eDmPropType type, const void* in)
 {
-    const DmPropertyDef* def = nullptr;
-    int index = -1;
-    if (const eDmErrorId status = find(property, type, def, index); status != DM_NO_ERROR)
-        return status;
-    return store(*def, index, in);
+    const int index = property.indexIn(*_data);
+    const DmPropertyDef* const def = _data->at(index);
+    if (!def)
+        return DM_PROPERTY_NOT_FOUND;
+    return def->_type == type ? store(*def, index, in) : DM_BAD_PROPERTY_TYPE;
 }
 
 eDmErrorId DmPropertySet::setPropertyValue(const DmString& name, const void* in)

@@ -26,7 +26,7 @@ public:
     virtual void onPropertyChanged(const DmNodeId& id, eDmPropType type, const DmString& propertyName) = 0;
 };
 
-/// A property by index or by name: every operation takes either.
+/// A property by index or by name: every operation takes either. Two registers wide; lives as long as the name.
 class DmPropertyRef
 {
 public:
@@ -35,19 +35,31 @@ public:
     {
     }
     DmPropertyRef(const DmString& name)
-        : _name(name.view())
+        : _name(name.c_str())
+        , _length(name.length())
     {
     }
     DmPropertyRef(const wchar_t* name)
-        : _name(name ? std::wstring_view(name) : std::wstring_view())
+        : DmPropertyRef(std::wstring_view(name ? name : L""))
     {
     }
 
-    int indexIn(const DmPropertySetData& data) const { return _name.data() ? data.find(_name) : _index; }
+    /// -1, or an index that no property has, when the class has no such property.
+    int indexIn(const DmPropertySetData& data) const { return _name ? data.find({_name, _length}) : _index; }
 
 private:
-    std::wstring_view _name;
-    int _index = -1;
+    explicit DmPropertyRef(std::wstring_view name)
+        : _name(name.data())
+        , _length(static_cast<unsigned>(name.size()))
+    {
+    }
+
+    const wchar_t* _name = nullptr; ///< null: by index
+    union
+    {
+        int _index;
+        unsigned _length;
+    };
 };
 
 class ZR_DM_API DmPropertySet : public CoRefCountedMT
