@@ -37,35 +37,35 @@ TEST(EdlReader, TakesTheFieldsOfAnEvent)
     struct Case
     {
         const char* front;
-        std::uint32_t number;
         const char* reel;
         std::uint64_t video;
         std::uint64_t audio;
-        EdlTransition transition;
+        std::uint32_t number;
         std::uint32_t length;
+        EdlTransition transition;
         std::uint16_t pattern;
     };
     const Case cases[] = {
-        {"001  AX       V     C       ", 1, "AX", 1, 0, EdlTransition::Cut, 0, 0},
-        {"000001 A001 V C", 1, "A001", 1, 0, EdlTransition::Cut, 0, 0},
-        {"\t12\tA001\tv\tc", 12, "A001", 1, 0, EdlTransition::Cut, 0, 0},
-        {"001 A004_C012.mov V C", 1, "A004_C012.mov", 1, 0, EdlTransition::Cut, 0, 0},
-        {"001 Card 4  day 2. V C", 1, "Card 4  day 2.", 1, 0, EdlTransition::Cut, 0, 0},
-        {"001 V V C 000", 1, "V", 1, 0, EdlTransition::Cut, 0, 0},
-        {"001 X D 010 A V D 010", 1, "X D 010 A", 1, 0, EdlTransition::Dissolve, 10, 0},
-        {"001 A1 A C", 1, "A1", 0, channel(1), EdlTransition::Cut, 0, 0},
-        {"001 A1 A2 C", 1, "A1", 0, channel(2), EdlTransition::Cut, 0, 0},
-        {"001 A1 AA C", 1, "A1", 0, channel(1) | channel(2), EdlTransition::Cut, 0, 0},
-        {"001 A1 AA/V C", 1, "A1", 1, channel(1) | channel(2), EdlTransition::Cut, 0, 0},
-        {"001 A1 A2/V C", 1, "A1", 1, channel(2), EdlTransition::Cut, 0, 0},
-        {"001 A1 B C", 1, "A1", 1, channel(1), EdlTransition::Cut, 0, 0},
-        {"001 A1 VA1A4 C", 1, "A1", 1, channel(1) | channel(4), EdlTransition::Cut, 0, 0},
-        {"001 A1 V2 C", 1, "A1", channel(2), 0, EdlTransition::Cut, 0, 0},
-        {"001 A1 A64 C", 1, "A1", 0, channel(64), EdlTransition::Cut, 0, 0},
-        {"001 A1 NONE C", 1, "A1", 0, 0, EdlTransition::Cut, 0, 0},
-        {"002 B V D 012", 2, "B", 1, 0, EdlTransition::Dissolve, 12, 0},
-        {"002 B V W001 025", 2, "B", 1, 0, EdlTransition::Wipe, 25, 1},
-        {"002 B V W127 1", 2, "B", 1, 0, EdlTransition::Wipe, 1, 127},
+        {"001  AX       V     C       ", "AX", 1, 0, 1, 0, EdlTransition::Cut, 0},
+        {"000001 A001 V C", "A001", 1, 0, 1, 0, EdlTransition::Cut, 0},
+        {"\t12\tA001\tv\tc", "A001", 1, 0, 12, 0, EdlTransition::Cut, 0},
+        {"001 A004_C012.mov V C", "A004_C012.mov", 1, 0, 1, 0, EdlTransition::Cut, 0},
+        {"001 Card 4  day 2. V C", "Card 4  day 2.", 1, 0, 1, 0, EdlTransition::Cut, 0},
+        {"001 V V C 000", "V", 1, 0, 1, 0, EdlTransition::Cut, 0},
+        {"001 X D 010 A V D 010", "X D 010 A", 1, 0, 1, 10, EdlTransition::Dissolve, 0},
+        {"001 A1 A C", "A1", 0, channel(1), 1, 0, EdlTransition::Cut, 0},
+        {"001 A1 A2 C", "A1", 0, channel(2), 1, 0, EdlTransition::Cut, 0},
+        {"001 A1 AA C", "A1", 0, channel(1) | channel(2), 1, 0, EdlTransition::Cut, 0},
+        {"001 A1 AA/V C", "A1", 1, channel(1) | channel(2), 1, 0, EdlTransition::Cut, 0},
+        {"001 A1 A2/V C", "A1", 1, channel(2), 1, 0, EdlTransition::Cut, 0},
+        {"001 A1 B C", "A1", 1, channel(1), 1, 0, EdlTransition::Cut, 0},
+        {"001 A1 VA1A4 C", "A1", 1, channel(1) | channel(4), 1, 0, EdlTransition::Cut, 0},
+        {"001 A1 V2 C", "A1", channel(2), 0, 1, 0, EdlTransition::Cut, 0},
+        {"001 A1 A64 C", "A1", 0, channel(64), 1, 0, EdlTransition::Cut, 0},
+        {"001 A1 NONE C", "A1", 0, 0, 1, 0, EdlTransition::Cut, 0},
+        {"002 B V D 012", "B", 1, 0, 2, 12, EdlTransition::Dissolve, 0},
+        {"002 B V W001 025", "B", 1, 0, 2, 25, EdlTransition::Wipe, 1},
+        {"002 B V W127 1", "B", 1, 0, 2, 1, EdlTransition::Wipe, 127},
     };
     for (const Case& c : cases)
     {
@@ -89,17 +89,17 @@ TEST(EdlReader, KeepsKeysWithAWarning)
     struct Case
     {
         const char* front;
-        EdlTransition transition;
         std::uint32_t length;
+        EdlTransition transition;
         bool warns;
     };
     const Case cases[] = {
-        {"002 A V K B", EdlTransition::KeyBackground, 0, false},
-        {"002 A V KB", EdlTransition::KeyBackground, 0, false},
-        {"002 A V K", EdlTransition::Key, 0, true},
-        {"002 A V K 012", EdlTransition::Key, 12, true},
-        {"002 A V K O 012", EdlTransition::KeyOut, 12, true},
-        {"002 A V KO 012", EdlTransition::KeyOut, 12, true},
+        {"002 A V K B", 0, EdlTransition::KeyBackground, false},
+        {"002 A V KB", 0, EdlTransition::KeyBackground, false},
+        {"002 A V K", 0, EdlTransition::Key, true},
+        {"002 A V K 012", 12, EdlTransition::Key, true},
+        {"002 A V K O 012", 12, EdlTransition::KeyOut, true},
+        {"002 A V KO 012", 12, EdlTransition::KeyOut, true},
     };
     for (const Case& c : cases)
     {

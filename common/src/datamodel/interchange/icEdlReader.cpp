@@ -187,33 +187,33 @@ struct Reader::Keyword
         Never
     };
     std::string_view word;
-    Colon colon;
-    Star star;
-    EdlNoteKind kind;
-    bool (Reader::*take)(std::string_view);
-    bool needsEvent;
+    bool (Reader::*take)(std::string_view) = nullptr;
+    EdlNoteKind kind = EdlNoteKind::Comment;
+    Colon colon = Required;
+    Star star = Allowed;
+    bool needsEvent = false;
 };
 
 const Reader::Keyword Reader::keywords[] = {
-    {"FROM CLIP NAME", Keyword::Required, Keyword::Allowed, EdlNoteKind::FromClipName, nullptr, false},
-    {"TO CLIP NAME", Keyword::Required, Keyword::Allowed, EdlNoteKind::ToClipName, nullptr, false},
-    {"KEY CLIP NAME", Keyword::Required, Keyword::Allowed, EdlNoteKind::KeyClipName, nullptr, false},
-    {"CLIP NAME", Keyword::Required, Keyword::Allowed, EdlNoteKind::FromClipName, nullptr, false},
-    {"SOURCE FILE PATH", Keyword::Required, Keyword::Allowed, EdlNoteKind::SourcePath, nullptr, false},
-    {"SOURCE FILE", Keyword::Required, Keyword::Allowed, EdlNoteKind::SourceFile, nullptr, false},
-    {"SOURCE PATH", Keyword::Required, Keyword::Allowed, EdlNoteKind::SourcePath, nullptr, false},
-    {"FILE PATH", Keyword::Required, Keyword::Allowed, EdlNoteKind::SourcePath, nullptr, false},
-    {"PATH", Keyword::Required, Keyword::Allowed, EdlNoteKind::SourcePath, nullptr, false},
-    {"EFFECTS NAME IS", Keyword::None, Keyword::Allowed, EdlNoteKind::EffectName, nullptr, false},
-    {"EFFECT NAME", Keyword::Required, Keyword::Allowed, EdlNoteKind::EffectName, nullptr, false},
-    {"SPLIT", Keyword::Required, Keyword::Never, EdlNoteKind::Split, nullptr, false},
-    {"ASC_SOP", Keyword::Optional, Keyword::Allowed, EdlNoteKind::Comment, &Reader::slopeOffsetPower, true},
-    {"ASC_SAT", Keyword::Optional, Keyword::Allowed, EdlNoteKind::Comment, &Reader::saturation, true},
-    {"LOC", Keyword::Required, Keyword::Allowed, EdlNoteKind::Comment, &Reader::locator, true},
-    {"M2", Keyword::None, Keyword::Never, EdlNoteKind::Line, &Reader::speed, true},
-    {"AUD", Keyword::None, Keyword::Never, EdlNoteKind::Line, &Reader::audio, true},
-    {"FCM", Keyword::Required, Keyword::Never, EdlNoteKind::Line, &Reader::fcm, false},
-    {"TITLE", Keyword::Required, Keyword::Never, EdlNoteKind::Line, &Reader::title, false},
+    {"FROM CLIP NAME", nullptr, EdlNoteKind::FromClipName},
+    {"TO CLIP NAME", nullptr, EdlNoteKind::ToClipName},
+    {"KEY CLIP NAME", nullptr, EdlNoteKind::KeyClipName},
+    {"CLIP NAME", nullptr, EdlNoteKind::FromClipName},
+    {"SOURCE FILE PATH", nullptr, EdlNoteKind::SourcePath},
+    {"SOURCE FILE", nullptr, EdlNoteKind::SourceFile},
+    {"SOURCE PATH", nullptr, EdlNoteKind::SourcePath},
+    {"FILE PATH", nullptr, EdlNoteKind::SourcePath},
+    {"PATH", nullptr, EdlNoteKind::SourcePath},
+    {"EFFECT NAME", nullptr, EdlNoteKind::EffectName},
+    {"EFFECTS NAME IS", nullptr, EdlNoteKind::EffectName, Keyword::None},
+    {"SPLIT", nullptr, EdlNoteKind::Split, Keyword::Required, Keyword::Never},
+    {"ASC_SOP", &Reader::slopeOffsetPower, {}, Keyword::Optional, Keyword::Allowed, true},
+    {"ASC_SAT", &Reader::saturation, {}, Keyword::Optional, Keyword::Allowed, true},
+    {"LOC", &Reader::locator, {}, Keyword::Required, Keyword::Allowed, true},
+    {"M2", &Reader::speed, {}, Keyword::None, Keyword::Never, true},
+    {"AUD", &Reader::audio, {}, Keyword::None, Keyword::Never, true},
+    {"FCM", &Reader::fcm, {}, Keyword::Required, Keyword::Never},
+    {"TITLE", &Reader::title, {}, Keyword::Required, Keyword::Never},
 };
 
 bool Reader::read()
