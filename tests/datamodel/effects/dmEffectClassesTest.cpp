@@ -1,5 +1,6 @@
 /// What every effect class promises alike, tried on each of them.
 #include "dmPropertyFactory.h"
+#include "dmStroke.h"
 #include "dmUtf8.h"
 #include "effectClasses.h"
 #include "effectTools.h"
@@ -233,7 +234,12 @@ TEST(EffectParts, AreWhatTheirTablesSay)
                   "autoPlateau Bool false"}},
                 {stored(DmMediaNode::create()),
                  "DmMediaNode",
-                 {"name String  optional", "path String  optional", "mediaType Enum 0", "fileList Vector-String"}}};
+                 {"name String  optional", "path String  optional", "mediaType Enum 0", "fileList Vector-String"}},
+                {stored(DmPoint::create()), "DmPoint", {"x Double 0", "y Double 0", "width Double 1"}},
+                {stored(DmStroke::create()),
+                 "DmStroke",
+                 {"points Vector-Property-Set", "red Float 0", "green Float 0", "blue Float 0", "alpha Float 1",
+                  "type String ", "brush String "}}};
     for (const auto& row : rows)
     {
         EXPECT_EQ(dmUtf8(row.set->getPSetName()), row.className);

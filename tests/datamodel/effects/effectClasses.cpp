@@ -2,6 +2,7 @@
 
 #include "dmADissolveSettings.h"
 #include "dmATimewarpSettings.h"
+#include "dmAnnotationSettings.h"
 #include "dmAudioEffects.h"
 #include "dmColourEffects.h"
 #include "dmDefaultFxSettings.h"
@@ -11,8 +12,10 @@
 #include "dmPPFxSettings.h"
 #include "dmPPFxStereoToolboxSettings.h"
 #include "dmPSetHelper.h"
+#include "dmPaintLayer.h"
 #include "dmPictureEffects.h"
 #include "dmResizeSettings.h"
+#include "dmTextSettings.h"
 #include "dmTimewarpSettings.h"
 #include "dmTransformEffects.h"
 #include "dmUtf8.h"
@@ -70,6 +73,15 @@ const Names convertAttributes{"convert_type",
                               "destination_height",
                               "destination_aspect",
                               "destination_depth"};
+
+/// The properties of every layer, and those that a kind of layer adds.
+Names layer(const Names& own)
+{
+    Names properties{"startFrame Int 0", "duration UInt 0",   "hold Bool false",
+                     "ghost Bool false", "ghostAfter UInt 3", "ghostBefore UInt 3"};
+    properties.insert(properties.end(), own.begin(), own.end());
+    return properties;
+}
 
 } // namespace
 
@@ -264,10 +276,53 @@ const std::vector<EffectClass>& effectClasses()
                                  focusAtStart),
 
         // Layers.
-        row<DmEffectLayer>("DmEffectLayer", "Effect", "neither video",
-                           {"startFrame Int 0", "duration UInt 0", "hold Bool false", "ghost Bool false",
-                            "ghostAfter UInt 3", "ghostBefore UInt 3"},
-                           none, none),
+        row<DmEffectLayer>("DmEffectLayer", "Effect", "neither video", layer({}), none, none),
+        row<DmTextLayer>(
+            "DmTextLayer", "Text", "neither video",
+            layer({"paragraphs Vector-Property-Set", "background Bool false", "bgColorRed Float 0",
+                   "bgColorGreen Float 0", "bgColorBlue Float 0", "bgOpacity Float 1"}),
+            {"rollCrawlMode"},
+            {"layerPositionX", "layerPositionY", "layerScaleX", "layerScaleY", "layerRotation", "layerTransparency"}),
+        row<DmPaintLayer>("DmPaintLayer", "Paint", "neither video", layer({"strokes Vector-Property-Set"}), none, none),
+
+        // Text and paint.
+        row<DmTextSettings>("DmTextSettings", "Text", "segment video",
+                            {"layers Vector-Property-Set", "cropEnabled Bool false", "cropLeft Int 0",
+                             "cropRight Int 0", "cropBottom Int 0", "cropTop Int 0"},
+                            none, none),
+        row<DmTextParagraph>("DmTextParagraph", "Text", "neither video",
+                             {"textStr String ", "imagePath String ", "fontName String ", "fontStyle Int 3",
+                              "fontDir String ", "outline Bool false", "italicAngle Int 0", "indentation Float 0",
+                              "width Float 0", "underline Bool false", "dropShadow Bool false"},
+                             {"fontEffect", "fontType", "justification"},
+                             {"fontSize",
+                              "fontKerning",
+                              "fontLeading",
+                              "fontColorRed",
+                              "fontColorGreen",
+                              "fontColorBlue",
+                              "fontOpacity",
+                              "fontSoftness",
+                              "outWidth",
+                              "outColorRed",
+                              "outColorGreen",
+                              "outColorBlue",
+                              "outOpacity",
+                              "underlineWidth",
+                              "underlineColorRed",
+                              "underlineColorGreen",
+                              "underlineColorBlue",
+                              "underlineOpacity",
+                              "dropShadowColorRed",
+                              "dropShadowColorGreen",
+                              "dropShadowColorBlue",
+                              "dropShadowOpacity",
+                              "dropShadowSoftness",
+                              "scaleX",
+                              "scaleY",
+                              "rotation"}),
+        row<DmAnnotationSettings>("DmAnnotationSettings", "Annotation", "segment video", {"layers Vector-Property-Set"},
+                                  none, none),
     };
     return classes;
 }
