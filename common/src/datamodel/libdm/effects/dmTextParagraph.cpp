@@ -45,12 +45,12 @@ DmString DmTextParagraph::getFontExtension() const
 
 DmString DmTextParagraph::buildFontName() const
 {
-    const DmString composed = composeFontPath();
+    DmString composed = composeFontPath();
     if (dmIsFontFile(composed))
         return composed;
     const DmFontFace face{_fontName, fontStyleNames[_fontStyle], _fontStyle == BOLD || _fontStyle == BOLDITALIC,
                           _fontStyle == ITALIC || _fontStyle == BOLDITALIC};
-    const DmString installed = dmFindInstalledFont(face);
+    DmString installed = dmFindInstalledFont(face);
     if (!installed.empty())
         return installed;
     ZR_POST_ERROR("Font \"%ls\" not installed.  Using default font.", _fontName.c_str());
