@@ -2,6 +2,7 @@
 
 #include "dmNesting.h"
 #include "dmPropertyFactory.h"
+#include "dmSetAccessImp.h"
 #include "dmUtf8.h"
 
 #include "zrAssert.h"
@@ -246,11 +247,9 @@ eDmErrorId Comparison::fields(DmPropertyPath& path, const void* a, const void* b
         });
 }
 
-} // namespace
-
 // Copy: a fresh object that nobody else sees yet is filled without its lock and its listeners.
 
-class DmSetAccess
+class Copy
 {
 public:
     eDmErrorId copy(const DmPropertySet& source, const Level* levelAbove, DmPropertySetPtr& out);
@@ -314,7 +313,7 @@ private:
     DmPropertyCreator _lastCreator = nullptr;
 };
 
-eDmErrorId DmSetAccess::copy(const DmPropertySet& source, const Level* levelAbove, DmPropertySetPtr& out)
+eDmErrorId Copy::copy(const DmPropertySet& source, const Level* levelAbove, DmPropertySetPtr& out)
 {
     if (source.isFrozen())
     {
@@ -345,8 +344,8 @@ eDmErrorId DmSetAccess::copy(const DmPropertySet& source, const Level* levelAbov
             dmVisitStorage(def._type,
                            [&]<class T>(std::type_identity<T>) -> eDmErrorId
                            {
-                               const void* const from = source.fieldOf(i, def);
-                               void* const to = target->fieldOf(i, def);
+                               const void* const from = source.fieldOf(i);
+                               void* const to = DmSetAccess::field(*target, i, def);
                                if constexpr (std::is_void_v<T>)
                                    return DM_TYPE_NOT_IMPLEMENTED;
                                else if constexpr (DmNumberStorage<T>)
@@ -363,6 +362,8 @@ eDmErrorId DmSetAccess::copy(const DmPropertySet& source, const Level* levelAbov
     out = target;
     return DM_NO_ERROR;
 }
+
+} // namespace
 
 std::string DmPropertyPath::text() const
 {
@@ -396,7 +397,7 @@ eDmErrorId dmDeepEqual(const DmPropertySet& a, const DmPropertySet& b, bool& equ
 eDmErrorId dmDeepCopy(const DmPropertySet& source, CoSharedPtr<DmPropertySet>& copy)
 {
     DmPropertySetPtr result;
-    const eDmErrorId status = DmSetAccess().copy(source, nullptr, result);
+    const eDmErrorId status = Copy().copy(source, nullptr, result);
     if (status == DM_NO_ERROR)
         copy = result;
     return status;

@@ -1,0 +1,37 @@
+/// Opens documents: rebuilds the tree, or any property set, that DmTreeJsonBuilder wrote.
+///
+///     CoSharedPtr<DmRoot> root;
+///     const DmStatus status = DmJsonImporter::importRootFromFile("edit.json", root);
+///     if (status.failed())
+///         ...                 // status.info() says why; status.reason() is the property layer's code, or -1
+///
+/// The importer knows no class of the model: objects are made by class name through the factory, with their default
+/// attributes, and filled by property name. An unknown class or property fails the whole import, as does a value that
+/// its property cannot hold, text that is not UTF-8, nesting deeper than 1024 objects and arrays, and a document of a
+/// newer version. The result is set only on success.
+///
+/// Threads: an import switches the factory's creation of default attributes on for its length, process-wide. Imports,
+/// and other creations through the factory, must not run at the same time.
+#pragma once
+
+#include "dmPropertySet.h"
+#include "dmStatus.h"
+
+#include <string_view>
+
+class DmRoot;
+
+class ZR_DM_API DmJsonImporter
+{
+public:
+    /// The document must hold a DmRoot. `root` counts zero: put it in a CoSharedPtr.
+    static DmStatus importRootFromFile(const char* path, DmRoot*& root);
+    /// `json` is UTF-8 that ends with a zero.
+    static DmStatus importRootFromStr(const char* json, DmRoot*& root);
+    static DmStatus importRootFromFile(const char* path, CoSharedPtr<DmRoot>& root);
+    static DmStatus importRootFromStr(const char* json, CoSharedPtr<DmRoot>& root);
+
+    /// A document of any property set.
+    static DmStatus importSetFromFile(const char* path, CoSharedPtr<DmPropertySet>& set);
+    static DmStatus importSetFromStr(std::string_view json, CoSharedPtr<DmPropertySet>& set);
+};

@@ -1,0 +1,79 @@
+#include "dmJsonNumberImp.h"
+
+#include "dmNumberText.h"
+#include "dmRapidJsonImp.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+namespace
+{
+
+using dmJson::numberSize;
+
+/// Integers below this have at most 16 digits, which are their shortest form.
+constexpr double exactIntegers = 9007199254740992.0; // 2^53
+
+char* formatInteger(double value, char* out)
+{
+    char* const end = std::to_chars(out, out + numberSize, static_cast<std::int64_t>(value)).ptr;
+    std::memcpy(end, ".0", 2);
+    return end + 2;
+}
+
+/// The digits and the exponent of the shortest form, which the library then lays out. (Its own digits are not the
+/// shortest for about one double in a thousand.)
+char* formatFraction(double value, char* out)
+{
+    char text[numberSize];
+    const char* const end = std::to_chars(text, text + numberSize, value, std::chars_format::scientific).ptr;
+    int length = 0;
+    const char* at = text;
+    for (; *at != 'e'; ++at)
+        if (*at != '.')
+            out[length++] = *at;
+    at += at[1] == '+' ? 2 : 1;
+    int exponent = 0;
+    std::from_chars(at, end, exponent);
+    return zrRapidjson::internal::Prettify(out, length, exponent - (length - 1), 324);
+}
+
+} // namespace
+
+std::string_view dmJson::formatDouble(double value, char (&buffer)[numberSize])
+{
+    char* out = buffer;
+    if (std::signbit(value))
+        *out++ = '-';
+    const double magnitude = std::fabs(value);
+    const bool integer = magnitude < exactIntegers && std::trunc(magnitude) == magnitude;
+    char* const end = integer ? formatInteger(magnitude, out) : formatFraction(magnitude, out);
+    return {buffer, static_cast<std::size_t>(end - buffer)};
+}
+
+std::string_view dmJson::canonicalNumber(std::string_view text, char (&buffer)[numberSize])
+{
+    if (isInteger(text))
+    {
+        const char* const end = text.data() + text.size();
+        std::int64_t number = 0;
+        std::uint64_t large = 0;
+        if (std::from_chars(text.data(), end, number).ec == std::errc())
+            return number == 0 ? "0" : text;
+        if (std::from_chars(text.data(), end, large).ec == std::errc())
+            return text;
+    }
+    double value = 0;
+    return parseDouble(text, value) ? formatDouble(value, buffer) : std::string_view();
+}
+
+bool dmJson::parseDouble(std::string_view number, double& value)
+{
+    if (std::from_chars(number.data(), number.data() + number.size(), value).ec == std::errc())
+        return std::isfinite(value);
+    // Out of range: what is too small has a value still.
+    value = dmNumberText::parse<double>(number);
+    return std::fabs(value) < 1;
+}

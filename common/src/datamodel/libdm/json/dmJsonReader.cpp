@@ -1,0 +1,626 @@
+#include "dmJsonReaderImp.h"
+
+#include "dmSetAccessImp.h"
+#include "dmUtf8.h"
+
+#include "CoUtf8.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace dmJson
+{
+namespace
+{
+
+DmString versionText(const DmVersion& version)
+{
+    DmString text;
+    const std::string narrow = version.toString();
+    return dmFromUtf8(narrow, text) ? text : DmString();
+}
+
+FaultPtr makeFault(Fault&& fault)
+{
+    return std::make_unique<Fault>(std::move(fault));
+}
+
+/// A text of the document for a message, which is cut anyway.
+DmString quoted(std::string_view text)
+{
+    constexpr std::size_t enough = 1024;
+    if (text.size() > enough)
+        text = text.substr(0, DM::CoUtf8::cut(text.data(), enough));
+    DmString wide;
+    return dmFromUtf8(text, wide) ? wide : DmString();
+}
+
+/// Puts an object into a slot of another, `put` being told the field.
+template <class Field, class Put>
+eDmErrorId hold(DmPropertySet& owner, int index, const DmPropertySetPtr& held, Put put)
+{
+    const DmPropertyDef& def = *owner.classData().at(index);
+    if (owner.isFrozen())
+        return DM_CANNOT_LOCK;
+    if (const eDmErrorId status = DmSetAccess::checkSlot(owner, def, held.get()); status != DM_NO_ERROR)
+        return status;
+    put(*static_cast<Field*>(DmSetAccess::field(owner, index, def)));
+    DmSetAccess::changed(owner, def);
+    return DM_NO_ERROR;
+}
+
+/// What a document says replaces what a fresh object holds.
+template <class T>
+void clearList(DmPropertySet& owner, int index)
+{
+    if constexpr (dmIsVector<T>)
+        static_cast<T*>(DmSetAccess::field(owner, index, *owner.classData().at(index)))->clear();
+}
+
+} // namespace
+
+// Ignored, VersionNumbers
+
+void Ignored::object(Reader& reader)
+{
+    reader.open<Ignored>();
+}
+
+void VersionNumbers::key(Reader& /*reader*/, std::string_view name)
+{
+    static const std::string majorKey = dmUtf8(DmVersion::getMajorKey());
+    static const std::string minorKey = dmUtf8(DmVersion::getMinorKey());
+    _current = name == majorKey ? Major : name == minorKey ? Minor : Other;
+    if (_current != Other)
+        _numbers[_current].reset();
+}
+
+void VersionNumbers::scalar(Reader& /*reader*/, const Scalar& value)
+{
+    int number = 0;
+    if (_current != Other && toInt(value, number))
+        _numbers[_current] = number;
+}
+
+FaultPtr VersionNumbers::check() const
+{
+    if (!complete())
+        return makeFault({.kind = Fault::VersionShape});
+    const DmVersion version(*_numbers[Major], *_numbers[Minor]);
+    if (version <= DmVersion::getCurrent())
+        return {};
+    return makeFault(
+        {.kind = Fault::Version, .name = versionText(version), .other = versionText(DmVersion::getCurrent())});
+}
+
+// Slot
+
+void Slot::key(Reader& reader, std::string_view name)
+{
+    static const std::string versionKey = dmUtf8(DmVersion::getKey());
+    _atVersion = name == versionKey;
+    if (!_atVersion)
+        _current = &reader.classOf(name);
+    if (_kind == VersionEntry)
+    {
+        if (!_numbers)
+            _numbers = std::make_unique<VersionNumbers>();
+        _numbers->key(reader, name);
+    }
+}
+
+bool Slot::begin()
+{
+    if (_class && _class != _current)
+        _second = _current;
+    else
+    {
+        _class = _current;
+        _fault.reset();
+    }
+    return !_second;
+}
+
+/// A value of a class that is no object.
+void Slot::refuse(Fault::Kind entryKind)
+{
+    if (_atVersion)
+    {
+        if (!isEntry())
+            _versionFault = makeFault({.kind = Fault::VersionShape});
+    }
+    else if (begin())
+    {
+        if (isEntry())
+            _fault = makeFault({.kind = entryKind, .code = DM_BAD_VALUE, .name = _holder->_name});
+        else
+            _fault = makeFault({.kind = Fault::Instantiate,
+                                .code = _class->creator ? DM_BAD_PROPERTY_TYPE : DM_PROPERTY_NOT_FOUND,
+                                .name = _class->name});
+    }
+}
+
+void Slot::scalar(Reader& reader, const Scalar& value)
+{
+    if (_numbers)
+        _numbers->scalar(reader, value);
+    refuse(Fault::EntryScalar);
+}
+
+void Slot::array(Reader& reader)
+{
+    refuse(Fault::EntryArray);
+    reader.open<Ignored>();
+}
+
+void Slot::object(Reader& reader)
+{
+    if (_atVersion && !isEntry())
+        return reader.open<VersionNumbers>();
+    if (_atVersion || !begin())
+        return reader.open<Ignored>();
+    _set.reset();
+    const eDmErrorId status = Reader::create(_class->creator, _set);
+    if (status == DM_NO_ERROR)
+        return reader.open<Members>(reader, *_set, *_class);
+    _fault = makeFault({.kind = Fault::Instantiate, .code = status, .name = _class->name});
+    reader.open<Ignored>();
+}
+
+void Slot::take(Reader& /*reader*/, Outcome&& outcome)
+{
+    if (outcome.isVersion)
+        _versionFault = std::move(outcome.fault);
+    else if (outcome.fault)
+        _fault = std::move(outcome.fault);
+}
+
+/// An empty object stands for a default one, where the slot says of which class.
+void Slot::closeEmpty()
+{
+    if (_kind == Document || _kind == Nested)
+        return;
+    const DmPropertyFactory& factory = DmPropertyFactory::getInstance();
+    const DmPropertyCreator creator = _holder->_held ? factory.findCreator(_holder->_held->name) : nullptr;
+    eDmErrorId status = DM_BAD_VALUE;
+    if (creator)
+        status = Reader::create(creator, _set);
+    if (status != DM_NO_ERROR && (creator || isEntry()))
+        _fault = makeFault({.kind = Fault::Property, .code = status, .name = _holder->_name});
+}
+
+Outcome Slot::close(Reader& /*reader*/)
+{
+    if (_numbers && _numbers->complete())
+        return {{}, _numbers->check(), true};
+    if (_second && !_fault)
+        _fault = makeFault({.kind = Fault::Classes, .name = _class->name, .other = _second->name});
+    if (!_class)
+        closeEmpty();
+    return {std::move(_set), std::move(_versionFault ? _versionFault : _fault), false};
+}
+
+// Members
+
+Members::Members(Reader& reader, DmPropertySet& set, const ClassEntry& classEntry)
+    : _set(&set)
+    , _data(&set.classData())
+    , _class(&classEntry)
+    , _seen(reader.seen.size())
+{
+    reader.seen.resize(_seen + static_cast<std::size_t>(_data->size()));
+}
+
+void Members::find(std::string_view name)
+{
+    const int count = _data->size();
+    for (int i = 0, at = _next; i < count; ++i, ++at)
+    {
+        if (at == count)
+            at = 0;
+        if (_data->at(at)->_utf8Name == name)
+        {
+            _index = at;
+            _next = at + 1;
+            return;
+        }
+    }
+    _index = Unknown;
+}
+
+void Members::key(Reader& reader, std::string_view name)
+{
+    find(name);
+    if (_index >= 0)
+    {
+        std::vector<bool>::reference seen = reader.seen[_seen + static_cast<std::size_t>(_index)];
+        if (seen)
+            restart();
+        seen = true;
+        return;
+    }
+    static const std::string versionKey = dmUtf8(DmVersion::getKey());
+    if (name == versionKey)
+        _index = Skipped;
+    else
+        reader.unknownName = name;
+}
+
+/// A member that comes again: what came before it counts no more. A number or a text is set anew anyway.
+void Members::restart()
+{
+    if (_faults)
+        std::erase_if(*_faults, [this](const MemberFault& fault) { return fault.name == def()._utf8Name; });
+    if (!_untouched && Reader::create(_class->creator, _untouched) != DM_NO_ERROR)
+        return;
+    dmVisitStorage(def()._type,
+                   [this]<class T>(std::type_identity<T>)
+                   {
+                       if constexpr (dmIsVector<T> || std::same_as<T, DmPropertySetPtr> ||
+                                     std::same_as<T, DmPropertySetMap>)
+                           *static_cast<T*>(DmSetAccess::field(*_set, _index, def())) =
+                               *static_cast<const T*>(_untouched->fieldOf(_index));
+                   });
+}
+
+void Members::add(Reader& reader, Group group, FaultPtr fault)
+{
+    if (!_faults)
+        _faults = std::make_unique<std::vector<MemberFault>>();
+    const bool known = _index >= 0;
+    MemberFault added{group, known, known ? def()._utf8Name : reader.unknownName, std::move(fault)};
+    // Of unknown names, which a document may hold without number, the first is enough: it stays one.
+    const auto unknown = known ? _faults->end()
+                               : std::find_if(_faults->begin(), _faults->end(),
+                                              [](const MemberFault& earlier) { return !earlier.known; });
+    if (unknown == _faults->end())
+        _faults->push_back(std::move(added));
+    else if (!(*unknown < added))
+        *unknown = std::move(added);
+}
+
+void Members::refuse(Reader& reader, Group group, Fault&& fault)
+{
+    fault.name = _index >= 0 ? def()._name : quoted(reader.unknownName);
+    add(reader, group, makeFault(std::move(fault)));
+}
+
+void Members::scalar(Reader& reader, const Scalar& value)
+{
+    if (_index == Skipped)
+        return;
+    const eDmErrorId status = _index >= 0 ? store(*_set, _index, value) : DM_PROPERTY_NOT_FOUND;
+    if (status == DM_NO_ERROR)
+        return;
+    char buffer[numberSize];
+    const std::string_view text = textOf(value, buffer);
+    refuse(reader, Scalars,
+           {.kind = Fault::FromText,
+            .code = status,
+            .other = quoted(text.empty() ? value.text : text),
+            .set = DmPropertySetPtr(_set)});
+}
+
+void Members::object(Reader& reader)
+{
+    _group = Objects;
+    if (_index == Skipped)
+        return reader.open<Ignored>();
+    if (_index == Unknown)
+    {
+        refuse(reader, Objects, {.kind = Fault::PropertyType, .code = DM_PROPERTY_NOT_FOUND});
+        return reader.open<Ignored>();
+    }
+    if (def()._type == DM_PROPERTY_SET)
+        return reader.open<Slot>(Slot::Nested, &def());
+    if (def()._type == DM_MAP_PROPERTY_SET)
+        return reader.open<Entries>(*_set, _index);
+    refuse(reader, Objects, {.kind = Fault::Property, .code = DM_BAD_PROPERTY_TYPE});
+    reader.open<Ignored>();
+}
+
+void Members::array(Reader& reader)
+{
+    _group = Arrays;
+    if (_index == Skipped)
+        return reader.open<Ignored>();
+    if (_index == Unknown)
+    {
+        refuse(reader, Arrays, {.kind = Fault::PropertyType, .code = DM_PROPERTY_NOT_FOUND});
+        return reader.open<Ignored>();
+    }
+    const eDmPropType type = def()._type;
+    if (type == DM_VECTOR_PROPERTY_SET)
+        return reader.open<Elements>(*_set, _index);
+    if (type == DM_CDATA || dmIsVectorOfValues(type))
+        return reader.open<Values>(*_set, _index);
+    refuse(reader, Arrays, {.kind = Fault::Property, .code = DM_BAD_PROPERTY_TYPE});
+    reader.open<Ignored>();
+}
+
+void Members::take(Reader& reader, Outcome&& outcome)
+{
+    if (outcome.fault)
+        return add(reader, _group, std::move(outcome.fault));
+    if (!outcome.set)
+        return;
+    const eDmErrorId status =
+        hold<DmPropertySetPtr>(*_set, _index, outcome.set, [&](DmPropertySetPtr& field) { field.swap(outcome.set); });
+    if (status != DM_NO_ERROR)
+        refuse(reader, Objects, {.kind = Fault::Property, .code = status});
+}
+
+Outcome Members::close(Reader& reader)
+{
+    reader.seen.resize(_seen);
+    if (!_faults || _faults->empty())
+        return {};
+    return {{}, std::move(std::min_element(_faults->begin(), _faults->end())->fault), false};
+}
+
+// Entries
+
+void Entries::key(Reader& /*reader*/, std::string_view name)
+{
+    if (!dmFromUtf8(name, _key))
+        _key.clear();
+}
+
+/// The entry that was read is done: a fault of the same key that came before counts no more.
+void Entries::finish(FaultPtr fault)
+{
+    ++_count;
+    if (fault)
+        _faults[_key] = {_count, std::move(fault)};
+    else
+        _faults.erase(_key);
+}
+
+void Entries::refuse(Fault::Kind kind)
+{
+    finish(makeFault({.kind = kind, .code = DM_BAD_VALUE, .name = def()._name}));
+}
+
+void Entries::object(Reader& reader)
+{
+    const bool isEmpty = _key.empty();
+    if (isEmpty || _key.view().find(L'\0') != std::wstring_view::npos)
+    {
+        finish(makeFault({.kind = Fault::MapKey, .code = isEmpty ? DM_EMPTY_ID : DM_BAD_VALUE, .name = def()._name}));
+        return reader.open<Ignored>();
+    }
+    reader.open<Slot>(_key == DmVersion::getKey() ? Slot::VersionEntry : Slot::Entry, &def());
+}
+
+void Entries::array(Reader& reader)
+{
+    refuse(Fault::EntryArray);
+    reader.open<Ignored>();
+}
+
+void Entries::take(Reader& /*reader*/, Outcome&& outcome)
+{
+    const bool isRefused = !outcome.set && !outcome.fault && !outcome.isVersion;
+    if (outcome.set && !outcome.fault)
+    {
+        const eDmErrorId status = hold<DmPropertySetMap>(
+            *_owner, _index, outcome.set,
+            [&](DmPropertySetMap& map) { map.try_emplace(map.end(), _key)->second.swap(outcome.set); });
+        if (status != DM_NO_ERROR)
+            outcome.fault = makeFault({.kind = Fault::Property, .code = status, .name = def()._name});
+    }
+    if (!isRefused)
+        finish(std::move(outcome.fault));
+}
+
+Outcome Entries::close(Reader& /*reader*/)
+{
+    const auto first = std::min_element(_faults.begin(), _faults.end(),
+                                        [](const auto& a, const auto& b) { return a.second.first < b.second.first; });
+    return {{}, first == _faults.end() ? FaultPtr() : std::move(first->second.second), false};
+}
+
+// Elements
+
+Elements::Elements(DmPropertySet& owner, int index)
+    : _owner(&owner)
+    , _index(index)
+{
+    clearList<DmPropertySetVector>(owner, index);
+}
+
+void Elements::refuse(eDmErrorId code)
+{
+    if (!_fault)
+        _fault = makeFault({.kind = Fault::Property, .code = code, .name = _owner->classData().at(_index)->_name});
+}
+
+void Elements::object(Reader& reader)
+{
+    reader.open<Slot>(Slot::Element, _owner->classData().at(_index));
+}
+
+void Elements::array(Reader& reader)
+{
+    refuse(DM_BAD_PROPERTY_TYPE);
+    reader.open<Ignored>();
+}
+
+void Elements::take(Reader& /*reader*/, Outcome&& outcome)
+{
+    if (_fault)
+        return;
+    if (outcome.fault)
+    {
+        _fault = std::move(outcome.fault);
+        return;
+    }
+    const eDmErrorId status = hold<DmPropertySetVector>(
+        *_owner, _index, outcome.set, [&](DmPropertySetVector& list) { list.push_back(std::move(outcome.set)); });
+    if (status != DM_NO_ERROR)
+        refuse(status);
+}
+
+// Values
+
+Values::Values(DmPropertySet& owner, int index)
+    : _owner(&owner)
+    , _index(index)
+{
+    dmVisitStorage(def()._type, [&]<class T>(std::type_identity<T>) { clearList<T>(owner, index); });
+}
+
+void Values::refuse(eDmErrorId code)
+{
+    if (!_fault)
+        _fault = makeFault({.kind = Fault::Property, .code = code, .name = def()._name});
+}
+
+void Values::scalar(Reader& /*reader*/, const Scalar& value)
+{
+    if (!isText())
+    {
+        if (const eDmErrorId status = store(*_owner, _index, value); status != DM_NO_ERROR)
+            refuse(status);
+        return;
+    }
+    char buffer[numberSize];
+    const std::string_view line = textOf(value, buffer);
+    if (_any)
+        _lines += '\n';
+    _lines += line;
+    _any = true;
+    _lastEmpty = line.empty();
+}
+
+void Values::object(Reader& reader)
+{
+    refuse(DM_BAD_PROPERTY_TYPE);
+    reader.open<Ignored>();
+}
+
+/// The lines become one text. Its last line end is not written; so a last line that is empty stands for one more.
+Outcome Values::close(Reader& /*reader*/)
+{
+    if (isText() && !_fault)
+    {
+        if (_lastEmpty)
+            _lines += '\n';
+        if (const eDmErrorId status = store(*_owner, _index, {Scalar::String, _lines}); status != DM_NO_ERROR)
+            refuse(status);
+    }
+    return {{}, std::move(_fault), false};
+}
+
+// Reader
+
+template <class Kind, class... Arguments>
+void Reader::open(Arguments&&... arguments)
+{
+    if (_levels.size() < maxDepth)
+        _levels.emplace_back(std::in_place_type<Kind>, std::forward<Arguments>(arguments)...);
+    else
+        _stopped = "The document is nested too deeply.";
+}
+
+const ClassEntry& Reader::classOf(std::string_view name)
+{
+    const auto found = _classes.find(name);
+    if (found != _classes.end())
+        return found->second;
+    ClassEntry entry{quoted(name), nullptr};
+    entry.creator = DmPropertyFactory::getInstance().findCreator(entry.name.view());
+    return _classes.emplace(name, std::move(entry)).first->second;
+}
+
+eDmErrorId Reader::create(DmPropertyCreator creator, DmPropertySetPtr& set)
+{
+    if (!creator)
+        return DM_PROPERTY_NOT_FOUND;
+    DmPropertySet* made = nullptr;
+    const eDmErrorId status = DmPropertyFactory::getInstance().create(creator, DmNodeId(), 0, made);
+    const DmPropertySetPtr owner(made);
+    if (status == DM_NO_ERROR)
+        set = owner;
+    return status;
+}
+
+/// The parser checks the bytes of strings, but lets an escaped half of a pair through.
+bool Reader::isWellFormed(std::string_view text)
+{
+    for (const char* at = text.data(); (at = static_cast<const char*>(std::memchr(
+                                            at, 0xED, static_cast<std::size_t>(text.data() + text.size() - at))));
+         ++at)
+        if (static_cast<unsigned char>(at[1]) >= 0xA0)
+        {
+            _stopped = zrRapidjson::GetParseError_En(zrRapidjson::kParseErrorStringUnicodeSurrogateInvalid);
+            return false;
+        }
+    return true;
+}
+
+bool Reader::scalar(const Scalar& value)
+{
+    if (_levels.empty())
+        _document.fault = makeFault({.kind = Fault::NoObject});
+    else
+        std::visit([&](auto& level) { level.scalar(*this, value); }, _levels.back());
+    return !_stopped;
+}
+
+bool Reader::String(const char* text, unsigned length, bool /*copy*/)
+{
+    const std::string_view value(text, length);
+    return isWellFormed(value) && scalar({Scalar::String, value});
+}
+
+bool Reader::Key(const char* text, unsigned length, bool /*copy*/)
+{
+    const std::string_view name(text, length);
+    if (!isWellFormed(name))
+        return false;
+    std::visit([&](auto& level) { level.key(*this, name); }, _levels.back());
+    return true;
+}
+
+bool Reader::StartObject()
+{
+    if (_levels.empty())
+        open<Slot>(Slot::Document, nullptr);
+    else
+        std::visit([this](auto& level) { level.object(*this); }, _levels.back());
+    return !_stopped;
+}
+
+bool Reader::StartArray()
+{
+    if (_levels.empty())
+    {
+        _document.fault = makeFault({.kind = Fault::NoObject});
+        open<Ignored>();
+    }
+    else
+        std::visit([this](auto& level) { level.array(*this); }, _levels.back());
+    return !_stopped;
+}
+
+bool Reader::close()
+{
+    Outcome outcome = std::visit([this](auto& level) { return level.close(*this); }, _levels.back());
+    _levels.pop_back();
+    if (!_levels.empty())
+        std::visit([&](auto& level) { level.take(*this, std::move(outcome)); }, _levels.back());
+    else if (!_document.fault)
+        _document = std::move(outcome);
+    return true;
+}
+
+DmStatus Reader::finish(DmPropertySetPtr& root)
+{
+    if (_document.fault)
+        return _document.fault->report();
+    root = std::move(_document.set);
+    return {};
+}
+
+} // namespace dmJson

@@ -1,0 +1,170 @@
+#include "dmSaveFileImp.h"
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/stat.h>
+#include <sys/statfs.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace
+{
+
+std::string directoryOf(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+/// A link of the process file system leads to an open file, which its name does not stand for.
+bool isOpenFile(const std::string& link)
+{
+    struct statfs system
+    {
+    };
+    return statfs(directoryOf(link).c_str(), &system) == 0 && system.f_type == PROC_SUPER_MAGIC;
+}
+
+/// The file that a path leads to, whether it exists or not. False when that is an open file of some process.
+bool followLinks(std::string& path)
+{
+    constexpr int mostLinks = 40; // as the kernel has it
+    for (int i = 0; i < mostLinks; ++i)
+    {
+        char text[PATH_MAX];
+        const ssize_t length = readlink(path.c_str(), text, sizeof text);
+        if (length < 0)
+            return true;
+        if (isOpenFile(path))
+            return false;
+        const std::string link(text, static_cast<std::size_t>(length));
+        path = link.starts_with('/') ? link : directoryOf(path) + '/' + link;
+    }
+    return true;
+}
+
+bool canBeOpened(const std::string& path)
+{
+    const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    return file >= 0 && ::close(file) == 0;
+}
+
+} // namespace
+
+dmJson::SaveFile::~SaveFile()
+{
+    if (_file >= 0)
+        ::close(_file);
+    if (!_temporary.empty())
+        ::unlink(_temporary.c_str());
+}
+
+bool dmJson::SaveFile::open(const char* path)
+{
+    _target = path;
+    std::string place = _target;
+    if (!followLinks(place))
+        return true;
+    struct stat status
+    {
+    };
+    const bool exists = ::stat(place.c_str(), &status) == 0;
+    if (exists && !S_ISREG(status.st_mode))
+        return !S_ISDIR(status.st_mode) && ::access(place.c_str(), W_OK) == 0;
+    if (exists && !canBeOpened(place))
+        return false;
+    if (!makeTemporary(place, exists ? &status : nullptr))
+        return exists && (errno == EACCES || errno == EPERM || errno == EROFS); // else the disk is not fit for it
+    _target = place;
+    return true;
+}
+
+/// Makes the temporary file, with the mode of the file that it is to replace.
+bool dmJson::SaveFile::makeTemporary(const std::string& target, const struct stat* existing)
+{
+    static std::atomic<unsigned> counter{0};
+    constexpr int attempts = 100; // names that a killed process has left
+    for (int i = 0; i < attempts && _file < 0; ++i)
+    {
+        const std::string name = directoryOf(target) + "/.dmtree-" + std::to_string(getpid()) + '-' +
+                                 std::to_string(counter.fetch_add(1)) + ".tmp";
+        _file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (_file >= 0)
+            _temporary = name;
+        else if (errno != EEXIST)
+            return false;
+    }
+    if (_file < 0 || !existing)
+        return _file >= 0;
+    // The owner can be kept by the superuser only; the mode always.
+    if (existing->st_uid != geteuid() || existing->st_gid != getegid())
+        static_cast<void>(::fchown(_file, existing->st_uid, existing->st_gid) == 0);
+    static_cast<void>(::fchmod(_file, existing->st_mode & 07777) == 0);
+    return true;
+}
+
+void dmJson::SaveFile::emit(std::string_view text)
+{
+    if (_temporary.empty())
+        _text += text;
+    else if (!write(_file, text))
+        throw std::system_error(_error, std::generic_category());
+}
+
+bool dmJson::SaveFile::write(int file, std::string_view text)
+{
+    while (!text.empty())
+    {
+        const ssize_t count = ::write(file, text.data(), text.size());
+        if (count > 0)
+            text.remove_prefix(static_cast<std::size_t>(count));
+        else if (count == 0 || errno != EINTR)
+        {
+            _error = count == 0 ? EIO : errno;
+            return false;
+        }
+    }
+    return true;
+}
+
+bool dmJson::SaveFile::commit()
+{
+    const bool done = _temporary.empty() ? writeInPlace() : replace();
+    if (!done && _error == 0)
+        _error = errno != 0 ? errno : EIO;
+    return done;
+}
+
+bool dmJson::SaveFile::writeInPlace()
+{
+    const int file = ::open(_target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (file < 0)
+        return false;
+    bool done = write(file, _text);
+    // Pipes and terminals have nothing to synchronise.
+    if (done && ::fsync(file) != 0 && errno != EINVAL && errno != EROFS)
+        done = false;
+    return ::close(file) == 0 && done;
+}
+
+bool dmJson::SaveFile::replace()
+{
+    const bool written = ::fsync(_file) == 0;
+    const bool closed = ::close(_file) == 0;
+    _file = -1;
+    if (!written || !closed || std::rename(_temporary.c_str(), _target.c_str()) != 0)
+        return false;
+    _temporary.clear();
+    // The new name, too, is to survive a power cut; the file is whole whatever becomes of this.
+    const int directory = ::open(directoryOf(_target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (directory >= 0)
+    {
+        static_cast<void>(::fsync(directory) == 0);
+        ::close(directory);
+    }
+    return true;
+}

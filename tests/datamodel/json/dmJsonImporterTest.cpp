@@ -1,0 +1,334 @@
+#include "../property/testSets.h"
+#include "jsonSets.h"
+
+#include "dmPropertyFactory.h"
+#include "dmUtf8.h"
+#include "zrTestInHouse.h"
+
+namespace
+{
+
+const std::string emptyBox =
+    R"({"thingMap":{},"channels":{"gain":{"JsonLeaf":{"when":1.0}}},"numbers":["1","2"],"kind":7})";
+
+/// The members of an untouched JsonBox, with one of them as given.
+std::string boxWith(const std::string& member)
+{
+    std::string box = emptyBox;
+    const struct
+    {
+        const char* name;
+        const char* before;
+    } places[] = {{"name", "\"thingMap\""},   {"leaf", "\"thingMap\""}, {"things", "\"thingMap\""},
+                  {"leaves", "\"thingMap\""}, {"thingMap", nullptr},    {"channels", nullptr},
+                  {"numbers", nullptr},       {"notes", "}"},           {"any", "}"}};
+    const std::string name = member.substr(1, member.find('"', 1) - 1);
+    for (const auto& place : places)
+    {
+        if (name != place.name)
+            continue;
+        if (place.before == nullptr)
+        {
+            const std::size_t at = box.find('"' + name + '"');
+            const std::size_t end = name == "thingMap"   ? box.find(",\"channels\"")
+                                    : name == "channels" ? box.find(",\"numbers\"")
+                                                         : box.find(",\"kind\"");
+            return box.replace(at, end - at, member);
+        }
+        if (*place.before == '}')
+            return box.insert(box.size() - 1, ',' + member);
+        return box.insert(box.find(place.before), member + ',');
+    }
+    return box;
+}
+
+DmStatus importStatus(std::string_view json)
+{
+    DmPropertySetPtr set;
+    const DmStatus status = DmJsonImporter::importSetFromStr(json, set);
+    EXPECT_EQ(set == nullptr, status.failed()) << json;
+    return status;
+}
+
+} // namespace
+
+TEST(JsonImporter, ReadsWhatTheWriterWrites)
+{
+    const struct
+    {
+        const char* members;
+        std::string written;
+    } cases[] = {
+        {"{}", emptyBox},
+        {R"({"name":"\u00c9t\u00e9 \ud83c\udfac"})", boxWith("\"name\":\"\xC3\x89t\xC3\xA9 \xF0\x9F\x8E\xAC\"")},
+        {R"({"name":"a\u0000b"})", boxWith(R"("name":"a\u0000b")")},
+        // An empty object: a default one where the slot says of which class, else nothing.
+        {R"({"leaf":{}})", emptyBox},
+        {R"({"leaves":[{},{"JsonLeaf":{"text":"x"}}]})", boxWith(R"("leaves":[{},{"JsonLeaf":{"text":"x"}}])")},
+        {R"({"things":[{},{"JsonLeaf":{}},{"JsonLeaf":{"text":"x"}}]})",
+         boxWith(R"("things":[{},{},{"JsonLeaf":{"text":"x"}}])")},
+        {R"({"things":[]})", emptyBox},
+        // Entries replace what default attributes put there; the others stay.
+        {R"({"channels":{"gain":{"JsonLeaf":{"text":"new"}},"abc":{}}})",
+         boxWith(R"("channels":{"abc":{},"gain":{"JsonLeaf":{"text":"new"}}})")},
+        {R"({"channels":{"gain":{}}})", boxWith(R"("channels":{"gain":{}})")},
+        // Lists replace what a fresh object holds; a single value is appended.
+        {R"({"numbers":["5","-6"]})", boxWith(R"("numbers":["5","-6"])")},
+        {R"({"numbers":[7,true,null,"x","8 and more"]})", boxWith(R"("numbers":["7","0","0","0","8"])")},
+        {R"({"numbers":[]})", boxWith(R"("numbers":[])")},
+        {R"({"numbers":3})", boxWith(R"("numbers":["1","2","3"])")},
+        // Lines become one text.
+        {R"({"notes":["a","b"]})", boxWith(R"("notes":["a","b"])")},
+        {R"({"notes":["","a",5,"",""]})", boxWith(R"("notes":["","a","5","",""])")},
+        {R"({"notes":"a\nb\n"})", boxWith(R"("notes":["a","b"])")},
+        {R"({"notes":[]})", emptyBox},
+        {R"({"notes":[""]})", boxWith(R"("notes":[""])")},
+        // Duplicates: the last one counts, whatever its kind, and what came before leaves no trace.
+        {R"({"name":"a","name":"b"})", boxWith(R"("name":"b")")},
+        {R"({"numbers":["5"],"name":"n","numbers":["6"]})", boxWith(R"("numbers":["6"])").insert(1, R"("name":"n",)")},
+        {R"({"numbers":["5"],"numbers":6})", boxWith(R"("numbers":["1","2","6"])")},
+        {R"({"notes":["x"],"notes":"y"})", boxWith(R"("notes":["y"])")},
+        {R"({"leaf":{"JsonLeaf":{"text":"x"}},"leaf":{}})", emptyBox},
+        {R"({"leaf":{"JsonLeaf":{"text":"x"},"JsonLeaf":{}}})", emptyBox},
+        {R"({"leaves":[{},{}],"leaves":[]})", emptyBox},
+        {R"({"channels":{"x":{}},"channels":{"y":{}}})",
+         boxWith(R"("channels":{"gain":{"JsonLeaf":{"when":1.0}},"y":{}})")},
+        {R"({"channels":{"x":{"JsonLeaf":{"text":"1"}},"x":{}}})",
+         boxWith(R"("channels":{"gain":{"JsonLeaf":{"when":1.0}},"x":{}})")},
+        {R"({"leaf":{"NoClass":{}},"leaf":{}})", emptyBox},
+        {R"({"leaf":{"JsonLeaf":5,"JsonLeaf":{"when":2}}})", boxWith(R"("leaf":{"JsonLeaf":{"when":2.0}})")},
+        {R"({"leaf":[1],"leaf":{}})", emptyBox},
+        {R"({"channels":{"x":{"NoClass":{}},"gain":{},"x":{}}})", boxWith(R"("channels":{"gain":{},"x":{}})")},
+        // The reserved name is no property; in a map it is a key unless its value holds the two numbers.
+        {R"({"VERSION":{"major":9},"name":"n"})", boxWith(R"("name":"n")")},
+        {R"({"VERSION":[1]})", emptyBox},
+        {R"({"leaf":{"VERSION":{"major":0,"minor":0},"JsonLeaf":{"when":2}}})",
+         boxWith(R"("leaf":{"JsonLeaf":{"when":2.0}})")},
+        {R"({"thingMap":{"VERSION":{"JsonLeaf":{"when":2}}}})",
+         boxWith(R"("thingMap":{"VERSION":{"JsonLeaf":{"when":2.0}}})")},
+        {R"({"thingMap":{"VERSION":{"major":0,"minor":1},"a":{"JsonLeaf":{}}}})", boxWith(R"("thingMap":{"a":{}})")},
+        {R"({"thingMap":{"a":{"JsonLeaf":{"when":3},"VERSION":{"major":9,"minor":9}}}})",
+         boxWith(R"("thingMap":{"a":{"JsonLeaf":{"when":3.0}}})")},
+        {R"({"kind":7})", emptyBox},
+        {R"({"any":{"JsonLeaf":{"when":1}}})", boxWith(R"("any":{"JsonLeaf":{"when":1.0}})")},
+    };
+    for (const auto& [members, expected] : cases)
+        EXPECT_EQ(boxAfter(members), expected) << members;
+}
+
+TEST(JsonImporter, VersionsUpToTheCurrentAreRead)
+{
+    EXPECT_TRUE(importStatus(R"({"VERSION":{"major":0,"minor":0},"JsonBox":{}})").ok());
+    EXPECT_TRUE(importStatus(R"({"JsonBox":{},"VERSION":{"minor":1,"other":[{}],"major":0}})").ok());
+    EXPECT_TRUE(importStatus(R"({"JsonBox":{}})").ok());
+    EXPECT_TRUE(importStatus(R"({"JsonBox":{},"VERSION":5,"VERSION":{"major":-1,"minor":7}})").ok());
+}
+
+/// In the order in which a walk from the top meets them: single values, objects, arrays, each by name.
+TEST(JsonImporter, EveryFailureSaysWhyAndHasItsCode)
+{
+    const std::string nested(1022, '[');
+    const std::string tooDeep = R"({"JsonBox":{"x":)" + nested + '[' + std::string(1023, ']') + "}}";
+    const std::string deep = R"({"JsonBox":{"x":)" + nested + std::string(1022, ']') + "}}";
+    const struct
+    {
+        std::string json;
+        int code;
+        const char* text;
+    } cases[] = {
+        // What the parser says.
+        {"", -1, "JSON parse error : The document is empty."},
+        {"{\"JsonBox\":{}", -1, "JSON parse error : Missing a comma or '}' after an object member."},
+        {"{} {}", -1, "JSON parse error : The document root must not be followed by other values."},
+        {"]", -1, "JSON parse error : Invalid value."},
+        {"\xEF\xBB\xBF{}", -1, "JSON parse error : Invalid value."},
+        {R"({"JsonBox":{"name":"x",}})", -1, "JSON parse error : Missing a name for object member."},
+        {R"({"JsonBox":{/**/}})", -1, "JSON parse error : Missing a name for object member."},
+        {"{\"JsonBox\":{\"name\":\"\xFF\"}}", -1, "JSON parse error : Invalid encoding in string."},
+        {"{\"\xC3(\":1}", -1, "JSON parse error : Invalid encoding in string."},
+        {R"({"JsonBox":{"name":"\ud800"}})", -1, "JSON parse error : The surrogate pair in string is invalid."},
+        {R"({"JsonBox":{"name":"a\udc00b"}})", -1, "JSON parse error : The surrogate pair in string is invalid."},
+        {R"({"\udc00":1})", -1, "JSON parse error : The surrogate pair in string is invalid."},
+        {R"({"JsonLeaf":{"when":1e999}})", -1, "JSON parse error : Number too big to be stored in double."},
+        {tooDeep, -1, "JSON parse error : The document is nested too deeply."},
+        {std::string(10'000'000, '['), -1, "JSON parse error : The document is nested too deeply."},
+        // The document as a whole.
+        {"[]", -1, "The document is not an object"},
+        {"[{}]", -1, "The document is not an object"},
+        {"5", -1, "The document is not an object"},
+        {"null", -1, "The document is not an object"},
+        {"{}", -1, "The document holds no property set"},
+        {R"({"VERSION":{"major":0,"minor":1}})", -1, "The document holds no property set"},
+        {R"({"NoClass":{},"VERSION":{"major":0,"minor":2}})", -1, "Unhandled version 0.2 (latest supported 0.1)"},
+        {R"({"JsonBox":{"leaf":{"VERSION":{"major":1,"minor":0}}}})", -1,
+         "Unhandled version 1.0 (latest supported 0.1)"},
+        {R"({"JsonBox":{"thingMap":{"VERSION":{"major":1,"minor":0}}}})", -1,
+         "Unhandled version 1.0 (latest supported 0.1)"},
+        {R"({"JsonBox":{},"VERSION":3})", -1, "JSON parse error"},
+        {R"({"JsonBox":{},"VERSION":{"major":0}})", -1, "JSON parse error"},
+        {R"({"JsonBox":{},"VERSION":{"major":0,"minor":"1"}})", -1, "JSON parse error"},
+        {R"({"JsonBox":{},"VERSION":{"major":0,"minor":1.0}})", -1, "JSON parse error"},
+        {R"({"JsonBox":{},"VERSION":[]})", -1, "JSON parse error"},
+        // Classes.
+        {R"({"NoClass":{}})", 1, "Could not instantiate node 'NoClass': Property not found"},
+        {R"({"JsonThing":{}})", 1, "Could not instantiate node 'JsonThing': Property not found"},
+        {R"({"":{}})", 1, "Could not instantiate node '': Property not found"},
+        {R"({"JsonBox":5})", 5, "Could not instantiate node 'JsonBox': Bad Property Type"},
+        {R"({"JsonBox":[]})", 5, "Could not instantiate node 'JsonBox': Bad Property Type"},
+        {R"({"NoClass":null})", 1, "Could not instantiate node 'NoClass': Property not found"},
+        {R"({"JsonBox":{},"JsonLeaf":{}})", -1, "Found the classes 'JsonBox' and 'JsonLeaf' where one is expected"},
+        {R"({"JsonBox":{"leaf":{"JsonLeaf":{},"JsonBox":5,"JsonLeaf":{}}}})", -1,
+         "Found the classes 'JsonLeaf' and 'JsonBox' where one is expected"},
+        // Single values.
+        {R"({"JsonBox":{"nope":1}})", 1, "Could not set property 'nope to value 1': Property not found"},
+        {R"({"JsonBox":{"%s%n":1.50}})", 1, "Could not set property '%s%n to value 1.5': Property not found"},
+        {R"({"JsonBox":{"kind":8}})", 14, "Could not set property 'kind to value 8': Bad value"},
+        {R"({"JsonBox":{"leaf":null}})", 8, "Could not set property 'leaf to value null': Type not implemented"},
+        {R"({"JsonBox":{"things":true}})", 8, "Could not set property 'things to value true': Type not implemented"},
+        {R"({"JsonBox":{"channels":"x"}})", 8, "Could not set property 'channels to value x': Type not implemented"},
+        {R"({"TestOptional":{"hex":"12"}})", 14, "Could not set property 'hex to value 12': Bad value"},
+        {R"({"JsonLeaf":{"when":1.8e308}})", 14, "Could not set property 'when to value 1.8e308': Bad value"},
+        // Objects.
+        {R"({"JsonBox":{"nope":{}}})", 1, "Could not get property type 'nope': Property not found"},
+        {R"({"JsonBox":{"name":{}}})", 5, "Could not set property 'name': Bad Property Type"},
+        {R"({"JsonBox":{"numbers":{}}})", 5, "Could not set property 'numbers': Bad Property Type"},
+        {R"({"JsonBox":{"things":{}}})", 5, "Could not set property 'things': Bad Property Type"},
+        {R"({"JsonBox":{"leaf":{"JsonBox":{}}}})", 5, "Could not set property 'leaf': Bad Property Type"},
+        {R"({"JsonBox":{"channels":{"":{}}}})", 3, "Could not get value from property map 'channels': Empty Id"},
+        {R"({"JsonBox":{"channels":{"a\u0000":{}}}})", 14,
+         "Could not get value from property map 'channels': Bad value"},
+        {R"({"JsonBox":{"channels":{"a":1}}})", 14, "Could not set property 'channels': Bad value"},
+        {R"({"JsonBox":{"channels":{"a":[]}}})", 14, "Could not set property 'channels': Bad value"},
+        {R"({"JsonBox":{"channels":{"a":{"JsonLeaf":1}}}})", 14, "Could not set property 'channels': Bad value"},
+        {R"({"JsonBox":{"channels":{"a":{"JsonLeaf":[]}}}})", 14, "Could not set property 'channels': Bad value"},
+        {R"({"JsonBox":{"channels":{"a":{"JsonLeaf":{},"JsonBox":{}}}}})", -1,
+         "Found the classes 'JsonLeaf' and 'JsonBox' where one is expected"},
+        {R"({"JsonBox":{"channels":{"a":{"JsonBox":{}}}}})", 5, "Could not set property 'channels': Bad Property Type"},
+        {R"({"JsonBox":{"thingMap":{"a":{}}}})", 14, "Could not set property 'thingMap': Bad value"},
+        {R"({"JsonBox":{"thingMap":{"VERSION":{"major":0}}}})", 14, "Could not set property 'thingMap': Bad value"},
+        // Arrays.
+        {R"({"JsonBox":{"nope":[]}})", 1, "Could not get property type 'nope': Property not found"},
+        {deep, 1, "Could not get property type 'x': Property not found"},
+        {R"({"JsonBox":{"name":[]}})", 5, "Could not set property 'name': Bad Property Type"},
+        {R"({"JsonBox":{"leaf":[{}]}})", 5, "Could not set property 'leaf': Bad Property Type"},
+        {R"({"JsonBox":{"channels":[]}})", 5, "Could not set property 'channels': Bad Property Type"},
+        {R"({"JsonBox":{"numbers":[[]]}})", 5, "Could not set property 'numbers': Bad Property Type"},
+        {R"({"JsonBox":{"numbers":[{}]}})", 5, "Could not set property 'numbers': Bad Property Type"},
+        {R"({"JsonBox":{"notes":["a",["b"]]}})", 5, "Could not set property 'notes': Bad Property Type"},
+        {R"({"JsonBox":{"things":[null]}})", 5, "Could not set property 'things': Bad Property Type"},
+        {R"({"JsonBox":{"things":[[]]}})", 5, "Could not set property 'things': Bad Property Type"},
+        {R"({"JsonBox":{"leaves":[{"JsonLeaf":{}},{"JsonBox":{}}]}})", 5,
+         "Could not set property 'leaves': Bad Property Type"},
+        // Which of several is reported.
+        {R"({"JsonBox":{"b":[],"a":{},"d":1,"c":2}})", 1, "Could not set property 'c to value 2': Property not found"},
+        {R"({"JsonBox":{"b":[],"c":{},"a":[]}})", 1, "Could not get property type 'c': Property not found"},
+        {R"({"JsonBox":{"things":[5],"leaf":{"A":{}},"channels":{"k":{"B":{}}}}})", 1,
+         "Could not instantiate node 'B': Property not found"},
+        {R"({"JsonBox":{"things":[{"A":{}},5,{"B":{}}]}})", 1, "Could not instantiate node 'A': Property not found"},
+        {R"({"JsonBox":{"channels":{"b":{"A":{}},"a":5}}})", 1, "Could not instantiate node 'A': Property not found"},
+        {R"({"JsonBox":{"channels":{"b":{"A":{}},"a":5,"b":{}}}})", 14, "Could not set property 'channels': Bad value"},
+        {R"({"JsonBox":{"kind":8,"leaf":{"A":{}},"kind":7}})", 1, "Could not instantiate node 'A': Property not found"},
+        {R"({"JsonBox":{"leaf":{"A":{}},"name":"x)", -1,
+         "JSON parse error : Missing a closing quotation mark in string."},
+        {R"({"A":{},"B":{}})", 1, "Could not instantiate node 'A': Property not found"},
+    };
+    for (const auto& [json, code, text] : cases)
+    {
+        const DmStatus status = importStatus(json);
+        EXPECT_EQ(dmUtf8(status.info()), text) << json.substr(0, 100);
+        EXPECT_EQ(status.reason(), code) << json.substr(0, 100);
+    }
+}
+
+/// The value of one property of a TestEvery, set by a document and set from the text that the value stands for.
+TEST(JsonImporter, ValuesAreConvertedThroughTheirText)
+{
+    const char* const names[] = {"int",  "uint",   "enum",    "short",  "ushort",  "int64",  "uint64",
+                                 "char", "bool",   "uchar",   "float",  "double",  "string", "cdata",
+                                 "ints", "shorts", "uint64s", "floats", "doubles", "strings"};
+    const struct
+    {
+        const char* json;
+        const wchar_t* text; ///< null: the same
+    } values[] = {
+        {"0", nullptr},
+        {"-0", L"0"},
+        {"-0.0", nullptr},
+        {"7", nullptr},
+        {"-7", nullptr},
+        {"65", nullptr},
+        {"2147483648", nullptr},
+        {"-2147483649", nullptr},
+        {"9223372036854775808", nullptr},
+        {"-9223372036854775809", L"-9223372036854776000.0"},
+        {"18446744073709551616", L"18446744073709552000.0"},
+        {"5.70", L"5.7"},
+        {"1e3", L"1000.0"},
+        {"1E-7", L"1e-7"},
+        {"1e22", nullptr},
+        {"1e39", nullptr},
+        {"1e-999", L"0.0"},
+        {"16777217", nullptr},
+        {"16777217.0", nullptr},
+        {"7.038531e-26", nullptr}, // its double lies in the middle between two floats
+        {"0.1", nullptr},
+        {"true", nullptr},
+        {"false", nullptr},
+        {"null", nullptr},
+        {"\"\"", L""},
+        {"\"true\"", L"true"},
+        {"\" true\"", L" true"},
+        {"\"1\"", L"1"},
+        {"\" 12abc\"", L" 12abc"},
+        {"\"A\"", L"A"},
+        {"\"  Bc\"", L"  Bc"},
+        {"\"\xC3\xA9t\xC3\xA9\"", L"été"},
+        {"\"\xE4\xB8\xAD\xE4\xB8\xAD\"", L"中中"},
+        {"\"nan\"", L"nan"},
+    };
+    for (const char* const name : names)
+        for (const auto& [json, text] : values)
+        {
+            const DmPropertySetPtr set = imported("{\"TestEvery\":{\"" + std::string(name) + "\":" + json + "}}");
+            const auto expected = TestEvery::create();
+            EXPECT_EQ(expected->createAttributes(), DM_NO_ERROR);
+            const std::wstring wideName(name, name + std::string_view(name).size());
+            const std::wstring same(json, json + std::string_view(json).size());
+            EXPECT_EQ(expected->setPropertyValueFromStr(wideName.c_str(), text ? text : same.c_str()), DM_NO_ERROR);
+            EXPECT_EQ(written(*set), written(*expected)) << name << ' ' << json;
+        }
+}
+
+TEST(JsonImporter, ACharTakesOneCharacterAsItIs)
+{
+    for (int code = 0; code < 256; ++code)
+    {
+        const auto set = TestEvery::create();
+        const char character = static_cast<char>(code);
+        ASSERT_EQ(set->setPropertyValue(L"char", DM_CHAR, &character), DM_NO_ERROR);
+        const DmPropertySetPtr back = imported(written(*set));
+        char read = 'x';
+        ASSERT_EQ(back->getPropertyValue(L"char", DM_CHAR, &read), DM_NO_ERROR);
+        EXPECT_EQ(read, character) << code;
+    }
+}
+
+TEST(JsonImporter, SetsTheDirtyFlagAndMakesDefaultAttributes)
+{
+    EXPECT_FALSE(imported(R"({"JsonLeaf":{}})")->isDirty());
+    EXPECT_TRUE(imported(R"({"JsonLeaf":{"when":0}})")->isDirty());
+    DmString text;
+    const DmPropertySetPtr every = imported(R"({"TestEvery":{}})");
+    ASSERT_EQ(every->getPropertyValue(L"string", DM_STRING, &text), DM_NO_ERROR);
+    EXPECT_EQ(text, L"attributes");
+    // The process-wide switch is back where it was, after a failure too.
+    static_cast<void>(importStatus("{"));
+    EXPECT_FALSE(DmPropertyFactory::getInstance().setCreateDefaultAttributes(false));
+}
+
+TEST(JsonImporter, AFaultStopsAnInHouseProcess)
+{
+    EXPECT_IN_HOUSE_DEATH(static_cast<void>(importStatus(R"({"NoClass":{}})")), "Could not create property set");
+    EXPECT_IN_HOUSE_DEATH(static_cast<void>(importStatus(R"({"JsonBox":{"leaf":5}})")), "Type not implemented!");
+    EXPECT_IN_HOUSE_DEATH(static_cast<void>(importStatus(R"({"JsonBox":{"channels":{"a":[]}}})")), "arrayValues.empty");
+}

@@ -1,0 +1,271 @@
+#include "../property/testSets.h"
+#include "jsonSets.h"
+
+#include "dmUtf8.h"
+#include "zrTestInHouse.h"
+
+#include <cmath>
+#include <limits>
+
+namespace
+{
+
+using Layout = DmTreeJsonBuilder::Layout;
+
+/// A property of a type that does not exist.
+class JsonBroken final : public DmConcrete<JsonBroken>
+{
+public:
+    static constexpr const wchar_t* className = L"JsonBroken";
+    explicit JsonBroken(const DmNodeId& id)
+        : DmConcrete(id, DmPropertySetInit<JsonBroken>::data())
+    {
+    }
+    eDmErrorId createList() override
+    {
+        return addProperty(L"broken", static_cast<eDmPropType>(99), &_broken, 0, false, nullptr);
+    }
+
+private:
+    int _broken = 0;
+};
+const DmPropertySetInit<JsonBroken> brokenRegistration;
+
+/// A property whose text form fails.
+class JsonMute final : public DmConcrete<JsonMute>
+{
+public:
+    static constexpr const wchar_t* className = L"JsonMute";
+    explicit JsonMute(const DmNodeId& id)
+        : DmConcrete(id, DmPropertySetInit<JsonMute>::data())
+    {
+    }
+    eDmErrorId createList() override
+    {
+        return declare(*this)
+            .mandatory(L"mute", _mute)
+            .textForm([](const void*, DmString&) { return DM_BINARY_ERROR; },
+                      [](const DmString&, void*) { return DM_BINARY_ERROR; })
+            .status();
+    }
+
+private:
+    int _mute = 0;
+};
+const DmPropertySetInit<JsonMute> muteRegistration;
+
+template <class T>
+void setField(DmPropertySet& set, const wchar_t* name, const T& value)
+{
+    constexpr eDmPropType type = dmTypeOf<T>;
+    if constexpr (type == DM_STRING)
+        ASSERT_EQ(set.setPropertyValue(DmString(name), &value), DM_NO_ERROR);
+    else
+        ASSERT_EQ(set.setPropertyValue(name, type, &value), DM_NO_ERROR);
+}
+
+template <class T>
+void addTo(DmPropertySet& set, const wchar_t* name, const T& value)
+{
+    ASSERT_EQ(set.addValueInPropertyList(name, dmTypeOf<std::vector<T>>, &value), DM_NO_ERROR);
+}
+
+CoSharedPtr<TestEvery> everyType()
+{
+    const auto set = TestEvery::create();
+    setField(*set, L"int", std::int32_t(-5));
+    setField(*set, L"uint", std::uint32_t(4294967295));
+    setField(*set, L"short", std::int16_t(-6));
+    setField(*set, L"ushort", std::uint16_t(65535));
+    setField(*set, L"int64", std::numeric_limits<std::int64_t>::min());
+    setField(*set, L"uint64", std::numeric_limits<std::uint64_t>::max());
+    setField(*set, L"char", 'A');
+    setField(*set, L"uchar", static_cast<unsigned char>(65));
+    setField(*set, L"float", 0.1F);
+    setField(*set, L"bool", true);
+    setField(*set, L"double", 0.1);
+    setField(*set, L"string", DmString(L"Été \"x\"\\/\n\u0001\U0001F3AC"));
+    setField(*set, L"cdata", DmString(L"one\ntwo\n"));
+    addTo(*set, L"ints", std::int32_t(-7));
+    addTo(*set, L"shorts", std::int16_t(8));
+    addTo(*set, L"uint64s", std::numeric_limits<std::uint64_t>::max());
+    addTo(*set, L"floats", 0.1F);
+    addTo(*set, L"doubles", 0.1);
+    addTo(*set, L"strings", DmString(L"s"));
+    addTo(*set, L"strings", DmString());
+    return set;
+}
+
+} // namespace
+
+TEST(JsonWriter, EveryTypeHasItsForm)
+{
+    EXPECT_EQ(written(*everyType()),
+              R"({"TestEvery":{"int":-5,"uint":4294967295,"enum":2,"short":-6,"ushort":65535,)"
+              R"("int64":-9223372036854775808,"uint64":18446744073709551615,"char":"A","uchar":"65",)"
+              R"("float":0.10000000149011612,"bool":true,"double":0.1,)"
+              R"("string":"Été \"x\"\\/\n\u0001)"
+              "\xF0\x9F\x8E\xAC\","
+              R"("ints":["-7"],"shorts":["8"],"uint64s":["18446744073709551615"],"floats":["0.100000001"],)"
+              R"("doubles":["0.10000000000000001"],"strings":["s",""],"points":[],"pointMap":{},)"
+              R"("cdata":["one","two"]},"VERSION":{"major":0,"minor":1}})");
+}
+
+TEST(JsonWriter, TextThatIsEmptyIsAbsentAndATextFormIsAString)
+{
+    EXPECT_EQ(written(*TestEvery::create()).find("\"string\""), std::string::npos);
+    const auto set = TestOptional::create();
+    setField(*set, L"notANumber", 1.0F);
+    setField(*set, L"hex", std::int32_t(255));
+    EXPECT_EQ(written(*set), R"({"TestOptional":{"kind":7,"notANumber":1.0,"hex":"0xff","anything":[]},)"
+                             R"("VERSION":{"major":0,"minor":1}})");
+}
+
+TEST(JsonWriter, PrettyLayoutIndentsByTabs)
+{
+    const auto box = JsonBox::create();
+    box->_leaves.push_back(JsonLeaf::create());
+    const char* const pretty = "{\n"
+                               "\t\"JsonBox\": {\n"
+                               "\t\t\"leaves\": [\n"
+                               "\t\t\t{}\n"
+                               "\t\t],\n"
+                               "\t\t\"thingMap\": {},\n"
+                               "\t\t\"channels\": {},\n"
+                               "\t\t\"numbers\": [\n"
+                               "\t\t\t\"1\",\n"
+                               "\t\t\t\"2\"\n"
+                               "\t\t],\n"
+                               "\t\t\"kind\": 7\n"
+                               "\t},\n"
+                               "\t\"VERSION\": {\n"
+                               "\t\t\"major\": 0,\n"
+                               "\t\t\"minor\": 1\n"
+                               "\t}\n"
+                               "}";
+    DmString text;
+    ASSERT_TRUE(DmTreeJsonBuilder::generateStr(box, text).ok());
+    EXPECT_EQ(dmUtf8(text), pretty); // the default of the environment
+    ASSERT_TRUE(DmTreeJsonBuilder::generateStr(box, text, Layout::Compact).ok());
+    EXPECT_EQ(text.view().find_first_of(L" \t\n"), std::wstring_view::npos);
+}
+
+TEST(JsonWriter, ASetThatWritesNothingVanishesButKeepsItsPlace)
+{
+    const auto box = JsonBox::create();
+    box->_leaf = JsonLeaf::create();            // vanishes
+    box->_things.push_back(JsonLeaf::create()); // keep their places
+    box->_things.push_back(DmPropertySetPtr());
+    box->_things.push_back(JsonBox::create());
+    box->_thingMap.emplace(L"b", JsonLeaf::create());
+    box->_thingMap.emplace(L"a", DmPropertySetPtr());
+    const std::string empty = R"({"thingMap":{},"channels":{},"numbers":["1","2"],"kind":7})";
+    EXPECT_EQ(written(*box), R"({"JsonBox":{"things":[{},{},{"JsonBox":)" + empty +
+                                 R"(}],"thingMap":{"a":{},"b":{}},"channels":{},"numbers":["1","2"],"kind":7},)"
+                                 R"("VERSION":{"major":0,"minor":1}})");
+    EXPECT_EQ(written(*JsonLeaf::create()), R"({"VERSION":{"major":0,"minor":1}})");
+
+    // What holds nothing but a set that writes nothing vanishes with it.
+    const auto optional = TestOptional::create();
+    setField(*optional, L"notANumber", 0.0F);
+    const DmPropertySetPtr any = stored(JsonLeaf::create());
+    setField(*optional, L"any", any);
+    EXPECT_EQ(written(*optional).find("any\""), std::string::npos);
+}
+
+TEST(JsonWriter, CdataIsSplitAtLineEnds)
+{
+    const struct
+    {
+        const wchar_t* text;
+        const char* json;
+    } cases[] = {
+        {L"a", R"(["a"])"},        {L"a\n", R"(["a"])"}, {L"a\nb\n", R"(["a","b"])"},   {L"\na", R"(["","a"])"},
+        {L"a\n\n", R"(["a",""])"}, {L"\n", R"([""])"},   {L"a\r\nb", R"(["a\r","b"])"}, {L"\n\n\n", R"(["","",""])"},
+    };
+    for (const auto& [text, json] : cases)
+    {
+        const auto box = JsonBox::create();
+        box->_notes = text;
+        EXPECT_NE(written(*box).find(std::string("\"notes\":") + json + '}'), std::string::npos) << written(*box);
+    }
+}
+
+TEST(JsonWriter, DoublesAreShortestAndLaidOutAlike)
+{
+    const struct
+    {
+        double value;
+        const char* json;
+    } cases[] = {
+        {250, "250.0"},
+        {-0.0, "-0.0"},
+        {0.1, "0.1"},
+        {1e20, "100000000000000000000.0"},
+        {1e21, "1e21"},
+        {-1.5e-7, "-1.5e-7"},
+        {0.000001, "0.000001"},
+        {123456.789, "123456.789"},
+        {9007199254740991.0, "9007199254740991.0"},
+        {9007199254740993.0, "9007199254740992.0"},
+        {5e-324, "5e-324"},
+        {1.7976931348623157e308, "1.7976931348623157e308"},
+        {9.5e-100, "9.5e-100"},
+        {541.64839282314, "541.64839282314"}, // for which the quick algorithms need more digits
+    };
+    for (const auto& [value, json] : cases)
+    {
+        const auto set = TestEvery::create();
+        setField(*set, L"double", value);
+        EXPECT_NE(written(*set).find(std::string("\"double\":") + json + ','), std::string::npos)
+            << json << ' ' << written(*set);
+    }
+}
+
+TEST(JsonWriter, FailuresSayWhy)
+{
+    const auto box = [](auto change)
+    {
+        const auto made = JsonBox::create();
+        change(*made);
+        return stored(made);
+    };
+    const auto every = [](auto change)
+    {
+        const auto made = everyType();
+        change(*made);
+        return stored(made);
+    };
+    const double infinity = std::numeric_limits<double>::infinity();
+    const auto selfHolding = JsonBox::create();
+    const auto breakUp = [&] { selfHolding->_any.reset(); };
+    selfHolding->_any = selfHolding;
+
+    const struct
+    {
+        const char* text;
+        DmPropertySetPtr set;
+    } cases[] = {
+        {"Cannot generate JSON for a null DmTree", nullptr},
+        {"Unsupported property type 'N/A'", stored(JsonBroken::create())},
+        {"Binary error", stored(JsonMute::create())},
+        {"Json exception", stored(TestOptional::create())}, // its default is not a number
+        {"Json exception", every([&](TestEvery& set) { setField(set, L"double", -infinity); })},
+        {"Json exception", every([&](TestEvery& set) { addTo(set, L"floats", static_cast<float>(infinity)); })},
+        {"Json exception", every([&](TestEvery& set) { addTo(set, L"doubles", std::nan("")); })},
+        {"Json exception", box([](JsonBox& set) { set._name = L"\xD800"; })},
+        {"Json exception", box([](JsonBox& set) { set._notes = L"a\n\x110000"; })},
+        {"Json exception", box([](JsonBox& set) { set._thingMap.emplace(L"\xDFFF", JsonLeaf::create()); })},
+        {"The tree is nested too deeply to be read again", stored(selfHolding)},
+    };
+    for (const auto& [text, set] : cases)
+    {
+        std::string out = "untouched";
+        const DmStatus status = DmTreeJsonBuilder::generateUtf8(set.get(), out);
+        EXPECT_EQ(dmUtf8(status.info()), text);
+        EXPECT_EQ(status.reason(), -1);
+        EXPECT_EQ(out, "untouched");
+    }
+    breakUp();
+    EXPECT_IN_HOUSE_DEATH(static_cast<void>(written(*JsonBroken::create())), "Unsupported property type!");
+}
