@@ -56,9 +56,9 @@ private:
 DmStatus parse(dmJson::Source& source, DmPropertySetPtr& set)
 {
     // Numbers stay texts, for us to convert: the parser's own exact conversion overflows on absurd exponents.
-    constexpr unsigned flags = zrRapidjson::kParseValidateEncodingFlag | zrRapidjson::kParseNumbersAsStringsFlag;
-    dmJson::Reader reader;
+    constexpr unsigned flags = zrRapidjson::kParseInsituFlag | zrRapidjson::kParseNumbersAsStringsFlag;
     dmJson::Input input(source);
+    dmJson::Reader reader(input);
     zrRapidjson::GenericReader<zrRapidjson::UTF8<>, zrRapidjson::UTF8<>> parser;
     parser.Parse<flags>(input, reader);
     if (!parser.HasParseError())

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -17,8 +16,8 @@ class Source
 {
 public:
     virtual ~Source() = default;
-    /// The next piece; empty at the end.
-    virtual std::string_view next() = 0;
+    /// Puts the next bytes at `to`, at most `size`; returns how many, 0 at the end.
+    virtual std::size_t read(char* to, std::size_t size) = 0;
 };
 
 class TextSource final : public Source
@@ -28,12 +27,7 @@ public:
         : _text(text)
     {
     }
-    std::string_view next() override
-    {
-        const std::string_view text = _text;
-        _text = {};
-        return text;
-    }
+    std::size_t read(char* to, std::size_t size) override;
 
 private:
     std::string_view _text;
@@ -49,29 +43,26 @@ public:
 
     /// False for what cannot be opened or is a directory.
     bool open(const char* path);
-    std::string_view next() override;
-    /// The errno of a read that has failed, after which the file seemed to end; 0 otherwise.
+    std::size_t read(char* to, std::size_t size) override;
+    /// The errno of a read that has failed, after which the file seems to end; 0 otherwise.
     int error() const { return _error; }
 
 private:
-    static constexpr std::size_t bufferSize = 65536;
-
     int _file = -1;
     int _error = 0;
-    std::unique_ptr<char[]> _buffer;
 };
 
-/// The stream that the parser reads. Small, so that the parser can keep its copy in registers.
+/// The stream that the parser reads, and in which it decodes strings in place: the text of a string or a number is
+/// never copied before it reaches its property. The buffer always holds the whole of what the parser is at; the parser
+/// skips blanks before each string and each number, which is how their beginning is known.
 class Input
 {
 public:
     using Ch = char;
 
-    explicit Input(Source& source)
-        : _source(&source)
-    {
-        refill();
-    }
+    explicit Input(Source& source);
+    Input(const Input&) = delete;
+    Input& operator=(const Input&) = delete;
 
     /// Zero at the end.
     char Peek() const { return *_at; }
@@ -82,60 +73,54 @@ public:
             refill();
         return c;
     }
-    std::size_t Tell() const { return _before + static_cast<std::size_t>(_at - _begin); }
+    std::size_t Tell() const { return _before + static_cast<std::size_t>(_at - _buffer.get()); }
+    void skipBlanks();
 
-    void skipBlanks()
+    // Decoding in place.
+
+    char* PutBegin()
     {
-        for (;;)
-        {
-            const char* at = _at;
-            while (_end - at >= 8 && std::memcmp(at, "\t\t\t\t\t\t\t\t", 8) == 0)
-                at += 8; // deep indentation
-            while (at != _end && (*at == ' ' || *at == '\t' || *at == '\n' || *at == '\r'))
-                ++at;
-            _at = at;
-            if (at != _end)
-                return;
-            refill();
-        }
+        _to = _at;
+        _bits = 0;
+        if (*_begin == '"') // the parser also calls this behind a number
+            skipPlain();
+        return _begin;
     }
+    void Put(char c)
+    {
+        _bits |= static_cast<unsigned char>(c);
+        *_to++ = c;
+    }
+    std::size_t PutEnd(char* /*begin*/) { return static_cast<std::size_t>(_to - (_begin + 1)); }
+    void Flush() {}
 
-    // Only for streams that are written to.
-    char* PutBegin();
-    void Put(char);
-    void Flush();
-    std::size_t PutEnd(char*);
+    // What was just parsed, until the parser goes on.
+
+    std::string_view number(std::size_t length) const { return {_begin, length}; }
+    std::string_view string(std::size_t length) const { return {_begin + 1, length}; }
+    /// Whether the string holds no byte above 0x7F.
+    bool isAscii() const { return (_bits & 0x8080808080808080) == 0; }
 
 private:
-    /// Between calls there is always a character to look at: at the end it is the terminator of an empty text.
-    void refill()
-    {
-        _before += static_cast<std::size_t>(_end - _begin);
-        std::string_view piece = _source->next();
-        if (piece.empty())
-            piece = std::string_view("", 1);
-        _at = _begin = piece.data();
-        _end = _begin + piece.size();
-    }
+    static constexpr std::size_t pieceSize = 65536;
 
-    Source* _source;
-    const char* _at = nullptr;
-    const char* _begin = nullptr;
-    const char* _end = nullptr;
-    std::size_t _before = 0; ///< bytes of the pieces before this one
+    void skipPlain();
+    void refill();
+
+    Source& _source;
+    std::size_t _capacity;
+    std::unique_ptr<char[]> _buffer;
+    char* _begin; ///< of the string (its quote) or the number
+    char* _at;
+    char* _end;
+    char* _to;               ///< where the string's next character goes
+    std::uint64_t _bits = 0; ///< of all its characters, in any place
+    std::size_t _before = 0; ///< bytes of the document before the buffer
 };
 
 } // namespace dmJson
 
 RAPIDJSON_NAMESPACE_BEGIN
-template <>
-struct StreamTraits<dmJson::Input>
-{
-    enum
-    {
-        copyOptimization = 1
-    };
-};
 template <>
 inline void SkipWhitespace(dmJson::Input& input)
 {

@@ -545,18 +545,12 @@ eDmErrorId Reader::create(DmPropertyCreator creator, DmPropertySetPtr& set)
     return status;
 }
 
-/// The parser checks the bytes of strings, but lets an escaped half of a pair through.
+/// The parser decodes strings without looking at their bytes, and lets an escaped half of a pair through.
 bool Reader::isWellFormed(std::string_view text)
 {
-    for (const char* at = text.data(); (at = static_cast<const char*>(std::memchr(
-                                            at, 0xED, static_cast<std::size_t>(text.data() + text.size() - at))));
-         ++at)
-        if (static_cast<unsigned char>(at[1]) >= 0xA0)
-        {
-            _stopped = zrRapidjson::GetParseError_En(zrRapidjson::kParseErrorStringUnicodeSurrogateInvalid);
-            return false;
-        }
-    return true;
+    if (!_input.isAscii() && !dmIsUtf8(text))
+        _stopped = zrRapidjson::GetParseError_En(zrRapidjson::kParseErrorStringInvalidEncoding);
+    return !_stopped;
 }
 
 bool Reader::scalar(const Scalar& value)
@@ -568,15 +562,15 @@ bool Reader::scalar(const Scalar& value)
     return !_stopped;
 }
 
-bool Reader::String(const char* text, unsigned length, bool /*copy*/)
+bool Reader::String(const char* /*text*/, unsigned length, bool /*copy*/)
 {
-    const std::string_view value(text, length);
+    const std::string_view value = _input.string(length);
     return isWellFormed(value) && scalar({Scalar::String, value});
 }
 
-bool Reader::Key(const char* text, unsigned length, bool /*copy*/)
+bool Reader::Key(const char* /*text*/, unsigned length, bool /*copy*/)
 {
-    const std::string_view name(text, length);
+    const std::string_view name = _input.string(length);
     if (!isWellFormed(name))
         return false;
     std::visit([&](auto& level) { level.key(*this, name); }, _levels.back());

@@ -7,6 +7,7 @@
 /// seen from outside before the end, so the result is that of the walk.
 #pragma once
 
+#include "dmJsonInputImp.h"
 #include "dmJsonScalarImp.h"
 #include "dmPropertyFactory.h"
 #include "dmRapidJsonImp.h"
@@ -282,7 +283,12 @@ private:
 class Reader
 {
 public:
-    Reader() { _levels.reserve(maxDepth); }
+    /// Of the parser that reads `input`: texts are taken from there, and what the parser hands over is not looked at.
+    explicit Reader(const Input& input)
+        : _input(input)
+    {
+        _levels.reserve(maxDepth);
+    }
 
     bool Null() { return scalar({Scalar::Null, "null"}); }
     bool Bool(bool value) { return value ? scalar({Scalar::True, "true"}) : scalar({Scalar::False, "false"}); }
@@ -332,6 +338,7 @@ private:
     bool close();
     bool isWellFormed(std::string_view text);
 
+    const Input& _input;
     std::vector<Level> _levels; ///< never grows beyond what it reserves: levels stay where they are
     std::unordered_map<std::string, ClassEntry, Hash, std::equal_to<>> _classes;
     Outcome _document;

@@ -66,20 +66,40 @@ bool decode(std::string_view utf8, Put put)
 
 bool dmFromUtf8(std::string_view utf8, DmString& out)
 {
-    std::size_t count = 0;
-    if (!decode(utf8, [&count](wchar_t) { ++count; }) || count >= 0xFFFFFFFF)
+    // One byte a character is what nearly every text is: told by a pass without branches, and widened by another.
+    unsigned char bits = 0;
+    for (const char c : utf8)
+        bits |= static_cast<unsigned char>(c);
+    const bool ascii = bits < 0x80;
+    std::size_t count = utf8.size();
+    if (!ascii)
+    {
+        count = 0;
+        if (!decode(utf8, [&count](wchar_t) { ++count; }))
+            return false;
+    }
+    if (count >= 0xFFFFFFFF)
         return false;
     DmString text;
     if (!text.allocNewBuff(static_cast<unsigned>(count)))
         return false;
-    unsigned length = 0;
     if (count != 0)
     {
-        static_cast<void>(decode(utf8, [&](wchar_t c) { text[length++] = c; }));
-        text[length] = 0;
+        wchar_t* to = &text[0];
+        if (ascii)
+            for (std::size_t i = 0; i < count; ++i)
+                to[i] = static_cast<unsigned char>(utf8[i]);
+        else
+            static_cast<void>(decode(utf8, [&to](wchar_t c) { *to++ = c; }));
+        text[static_cast<unsigned>(count)] = 0;
     }
     out.swap(text);
     return true;
+}
+
+bool dmIsUtf8(std::string_view utf8)
+{
+    return decode(utf8, [](wchar_t) {});
 }
 
 bool dmToUtf8(std::wstring_view text, std::string& out)

@@ -10,6 +10,9 @@
 /// overlong forms included) or memory runs out. Zero characters are kept.
 [[nodiscard]] ZR_DM_API bool dmFromUtf8(std::string_view utf8, DmString& out);
 
+/// Whether the bytes are well-formed UTF-8.
+ZR_DM_API bool dmIsUtf8(std::string_view utf8);
+
 /// Appends the text to `out`. False at the first unit that is no character (a surrogate, or above 0x10FFFF); what
 /// stands before it has then been appended.
 [[nodiscard]] ZR_DM_API bool dmToUtf8(std::wstring_view text, std::string& out);
