@@ -3,8 +3,9 @@
 #include "dmJsonInputImp.h"
 #include "dmJsonReaderImp.h"
 #include "dmPSetHelper.h"
+#include "dmRoot.h"
 
-#include "zrSourcePath.h"
+#include "zrAssert.h"
 
 #include <cstring>
 #include <exception>
@@ -90,6 +91,27 @@ DmStatus import(dmJson::Source& source, DmPropertySetPtr& set)
     return status;
 }
 
+DmStatus asRoot(DmStatus status, const DmPropertySetPtr& set, CoSharedPtr<DmRoot>& root)
+{
+    if (status.failed())
+        return status;
+    const CoSharedPtr<DmRoot> dmRoot = dynamicPointerCast<DmRoot>(set);
+    ZR_ASSERT_SOFT(dmRoot);
+    if (dmRoot)
+        root = dmRoot;
+    else
+        status.fail(noCode, "The document holds a '%ls', not a tree", set->getPSetName().c_str());
+    return status;
+}
+
+/// Hands the root out uncounted.
+DmStatus released(DmStatus status, CoSharedPtr<DmRoot>& made, DmRoot*& root)
+{
+    if (status.ok())
+        root = made.release();
+    return status;
+}
+
 } // namespace
 
 DmStatus dmJson::Fault::report() const
@@ -130,4 +152,32 @@ DmStatus DmJsonImporter::importSetFromStr(std::string_view json, CoSharedPtr<DmP
 {
     dmJson::TextSource text(json);
     return import(text, set);
+}
+
+DmStatus DmJsonImporter::importRootFromFile(const char* path, CoSharedPtr<DmRoot>& root)
+{
+    DmPropertySetPtr set;
+    DmStatus status = importSetFromFile(path, set);
+    return asRoot(std::move(status), set, root);
+}
+
+DmStatus DmJsonImporter::importRootFromStr(const char* json, CoSharedPtr<DmRoot>& root)
+{
+    DmPropertySetPtr set;
+    DmStatus status = importSetFromStr(json ? json : "", set);
+    return asRoot(std::move(status), set, root);
+}
+
+DmStatus DmJsonImporter::importRootFromFile(const char* path, DmRoot*& root)
+{
+    CoSharedPtr<DmRoot> made;
+    DmStatus status = importRootFromFile(path, made);
+    return released(std::move(status), made, root);
+}
+
+DmStatus DmJsonImporter::importRootFromStr(const char* json, DmRoot*& root)
+{
+    CoSharedPtr<DmRoot> made;
+    DmStatus status = importRootFromStr(json, made);
+    return released(std::move(status), made, root);
 }
