@@ -1,5 +1,6 @@
 #include "dmtree.h"
 
+#include "CoStderrLogger.h"
 #include "zrAssert.h"
 #include "zrVersion.h"
 
@@ -14,9 +15,7 @@ namespace
 
 /// One row a subcommand, in the order of --help.
 constexpr std::initializer_list<dmtree::AddSubcommand> subcommands = {
-    dmtree::addClasses,
-    dmtree::addEnv,
-    dmtree::addTc,
+    dmtree::addFmt, dmtree::addClasses, dmtree::addEnv, dmtree::addTc,
 };
 
 } // namespace
@@ -26,6 +25,10 @@ try
 {
     // A mistake in a document is an answer to its user, on an in-house installation too.
     const ZrDisableTlvAssertGuard asForCustomers;
+
+    // What the library says is no part of a command's output.
+    DM::CoMsg::ensurePIDCallback();
+    const DM::CoStderrLogger errorsOnly;
 
     CLI::App app("Works on timeline documents, time codes and cut lists.", "dmtree");
     app.set_version_flag("--version", std::string("dmtree ") + zrLibraryVersion());

@@ -1,0 +1,62 @@
+/// Opening and saving documents as every subcommand does it: a path, or "-" for standard input and output.
+#pragma once
+
+#include "CoMsg.h"
+#include "dmRoot.h"
+#include "dmTreeJsonBuilder.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace dmtree
+{
+
+/// What a FILE argument is, in the words of --help.
+inline constexpr const char* fileHelp = "A document; - is standard input";
+
+struct Document
+{
+    CoSharedPtr<DmRoot> root; ///< null when the file is no document that can be read
+    std::string error;        ///< then why, without the file's name
+};
+
+/// A file of more than a few megabytes shows a progress bar where standard error is a terminal.
+Document openDocument(const std::string& path);
+
+/// As openDocument, for a subcommand that works on one document: what is wrong is an exception that names the file.
+CoSharedPtr<DmRoot> requireDocument(const std::string& path);
+
+/// Replaces the file as a whole or not at all; the file may be the one that was read. Throws, naming the file.
+void saveDocument(const DmRoot& root, const std::string& path, DmTreeJsonBuilder::Layout layout);
+
+/// Keeps the errors and warnings of the library, for a scope, instead of having them printed.
+class CapturedMessages final : public DM::CoMsg::Router
+{
+public:
+    CapturedMessages()
+    {
+        DM::CoMsg::setRouter(this);
+        DM::CoMsg::setFilterLevel(DM::CoMsg::WarningLevel);
+    }
+    ~CapturedMessages() override
+    {
+        DM::CoMsg::setFilterLevel(_levelBefore);
+        DM::CoMsg::setRouter(&_before);
+    }
+    CapturedMessages(const CapturedMessages&) = delete;
+    CapturedMessages& operator=(const CapturedMessages&) = delete;
+
+    /// What was said since the last call.
+    std::vector<std::string> take() { return std::exchange(_texts, {}); }
+
+    using Router::post;
+    void post(const DM::CoMsg::Msg& msg) const override { _texts.push_back(msg.text().substr(0, msg.trimmedLength())); }
+
+private:
+    const Router& _before = DM::CoMsg::router();
+    const DM::CoMsg::Level _levelBefore = DM::CoMsg::filterLevel();
+    mutable std::vector<std::string> _texts;
+};
+
+} // namespace dmtree
