@@ -2,6 +2,7 @@
 #include "columns.h"
 #include "dmtree.h"
 #include "jsonLine.h"
+#include "samples.h"
 
 #include "dmPSetHelper.h"
 #include "dmPropertyFactory.h"
@@ -20,23 +21,13 @@ namespace
 
 using dmtree::JsonLine;
 using dmtree::Row;
+using dmtree::sampleOf;
 
 struct Options
 {
     std::string name;
     bool json = false;
 };
-
-/// An object of a class, which knows the class's table; null for an unregistered name.
-DmPropertySetPtr sampleOf(const DmString& className)
-{
-    const DmPropertyFactory& factory = DmPropertyFactory::getInstance();
-    const DmPropertyCreator creator = factory.findCreator(className.view());
-    DmPropertySet* made = nullptr;
-    const eDmErrorId status = creator ? factory.createBare(creator, made) : DM_PROPERTY_NOT_FOUND;
-    const DmPropertySetPtr sample(made);
-    return status == DM_NO_ERROR ? sample : DmPropertySetPtr();
-}
 
 int listClasses(bool json)
 {

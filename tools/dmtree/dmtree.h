@@ -28,6 +28,7 @@ using AddSubcommand = void (*)(CLI::App& app, Run& run);
 void addClasses(CLI::App& app, Run& run);
 void addEnv(CLI::App& app, Run& run);
 void addFmt(CLI::App& app, Run& run);
+void addSchema(CLI::App& app, Run& run);
 void addTc(CLI::App& app, Run& run);
 
 } // namespace dmtree
