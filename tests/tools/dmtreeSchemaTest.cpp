@@ -1,0 +1,145 @@
+#include "zrRunCommand.h"
+#include "zrTempDir.h"
+
+#include <ZRdmtree.h>
+
+#include <gtest/gtest.h>
+
+using zrTest::runDmtree;
+
+namespace
+{
+
+class DmtreeSchema : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        const auto result = runDmtree({"schema"});
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+        _schema = directory.write("schema.json", result.out);
+    }
+
+    zrTest::CommandResult validate(std::vector<std::string> documents) const
+    {
+        documents.insert(documents.begin(), {ZR_PYTHON, ZR_VALIDATOR, _schema});
+        return zrTest::runCommand(documents);
+    }
+
+    const ZrTempDir directory;
+
+private:
+    std::string _schema;
+};
+
+DmPropertySetPtr create(const DmString& className)
+{
+    DmPropertySet* made = nullptr;
+    EXPECT_EQ(DmPropertyFactory::getInstance().createPropertySetInstance(className, DmNodeId(), 0, made), DM_NO_ERROR);
+    return DmPropertySetPtr(made);
+}
+
+/// The first class, by name, that a property takes.
+DmPropertySetPtr createFor(const DmPropertyDef& def)
+{
+    for (const DmString& name : DmPropertyFactory::getInstance().classNames())
+        if (const DmPropertySetPtr made = create(name); made && (!def._held || def._held->accepts(*made)))
+            return made;
+    return {};
+}
+
+/// Gives every property a value that is written.
+void fill(DmPropertySet& set)
+{
+    const DmPropertySetData& data = set.classData();
+    for (int i = 0; i < data.size(); ++i)
+    {
+        const DmPropertyDef& def = *data.at(i);
+        if (def._constant)
+            continue;
+        eDmErrorId status = DM_NO_ERROR;
+        if (def._type == DM_PROPERTY_SET || def._type == DM_VECTOR_PROPERTY_SET || def._type == DM_MAP_PROPERTY_SET)
+        {
+            const DmPropertySetPtr held = createFor(def);
+            ASSERT_TRUE(held) << def._utf8Name;
+            status = def._type == DM_PROPERTY_SET          ? set.setPropertyValue(i, def._type, &held)
+                     : def._type == DM_VECTOR_PROPERTY_SET ? set.addValueInPropertyList(i, def._type, &held)
+                                                           : set.setValueFromPropertyMap(i, def._type, L"a key", &held);
+        }
+        else if (def._type == DM_BOOL)
+            status =
+                set.setPropertyValueFromStr(def._name, *static_cast<const bool*>(set.fieldOf(i)) ? L"false" : L"true");
+        else
+            status = set.setPropertyValueFromStr(def._name, def._type == DM_CHAR ? L"k" : L"77");
+        EXPECT_EQ(status, DM_NO_ERROR) << def._utf8Name;
+    }
+}
+
+} // namespace
+
+TEST_F(DmtreeSchema, AcceptsEveryClassWithEveryProperty)
+{
+    DmPropertyFactory::getInstance().setCreateDefaultAttributes(true);
+    const CoSharedPtr<DmRoot> root = DmRoot::create();
+    int classes = 0;
+    for (const DmString& name : DmPropertyFactory::getInstance().classNames())
+        for (const bool filled : {false, true})
+        {
+            const DmPropertySetPtr set = create(name);
+            ASSERT_TRUE(set) << dmUtf8(name);
+            if (filled)
+                fill(*set);
+            const CoSharedPtr<DmBlobNode> carrier = DmBlobNode::create();
+            ASSERT_EQ(carrier->setBaseBlob(set), DM_NO_ERROR) << dmUtf8(name);
+            root->addChild(carrier);
+            ++classes;
+        }
+    EXPECT_GT(classes, 100);
+    const std::string file = directory.path("all.json");
+    const DmStatus status = DmTreeJsonBuilder::generate(root, file.c_str());
+    ASSERT_FALSE(status.failed()) << dmUtf8(status.info());
+    const auto result = validate({file});
+    EXPECT_EQ(result.out, "valid\n") << result.err;
+}
+
+TEST_F(DmtreeSchema, AcceptsTheExamples)
+{
+    const auto result = validate({ZR_EXAMPLES "/commercial-25.json", ZR_EXAMPLES "/news-29.97df.json",
+                                  ZR_EXAMPLES "/feature-23.976.json", ZR_EXAMPLES "/commercial-with-mistakes.json"});
+    EXPECT_EQ(result.out, "valid\nvalid\nvalid\nvalid\n") << result.err;
+}
+
+TEST_F(DmtreeSchema, RefusesWhatNoDocumentHolds)
+{
+    const std::string good = R"({"DmRoot":{"children":[{"DmGapNode":{"classId":5,"recIn":4.5}},{}]},)"
+                             R"("VERSION":{"major":0,"minor":1}})";
+    ASSERT_EQ(validate({directory.write("good.json", good)}).out, "valid\n");
+    const struct
+    {
+        const char* what;
+        const char* part;
+        const char* instead;
+    } cases[] = {
+        {"a misspelt key", "recIn", "recin"},
+        {"a wrong type", "4.5", "\"4.5\""},
+        {"null", "4.5", "null"},
+        {"an unknown class", "DmGapNode", "DmHoleNode"},
+        {"a class that cannot stand there", "DmGapNode\":{\"classId\":5,\"recIn\":4.5}", "DmKeyFrame\":{}"},
+        {"two classes in one place", "{}]", "{\"DmGapNode\":{},\"DmCutNode\":{}}]"},
+        {"another class's kind", "\"classId\":5", "\"classId\":4"},
+        {"an integer that is none", "\"classId\":5", "\"classId\":5.5"},
+        {"a version without a number", ",\"minor\":1", ""},
+        {"another top", "DmRoot", "DmReelNode"},
+        {"a further member", "\"VERSION\"", "\"comment\":\"\",\"VERSION\""},
+    };
+    std::vector<std::string> documents;
+    for (const auto& row : cases)
+    {
+        std::string bad = good;
+        bad.replace(bad.find(row.part), std::string(row.part).size(), row.instead);
+        documents.push_back(directory.write(row.what, bad));
+    }
+    const auto result = validate(documents);
+    for (const auto& row : cases)
+        EXPECT_NE(result.out.find(directory.path(row.what) + ": $"), std::string::npos) << row.what << result.err;
+}

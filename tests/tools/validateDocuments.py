@@ -1,0 +1,28 @@
+"""Validates documents against a JSON Schema: a line a document, "valid" or the first fault. Exit code 1 for a fault.
+
+    validateDocuments.py SCHEMA DOCUMENT...
+"""
+
+import json
+import sys
+
+from jsonschema import Draft202012Validator
+from jsonschema.exceptions import best_match
+
+
+def main(schema_path, *documents):
+    with open(schema_path, encoding="utf-8") as file:
+        schema = json.load(file)
+    Draft202012Validator.check_schema(schema)
+    validator = Draft202012Validator(schema)
+    faults = 0
+    for document in documents:
+        with open(document, encoding="utf-8") as file:
+            fault = best_match(validator.iter_errors(json.load(file)))
+        faults += fault is not None
+        print("valid" if fault is None else f"{document}: {fault.json_path}: {fault.message[:300]}")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
