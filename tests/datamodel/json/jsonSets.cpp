@@ -2,8 +2,6 @@
 
 #include "dmUtf8.h"
 
-#include <pthread.h>
-
 namespace
 {
 
@@ -78,20 +76,4 @@ std::string boxAfter(const std::string& members)
     const std::string after = ",\"VERSION\":{\"major\":0,\"minor\":1}}";
     EXPECT_TRUE(text.starts_with(before) && text.ends_with(after)) << text;
     return text.substr(before.size(), text.size() - before.size() - after.size());
-}
-
-void runInThread(std::size_t stackSize, const std::function<void()>& work)
-{
-    pthread_attr_t attributes;
-    ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stackSize), 0);
-    pthread_t thread;
-    const auto run = [](void* data) -> void*
-    {
-        (*static_cast<const std::function<void()>*>(data))();
-        return nullptr;
-    };
-    ASSERT_EQ(pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&work)), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
 }

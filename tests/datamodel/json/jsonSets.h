@@ -10,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 
 /// Abstract: no object of it can be made.
@@ -65,6 +64,3 @@ DmPropertySetPtr imported(std::string_view json);
 std::string written(const DmPropertySet& set);
 /// `{"JsonBox":{members}}`, imported and written, without the version: "{members}".
 std::string boxAfter(const std::string& members);
-
-/// Runs `work` in a thread whose stack has that many bytes.
-void runInThread(std::size_t stackSize, const std::function<void()>& work);

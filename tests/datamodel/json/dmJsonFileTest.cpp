@@ -1,0 +1,309 @@
+/// Documents in files: what a save leaves behind when it works, when it fails and when it is killed.
+#include "jsonSets.h"
+
+#include "dmRoot.h"
+#include "dmUtf8.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+std::string contents(const fs::path& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+void write(const fs::path& path, const std::string& text)
+{
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+/// A directory of the test's own, in which an ordinary user has no more rights than its files say.
+class JsonFile : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        std::string name = (fs::temp_directory_path() / "jsonFileXXXXXX").string();
+        ASSERT_TRUE(mkdtemp(name.data()));
+        _directory = name;
+        _superuser = geteuid() == 0;
+        if (_superuser)
+        {
+            ASSERT_EQ(chown(name.c_str(), nobody, nobody), 0);
+            ASSERT_EQ(setegid(nobody) + seteuid(nobody), 0);
+        }
+    }
+    void TearDown() override
+    {
+        if (_superuser)
+        {
+            ASSERT_EQ(seteuid(0) + setegid(0), 0);
+        }
+        fs::permissions(_directory, fs::perms::owner_all);
+        fs::remove_all(_directory);
+    }
+
+    fs::path file(const char* name = "edit.json") const { return _directory / name; }
+    std::size_t filesInDirectory() const
+    {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(_directory), fs::directory_iterator()));
+    }
+
+    /// A box with that name, and more text than fits the buffers if it is large.
+    static CoSharedPtr<JsonBox> box(const wchar_t* name, bool large = false)
+    {
+        const auto made = JsonBox::create();
+        made->_name = name;
+        if (large)
+            for (int i = 0; i < 100'000; ++i)
+                made->_numbers.push_back(i);
+        return made;
+    }
+    static std::string textOf(const CoSharedPtr<JsonBox>& set)
+    {
+        std::string text;
+        EXPECT_TRUE(DmTreeJsonBuilder::generateUtf8(set.get(), text).ok());
+        return text;
+    }
+    static std::string save(const CoSharedPtr<JsonBox>& set, const fs::path& path)
+    {
+        return dmUtf8(DmTreeJsonBuilder::generate(set, path.c_str()).info());
+    }
+    static std::string open(const fs::path& path, DmPropertySetPtr* set = nullptr)
+    {
+        DmPropertySetPtr made;
+        const DmStatus status = DmJsonImporter::importSetFromFile(path.c_str(), made);
+        EXPECT_EQ(made == nullptr, status.failed());
+        if (set)
+            *set = made;
+        return dmUtf8(status.info());
+    }
+
+private:
+    static constexpr unsigned nobody = 65534;
+
+    fs::path _directory;
+    bool _superuser = false;
+};
+
+} // namespace
+
+TEST_F(JsonFile, ASaveReplacesTheFileAndKeepsItsMode)
+{
+    const auto large = box(L"large", true);
+    EXPECT_EQ(save(large, file()), "");
+    EXPECT_EQ(contents(file()), textOf(large));
+    const mode_t mask = umask(0);
+    umask(mask);
+    struct stat status
+    {
+    };
+    ASSERT_EQ(stat(file().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0666 & ~mask);
+
+    ASSERT_EQ(chmod(file().c_str(), 0640), 0);
+    const auto small = box(L"small");
+    EXPECT_EQ(save(small, file()), "");
+    EXPECT_EQ(contents(file()), textOf(small));
+    ASSERT_EQ(stat(file().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0640U);
+    EXPECT_EQ(filesInDirectory(), 1U);
+}
+
+TEST_F(JsonFile, LinksAreFollowed)
+{
+    fs::create_directory(file("there"));
+    fs::create_symlink("there/edit.json", file("second"));
+    fs::create_symlink(file("second"), file("first"));
+    for (const wchar_t* const name : {L"new", L"old"}) // a link that leads nowhere yet, and one to a file
+    {
+        EXPECT_EQ(save(box(name), file("first")), "");
+        EXPECT_EQ(contents(file("there/edit.json")), textOf(box(name)));
+    }
+    EXPECT_TRUE(fs::is_symlink(file("first")) && fs::is_symlink(file("second")));
+    EXPECT_EQ(filesInDirectory(), 3U);
+}
+
+TEST_F(JsonFile, AFailedSaveLeavesTheOldFile)
+{
+    write(file(), "old");
+    const auto broken = box(L"\xD800", true);
+    EXPECT_EQ(save(broken, file()), "Json exception");
+    EXPECT_EQ(save(nullptr, file()), "Cannot generate JSON for a null DmTree");
+    EXPECT_EQ(dmUtf8(DmTreeJsonBuilder::generate(static_cast<DmPropertySet*>(nullptr), nullptr).info()),
+              "Cannot generate JSON for a null DmTree");
+
+    // A write that fails half-way.
+    const rlimit limit{100'000, RLIM_INFINITY};
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    const std::string failure = save(box(L"large", true), file());
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(failure, "Could not write file '" + file().string() + "': File too large");
+
+    EXPECT_EQ(contents(file()), "old");
+    EXPECT_EQ(filesInDirectory(), 1U);
+    EXPECT_EQ(save(box(L"large", true), "/dev/full"), "Could not write file '/dev/full': No space left on device");
+}
+
+TEST_F(JsonFile, AKilledSaveLeavesTheOldFile)
+{
+    write(file(), "old");
+    const auto large = box(L"large", true);
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        const rlimit limit{100'000, 100'000}; // its signal kills in the middle of the write
+        setrlimit(RLIMIT_FSIZE, &limit);
+        std::signal(SIGXFSZ, SIG_DFL);
+        const rlimit noCore{0, 0};
+        setrlimit(RLIMIT_CORE, &noCore);
+        static_cast<void>(DmTreeJsonBuilder::generate(large, file().c_str()));
+        _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(contents(file()), "old");
+}
+
+TEST_F(JsonFile, WhatCannotBeOpenedIsSaid)
+{
+    fs::create_directory(file("directory"));
+    write(file("locked"), "old");
+    ASSERT_EQ(chmod(file("locked").c_str(), 0), 0);
+    for (const fs::path& path : {file("directory"), file("missing/edit.json"), file("locked"), fs::path()})
+    {
+        EXPECT_EQ(save(box(L"box"), path), "Could not open file '" + path.string() + "'");
+        EXPECT_EQ(open(path), "Could not open file '" + path.string() + "'");
+    }
+    EXPECT_EQ(open(file()), "Could not open file '" + file().string() + "'");
+    write(file(), "");
+    EXPECT_EQ(open(file()), "JSON parse error : The document is empty.");
+    DmPropertySetPtr set;
+    EXPECT_TRUE(DmJsonImporter::importSetFromFile(nullptr, set).failed());
+}
+
+TEST(JsonFileRead, AFailedReadIsNotTheEndOfTheDocument)
+{
+    DmPropertySetPtr set;
+    EXPECT_EQ(dmUtf8(DmJsonImporter::importSetFromFile("/proc/self/mem", set).info()),
+              "Could not read file '/proc/self/mem': Input/output error");
+}
+
+TEST_F(JsonFile, WithoutRoomForATemporaryFileItIsWrittenInPlace)
+{
+    fs::create_directory(file("closed"));
+    write(file("closed/edit.json"), "a text that is longer than nothing");
+    fs::permissions(file("closed"), fs::perms::owner_read | fs::perms::owner_exec);
+    EXPECT_EQ(save(box(L"\xD800"), file("closed/edit.json")), "Json exception");
+    EXPECT_EQ(contents(file("closed/edit.json")), "a text that is longer than nothing");
+    EXPECT_EQ(save(box(L"new"), file("closed/edit.json")), "");
+    EXPECT_EQ(contents(file("closed/edit.json")), textOf(box(L"new")));
+    EXPECT_EQ(save(box(L"new"), file("closed/other.json")),
+              "Could not open file '" + file("closed/other.json").string() + "'");
+    fs::permissions(file("closed"), fs::perms::owner_all);
+}
+
+TEST_F(JsonFile, PipesAndOpenFilesAreWrittenInPlace)
+{
+    ASSERT_EQ(mkfifo(file("pipe").c_str(), 0600), 0);
+    const auto large = box(L"large", true);
+    std::string read;
+    std::thread reader([&] { read = contents(file("pipe")); });
+    EXPECT_EQ(save(large, file("pipe")), "");
+    reader.join();
+    EXPECT_EQ(read, textOf(large));
+
+    // What a shell makes of /dev/stdout when it sends the output to a file.
+    write(file("out"), "");
+    const int out = ::open(file("out").c_str(), O_RDWR);
+    ASSERT_GE(out, 0);
+    EXPECT_EQ(save(large, "/dev/fd/" + std::to_string(out)), "");
+    struct stat open
+    {
+    };
+    struct stat named
+    {
+    };
+    ASSERT_EQ(fstat(out, &open) + stat(file("out").c_str(), &named), 0);
+    ::close(out);
+    EXPECT_EQ(open.st_ino, named.st_ino);
+    EXPECT_EQ(contents(file("out")), textOf(large));
+}
+
+/// The parser decodes in the buffer: whatever stands across the seam of two pieces is read as elsewhere.
+TEST_F(JsonFile, NothingIsLostBetweenTwoPieces)
+{
+    const std::string document =
+        R"({"JsonBox":{"name":"a\tb\u00e9 longer than eight","kind":7, "numbers" : ["123456789"],)"
+        "\n\t\t\t\t\t\t\t\t\t\t\t\t\"leaf\":{\"JsonLeaf\":{\"when\":-12345.678e-1}}}}";
+    const std::string expected = written(*imported(document));
+    constexpr std::size_t piece = 65536;
+    for (std::size_t at = 0; at <= document.size(); ++at)
+    {
+        write(file(), std::string(piece - at, ' ') + document);
+        DmPropertySetPtr set;
+        ASSERT_EQ(open(file(), &set), "") << at;
+        EXPECT_EQ(written(*set), expected) << at;
+    }
+    // A string over many pieces, with escapes throughout.
+    std::string longText;
+    std::wstring wide;
+    for (int i = 0; i < 60'000; ++i)
+    {
+        longText += "ab\\n\xC3\xA9";
+        wide += L"ab\né";
+    }
+    write(file(), "{\"JsonLeaf\":{\"text\":\"" + longText + "\",\"when\":5}}");
+    DmPropertySetPtr set;
+    ASSERT_EQ(open(file(), &set), "");
+    EXPECT_TRUE(static_cast<const JsonLeaf&>(*set)._text.view() == wide);
+    EXPECT_EQ(static_cast<const JsonLeaf&>(*set)._when, 5);
+}
+
+TEST_F(JsonFile, ATreeComesBackUncounted)
+{
+    const auto root = DmRoot::create();
+    ASSERT_EQ(root->setName(DmString(L"Été")), DM_NO_ERROR);
+    ASSERT_TRUE(DmTreeJsonBuilder::generate(root, file().c_str()).ok());
+    DmRoot* back = nullptr;
+    ASSERT_TRUE(DmJsonImporter::importRootFromFile(file().c_str(), back).ok());
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back->refCount(), 0);
+    const CoSharedPtr<DmRoot> owner(back);
+    EXPECT_EQ(owner->getName(), L"Été");
+
+    DmString text;
+    ASSERT_TRUE(DmTreeJsonBuilder::generateStr(root, text).ok());
+    CoSharedPtr<DmRoot> same;
+    ASSERT_TRUE(DmJsonImporter::importRootFromStr(dmUtf8(text).c_str(), same).ok());
+    EXPECT_EQ(contents(file()), dmUtf8(text));
+
+    DmRoot* const before = back;
+    EXPECT_EQ(dmUtf8(DmJsonImporter::importRootFromStr(R"({"JsonBox":{}})", back).info()),
+              "The document holds a 'JsonBox', not a tree");
+    EXPECT_EQ(dmUtf8(DmJsonImporter::importRootFromStr("{}", back).info()), "The document holds no property set");
+    EXPECT_EQ(dmUtf8(DmJsonImporter::importRootFromStr(nullptr, back).info()),
+              "JSON parse error : The document is empty.");
+    EXPECT_EQ(back, before);
+}
