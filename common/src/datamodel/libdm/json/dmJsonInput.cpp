@@ -12,7 +12,7 @@ namespace
 
 constexpr std::uint64_t eachByte(unsigned char value)
 {
-    return 0x0101010101010101 * value;
+    return std::uint64_t{0x0101010101010101} * value;
 }
 
 static_assert(std::endian::native == std::endian::little, "the first byte is the lowest");
