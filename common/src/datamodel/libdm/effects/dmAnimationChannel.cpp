@@ -40,14 +40,6 @@ CoSharedPtr<DmAnimationChannel> DmAnimationChannel::create(DeprecatedInterpType 
     return channel;
 }
 
-eDmErrorId DmAnimationChannel::addKeyFrame(const CoSharedPtr<DmKeyFrame>& keyFrame)
-{
-    if (!keyFrame)
-        return DM_BAD_VALUE;
-    const DmPropertySetPtr element(keyFrame);
-    return addValueInPropertyList(KeyFrameList, DM_VECTOR_PROPERTY_SET, &element);
-}
-
 float DmAnimationChannel::storedValueAt(float frame) const
 {
     for (int i = 0; i < _curve.keyFrames.count(); ++i)

@@ -57,7 +57,7 @@ public:
     /// Null when there is no such key.
     CoSharedPtr<DmKeyFrame> getKeyFrame(int index) const { return CoSharedPtr<DmKeyFrame>(_curve.keyFrames.at(index)); }
     /// Appends. Null is DM_BAD_VALUE.
-    eDmErrorId addKeyFrame(const CoSharedPtr<DmKeyFrame>& keyFrame);
+    eDmErrorId addKeyFrame(const CoSharedPtr<DmKeyFrame>& keyFrame) { return addTo(KeyFrameList, keyFrame); }
     /// The constant value, unless a key stands at exactly that frame: then the first such key's value. No
     /// interpolation.
     float storedValueAt(float frame) const;

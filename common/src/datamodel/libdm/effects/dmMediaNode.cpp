@@ -23,8 +23,3 @@ DmString DmMediaNode::getFile(int index) const
 {
     return static_cast<std::size_t>(index) < _fileList.size() ? _fileList[static_cast<std::size_t>(index)] : DmString();
 }
-
-eDmErrorId DmMediaNode::addFile(const DmString& file)
-{
-    return addValueInPropertyList(FileList, DM_VECTOR_STRING, &file);
-}

@@ -30,7 +30,7 @@ public:
     int getNbFiles() const { return static_cast<int>(_fileList.size()); }
     /// An index that no file has gives the empty name.
     DmString getFile(int index) const;
-    eDmErrorId addFile(const DmString& file);
+    eDmErrorId addFile(const DmString& file) { return addTo(FileList, file); }
 
 private:
     DmString _name;
