@@ -31,19 +31,19 @@ TEST(ConvertSettings, CodesComeFromTheAttributesTexts)
     const struct
     {
         const wchar_t* type;
-        int typeCode;
         const wchar_t* filter;
+        int typeCode;
         int filterCode;
-    } rows[] = {{L"RESIZE_CROP", 0, L"RESIZE_ALL_PIXEL_BASED", 0},
-                {L"RESIZE_FIT", 1, L"RESIZE_BICUBIC", 1},
-                {L"RESIZE_FIT_ALL", 2, L"RESIZE_MITCHELL", 2},
-                {L"RESIZE_FIT_BOTH", 3, L"RESIZE_TRIANGLE", 3},
-                {L"RESIZE_FIT_PAN", 4, L"RESIZE_IMPULSE", 4},
-                {L"RESIZE_FIT_PIXEL_BASED", 5, L"RESIZE_CROP", 5},
-                {L"RESIZE_FIT_ALL_PIXEL_BASED", 6, L"", 5},
-                {L"RESIZE_INVALID_TYPE", 7, L"RESIZE_INVALID_FILTER", 5},
-                {L"resize_fit", 7, L"bicubic", 5},
-                {L"", 7, L" RESIZE_BICUBIC", 5}};
+    } rows[] = {{L"RESIZE_CROP", L"RESIZE_ALL_PIXEL_BASED", 0, 0},
+                {L"RESIZE_FIT", L"RESIZE_BICUBIC", 1, 1},
+                {L"RESIZE_FIT_ALL", L"RESIZE_MITCHELL", 2, 2},
+                {L"RESIZE_FIT_BOTH", L"RESIZE_TRIANGLE", 3, 3},
+                {L"RESIZE_FIT_PAN", L"RESIZE_IMPULSE", 4, 4},
+                {L"RESIZE_FIT_PIXEL_BASED", L"RESIZE_CROP", 5, 5},
+                {L"RESIZE_FIT_ALL_PIXEL_BASED", L"", 6, 5},
+                {L"RESIZE_INVALID_TYPE", L"RESIZE_INVALID_FILTER", 7, 5},
+                {L"resize_fit", L"bicubic", 7, 5},
+                {L"", L" RESIZE_BICUBIC", 7, 5}};
     const auto resize = DmResizeSettings::create();
     const auto ppfx = DmPPFxResizeSettings::create();
     for (const CoSharedPtr<DmConvertSettings>& effect : {CoSharedPtr<DmConvertSettings>(resize), {ppfx}})

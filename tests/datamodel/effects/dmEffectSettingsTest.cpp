@@ -43,11 +43,11 @@ TEST(FocusAlignment, TextsAreExactAndEverythingElseIsUndefined)
 {
     const struct
     {
-        int code;
         const wchar_t* text;
+        int code;
         int codeOfText;
-    } cases[] = {{0, L"FOCUS_START", 0},     {1, L"FOCUS_CENTER", 1}, {2, L"FOCUS_END", 2}, {3, L"FOCUS_CUSTOM", 3},
-                 {4, L"FOCUS_UNDEFINED", 4}, {7, L"focus_start", 4},  {-1, L"", 4},         {5, L"FOCUS_STARTS", 4}};
+    } cases[] = {{L"FOCUS_START", 0, 0},     {L"FOCUS_CENTER", 1, 1}, {L"FOCUS_END", 2, 2}, {L"FOCUS_CUSTOM", 3, 3},
+                 {L"FOCUS_UNDEFINED", 4, 4}, {L"focus_start", 7, 4},  {L"", -1, 4},         {L"FOCUS_STARTS", 5, 4}};
     for (const auto& c : cases)
     {
         const bool known = c.code >= 0 && c.code < 4;

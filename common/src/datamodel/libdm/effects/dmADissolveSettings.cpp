@@ -1,6 +1,6 @@
 #include "dmADissolveSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmADissolveSettings>;
 

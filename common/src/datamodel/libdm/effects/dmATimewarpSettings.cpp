@@ -1,6 +1,6 @@
 #include "dmATimewarpSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmATimewarpSettings>;
 

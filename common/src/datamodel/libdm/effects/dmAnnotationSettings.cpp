@@ -1,6 +1,6 @@
 #include "dmAnnotationSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmAnnotationSettings>;
 

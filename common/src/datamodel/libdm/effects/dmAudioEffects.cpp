@@ -1,6 +1,6 @@
 #include "dmAudioEffects.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmAudioGateSettings>;
 template class DmEffect<DmAudioCompressionSettings>;

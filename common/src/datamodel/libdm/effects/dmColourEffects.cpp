@@ -1,6 +1,6 @@
 #include "dmColourEffects.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmColourSettings>;
 template class DmEffect<DmLookSettings>;

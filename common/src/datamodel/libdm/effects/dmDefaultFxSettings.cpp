@@ -1,6 +1,6 @@
 #include "dmDefaultFxSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmDefaultFxSettings>;
 

@@ -1,21 +1,24 @@
 /// What all effect classes have in common, written once: a class states its table, and adds its own properties and
 /// what is particular to it.
 ///
-///     /// Smooths what is above a level: a de-esser.
-///     class ZR_DM_API DmAudioDeEsserSettings final : public DmEffect<DmAudioDeEsserSettings>
+///     class ZR_DM_API DmCompSettings final : public DmEffect<DmCompSettings>
 ///     {
 ///     public:
-///         static constexpr const wchar_t* className = L"DmAudioDeEsserSettings";
-///         static constexpr const wchar_t* typeName = L"AudioDeEsser";
-///         static constexpr DmEffectUse use = dmOnAudioSegments;
-///         ZR_DM_NAMES(enum class ChannelId, channelNames, type, freq, range, threshold, monitor)
+///         static constexpr const wchar_t* className = L"DmCompSettings";
+///         static constexpr const wchar_t* typeName = L"Comp";
+///         static constexpr DmEffectUse use = dmOnVideoSegments;
+///         ZR_DM_NAMES(enum class AttributId, attributNames, compositeMode)
+///         ZR_DM_NAMES(enum class ChannelId, channelNames, transparency)
 ///
 ///         using DmEffect::DmEffect;
+///         eDmErrorId createList() override;
+///         ...
 ///     };
 ///
-/// and in a source: `template class DmEffect<DmAudioDeEsserSettings>;` behind #include "dmEffectImp.h", which defines
-/// the members and registers the class. A class without attributes or channels leaves their table out; one that
-/// derives from another effect, `DmEffect<T, Base>`, may leave `use` to it.
+/// and in a source: `template class DmEffect<DmCompSettings>;` behind #include "dmEffectDefinition.h", which defines the
+/// members and registers the class. A class without attributes or channels leaves their table out; one that derives
+/// from another effect, `DmEffect<T, Base>`, may leave `use` and tables to it. A class with channels and nothing else
+/// is one line: ZR_DM_CHANNEL_EFFECT.
 #pragma once
 
 #include "dmEffectSettings.h"
@@ -104,3 +107,16 @@ protected:
 private:
     static const DmPropertySetInit<T> registration;
 };
+
+/// A class that is nothing but a row: its name, its type name, its use, and its channels.
+#define ZR_DM_CHANNEL_EFFECT(Class, type, effectUse, ...)                                                              \
+    class ZR_DM_API Class final : public DmEffect<Class>                                                               \
+    {                                                                                                                  \
+    public:                                                                                                            \
+        static constexpr const wchar_t* className = L"" #Class;                                                        \
+        static constexpr const wchar_t* typeName = type;                                                               \
+        static constexpr DmEffectUse use = effectUse;                                                                  \
+        ZR_DM_NAMES(enum class ChannelId, channelNames, __VA_ARGS__)                                                   \
+                                                                                                                       \
+        using DmEffect::DmEffect;                                                                                      \
+    };

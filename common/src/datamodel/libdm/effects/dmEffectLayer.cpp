@@ -1,6 +1,6 @@
 #include "dmEffectLayer.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmEffectLayer>;
 

@@ -1,6 +1,6 @@
 #include "dmMaskEffects.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmPPFxLetterboxSettings>;
 template class DmEffect<DmAngularMaskSettings>;

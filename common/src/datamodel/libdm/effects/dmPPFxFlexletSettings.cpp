@@ -1,6 +1,6 @@
 #include "dmPPFxFlexletSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 #include "zrAssert.h"
 #include "zrPost.h"
 

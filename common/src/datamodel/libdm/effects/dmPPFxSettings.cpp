@@ -1,6 +1,6 @@
 #include "dmPPFxSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmPPFxSettings>;
 template class DmEffect<DmPPFxCCSettings, DmPPFxSettings>;

@@ -1,6 +1,6 @@
 #include "dmPPFxStereoToolboxSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmPPFxStereoToolboxSettings, DmPPFxSettings>;
 

@@ -1,6 +1,6 @@
 #include "dmPaintLayer.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmPaintLayer, DmEffectLayer>;
 

@@ -1,6 +1,6 @@
 #include "dmPictureEffects.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmFlipSettings>;
 template class DmEffect<DmSVGSettings>;

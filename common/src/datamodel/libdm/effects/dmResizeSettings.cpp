@@ -1,6 +1,6 @@
 #include "dmResizeSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmPPFxResizeSettings, DmConvertSettings>;
 template class DmEffect<DmResizeSettings, DmConvertSettings>;

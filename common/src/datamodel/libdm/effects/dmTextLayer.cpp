@@ -1,6 +1,6 @@
 #include "dmTextLayer.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 #include "zrAssert.h"
 
 template class DmEffect<DmTextLayer, DmEffectLayer>;

@@ -1,6 +1,6 @@
 #include "dmTextParagraph.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 #include "dmFontSearchImp.h"
 #include "zrPost.h"
 

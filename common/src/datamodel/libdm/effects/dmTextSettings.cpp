@@ -1,6 +1,6 @@
 #include "dmTextSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmTextSettings>;
 

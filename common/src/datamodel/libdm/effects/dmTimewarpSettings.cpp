@@ -1,6 +1,6 @@
 #include "dmTimewarpSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 #include "zrPost.h"
 
 template class DmEffect<DmVTimewarpSettings, DmTimewarpSettings>;

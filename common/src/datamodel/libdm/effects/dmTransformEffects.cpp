@@ -1,6 +1,6 @@
 #include "dmTransformEffects.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 
 template class DmEffect<DmAxisSettings>;
 template class DmEffect<DmPPFxActionSettings>;

@@ -1,6 +1,6 @@
 #include "dmVDissolveSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 #include "zrAssert.h"
 
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "dmWipeSettings.h"
 
-#include "dmEffectImp.h"
+#include "dmEffectDefinition.h"
 #include "envVar.h"
 
 template class DmEffect<DmWipeSettings>;
