@@ -1,7 +1,7 @@
-"""Runs the commands that a page shows and compares what they print with what the page says they print.
+"""Runs the commands that README and docs/ show and compares what they print with what the pages say they print.
 
-    checkConsole.py PAGE              the first difference fails
-    checkConsole.py --write PAGE      puts the real output into the page
+    checkConsole.py             any difference fails
+    checkConsole.py --write     puts the real output into the pages
 
 A fenced block of the kind "console" holds commands, each a line "$ COMMAND" followed by all its output. They run from the
 top of the repository, in a shell whose environment has none of the system's own variables.
@@ -25,26 +25,33 @@ def output_of(command):
     return run.stdout.decode("utf-8", "replace")
 
 
-def main(arguments):
-    write = arguments[:1] == ["--write"]
-    page = pathlib.Path(arguments[-1])
-    text = page.read_text(encoding="utf-8")
-    differences = commands = 0
+def mended(page, text):
+    """The text with the real output of its commands; how many commands it shows, how many printed something else."""
+    commands = differences = 0
 
     def step(match):
-        nonlocal differences, commands
-        commands += 1
+        nonlocal commands, differences
         shown, real = match["output"], output_of(match["command"])
+        commands += 1
         if shown != real:
             differences += 1
             print(f"{page.name}: $ {match['command']}\n--- the page says\n{shown}--- it printed\n{real}---")
         return f"$ {match['command']}\n{real}"
 
-    mended = BLOCK.sub(lambda block: STEP.sub(step, block[0]), text)
-    if write:
-        page.write_text(mended, encoding="utf-8")
-    print(f"{page.name}: {commands} commands, {differences} differences")
-    return 1 if commands == 0 or (differences and not write) else 0
+    return BLOCK.sub(lambda block: STEP.sub(step, block[0]), text), commands, differences
+
+
+def main(arguments):
+    total = wrong = 0
+    for page in [TOP / "README.md", *sorted((TOP / "docs").glob("*.md"))]:
+        text = page.read_text(encoding="utf-8")
+        result, commands, differences = mended(page, text)
+        total += commands
+        wrong += differences
+        if arguments == ["--write"] and result != text:
+            page.write_text(result, encoding="utf-8")
+    print(f"{total} commands, {wrong} with another output than shown")
+    return 1 if total == 0 or (wrong and arguments != ["--write"]) else 0
 
 
 if __name__ == "__main__":
