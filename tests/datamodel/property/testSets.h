@@ -99,7 +99,7 @@ public:
     eDmErrorId createList() override;
 
     const TestPoint* getShared() const { return _shared.get(); }
-    TestPoint* getShared() { return _shared.forChange(); }
+    TestPoint* getShared() { return _shared.forChange(*this); }
     eDmErrorId setShared(const CoSharedPtr<TestPoint>& point) { return set(Shared, point); }
     eDmErrorId setNumber(float number) { return set(Number, number); }
 

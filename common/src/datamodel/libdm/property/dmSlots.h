@@ -35,10 +35,11 @@ public:
     T& operator*() const { return *get(); }
     CoSharedPtr<T> share() const { return CoSharedPtr<T>(get()); }
 
-    /// The object to edit: a shared default is first replaced by a copy of its own. Null when there is none.
-    T* forChange()
+    /// The object to edit: a shared default is first replaced by a copy of its own. Null when there is none; that of a
+    /// frozen owner stays as it is.
+    T* forChange(const DmPropertySet& owner)
     {
-        if (*this && get()->isFrozen())
+        if (*this && get()->isFrozen() && !owner.isFrozen())
             DmPropertySetPtr::operator=(get()->clone());
         return get();
     }

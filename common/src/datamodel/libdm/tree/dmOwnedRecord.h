@@ -38,7 +38,4 @@ public:
             DmPropertySetPtr::operator=(this->get()->clone());
     }
     DmOwnedRecord& operator=(const DmOwnedRecord&) = delete;
-
-    /// The record to edit; null when there is none. That of a frozen object stays as it is.
-    T* forChange(const DmPropertySet& owner) { return owner.isFrozen() ? this->get() : DmNested<T>::forChange(); }
 };
