@@ -43,7 +43,7 @@ CoSharedPtr<DmSourceNode> clip(const CoSharedPtr<DmSourceInfo>& info, const wcha
 {
     const auto input = MediaInput::create(1250, 90000, info, fcm, DM_MEDIA_VIDEO, true);
     static_cast<void>(input->setName(name));
-    const auto source = DmSourceNode::create(input, 100, 50, 12, false, false);
+    auto source = DmSourceNode::create(input, 100, 50, 12, false, false);
     static_cast<void>(source->setName(name));
     return source;
 }

@@ -28,7 +28,7 @@ std::vector<std::string> texts(const zrTest::CapturingRouter& router)
 CoSharedPtr<DmSourceNode> source(double srcLength, double relIn, double recLength)
 {
     const auto input = MediaInput::create(srcLength, 0, nullptr, L"25 fps", DM_MEDIA_VIDEO, true);
-    const auto node = DmSourceNode::create(input, 1000, recLength, relIn, false, false);
+    auto node = DmSourceNode::create(input, 1000, recLength, relIn, false, false);
     EXPECT_EQ(node->setName(L"Été"), DM_NO_ERROR);
     return node;
 }
@@ -203,29 +203,29 @@ TEST(SourceIn, IsGivenInTheModeOfTheMaterial)
         const wchar_t* srcInFcm;
         const wchar_t* srcFcm;
         DmSourceInfo::SourceType type;
-        const wchar_t* varicamFcm;
         DM::FrameCodeModes defaultFcm;
+        const wchar_t* varicamFcm;
         double expected;
     } cases[] = {
         // The same clock time in the other mode.
-        {100, L"25 fps", L"25 fps", plain, L"", DM::FCM_NOT_DEFINED, 100},
-        {100, L"25 fps", L"50 fps", plain, L"", DM::FCM_NOT_DEFINED, 200},
-        {100, L"50 fps", L"25 fps", plain, L"", DM::FCM_NOT_DEFINED, 50},
-        {1001, L"24 fps", L"23.976 fps", plain, L"", DM::FCM_NOT_DEFINED, 1000},
-        {1800, L"29.97 fps DF", L"29.97 fps NDF", plain, L"", DM::FCM_NOT_DEFINED, 1800},
+        {100, L"25 fps", L"25 fps", plain, DM::FCM_NOT_DEFINED, L"", 100},
+        {100, L"25 fps", L"50 fps", plain, DM::FCM_NOT_DEFINED, L"", 200},
+        {100, L"50 fps", L"25 fps", plain, DM::FCM_NOT_DEFINED, L"", 50},
+        {1001, L"24 fps", L"23.976 fps", plain, DM::FCM_NOT_DEFINED, L"", 1000},
+        {1800, L"29.97 fps DF", L"29.97 fps NDF", plain, DM::FCM_NOT_DEFINED, L"", 1800},
         // A mode that is not defined is the default mode.
-        {100, L"???", L"25 fps", plain, L"", DM::FCM_NOT_DEFINED, 100},
-        {100, L"25 fps", L"", plain, L"", DM::FCM_NOT_DEFINED, 100},
-        {100, L"", L"25 fps", plain, L"", DM::FCM_50, 50},
-        {100, L"25 fps", L"", plain, L"", DM::FCM_50, 200},
+        {100, L"???", L"25 fps", plain, DM::FCM_NOT_DEFINED, L"", 100},
+        {100, L"25 fps", L"", plain, DM::FCM_NOT_DEFINED, L"", 100},
+        {100, L"", L"25 fps", plain, DM::FCM_50, L"", 50},
+        {100, L"25 fps", L"", plain, DM::FCM_50, L"", 200},
         // A camera's labels at 60 stand for frames at 30.
-        {3601, L"59.94 fps NDF", L"29.97 fps NDF", varicam, L"59.94 fps NDF", DM::FCM_NOT_DEFINED, 1800},
-        {3601, L"59.94 fps NDF", L"29.97 fps NDF", varicam, L"", DM::FCM_NOT_DEFINED, 1800},
-        {3601, L"59.94 fps NDF", L"29.97 fps NDF", plain, L"59.94 fps NDF", DM::FCM_NOT_DEFINED, 1800.5},
-        {1800, L"29.97 fps NDF", L"29.97 fps NDF", varicam, L"29.97 fps NDF", DM::FCM_NOT_DEFINED, 1800},
+        {3601, L"59.94 fps NDF", L"29.97 fps NDF", varicam, DM::FCM_NOT_DEFINED, L"59.94 fps NDF", 1800},
+        {3601, L"59.94 fps NDF", L"29.97 fps NDF", varicam, DM::FCM_NOT_DEFINED, L"", 1800},
+        {3601, L"59.94 fps NDF", L"29.97 fps NDF", plain, DM::FCM_NOT_DEFINED, L"59.94 fps NDF", 1800.5},
+        {1800, L"29.97 fps NDF", L"29.97 fps NDF", varicam, DM::FCM_NOT_DEFINED, L"29.97 fps NDF", 1800},
         // One second and three frames of a tape of 30 are one second and two frames at 24.
-        {33, L"23.976 fps", L"23.976 fps", varicam, L"23.976 fps", DM::FCM_NOT_DEFINED, 26},
-        {100, L"", L"25 fps", varicam, L"", DM::FCM_NOT_DEFINED, 100},
+        {33, L"23.976 fps", L"23.976 fps", varicam, DM::FCM_NOT_DEFINED, L"23.976 fps", 26},
+        {100, L"", L"25 fps", varicam, DM::FCM_NOT_DEFINED, L"", 100},
     };
     for (const auto& c : cases)
     {

@@ -58,6 +58,6 @@ void DmLayerNode::checkChild(const DmTreeNode* node) const
         if (const auto* const segmentNode = dynamic_cast<const DmSegmentNode*>(node))
             ZR_ASSERT_CONTAINMENT(segmentNode->getMediaType() == getMediaType());
     }
-    else
+    else // NOLINTNEXTLINE(modernize-use-nullptr): printed as it stands
         ZR_ASSERT_CONTAINMENT("A layer only contains transition or segment nodes" == 0);
 }
