@@ -3,6 +3,7 @@
 #include <ZRdmtree.h>
 
 #include <iostream>
+#include <string>
 
 namespace
 {
@@ -51,6 +52,13 @@ bool check(const char* what, eDmErrorId status)
     return status == DM_NO_ERROR;
 }
 
+bool check(const char* what, const DmStatus& status)
+{
+    if (status.failed())
+        std::cerr << what << ": " << dmUtf8(status.info()) << '\n';
+    return status.ok();
+}
+
 } // namespace
 
 int main()
@@ -73,12 +81,18 @@ int main()
         !check("reply", note->addValueInPropertyList(L"replies", DM_VECTOR_PROPERTY_SET, &reply)))
         return 1;
 
-    DmPropertySetPtr copy;
+    // As a document, and back.
+    std::string document;
+    DmPropertySetPtr read;
+    if (!check("write", DmTreeJsonBuilder::generateUtf8(note.get(), document, DmTreeJsonBuilder::Layout::Compact)) ||
+        !check("read", DmJsonImporter::importSetFromStr(document, read)))
+        return 1;
+    std::cout << document << '\n';
     bool equal = false;
-    if (!check("copy", dmDeepCopy(*note, copy)) || !check("compare", dmDeepEqual(*note, *copy, equal)))
+    if (!check("compare", dmDeepEqual(*note, *read, equal)))
         return 1;
     char label[DM::TimeUnit::labelSize];
-    DM::TimeUnit(static_cast<HostReviewNote&>(*copy).getFrame()).toTimeCode(label, sizeof label, DM::FCM_25);
-    std::cout << "A note at " << label << (equal ? " was copied with all it holds\n" : " changed on the way\n");
+    DM::TimeUnit(static_cast<HostReviewNote&>(*read).getFrame()).toTimeCode(label, sizeof label, DM::FCM_25);
+    std::cout << "A note at " << label << (equal ? " came back with all it holds\n" : " changed on the way\n");
     return equal ? 0 : 1;
 }
