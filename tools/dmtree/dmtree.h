@@ -26,6 +26,7 @@ using Run = std::function<int()>;
 using AddSubcommand = void (*)(CLI::App& app, Run& run);
 
 void addClasses(CLI::App& app, Run& run);
+void addConvert(CLI::App& app, Run& run);
 void addEnv(CLI::App& app, Run& run);
 void addFmt(CLI::App& app, Run& run);
 void addSchema(CLI::App& app, Run& run);

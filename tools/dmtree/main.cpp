@@ -15,7 +15,7 @@ namespace
 
 /// One row a subcommand, in the order of --help.
 constexpr std::initializer_list<dmtree::AddSubcommand> subcommands = {
-    dmtree::addFmt, dmtree::addSchema, dmtree::addClasses, dmtree::addEnv, dmtree::addTc,
+    dmtree::addConvert, dmtree::addFmt, dmtree::addSchema, dmtree::addClasses, dmtree::addEnv, dmtree::addTc,
 };
 
 } // namespace
