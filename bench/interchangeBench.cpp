@@ -1,6 +1,8 @@
 /// Reading a cut list of 10 000 events against splitting the same bytes into lines.
 #include "icEdlReader.h"
+#include "icEdlToTree.h"
 #include "icEdlWriter.h"
+#include "zrAllocations.h"
 #include "zrRatio.h"
 
 #include <benchmark/benchmark.h>
@@ -82,4 +84,18 @@ int main()
             benchmark::DoNotOptimize(readEdl(text, DM::FCM_24, report));
         },
         [&] { benchmark::DoNotOptimize(splitIntoLines(text)); });
+
+    const auto toTree = [](const std::string& list)
+    {
+        Report report("bench.edl");
+        benchmark::DoNotOptimize(edlToTree(*readEdl(list, DM::FCM_24, report), report));
+    };
+    zrRatio::print(
+        "turn a cut list of 10 000 events into a document / split it into lines", 4, [&] { toTree(text); },
+        [&] { benchmark::DoNotOptimize(splitIntoLines(text)); }, 11);
+
+    const std::string twice = makeList(20'000);
+    std::printf("allocations for a document of 20 000 events / of 10 000: ratio %.2f (limit 2.05)\n",
+                static_cast<double>(zrAllocations::of([&] { toTree(twice); })) /
+                    static_cast<double>(zrAllocations::of([&] { toTree(text); })));
 }
