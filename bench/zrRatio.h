@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <utility>
 #include <vector>
 
 namespace zrRatio
@@ -37,18 +38,18 @@ double secondsOf(const Work& work)
     return processorSeconds() - start;
 }
 
-/// The median time of one work over that of the other, run in turns. Each should take at least some 10 microseconds.
+/// One work's time over that of the other, run in turns: the median of the ratios of neighbours, which share what the
+/// machine is busy with. Each should take at least some 10 microseconds.
 template <class Work, class Reference>
 double of(const Work& work, const Reference& reference, int rounds = 101)
 {
-    std::vector<double> workTimes;
-    std::vector<double> referenceTimes;
+    std::vector<double> ratios;
     for (int i = 0; i < rounds; ++i)
     {
-        workTimes.push_back(secondsOf(work));
-        referenceTimes.push_back(secondsOf(reference));
+        const double workTime = secondsOf(work);
+        ratios.push_back(workTime / secondsOf(reference));
     }
-    return median(workTimes) / median(referenceTimes);
+    return median(std::move(ratios));
 }
 
 template <class Work, class Reference>
