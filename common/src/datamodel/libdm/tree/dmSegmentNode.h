@@ -29,6 +29,8 @@ public:
         Muted
     };
 
+    DmSegmentNode* asSegment() final { return this; }
+
     eDmErrorId createList() override;
     const void* getBase(int index) const override;
 

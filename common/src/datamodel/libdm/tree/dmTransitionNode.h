@@ -17,6 +17,8 @@ public:
         MediaType
     };
 
+    DmTransitionNode* asTransition() final { return this; }
+
     eDmErrorId createList() override;
 
     double getRecIn() const { return _recIn; }

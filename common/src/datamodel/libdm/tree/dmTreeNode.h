@@ -72,6 +72,10 @@ public:
     DmPropertySet* getBaseBlob() const { return _baseBlob.get(); }
     eDmErrorId setBaseBlob(const DmPropertySetPtr& blob) { return set(BaseBlob, blob); }
 
+    /// The node as the segment, or as the transition, that its class makes it; null for all others.
+    virtual DmSegmentNode* asSegment() { return nullptr; }
+    virtual DmTransitionNode* asTransition() { return nullptr; }
+
     virtual int getNbChildren() const { return 0; }
     /// Null when there is no such child, and when it is null.
     virtual DmTreeNode* getChild(int index) const;

@@ -39,6 +39,7 @@ void DmTreeVisitor::postProcessTrackNode(DmTrackNode* /*node*/) {}
 void DmTreeVisitor::postProcessLayerNode(DmLayerNode* /*node*/) {}
 void DmTreeVisitor::postProcessReelNode(DmReelNode* /*node*/) {}
 void DmTreeVisitor::postProcessRootNode(DmRoot* /*node*/) {}
+void DmTreeVisitor::notFollowed(DmTreeNode* /*node*/, DmNotFollowed /*why*/) {}
 
 /// At notice level: who sets the variable wants to see the lines without turning every other debug message on.
 void DmTreeVisitor::trace(const DmTreeNode& node) const

@@ -9,7 +9,8 @@
 ///     };
 ///
 /// DmTreeNode::accept calls the function of the node's own class and no other: a source is visited by visitSourceNode
-/// alone. The node is never null. Which nodes are visited, and in which order, is the business of whoever walks.
+/// alone. The node is never null. Which nodes are visited, and in which order, is the business of whoever walks, for
+/// example of a DmPreIt.
 #pragma once
 
 #include "zrExport.h"
@@ -28,7 +29,16 @@ class DmSourceNode;
 class DmTrackNode;
 class DmTransitionNode;
 class DmTreeNode;
+class DmTreePath;
 class DmTrxEffectNode;
+
+/// Why a walk does not go on below a node.
+enum class DmNotFollowed
+{
+    BelowItself, ///< the node stands below itself: it has been visited higher up, and is not visited here
+    TooDeep,     ///< the node stands deeper than dmMaxNesting, and is not visited
+    Known        ///< a walk that goes into shared nodes once has been below the node, which is visited, before
+};
 
 class ZR_DM_API DmTreeVisitor
 {
@@ -63,6 +73,13 @@ public:
     virtual void postProcessReelNode(DmReelNode* node);
     virtual void postProcessRootNode(DmRoot* node);
 
+    /// A node whose children the walk leaves out.
+    virtual void notFollowed(DmTreeNode* node, DmNotFollowed why);
+
+    /// The way that the walk has come, the node being visited included; null outside a walk.
+    const DmTreePath* path() const { return _path; }
+    bool hasStopped() const { return _stopped; }
+
     /// Called by accept: the trace, when it is asked for.
     void visiting(const DmTreeNode& node) const
     {
@@ -70,9 +87,17 @@ public:
             trace(node);
     }
 
+protected:
+    /// Ends the walk, and every later one, before the next node; false lets walks go on again.
+    void stop(bool stopped = true) { _stopped = stopped; }
+
 private:
+    friend class DmTreeIterator;
+
     void trace(const DmTreeNode& node) const;
 
     const char* _name;
+    const DmTreePath* _path = nullptr;
     bool _trace;
+    bool _stopped = false;
 };
