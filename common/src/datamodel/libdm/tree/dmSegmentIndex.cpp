@@ -1,0 +1,65 @@
+#include "dmSegmentIndex.h"
+
+#include "dmBatchFxNode.h"
+#include "dmContainerNode.h"
+#include "dmGapNode.h"
+#include "dmIdTableImp.h"
+#include "dmSourceNode.h"
+#include "dmTreeIterator.h"
+
+namespace
+{
+
+class Collector : public DmTreeVisitor
+{
+public:
+    explicit Collector(DmIdTable& segments)
+        : DmTreeVisitor("DmSegmentIndex")
+        , _segments(segments)
+    {
+    }
+    void visitSegmentNode(DmSegmentNode* node) override
+    {
+        if (!node->getSegmentId().empty())
+            _segments.add(node);
+    }
+    void visitSourceNode(DmSourceNode* node) override { visitSegmentNode(node); }
+    void visitContainerNode(DmContainerNode* node) override { visitSegmentNode(node); }
+    void visitGapNode(DmGapNode* node) override { visitSegmentNode(node); }
+    void visitBatchFxNode(DmBatchFxNode* node) override { visitSegmentNode(node); }
+
+private:
+    DmIdTable& _segments;
+};
+
+} // namespace
+
+DmSegmentIndex::DmSegmentIndex(const CoSharedPtr<DmCompositionNode>& composition)
+    : _composition(composition)
+{
+}
+
+DmSegmentIndex::DmSegmentIndex(DmCompositionNode* composition)
+    : _composition(composition)
+{
+}
+
+DmSegmentIndex::DmSegmentIndex(DmSegmentIndex&& other) noexcept = default;
+DmSegmentIndex& DmSegmentIndex::operator=(DmSegmentIndex&& other) noexcept = default;
+DmSegmentIndex::~DmSegmentIndex() = default;
+
+DmSegmentNode* DmSegmentIndex::find(const DmString& id)
+{
+    if (!_segments)
+    {
+        _segments = std::make_unique<DmIdTable>();
+        Collector collector(*_segments);
+        static_cast<void>(DmPreIt(_composition).apply(collector)); // what stands below itself is in once
+    }
+    return id.empty() ? nullptr : _segments->find(id.view());
+}
+
+void DmSegmentIndex::refresh()
+{
+    _segments.reset();
+}

@@ -1,0 +1,289 @@
+#include "dmTreeIterator.h"
+#include "dmReelNode.h"
+#include "dmRoot.h"
+#include "testCut.h"
+
+#include "zrTestSmallStack.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <sstream>
+
+namespace
+{
+
+/// Writes what it is called with: "(" and ")" around collections, a letter a leaf.
+class Writer : public DmTreeVisitor
+{
+public:
+    Writer()
+        : DmTreeVisitor("Writer")
+    {
+    }
+
+    void visitCompositionNode(DmCompositionNode*) override { add("C("); }
+    void visitTrackNode(DmTrackNode*) override { add("T("); }
+    void visitLayerNode(DmLayerNode*) override { add("L("); }
+    void visitReelNode(DmReelNode*) override { add("R("); }
+    void visitSourceNode(DmSourceNode*) override { add("s"); }
+    void visitContainerNode(DmContainerNode*) override { add("c"); }
+    void visitGapNode(DmGapNode*) override { add("g"); }
+    void visitCutNode(DmCutNode*) override { add("/"); }
+    void visitTrxEffectNode(DmTrxEffectNode*) override { add("x"); }
+    void postProcessCompositionNode(DmCompositionNode*) override { text += ')'; }
+    void postProcessTrackNode(DmTrackNode*) override { text += ')'; }
+    void postProcessLayerNode(DmLayerNode*) override { text += ')'; }
+    void postProcessReelNode(DmReelNode*) override { text += ')'; }
+    void notFollowed(DmTreeNode*, DmNotFollowed why) override
+    {
+        text += why == DmNotFollowed::BelowItself ? '!' : why == DmNotFollowed::TooDeep ? '#' : '=';
+    }
+
+    std::string text;
+    std::string paths; ///< the last one
+    int visits = 0;
+    int stopAfter = -1;
+
+private:
+    void add(const char* what)
+    {
+        text += what;
+        paths = path()->text();
+        if (++visits == stopAfter)
+            stop();
+    }
+};
+
+std::string walked(DmTreeNode* node, const DmWalkOptions& options = {}, eDmErrorId expected = DM_NO_ERROR)
+{
+    Writer writer;
+    EXPECT_EQ(DmPreIt(node, options).apply(writer), expected);
+    EXPECT_EQ(writer.path(), nullptr) << "the way ends with the walk";
+    return writer.text;
+}
+
+} // namespace
+
+TEST(PreOrder, VisitsANodeThenItsChildrenThenTheNodeAgain)
+{
+    const TestCut cut;
+    EXPECT_EQ(walked(cut.composition.get()), "C(T(L(sxs/g)))");
+    EXPECT_EQ(walked(cut.layer.get()), "L(sxs/g)");
+    EXPECT_EQ(walked(cut.gap.get()), "g");
+    EXPECT_EQ(walked(nullptr), "");
+    EXPECT_EQ(walked(compositionOf({nullptr, cut.gap, nullptr}).get()), "C(T(L(g)))") << "null children";
+    for (int depth = 0; depth < 5; ++depth)
+        EXPECT_EQ(walked(cut.composition.get(), {.maxDepth = depth}),
+                  (std::vector<std::string>{"C()", "C(T())", "C(T(L()))", "C(T(L(sxs/g)))",
+                                            "C(T(L(sxs/g)))"}[static_cast<std::size_t>(depth)]));
+}
+
+TEST(PreOrder, GoesIntoContainersOnRequest)
+{
+    const auto outer = compositionOf({containerOf(TestCut().composition), nullptr, containerOf({})});
+    EXPECT_EQ(walked(outer.get()), "C(T(L(cc)))");
+    EXPECT_EQ(walked(outer.get(), {.intoContainers = true}), "C(T(L(cC(T(L(sxs/g)))c)))");
+}
+
+TEST(PreOrder, KnowsItsWay)
+{
+    const auto outer = compositionOf({DmGapNode::create(), nullptr, containerOf(TestCut().composition)});
+    Writer writer;
+    EXPECT_EQ(DmPreIt(outer, {.intoContainers = true}).apply(writer), DM_NO_ERROR);
+    EXPECT_EQ(writer.paths, "children[0]/children[0]/children[2]/composition/children[0]/children[0]/children[4]");
+
+    Writer three;
+    three.stopAfter = 3;
+    EXPECT_EQ(DmPreIt(outer).apply(three), DM_NO_ERROR);
+    EXPECT_EQ(three.text, "C(T(L(");
+    EXPECT_TRUE(three.hasStopped());
+    EXPECT_EQ(DmPreIt(outer).apply(three), DM_NO_ERROR);
+    EXPECT_EQ(three.text, "C(T(L(") << "stopped for good";
+}
+
+TEST(PreOrder, VisitsSharedNodesAtEachPlace)
+{
+    const TestCut cut;
+    const auto reel = DmReelNode::create();
+    reel->addChild(cut.composition);
+    reel->addChild(cut.composition);
+    EXPECT_EQ(walked(reel.get()), "R(C(T(L(sxs/g)))C(T(L(sxs/g))))");
+    EXPECT_EQ(walked(reel.get(), {.sharedOnce = true}), "R(C(T(L(sxs/g)))C(=))");
+}
+
+TEST(PreOrder, MeetsWhatStandsBelowItself)
+{
+    zrTestOnSmallStack(
+        []
+        {
+            const auto reel = DmReelNode::create();
+            const auto inner = DmReelNode::create();
+            reel->addChild(inner);
+            inner->addChild(reel);
+            inner->addChild(inner);
+            inner->addChild(DmGapNode::create());
+            EXPECT_EQ(walked(reel.get(), {}, DM_BAD_VALUE), "R(R(!!g))");
+            while (inner->removeChild(0) > 0)
+                continue;
+
+            const EndlessCut endless;
+            EXPECT_EQ(walked(endless.composition.get()), "C(T(L(c)))");
+            EXPECT_EQ(walked(endless.composition.get(), {.intoContainers = true}, DM_BAD_VALUE), "C(T(L(c!)))");
+
+            auto deep = DmReelNode::create();
+            for (int i = 0; i < 600; ++i)
+            {
+                const auto above = DmReelNode::create();
+                above->addChild(deep);
+                deep = above;
+            }
+            const std::string text = walked(deep.get(), {}, DM_BAD_VALUE);
+            EXPECT_EQ(text.size(), 3U * 512U + 1U);
+            EXPECT_EQ(text[1024], '#');
+        });
+}
+
+TEST(Copies, KeepTheShapeOfATree)
+{
+    const TestCut cut;
+    const auto second = DmTrackNode::create(2, DM_MEDIA_VIDEO);
+    second->addChild(cut.layer);
+    cut.composition->addChild(second);
+    EXPECT_EQ(cut.one->setComment(L"a comment"), DM_NO_ERROR);
+    EXPECT_EQ(cut.composition->addCueMark(DmCueMark::create(L"here", 10)), DM_NO_ERROR);
+
+    const CoSharedPtr<DmCompositionNode> copy = DmTreeTool::deepClone(cut.composition);
+    ASSERT_TRUE(copy);
+    EXPECT_TRUE(DmTreeTool::areEqual(cut.composition.get(), copy.get()));
+    EXPECT_EQ(copy->getChild(0)->getChild(0), copy->getChild(1)->getChild(0)) << "shared in the copy too";
+    EXPECT_NE(copy->getChild(0)->getChild(0), cut.layer.get());
+    auto* const one = dynamic_cast<DmSourceNode*>(copy->getChild(0)->getChild(0)->getChild(0));
+    ASSERT_TRUE(one);
+    EXPECT_NE(one->getSrcInput(), cut.one->getSrcInput());
+    EXPECT_EQ(one->getComment(), cut.one->getComment());
+
+    EXPECT_EQ(one->setRecIn(1), DM_NO_ERROR);
+    std::string difference;
+    EXPECT_FALSE(DmTreeTool::areEqual(cut.composition.get(), copy.get(), &difference));
+    EXPECT_EQ(difference, "children[0]/children[0]/children[0]/recIn");
+    EXPECT_EQ(cut.one->getRecIn(), 0);
+
+    EXPECT_FALSE(DmTreeTool::deepClone(nullptr));
+    EXPECT_FALSE(DmTreeTool::deepClone(CoSharedPtr<DmGapNode>()));
+    EXPECT_TRUE(DmTreeTool::areEqual(nullptr, nullptr));
+    EXPECT_FALSE(DmTreeTool::areEqual(cut.gap.get(), nullptr));
+    EXPECT_FALSE(DmTreeTool::areEqual(cut.gap.get(), cut.cut.get()));
+}
+
+TEST(Copies, OfTreesThatHoldThemselvesAreRefused)
+{
+    zrTestOnSmallStack(
+        []
+        {
+            const EndlessCut endless;
+            const EndlessCut other;
+            EXPECT_FALSE(DmTreeTool::deepClone(endless.composition));
+            EXPECT_FALSE(DmTreeTool::areEqual(endless.composition.get(), other.composition.get()));
+            EXPECT_TRUE(DmTreeTool::areEqual(endless.composition.get(), endless.composition.get()));
+
+            const auto deep = nestedCompositions(100);
+            EXPECT_TRUE(DmTreeTool::areEqual(deep.get(), DmTreeTool::deepClone(deep).get()));
+        });
+}
+
+namespace
+{
+
+std::string dumped(DmTreeNode* tree, int maxDepth = -1, eDmErrorId expected = DM_NO_ERROR)
+{
+    std::ostringstream out;
+    EXPECT_EQ(DmTreeTool::dump(tree, out, maxDepth), expected);
+    return out.str();
+}
+
+} // namespace
+
+TEST(Dump, IsALineANode)
+{
+    TestCut cut;
+    EXPECT_EQ(cut.composition->setStartTC(90000, L"25 fps"), DM_NO_ERROR);
+    EXPECT_EQ(cut.composition->setCompLength(250), DM_NO_ERROR);
+    EXPECT_EQ(cut.composition->addCueMark(DmCueMark::create(L"here", 10)), DM_NO_ERROR);
+    EXPECT_EQ(cut.one->setName(L"\"É\"\n\\\x01"), DM_NO_ERROR);
+    EXPECT_EQ(cut.two->addEffect(DmVDissolveSettings::create()), DM_NO_ERROR);
+    EXPECT_EQ(cut.two->setMuted(true), DM_NO_ERROR);
+    EXPECT_EQ(cut.two->getSrcInput()->setName(L"A003"), DM_NO_ERROR);
+    addAny(*cut.layer, {});
+    addAny(*cut.layer, containerOf(compositionOf({})));
+    EXPECT_EQ(
+        dumped(cut.composition.get()),
+        "DmCompositionNode \"cut\" \"25 fps\" from 01:00:00:00 length 00:00:10:00 tracks 1 marks 1\n"
+        "  DmTrackNode \"untitled\" number 1 video layers 1\n"
+        "    DmLayerNode \"untitled\" number 0 video from 00:00:00:00 length 00:00:00:00 elements 7 missing 1\n"
+        "      DmSourceNode \"\\\"É\\\"\\n\\\\\\x01\" 00:00:00:00 - 00:00:04:00 id \"one\" plays 01:00:00:00 of "
+        "MediaInput\n"
+        "      DmTrxEffectNode \"untitled\" 00:00:04:00 - 00:00:04:20 effect VDissolve\n"
+        "      DmSourceNode \"two\" 00:00:04:20 - 00:00:08:00 id \"two\" muted effect VDissolve plays 01:00:02:00 of "
+        "MediaInput \"A003\"\n"
+        "      DmCutNode \"untitled\" 00:00:08:00 - 00:00:08:00\n"
+        "      DmGapNode \"untitled\" 00:00:08:00 - 00:00:10:00\n"
+        "      DmContainerNode \"untitled\" 00:00:00:00 - 00:00:04:00 plays 00:00:00:00\n"
+        "        DmCompositionNode \"of these\" \"25 fps\" from 00:00:00:00 length 00:00:00:00 tracks 1\n"
+        "          DmTrackNode \"untitled\" number 1 video layers 1\n"
+        "            DmLayerNode \"untitled\" number 0 video from 00:00:00:00 length 00:00:00:00 elements 0\n");
+    EXPECT_EQ(dumped(cut.composition.get(), 0),
+              "DmCompositionNode \"cut\" \"25 fps\" from 01:00:00:00 length 00:00:10:00 tracks 1 marks 1\n");
+    EXPECT_EQ(dumped(nullptr), "");
+}
+
+TEST(Dump, HasALineForEveryKindOfNode)
+{
+    const auto root = DmRoot::create();
+    EXPECT_EQ(root->getIdentification()->setAppName(L"Editor"), DM_NO_ERROR);
+    const auto reel = DmReelNode::create();
+    root->addReel(reel);
+    for (const wchar_t* const name : {L"DmBlobNode", L"DmBatchFxNode", L"DmContainerNode", L"DmSourceNode",
+                                      L"DmTrxEffectNode", L"DmGapNode", L"DmCutNode"})
+    {
+        DmPropertySet* node = nullptr;
+        ASSERT_EQ(DmPropertyFactory::getInstance().createPropertySetInstance(name, DmNodeId(), 0, node), DM_NO_ERROR);
+        addAny(*reel, DmPropertySetPtr(node));
+    }
+    addAny(*reel, DmGapNode::create(DM_MEDIA_VIDEO, dmNoTime, -INFINITY));
+    EXPECT_EQ(dumped(root.get()), "DmRoot \"untitled\" by \"Editor\" children 1\n"
+                                  "  DmReelNode \"untitled\" children 8\n"
+                                  "    DmBlobNode \"untitled\" size 0\n"
+                                  "    DmBatchFxNode \"untitled\" 0 - 0\n"
+                                  "    DmContainerNode \"untitled\" 0 - 0 plays 0 composition none\n"
+                                  "    DmSourceNode \"untitled\" 0 - 0 input none\n"
+                                  "    DmTrxEffectNode \"untitled\" 0 - 0 effect none\n"
+                                  "    DmGapNode \"untitled\" 0 - 0\n"
+                                  "    DmCutNode \"untitled\" 0 - 0\n"
+                                  "    DmGapNode \"untitled\" unset - -inf\n");
+}
+
+TEST(Dump, SaysWhatItLeavesOut)
+{
+    const EndlessCut endless;
+    EXPECT_EQ(dumped(endless.composition.get(), -1, DM_BAD_VALUE),
+              "DmCompositionNode \"of these\" \"25 fps\" from 00:00:00:00 length 00:00:00:00 tracks 1\n"
+              "  DmTrackNode \"untitled\" number 1 video layers 1\n"
+              "    DmLayerNode \"untitled\" number 0 video from 00:00:00:00 length 00:00:00:00 elements 1\n"
+              "      DmContainerNode \"untitled\" 00:00:00:00 - 00:00:04:00 plays 00:00:00:00\n"
+              "        DmCompositionNode \"of these\" stands below itself: not followed\n");
+
+    // Each level holds the next one twice: shown every time, there would be no end to it.
+    auto outer = DmReelNode::create();
+    for (int i = 0; i < 60; ++i)
+    {
+        const auto above = DmReelNode::create();
+        above->addChild(outer);
+        above->addChild(outer);
+        outer = above;
+    }
+    const std::string text = dumped(outer.get());
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1 + 2 * 60 + 59);
+    EXPECT_NE(text.find("DmReelNode \"untitled\" is shared: see above\n"), std::string::npos);
+}
