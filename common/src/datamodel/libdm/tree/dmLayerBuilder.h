@@ -1,0 +1,54 @@
+/// Makes a layer that keeps the rules: segments and transitions go in in record order, and the builder adds what must
+/// stand between them.
+///
+///     DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
+///     builder.append(source);          // at the end of what is there
+///     builder.append(dissolve);
+///     builder.append(next);
+///     title->setRecIn(500.0);
+///     builder.place(title);            // where it says: the hole in front of it becomes a gap, each seam a cut
+///     CoSharedPtr<DmLayerNode> layer = builder.finish();
+///
+/// Between two transitions, and at an end where a transition has no segment, stands a gap of no length. Elements are
+/// shared, not copied; each goes in once. Times are frames of the composition's mode.
+///
+/// An element that would break a rule is DM_BAD_VALUE and changes nothing: null, of another media type, of a kind that
+/// layers do not take, of a length that is no time (or, for a segment that is no gap, is less than half a frame), or
+/// placed before the end of what is there. ZR_DEBUG_DM_LAYER_BUILDER posts each step.
+#pragma once
+
+#include "dmLayerNode.h"
+
+class ZR_DM_API DmLayerBuilder
+{
+public:
+    /// The layer begins at the record time `start`.
+    DmLayerBuilder(int layerNum, eDmTreeMediaType mediaType, double start = 0.0, int stereoOutputChannel = 0,
+                   bool isResultLayer = false);
+
+    /// Puts a segment or a transition at the end: sets its "recIn".
+    eDmErrorId append(const CoSharedPtr<DmTreeNode>& element);
+    /// Puts it where its "recIn" says. A cut gets the length that cuts have, none.
+    eDmErrorId place(const CoSharedPtr<DmTreeNode>& element);
+    /// Adds a gap up to that record time, if there is something to fill.
+    eDmErrorId fillTo(double time);
+
+    double getStart() const { return _start; }
+    /// Where the last element ends.
+    double getEnd() const { return _end; }
+    /// The layer so far, its start and length set. More may be put in behind, and finish() called again. Null when the
+    /// layer could not be made.
+    CoSharedPtr<DmLayerNode> finish();
+
+private:
+    template <class Element>
+    eDmErrorId put(Element& element, double recIn);
+    eDmErrorId addCut();
+    eDmErrorId addGap(double length);
+    eDmErrorId add(const CoSharedPtr<DmTreeNode>& element, double recIn, double recLength);
+    bool endsInSegment() const;
+
+    CoSharedPtr<DmLayerNode> _layer;
+    double _start;
+    double _end;
+};

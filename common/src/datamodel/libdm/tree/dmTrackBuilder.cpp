@@ -1,0 +1,48 @@
+#include "dmTrackBuilder.h"
+
+#include <algorithm>
+
+DmTrackBuilder::DmTrackBuilder(int trackNum, eDmTreeMediaType mediaType, double start)
+    : _trackNum(trackNum)
+    , _mediaType(mediaType)
+    , _start(start)
+{
+    beginLayer();
+}
+
+void DmTrackBuilder::beginLayer(int stereoOutputChannel, bool isResultLayer)
+{
+    _layers.emplace_back(static_cast<int>(_layers.size()), _mediaType, _start, stereoOutputChannel, isResultLayer);
+}
+
+double DmTrackBuilder::getEnd() const
+{
+    double end = _start;
+    for (const DmLayerBuilder& layer : _layers)
+        end = std::max(end, layer.getEnd());
+    return end;
+}
+
+CoSharedPtr<DmTrackNode> DmTrackBuilder::finish()
+{
+    CoSharedPtr<DmTrackNode> track = DmTrackNode::create(_trackNum, _mediaType);
+    for (DmLayerBuilder& builder : _layers)
+    {
+        const CoSharedPtr<DmLayerNode> layer = builder.finish();
+        if (!track || !layer)
+            return {};
+        track->addChild(layer);
+    }
+    return track;
+}
+
+eDmErrorId DmTrackBuilder::addTo(DmCompositionNode& composition)
+{
+    const CoSharedPtr<DmTrackNode> track = finish();
+    if (!track)
+        return DM_BAD_VALUE;
+    const eDmErrorId status = composition.setCompLength(std::max(composition.getCompLength(), getEnd() - _start));
+    if (status == DM_NO_ERROR)
+        composition.addChild(track);
+    return status;
+}

@@ -1,0 +1,45 @@
+/// Makes a track, layer by layer, each of which keeps the rules (dmLayerBuilder.h), and puts it into a composition.
+///
+///     DmTrackBuilder builder(1, DM_MEDIA_VIDEO);
+///     builder.append(shot);
+///     builder.append(dissolve);
+///     builder.append(next);
+///     builder.beginLayer();
+///     builder.place(title);
+///     builder.addTo(*composition);
+#pragma once
+
+#include "dmCompositionNode.h"
+#include "dmLayerBuilder.h"
+#include "dmTrackNode.h"
+
+#include <vector>
+
+class ZR_DM_API DmTrackBuilder
+{
+public:
+    /// The track's first layer is begun. Layers are numbered from 0; each begins at the record time `start`.
+    DmTrackBuilder(int trackNum, eDmTreeMediaType mediaType, double start = 0.0);
+
+    // Into the layer that was begun last; as DmLayerBuilder's.
+
+    eDmErrorId append(const CoSharedPtr<DmTreeNode>& element) { return _layers.back().append(element); }
+    eDmErrorId place(const CoSharedPtr<DmTreeNode>& element) { return _layers.back().place(element); }
+    eDmErrorId fillTo(double time) { return _layers.back().fillTo(time); }
+
+    void beginLayer(int stereoOutputChannel = 0, bool isResultLayer = false);
+    /// Where the longest layer ends.
+    double getEnd() const;
+
+    /// The track with all its layers. More may be put in behind, and finish() called again, which gives another track
+    /// with the same layers. Null when it could not be made.
+    CoSharedPtr<DmTrackNode> finish();
+    /// Finishes the track, adds it to a composition, and makes the composition as long as the track if it is shorter.
+    eDmErrorId addTo(DmCompositionNode& composition);
+
+private:
+    int _trackNum;
+    eDmTreeMediaType _mediaType;
+    double _start;
+    std::vector<DmLayerBuilder> _layers; ///< never empty
+};
