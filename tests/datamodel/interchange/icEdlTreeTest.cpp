@@ -5,14 +5,14 @@
 #include "dmBlobNode.h"
 #include "dmCompositionNode.h"
 #include "dmContainerNode.h"
-#include "dmGapNode.h"
 #include "dmJsonImporter.h"
-#include "dmLayerNode.h"
+#include "dmLayerBuilder.h"
 #include "dmResizeSettings.h"
 #include "dmSourceInput.h"
 #include "dmTimewarpSettings.h"
-#include "dmTrackNode.h"
+#include "dmTrackBuilder.h"
 #include "dmTreeJsonBuilder.h"
+#include "dmTreeTool.h"
 #include "dmTrxEffectNode.h"
 #include "dmUtf8.h"
 #include "dmWipeSettings.h"
@@ -38,52 +38,14 @@ struct Converted
     DmSourceNode& source(int element) const { return dynamic_cast<DmSourceNode&>(*layer().getChild(element)); }
 };
 
-struct Range
-{
-    double in;
-    double length;
-    bool operator==(const Range&) const = default;
-};
-
-Range recordRange(const DmTreeNode* node)
-{
-    if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(node))
-        return {segment->getRecIn(), segment->getRecLength()};
-    const auto& transition = dynamic_cast<const DmTransitionNode&>(*node);
-    return {transition.getRecIn(), transition.getRecLength()};
-}
-
-/// Segments and transitions alternate and leave no hole, and what is played lies within its material.
-void expectSound(const DmLayerNode& layer)
-{
-    double end = layer.getLayerStartTC();
-    EXPECT_EQ(layer.getNbChildren() % 2, 1);
-    for (int i = 0; i < layer.getNbChildren(); ++i)
-    {
-        const DmTreeNode* const node = layer.getChild(i);
-        const Range range = recordRange(node);
-        EXPECT_EQ(node->isTransition(), i % 2 == 1) << i;
-        EXPECT_EQ(range.in, end) << i;
-        end = range.in + range.length;
-        if (const auto* const source = dynamic_cast<const DmSourceNode*>(node))
-        {
-            const double length = source->getSrcInput()->getSrcLength();
-            EXPECT_GT(range.length, 0) << i;
-            EXPECT_TRUE(length <= 1 || source->getRelIn() + range.length <= length) << i;
-        }
-    }
-    EXPECT_EQ(layer.getLayerLength(), end - layer.getLayerStartTC());
-}
-
 /// A document of a list, which every rule must hold for.
 Converted toTree(const EdlList& list)
 {
     Report report("cut.edl");
     Converted result{edlToTree(list, report), {}};
     result.messages = report.toString();
-    for (int track = 0; track < result.composition().getNbChildren(); ++track)
-        for (int layer = 0; layer < result.composition().getChild(track)->getNbChildren(); ++layer)
-            expectSound(result.layer(track, layer));
+    for (const DmTreeViolation& violation : DmTreeTool::findViolations(&result.composition(), DM_VALIDATE_ALL))
+        ADD_FAILURE() << violation.path << ": " << dmUtf8(violation.message);
     return result;
 }
 
@@ -245,7 +207,7 @@ TEST(EdlTree, PlacesSegmentsAndTransitionsInRecordTime)
     {
         DmTreeNode* const node = tree.layer().getChild(i);
         EXPECT_EQ(node->whatIs(), elements[i].kind) << i;
-        EXPECT_EQ(recordRange(node), (Range{start + elements[i].in, elements[i].length})) << i;
+        EXPECT_EQ(DmTreeTool::getRecordRange(node), (DmTimeRange{start + elements[i].in, elements[i].length})) << i;
     }
     const auto& wipe = dynamic_cast<DmTrxEffectNode&>(*tree.layer().getChild(1));
     EXPECT_EQ(dynamic_cast<DmWipeSettings&>(*wipe.getEffect()).getSmptePattern(), 3);
@@ -354,26 +316,24 @@ TEST(EdlTree, WritesAnyDocumentAndSaysWhatAListCannot)
         EXPECT_EQ(node->setName(name), DM_NO_ERROR);
         return node;
     };
-    const auto addTrack = [&](int number, eDmTreeMediaType mediaType, std::initializer_list<DmTreeNode*> elements)
-    {
-        const auto track = DmTrackNode::create(number, mediaType);
-        const auto layer = DmLayerNode::create(0, mediaType, 0, false);
-        for (DmTreeNode* const element : elements)
-            layer->addChild(element);
-        track->addChild(layer);
-        composition->addChild(track);
-    };
+    DmTrackBuilder video(1, DM_MEDIA_VIDEO);
     const auto first = shot(L"A", DM_MEDIA_VIDEO, 100, 50, 10);
     ASSERT_EQ(first->addEffect(DmResizeSettings::create()), DM_NO_ERROR);
     ASSERT_EQ(first->addEffect(DmResizeSettings::create()), DM_NO_ERROR);
-    const auto wipe = DmTrxEffectNode::create(DmWipeSettings::create(), 50, 25);
-    const auto second = shot(L"B", DM_MEDIA_VIDEO, 200, 25.5, 40);
-    ASSERT_EQ(second->setRecIn(75), DM_NO_ERROR);
-    const auto nested = DmContainerNode::create(DmCompositionNode::create(), DM_MEDIA_VIDEO, 100.5, 24.5);
-    addTrack(1, DM_MEDIA_VIDEO, {first.get(), wipe.get(), second.get(), nested.get()});
-    addTrack(2, DM_MEDIA_VIDEO, {shot(L"Title", DM_MEDIA_VIDEO, 0, 50, 0).get()});
-    addTrack(3, DM_MEDIA_AUDIO, {shot(L"A", DM_MEDIA_AUDIO, 100, 50, 10).get()});
-    addTrack(4, DM_MEDIA_AUDIO, {shot(L"A", DM_MEDIA_AUDIO, 100, 50, 10).get()});
+    ASSERT_EQ(video.append(first), DM_NO_ERROR);
+    ASSERT_EQ(video.append(DmTrxEffectNode::create(DmWipeSettings::create(), 0, 25)), DM_NO_ERROR);
+    ASSERT_EQ(video.append(shot(L"B", DM_MEDIA_VIDEO, 200, 25.5, 40)), DM_NO_ERROR);
+    ASSERT_EQ(video.append(DmContainerNode::create(DmCompositionNode::create(), DM_MEDIA_VIDEO, 0, 24.5)), DM_NO_ERROR);
+    ASSERT_EQ(video.addTo(*composition), DM_NO_ERROR);
+    DmTrackBuilder over(2, DM_MEDIA_VIDEO);
+    ASSERT_EQ(over.append(shot(L"Title", DM_MEDIA_VIDEO, 0, 50, 0)), DM_NO_ERROR);
+    ASSERT_EQ(over.addTo(*composition), DM_NO_ERROR);
+    for (int track = 3; track < 5; ++track)
+    {
+        DmTrackBuilder audio(track, DM_MEDIA_AUDIO);
+        ASSERT_EQ(audio.append(shot(L"A", DM_MEDIA_AUDIO, 100, 50, 10)), DM_NO_ERROR);
+        ASSERT_EQ(audio.addTo(*composition), DM_NO_ERROR);
+    }
     ASSERT_EQ(composition->addCueMark(DmCueMark::create(L"here", 60)), DM_NO_ERROR);
     ASSERT_EQ(composition->addCueMark(DmCueMark::create(L"nowhere", 1000)), DM_NO_ERROR);
     const auto root = DmRoot::create();

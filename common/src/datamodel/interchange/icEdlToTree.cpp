@@ -6,9 +6,8 @@
 #include "dmATimewarpSettings.h"
 #include "dmColourEffects.h"
 #include "dmCompositionNode.h"
-#include "dmCutNode.h"
 #include "dmGapNode.h"
-#include "dmLayerNode.h"
+#include "dmLayerBuilder.h"
 #include "dmSourceInput.h"
 #include "dmTimewarpSettings.h"
 #include "dmTrackNode.h"
@@ -71,70 +70,6 @@ struct Place
     std::int64_t recIn; ///< of the source: behind the transition
     std::int64_t length;
     std::int64_t relIn;
-};
-
-/// Puts elements into a layer in record order, with the gaps and cuts that must stand between them: a gap of no length
-/// where a transition has no segment.
-class LayerFiller
-{
-public:
-    LayerFiller(int number, eDmTreeMediaType mediaType, double start)
-        : _layer(made(DmLayerNode::create(number, mediaType, 0, false)))
-        , _start(start)
-        , _end(start)
-    {
-    }
-
-    template <class Element>
-    void place(const CoSharedPtr<Element>& element)
-    {
-        if (element->getRecIn() > _end)
-            addGap(element->getRecIn() - _end);
-        if (element->isTransition() && !_endsInSegment)
-            addGap(0.0);
-        else if (!element->isTransition())
-            addCut();
-        add(element, element->getRecLength());
-    }
-    CoSharedPtr<DmLayerNode> finish()
-    {
-        if (!_endsInSegment && _layer->getNbChildren() != 0)
-            addGap(0.0);
-        require(_layer->setLayerStartTC(_start));
-        require(_layer->setLayerLength(_end - _start));
-        return _layer;
-    }
-
-private:
-    void addGap(double length)
-    {
-        addCut();
-        add(made(DmGapNode::create(_layer->getMediaType(), _end, length)), length);
-    }
-    /// Only between two segments.
-    void addCut()
-    {
-        if (!_endsInSegment)
-            return;
-        const auto cut = made(DmCutNode::create());
-        require(cut->setMediaType(_layer->getMediaType()));
-        require(cut->setRecIn(_end));
-        add(cut, 0.0);
-    }
-    template <class Element>
-    void add(const CoSharedPtr<Element>& element, double length)
-    {
-        const int before = _layer->getNbChildren();
-        if (_layer->addChild(element) == before)
-            throw std::bad_alloc();
-        _end += length;
-        _endsInSegment = element->isSegment();
-    }
-
-    CoSharedPtr<DmLayerNode> _layer;
-    double _start;
-    double _end;
-    bool _endsInSegment = false;
 };
 
 class TreeMaker
@@ -268,7 +203,7 @@ bool TreeMaker::isOutgoing(std::uint32_t position) const
 
 CoSharedPtr<DmLayerNode> TreeMaker::layer(int number, Channel channel, const Events& events)
 {
-    LayerFiller filler(number, channel.mediaType, static_cast<double>(_start));
+    DmLayerBuilder builder(number, channel.mediaType, static_cast<double>(_start));
     CoSharedPtr<DmSourceNode> outgoing;
     for (std::size_t i = 0; i < events.size(); ++i)
     {
@@ -289,20 +224,20 @@ CoSharedPtr<DmLayerNode> TreeMaker::layer(int number, Channel channel, const Eve
             const auto node = transition(event, channel, mixed);
             if (outgoing)
                 require(node->setBaseBlob(outgoing));
-            filler.place(node);
+            require(builder.place(node));
         }
         outgoing.reset();
         const auto node = source(events[i], channel, {event.record.in + mixed, length - mixed, mixed});
         if (length > mixed)
         {
-            filler.place(node);
+            require(builder.place(node));
             continue;
         }
         const auto gap = made(DmGapNode::create(channel.mediaType, node->getRecIn(), 0.0));
         require(gap->setBaseBlob(node));
-        filler.place(gap);
+        require(builder.place(gap));
     }
-    return filler.finish();
+    return made(builder.finish());
 }
 
 CoSharedPtr<DmTrxEffectNode> TreeMaker::transition(const EdlEvent& event, Channel channel, std::int64_t length) const
