@@ -25,10 +25,13 @@ using Run = std::function<int()>;
 /// Adds a subcommand to the application and sets `run` when the command line chose it.
 using AddSubcommand = void (*)(CLI::App& app, Run& run);
 
+void addCheck(CLI::App& app, Run& run);
 void addClasses(CLI::App& app, Run& run);
 void addConvert(CLI::App& app, Run& run);
+void addDump(CLI::App& app, Run& run);
 void addEnv(CLI::App& app, Run& run);
 void addFmt(CLI::App& app, Run& run);
+void addInfo(CLI::App& app, Run& run);
 void addSchema(CLI::App& app, Run& run);
 void addTc(CLI::App& app, Run& run);
 

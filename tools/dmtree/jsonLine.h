@@ -56,6 +56,25 @@ public:
         return *this;
     }
 
+    /// Ends the object that is added.
+    JsonLine& addObject(std::string_view key, JsonLine& object)
+    {
+        name(key);
+        raw(object.text());
+        return *this;
+    }
+    /// A range of objects, as text() gives them.
+    template <class Range>
+    JsonLine& addObjects(std::string_view key, const Range& objects)
+    {
+        name(key);
+        _writer.StartArray();
+        for (const auto& object : objects)
+            raw(object);
+        _writer.EndArray();
+        return *this;
+    }
+
     /// Ends the object. The text lives as long as this.
     std::string_view text()
     {
@@ -69,6 +88,8 @@ private:
     {
         _writer.String(value.data(), static_cast<rapidjson::SizeType>(value.size()));
     }
+
+    void raw(std::string_view object) { _writer.RawValue(object.data(), object.size(), rapidjson::kObjectType); }
 
     rapidjson::StringBuffer _buffer;
     rapidjson::Writer<rapidjson::StringBuffer> _writer{_buffer};

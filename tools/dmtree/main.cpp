@@ -15,7 +15,8 @@ namespace
 
 /// One row a subcommand, in the order of --help.
 constexpr std::initializer_list<dmtree::AddSubcommand> subcommands = {
-    dmtree::addConvert, dmtree::addFmt, dmtree::addSchema, dmtree::addClasses, dmtree::addEnv, dmtree::addTc,
+    dmtree::addCheck,  dmtree::addInfo,    dmtree::addDump, dmtree::addFmt, dmtree::addConvert,
+    dmtree::addSchema, dmtree::addClasses, dmtree::addEnv,  dmtree::addTc,
 };
 
 } // namespace

@@ -1,0 +1,257 @@
+// dmtree check: what is wrong with documents, for a person's eyes or for a job scheduler's.
+#include "dmtree.h"
+#include "documents.h"
+#include "jsonLine.h"
+
+#include "dmCompositionNode.h"
+#include "dmSourceNode.h"
+#include "dmTreeIterator.h"
+#include "dmTreeTool.h"
+#include "dmUtf8.h"
+#include "timeText.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+using dmtree::JsonLine;
+
+struct Options
+{
+    std::vector<std::string> files;
+    std::string output;
+    bool all = false;
+    bool repair = false;
+    bool json = false;
+};
+
+struct Finding
+{
+    const char* kind;
+    std::string path;    ///< of the node, from the root on
+    std::string record;  ///< label of its record time; empty where it has none
+    std::string message; ///< on one line
+};
+
+struct Report
+{
+    std::string error; ///< why the document is unreadable
+    std::vector<Finding> warnings;
+    std::vector<Finding> violations;
+};
+
+/// Repairs the times of every source, and notes what it found.
+class TimeChecker final : public DmTreeVisitor
+{
+public:
+    explicit TimeChecker(std::vector<Finding>& findings)
+        : DmTreeVisitor("TimeChecker")
+        , _findings(findings)
+    {
+    }
+    void visitSourceNode(DmSourceNode* node) override
+    {
+        const eDmErrorId status = node->checkTimeIntegrity();
+        for (std::string& message : _messages.take())
+            _findings.push_back({"warning", path()->text(), "", std::move(message)});
+        if (status != DM_NO_ERROR)
+            _findings.push_back({"warning", path()->text(), "", "Its times could not be repaired"});
+    }
+
+private:
+    std::vector<Finding>& _findings;
+    dmtree::CapturedMessages _messages;
+};
+
+/// Has every composition, those in containers included, checked by all rules, until it goes.
+class AllRules final : public DmTreeVisitor
+{
+public:
+    explicit AllRules(DmRoot& root)
+        : DmTreeVisitor("AllRules")
+    {
+        static_cast<void>(DmPreIt(&root, {.intoContainers = true}).apply(*this)); // what is not reached is not checked
+    }
+    ~AllRules() override
+    {
+        for (const auto& [node, origin] : _origins)
+            static_cast<void>(node->setOrigin(origin)); // it could be set before
+    }
+    AllRules(const AllRules&) = delete;
+    AllRules& operator=(const AllRules&) = delete;
+
+    void visitCompositionNode(DmCompositionNode* node) override
+    {
+        const eDmOrigin origin = node->getOrigin();
+        if (node->setOrigin(DM_ORIGIN_STRICT) == DM_NO_ERROR)
+            _origins.emplace_back(node, origin);
+    }
+
+private:
+    std::vector<std::pair<DmCompositionNode*, eDmOrigin>> _origins;
+};
+
+/// Notes the violations of a composition, whose path is given.
+void checkComposition(DmCompositionNode& composition, const std::string& path, std::vector<Finding>& findings)
+{
+    const DM::FrameCodeModes fcm = dmFcmFromText(composition.getFCM());
+    for (const DmTreeViolation& violation :
+         DmTreeTool::findViolations(&composition, DmTreeTool::getValidationOptions(&composition)))
+    {
+        const double record = violation.place.recordFrame;
+        findings.push_back({"violation", violation.path.empty() ? path : path + '/' + violation.path,
+                            record == dmNoTime ? std::string() : dmtree::timeText(record, fcm),
+                            dmUtf8(violation.message)});
+    }
+}
+
+/// A root or a reel: the rules are those of compositions, so nothing else may stand where none looks at it.
+void checkCollection(DmTreeNode& collection, const std::string& path, std::vector<Finding>& findings)
+{
+    for (int i = 0; i < collection.getNbChildren(); ++i)
+    {
+        const std::string childPath = path + "children[" + std::to_string(i) + ']';
+        DmTreeNode* const child = collection.getChild(i);
+        if (!child)
+            findings.push_back({"violation", childPath, "", "Nothing stands here."});
+        else if (child->whatIs() == DM_COMPOSITION_NODE)
+            checkComposition(static_cast<DmCompositionNode&>(*child), childPath, findings);
+        else if (child->whatIs() == DM_REEL_NODE)
+            checkCollection(*child, childPath + '/', findings);
+        else if (child->whatIs() != DM_BLOB_NODE)
+            findings.push_back({"violation", childPath, "", "It stands outside of a composition."});
+    }
+}
+
+Report checkFile(const std::string& file, const Options& options)
+{
+    Report report;
+    const dmtree::Document document = dmtree::openDocument(file);
+    report.error = document.error;
+    if (!document.root)
+        return report;
+
+    const auto checkTimes = [&]
+    {
+        TimeChecker checker(report.warnings);
+        static_cast<void>(DmPreIt(document.root, {.intoContainers = true}).apply(checker)); // a file holds no cycle
+    };
+    const auto checkRules = [&]
+    {
+        const std::unique_ptr<AllRules> allRules = options.all ? std::make_unique<AllRules>(*document.root) : nullptr;
+        checkCollection(*document.root, "", report.violations);
+    };
+    if (!options.repair)
+    {
+        checkRules(); // of the document as it is: looking at times repairs them
+        checkTimes();
+        return report;
+    }
+    checkTimes();
+    checkRules();
+    dmtree::saveDocument(*document.root, options.output, DmTreeJsonBuilder::Layout::Environment);
+    return report;
+}
+
+std::string countOf(std::size_t count, const char* noun)
+{
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
+
+void printText(const std::string& file, const Report& report)
+{
+    for (const auto* findings : {&report.warnings, &report.violations})
+        for (const Finding& finding : *findings)
+            std::cout << file << ": " << finding.kind << ": " << finding.path
+                      << (finding.record.empty() ? "" : " at " + finding.record) << ": " << finding.message << '\n';
+    std::cout << file << ": ";
+    if (!report.error.empty())
+        std::cout << "unreadable: " << report.error;
+    else if (report.violations.empty())
+        std::cout << "valid";
+    else
+        std::cout << countOf(report.violations.size(), "violation");
+    std::cout << '\n';
+}
+
+void printJson(const std::string& file, const Report& report)
+{
+    JsonLine line;
+    line.add("file", file);
+    if (!report.error.empty())
+    {
+        std::cout << line.add("result", "unreadable").add("error", report.error).text() << '\n';
+        return;
+    }
+    line.add("result", report.violations.empty() ? "valid" : "violations");
+    for (const auto& [key, findings] : {std::pair("violations", &report.violations), {"warnings", &report.warnings}})
+    {
+        std::vector<std::string> objects;
+        for (const Finding& finding : *findings)
+        {
+            JsonLine object;
+            object.add("path", finding.path);
+            if (!finding.record.empty())
+                object.add("record", finding.record);
+            objects.emplace_back(object.add("message", finding.message).text());
+        }
+        line.addObjects(key, objects);
+    }
+    std::cout << line.text() << '\n';
+}
+
+int checkAll(const Options& options)
+{
+    int worst = dmtree::Fine;
+    for (const std::string& file : options.files)
+    {
+        const Report report = checkFile(file, options);
+        (options.json ? printJson : printText)(file, report);
+        std::cout.flush(); // whoever watches a long run sees how far it is
+        const int code = !report.error.empty()        ? dmtree::Unusable
+                         : !report.violations.empty() ? dmtree::Finding
+                                                      : dmtree::Fine;
+        worst = std::max(worst, code);
+    }
+    return worst;
+}
+
+} // namespace
+
+void dmtree::addCheck(CLI::App& app, Run& run)
+{
+    CLI::App* const command = app.add_subcommand("check", "Look for what is wrong with documents");
+    const auto options = std::make_shared<Options>();
+    command->add_option("FILE", options->files, fileHelp)->required();
+    command->add_flag("--all", options->all, "Apply every rule, whatever the origin of a composition is");
+    CLI::Option* const repair =
+        command->add_flag("--repair", options->repair, "Repair the times of sources and write the document to OUT");
+    CLI::Option* const output =
+        command->add_option("-o,--output", options->output, "Where to; may be FILE itself")->type_name("OUT");
+    repair->needs(output);
+    output->needs(repair);
+    command->add_flag("--json", options->json, "Print one JSON object a file, on one line");
+    command->footer("Each violation and each warning is a line, and a line ends the report on each file:\n"
+                    "  FILE: valid\n"
+                    "  FILE: 3 violations\n"
+                    "  FILE: unreadable: WHY\n"
+                    "With --repair, the violations are those of the document that was written.\n"
+                    "Exit code: 0, or 1 when there was a violation, or 2 when a file was unreadable.");
+    command->callback(
+        [&run, options]
+        {
+            if (options->repair && options->files.size() > 1)
+                throw CLI::ValidationError("--repair takes one FILE");
+            if (options->repair && options->output == "-")
+                throw CLI::ValidationError("--repair writes to a file: standard output has the report");
+            run = [options] { return checkAll(*options); };
+        });
+}
