@@ -16,7 +16,7 @@ CoSharedPtr<DmCompositionNode> makeComposition(const wchar_t* name, const Format
     must(resolution->setFrameRatio(static_cast<float>(format.width) / static_cast<float>(format.height)));
     must(resolution->setScanFormat(L"progressive"));
     must(resolution->setDepth(10, 3, false, false));
-    const CoSharedPtr<DmCompositionNode> composition = DmCompositionNode::create(name, fcmName(format.fcm), resolution);
+    CoSharedPtr<DmCompositionNode> composition = DmCompositionNode::create(name, fcmName(format.fcm), resolution);
     must(composition->setStartTC(DM::TimeUnit().fromTimeCode(start, format.fcm).getFrames(), fcmName(format.fcm)));
     must(composition->setSamplingRate(48000.0));
     must(composition->setColourSpace(format.colourSpace));
