@@ -71,7 +71,7 @@ DmStatus parse(dmJson::Source& source, DmPropertySetPtr& set)
     return status;
 }
 
-DmStatus import(dmJson::Source& source, DmPropertySetPtr& set)
+DmStatus read(dmJson::Source& source, DmPropertySetPtr& set)
 {
     const DefaultAttributes defaultAttributes;
     DmPropertySetPtr made;
@@ -140,7 +140,7 @@ DmStatus DmJsonImporter::importSetFromFile(const char* path, CoSharedPtr<DmPrope
         return status;
     }
     DmPropertySetPtr made;
-    status = import(file, made);
+    status = read(file, made);
     if (file.error() != 0) // what was read is not the document
         status.fail(noCode, "Could not read file '%s': %s", path, std::strerror(file.error()));
     if (status.ok())
@@ -151,7 +151,7 @@ DmStatus DmJsonImporter::importSetFromFile(const char* path, CoSharedPtr<DmPrope
 DmStatus DmJsonImporter::importSetFromStr(std::string_view json, CoSharedPtr<DmPropertySet>& set)
 {
     dmJson::TextSource text(json);
-    return import(text, set);
+    return read(text, set);
 }
 
 DmStatus DmJsonImporter::importRootFromFile(const char* path, CoSharedPtr<DmRoot>& root)

@@ -24,16 +24,17 @@ std::uint64_t load(const char* from)
     return word;
 }
 
-/// Whether one of eight bytes is zero.
-constexpr bool hasZero(std::uint64_t word)
+/// The highest bit of the first of eight bytes that is zero; bits above it mean nothing.
+constexpr std::uint64_t firstZero(std::uint64_t word)
 {
-    return ((word - eachByte(1)) & ~word & eachByte(0x80)) != 0;
+    return (word - eachByte(1)) & ~word & eachByte(0x80);
 }
 
-/// Whether one of eight bytes means something inside a string: a quote, a backslash or a control character.
-constexpr bool hasSpecial(std::uint64_t word)
+/// The highest bit of the first of eight bytes that means something inside a string: a quote, a backslash or a control
+/// character. 0 when none does.
+constexpr std::uint64_t firstSpecial(std::uint64_t word)
 {
-    return hasZero(word ^ eachByte('"')) || hasZero(word ^ eachByte('\\')) || hasZero(word & eachByte(0xE0));
+    return firstZero(word ^ eachByte('"')) | firstZero(word ^ eachByte('\\')) | firstZero(word & eachByte(0xE0));
 }
 
 constexpr bool isSpecial(char c)
@@ -123,7 +124,7 @@ void dmJson::Input::refill()
     *_end = '\0';
 }
 
-void dmJson::Input::skipBlanks()
+void dmJson::Input::skipMoreBlanks()
 {
     for (;;)
     {
@@ -146,9 +147,17 @@ void dmJson::Input::skipPlain()
 {
     for (;;)
     {
-        while (_end - _at >= 8 && !hasSpecial(load(_at)))
+        while (_end - _at >= 8)
         {
-            _bits |= load(_at);
+            const std::uint64_t word = load(_at);
+            if (const std::uint64_t special = firstSpecial(word))
+            {
+                const std::uint64_t before = (special & (~special + 1)) >> 7; // the lowest bit of that byte
+                _bits |= word & (before - 1);
+                _to = _at += std::countr_zero(before) / 8;
+                return;
+            }
+            _bits |= word;
             _at += 8;
         }
         while (!isSpecial(*_at))

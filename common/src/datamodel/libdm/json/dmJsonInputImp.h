@@ -74,7 +74,13 @@ public:
         return c;
     }
     std::size_t Tell() const { return _before + static_cast<std::size_t>(_at - _buffer.get()); }
-    void skipBlanks();
+    void skipBlanks()
+    {
+        if (static_cast<unsigned char>(*_at) > ' ')
+            _begin = _at;
+        else
+            skipMoreBlanks();
+    }
 
     // Decoding in place.
 
@@ -104,6 +110,7 @@ public:
 private:
     static constexpr std::size_t pieceSize = 65536;
 
+    void skipMoreBlanks();
     void skipPlain();
     void refill();
 

@@ -22,7 +22,10 @@ std::string_view canonicalNumber(std::string_view text, char (&buffer)[numberSiz
 /// Whether the text of a number is that of an integer.
 inline bool isInteger(std::string_view number)
 {
-    return number.find_first_of(".eE") == std::string_view::npos;
+    for (const char c : number)
+        if (c == '.' || c == 'e' || c == 'E')
+            return false;
+    return true;
 }
 
 /// The double nearest to a number of a document. False when it is too large for one.

@@ -202,30 +202,62 @@ Outcome Slot::close(Reader& /*reader*/)
 
 // Members
 
-Members::Members(Reader& reader, DmPropertySet& set, const ClassEntry& classEntry)
+ShortName::ShortName(std::string_view text)
+    : _text(text)
+{
+    const auto load = [&text]<class Word>(std::size_t at, Word word)
+    {
+        std::memcpy(&word, text.data() + at, sizeof word);
+        return word;
+    };
+    const std::size_t size = text.size();
+    if (size >= 8)
+    {
+        _head = load(0, std::uint64_t());
+        _tail = load(size - 8, std::uint64_t());
+    }
+    else if (size >= 4)
+    {
+        _head = load(0, std::uint32_t());
+        _tail = load(size - 4, std::uint32_t());
+    }
+    else
+    {
+        _head = size > 0 ? load(0, std::uint8_t()) + 256U * load(size / 2, std::uint8_t()) : 0;
+        _tail = size > 0 ? load(size - 1, std::uint8_t()) : 0;
+    }
+}
+
+Members::Members(Reader& reader, DmPropertySet& set, ClassEntry& classEntry)
     : _set(&set)
     , _data(&set.classData())
     , _class(&classEntry)
     , _seen(reader.seen.size())
 {
-    reader.seen.resize(_seen + static_cast<std::size_t>(_data->size()));
+    const int count = _data->size();
+    reader.seen.resize(_seen + static_cast<std::size_t>(count));
+    if (classEntry.properties.empty())
+        for (int i = 0; i < count; ++i)
+            classEntry.properties.emplace_back(_data->at(i)->_utf8Name);
 }
 
 void Members::find(std::string_view name)
 {
-    const int count = _data->size();
-    for (int i = 0, at = _next; i < count; ++i, ++at)
+    const ShortName wanted(name);
+    const std::vector<ShortName>& names = _class->properties;
+    const auto from = names.begin() + _next;
+    auto found = std::find(from, names.end(), wanted);
+    if (found == names.end())
     {
-        if (at == count)
-            at = 0;
-        if (_data->at(at)->_utf8Name == name)
+        found = std::find(names.begin(), from, wanted);
+        if (found == from)
         {
-            _index = at;
-            _next = at + 1;
+            _index = Unknown;
             return;
         }
     }
-    _index = Unknown;
+    _index = static_cast<int>(found - names.begin());
+    _next = _index + 1;
 }
 
 void Members::key(Reader& reader, std::string_view name)
@@ -523,12 +555,12 @@ void Reader::open(Arguments&&... arguments)
         _stopped = "The document is nested too deeply.";
 }
 
-const ClassEntry& Reader::classOf(std::string_view name)
+ClassEntry& Reader::classOf(std::string_view name)
 {
     const auto found = _classes.find(name);
     if (found != _classes.end())
         return found->second;
-    ClassEntry entry{quoted(name), nullptr};
+    ClassEntry entry{quoted(name), nullptr, {}};
     entry.creator = DmPropertyFactory::getInstance().findCreator(entry.name.view());
     return _classes.emplace(name, std::move(entry)).first->second;
 }

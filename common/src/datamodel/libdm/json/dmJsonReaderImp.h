@@ -65,10 +65,28 @@ struct Outcome
     bool isVersion = false;
 };
 
+/// A name, told from others by a few comparisons: its length and its first and last eight bytes say it all up to 16.
+class ShortName
+{
+public:
+    explicit ShortName(std::string_view text);
+    bool operator==(const ShortName& other) const
+    {
+        return _text.size() == other._text.size() && _head == other._head && _tail == other._tail &&
+               (_text.size() <= 16 || _text == other._text);
+    }
+
+private:
+    std::string_view _text;
+    std::uint64_t _head;
+    std::uint64_t _tail;
+};
+
 struct ClassEntry
 {
     DmString name;
-    DmPropertyCreator creator; ///< null for a name that is no class
+    DmPropertyCreator creator;         ///< null for a name that is no class
+    std::vector<ShortName> properties; ///< in index order; empty before the first object
 };
 
 // An open object or array, by what it stands for. Each takes the events between its brackets: a member's name, a single
@@ -143,9 +161,9 @@ private:
     Kind _kind;
     bool _atVersion = false;
     const DmPropertyDef* _holder; ///< null for the document
-    const ClassEntry* _class = nullptr;
-    const ClassEntry* _current = nullptr;
-    const ClassEntry* _second = nullptr; ///< another class than _class, which is an error
+    ClassEntry* _class = nullptr;
+    ClassEntry* _current = nullptr;
+    ClassEntry* _second = nullptr; ///< another class than _class, which is an error
     DmPropertySetPtr _set;
     FaultPtr _fault;
     FaultPtr _versionFault;
@@ -156,7 +174,7 @@ private:
 class Members
 {
 public:
-    Members(Reader& reader, DmPropertySet& set, const ClassEntry& classEntry);
+    Members(Reader& reader, DmPropertySet& set, ClassEntry& classEntry);
     void key(Reader& reader, std::string_view name);
     void scalar(Reader& reader, const Scalar& value);
     void object(Reader& reader);
@@ -319,7 +337,7 @@ public:
 
     template <class Kind, class... Arguments>
     void open(Arguments&&... arguments);
-    const ClassEntry& classOf(std::string_view name);
+    ClassEntry& classOf(std::string_view name);
     static eDmErrorId create(DmPropertyCreator creator, DmPropertySetPtr& set);
     /// A name that is no property's, kept from its event to the following one.
     std::string unknownName;
