@@ -3,13 +3,11 @@
 
 #include "dmRoot.h"
 #include "dmUtf8.h"
+#include "zrTempDir.h"
 
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <limits>
-#include <sstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -21,31 +19,15 @@ namespace
 
 namespace fs = std::filesystem;
 
-std::string contents(const fs::path& path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
-void write(const fs::path& path, const std::string& text)
-{
-    std::ofstream(path, std::ios::binary) << text;
-}
-
 /// A directory of the test's own, in which an ordinary user has no more rights than its files say.
 class JsonFile : public testing::Test
 {
 protected:
     void SetUp() override
     {
-        std::string name = (fs::temp_directory_path() / "jsonFileXXXXXX").string();
-        ASSERT_TRUE(mkdtemp(name.data()));
-        _directory = name;
-        _superuser = geteuid() == 0;
         if (_superuser)
         {
-            ASSERT_EQ(chown(name.c_str(), nobody, nobody), 0);
+            ASSERT_EQ(chown(_directory.path().c_str(), nobody, nobody), 0);
             ASSERT_EQ(setegid(nobody) + seteuid(nobody), 0);
         }
     }
@@ -55,14 +37,15 @@ protected:
         {
             ASSERT_EQ(seteuid(0) + setegid(0), 0);
         }
-        fs::permissions(_directory, fs::perms::owner_all);
-        fs::remove_all(_directory);
     }
 
-    fs::path file(const char* name = "edit.json") const { return _directory / name; }
+    fs::path file(const char* name = "edit.json") const { return _directory.path(name); }
+    void write(const char* name, const std::string& text) const { _directory.write(name, text); }
+    static std::string contents(const fs::path& path) { return ZrTempDir::read(path); }
     std::size_t filesInDirectory() const
     {
-        return static_cast<std::size_t>(std::distance(fs::directory_iterator(_directory), fs::directory_iterator()));
+        return static_cast<std::size_t>(
+            std::distance(fs::directory_iterator(_directory.path()), fs::directory_iterator()));
     }
 
     /// A box with that name, and more text than fits the buffers if it is large.
@@ -98,8 +81,8 @@ protected:
 private:
     static constexpr unsigned nobody = 65534;
 
-    fs::path _directory;
-    bool _superuser = false;
+    const ZrTempDir _directory;
+    const bool _superuser = geteuid() == 0;
 };
 
 } // namespace
@@ -142,7 +125,7 @@ TEST_F(JsonFile, LinksAreFollowed)
 
 TEST_F(JsonFile, AFailedSaveLeavesTheOldFile)
 {
-    write(file(), "old");
+    write("edit.json", "old");
     const auto broken = box(L"\xD800", true);
     EXPECT_EQ(save(broken, file()), "Json exception");
     EXPECT_EQ(save(nullptr, file()), "Cannot generate JSON for a null DmTree");
@@ -167,7 +150,7 @@ TEST_F(JsonFile, AFailedSaveLeavesTheOldFile)
 
 TEST_F(JsonFile, AKilledSaveLeavesTheOldFile)
 {
-    write(file(), "old");
+    write("edit.json", "old");
     const auto large = box(L"large", true);
     const pid_t child = fork();
     if (child == 0)
@@ -189,7 +172,7 @@ TEST_F(JsonFile, AKilledSaveLeavesTheOldFile)
 TEST_F(JsonFile, WhatCannotBeOpenedIsSaid)
 {
     fs::create_directory(file("directory"));
-    write(file("locked"), "old");
+    write("locked", "old");
     ASSERT_EQ(chmod(file("locked").c_str(), 0), 0);
     for (const fs::path& path : {file("directory"), file("missing/edit.json"), file("locked"), fs::path()})
     {
@@ -197,7 +180,7 @@ TEST_F(JsonFile, WhatCannotBeOpenedIsSaid)
         EXPECT_EQ(open(path), "Could not open file '" + path.string() + "'");
     }
     EXPECT_EQ(open(file()), "Could not open file '" + file().string() + "'");
-    write(file(), "");
+    write("edit.json", "");
     EXPECT_EQ(open(file()), "JSON parse error : The document is empty.");
     DmPropertySetPtr set;
     EXPECT_TRUE(DmJsonImporter::importSetFromFile(nullptr, set).failed());
@@ -213,7 +196,7 @@ TEST(JsonFileRead, AFailedReadIsNotTheEndOfTheDocument)
 TEST_F(JsonFile, WithoutRoomForATemporaryFileItIsWrittenInPlace)
 {
     fs::create_directory(file("closed"));
-    write(file("closed/edit.json"), "a text that is longer than nothing");
+    write("closed/edit.json", "a text that is longer than nothing");
     fs::permissions(file("closed"), fs::perms::owner_read | fs::perms::owner_exec);
     EXPECT_EQ(save(box(L"\xD800"), file("closed/edit.json")), "Json exception");
     EXPECT_EQ(contents(file("closed/edit.json")), "a text that is longer than nothing");
@@ -221,7 +204,7 @@ TEST_F(JsonFile, WithoutRoomForATemporaryFileItIsWrittenInPlace)
     EXPECT_EQ(contents(file("closed/edit.json")), textOf(box(L"new")));
     EXPECT_EQ(save(box(L"new"), file("closed/other.json")),
               "Could not open file '" + file("closed/other.json").string() + "'");
-    fs::permissions(file("closed"), fs::perms::owner_all);
+    fs::permissions(file("closed"), fs::perms::owner_all); // for the end of the directory
 }
 
 TEST_F(JsonFile, PipesAndOpenFilesAreWrittenInPlace)
@@ -235,7 +218,7 @@ TEST_F(JsonFile, PipesAndOpenFilesAreWrittenInPlace)
     EXPECT_EQ(read, textOf(large));
 
     // What a shell makes of /dev/stdout when it sends the output to a file.
-    write(file("out"), "");
+    write("out", "");
     const int out = ::open(file("out").c_str(), O_RDWR);
     ASSERT_GE(out, 0);
     EXPECT_EQ(save(large, "/dev/fd/" + std::to_string(out)), "");
@@ -261,7 +244,7 @@ TEST_F(JsonFile, NothingIsLostBetweenTwoPieces)
     constexpr std::size_t piece = 65536;
     for (std::size_t at = 0; at <= document.size(); ++at)
     {
-        write(file(), std::string(piece - at, ' ') + document);
+        write("edit.json", std::string(piece - at, ' ') + document);
         DmPropertySetPtr set;
         ASSERT_EQ(open(file(), &set), "") << at;
         EXPECT_EQ(written(*set), expected) << at;
@@ -274,7 +257,7 @@ TEST_F(JsonFile, NothingIsLostBetweenTwoPieces)
         longText += "ab\\n\xC3\xA9";
         wide += L"ab\né";
     }
-    write(file(), "{\"JsonLeaf\":{\"text\":\"" + longText + "\",\"when\":5}}");
+    write("edit.json", "{\"JsonLeaf\":{\"text\":\"" + longText + "\",\"when\":5}}");
     DmPropertySetPtr set;
     ASSERT_EQ(open(file(), &set), "");
     EXPECT_TRUE(static_cast<const JsonLeaf&>(*set)._text.view() == wide);

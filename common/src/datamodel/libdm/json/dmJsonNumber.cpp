@@ -6,7 +6,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 
 namespace
 {
@@ -18,9 +17,10 @@ constexpr double exactIntegers = 9007199254740992.0; // 2^53
 
 char* formatInteger(double value, char* out)
 {
-    char* const end = std::to_chars(out, out + numberSize, static_cast<std::int64_t>(value)).ptr;
-    std::memcpy(end, ".0", 2);
-    return end + 2;
+    char* end = std::to_chars(out, out + numberSize, static_cast<std::int64_t>(value)).ptr;
+    *end++ = '.';
+    *end++ = '0';
+    return end;
 }
 
 /// The digits and the exponent of the shortest form, which the library then lays out. (Its own digits are not the

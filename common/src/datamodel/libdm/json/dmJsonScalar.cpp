@@ -112,7 +112,9 @@ eDmErrorId put(const DmPropertyDef& def, void* field, T& value)
 {
     if constexpr (DmNumberStorage<T>)
     {
-        if (def._constant && std::memcmp(field, &value, sizeof(T)) != 0)
+        T present;
+        std::memcpy(&present, field, sizeof(T)); // an enumeration is no object of type T
+        if (def._constant && present != value)
             return DM_BAD_VALUE;
         std::memcpy(field, &value, sizeof(T));
     }

@@ -41,8 +41,8 @@ bool followLinks(std::string& path)
             return true;
         if (isOpenFile(path))
             return false;
-        const std::string link(text, static_cast<std::size_t>(length));
-        path = link.starts_with('/') ? link : directoryOf(path) + '/' + link;
+        path = text[0] == '/' ? "" : directoryOf(path) + '/';
+        path.append(text, static_cast<std::size_t>(length));
     }
     return true;
 }
