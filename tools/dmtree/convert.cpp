@@ -6,6 +6,8 @@
 #include "icEdlReader.h"
 #include "icEdlToTree.h"
 #include "icEdlWriter.h"
+#include "icOtioReader.h"
+#include "icOtioWriter.h"
 #include "icTreeToEdl.h"
 
 #include <CLI/CLI.hpp>
@@ -66,6 +68,19 @@ bool writeEdl(const DmRoot& root, const Options& options, Report& report)
     return list.has_value();
 }
 
+CoSharedPtr<DmRoot> readOtio(const Options& options, Report& report)
+{
+    return interchange::readOtio(dmtree::readText(options.in), options.mode(), report);
+}
+
+bool writeOtio(const DmRoot& root, const Options& options, Report& report)
+{
+    const std::optional<std::string> text = interchange::writeOtio(root, options.mode(), report);
+    if (text)
+        dmtree::writeText(options.out, *text);
+    return text.has_value();
+}
+
 struct Format
 {
     const char* extension; ///< in lower case
@@ -76,6 +91,7 @@ struct Format
 constexpr Format formats[] = {
     {".edl", readEdl, writeEdl},
     {".json", readJson, writeJson},
+    {".otio", readOtio, writeOtio},
 };
 
 const Format& formatOf(const std::string& path)
@@ -131,7 +147,7 @@ void dmtree::addConvert(CLI::App& app, Run& run)
         ->check(checkMode);
     command->add_flag("--lenient", options->lenient,
                       "Carry on where a list has a mistake: each is a warning that says what was chosen");
-    command->add_option("IN", options->in, "A cut list (.edl) or a document (.json)")->required();
+    command->add_option("IN", options->in, "A cut list (.edl, .otio) or a document (.json)")->required();
     command->add_option("OUT", options->out, "What to write: the same extensions")->required();
     command->footer(
         "What a list says and a document has no property for travels with the document and comes back: a list that\n"
