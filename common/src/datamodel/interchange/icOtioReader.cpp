@@ -25,7 +25,7 @@ using namespace otio;
 namespace
 {
 
-constexpr int deepestNesting = 200; ///< of containers
+constexpr int deepestNesting = 80;  ///< of containers; what documents can be read again with
 constexpr double leastLength = 0.5; ///< of a segment that a layer takes
 
 template <class T>
@@ -131,7 +131,7 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
     }
     else if (isTrack(schema) || schema == "Clip" || schema == "Gap")
         length = addTrack(*node, top, DM_MEDIA_VIDEO, 0);
-    else
+    else if (schema != "Timeline")
         _items.mistake(&top,
                        schema.empty() ? "no timeline, stack, track or clip"
                                       : "a " + std::string(schema) + " is no timeline, stack, track or clip",
