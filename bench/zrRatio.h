@@ -52,10 +52,15 @@ double of(const Work& work, const Reference& reference, int rounds = 101)
     return median(std::move(ratios));
 }
 
+inline void print(const char* name, double limit, double ratio)
+{
+    std::printf("%s: ratio %.2f (limit %.2f)\n", name, ratio, limit);
+}
+
 template <class Work, class Reference>
 void print(const char* name, double limit, const Work& work, const Reference& reference, int rounds = 101)
 {
-    std::printf("%s: ratio %.2f (limit %.2f)\n", name, of(work, reference, rounds), limit);
+    print(name, limit, of(work, reference, rounds));
 }
 
 } // namespace zrRatio
