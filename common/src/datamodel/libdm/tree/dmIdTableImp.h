@@ -1,5 +1,5 @@
-/// Segments by "segmentId", for those who meet a million of them: open addressing over the segments themselves, so that
-/// entering one copies no text and, most of the time, allocates nothing.
+/// Segments by "segmentId", for those who meet a million of them: open addressing over small slots, so that entering a
+/// segment copies no text and touches little memory at random.
 ///
 /// A segment is kept alive by its place here. One whose id was changed since it was entered is not found.
 #pragma once
@@ -7,6 +7,7 @@
 #include "dmSegmentNode.h"
 
 #include <bit>
+#include <cstdint>
 #include <vector>
 
 class DmIdTable
@@ -15,13 +16,13 @@ public:
     void clear()
     {
         _slots.clear();
-        _count = 0;
+        _segments.clear();
     }
 
     /// Makes room for so many more.
     void reserve(std::size_t count)
     {
-        const std::size_t slots = std::bit_ceil(2 * (_count + count));
+        const std::size_t slots = std::bit_ceil(2 * (_segments.size() + count));
         if (slots > _slots.size())
             growTo(slots);
     }
@@ -31,36 +32,45 @@ public:
     {
         reserve(1);
         const std::wstring_view id = segment->getSegmentId().view();
-        const std::size_t hash = std::hash<std::wstring_view>()(id);
+        const std::uint32_t hash = hashOf(id);
         Slot& slot = _slots[placeOf(id, hash)];
-        if (slot.segment)
-            return slot.segment.get();
-        slot.hash = hash;
-        slot.segment.reset(segment);
-        ++_count;
+        if (slot.number > 0)
+            return at(slot);
+        _segments.emplace_back(segment);
+        slot = {hash, static_cast<std::uint32_t>(_segments.size())};
         return nullptr;
     }
 
     /// Null when there is none.
     DmSegmentNode* find(std::wstring_view id) const
     {
-        return _slots.empty() ? nullptr : _slots[placeOf(id, std::hash<std::wstring_view>()(id))].segment.get();
+        if (_slots.empty())
+            return nullptr;
+        const Slot& slot = _slots[placeOf(id, hashOf(id))];
+        return slot.number > 0 ? at(slot) : nullptr;
     }
 
 private:
     struct Slot
     {
-        std::size_t hash = 0;
-        CoSharedPtr<DmSegmentNode> segment;
+        std::uint32_t hash;
+        std::uint32_t number; ///< of the segment, counted from 1; 0: the slot is free
     };
 
-    /// The slot of the id, or the free one where it belongs: at least half of the slots are free.
-    std::size_t placeOf(std::wstring_view id, std::size_t hash) const
+    static std::uint32_t hashOf(std::wstring_view id)
     {
-        std::size_t place = hash & (_slots.size() - 1);
-        while (_slots[place].segment &&
-               (_slots[place].hash != hash || _slots[place].segment->getSegmentId().view() != id))
-            place = (place + 1) & (_slots.size() - 1);
+        return static_cast<std::uint32_t>(std::hash<std::wstring_view>()(id));
+    }
+    DmSegmentNode* at(const Slot& slot) const { return _segments[slot.number - 1].get(); }
+
+    /// The slot of the id, or the free one where it belongs: at least half of the slots are free.
+    std::size_t placeOf(std::wstring_view id, std::uint32_t hash) const
+    {
+        const std::size_t mask = _slots.size() - 1;
+        std::size_t place = hash & mask;
+        while (_slots[place].number > 0 &&
+               (_slots[place].hash != hash || at(_slots[place])->getSegmentId().view() != id))
+            place = (place + 1) & mask;
         return place;
     }
 
@@ -68,17 +78,17 @@ private:
     {
         std::vector<Slot> before(slots);
         before.swap(_slots);
-        for (Slot& slot : before)
+        for (const Slot& slot : before)
         {
-            if (!slot.segment)
+            if (slot.number == 0)
                 continue;
-            std::size_t place = slot.hash & (_slots.size() - 1);
-            while (_slots[place].segment)
-                place = (place + 1) & (_slots.size() - 1);
-            _slots[place] = std::move(slot);
+            std::size_t place = slot.hash & (slots - 1);
+            while (_slots[place].number > 0)
+                place = (place + 1) & (slots - 1);
+            _slots[place] = slot;
         }
     }
 
     std::vector<Slot> _slots; ///< a power of two
-    std::size_t _count = 0;
+    std::vector<CoSharedPtr<DmSegmentNode>> _segments;
 };
