@@ -244,7 +244,7 @@ TEST(SegmentIndex, KeepsWhatItFindsAlive)
     EXPECT_EQ(index.find(L"one"), nullptr);
 }
 
-TEST(Lookups, OfAMillionElements)
+TEST(Lookups, OfAMillionElementsOrTracks)
 {
     // The same gap and cut over and over: what counts is their number.
     const auto layer = DmLayerNode::create(0, DM_MEDIA_VIDEO, 0, false);
@@ -260,4 +260,11 @@ TEST(Lookups, OfAMillionElements)
     EXPECT_EQ(DmTreeTool::getElementIndexAt(layer.get(), 0), -1);
     EXPECT_EQ(DmTreeTool::getElementsIn(layer.get(), -1, 1).count(), 999999);
     EXPECT_EQ(DmSegmentIndex(composition).find(L"one"), nullptr);
+
+    const auto tracks = DmCompositionNode::create();
+    const DmPropertySetPtr empty = DmTrackNode::create(2, DM_MEDIA_AUDIO);
+    for (int i = 0; i < 1000000; ++i)
+        ASSERT_EQ(tracks->addValueInPropertyList(4, DM_VECTOR_PROPERTY_SET, &empty), DM_NO_ERROR);
+    EXPECT_TRUE(DmTreeTool::findViolations(tracks, DM_VALIDATE_ALL).empty());
+    EXPECT_TRUE(DmPlayListIterator(tracks, 999999).isDone());
 }

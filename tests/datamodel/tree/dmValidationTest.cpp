@@ -344,8 +344,7 @@ TEST(Validation, AnswersToAnyTime)
         for (const double recLength : times)
         {
             TestCut cut;
-            for (DmSegmentNode* const segment :
-                 {static_cast<DmSegmentNode*>(cut.two.get()), cut.gap.get()->asSegment()})
+            for (DmSegmentNode* const segment : {static_cast<DmSegmentNode*>(cut.two.get()), cut.gap->asSegment()})
             {
                 EXPECT_EQ(segment->setRecIn(recIn), DM_NO_ERROR);
                 EXPECT_EQ(segment->setRecLength(recLength), DM_NO_ERROR);

@@ -21,7 +21,7 @@
 inline CoSharedPtr<DmSourceNode> clip(const wchar_t* name, double recIn, double recLength, double relIn = 0.0)
 {
     const auto input = DmSourceNode::MediaInput::create(1000, 90000, nullptr, L"25 fps", DM_MEDIA_VIDEO, true);
-    const auto node = DmSourceNode::create(input, recIn, recLength, relIn, false, false);
+    auto node = DmSourceNode::create(input, recIn, recLength, relIn, false, false);
     EXPECT_EQ(input->setFcm(L"25 fps"), DM_NO_ERROR);
     EXPECT_EQ(node->setName(name), DM_NO_ERROR);
     EXPECT_EQ(node->setSegmentId(name), DM_NO_ERROR);
@@ -58,7 +58,7 @@ struct TestCut
 /// A composition of one track, one layer and these elements, whatever they are.
 inline CoSharedPtr<DmCompositionNode> compositionOf(const std::vector<CoSharedPtr<DmTreeNode>>& elements)
 {
-    const auto composition = DmCompositionNode::create(L"of these", L"25 fps", nullptr);
+    auto composition = DmCompositionNode::create(L"of these", L"25 fps", nullptr);
     const auto track = DmTrackNode::create(1, DM_MEDIA_VIDEO);
     const auto layer = DmLayerNode::create(0, DM_MEDIA_VIDEO, 0, false);
     for (const CoSharedPtr<DmTreeNode>& element : elements)

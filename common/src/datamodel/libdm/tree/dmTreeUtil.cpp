@@ -150,12 +150,12 @@ bool DmValidationVisitor::isDone() const
 }
 
 /// A rule is broken. False: nothing more is to be checked.
-bool DmValidationVisitor::broken(const DmString& message, Part part)
+bool DmValidationVisitor::broken(const DmString& message, Spot spot)
 {
     if (_run->all)
     {
         _valid = false;
-        _run->all->push_back({pathTo(part), message, _place});
+        _run->all->push_back({pathTo(spot), message, _place});
     }
     else
         setValidFlag(false, message);
@@ -163,16 +163,16 @@ bool DmValidationVisitor::broken(const DmString& message, Part part)
 }
 
 /// The report names the effect; a null one has no name.
-bool DmValidationVisitor::brokenBy(const DmEffectSettings* effect, const DmString& message, Part part)
+bool DmValidationVisitor::brokenBy(const DmEffectSettings* effect, const DmString& message, Spot spot)
 {
     DmString name = effect ? effect->getName() : _place.effectName;
     _place.effectName.swap(name);
-    const bool goesOn = broken(message, part);
+    const bool goesOn = broken(message, spot);
     _place.effectName.swap(name);
     return goesOn;
 }
 
-std::string DmValidationVisitor::pathTo(Part part) const
+std::string DmValidationVisitor::pathTo(Spot spot) const
 {
     std::string text = _outer ? _outer->pathTo({"composition", -1}) : std::string();
     const auto add = [&text](const std::string& step)
@@ -183,8 +183,8 @@ std::string DmValidationVisitor::pathTo(Part part) const
     };
     if (path())
         add(path()->text());
-    if (part.list)
-        add(part.index < 0 ? part.list : std::string(part.list) + '[' + std::to_string(part.index) + ']');
+    if (spot.list)
+        add(spot.index < 0 ? spot.list : std::string(spot.list) + '[' + std::to_string(spot.index) + ']');
     return text;
 }
 
@@ -241,7 +241,7 @@ void DmValidationVisitor::visitLayerNode(DmLayerNode* node)
     bool endsInTransition = false;
     for (int i = 0; i < node->getNbChildren(); ++i)
     {
-        const Part part{"children", i};
+        const Spot spot{"children", i};
         _place.elementIndex = i;
         DmTreeNode* const child = node->getChild(i);
         const DmSegmentNode* const segment = dmSegment(child);
@@ -249,17 +249,17 @@ void DmValidationVisitor::visitLayerNode(DmLayerNode* node)
         if (segment)
         {
             _place.recordFrame = segment->getRecIn();
-            if ((!wantsSegment && !broken(L"Missing transition.", part)) || !checkElement(*node, *segment, previous))
+            if ((!wantsSegment && !broken(L"Missing transition.", spot)) || !checkElement(*node, *segment, previous))
                 return;
             previous = segment;
         }
         else if (!transition)
         {
-            if (!broken(L"Layer children must be segments or transitions.", part))
+            if (!broken(L"Layer children must be segments or transitions.", spot))
                 return;
         }
-        else if ((wantsSegment && !broken(L"Missing segment.", part)) ||
-                 (transition->getMediaType() != node->getMediaType() && !broken(L"Wrong transition media type.", part)))
+        else if ((wantsSegment && !broken(L"Missing segment.", spot)) ||
+                 (transition->getMediaType() != node->getMediaType() && !broken(L"Wrong transition media type.", spot)))
             return;
         wantsSegment = segment ? false : transition ? true : !wantsSegment;
         endsInTransition = transition != nullptr;
@@ -273,15 +273,15 @@ void DmValidationVisitor::visitLayerNode(DmLayerNode* node)
 bool DmValidationVisitor::checkElement(const DmLayerNode& layer, const DmSegmentNode& segment,
                                        const DmSegmentNode* previous)
 {
-    const Part part{"children", _place.elementIndex};
-    if (segment.getMediaType() != layer.getMediaType() && !broken(L"Wrong segment media type.", part))
+    const Spot spot{"children", _place.elementIndex};
+    if (segment.getMediaType() != layer.getMediaType() && !broken(L"Wrong segment media type.", spot))
         return false;
     // Written so that a time that is no number is out of order too; other comparisons of times likewise.
     if (!(_options & DM_VALIDATE_ORDER) || !previous || segment.getRecIn() >= previous->getRecOut() - timeTolerance)
         return true;
     return broken(text({L"Segment ", segment.getName().view(), L" in-time ", number(rounded(segment.getRecIn())),
                         L" is inferior to last segment's out-time ", number(rounded(previous->getRecOut())), L"."}),
-                  part);
+                  spot);
 }
 
 void DmValidationVisitor::postProcessLayerNode(DmLayerNode* /*node*/)

@@ -89,7 +89,7 @@ private:
     class ContainerFinder;
     struct Run;
     /// What a message is about, below the node that is visited: an element of one of its lists, or the node itself.
-    struct Part
+    struct Spot
     {
         const char* list; ///< null: the node itself
         int index;        ///< -1: of a property that holds one
@@ -99,9 +99,9 @@ private:
     static std::vector<DmTreeViolation> findAll(DmCompositionNode* composition, unsigned options);
 
     bool isDone() const;
-    bool broken(const DmString& message, Part part = {});
-    bool brokenBy(const DmEffectSettings* effect, const DmString& message, Part part);
-    std::string pathTo(Part part) const;
+    bool broken(const DmString& message, Spot spot = {});
+    bool brokenBy(const DmEffectSettings* effect, const DmString& message, Spot spot);
+    std::string pathTo(Spot spot) const;
 
     bool checkElement(const DmLayerNode& layer, const DmSegmentNode& segment, const DmSegmentNode* previous);
     void enterElement(double recIn);
