@@ -65,12 +65,12 @@ TEST(JsonLimits, TheDeepestTreeFitsASmallStack)
         {340, "\"things\":[", "]"}, // three levels each
         {340, "\"thingMap\":{\"k\":", "}"},
     };
-    for (const auto& [boxes, begin, end] : cases)
+    for (const auto& row : cases)
         zrTestOnSmallStack(
             [&]
             {
-                const DmStatus status = roundTrip(nested(boxes, begin, end));
-                EXPECT_TRUE(status.ok()) << begin << ' ' << dmUtf8(status.info());
+                const DmStatus status = roundTrip(nested(row.boxes, row.begin, row.end));
+                EXPECT_TRUE(status.ok()) << row.begin << ' ' << dmUtf8(status.info());
             });
 }
 

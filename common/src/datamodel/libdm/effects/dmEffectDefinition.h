@@ -1,6 +1,6 @@
-/// The members of DmEffect, for sources that define effect classes, a host's own included: `template class DmEffect<T>;`
-/// makes them for a class and registers it. Nobody else includes this, so that a class's table of properties exists
-/// once, in the library that defines the class.
+/// The members of DmEffect, for sources that define effect classes, a host's own included: `template class
+/// DmEffect<T>;` makes them for a class and registers it. Nobody else includes this, so that a class's table of
+/// properties exists once, in the library that defines the class.
 #pragma once
 
 #include "dmDeclare.h"
