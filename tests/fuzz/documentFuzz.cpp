@@ -1,9 +1,15 @@
-/// Documents: whatever is read as a tree is written as a document that reads back as the same tree and is written as
-/// the same bytes again, in either layout. What is no JSON is told in the words of the JSON library.
+/// Documents: whatever is read is written as a document that reads back as the same and is written as the same bytes
+/// again, in either layout; a tree can be shown, copied, checked and repaired. What is no JSON is told in the words of
+/// the JSON library.
+#include "CoMsg.h"
 #include "dmJsonImporter.h"
 #include "dmRoot.h"
 #include "dmSetTools.h"
+#include "dmSourceNode.h"
+#include "dmTreeIterator.h"
 #include "dmTreeJsonBuilder.h"
+#include "dmTreeTool.h"
+#include "dmTreeUtil.h"
 #include "dmUtf8.h"
 
 #include <rapidjson/error/en.h>
@@ -12,6 +18,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
+#include <sstream>
 #include <string>
 
 namespace
@@ -66,13 +73,51 @@ std::string write(const DmPropertySet& set, Layout layout)
     return text;
 }
 
+/// Checks each composition by all rules, and repairs the times of each source.
+class Checks : public DmTreeVisitor
+{
+public:
+    Checks()
+        : DmTreeVisitor("Checks")
+    {
+    }
+    void visitCompositionNode(DmCompositionNode* node) override
+    {
+        const bool valid = DmTreeTool::isValidTree(node);
+        const unsigned options = DmTreeTool::getValidationOptions(node);
+        expect(valid == DmTreeTool::findViolations(node, options).empty(), "validation and its findings differ");
+        static_cast<void>(DmTreeTool::findViolations(node, DM_VALIDATE_ALL));
+    }
+    void visitSourceNode(DmSourceNode* node) override { static_cast<void>(node->checkTimeIntegrity()); }
+};
+
+/// What tools do with a tree that they have opened.
+void use(const CoSharedPtr<DmRoot>& root)
+{
+    std::ostringstream text;
+    expect(DmTreeTool::dump(root.get(), text) == DM_NO_ERROR && !text.str().empty(), "cannot be shown");
+    const CoSharedPtr<DmRoot> copy = DmTreeTool::deepClone(root);
+    std::string difference;
+    expect(DmTreeTool::areEqual(root.get(), copy.get(), &difference), "copied otherwise at " + difference);
+    Checks checks;
+    expect(DmPreIt(copy, {.intoContainers = true}).apply(checks) == DM_NO_ERROR, "cannot be walked");
+}
+
 } // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
+{
+    DM::CoMsg::setFilterLevel(DM::CoMsg::UserLevel); // findings are no news here
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const DmPropertySetPtr first = import(std::string(reinterpret_cast<const char*>(data), size));
     if (!first)
         return 0;
+    if (const CoSharedPtr<DmRoot> root = DM::dynamicPointerCast<DmRoot>(first))
+        use(root);
     const std::string text = write(*first, Layout::Compact);
     if (text.empty())
         return 0;
