@@ -51,7 +51,7 @@ protected:
     /// A box with that name, and more text than fits the buffers if it is large.
     static CoSharedPtr<JsonBox> box(const wchar_t* name, bool large = false)
     {
-        const auto made = JsonBox::create();
+        auto made = JsonBox::create();
         made->_name = name;
         if (large)
             for (int i = 0; i < 100'000; ++i)

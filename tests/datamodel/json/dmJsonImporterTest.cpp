@@ -45,7 +45,7 @@ std::string boxWith(const std::string& member)
 DmStatus importStatus(std::string_view json)
 {
     DmPropertySetPtr set;
-    const DmStatus status = DmJsonImporter::importSetFromStr(json, set);
+    DmStatus status = DmJsonImporter::importSetFromStr(json, set);
     EXPECT_EQ(set == nullptr, status.failed()) << json;
     return status;
 }
@@ -128,6 +128,8 @@ TEST(JsonImporter, VersionsUpToTheCurrentAreRead)
 TEST(JsonImporter, EveryFailureSaysWhyAndHasItsCode)
 {
     const std::string nested(1022, '[');
+    std::string brackets;
+    brackets.resize(10'000'000, '[');
     const std::string tooDeep = R"({"JsonBox":{"x":)" + nested + '[' + std::string(1023, ']') + "}}";
     const std::string deep = R"({"JsonBox":{"x":)" + nested + std::string(1022, ']') + "}}";
     const struct
@@ -151,7 +153,7 @@ TEST(JsonImporter, EveryFailureSaysWhyAndHasItsCode)
         {R"({"\udc00":1})", -1, "JSON parse error : Invalid encoding in string."},
         {R"({"JsonLeaf":{"when":1e999}})", -1, "JSON parse error : Number too big to be stored in double."},
         {tooDeep, -1, "JSON parse error : The document is nested too deeply."},
-        {std::string(10'000'000, '['), -1, "JSON parse error : The document is nested too deeply."},
+        {brackets, -1, "JSON parse error : The document is nested too deeply."},
         // The document as a whole.
         {"[]", -1, "The document is not an object"},
         {"[{}]", -1, "The document is not an object"},

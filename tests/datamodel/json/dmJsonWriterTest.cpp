@@ -72,7 +72,7 @@ void addTo(DmPropertySet& set, const wchar_t* name, const T& value)
 
 CoSharedPtr<TestEvery> everyType()
 {
-    const auto set = TestEvery::create();
+    auto set = TestEvery::create();
     setField(*set, L"int", std::int32_t(-5));
     setField(*set, L"uint", std::uint32_t(4294967295));
     setField(*set, L"short", std::int16_t(-6));
@@ -238,7 +238,7 @@ TEST(JsonWriter, FailuresSayWhy)
     };
     const double infinity = std::numeric_limits<double>::infinity();
     const auto selfHolding = JsonBox::create();
-    const auto breakUp = [&] { selfHolding->_any.reset(); };
+    ASSERT_TRUE(selfHolding);
     selfHolding->_any = selfHolding;
 
     const struct
@@ -266,6 +266,6 @@ TEST(JsonWriter, FailuresSayWhy)
         EXPECT_EQ(status.reason(), -1);
         EXPECT_EQ(out, "untouched");
     }
-    breakUp();
+    selfHolding->_any.reset();
     EXPECT_IN_HOUSE_DEATH(static_cast<void>(written(*JsonBroken::create())), "Unsupported property type!");
 }

@@ -1,6 +1,5 @@
 #include "dmJsonScalarImp.h"
 
-#include "dmJsonNumberImp.h"
 #include "dmNumberText.h"
 #include "dmSetAccessImp.h"
 #include "dmUtf8.h"

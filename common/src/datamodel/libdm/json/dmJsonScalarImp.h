@@ -1,7 +1,7 @@
 /// A JSON string, number, bool or null on its way into a property.
 #pragma once
 
-#include "dmJsonNumberImp.h"
+#include "dmJsonFormatImp.h"
 #include "dmPropertySet.h"
 
 namespace dmJson

@@ -1,7 +1,6 @@
 #include "dmJsonWalkImp.h"
 
-#include "dmJsonNumberImp.h"
-#include "dmJsonReaderImp.h"
+#include "dmJsonFormatImp.h"
 #include "dmPSetHelper.h"
 #include "dmPropertyText.h"
 #include "dmUtf8.h"
@@ -325,18 +324,15 @@ private:
 
     void version()
     {
-        const auto number = [this](const DmString& name, int value)
-        {
-            key(dmUtf8(name));
-            _writer.Int(value);
-        };
         int major = 0;
         int minor = 0;
         DmVersion::getCurrent().get(major, minor);
-        key(dmUtf8(DmVersion::getKey()));
+        key(versionKeys().version);
         beginObject();
-        number(DmVersion::getMajorKey(), major);
-        number(DmVersion::getMinorKey(), minor);
+        key(versionKeys().major);
+        _writer.Int(major);
+        key(versionKeys().minor);
+        _writer.Int(minor);
         endObject();
     }
 

@@ -22,7 +22,7 @@ public:
         minor = _minor;
     }
     void set(int major, int minor) { *this = DmVersion(major, minor); }
-    auto operator<=>(const DmVersion& other) const = default;
+    auto operator<=>(const DmVersion& other) const = default; // NOLINT(modernize-use-nullptr): there is none
     /// "0.1"
     std::string toString() const { return std::to_string(_major) + '.' + std::to_string(_minor); }
 

@@ -1,7 +1,9 @@
-#include "dmJsonNumberImp.h"
+#include "dmJsonFormatImp.h"
 
 #include "dmNumberText.h"
 #include "dmRapidJsonImp.h"
+#include "dmUtf8.h"
+#include "dmVersion.h"
 
 #include <charconv>
 #include <cmath>
@@ -41,6 +43,13 @@ char* formatFraction(double value, char* out)
 }
 
 } // namespace
+
+const dmJson::VersionKeys& dmJson::versionKeys()
+{
+    static const VersionKeys keys{dmUtf8(DmVersion::getKey()), dmUtf8(DmVersion::getMajorKey()),
+                                  dmUtf8(DmVersion::getMinorKey())};
+    return keys;
+}
 
 std::string_view dmJson::formatDouble(double value, char (&buffer)[numberSize])
 {

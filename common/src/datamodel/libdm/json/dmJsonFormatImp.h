@@ -1,11 +1,24 @@
-/// Numbers as documents spell them.
+/// What the document format says beyond JSON: how deep it nests, under which keys the version stands, how numbers are
+/// spelled.
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace dmJson
 {
+
+/// The most JSON objects and arrays inside each other that are read or written.
+inline constexpr std::size_t maxDepth = 1024;
+
+struct VersionKeys
+{
+    std::string version;
+    std::string major;
+    std::string minor;
+};
+const VersionKeys& versionKeys();
 
 /// Room for any number: 17 digits, or 21 with the zeros behind them, sign, point, and an exponent.
 inline constexpr std::size_t numberSize = 32;
