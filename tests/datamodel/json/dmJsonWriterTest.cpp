@@ -2,9 +2,12 @@
 #include "jsonSets.h"
 
 #include "dmUtf8.h"
+#include "zrCapturingRouter.h"
+#include "zrTestEnv.h"
 #include "zrTestInHouse.h"
 
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 
 namespace
@@ -150,6 +153,18 @@ TEST(JsonWriter, PrettyLayoutIndentsByTabs)
     EXPECT_EQ(text.view().find_first_of(L" \t\n"), std::wstring_view::npos);
 }
 
+TEST(JsonWriter, TheEnvironmentAsksForTheCompactLayout)
+{
+    const ZrTestEnv compact("ZR_PRETTY_JSON_DMTREE", "false");
+    const auto writesCompact = []
+    {
+        const auto box = JsonBox::create();
+        std::string text;
+        return DmTreeJsonBuilder::generateUtf8(box.get(), text).ok() && text == written(*box);
+    };
+    EXPECT_EXIT(std::exit(writesCompact() ? 0 : 1), testing::ExitedWithCode(0), ""); // it is read once a process
+}
+
 TEST(JsonWriter, ASetThatWritesNothingVanishesButKeepsItsPlace)
 {
     const auto box = JsonBox::create();
@@ -245,26 +260,40 @@ TEST(JsonWriter, FailuresSayWhy)
     {
         const char* text;
         DmPropertySetPtr set;
+        const char* posted = nullptr; ///< the error message beside it
     } cases[] = {
         {"Cannot generate JSON for a null DmTree", nullptr},
         {"Unsupported property type 'N/A'", stored(JsonBroken::create())},
         {"Binary error", stored(JsonMute::create())},
-        {"Json exception", stored(TestOptional::create())}, // its default is not a number
-        {"Json exception", every([&](TestEvery& set) { setField(set, L"double", -infinity); })},
-        {"Json exception", every([&](TestEvery& set) { addTo(set, L"floats", static_cast<float>(infinity)); })},
-        {"Json exception", every([&](TestEvery& set) { addTo(set, L"doubles", std::nan("")); })},
-        {"Json exception", box([](JsonBox& set) { set._name = L"\xD800"; })},
-        {"Json exception", box([](JsonBox& set) { set._notes = L"a\n\x110000"; })},
-        {"Json exception", box([](JsonBox& set) { set._thingMap.emplace(L"\xDFFF", JsonLeaf::create()); })},
+        {"Json exception", stored(TestOptional::create()),
+         "In PropertySet TestOptional. Property \"notANumber\" is no finite number"},
+        {"Json exception", every([&](TestEvery& set) { setField(set, L"double", -infinity); }),
+         "In PropertySet TestEvery. Property \"double\" is no finite number"},
+        {"Json exception", every([&](TestEvery& set) { addTo(set, L"floats", static_cast<float>(infinity)); }),
+         "In PropertySet TestEvery. Property \"floats\" holds a number that is not finite"},
+        {"Json exception", every([&](TestEvery& set) { addTo(set, L"doubles", std::nan("")); }),
+         "In PropertySet TestEvery. Property \"doubles\" holds a number that is not finite"},
+        {"Json exception", box([](JsonBox& set) { set._name = L"\xD800"; }),
+         "In PropertySet JsonBox. Property \"name\" holds a character that UTF-8 has not"},
+        {"Json exception", box([](JsonBox& set) { set._notes = L"a\n\x110000"; }),
+         "In PropertySet JsonBox. Property \"notes\" holds a character that UTF-8 has not"},
+        {"Json exception", box([](JsonBox& set) { set._thingMap.emplace(L"\xDFFF", JsonLeaf::create()); }),
+         "In PropertySet JsonBox. Property \"thingMap\" holds a character that UTF-8 has not"},
         {"The tree is nested too deeply to be read again", stored(selfHolding)},
     };
-    for (const auto& [text, set] : cases)
+    for (const auto& [text, set, posted] : cases)
     {
+        const zrTest::CapturingRouter router;
         std::string out = "untouched";
         const DmStatus status = DmTreeJsonBuilder::generateUtf8(set.get(), out);
         EXPECT_EQ(dmUtf8(status.info()), text);
         EXPECT_EQ(status.reason(), -1);
         EXPECT_EQ(out, "untouched");
+        ASSERT_EQ(router.messages.size(), posted ? 1U : 0U);
+        if (posted)
+        {
+            EXPECT_EQ(router.messages[0].text(), posted);
+        }
     }
     selfHolding->_any.reset();
     EXPECT_IN_HOUSE_DEATH(static_cast<void>(written(*JsonBroken::create())), "Unsupported property type!");
