@@ -349,11 +349,11 @@ TEST(EdlTree, WritesAnyDocumentAndSaysWhatAListCannot)
                          "* FROM CLIP NAME: A\n* TO CLIP NAME: B\n"
                          "* LOC: 01:00:02:10 here\n"
                          "003  AX       V     C        00:00:00:00 00:00:00:24 01:00:04:01 01:00:05:00\n");
-    EXPECT_EQ(list.messages, "cut.json: warning: effects other than one constant speed and one look (2): left out\n"
+    EXPECT_EQ(list.messages, "cut.json: warning: further compositions (1): left out\n"
+                             "cut.json: warning: effects other than one constant speed and one look (2): left out\n"
+                             "cut.json: warning: times between two frames (2): moved to the nearest one\n"
                              "cut.json: warning: nested compositions (1): written as events of reel AX\n"
                              "cut.json: warning: further video tracks (1): left out\n"
-                             "cut.json: warning: further compositions (1): left out\n"
-                             "cut.json: warning: times between two frames (2): moved to the nearest one\n"
                              "cut.json: warning: cue marks of the composition where no event plays (1): left out\n");
     readClean(list.text);
 }

@@ -30,6 +30,9 @@ namespace interchange
 namespace
 {
 
+constexpr Loss noChannel{"events on no channel", "left out"};
+constexpr Loss lookOfSound{"colour corrections of events without a picture", "left out"};
+
 constexpr std::size_t mostLayers = 16; ///< of keys over keys: what finds no room is covered by the next one
 
 /// What the data model answers when memory ran out is as good as no memory: nothing is half made.
@@ -105,7 +108,6 @@ private:
     const EdlList& _list;
     Report& _report;
     std::int64_t _start = 0;
-    std::size_t _looksOfSound = 0;
 };
 
 CoSharedPtr<DmRoot> TreeMaker::make()
@@ -117,7 +119,6 @@ CoSharedPtr<DmRoot> TreeMaker::make()
 
     std::array<Events, EdlChannels::limit> video;
     std::array<Events, EdlChannels::limit> audio;
-    std::size_t nowhere = 0;
     std::int64_t end = 0;
     _start = _list.events.empty() ? 0 : std::numeric_limits<std::int64_t>::max();
     for (std::uint32_t i = 0; i < _list.events.size(); ++i)
@@ -127,7 +128,8 @@ CoSharedPtr<DmRoot> TreeMaker::make()
             video[static_cast<std::size_t>(std::countr_zero(rest))].push_back(i);
         for (std::uint64_t rest = event.channels.audio; rest != 0; rest &= rest - 1)
             audio[static_cast<std::size_t>(std::countr_zero(rest))].push_back(i);
-        nowhere += event.channels.isEmpty() ? 1 : 0;
+        if (event.channels.isEmpty())
+            _report.lose(noChannel);
         _start = std::min(_start, event.record.in);
         end = std::max(end, event.record.out);
     }
@@ -145,13 +147,6 @@ CoSharedPtr<DmRoot> TreeMaker::make()
         require(composition->setPrimaryVideoTrackIndex(0));
     addTracks(DM_MEDIA_AUDIO, audio);
 
-    const auto tell = [this](const char* what, std::size_t count)
-    {
-        if (count != 0)
-            _report.add(Report::Warning, 0, what + (" (" + std::to_string(count)) + "): left out");
-    };
-    tell("events on no channel", nowhere);
-    tell("colour corrections of events without a picture", _looksOfSound);
     auto root = made(DmRoot::create());
     root->addChild(composition);
     return root;
@@ -317,7 +312,7 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(std::uint32_t position, Channel chan
         if (channel.mediaType == DM_MEDIA_VIDEO)
             addLook(*node, *look);
         else if (isFirst)
-            ++_looksOfSound;
+            _report.lose(lookOfSound);
     }
     if (isFirst)
         addMarks(*node, event);

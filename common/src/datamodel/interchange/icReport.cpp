@@ -40,22 +40,41 @@ void Report::mistake(std::uint32_t line, std::string what, std::string_view choi
     add(isLenient() ? Warning : Error, line, std::move(what));
 }
 
+void Report::lose(const Loss& loss, std::size_t count)
+{
+    const auto known = std::ranges::find(_losses, loss.what, [](const Lost& lost) { return lost.loss.what; });
+    if (known != _losses.end())
+        known->count += count;
+    else if (count != 0)
+        _losses.push_back({loss, count});
+}
+
 std::string Report::toString() const
 {
+    std::string text;
+    const auto tell = [&](std::uint32_t line, Level level) -> std::string&
+    {
+        text.append(_fileName).append(":");
+        if (line != 0)
+            text.append(std::to_string(line)).append(":");
+        return text.append(" ").append(levelTexts[level].prefix);
+    };
+    for (const auto& [loss, count] : _losses)
+        tell(0, Warning)
+            .append(loss.what)
+            .append(" (")
+            .append(std::to_string(count))
+            .append("): ")
+            .append(loss.choice)
+            .append("\n");
+
     std::vector<const Message*> ordered;
     for (const Message& message : _messages)
         ordered.push_back(&message);
-    std::stable_sort(ordered.begin(), ordered.end(),
-                     [](const Message* a, const Message* b) { return a->line < b->line; });
-
-    std::string text;
+    std::ranges::stable_sort(ordered, {}, &Message::line);
     for (const Message* message : ordered)
-    {
-        text.append(_fileName).append(":");
-        if (message->line != 0)
-            text.append(std::to_string(message->line)).append(":");
-        text.append(" ").append(levelTexts[message->level].prefix).append(message->text).append("\n");
-    }
+        tell(message->line, message->level).append(message->text).append("\n");
+
     for (std::size_t level = 0; level < _counts.size(); ++level)
         if (_counts[level] > shownOfALevel)
             text.append(_fileName)

@@ -22,6 +22,13 @@
 namespace interchange
 {
 
+/// A kind of thing that a form has no words for, and what is done about it.
+struct Loss
+{
+    std::string_view what;   ///< in the plural: "further video tracks"
+    std::string_view choice; ///< "left out"; lasts as long as the program
+};
+
 class Report
 {
 public:
@@ -46,14 +53,18 @@ public:
     /// `choice` says what is done about it where the report is lenient: "the record length holds".
     void mistake(std::uint32_t line, std::string what, std::string_view choice);
 
+    /// A thing of a kind that the form written or read cannot say: told as one warning a kind, with how many there
+    /// were.
+    void lose(const Loss& loss, std::size_t count = 1);
+
     // Asking
 
     bool isLenient() const { return _leniency == Lenient; }
     bool hasErrors() const { return _counts[Error] != 0; }
-    std::size_t count(Level level) const { return _counts[level]; }
-    /// One message a line, in the order of the file's lines: "FILE:LINE: text" for an error, "FILE:LINE: warning: text"
-    /// and "FILE:LINE: notice: text" for the others. A file with very many of a level shows the first hundred and says
-    /// how many more there are, so that no hostile file fills the memory or the screen.
+    std::size_t count(Level level) const { return _counts[level] + (level == Warning ? _losses.size() : 0); }
+    /// One message a line, losses first, then in the order of the file's lines: "FILE:LINE: text" for an error,
+    /// "FILE:LINE: warning: text" and "FILE:LINE: notice: text" for the others. A file with very many of a level shows
+    /// the first hundred and says how many more there are, so that no hostile file fills the memory or the screen.
     std::string toString() const;
 
 private:
@@ -64,10 +75,17 @@ private:
         std::string text;
     };
 
+    struct Lost
+    {
+        Loss loss;
+        std::size_t count;
+    };
+
     std::string _fileName;
     Leniency _leniency;
     std::vector<Message> _messages;
-    std::array<std::size_t, 3> _counts{};
+    std::vector<Lost> _losses;
+    std::array<std::size_t, 3> _counts{}; ///< of messages added
 };
 
 } // namespace interchange
