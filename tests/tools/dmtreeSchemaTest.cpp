@@ -43,7 +43,7 @@ DmPropertySetPtr create(const DmString& className)
 DmPropertySetPtr createFor(const DmPropertyDef& def)
 {
     for (const DmString& name : DmPropertyFactory::getInstance().classNames())
-        if (const DmPropertySetPtr made = create(name); made && (!def._held || def._held->accepts(*made)))
+        if (DmPropertySetPtr made = create(name); made && (!def._held || def._held->accepts(*made)))
             return made;
     return {};
 }

@@ -24,7 +24,7 @@ CoSharedPtr<DmTextSettings> titles()
     EXPECT_EQ(paragraph->getChannel(Id::fontSize)->addKeyFrame(key(3)), DM_NO_ERROR);
     const auto layer = DmTextLayer::create();
     EXPECT_EQ(layer->addParagraph(paragraph), DM_NO_ERROR);
-    const auto effect = DmTextSettings::create();
+    auto effect = DmTextSettings::create();
     EXPECT_EQ(effect->addLayer(layer), DM_NO_ERROR);
     return effect;
 }
@@ -35,7 +35,7 @@ CoSharedPtr<DmAnnotationSettings> drawing()
     EXPECT_EQ(stroke->addPoint(DmPoint::create()), DM_NO_ERROR);
     const auto layer = DmPaintLayer::create();
     EXPECT_EQ(layer->addStroke(stroke), DM_NO_ERROR);
-    const auto effect = DmAnnotationSettings::create();
+    auto effect = DmAnnotationSettings::create();
     EXPECT_EQ(effect->addLayer(layer), DM_NO_ERROR);
     return effect;
 }

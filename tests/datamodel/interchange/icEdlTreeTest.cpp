@@ -312,7 +312,7 @@ TEST(EdlTree, WritesAnyDocumentAndSaysWhatAListCannot)
             DmSourceNode::MediaInput::create(1000, srcIn, DmSourceInfo::create(), L"25 fps", mediaType, true);
         EXPECT_EQ(input->setFcm(L"25 fps"), DM_NO_ERROR);
         EXPECT_EQ(input->getSrcInfo()->setReelName(name), DM_NO_ERROR);
-        const auto node = DmSourceNode::create(input, 0, length, relIn, false, false);
+        auto node = DmSourceNode::create(input, 0, length, relIn, false, false);
         EXPECT_EQ(node->setName(name), DM_NO_ERROR);
         return node;
     };

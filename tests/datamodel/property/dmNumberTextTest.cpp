@@ -72,7 +72,7 @@ template <class T>
 bool same(T a, T b)
 {
     if constexpr (std::is_floating_point_v<T>)
-        return (a != a && b != b) || (a == b && std::signbit(a) == std::signbit(b));
+        return (std::isnan(a) && std::isnan(b)) || (a == b && std::signbit(a) == std::signbit(b));
     else
         return a == b;
 }

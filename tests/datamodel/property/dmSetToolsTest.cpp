@@ -17,7 +17,7 @@ namespace
 /// A set with something in each of its properties.
 CoSharedPtr<TestEvery> full()
 {
-    const auto set = TestEvery::create();
+    auto set = TestEvery::create();
     const struct
     {
         const wchar_t* name;

@@ -39,6 +39,7 @@ TEST(PropertySetThreads, CreateSetAndCopyObjectsOfSeveralClasses)
         }
     };
     std::vector<std::thread> running;
+    running.reserve(threads);
     for (int thread = 0; thread < threads; ++thread)
         running.emplace_back(work, thread);
     for (std::thread& thread : running)

