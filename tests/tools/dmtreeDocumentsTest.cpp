@@ -85,11 +85,11 @@ TEST(DmtreeCheck, FindsWhatBreaksTheRulesAndSaysWhere)
          0,
          "FILE: warning: children[0]/children[0]/children[0]/children[0]: shot: RelIn: -5.000000 < 0\n"
          "FILE: valid\n"},
-        {"", {}, 2, "FILE: unreadable: JSON parse error : The document is empty.\n"},
+        {"", {}, 2, "FILE: unreadable: line 1, column 1: JSON parse error : The document is empty.\n"},
         {R"({"DmRoot":{"chidren":[]}})",
          {},
          2,
-         "FILE: unreadable: Could not get property type 'chidren': Property not found\n"},
+         "FILE: unreadable: line 1, column 22: Could not get property type 'chidren': Property not found\n"},
     };
     const ZrTempDir directory;
     for (const auto& row : cases)
@@ -214,7 +214,7 @@ TEST(DmtreeDocuments, WhatIsUnreadableOrUnwritableIsNamed)
     } cases[] = {
         {{"fmt", "/nowhere.json"}, "/nowhere.json: No such file or directory"},
         {{"dump", ZR_EXAMPLES}, "documents: Is a directory"},
-        {{"info", directory.write("half.json", "{\"DmRoot\":")}, "half.json: JSON parse error : "},
+        {{"info", directory.write("half.json", "{\"DmRoot\":")}, "half.json: line 1, column 11: JSON parse error : "},
         {{"fmt", commercial, "-o", "/nowhere/out.json"}, "/nowhere/out.json: Could not open file"},
         {{"fmt", commercial, "-o", "/dev/full"}, "/dev/full: "},
         {{"check", "--repair", commercial}, "-o"},

@@ -176,8 +176,14 @@ private:
 Document import(const std::string& path)
 {
     Document document;
-    if (const DmStatus status = DmJsonImporter::importRootFromFile(path.c_str(), document.root); status.failed())
-        document.error = dmUtf8(status.info());
+    DmJsonPlace place;
+    if (const DmStatus status = DmJsonImporter::importRootFromFile(path.c_str(), document.root, &place);
+        status.failed())
+    {
+        if (place.line != 0)
+            document.error = "line " + std::to_string(place.line) + ", column " + std::to_string(place.column) + ": ";
+        document.error += dmUtf8(status.info());
+    }
     return document;
 }
 

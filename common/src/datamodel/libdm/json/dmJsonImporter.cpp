@@ -54,7 +54,7 @@ private:
     bool _before;
 };
 
-DmStatus parse(dmJson::Source& source, DmPropertySetPtr& set)
+DmStatus parse(dmJson::Source& source, DmPropertySetPtr& set, DmJsonPlace& place)
 {
     // Numbers stay texts, for us to convert: the parser's own exact conversion overflows on absurd exponents.
     constexpr unsigned flags = zrRapidjson::kParseInsituFlag | zrRapidjson::kParseNumbersAsStringsFlag;
@@ -63,7 +63,8 @@ DmStatus parse(dmJson::Source& source, DmPropertySetPtr& set)
     zrRapidjson::GenericReader<zrRapidjson::UTF8<>, zrRapidjson::UTF8<>> parser;
     parser.Parse<flags>(input, reader);
     if (!parser.HasParseError())
-        return reader.finish(set);
+        return reader.finish(set, place);
+    place = input.place();
     const char* const reason = reader.stopped();
     DmStatus status;
     status.fail(noCode, "JSON parse error : %s",
@@ -71,14 +72,15 @@ DmStatus parse(dmJson::Source& source, DmPropertySetPtr& set)
     return status;
 }
 
-DmStatus read(dmJson::Source& source, DmPropertySetPtr& set)
+DmStatus read(dmJson::Source& source, DmPropertySetPtr& set, DmJsonPlace* place)
 {
+    DmJsonPlace stopped;
     const DefaultAttributes defaultAttributes;
     DmPropertySetPtr made;
     DmStatus status;
     try
     {
-        status = parse(source, made);
+        status = parse(source, made, stopped);
     }
     catch (const std::exception&)
     {
@@ -88,6 +90,8 @@ DmStatus read(dmJson::Source& source, DmPropertySetPtr& set)
         status.fail(noCode, "The document holds no property set");
     if (status.ok())
         set = made;
+    else if (place)
+        *place = stopped;
     return status;
 }
 
@@ -130,7 +134,7 @@ DmStatus dmJson::Fault::report() const
     return status;
 }
 
-DmStatus DmJsonImporter::importSetFromFile(const char* path, CoSharedPtr<DmPropertySet>& set)
+DmStatus DmJsonImporter::importSetFromFile(const char* path, CoSharedPtr<DmPropertySet>& set, DmJsonPlace* place)
 {
     DmStatus status;
     dmJson::FileSource file;
@@ -140,7 +144,7 @@ DmStatus DmJsonImporter::importSetFromFile(const char* path, CoSharedPtr<DmPrope
         return status;
     }
     DmPropertySetPtr made;
-    status = read(file, made);
+    status = read(file, made, place);
     if (file.error() != 0) // what was read is not the document
         status.fail(noCode, "Could not read file '%s': %s", path, std::strerror(file.error()));
     if (status.ok())
@@ -148,23 +152,23 @@ DmStatus DmJsonImporter::importSetFromFile(const char* path, CoSharedPtr<DmPrope
     return status;
 }
 
-DmStatus DmJsonImporter::importSetFromStr(std::string_view json, CoSharedPtr<DmPropertySet>& set)
+DmStatus DmJsonImporter::importSetFromStr(std::string_view json, CoSharedPtr<DmPropertySet>& set, DmJsonPlace* place)
 {
     dmJson::TextSource text(json);
-    return read(text, set);
+    return read(text, set, place);
 }
 
-DmStatus DmJsonImporter::importRootFromFile(const char* path, CoSharedPtr<DmRoot>& root)
+DmStatus DmJsonImporter::importRootFromFile(const char* path, CoSharedPtr<DmRoot>& root, DmJsonPlace* place)
 {
     DmPropertySetPtr set;
-    DmStatus status = importSetFromFile(path, set);
+    DmStatus status = importSetFromFile(path, set, place);
     return asRoot(std::move(status), set, root);
 }
 
-DmStatus DmJsonImporter::importRootFromStr(const char* json, CoSharedPtr<DmRoot>& root)
+DmStatus DmJsonImporter::importRootFromStr(const char* json, CoSharedPtr<DmRoot>& root, DmJsonPlace* place)
 {
     DmPropertySetPtr set;
-    DmStatus status = importSetFromStr(json ? json : "", set);
+    DmStatus status = importSetFromStr(json ? json : "", set, place);
     return asRoot(std::move(status), set, root);
 }
 

@@ -8,7 +8,7 @@
 /// The importer knows no class of the model: objects are made by class name through the factory, with their default
 /// attributes, and filled by property name. An unknown class or property fails the whole import, as does a value that
 /// its property cannot hold, text that is not UTF-8, nesting deeper than 1024 objects and arrays, and a document of a
-/// newer version. The result is set only on success.
+/// newer version. The result is set only on success; on failure `place`, where it is given, tells where.
 ///
 /// Threads: an import switches the factory's creation of default attributes on for its length, process-wide. Imports,
 /// and other creations through the factory, must not run at the same time.
@@ -17,9 +17,17 @@
 #include "dmPropertySet.h"
 #include "dmStatus.h"
 
+#include <cstdint>
 #include <string_view>
 
 class DmRoot;
+
+/// Where an import came to what it could not read, from 1 on; 0 where that is nowhere in the document.
+struct DmJsonPlace
+{
+    std::uint64_t line = 0;
+    std::uint64_t column = 0; ///< in bytes
+};
 
 class ZR_DM_API DmJsonImporter
 {
@@ -28,10 +36,11 @@ public:
     static DmStatus importRootFromFile(const char* path, DmRoot*& root);
     /// `json` is UTF-8 that ends with a zero.
     static DmStatus importRootFromStr(const char* json, DmRoot*& root);
-    static DmStatus importRootFromFile(const char* path, CoSharedPtr<DmRoot>& root);
-    static DmStatus importRootFromStr(const char* json, CoSharedPtr<DmRoot>& root);
+    static DmStatus importRootFromFile(const char* path, CoSharedPtr<DmRoot>& root, DmJsonPlace* place = nullptr);
+    static DmStatus importRootFromStr(const char* json, CoSharedPtr<DmRoot>& root, DmJsonPlace* place = nullptr);
 
     /// A document of any property set.
-    static DmStatus importSetFromFile(const char* path, CoSharedPtr<DmPropertySet>& set);
-    static DmStatus importSetFromStr(std::string_view json, CoSharedPtr<DmPropertySet>& set);
+    static DmStatus importSetFromFile(const char* path, CoSharedPtr<DmPropertySet>& set, DmJsonPlace* place = nullptr);
+    static DmStatus importSetFromStr(std::string_view json, CoSharedPtr<DmPropertySet>& set,
+                                     DmJsonPlace* place = nullptr);
 };

@@ -129,10 +129,13 @@ void dmJson::Input::skipMoreBlanks()
     for (;;)
     {
         char* at = _at;
-        if (*at == '\n')
-            at = skipTabs(at + 1, _end);
-        while (*at == ' ' || *at == '\t' || *at == '\n' || *at == '\r')
-            ++at;
+        for (; *at == ' ' || *at == '\t' || *at == '\n' || *at == '\r'; ++at)
+            if (*at == '\n')
+            {
+                ++_line;
+                _lineBegin = offset(at) + 1;
+                at = skipTabs(at + 1, _end) - 1;
+            }
         _begin = _at = at;
         if (at != _end)
             return;

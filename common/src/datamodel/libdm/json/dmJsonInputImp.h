@@ -1,6 +1,7 @@
 /// Where the parser takes a document's bytes from: a text in memory, or a file, 65536 bytes at a time.
 #pragma once
 
+#include "dmJsonImporter.h"
 #include "dmRapidJsonImp.h"
 
 #include <cstddef>
@@ -73,7 +74,9 @@ public:
             refill();
         return c;
     }
-    std::size_t Tell() const { return _before + static_cast<std::size_t>(_at - _buffer.get()); }
+    std::size_t Tell() const { return offset(_at); }
+    /// Of the string, the number or the bracket that the parser is at.
+    DmJsonPlace place() const { return {_line, offset(_begin) - _lineBegin + 1}; }
     void skipBlanks()
     {
         if (static_cast<unsigned char>(*_at) > ' ')
@@ -110,6 +113,7 @@ public:
 private:
     static constexpr std::size_t pieceSize = 65536;
 
+    std::size_t offset(const char* at) const { return _before + static_cast<std::size_t>(at - _buffer.get()); }
     void skipMoreBlanks();
     void skipPlain();
     void refill();
@@ -123,6 +127,9 @@ private:
     char* _to;               ///< where the string's next character goes
     std::uint64_t _bits = 0; ///< of all its characters, in any place
     std::size_t _before = 0; ///< bytes of the document before the buffer
+    // Lines end between the parser's words only, so these are counted where blanks are skipped.
+    std::uint64_t _line = 1;
+    std::size_t _lineBegin = 0; ///< the offset of its first byte
 };
 
 } // namespace dmJson

@@ -76,14 +76,14 @@ void VersionNumbers::scalar(Reader& /*reader*/, const Scalar& value)
         _numbers[_current] = number;
 }
 
-Outcome VersionNumbers::close(Reader& /*reader*/)
+Outcome VersionNumbers::close(Reader& reader)
 {
     Outcome outcome;
     outcome.isVersion = true;
     if (!complete())
-        outcome.fault = makeFault({.kind = Fault::VersionShape});
+        outcome.fault = reader.fault({.kind = Fault::VersionShape});
     else if (const DmVersion version(*_numbers[Major], *_numbers[Minor]); version > DmVersion::getCurrent())
-        outcome.fault = makeFault(
+        outcome.fault = reader.fault(
             {.kind = Fault::Version, .name = versionText(version), .other = versionText(DmVersion::getCurrent())});
     return outcome;
 }
@@ -116,21 +116,21 @@ bool Slot::begin()
 }
 
 /// A value of a class that is no object.
-void Slot::refuse(Fault::Kind entryKind)
+void Slot::refuse(Reader& reader, Fault::Kind entryKind)
 {
     if (_atVersion)
     {
         if (!isEntry())
-            _versionFault = makeFault({.kind = Fault::VersionShape});
+            _versionFault = reader.fault({.kind = Fault::VersionShape});
     }
     else if (begin())
     {
         if (isEntry())
-            _fault = makeFault({.kind = entryKind, .code = DM_BAD_VALUE, .name = _holder->_name});
+            _fault = reader.fault({.kind = entryKind, .code = DM_BAD_VALUE, .name = _holder->_name});
         else
-            _fault = makeFault({.kind = Fault::Instantiate,
-                                .code = _class->creator ? DM_BAD_PROPERTY_TYPE : DM_PROPERTY_NOT_FOUND,
-                                .name = _class->name});
+            _fault = reader.fault({.kind = Fault::Instantiate,
+                                   .code = _class->creator ? DM_BAD_PROPERTY_TYPE : DM_PROPERTY_NOT_FOUND,
+                                   .name = _class->name});
     }
 }
 
@@ -138,12 +138,12 @@ void Slot::scalar(Reader& reader, const Scalar& value)
 {
     if (_numbers)
         _numbers->scalar(reader, value);
-    refuse(Fault::EntryScalar);
+    refuse(reader, Fault::EntryScalar);
 }
 
 void Slot::array(Reader& reader)
 {
-    refuse(Fault::EntryArray);
+    refuse(reader, Fault::EntryArray);
     reader.open<Ignored>();
 }
 
@@ -157,7 +157,7 @@ void Slot::object(Reader& reader)
     const eDmErrorId status = Reader::create(_class->creator, _set);
     if (status == DM_NO_ERROR)
         return reader.open<Members>(reader, *_set, *_class);
-    _fault = makeFault({.kind = Fault::Instantiate, .code = status, .name = _class->name});
+    _fault = reader.fault({.kind = Fault::Instantiate, .code = status, .name = _class->name});
     reader.open<Ignored>();
 }
 
@@ -170,7 +170,7 @@ void Slot::take(Reader& /*reader*/, Outcome&& outcome)
 }
 
 /// An empty object stands for a default one, where the slot says of which class.
-void Slot::closeEmpty()
+void Slot::closeEmpty(Reader& reader)
 {
     if (_kind == Document || _kind == Nested)
         return;
@@ -180,7 +180,7 @@ void Slot::closeEmpty()
     if (creator)
         status = Reader::create(creator, _set);
     if (status != DM_NO_ERROR && (creator || isEntry()))
-        _fault = makeFault({.kind = Fault::Property, .code = status, .name = _holder->_name});
+        _fault = reader.fault({.kind = Fault::Property, .code = status, .name = _holder->_name});
 }
 
 Outcome Slot::close(Reader& reader)
@@ -188,9 +188,9 @@ Outcome Slot::close(Reader& reader)
     if (_numbers && _numbers->complete())
         return _numbers->close(reader);
     if (_second && !_fault)
-        _fault = makeFault({.kind = Fault::Classes, .name = _class->name, .other = _second->name});
+        _fault = reader.fault({.kind = Fault::Classes, .name = _class->name, .other = _second->name});
     if (!_class)
-        closeEmpty();
+        closeEmpty(reader);
     if (_versionFault) // the walk looks at the version first
         _fault = std::move(_versionFault);
     return {std::move(_set), std::move(_fault), false};
@@ -309,7 +309,7 @@ void Members::add(Reader& reader, Group group, FaultPtr fault)
 void Members::refuse(Reader& reader, Group group, Fault&& fault)
 {
     fault.name = _index >= 0 ? def()._name : quoted(reader.unknownName);
-    add(reader, group, makeFault(std::move(fault)));
+    add(reader, group, reader.fault(std::move(fault)));
 }
 
 void Members::scalar(Reader& reader, const Scalar& value)
@@ -403,9 +403,9 @@ void Entries::finish(FaultPtr fault)
         _faults.erase(_key);
 }
 
-void Entries::refuse(Fault::Kind kind)
+void Entries::refuse(Reader& reader, Fault::Kind kind)
 {
-    finish(makeFault({.kind = kind, .code = DM_BAD_VALUE, .name = def()._name}));
+    finish(reader.fault({.kind = kind, .code = DM_BAD_VALUE, .name = def()._name}));
 }
 
 void Entries::object(Reader& reader)
@@ -413,7 +413,8 @@ void Entries::object(Reader& reader)
     const bool isEmpty = _key.empty();
     if (isEmpty || _key.view().find(L'\0') != std::wstring_view::npos)
     {
-        finish(makeFault({.kind = Fault::MapKey, .code = isEmpty ? DM_EMPTY_ID : DM_BAD_VALUE, .name = def()._name}));
+        finish(
+            reader.fault({.kind = Fault::MapKey, .code = isEmpty ? DM_EMPTY_ID : DM_BAD_VALUE, .name = def()._name}));
         return reader.open<Ignored>();
     }
     reader.open<Slot>(_key == DmVersion::getKey() ? Slot::VersionEntry : Slot::Entry, &def());
@@ -421,11 +422,11 @@ void Entries::object(Reader& reader)
 
 void Entries::array(Reader& reader)
 {
-    refuse(Fault::EntryArray);
+    refuse(reader, Fault::EntryArray);
     reader.open<Ignored>();
 }
 
-void Entries::take(Reader& /*reader*/, Outcome&& outcome)
+void Entries::take(Reader& reader, Outcome&& outcome)
 {
     const bool isRefused = !outcome.set && !outcome.fault && !outcome.isVersion;
     if (outcome.set && !outcome.fault)
@@ -434,7 +435,7 @@ void Entries::take(Reader& /*reader*/, Outcome&& outcome)
             *_owner, _index, outcome.set,
             [&](DmPropertySetMap& map) { map.try_emplace(map.end(), _key)->second.swap(outcome.set); });
         if (status != DM_NO_ERROR)
-            outcome.fault = makeFault({.kind = Fault::Property, .code = status, .name = def()._name});
+            outcome.fault = reader.fault({.kind = Fault::Property, .code = status, .name = def()._name});
     }
     if (!isRefused)
         finish(std::move(outcome.fault));
@@ -456,10 +457,10 @@ Elements::Elements(DmPropertySet& owner, int index)
     clearList<DmPropertySetVector>(owner, index);
 }
 
-void Elements::refuse(eDmErrorId code)
+void Elements::refuse(Reader& reader, eDmErrorId code)
 {
     if (!_fault)
-        _fault = makeFault({.kind = Fault::Property, .code = code, .name = _owner->classData().at(_index)->_name});
+        _fault = reader.fault({.kind = Fault::Property, .code = code, .name = _owner->classData().at(_index)->_name});
 }
 
 void Elements::object(Reader& reader)
@@ -469,11 +470,11 @@ void Elements::object(Reader& reader)
 
 void Elements::array(Reader& reader)
 {
-    refuse(DM_BAD_PROPERTY_TYPE);
+    refuse(reader, DM_BAD_PROPERTY_TYPE);
     reader.open<Ignored>();
 }
 
-void Elements::take(Reader& /*reader*/, Outcome&& outcome)
+void Elements::take(Reader& reader, Outcome&& outcome)
 {
     if (_fault)
         return;
@@ -485,7 +486,7 @@ void Elements::take(Reader& /*reader*/, Outcome&& outcome)
     const eDmErrorId status = hold<DmPropertySetVector>(
         *_owner, _index, outcome.set, [&](DmPropertySetVector& list) { list.push_back(std::move(outcome.set)); });
     if (status != DM_NO_ERROR)
-        refuse(status);
+        refuse(reader, status);
 }
 
 // Values
@@ -497,18 +498,18 @@ Values::Values(DmPropertySet& owner, int index)
     dmVisitStorage(def()._type, [&]<class T>(std::type_identity<T>) { clearList<T>(owner, index); });
 }
 
-void Values::refuse(eDmErrorId code)
+void Values::refuse(Reader& reader, eDmErrorId code)
 {
     if (!_fault)
-        _fault = makeFault({.kind = Fault::Property, .code = code, .name = def()._name});
+        _fault = reader.fault({.kind = Fault::Property, .code = code, .name = def()._name});
 }
 
-void Values::scalar(Reader& /*reader*/, const Scalar& value)
+void Values::scalar(Reader& reader, const Scalar& value)
 {
     if (!isText())
     {
         if (const eDmErrorId status = store(*_owner, _index, value); status != DM_NO_ERROR)
-            refuse(status);
+            refuse(reader, status);
         return;
     }
     char buffer[numberSize];
@@ -522,19 +523,19 @@ void Values::scalar(Reader& /*reader*/, const Scalar& value)
 
 void Values::object(Reader& reader)
 {
-    refuse(DM_BAD_PROPERTY_TYPE);
+    refuse(reader, DM_BAD_PROPERTY_TYPE);
     reader.open<Ignored>();
 }
 
 /// The lines become one text. Its last line end is not written; so a last line that is empty stands for one more.
-Outcome Values::close(Reader& /*reader*/)
+Outcome Values::close(Reader& reader)
 {
     if (isText() && !_fault)
     {
         if (_lastEmpty)
             _lines += '\n';
         if (const eDmErrorId status = store(*_owner, _index, {Scalar::String, _lines}); status != DM_NO_ERROR)
-            refuse(status);
+            refuse(reader, status);
     }
     return {{}, std::move(_fault), false};
 }

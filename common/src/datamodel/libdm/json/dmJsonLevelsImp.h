@@ -2,6 +2,7 @@
 /// brackets, and hands what it has come to, a set or a fault, to the one that holds it.
 #pragma once
 
+#include "dmJsonImporter.h"
 #include "dmJsonScalarImp.h"
 #include "dmPropertyFactory.h"
 #include "dmStatus.h"
@@ -40,15 +41,12 @@ struct Fault
     DmString name = {};        ///< of the property, or of the class
     DmString other = {};       ///< the value, the second class, or the version
     DmPropertySetPtr set = {}; ///< FromText: whose property
+    DmJsonPlace place = {};
 
     DmStatus report() const;
 };
 using FaultPtr = std::unique_ptr<Fault>;
 
-inline FaultPtr makeFault(Fault&& fault)
-{
-    return std::make_unique<Fault>(std::move(fault));
-}
 /// A text of the document for a fault: its beginning is enough, because messages are cut anyway.
 DmString quoted(std::string_view text);
 
@@ -149,8 +147,8 @@ private:
     bool isEntry() const { return _kind == Entry || _kind == VersionEntry; }
     /// Begins the value of a class; false, with a fault, when that class is not the one expected.
     bool begin();
-    void refuse(Fault::Kind entryKind);
-    void closeEmpty();
+    void refuse(Reader& reader, Fault::Kind entryKind);
+    void closeEmpty(Reader& reader);
 
     Kind _kind;
     bool _atVersion = false;
@@ -228,7 +226,7 @@ public:
     {
     }
     void key(Reader&, std::string_view name);
-    void scalar(Reader&, const Scalar&) { refuse(Fault::EntryScalar); }
+    void scalar(Reader& reader, const Scalar&) { refuse(reader, Fault::EntryScalar); }
     void object(Reader& reader);
     void array(Reader& reader);
     void take(Reader&, Outcome&& outcome);
@@ -236,7 +234,7 @@ public:
 
 private:
     const DmPropertyDef& def() const { return *_owner->classData().at(_index); }
-    void refuse(Fault::Kind kind);
+    void refuse(Reader& reader, Fault::Kind kind);
     void finish(FaultPtr fault);
 
     DmPropertySet* _owner;
@@ -252,14 +250,14 @@ class Elements
 public:
     Elements(DmPropertySet& owner, int index);
     void key(Reader&, std::string_view) {}
-    void scalar(Reader&, const Scalar&) { refuse(DM_BAD_PROPERTY_TYPE); }
+    void scalar(Reader& reader, const Scalar&) { refuse(reader, DM_BAD_PROPERTY_TYPE); }
     void object(Reader& reader);
     void array(Reader& reader);
     void take(Reader&, Outcome&& outcome);
     Outcome close(Reader&) { return {{}, std::move(_fault), false}; }
 
 private:
-    void refuse(eDmErrorId code);
+    void refuse(Reader& reader, eDmErrorId code);
 
     DmPropertySet* _owner;
     int _index;
@@ -281,7 +279,7 @@ public:
 private:
     const DmPropertyDef& def() const { return *_owner->classData().at(_index); }
     bool isText() const { return def()._type == DM_CDATA; }
-    void refuse(eDmErrorId code);
+    void refuse(Reader& reader, eDmErrorId code);
 
     DmPropertySet* _owner;
     int _index;

@@ -16,6 +16,12 @@ ClassEntry& Reader::classOf(std::string_view name)
     return _classes.emplace(name, std::move(entry)).first->second;
 }
 
+FaultPtr Reader::fault(Fault&& fault) const
+{
+    fault.place = _input.place();
+    return std::make_unique<Fault>(std::move(fault));
+}
+
 eDmErrorId Reader::create(DmPropertyCreator creator, DmPropertySetPtr& set)
 {
     if (!creator)
@@ -39,7 +45,7 @@ bool Reader::isWellFormed(std::string_view text)
 bool Reader::scalar(const Scalar& value)
 {
     if (_levels.empty())
-        _document.fault = makeFault({.kind = Fault::NoObject});
+        _document.fault = fault({.kind = Fault::NoObject});
     else
         std::visit([&](auto& level) { level.scalar(*this, value); }, _levels.back());
     return !_stopped;
@@ -73,7 +79,7 @@ bool Reader::StartArray()
 {
     if (_levels.empty())
     {
-        _document.fault = makeFault({.kind = Fault::NoObject});
+        _document.fault = fault({.kind = Fault::NoObject});
         open<Ignored>();
     }
     else
@@ -92,10 +98,13 @@ bool Reader::close()
     return true;
 }
 
-DmStatus Reader::finish(DmPropertySetPtr& root)
+DmStatus Reader::finish(DmPropertySetPtr& root, DmJsonPlace& place)
 {
     if (_document.fault)
+    {
+        place = _document.fault->place;
         return _document.fault->report();
+    }
     root = std::move(_document.set);
     return {};
 }

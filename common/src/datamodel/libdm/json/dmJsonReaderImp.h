@@ -47,13 +47,15 @@ public:
     /// Why the reader has stopped the parser; null when it has not.
     const char* stopped() const { return _stopped; }
     /// What the document holds: null when it is empty of sets. Sets it only when there is no fault.
-    DmStatus finish(DmPropertySetPtr& root);
+    DmStatus finish(DmPropertySetPtr& root, DmJsonPlace& place);
 
     // For the levels.
 
     template <class Kind, class... Arguments>
     void open(Arguments&&... arguments);
     ClassEntry& classOf(std::string_view name);
+    /// A fault at what is being read.
+    FaultPtr fault(Fault&& fault) const;
     static eDmErrorId create(DmPropertyCreator creator, DmPropertySetPtr& set);
     /// A name that is no property's, kept from its event to the following one.
     std::string unknownName;
