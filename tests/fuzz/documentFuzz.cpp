@@ -1,6 +1,10 @@
 /// Documents: whatever is read is written as a document that reads back as the same and is written as the same bytes
-/// again, in either layout; a tree can be shown, copied, checked and repaired. What is no JSON is told in the words of
-/// the JSON library.
+/// again, in either layout; a tree can be shown, copied, checked, repaired and converted. What is no JSON is told in
+/// the words of the JSON library.
+#include "icEdlWriter.h"
+#include "icOtioWriter.h"
+#include "icTreeToEdl.h"
+
 #include "CoMsg.h"
 #include "dmJsonImporter.h"
 #include "dmRoot.h"
@@ -97,6 +101,10 @@ void use(const CoSharedPtr<DmRoot>& root)
     std::ostringstream text;
     expect(DmTreeTool::dump(root.get(), text) == DM_NO_ERROR && !text.str().empty(), "cannot be shown");
     const CoSharedPtr<DmRoot> copy = DmTreeTool::deepClone(root);
+    interchange::Report report("fuzz.json");
+    if (const auto list = interchange::treeToEdl(*root, DM::FCM_24, report))
+        static_cast<void>(interchange::writeEdl(*list));
+    static_cast<void>(interchange::writeOtio(*root, DM::FCM_24, report));
     std::string difference;
     expect(DmTreeTool::areEqual(root.get(), copy.get(), &difference), "copied otherwise at " + difference);
     Checks checks;

@@ -1,7 +1,13 @@
 /// Cut lists: whatever is read as one, by a strict or a lenient reader at any rate, is written as a list that reads
-/// back equal. The first two bytes choose the rate and the leniency.
+/// back equal, and makes a valid document; one without mistakes or losses comes back from its document as it was. The
+/// first two bytes choose the rate and the leniency.
 #include "icEdlReader.h"
+#include "icEdlToTree.h"
 #include "icEdlWriter.h"
+#include "icTreeToEdl.h"
+
+#include "dmCompositionNode.h"
+#include "dmTreeTool.h"
 
 #include <array>
 #include <cstdint>
@@ -18,6 +24,25 @@ namespace
 constexpr std::array modes{DM::FCM_NOT_DEFINED, DM::FCM_23_976,    DM::FCM_24,       DM::FCM_25,
                            DM::FCM_29_97_DF,    DM::FCM_29_97_NDF, DM::FCM_59_94_DF, DM::FCM_60};
 
+void expect(bool property, const Report& report, const std::string& list)
+{
+    if (property)
+        return;
+    std::cerr << report.toString() << list;
+    std::abort();
+}
+
+void checkDocument(const EdlList& list, Report& report)
+{
+    const CoSharedPtr<DmRoot> root = edlToTree(list, report);
+    expect(root &&
+               DmTreeTool::findViolations(dynamic_cast<DmCompositionNode*>(root->getChild(0)), DM_VALIDATE_ALL).empty(),
+           report, writeEdl(list));
+    const bool isWhole = report.count(Report::Warning) == 0;
+    const std::optional<EdlList> back = treeToEdl(*root, list.fcm, report);
+    expect(back && (!isWhole || *back == list), report, writeEdl(list) + (back ? writeEdl(*back) : ""));
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -31,17 +56,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         readEdl(std::string(reinterpret_cast<const char*>(data) + 2, size - 2), fcm, report);
     if (!list)
     {
-        if (!report.hasErrors() || report.toString().empty())
-            std::abort();
+        expect(report.hasErrors() && !report.toString().empty(), report, "neither a list nor an error");
         return 0;
     }
     const std::string text = writeEdl(*list);
     Report again("again.edl", leniency);
     const std::optional<EdlList> copy = readEdl(text, list->fcm, again);
-    if (!copy || !(*copy == *list))
-    {
-        std::cerr << report.toString() << again.toString() << text << (copy ? writeEdl(*copy) : "");
-        std::abort();
-    }
+    expect(copy && *copy == *list, again, text + (copy ? writeEdl(*copy) : ""));
+    checkDocument(*list, report);
     return 0;
 }

@@ -288,7 +288,7 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(std::uint32_t position, Channel chan
         kept.transitionLength = event.transitionLength;
     }
     const bool isTape = edlReelKind(event.reel) == EdlReelKind::Tape;
-    if (!isTape || event.source.length() != event.record.length())
+    if (!isTape || event.speed || event.source.length() != event.record.length())
     {
         kept.source = event.source;
         kept.recordLength = event.record.length();
