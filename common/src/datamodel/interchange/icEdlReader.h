@@ -17,28 +17,9 @@
 ///
 /// # Mistakes
 ///
-/// An error in a strict report; in a lenient one, a warning, and reading goes on as follows.
-///
-/// | Mistake                                                | Lenient                                              |
-/// |--------------------------------------------------------|------------------------------------------------------|
-/// | a field of an event is missing or unreadable           | the event is left out, with the notes behind it      |
-/// | no reel name                                           | the reel is AX, the auxiliary source                 |
-/// | a time code out of range, or one that is never counted | it becomes the nearest that is (see framesOf)        |
-/// | the record side ends before it begins                  | it gets the length of the source                     |
-/// | the source ends before it begins                       | it gets the length of the record side                |
-/// | record and source lengths disagree                     | the record side holds, the source out-time moves     |
-/// | a transition is longer than its event                  | it takes the whole event                             |
-/// | an event number falls, or a record in-time on a channel| the event stays: its record time says where it plays |
-/// | an event begins before the one before it on a channel  | both stay: the later one covers the end of the       |
-/// | has ended                                              | earlier one                                          |
-///
-/// Lengths are compared unless the reel is black or bars. With an M2 line the source may have the record length, or any
-/// length when it is frozen, or else what runs through at that speed, give or take what products round; anything else
-/// is a warning. A side that ends more than twelve hours "before" it begins passes midnight, as does a record time that
-/// lies more than twelve hours before the last event's (with a warning); numbers may start over after 999 or at 0 or 1.
-///
-/// Keys are kept with a warning, and so is every line whose keyword is known but not what stands behind it. Binary data
-/// and a text that holds neither event nor title are errors in any report.
+/// An error in a strict report; in a lenient one, a warning, and reading goes on as docs/lists.md says for each. Keys are
+/// kept with a warning, and so is every line whose keyword is known but not what stands behind it. Binary data and a text
+/// that holds neither event nor title are errors in any report.
 #pragma once
 
 #include "icEdlList.h"
