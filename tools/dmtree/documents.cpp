@@ -4,19 +4,16 @@
 #include "dmUtf8.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
-#include <thread>
 
 namespace dmtree
 {
@@ -25,33 +22,9 @@ namespace
 
 constexpr off_t sizeWithBar = 4 << 20; ///< smaller files are read before anybody could look at a bar
 
-class Descriptor
-{
-public:
-    explicit Descriptor(int number)
-        : _number(number)
-    {
-    }
-    ~Descriptor() { close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int number() const { return _number; }
-    void close()
-    {
-        if (_number > STDERR_FILENO)
-            ::close(_number);
-        _number = -1;
-    }
-
-private:
-    int _number;
-};
-
 class ProgressBar
 {
 public:
-    /// Of no size: nothing is shown.
     ProgressBar(std::string name, off_t size)
         : _name(std::move(name))
         , _size(size)
@@ -68,7 +41,7 @@ public:
     void add(off_t bytes)
     {
         _done += bytes;
-        const int percent = _size > 0 ? static_cast<int>(std::min(_done, _size) * 100 / _size) : _shown;
+        const auto percent = static_cast<int>(std::min(_done, _size) * 100 / _size);
         if (percent == _shown)
             return;
         _shown = percent;
@@ -83,135 +56,71 @@ private:
     int _shown = -1;
 };
 
-/// Hands the bytes of an open file to whoever opens path(), on a thread of its own: for what cannot be opened a second
-/// time by its name, and to see how far the reader has come.
-class Feeder
+/// A file, or standard input.
+class Input final : public DmJsonSource
 {
 public:
-    Feeder(int from, ProgressBar& bar)
-        : _from(from)
-        , _bar(bar)
-        , _ends(makePipe())
-        , _readEnd(_ends[0])
-        , _writeEnd(_ends[1])
-        , _thread([this] { feed(); })
+    explicit Input(const std::string& path)
+        : _isStandard(path == "-")
+        , _file(_isStandard ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC))
     {
+        struct stat info = {};
+        if (_file < 0 || ::fstat(_file, &info) != 0)
+            _error = errno;
+        else if (S_ISDIR(info.st_mode))
+            _error = EISDIR;
+        else if (S_ISREG(info.st_mode) && info.st_size > sizeWithBar && ::isatty(STDERR_FILENO) == 1)
+            _bar.emplace(_isStandard ? "standard input" : path, info.st_size);
     }
-    ~Feeder() { finish(); }
-    Feeder(const Feeder&) = delete;
-    Feeder& operator=(const Feeder&) = delete;
-
-    std::string path() const { return "/dev/fd/" + std::to_string(_readEnd.number()); }
-
-    /// The reader is done, maybe before the end. The errno of a read that failed, or 0.
-    int finish()
+    ~Input() override
     {
-        _readEnd.close();
-        if (_thread.joinable())
-            _thread.join();
-        return _error;
+        if (!_isStandard && _file >= 0)
+            ::close(_file);
+    }
+    Input(const Input&) = delete;
+    Input& operator=(const Input&) = delete;
+
+    /// The errno of what could not be opened or read, or 0.
+    int error() const { return _error; }
+
+    std::size_t read(char* to, std::size_t size) override
+    {
+        ssize_t got = 0;
+        do
+            got = ::read(_file, to, size);
+        while (got < 0 && errno == EINTR);
+        if (got < 0)
+            _error = errno;
+        else if (_bar)
+            _bar->add(got);
+        return got > 0 ? static_cast<std::size_t>(got) : 0;
     }
 
 private:
-    static std::array<int, 2> makePipe()
-    {
-        std::array<int, 2> ends{};
-        if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-            throw std::runtime_error(std::string("cannot make a pipe: ") + std::strerror(errno));
-        return ends;
-    }
-
-    void feed()
-    {
-        // A reader that stops early is told by a failing write, not by a signal.
-        sigset_t pipeSignal;
-        sigemptyset(&pipeSignal);
-        sigaddset(&pipeSignal, SIGPIPE);
-        pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
-
-        std::array<char, 1 << 16> buffer;
-        for (;;)
-        {
-            std::array<pollfd, 2> wait{{{_from, POLLIN, 0}, {_writeEnd.number(), 0, 0}}};
-            if (::poll(wait.data(), wait.size(), -1) < 0 && errno == EINTR)
-                continue;
-            if (wait[1].revents != 0) // nobody reads any more
-                break;
-            const ssize_t got = ::read(_from, buffer.data(), buffer.size());
-            if (got < 0 && errno == EINTR)
-                continue;
-            if (got < 0)
-                _error = errno;
-            if (got <= 0 || !write(buffer.data(), static_cast<std::size_t>(got)))
-                break;
-            _bar.add(got);
-        }
-        _writeEnd.close();
-    }
-
-    bool write(const char* data, std::size_t size) const
-    {
-        while (size > 0)
-        {
-            const ssize_t put = ::write(_writeEnd.number(), data, size);
-            if (put < 0 && errno == EINTR)
-                continue;
-            if (put < 0)
-                return false;
-            data += put;
-            size -= static_cast<std::size_t>(put);
-        }
-        return true;
-    }
-
-    int _from;
-    ProgressBar& _bar;
-    std::array<int, 2> _ends;
-    Descriptor _readEnd;
-    Descriptor _writeEnd;
+    bool _isStandard;
+    int _file;
     int _error = 0;
-    std::thread _thread;
+    std::optional<ProgressBar> _bar;
 };
-
-Document import(const std::string& path)
-{
-    Document document;
-    DmJsonPlace place;
-    if (const DmStatus status = DmJsonImporter::importRootFromFile(path.c_str(), document.root, &place);
-        status.failed())
-    {
-        if (place.line != 0)
-            document.error = "line " + std::to_string(place.line) + ", column " + std::to_string(place.column) + ": ";
-        document.error += dmUtf8(status.info());
-    }
-    return document;
-}
-
-Document failed(int error)
-{
-    return {{}, std::strerror(error)};
-}
 
 } // namespace
 
 Document openDocument(const std::string& path)
 {
-    const bool isInput = path == "-";
-    const Descriptor file(isInput ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat info = {};
-    if (file.number() < 0 || ::fstat(file.number(), &info) != 0)
-        return failed(errno);
-    if (S_ISDIR(info.st_mode))
-        return failed(EISDIR);
-    const bool showsBar = S_ISREG(info.st_mode) && info.st_size > sizeWithBar && ::isatty(STDERR_FILENO) == 1;
-    if (!isInput && S_ISREG(info.st_mode) && !showsBar)
-        return import(path);
-
-    ProgressBar bar(isInput ? "standard input" : path, showsBar ? info.st_size : 0);
-    Feeder feeder(file.number(), bar);
-    Document document = import(feeder.path());
-    const int error = feeder.finish();
-    return error == 0 ? document : failed(error);
+    Document document;
+    DmJsonPlace place;
+    Input input(path);
+    if (input.error() == 0)
+        if (const DmStatus status = DmJsonImporter::importRoot(input, document.root, &place); status.failed())
+        {
+            if (place.line != 0)
+                document.error =
+                    "line " + std::to_string(place.line) + ", column " + std::to_string(place.column) + ": ";
+            document.error += dmUtf8(status.info());
+        }
+    if (input.error() != 0) // what was read is not the document
+        document = {{}, std::strerror(input.error())};
+    return document;
 }
 
 CoSharedPtr<DmRoot> requireDocument(const std::string& path)

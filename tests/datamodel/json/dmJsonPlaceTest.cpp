@@ -1,5 +1,7 @@
-/// Where in a document an import finds what it cannot read.
+/// Where in a document an import finds what it cannot read, and documents that come in pieces.
 #include "jsonSets.h"
+
+#include "dmRoot.h"
 
 #include <gtest/gtest.h>
 
@@ -43,4 +45,40 @@ TEST(JsonPlace, IsNowhereForAFileThatIsNotThere)
     DmJsonPlace place;
     EXPECT_TRUE(DmJsonImporter::importSetFromFile("/nowhere.json", set, &place).failed());
     EXPECT_EQ(place.line, 0U);
+}
+
+/// Hands out a byte at a time.
+class SlowSource final : public DmJsonSource
+{
+public:
+    explicit SlowSource(std::string_view text)
+        : _rest(text)
+    {
+    }
+    std::size_t read(char* to, std::size_t /*size*/) override
+    {
+        const std::size_t count = _rest.copy(to, 1);
+        _rest.remove_prefix(count);
+        return count;
+    }
+
+private:
+    std::string_view _rest;
+};
+
+TEST(JsonSource, MayTakeItsTime)
+{
+    CoSharedPtr<DmRoot> root;
+    SlowSource whole(
+        R"({"DmRoot": {"name": "\u00e9t\u00e9", "children": [{"DmCompositionNode": {"startTC": -1.5e1}}]}})");
+    ASSERT_TRUE(DmJsonImporter::importRoot(whole, root).ok());
+    EXPECT_TRUE(root->getName() == L"\u00e9t\u00e9");
+    EXPECT_EQ(root->getNbChildren(), 1);
+
+    DmJsonPlace place;
+    SlowSource cut("{\"DmRoot\":\n {\"name\": \"\\u00e");
+    EXPECT_TRUE(DmJsonImporter::importRoot(cut, root, &place).failed());
+    EXPECT_EQ(place.line, 2U);
+    EXPECT_EQ(place.column, 11U);
+    EXPECT_EQ(root->getNbChildren(), 1) << "what was there stays";
 }

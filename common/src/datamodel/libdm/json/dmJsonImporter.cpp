@@ -54,7 +54,7 @@ private:
     bool _before;
 };
 
-DmStatus parse(dmJson::Source& source, DmPropertySetPtr& set, DmJsonPlace& place)
+DmStatus parse(DmJsonSource& source, DmPropertySetPtr& set, DmJsonPlace& place)
 {
     // Numbers stay texts, for us to convert: the parser's own exact conversion overflows on absurd exponents.
     constexpr unsigned flags = zrRapidjson::kParseInsituFlag | zrRapidjson::kParseNumbersAsStringsFlag;
@@ -72,7 +72,7 @@ DmStatus parse(dmJson::Source& source, DmPropertySetPtr& set, DmJsonPlace& place
     return status;
 }
 
-DmStatus read(dmJson::Source& source, DmPropertySetPtr& set, DmJsonPlace* place)
+DmStatus read(DmJsonSource& source, DmPropertySetPtr& set, DmJsonPlace* place)
 {
     DmJsonPlace stopped;
     const DefaultAttributes defaultAttributes;
@@ -169,6 +169,13 @@ DmStatus DmJsonImporter::importRootFromStr(const char* json, CoSharedPtr<DmRoot>
 {
     DmPropertySetPtr set;
     DmStatus status = importSetFromStr(json ? json : "", set, place);
+    return asRoot(std::move(status), set, root);
+}
+
+DmStatus DmJsonImporter::importRoot(DmJsonSource& source, CoSharedPtr<DmRoot>& root, DmJsonPlace* place)
+{
+    DmPropertySetPtr set;
+    DmStatus status = read(source, set, place);
     return asRoot(std::move(status), set, root);
 }
 

@@ -17,6 +17,7 @@
 #include "dmPropertySet.h"
 #include "dmStatus.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -29,6 +30,16 @@ struct DmJsonPlace
     std::uint64_t column = 0; ///< in bytes
 };
 
+/// A document that is no file, or whose reading is to be watched.
+class DmJsonSource
+{
+public:
+    virtual ~DmJsonSource() = default;
+    /// Puts the next bytes at `to`, at most `size` (which is not 0); returns how many, 0 at the end. A source that
+    /// fails seems to end there: whoever made it asks it afterwards.
+    virtual std::size_t read(char* to, std::size_t size) = 0;
+};
+
 class ZR_DM_API DmJsonImporter
 {
 public:
@@ -38,6 +49,7 @@ public:
     static DmStatus importRootFromStr(const char* json, DmRoot*& root);
     static DmStatus importRootFromFile(const char* path, CoSharedPtr<DmRoot>& root, DmJsonPlace* place = nullptr);
     static DmStatus importRootFromStr(const char* json, CoSharedPtr<DmRoot>& root, DmJsonPlace* place = nullptr);
+    static DmStatus importRoot(DmJsonSource& source, CoSharedPtr<DmRoot>& root, DmJsonPlace* place = nullptr);
 
     /// A document of any property set.
     static DmStatus importSetFromFile(const char* path, CoSharedPtr<DmPropertySet>& set, DmJsonPlace* place = nullptr);

@@ -90,7 +90,7 @@ std::size_t dmJson::FileSource::read(char* to, std::size_t size)
     return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
-dmJson::Input::Input(Source& source)
+dmJson::Input::Input(DmJsonSource& source)
     : _source(source)
     , _capacity(pieceSize + pieceSize / 8)
     , _buffer(std::make_unique_for_overwrite<char[]>(_capacity + 1))

@@ -12,16 +12,7 @@
 namespace dmJson
 {
 
-/// Hands out a document piece by piece.
-class Source
-{
-public:
-    virtual ~Source() = default;
-    /// Puts the next bytes at `to`, at most `size`; returns how many, 0 at the end.
-    virtual std::size_t read(char* to, std::size_t size) = 0;
-};
-
-class TextSource final : public Source
+class TextSource final : public DmJsonSource
 {
 public:
     explicit TextSource(std::string_view text)
@@ -34,7 +25,7 @@ private:
     std::string_view _text;
 };
 
-class FileSource final : public Source
+class FileSource final : public DmJsonSource
 {
 public:
     FileSource() = default;
@@ -61,7 +52,7 @@ class Input
 public:
     using Ch = char;
 
-    explicit Input(Source& source);
+    explicit Input(DmJsonSource& source);
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
 
@@ -118,7 +109,7 @@ private:
     void skipPlain();
     void refill();
 
-    Source& _source;
+    DmJsonSource& _source;
     std::size_t _capacity;
     std::unique_ptr<char[]> _buffer;
     char* _begin; ///< of the string (its quote) or the number
