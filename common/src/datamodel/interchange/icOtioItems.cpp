@@ -1,82 +1,26 @@
 #include "icOtioItems.h"
 
 #include "icEdlKept.h"
+#include "icText.h"
+#include "icTree.h"
 
+#include "dmADissolveSettings.h"
 #include "dmATimewarpSettings.h"
 #include "dmBlobNode.h"
 #include "dmTimewarpSettings.h"
-
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
+#include "dmVDissolveSettings.h"
+#include "dmWipeSettings.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
-#include <new>
 
 namespace interchange::otio
 {
 
 namespace
 {
-
-/// Hands all on to the document, and stops where the nesting becomes too deep.
-struct BoundedHandler
-{
-    json::Document& to;
-    int depth = 0;
-
-    bool enter() { return ++depth <= deepestJson; }
-    bool Null() { return to.Null(); }
-    bool Bool(bool value) { return to.Bool(value); }
-    bool Int(int value) { return to.Int(value); }
-    bool Uint(unsigned value) { return to.Uint(value); }
-    bool Int64(std::int64_t value) { return to.Int64(value); }
-    bool Uint64(std::uint64_t value) { return to.Uint64(value); }
-    bool Double(double value) { return to.Double(value); }
-    bool RawNumber(const char* text, json::SizeType size, bool copy) { return to.RawNumber(text, size, copy); }
-    bool String(const char* text, json::SizeType size, bool copy) { return to.String(text, size, copy); }
-    bool Key(const char* text, json::SizeType size, bool copy) { return to.Key(text, size, copy); }
-    bool StartObject() { return enter() && to.StartObject(); }
-    bool EndObject(json::SizeType count) { return --depth >= 0 && to.EndObject(count); }
-    bool StartArray() { return enter() && to.StartArray(); }
-    bool EndArray(json::SizeType count) { return --depth >= 0 && to.EndArray(count); }
-};
-
-using KeptWriter =
-    json::Writer<json::StringBuffer, json::UTF8<>, json::UTF8<>, json::CrtAllocator, json::kWriteNanAndInfFlag>;
-
-void writeKept(KeptWriter& writer, const Value& object)
-{
-    writer.StartObject();
-    for (const auto& each : object.GetObject())
-    {
-        const std::string_view name = text(&each.name);
-        if (name == "children" && each.value.IsArray())
-            continue;
-        writer.Key(each.name.GetString(), each.name.GetStringLength());
-        if (name == "tracks" && each.value.IsObject() && schemaOf(&object) == "Timeline")
-            writeKept(writer, each.value);
-        else
-            each.value.Accept(writer);
-    }
-    writer.EndObject();
-}
-
-void attach(DmTreeNode& node, std::string_view text)
-{
-    const auto blob = DmBlobNode::create(blobType, toDmString(text));
-    require(blob ? node.setBaseBlob(blob) : DM_BAD_VALUE);
-}
-
-template <class T>
-const CoSharedPtr<T>& made(const CoSharedPtr<T>& object)
-{
-    if (!object)
-        throw std::bad_alloc();
-    return object;
-}
 
 struct Generator
 {
@@ -92,108 +36,112 @@ constexpr std::array<Generator, 8> generators{{{"SMPTEBars", L"INPUT_SMPTE_BARS"
                                                {"Silence", L"INPUT_SILENCE"},
                                                {"Tone", L"INPUT_TONE"}}};
 
+/// What the types of wipes begin with; a pattern's number may follow.
+constexpr std::string_view wipeType = "SMPTE_Wipe";
+
+void attach(DmTreeNode& node, std::string_view text)
+{
+    static const DmString type(blobType);
+    const auto blob = DmBlobNode::create(type, toDmString(text));
+    require(blob ? node.setBaseBlob(blob) : DM_BAD_VALUE);
+}
+
 } // namespace
 
-void require(eDmErrorId status)
+// Members
+
+Mix mixOf(const Value& transition)
 {
-    if (status != DM_NO_ERROR)
-        throw std::bad_alloc();
+    const std::string_view type = textOf(&transition, "transition_type");
+    return type.starts_with(wipeType)                 ? Mix::Wipe
+           : type.empty() || type == "SMPTE_Dissolve" ? Mix::Dissolve
+                                                      : Mix::Other;
 }
 
-bool parse(json::Document& document, char* text, std::string& error, std::size_t& offset)
+std::optional<int> wipePattern(const Value& transition)
 {
-    constexpr unsigned flags = json::kParseInsituFlag | json::kParseIterativeFlag | json::kParseFullPrecisionFlag |
-                               json::kParseNanAndInfFlag | json::kParseValidateEncodingFlag;
-    json::Reader reader;
-    json::ParseResult result;
-    const auto generate = [&](json::Document& to)
-    {
-        BoundedHandler handler{to};
-        json::InsituStringStream stream(text);
-        result = reader.Parse<flags>(stream, handler);
-        return !result.IsError();
-    };
-    document.Populate(generate);
-    if (!result.IsError())
-        return true;
-    offset = result.Offset();
-    error = result.Code() == json::kParseErrorTermination ? "nested too deeply" : json::GetParseError_En(result.Code());
-    return false;
+    std::string_view type = textOf(&transition, "transition_type");
+    const std::string_view event = textOf(member(member(&transition, "metadata"), "cmx_3600"), "transition");
+    type.remove_prefix(std::min(type.size(), type.find_first_of("0123456789")));
+    const std::optional<int> own = toNumber<int>(type);
+    return own || !event.starts_with('W') ? own : toNumber<int>(event.substr(1));
 }
 
-const Value* member(const Value* object, const char* name)
+std::string_view reelOf(const Value& clip)
 {
-    if (!object || !object->IsObject())
-        return nullptr;
-    const auto found = object->FindMember(name);
-    return found == object->MemberEnd() || found->value.IsNull() ? nullptr : &found->value;
+    return textOf(member(member(&clip, "metadata"), "cmx_3600"), "reel");
 }
 
-const Value* arrayOf(const Value* object, const char* name)
+std::string_view mediaKey(const Value& clip)
 {
-    const Value* const value = member(object, name);
-    return value && value->IsArray() ? value : nullptr;
+    const std::string_view active = textOf(&clip, "active_media_reference_key");
+    return active.empty() ? "DEFAULT_MEDIA" : active;
 }
 
-std::string_view text(const Value* value)
+const Value* mediaOf(const Value& clip)
 {
-    return value && value->IsString() ? std::string_view(value->GetString(), value->GetStringLength())
-                                      : std::string_view();
+    if (const Value* const one = member(&clip, "media_reference"))
+        return one;
+    return member(member(&clip, "media_references"), mediaKey(clip));
 }
 
-std::string_view textOf(const Value* object, const char* name)
+bool isCollection(const Value& object)
 {
-    return text(member(object, name));
+    return schemaOf(&object) == "SerializableCollection";
 }
 
-std::string_view schemaOf(const Value* object)
+bool isTimewarp(const Value& effect)
 {
-    const std::string_view schema = textOf(object, "OTIO_SCHEMA");
-    return schema.substr(0, schema.rfind('.'));
+    const std::string_view schema = schemaOf(&effect);
+    return schema == "LinearTimeWarp" || schema == "FreezeFrame";
 }
 
-bool isTrack(std::string_view schema)
+std::optional<double> speedOf(const Value& item)
 {
-    return schema == "Track" || schema == "Sequence";
+    const Value* const effects = arrayOf(&item, "effects");
+    if (!effects)
+        return std::nullopt;
+    const auto warp = std::find_if(effects->Begin(), effects->End(), isTimewarp);
+    if (warp == effects->End())
+        return std::nullopt;
+    if (schemaOf(warp) == "FreezeFrame")
+        return 0;
+    const Value* const scalar = member(warp, "time_scalar");
+    return scalar && scalar->IsNumber() && std::isfinite(scalar->GetDouble()) ? scalar->GetDouble() : 1.0;
 }
 
-void keep(DmTreeNode& node, const Value& object)
+std::optional<double> speedOf(const DmPropertySet* effect)
 {
-    json::StringBuffer buffer;
-    KeptWriter writer(buffer);
-    writeKept(writer, object);
-    attach(node, {buffer.GetString(), buffer.GetSize()});
-}
-
-void keepImplied(DmTreeNode& node)
-{
-    attach(node, "{}");
+    if (const auto* const warp = dynamic_cast<const DmTimewarpSettings*>(effect); warp && warp->isConstantSpeed())
+        return warp->getSpeed();
+    if (const auto* const warp = dynamic_cast<const DmATimewarpSettings*>(effect); warp && warp->getRatio() > 0)
+        return 1 / static_cast<double>(warp->getRatio());
+    return std::nullopt;
 }
 
 // Messages
 
-Items::Items(DM::FrameCodeModes fcm, bool anyRate, Report* report, const std::string* source, const char* parsed)
-    : _fcm(fcm)
-    , _fps(DM::FcmUtil::getDoubleFPS(fcm))
-    , _anyRate(anyRate)
+Items::Items(bool anyRate, Report* report, const ParsedText* source)
+    : _anyRate(anyRate)
     , _report(report)
     , _source(source)
-    , _parsed(parsed)
 {
+}
+
+void Items::setMode(DM::FrameCodeModes fcm)
+{
+    _fcm = fcm;
+    DmString(DM::FcmUtil::getFCMString(fcm)).swap(_fcmText);
+    _fps = DM::FcmUtil::getDoubleFPS(fcm);
 }
 
 std::uint32_t Items::lineOf(const Value* object) const
 {
-    // Parsed in place, so an object's first name tells where it stands.
     // A line is counted from the file's begin: not for messages that nobody will see.
     constexpr std::size_t most = 100;
-    if (!_source || !object || _report->count(Report::Warning) + _report->count(Report::Error) > most ||
-        !object->IsObject() || object->ObjectEmpty())
+    if (!_source || !object || _report->count(Report::Warning) + _report->count(Report::Error) > most)
         return 0;
-    const std::ptrdiff_t offset = object->MemberBegin()->name.GetString() - _parsed;
-    if (offset < 0 || static_cast<std::size_t>(offset) > _source->size())
-        return 0;
-    return 1 + static_cast<std::uint32_t>(std::count(_source->begin(), _source->begin() + offset, '\n'));
+    return _source->lineOf(*object);
 }
 
 void Items::mistake(const Value* object, std::string what, std::string_view choice)
@@ -202,20 +150,54 @@ void Items::mistake(const Value* object, std::string what, std::string_view choi
         _report->mistake(lineOf(object), std::move(what), choice);
 }
 
-void Items::warn(const Value* object, std::string what)
+void Items::add(Report::Level level, const Value* object, std::string what)
 {
     if (_report)
-        _report->add(Report::Warning, lineOf(object), std::move(what));
+        _report->add(level, lineOf(object), std::move(what));
+}
+
+void Items::refuseRate(const Value* object, double rate)
+{
+    add(Report::Error, object,
+        "no frame-code mode has the rate " + std::to_string(rate) + "; name the mode to convert to");
 }
 
 void Items::tell()
 {
-    if (_moved == 0 || !_report)
+    if (!_report)
+        return;
+    struct Text
+    {
+        const char* what;
+        const char* choice;
+    };
+    constexpr std::array<Text, KindCount> texts{{{"transitions other than dissolves and wipes", "play as dissolves"},
+                                                 {"generators of unknown kinds", "play black"},
+                                                 {"objects of unknown schemas", "play as gaps"}}};
+    for (std::size_t i = 0; i < KindCount; ++i)
+        if (_counts[i] != 0)
+            _report->add(Report::Warning, 0,
+                         texts[i].what + (" (" + std::to_string(_counts[i])) + "): " + texts[i].choice);
+    if (_moved == 0)
         return;
     char by[96];
-    std::snprintf(by, sizeof by, "by at most %.4g frames (%.4g ms)", _furthest, 1000.0 * _furthest / _fps);
+    std::snprintf(by, sizeof by, "by at most %.4g frames (%.4g ms)", _furthest, 1000.0 * _longest);
     _report->add(Report::Warning, 0,
                  "times of other rates that fall between frames (" + std::to_string(_moved) + "): moved " + by);
+}
+
+// What travels with nodes
+
+void Items::keep(DmTreeNode& node, const Value& object, LeftOut leftOut)
+{
+    _kept.clear();
+    appendShortJson(_kept, object, leftOut);
+    attach(node, _kept);
+}
+
+void Items::keepImplied(DmTreeNode& node)
+{
+    attach(node, "{}");
 }
 
 // Times
@@ -235,8 +217,8 @@ double Items::frames(const Value* time)
     const double ownFps = rate->GetDouble();
     if (count == 0)
         return 0;
-    const double exact = count * _fps / ownFps;
-    if (!(ownFps > 0) || !std::isfinite(ownFps) || !(std::abs(count) <= limit) || !(std::abs(exact) <= limit))
+    const double exact = ownFps > 0 && std::isfinite(ownFps) ? count * _fps / ownFps : 2 * limit;
+    if (!(std::abs(count) <= limit) || !(std::abs(exact) <= limit))
     {
         mistake(time, "a time out of range", "taken as zero");
         return 0;
@@ -244,14 +226,14 @@ double Items::frames(const Value* time)
     const DM::FrameCodeModes own = DM::FcmUtil::FPStoFCM(ownFps, false);
     if (own != DM::FCM_NOT_DEFINED && own == DM::FcmUtil::toNonDrop(_fcm))
         return count;
-    if (own == DM::FCM_NOT_DEFINED && !_anyRate && _report)
-        _report->add(Report::Error, lineOf(time),
-                     "no frame-code mode has the rate " + std::to_string(ownFps) + "; name the mode to convert to");
+    if (own == DM::FCM_NOT_DEFINED && !_anyRate)
+        refuseRate(time, ownFps);
     const double nearest = std::round(exact);
     if (const double difference = std::abs(nearest - exact); difference > 1e-6)
     {
         ++_moved;
         _furthest = std::max(_furthest, difference);
+        _longest = std::max(_longest, difference / _fps);
     }
     return nearest;
 }
@@ -292,71 +274,100 @@ Extent Items::extent(const Value& item, const std::optional<Range>& material)
 
 // Parts of items
 
-const Value* Items::mediaOf(const Value& clip) const
-{
-    if (const Value* const one = member(&clip, "media_reference"))
-        return one;
-    const std::string active(textOf(&clip, "active_media_reference_key"));
-    return member(member(&clip, "media_references"), active.empty() ? "DEFAULT_MEDIA" : active.c_str());
-}
-
 Extent Items::clipExtent(const Value& clip)
 {
-    return extent(clip, range(member(mediaOf(clip), "available_range")));
+    return clipExtent(clip, mediaOf(clip));
 }
 
-CoSharedPtr<DmSourceNode::Input> Items::input(const Value* media, const Extent& extent, eDmTreeMediaType mediaType)
+Extent Items::clipExtent(const Value& clip, const Value* media)
+{
+    return extent(clip, range(member(media, "available_range")));
+}
+
+CoSharedPtr<DmSourceNode::Input> Items::generator(const Value& media, double length, eDmTreeMediaType mediaType)
+{
+    const auto* const known = std::ranges::find(generators, textOf(&media, "generator_kind"), &Generator::kind);
+    const bool isKnown = known != generators.end();
+    if (!isKnown)
+        count(OtherGenerator);
+    const auto generated =
+        made(DmSourceNode::GeneratedInput::create(isKnown ? known->type : L"INPUT_BLACK", length, mediaType));
+    require(generated->setFcm(_fcmText));
+    require(generated->setName(toDmString(textOf(&media, "name"))));
+    return generated;
+}
+
+void Items::setSequence(DmSourceInfo& info, const Value& media, double length)
+{
+    require(info.setPath(toDmString(textOf(&media, "target_url_base"))));
+    const Value* const padding = member(&media, "frame_zero_padding");
+    const int digits = padding && padding->IsInt() ? std::clamp(padding->GetInt(), 0, 32) : 0;
+    std::string pattern(textOf(&media, "name_prefix"));
+    pattern.append(static_cast<std::size_t>(std::max(1, digits)), '#').append(textOf(&media, "name_suffix"));
+    require(info.addFile(toDmString(pattern)));
+    const Value* const first = member(&media, "start_frame");
+    const double begin = first && first->IsInt() ? first->GetInt() : 1;
+    constexpr double last = std::numeric_limits<int>::max();
+    require(info.setFileSeqBegin(static_cast<int>(begin)));
+    require(info.setFileSeqEnd(static_cast<int>(std::min(last, begin + length - 1))));
+}
+
+CoSharedPtr<DmSourceNode::Input> Items::input(const Value& clip, const Value* media, const Extent& extent,
+                                              eDmTreeMediaType mediaType)
 {
     const std::string_view schema = schemaOf(media);
-    const DmString fcm(DM::FcmUtil::getFCMString(_fcm));
     if (schema == "GeneratorReference")
-    {
-        const auto known = std::ranges::find(generators, textOf(media, "generator_kind"), &Generator::kind);
-        if (known == generators.end())
-            warn(media, "a generator of the unknown kind \"" + std::string(textOf(media, "generator_kind")) +
-                            "\" plays black");
-        const auto generated = made(DmSourceNode::GeneratedInput::create(
-            known == generators.end() ? L"INPUT_BLACK" : known->type, extent.materialLength, mediaType));
-        require(generated->setFcm(fcm));
-        require(generated->setName(toDmString(textOf(media, "name"))));
-        return generated;
-    }
-    const auto info = made(DmSourceInfo::create());
+        return generator(*media, extent.materialLength, mediaType);
     const bool isFile = schema == "ExternalReference";
     const bool isSequence = schema == "ImageSequenceReference";
+    // It copies the info that it is given: this one is filled where it stays.
+    static const CoSharedPtr<DmSourceInfo> fresh = DmSourceInfo::create();
+    const auto recorded = made(DmSourceNode::MediaInput::create(extent.materialLength, extent.base, fresh, _fcmText,
+                                                                mediaType, isFile || isSequence));
+    require(recorded->setFcm(_fcmText));
+    DmSourceInfo* const info = recorded->getSrcInfo();
+    if (!info)
+        throw std::bad_alloc();
     require(info->setName(toDmString(textOf(media, "name"))));
+    require(info->setReelName(toDmString(reelOf(clip))));
     require(info->setSourceType(isFile       ? DmSourceInfo::File
                                 : isSequence ? DmSourceInfo::FileSequence
                                              : DmSourceInfo::Unknown));
     if (isFile)
         require(info->setPath(toDmString(textOf(media, "target_url"))));
     if (isSequence)
-    {
-        require(info->setPath(toDmString(textOf(media, "target_url_base"))));
-        const Value* const padding = member(media, "frame_zero_padding");
-        const int digits = padding && padding->IsInt() ? std::clamp(padding->GetInt(), 0, 32) : 0;
-        std::string pattern(textOf(media, "name_prefix"));
-        pattern.append(static_cast<std::size_t>(std::max(1, digits)), '#').append(textOf(media, "name_suffix"));
-        require(info->addFile(toDmString(pattern)));
-        const Value* const first = member(media, "start_frame");
-        const double begin = first && first->IsInt() ? first->GetInt() : 1;
-        constexpr double last = std::numeric_limits<int>::max();
-        require(info->setFileSeqBegin(static_cast<int>(begin)));
-        require(info->setFileSeqEnd(static_cast<int>(std::min(last, begin + extent.materialLength - 1))));
-    }
-    const auto recorded = made(DmSourceNode::MediaInput::create(extent.materialLength, extent.base, info, fcm,
-                                                                mediaType, isFile || isSequence));
-    require(recorded->setFcm(fcm));
+        setSequence(*info, *media, extent.materialLength);
     return recorded;
 }
 
 CoSharedPtr<DmSourceNode> Items::clip(const Value& item, eDmTreeMediaType mediaType)
 {
-    const Extent extent = clipExtent(item);
-    auto node = made(DmSourceNode::create(input(mediaOf(item), extent, mediaType), 0, extent.length,
+    const Value* const media = mediaOf(item);
+    const Extent extent = clipExtent(item, media);
+    auto node = made(DmSourceNode::create(input(item, media, extent, mediaType), 0, extent.length,
                                           extent.start - extent.base, false, false));
     dress(*node, item, extent.base);
     return node;
+}
+
+CoSharedPtr<DmEffectSettings> Items::mix(const Value& transition, eDmTreeMediaType mediaType, double length)
+{
+    const auto ofLength = [length](const auto& effect) -> CoSharedPtr<DmEffectSettings>
+    {
+        require(made(effect)->setLength(length));
+        return effect;
+    };
+    const Mix mix = mixOf(transition);
+    if (mix == Mix::Other || (mix == Mix::Wipe && mediaType == DM_MEDIA_AUDIO))
+        count(OtherTransition);
+    if (mediaType == DM_MEDIA_AUDIO)
+        return ofLength(DmADissolveSettings::create());
+    if (mix != Mix::Wipe)
+        return ofLength(DmVDissolveSettings::create());
+    const auto wipe = made(DmWipeSettings::create());
+    if (const std::optional<int> pattern = wipePattern(transition))
+        require(wipe->setSmptePattern(*pattern));
+    return ofLength(wipe);
 }
 
 CoSharedPtr<DmCueMark> Items::mark(const Value& marker, double origin)
@@ -394,52 +405,28 @@ void Items::dress(DmSegmentNode& segment, const Value& item, double origin)
     if (const Value* const markers = arrayOf(&item, "markers"))
         for (const Value& marker : markers->GetArray())
             require(segment.addSegmentMark(mark(marker, origin)));
+    if (const auto warp = timewarp(item, segment.getMediaType()))
+        require(segment.addEffect(warp));
+}
+
+CoSharedPtr<DmEffectSettings> Items::timewarp(const Value& item, eDmTreeMediaType mediaType)
+{
     const std::optional<double> speed = speedOf(item);
-    if (speed && segment.getMediaType() == DM_MEDIA_VIDEO)
+    if (!speed)
+        return {};
+    if (mediaType == DM_MEDIA_VIDEO)
     {
         const auto warp = made(DmVTimewarpSettings::create());
         require(warp->setSpeed(*speed));
-        require(segment.addEffect(warp));
+        return warp;
     }
-    else if (speed && *speed > 0)
-    {
-        const auto warp = made(DmATimewarpSettings::create());
-        require(warp->setRatio(static_cast<float>(1 / *speed)));
-        require(segment.addEffect(warp));
-    }
-}
-
-bool Items::isTimewarp(const Value& effect)
-{
-    const std::string_view schema = schemaOf(&effect);
-    return schema == "LinearTimeWarp" || schema == "FreezeFrame";
-}
-
-std::optional<double> Items::speedOf(const Value& item)
-{
-    const Value* const effects = arrayOf(&item, "effects");
-    if (!effects)
-        return std::nullopt;
-    const auto warp = std::find_if(effects->Begin(), effects->End(), isTimewarp);
-    if (warp == effects->End())
-        return std::nullopt;
-    if (schemaOf(warp) == "FreezeFrame")
-        return 0;
-    const Value* const scalar = member(warp, "time_scalar");
-    return scalar && scalar->IsNumber() && std::isfinite(scalar->GetDouble()) ? scalar->GetDouble() : 1.0;
-}
-
-std::optional<double> speedOf(const DmSegmentNode& segment)
-{
-    for (const DmPropertySetPtr& effect : segment.getEffects())
-    {
-        if (const auto* const warp = dynamic_cast<const DmTimewarpSettings*>(effect.get()))
-            return warp->getSpeed();
-        if (const auto* const warp = dynamic_cast<const DmATimewarpSettings*>(effect.get());
-            warp && warp->getRatio() > 0)
-            return 1 / static_cast<double>(warp->getRatio());
-    }
-    return std::nullopt;
+    constexpr double slowest = 1e-6;
+    constexpr double fastest = 1e6;
+    if (*speed < slowest || *speed > fastest)
+        return {};
+    const auto warp = made(DmATimewarpSettings::create());
+    require(warp->setRatio(static_cast<float>(1 / *speed)));
+    return warp;
 }
 
 } // namespace interchange::otio

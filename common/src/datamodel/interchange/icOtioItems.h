@@ -6,49 +6,29 @@
 /// For sources of this library only: rapidjson is compiled in a namespace of our own.
 #pragma once
 
+#include "icOtioJson.h"
 #include "icReport.h"
 
 #include "dmCueMark.h"
+#include "dmEffectSettings.h"
 #include "dmSourceInput.h"
 #include "dmSourceNode.h"
 #include "tuFcm.h"
 
-#include <rapidjson/document.h>
-#include <rapidjson/error/en.h>
-
+#include <array>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace interchange::otio
 {
 
-namespace json = RAPIDJSON_NAMESPACE;
-using Value = json::Value;
-
-/// Nesting of JSON values; deeper documents are refused, since writing them recurs.
-constexpr int deepestJson = 1000;
 /// The blob type under which an object's members travel with a node.
 constexpr const wchar_t* blobType = L"otio";
 
-/// Parses in place; false with the reason. Never deeper than deepestJson.
-bool parse(json::Document& document, char* text, std::string& error, std::size_t& offset);
-
-// Members; null, "" or false where the object has none of this kind
-
-const Value* member(const Value* object, const char* name);
-const Value* arrayOf(const Value* object, const char* name);
-std::string_view text(const Value* value);
-std::string_view textOf(const Value* object, const char* name);
-/// The schema without its version: "Clip" of "Clip.2".
-std::string_view schemaOf(const Value* object);
-bool isTrack(std::string_view schema);
-
-/// Attaches the object's members to a node, without the children that the tree holds itself.
-void keep(DmTreeNode& node, const Value& object);
-/// Attaches an object without members: the node has none in the document, its only child stands for it.
-void keepImplied(DmTreeNode& node);
+/// Of containers: what documents can be read again with.
+constexpr int deepestNesting = 80;
 
 /// A stretch of material, in frames of the composition.
 struct Extent
@@ -59,19 +39,65 @@ struct Extent
     double materialLength = 0; ///< holds all that is played
 };
 
+/// How a transition mixes.
+enum class Mix
+{
+    Dissolve,
+    Wipe,
+    Other
+};
+Mix mixOf(const Value& transition);
+/// The SMPTE number of a wipe: of its type's own digits, or of an event's "W012" among the metadata of cut lists.
+std::optional<int> wipePattern(const Value& transition);
+/// The reel among a clip's metadata of cut lists; empty for none.
+std::string_view reelOf(const Value& clip);
+/// The name under which a clip's media reference stands among several.
+std::string_view mediaKey(const Value& clip);
+/// The one that plays; null for none.
+const Value* mediaOf(const Value& clip);
+bool isCollection(const Value& object);
+bool isTimewarp(const Value& effect);
+/// The speed that the first timewarp plays at; none without one.
+std::optional<double> speedOf(const Value& item);
+/// That of a constant timewarp; none of any other effect, or of null.
+std::optional<double> speedOf(const DmPropertySet* effect);
+
 class Items
 {
 public:
     /// Tells nothing without a report. `anyRate` converts from rates that no frame-code mode has.
-    Items(DM::FrameCodeModes fcm, bool anyRate, Report* report, const std::string* source, const char* parsed);
+    Items(bool anyRate, Report* report, const ParsedText* source);
 
+    /// What times are converted to.
+    void setMode(DM::FrameCodeModes fcm);
     DM::FrameCodeModes fcm() const { return _fcm; }
+    const DmString& fcmText() const { return _fcmText; }
     double fps() const { return _fps; }
-    std::uint32_t lineOf(const Value* object) const;
+
+    // Messages
+
+    /// What is told once, with a count.
+    enum Kind : std::uint8_t
+    {
+        OtherTransition,
+        OtherGenerator,
+        OtherSchema,
+        KindCount
+    };
+    void count(Kind kind) { ++_counts[kind]; }
     void mistake(const Value* object, std::string what, std::string_view choice);
-    void warn(const Value* object, std::string what);
-    /// Says what conversions between rates have cost.
+    void warn(const Value* object, std::string what) { add(Report::Warning, object, std::move(what)); }
+    void add(Report::Level level, const Value* object, std::string what);
+    void refuseRate(const Value* object, double rate);
+    /// Says what was counted, and what conversions between rates have cost.
     void tell();
+
+    // What travels with nodes
+
+    /// Attaches the object's members to a node, without what nodes of the tree stand for.
+    void keep(DmTreeNode& node, const Value& object, LeftOut leftOut);
+    /// Attaches an object without members: the node has none in the document, its only child stands for it.
+    static void keepImplied(DmTreeNode& node);
 
     // Times
 
@@ -87,30 +113,33 @@ public:
     // Parts of items
 
     CoSharedPtr<DmSourceNode> clip(const Value& item, eDmTreeMediaType mediaType);
-    const Value* mediaOf(const Value& clip) const;
     Extent clipExtent(const Value& clip);
     CoSharedPtr<DmCueMark> mark(const Value& marker, double origin);
+    CoSharedPtr<DmEffectSettings> mix(const Value& transition, eDmTreeMediaType mediaType, double length);
+    /// Null without one, and for sound that would stand still, run backwards or beyond what can be heard.
+    static CoSharedPtr<DmEffectSettings> timewarp(const Value& item, eDmTreeMediaType mediaType);
     /// Name, mute, markers and timewarp of any segment.
     void dress(DmSegmentNode& segment, const Value& item, double origin);
-    static bool isTimewarp(const Value& effect);
-    static std::optional<double> speedOf(const Value& item);
 
 private:
-    CoSharedPtr<DmSourceNode::Input> input(const Value* media, const Extent& extent, eDmTreeMediaType mediaType);
+    std::uint32_t lineOf(const Value* object) const;
+    Extent clipExtent(const Value& clip, const Value* media);
+    CoSharedPtr<DmSourceNode::Input> input(const Value& clip, const Value* media, const Extent& extent,
+                                           eDmTreeMediaType mediaType);
+    CoSharedPtr<DmSourceNode::Input> generator(const Value& media, double length, eDmTreeMediaType mediaType);
+    static void setSequence(DmSourceInfo& info, const Value& media, double length);
 
-    DM::FrameCodeModes _fcm;
-    double _fps;
+    DM::FrameCodeModes _fcm = DM::FCM_NOT_DEFINED;
+    DmString _fcmText;
+    double _fps = 0;
+    std::string _kept; ///< the text to attach next
     bool _anyRate;
     Report* _report;
-    const std::string* _source;
-    const char* _parsed;
+    const ParsedText* _source;
+    std::array<std::size_t, KindCount> _counts{};
     std::size_t _moved = 0;
-    double _furthest = 0;
+    double _furthest = 0; ///< in frames
+    double _longest = 0;  ///< in seconds
 };
-
-/// The speed that the first timewarp of a segment plays at; none without one.
-std::optional<double> speedOf(const DmSegmentNode& segment);
-/// What the data model answers when memory ran out.
-void require(eDmErrorId status);
 
 } // namespace interchange::otio

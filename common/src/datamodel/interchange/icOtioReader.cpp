@@ -2,8 +2,8 @@
 
 #include "icEdlKept.h"
 #include "icOtioItems.h"
+#include "icTree.h"
 
-#include "dmADissolveSettings.h"
 #include "dmCompositionNode.h"
 #include "dmContainerNode.h"
 #include "dmGapNode.h"
@@ -11,9 +11,9 @@
 #include "dmReelNode.h"
 #include "dmTrackNode.h"
 #include "dmTrxEffectNode.h"
-#include "dmVDissolveSettings.h"
 
 #include <algorithm>
+#include <array>
 #include <new>
 #include <vector>
 
@@ -25,16 +25,9 @@ using namespace otio;
 namespace
 {
 
-constexpr int deepestNesting = 80;  ///< of containers; what documents can be read again with
+constexpr const char* noTimeline = "no timeline, stack, track or clip";
+constexpr const char* noObject = "a child that is no object";
 constexpr double leastLength = 0.5; ///< of a segment that a layer takes
-
-template <class T>
-const CoSharedPtr<T>& made(const CoSharedPtr<T>& object)
-{
-    if (!object)
-        throw std::bad_alloc();
-    return object;
-}
 
 /// A child of a track: a segment, or a transition with its offsets.
 struct Entry
@@ -47,155 +40,298 @@ struct Entry
     double rest() const { return segment->getRecLength() - in - out; }
 };
 
+using Entries = std::vector<Entry>;
+
+double lengthOf(const Entries& entries)
+{
+    double length = 0;
+    for (const Entry& entry : entries)
+        length += entry.segment ? entry.rest() : entry.in + entry.out;
+    return length;
+}
+
+/// A composition that gets its tracks.
+struct Stage
+{
+    DmCompositionNode& composition;
+    double start;                ///< in record time
+    std::array<int, 3> tracks{}; ///< of each media type
+};
+
 class Maker
 {
 public:
-    explicit Maker(Items& items)
+    /// Without a mode, each composition gets its own.
+    Maker(Items& items, DM::FrameCodeModes fcm)
         : _items(items)
+        , _fcm(fcm)
     {
     }
 
     CoSharedPtr<DmRoot> root(const Value& top);
 
 private:
+    CoSharedPtr<DmReelNode> reel(const Value& object);
+    void addComposition(DmCollectionNode& to, const Value& object);
     CoSharedPtr<DmCompositionNode> composition(const Value& top);
-    CoSharedPtr<DmCompositionNode> nested(const Value& item, eDmTreeMediaType mediaType, double& length);
+    bool chooseMode(const Value& top);
     CoSharedPtr<DmCompositionNode> empty(std::string_view name) const;
-    /// The children of a stack, a track each; the longest one's length.
-    double addTracks(DmCompositionNode& to, const Value* children, eDmTreeMediaType mediaType, double start);
-    double addTrack(DmCompositionNode& to, const Value& object, eDmTreeMediaType mediaType, double start);
-    void addItems(std::vector<Entry>& entries, const Value& object, eDmTreeMediaType mediaType);
+
+    // Tracks; their lengths
+
+    /// The children of a stack, a track each; the longest one's.
+    double addTracks(Stage& to, const Value* children, eDmTreeMediaType mediaType);
+    double addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaType);
+    /// `object` is the track; null where the file has none.
+    double layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType, const Entries& entries);
+    eDmTreeMediaType kindOf(const Value& object, eDmTreeMediaType mediaType);
+    bool isTrimmed(const Value& track, double length);
+
+    // What stands on tracks
+
+    /// Those of a track, or one that stands there alone.
+    Entries entriesOf(const Value& object, eDmTreeMediaType mediaType);
+    void addEntry(Entries& entries, const Value& object, eDmTreeMediaType mediaType);
     CoSharedPtr<DmSegmentNode> segment(const Value& item, eDmTreeMediaType mediaType);
-    CoSharedPtr<DmSegmentNode> container(const Value& item, eDmTreeMediaType mediaType);
     CoSharedPtr<DmSegmentNode> gap(const Value& item, eDmTreeMediaType mediaType);
-    void overlap(std::vector<Entry>& entries);
+    CoSharedPtr<DmSegmentNode> container(const Value& item, eDmTreeMediaType mediaType);
+    CoSharedPtr<DmCompositionNode> inside(const Value& item) const;
+    CoSharedPtr<DmSegmentNode> contain(const CoSharedPtr<DmCompositionNode>& inside, const Value& item, double length,
+                                       eDmTreeMediaType mediaType);
+    CoSharedPtr<DmSegmentNode> finish(const CoSharedPtr<DmSegmentNode>& node, const Value& item, LeftOut leftOut);
+    void overlap(Entries& entries);
     void place(DmLayerBuilder& builder, const Entry& entry, eDmTreeMediaType mediaType);
 
     Items& _items;
+    DM::FrameCodeModes _fcm;
     int _depth = 0;
     int _segments = 0;
 };
+
+/// The rate of the first time that stands in a range; the objects are asked in the file's order.
+double firstRate(const Value& top)
+{
+    std::vector<const Value*> open{&top};
+    while (!open.empty())
+    {
+        const Value* const value = open.back();
+        open.pop_back();
+        const Value* const rate = schemaOf(value) == "RationalTime" ? member(value, "rate") : nullptr;
+        if (rate && rate->IsNumber())
+            return rate->GetDouble();
+        if (value->IsArray())
+            for (auto each = value->End(); each != value->Begin();)
+                open.push_back(--each);
+        // What stands first is asked first: the global start time, then the children.
+        constexpr std::string_view names[] = {
+            "media_references", "DEFAULT_MEDIA", "media_reference", "available_range", "start_time",
+            "duration",         "source_range",  "children",        "tracks",          "global_start_time"};
+        for (const std::string_view name : names)
+            if (const Value* const inner = member(value, name))
+                open.push_back(inner);
+    }
+    return 0;
+}
 
 CoSharedPtr<DmRoot> Maker::root(const Value& top)
 {
     auto root = made(DmRoot::create());
     const Value* const members = arrayOf(&top, "children");
-    if (schemaOf(&top) != "SerializableCollection" || !members)
-    {
+    if (!top.IsObject())
+        _items.add(Report::Error, nullptr, noTimeline);
+    else if (!isCollection(top))
         root->addChild(composition(top));
-        return root;
+    else if (!members || std::none_of(members->Begin(), members->End(), isCollection))
+        root->addChild(reel(top));
+    else
+    {
+        // A collection of collections: the root stands for the outer one.
+        if (const std::string_view name = textOf(&top, "name"); !name.empty())
+            require(root->setName(toDmString(name)));
+        _items.keep(*root, top, LeftOut::Children);
+        for (const Value& each : members->GetArray())
+            if (isCollection(each))
+                root->addChild(reel(each));
+            else
+                addComposition(*root, each);
     }
-    const auto reel = made(DmReelNode::create());
-    if (const std::string_view name = textOf(&top, "name"); !name.empty())
-        require(reel->setName(toDmString(name)));
-    keep(*reel, top);
-    for (const Value& each : members->GetArray())
-        reel->addChild(composition(each));
-    root->addChild(reel);
     return root;
+}
+
+CoSharedPtr<DmReelNode> Maker::reel(const Value& object)
+{
+    auto reel = made(DmReelNode::create());
+    if (const std::string_view name = textOf(&object, "name"); !name.empty())
+        require(reel->setName(toDmString(name)));
+    _items.keep(*reel, object, LeftOut::Children);
+    if (const Value* const members = arrayOf(&object, "children"))
+        for (const Value& each : members->GetArray())
+            addComposition(*reel, each);
+    return reel;
+}
+
+void Maker::addComposition(DmCollectionNode& to, const Value& object)
+{
+    if (object.IsObject())
+        to.addChild(composition(object));
+    else
+        _items.mistake(&object, noObject, "left out");
 }
 
 CoSharedPtr<DmCompositionNode> Maker::empty(std::string_view name) const
 {
-    return made(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name),
-                                          DmString(DM::FcmUtil::getFCMString(_items.fcm())), {}));
+    return made(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _items.fcmText(), {}));
+}
+
+bool Maker::chooseMode(const Value& top)
+{
+    _items.setMode(_fcm != DM::FCM_NOT_DEFINED ? _fcm : DM::FCM_24);
+    if (_fcm != DM::FCM_NOT_DEFINED)
+        return true;
+    const double rate = firstRate(top);
+    const DM::FrameCodeModes own = DM::FcmUtil::FPStoFCM(rate, false);
+    if (rate == 0)
+        _items.add(Report::Notice, &top, "no times, so the frame-code mode is taken to be '24 fps'");
+    else if (own == DM::FCM_NOT_DEFINED)
+        _items.refuseRate(&top, rate);
+    else
+        _items.setMode(own);
+    return rate == 0 || own != DM::FCM_NOT_DEFINED;
 }
 
 CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
 {
-    const std::string_view schema = schemaOf(&top);
+    const bool hasMode = chooseMode(top);
     auto node = empty(textOf(&top, "name"));
-    double start = 0;
+    if (!hasMode)
+        return node;
+    const std::string_view schema = schemaOf(&top);
+    const Value* const start = schema == "Timeline" ? member(&top, "global_start_time") : nullptr;
+    Stage stage{*node, _items.frames(start)};
+    require(node->setStartTC(stage.start, _items.fcmText()));
     double length = 0;
-    const Value* stack = nullptr;
-    if (schema == "Timeline")
+    if (schema == "Timeline" || schema == "Stack")
     {
-        keep(*node, top);
-        start = _items.frames(member(&top, "global_start_time"));
-        stack = member(&top, "tracks");
-    }
-    else if (schema == "Stack")
-    {
-        keep(*node, top);
-        stack = &top;
-    }
-    else
-        keepImplied(*node);
-    require(node->setStartTC(start, DmString(DM::FcmUtil::getFCMString(_items.fcm()))));
-    if (stack)
-    {
-        length = addTracks(*node, arrayOf(stack, "children"), DM_MEDIA_VIDEO, start);
+        const Value* const stack = schema == "Stack" ? &top : member(&top, "tracks");
+        _items.keep(*node, top, schema == "Stack" ? LeftOut::Children : LeftOut::ChildrenOfTracks);
+        length = addTracks(stage, arrayOf(stack, "children"), DM_MEDIA_VIDEO);
         if (const Value* const markers = arrayOf(stack, "markers"))
             for (const Value& marker : markers->GetArray())
-                require(node->addCueMark(_items.mark(marker, -start)));
+                require(node->addCueMark(_items.mark(marker, -stage.start)));
+        if (member(stack, "source_range"))
+            _items.warn(stack, "the outermost stack has a source range: it is laid out whole");
     }
     else if (isTrack(schema) || schema == "Clip" || schema == "Gap")
-        length = addTrack(*node, top, DM_MEDIA_VIDEO, 0);
-    else if (schema != "Timeline")
+    {
+        Items::keepImplied(*node);
+        length = addTrack(stage, top, DM_MEDIA_VIDEO);
+    }
+    else
+    {
+        _items.keep(*node, top, LeftOut::Nothing);
         _items.mistake(&top,
-                       schema.empty() ? "no timeline, stack, track or clip"
-                                      : "a " + std::string(schema) + " is no timeline, stack, track or clip",
+                       schema.empty()      ? noTimeline
+                       : isCollection(top) ? "collections nested too deeply"
+                                           : "a " + std::string(schema) + " is no timeline, stack, track or clip",
                        "an empty composition stands for it");
+    }
     require(node->setCompLength(length));
     return node;
 }
 
-double Maker::addTracks(DmCompositionNode& to, const Value* children, eDmTreeMediaType mediaType, double start)
+// Tracks
+
+double Maker::addTracks(Stage& to, const Value* children, eDmTreeMediaType mediaType)
 {
     double length = 0;
-    if (children)
-        for (const Value& child : children->GetArray())
-            length = std::max(length, addTrack(to, child, mediaType, start));
+    if (!children)
+        return length;
+    for (const Value& child : children->GetArray())
+        if (child.IsObject())
+            length = std::max(length, addTrack(to, child, mediaType));
+        else
+            _items.mistake(&child, noObject, "left out");
     return length;
 }
 
-double Maker::addTrack(DmCompositionNode& to, const Value& object, eDmTreeMediaType mediaType, double start)
+eDmTreeMediaType Maker::kindOf(const Value& object, eDmTreeMediaType mediaType)
+{
+    const std::string_view kind = isTrack(schemaOf(&object)) ? textOf(&object, "kind") : std::string_view();
+    if (kind.empty())
+        return mediaType;
+    if (kind != "Audio" && kind != "Video")
+        _items.warn(&object, "a track of the unknown kind \"" + std::string(kind) + "\" is taken for pictures");
+    return kind == "Audio" ? DM_MEDIA_AUDIO : DM_MEDIA_VIDEO;
+}
+
+bool Maker::isTrimmed(const Value& track, double length)
+{
+    const std::optional<Items::Range> played = _items.range(member(&track, "source_range"));
+    if (!played || (played->start == 0 && played->length == length))
+        return false;
+    const bool isWithin = played->start >= 0 && played->start + played->length <= length;
+    if (!isWithin)
+        _items.warn(&track, "a track's source range reaches beyond what the track holds: it is laid out whole");
+    return isWithin;
+}
+
+double Maker::addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaType)
 {
     const bool isReal = isTrack(schemaOf(&object));
-    if (const std::string_view kind = textOf(&object, "kind"); isReal && !kind.empty())
-    {
-        mediaType = kind == "Audio" ? DM_MEDIA_AUDIO : DM_MEDIA_VIDEO;
-        if (kind != "Audio" && kind != "Video")
-            _items.warn(&object, "a track of the unknown kind \"" + std::string(kind) + "\" is taken for pictures");
-    }
-    int number = 1;
-    for (int i = 0; i < to.getNbChildren(); ++i)
-        if (const auto* const other = dynamic_cast<const DmTrackNode*>(to.getChild(i)))
-            number += other->getMediaType() == mediaType ? 1 : 0;
+    const bool hasRange = isReal && member(&object, "source_range");
+    mediaType = kindOf(object, mediaType);
+    _depth += hasRange ? 1 : 0;
+    const Entries entries = entriesOf(object, mediaType);
+    _depth -= hasRange ? 1 : 0;
+    if (!hasRange || !isTrimmed(object, lengthOf(entries)))
+        return layOut(to, isReal ? &object : nullptr, mediaType, entries);
+    // A part of a track is what a container plays.
+    const CoSharedPtr<DmCompositionNode> inside = this->inside(object);
+    Stage stage{*inside, 0};
+    const double length = layOut(stage, nullptr, mediaType, entries);
+    return layOut(to, nullptr, mediaType, {{&object, contain(inside, object, length, mediaType)}});
+}
+
+double Maker::layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType, const Entries& entries)
+{
+    const int number = ++to.tracks[static_cast<std::size_t>(mediaType)];
     const auto track = made(DmTrackNode::create(number, mediaType));
     require(track->setTrackChannel(number));
-    std::vector<Entry> entries;
-    if (isReal)
-    {
-        keep(*track, object);
-        if (const std::string_view name = textOf(&object, "name"); !name.empty())
-            require(track->setName(toDmString(name)));
-        if (const Value* const children = arrayOf(&object, "children"))
-            for (const Value& child : children->GetArray())
-                addItems(entries, child, mediaType);
-        if (member(&object, "source_range") && _depth == 0)
-            _items.warn(&object, "a track with a source range is laid out whole");
-    }
+    if (object)
+        _items.keep(*track, *object, LeftOut::Children);
     else
-    {
-        keepImplied(*track);
-        addItems(entries, object, mediaType);
-    }
-    overlap(entries);
-    DmLayerBuilder builder(0, mediaType, start);
+        Items::keepImplied(*track);
+    if (const std::string_view name = textOf(object, "name"); !name.empty())
+        require(track->setName(toDmString(name)));
+    DmLayerBuilder builder(0, mediaType, to.start);
     for (const Entry& entry : entries)
         place(builder, entry, mediaType);
     track->addChild(made(builder.finish()));
-    const int index = to.addChild(track) - 1;
+    const int index = to.composition.addChild(track) - 1;
     if (mediaType == DM_MEDIA_VIDEO && number == 1)
-        require(to.setPrimaryVideoTrackIndex(index));
-    return builder.getEnd() - start;
+        require(to.composition.setPrimaryVideoTrackIndex(index));
+    return builder.getEnd() - to.start;
 }
 
-void Maker::addItems(std::vector<Entry>& entries, const Value& object, eDmTreeMediaType mediaType)
+// What stands on tracks
+
+Entries Maker::entriesOf(const Value& object, eDmTreeMediaType mediaType)
+{
+    Entries entries;
+    const bool isReal = isTrack(schemaOf(&object));
+    if (!isReal)
+        addEntry(entries, object, mediaType);
+    else if (const Value* const children = arrayOf(&object, "children"))
+        for (const Value& child : children->GetArray())
+            addEntry(entries, child, mediaType);
+    overlap(entries);
+    return entries;
+}
+
+void Maker::addEntry(Entries& entries, const Value& object, eDmTreeMediaType mediaType)
 {
     if (!object.IsObject())
-        return _items.mistake(&object, "a child that is no object", "left out");
+        return _items.mistake(&object, noObject, "left out");
     if (schemaOf(&object) != "Transition")
     {
         entries.push_back({&object, segment(object, mediaType)});
@@ -211,24 +347,25 @@ void Maker::addItems(std::vector<Entry>& entries, const Value& object, eDmTreeMe
 CoSharedPtr<DmSegmentNode> Maker::segment(const Value& item, eDmTreeMediaType mediaType)
 {
     const std::string_view schema = schemaOf(&item);
-    CoSharedPtr<DmSegmentNode> node;
-    if (schema == "Clip")
-        node = _items.clip(item, mediaType);
-    else if (schema == "Stack" || isTrack(schema))
-        node = container(item, mediaType);
-    else
-        node = gap(item, mediaType);
+    const bool isNested = schema == "Stack" || isTrack(schema);
+    if (isNested && _depth < deepestNesting)
+        return container(item, mediaType);
+    if (isNested)
+        _items.mistake(&item, "stacks nested too deeply", "what is inside plays as a gap");
+    else if (schema != "Clip" && schema != "Gap" && schema != "Filler")
+        _items.count(Items::OtherSchema);
+    return finish(schema == "Clip" ? _items.clip(item, mediaType) : gap(item, mediaType), item, LeftOut::Nothing);
+}
+
+CoSharedPtr<DmSegmentNode> Maker::finish(const CoSharedPtr<DmSegmentNode>& node, const Value& item, LeftOut leftOut)
+{
     require(node->setSegmentId(toDmString(std::to_string(++_segments))));
-    keep(*node, item);
+    _items.keep(*node, item, leftOut);
     return node;
 }
 
 CoSharedPtr<DmSegmentNode> Maker::gap(const Value& item, eDmTreeMediaType mediaType)
 {
-    const std::string_view schema = schemaOf(&item);
-    if (schema != "Gap" && schema != "Filler")
-        _items.warn(&item, "an object of the unknown schema \"" + std::string(textOf(&item, "OTIO_SCHEMA")) +
-                               "\" plays as a gap");
     const Items::Range played = _items.range(member(&item, "source_range")).value_or(Items::Range{0, 0});
     const auto node = made(DmGapNode::create(mediaType, 0, played.length));
     require(node->setRelIn(played.start));
@@ -238,28 +375,39 @@ CoSharedPtr<DmSegmentNode> Maker::gap(const Value& item, eDmTreeMediaType mediaT
 
 CoSharedPtr<DmSegmentNode> Maker::container(const Value& item, eDmTreeMediaType mediaType)
 {
-    auto inside = empty(textOf(&item, "name"));
-    require(inside->setIsContainerComp(true));
+    const CoSharedPtr<DmCompositionNode> inside = this->inside(item);
+    Stage stage{*inside, 0};
+    ++_depth;
     double length = 0;
-    if (++_depth > deepestNesting)
-        _items.mistake(&item, "stacks nested too deeply", "what is inside is left out");
-    else if (schemaOf(&item) == "Stack")
-        length = addTracks(*inside, arrayOf(&item, "children"), mediaType, 0);
+    if (schemaOf(&item) == "Stack")
+        length = addTracks(stage, arrayOf(&item, "children"), mediaType);
     else
     {
-        length = addTrack(*inside, item, mediaType, 0);
-        // The container has the track's members.
-        keepImplied(*inside->getChild(0));
+        const eDmTreeMediaType kind = kindOf(item, mediaType);
+        length = layOut(stage, nullptr, kind, entriesOf(item, kind));
     }
     --_depth;
+    return contain(inside, item, length, mediaType);
+}
+
+CoSharedPtr<DmCompositionNode> Maker::inside(const Value& item) const
+{
+    auto inside = empty(textOf(&item, "name"));
+    require(inside->setIsContainerComp(true));
+    return inside;
+}
+
+CoSharedPtr<DmSegmentNode> Maker::contain(const CoSharedPtr<DmCompositionNode>& inside, const Value& item,
+                                          double length, eDmTreeMediaType mediaType)
+{
     require(inside->setCompLength(length));
     const Extent extent = _items.extent(item, Items::Range{0, length});
     const auto node = made(DmContainerNode::create(inside, mediaType, 0, extent.length, extent.start - extent.base));
     _items.dress(*node, item, extent.base);
-    return node;
+    return finish(node, item, LeftOut::Children);
 }
 
-void Maker::overlap(std::vector<Entry>& entries)
+void Maker::overlap(Entries& entries)
 {
     for (std::size_t i = 0; i < entries.size(); ++i)
     {
@@ -286,17 +434,11 @@ void Maker::place(DmLayerBuilder& builder, const Entry& entry, eDmTreeMediaType 
     if (!entry.segment)
     {
         const double length = entry.in + entry.out;
-        const auto ofLength = [length](const auto& effect) -> CoSharedPtr<DmEffectSettings>
-        {
-            require(made(effect)->setLength(length));
-            return effect;
-        };
-        const auto effect = mediaType == DM_MEDIA_AUDIO ? ofLength(DmADissolveSettings::create())
-                                                        : ofLength(DmVDissolveSettings::create());
+        const auto effect = _items.mix(*entry.object, mediaType, length);
         const auto node = made(DmTrxEffectNode::create(effect, 0, length, entry.in));
         if (const std::string_view name = textOf(entry.object, "name"); !name.empty())
             require(node->setName(toDmString(name)));
-        keep(*node, *entry.object);
+        _items.keep(*node, *entry.object, LeftOut::Nothing);
         return require(builder.append(node));
     }
     DmSegmentNode& segment = *entry.segment;
@@ -312,88 +454,39 @@ void Maker::place(DmLayerBuilder& builder, const Entry& entry, eDmTreeMediaType 
     require(builder.append(nothing));
 }
 
-/// The rate of the first time that stands in a range; the objects are asked in the file's order.
-double firstRate(const Value& top)
+CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& report)
 {
-    std::vector<const Value*> open{&top};
-    while (!open.empty())
-    {
-        const Value* const value = open.back();
-        open.pop_back();
-        const Value* const rate = schemaOf(value) == "RationalTime" ? member(value, "rate") : nullptr;
-        if (rate && rate->IsNumber())
-            return rate->GetDouble();
-        if (value->IsArray())
-            for (auto each = value->End(); each != value->Begin();)
-                open.push_back(--each);
-        // What stands first is asked first: the global start time, then the children.
-        constexpr const char* names[] = {"media_references", "DEFAULT_MEDIA",    "media_reference", "available_range",
-                                         "start_time",       "duration",         "source_range",    "children",
-                                         "tracks",           "global_start_time"};
-        for (const char* const name : names)
-            if (const Value* const inner = member(value, name))
-                open.push_back(inner);
-    }
-    return 0;
-}
-
-DM::FrameCodeModes modeOf(const Value& top, Report& report)
-{
-    const double rate = firstRate(top);
-    if (rate == 0)
-    {
-        report.add(Report::Notice, 0, "no times, so the frame-code mode is taken to be '24 fps'");
-        return DM::FCM_24;
-    }
-    const DM::FrameCodeModes fcm = DM::FcmUtil::FPStoFCM(rate, false);
-    if (fcm == DM::FCM_NOT_DEFINED)
-        report.add(Report::Error, 0,
-                   "no frame-code mode has the rate " + std::to_string(rate) + "; name the mode to convert to");
-    return fcm;
-}
-
-CoSharedPtr<DmRoot> read(const std::string& bytes, DM::FrameCodeModes fcm, Report& report)
-{
-    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-    std::string text = bytes;
-    char* const begin = text.data() + (bytes.starts_with(byteOrderMark) ? byteOrderMark.size() : 0);
+    ParsedText text(std::move(bytes));
     json::Document document;
-    std::string error;
-    std::size_t offset = bytes.find('\0');
-    if (offset != bytes.npos)
-        error = "a null character";
-    else if (!parse(document, begin, error, offset))
-        offset += static_cast<std::size_t>(begin - text.data());
-    if (!error.empty())
+    JsonFault fault;
+    if (!text.parse(document, fault))
     {
-        const auto end = bytes.begin() + static_cast<std::ptrdiff_t>(std::min(offset, bytes.size()));
-        report.add(Report::Error, 1 + static_cast<std::uint32_t>(std::count(bytes.begin(), end, '\n')), error);
+        report.add(Report::Error, text.lineAt(fault.offset), fault.what);
         return {};
     }
-    const bool anyRate = fcm != DM::FCM_NOT_DEFINED;
-    if (!anyRate)
-        fcm = modeOf(document, report);
-    if (report.hasErrors())
-        return {};
-    Items items(fcm, anyRate, &report, &bytes, text.data());
-    CoSharedPtr<DmRoot> root = Maker(items).root(document);
+    Items items(fcm != DM::FCM_NOT_DEFINED, &report, &text);
+    CoSharedPtr<DmRoot> root = Maker(items, fcm).root(document);
     items.tell();
     return report.hasErrors() ? CoSharedPtr<DmRoot>() : root;
 }
 
 } // namespace
 
-CoSharedPtr<DmRoot> readOtio(const std::string& bytes, DM::FrameCodeModes fcm, Report& report)
+CoSharedPtr<DmRoot> readOtio(std::string bytes, DM::FrameCodeModes fcm, Report& report)
 {
     try
     {
-        return read(bytes, fcm, report);
+        return read(std::move(bytes), fcm, report);
     }
     catch (const std::bad_alloc&)
     {
         report.add(Report::Error, 0, "not enough memory");
-        return {};
     }
+    catch (const JsonError& error)
+    {
+        report.add(Report::Error, 0, error.what());
+    }
+    return {};
 }
 
 } // namespace interchange

@@ -1,0 +1,132 @@
+/// The JSON of OpenTimelineIO documents: parsing, looking at members, and the forms in which it is written.
+///
+/// Numbers without fraction and exponent are integers where 64 bits hold them; all others have the precision of a
+/// double: what is too small is zero, what is too large a fault of the text. NaN, Infinity and -Infinity are numbers.
+///
+/// For sources of this library only: rapidjson is compiled in a namespace of our own, and what it takes for granted is
+/// an exception here, never the end of the process.
+#pragma once
+
+#include <stdexcept>
+
+namespace interchange::otio
+{
+
+/// The JSON library refuses what it was asked to do.
+class JsonError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+} // namespace interchange::otio
+
+#define RAPIDJSON_ASSERT(x) ((x) ? static_cast<void>(0) : throw interchange::otio::JsonError(#x))
+
+#include <rapidjson/document.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace interchange::otio
+{
+
+namespace json = RAPIDJSON_NAMESPACE;
+using Value = json::Value;
+
+/// Nesting of JSON values; deeper documents are refused, since writing them recurs.
+constexpr int deepestJson = 1000;
+
+/// Where a text is no JSON, and why.
+struct JsonFault
+{
+    std::size_t offset = 0;
+    std::string what;
+};
+
+/// Parses in place: strings, and the first name of each object, stay where `text` has them. False with the fault.
+bool parse(json::Document& document, char* text, JsonFault& fault);
+
+/// A file's bytes, and after parsing the text of the document's strings: it knows the lines of objects.
+class ParsedText
+{
+public:
+    explicit ParsedText(std::string bytes)
+        : _text(std::move(bytes))
+    {
+    }
+
+    bool parse(json::Document& document, JsonFault& fault);
+    /// From 1 on; 0 for what is no object with members.
+    std::uint32_t lineOf(const Value& object) const;
+    std::uint32_t lineAt(std::size_t offset) const;
+
+private:
+    std::string _text;
+    std::vector<const char*> _escapedLines; ///< line ends inside strings, which were escaped in the file
+};
+
+// Members; null, "" or false where the object has none of this kind
+
+/// The name is a literal, so that comparing takes no call: documents are looked through for little else.
+template <std::size_t size>
+const Value* member(const Value* object, const char (&name)[size]);
+const Value* member(const Value* object, std::string_view name);
+template <std::size_t size>
+const Value* arrayOf(const Value* object, const char (&name)[size]);
+std::string_view text(const Value* value);
+template <std::size_t size>
+std::string_view textOf(const Value* object, const char (&name)[size]);
+/// The schema without its version: "Clip" of "Clip.2".
+std::string_view schemaOf(const Value* object);
+bool isTrack(std::string_view schema);
+
+// Text
+
+/// As documents are written: indented, with a line end behind.
+std::string toIndentedJson(const Value& value);
+
+/// What of an object is not written, because nodes of a tree stand for it.
+enum class LeftOut
+{
+    Nothing,
+    Children,
+    ChildrenOfTracks ///< of the member "tracks"
+};
+/// As an object's members travel with a node: JSON without blanks, in which the usual names have one letter, times are
+/// {"$t":[value, rate]} and ranges at one rate {"$r":[start, duration, rate]}. Other names of one letter, and those
+/// that begin with "$", have another "$" in front.
+void appendShortJson(std::string& text, const Value& value, LeftOut leftOut = LeftOut::Nothing);
+/// Makes of the shorter forms what they stand for.
+void lengthen(Value& value, json::Document::AllocatorType& allocator);
+
+template <std::size_t size>
+const Value* member(const Value* object, const char (&name)[size])
+{
+    if (!object || !object->IsObject())
+        return nullptr;
+    for (const auto& each : object->GetObject())
+        if (each.name.GetStringLength() == size - 1 && std::memcmp(each.name.GetString(), name, size - 1) == 0)
+            return each.value.IsNull() ? nullptr : &each.value;
+    return nullptr;
+}
+
+template <std::size_t size>
+const Value* arrayOf(const Value* object, const char (&name)[size])
+{
+    const Value* const value = member(object, name);
+    return value && value->IsArray() ? value : nullptr;
+}
+
+template <std::size_t size>
+std::string_view textOf(const Value* object, const char (&name)[size])
+{
+    return text(member(object, name));
+}
+
+} // namespace interchange::otio
