@@ -1,0 +1,127 @@
+/// OpenTimelineIO documents: whatever is read, by a strict or a lenient reader at any rate, is a tree that keeps all
+/// rules, and is written as a document that reads back as an equal tree. What was read without a warning comes back
+/// member for member. The first two bytes choose the rate and the leniency.
+#define RAPIDJSON_NAMESPACE zrInterchangeRapidjson
+#include "icOtioJson.h"
+#include "icOtioReader.h"
+#include "icOtioWriter.h"
+
+#include "CoMsg.h"
+#include "dmCompositionNode.h"
+#include "dmTreeIterator.h"
+#include "dmTreeTool.h"
+#include "dmUtf8.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <vector>
+
+using namespace interchange;
+
+namespace
+{
+
+constexpr std::array modes{DM::FCM_NOT_DEFINED, DM::FCM_23_976,    DM::FCM_24,       DM::FCM_25,
+                           DM::FCM_29_97_DF,    DM::FCM_29_97_NDF, DM::FCM_59_94_DF, DM::FCM_60};
+
+void expect(bool property, const std::string& what)
+{
+    if (property)
+        return;
+    std::cerr << what << '\n';
+    std::abort();
+}
+
+/// Equal for values that are equal but for the order of members.
+std::string canonical(const otio::Value& value)
+{
+    std::string text;
+    std::vector<std::string> parts;
+    if (value.IsArray())
+        for (const otio::Value& each : value.GetArray())
+            parts.push_back(canonical(each));
+    else if (value.IsObject())
+    {
+        for (const auto& each : value.GetObject())
+            parts.push_back(canonical(each.name) + ':' + canonical(each.value));
+        std::ranges::sort(parts);
+    }
+    else
+        otio::appendShortJson(text, value);
+    for (const std::string& part : parts)
+        text += part + ',';
+    return (value.IsArray() ? "[" : value.IsObject() ? "{" : "") + text;
+}
+
+std::string canonical(std::string text)
+{
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (text.starts_with(byteOrderMark))
+        text.erase(0, byteOrderMark.size());
+    otio::json::Document document;
+    otio::JsonFault fault;
+    expect(otio::parse(document, text.data(), fault), "no JSON: " + fault.what);
+    return canonical(document);
+}
+
+/// Checks each composition by all rules.
+class Checks : public DmTreeVisitor
+{
+public:
+    Checks()
+        : DmTreeVisitor("Checks")
+    {
+    }
+    void visitCompositionNode(DmCompositionNode* node) override
+    {
+        for (const DmTreeViolation& violation : DmTreeTool::findViolations(node, DM_VALIDATE_ALL))
+            expect(false, violation.path + ": " + dmUtf8(violation.message));
+    }
+};
+
+std::string write(const DmRoot& root, DM::FrameCodeModes fcm)
+{
+    Report report("again.otio");
+    const std::optional<std::string> text = writeOtio(root, fcm, report);
+    expect(text && report.toString().empty(), "not written: " + report.toString());
+    return *text;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
+{
+    DM::CoMsg::setFilterLevel(DM::CoMsg::UserLevel); // findings are no news here
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    if (size < 2)
+        return 0;
+    const DM::FrameCodeModes fcm = modes[data[0] % modes.size()];
+    const Report::Leniency leniency = data[1] % 2 == 0 ? Report::Strict : Report::Lenient;
+    const std::string text(reinterpret_cast<const char*>(data) + 2, size - 2);
+    Report report("fuzz.otio", leniency);
+    const CoSharedPtr<DmRoot> root = readOtio(text, fcm, report);
+    expect((root == nullptr) == report.hasErrors(), "result and report differ");
+    if (!root)
+        return 0;
+    Checks checks;
+    expect(DmPreIt(root, {.intoContainers = true}).apply(checks) == DM_NO_ERROR, "cannot be walked");
+
+    const std::string written = write(*root, fcm);
+    if (report.count(Report::Warning) == 0)
+        expect(canonical(text) == canonical(written), text + "\ncame back as\n" + written);
+    Report again("again.otio", leniency);
+    const CoSharedPtr<DmRoot> copy = readOtio(written, fcm, again);
+    expect(copy != nullptr, again.toString() + written);
+    std::string difference;
+    expect(DmTreeTool::areEqual(root.get(), copy.get(), &difference),
+           "read otherwise at " + difference + ": " + written);
+    return 0;
+}
