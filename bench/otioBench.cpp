@@ -1,0 +1,156 @@
+/// Reading a timeline of 100 000 clips from OpenTimelineIO JSON against the JSON library's own parse of the same bytes,
+/// and the way back against the JSON library's writing of what was parsed.
+#include "icOtioReader.h"
+#include "icOtioWriter.h"
+#include "zrAllocations.h"
+#include "zrRatio.h"
+
+#include <benchmark/benchmark.h>
+#include <malloc.h>
+#include <rapidjson/document.h>
+#include <rapidjson/prettywriter.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
+using namespace interchange;
+
+namespace
+{
+
+constexpr int rounds = 5;
+
+std::string time(std::uint32_t value)
+{
+    return R"({"OTIO_SCHEMA": "RationalTime.1", "rate": 24.0, "value": )" + std::to_string(value) + ".0}";
+}
+
+std::string range(std::uint32_t start, std::uint32_t length)
+{
+    return R"({"OTIO_SCHEMA": "TimeRange.1", "duration": )" + time(length) + R"(, "start_time": )" + time(start) + "}";
+}
+
+std::string clip(std::uint32_t i)
+{
+    const std::string number = std::to_string(i);
+    const std::string marker = R"({"OTIO_SCHEMA": "Marker.2", "metadata": {}, "name": "FIX", "color": "RED",)"
+                               R"( "marked_range": )" +
+                               range(90005 + i % 500, 1) + R"(, "comment": ""})";
+    return R"({"OTIO_SCHEMA": "Clip.2", "metadata": {"cmx_3600": {"comments": ["SOURCE FILE: SHOT_)" + number +
+           R"(.LAY1.02"], "reel": "A)" + std::to_string(100 + i % 300) + R"("}}, "name": "Shot )" + number +
+           R"( LAY1", "source_range": )" + range(90005 + i % 500, 40 + i % 90) + R"(, "effects": [)" +
+           (i % 25 == 3
+                ? R"({"OTIO_SCHEMA": "LinearTimeWarp.1", "metadata": {}, "name": "", "effect_name": "", "time_scalar": 2.0})"
+                : "") +
+           R"(], "markers": [)" + (i % 20 == 7 ? marker : "") + R"(], "enabled": true, "media_references": )" +
+           R"({"DEFAULT_MEDIA": {"OTIO_SCHEMA": "ExternalReference.1", "metadata": {}, "name": "SHOT_)" + number +
+           R"(", "available_range": )" + range(90000, 2000) +
+           R"(, "available_image_bounds": null, "target_url": "file:///shows/bench/plates/SHOT_)" + number +
+           R"(.mov"}}, "active_media_reference_key": "DEFAULT_MEDIA"})";
+}
+
+/// A timeline as editing systems write it, indented: here and there a dissolve, a gap, a marker and a speed.
+std::string makeTimeline(std::uint32_t clips)
+{
+    std::string text = R"({"OTIO_SCHEMA": "Timeline.1", "metadata": {}, "name": "Bench", "global_start_time": )" +
+                       time(86400) + R"(, "tracks": {"OTIO_SCHEMA": "Stack.1", "metadata": {}, "name": "tracks",)" +
+                       R"( "source_range": null, "effects": [], "markers": [], "enabled": true, "children": [)" +
+                       R"({"OTIO_SCHEMA": "Track.1", "metadata": {}, "name": "V1", "source_range": null,)" +
+                       R"( "effects": [], "markers": [], "enabled": true, "kind": "Video", "children": [)";
+    for (std::uint32_t i = 0; i < clips; ++i)
+    {
+        text += i == 0 ? "" : ", ";
+        if (i % 10 == 5)
+            text += R"({"OTIO_SCHEMA": "Transition.1", "metadata": {}, "name": "", "in_offset": )" + time(6) +
+                    R"(, "out_offset": )" + time(6) + R"(, "transition_type": "SMPTE_Dissolve"}, )";
+        if (i % 50 == 9)
+            text += R"({"OTIO_SCHEMA": "Gap.1", "metadata": {}, "name": "", "source_range": )" + range(0, 12) +
+                    R"(, "effects": [], "markers": [], "enabled": true}, )";
+        text += clip(i);
+    }
+    text += "]}]}}";
+    rapidjson::Document document;
+    document.Parse(text.c_str());
+    rapidjson::StringBuffer buffer;
+    rapidjson::PrettyWriter writer(buffer);
+    document.Accept(writer);
+    return buffer.GetString();
+}
+
+CoSharedPtr<DmRoot> read(std::string text)
+{
+    Report report("bench.otio");
+    CoSharedPtr<DmRoot> root = readOtio(std::move(text), DM::FCM_NOT_DEFINED, report);
+    if (!root || report.count(Report::Warning) != 0)
+    {
+        std::fputs(report.toString().c_str(), stderr);
+        std::exit(1);
+    }
+    return root;
+}
+
+/// What a document takes in memory, for twice as many clips over once.
+double memoryGrowth(const std::string& once, const std::string& twice)
+{
+    const auto bytesOf = [](const std::string& text)
+    {
+        const std::size_t before = mallinfo2().uordblks;
+        const CoSharedPtr<DmRoot> root = read(text);
+        return static_cast<double>(mallinfo2().uordblks - before);
+    };
+    const double small = bytesOf(once);
+    std::printf("a document of 10 000 clips takes %.0f bytes a clip\n", small / 10'000);
+    return bytesOf(twice) / small;
+}
+
+} // namespace
+
+int main()
+{
+    const std::string text = makeTimeline(100'000);
+    // The reader takes the bytes over, as from a file that nobody needs any longer.
+    CoSharedPtr<DmRoot> root;
+    std::vector<double> ratios;
+    for (int i = 0; i < rounds; ++i)
+    {
+        std::string bytes = text;
+        root.reset();
+        const double reading = zrRatio::secondsOf([&] { root = read(std::move(bytes)); });
+        ratios.push_back(reading / zrRatio::secondsOf(
+                                       [&]
+                                       {
+                                           rapidjson::Document parsed;
+                                           parsed.Parse(text.c_str());
+                                           benchmark::DoNotOptimize(parsed.IsObject());
+                                       }));
+    }
+    zrRatio::print("read 100 000 clips of OTIO / parse the same bytes", 4, zrRatio::median(std::move(ratios)));
+
+    rapidjson::Document document;
+    document.Parse(text.c_str());
+    zrRatio::print(
+        "write 100 000 clips of OTIO / write the same JSON", 8,
+        [&]
+        {
+            Report report("bench.json");
+            benchmark::DoNotOptimize(writeOtio(*root, DM::FCM_NOT_DEFINED, report));
+        },
+        [&]
+        {
+            rapidjson::StringBuffer buffer;
+            rapidjson::PrettyWriter writer(buffer);
+            document.Accept(writer);
+            benchmark::DoNotOptimize(std::string(buffer.GetString(), buffer.GetSize()));
+        },
+        rounds);
+
+    const std::string once = makeTimeline(10'000);
+    const std::string twice = makeTimeline(20'000);
+    std::printf("allocations for a document of 20 000 clips / of 10 000: ratio %.2f (limit 2.05)\n",
+                static_cast<double>(zrAllocations::of([&] { read(twice); })) /
+                    static_cast<double>(zrAllocations::of([&] { read(once); })));
+    zrRatio::print("bytes of a document of 20 000 clips / of 10 000", 2.05, memoryGrowth(once, twice));
+}
