@@ -1,9 +1,11 @@
 #include "icOtioReader.h"
 #include "icOtioWriter.h"
 
+#include "dmColourEffects.h"
 #include "dmCompositionNode.h"
 #include "dmContainerNode.h"
-#include "dmLayerNode.h"
+#include "dmGapNode.h"
+#include "dmLayerBuilder.h"
 #include "dmReelNode.h"
 #include "dmSourceInput.h"
 #include "dmTimewarpSettings.h"
@@ -11,6 +13,8 @@
 #include "dmTreeTool.h"
 #include "dmTrxEffectNode.h"
 #include "dmUtf8.h"
+#include "dmVDissolveSettings.h"
+#include "dmWipeSettings.h"
 
 #include <gtest/gtest.h>
 
@@ -46,11 +50,11 @@ Read read(const std::string& text, DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED,
     return result;
 }
 
-/// Without the indentation.
+/// Without the indentation, and what there is to say behind it.
 std::string write(const DmRoot& root)
 {
     Report report("cut.json");
-    const std::string text = writeOtio(root, DM::FCM_NOT_DEFINED, report).value_or("") + report.toString();
+    const std::string text = writeOtio(root, DM::FCM_NOT_DEFINED, report).value_or("");
     std::string compact;
     bool isString = false;
     for (std::size_t i = 0; i < text.size(); ++i)
@@ -60,7 +64,7 @@ std::string write(const DmRoot& root)
         if (isString || (text[i] != ' ' && text[i] != '\n'))
             compact += text[i];
     }
-    return compact;
+    return compact + report.toString();
 }
 
 // Small documents, in the order in which the writer writes members
@@ -85,14 +89,24 @@ std::string file(const std::string& available)
     return R"(,"media_reference":{"OTIO_SCHEMA":"ExternalReference.1","available_range":)" + available +
            R"(,"name":"roll","target_url":"file:///roll.mov"})";
 }
-std::string transition(double in, double out)
+std::string media(const char* schema, const std::string& further)
+{
+    return R"(,"media_reference":{"OTIO_SCHEMA":")" + std::string(schema) + "\"" + further + "}";
+}
+std::string transition(double in, double out, const char* type = "SMPTE_Dissolve", const char* further = "")
 {
     return R"({"OTIO_SCHEMA":"Transition.1","in_offset":)" + time(in) + R"(,"out_offset":)" + time(out) +
-           R"(,"transition_type":"SMPTE_Dissolve"})";
+           R"(,"transition_type":")" + type + "\"" + further + "}";
 }
-std::string track(const std::string& children, const char* kind = "Video")
+/// The further members begin with a comma.
+std::string track(const std::string& children, const char* kind = "Video", const std::string& further = "")
 {
-    return R"({"OTIO_SCHEMA":"Track.1","kind":")" + std::string(kind) + R"(","children":[)" + children + "]}";
+    return R"({"OTIO_SCHEMA":"Track.1","kind":")" + std::string(kind) + "\"" + further + R"(,"children":[)" + children +
+           "]}";
+}
+std::string collection(const std::string& children)
+{
+    return R"({"OTIO_SCHEMA":"SerializableCollection.1","name":"bin","children":[)" + children + "]}";
 }
 std::string stack(const std::string& children, const std::string& further = "")
 {
@@ -120,8 +134,8 @@ TEST(Otio, GivesEveryMemberBack)
         {"bare track", track(one, "Audio")},
         {"bare stack of clips", stack(one + "," + one)},
         {"timeline", timeline(track(one) + "," + track(one, "Audio"))},
-        {"collection", R"({"OTIO_SCHEMA":"SerializableCollection.1","name":"bin","children":[)" + one + "," +
-                           timeline(track(one)) + "]}"},
+        {"collection", collection(one + "," + timeline(track(one)))},
+        {"collection of collections", collection(collection(one) + "," + timeline(track(one)) + "," + collection(""))},
         {"no name", R"({"OTIO_SCHEMA":"Clip.1","source_range":)" + range(0, 5) + "}"},
         {"transition", track(one + "," + transition(4, 5) + "," + one)},
         {"transitions at both ends", track(transition(4, 5) + "," + one + "," + transition(4, 5))},
@@ -149,6 +163,26 @@ TEST(Otio, GivesEveryMemberBack)
         {"stills and reverse of sound",
          track(clip("a", range(0, 5), R"(,"effects":[{"OTIO_SCHEMA":"FreezeFrame.1"}])"), "Audio")},
         {"before the material", clip("a", range(-7, 5), file(range(0, 50)))},
+        {"numbers of all kinds",
+         clip("a", range(0, 5), R"(,"x":[1,1.0,-1,0.1,1e300,18446744073709551615,NaN,-Infinity,Infinity])")},
+        {"texts of all kinds", clip("\\\"\u00e9\\n", range(0, 5), R"(,"A":{"$t":[1,2],"$":{"$r":0}},"AB":"")")},
+        {"times that are more than times",
+         clip("a", range(0, 5),
+              R"(,"x":{"OTIO_SCHEMA":"RationalTime.1","rate":25,"value":1,"odd":2},"y":[)" + range(1, 2) + "," +
+                  time(3, "24") + "]")},
+        {"wipes and custom transitions", track(one + "," + transition(4, 5, "SMPTE_Wipe7") + "," + one + "," +
+                                               transition(1, 1, "Custom_Transition") + "," + one)},
+        {"generator of an unknown kind", clip("a", range(0, 5), media("GeneratorReference.1", R"(,"x":1)"))},
+        {"reference of an unknown schema", clip("a", range(0, 5), media("Odd.1", R"(,"x":1)"))},
+        {"part of a track", timeline(track(one, "Audio", R"(,"source_range":)" + range(3, 7)) + "," + track(one))},
+        {"part of a nested track",
+         track(stack(track(one, "Video", R"(,"source_range":)" + range(3, 7)) + "," + track(one)))},
+        {"track reaching beyond what it holds", track(one, "Video", R"(,"source_range":)" + range(3, 700))},
+        {"members of tracks and stacks",
+         timeline(track(one, "Odd", R"(,"metadata":{"a":1},"markers":[1],"effects":[2],"enabled":false)"))},
+        {"children that none expects", clip("a", range(0, 5), R"(,"children":[1])")},
+        {"nothing", R"({"OTIO_SCHEMA":"Timeline.1","tracks":null})"},
+        {"no children", R"({"OTIO_SCHEMA":"Timeline.1","tracks":{"OTIO_SCHEMA":"Stack.1"}})"},
     };
     for (const Case& each : cases)
     {
@@ -184,39 +218,218 @@ TEST(Otio, LaysTransitionsBetweenWhatTheyOverlap)
     EXPECT_EQ(dynamic_cast<DmSourceNode::MediaInput&>(*source.getSrcInput()).getSrcIn(), 4);
 }
 
+TEST(Otio, PutsWhatFilesSayIntoTheModel)
+{
+    using Input = DmSourceNode::Input;
+    using Generated = DmSourceNode::GeneratedInput;
+    const auto input = [](const Read& made) -> const Input&
+    { return *dynamic_cast<DmSourceNode&>(made.element(0)).getSrcInput(); };
+    const auto info = [&](const Read& made) -> const DmSourceInfo& { return *input(made).getSrcInfo(); };
+    const auto effect = [](const Read& made) { return dynamic_cast<DmTrxEffectNode&>(made.element(1)).getEffect(); };
+    const auto wipe = [&](const Read& made) { return dynamic_cast<const DmWipeSettings*>(effect(made)); };
+    const auto speed = [](const Read& made)
+    { return dynamic_cast<const DmVTimewarpSettings&>(*made.segment(0).getEffects()[0]).getSpeed(); };
+    const auto mark = [](const Read& made) -> const DmCueMark&
+    { return dynamic_cast<const DmCueMark&>(*made.segment(0).getSegmentMarks()[0]); };
+    const auto inside = [](const Read& made) -> const DmCompositionNode&
+    { return *dynamic_cast<DmContainerNode&>(made.element(0)).getComposition(); };
+    const auto warp = [](const char* schema) { return R"(,"effects":[{"OTIO_SCHEMA":)" + std::string(schema) + "}]"; };
+    const auto marker = [](const char* colour) {
+        return R"(,"markers":[{"OTIO_SCHEMA":"Marker.2","marked_range":)" + range(12, 3) + R"(,"color":)" + colour +
+               "}]";
+    };
+    const std::string one = clip("one", range(10, 20), file(range(4, 50)));
+    const auto single = [](const std::string& further) { return clip("one", range(10, 20), further); };
+
+    struct Case
+    {
+        const char* feature;
+        std::string text;
+        std::function<bool(const Read&)> holds;
+        const char* message = "";
+    };
+    const Case cases[] = {
+        {"file", one, [&](const Read& made) { return input(made).hasMedia() && info(made).getName() == L"roll"; }},
+        {"missing", single(media("MissingReference.1", "")),
+         [&](const Read& made) { return !input(made).hasMedia() && input(made).getSrcLength() == 20; }},
+        {"sequence",
+         single(media("ImageSequenceReference.1", R"(,"name_prefix":"p.","frame_zero_padding":4,"start_frame":7)")),
+         [&](const Read& made)
+         { return info(made).getFileList()[0] == L"p.####" && info(made).getFileSeqEnd() == 26; }},
+        {"generator", single(media("GeneratorReference.1", R"(,"generator_kind":"SMPTEBars")")),
+         [&](const Read& made)
+         { return dynamic_cast<const Generated&>(input(made)).getInputType() == L"INPUT_SMPTE_BARS"; }},
+        {"generator of an unknown kind", single(media("GeneratorReference.1", R"(,"generator_kind":"Odd")")),
+         [&](const Read& made) { return dynamic_cast<const Generated&>(input(made)).getInputType() == L"INPUT_BLACK"; },
+         "generators of unknown kinds (1): play black"},
+        {"the active of several references",
+         single(R"(,"active_media_reference_key":"b","media_references":{"a":null,"b":{"OTIO_SCHEMA":)"
+                R"("ExternalReference.1","target_url":"b.mov"}})"),
+         [&](const Read& made) { return info(made).getPath() == L"b.mov"; }},
+        {"reel", single(R"(,"metadata":{"cmx_3600":{"reel":"A01"}})"),
+         [&](const Read& made) { return info(made).getReelName() == L"A01"; }},
+        {"speed", single(warp(R"("LinearTimeWarp.1","time_scalar":-0.5)")),
+         [&](const Read& made) { return speed(made) == -0.5; }},
+        {"still", single(warp(R"("FreezeFrame.1")")), [&](const Read& made) { return speed(made) == 0; }},
+        {"mute", single(R"(,"enabled":false)"), [&](const Read& made) { return made.segment(0).getMuted(); }},
+        {"marker", one.substr(0, one.size() - 1) + marker(R"("PINK")") + "}",
+         [&](const Read& made)
+         {
+             return mark(made).getCueMarkTime() == 8 && mark(made).getCueMarkDuration() == 3 &&
+                    mark(made).getCueMarkColorGreen() == 192;
+         }},
+        {"marker's own colour", single(marker(R"({"r":1.0,"g":0.5,"b":-1})")),
+         [&](const Read& made)
+         { return mark(made).getCueMarkColorRed() == 255 && mark(made).getCueMarkColorGreen() == 128; }},
+        {"outermost markers", timeline(track(one)).insert(timeline("").size() - 16, marker("null")),
+         [](const Read& made)
+         { return dynamic_cast<const DmCueMark&>(*made.composition().getCueMarks()[0]).getCueMarkTime() == 112; }},
+        {"wipe", track(one + "," + transition(1, 1, "SMPTE_Wipe12") + "," + one),
+         [&](const Read& made) { return wipe(made) && wipe(made)->getSmptePattern() == 12; }},
+        {"wipe of an event",
+         track(one + "," + transition(1, 1, "SMPTE_Wipe", R"(,"metadata":{"cmx_3600":{"transition":"W034"}})") + "," +
+               one),
+         [&](const Read& made) { return wipe(made) && wipe(made)->getSmptePattern() == 34; }},
+        {"other transition", track(one + "," + transition(1, 1, "Custom_Transition") + "," + one),
+         [&](const Read& made) { return dynamic_cast<const DmVDissolveSettings*>(effect(made)) != nullptr; },
+         "transitions other than dissolves and wipes (1): play as dissolves"},
+        {"nested stack", track(stack(track(one) + "," + track(one), R"(,"source_range":)" + range(3, 7))),
+         [&](const Read& made)
+         {
+             return made.segment(0).getRelIn() == 3 && made.segment(0).getRecLength() == 7 &&
+                    inside(made).getNbChildren() == 2 && inside(made).getCompLength() == 20;
+         }},
+        {"part of a track", stack(track(one, "Video", R"(,"source_range":)" + range(3, 7))),
+         [&](const Read& made) { return made.segment(0).getRelIn() == 3 && made.composition().getCompLength() == 7; }},
+        {"unknown schema", track(R"({"OTIO_SCHEMA":"Odd.3","source_range":)" + range(0, 9) + "}"),
+         [](const Read& made)
+         { return made.element(0).whatIs() == DM_GAP_NODE && made.segment(0).getRecLength() == 9; },
+         "objects of unknown schemas (1): play as gaps"},
+        {"collection of collections", collection(collection(one) + "," + one),
+         [](const Read& made)
+         {
+             return made.root->getChild(0)->whatIs() == DM_REEL_NODE &&
+                    made.root->getChild(1)->whatIs() == DM_COMPOSITION_NODE;
+         }},
+        {"a mode for each composition", collection(one + "," + clip("b", range(0, 5, "30.0"))),
+         [](const Read& made)
+         {
+             const auto& second = dynamic_cast<DmCompositionNode&>(*made.root->getChild(0)->getChild(1));
+             return second.getFCM() == L"30 fps" && second.getCompLength() == 5;
+         }},
+    };
+    for (const Case& each : cases)
+    {
+        SCOPED_TRACE(each.feature);
+        const Read made = read(each.text);
+        ASSERT_TRUE(made.root) << made.messages;
+        EXPECT_TRUE(each.holds(made));
+        EXPECT_NE(made.messages.find(each.message), std::string::npos) << made.messages;
+        EXPECT_EQ(made.messages.empty(), *each.message == 0) << made.messages;
+    }
+}
+
 TEST(Otio, WritesWhatWasEdited)
 {
+    const auto input = [](const Read& made) -> DmSourceNode::Input&
+    { return *dynamic_cast<DmSourceNode&>(made.element(0)).getSrcInput(); };
+    const auto mark = [](const Read& made) -> DmCueMark&
+    { return dynamic_cast<DmCueMark&>(*made.segment(0).getSegmentMarks()[0]); };
+    const auto mix = [](const Read& made) -> DmTrxEffectNode&
+    { return dynamic_cast<DmTrxEffectNode&>(made.element(1)); };
+    const auto wipe = []
+    {
+        const auto effect = DmWipeSettings::create();
+        return effect->setSmptePattern(12) == DM_NO_ERROR ? effect : nullptr;
+    };
     struct Case
     {
         const char* what;
-        std::function<eDmErrorId(DmSourceNode&)> edit;
+        std::function<eDmErrorId(const Read&)> edit;
         std::string expected;
     };
-    const auto media = [](DmSourceNode& node) -> DmSourceNode::Input& { return *node.getSrcInput(); };
     const Case cases[] = {
-        {"name", [](DmSourceNode& node) { return node.setName(L"two"); }, R"("name":"two")"},
-        {"length", [](DmSourceNode& node) { return node.setRecLength(12); }, range(10, 12)},
-        {"begin", [](DmSourceNode& node) { return node.setRelIn(9); }, range(9, 20)},
-        {"mute", [](DmSourceNode& node) { return node.setMuted(true); }, R"("enabled":false)"},
-        {"material", [&](DmSourceNode& node) { return media(node).setSrcLength(60); }, range(0, 60)},
-        {"path", [&](DmSourceNode& node) { return media(node).getSrcInfo()->setPath(L"b.mov"); },
+        {"name", [](const Read& made) { return made.segment(0).setName(L"two"); }, R"("name":"two")"},
+        {"length", [](const Read& made) { return made.segment(0).setRecLength(12); }, range(10, 16)},
+        {"begin", [](const Read& made) { return made.segment(0).setRelIn(9); }, range(9, 20)},
+        {"mute", [](const Read& made) { return made.segment(0).setMuted(true); }, R"("enabled":false)"},
+        {"material", [&](const Read& made) { return input(made).setSrcLength(60); }, range(0, 60)},
+        {"path", [&](const Read& made) { return input(made).getSrcInfo()->setPath(L"b.mov"); },
          R"("target_url":"b.mov")"},
-        {"marker", [](DmSourceNode& node) { return node.addSegmentMark(DmCueMark::create(L"hit", 3)); },
+        {"reel", [&](const Read& made) { return input(made).getSrcInfo()->setReelName(L"B2"); },
+         R"("metadata":{"k":1,"cmx_3600":{"reel":"B2"}})"},
+        {"marker", [](const Read& made) { return made.segment(0).addSegmentMark(DmCueMark::create(L"hit", 3)); },
          R"("name":"hit")"},
-        {"speed", [](DmSourceNode& node) { return node.addEffect(DmVTimewarpSettings::create()); },
+        {"time of a marker", [&](const Read& made) { return mark(made).setCueMarkTime(3); },
+         R"("odd":3,"marked_range":)" + range(3, 0)},
+        {"colour of a marker", [&](const Read& made) { return mark(made).setCueMarkColorBlue(250); },
+         R"("color":"MAGENTA"}],"odd":1)"},
+        {"no marker", [](const Read& made) { return made.segment(0).removeSegmentMark(0); }, R"("markers":[])"},
+        {"speed", [](const Read& made) { return made.segment(0).addEffect(DmVTimewarpSettings::create()); },
          R"("time_scalar":1.0)"},
+        {"another effect", [](const Read& made) { return made.segment(0).addEffect(DmLookSettings::create()); },
+         "effects other than constant speeds (1): left out"},
+        {"offset of a transition", [&](const Read& made) { return mix(made).setRelIn(3); },
+         R"("in_offset":)" + time(3)},
+        {"wipe", [&](const Read& made) { return mix(made).setEffect(wipe()); },
+         R"("transition_type":"SMPTE_Wipe","metadata":{"cmx_3600":{"transition":"W012"}})"},
+        {"another transition", [&](const Read& made) { return mix(made).setEffect(DmLookSettings::create()); },
+         R"("transition_type":"Custom_Transition")"},
+        {"start", [](const Read& made) { return made.composition().setStartTC(7, L"25 fps"); },
+         R"("global_start_time":)" + time(7)},
+        {"another composition",
+         [](const Read& made) {
+             return made.root->addChild(DmCompositionNode::create(L"second", L"24 fps", {})) == 2 ? DM_NO_ERROR
+                                                                                                  : DM_BAD_VALUE;
+         },
+         R"({"OTIO_SCHEMA":"SerializableCollection.1")"},
     };
     for (const Case& each : cases)
     {
         SCOPED_TRACE(each.what);
-        const Read made = read(timeline(track(clip("one", range(10, 20), file(range(0, 50)) + R"(,"odd":1)"))));
+        const std::string marker = R"(,"markers":[{"OTIO_SCHEMA":"Marker.2","odd":3,"marked_range":)" + range(5, 0) +
+                                   R"(,"color":"RED"}],"odd":1,"metadata":{"k":1})";
+        const Read made = read(timeline(track(clip("one", range(10, 20), file(range(0, 50)) + marker) + "," +
+                                              transition(4, 0) + "," + clip("next", range(0, 9)))));
         ASSERT_TRUE(made.root) << made.messages;
         EXPECT_EQ(write(*made.root).find(each.expected), std::string::npos);
-        ASSERT_EQ(each.edit(dynamic_cast<DmSourceNode&>(made.element(0))), DM_NO_ERROR);
+        ASSERT_EQ(each.edit(made), DM_NO_ERROR);
         const std::string text = write(*made.root);
         EXPECT_NE(text.find(each.expected), std::string::npos) << text;
         EXPECT_NE(text.find(R"("odd":1)"), std::string::npos) << text;
     }
+}
+
+TEST(Otio, WritesDocumentsOfOtherOrigin)
+{
+    const DmString fcm(L"25 fps");
+    const auto info = DmSourceInfo::create();
+    ASSERT_EQ(info->setPath(L"a.mov"), DM_NO_ERROR);
+    ASSERT_EQ(info->setReelName(L"A1"), DM_NO_ERROR);
+    const auto input = DmSourceNode::MediaInput::create(50, 1000, info, fcm, DM_MEDIA_VIDEO, true);
+    ASSERT_EQ(input->setFcm(L"50 fps"), DM_NO_ERROR);
+    DmLayerBuilder builder(0, DM_MEDIA_VIDEO, 90000);
+    for (const auto& element : std::initializer_list<CoSharedPtr<DmTreeNode>>{
+             DmGapNode::create(DM_MEDIA_VIDEO, 0, 5), DmSourceNode::create(input, 0, 10, 2, false, false),
+             DmTrxEffectNode::create(DmVDissolveSettings::create(), 0, 4, 1),
+             DmSourceNode::create(input, 0, 6, 4, false, false)})
+        ASSERT_EQ(builder.append(element), DM_NO_ERROR);
+    const auto composition = DmCompositionNode::create(L"cut", fcm, {});
+    ASSERT_EQ(composition->setStartTC(90000, fcm), DM_NO_ERROR);
+    ASSERT_EQ(composition->addCueMark(DmCueMark::create(L"m", 90003)), DM_NO_ERROR);
+    const auto track = DmTrackNode::create(1, DM_MEDIA_VIDEO);
+    track->addChild(builder.finish());
+    composition->addChild(track);
+    const auto root = DmRoot::create();
+    root->addChild(composition);
+
+    const std::string text = write(*root);
+    for (const std::string& expected :
+         {R"("global_start_time":)" + time(90000), R"("marked_range":)" + range(3, 0), range(1002, 11), range(1001, 9),
+          range(1000, 25), R"("in_offset":)" + time(1), R"("out_offset":)" + time(3), std::string(R"("reel":"A1")"),
+          std::string(R"("target_url":"a.mov")"), std::string(R"("OTIO_SCHEMA":"Gap.1")")})
+        EXPECT_NE(text.find(expected), std::string::npos) << expected << "\n" << text;
+    EXPECT_EQ(write(*read(text).root), text);
 }
 
 TEST(Otio, SaysWhatIsWrongAndWhere)
@@ -225,6 +438,7 @@ TEST(Otio, SaysWhatIsWrongAndWhere)
     {
         std::string text;
         const char* message;
+        const char* choice = nullptr; ///< of a lenient reader, where it carries on
     };
     const Case cases[] = {
         {"", "cut.otio:1: The document is empty."},
@@ -233,16 +447,32 @@ TEST(Otio, SaysWhatIsWrongAndWhere)
         {std::string(100000, '['), "cut.otio:1: nested too deeply"},
         {"[]", "no timeline, stack, track or clip"},
         {"\n" + clip("a", range(0, 5, "48.0")), "no frame-code mode has the rate 48.0"},
-        {"\n" + clip("a", "null"), "cut.otio:2: an item without a length"},
-        {"\n" + clip("a", range(0, -5)), "a negative duration"},
-        {track("\n7"), "a child that is no object"},
-        {track(clip("a", range(0, 5)) + ",\n" + transition(-1, 2)), "cut.otio:2: a transition with a negative offset"},
+        {"\n" + clip("a", "null"), "cut.otio:2: an item without a length", "taken as zero"},
+        {"\n" + clip("a", range(0, -5)), "a negative duration", "taken as zero"},
+        {track("\n7"), "a child that is no object", "left out"},
+        {track(clip("a", range(0, 5)) + ",\n" + transition(-1, 2)), "cut.otio:2: a transition with a negative offset",
+         "taken as zero"},
+        {clip("a\\n\\n", "\nnull"), "cut.otio:1: an item without a length"},
+        {track(clip("a\\n\\n", range(0, 5)) + ",\n" + clip("b", range(0, -5))), "cut.otio:2: a negative duration"},
+        {clip("a", range(0, 5), R"(,"x":1e400)"), "Number too big"},
+        {clip("a", range(0, 5), R"(,"x":NaNe300)"), "a number that is too large, or none"},
+        {clip("a", range(0, 5), R"(,"x":"\udc00")"), "a text that is no UTF-8"},
+        {clip("a", range(0, 5, "0.0")), "a time out of range", "taken as zero"},
+        {clip("a", range(0, 5, "NaN")), "no frame-code mode has the rate nan"},
+        {R"({"OTIO_SCHEMA":"Odd.1"})", "an object of the schema Odd is no timeline, stack, track or clip",
+         "an empty composition stands for it"},
+        {collection(collection(collection(""))), "collections nested too deeply", "an empty composition stands for it"},
+        {collection("7"), "a child that is no object", "left out"},
     };
     for (const Case& each : cases)
     {
         const Read made = read(each.text);
         EXPECT_FALSE(made.root) << each.text.substr(0, 200);
         EXPECT_NE(made.messages.find(each.message), std::string::npos) << made.messages;
+        const Read carried = read(each.text, DM::FCM_NOT_DEFINED, Report::Lenient);
+        ASSERT_EQ(carried.root != nullptr, each.choice != nullptr) << carried.messages;
+        EXPECT_NE(carried.messages.find(each.choice ? each.choice : each.message), std::string::npos)
+            << carried.messages;
     }
 }
 

@@ -1,6 +1,7 @@
 #include "icEdlToTree.h"
 
 #include "icEdlKept.h"
+#include "icTree.h"
 
 #include "dmADissolveSettings.h"
 #include "dmATimewarpSettings.h"
@@ -34,21 +35,6 @@ constexpr Loss noChannel{"events on no channel", "left out"};
 constexpr Loss lookOfSound{"colour corrections of events without a picture", "left out"};
 
 constexpr std::size_t mostLayers = 16; ///< of keys over keys: what finds no room is covered by the next one
-
-/// What the data model answers when memory ran out is as good as no memory: nothing is half made.
-void require(eDmErrorId status)
-{
-    if (status != DM_NO_ERROR)
-        throw std::bad_alloc();
-}
-
-template <class T>
-const CoSharedPtr<T>& made(const CoSharedPtr<T>& object)
-{
-    if (!object)
-        throw std::bad_alloc();
-    return object;
-}
 
 bool isKey(const EdlEvent& event)
 {

@@ -197,7 +197,7 @@ void Items::keep(DmTreeNode& node, const Value& object, LeftOut leftOut)
 
 void Items::keepImplied(DmTreeNode& node)
 {
-    attach(node, "{}");
+    attach(node, "[]");
 }
 
 // Times

@@ -96,7 +96,7 @@ public:
 
     /// Attaches the object's members to a node, without what nodes of the tree stand for.
     void keep(DmTreeNode& node, const Value& object, LeftOut leftOut);
-    /// Attaches an object without members: the node has none in the document, its only child stands for it.
+    /// Attaches an empty array: the file has no object for the node, its only child stands there instead.
     static void keepImplied(DmTreeNode& node);
 
     // Times

@@ -239,7 +239,7 @@ Value Parts::kept(const DmTreeNode& node) const
     if (!parse(document, text, fault))
         return {};
     lengthen(document, _allocator);
-    return document.IsObject() ? std::move(static_cast<Value&>(document)) : Value();
+    return std::move(static_cast<Value&>(document));
 }
 
 // Parts

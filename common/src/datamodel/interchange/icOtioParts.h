@@ -67,7 +67,7 @@ public:
     Value object(const char* schema) const;
     Value time(double frames) const;
     Value range(double start, double length) const;
-    /// The members that travel with a node; null without any.
+    /// The object that travels with a node; an array where the file had none for it, null where the node is no file's.
     Value kept(const DmTreeNode& node) const;
 
     // Parts

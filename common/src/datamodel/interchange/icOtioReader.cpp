@@ -230,9 +230,10 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
     {
         _items.keep(*node, top, LeftOut::Nothing);
         _items.mistake(&top,
-                       schema.empty()      ? noTimeline
-                       : isCollection(top) ? "collections nested too deeply"
-                                           : "a " + std::string(schema) + " is no timeline, stack, track or clip",
+                       schema.empty() ? noTimeline
+                       : isCollection(top)
+                           ? "collections nested too deeply"
+                           : "an object of the schema " + std::string(schema) + " is no timeline, stack, track or clip",
                        "an empty composition stands for it");
     }
     require(node->setCompLength(length));

@@ -125,7 +125,7 @@ Value Maker::composition(const DmCompositionNode& node)
     Value children = tracks(node);
     const std::string_view schema = schemaOf(&made);
     const bool isPlain = node.getStartTC() == 0 && node.getCueMarks().count() == 0;
-    if (made.IsObject() && made.ObjectEmpty() && isPlain && children.Size() == 1)
+    if (made.IsArray() && isPlain && children.Size() == 1)
     {
         // The only child stands for the composition, unless that has a name of its own.
         const DmString name = toDmString(textOf(&children[0], "name"));
@@ -147,7 +147,7 @@ Value Maker::composition(const DmCompositionNode& node)
         return outer;
     }
     // What was no timeline comes back as it was.
-    if (made.IsObject() && !made.ObjectEmpty() && schema != "Timeline" && children.Empty())
+    if (made.IsObject() && schema != "Timeline" && children.Empty())
         return made;
     return timeline(schema == "Timeline" ? std::move(made) : Value(), node, std::move(children));
 }
@@ -189,10 +189,9 @@ Value Maker::track(const DmTrackNode& node)
 {
     Value made = _parts.kept(node);
     Value children = elements(node);
-    const bool isImplied = made.IsObject() && made.ObjectEmpty();
-    if (isImplied && children.Size() == 1 && node.getName() == L"untitled")
+    if (made.IsArray() && children.Size() == 1 && node.getName() == L"untitled")
         return Value(std::move(children[0]));
-    const bool isKept = made.IsObject() && !isImplied;
+    const bool isKept = made.IsObject();
     if (!isKept)
         made = _parts.object("Track.1");
     _parts.setName(made, node);
