@@ -1,12 +1,21 @@
 /// What the tests of the tree share.
 #pragma once
 
+#include "dmErrorId.h"
 #include "envVar.h"
 #include "tuTimeUnit.h"
 #include "zrAssert.h"
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
+
+/// What a setter must say.
+inline void ok(eDmErrorId status)
+{
+    EXPECT_EQ(status, DM_NO_ERROR);
+}
 
 /// A pattern that matches exactly the text, for death tests.
 inline std::string literally(const std::string& text)
