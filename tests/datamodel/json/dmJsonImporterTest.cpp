@@ -8,39 +8,30 @@
 namespace
 {
 
-const std::string emptyBox =
-    R"({"thingMap":{},"channels":{"gain":{"JsonLeaf":{"when":1.0}}},"numbers":["1","2"],"kind":7})";
-
 /// The members of an untouched JsonBox, with one of them as given.
 std::string boxWith(const std::string& member)
 {
-    std::string box = emptyBox;
-    const struct
+    const std::pair<std::string, const char*> fresh[] = {
+        {"name", ""},
+        {"leaf", ""},
+        {"things", ""},
+        {"leaves", ""},
+        {"thingMap", R"("thingMap":{})"},
+        {"channels", R"("channels":{"gain":{"JsonLeaf":{"when":1.0}}})"},
+        {"numbers", R"("numbers":["1","2"])"},
+        {"kind", R"("kind":7)"},
+        {"notes", ""},
+        {"any", ""}};
+    std::string box;
+    for (const auto& [name, text] : fresh)
     {
-        const char* name;
-        const char* before;
-    } places[] = {{"name", "\"thingMap\""},   {"leaf", "\"thingMap\""}, {"things", "\"thingMap\""},
-                  {"leaves", "\"thingMap\""}, {"thingMap", nullptr},    {"channels", nullptr},
-                  {"numbers", nullptr},       {"notes", "}"},           {"any", "}"}};
-    const std::string name = member.substr(1, member.find('"', 1) - 1);
-    for (const auto& place : places)
-    {
-        if (name != place.name)
-            continue;
-        if (place.before == nullptr)
-        {
-            const std::size_t at = box.find('"' + name + '"');
-            const std::size_t end = name == "thingMap"   ? box.find(",\"channels\"")
-                                    : name == "channels" ? box.find(",\"numbers\"")
-                                                         : box.find(",\"kind\"");
-            return box.replace(at, end - at, member);
-        }
-        if (*place.before == '}')
-            return box.insert(box.size() - 1, ',' + member);
-        return box.insert(box.find(place.before), member + ',');
+        const std::string said = member.starts_with('"' + name + '"') ? member : text;
+        box += (box.empty() || said.empty() ? "" : ",") + said;
     }
-    return box;
+    return '{' + box + '}';
 }
+
+const std::string emptyBox = boxWith("");
 
 DmStatus importStatus(std::string_view json)
 {
@@ -67,21 +58,17 @@ TEST(JsonImporter, ReadsWhatTheWriterWrites)
         {R"({"leaves":[{},{"JsonLeaf":{"text":"x"}}]})", boxWith(R"("leaves":[{},{"JsonLeaf":{"text":"x"}}])")},
         {R"({"things":[{},{"JsonLeaf":{}},{"JsonLeaf":{"text":"x"}}]})",
          boxWith(R"("things":[{},{},{"JsonLeaf":{"text":"x"}}])")},
-        {R"({"things":[]})", emptyBox},
         // Entries replace what default attributes put there; the others stay.
         {R"({"channels":{"gain":{"JsonLeaf":{"text":"new"}},"abc":{}}})",
          boxWith(R"("channels":{"abc":{},"gain":{"JsonLeaf":{"text":"new"}}})")},
-        {R"({"channels":{"gain":{}}})", boxWith(R"("channels":{"gain":{}})")},
         // Lists replace what a fresh object holds; a single value is appended.
         {R"({"numbers":["5","-6"]})", boxWith(R"("numbers":["5","-6"])")},
         {R"({"numbers":[7,true,null,"x","8 and more"]})", boxWith(R"("numbers":["7","0","0","0","8"])")},
         {R"({"numbers":[]})", boxWith(R"("numbers":[])")},
         {R"({"numbers":3})", boxWith(R"("numbers":["1","2","3"])")},
         // Lines become one text.
-        {R"({"notes":["a","b"]})", boxWith(R"("notes":["a","b"])")},
         {R"({"notes":["","a",5,"",""]})", boxWith(R"("notes":["","a","5","",""])")},
         {R"({"notes":"a\nb\n"})", boxWith(R"("notes":["a","b"])")},
-        {R"({"notes":[]})", emptyBox},
         {R"({"notes":[""]})", boxWith(R"("notes":[""])")},
         // Duplicates: the last one counts, whatever its kind, and what came before leaves no trace.
         {R"({"name":"a","name":"b"})", boxWith(R"("name":"b")")},
@@ -90,7 +77,6 @@ TEST(JsonImporter, ReadsWhatTheWriterWrites)
         {R"({"notes":["x"],"notes":"y"})", boxWith(R"("notes":["y"])")},
         {R"({"leaf":{"JsonLeaf":{"text":"x"}},"leaf":{}})", emptyBox},
         {R"({"leaf":{"JsonLeaf":{"text":"x"},"JsonLeaf":{}}})", emptyBox},
-        {R"({"leaves":[{},{}],"leaves":[]})", emptyBox},
         {R"({"channels":{"x":{}},"channels":{"y":{}}})",
          boxWith(R"("channels":{"gain":{"JsonLeaf":{"when":1.0}},"y":{}})")},
         {R"({"channels":{"x":{"JsonLeaf":{"text":"1"}},"x":{}}})",
@@ -109,7 +95,6 @@ TEST(JsonImporter, ReadsWhatTheWriterWrites)
         {R"({"thingMap":{"VERSION":{"major":0,"minor":1},"a":{"JsonLeaf":{}}}})", boxWith(R"("thingMap":{"a":{}})")},
         {R"({"thingMap":{"a":{"JsonLeaf":{"when":3},"VERSION":{"major":9,"minor":9}}}})",
          boxWith(R"("thingMap":{"a":{"JsonLeaf":{"when":3.0}}})")},
-        {R"({"kind":7})", emptyBox},
         {R"({"any":{"JsonLeaf":{"when":1}}})", boxWith(R"("any":{"JsonLeaf":{"when":1.0}})")},
     };
     for (const auto& [members, expected] : cases)
@@ -132,114 +117,109 @@ TEST(JsonImporter, EveryFailureSaysWhyAndHasItsCode)
     brackets.resize(10'000'000, '[');
     const std::string tooDeep = R"({"JsonBox":{"x":)" + nested + '[' + std::string(1023, ']') + "}}";
     const std::string deep = R"({"JsonBox":{"x":)" + nested + std::string(1022, ']') + "}}";
-    const struct
+    struct Case
     {
         std::string json;
         int code;
         const char* text;
-    } cases[] = {
+    };
+    const Case documents[] = {
         // What the parser says.
         {"", -1, "JSON parse error : The document is empty."},
         {"{\"JsonBox\":{}", -1, "JSON parse error : Missing a comma or '}' after an object member."},
         {"{} {}", -1, "JSON parse error : The document root must not be followed by other values."},
-        {"]", -1, "JSON parse error : Invalid value."},
         {"\xEF\xBB\xBF{}", -1, "JSON parse error : Invalid value."},
-        {R"({"JsonBox":{"name":"x",}})", -1, "JSON parse error : Missing a name for object member."},
-        {R"({"JsonBox":{/**/}})", -1, "JSON parse error : Missing a name for object member."},
         {"{\"JsonBox\":{\"name\":\"\xFF\"}}", -1, "JSON parse error : Invalid encoding in string."},
         {"{\"\xC3(\":1}", -1, "JSON parse error : Invalid encoding in string."},
-        {R"({"JsonBox":{"name":"\ud800"}})", -1, "JSON parse error : The surrogate pair in string is invalid."},
-        {R"({"JsonBox":{"name":"a\udc00b"}})", -1, "JSON parse error : Invalid encoding in string."},
         {R"({"\udc00":1})", -1, "JSON parse error : Invalid encoding in string."},
         {R"({"JsonLeaf":{"when":1e999}})", -1, "JSON parse error : Number too big to be stored in double."},
         {tooDeep, -1, "JSON parse error : The document is nested too deeply."},
         {brackets, -1, "JSON parse error : The document is nested too deeply."},
         // The document as a whole.
-        {"[]", -1, "The document is not an object"},
         {"[{}]", -1, "The document is not an object"},
         {"5", -1, "The document is not an object"},
-        {"null", -1, "The document is not an object"},
         {"{}", -1, "The document holds no property set"},
         {R"({"VERSION":{"major":0,"minor":1}})", -1, "The document holds no property set"},
         {R"({"NoClass":{},"VERSION":{"major":0,"minor":2}})", -1, "Unhandled version 0.2 (latest supported 0.1)"},
-        {R"({"JsonBox":{"leaf":{"VERSION":{"major":1,"minor":0}}}})", -1,
-         "Unhandled version 1.0 (latest supported 0.1)"},
-        {R"({"JsonBox":{"thingMap":{"VERSION":{"major":1,"minor":0}}}})", -1,
-         "Unhandled version 1.0 (latest supported 0.1)"},
         {R"({"JsonBox":{},"VERSION":3})", -1, "JSON parse error"},
         {R"({"JsonBox":{},"VERSION":{"major":0}})", -1, "JSON parse error"},
-        {R"({"JsonBox":{},"VERSION":{"major":0,"minor":"1"}})", -1, "JSON parse error"},
         {R"({"JsonBox":{},"VERSION":{"major":0,"minor":1.0}})", -1, "JSON parse error"},
-        {R"({"JsonBox":{},"VERSION":[]})", -1, "JSON parse error"},
+        {R"({"JsonBox":{},"JsonLeaf":{}})", -1, "Found the classes 'JsonBox' and 'JsonLeaf' where one is expected"},
         // Classes.
         {R"({"NoClass":{}})", 1, "Could not instantiate node 'NoClass': Property not found"},
         {R"({"JsonThing":{}})", 1, "Could not instantiate node 'JsonThing': Property not found"},
-        {R"({"":{}})", 1, "Could not instantiate node '': Property not found"},
         {R"({"JsonBox":5})", 5, "Could not instantiate node 'JsonBox': Bad Property Type"},
         {R"({"JsonBox":[]})", 5, "Could not instantiate node 'JsonBox': Bad Property Type"},
         {R"({"NoClass":null})", 1, "Could not instantiate node 'NoClass': Property not found"},
-        {R"({"JsonBox":{},"JsonLeaf":{}})", -1, "Found the classes 'JsonBox' and 'JsonLeaf' where one is expected"},
-        {R"({"JsonBox":{"leaf":{"JsonLeaf":{},"JsonBox":5,"JsonLeaf":{}}}})", -1,
-         "Found the classes 'JsonLeaf' and 'JsonBox' where one is expected"},
-        // Single values.
-        {R"({"JsonBox":{"nope":1}})", 1, "Could not set property 'nope to value 1': Property not found"},
-        {R"({"JsonBox":{"%s%n":1.50}})", 1, "Could not set property '%s%n to value 1.5': Property not found"},
-        {R"({"JsonBox":{"kind":8}})", 14, "Could not set property 'kind to value 8': Bad value"},
-        {R"({"JsonBox":{"leaf":null}})", 8, "Could not set property 'leaf to value null': Type not implemented"},
-        {R"({"JsonBox":{"things":true}})", 8, "Could not set property 'things to value true': Type not implemented"},
-        {R"({"JsonBox":{"channels":"x"}})", 8, "Could not set property 'channels to value x': Type not implemented"},
         {R"({"TestOptional":{"hex":"12"}})", 14, "Could not set property 'hex to value 12': Bad value"},
         {R"({"JsonLeaf":{"when":1.8e308}})", 14, "Could not set property 'when to value 1.8e308': Bad value"},
-        // Objects.
-        {R"({"JsonBox":{"nope":{}}})", 1, "Could not get property type 'nope': Property not found"},
-        {R"({"JsonBox":{"name":{}}})", 5, "Could not set property 'name': Bad Property Type"},
-        {R"({"JsonBox":{"numbers":{}}})", 5, "Could not set property 'numbers': Bad Property Type"},
-        {R"({"JsonBox":{"things":{}}})", 5, "Could not set property 'things': Bad Property Type"},
-        {R"({"JsonBox":{"leaf":{"JsonBox":{}}}})", 5, "Could not set property 'leaf': Bad Property Type"},
-        {R"({"JsonBox":{"channels":{"":{}}}})", 3, "Could not get value from property map 'channels': Empty Id"},
-        {R"({"JsonBox":{"channels":{"a\u0000":{}}}})", 14,
-         "Could not get value from property map 'channels': Bad value"},
-        {R"({"JsonBox":{"channels":{"a":1}}})", 14, "Could not set property 'channels': Bad value"},
-        {R"({"JsonBox":{"channels":{"a":[]}}})", 14, "Could not set property 'channels': Bad value"},
-        {R"({"JsonBox":{"channels":{"a":{"JsonLeaf":1}}}})", 14, "Could not set property 'channels': Bad value"},
-        {R"({"JsonBox":{"channels":{"a":{"JsonLeaf":[]}}}})", 14, "Could not set property 'channels': Bad value"},
-        {R"({"JsonBox":{"channels":{"a":{"JsonLeaf":{},"JsonBox":{}}}}})", -1,
-         "Found the classes 'JsonLeaf' and 'JsonBox' where one is expected"},
-        {R"({"JsonBox":{"channels":{"a":{"JsonBox":{}}}}})", 5, "Could not set property 'channels': Bad Property Type"},
-        {R"({"JsonBox":{"thingMap":{"a":{}}}})", 14, "Could not set property 'thingMap': Bad value"},
-        {R"({"JsonBox":{"thingMap":{"VERSION":{"major":0}}}})", 14, "Could not set property 'thingMap': Bad value"},
-        // Arrays.
-        {R"({"JsonBox":{"nope":[]}})", 1, "Could not get property type 'nope': Property not found"},
         {deep, 1, "Could not get property type 'x': Property not found"},
-        {R"({"JsonBox":{"name":[]}})", 5, "Could not set property 'name': Bad Property Type"},
-        {R"({"JsonBox":{"leaf":[{}]}})", 5, "Could not set property 'leaf': Bad Property Type"},
-        {R"({"JsonBox":{"channels":[]}})", 5, "Could not set property 'channels': Bad Property Type"},
-        {R"({"JsonBox":{"numbers":[[]]}})", 5, "Could not set property 'numbers': Bad Property Type"},
-        {R"({"JsonBox":{"numbers":[{}]}})", 5, "Could not set property 'numbers': Bad Property Type"},
-        {R"({"JsonBox":{"notes":["a",["b"]]}})", 5, "Could not set property 'notes': Bad Property Type"},
-        {R"({"JsonBox":{"things":[null]}})", 5, "Could not set property 'things': Bad Property Type"},
-        {R"({"JsonBox":{"things":[[]]}})", 5, "Could not set property 'things': Bad Property Type"},
-        {R"({"JsonBox":{"leaves":[{"JsonLeaf":{}},{"JsonBox":{}}]}})", 5,
-         "Could not set property 'leaves': Bad Property Type"},
-        // Which of several is reported.
-        {R"({"JsonBox":{"b":[],"a":{},"d":1,"c":2}})", 1, "Could not set property 'c to value 2': Property not found"},
-        {R"({"JsonBox":{"b":[],"c":{},"a":[]}})", 1, "Could not get property type 'c': Property not found"},
-        {R"({"JsonBox":{"things":[5],"leaf":{"A":{}},"channels":{"k":{"B":{}}}}})", 1,
-         "Could not instantiate node 'B': Property not found"},
-        {R"({"JsonBox":{"things":[{"A":{}},5,{"B":{}}]}})", 1, "Could not instantiate node 'A': Property not found"},
-        {R"({"JsonBox":{"channels":{"b":{"A":{}},"a":5}}})", 1, "Could not instantiate node 'A': Property not found"},
-        {R"({"JsonBox":{"channels":{"b":{"A":{}},"a":5,"b":{}}}})", 14, "Could not set property 'channels': Bad value"},
-        {R"({"JsonBox":{"kind":8,"leaf":{"A":{}},"kind":7}})", 1, "Could not instantiate node 'A': Property not found"},
         {R"({"JsonBox":{"leaf":{"A":{}},"name":"x)", -1,
          "JSON parse error : Missing a closing quotation mark in string."},
         {R"({"A":{},"B":{}})", 1, "Could not instantiate node 'A': Property not found"},
     };
-    for (const auto& [json, code, text] : cases)
+    const Case members[] = {
+        {R"("name":"x",)", -1, "JSON parse error : Missing a name for object member."},
+        {R"(/**/)", -1, "JSON parse error : Missing a name for object member."},
+        {R"("name":"\ud800")", -1, "JSON parse error : The surrogate pair in string is invalid."},
+        {R"("name":"a\udc00b")", -1, "JSON parse error : Invalid encoding in string."},
+        {R"("leaf":{"VERSION":{"major":1,"minor":0}})", -1, "Unhandled version 1.0 (latest supported 0.1)"},
+        {R"("thingMap":{"VERSION":{"major":1,"minor":0}})", -1, "Unhandled version 1.0 (latest supported 0.1)"},
+        {R"("leaf":{"JsonLeaf":{},"JsonBox":5,"JsonLeaf":{}})", -1,
+         "Found the classes 'JsonLeaf' and 'JsonBox' where one is expected"},
+        // Single values.
+        {R"("nope":1)", 1, "Could not set property 'nope to value 1': Property not found"},
+        {R"("%s%n":1.50)", 1, "Could not set property '%s%n to value 1.5': Property not found"},
+        {R"("kind":8)", 14, "Could not set property 'kind to value 8': Bad value"},
+        {R"("leaf":null)", 8, "Could not set property 'leaf to value null': Type not implemented"},
+        {R"("things":true)", 8, "Could not set property 'things to value true': Type not implemented"},
+        {R"("channels":"x")", 8, "Could not set property 'channels to value x': Type not implemented"},
+        // Objects.
+        {R"("nope":{})", 1, "Could not get property type 'nope': Property not found"},
+        {R"("name":{})", 5, "Could not set property 'name': Bad Property Type"},
+        {R"("things":{})", 5, "Could not set property 'things': Bad Property Type"},
+        {R"("leaf":{"JsonBox":{}})", 5, "Could not set property 'leaf': Bad Property Type"},
+        {R"("channels":{"":{}})", 3, "Could not get value from property map 'channels': Empty Id"},
+        {R"("channels":{"a\u0000":{}})", 14, "Could not get value from property map 'channels': Bad value"},
+        {R"("channels":{"a":1})", 14, "Could not set property 'channels': Bad value"},
+        {R"("channels":{"a":[]})", 14, "Could not set property 'channels': Bad value"},
+        {R"("channels":{"a":{"JsonLeaf":1}})", 14, "Could not set property 'channels': Bad value"},
+        {R"("channels":{"a":{"JsonLeaf":[]}})", 14, "Could not set property 'channels': Bad value"},
+        {R"("channels":{"a":{"JsonLeaf":{},"JsonBox":{}}})", -1,
+         "Found the classes 'JsonLeaf' and 'JsonBox' where one is expected"},
+        {R"("channels":{"a":{"JsonBox":{}}})", 5, "Could not set property 'channels': Bad Property Type"},
+        {R"("thingMap":{"a":{}})", 14, "Could not set property 'thingMap': Bad value"},
+        {R"("thingMap":{"VERSION":{"major":0}})", 14, "Could not set property 'thingMap': Bad value"},
+        // Arrays.
+        {R"("nope":[])", 1, "Could not get property type 'nope': Property not found"},
+        {R"("name":[])", 5, "Could not set property 'name': Bad Property Type"},
+        {R"("leaf":[{}])", 5, "Could not set property 'leaf': Bad Property Type"},
+        {R"("numbers":[[]])", 5, "Could not set property 'numbers': Bad Property Type"},
+        {R"("numbers":[{}])", 5, "Could not set property 'numbers': Bad Property Type"},
+        {R"("notes":["a",["b"]])", 5, "Could not set property 'notes': Bad Property Type"},
+        {R"("things":[null])", 5, "Could not set property 'things': Bad Property Type"},
+        {R"("things":[[]])", 5, "Could not set property 'things': Bad Property Type"},
+        {R"("leaves":[{"JsonLeaf":{}},{"JsonBox":{}}])", 5, "Could not set property 'leaves': Bad Property Type"},
+        // Which of several is reported.
+        {R"("b":[],"a":{},"d":1,"c":2)", 1, "Could not set property 'c to value 2': Property not found"},
+        {R"("b":[],"c":{},"a":[])", 1, "Could not get property type 'c': Property not found"},
+        {R"("things":[5],"leaf":{"A":{}},"channels":{"k":{"B":{}}})", 1,
+         "Could not instantiate node 'B': Property not found"},
+        {R"("things":[{"A":{}},5,{"B":{}}])", 1, "Could not instantiate node 'A': Property not found"},
+        {R"("channels":{"b":{"A":{}},"a":5})", 1, "Could not instantiate node 'A': Property not found"},
+        {R"("channels":{"b":{"A":{}},"a":5,"b":{}})", 14, "Could not set property 'channels': Bad value"},
+        {R"("kind":8,"leaf":{"A":{}},"kind":7)", 1, "Could not instantiate node 'A': Property not found"},
+    };
+    const auto check = [](const std::string& json, const Case& c)
     {
         const DmStatus status = importStatus(json);
-        EXPECT_EQ(dmUtf8(status.info()), text) << json.substr(0, 100);
-        EXPECT_EQ(status.reason(), code) << json.substr(0, 100);
-    }
+        EXPECT_EQ(dmUtf8(status.info()), c.text) << json.substr(0, 100);
+        EXPECT_EQ(status.reason(), c.code) << json.substr(0, 100);
+    };
+    for (const Case& c : documents)
+        check(c.json, c);
+    for (const Case& c : members)
+        check("{\"JsonBox\":{" + c.json + "}}", c);
 }
 
 /// The value of one property of a TestEvery, set by a document and set from the text that the value stands for.
@@ -248,45 +228,26 @@ TEST(JsonImporter, ValuesAreConvertedThroughTheirText)
     const char* const names[] = {"int",  "uint",   "enum",    "short",  "ushort",  "int64",  "uint64",
                                  "char", "bool",   "uchar",   "float",  "double",  "string", "cdata",
                                  "ints", "shorts", "uint64s", "floats", "doubles", "strings"};
-    const struct
+    std::vector<std::pair<std::string, std::string>> values = {{"-0", "0"},
+                                                               {"-9223372036854775809", "-9223372036854776000.0"},
+                                                               {"18446744073709551616", "18446744073709552000.0"},
+                                                               {"5.70", "5.7"},
+                                                               {"1e3", "1000.0"},
+                                                               {"1E-7", "1e-7"},
+                                                               {"1e-999", "0.0"}};
+    // 7.038531e-26: its double lies in the middle between two floats.
+    for (const char* const same :
+         {"0", "-0.0", "7", "-7", "65", "2147483648", "-2147483649", "9223372036854775808", "1e22", "1e39", "16777217",
+          "16777217.0", "7.038531e-26", "0.1", "true", "false", "null"})
+        values.emplace_back(same, same);
+    for (const char* const text :
+         {"", "true", " true", "1", " 12abc", "A", "  Bc", "\xC3\xA9t\xC3\xA9", "\xE4\xB8\xAD\xE4\xB8\xAD", "nan"})
+        values.emplace_back('"' + std::string(text) + '"', text);
+    const auto wide = [](const std::string& text)
     {
-        const char* json;
-        const wchar_t* text; ///< null: the same
-    } values[] = {
-        {"0", nullptr},
-        {"-0", L"0"},
-        {"-0.0", nullptr},
-        {"7", nullptr},
-        {"-7", nullptr},
-        {"65", nullptr},
-        {"2147483648", nullptr},
-        {"-2147483649", nullptr},
-        {"9223372036854775808", nullptr},
-        {"-9223372036854775809", L"-9223372036854776000.0"},
-        {"18446744073709551616", L"18446744073709552000.0"},
-        {"5.70", L"5.7"},
-        {"1e3", L"1000.0"},
-        {"1E-7", L"1e-7"},
-        {"1e22", nullptr},
-        {"1e39", nullptr},
-        {"1e-999", L"0.0"},
-        {"16777217", nullptr},
-        {"16777217.0", nullptr},
-        {"7.038531e-26", nullptr}, // its double lies in the middle between two floats
-        {"0.1", nullptr},
-        {"true", nullptr},
-        {"false", nullptr},
-        {"null", nullptr},
-        {"\"\"", L""},
-        {"\"true\"", L"true"},
-        {"\" true\"", L" true"},
-        {"\"1\"", L"1"},
-        {"\" 12abc\"", L" 12abc"},
-        {"\"A\"", L"A"},
-        {"\"  Bc\"", L"  Bc"},
-        {"\"\xC3\xA9t\xC3\xA9\"", L"été"},
-        {"\"\xE4\xB8\xAD\xE4\xB8\xAD\"", L"中中"},
-        {"\"nan\"", L"nan"},
+        DmString result;
+        EXPECT_TRUE(dmFromUtf8(text, result));
+        return result;
     };
     for (const char* const name : names)
         for (const auto& [json, text] : values)
@@ -294,9 +255,7 @@ TEST(JsonImporter, ValuesAreConvertedThroughTheirText)
             const DmPropertySetPtr set = imported("{\"TestEvery\":{\"" + std::string(name) + "\":" + json + "}}");
             const auto expected = TestEvery::create();
             EXPECT_EQ(expected->createAttributes(), DM_NO_ERROR);
-            const std::wstring wideName(name, name + std::string_view(name).size());
-            const std::wstring same(json, json + std::string_view(json).size());
-            EXPECT_EQ(expected->setPropertyValueFromStr(wideName.c_str(), text ? text : same.c_str()), DM_NO_ERROR);
+            EXPECT_EQ(expected->setPropertyValueFromStr(wide(name), wide(text)), DM_NO_ERROR);
             EXPECT_EQ(written(*set), written(*expected)) << name << ' ' << json;
         }
 }
