@@ -1,9 +1,4 @@
-#include "zrRunCommand.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "commandCases.h"
 
 using zrTest::runDmtree;
 
@@ -12,95 +7,79 @@ namespace
 
 const std::string df = "29.97 fps DF";
 
-struct Case
+void checkTc(CommandCase row, const zrTest::CommandOptions& options = {})
 {
-    std::vector<std::string> arguments;
-    int exitCode;
-    const char* out;
-    const char* err; ///< a part of it; null: nothing is printed there
-};
-
-void check(const Case& row, const zrTest::CommandOptions& options = {})
-{
-    std::vector<std::string> arguments = {"tc"};
-    arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
-    SCOPED_TRACE(testing::PrintToString(arguments));
-    const auto result = runDmtree(arguments, options);
-    EXPECT_EQ(result.exitCode, row.exitCode);
-    EXPECT_EQ(result.out, row.out);
-    EXPECT_TRUE(row.err ? result.err.find(row.err) != std::string::npos : result.err.empty()) << result.err;
+    row.arguments.insert(row.arguments.begin(), "tc");
+    check(row, options);
 }
 
 } // namespace
 
 TEST(DmtreeTc, AnswersNumbersWithLabelsAndLabelsWithNumbers)
 {
-    const Case cases[] = {
-        {{"--fcm", df, "1800", "00;10;00;00"}, 0, "00;01;00;02\n17982\n", nullptr},
-        {{"--fcm", "59.94 FPS df", "3600", "1+2"}, 0, "00;01;00#04\n62\n", nullptr},
-        {{"--fcm", "25 fps", "-30", "-00:00:01:05", "10.999995"}, 0, "-00:00:01:05\n-30\n00:00:00:11\n", nullptr},
-        {{"--fcm", "25 fps", "--", "-30", "-:1:2"}, 0, "-00:00:01:05\n-27\n", nullptr},
-        {{"--fcm", "25 fps", "1", "--", "-1"}, 0, "00:00:00:01\n-00:00:00:01\n", nullptr},
-        {{"--fcm", "25 fps", "--to", df, "90000", "01:00:00:00"}, 0, "01;00;00;00\n01;00;00;00\n", nullptr},
-        {{"--fcm", "25 fps", "+24", "2147483646"}, 0, "24\n23860:55:45:21\n", nullptr}};
-    for (const Case& row : cases)
-        check(row);
+    const CommandCase cases[] = {
+        {{"--fcm", df, "1800", "00;10;00;00"}, 0, "00;01;00;02\n17982\n"},
+        {{"--fcm", "59.94 FPS df", "3600", "1+2"}, 0, "00;01;00#04\n62\n"},
+        {{"--fcm", "25 fps", "-30", "-00:00:01:05", "10.999995"}, 0, "-00:00:01:05\n-30\n00:00:00:11\n"},
+        {{"--fcm", "25 fps", "--", "-30", "-:1:2"}, 0, "-00:00:01:05\n-27\n"},
+        {{"--fcm", "25 fps", "1", "--", "-1"}, 0, "00:00:00:01\n-00:00:00:01\n"},
+        {{"--fcm", "25 fps", "--to", df, "90000", "01:00:00:00"}, 0, "01;00;00;00\n01;00;00;00\n"},
+        {{"--fcm", "25 fps", "+24", "2147483646"}, 0, "24\n23860:55:45:21\n"}};
+    for (const CommandCase& row : cases)
+        checkTc(row);
 }
 
 TEST(DmtreeTc, RefusesWhatIsNoTimeOfTheModeAndAnswersTheRest)
 {
-    const Case cases[] = {
-        {{"--fcm", df, "00;01;00;00", "1"}, 2, "\n00;00;00;01\n", "tc: 00;01;00;00: this mode drops the label"},
-        {{"--fcm", df, "--clamp", "00;01;00;00"}, 2, "\n", "drops the label"},
-        {{"--fcm", df, "--clamp", "00;61;00;00"}, 2, "\n", "drops the label"},
-        {{"--fcm", df, "--bump", "previous", "00;01;00;00"}, 0, "1799\n", nullptr},
-        {{"--fcm", df, "--bump", "next", "00;01;00;00"}, 0, "1800\n", nullptr},
-        {{"--fcm", df, "--bump", "2", "-00;01;00;00"}, 0, "-1798\n", nullptr},
-        {{"--fcm", df, "--bump", "next", "00;00;61;00"}, 2, "\n", "00;00;61;00: a field is out of range"},
-        {{"--fcm", "25 fps", "99:99:99:99"}, 2, "\n", "99:99:99:99: a field is out of range"},
-        {{"--fcm", "25 fps", "--clamp", "99:99:99:99"}, 0, "8999999\n", nullptr},
-        {{"--fcm", "25 fps", "1:2:3:4:5"}, 2, "\n", "neither a frame count nor a label"},
-        {{"--fcm", "25 fps", "::::"}, 2, "\n", "neither"},
-        {{"--fcm", "25 fps", "01::02"}, 2, "\n", "neither"},
-        {{"--fcm", "25 fps", "1:2x"}, 2, "\n", "neither"},
-        {{"--fcm", "25 fps", "12 frames"}, 2, "\n", "neither"},
-        {{"--fcm", "25 fps", "nan"}, 2, "\n", "neither"},
-        {{"--fcm", "25 fps", ""}, 2, "\n", "\"\": neither"},
-        {{"--fcm", "25 fps", "--", "--1"}, 2, "\n", "neither"},
-        {{"--fcm", "25 fps", "00000000000000000000000000001:1:1:1"}, 2, "\n", "neither"},
-        {{"--fcm", "25 fps", "2147483647"}, 2, "\n", "more frames than can be counted"},
-        {{"--fcm", "25 fps", std::string(400, '9')}, 2, "\n", "9999...: more frames"},
-        {{"--fcm", "25 fps", "99999999999:00:00:00"}, 2, "\n", "more frames"},
-        {{"--fcm", "25 fps", "--to", "50 fps", "1500000000", "1073741823"}, 2, "\n\n", "more frames"}};
-    for (const Case& row : cases)
-        check(row);
+    const CommandCase cases[] = {
+        {{"--fcm", df, "00;01;00;00", "1"}, 2, "\n00;00;00;01\n", "...tc: 00;01;00;00: this mode drops the label..."},
+        {{"--fcm", df, "--clamp", "00;01;00;00"}, 2, "\n", "...drops the label..."},
+        {{"--fcm", df, "--bump", "previous", "00;01;00;00"}, 0, "1799\n"},
+        {{"--fcm", df, "--bump", "next", "00;01;00;00"}, 0, "1800\n"},
+        {{"--fcm", df, "--bump", "2", "-00;01;00;00"}, 0, "-1798\n"},
+        {{"--fcm", df, "--bump", "next", "00;00;61;00"}, 2, "\n", "...00;00;61;00: a field is out of range..."},
+        {{"--fcm", "25 fps", "99:99:99:99"}, 2, "\n", "...99:99:99:99: a field is out of range..."},
+        {{"--fcm", "25 fps", "--clamp", "99:99:99:99"}, 0, "8999999\n"},
+        {{"--fcm", "25 fps", "1:2:3:4:5"}, 2, "\n", "...neither a frame count nor a label..."},
+        {{"--fcm", "25 fps", "01::02"}, 2, "\n", "...neither..."},
+        {{"--fcm", "25 fps", "1:2x"}, 2, "\n", "...neither..."},
+        {{"--fcm", "25 fps", ""}, 2, "\n", "...\"\": neither..."},
+        {{"--fcm", "25 fps", "--", "--1"}, 2, "\n", "...neither..."},
+        {{"--fcm", "25 fps", "00000000000000000000000000001:1:1:1"}, 2, "\n", "...neither..."},
+        {{"--fcm", "25 fps", "2147483647"}, 2, "\n", "...more frames than can be counted..."},
+        {{"--fcm", "25 fps", std::string(400, '9')}, 2, "\n", "...9999...: more frames..."},
+        {{"--fcm", "25 fps", "99999999999:00:00:00"}, 2, "\n", "...more frames..."},
+        {{"--fcm", "25 fps", "--to", "50 fps", "1500000000", "1073741823"}, 2, "\n\n", "...more frames..."}};
+    for (const CommandCase& row : cases)
+        checkTc(row);
 }
 
 TEST(DmtreeTc, NeedsAModeAndKnownWords)
 {
-    const Case usage[] = {{{"5"}, 2, "", "name one with --fcm"},
-                          {{"--fcm", "24.5", "5"}, 2, "", "'24.5' is no frame-code mode. The modes are '23.976 fps', "},
-                          {{"--fcm", "25 fps", "--to", "25", "5"}, 2, "", "'25' is no frame-code mode"},
-                          {{"--fcm", "25 fps", "--bump", "3", "5"}, 2, "", "'3' is no bump mode"},
-                          {{"--fcm", "25 fps"}, 2, "", "VALUE is required"},
-                          {{"--fcm", "25 fps", "-x", "1"}, 2, "", "-x"}};
-    for (const Case& row : usage)
-        check(row);
-    check({{"1800"}, 0, "00;01;00;02\n", nullptr}, {.environment = {"ZR_DEFAULT_FCM=" + df}});
-    check({{"1800"}, 2, "", "name one with --fcm"}, {.environment = {"ZR_DEFAULT_FCM=29.97 FPS DF"}});
+    const CommandCase usage[] = {
+        {{"5"}, 2, "", "...name one with --fcm..."},
+        {{"--fcm", "24.5", "5"}, 2, "", "...'24.5' is no frame-code mode. The modes are '23.976 fps', ..."},
+        {{"--fcm", "25 fps", "--to", "25", "5"}, 2, "", "...'25' is no frame-code mode..."},
+        {{"--fcm", "25 fps", "--bump", "3", "5"}, 2, "", "...'3' is no bump mode..."},
+        {{"--fcm", "25 fps"}, 2, "", "...VALUE is required..."},
+        {{"--fcm", "25 fps", "-x", "1"}, 2, "", "...-x..."}};
+    for (const CommandCase& row : usage)
+        checkTc(row);
+    checkTc({{"1800"}, 0, "00;01;00;02\n"}, {.environment = {"ZR_DEFAULT_FCM=" + df}});
+    checkTc({{"1800"}, 2, "", "...name one with --fcm..."}, {.environment = {"ZR_DEFAULT_FCM=29.97 FPS DF"}});
 }
 
 TEST(DmtreeTc, AnswersEveryLineOfItsInput)
 {
     const zrTest::CommandOptions lines = {.input = "100\n\n 1:00\r\n\x1b[m\n" + std::string(100'000, '0') + "\n7"};
-    check({{"--fcm", "25 fps", "1", "-", "2"},
-           2,
-           "00:00:00:01\n00:00:04:00\n\n25\n\n\n00:00:00:07\n00:00:00:02\n",
-           "tc: line 2: \"\": neither a frame count nor a label\n"
-           "dmtree tc: line 4: \\x1b[m: neither a frame count nor a label\n"
-           "dmtree tc: line 5: 0000000000000000000000000000000000000000...: neither a frame count nor a label\n"},
-          lines);
-    check({{"--fcm", "25 fps", "-"}, 0, "", nullptr});
+    checkTc({{"--fcm", "25 fps", "1", "-", "2"},
+             2,
+             "00:00:00:01\n00:00:04:00\n\n25\n\n\n00:00:00:07\n00:00:00:02\n",
+             "...tc: line 2: \"\": neither a frame count nor a label\n"
+             "dmtree tc: line 4: \\x1b[m: neither a frame count nor a label\n"
+             "dmtree tc: line 5: 0000000000000000000000000000000000000000...: neither a frame count nor a label\n"},
+            lines);
+    checkTc({{"--fcm", "25 fps", "-"}, 0, ""});
 
     std::string counts;
     for (int n = 0; n < 100'000; ++n)
