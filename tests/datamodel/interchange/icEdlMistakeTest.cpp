@@ -4,6 +4,7 @@
 
 using namespace interchange;
 using icTest::read;
+using icTest::readClean;
 
 namespace
 {
@@ -16,56 +17,45 @@ TEST(EdlMistake, IsAnErrorOrAWarningWithItsChoice)
 {
     struct Case
     {
-        const char* text; ///< behind the first event
+        std::string text; ///< behind the first event
         const char* what;
-        const char* choice;  ///< null: any
-        const char* lenient; ///< what is written back; null: nothing of it
+        const char* choice;
+        std::string lenient = {}; ///< what is written back
     };
+    const std::string times = " 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00";
+    const std::string good = "002  A        V     C       ";
+    const char* const leftOut = "the event is left out";
     const Case cases[] = {
-        {"002  A V C 01:00:00:00 01:00:02:00 10:00:02:00", "a time code is missing: 3 of 4 found",
-         "the event is left out", nullptr},
-        {"002  A V C", "a time code is missing: 0 of 4 found", "the event is left out", nullptr},
-        {"002", "a time code is missing: 0 of 4 found", "the event is left out", nullptr},
+        {"002  A V C 01:00:00:00 01:00:02:00 10:00:02:00", "a time code is missing: 3 of 4 found", leftOut},
+        {"002", "a time code is missing: 0 of 4 found", leftOut},
         {"002  A V C 01:00:00:00 01:00:0x:00 10:00:02:00 10:00:04:00", "source out-time '01:00:0x:00' is no time code",
-         "the event is left out", nullptr},
-        {"002  A V 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00", "'V' is no transition", "the event is left out",
-         nullptr},
-        {"002  01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00", "no transition", "the event is left out", nullptr},
-        {"002  A V W 010 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00", "'W' is no transition",
-         "the event is left out", nullptr},
-        {"002  A V D 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00", "no transition length", "the event is left out",
-         nullptr},
-        {"002  A X C 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00", "'X' are no channels", "the event is left out",
-         nullptr},
-        {"002  A A65 C 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00", "'A65' are no channels",
-         "the event is left out", nullptr},
-        {"002A A V C 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00", "event number '002A' is no number",
-         "the event is left out", nullptr},
-        {"99999999999 A V C 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00", "event number '99999999999' is no number",
-         "the event is left out", nullptr},
-        {"002  V C 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00", "no reel name", "the reel is AX",
-         "002  AX       V     C        01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00"},
+         leftOut},
+        {"002  A V" + times, "'V' is no transition", leftOut},
+        {"002 " + times, "no transition", leftOut},
+        {"002  A V W 010" + times, "'W' is no transition", leftOut},
+        {"002  A V D" + times, "no transition length", leftOut},
+        {"002  A X C" + times, "'X' are no channels", leftOut},
+        {"002  A A65 C" + times, "'A65' are no channels", leftOut},
+        {"002A A V C" + times, "event number '002A' is no number", leftOut},
+        {"99999999999 A V C" + times, "event number '99999999999' is no number", leftOut},
+        {"002  V C" + times, "no reel name", "the reel is AX", "002  AX       V     C       " + times},
         {"002  A V C 01:00:00:00 01:00:01:25 10:00:02:00 10:00:03:24", "source out-time is out of range at 25 fps",
-         "taken as 01:00:01:24", "002  A        V     C        01:00:00:00 01:00:01:24 10:00:02:00 10:00:03:24"},
-        {"002  A V C 25:00:00:00 25:00:02:00 10:00:02:00 10:00:04:00", "source in-time is out of range at 25 fps",
-         nullptr, "002  A        V     C        01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00"},
+         "taken as 01:00:01:24", good + " 01:00:00:00 01:00:01:24 10:00:02:00 10:00:03:24"},
+        {"002  A V C 25:00:00:00 25:00:02:00 10:00:02:00 10:00:04:00", "source in-time is out of range at 25 fps", "",
+         good + times},
         {"002  A V C 01:00:00:00 01:00:02:00 10:00:04:00 10:00:02:00", "the record side ends before it begins",
-         "it gets the length of the source",
-         "002  A        V     C        01:00:00:00 01:00:02:00 10:00:04:00 10:00:06:00"},
+         "it gets the length of the source", good + " 01:00:00:00 01:00:02:00 10:00:04:00 10:00:06:00"},
         {"002  A V C 01:00:02:00 01:00:00:00 10:00:02:00 10:00:03:00", "the source ends before it begins",
-         "it gets the length of the record side",
-         "002  A        V     C        01:00:02:00 01:00:03:00 10:00:02:00 10:00:03:00"},
+         "it gets the length of the record side", good + " 01:00:02:00 01:00:03:00 10:00:02:00 10:00:03:00"},
         {"002  A V C 01:00:02:00 01:00:00:00 10:00:03:00 10:00:02:00", "source and record side end before they begin",
-         "the event is left out", nullptr},
+         leftOut},
         {"002  A V C 01:00:00:00 01:00:02:01 10:00:02:00 10:00:04:00",
-         "the source has 51 frames, the record side 50 frames", "the record side holds",
-         "002  A        V     C        01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00"},
-        {"002  A V D 051 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00",
-         "the transition has 51 frames, its event 50 frames", "it takes the whole event",
-         "002  A        V     D    050 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00"},
+         "the source has 51 frames, the record side 50 frames", "the record side holds", good + times},
+        {"002  A V D 051" + times, "the transition has 51 frames, its event 50 frames", "it takes the whole event",
+         "002  A        V     D    050" + times},
         {"002  A V C 01:00:00:00 01:00:02:00 09:00:00:00 09:00:02:00",
          "the event begins before the one before it on its channel", "it stays where its record time is",
-         "002  A        V     C        01:00:00:00 01:00:02:00 09:00:00:00 09:00:02:00"},
+         good + " 01:00:00:00 01:00:02:00 09:00:00:00 09:00:02:00"},
         {"002  A AA/V C 01:00:00:00 01:00:02:00 10:00:01:24 10:00:03:24",
          "the event begins before the one before it on its channel has ended", "it covers the end of that one",
          "002  A        AA/V  C        01:00:00:00 01:00:02:00 10:00:01:24 10:00:03:24"},
@@ -79,9 +69,9 @@ TEST(EdlMistake, IsAnErrorOrAWarningWithItsChoice)
 
         const icTest::Read lenient = read(text, DM::FCM_25, Report::Lenient);
         ASSERT_TRUE(lenient.list) << c.text;
-        const std::string warning = "cut.edl:2: warning: " + std::string(c.what) + "; " + (c.choice ? c.choice : "");
+        const std::string warning = "cut.edl:2: warning: " + std::string(c.what) + "; " + c.choice;
         EXPECT_TRUE(lenient.messages.starts_with(warning)) << lenient.messages;
-        const std::string behind = c.lenient ? c.lenient + std::string("\n* a note\n") : "";
+        const std::string behind = c.lenient.empty() ? "" : c.lenient + "\n* a note\n";
         EXPECT_EQ(writeEdl(*lenient.list), "TITLE:\nFCM: NON-DROP FRAME\n" + (first + behind));
     }
 }
@@ -113,39 +103,27 @@ TEST(EdlMistake, CountsNumbersThatFallButNotThoseThatStartOver)
 
 TEST(EdlMistake, IsNoneWhereASpeedAccountsForTheLengths)
 {
-    struct Case
-    {
-        const char* event;
-        const char* speed;
-        const char* messages;
+    // Source out-times of events of two seconds.
+    const std::tuple<const char*, const char*, bool> cases[] = {
+        {"01:00:00:01", "000.0", true}, {"01:00:04:00", "050.0", true}, {"01:00:04:00", "-050.0", true},
+        {"01:00:04:02", "050.0", true}, {"01:00:02:00", "050.0", true}, {"01:00:03:00", "050.0", false},
     };
-    const Case cases[] = {
-        {"A V C 01:00:00:00 01:00:00:01 10:00:00:00 10:00:02:00", "M2 A 000.0 01:00:00:00", ""},
-        {"A V C 01:00:00:00 01:00:04:00 10:00:00:00 10:00:02:00", "M2 A 050.0 01:00:00:00", ""},
-        {"A V C 01:00:00:00 01:00:04:00 10:00:00:00 10:00:02:00", "M2 A -050.0 01:00:00:00", ""},
-        {"A V C 01:00:00:00 01:00:04:02 10:00:00:00 10:00:02:00", "M2 A 050.0 01:00:00:00", ""},
-        {"A V C 01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00", "M2 A 050.0 01:00:00:00", ""},
-        {"A V C 01:00:00:00 01:00:03:00 10:00:00:00 10:00:02:00", "M2 A 050.0 01:00:00:00",
-         "cut.edl:1: warning: the source has 75 frames, the record side 50 frames, and its speed does not account for "
-         "it\n"},
-        {"BL V C 00:00:00:00 00:00:00:00 10:00:00:00 10:00:02:00", "", ""},
-    };
-    for (const Case& c : cases)
-    {
-        const icTest::Read result = read("001 " + std::string(c.event) + "\n" + c.speed + "\n");
-        EXPECT_TRUE(result.list);
-        EXPECT_EQ(result.messages, c.messages) << c.event << ' ' << c.speed;
-    }
+    for (const auto& [out, speed, fits] : cases)
+        EXPECT_EQ(read("001 A V C 01:00:00:00 " + std::string(out) + " 10:00:00:00 10:00:02:00\nM2 A " + speed + "\n")
+                      .messages,
+                  fits ? ""
+                       : "cut.edl:1: warning: the source has 75 frames, the record side 50 frames, and its speed "
+                         "does not account for it\n")
+            << out << ' ' << speed;
+    readClean("001 BL V C 00:00:00:00 00:00:00:00 10:00:00:00 10:00:02:00\n");
 }
 
 TEST(EdlMistake, IsLookedForOnEachChannelByItself)
 {
-    const icTest::Read result = read("001 A V C 01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n"
-                                     "002 A V C 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00\n"
-                                     "003 A AA C 01:00:00:00 01:00:02:00 10:00:01:00 10:00:03:00\n"
-                                     "004 A V2 C 01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n"
-                                     "005 A A3 C 01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n");
-    EXPECT_EQ(result.messages, "");
+    readClean("001 A V C 01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n"
+              "002 A V C 01:00:00:00 01:00:02:00 10:00:02:00 10:00:04:00\n"
+              "003 A AA C 01:00:00:00 01:00:02:00 10:00:01:00 10:00:03:00\n"
+              "004 A V2 C 01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n");
     // Routed audio counts, though its line stands behind the event.
     EXPECT_EQ(read("001 A A3 C 01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n"
                    "002 A V C 01:00:00:00 01:00:02:00 10:00:01:00 10:00:03:00\nAUD 3\n")

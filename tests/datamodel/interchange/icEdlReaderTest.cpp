@@ -4,6 +4,7 @@
 #include <cstdint>
 
 using namespace interchange;
+using icTest::eventLine;
 using icTest::read;
 using icTest::readClean;
 
@@ -15,21 +16,6 @@ constexpr std::uint64_t channel(int number)
     return std::uint64_t{1} << (number - 1);
 }
 
-/// An event line of one second at 25 fps.
-std::string eventLine(const std::string& front)
-{
-    return front + " 01:00:10:00 01:00:11:00 10:00:00:00 10:00:01:00\n";
-}
-
-/// What is attached to the first event of a list of one, as text.
-std::string notesOfOne(const EdlList& list)
-{
-    std::string text;
-    for (const EdlNote& note : list.notesOf(list.events.at(0)))
-        text.append(std::to_string(static_cast<int>(note.kind))).append("=").append(note.text).append("|");
-    return text;
-}
-
 } // namespace
 
 TEST(EdlReader, TakesTheFieldsOfAnEvent)
@@ -38,77 +24,56 @@ TEST(EdlReader, TakesTheFieldsOfAnEvent)
     {
         const char* front;
         const char* reel;
-        std::uint64_t video;
-        std::uint64_t audio;
-        std::uint32_t number;
-        std::uint32_t length;
-        EdlTransition transition;
-        std::uint16_t pattern;
+        std::uint64_t video, audio;
+        EdlTransition transition = EdlTransition::Cut;
+        std::uint32_t length = 0;
+        std::uint16_t pattern = 0;
+        std::uint32_t number = 1;
     };
+    const std::uint64_t both = channel(1) | channel(2);
     const Case cases[] = {
-        {"001  AX       V     C       ", "AX", 1, 0, 1, 0, EdlTransition::Cut, 0},
-        {"000001 A001 V C", "A001", 1, 0, 1, 0, EdlTransition::Cut, 0},
-        {"\t12\tA001\tv\tc", "A001", 1, 0, 12, 0, EdlTransition::Cut, 0},
-        {"001 A004_C012.mov V C", "A004_C012.mov", 1, 0, 1, 0, EdlTransition::Cut, 0},
-        {"001 Card 4  day 2. V C", "Card 4  day 2.", 1, 0, 1, 0, EdlTransition::Cut, 0},
-        {"001 V V C 000", "V", 1, 0, 1, 0, EdlTransition::Cut, 0},
-        {"001 X D 010 A V D 010", "X D 010 A", 1, 0, 1, 10, EdlTransition::Dissolve, 0},
-        {"001 A1 A C", "A1", 0, channel(1), 1, 0, EdlTransition::Cut, 0},
-        {"001 A1 A2 C", "A1", 0, channel(2), 1, 0, EdlTransition::Cut, 0},
-        {"001 A1 AA C", "A1", 0, channel(1) | channel(2), 1, 0, EdlTransition::Cut, 0},
-        {"001 A1 AA/V C", "A1", 1, channel(1) | channel(2), 1, 0, EdlTransition::Cut, 0},
-        {"001 A1 A2/V C", "A1", 1, channel(2), 1, 0, EdlTransition::Cut, 0},
-        {"001 A1 B C", "A1", 1, channel(1), 1, 0, EdlTransition::Cut, 0},
-        {"001 A1 VA1A4 C", "A1", 1, channel(1) | channel(4), 1, 0, EdlTransition::Cut, 0},
-        {"001 A1 V2 C", "A1", channel(2), 0, 1, 0, EdlTransition::Cut, 0},
-        {"001 A1 A64 C", "A1", 0, channel(64), 1, 0, EdlTransition::Cut, 0},
-        {"001 A1 NONE C", "A1", 0, 0, 1, 0, EdlTransition::Cut, 0},
-        {"002 B V D 012", "B", 1, 0, 2, 12, EdlTransition::Dissolve, 0},
-        {"002 B V W001 025", "B", 1, 0, 2, 25, EdlTransition::Wipe, 1},
-        {"002 B V W127 1", "B", 1, 0, 2, 1, EdlTransition::Wipe, 127},
-    };
-    for (const Case& c : cases)
-    {
-        const EdlList list = readClean(eventLine(c.front));
-        ASSERT_EQ(list.events.size(), 1U) << c.front;
-        const EdlEvent& event = list.events[0];
-        EXPECT_EQ(event.number, c.number) << c.front;
-        EXPECT_EQ(event.reel, c.reel);
-        EXPECT_EQ(event.channels.video, c.video) << c.front;
-        EXPECT_EQ(event.channels.audio, c.audio) << c.front;
-        EXPECT_EQ(event.transition, c.transition) << c.front;
-        EXPECT_EQ(event.transitionLength, c.length) << c.front;
-        EXPECT_EQ(event.wipePattern, c.pattern) << c.front;
-        EXPECT_EQ(event.source, (EdlRange{90250, 90275}));
-        EXPECT_EQ(event.record, (EdlRange{900000, 900025}));
-    }
-}
-
-TEST(EdlReader, KeepsKeysWithAWarning)
-{
-    struct Case
-    {
-        const char* front;
-        std::uint32_t length;
-        EdlTransition transition;
-        bool warns;
-    };
-    const Case cases[] = {
-        {"002 A V K B", 0, EdlTransition::KeyBackground, false},
-        {"002 A V KB", 0, EdlTransition::KeyBackground, false},
-        {"002 A V K", 0, EdlTransition::Key, true},
-        {"002 A V K 012", 12, EdlTransition::Key, true},
-        {"002 A V K O 012", 12, EdlTransition::KeyOut, true},
-        {"002 A V KO 012", 12, EdlTransition::KeyOut, true},
+        {"001  AX       V     C       ", "AX", 1, 0},
+        {"\t000012\tA001\tv\tc", "A001", 1, 0, EdlTransition::Cut, 0, 0, 12},
+        {"001 A004_C012.mov V C", "A004_C012.mov", 1, 0},
+        {"001 Card 4  day 2. V C", "Card 4  day 2.", 1, 0},
+        {"001 V V C 000", "V", 1, 0},
+        {"001 X D 010 A V D 010", "X D 010 A", 1, 0, EdlTransition::Dissolve, 10},
+        {"001 A1 A C", "A1", 0, channel(1)},
+        {"001 A1 A2 C", "A1", 0, channel(2)},
+        {"001 A1 AA C", "A1", 0, both},
+        {"001 A1 AA/V C", "A1", 1, both},
+        {"001 A1 A2/V C", "A1", 1, channel(2)},
+        {"001 A1 B C", "A1", 1, channel(1)},
+        {"001 A1 VA1A4 C", "A1", 1, channel(1) | channel(4)},
+        {"001 A1 V2 C", "A1", channel(2), 0},
+        {"001 A1 A64 C", "A1", 0, channel(64)},
+        {"001 A1 NONE C", "A1", 0, 0},
+        {"001 B V D 012", "B", 1, 0, EdlTransition::Dissolve, 12},
+        {"001 B V W001 025", "B", 1, 0, EdlTransition::Wipe, 25, 1},
+        {"001 B V W127 1", "B", 1, 0, EdlTransition::Wipe, 1, 127},
+        {"001 A V K B", "A", 1, 0, EdlTransition::KeyBackground},
+        {"001 A V KB", "A", 1, 0, EdlTransition::KeyBackground},
+        {"001 A V K", "A", 1, 0, EdlTransition::Key},
+        {"001 A V K 012", "A", 1, 0, EdlTransition::Key, 12},
+        {"001 A V K O 012", "A", 1, 0, EdlTransition::KeyOut, 12},
+        {"001 A V KO 012", "A", 1, 0, EdlTransition::KeyOut, 12},
     };
     for (const Case& c : cases)
     {
         const icTest::Read result = read(eventLine(c.front));
         ASSERT_TRUE(result.list) << c.front << result.messages;
-        EXPECT_EQ(result.list->events[0].transition, c.transition) << c.front;
-        EXPECT_EQ(result.list->events[0].transitionLength, c.length) << c.front;
-        EXPECT_EQ(result.list->events[0].reel, "A");
-        EXPECT_EQ(result.messages.find("cut.edl:1: warning: a key") == 0, c.warns) << c.front << result.messages;
+        const bool isKey = c.transition == EdlTransition::Key || c.transition == EdlTransition::KeyOut;
+        EXPECT_EQ(result.messages.find("cut.edl:1: warning: a key"), isKey ? 0U : result.messages.npos);
+        EXPECT_EQ(result.messages.empty(), !isKey) << result.messages;
+        const EdlEvent& event = result.list->events.at(0);
+        EXPECT_EQ(std::tuple(event.number, event.reel, event.channels.video, event.channels.audio),
+                  std::tuple(c.number, c.reel, c.video, c.audio))
+            << c.front;
+        EXPECT_EQ(std::tuple(event.transition, event.transitionLength, event.wipePattern),
+                  std::tuple(c.transition, c.length, c.pattern))
+            << c.front;
+        EXPECT_EQ(event.source, (EdlRange{90250, 90275}));
+        EXPECT_EQ(event.record, (EdlRange{900000, 900025}));
     }
     // The key lies over its background: no overlap.
     EXPECT_TRUE(read(eventLine("002 A V K B") + eventLine("002 B V K 000")).list);
@@ -116,8 +81,8 @@ TEST(EdlReader, KeepsKeysWithAWarning)
 
 TEST(EdlReader, ReadsAnyLineEndsBlanksAndMarks)
 {
-    const std::string plain = "TITLE: Ends\nFCM: NON-DROP FRAME\n\n001  A V C 01:00:10:00 01:00:11:00 10:00:00:00 "
-                              "10:00:01:00\n* FROM CLIP NAME: one\n";
+    const std::string plain =
+        "TITLE: Ends\nFCM: NON-DROP FRAME\n\n" + eventLine("001  A V C") + "* FROM CLIP NAME: one\n";
     const EdlList expected = readClean(plain);
     ASSERT_EQ(expected.events.size(), 1U);
     const auto ending = [&](const std::string& end)
@@ -138,24 +103,17 @@ TEST(EdlReader, ReadsAnyLineEndsBlanksAndMarks)
 
 TEST(EdlReader, TakesBytesThatAreNoUtf8ForLatin1)
 {
-    struct Case
-    {
-        const char* title;
-        const char* expected;
-        bool latin1;
+    const std::pair<const char*, const char*> cases[] = {
+        {"\xC3\x89t\xC3\xA9 \xF0\x9F\x8E\xAC", "\xC3\x89t\xC3\xA9 \xF0\x9F\x8E\xAC"},
+        {"\xC3\x89 \xE9", "\xC3\x83\xC2\x89 \xC3\xA9"}, // a list has one encoding
+        {"\xC0\x80", "\xC3\x80\xC2\x80"},
     };
-    const Case cases[] = {
-        {"\xC3\x89t\xC3\xA9 \xF0\x9F\x8E\xAC", "\xC3\x89t\xC3\xA9 \xF0\x9F\x8E\xAC", false},
-        {"\xC9t\xE9", "\xC3\x89t\xC3\xA9", true},
-        {"\xC3\x89 \xE9", "\xC3\x83\xC2\x89 \xC3\xA9", true}, // a list has one encoding
-        {"\xC0\x80", "\xC3\x80\xC2\x80", true},
-    };
-    for (const Case& c : cases)
+    for (const auto& [title, expected] : cases)
     {
-        const icTest::Read result = read("TITLE: " + std::string(c.title) + "\n" + eventLine("001 A V C"));
-        ASSERT_TRUE(result.list);
-        EXPECT_EQ(result.list->title, c.expected);
-        EXPECT_EQ(result.messages, c.latin1 ? "cut.edl: notice: no UTF-8: read as Latin-1\n" : "");
+        const icTest::Read result = read("TITLE: " + std::string(title) + "\n" + eventLine("001 A V C"));
+        EXPECT_EQ(result.list->title, expected);
+        EXPECT_EQ(result.messages,
+                  std::string_view(title) == expected ? "" : "cut.edl: notice: no UTF-8: read as Latin-1\n");
     }
 }
 
@@ -170,7 +128,6 @@ TEST(EdlReader, AttachesNotesToTheirEvent)
     const Case cases[] = {
         {"* FROM CLIP NAME:  Shot 1 (LAY2) ", EdlNoteKind::FromClipName, "Shot 1 (LAY2)"},
         {"FROM CLIP NAME: shot", EdlNoteKind::FromClipName, "shot"},
-        {"*FROM CLIP NAME:shot", EdlNoteKind::FromClipName, "shot"},
         {"* from clip name : shot", EdlNoteKind::FromClipName, "shot"},
         {"* CLIP NAME: shot", EdlNoteKind::FromClipName, "shot"},
         {"* TO CLIP NAME: shot", EdlNoteKind::ToClipName, "shot"},
@@ -182,7 +139,6 @@ TEST(EdlReader, AttachesNotesToTheirEvent)
         {"* EFFECT NAME: CROSS DISSOLVE", EdlNoteKind::EffectName, "CROSS DISSOLVE"},
         {"SPLIT:    AUDIO DELAY=  00:00:01:00", EdlNoteKind::Split, "AUDIO DELAY=  00:00:01:00"},
         {"* * FREEZE FRAME", EdlNoteKind::Comment, "* FREEZE FRAME"},
-        {"* BLEND, DISSOLVE ", EdlNoteKind::Comment, "BLEND, DISSOLVE"},
         {"* FROM CLIP NAMES ARE LOST", EdlNoteKind::Comment, "FROM CLIP NAMES ARE LOST"},
         {"* M2 IS NOT MEANT", EdlNoteKind::Comment, "M2 IS NOT MEANT"},
         {"*", EdlNoteKind::Comment, ""},
@@ -190,7 +146,7 @@ TEST(EdlReader, AttachesNotesToTheirEvent)
     for (const Case& c : cases)
     {
         const EdlList list = readClean(eventLine("001 A V C") + c.line + "\n");
-        ASSERT_EQ(list.notesOf(list.events[0]).size(), 1U) << c.line;
+        ASSERT_EQ(list.notes.size(), 1U) << c.line;
         EXPECT_EQ(list.notesOf(list.events[0])[0], (EdlNote{c.kind, c.text})) << c.line;
     }
 
@@ -206,19 +162,12 @@ TEST(EdlReader, AttachesNotesToTheirEvent)
 
 TEST(EdlReader, KeepsALineThatItCannotRead)
 {
-    struct Case
-    {
-        const char* line;
-        const char* why;
-    };
-    const Case cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {">>> AVID", "'>>> AVID' is neither an event nor a known note"},
         {"M2   A   fast   01:00:10:00", "the speed of the M2 line is missing or no number"},
         {"M2   A   1e9   01:00:10:00", "the speed of the M2 line is missing or no number"},
         {"M2   A   48   01:00:10:25", "the time code of the M2 line is out of range"},
-        {"AUD  0", "an AUD line lists channels from 1 to 64"},
         {"AUD  3  65", "an AUD line lists channels from 1 to 64"},
-        {"* LOC: RED", "the time code of the locator is missing or out of range"},
         {"* LOC: 10:00:00:25 RED", "the time code of the locator is missing or out of range"},
         {"* ASC_SOP (1 1 1)(0 0 0)(1 1)", "ASC_SOP takes three times three numbers"},
         {"* ASC_SOP (1 1 1)(0 0 0)(1 1 1)(1)", "ASC_SOP takes three times three numbers"},
@@ -227,14 +176,14 @@ TEST(EdlReader, KeepsALineThatItCannotRead)
         {"FCM: FILM", "'FILM' is no frame-code mode"},
         {"TITLE: second", "a second title"},
     };
-    for (const Case& c : cases)
+    for (const auto& [line, why] : cases)
     {
-        const icTest::Read result = read("TITLE: first\n" + eventLine("001 A V C") + c.line + "\n");
-        ASSERT_TRUE(result.list) << c.line;
-        EXPECT_EQ(result.messages, "cut.edl:3: warning: " + std::string(c.why) + "; kept as a comment\n");
-        const bool starred = c.line[0] == '*';
-        EXPECT_EQ(notesOfOne(*result.list),
-                  (starred ? "0=" + std::string(c.line + 2) : "1=" + std::string(c.line)) + "|");
+        const icTest::Read result = read("TITLE: first\n" + eventLine("001 A V C") + line + "\n");
+        ASSERT_TRUE(result.list) << line;
+        EXPECT_EQ(result.messages, "cut.edl:3: warning: " + std::string(why) + "; kept as a comment\n");
+        const EdlNote kept =
+            line[0] == '*' ? EdlNote{EdlNoteKind::Comment, line + 2} : EdlNote{EdlNoteKind::Line, line};
+        EXPECT_EQ(result.list->notes, std::vector<EdlNote>{kept}) << line;
     }
     EXPECT_EQ(read("* LOC: 10:00:00:00 RED\n" + eventLine("001 A V C")).messages,
               "cut.edl:1: warning: 'LOC: 10:00:00:00 RED' stands before any event; kept as a comment\n");
@@ -265,16 +214,13 @@ TEST(EdlReader, ReadsSpeedsOfBothSidesOfATransition)
     struct Case
     {
         const char* speeds;
-        std::optional<EdlSpeed> outgoing;
-        std::optional<EdlSpeed> incoming;
+        std::optional<EdlSpeed> outgoing, incoming;
     };
     // Two lines of event 002: reel A in at 00:00:10:00 (250), then reel B in at 00:00:20:00 (500).
     const Case cases[] = {
         {"M2   B   000.0   00:00:20:00", {}, EdlSpeed{0, 500}},
-        {"M2   B   -025.0  00:00:20:00", {}, EdlSpeed{-25, 500}},
         {"M2   B   +12.56  00:00:20:05", {}, EdlSpeed{12.56, 505}},
         {"M2   B   50", {}, EdlSpeed{50, 500}},
-        {"M2   A   30  00:00:10:00", EdlSpeed{30, 250}, {}},
         {"M2   A   30  00:00:10:00\nM2   B   20  00:00:20:00", EdlSpeed{30, 250}, EdlSpeed{20, 500}},
         {"M2   B   20  00:00:20:00\nM2   A   30  00:00:10:00", EdlSpeed{30, 250}, EdlSpeed{20, 500}},
     };
@@ -318,54 +264,43 @@ TEST(EdlReader, AddsRoutedAudioToTheEvent)
 
 TEST(EdlReader, CountsDropFrameAsTheListSays)
 {
-    using DM::FrameCodeModes;
+    // Of 00:01:00:02 on every side of the last event, as drop (1800) or non-drop (1802) frame.
     struct Case
     {
-        const char* name;
-        const char* text; ///< of 00:01:00:02 on every side of the last event, as drop (1800) or non-drop (1802) frame
-        FrameCodeModes given;
-        FrameCodeModes fcm;
+        const char* text;
+        DM::FrameCodeModes given, fcm;
         bool sourceDrops;
     };
+    const auto df = DM::FCM_29_97_DF;
+    const auto ndf = DM::FCM_29_97_NDF;
     const Case cases[] = {
-        {"header", "FCM: DROP FRAME\n001 A V C 00:01:00:02 00:01:01:02 00:01:00:02 00:01:01:02\n", DM::FCM_29_97_NDF,
-         DM::FCM_29_97_DF, true},
-        {"labels", "001 A V C 00:01:00;02 00:01:01;02 00:01:00;02 00:01:01;02\n", DM::FCM_29_97_DF, DM::FCM_29_97_DF,
-         true},
-        {"labels of one side", "001 A V C 00:01:00:02 00:01:01:02 00:01:00;02 00:01:01;02\n", DM::FCM_29_97_DF,
-         DM::FCM_29_97_DF, false},
-        {"semicolons throughout", "001 A V C 00;01;00;02 00;01;01;02 00;01;00;02 00;01;01;02\n", DM::FCM_29_97_DF,
-         DM::FCM_29_97_DF, true},
-        {"labels against the header",
-         "FCM: NON-DROP FRAME\n001 A V C 00:01:00;02 00:01:01;02 00:01:00;02 00:01:01;02\n", DM::FCM_29_97_DF,
-         DM::FCM_29_97_DF, true},
-        {"sources change",
-         "FCM: DROP FRAME\n001 A V C 00:00:00:00 00:00:01:00 00:00:00:00 00:00:01:00\n"
+        {"FCM: DROP FRAME\n001 A V C 00:01:00:02 00:01:01:02 00:01:00:02 00:01:01:02\n", ndf, df, true},
+        {"001 A V C 00:01:00;02 00:01:01;02 00:01:00;02 00:01:01;02\n", df, df, true},
+        {"001 A V C 00:01:00:02 00:01:01:02 00:01:00;02 00:01:01;02\n", df, df, false},
+        {"001 A V C 00;01;00;02 00;01;01;02 00;01;00;02 00;01;01;02\n", df, df, true},
+        {"FCM: NON-DROP FRAME\n001 A V C 00:01:00;02 00:01:01;02 00:01:00;02 00:01:01;02\n", df, df, true},
+        {"FCM: DROP FRAME\n001 A V C 00:00:00:00 00:00:01:00 00:00:00:00 00:00:01:00\n"
          "FCM: NON-DROP FRAME\n002 A V C 00:01:00:02 00:01:01:02 00:01:00:02 00:01:01:02\n",
-         DM::FCM_29_97_DF, DM::FCM_29_97_DF, false},
-        {"sources change to drop",
-         "FCM: NON-DROP FRAME\n001 A V C 00:00:00:00 00:00:01:00 00:00:00:00 00:00:01:00\n"
+         df, df, false},
+        {"FCM: NON-DROP FRAME\n001 A V C 00:00:00:00 00:00:01:00 00:00:00:00 00:00:01:00\n"
          "FCM: DROP FRAME\n002 A V C 00:01:00:02 00:01:01:02 00:01:00:02 00:01:01:02\n",
-         DM::FCM_29_97_NDF, DM::FCM_29_97_NDF, true},
-        {"nothing said", "001 A V C 00:01:00:02 00:01:01:02 00:01:00:02 00:01:01:02\n", DM::FCM_29_97_DF,
-         DM::FCM_29_97_DF, true},
-        {"59.94", "FCM: DROP FRAME\n001 A V C 00:01:00:04 00:01:01:04 00:01:00:04 00:01:01:04\n", DM::FCM_59_94_DF,
+         ndf, ndf, true},
+        {"001 A V C 00:01:00:02 00:01:01:02 00:01:00:02 00:01:01:02\n", df, df, true},
+        {"FCM: DROP FRAME\n001 A V C 00:01:00:04 00:01:01:04 00:01:00:04 00:01:01:04\n", DM::FCM_59_94_DF,
          DM::FCM_59_94_DF, true},
     };
     for (const Case& c : cases)
     {
+        SCOPED_TRACE(c.text);
         const icTest::Read result = read(c.text, c.given);
-        ASSERT_TRUE(result.list) << c.name << '\n' << result.messages;
-        const EdlList& list = *result.list;
-        EXPECT_EQ(list.fcm, c.fcm) << c.name;
-        const EdlEvent& event = list.events.back();
-        EXPECT_EQ(event.sourceDrop, c.sourceDrops) << c.name;
-        const bool is60 = c.given == DM::FCM_59_94_DF;
-        const std::int64_t dropped = is60 ? 3600 : 1800;
-        const std::int64_t counted = is60 ? 3604 : 1802;
-        EXPECT_EQ(event.source.in, event.sourceDrop ? dropped : counted) << c.name;
-        EXPECT_EQ(event.record.in, DM::FcmUtil::isDropFrame(c.fcm) ? dropped : counted) << c.name;
-        EXPECT_EQ(event.source.length(), event.record.length()) << c.name;
+        ASSERT_TRUE(result.list) << result.messages;
+        EXPECT_EQ(result.list->fcm, c.fcm);
+        const EdlEvent& event = result.list->events.back();
+        EXPECT_EQ(event.sourceDrop, c.sourceDrops);
+        const int times = c.given == DM::FCM_59_94_DF ? 2 : 1;
+        EXPECT_EQ(event.source.in, times * (event.sourceDrop ? 1800 : 1802));
+        EXPECT_EQ(event.record.in, times * (DM::FcmUtil::isDropFrame(c.fcm) ? 1800 : 1802));
+        EXPECT_EQ(event.source.length(), event.record.length());
     }
 }
 
@@ -373,31 +308,27 @@ TEST(EdlReader, GuessesTheRateFromWhatTheListDrops)
 {
     struct Case
     {
-        const char* text;
-        DM::FrameCodeModes given;
-        DM::FrameCodeModes fcm;
-        const char* messages;
+        std::string text;
+        DM::FrameCodeModes given, fcm;
+        const char* message;
     };
     const std::string plain = eventLine("001 A V C");
-    const std::string dropLine = "FCM: DROP FRAME\n" + plain;
-    const std::string late = plain + "FCM: DROP FRAME\n";
+    const std::string drop = "FCM: DROP FRAME\n";
+    const auto none = DM::FCM_NOT_DEFINED;
     const Case cases[] = {
-        {plain.c_str(), DM::FCM_NOT_DEFINED, DM::FCM_24, "cut.edl: notice: no frame rate was given: read as 24 fps\n"},
-        {dropLine.c_str(), DM::FCM_NOT_DEFINED, DM::FCM_29_97_DF,
-         "cut.edl: notice: no frame rate was given: read as 29.97 fps DF\n"},
-        {late.c_str(), DM::FCM_NOT_DEFINED, DM::FCM_29_97_NDF,
-         "cut.edl: notice: no frame rate was given: read as 29.97 fps NDF\n"},
-        {dropLine.c_str(), DM::FCM_25, DM::FCM_25,
-         "cut.edl:1: warning: drop frame means nothing at 25 frames per second: no label is dropped\n"},
-        {dropLine.c_str(), DM::FCM_29_97_NDF, DM::FCM_29_97_DF,
-         "cut.edl: warning: the list counts in 29.97 fps DF, not in 29.97 fps NDF\n"},
+        {plain, none, DM::FCM_24, ": notice: no frame rate was given: read as 24 fps"},
+        {drop + plain, none, DM::FCM_29_97_DF, ": notice: no frame rate was given: read as 29.97 fps DF"},
+        {plain + drop, none, DM::FCM_29_97_NDF, ": notice: no frame rate was given: read as 29.97 fps NDF"},
+        {drop + plain, DM::FCM_25, DM::FCM_25,
+         ":1: warning: drop frame means nothing at 25 frames per second: no label is dropped"},
+        {drop + plain, DM::FCM_29_97_NDF, DM::FCM_29_97_DF,
+         ": warning: the list counts in 29.97 fps DF, not in 29.97 fps NDF"},
     };
     for (const Case& c : cases)
     {
         const icTest::Read result = read(c.text, c.given);
-        ASSERT_TRUE(result.list) << result.messages;
         EXPECT_EQ(result.list->fcm, c.fcm) << c.text;
-        EXPECT_EQ(result.messages, c.messages) << c.text;
+        EXPECT_EQ(result.messages, "cut.edl" + std::string(c.message) + "\n") << c.text;
     }
     EXPECT_EQ(read(plain, static_cast<DM::FrameCodeModes>(7)).messages,
               "cut.edl: no frame-code mode has the number 7\n");

@@ -167,9 +167,9 @@ TEST(EdlTree, GivesEveryListBackEventForEvent)
         SCOPED_TRACE(c.feature);
         const icTest::Read result = icTest::read(c.text, c.fcm);
         ASSERT_TRUE(result.list) << result.messages;
+        EXPECT_EQ(writeEdl(*result.list), c.text);
         const Converted tree = toTree(*result.list);
         EXPECT_EQ(tree.messages, "");
-        EXPECT_EQ(toText(*tree.root).text, c.text);
 
         std::string json;
         ASSERT_FALSE(DmTreeJsonBuilder::generateUtf8(tree.root.get(), json).failed());

@@ -29,6 +29,12 @@ inline Read read(std::string text, DM::FrameCodeModes fcm = DM::FCM_25,
     return result;
 }
 
+/// An event line of one second at 25 fps.
+inline std::string eventLine(const std::string& front)
+{
+    return front + " 01:00:10:00 01:00:11:00 10:00:00:00 10:00:01:00\n";
+}
+
 /// The list of a text in which there is nothing to find fault with.
 inline interchange::EdlList readClean(std::string text, DM::FrameCodeModes fcm = DM::FCM_25)
 {
