@@ -2,13 +2,11 @@
 #include "dmTextParagraph.h"
 #include "dmUtf8.h"
 #include "zrCapturingRouter.h"
+#include "zrTempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 // The leak checker's switches; null in a build without it.
@@ -20,22 +18,6 @@ extern "C"
 
 namespace
 {
-
-/// A directory of fonts for a scope.
-class FontDirectory
-{
-public:
-    FontDirectory()
-        : path(std::filesystem::temp_directory_path() / ("zrFonts-" + std::to_string(getpid())))
-    {
-        std::filesystem::create_directories(path);
-    }
-    ~FontDirectory() { std::filesystem::remove_all(path); }
-    FontDirectory(const FontDirectory&) = delete;
-    FontDirectory& operator=(const FontDirectory&) = delete;
-
-    const std::filesystem::path path;
-};
 
 DmString wide(const std::string& utf8)
 {
@@ -76,8 +58,7 @@ TEST(Font, ExtensionFollowsTheFontType)
 {
     const struct
     {
-        const wchar_t* type;
-        const wchar_t* extension;
+        const wchar_t *type, *extension;
     } rows[] = {{L"TYPE1", L".font"}, {L"CID", L".cid"}, {L"TRUE_TYPE", L".ttf"}, {L"OPEN_TYPE", L".otf"},
                 {L"true_type", L""},  {L"", L""},        {L"CID ", L""}};
     const auto paragraph = DmTextParagraph::create();
@@ -93,11 +74,10 @@ TEST(Font, ExtensionFollowsTheFontType)
 TEST(Font, AFileInItsDirectoryComesFirst)
 {
     const zrTest::CapturingRouter router;
-    const FontDirectory fonts;
-    const std::string directory = fonts.path.string();
+    const ZrTempDir fonts;
     for (const char* const file : {"Été.otf", "DejaVu Sans.ttf", "bare"})
-        std::ofstream(fonts.path / file) << "font";
-    std::filesystem::create_directory(fonts.path / "folder.ttf");
+        fonts.write(file, "font");
+    std::filesystem::create_directory(fonts.path("folder.ttf"));
     const struct
     {
         const char* name;
@@ -111,8 +91,8 @@ TEST(Font, AFileInItsDirectoryComesFirst)
     for (const auto& row : rows)
         for (const char* const slash : {"", "/"})
         {
-            const auto paragraph = paragraphIn(wide(row.name), wide(directory + slash), row.type);
-            const std::string expected = row.file ? directory + '/' + row.file : dmUtf8(DmTextParagraph::defaultFont);
+            const auto paragraph = paragraphIn(wide(row.name), wide(fonts.path() + slash), row.type);
+            const std::string expected = row.file ? fonts.path(row.file) : dmUtf8(DmTextParagraph::defaultFont);
             EXPECT_EQ(dmUtf8(paragraph->buildFontName()), expected);
         }
     EXPECT_EQ(router.messages.size(), 4U) << "two for each that is missing";
@@ -181,13 +161,7 @@ TEST(Font, IsLookedForFromManyThreads)
 {
     const zrTest::CapturingRouter router;
     const auto expected = paragraphIn(L"DejaVu Sans")->buildFontName();
-    std::vector<DmString> found(4);
-    std::vector<std::thread> threads;
-    threads.reserve(found.size());
-    for (DmString& path : found)
-        threads.emplace_back([&path] { path = DmString(paragraphIn(L"DejaVu Sans")->buildFontName().view()); });
-    for (std::thread& thread : threads)
-        thread.join();
-    for (const DmString& path : found)
-        EXPECT_EQ(path, expected);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] { EXPECT_EQ(paragraphIn(L"DejaVu Sans")->buildFontName(), expected); });
 }

@@ -3,9 +3,11 @@
 
 #include "dmEffectSettings.h"
 #include "dmSetTools.h"
+#include "dmUtf8.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 #include <string>
 #include <vector>
@@ -27,8 +29,6 @@ public:
         EXPECT_EQ(_set.registerListener(this), DM_NO_ERROR);
     }
     ~ChangeLog() override { EXPECT_EQ(_set.unregisterListener(this), DM_NO_ERROR); }
-    ChangeLog(const ChangeLog&) = delete;
-    ChangeLog& operator=(const ChangeLog&) = delete;
 
     void onPropertyChanged(const DmNodeId& /*id*/, eDmPropType /*type*/, const DmString& propertyName) override
     {
@@ -60,9 +60,7 @@ inline std::vector<const DmPropertySet*> heldByBoth(const DmPropertySet& a, cons
     gatherHeld(a, ofA);
     gatherHeld(b, ofB);
     std::vector<const DmPropertySet*> both;
-    for (const DmPropertySet* const set : ofA)
-        if (ofB.contains(set))
-            both.push_back(set);
+    std::set_intersection(ofA.begin(), ofA.end(), ofB.begin(), ofB.end(), std::back_inserter(both));
     return both;
 }
 
@@ -73,6 +71,14 @@ inline std::string difference(const DmPropertySet& a, const DmPropertySet& b)
     std::string path;
     EXPECT_EQ(dmDeepEqual(a, b, equal, &path), DM_NO_ERROR);
     return equal ? "" : path.empty() ? "(class)" : path;
+}
+
+/// The text of a property, empty where it has none.
+inline std::string valueText(const DmPropertySet& set, int index)
+{
+    DmString text;
+    const eDmErrorId status = set.getStrFromPropertyValue(index, set.classData().at(index)->_type, text, nullptr);
+    return status == DM_NO_ERROR ? dmUtf8(text) : "";
 }
 
 /// A key frame at a frame, with the value that many times ten.

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace
 {
@@ -57,43 +57,26 @@ TEST(String, EmptyInEveryWayIsTheSharedBuffer)
                                 cleared,
                                 assignedNull};
     for (const DmString& empty : empties)
-    {
-        EXPECT_EQ(empty.length(), 0U);
-        EXPECT_EQ(empty.c_str(), DmString::defaultBuff_);
-    }
+        EXPECT_TRUE(empty.length() == 0 && empty.c_str() == DmString::defaultBuff_);
     EXPECT_EQ(moved.c_str(), DmString::defaultBuff_); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move):
                                                       // what a moved-from string is
     EXPECT_TRUE(taken == L"text");
 }
 
-TEST(String, KeepsZerosInsideACountedText)
-{
-    const DmString text(L"a\0b", 3);
-    EXPECT_EQ(text.length(), 3U);
-    EXPECT_EQ(text[2], L'b');
-    EXPECT_TRUE(text == L"a"); // against a bare pointer the first zero ends the text
-    EXPECT_TRUE(DmString(text) == text);
-}
-
 TEST(String, TakesTextFromItsOwnBuffer)
 {
-    DmString doubled(L"abc");
-    doubled += doubled;
-    EXPECT_TRUE(doubled == L"abcabc");
-    doubled += doubled.c_str() + 3;
-    EXPECT_TRUE(doubled == L"abcabcabc");
-    doubled = doubled.c_str() + 4;
-    EXPECT_TRUE(doubled == L"bcabc");
-    doubled = doubled.c_str() + 5;
-    EXPECT_TRUE(doubled.empty());
-    DmString same(L"same");
-    const DmString& alias = same;
-    same = alias;
-    EXPECT_TRUE(same == L"same");
-    DmString self(L"self");
-    DmString& selfAlias = self;
-    self = std::move(selfAlias);
-    EXPECT_TRUE(self == L"self");
+    DmString text(L"abc");
+    DmString& alias = text;
+    text += text;
+    text += text.c_str() + 3;
+    EXPECT_TRUE(text == L"abcabcabc");
+    text = text.c_str() + 4;
+    EXPECT_TRUE(text == L"bcabc");
+    text = static_cast<const DmString&>(alias);
+    text = std::move(alias);
+    EXPECT_TRUE(text == L"bcabc");
+    text = text.c_str() + 5;
+    EXPECT_TRUE(text.empty());
 }
 
 TEST(String, AppendsTextAndIgnoresNothing)
@@ -102,10 +85,9 @@ TEST(String, AppendsTextAndIgnoresNothing)
     text += static_cast<const wchar_t*>(nullptr);
     text += L'\0';
     text += L"";
-    EXPECT_TRUE(text == L"a");
     text += L'b';
     text += L"cd";
-    EXPECT_TRUE(text == L"abcd");
+    EXPECT_TRUE(text == DmString(L"abcd"));
     EXPECT_EQ(text.c_str()[4], L'\0');
 }
 
@@ -116,9 +98,8 @@ TEST(String, SubstrClampsToTheEnd)
     {
         unsigned pos, count;
         const wchar_t* result;
-    } rows[] = {{5, 5, L""},   {6, 5, L""},           {2, 100, L"cde"}, {1, 0xFFFFFFFF, L"bcde"},
-                {4, 1, L"e"},  {0, 5, L"abcde"},      {2, 0, L""},      {0xFFFFFFFF, 2, L""},
-                {1, 2, L"bc"}, {3, 0xFFFFFFFE, L"de"}};
+    } rows[] = {{5, 5, L""}, {6, 5, L""},          {2, 100, L"cde"}, {1, 0xFFFFFFFF, L"bcde"}, {0, 5, L"abcde"},
+                {2, 0, L""}, {0xFFFFFFFF, 2, L""}, {1, 2, L"bc"},    {3, 0xFFFFFFFE, L"de"}};
     for (const auto& row : rows)
         EXPECT_TRUE(text.substr(row.pos, row.count) == row.result) << row.pos << ", " << row.count;
     EXPECT_TRUE(DmString(L"a\0b", 3).substr(1, 2).empty());
@@ -129,21 +110,21 @@ TEST(String, ComparesByLengthAndCodeUnits)
     EXPECT_FALSE(DmString(L"a") == static_cast<const wchar_t*>(nullptr));
     EXPECT_TRUE(DmString(L"a") != static_cast<const wchar_t*>(nullptr));
     EXPECT_TRUE(DmString(L"ab") != DmString(L"abc"));
-    EXPECT_TRUE(DmString(L"ab") < DmString(L"abc"));
-    EXPECT_TRUE(DmString(L"B") < DmString(L"a"));
+    EXPECT_TRUE(DmString(L"ab") < DmString(L"abc") && DmString(L"B") < DmString(L"a"));
     EXPECT_FALSE(DmString(L"a") < DmString(L"a"));
+    const DmString zeros(L"a\0b", 3);
+    EXPECT_TRUE(zeros.length() == 3 && zeros[2] == L'b' && DmString(zeros) == zeros);
+    EXPECT_TRUE(zeros == L"a") << "against a bare pointer the first zero ends the text";
 }
 
 TEST(String, MoveAssignmentGivesUpTheOldBuffer)
 {
+    DmString target;
 #if !defined(__SANITIZE_ADDRESS__)
-    DmString target(L"lost");
+    target = L"lost";
+#endif
     target = DmString(L"new");
     EXPECT_TRUE(target == L"new");
-#endif
-    DmString empty;
-    empty = DmString(L"new");
-    EXPECT_TRUE(empty == L"new");
 }
 
 #ifdef ZR_CAN_INJECT
@@ -169,47 +150,37 @@ TEST(String, IsEmptyWhereMemoryRunsOut)
 
 TEST(NarrowCopy, IsNeverNull)
 {
-    const DmStr2CStr empty{DmString()};
-    EXPECT_EQ(empty.size(), 0U);
-    EXPECT_STREQ(empty.c_str(), "");
+    EXPECT_STREQ(DmStr2CStr(DmString()).c_str(), "");
     DmStr2CStr text(DmString(L"text"));
     const DmStr2CStr moved(std::move(text));
-    EXPECT_STREQ(moved.c_str(), "text");
+    EXPECT_TRUE(moved.size() == 4 && moved.c_str() == std::string("text"));
     EXPECT_STREQ(text.c_str(), ""); // NOLINT(bugprone-use-after-move): what a moved-from copy is
     EXPECT_STREQ(DmStr2CStr(DmString(L"\u00c9t\u00e9")).c_str(), "") << "the C locale has no accents";
 }
 
 TEST(Utf8, ConvertsExactlyWhatIsWellFormed)
 {
+    // clang-format off
     const struct
     {
         std::string utf8;
         const wchar_t* text; ///< null: ill-formed
-    } rows[] = {{"", L""},
-                {"abc", L"abc"},
-                {"\xC3\x89t\xC3\xA9", L"\u00c9t\u00e9"},
-                {"\xE2\x82\xAC", L"\u20ac"},
-                {"\xF0\x9F\x8E\xAC", L"\U0001F3AC"},
-                {"\xF4\x8F\xBF\xBF", L"\U0010FFFF"},
-                {"\xC0\x80", nullptr},         // overlong
-                {"\xE0\x9F\xBF", nullptr},     // overlong
-                {"\xED\xA0\x80", nullptr},     // a surrogate
-                {"\xF4\x90\x80\x80", nullptr}, // beyond the last character
-                {"\xF5\x80\x80\x80", nullptr},
-                {"\x80", nullptr},
-                {"a\xC3", nullptr},
-                {"\xE2\x82", nullptr},
-                {"\xE2\x28\xA1", nullptr}};
+    } rows[] = {
+        {"", L""}, {"abc", L"abc"}, {"\xC3\x89t\xC3\xA9", L"\u00c9t\u00e9"}, {"\xE2\x82\xAC", L"\u20ac"},
+        {"\xF0\x9F\x8E\xAC", L"\U0001F3AC"}, {"\xF4\x8F\xBF\xBF", L"\U0010FFFF"},
+        {"\xC0\x80", nullptr}, {"\xE0\x9F\xBF", nullptr}, // overlong
+        {"\xED\xA0\x80", nullptr}, // a surrogate
+        {"\xF4\x90\x80\x80", nullptr}, {"\xF5\x80\x80\x80", nullptr}, // beyond the last character
+        {"\x80", nullptr}, {"a\xC3", nullptr}, {"\xE2\x82", nullptr}, {"\xE2\x28\xA1", nullptr}
+    };
+    // clang-format on
     for (const auto& row : rows)
     {
         DmString text(L"before");
         EXPECT_EQ(dmFromUtf8(row.utf8, text), row.text != nullptr) << row.utf8;
         EXPECT_TRUE(text == (row.text ? row.text : L"before")) << row.utf8;
         std::string back;
-        if (row.text)
-        {
-            EXPECT_TRUE(dmToUtf8(text.view(), back) && back == row.utf8) << row.utf8;
-        }
+        EXPECT_TRUE(!row.text || (dmToUtf8(text.view(), back) && back == row.utf8)) << row.utf8;
     }
     std::string out;
     const wchar_t surrogate[] = {0xD800, 0};
@@ -220,13 +191,9 @@ TEST(Utf8, ConvertsExactlyWhatIsWellFormed)
 TEST(Status, FailsWithTextAndForgets)
 {
     DmStatus status;
-    EXPECT_TRUE(status.ok());
     status.fail(5, "%d frames of %ls", 3, L"\u00c9t\u00e9");
-    EXPECT_TRUE(status.failed());
-    EXPECT_EQ(status.reason(), 5);
-    EXPECT_TRUE(status.info() == L"3 frames of \u00c9t\u00e9");
     status.setReason(6);
-    EXPECT_TRUE(status.failed() && status.reason() == 6);
+    EXPECT_TRUE(status.failed() && status.reason() == 6 && status.info() == L"3 frames of \u00c9t\u00e9");
     status.fail(7, "%s", std::string(5000, 'x').c_str());
     EXPECT_EQ(status.info().length(), 1023U);
     status.fail(7, "%ls", std::wstring(600, L'\u00e9').c_str());
@@ -237,26 +204,35 @@ TEST(Status, FailsWithTextAndForgets)
 
 TEST(Texts, OfCodesAndTypesAreExact)
 {
-    const struct
-    {
-        int code;
-        const wchar_t* text;
-    } errors[] = {{0, L"No Error"},           {4, L"DmListener Not found"}, {11, L"DM_NOT_ME"},
-                  {13, L"cannot unlock"},     {15, L"Binary error"},        {16, L"Unknown DM error"},
-                  {100, L"Unknown DM error"}, {-1, L"Unknown DM error"}};
-    for (const auto& row : errors)
-        EXPECT_TRUE(DmPSetHelper::getStrFromError(static_cast<eDmErrorId>(row.code)) == row.text) << row.code;
+    // clang-format off
+    const wchar_t* const errors[] = {
+        L"Unknown DM error", L"No Error", L"Property not found", L"Property already exist", L"Empty Id",
+        L"DmListener Not found", L"Bad Property Type", L"Propertyset already exist", L"Listener is NULL",
+        L"Type not implemented", L"Bad Index", L"Listener already registered", L"DM_NOT_ME", L"Cannot lock",
+        L"cannot unlock", L"Bad value", L"Binary error", L"Unknown DM error"
+    };
+    const wchar_t* const types[] = {
+        L"Int", L"UInt", L"Enum", L"Short", L"UShort", L"Int64", L"UInt64", L"Char", L"UChar", L"Float", L"Bool",
+        L"Double", L"String", L"Property-Set", L"Vector-Int", L"Vector-Short", L"Vector-UInt64", L"Vector-Float",
+        L"Vector-double", L"Vector-String", L"Vector-Property-Set", L"Map-Property-Set", L"CDATA"
+    };
+    // clang-format on
+    for (int code = -1; code < 17; ++code)
+        EXPECT_TRUE(DmPSetHelper::getStrFromError(static_cast<eDmErrorId>(code)) == errors[code + 1]) << code;
 
     const DmPSetHelper& helper = DmPSetHelper::getInstance();
     for (int type = 0; type < DM_NB_TYPES; ++type)
-        EXPECT_EQ(helper.getTypeFromStr(helper.getStrFromType(static_cast<eDmPropType>(type))), type);
-    EXPECT_EQ(helper.getTypeFromStr(L"Vector-double"), DM_VECTOR_DOUBLE);
+    {
+        EXPECT_TRUE(helper.getStrFromType(static_cast<eDmPropType>(type)) == types[type]) << type;
+        EXPECT_EQ(helper.getTypeFromStr(types[type]), type);
+    }
     EXPECT_EQ(helper.getTypeFromStr(L"Vector-Double"), DM_NB_TYPES);
     EXPECT_TRUE(helper.getStrFromType(DM_NB_TYPES) == L"N/A");
 }
 
 TEST(NodeId, IsAPathOfNumbers)
 {
+    constexpr std::uint64_t last = ~0ULL;
     std::uint64_t number = 77;
     int index = 0;
     DmNodeId id;
@@ -264,29 +240,18 @@ TEST(NodeId, IsAPathOfNumbers)
     EXPECT_EQ(id.pop_front(number, index), DM_EMPTY_ID);
     EXPECT_EQ(number, 77U);
 
-    id = DmNodeId(42);
-    EXPECT_TRUE(id.dump() == L"42");
-    EXPECT_TRUE(id == DmNodeId(DmString(L"42")));
+    id = DmNodeId(DmString(L"42"));
+    EXPECT_TRUE(id == DmNodeId(42));
     EXPECT_EQ(id.push_back(4, 57), DM_NO_ERROR);
-    const DmNodeId deeper(id, 20, 18446744073709551615ULL);
-    EXPECT_TRUE(deeper.dump() == L"42.4/57.20/18446744073709551615");
-    EXPECT_EQ(deeper.back(number), DM_NO_ERROR);
-    EXPECT_EQ(number, 18446744073709551615ULL);
-
-    DmNodeId path(deeper);
-    const struct
-    {
-        std::uint64_t number;
-        int index;
-    } components[] = {{42, 4}, {57, 20}, {18446744073709551615ULL, DmNodeId::self}};
-    for (const auto& component : components)
+    DmNodeId path(id, 20, last);
+    EXPECT_TRUE(path.dump() == L"42.4/57.20/18446744073709551615");
+    EXPECT_TRUE(path.back(number) == DM_NO_ERROR && number == last);
+    for (const auto& component : {std::pair<std::uint64_t, int>{42, 4}, {57, 20}, {last, DmNodeId::self}})
     {
         EXPECT_EQ(path.pop_front(number, index), DM_NO_ERROR);
-        EXPECT_EQ(number, component.number);
-        EXPECT_EQ(index, component.index);
+        EXPECT_EQ(std::pair(number, index), component);
     }
     EXPECT_TRUE(path.isEmpty());
-    EXPECT_TRUE(DmNodeId(18446744073709551615ULL).dump() == L"18446744073709551615");
 }
 
 TEST(Version, ComparesMajorFirst)
@@ -295,5 +260,4 @@ TEST(Version, ComparesMajorFirst)
     EXPECT_LT(DmVersion(0, 1), DmVersion(0, 2));
     EXPECT_EQ(DmVersion(0, 1), DmVersion::getCurrent());
     EXPECT_EQ(DmVersion::getCurrent().toString(), "0.1");
-    EXPECT_EQ(DmVersion(), DmVersion(0, 0));
 }

@@ -38,13 +38,11 @@ TEST(PropertySetThreads, CreateSetAndCopyObjectsOfSeveralClasses)
             }
         }
     };
-    std::vector<std::thread> running;
-    running.reserve(threads);
-    for (int thread = 0; thread < threads; ++thread)
-        running.emplace_back(work, thread);
-    for (std::thread& thread : running)
-        thread.join();
-
+    {
+        std::vector<std::jthread> running;
+        for (int thread = 0; thread < threads; ++thread)
+            running.emplace_back(work, thread);
+    }
     std::vector<std::uint64_t> all;
     for (const auto& of : ids)
         all.insert(all.end(), of.begin(), of.end());

@@ -48,8 +48,6 @@ public:
     eDmErrorId createList() override;
     eDmErrorId createAttributes() override;
 
-    DmString attributes() const { return _string; }
-
     static int listsCreated;
 
 private:
