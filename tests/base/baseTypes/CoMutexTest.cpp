@@ -40,8 +40,7 @@ TEST(Mutex, AGuardReleasesOnlyWhatItTook)
         {
             const DM::CoMutexGuard inner(mutex);
         }
-        EXPECT_FALSE(fromAnotherThread(&DM::CoMutex::tryLock, mutex))
-            << "the inner guard has given up the outer's lock";
+        EXPECT_FALSE(fromAnotherThread(&DM::CoMutex::tryLock, mutex)) << "the inner guard gave up the outer's lock";
     }
     ASSERT_TRUE(mutex.tryLock());
     EXPECT_TRUE(mutex.unlock());

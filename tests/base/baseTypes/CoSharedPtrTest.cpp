@@ -20,10 +20,8 @@ struct Base : DM::CoRefCountedMT
         ++live;
     }
     Base(const Base& other)
-        : CoRefCountedMT(other)
-        , live(other.live)
+        : Base(other.live)
     {
-        ++live;
     }
     Base& operator=(const Base& other)
     {

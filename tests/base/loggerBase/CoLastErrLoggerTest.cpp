@@ -29,10 +29,9 @@ TEST(LastError, IsRememberedAndForwarded)
     EXPECT_EQ(router.messages[0].text(), "no clip 'Été'");
     EXPECT_EQ(router.messages[0].file(), "");
     EXPECT_EQ(router.messages[0].line(), 0);
-    EXPECT_EQ(router.messages[1].file(), "builder");
-    EXPECT_EQ(router.messages[1].line(), 12);
-    EXPECT_EQ(router.messages[1].level(), CoMsg::ErrorLevel);
-    EXPECT_EQ(router.messages[1].family(), "");
+    const CoMsg::Msg& second = router.messages[1];
+    EXPECT_TRUE(second.file() == "builder" && second.line() == 12 && second.family().empty());
+    EXPECT_EQ(second.level(), CoMsg::ErrorLevel);
 
     logger.clearLastError();
     EXPECT_FALSE(logger.hasError());

@@ -1,12 +1,11 @@
 #include "CoLocale.h"
 #include "CoException.h"
 #include "zrCapturingRouter.h"
+#include "zrTempDir.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 
 using DM::CoLocale;
@@ -14,29 +13,11 @@ using DM::CoLocale;
 namespace
 {
 
-/// A file with a name of its own, removed at the end.
-class ResourceFile
-{
-public:
-    explicit ResourceFile(const std::string& content = {})
-        : _path(std::filesystem::temp_directory_path() / ("locale-" + std::to_string(getpid())))
-    {
-        std::ofstream(_path) << content;
-    }
-    ~ResourceFile() { std::filesystem::remove(_path); }
-    ResourceFile(const ResourceFile&) = delete;
-    ResourceFile& operator=(const ResourceFile&) = delete;
-
-    const char* path() const { return _path.c_str(); }
-
-private:
-    std::filesystem::path _path;
-};
-
 class Locale : public testing::Test
 {
 protected:
     const zrTest::CapturingRouter _router;
+    const ZrTempDir _directory;
     CoLocale::Entry _untitled{"tree.untitled", "untitled"};
     CoLocale::Entry _quit{"app.quit", "Quit # \"now\"\n"};
     CoLocale::Entry _later{"tree.untitled", "of the same tag"};
@@ -56,18 +37,18 @@ TEST_F(Locale, ATagHasTheTextOfItsFirstEntry)
 
 TEST_F(Locale, AResourceFileReplacesTheTextsThatItNames)
 {
-    const ResourceFile file("[French]\ntree.untitled = sans titre\nno.such.tag = x\n[German]\napp.quit = Beenden\n");
-    CoLocale::populateRegistry(file.path(), "French");
+    const std::string file = _directory.write(
+        "texts", "[French]\ntree.untitled = sans titre\nno.such.tag = x\n[German]\napp.quit = Beenden\n");
+    CoLocale::populateRegistry(file.c_str(), "French");
     EXPECT_STREQ(CoLocale::lookupTag("tree.untitled"), "sans titre");
     EXPECT_EQ(_later.text(), "sans titre");
     EXPECT_EQ(_quit.text(), "Quit # \"now\"\n");
     EXPECT_STREQ(CoLocale::lookupTag("no.such.tag"), "Unknown");
     ASSERT_EQ(_router.messages.size(), 1u);
-    EXPECT_EQ(_router.messages[0].text(),
-              std::string("Loading localized 'French' strings from resource file '") + file.path() + "'.");
+    EXPECT_EQ(_router.messages[0].text(), "Loading localized 'French' strings from resource file '" + file + "'.");
     EXPECT_EQ(_router.messages[0].level(), DM::CoMsg::NoticeLevel);
 
-    CoLocale::populateRegistry(file.path(), "Klingon");
+    CoLocale::populateRegistry(file.c_str(), "Klingon");
     EXPECT_STREQ(CoLocale::lookupTag("tree.untitled"), "sans titre");
 }
 
@@ -87,8 +68,8 @@ TEST_F(Locale, TheRegistryIsSortedByTag)
 
 TEST_F(Locale, AFileThatCannotBeReadIsThrownAndReplacesNothing)
 {
-    const ResourceFile bad("[French]\ntree.untitled = sans titre\nnonsense\n");
-    for (const std::string& path : {std::string("/no/such/file"), std::string(bad.path())})
+    const std::string bad = _directory.write("bad", "[French]\ntree.untitled = sans titre\nnonsense\n");
+    for (const std::string& path : {std::string("/no/such/file"), bad})
     {
         try
         {
@@ -105,18 +86,16 @@ TEST_F(Locale, AFileThatCannotBeReadIsThrownAndReplacesNothing)
 
 TEST_F(Locale, ADumpReadsBack)
 {
-    const ResourceFile file;
-    CoLocale::dumpRegistry(file.path());
-    EXPECT_EQ(_router.messages.back().text(),
-              std::string("Locale registry successfully written to '") + file.path() + "'");
+    const std::string file = _directory.path("dump");
+    CoLocale::dumpRegistry(file.c_str());
+    EXPECT_EQ(_router.messages.back().text(), "Locale registry successfully written to '" + file + "'");
     const std::string quit = _quit.text();
     _quit.setText("changed");
-    CoLocale::populateRegistry(file.path(), CoLocale::dumpSection);
+    CoLocale::populateRegistry(file.c_str(), CoLocale::dumpSection);
     EXPECT_EQ(_quit.text(), quit);
 
-    EXPECT_THROW(CoLocale::dumpRegistry("/no/such/directory/file"), DM::CoException);
-    EXPECT_THROW(CoLocale::dumpRegistry("/dev/full"), DM::CoException);
-    EXPECT_THROW(CoLocale::dumpRegistry(nullptr), DM::CoException);
+    for (const char* const bad : {"/no/such/directory/file", "/dev/full", static_cast<const char*>(nullptr)})
+        EXPECT_THROW(CoLocale::dumpRegistry(bad), DM::CoException);
 }
 
 } // namespace

@@ -21,18 +21,6 @@ void postAllLevels()
     ZR_POST_DEBUG("debug");
 }
 
-void setDefaultLevel()
-{
-    CoMsg::setDefaultFilterLevel(CoMsg::DebugLevel);
-    postAllLevels();
-}
-
-void setLevel()
-{
-    CoMsg::setFilterLevel(CoMsg::DebugLevel);
-    postAllLevels();
-}
-
 void useStderrLogger()
 {
     {
@@ -58,35 +46,7 @@ void postToConsole()
     Builder("f", 1, CoMsg::postShell)("family", "%d", 2);
 }
 
-void postNullFormat()
-{
-    const char* volatile none = nullptr;
-    ZR_POST_ERROR(none, 0);
-}
-
-void dropNullFormat()
-{
-    const char* volatile none = nullptr;
-    DM::CoMsgBuilder<false>("f", 1, CoMsg::postDebug)(none, 0);
-}
-
-void postNullFormatToLastError()
-{
-    const char* volatile none = nullptr;
-    DM::CoLastErrLogger(true).postError(none, 0);
-}
-
-void postWithoutCallback()
-{
-    ZR_MSG_ERROR("never printed");
-}
-
-void postWithNullCallback()
-{
-    CoMsg::setCurrentPIDCallback(CoMsg::getDudPID);
-    CoMsg::setCurrentPIDCallback(nullptr);
-    ZR_MSG_ERROR("never printed");
-}
+const char* volatile none = nullptr;
 
 constexpr struct
 {
@@ -94,16 +54,16 @@ constexpr struct
     void (*run)();
 } scenarios[] = {
     {"allLevels", postAllLevels},
-    {"defaultLevel", setDefaultLevel},
-    {"level", setLevel},
+    {"defaultLevel", [] { CoMsg::setDefaultFilterLevel(CoMsg::DebugLevel), postAllLevels(); }},
+    {"level", [] { CoMsg::setFilterLevel(CoMsg::DebugLevel), postAllLevels(); }},
     {"stderrLogger", useStderrLogger},
     {"stderrLoggerTwice", installStderrLoggerTwice},
     {"console", postToConsole},
-    {"nullFormat", postNullFormat},
-    {"nullFormatDropped", dropNullFormat},
-    {"nullFormatLastError", postNullFormatToLastError},
-    {"noCallback", postWithoutCallback},
-    {"nullCallback", postWithNullCallback},
+    {"nullFormat", [] { ZR_POST_ERROR(none, 0); }},
+    {"nullFormatDropped", [] { DM::CoMsgBuilder<false>("f", 1, CoMsg::postDebug)(none, 0); }},
+    {"nullFormatLastError", [] { DM::CoLastErrLogger(true).postError(none, 0); }},
+    {"noCallback", [] { ZR_MSG_ERROR("never printed"); }},
+    {"nullCallback", [] { CoMsg::setCurrentPIDCallback(nullptr), ZR_MSG_ERROR("never printed"); }},
 };
 
 } // namespace
@@ -111,12 +71,7 @@ constexpr struct
 int main(int argc, char** argv)
 {
     for (const auto& scenario : scenarios)
-    {
         if (argc == 2 && std::strcmp(argv[1], scenario.name) == 0)
-        {
-            scenario.run();
-            return 0;
-        }
-    }
+            return scenario.run(), 0;
     return 2;
 }

@@ -45,15 +45,13 @@ TEST(Pulldown23, PositionsCycleFromTheReference)
     {
         const TimeUnit t(row.t);
         const TimeUnit ref(row.ref);
-        EXPECT_EQ(FilmVideo::getPD30FrameType(t, ref, type30(row.frameType)), row.type30)
-            << row.t << ' ' << row.frameType;
-        EXPECT_EQ(FilmVideo::getPD24FrameType(t, ref, type30(row.frameType)), row.type24)
-            << row.t << ' ' << row.frameType;
+        SCOPED_TRACE(testing::Message() << row.t << ' ' << row.frameType);
+        EXPECT_EQ(FilmVideo::getPD30FrameType(t, ref, type30(row.frameType)), row.type30);
+        EXPECT_EQ(FilmVideo::getPD24FrameType(t, ref, type30(row.frameType)), row.type24);
     }
-    EXPECT_STREQ(FilmVideo::get_pd30ftStr(FilmVideo::PD30_BC), "BC");
-    EXPECT_STREQ(FilmVideo::get_pd30ftStr(FilmVideo::PD30_DD), "DD");
-    EXPECT_EQ(FilmVideo::get_pd30ftStr(type30(5)), nullptr);
-    EXPECT_EQ(FilmVideo::get_pd30ftStr(type30(-1)), nullptr);
+    const char* const names[] = {nullptr, "AA", "BB", "BC", "CD", "DD", nullptr};
+    for (int type = -1; type < 6; ++type)
+        EXPECT_STREQ(FilmVideo::get_pd30ftStr(type30(type)), names[type + 1]);
 }
 
 TEST(Pulldown23, ConvertsTimesByPhase)
@@ -74,13 +72,12 @@ TEST(Pulldown23, ConvertsTimesByPhase)
         for (int i = 0; i < 12; ++i)
         {
             const TimeUnit t(times[i]);
-            EXPECT_EQ(FilmVideo::to30fpsEquiv(t, zero, type30(type), false, zero).getFrames(), to30[type][i])
-                << t << " type " << type;
-            EXPECT_EQ(FilmVideo::to24fpsEquiv(t, zero, type30(type), false, zero).getFrames(), to24[type][i])
-                << t << " type " << type;
+            SCOPED_TRACE(testing::Message() << t << " type " << type);
+            const TimeUnit in30(to30[type][i]);
+            EXPECT_EQ(FilmVideo::to30fpsEquiv(t, zero, type30(type), false, zero), in30);
+            EXPECT_EQ(FilmVideo::to24fpsEquiv(t, zero, type30(type), false, zero), TimeUnit(to24[type][i]));
             // A reference one frame later shifts the phase back by one.
-            EXPECT_EQ(FilmVideo::to30fpsEquiv(t, TimeUnit(1), type30(type + 1), false, zero).getFrames(),
-                      to30[type][i]);
+            EXPECT_EQ(FilmVideo::to30fpsEquiv(t, TimeUnit(1), type30(type + 1), false, zero), in30);
         }
     EXPECT_EQ(FilmVideo::to30fpsEquiv(TimeUnit(infinity), zero, type30(0), false, zero).getFrames(), 2684354559.0);
     EXPECT_EQ(FilmVideo::to24fpsEquiv(TimeUnit(-infinity), zero, type30(0), false, zero).getFrames(), -1717986919.0);
@@ -113,12 +110,11 @@ TEST(Pulldown23, ConvertsLengthsByPhase)
     for (int type = 0; type < 5; ++type)
         for (unsigned length = 0; length < 6; ++length)
         {
-            EXPECT_EQ(FilmVideo::compressDuration(zero, length, zero, type30(type)).getFrames(),
-                      compressed[type][length])
-                << length << " from " << type;
-            EXPECT_EQ(FilmVideo::expandDuration(TimeUnit(type), length, zero, type30(0)).getFrames(),
-                      expanded[type][length])
-                << length << " from " << type;
+            SCOPED_TRACE(testing::Message() << length << " from " << type);
+            EXPECT_EQ(FilmVideo::compressDuration(zero, length, zero, type30(type)),
+                      TimeUnit(compressed[type][length]));
+            EXPECT_EQ(FilmVideo::expandDuration(TimeUnit(type), length, zero, type30(0)),
+                      TimeUnit(expanded[type][length]));
         }
     EXPECT_EQ(FilmVideo::compressDuration(zero, ~0U, zero, type30(0)).getFrames(), 3435973836.0);
     EXPECT_EQ(FilmVideo::expandDuration(zero, ~0U, zero, type30(0)).getFrames(), 5368709119.0);
@@ -170,9 +166,8 @@ TEST(PulldownPP, ConvertsLengths)
                        {25, 24, 26}, {50, 48, 52}, {~0U, 4123168603.0, 4473924266.0}};
     for (const auto& row : cases)
     {
-        EXPECT_EQ(TuPPConv::compressDuration(zero, row.length, zero, type25(0)).getFrames(), row.compressed)
-            << row.length;
-        EXPECT_EQ(TuPPConv::expandDuration(zero, row.length, zero, type25(0)).getFrames(), row.expanded) << row.length;
+        EXPECT_EQ(TuPPConv::compressDuration(zero, row.length, zero, type25(0)), TimeUnit(row.compressed));
+        EXPECT_EQ(TuPPConv::expandDuration(zero, row.length, zero, type25(0)), TimeUnit(row.expanded));
     }
     for (int type = 0; type < 25; ++type)
     {
@@ -192,9 +187,6 @@ TEST(PulldownData, TakesTheDefaultFrameTypeAndCopiesWhole)
     const Tu23Data data(true, TimeUnit(12), FCM_29_97_DF, FilmVideo::PD30_BC, TimeUnit(1800));
     Tu23Data copy;
     copy.copy(data);
-    EXPECT_TRUE(copy.getFlag());
-    EXPECT_EQ(copy.getRefTime(), TimeUnit(12));
-    EXPECT_EQ(copy.getFcm(), FCM_29_97_DF);
-    EXPECT_EQ(copy.getRefFrameType(), FilmVideo::PD30_BC);
-    EXPECT_EQ(copy.getDfRefTime(), TimeUnit(1800));
+    EXPECT_TRUE(copy.getFlag() && copy.getRefTime() == TimeUnit(12) && copy.getFcm() == FCM_29_97_DF &&
+                copy.getRefFrameType() == FilmVideo::PD30_BC && copy.getDfRefTime() == TimeUnit(1800));
 }

@@ -228,6 +228,7 @@ TEST(Listener, IsToldOfEachChangeInOrder)
     EXPECT_EQ(set->unregisterListener(&first), DM_LISTENER_NOT_FOUND);
     EXPECT_EQ(set->registerListener(&first), DM_NO_ERROR);
     EXPECT_EQ(set->registerListener(&first), DM_LISTENER_ALREADY_REGISTERED);
+    EXPECT_EQ(set->unregisterListener(&second), DM_LISTENER_NOT_FOUND);
     EXPECT_EQ(set->registerListener(&second), DM_NO_ERROR);
 
     std::int32_t value = 1;
