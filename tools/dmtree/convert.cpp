@@ -137,12 +137,14 @@ std::string checkMode(const std::string& name)
 
 void dmtree::addConvert(CLI::App& app, Run& run)
 {
-    CLI::App* const command = app.add_subcommand("convert", "Turn cut lists into documents, and documents into lists");
+    CLI::App* const command =
+        app.add_subcommand("convert", "Turn cut lists (CMX 3600, OpenTimelineIO) into documents and back");
     const auto options = std::make_shared<Options>();
     command
         ->add_option("--fcm", options->fcm,
-                     "Frame-code mode of a cut list, which does not say it: without it, '24 fps' where no label drops, "
-                     "'29.97 fps DF' otherwise; of a document, where its composition names none")
+                     "Frame-code mode: of an .edl, which does not say it (without it '24 fps' where no label drops, "
+                     "'29.97 fps DF' otherwise); of an .otio, to convert its rates to (without it that of its first "
+                     "time); of a document whose composition names none")
         ->type_name("NAME")
         ->check(checkMode);
     command->add_flag("--lenient", options->lenient,
@@ -150,12 +152,15 @@ void dmtree::addConvert(CLI::App& app, Run& run)
     command->add_option("IN", options->in, "A cut list (.edl, .otio) or a document (.json)")->required();
     command->add_option("OUT", options->out, "What to write: the same extensions")->required();
     command->footer(
-        "What a list says and a document has no property for travels with the document and comes back: a list that\n"
-        "was converted twice is the same, event for event. What a list cannot say is a warning, once a kind.\n\n"
+        "What a list says and a document has no property for travels with the document and comes back: an .edl that\n"
+        "was converted twice is the same, event for event, an .otio the same, member for member. What the form that "
+        "is\n"
+        "written cannot say is a warning, once a kind.\n\n"
         "A mistake is named as FILE:LINE. The exit code is then 2, and OUT stays as it was.\n\n"
         "Examples:\n"
         "  dmtree convert reel1.edl reel1.json\n"
         "  dmtree convert --fcm '25 fps' --lenient reel1.edl reel1.json\n"
-        "  dmtree convert reel1.json reel1.edl");
+        "  dmtree convert reel1.json reel1.edl\n"
+        "  dmtree convert promo.otio promo.edl");
     command->callback([&run, options] { run = [options] { return convert(*options); }; });
 }
