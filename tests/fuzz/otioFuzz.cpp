@@ -2,8 +2,8 @@
 /// rules, and is written as a document that reads back as an equal tree. What was read without a warning comes back
 /// member for member. The first two bytes choose the rate and the leniency.
 #define RAPIDJSON_NAMESPACE zrInterchangeRapidjson
-#include "icOtioJson.h"
 #include "icOtioReader.h"
+#include "icOtioShort.h"
 #include "icOtioWriter.h"
 
 #include "CoMsg.h"

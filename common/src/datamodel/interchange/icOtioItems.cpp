@@ -186,7 +186,13 @@ void Items::tell()
                  "times of other rates that fall between frames (" + std::to_string(_moved) + "): moved " + by);
 }
 
-// What travels with nodes
+// Any node
+
+void Items::setName(DmTreeNode& node, const Value& object)
+{
+    if (const std::string_view name = textOf(&object, "name"); !name.empty())
+        require(node.setName(toDmString(name)));
+}
 
 void Items::keep(DmTreeNode& node, const Value& object, LeftOut leftOut)
 {
@@ -398,8 +404,7 @@ CoSharedPtr<DmCueMark> Items::mark(const Value& marker, double origin)
 
 void Items::dress(DmSegmentNode& segment, const Value& item, double origin)
 {
-    if (const std::string_view name = textOf(&item, "name"); !name.empty())
-        require(segment.setName(toDmString(name)));
+    setName(segment, item);
     if (const Value* const enabled = member(&item, "enabled"); enabled && enabled->IsFalse())
         require(segment.setMuted(true));
     if (const Value* const markers = arrayOf(&item, "markers"))

@@ -6,7 +6,7 @@
 /// For sources of this library only: rapidjson is compiled in a namespace of our own.
 #pragma once
 
-#include "icOtioJson.h"
+#include "icOtioShort.h"
 #include "icReport.h"
 
 #include "dmCueMark.h"
@@ -92,7 +92,10 @@ public:
     /// Says what was counted, and what conversions between rates have cost.
     void tell();
 
-    // What travels with nodes
+    // Any node
+
+    /// Gives the node the object's name, if it has one.
+    static void setName(DmTreeNode& node, const Value& object);
 
     /// Attaches the object's members to a node, without what nodes of the tree stand for.
     void keep(DmTreeNode& node, const Value& object, LeftOut leftOut);

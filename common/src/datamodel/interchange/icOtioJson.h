@@ -1,4 +1,4 @@
-/// The JSON of OpenTimelineIO documents: parsing, looking at members, and the forms in which it is written.
+/// The JSON of OpenTimelineIO documents: parsing, looking at members, writing.
 ///
 /// Numbers without fraction and exponent are integers where 64 bits hold them; all others have the precision of a
 /// double: what is too small is zero, what is too large a fault of the text. NaN, Infinity and -Infinity are numbers.
@@ -71,6 +71,9 @@ private:
     std::vector<const char*> _escapedLines; ///< line ends inside strings, which were escaped in the file
 };
 
+/// What the member is called that tells an object's schema.
+constexpr char schemaKey[] = "OTIO_SCHEMA";
+
 // Members; null, "" or false where the object has none of this kind
 
 /// The name is a literal, so that comparing takes no call: documents are looked through for little else.
@@ -88,22 +91,10 @@ bool isTrack(std::string_view schema);
 
 // Text
 
+/// "NaN", "Infinity" or "-Infinity".
+std::string_view nonFiniteToken(double value);
 /// As documents are written: indented, with a line end behind.
 std::string toIndentedJson(const Value& value);
-
-/// What of an object is not written, because nodes of a tree stand for it.
-enum class LeftOut
-{
-    Nothing,
-    Children,
-    ChildrenOfTracks ///< of the member "tracks"
-};
-/// As an object's members travel with a node: JSON without blanks, in which the usual names have one letter, times are
-/// {"$t":[value, rate]} and ranges at one rate {"$r":[start, duration, rate]}. Other names of one letter, and those
-/// that begin with "$", have another "$" in front.
-void appendShortJson(std::string& text, const Value& value, LeftOut leftOut = LeftOut::Nothing);
-/// Makes of the shorter forms what they stand for.
-void lengthen(Value& value, json::Document::AllocatorType& allocator);
 
 template <std::size_t size>
 const Value* member(const Value* object, const char (&name)[size])

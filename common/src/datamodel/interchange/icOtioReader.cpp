@@ -146,8 +146,7 @@ CoSharedPtr<DmRoot> Maker::root(const Value& top)
     else
     {
         // A collection of collections: the root stands for the outer one.
-        if (const std::string_view name = textOf(&top, "name"); !name.empty())
-            require(root->setName(toDmString(name)));
+        Items::setName(*root, top);
         _items.keep(*root, top, LeftOut::Children);
         for (const Value& each : members->GetArray())
             if (isCollection(each))
@@ -161,8 +160,7 @@ CoSharedPtr<DmRoot> Maker::root(const Value& top)
 CoSharedPtr<DmReelNode> Maker::reel(const Value& object)
 {
     auto reel = made(DmReelNode::create());
-    if (const std::string_view name = textOf(&object, "name"); !name.empty())
-        require(reel->setName(toDmString(name)));
+    Items::setName(*reel, object);
     _items.keep(*reel, object, LeftOut::Children);
     if (const Value* const members = arrayOf(&object, "children"))
         for (const Value& each : members->GetArray())
@@ -299,11 +297,12 @@ double Maker::layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType,
     const auto track = made(DmTrackNode::create(number, mediaType));
     require(track->setTrackChannel(number));
     if (object)
+    {
         _items.keep(*track, *object, LeftOut::Children);
+        Items::setName(*track, *object);
+    }
     else
         Items::keepImplied(*track);
-    if (const std::string_view name = textOf(object, "name"); !name.empty())
-        require(track->setName(toDmString(name)));
     DmLayerBuilder builder(0, mediaType, to.start);
     for (const Entry& entry : entries)
         place(builder, entry, mediaType);
@@ -437,8 +436,7 @@ void Maker::place(DmLayerBuilder& builder, const Entry& entry, eDmTreeMediaType 
         const double length = entry.in + entry.out;
         const auto effect = _items.mix(*entry.object, mediaType, length);
         const auto node = made(DmTrxEffectNode::create(effect, 0, length, entry.in));
-        if (const std::string_view name = textOf(entry.object, "name"); !name.empty())
-            require(node->setName(toDmString(name)));
+        Items::setName(*node, *entry.object);
         _items.keep(*node, *entry.object, LeftOut::Nothing);
         return require(builder.append(node));
     }
