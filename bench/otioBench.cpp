@@ -132,7 +132,7 @@ int main()
     rapidjson::Document document;
     document.Parse(text.c_str());
     zrRatio::print(
-        "write 100 000 clips of OTIO / write the same JSON", 8,
+        "write 100 000 clips of OTIO / write the same JSON", 5,
         [&]
         {
             Report report("bench.json");

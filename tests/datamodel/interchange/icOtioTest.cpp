@@ -440,7 +440,11 @@ TEST(Otio, SaysWhatIsWrongAndWhere)
         const char* message;
         const char* choice = nullptr; ///< of a lenient reader, where it carries on
     };
+    std::string deep = clip("a", range(0, 5));
+    for (int i = 0; i < 100; ++i)
+        deep = stack(track(deep));
     const Case cases[] = {
+        {deep, "stacks nested too deeply", "what is inside plays as a gap"},
         {"", "cut.otio:1: The document is empty."},
         {"{\n\n\"a\":", "cut.otio:3: "},
         {std::string("{}\0{}", 5), "cut.otio:1: a null character"},

@@ -28,7 +28,7 @@ namespace interchange::otio
 constexpr const wchar_t* blobType = L"otio";
 
 /// Of containers: what documents can be read again with.
-constexpr int deepestNesting = 80;
+constexpr int deepestNesting = 75;
 
 /// A stretch of material, in frames of the composition.
 struct Extent
