@@ -1,8 +1,6 @@
 /// Documents in files: what a save leaves behind when it works, when it fails and when it is killed.
 #include "jsonSets.h"
 
-#include "dmRoot.h"
-#include "dmUtf8.h"
 #include "zrTempDir.h"
 
 #include <csignal>

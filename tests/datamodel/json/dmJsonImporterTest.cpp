@@ -1,8 +1,6 @@
 #include "../property/testSets.h"
 #include "jsonSets.h"
 
-#include "dmPropertyFactory.h"
-#include "dmUtf8.h"
 #include "zrTestInHouse.h"
 
 namespace
@@ -32,6 +30,16 @@ std::string boxWith(const std::string& member)
 }
 
 const std::string emptyBox = boxWith("");
+
+/// `{"JsonBox":{members}}`, imported and written, without the version: "{members}".
+std::string boxAfter(const std::string& members)
+{
+    const std::string text = written(*imported("{\"JsonBox\":" + members + "}"));
+    const std::string_view before = "{\"JsonBox\":";
+    const std::string_view after = ",\"VERSION\":{\"major\":0,\"minor\":1}}";
+    EXPECT_TRUE(text.starts_with(before) && text.ends_with(after)) << text;
+    return text.substr(before.size(), text.size() - before.size() - after.size());
+}
 
 DmStatus importStatus(std::string_view json)
 {

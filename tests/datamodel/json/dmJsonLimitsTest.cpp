@@ -2,8 +2,6 @@
 #include "../property/testSets.h"
 #include "jsonSets.h"
 
-#include "dmSetTools.h"
-#include "dmUtf8.h"
 #include "zrTestSmallStack.h"
 
 namespace

@@ -1,7 +1,6 @@
 #include "../property/testSets.h"
 #include "jsonSets.h"
 
-#include "dmUtf8.h"
 #include "zrCapturingRouter.h"
 #include "zrTestEnv.h"
 #include "zrTestInHouse.h"

@@ -2,11 +2,7 @@
 /// TestOptional (testSets.h) have a property of every type.
 #pragma once
 
-#include "dmDeclare.h"
-#include "dmJsonImporter.h"
-#include "dmPropertySetInit.h"
-#include "dmSlots.h"
-#include "dmTreeJsonBuilder.h"
+#include <ZRdmtree.h>
 
 #include <gtest/gtest.h>
 
@@ -28,8 +24,14 @@ class JsonLeaf final : public DmConcrete<JsonLeaf, JsonThing>
 {
 public:
     static constexpr const wchar_t* className = L"JsonLeaf";
-    explicit JsonLeaf(const DmNodeId& id);
-    eDmErrorId createList() override;
+    explicit JsonLeaf(const DmNodeId& id)
+        : DmConcrete(id, DmPropertySetInit<JsonLeaf>::data())
+    {
+    }
+    eDmErrorId createList() override
+    {
+        return declare(*this).optional(L"text", _text).optional(L"when", _when).optional(L"level", _level).status();
+    }
 
     DmString _text;
     double _when = 0;
@@ -41,9 +43,25 @@ class JsonBox final : public DmConcrete<JsonBox, JsonThing>
 {
 public:
     static constexpr const wchar_t* className = L"JsonBox";
-    explicit JsonBox(const DmNodeId& id);
-    eDmErrorId createList() override;
-    eDmErrorId createAttributes() override;
+    explicit JsonBox(const DmNodeId& id)
+        : DmConcrete(id, DmPropertySetInit<JsonBox>::data())
+    {
+    }
+    eDmErrorId createList() override
+    {
+        auto list = declare(*this);
+        list.optional(L"name", _name).optional(L"leaf", _leaf).optional(L"inner", _inner);
+        list.optional(L"things", _things).optional(L"leaves", _leaves).mandatory(L"thingMap", _thingMap);
+        list.mandatory(L"channels", _channels).mandatory(L"numbers", _numbers).constant(L"kind", _kind);
+        return list.optionalCdata(L"notes", _notes).mandatory(L"any", _any).status();
+    }
+    eDmErrorId createAttributes() override
+    {
+        const auto gain = JsonLeaf::create();
+        gain->_when = 1;
+        _channels.emplace(L"gain", gain);
+        return DM_NO_ERROR;
+    }
 
     DmString _name{L"box"};
     DmNested<JsonLeaf> _leaf;
@@ -58,9 +76,23 @@ public:
     DmPropertySetPtr _any;
 };
 
+inline const DmPropertySetInit<JsonLeaf> jsonLeafRegistration;
+inline const DmPropertySetInit<JsonBox> jsonBoxRegistration;
+
 /// What a document says, as a set; with a failure of the test when it cannot be imported.
-DmPropertySetPtr imported(std::string_view json);
+inline DmPropertySetPtr imported(std::string_view json)
+{
+    DmPropertySetPtr set;
+    const DmStatus status = DmJsonImporter::importSetFromStr(json, set);
+    EXPECT_TRUE(status.ok()) << json.substr(0, 200) << dmUtf8(status.info());
+    return set;
+}
+
 /// A document in the compact layout.
-std::string written(const DmPropertySet& set);
-/// `{"JsonBox":{members}}`, imported and written, without the version: "{members}".
-std::string boxAfter(const std::string& members);
+inline std::string written(const DmPropertySet& set)
+{
+    std::string text;
+    const DmStatus status = DmTreeJsonBuilder::generateUtf8(&set, text, DmTreeJsonBuilder::Layout::Compact);
+    EXPECT_TRUE(status.ok()) << dmUtf8(status.info());
+    return text;
+}

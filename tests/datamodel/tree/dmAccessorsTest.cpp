@@ -1,16 +1,6 @@
 /// Every pair of a typed getter and setter: the setter changes the property of its name and no other, tells listeners,
 /// and the getter gives what was set.
-#include "dmAudioProperties.h"
-#include "dmBatchFxNode.h"
-#include "dmBlobNode.h"
-#include "dmCompositionNode.h"
-#include "dmCutNode.h"
-#include "dmGapNode.h"
-#include "dmLayerNode.h"
-#include "dmRoot.h"
-#include "dmSourceInput.h"
-#include "dmTrackNode.h"
-#include "dmUtf8.h"
+#include <ZRdmtree.h>
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,6 @@
-#include "dmBatchFxNode.h"
-#include "dmLayerBuilder.h"
-#include "dmTrackBuilder.h"
 #include "testCut.h"
-#include "treeTools.h"
 
 #include "zrCapturingRouter.h"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <sstream>

@@ -1,10 +1,4 @@
-#include "dmBlobNode.h"
-#include "dmPlayListIterator.h"
-#include "dmRecordSearch.h"
-#include "dmSegmentIndex.h"
 #include "testCut.h"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>

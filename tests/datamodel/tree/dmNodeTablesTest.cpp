@@ -1,9 +1,5 @@
 /// Every class of node and record with its properties: names and types are what documents are made of.
-#include "dmCollectionNode.h"
-#include "dmPSetHelper.h"
-#include "dmPropertyFactory.h"
-#include "dmPropertyText.h"
-#include "dmUtf8.h"
+#include <ZRdmtree.h>
 
 #include <gtest/gtest.h>
 
@@ -231,43 +227,4 @@ TEST(TreeClasses, OfInputsHaveASecondNameThatIsNeverWritten)
         EXPECT_FALSE(DmPropertyFactory::getInstance().findCreator(name)) << "abstract";
     for (const DmString& name : DmPropertyFactory::getInstance().classNames())
         EXPECT_EQ(name.view().find(L':'), std::wstring_view::npos) << dmUtf8(name);
-}
-
-namespace
-{
-
-// clang-format off
-#define VISIT(Name) void visit##Name(Dm##Name*) override { calls += #Name; }
-#define VISIT_TWICE(Name) VISIT(Name) void postProcess##Name(Dm##Name*) override { calls += "/" #Name; }
-
-/// Writes the names of the functions that were called.
-class CallLog : public DmTreeVisitor
-{
-public:
-    CallLog() : DmTreeVisitor("CallLog") {}
-
-    VISIT_TWICE(CompositionNode) VISIT_TWICE(TrackNode) VISIT_TWICE(LayerNode) VISIT_TWICE(ReelNode)
-    VISIT(TransitionNode) VISIT(CutNode) VISIT(TrxEffectNode) VISIT(SegmentNode) VISIT(SourceNode) VISIT(ContainerNode)
-    VISIT(GapNode) VISIT(BlobNode) VISIT(BatchFxNode)
-    void visitRootNode(DmRoot*) override { calls += "Root"; }
-    void postProcessRootNode(DmRoot*) override { calls += "/Root"; }
-
-    std::string calls;
-};
-// clang-format on
-
-} // namespace
-
-TEST(TreeVisitor, IsCalledForTheNodesOwnClassOnly)
-{
-    for (const Class& c : classes)
-        if (const auto treeNode = DM::dynamicPointerCast<DmTreeNode>(fresh(wide(c.name))))
-        {
-            CallLog log;
-            treeNode->accept(log);
-            treeNode->postProcess(log);
-            const std::string own(c.name + std::string_view("Dm").size());
-            const bool isCollection = DM::dynamicPointerCast<DmCollectionNode>(treeNode) != nullptr;
-            EXPECT_EQ(log.calls, isCollection ? own + '/' + own : own);
-        }
 }

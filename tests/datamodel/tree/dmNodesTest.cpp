@@ -1,23 +1,8 @@
-#include "dmBatchFxNode.h"
-#include "dmBlobNode.h"
-#include "dmContainerNode.h"
-#include "dmCutNode.h"
-#include "dmEffectLayer.h"
-#include "dmGapNode.h"
-#include "dmLayerNode.h"
-#include "dmRoot.h"
-#include "dmSetTools.h"
-#include "dmSourceInput.h"
-#include "dmTrackNode.h"
-#include "dmTrxEffectNode.h"
-#include "dmUtf8.h"
 #include "treeTools.h"
 
 #include "zrCapturingRouter.h"
 #include "zrTestEnv.h"
 #include "zrTestInHouse.h"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>

@@ -1,11 +1,8 @@
-#include "dmSourceInput.h"
 #include "treeTools.h"
 
 #include "zrCapturingRouter.h"
 #include "zrTestEnv.h"
 #include "zrTestInHouse.h"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 

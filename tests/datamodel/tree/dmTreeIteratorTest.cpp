@@ -1,11 +1,6 @@
-#include "dmTreeIterator.h"
-#include "dmReelNode.h"
-#include "dmRoot.h"
 #include "testCut.h"
 
 #include "zrTestSmallStack.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
@@ -14,46 +9,42 @@
 namespace
 {
 
+// clang-format off
+#define VISIT(Name, text) void visit##Name(Dm##Name*) override { add(text); }
+#define VISIT_COLLECTION(Name, text) VISIT(Name, text) void postProcess##Name(Dm##Name*) override { _text += ")"; }
+
 /// Writes what it is called with: "(" and ")" around collections, a letter a leaf.
 class Writer : public DmTreeVisitor
 {
 public:
-    Writer()
-        : DmTreeVisitor("Writer")
-    {
-    }
+    Writer() : DmTreeVisitor("Writer") {}
 
-    void visitCompositionNode(DmCompositionNode*) override { add("C("); }
-    void visitTrackNode(DmTrackNode*) override { add("T("); }
-    void visitLayerNode(DmLayerNode*) override { add("L("); }
-    void visitReelNode(DmReelNode*) override { add("R("); }
-    void visitSourceNode(DmSourceNode*) override { add("s"); }
-    void visitContainerNode(DmContainerNode*) override { add("c"); }
-    void visitGapNode(DmGapNode*) override { add("g"); }
-    void visitCutNode(DmCutNode*) override { add("/"); }
-    void visitTrxEffectNode(DmTrxEffectNode*) override { add("x"); }
-    void postProcessCompositionNode(DmCompositionNode*) override { text += ')'; }
-    void postProcessTrackNode(DmTrackNode*) override { text += ')'; }
-    void postProcessLayerNode(DmLayerNode*) override { text += ')'; }
-    void postProcessReelNode(DmReelNode*) override { text += ')'; }
+    VISIT_COLLECTION(CompositionNode, "C(") VISIT_COLLECTION(TrackNode, "T(") VISIT_COLLECTION(LayerNode, "L(")
+    VISIT_COLLECTION(ReelNode, "R(") VISIT(SourceNode, "s") VISIT(ContainerNode, "c") VISIT(GapNode, "g")
+    VISIT(CutNode, "/") VISIT(TrxEffectNode, "x") VISIT(BlobNode, "b") VISIT(BatchFxNode, "f")
+    VISIT(SegmentNode, "any segment") VISIT(TransitionNode, "any transition")
+    void visitRootNode(DmRoot*) override { add("O("); }
+    void postProcessRootNode(DmRoot*) override { _text += ")"; }
+    // clang-format on
     void notFollowed(DmTreeNode*, DmNotFollowed why) override
     {
-        text += why == DmNotFollowed::BelowItself ? '!' : why == DmNotFollowed::TooDeep ? '#' : '=';
+        _text += why == DmNotFollowed::BelowItself ? '!' : why == DmNotFollowed::TooDeep ? '#' : '=';
     }
 
-    std::string text;
+    const std::string& text() const { return _text; }
     std::string lastPath;
-    int visits = 0;
     int stopAfter = -1;
 
 private:
     void add(const char* what)
     {
-        text += what;
+        _text += what;
         lastPath = path()->text();
-        if (++visits == stopAfter)
+        if (--stopAfter == 0)
             stop();
     }
+
+    std::string _text;
 };
 
 std::string walked(DmTreeNode* node, const DmWalkOptions& options = {}, eDmErrorId expected = DM_NO_ERROR)
@@ -61,7 +52,23 @@ std::string walked(DmTreeNode* node, const DmWalkOptions& options = {}, eDmError
     Writer writer;
     EXPECT_EQ(DmPreIt(node, options).apply(writer), expected);
     EXPECT_EQ(writer.path(), nullptr) << "the way ends with the walk";
-    return writer.text;
+    return writer.text();
+}
+
+/// A root with a reel of a leaf of every kind.
+CoSharedPtr<DmRoot> everyKind()
+{
+    auto root = DmRoot::create();
+    const auto reel = DmReelNode::create();
+    root->addReel(reel);
+    for (const wchar_t* const name : {L"DmBlobNode", L"DmBatchFxNode", L"DmContainerNode", L"DmSourceNode",
+                                      L"DmTrxEffectNode", L"DmGapNode", L"DmCutNode"})
+    {
+        DmPropertySet* node = nullptr;
+        ok(DmPropertyFactory::getInstance().createPropertySetInstance(name, DmNodeId(), 0, node));
+        addAny(*reel, DmPropertySetPtr(node));
+    }
+    return root;
 }
 
 } // namespace
@@ -69,6 +76,7 @@ std::string walked(DmTreeNode* node, const DmWalkOptions& options = {}, eDmError
 TEST(PreOrder, VisitsANodeThenItsChildrenThenTheNodeAgain)
 {
     const TestCut cut;
+    const auto all = everyKind();
     const auto outer = compositionOf({containerOf(cut.composition), nullptr, containerOf({})});
     const auto reel = DmReelNode::create();
     reel->addChild(cut.composition);
@@ -79,6 +87,7 @@ TEST(PreOrder, VisitsANodeThenItsChildrenThenTheNodeAgain)
         const char* text;
         DmWalkOptions options = {};
     } cases[] = {{nullptr, ""},
+                 {all.get(), "O(R(bfcsxg/))"},
                  {cut.gap.get(), "g"},
                  {cut.composition.get(), "C(T(L(sxs/g)))"},
                  {cut.composition.get(), "C()", {.maxDepth = 0}},
@@ -103,7 +112,7 @@ TEST(PreOrder, KnowsItsWayAndStopsForGood)
     three.stopAfter = 3;
     for (int walks = 0; walks < 2; ++walks)
         ok(DmPreIt(outer).apply(three));
-    EXPECT_EQ(three.text, "C(T(L(");
+    EXPECT_EQ(three.text(), "C(T(L(");
     EXPECT_TRUE(three.hasStopped());
 }
 
@@ -229,18 +238,9 @@ TEST(Dump, IsALineANode)
 
 TEST(Dump, HasALineForEveryKindOfNode)
 {
-    const auto root = DmRoot::create();
+    const auto root = everyKind();
     ok(root->getIdentification()->setAppName(L"Editor"));
-    const auto reel = DmReelNode::create();
-    root->addReel(reel);
-    for (const wchar_t* const name : {L"DmBlobNode", L"DmBatchFxNode", L"DmContainerNode", L"DmSourceNode",
-                                      L"DmTrxEffectNode", L"DmGapNode", L"DmCutNode"})
-    {
-        DmPropertySet* node = nullptr;
-        ok(DmPropertyFactory::getInstance().createPropertySetInstance(name, DmNodeId(), 0, node));
-        addAny(*reel, DmPropertySetPtr(node));
-    }
-    addAny(*reel, gapOf(dmNoTime, -INFINITY));
+    addAny(*dynamic_cast<DmReelNode*>(root->getChild(0)), gapOf(dmNoTime, -INFINITY));
     EXPECT_EQ(dumped(root.get()), "DmRoot \"untitled\" by \"Editor\" children 1\n"
                                   "  DmReelNode \"untitled\" children 8\n"
                                   "    DmBlobNode \"untitled\" size 0\n"

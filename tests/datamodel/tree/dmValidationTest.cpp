@@ -1,12 +1,7 @@
-#include "dmBatchFxNode.h"
-#include "dmBlobNode.h"
-#include "dmTreeIterator.h"
 #include "testCut.h"
 
 #include "zrCapturingRouter.h"
 #include "zrTestSmallStack.h"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <functional>

@@ -4,18 +4,8 @@
 ///       one [0, 100)   dissolve [100, 120)   two [120, 200)   a cut   a gap [200, 250)
 #pragma once
 
-#include "dmADissolveSettings.h"
-#include "dmContainerNode.h"
-#include "dmCutNode.h"
-#include "dmGapNode.h"
-#include "dmLayerNode.h"
-#include "dmSourceInput.h"
-#include "dmTrackNode.h"
-#include "dmTreeTool.h"
-#include "dmTrxEffectNode.h"
-#include "dmUtf8.h"
-#include "dmVDissolveSettings.h"
 #include "treeTools.h"
+#include <ZRdmtree.h>
 
 using Elements = std::vector<CoSharedPtr<DmTreeNode>>;
 

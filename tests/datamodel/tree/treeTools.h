@@ -1,10 +1,7 @@
 /// What the tests of the tree share.
 #pragma once
 
-#include "dmErrorId.h"
-#include "envVar.h"
-#include "tuTimeUnit.h"
-#include "zrAssert.h"
+#include <ZRdmtree.h>
 
 #include <gtest/gtest.h>
 
