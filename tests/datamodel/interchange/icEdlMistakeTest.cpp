@@ -62,7 +62,7 @@ TEST(EdlMistake, IsAnErrorOrAWarningWithItsChoice)
     };
     for (const Case& c : cases)
     {
-        const std::string text = std::string(first) + c.text + "\n* a note\n";
+        const std::string text = std::string(first) + c.text + "\n* a note\n* ASC_SAT 0.5\n";
         const icTest::Read strict = read(text);
         EXPECT_FALSE(strict.list) << c.text;
         EXPECT_TRUE(strict.messages.starts_with("cut.edl:2: " + std::string(c.what) + "\n")) << strict.messages;
@@ -71,7 +71,7 @@ TEST(EdlMistake, IsAnErrorOrAWarningWithItsChoice)
         ASSERT_TRUE(lenient.list) << c.text;
         const std::string warning = "cut.edl:2: warning: " + std::string(c.what) + "; " + c.choice;
         EXPECT_TRUE(lenient.messages.starts_with(warning)) << lenient.messages;
-        const std::string behind = c.lenient.empty() ? "" : c.lenient + "\n* a note\n";
+        const std::string behind = c.lenient.empty() ? "" : c.lenient + "\n* ASC_SAT 0.5000\n* a note\n";
         EXPECT_EQ(writeEdl(*lenient.list), "TITLE:\nFCM: NON-DROP FRAME\n" + (first + behind));
     }
 }

@@ -53,11 +53,7 @@ DmStatus importStatus(std::string_view json)
 
 TEST(JsonImporter, ReadsWhatTheWriterWrites)
 {
-    const struct
-    {
-        const char* members;
-        std::string written;
-    } cases[] = {
+    const std::pair<const char*, std::string> cases[] = {
         {"{}", emptyBox},
         {R"({"name":"\u00c9t\u00e9 \ud83c\udfac"})", boxWith("\"name\":\"\xC3\x89t\xC3\xA9 \xF0\x9F\x8E\xAC\"")},
         {R"({"name":"a\u0000b"})", boxWith(R"("name":"a\u0000b")")},
@@ -228,6 +224,12 @@ TEST(JsonImporter, EveryFailureSaysWhyAndHasItsCode)
         check(c.json, c);
     for (const Case& c : members)
         check("{\"JsonBox\":{" + c.json + "}}", c);
+    // A long name is cut between two characters.
+    std::string name = "x";
+    while (name.size() < 1100)
+        name += "\xC3\xA9";
+    EXPECT_TRUE(dmUtf8(importStatus("{\"JsonLeaf\":{\"" + name + "\":1}}").info())
+                    .starts_with("Could not set property '" + name.substr(0, 401)));
 }
 
 /// The value of one property of a TestEvery, set by a document and set from the text that the value stands for.

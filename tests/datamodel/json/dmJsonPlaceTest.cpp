@@ -4,11 +4,7 @@
 TEST(JsonPlace, IsThatOfTheFaultThatIsReported)
 {
     const std::string manyBlanks(200'000, ' ');
-    const struct
-    {
-        std::string json;
-        std::uint64_t line, column;
-    } rows[] = {
+    const std::tuple<std::string, std::uint64_t, std::uint64_t> rows[] = {
         {"", 1, 1},
         {"\n\n[]", 3, 1},
         {"{\"JsonBox\":\n\t{ \"nothing\": 5 } }", 2, 15},
@@ -21,12 +17,12 @@ TEST(JsonPlace, IsThatOfTheFaultThatIsReported)
         // Of two faults the one that is reported, though it stands second.
         {"{\"JsonBox\": {\n\"z\": 1,\n\"a\": 1 } }", 3, 6},
     };
-    for (const auto& row : rows)
+    for (const auto& [json, line, column] : rows)
     {
         DmPropertySetPtr set;
         DmJsonPlace place;
-        EXPECT_TRUE(DmJsonImporter::importSetFromStr(row.json, set, &place).failed());
-        EXPECT_EQ(std::pair(place.line, place.column), std::pair(row.line, row.column)) << row.json.substr(0, 100);
+        EXPECT_TRUE(DmJsonImporter::importSetFromStr(json, set, &place).failed());
+        EXPECT_EQ(std::pair(place.line, place.column), std::pair(line, column)) << json.substr(0, 100);
     }
 }
 

@@ -154,11 +154,7 @@ TEST(JsonWriter, ASetThatWritesNothingVanishesButKeepsItsPlace)
 
 TEST(JsonWriter, CdataIsSplitAtLineEnds)
 {
-    const struct
-    {
-        const wchar_t* text;
-        const char* json;
-    } cases[] = {
+    const std::pair<const wchar_t*, const char*> cases[] = {
         {L"a", R"(["a"])"},        {L"a\n", R"(["a"])"}, {L"a\nb\n", R"(["a","b"])"},   {L"\na", R"(["","a"])"},
         {L"a\n\n", R"(["a",""])"}, {L"\n", R"([""])"},   {L"a\r\nb", R"(["a\r","b"])"}, {L"\n\n\n", R"(["","",""])"},
     };

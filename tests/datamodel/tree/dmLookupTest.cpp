@@ -14,17 +14,14 @@ constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 TEST(ElementAt, IsWhatPlaysAtARecordTime)
 {
     const TestCut cut; // one [0, 100)   dissolve [100, 120)   two [120, 200)   cut   gap [200, 250)
-    const struct
+    const std::pair<double, int> cases[] = {{0, 0},         {99.999, 0},     {100, 1},        {119.999, 1},
+                                            {120, 2},       {199, 2},        {200, 4},        {249.9, 4},
+                                            {250, -1},      {-0.001, -1},    {1e300, -1},     {2147483648.0, -1},
+                                            {infinity, -1}, {-infinity, -1}, {notANumber, -1}};
+    for (const auto& [time, position] : cases)
     {
-        double time;
-        int position;
-    } cases[] = {{0, 0},      {99.999, 0},        {100, 1},       {119.999, 1},    {120, 2},
-                 {199, 2},    {200, 4},           {249.9, 4},     {250, -1},       {-0.001, -1},
-                 {1e300, -1}, {2147483648.0, -1}, {infinity, -1}, {-infinity, -1}, {notANumber, -1}};
-    for (const auto& c : cases)
-    {
-        EXPECT_EQ(DmTreeTool::getElementIndexAt(cut.layer, c.time), c.position) << c.time;
-        EXPECT_EQ(DmTreeTool::getElementAt(cut.layer, c.time), cut.layer->getChild(c.position)) << c.time;
+        EXPECT_EQ(DmTreeTool::getElementIndexAt(cut.layer, time), position) << time;
+        EXPECT_EQ(DmTreeTool::getElementAt(cut.layer, time), cut.layer->getChild(position)) << time;
     }
     EXPECT_EQ(DmTreeTool::getElementAt(nullptr, 0), nullptr);
     EXPECT_EQ(DmTreeTool::getElementAt(layerOf({}).get(), 0), nullptr);
@@ -33,13 +30,7 @@ TEST(ElementAt, IsWhatPlaysAtARecordTime)
 TEST(ElementAt, AnswersForLayersThatBreakTheRules)
 {
     const auto dissolve = dissolveOf(10, 10);
-    const struct
-    {
-        const char* name;
-        double time;
-        int position;
-        Elements elements;
-    } cases[] = {
+    const std::tuple<const char*, double, int, Elements> cases[] = {
         {"nothing but null children", 0, -1, {nullptr, nullptr}},
         {"transitions only", 15, -1, {cutAt(0), dissolve, cutAt(20)}},
         {"a transition at the end, in it", 15, 1, {gapOf(0, 10), dissolve}},
@@ -53,8 +44,8 @@ TEST(ElementAt, AnswersForLayersThatBreakTheRules)
         {"a segment at no time", 0, -1, {gapOf(notANumber, 10)}},
         {"out of order", 200, -1, {gapOf(100, 10), cutAt(110), gapOf(0, 10)}},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(DmTreeTool::getElementIndexAt(layerOf(c.elements).get(), c.time), c.position) << c.name;
+    for (const auto& [name, time, position, elements] : cases)
+        EXPECT_EQ(DmTreeTool::getElementIndexAt(layerOf(elements).get(), time), position) << name;
 }
 
 TEST(ElementAt, TakesTwentyComparisonsInAMillion)
@@ -91,19 +82,15 @@ TEST(ElementAt, TakesTwentyComparisonsInAMillion)
 TEST(ElementsIn, AreThoseThatPlayInARange)
 {
     const TestCut cut;
-    const struct
+    const std::tuple<double, double, int, int> cases[] = {
+        {-1e300, infinity, 0, 5}, {0, 100, 0, 1},         {0, 100.1, 0, 2},     {105, 110, 1, 2}, {100, 121, 1, 3},
+        {199, 201, 2, 5},         {200, 250, 4, 5},       {250, 300, 5, 5},     {-10, 0, 0, 0},   {10, 10, 0, 0},
+        {20, 10, 0, 0},           {notANumber, 10, 0, 0}, {0, notANumber, 0, 0}};
+    for (const auto& [in, out, first, last] : cases)
     {
-        double in, out;
-        int first, last;
-    } cases[] = {{-1e300, infinity, 0, 5}, {0, 100, 0, 1},   {0, 100.1, 0, 2}, {105, 110, 1, 2},
-                 {100, 121, 1, 3},         {199, 201, 2, 5}, {200, 250, 4, 5}, {250, 300, 5, 5},
-                 {-10, 0, 0, 0},           {10, 10, 0, 0},   {20, 10, 0, 0},   {notANumber, 10, 0, 0},
-                 {0, notANumber, 0, 0}};
-    for (const auto& c : cases)
-    {
-        const DmElementSpan span = DmTreeTool::getElementsIn(cut.layer, c.in, c.out);
-        EXPECT_EQ(span.count(), c.last - c.first) << c.in << ' ' << c.out;
-        EXPECT_TRUE(span.count() == 0 || span.first == c.first) << c.in << ' ' << c.out;
+        const DmElementSpan span = DmTreeTool::getElementsIn(cut.layer, in, out);
+        EXPECT_EQ(span.count(), last - first) << in << ' ' << out;
+        EXPECT_TRUE(span.count() == 0 || span.first == first) << in << ' ' << out;
     }
     const auto holes = layerOf({gapOf(10, 10), cutAt(0), gapOf(30, 10)});
     EXPECT_EQ(DmTreeTool::getElementsIn(holes.get(), 22, 28).count(), 0);
@@ -118,20 +105,16 @@ TEST(PlayList, GivesElementsWithTheirTimes)
     TestCut cut;
     addAny(*cut.layer, {});
     addAny(*cut.layer, DmContainerNode::create(nullptr, DM_MEDIA_VIDEO, 250, 10, 5));
-    const struct
-    {
-        const DmTreeNode* element;
-        DmTimeRange record;
-        DmTimeRange source;
-    } expected[] = {{cut.one.get(), {0, 100}, {90000, 100}}, {cut.dissolve.get(), {100, 20}, {}},
-                    {cut.two.get(), {120, 80}, {90050, 80}}, {cut.cut.get(), {200, 0}, {}},
-                    {cut.gap.get(), {200, 50}, {}},          {cut.layer->getChild(6), {250, 10}, {5, 10}}};
+    const std::tuple<const DmTreeNode*, DmTimeRange, DmTimeRange> expected[] = {
+        {cut.one.get(), {0, 100}, {90000, 100}}, {cut.dissolve.get(), {100, 20}, {}},
+        {cut.two.get(), {120, 80}, {90050, 80}}, {cut.cut.get(), {200, 0}, {}},
+        {cut.gap.get(), {200, 50}, {}},          {cut.layer->getChild(6), {250, 10}, {5, 10}}};
     DmPlayListIterator it(cut.composition, 0);
-    for (const auto& e : expected)
+    for (const auto& [element, record, source] : expected)
     {
-        ASSERT_EQ(it.element(), e.element);
-        EXPECT_EQ(it.recordRange(), e.record);
-        EXPECT_EQ(it.sourceRange(), e.source);
+        ASSERT_EQ(it.element(), element);
+        EXPECT_EQ(it.recordRange(), record);
+        EXPECT_EQ(it.sourceRange(), source);
         it.next();
     }
     it.next();

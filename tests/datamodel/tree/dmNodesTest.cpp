@@ -62,12 +62,7 @@ TEST(Collection, CountsItsChildrenAndRefusesWhatIsNotThere)
 TEST(Containment, StopsTheProcessUnlessTheHostOpensTheGate)
 {
     const auto video = DmTrackNode::create(1, DM_MEDIA_VIDEO);
-    const struct
-    {
-        const char* cond; ///< what the host is asked; null: nothing
-        CoSharedPtr<DmCollectionNode> parent;
-        CoSharedPtr<DmTreeNode> child;
-    } cases[] = {
+    const std::tuple<const char*, CoSharedPtr<DmCollectionNode>, CoSharedPtr<DmTreeNode>> cases[] = {
         {nullptr, DmCompositionNode::create(), video},
         {nullptr, video, layer(DM_MEDIA_VIDEO)},
         {nullptr, layer(DM_MEDIA_VIDEO), DmGapNode::create(DM_MEDIA_VIDEO, 0, 1)},
@@ -81,19 +76,19 @@ TEST(Containment, StopsTheProcessUnlessTheHostOpensTheGate)
          DmCutNode::create(DM_MEDIA_VIDEO, 0)},
         {"\"A layer only contains transition or segment nodes\" == 0", layer(DM_MEDIA_VIDEO), DmBatchFxNode::create()},
     };
-    for (const auto& c : cases)
+    for (const auto& [cond, parent, child] : cases)
     {
-        SCOPED_TRACE(c.cond ? c.cond : "allowed");
-        if (c.cond)
+        SCOPED_TRACE(cond ? cond : "allowed");
+        if (cond)
         {
-            EXPECT_DEATH(c.parent->addChild(c.child), literally("(" + std::string(c.cond) + ") || zrAssertLogFlush()"));
+            EXPECT_DEATH(parent->addChild(child), literally("(" + std::string(cond) + ") || zrAssertLogFlush()"));
         }
         OpenGate gate;
-        EXPECT_EQ(c.parent->addChild(c.child), 1);
-        EXPECT_EQ(c.parent->insertChild(c.child.get(), 0), 2);
-        EXPECT_EQ(gate.failed, std::vector<std::string>(c.cond ? 2 : 0, c.cond ? c.cond : ""));
-        EXPECT_EQ(c.parent->removeChild(0), 1);
-        c.parent->removeChild(0);
+        EXPECT_EQ(parent->addChild(child), 1);
+        EXPECT_EQ(parent->insertChild(child.get(), 0), 2);
+        EXPECT_EQ(gate.failed, std::vector<std::string>(cond ? 2 : 0, cond ? cond : ""));
+        EXPECT_EQ(parent->removeChild(0), 1);
+        parent->removeChild(0);
     }
     const auto withoutGate = [&]
     {
@@ -175,18 +170,15 @@ TEST(Clone, SharesTheMaterialAndOwnsMarksEffectsAndRecords)
     EXPECT_EQ(input->getNumberOfPrimaryFrames(), 1);
     EXPECT_EQ(input->getNumberOfAltFrames(), 1);
     EXPECT_EQ(input->getNumberOfAudioFrames(), 1);
-    const struct
-    {
-        DmPropertySetPtr set;
-        const char* shared;
-    } cases[] = {{reel, "baseBlob children "},
-                 {composition, "altResolution "}, // a default is nobody's
-                 {marked, ""},
-                 {source, "srcInput srcMultiInput "},
-                 {DmTrxEffectNode::create(someEffect(), 0, 10), ""},
-                 {DmContainerNode::create(composition, DM_MEDIA_VIDEO, 0, 10), "composition "},
-                 {DmRoot::create(), ""},
-                 {input, "altResolution audioProperties "}};
+    const std::pair<DmPropertySetPtr, const char*> cases[] = {
+        {reel, "baseBlob children "},
+        {composition, "altResolution "}, // a default is nobody's
+        {marked, ""},
+        {source, "srcInput srcMultiInput "},
+        {DmTrxEffectNode::create(someEffect(), 0, 10), ""},
+        {DmContainerNode::create(composition, DM_MEDIA_VIDEO, 0, 10), "composition "},
+        {DmRoot::create(), ""},
+        {input, "altResolution audioProperties "}};
     for (const auto& [set, shared] : cases)
     {
         SCOPED_TRACE(dmUtf8(set->getPSetName()));
@@ -246,13 +238,7 @@ TEST(SharedDefault, IsNeverHandedOutForChange)
 
 TEST(StartTimeCode, IsSetInThreeForms)
 {
-    const struct
-    {
-        double frames;
-        const wchar_t* fcm;
-        const wchar_t* label;
-        double stored;
-    } cases[] = {
+    const std::tuple<double, const wchar_t*, const wchar_t*, double> cases[] = {
         {90000, L"25 fps", L"01:00:00:00", 90000},
         {107892, L"29.97 FPS df", L"01;00;00;00", 107892},
         {-30, L"30 fps", L"-00:00:01:00", -30},
@@ -262,15 +248,15 @@ TEST(StartTimeCode, IsSetInThreeForms)
         {1e12, L"24 fps", L"24855:08:05+0", 2147483647}, // 13 characters
         {std::nan(""), L"25 fps", L"00:00:00:00", 0},
     };
-    for (const auto& c : cases)
+    for (const auto& [frames, fcm, label, stored] : cases)
     {
         const auto composition = DmCompositionNode::create();
-        ok(composition->setStartTC(c.frames, c.fcm));
-        EXPECT_EQ(composition->getStartTcFcm(), c.fcm);
-        EXPECT_EQ(composition->getStartTCStr(), c.label) << c.frames;
-        double stored = 0;
-        EXPECT_EQ(composition->getPropertyValue(L"startTC", DM_DOUBLE, &stored), DM_NO_ERROR);
-        EXPECT_DOUBLE_EQ(stored, c.stored) << c.frames;
+        ok(composition->setStartTC(frames, fcm));
+        EXPECT_EQ(composition->getStartTcFcm(), fcm);
+        EXPECT_EQ(composition->getStartTCStr(), label) << frames;
+        double count = 0;
+        ok(composition->getPropertyValue(L"startTC", DM_DOUBLE, &count));
+        EXPECT_DOUBLE_EQ(count, stored) << frames;
     }
 }
 

@@ -327,16 +327,3 @@ TEST(Validation, OfASharedNodeIsThatOfItsCopies)
                          {"children[1]/children[0]/children[0]", L"Segment \"one\" has non-unique ID: one."},
                          {"children[1]/children[0]/children[2]", L"Segment \"two\" has non-unique ID: two."}}));
 }
-
-TEST(Validation, TakesIdsOfAnyLength)
-{
-    const zrTest::CapturingRouter router;
-    const std::wstring id(1 << 20, L'x');
-    TestCut cut;
-    for (const auto& segment : {cut.one, cut.two})
-        ok(segment->setSegmentId(DmString(std::wstring_view(id))));
-    EXPECT_FALSE(isValid(cut.composition, DM_VALIDATE_SEGMENT_IDS));
-    EXPECT_LE(router.messages.at(0).text().size(), 400U);
-    EXPECT_EQ(violations(cut.composition, DM_VALIDATE_SEGMENT_IDS).at(0).message,
-              L"Segment \"two\" has non-unique ID: " + id + L'.');
-}
