@@ -22,6 +22,9 @@ namespace interchange::otio
 namespace
 {
 
+constexpr Loss otherTransition{"transitions other than dissolves and wipes", "play as dissolves"};
+constexpr Loss otherGenerator{"generators of unknown kinds", "play black"};
+
 struct Generator
 {
     std::string_view kind;
@@ -162,23 +165,15 @@ void Items::refuseRate(const Value* object, double rate)
         "no frame-code mode has the rate " + std::to_string(rate) + "; name the mode to convert to");
 }
 
+void Items::lose(const Loss& loss)
+{
+    if (_report)
+        _report->lose(loss);
+}
+
 void Items::tell()
 {
-    if (!_report)
-        return;
-    struct Text
-    {
-        const char* what;
-        const char* choice;
-    };
-    constexpr std::array<Text, KindCount> texts{{{"transitions other than dissolves and wipes", "play as dissolves"},
-                                                 {"generators of unknown kinds", "play black"},
-                                                 {"objects of unknown schemas", "play as gaps"}}};
-    for (std::size_t i = 0; i < KindCount; ++i)
-        if (_counts[i] != 0)
-            _report->add(Report::Warning, 0,
-                         texts[i].what + (" (" + std::to_string(_counts[i])) + "): " + texts[i].choice);
-    if (_moved == 0)
+    if (!_report || _moved == 0)
         return;
     char by[96];
     std::snprintf(by, sizeof by, "by at most %.4g frames (%.4g ms)", _furthest, 1000.0 * _longest);
@@ -295,7 +290,7 @@ CoSharedPtr<DmSourceNode::Input> Items::generator(const Value& media, double len
     const auto* const known = std::ranges::find(generators, textOf(&media, "generator_kind"), &Generator::kind);
     const bool isKnown = known != generators.end();
     if (!isKnown)
-        count(OtherGenerator);
+        lose(otherGenerator);
     const auto generated =
         made(DmSourceNode::GeneratedInput::create(isKnown ? known->type : L"INPUT_BLACK", length, mediaType));
     require(generated->setFcm(_fcmText));
@@ -365,7 +360,7 @@ CoSharedPtr<DmEffectSettings> Items::mix(const Value& transition, eDmTreeMediaTy
     };
     const Mix mix = mixOf(transition);
     if (mix == Mix::Other || (mix == Mix::Wipe && mediaType == DM_MEDIA_AUDIO))
-        count(OtherTransition);
+        lose(otherTransition);
     if (mediaType == DM_MEDIA_AUDIO)
         return ofLength(DmADissolveSettings::create());
     if (mix != Mix::Wipe)

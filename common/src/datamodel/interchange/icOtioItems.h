@@ -15,7 +15,6 @@
 #include "dmSourceNode.h"
 #include "tuFcm.h"
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -76,20 +75,12 @@ public:
 
     // Messages
 
-    /// What is told once, with a count.
-    enum Kind : std::uint8_t
-    {
-        OtherTransition,
-        OtherGenerator,
-        OtherSchema,
-        KindCount
-    };
-    void count(Kind kind) { ++_counts[kind]; }
     void mistake(const Value* object, std::string what, std::string_view choice);
     void warn(const Value* object, std::string what) { add(Report::Warning, object, std::move(what)); }
     void add(Report::Level level, const Value* object, std::string what);
     void refuseRate(const Value* object, double rate);
-    /// Says what was counted, and what conversions between rates have cost.
+    void lose(const Loss& loss);
+    /// Says what conversions between rates have cost.
     void tell();
 
     // Any node
@@ -139,7 +130,6 @@ private:
     bool _anyRate;
     Report* _report;
     const ParsedText* _source;
-    std::array<std::size_t, KindCount> _counts{};
     std::size_t _moved = 0;
     double _furthest = 0; ///< in frames
     double _longest = 0;  ///< in seconds

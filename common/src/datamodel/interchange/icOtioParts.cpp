@@ -12,8 +12,12 @@
 #include "dmWipeSettings.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <optional>
+#include <string>
 #include <tuple>
+#include <vector>
 
 namespace interchange::otio
 {
@@ -21,22 +25,12 @@ namespace interchange::otio
 namespace
 {
 
-struct LossText
-{
-    const char* what;
-    const char* choice;
-};
-constexpr std::array<LossText, LossCount> lossTexts{{
-    {"effects other than constant speeds", "left out"},
-    {"transitions other than dissolves and wipes", "written as Custom_Transition"},
-    {"settings of wipes other than their pattern", "left out"},
-    {"colours and levels of generated sources", "left out"},
-    {"further channels of sources", "left out"},
-    {"further layers", "left out"},
-    {"cue marks of a colour that has no name", "written in the nearest one"},
-    {"nodes of kinds that have no place where they stand", "left out"},
-    {"containers nested too deeply", "written without what is inside"},
-}};
+constexpr Loss lostEffect{"effects other than constant speeds", "left out"};
+constexpr Loss otherMix{"transitions other than dissolves and wipes", "written as Custom_Transition"};
+constexpr Loss wipeSettings{"settings of wipes other than their pattern", "left out"};
+constexpr Loss generatorSettings{"colours and levels of generated sources", "left out"};
+constexpr Loss furtherChannel{"further channels of sources", "left out"};
+constexpr Loss markColour{"cue marks of a colour that has no name", "written in the nearest one"};
 
 bool isSame(double a, double b)
 {
@@ -168,14 +162,6 @@ bool isPlainWipe(const DmWipeSettings& wipe)
 
 } // namespace
 
-void Parts::tell(Report& report) const
-{
-    for (std::size_t i = 0; i < _losses.size(); ++i)
-        if (_losses[i] != 0)
-            report.add(Report::Warning, 0,
-                       lossTexts[i].what + (" (" + std::to_string(_losses[i])) + "): " + lossTexts[i].choice);
-}
-
 // JSON
 
 Value Parts::string(std::string_view text) const
@@ -257,9 +243,9 @@ void Parts::setMix(Value& object, const DmTrxEffectNode& node, bool isKept)
     const DmEffectSettings* const effect = node.getEffect();
     const MixOf now = mixOf(effect);
     if (now.mix == Mix::Other)
-        lose(OtherMix);
+        _report.lose(otherMix);
     if (const auto* const wipe = dynamic_cast<const DmWipeSettings*>(effect); wipe && !isPlainWipe(*wipe))
-        lose(WipeSettings);
+        _report.lose(wipeSettings);
     if (isKept && mixOf(_items.mix(object, node.getMediaType(), 0).get()) == now)
         return;
     set(object, "transition_type",
@@ -295,7 +281,7 @@ void Parts::setSource(Value& object, const DmSourceNode& node, bool isKept, Trim
         isKept ? _items.clip(object, node.getMediaType()) : CoSharedPtr<DmSourceNode>();
     if (input)
         setMedia(object, *input, fresh ? fresh->getSrcInput() : nullptr, base);
-    lose(FurtherChannel, static_cast<std::size_t>(node.getSrcMultiInput().count()));
+    _report.lose(furtherChannel, static_cast<std::size_t>(node.getSrcMultiInput().count()));
     setRange(object, node, before, base, isKept, trim);
     setDress(object, node, base);
 }
@@ -388,7 +374,7 @@ void Parts::setGenerator(Value& reference, const DmSourceNode::GeneratedInput& i
         {
             set(reference, "generator_kind", string(each.kind));
             if (each.hasSettings)
-                lose(GeneratorSettings);
+                _report.lose(generatorSettings);
         }
     if (!reference.HasMember("parameters"))
         set(reference, "parameters", Value(json::kObjectType));
@@ -455,7 +441,7 @@ void Parts::setMark(Value& marker, const DmCueMark& mark, const DmCueMark* befor
     const EdlColour& nearest = *std::ranges::min_element(
         edlColours(), {}, [&colour](const EdlColour& named) { return distance(colour, named); });
     if (distance(colour, nearest) != 0)
-        lose(MarkColour);
+        _report.lose(markColour);
     set(marker, "color", string(nearest.name));
 }
 
@@ -468,7 +454,7 @@ void Parts::setSpeed(Value& object, const DmSegmentNode& node)
         if (speed)
             now = speed;
         else if (effect)
-            lose(LostEffect);
+            _report.lose(lostEffect);
     }
     const CoSharedPtr<DmEffectSettings> before = Items::timewarp(object, node.getMediaType());
     const std::optional<double> then = speedOf(before.get());

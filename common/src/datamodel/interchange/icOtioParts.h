@@ -10,30 +10,10 @@
 
 #include "dmTrxEffectNode.h"
 
-#include <array>
-#include <cstdint>
-#include <optional>
-#include <string>
 #include <string_view>
-#include <vector>
 
 namespace interchange::otio
 {
-
-/// What the form cannot say.
-enum Loss : std::uint8_t
-{
-    LostEffect,
-    OtherMix,
-    WipeSettings,
-    GeneratorSettings,
-    FurtherChannel,
-    FurtherLayer,
-    MarkColour,
-    OtherNode,
-    TooDeep,
-    LossCount
-};
 
 /// What transitions have taken of a segment.
 struct Trim
@@ -45,17 +25,16 @@ struct Trim
 class Parts
 {
 public:
-    explicit Parts(json::Document& document)
+    /// The report gets what the form cannot say.
+    Parts(json::Document& document, Report& report)
         : _items(true, nullptr, nullptr)
         , _allocator(document.GetAllocator())
+        , _report(report)
     {
     }
 
     Items& items() { return _items; }
     json::Document::AllocatorType& allocator() { return _allocator; }
-    void lose(Loss loss, std::size_t count = 1) { _losses[loss] += count; }
-    /// A warning for every kind of loss.
-    void tell(Report& report) const;
 
     // JSON
 
@@ -96,7 +75,7 @@ private:
 
     Items _items;
     json::Document::AllocatorType& _allocator;
-    std::array<std::size_t, LossCount> _losses{};
+    Report& _report;
 };
 
 } // namespace interchange::otio

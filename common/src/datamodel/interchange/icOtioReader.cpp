@@ -27,6 +27,7 @@ namespace
 
 constexpr const char* noTimeline = "no timeline, stack, track or clip";
 constexpr const char* noObject = "a child that is no object";
+constexpr Loss otherSchema{"objects of unknown schemas", "play as gaps"};
 constexpr double leastLength = 0.5; ///< of a segment that a layer takes
 
 /// A child of a track: a segment, or a transition with its offsets.
@@ -353,7 +354,7 @@ CoSharedPtr<DmSegmentNode> Maker::segment(const Value& item, eDmTreeMediaType me
     if (isNested)
         _items.mistake(&item, "stacks nested too deeply", "what is inside plays as a gap");
     else if (schema != "Clip" && schema != "Gap" && schema != "Filler")
-        _items.count(Items::OtherSchema);
+        _items.lose(otherSchema);
     return finish(schema == "Clip" ? _items.clip(item, mediaType) : gap(item, mediaType), item, LeftOut::Nothing);
 }
 

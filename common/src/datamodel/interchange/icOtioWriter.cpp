@@ -23,6 +23,10 @@ using namespace otio;
 namespace
 {
 
+constexpr Loss furtherLayer{"further layers", "left out"};
+constexpr Loss otherNode{"nodes of kinds that have no place where they stand", "left out"};
+constexpr Loss tooDeep{"containers nested too deeply", "written without what is inside"};
+
 /// The frame-code mode that a composition names.
 DM::FrameCodeModes modeOf(const DmCompositionNode& node)
 {
@@ -37,7 +41,7 @@ public:
     Maker(DM::FrameCodeModes fcm, json::Document& document, Report& report)
         : _fcm(fcm)
         , _report(report)
-        , _parts(document)
+        , _parts(document, report)
     {
     }
 
@@ -67,14 +71,10 @@ private:
 
 Value Maker::root(const DmRoot& root)
 {
-    const DmTreeNode* const first = root.getChild(0);
-    const bool isOne = root.getNbChildren() == 1 && _parts.kept(root).IsNull();
-    const auto* const composition = dynamic_cast<const DmCompositionNode*>(first);
-    Value made = isOne && composition                                ? this->composition(*composition)
-                 : isOne && first && first->whatIs() == DM_REEL_NODE ? collection(*first)
-                                                                     : collection(root);
-    _parts.tell(_report);
-    return made;
+    const DmTreeNode* const only = root.getNbChildren() == 1 && _parts.kept(root).IsNull() ? root.getChild(0) : nullptr;
+    if (const auto* const composition = dynamic_cast<const DmCompositionNode*>(only))
+        return this->composition(*composition);
+    return collection(only && only->whatIs() == DM_REEL_NODE ? *only : static_cast<const DmTreeNode&>(root));
 }
 
 Value Maker::collection(const DmTreeNode& node)
@@ -93,7 +93,7 @@ Value Maker::collection(const DmTreeNode& node)
         else if (child && child->whatIs() == DM_REEL_NODE && node.whatIs() == DM_ROOT_NODE)
             children.PushBack(collection(*child), _parts.allocator());
         else
-            _parts.lose(OtherNode);
+            _report.lose(otherNode);
     }
     setChildren(made, std::move(children), isKept);
     return made;
@@ -181,7 +181,7 @@ Value Maker::tracks(const DmCompositionNode& node)
         if (const auto* const each = dynamic_cast<const DmTrackNode*>(node.getChild(i)))
             children.PushBack(track(*each), _parts.allocator());
         else
-            _parts.lose(OtherNode);
+            _report.lose(otherNode);
     return children;
 }
 
@@ -208,7 +208,7 @@ Value Maker::elements(const DmTrackNode& node)
     Value children(json::kArrayType);
     const auto* const layer = dynamic_cast<const DmLayerNode*>(node.getChild(0));
     if (node.getNbChildren() > 1)
-        _parts.lose(FurtherLayer, static_cast<std::size_t>(node.getNbChildren() - 1));
+        _report.lose(furtherLayer, static_cast<std::size_t>(node.getNbChildren() - 1));
     for (int i = 0; layer && i < layer->getNbChildren(); ++i)
         if (Value made = element(*layer, i); made.IsObject())
             children.PushBack(made, _parts.allocator());
@@ -225,7 +225,7 @@ Value Maker::element(const DmLayerNode& layer, int index)
     if (!segment)
     {
         if (!node || node->whatIs() != DM_CUT_NODE)
-            _parts.lose(OtherNode);
+            _report.lose(otherNode);
         return {};
     }
     if (const auto* const attached = dynamic_cast<const DmSegmentNode*>(node->getBaseBlob()))
@@ -302,7 +302,7 @@ Value Maker::segment(const DmSegmentNode& node, Trim trim)
         setChildren(made, std::move(children), isKept);
     }
     else if (container)
-        _parts.lose(TooDeep);
+        _report.lose(tooDeep);
     else if (const auto played = _parts.items().range(member(&made, "source_range")))
         before = {0, played->start, played->length, 0};
     _parts.setRange(made, node, before, before.base, isKept, trim);
