@@ -46,24 +46,4 @@ TEST(Mutex, AGuardReleasesOnlyWhatItTook)
     EXPECT_TRUE(mutex.unlock());
 }
 
-TEST(Mutex, LetsOneThreadInAtATime)
-{
-    DM::CoMutex mutex;
-    int count = 0;
-    {
-        std::jthread threads[4];
-        for (std::jthread& thread : threads)
-            thread = std::jthread(
-                [&]
-                {
-                    for (int turn = 0; turn < 5000; ++turn)
-                    {
-                        const DM::CoMutexGuard guard(mutex);
-                        ++count;
-                    }
-                });
-    }
-    EXPECT_EQ(count, 20000);
-}
-
 } // namespace

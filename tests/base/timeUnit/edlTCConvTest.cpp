@@ -33,8 +33,7 @@ TEST(EdlRelabelling, ConvertsTheOtherRates)
         {Edl25to24fps, 0, 0}, {Edl25to24fps, 90007, 90007}, {Edl25to24fps, -5, 0}, {Edl25to24fps, notANumber, 0},
         {Edl24to30fps, 4, 5}, {Edl24to30fps, 86400, 108000}, {Edl24to60fps, 5, 12}, {Edl60to30fps, 61, 30},
         {Edl60to30fps, 63, 31}, {Edl60to30fps, 216000, 108000}, {Edl60to30fps, -63, 31},
-        {Edl25to24fps, infinity, 2147483647}, {Edl24to60fps, infinity, 4294967294},
-        {Edl60to30fps, infinity, 1073741823}
+        {Edl25to24fps, infinity, 2147483647}, {Edl24to60fps, infinity, 4294967294}, {Edl60to30fps, infinity, 1073741823}
     };
     // clang-format on
     for (const auto& row : cases)

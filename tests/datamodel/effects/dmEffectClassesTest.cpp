@@ -31,8 +31,8 @@ struct EffectClass
 {
     const char *className, *typeName;
     const char* use; ///< "segment", "transition", "both" or "neither", then "video" or "audio"
-    /// The own ones in index order: "name Type default", with " optional" behind those that are skipped when they
-    /// hold it.
+    /// The own ones in index order: "name Type of what it holds, default", with " optional" behind those that are
+    /// skipped when they hold it.
     const char* properties;
     const char *attributes, *channels;
     const char* defaultAttributes; ///< of a fresh effect: "name=value"
@@ -159,13 +159,13 @@ constexpr EffectClass effectClasses[] = {
     // Layers.
     EFFECT(DmEffectLayer, "Effect", "neither video", LAYER_PROPERTIES, "", ""),
     EFFECT(DmTextLayer, "Text", "neither video",
-        LAYER_PROPERTIES ", paragraphs Vector-Property-Set, background Bool false, bgColorRed Float 0, "
+        LAYER_PROPERTIES ", paragraphs Vector-Property-Set of DmTextParagraph, background Bool false, bgColorRed Float 0, "
         "bgColorGreen Float 0, bgColorBlue Float 0, bgOpacity Float 1", "rollCrawlMode",
         "layerPositionX, layerPositionY, layerScaleX, layerScaleY, layerRotation, layerTransparency"),
-    EFFECT(DmPaintLayer, "Paint", "neither video", LAYER_PROPERTIES ", strokes Vector-Property-Set", "", ""),
+    EFFECT(DmPaintLayer, "Paint", "neither video", LAYER_PROPERTIES ", strokes Vector-Property-Set of DmStroke", "", ""),
     // Text and paint.
     EFFECT(DmTextSettings, "Text", "segment video",
-        "layers Vector-Property-Set, cropEnabled Bool false, cropLeft Int 0, cropRight Int 0, cropBottom Int 0, "
+        "layers Vector-Property-Set of DmTextLayer, cropEnabled Bool false, cropLeft Int 0, cropRight Int 0, cropBottom Int 0, "
         "cropTop Int 0", "", ""),
     EFFECT(DmTextParagraph, "Text", "neither video",
         "textStr String, imagePath String, fontName String, fontStyle Int 3, fontDir String, outline Bool false, "
@@ -175,7 +175,7 @@ constexpr EffectClass effectClasses[] = {
         "outWidth, outColorRed, outColorGreen, outColorBlue, outOpacity, underlineWidth, underlineColorRed, "
         "underlineColorGreen, underlineColorBlue, underlineOpacity, dropShadowColorRed, dropShadowColorGreen, "
         "dropShadowColorBlue, dropShadowOpacity, dropShadowSoftness, scaleX, scaleY, rotation"),
-    EFFECT(DmAnnotationSettings, "Annotation", "segment video", "layers Vector-Property-Set", "", ""),
+    EFFECT(DmAnnotationSettings, "Annotation", "segment video", "layers Vector-Property-Set of DmEffectLayer", "", ""),
 };
 #undef EFFECT
 // clang-format on
@@ -193,6 +193,7 @@ std::string describeProperties(const DmPropertySet& set, int first, int end)
         const DmPropertyDef& def = *set.classData().at(i);
         const std::string value = valueText(set, i);
         append(list, def._utf8Name + ' ' + dmUtf8(DmPSetHelper::getInstance().getStrFromType(def._type)) +
+                         (def._held ? " of " + dmUtf8(DmString(def._held->name)) : "") +
                          (value.empty() ? "" : ' ' + value) + (def._skipIfDefault ? " optional" : ""));
     }
     return list;
@@ -271,9 +272,11 @@ TEST(EffectClasses, AreWhatTheirTableSaysAndAllInIt)
         EXPECT_EQ(describeProperties(*effect, own, effect->classData().size()), row->properties);
         EXPECT_EQ(namesOf(*row->attributNames), row->attributes);
         EXPECT_EQ(namesOf(*row->channelNames), row->channels);
-        ASSERT_EQ(describeProperties(*effect, 0, own),
-                  "attributList Map-Property-Set, channelList Map-Property-Set, setupFileName String optional, "
-                  "setup CDATA optional, comment String optional, muted Bool false optional, output Property-Set");
+        ASSERT_EQ(
+            describeProperties(*effect, 0, own),
+            "attributList Map-Property-Set of DmSimpleChannel, channelList Map-Property-Set of DmAnimationChannel, "
+            "setupFileName String optional, setup CDATA optional, comment String optional, "
+            "muted Bool false optional, output Property-Set of DmMediaNode");
     }
 }
 
@@ -336,25 +339,20 @@ TEST(EffectClasses, ReachAttributesAndChannelsById)
 
 TEST(EffectParts, AreWhatTheirTablesSay)
 {
+    // clang-format off
     const struct
     {
         DmPropertySetPtr set;
         const char *className, *properties;
     } rows[] = {
         {stored(DmSimpleChannel::create()), "DmSimpleChannel", "name String, value String"},
-        {stored(DmAnimationChannel::create()), "DmAnimationChannel",
-         "name String, interpolation Int 1, extrapolation Int 0, version Float 1, value Float 0, "
-         "keyFrameList Vector-Property-Set"},
-        {stored(DmKeyFrame::create()), "DmKeyFrame",
-         "frame Float 0, value Float 0, interpMode Int 0, interpOrder Int 1, rightHandleX Float 0, "
-         "rightHandleY Float 0, leftHandleX Float 0, leftHandleY Float 0, breakVel Bool false, "
-         "autoRightVelocity Bool true, autoLeftVelocity Bool true, breakValue Bool false, autoPlateau Bool false"},
-        {stored(DmMediaNode::create()), "DmMediaNode",
-         "name String optional, path String optional, mediaType Enum 0, fileList Vector-String"},
+        {stored(DmAnimationChannel::create()), "DmAnimationChannel", "name String, interpolation Int 1, extrapolation Int 0, version Float 1, value Float 0, " "keyFrameList Vector-Property-Set of DmKeyFrame"},
+        {stored(DmKeyFrame::create()), "DmKeyFrame", "frame Float 0, value Float 0, interpMode Int 0, interpOrder Int 1, rightHandleX Float 0, " "rightHandleY Float 0, leftHandleX Float 0, leftHandleY Float 0, breakVel Bool false, " "autoRightVelocity Bool true, autoLeftVelocity Bool true, breakValue Bool false, autoPlateau Bool false"},
+        {stored(DmMediaNode::create()), "DmMediaNode", "name String optional, path String optional, mediaType Enum 0, fileList Vector-String"},
         {stored(DmPoint::create()), "DmPoint", "x Double 0, y Double 0, width Double 1"},
-        {stored(DmStroke::create()), "DmStroke",
-         "points Vector-Property-Set, red Float 0, green Float 0, blue Float 0, alpha Float 1, type String, "
-         "brush String"}};
+        {stored(DmStroke::create()), "DmStroke", "points Vector-Property-Set of DmPoint, red Float 0, green Float 0, blue Float 0, alpha Float 1, type String, " "brush String"}
+    };
+    // clang-format on
     for (const auto& row : rows)
     {
         EXPECT_EQ(dmUtf8(row.set->getPSetName()), row.className);

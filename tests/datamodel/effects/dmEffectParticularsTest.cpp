@@ -28,14 +28,12 @@ void nullAttribut(DmEffectSettings& effect, const wchar_t* name)
 
 TEST(ConvertSettings, CodesComeFromTheAttributesTexts)
 {
-    const wchar_t* const types[] = {L"RESIZE_CROP",
-                                    L"RESIZE_FIT",
-                                    L"RESIZE_FIT_ALL",
-                                    L"RESIZE_FIT_BOTH",
-                                    L"RESIZE_FIT_PAN",
-                                    L"RESIZE_FIT_PIXEL_BASED",
-                                    L"RESIZE_FIT_ALL_PIXEL_BASED",
-                                    L"RESIZE_INVALID_TYPE"};
+    // clang-format off
+    const wchar_t* const types[] = {
+        L"RESIZE_CROP", L"RESIZE_FIT", L"RESIZE_FIT_ALL", L"RESIZE_FIT_BOTH", L"RESIZE_FIT_PAN",
+        L"RESIZE_FIT_PIXEL_BASED", L"RESIZE_FIT_ALL_PIXEL_BASED", L"RESIZE_INVALID_TYPE"
+    };
+    // clang-format on
     const wchar_t* const filters[] = {L"RESIZE_ALL_PIXEL_BASED", L"RESIZE_BICUBIC", L"RESIZE_MITCHELL",
                                       L"RESIZE_TRIANGLE",        L"RESIZE_IMPULSE", L"RESIZE_INVALID_FILTER"};
     const auto effect = DmPPFxResizeSettings::create();

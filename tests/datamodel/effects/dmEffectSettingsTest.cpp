@@ -116,17 +116,6 @@ TEST(EffectChannels, ANullEntryCountsAsMissing)
     EXPECT_EQ(effect->getFocusAlignment(), DM_FOCUS_END);
 }
 
-TEST(EffectChannels, MapsAndOutputRefuseOtherClasses)
-{
-    const auto effect = someEffect();
-    const DmPropertySetPtr simple = stored(DmSimpleChannel::create(L"1"));
-    const DmPropertySetPtr animated = stored(DmAnimationChannel::create());
-    for (const auto& [map, wrong] :
-         {std::pair{DmEffectSettings::AttributList, animated}, {DmEffectSettings::ChannelList, simple}})
-        EXPECT_EQ(effect->setValueFromPropertyMap(map, DM_MAP_PROPERTY_SET, L"a", &wrong), DM_BAD_PROPERTY_TYPE);
-    EXPECT_EQ(effect->setPropertyValue(DmEffectSettings::Output, DM_PROPERTY_SET, &simple), DM_BAD_PROPERTY_TYPE);
-}
-
 TEST(EffectChannelsDeathTest, EmptyNamesStopTheProcess)
 {
     const auto effect = someEffect();

@@ -102,18 +102,17 @@ TEST(Font, OneThatIsNowhereIsReportedAndReplaced)
 {
     const std::wstring zero(L"DejaVu Sans\0", 12);
     const wchar_t noCharacter[] = {L'a', static_cast<wchar_t>(0xD800), 0};
+    // clang-format off
     const struct
     {
         DmString name;
         const char* shown;
-    } rows[] = {{L"No Such Typeface", "No Such Typeface"},
-                {L"Größe", "Größe"},
-                {L"", ""},
-                {L"*", "*"},
-                {L"DejaVu Sans:bold", "DejaVu Sans:bold"},
-                {DmString(zero), "DejaVu Sans"},
-                {noCharacter, nullptr},
-                {DmString(std::wstring(100000, L'x')), nullptr}};
+    } rows[] = {
+        {L"No Such Typeface", "No Such Typeface"}, {L"Größe", "Größe"}, {L"", ""}, {L"*", "*"},
+        {L"DejaVu Sans:bold", "DejaVu Sans:bold"}, {DmString(zero), "DejaVu Sans"}, {noCharacter, nullptr},
+        {DmString(std::wstring(100000, L'x')), nullptr}
+    };
+    // clang-format on
     for (const auto& row : rows)
     {
         const zrTest::CapturingRouter router;

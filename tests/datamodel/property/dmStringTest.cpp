@@ -41,7 +41,8 @@ extern "C" void* realloc(void* block, std::size_t bytes)
 TEST(String, EmptyInEveryWayIsTheSharedBuffer)
 {
     DmString moved(L"text");
-    const DmString taken(std::move(moved));
+    DmString taken;
+    taken = DmString(std::move(moved));
     DmString cleared(L"text");
     cleared.clear();
     DmString assignedNull(L"text");
@@ -115,16 +116,6 @@ TEST(String, ComparesByLengthAndCodeUnits)
     const DmString zeros(L"a\0b", 3);
     EXPECT_TRUE(zeros.length() == 3 && zeros[2] == L'b' && DmString(zeros) == zeros);
     EXPECT_TRUE(zeros == L"a") << "against a bare pointer the first zero ends the text";
-}
-
-TEST(String, MoveAssignmentGivesUpTheOldBuffer)
-{
-    DmString target;
-#if !defined(__SANITIZE_ADDRESS__)
-    target = L"lost";
-#endif
-    target = DmString(L"new");
-    EXPECT_TRUE(target == L"new");
 }
 
 #ifdef ZR_CAN_INJECT

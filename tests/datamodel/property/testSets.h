@@ -16,12 +16,9 @@ class TestPoint final : public DmConcrete<TestPoint>
 {
 public:
     static constexpr const wchar_t* className = L"TestPoint";
-    enum Property : int
-    {
-        X,
-        Y,
-        Label
-    };
+    // clang-format off
+    enum Property : int { X, Y, Label };
+    // clang-format on
 
     explicit TestPoint(const DmNodeId& id);
     eDmErrorId createList() override;
@@ -81,17 +78,9 @@ class TestOptional final : public DmConcrete<TestOptional>
 {
 public:
     static constexpr const wchar_t* className = L"TestOptional";
-    enum Property : int
-    {
-        Kind,
-        Number,
-        NotANumber,
-        Shared,
-        List,
-        Hex,
-        Any,
-        Anything
-    };
+    // clang-format off
+    enum Property : int { Kind, Number, NotANumber, Shared, List, Hex, Any, Anything };
+    // clang-format on
 
     explicit TestOptional(const DmNodeId& id);
     eDmErrorId createList() override;
