@@ -109,7 +109,8 @@ TEST(ConfigFile, AFileThatIsNoneIsRefused)
           {"/dev/zero", "/dev/zero: too large"},
           {"/proc/self/exe", "binary data"}})
     {
-        const std::string what = complaint([&] { return CoConfigFileReader{std::string(path)}; });
+        const std::string file = path;
+        const std::string what = complaint([&] { return CoConfigFileReader(file); });
         EXPECT_NE(what.find(part), std::string::npos) << what;
     }
 }

@@ -69,8 +69,8 @@ TEST(Exception, SharesItsBufferBetweenMessageLocationAndExpertData)
         CoException error(12, "reader");
         error.setWhat(message.c_str(), c.expert == none ? nullptr : "%s", expert.c_str());
         std::string what = message.substr(0, c.keptMessage);
-        if (c.verbose)
-            what += location + (c.keepsExpert ? " " + expert : "");
+        what += c.verbose ? location : "";
+        what += c.verbose && c.keepsExpert ? " " + expert : "";
         const std::string context = testing::PrintToString(c.message) + "/" + testing::PrintToString(c.expert);
         EXPECT_EQ(std::string(error.what()).substr(0, what.size()), what) << context;
         EXPECT_TRUE(c.verbose || error.what() == what) << context;

@@ -36,9 +36,9 @@ TEST(TimeThreads, ConvertTheSameFromEveryThread)
 {
     const DefaultFcm scope(FCM_59_94_DF);
     const std::string expected = conversions();
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 8; ++i)
-        threads.emplace_back(
+    std::jthread threads[8];
+    for (std::jthread& thread : threads)
+        thread = std::jthread(
             [&]
             {
                 // A host that sets what is set already disturbs nobody.

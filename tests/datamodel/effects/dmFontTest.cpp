@@ -160,7 +160,7 @@ TEST(Font, IsLookedForFromManyThreads)
 {
     const zrTest::CapturingRouter router;
     const auto expected = paragraphIn(L"DejaVu Sans")->buildFontName();
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] { EXPECT_EQ(paragraphIn(L"DejaVu Sans")->buildFontName(), expected); });
+    std::jthread threads[4];
+    for (std::jthread& thread : threads)
+        thread = std::jthread([&] { EXPECT_EQ(paragraphIn(L"DejaVu Sans")->buildFontName(), expected); });
 }
