@@ -93,8 +93,10 @@ TEST_F(DmtreeSchema, AcceptsEveryClassWithEveryPropertyAndTheExamples)
     const std::string file = directory.path("all.json");
     const DmStatus status = DmTreeJsonBuilder::generate(root, file.c_str());
     ASSERT_FALSE(status.failed()) << dmUtf8(status.info());
-    const auto result = validate({file, ZR_EXAMPLES "/commercial-25.json", ZR_EXAMPLES "/news-29.97df.json",
-                                  ZR_EXAMPLES "/feature-23.976.json", ZR_EXAMPLES "/commercial-with-mistakes.json"});
+    std::vector<std::string> documents = {file};
+    for (const char* const name : {"commercial-25", "news-29.97df", "feature-23.976", "commercial-with-mistakes"})
+        documents.push_back(std::string(ZR_EXAMPLES "/") + name + ".json");
+    const auto result = validate(documents);
     EXPECT_EQ(result.out, "valid\nvalid\nvalid\nvalid\nvalid\n") << result.err;
 }
 
