@@ -54,7 +54,7 @@ TEST_F(DmtreeConvert, NamesMistakesAndLeavesTheOutputAsItWas)
         {{"--fcm", "25 fps", "wrong.edl", "there.json"},
          "wrong.edl:7: the source has 75 frames, the record side 50..."},
         {{"wrong.json", "there.edl"}, "wrong.json: ..."},
-        {{"none.json", "there.edl"}, "...: the document holds no composition\n"},
+        {{"none.json", "there.edl"}, "none.json: the document holds no composition\n"},
         {{"absent.edl", "there.json"}, "dmtree: absent.edl: No such file or directory\n..."},
         {{"list.edl", "there.xml"}, "dmtree: there.xml: the extension names no format that there is; ..."},
         {{"list", "there.json"}, "dmtree: list: the extension names no format that there is; ..."},

@@ -117,7 +117,7 @@ int convert(const Options& options)
     std::cerr << reading.toString();
     if (!root)
         return dmtree::Unusable;
-    Report writing(options.out);
+    Report writing(options.in);
     const bool done = to.write(*root, options, writing);
     std::cerr << writing.toString();
     return done ? dmtree::Fine : dmtree::Unusable;
