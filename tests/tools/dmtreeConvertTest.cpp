@@ -45,7 +45,7 @@ TEST_F(DmtreeConvert, TurnsAListIntoADocumentAndBack)
 TEST_F(DmtreeConvert, NamesMistakesAndLeavesTheOutputAsItWas)
 {
     write("wrong.edl", list + "003  A        V     C        01:00:00:00 01:00:03:00 10:00:04:00 10:00:06:00\n");
-    write("wrong.json", "{\"DmRoot\": ");
+    write("wrong.json", "{\"DmRoot\":\n");
     write("none.json", "{\"DmRoot\": {\"classId\": 10, \"name\": \"untitled\", \"comment\": \"\", \"children\": []}}");
     write("list.edl", list);
     write("there.json", "old");
@@ -53,7 +53,7 @@ TEST_F(DmtreeConvert, NamesMistakesAndLeavesTheOutputAsItWas)
     const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{"--fcm", "25 fps", "wrong.edl", "there.json"},
          "wrong.edl:7: the source has 75 frames, the record side 50..."},
-        {{"wrong.json", "there.edl"}, "wrong.json: ..."},
+        {{"wrong.json", "there.edl"}, "wrong.json:2: JSON parse error : ..."},
         {{"none.json", "there.edl"}, "none.json: the document holds no composition\n"},
         {{"absent.edl", "there.json"}, "dmtree: absent.edl: No such file or directory\n..."},
         {{"list.edl", "there.xml"}, "dmtree: there.xml: the extension names no format that there is; ..."},

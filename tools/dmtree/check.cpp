@@ -135,7 +135,7 @@ Report checkFile(const std::string& file, const Options& options)
 {
     Report report;
     const dmtree::Document document = dmtree::openDocument(file);
-    report.error = document.error;
+    report.error = document.what();
     if (!document.root)
         return report;
 

@@ -43,7 +43,7 @@ CoSharedPtr<DmRoot> readJson(const Options& options, Report& report)
 {
     dmtree::Document document = dmtree::openDocument(options.in);
     if (!document.root)
-        report.add(Report::Error, 0, std::move(document.error));
+        report.add(Report::Error, static_cast<std::uint32_t>(document.place.line), std::move(document.error));
     return document.root;
 }
 

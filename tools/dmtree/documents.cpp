@@ -1,6 +1,5 @@
 #include "documents.h"
 
-#include "dmJsonImporter.h"
 #include "dmUtf8.h"
 
 #include <fcntl.h>
@@ -108,26 +107,26 @@ private:
 Document openDocument(const std::string& path)
 {
     Document document;
-    DmJsonPlace place;
     Input input(path);
     if (input.error() == 0)
-        if (const DmStatus status = DmJsonImporter::importRoot(input, document.root, &place); status.failed())
-        {
-            if (place.line != 0)
-                document.error =
-                    "line " + std::to_string(place.line) + ", column " + std::to_string(place.column) + ": ";
-            document.error += dmUtf8(status.info());
-        }
+        document.error = dmUtf8(DmJsonImporter::importRoot(input, document.root, &document.place).info());
     if (input.error() != 0) // what was read is not the document
-        document = {{}, std::strerror(input.error())};
+        document = {{}, std::strerror(input.error()), {}};
     return document;
+}
+
+std::string Document::what() const
+{
+    if (place.line == 0)
+        return error;
+    return "line " + std::to_string(place.line) + ", column " + std::to_string(place.column) + ": " + error;
 }
 
 CoSharedPtr<DmRoot> requireDocument(const std::string& path)
 {
     Document document = openDocument(path);
     if (!document.root)
-        throw std::runtime_error(path + ": " + document.error);
+        throw std::runtime_error(path + ": " + document.what());
     return document.root;
 }
 

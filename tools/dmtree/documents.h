@@ -2,6 +2,7 @@
 #pragma once
 
 #include "CoMsg.h"
+#include "dmJsonImporter.h"
 #include "dmRoot.h"
 #include "dmTreeJsonBuilder.h"
 
@@ -19,6 +20,10 @@ struct Document
 {
     CoSharedPtr<DmRoot> root; ///< null when the file is no document that can be read
     std::string error;        ///< then why, without the file's name
+    DmJsonPlace place;        ///< and where
+
+    /// The error with its place.
+    std::string what() const;
 };
 
 /// A file of more than a few megabytes shows a progress bar where standard error is a terminal.
