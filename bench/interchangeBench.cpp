@@ -1,8 +1,8 @@
 /// Reading a cut list of 10 000 events against splitting the same bytes into lines.
+#include "dmTreeTool.h"
 #include "icEdlReader.h"
 #include "icEdlToTree.h"
 #include "icEdlWriter.h"
-#include "dmTreeTool.h"
 #include "zrAllocations.h"
 #include "zrRatio.h"
 
@@ -95,7 +95,8 @@ int main()
     const CoSharedPtr<DmRoot> document = toTree(text);
     zrRatio::print(
         "turn a cut list of 10 000 events into a document / clone that document", 2,
-        [&] { benchmark::DoNotOptimize(toTree(text)); }, [&] { benchmark::DoNotOptimize(DmTreeTool::deepClone(document)); }, 11);
+        [&] { benchmark::DoNotOptimize(toTree(text)); },
+        [&] { benchmark::DoNotOptimize(DmTreeTool::deepClone(document)); }, 11);
 
     const std::string twice = makeList(20'000);
     std::printf("allocations for a document of 20 000 events / of 10 000: ratio %.2f (limit 2.05)\n",

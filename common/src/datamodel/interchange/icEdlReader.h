@@ -17,9 +17,9 @@
 ///
 /// # Mistakes
 ///
-/// An error in a strict report; in a lenient one, a warning, and reading goes on as docs/lists.md says for each. Keys are
-/// kept with a warning, and so is every line whose keyword is known but not what stands behind it. Binary data and a text
-/// that holds neither event nor title are errors in any report.
+/// An error in a strict report; in a lenient one, a warning, and reading goes on as docs/lists.md says for each. Keys
+/// are kept with a warning, and so is every line whose keyword is known but not what stands behind it. Binary data and
+/// a text that holds neither event nor title are errors in any report.
 #pragma once
 
 #include "icEdlList.h"
