@@ -264,6 +264,15 @@ TEST(EdlTree, ShowsEditsInTheList)
         c.edit(tree);
         EXPECT_EQ(toText(*tree.root).text, head + c.expected);
     }
+
+    // A speed's source side is the list's own figure, as long as it begins where it did.
+    Converted fast =
+        toTree(readClean(head + "001  A  V  C  01:00:00:00 01:00:04:01 10:00:00:00 10:00:02:00\nM2 A 050.0 "
+                                "01:00:00:00\n"));
+    ok(dynamic_cast<DmSourceNode::MediaInput&>(*fast.source(0).getSrcInput()).setSrcIn(75));
+    EXPECT_EQ(toText(*fast.root).text,
+              head + "001  A        V     C        00:00:03:00 00:00:07:00 10:00:00:00 10:00:02:00\n"
+                     "M2   A              050.0                00:00:03:00\n");
 }
 
 TEST(EdlTree, WritesAnyDocumentAndSaysWhatAListCannot)

@@ -215,8 +215,10 @@ void EdlLineMaker::setMaterial(EdlLine& line, const DmSourceNode& source, double
         event.source.out = event.source.in + (speed == 0 ? 1 : static_cast<std::int64_t>(std::round(length)));
     }
     if (event.speed)
-        event.speed->at =
-            kept && kept->speed && *event.speed == EdlSpeed{kept->speed->fps, 0} ? kept->speed->at : event.source.in;
+    {
+        const bool isAsBefore = kept && kept->speed && kept->speed->fps == event.speed->fps;
+        event.speed->at = isAsBefore && kept->source.in == event.source.in ? kept->speed->at : event.source.in;
+    }
 }
 
 double EdlLineMaker::setEffects(EdlLine& line, const DmSegmentNode& segment, const EdlKept* kept)
