@@ -313,6 +313,17 @@ TEST(Validation, LooksAtSharedCompositionsOnce)
     EXPECT_EQ(found.back(), (Found{element(2), badContainer}));
 }
 
+TEST(Validation, OfAWholeTreeTellsItsCompositionsApart)
+{
+    const TestCut cut;
+    const auto root = DmRoot::create();
+    root->addChild(cut.composition);
+    root->addChild(DmTreeTool::deepClone(cut.composition)); // of the same ids
+    DmValidationVisitor visitor(DM_VALIDATE_ALL);
+    ok(DmPreIt(root).apply(visitor));
+    EXPECT_TRUE(visitor.isValid());
+}
+
 TEST(Validation, OfASharedNodeIsThatOfItsCopies)
 {
     // The same segment in two places is, once saved and read again, two segments of one id.
