@@ -1,5 +1,9 @@
+#include "icEdlReader.h"
+#include "icEdlToTree.h"
+#include "icEdlWriter.h"
 #include "icOtioReader.h"
 #include "icOtioWriter.h"
+#include "icTreeToEdl.h"
 
 #include "dmColourEffects.h"
 #include "dmCompositionNode.h"
@@ -19,6 +23,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <functional>
 
 using namespace interchange;
@@ -180,6 +185,17 @@ TEST(Otio, GivesEveryMemberBack)
         {"track reaching beyond what it holds", track(one, "Video", R"(,"source_range":)" + range(3, 700))},
         {"members of tracks and stacks",
          timeline(track(one, "Odd", R"(,"metadata":{"a":1},"markers":[1],"effects":[2],"enabled":false)"))},
+        {"looks of integers, and with more members",
+         track(clip("a", range(0, 5),
+                    R"(,"metadata":{"cdl":{"asc_sop":{"power":[1,2,3],"slope":[1,1.5,1],)"
+                    R"("offset":[0,0,0],"odd":1},"id":"x","asc_sat":null}})") +
+               "," + clip("b", range(0, 5), R"(,"metadata":{"cdl":{"asc_sat":2}})"))},
+        {"what is no look",
+         track(clip("a", range(0, 5), R"(,"metadata":{"cdl":[1,0.5]})") + "," +
+               clip("b", range(0, 5), R"(,"metadata":{"cdl":{"asc_sop":{"slope":[1,1,1]},"asc_sat":0.5}})") + "," +
+               clip("c", range(0, 5), R"(,"metadata":{"cdl":{"asc_sat":Infinity}})"))},
+        {"look of sound", track(clip("a", range(0, 5), R"(,"metadata":{"cdl":{"asc_sat":0.5}})"), "Audio")},
+        {"comments of cut lists", clip("a", range(0, 5), R"(,"metadata":{"cmx_3600":{"comments":["x",7]}})")},
         {"children that none expects", clip("a", range(0, 5), R"(,"children":[1])")},
         {"nothing", R"({"OTIO_SCHEMA":"Timeline.1","tracks":null})"},
         {"no children", R"({"OTIO_SCHEMA":"Timeline.1","tracks":{"OTIO_SCHEMA":"Stack.1"}})"},
@@ -229,11 +245,15 @@ TEST(Otio, PutsWhatFilesSayIntoTheModel)
     const auto wipe = [&](const Read& made) { return dynamic_cast<const DmWipeSettings*>(effect(made)); };
     const auto speed = [](const Read& made)
     { return dynamic_cast<const DmVTimewarpSettings&>(*made.segment(0).getEffects()[0]).getSpeed(); };
+    const auto look = [](const Read& made)
+    { return dynamic_cast<const DmLookSettings*>(made.segment(0).getEffects()[0].get()); };
+    const auto hasNoEffect = [](const Read& made) { return made.segment(0).getEffects().count() == 0; };
     const auto mark = [](const Read& made) -> const DmCueMark&
     { return dynamic_cast<const DmCueMark&>(*made.segment(0).getSegmentMarks()[0]); };
     const auto inside = [](const Read& made) -> const DmCompositionNode&
     { return *dynamic_cast<DmContainerNode&>(made.element(0)).getComposition(); };
     const auto warp = [](const char* schema) { return R"(,"effects":[{"OTIO_SCHEMA":)" + std::string(schema) + "}]"; };
+    const auto cdl = [](const std::string& members) { return R"(,"metadata":{"cdl":{)" + members + "}}"; };
     const auto marker = [](const char* colour) {
         return R"(,"markers":[{"OTIO_SCHEMA":"Marker.2","marked_range":)" + range(12, 3) + R"(,"color":)" + colour +
                "}]";
@@ -271,6 +291,23 @@ TEST(Otio, PutsWhatFilesSayIntoTheModel)
         {"speed", single(warp(R"("LinearTimeWarp.1","time_scalar":-0.5)")),
          [&](const Read& made) { return speed(made) == -0.5; }},
         {"still", single(warp(R"("FreezeFrame.1")")), [&](const Read& made) { return speed(made) == 0; }},
+        {"look", single(cdl(R"("asc_sop":{"slope":[1,1.5,1],"offset":[0,0,-0.1],"power":[1,1,2]},"asc_sat":0.5)")),
+         [&](const Read& made)
+         {
+             return look(made)->getSlopeG() == 1.5 && look(made)->getOffsetB() == -0.1 &&
+                    look(made)->getPowerB() == 2 && look(made)->getSaturation() == 0.5 &&
+                    look(made)->getComment().empty();
+         }},
+        {"look without a saturation", single(cdl(R"("asc_sop":{"slope":[2,1,1],"offset":[0,0,0],"power":[1,1,1]})")),
+         [&](const Read& made) { return look(made)->getSlopeR() == 2 && look(made)->getComment() == L"ASC_SOP"; }},
+        {"look of a saturation", single(cdl(R"("asc_sat":0)")),
+         [&](const Read& made) { return look(made)->getSaturation() == 0 && look(made)->getComment() == L"ASC_SAT"; }},
+        {"two numbers for three", single(cdl(R"("asc_sop":{"slope":[1,1],"offset":[0,0,0],"power":[1,1,1]})")),
+         hasNoEffect},
+        {"a text for a number", single(cdl(R"("asc_sop":{"slope":[1,1,"1"],"offset":[0,0,0],"power":[1,1,1]})")),
+         hasNoEffect},
+        {"a number for a look", single(R"(,"metadata":{"cdl":1})"), hasNoEffect},
+        {"a text for a saturation", single(cdl(R"("asc_sat":"0.5")")), hasNoEffect},
         {"mute", single(R"(,"enabled":false)"), [&](const Read& made) { return made.segment(0).getMuted(); }},
         {"marker", one.substr(0, one.size() - 1) + marker(R"("PINK")") + "}",
          [&](const Read& made)
@@ -335,6 +372,8 @@ TEST(Otio, WritesWhatWasEdited)
     { return *dynamic_cast<DmSourceNode&>(made.element(0)).getSrcInput(); };
     const auto mark = [](const Read& made) -> DmCueMark&
     { return dynamic_cast<DmCueMark&>(*made.segment(0).getSegmentMarks()[0]); };
+    const auto look = [](const Read& made) -> DmLookSettings&
+    { return dynamic_cast<DmLookSettings&>(*made.segment(0).getEffects()[0]); };
     const auto mix = [](const Read& made) -> DmTrxEffectNode&
     { return dynamic_cast<DmTrxEffectNode&>(made.element(1)); };
     const auto wipe = []
@@ -357,7 +396,7 @@ TEST(Otio, WritesWhatWasEdited)
         {"path", [&](const Read& made) { return input(made).getSrcInfo()->setPath(L"b.mov"); },
          R"("target_url":"b.mov")"},
         {"reel", [&](const Read& made) { return input(made).getSrcInfo()->setReelName(L"B2"); },
-         R"("metadata":{"k":1,"cmx_3600":{"reel":"B2"}})"},
+         R"("cmx_3600":{"reel":"B2"}})"},
         {"marker", [](const Read& made) { return made.segment(0).addSegmentMark(DmCueMark::create(L"hit", 3)); },
          R"("name":"hit")"},
         {"time of a marker", [&](const Read& made) { return mark(made).setCueMarkTime(3); },
@@ -367,8 +406,16 @@ TEST(Otio, WritesWhatWasEdited)
         {"no marker", [](const Read& made) { return made.segment(0).removeSegmentMark(0); }, R"("markers":[])"},
         {"speed", [](const Read& made) { return made.segment(0).addEffect(DmVTimewarpSettings::create()); },
          R"("time_scalar":1.0)"},
-        {"another effect", [](const Read& made) { return made.segment(0).addEffect(DmLookSettings::create()); },
-         "effects other than constant speeds (1): left out"},
+        {"another look", [](const Read& made) { return made.segment(0).addEffect(DmLookSettings::create()); },
+         "effects other than one constant speed and one look (1): left out"},
+        {"saturation", [&](const Read& made) { return look(made).setSaturation(2); },
+         R"("cdl":{"asc_sop":{"slope":[1,1,2],"offset":[0,0,0],"power":[1,1,1],"odd":2},"id":"x","asc_sat":2.0}})"},
+        {"slope", [&](const Read& made) { return look(made).setSlopeR(0.5); },
+         R"("cdl":{"asc_sop":{"slope":[0.5,1.0,2.0],"offset":[0.0,0.0,0.0],"power":[1.0,1.0,1.0],"odd":2},"id":"x"}})"},
+        {"a number that is none", [&](const Read& made) { return look(made).setPowerG(std::nan("")); },
+         "effects other than one constant speed and one look (1): left out"},
+        {"no look", [](const Read& made) { return made.segment(0).removeEffect(0); },
+         R"("metadata":{"k":1,"cdl":{"id":"x"}})"},
         {"offset of a transition", [&](const Read& made) { return mix(made).setRelIn(3); },
          R"("in_offset":)" + time(3)},
         {"wipe", [&](const Read& made) { return mix(made).setEffect(wipe()); },
@@ -387,8 +434,10 @@ TEST(Otio, WritesWhatWasEdited)
     for (const Case& each : cases)
     {
         SCOPED_TRACE(each.what);
-        const std::string marker = R"(,"markers":[{"OTIO_SCHEMA":"Marker.2","odd":3,"marked_range":)" + range(5, 0) +
-                                   R"(,"color":"RED"}],"odd":1,"metadata":{"k":1})";
+        const std::string marker =
+            R"(,"markers":[{"OTIO_SCHEMA":"Marker.2","odd":3,"marked_range":)" + range(5, 0) +
+            R"(,"color":"RED"}],"odd":1,"metadata":{"k":1,"cdl":{"asc_sop":{"slope":[1,1,2],"offset":[0,0,0],)" +
+            R"("power":[1,1,1],"odd":2},"id":"x"}})";
         const Read made = read(timeline(track(clip("one", range(10, 20), file(range(0, 50)) + marker) + "," +
                                               transition(4, 0) + "," + clip("next", range(0, 9)))));
         ASSERT_TRUE(made.root) << made.messages;
@@ -430,6 +479,61 @@ TEST(Otio, WritesDocumentsOfOtherOrigin)
           std::string(R"("target_url":"a.mov")"), std::string(R"("OTIO_SCHEMA":"Gap.1")")})
         EXPECT_NE(text.find(expected), std::string::npos) << expected << "\n" << text;
     EXPECT_EQ(write(*read(text).root), text);
+}
+
+TEST(Otio, CarriesCutListsThrough)
+{
+    struct Case
+    {
+        const char* feature;
+        std::string events;
+        const char* written = "";
+        const char* message = ""; ///< of writing OpenTimelineIO
+    };
+    const std::string first = "001  A1       V     C        01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n";
+    const std::string outgoing = "002  A1       V     C        01:00:04:00 01:00:04:00 10:00:04:00 10:00:04:00\n";
+    const std::string mix = "002  A2       V     D    025 02:00:00:00 02:00:03:00 10:00:04:00 10:00:07:00\n";
+    const std::string other = "002  A3       V     C        01:00:04:00 01:00:04:00 10:00:04:00 10:00:04:00\n";
+    const std::string names = "* FROM CLIP NAME: one\n* SOURCE FILE: one.mov\n* SOURCE PATH: /one\n";
+    const Case cases[] = {
+        {"looks",
+         first + "* ASC_SOP (1.1000 1.0000 0.9500)(0.0100 0.0000 -0.0100)(1.0000 1.0000 1.2000)\n* ASC_SAT 0.9000\n",
+         R"("cdl":{"asc_sop":{"slope":[1.1,1.0,0.95],"offset":[0.01,0.0,-0.01],"power":[1.0,1.0,1.2]},"asc_sat":0.9})"},
+        {"a saturation", first + "* ASC_SAT 0.9000\n", R"("cdl":{"asc_sat":0.9})"},
+        {"notes", first + "* a still\nEFFECTS NAME IS BLUR\nSPLIT:    AUDIO DELAY= 00:00:01:00\n* KEY CLIP NAME: k\n",
+         R"("comments":["a still","EFFECTS NAME IS BLUR","SPLIT:    AUDIO DELAY= 00:00:01:00","KEY CLIP NAME: k"])"},
+        {"names, of which the model has its own", first + names, R"("metadata":{"cmx_3600":{"reel":"A1"}})"},
+        {"notes of the head", "* of the whole\n" + first, R"("comments":["of the whole"])"},
+        {"notes of a transition", first + outgoing + "* from\n" + mix + "* to\n", R"("comments":["from"])"},
+        {"a note of picture and sound",
+         "001  A1       B     C        01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n* both\n"},
+        {"a speed", "001  A1       V     C        01:00:00:00 01:00:08:00 10:00:00:00 10:00:04:00\n"
+                    "M2   A1             050.0                01:00:00:00\n"},
+        {"an outgoing side of its own", first + other + mix, nullptr,
+         "outgoing sides of transitions that do not go on from what plays before (1): left out"},
+        {"a source side of its own",
+         "001  A1       V     C        01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n"
+         "M2   A1             000.0                01:00:00:00\n",
+         nullptr, "speeds and source sides that do not follow from lengths (1): written as if they did"},
+        {"a background", "001  A1       V     K B      01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n", nullptr,
+         "backgrounds of keys and wipes of sound (1): written as clips and dissolves"},
+    };
+    for (const Case& each : cases)
+    {
+        SCOPED_TRACE(each.feature);
+        const std::string text = "TITLE: cut\nFCM: NON-DROP FRAME\n" + each.events;
+        Report report("cut.edl");
+        const CoSharedPtr<DmRoot> listed = edlToTree(*readEdl(text, DM::FCM_25, report), report);
+        ASSERT_TRUE(listed) << report.toString();
+        const std::string written = write(*listed);
+        EXPECT_EQ(written.find("warning: ") == written.npos, *each.message == 0) << written;
+        EXPECT_NE(written.find(each.message), std::string::npos) << written;
+        const CoSharedPtr<DmRoot> back = read(written.substr(0, written.find("cut.json"))).root;
+        ASSERT_TRUE(back);
+        const std::string again = writeEdl(*treeToEdl(*back, DM::FCM_25, report));
+        EXPECT_EQ(again == text, each.written != nullptr) << again;
+        EXPECT_NE(written.find(each.written ? each.written : ""), std::string::npos) << written;
+    }
 }
 
 TEST(Otio, SaysWhatIsWrongAndWhere)

@@ -6,6 +6,7 @@
 #include "dmUtf8.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace interchange
@@ -137,6 +138,30 @@ std::optional<EdlKept> EdlKept::of(const DmTreeNode& node)
             kept.notes.push_back({static_cast<EdlNoteKind>(*kind), std::string(line)});
     }
     return kept;
+}
+
+bool isOfModel(EdlNoteKind kind)
+{
+    constexpr std::array kinds{EdlNoteKind::FromClipName, EdlNoteKind::ToClipName, EdlNoteKind::SourceFile,
+                               EdlNoteKind::SourcePath};
+    return std::ranges::find(kinds, kind) != kinds.end();
+}
+
+std::string edlNoteText(const EdlKept::Note& note)
+{
+    return std::string(edlNotePrefix(note.kind)).append(note.text);
+}
+
+EdlKept::Note edlNoteOf(std::string_view text)
+{
+    for (int i = 0; i < noteKinds; ++i)
+    {
+        const auto kind = static_cast<EdlNoteKind>(i);
+        const std::string_view prefix = trimmed(edlNotePrefix(kind));
+        if (!prefix.empty() && text.starts_with(prefix))
+            return {kind, std::string(trimmed(text.substr(prefix.size())))};
+    }
+    return {EdlNoteKind::Comment, std::string(text)};
 }
 
 DmString toDmString(std::string_view utf8)

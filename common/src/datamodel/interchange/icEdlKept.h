@@ -23,6 +23,8 @@ struct EdlKept
     {
         EdlNoteKind kind;
         std::string text;
+
+        bool operator==(const Note&) const = default;
     };
 
     std::optional<std::uint32_t> position; ///< of the event in its list
@@ -47,6 +49,13 @@ struct EdlKept
     /// None where the node has no such blob. What cannot be read, in a document that somebody changed, is passed over.
     static std::optional<EdlKept> of(const DmTreeNode& node);
 };
+
+/// Whether the model has what notes of a kind say: the names of clips and files.
+bool isOfModel(EdlNoteKind kind);
+/// As a list has it, without the "* " in front.
+std::string edlNoteText(const EdlKept::Note& note);
+/// The note that such a text is: a comment, unless it begins like one of another kind.
+EdlKept::Note edlNoteOf(std::string_view text);
 
 /// The data model's string of a UTF-8 text; empty when it is none.
 DmString toDmString(std::string_view utf8);

@@ -1,8 +1,10 @@
 #include "icEdlLine.h"
 
+#include "icLook.h"
+#include "icOtioNotes.h"
+
 #include "dmADissolveSettings.h"
 #include "dmATimewarpSettings.h"
-#include "dmColourEffects.h"
 #include "dmStoredLabel.h"
 #include "dmTimewarpSettings.h"
 #include "dmUtf8.h"
@@ -39,6 +41,18 @@ constexpr Loss timelessMark{"cue marks without a time", "left out"};
 constexpr std::string_view noReel = "AX";
 constexpr std::string_view blackReel = "BL";
 
+/// What is empty leaves the note of the kind that there may be.
+void setNote(EdlLine& line, EdlNoteKind kind, const std::string& text)
+{
+    const auto note = std::ranges::find(line.notes, kind, &EdlKept::Note::kind);
+    if (text.empty())
+        return;
+    if (note != line.notes.end())
+        note->text = text;
+    else
+        line.notes.push_back({kind, text});
+}
+
 } // namespace
 
 std::string clipName(const DmTreeNode& node)
@@ -62,6 +76,7 @@ EdlLine EdlLineMaker::outgoingLine(const DmTrxEffectNode& mix, const DmTreeNode*
     line.event.channels = channel;
     line.event.record.in = line.event.record.out = frames(_offset + mix.getRecIn());
     line.event.sourceDrop = DM::FcmUtil::isDropFrame(_fcm);
+    line.notes = otioNotesOf(mix);
     line.reel = previous && previous->whatIs() != DM_GAP_NODE ? noReel : blackReel;
     if (const auto* const source = dynamic_cast<const DmSourceNode*>(previous))
     {
@@ -109,8 +124,8 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const DmTrxEffectNode* 
     {
         _report.lose(nestedComposition);
         line.reel = noReel;
-        if (const std::string name = clipName(segment); !name.empty())
-            line.notes.push_back({mix ? EdlNoteKind::ToClipName : EdlNoteKind::FromClipName, name});
+        line.notes = otioNotesOf(segment);
+        setNote(line, mix ? EdlNoteKind::ToClipName : EdlNoteKind::FromClipName, clipName(segment));
         setEffects(line, segment, nullptr);
     }
     for (const DmPropertySetPtr& mark : segment.getSegmentMarks())
@@ -240,19 +255,7 @@ double EdlLineMaker::setEffects(EdlLine& line, const DmSegmentNode& segment, con
             isOfSound = true;
         }
         else if (look && !line.look)
-        {
-            const DmString& from = look->getComment();
-            line.look = EdlLook{{look->getSlopeR(), look->getSlopeG(), look->getSlopeB()},
-                                {look->getOffsetR(), look->getOffsetG(), look->getOffsetB()},
-                                {look->getPowerR(), look->getPowerG(), look->getPowerB()},
-                                look->getSaturation(),
-                                true,
-                                true};
-            const EdlLook none;
-            line.look->hasSaturation = !(from == L"ASC_SOP") || line.look->saturation != none.saturation;
-            line.look->hasSop = !(from == L"ASC_SAT") || line.look->slope != none.slope ||
-                                line.look->offset != none.offset || line.look->power != none.power;
-        }
+            line.look = toEdlLook(*look);
         else if (effect)
             _report.lose(lostEffect);
     }
@@ -281,8 +284,7 @@ double EdlLineMaker::setEffects(EdlLine& line, const DmSegmentNode& segment, con
 
 void EdlLineMaker::setNotes(EdlLine& line, const DmSourceNode& source, const EdlKept* kept, bool isMix)
 {
-    if (kept)
-        line.notes = kept->notes;
+    line.notes = kept ? kept->notes : otioNotesOf(source);
     const DmSourceInfo* const info = source.getSrcInput() ? source.getSrcInput()->getSrcInfo() : nullptr;
     const bool hasTo = isMix && (!kept || kept->find(EdlNoteKind::ToClipName));
     const std::pair<EdlNoteKind, std::string> values[] = {
@@ -291,15 +293,7 @@ void EdlLineMaker::setNotes(EdlLine& line, const DmSourceNode& source, const Edl
         {EdlNoteKind::SourcePath, info ? dmUtf8(info->getPath()) : std::string()},
     };
     for (const auto& [kind, value] : values)
-    {
-        const auto note = std::ranges::find(line.notes, kind, &EdlKept::Note::kind);
-        if (value.empty())
-            continue;
-        if (note != line.notes.end())
-            note->text = value;
-        else
-            line.notes.push_back({kind, value});
-    }
+        setNote(line, kind, value);
 }
 
 void EdlLineMaker::addMark(EdlLine& line, const DmCueMark& mark, double origin)

@@ -8,6 +8,20 @@
 namespace interchange
 {
 
+std::string_view edlNotePrefix(EdlNoteKind kind)
+{
+    constexpr std::array<std::string_view, 9> prefixes{"",
+                                                       "",
+                                                       "FROM CLIP NAME: ",
+                                                       "TO CLIP NAME: ",
+                                                       "KEY CLIP NAME: ",
+                                                       "SOURCE FILE: ",
+                                                       "SOURCE PATH: ",
+                                                       "EFFECTS NAME IS ",
+                                                       "SPLIT:    "};
+    return prefixes[static_cast<std::size_t>(kind)];
+}
+
 void EdlList::clear()
 {
     title = {};

@@ -108,6 +108,9 @@ enum class EdlNoteKind : std::uint8_t
     Split ///< a split edit: which side is delayed, and by how much
 };
 
+/// What stands before the text of a note of a kind, behind the "* " of those that have one.
+std::string_view edlNotePrefix(EdlNoteKind kind);
+
 struct EdlNote
 {
     EdlNoteKind kind = EdlNoteKind::Comment;

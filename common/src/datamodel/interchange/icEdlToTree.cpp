@@ -1,11 +1,11 @@
 #include "icEdlToTree.h"
 
 #include "icEdlKept.h"
+#include "icLook.h"
 #include "icTree.h"
 
 #include "dmADissolveSettings.h"
 #include "dmATimewarpSettings.h"
-#include "dmColourEffects.h"
 #include "dmCompositionNode.h"
 #include "dmGapNode.h"
 #include "dmLayerBuilder.h"
@@ -86,7 +86,6 @@ private:
     CoSharedPtr<DmSourceNode::Input> input(const EdlEvent& event, Channel channel, const EdlKept& kept,
                                            double leastLength) const;
     void addSpeed(DmSourceNode& node, const EdlEvent& event, eDmTreeMediaType mediaType) const;
-    void addLook(DmSourceNode& node, const EdlLook& look) const;
     void addMarks(DmSourceNode& node, const EdlEvent& event) const;
     static bool isFirstChannel(const EdlEvent& event, Channel channel);
     static EdlKept kept(const EdlList& list, EdlRun notes);
@@ -296,7 +295,7 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(std::uint32_t position, Channel chan
     if (const EdlLook* const look = _list.lookOf(event))
     {
         if (channel.mediaType == DM_MEDIA_VIDEO)
-            addLook(*node, *look);
+            require(node->addEffect(toLookSettings(*look)));
         else if (isFirst)
             _report.lose(lookOfSound);
     }
@@ -359,24 +358,6 @@ void TreeMaker::addSpeed(DmSourceNode& node, const EdlEvent& event, eDmTreeMedia
         require(warp->setRatio(static_cast<float>(1 / speed)));
         require(node.addEffect(warp));
     }
-}
-
-void TreeMaker::addLook(DmSourceNode& node, const EdlLook& look) const
-{
-    const auto settings = made(DmLookSettings::create());
-    require(settings->setSlopeR(look.slope[0]));
-    require(settings->setSlopeG(look.slope[1]));
-    require(settings->setSlopeB(look.slope[2]));
-    require(settings->setOffsetR(look.offset[0]));
-    require(settings->setOffsetG(look.offset[1]));
-    require(settings->setOffsetB(look.offset[2]));
-    require(settings->setPowerR(look.power[0]));
-    require(settings->setPowerG(look.power[1]));
-    require(settings->setPowerB(look.power[2]));
-    require(settings->setSaturation(look.saturation));
-    // Which of the two the list had, where the other one has its default.
-    require(settings->setComment(look.hasSop && look.hasSaturation ? L"" : look.hasSop ? L"ASC_SOP" : L"ASC_SAT"));
-    require(node.addEffect(settings));
 }
 
 void TreeMaker::addMarks(DmSourceNode& node, const EdlEvent& event) const

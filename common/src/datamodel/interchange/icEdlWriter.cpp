@@ -13,16 +13,11 @@ namespace interchange
 namespace
 {
 
-/// What stands before a note's text, by kind.
-constexpr std::array<std::string_view, 9> notePrefixes{"* ",
-                                                       "",
-                                                       "* FROM CLIP NAME: ",
-                                                       "* TO CLIP NAME: ",
-                                                       "* KEY CLIP NAME: ",
-                                                       "* SOURCE FILE: ",
-                                                       "* SOURCE PATH: ",
-                                                       "EFFECTS NAME IS ",
-                                                       "SPLIT:    "};
+/// Whether notes of a kind begin with "* ".
+bool isStarred(EdlNoteKind kind)
+{
+    return kind != EdlNoteKind::Line && kind != EdlNoteKind::EffectName && kind != EdlNoteKind::Split;
+}
 
 constexpr std::array<std::string_view, 6> transitionTexts{"C", "D", "W", "K B", "K", "K O"};
 
@@ -94,7 +89,10 @@ private:
     void notes(EdlRun run)
     {
         for (const EdlNote& note : _list.notesOf(run))
-            line(notePrefixes[static_cast<std::size_t>(note.kind)], note.text);
+        {
+            _text.append(isStarred(note.kind) ? "* " : "");
+            line(edlNotePrefix(note.kind), note.text);
+        }
     }
 
     /// Appends a column and the blank behind it.

@@ -1,6 +1,7 @@
 #include "icOtioItems.h"
 
 #include "icEdlKept.h"
+#include "icLook.h"
 #include "icText.h"
 #include "icTree.h"
 
@@ -8,6 +9,7 @@
 #include "dmATimewarpSettings.h"
 #include "dmBlobNode.h"
 #include "dmTimewarpSettings.h"
+#include "dmUtf8.h"
 #include "dmVDissolveSettings.h"
 #include "dmWipeSettings.h"
 
@@ -120,6 +122,54 @@ std::optional<double> speedOf(const DmPropertySet* effect)
     if (const auto* const warp = dynamic_cast<const DmATimewarpSettings*>(effect); warp && warp->getRatio() > 0)
         return 1 / static_cast<double>(warp->getRatio());
     return std::nullopt;
+}
+
+std::optional<EdlLook> lookOf(const Value& item)
+{
+    const Value* const cdl = member(member(&item, "metadata"), "cdl");
+    if (!cdl)
+        return std::nullopt;
+    const auto isFinite = [](const Value& value) { return value.IsNumber() && std::isfinite(value.GetDouble()); };
+    const auto take = [&isFinite](const Value* from, std::array<double, 3>& to)
+    {
+        if (!from || from->Size() != to.size() || !std::all_of(from->Begin(), from->End(), isFinite))
+            return false;
+        std::transform(from->Begin(), from->End(), to.begin(), [](const Value& value) { return value.GetDouble(); });
+        return true;
+    };
+    EdlLook look;
+    if (const Value* const sop = member(cdl, "asc_sop"))
+    {
+        look.hasSop = take(arrayOf(sop, "slope"), look.slope) && take(arrayOf(sop, "offset"), look.offset) &&
+                      take(arrayOf(sop, "power"), look.power);
+        if (!look.hasSop)
+            return std::nullopt;
+    }
+    if (const Value* const saturation = member(cdl, "asc_sat"))
+    {
+        look.hasSaturation = isFinite(*saturation);
+        if (!look.hasSaturation)
+            return std::nullopt;
+        look.saturation = saturation->GetDouble();
+    }
+    return look.hasSop || look.hasSaturation ? std::optional(look) : std::nullopt;
+}
+
+Value keptOf(const DmTreeNode& node, json::Document::AllocatorType& allocator)
+{
+    const auto* const blob = dynamic_cast<const DmBlobNode*>(node.getBaseBlob());
+    if (!blob || !(blob->getBlobType() == blobType))
+        return {};
+    // Parsed in place, in memory that lives as long as the values.
+    const std::string data = dmUtf8(blob->getData());
+    auto* const text = static_cast<char*>(allocator.Malloc(data.size() + 1));
+    std::copy_n(data.c_str(), data.size() + 1, text);
+    JsonFault fault;
+    json::Document document(&allocator);
+    if (!parse(document, text, fault))
+        return {};
+    lengthen(document, allocator);
+    return std::move(static_cast<Value&>(document));
 }
 
 // Messages
@@ -407,6 +457,9 @@ void Items::dress(DmSegmentNode& segment, const Value& item, double origin)
             require(segment.addSegmentMark(mark(marker, origin)));
     if (const auto warp = timewarp(item, segment.getMediaType()))
         require(segment.addEffect(warp));
+    if (segment.getMediaType() == DM_MEDIA_VIDEO)
+        if (const std::optional<EdlLook> look = lookOf(item))
+            require(segment.addEffect(toLookSettings(*look)));
 }
 
 CoSharedPtr<DmEffectSettings> Items::timewarp(const Value& item, eDmTreeMediaType mediaType)

@@ -6,6 +6,7 @@
 /// For sources of this library only: rapidjson is compiled in a namespace of our own.
 #pragma once
 
+#include "icEdlList.h"
 #include "icOtioShort.h"
 #include "icReport.h"
 
@@ -48,6 +49,8 @@ enum class Mix
 Mix mixOf(const Value& transition);
 /// The SMPTE number of a wipe: of its type's own digits, or of an event's "W012" among the metadata of cut lists.
 std::optional<int> wipePattern(const Value& transition);
+/// The object that travels with a node; an array where the file had none for it, null where the node is no file's.
+Value keptOf(const DmTreeNode& node, json::Document::AllocatorType& allocator);
 /// The reel among a clip's metadata of cut lists; empty for none.
 std::string_view reelOf(const Value& clip);
 /// The name under which a clip's media reference stands among several.
@@ -60,6 +63,8 @@ bool isTimewarp(const Value& effect);
 std::optional<double> speedOf(const Value& item);
 /// That of a constant timewarp; none of any other effect, or of null.
 std::optional<double> speedOf(const DmPropertySet* effect);
+/// The look among an item's metadata; none where that is not three times three numbers, a saturation, or both.
+std::optional<EdlLook> lookOf(const Value& item);
 
 class Items
 {
@@ -112,7 +117,7 @@ public:
     CoSharedPtr<DmEffectSettings> mix(const Value& transition, eDmTreeMediaType mediaType, double length);
     /// Null without one, and for sound that would stand still, run backwards or beyond what can be heard.
     static CoSharedPtr<DmEffectSettings> timewarp(const Value& item, eDmTreeMediaType mediaType);
-    /// Name, mute, markers and timewarp of any segment.
+    /// Name, mute, markers, timewarp and look of any segment.
     void dress(DmSegmentNode& segment, const Value& item, double origin);
 
 private:

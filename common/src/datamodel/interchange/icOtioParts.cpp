@@ -1,10 +1,10 @@
 #include "icOtioParts.h"
 
-#include "icEdlKept.h"
+#include "icEdlLine.h"
+#include "icLook.h"
 #include "icTree.h"
 
 #include "dmADissolveSettings.h"
-#include "dmBlobNode.h"
 #include "dmSetTools.h"
 #include "dmStoredLabel.h"
 #include "dmUtf8.h"
@@ -25,16 +25,26 @@ namespace interchange::otio
 namespace
 {
 
-constexpr Loss lostEffect{"effects other than constant speeds", "left out"};
+constexpr Loss lostEffect{"effects other than one constant speed and one look", "left out"};
 constexpr Loss otherMix{"transitions other than dissolves and wipes", "written as Custom_Transition"};
 constexpr Loss wipeSettings{"settings of wipes other than their pattern", "left out"};
 constexpr Loss generatorSettings{"colours and levels of generated sources", "left out"};
 constexpr Loss furtherChannel{"further channels of sources", "left out"};
+constexpr Loss keyOrWipe{"backgrounds of keys and wipes of sound", "written as clips and dissolves"};
+constexpr Loss sourceSide{"speeds and source sides that do not follow from lengths", "written as if they did"};
+constexpr Loss outgoingSide{"outgoing sides of transitions that do not go on from what plays before", "left out"};
 constexpr Loss markColour{"cue marks of a colour that has no name", "written in the nearest one"};
 
 bool isSame(double a, double b)
 {
     return a == b || std::abs(a - b) < 1e-6;
+}
+
+bool isFinite(const EdlLook& look)
+{
+    constexpr auto areFinite = [](const std::array<double, 3>& numbers)
+    { return std::ranges::all_of(numbers, [](double number) { return std::isfinite(number); }); };
+    return areFinite(look.slope) && areFinite(look.offset) && areFinite(look.power) && std::isfinite(look.saturation);
 }
 
 // Marks
@@ -211,23 +221,6 @@ Value Parts::range(double start, double length) const
     return made;
 }
 
-Value Parts::kept(const DmTreeNode& node) const
-{
-    const auto* const blob = dynamic_cast<const DmBlobNode*>(node.getBaseBlob());
-    if (!blob || !(blob->getBlobType() == blobType))
-        return {};
-    // Parsed in place, in memory that lives as long as the values.
-    const std::string data = dmUtf8(blob->getData());
-    auto* const text = static_cast<char*>(_allocator.Malloc(data.size() + 1));
-    std::copy_n(data.c_str(), data.size() + 1, text);
-    JsonFault fault;
-    json::Document document(&_allocator);
-    if (!parse(document, text, fault))
-        return {};
-    lengthen(document, _allocator);
-    return std::move(static_cast<Value&>(document));
-}
-
 // Parts
 
 void Parts::setName(Value& object, const DmTreeNode& node) const
@@ -284,6 +277,7 @@ void Parts::setSource(Value& object, const DmSourceNode& node, bool isKept, Trim
     _report.lose(furtherChannel, static_cast<std::size_t>(node.getSrcMultiInput().count()));
     setRange(object, node, before, base, isKept, trim);
     setDress(object, node, base);
+    setEvent(object, node, node.getRecLength() + trim.in + trim.out);
 }
 
 void Parts::setRange(Value& object, const DmSegmentNode& node, const Extent& before, double base, bool isKept,
@@ -387,7 +381,7 @@ void Parts::setDress(Value& object, const DmSegmentNode& node, double base)
     if ((enabled && enabled->IsFalse()) != node.getMuted())
         set(object, "enabled", Value(!node.getMuted()));
     setMarks(object, node.getSegmentMarks(), base);
-    setSpeed(object, node);
+    setEffects(object, node);
 }
 
 void Parts::setMarks(Value& object, const DmSetList<DmCueMark>& marks, double origin)
@@ -445,18 +439,31 @@ void Parts::setMark(Value& marker, const DmCueMark& mark, const DmCueMark* befor
     set(marker, "color", string(nearest.name));
 }
 
-void Parts::setSpeed(Value& object, const DmSegmentNode& node)
+void Parts::setEffects(Value& object, const DmSegmentNode& node)
 {
-    std::optional<double> now;
+    std::optional<double> speed;
+    std::optional<EdlLook> look;
     for (const DmPropertySetPtr& effect : node.getEffects())
     {
-        const std::optional<double> speed = now ? std::nullopt : speedOf(effect.get());
-        if (speed)
-            now = speed;
+        const std::optional<double> itsSpeed = speed ? std::nullopt : speedOf(effect.get());
+        const auto* const settings = dynamic_cast<const DmLookSettings*>(effect.get());
+        if (itsSpeed)
+            speed = itsSpeed;
+        else if (settings && !look && isFinite(toEdlLook(*settings)))
+            look = toEdlLook(*settings);
         else if (effect)
             _report.lose(lostEffect);
     }
-    const CoSharedPtr<DmEffectSettings> before = Items::timewarp(object, node.getMediaType());
+    setSpeed(object, node.getMediaType(), speed);
+    if (node.getMediaType() == DM_MEDIA_VIDEO)
+        setLook(object, look);
+    else if (look)
+        _report.lose(lostEffect);
+}
+
+void Parts::setSpeed(Value& object, eDmTreeMediaType mediaType, const std::optional<double>& now) const
+{
+    const CoSharedPtr<DmEffectSettings> before = Items::timewarp(object, mediaType);
     const std::optional<double> then = speedOf(before.get());
     if (now == then)
         return;
@@ -478,6 +485,86 @@ void Parts::setSpeed(Value& object, const DmSegmentNode& node)
             list.PushBack(made, _allocator);
     }
     set(object, "effects", std::move(list));
+}
+
+void Parts::setLook(Value& object, const std::optional<EdlLook>& now) const
+{
+    const std::optional<EdlLook> before = lookOf(object);
+    if (now == before)
+        return;
+    Value& cdl = inner(inner(object, "metadata"), "cdl");
+    const auto isSameSop = [](const EdlLook& a, const EdlLook& b)
+    { return a.hasSop == b.hasSop && a.slope == b.slope && a.offset == b.offset && a.power == b.power; };
+    const auto setNumbers = [&](const char* name, const std::array<double, 3>& numbers)
+    {
+        Value list(json::kArrayType);
+        for (const double number : numbers)
+            list.PushBack(Value(number), _allocator);
+        set(inner(cdl, "asc_sop"), name, std::move(list));
+    };
+    if (!now || !now->hasSop)
+        cdl.RemoveMember("asc_sop");
+    else if (!before || !isSameSop(*now, *before))
+    {
+        setNumbers("slope", now->slope);
+        setNumbers("offset", now->offset);
+        setNumbers("power", now->power);
+    }
+    if (!now || !now->hasSaturation)
+        cdl.RemoveMember("asc_sat");
+    else if (!before || !before->hasSaturation || before->saturation != now->saturation)
+        set(cdl, "asc_sat", Value(now->saturation));
+    if (cdl.ObjectEmpty())
+        inner(object, "metadata").RemoveMember("cdl");
+}
+
+// What cut lists have said
+
+void Parts::setNotes(Value& object, const EdlKept& kept) const
+{
+    Value comments(json::kArrayType);
+    for (const EdlKept::Note& note : kept.notes)
+        if (!isOfModel(note.kind))
+            comments.PushBack(string(edlNoteText(note)), _allocator);
+    if (!comments.Empty())
+        set(inner(inner(object, "metadata"), "cmx_3600"), "comments", std::move(comments));
+}
+
+void Parts::setEvent(Value& object, const DmSourceNode& node, double length) const
+{
+    const std::optional<EdlKept> kept = EdlKept::of(node);
+    if (!kept)
+        return;
+    setNotes(object, *kept);
+    if (kept->transition != EdlTransition::Cut)
+        _report.lose(keyOrWipe);
+    if (kept->recordLength < 0 || !isSame(static_cast<double>(kept->recordLength), length))
+        return;
+    const double speed = kept->speed ? kept->speed->fps / _items.fps() : 1.0;
+    const double expected = speed == 0 ? 1.0 : std::round(length * std::abs(speed));
+    const bool isStillSound = speed <= 0 && node.getMediaType() == DM_MEDIA_AUDIO;
+    const bool isGenerated = !kept->reel.empty();
+    if (isStillSound || static_cast<double>(kept->source.length()) != expected ||
+        (isGenerated && kept->source.in != 0) || (kept->speed && kept->speed->at != kept->source.in))
+        _report.lose(sourceSide);
+}
+
+void Parts::setOutgoing(Value& object, const DmTrxEffectNode& node, const DmTreeNode* before) const
+{
+    const auto* const attached = dynamic_cast<const DmSourceNode*>(node.getBaseBlob());
+    const std::optional<EdlKept> kept = attached ? EdlKept::of(*attached) : std::nullopt;
+    if (!kept)
+        return;
+    setNotes(object, *kept);
+    const auto* const mixedAway = before ? dynamic_cast<const DmSourceNode*>(before->getBaseBlob()) : nullptr;
+    // Lists get the one line for the other, once the attached source is gone.
+    Report unused{std::string()};
+    EdlLineMaker maker(_items.fcm(), 0, unused);
+    const EdlLine given = maker.line(*attached, nullptr, {});
+    const EdlLine implied = maker.outgoingLine(node, mixedAway ? mixedAway : before, {});
+    if (given.reel != implied.reel || given.event.source != implied.event.source ||
+        given.event.sourceDrop != implied.event.sourceDrop || given.event.speed || given.look || !given.marks.empty())
+        _report.lose(outgoingSide);
 }
 
 } // namespace interchange::otio

@@ -6,10 +6,12 @@
 /// For sources of this library only.
 #pragma once
 
+#include "icEdlKept.h"
 #include "icOtioItems.h"
 
 #include "dmTrxEffectNode.h"
 
+#include <optional>
 #include <string_view>
 
 namespace interchange::otio
@@ -46,22 +48,27 @@ public:
     Value object(const char* schema) const;
     Value time(double frames) const;
     Value range(double start, double length) const;
-    /// The object that travels with a node; an array where the file had none for it, null where the node is no file's.
-    Value kept(const DmTreeNode& node) const;
 
     // Parts
 
     void setName(Value& object, const DmTreeNode& node) const;
     void setMix(Value& object, const DmTrxEffectNode& node, bool isKept);
-    /// Media, range and all that setDress does, of a clip.
+    /// Media, range, notes and all that setDress does, of a clip.
     void setSource(Value& object, const DmSourceNode& node, bool isKept, Trim trim);
     /// `before`: what the object says; its base is where the material starts.
     void setRange(Value& object, const DmSegmentNode& node, const Extent& before, double base, bool isKept,
                   Trim trim) const;
-    /// Name, mute, markers and speed of any segment.
+    /// Name, mute, markers, speed and look of any segment.
     void setDress(Value& object, const DmSegmentNode& node, double base);
     /// The object counts its markers from where a mark's time is `origin` less.
     void setMarks(Value& object, const DmSetList<DmCueMark>& marks, double origin);
+
+    // What cut lists have said; what neither members nor metadata have room for is told
+
+    /// Notes become comments among the metadata of cut lists.
+    void setNotes(Value& object, const EdlKept& kept) const;
+    /// Notes of a transition's outgoing side, which follows `before`.
+    void setOutgoing(Value& object, const DmTrxEffectNode& node, const DmTreeNode* before) const;
 
 private:
     /// Where material starts and how long it is, in frames of the composition.
@@ -71,7 +78,11 @@ private:
     void setSequence(Value& reference, const DmSourceInfo& info) const;
     void setGenerator(Value& reference, const DmSourceNode::GeneratedInput& input);
     void setMark(Value& marker, const DmCueMark& mark, const DmCueMark* before, double origin);
-    void setSpeed(Value& object, const DmSegmentNode& node);
+    void setEffects(Value& object, const DmSegmentNode& node);
+    void setSpeed(Value& object, eDmTreeMediaType mediaType, const std::optional<double>& now) const;
+    void setLook(Value& object, const std::optional<EdlLook>& now) const;
+    /// `length`: on the record side.
+    void setEvent(Value& object, const DmSourceNode& node, double length) const;
 
     Items _items;
     json::Document::AllocatorType& _allocator;

@@ -48,9 +48,10 @@ public:
     Value root(const DmRoot& root);
 
 private:
+    Value kept(const DmTreeNode& node) { return keptOf(node, _parts.allocator()); }
     Value collection(const DmTreeNode& node);
     Value composition(const DmCompositionNode& node);
-    Value timeline(Value kept, const DmCompositionNode& node, Value children);
+    Value timeline(Value before, const DmCompositionNode& node, Value children);
     bool chooseMode(const DmCompositionNode& node);
 
     Value tracks(const DmCompositionNode& node);
@@ -71,7 +72,7 @@ private:
 
 Value Maker::root(const DmRoot& root)
 {
-    const DmTreeNode* const only = root.getNbChildren() == 1 && _parts.kept(root).IsNull() ? root.getChild(0) : nullptr;
+    const DmTreeNode* const only = root.getNbChildren() == 1 && kept(root).IsNull() ? root.getChild(0) : nullptr;
     if (const auto* const composition = dynamic_cast<const DmCompositionNode*>(only))
         return this->composition(*composition);
     return collection(only && only->whatIs() == DM_REEL_NODE ? *only : static_cast<const DmTreeNode&>(root));
@@ -79,7 +80,7 @@ Value Maker::root(const DmRoot& root)
 
 Value Maker::collection(const DmTreeNode& node)
 {
-    Value made = _parts.kept(node);
+    Value made = kept(node);
     const bool isKept = made.IsObject();
     if (!isKept)
         made = _parts.object("SerializableCollection.1");
@@ -121,7 +122,7 @@ Value Maker::composition(const DmCompositionNode& node)
 {
     if (!chooseMode(node))
         return {};
-    Value made = _parts.kept(node);
+    Value made = kept(node);
     Value children = tracks(node);
     const std::string_view schema = schemaOf(&made);
     const bool isPlain = node.getStartTC() == 0 && node.getCueMarks().count() == 0;
@@ -152,14 +153,16 @@ Value Maker::composition(const DmCompositionNode& node)
     return timeline(schema == "Timeline" ? std::move(made) : Value(), node, std::move(children));
 }
 
-Value Maker::timeline(Value kept, const DmCompositionNode& node, Value children)
+Value Maker::timeline(Value before, const DmCompositionNode& node, Value children)
 {
-    const bool isKept = kept.IsObject();
-    Value made = isKept ? std::move(kept) : _parts.object("Timeline.1");
+    const bool isKept = before.IsObject();
+    Value made = isKept ? std::move(before) : _parts.object("Timeline.1");
     _parts.setName(made, node);
     const Value* const start = member(&made, "global_start_time");
     if ((start ? _parts.items().frames(start) : 0) != node.getStartTC())
         _parts.set(made, "global_start_time", _parts.time(node.getStartTC()));
+    if (const std::optional<EdlKept> head = EdlKept::of(node))
+        _parts.setNotes(made, *head);
     const bool hadStack = member(&made, "tracks") && made["tracks"].IsObject();
     if (isKept && !hadStack && children.Empty() && node.getCueMarks().count() == 0)
         return made;
@@ -187,7 +190,7 @@ Value Maker::tracks(const DmCompositionNode& node)
 
 Value Maker::track(const DmTrackNode& node)
 {
-    Value made = _parts.kept(node);
+    Value made = kept(node);
     Value children = elements(node);
     if (made.IsArray() && children.Size() == 1 && node.getName() == L"untitled")
         return Value(std::move(children[0]));
@@ -230,7 +233,7 @@ Value Maker::element(const DmLayerNode& layer, int index)
     }
     if (const auto* const attached = dynamic_cast<const DmSegmentNode*>(node->getBaseBlob()))
         segment = attached;
-    else if (segment->whatIs() == DM_GAP_NODE && segment->getRecLength() == 0 && _parts.kept(*segment).IsNull())
+    else if (segment->whatIs() == DM_GAP_NODE && segment->getRecLength() == 0 && kept(*segment).IsNull())
         return {}; // stands between two transitions, or at an end
     Trim trim;
     if (const DmTrxEffectNode* const before = mix(index - 1))
@@ -242,12 +245,13 @@ Value Maker::element(const DmLayerNode& layer, int index)
 
 Value Maker::transition(const DmTrxEffectNode& node, const DmTreeNode* before, const DmTreeNode* behind)
 {
-    Value made = _parts.kept(node);
+    Value made = kept(node);
     const bool isKept = made.IsObject();
     if (!isKept)
         made = _parts.object("Transition.1");
     _parts.setName(made, node);
     _parts.setMix(made, node, isKept);
+    _parts.setOutgoing(made, node, before);
     // An offset that was cut to what stands beside it has left nothing of that.
     const auto setOffset = [&](const char* name, double now, const DmTreeNode* beside)
     {
@@ -280,7 +284,7 @@ Value Maker::inside(const DmCompositionNode& node, bool isOfTrack, double& lengt
 
 Value Maker::segment(const DmSegmentNode& node, Trim trim)
 {
-    Value made = _parts.kept(node);
+    Value made = kept(node);
     const bool isKept = made.IsObject();
     const auto* const container = dynamic_cast<const DmContainerNode*>(&node);
     if (const auto* const source = dynamic_cast<const DmSourceNode*>(&node))

@@ -2,6 +2,7 @@
 
 #include "icEdlKept.h"
 #include "icEdlLine.h"
+#include "icOtioNotes.h"
 
 #include "dmCompositionNode.h"
 #include "dmLayerNode.h"
@@ -71,6 +72,10 @@ bool merge(Edit& into, const Edit& from)
     {
         into.lines[i].event.channels.video |= from.lines[i].event.channels.video;
         into.lines[i].event.channels.audio |= from.lines[i].event.channels.audio;
+        std::vector<EdlKept::Note>& notes = into.lines[i].notes;
+        for (const EdlKept::Note& note : from.lines[i].notes)
+            if (!isOfModel(note.kind) && std::ranges::find(notes, note) == notes.end())
+                notes.push_back(note);
     }
     return true;
 }
@@ -282,9 +287,10 @@ void ListMaker::addEdit(const DmSegmentNode& segment, const DmTrxEffectNode* mix
         const std::string from = attached ? clipName(*attached) : previous ? clipName(*previous) : std::string();
         const auto note = std::ranges::find(incoming.notes, EdlNoteKind::FromClipName, &EdlKept::Note::kind);
         const bool hasTo = std::ranges::count(incoming.notes, EdlNoteKind::ToClipName, &EdlKept::Note::kind) != 0;
-        if (!kept && !from.empty())
+        const bool hasNote = note != incoming.notes.end();
+        if (!kept && !hasNote && !from.empty())
             incoming.notes.insert(incoming.notes.begin(), {EdlNoteKind::FromClipName, from});
-        else if (kept && attached && hasTo && note != incoming.notes.end() && !from.empty())
+        else if (hasNote && !from.empty() && (!kept || (attached && hasTo)))
             note->text = from;
     }
     edit.lines.push_back(std::move(incoming));
@@ -381,9 +387,9 @@ EdlList ListMaker::written()
     EdlList list;
     list.title = list.keep(dmUtf8(_composition.getName()));
     list.fcm = _fcm;
-    if (const std::optional<EdlKept> head = EdlKept::of(_composition))
-        for (const EdlKept::Note& note : head->notes)
-            list.addNote(note.kind, list.keep(note.text));
+    const std::optional<EdlKept> head = EdlKept::of(_composition);
+    for (const EdlKept::Note& note : head ? head->notes : otioNotesOf(_composition))
+        list.addNote(note.kind, list.keep(note.text));
     for (Edit& edit : _edits)
         for (EdlLine& line : edit.lines)
         {
