@@ -2,8 +2,6 @@
 
 #include "icOtioItems.h"
 
-#include "dmBlobNode.h"
-
 #include <algorithm>
 
 namespace interchange
