@@ -19,8 +19,8 @@ namespace interchange
 {
 
 /// None with errors in the report: a document that holds nothing, or a composition that names no mode where `fcm` is
-/// none either. What the form cannot say (effects other than one speed and one look, layers beyond the first, colours of
-/// marks that have no name) is a warning, once a kind.
+/// none either. What the form cannot say (effects other than one speed and one look, layers beyond the first, colours
+/// of marks that have no name) is a warning, once a kind.
 [[nodiscard]] std::optional<std::string> writeOtio(const DmRoot& root, DM::FrameCodeModes fcm, Report& report);
 
 } // namespace interchange
