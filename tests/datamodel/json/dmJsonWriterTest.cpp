@@ -199,6 +199,7 @@ TEST(JsonWriter, FailuresSayWhy)
     };
     const double infinity = std::numeric_limits<double>::infinity();
     const auto selfHolding = JsonBox::create();
+    ASSERT_TRUE(selfHolding);
     selfHolding->_any = selfHolding;
 
     const struct

@@ -35,6 +35,7 @@ TEST(PropertySetThreads, CreateSetAndCopyObjectsOfSeveralClasses)
     };
     {
         std::vector<std::jthread> running;
+        running.reserve(threads);
         for (int thread = 0; thread < threads; ++thread)
             running.emplace_back(work, thread);
     }
