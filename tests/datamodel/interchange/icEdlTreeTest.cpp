@@ -178,7 +178,7 @@ TEST(EdlTree, PlacesSegmentsAndTransitionsInRecordTime)
     ok(DmTreeTool::dump(&tree.composition(), text));
     EXPECT_EQ(text.str(),
               "DmCompositionNode \"T\" \"25 fps\" from 10:00:00:00 length 00:00:07:00 tracks 1\n"
-              "  DmTrackNode \"untitled\" number 1 video layers 1\n"
+              "  DmTrackNode \"V1\" number 1 video layers 1\n"
               "    DmLayerNode \"untitled\" number 0 video from 10:00:00:00 length 00:00:07:00 elements 7\n"
               "      DmSourceNode \"untitled\" 10:00:00:00 - 10:00:02:00 id \"1-V1\" plays 01:00:00:00 of MediaInput\n"
               "      DmTrxEffectNode \"untitled\" 10:00:02:00 - 10:00:03:00 effect Wipe\n"

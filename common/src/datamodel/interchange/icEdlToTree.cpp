@@ -53,6 +53,11 @@ struct Channel
     int number; ///< from 1 on
 };
 
+std::string nameOf(Channel channel)
+{
+    return (channel.mediaType == DM_MEDIA_VIDEO ? "V" : "A") + std::to_string(channel.number);
+}
+
 /// An event as it stands on the timeline, beside the list's times where they make sense.
 struct Place
 {
@@ -141,6 +146,7 @@ CoSharedPtr<DmTrackNode> TreeMaker::track(Channel channel, const Events& events)
 {
     auto track = made(DmTrackNode::create(channel.number, channel.mediaType));
     require(track->setTrackChannel(channel.number));
+    require(track->setName(toDmString(nameOf(channel))));
 
     // The first layer has what is cut, the others the keys over it, each on the first one that has room.
     std::vector<Events> layers(1);
@@ -285,9 +291,7 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(std::uint32_t position, Channel chan
     auto node = made(DmSourceNode::create(input(event, channel, kept, static_cast<double>(relIn + place.length)),
                                           static_cast<double>(place.recIn), static_cast<double>(place.length),
                                           static_cast<double>(relIn), false, false));
-    const std::string id = std::to_string(position + 1) + (channel.mediaType == DM_MEDIA_VIDEO ? "-V" : "-A") +
-                           std::to_string(channel.number);
-    require(node->setSegmentId(toDmString(id)));
+    require(node->setSegmentId(toDmString(std::to_string(position + 1) + '-' + nameOf(channel))));
     if (const std::string_view name = kept.clipName(event.isTransition()); !name.empty())
         require(node->setName(toDmString(name)));
     if (event.speed)
