@@ -59,8 +59,7 @@ TEST(String, EmptyInEveryWayIsTheSharedBuffer)
                                 assignedNull};
     for (const DmString& empty : empties)
         EXPECT_TRUE(empty.length() == 0 && empty.c_str() == DmString::defaultBuff_);
-    EXPECT_EQ(moved.c_str(), DmString::defaultBuff_); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move):
-                                                      // what a moved-from string is
+    EXPECT_EQ(moved.c_str(), DmString::defaultBuff_); // NOLINT(bugprone-use-after-move): what a moved-from string is
     EXPECT_TRUE(taken == L"text");
 }
 
@@ -145,7 +144,7 @@ TEST(NarrowCopy, IsNeverNull)
     DmStr2CStr text(DmString(L"text"));
     const DmStr2CStr moved(std::move(text));
     EXPECT_TRUE(moved.size() == 4 && moved.c_str() == std::string("text"));
-    EXPECT_STREQ(text.c_str(), ""); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+    EXPECT_STREQ(text.c_str(), ""); // NOLINT(bugprone-use-after-move): what a moved-from copy is
     EXPECT_STREQ(DmStr2CStr(DmString(L"\u00c9t\u00e9")).c_str(), "") << "the C locale has no accents";
 }
 
