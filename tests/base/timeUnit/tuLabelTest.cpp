@@ -1,3 +1,4 @@
+#include "tuLabel.h"
 #include "tuTestModes.h"
 #include "tuTimeUnit.h"
 #include "zrTestEnv.h"
@@ -243,6 +244,103 @@ TEST(Labels, AreValidWhenInRangeAndExisting)
         if (row.report)
         {
             EXPECT_DEATH(TimeUnit().fromTimeCode(hh, mm, ss, ff, mode(row.fcm)), row.report);
+        }
+    }
+}
+
+TEST(StrictLabels, AreReadOrRefusedWithAReason)
+{
+    using enum TimeLabel::Status;
+    const std::tuple<const char*, int, TimeLabel::Status, double> cases[] = {
+        {"01:00:00:15", 25, Good, 90015},
+        {"01:00:00+12", 24, Good, 86412}, // each mode's own forms
+        {"01:00:00#30", 50, Good, 180030},
+        {"01;00;00;02", -1, Good, 107894},
+        {"01;00;00#04", -2, Good, 215788},
+        {"00:01:00;02", -1, Good, 1800}, // as editors write it
+        {"00:01:00.02", -1, Good, 1800},
+        {"00,01,00,02", -1, Good, 1800},
+        {"-00:01:00:00", 25, Good, -1500},
+        {"+0:0:1:0", 25, Good, 25},
+        {":02:03:04", 25, Good, 3079},
+        {"3:4", 25, Good, 79},
+        {"12", 25, Good, 12},
+        {"100:00:00:00", 25, Good, 9000000},
+        {"00:01:00;00", -1, Dropped, 0},
+        {"00:01:00;03", -2, Dropped, 0},
+        {"00:10:00;00", -1, Good, 17982},
+        {"00:00:00:25", 25, OutOfRange, 0},
+        {"00:60:00:00", 25, OutOfRange, 0},
+        {"00:01:60;00", -1, OutOfRange, 0},
+        {"garbage", 25, NotALabel, 0},
+        {"", 25, NotALabel, 0},
+        {"-", 25, NotALabel, 0},
+        {":", 25, NotALabel, 0},
+        {"1::2", 25, NotALabel, 0},
+        {"1:2:", 25, NotALabel, 0},
+        {"1:2:3:4:5", 25, NotALabel, 0},
+        {"1: 2", 25, NotALabel, 0},
+        {" 1:2", 25, NotALabel, 0},
+        {"--1:2", 25, NotALabel, 0},
+        {"1:-2", 25, NotALabel, 0},
+        {"1:0000000002", 25, NotALabel, 0},
+        {"01:00:00:00", -6, NoMode, 0},
+        {"01:00:00:00", 0, NoMode, 0},
+    };
+    for (const auto& [text, fcm, status, frames] : cases)
+    {
+        TimeUnit time(7);
+        EXPECT_EQ(TimeLabel::read(text, mode(fcm), time), status) << text;
+        EXPECT_EQ(time.getFrames(), status == Good ? frames : 7) << text;
+        EXPECT_EQ(*TimeLabel::reason(status) == '\0', status == Good) << text;
+    }
+    const DefaultFcm twentyFive(FCM_25);
+    TimeUnit time;
+    EXPECT_EQ(TimeLabel::read("01:00:00:00", FCM_NOT_DEFINED, time), Good);
+    EXPECT_EQ(time.getFrames(), 90000);
+}
+
+TEST(StrictLabels, TellWhatWasWritten)
+{
+    TimeLabel label;
+    ASSERT_EQ(TimeLabel::parse("-1:2;3", label), TimeLabel::Good);
+    EXPECT_TRUE(label.isNegative && label.isDrop);
+    EXPECT_EQ((Fields{label.hours, label.minutes, label.seconds, label.frames}), (Fields{0, 1, 2, 3}));
+    EXPECT_EQ(label.fields, 3);
+
+    TimeUnit time;
+    ASSERT_EQ(TimeLabel::parse("00:61:00;00", label), TimeLabel::Good);
+    EXPECT_EQ(label.toTime(FCM_29_97_DF, time, {.clamp = true}), TimeLabel::Dropped);
+    EXPECT_EQ(label.toTime(FCM_29_97_DF, time, {.bump = true}), TimeLabel::OutOfRange);
+    EXPECT_EQ(label.toTime(FCM_29_97_DF, time, {.clamp = true, .bump = true}), TimeLabel::Good);
+    EXPECT_EQ(TimeLabel::text(time, FCM_29_97_DF), "00:58:59;29");
+}
+
+TEST(StrictLabels, AreWrittenAsEditorsDo)
+{
+    const std::tuple<double, int, const char*> cases[] = {
+        {90015, 25, "01:00:00:15"},
+        {86412, 24, "01:00:00:12"},
+        {86412, -3, "01:00:00:12"},
+        {180030, 50, "01:00:00:30"},
+        {1800, -1, "00:01:00;02"},
+        {3600, -2, "00:01:00;04"},
+        {1800, 30, "00:01:00:00"},
+        {-1800, -1, "-00:01:00;02"},
+        {9000000, 25, "100:00:00:00"},
+        {infinity, 25, "23860:55:45:22"},
+        {notANumber, 25, "00:00:00:00"},
+        {42, -6, "42"},
+        {42, 0, "42"},
+    };
+    for (const auto& [frames, fcm, text] : cases)
+    {
+        EXPECT_EQ(TimeLabel::text(TimeUnit(frames), mode(fcm)), text);
+        TimeUnit time;
+        if (std::isfinite(frames) && fcm != 0 && fcm != -6)
+        {
+            EXPECT_EQ(TimeLabel::read(text, mode(fcm), time), TimeLabel::Good);
+            EXPECT_EQ(time.getFrames(), frames);
         }
     }
 }

@@ -186,3 +186,17 @@ TEST(Dump, ShowsTheLabelInEachFamilyAndInTheDefaultMode)
     values << TimeUnit(1080000) << ' ' << TimeUnit(-0.125) << ' ' << TimeUnit(1e22);
     EXPECT_EQ(values.str(), "1080000 -0.125 1e+22");
 }
+
+TEST(TimeUnits, AreAddedAndScaled)
+{
+    TimeUnit time(10);
+    time += TimeUnit(5);
+    time -= TimeUnit(3);
+    time *= 2.5;
+    time /= 3;
+    EXPECT_EQ(time, TimeUnit(10));
+    EXPECT_EQ(-time, TimeUnit(-10));
+    EXPECT_FALSE(std::signbit((-TimeUnit(0)).getFrames()));
+    EXPECT_EQ(time * 0.5, 0.5 * time);
+    EXPECT_EQ(time / 4.0, TimeUnit(2.5));
+}

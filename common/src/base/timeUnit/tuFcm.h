@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 namespace DM
 {
@@ -80,6 +81,10 @@ public:
     static const char* getDFAndNDFString(FrameCodeModes fcm); ///< "DF" or "NDF"
     /// The mode named by getFCMString; FCM_NOT_DEFINED for null and for every other text.
     static FrameCodeModes getFCMFromString(const char* text, bool caseSensitive);
+    /// The mode as people name it, in upper or lower case: the names of getFCMString, and in short a rate ("25", "30",
+    /// "59.94"; 23.98 is 23.976), "PAL" or "NTSC", each with or without "fps" and "DF" or "NDF" ("29.97df"). 29.97,
+    /// 59.94 and NTSC count without dropping unless "DF" says otherwise. FCM_NOT_DEFINED for every other text.
+    static FrameCodeModes getFCMFromName(std::string_view name);
 };
 
 } // namespace DM

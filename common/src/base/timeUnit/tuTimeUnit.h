@@ -91,6 +91,14 @@ public:
     friend constexpr auto operator<=>(const TimeUnit&, const TimeUnit&) = default;
     friend constexpr TimeUnit operator+(TimeUnit a, TimeUnit b) { return TimeUnit(a._time + b._time); }
     friend constexpr TimeUnit operator-(TimeUnit a, TimeUnit b) { return TimeUnit(a._time - b._time); }
+    friend constexpr TimeUnit operator-(TimeUnit a) { return TimeUnit(0.0 - a._time); } // no negative zero
+    friend constexpr TimeUnit operator*(TimeUnit a, double factor) { return TimeUnit(a._time * factor); }
+    friend constexpr TimeUnit operator*(double factor, TimeUnit a) { return a * factor; }
+    friend constexpr TimeUnit operator/(TimeUnit a, double divisor) { return TimeUnit(a._time / divisor); }
+    constexpr TimeUnit& operator+=(TimeUnit other) { return *this = *this + other; }
+    constexpr TimeUnit& operator-=(TimeUnit other) { return *this = *this - other; }
+    constexpr TimeUnit& operator*=(double factor) { return *this = *this * factor; }
+    constexpr TimeUnit& operator/=(double divisor) { return *this = *this / divisor; }
 
     // Labels
 
@@ -106,7 +114,8 @@ public:
     /// the process stops: ask isValidTimeCode first. `bump` moves a drop-frame label that does not exist as
     /// setDfBumpMode says; unmoved, it counts as if its minute had dropped none.
     TimeUnit& fromTimeCode(int hh, int mm, int ss, int ff, FrameCodeModes fcm, bool clamp = false, bool bump = false);
-    /// The same for a text (see parseTimeCodeString), clamping and bumping; a leading "-" gives a negative time.
+    /// The same for a text (see parseTimeCodeString), clamping and bumping; a leading "-" gives a negative time. A text
+    /// that is no label is 0: what a person or a file says is read by TimeLabel (tuLabel.h), which tells.
     TimeUnit& fromTimeCode(const char* text, FrameCodeModes fcm);
 
     /// Splits a text at ":", ";", "+" and "#" into the last of hours, minutes, seconds and frames; what is not given is

@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <string>
 #include <strings.h>
 
 namespace DM
@@ -171,6 +173,34 @@ FrameCodeModes FcmUtil::getFCMFromString(const char* text, bool caseSensitive)
         if (compare(text, getFCMString(fcm)) == 0)
             return fcm;
     return FCM_NOT_DEFINED;
+}
+
+FrameCodeModes FcmUtil::getFCMFromName(std::string_view name)
+{
+    constexpr std::size_t longest = 31;
+    std::string text;
+    for (const char c : name.substr(0, longest + 1))
+        if (c != ' ')
+            text += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    const auto take = [&text](std::string_view end)
+    {
+        const bool ends = text.ends_with(end);
+        if (ends)
+            text.resize(text.size() - end.size());
+        return ends;
+    };
+    const bool nonDrop = take("ndf");
+    const bool drop = !nonDrop && take("df");
+    static_cast<void>(take("fps"));
+
+    double rate = text == "pal" ? 25.0 : text == "ntsc" ? 29.97 : 0.0;
+    const char* const end = text.data() + text.size();
+    if (rate == 0.0)
+        if (const auto [read, error] = std::from_chars(text.data(), end, rate, std::chars_format::fixed);
+            error != std::errc() || read != end)
+            return FCM_NOT_DEFINED;
+    const FrameCodeModes mode = name.size() > longest ? FCM_NOT_DEFINED : FPStoFCM(rate, drop);
+    return drop && !isDropFrame(mode) ? FCM_NOT_DEFINED : mode;
 }
 
 } // namespace DM
