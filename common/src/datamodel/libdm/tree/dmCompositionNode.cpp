@@ -1,10 +1,16 @@
 #include "dmCompositionNode.h"
 
 #include "dmDeclare.h"
+#include "dmLayerNode.h"
 #include "dmStoredLabel.h"
 
+#include "tuLabel.h"
 #include "tuTimeUnit.h"
 #include "zrAssert.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
 
 using DM::FCM_NOT_DEFINED;
 
@@ -92,6 +98,36 @@ eDmErrorId DmCompositionNode::setStartTC(double frames, const DmString& fcm)
     if (const eDmErrorId status = setStartTCStr(DmString(label)); status != DM_NO_ERROR)
         return status;
     return set(StartTC, DM::TimeUnit(frames).roundToSubFrames().getFrames());
+}
+
+bool DmCompositionNode::countsAbsolutely() const
+{
+    std::optional<double> least;
+    for (int i = 0; i < getNbChildren(); ++i)
+    {
+        const DmTreeNode* const track = getChild(i);
+        for (int j = 0; track && j < track->getNbChildren(); ++j)
+            if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(j));
+                layer && layer->getNbChildren() > 0)
+                least = least ? std::min(*least, layer->getLayerStartTC()) : layer->getLayerStartTC();
+    }
+    return least && std::abs(*least - getStartTC()) < std::abs(*least);
+}
+
+double DmCompositionNode::getLabelTime(double recordTime) const
+{
+    return recordTime == dmNoTime ? dmNoTime : recordTime + (getStartTC() - getRecordStart());
+}
+
+double DmCompositionNode::getRecordTime(double labelTime) const
+{
+    return labelTime == dmNoTime ? dmNoTime : labelTime - (getStartTC() - getRecordStart());
+}
+
+std::string DmCompositionNode::getRecordLabel(double recordTime) const
+{
+    return recordTime == dmNoTime ? std::string()
+                                  : DM::TimeLabel::text(DM::TimeUnit(getLabelTime(recordTime)), dmFcmFromText(_fcm));
 }
 
 void DmCompositionNode::checkChild(const DmTreeNode* node) const

@@ -1,6 +1,9 @@
 /// An edit: its tracks, its frame-code mode, its format, its start time code and its marks.
 ///
 /// Children are tracks. All times are frames of the composition's mode ("fcm"); a mark that is not set is at dmNoTime.
+///
+/// Record time is the composition's: the same t is the same instant on all its layers. Its label is t itself where the
+/// composition counts absolutely, as cut lists do, and else the start time code plus t, as where a layer begins at 0.
 #pragma once
 
 #include "dmCollectionNode.h"
@@ -8,6 +11,8 @@
 #include "dmFrameResolution.h"
 #include "dmOwned.h"
 #include "dmOwnedRecord.h"
+
+#include <string>
 
 /// Where a composition came from. The values are the application's; the library gives a meaning to one of them.
 enum eDmOrigin : int
@@ -88,6 +93,20 @@ public:
     eDmErrorId setStartTCStr(const DmString& label) { return set(StartTCStr, label); }
     const DmString& getStartTcFcm() const { return _startTcFcm; }
     eDmErrorId setStartTcFcm(const DmString& fcm) { return set(StartTcFcm, fcm); }
+
+    // Record time
+
+    /// Whether record times are label times already: of the layers that hold elements, the least "layerStartTC" lies
+    /// nearer to the start time code than to 0. Without such a layer they are not. Looks at tracks and layers only.
+    bool countsAbsolutely() const;
+    /// The record time of the start time code: itself where the composition counts absolutely, else 0.
+    double getRecordStart() const { return countsAbsolutely() ? getStartTC() : 0.0; }
+    /// The label time, in frames, of a record time, and the reverse; dmNoTime stays what it is.
+    double getLabelTime(double recordTime) const;
+    double getRecordTime(double labelTime) const;
+    /// The label of a record time as people read it (DM::TimeLabel::text), in the composition's mode, or the default
+    /// mode where that is undefined; a count of frames where there is none. Empty for dmNoTime.
+    std::string getRecordLabel(double recordTime) const;
 
     const DmSetList<DmCueMark>& getCueMarks() const { return _cueMarks; }
     eDmErrorId addCueMark(const CoSharedPtr<DmCueMark>& mark) { return addTo(CueMarks, mark); }
