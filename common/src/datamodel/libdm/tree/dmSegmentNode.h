@@ -1,5 +1,9 @@
-/// A stretch of a layer: it begins at "recIn" in record time, lasts "recLength", and plays its material from "relIn"
-/// on. All three are frames of the composition's mode.
+/// A stretch of a layer: it begins at "recIn" in record time, lasts "recLength", and plays the range of its material
+/// that begins at "relIn".
+///
+/// "recIn" and "recLength" are frames of the composition's mode, "relIn" of the material's. Which frame plays when is
+/// said by DmPlayed (dmPlayed.h). A mark of the segment counts from the begin of its material, as "relIn" does; a key
+/// frame of its effects from "recIn".
 ///
 /// A copy has clones of the effects and the marks, and shares whatever material there is.
 #pragma once
@@ -40,7 +44,7 @@ public:
     eDmErrorId setRecLength(double frames) { return set(RecLength, frames); }
     /// The record time at which the segment has ended.
     double getRecOut() const { return _own->recIn + _own->recLength; }
-    /// Offset into the material.
+    /// Where in the material the range that plays begins, whatever the speed: frames of the material's mode.
     double getRelIn() const { return _own->relIn; }
     eDmErrorId setRelIn(double frames) { return set(RelIn, frames); }
 

@@ -1,0 +1,190 @@
+#include "dmMaterial.h"
+
+#include "dmContainerNode.h"
+#include "dmElementImp.h"
+#include "dmLayerNode.h"
+#include "dmSourceInput.h"
+#include "dmSpeedImp.h"
+#include "dmStoredLabel.h"
+#include "dmUtf8.h"
+
+#include "tuTimeUnit.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <optional>
+
+namespace
+{
+
+using MediaInput = DmSourceNode::MediaInput;
+
+/// What is played may miss the length of what was used by the rounding of a speed.
+constexpr double lessThanAFrame = 1.0 - 1e-5;
+
+DmSourceNode::DictionaryEntry* lengthEntry(const MediaInput& input)
+{
+    for (int i = 0; i < input.getExtraDataDictionary().count(); ++i)
+        if (DmSourceNode::DictionaryEntry* const entry = input.getExtraDataDictionary().at(i);
+            entry && entry->getKey() == dmMaterialLengthKey)
+            return entry;
+    return nullptr;
+}
+
+eDmErrorId setLengthEntry(MediaInput& input, const DmString& value)
+{
+    if (DmSourceNode::DictionaryEntry* const entry = lengthEntry(input))
+        return input.isFrozen() ? DM_CANNOT_LOCK : entry->setValue(value);
+    return input.addExtraData(DmSourceNode::DictionaryEntry::create(dmMaterialLengthKey, value));
+}
+
+/// None for what is no length: such an entry says as much as "unknown".
+std::optional<double> lengthFrom(const DmString& text)
+{
+    const std::string value = dmUtf8(text);
+    double length = 0.0;
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), length);
+    const bool isLength = error == std::errc() && end == value.data() + value.size() && length >= 0.0;
+    return isLength && std::isfinite(length) ? std::optional<double>(length) : std::nullopt;
+}
+
+/// The in-time of a material that has only a label of it, in frames of the material's mode.
+double labelTime(const DmString& text, const DmString& labelFcm, DM::FrameCodeModes fcm)
+{
+    const DmStoredLabel label(text, labelFcm);
+    if (text.empty() || label.isZero() || !label.isValid())
+        return 0.0;
+    DM::TimeUnit time(label.toFrames());
+    if (label.fcm() != DM::FCM_NOT_DEFINED && fcm != DM::FCM_NOT_DEFINED && label.fcm() != fcm)
+        static_cast<void>(time.getEquivTime(time, label.fcm(), fcm)); // both have a rate
+    return time.getFrames();
+}
+
+double beginOf(const DmSourceNode::Input& input)
+{
+    const DM::FrameCodeModes fcm = dmFcmFromText(input.getFcm());
+    if (const auto* const media = dynamic_cast<const MediaInput*>(&input))
+    {
+        const double srcIn = media->getSrcIn();
+        return srcIn != 0.0 ? srcIn : labelTime(media->getSrcInStr(), media->getSrcInFcm(), fcm);
+    }
+    if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(&input))
+        return derived->getSrcIn() != 0.0 ? derived->getSrcIn()
+                                          : labelTime(derived->getSrcInStr(), input.getFcm(), fcm);
+    return 0.0;
+}
+
+/// Whether "srcLength" is just what plays: from its begin to its end, with or without the transitions beside the
+/// segment, counted at its speed or, as lengths must be at least, as if that were normal.
+bool isJustWhatPlays(const DmSegmentNode& segment, double length, double rate, DmPlayedBeside beside)
+{
+    const DmSpeed speed = dmSpeedOf(segment);
+    if (speed.speed < 0.0)
+        std::swap(beside.before, beside.behind);
+    for (const double scale : {speed.keyed ? 1.0 : std::abs(speed.speed) * rate, rate, 1.0})
+    {
+        if (segment.getRelIn() > beside.before * scale + 0.5)
+            continue;
+        const double end = segment.getRelIn() + segment.getRecLength() * scale;
+        for (const double behind : {0.0, beside.behind * scale})
+            if (std::abs(length - (end + behind)) < lessThanAFrame)
+                return true;
+    }
+    return false;
+}
+
+DmMaterial materialOf(const DmSourceNode& source, DM::FrameCodeModes compositionFcm, DmPlayedBeside beside)
+{
+    DmMaterial material;
+    const DmSourceNode::Input* const input = source.getSrcInput();
+    if (!input)
+        return material;
+    material.kind = DmMaterial::Kind::Moving;
+    material.fcm = dmFcmFromText(input->getFcm());
+    material.begin = beginOf(*input);
+    material.length = input->getSrcLength();
+    if (dynamic_cast<const DmSourceNode::GeneratedInput*>(input))
+    {
+        material.kind = DmMaterial::Kind::Generated;
+        return material;
+    }
+    const auto* const media = dynamic_cast<const MediaInput*>(input);
+    if (const DmSourceNode::DictionaryEntry* const entry = media ? lengthEntry(*media) : nullptr)
+    {
+        const std::optional<double> own = lengthFrom(entry->getValue());
+        material.known = own.has_value();
+        material.length = own.value_or(material.length);
+    }
+    else
+    {
+        const DM::FrameCodeModes own = material.fcm == DM::FCM_NOT_DEFINED ? compositionFcm : material.fcm;
+        material.known = material.length > 0.0 &&
+                         !isJustWhatPlays(source, material.length, dmFramesPerFrame(own, compositionFcm), beside);
+    }
+    if (material.known && material.length > 0.0 && material.length <= 1.0 && source.getRecLength() > 1.0)
+        material.kind = DmMaterial::Kind::Still;
+    return material;
+}
+
+/// The record time at which all that stands in a composition has ended.
+double endOf(const DmCompositionNode& composition)
+{
+    double end = composition.getRecordStart();
+    for (int i = 0; i < composition.getNbChildren(); ++i)
+    {
+        const DmTreeNode* const track = composition.getChild(i);
+        for (int j = 0; track && j < track->getNbChildren(); ++j)
+        {
+            const DmTreeNode* const layer = track->getChild(j);
+            DmTreeNode* const last = layer ? layer->getChild(layer->getNbChildren() - 1) : nullptr;
+            static_cast<void>(dmWithElement(last,
+                                            [&end](const auto& element)
+                                            {
+                                                end = std::max(end, element.getRecOut());
+                                                return DM_NO_ERROR;
+                                            })); // a layer of nothing ends nowhere
+        }
+    }
+    return end;
+}
+
+DmMaterial materialOf(const DmContainerNode& container)
+{
+    DmMaterial material;
+    const DmCompositionNode* const composition = container.getComposition();
+    if (!composition)
+        return material;
+    material.kind = DmMaterial::Kind::Moving;
+    material.known = true;
+    material.fcm = dmFcmFromText(composition->getFCM());
+    material.begin = composition->getStartTC();
+    material.length = composition->getCompLength() > 0.0 ? composition->getCompLength()
+                                                         : endOf(*composition) - composition->getRecordStart();
+    return material;
+}
+
+} // namespace
+
+DmMaterial dmMaterialOf(const DmSegmentNode& segment, DM::FrameCodeModes compositionFcm, DmPlayedBeside beside)
+{
+    if (const auto* const source = dynamic_cast<const DmSourceNode*>(&segment))
+        return materialOf(*source, compositionFcm, beside);
+    if (const auto* const container = dynamic_cast<const DmContainerNode*>(&segment))
+        return materialOf(*container);
+    return {};
+}
+
+eDmErrorId dmSetMaterialLength(MediaInput& input, double length)
+{
+    if (!std::isfinite(length) || length < 0.0)
+        return DM_BAD_VALUE;
+    char text[32];
+    const auto written = std::to_chars(text, text + sizeof text, length);
+    return setLengthEntry(input, DmString(std::wstring(text, written.ptr)));
+}
+
+eDmErrorId dmSetMaterialLengthUnknown(MediaInput& input)
+{
+    return setLengthEntry(input, dmMaterialLengthUnknown);
+}
