@@ -47,13 +47,13 @@ std::string makeList(std::uint32_t events)
         event.record = {record, record + length};
         record += length;
         list.addEvent(event);
-        list.addNote(EdlNoteKind::FromClipName,
+        list.addNote(NoteKind::FromClipName,
                      list.keep("Shot " + std::to_string(i) + " (LAY" + std::to_string(i % 4) + ")"));
-        list.addNote(EdlNoteKind::SourceFile, list.keep("SHOT_" + std::to_string(i) + ".LAY1.02"));
+        list.addNote(NoteKind::SourceFile, list.keep("SHOT_" + std::to_string(i) + ".LAY1.02"));
         if (i % 25 == 3)
             list.events.back().speed = EdlSpeed{24, in};
         if (i % 20 == 7)
-            list.look() = EdlLook{{0.9, 1, 1.1}, {0.01, 0, -0.01}, {1, 1, 1}, 0.9, true, true};
+            list.look() = Look{{0.9, 1, 1.1}, {0.01, 0, -0.01}, {1, 1, 1}, 0.9, true, true};
         if (i % 20 == 3)
             list.addMarker({record - 5, "RED", "FIX"});
     }

@@ -119,23 +119,23 @@ TEST(EdlReader, TakesBytesThatAreNoUtf8ForLatin1)
 
 TEST(EdlReader, AttachesNotesToTheirEvent)
 {
-    const std::tuple<const char*, EdlNoteKind, const char*> cases[] = {
-        {"* FROM CLIP NAME:  Shot 1 (LAY2) ", EdlNoteKind::FromClipName, "Shot 1 (LAY2)"},
-        {"FROM CLIP NAME: shot", EdlNoteKind::FromClipName, "shot"},
-        {"* from clip name : shot", EdlNoteKind::FromClipName, "shot"},
-        {"* CLIP NAME: shot", EdlNoteKind::FromClipName, "shot"},
-        {"* TO CLIP NAME: shot", EdlNoteKind::ToClipName, "shot"},
-        {"* KEY CLIP NAME: logo", EdlNoteKind::KeyClipName, "logo"},
-        {"* SOURCE FILE: A001.mov", EdlNoteKind::SourceFile, "A001.mov"},
-        {"* SOURCE FILE PATH: C:\\rushes\\A001.mov", EdlNoteKind::SourcePath, "C:\\rushes\\A001.mov"},
-        {"* SOURCE PATH: /rushes/A 1.mov", EdlNoteKind::SourcePath, "/rushes/A 1.mov"},
-        {"EFFECTS NAME IS CROSS DISSOLVE", EdlNoteKind::EffectName, "CROSS DISSOLVE"},
-        {"* EFFECT NAME: CROSS DISSOLVE", EdlNoteKind::EffectName, "CROSS DISSOLVE"},
-        {"SPLIT:    AUDIO DELAY=  00:00:01:00", EdlNoteKind::Split, "AUDIO DELAY=  00:00:01:00"},
-        {"* * FREEZE FRAME", EdlNoteKind::Comment, "* FREEZE FRAME"},
-        {"* FROM CLIP NAMES ARE LOST", EdlNoteKind::Comment, "FROM CLIP NAMES ARE LOST"},
-        {"* M2 IS NOT MEANT", EdlNoteKind::Comment, "M2 IS NOT MEANT"},
-        {"*", EdlNoteKind::Comment, ""},
+    const std::tuple<const char*, NoteKind, const char*> cases[] = {
+        {"* FROM CLIP NAME:  Shot 1 (LAY2) ", NoteKind::FromClipName, "Shot 1 (LAY2)"},
+        {"FROM CLIP NAME: shot", NoteKind::FromClipName, "shot"},
+        {"* from clip name : shot", NoteKind::FromClipName, "shot"},
+        {"* CLIP NAME: shot", NoteKind::FromClipName, "shot"},
+        {"* TO CLIP NAME: shot", NoteKind::ToClipName, "shot"},
+        {"* KEY CLIP NAME: logo", NoteKind::KeyClipName, "logo"},
+        {"* SOURCE FILE: A001.mov", NoteKind::SourceFile, "A001.mov"},
+        {"* SOURCE FILE PATH: C:\\rushes\\A001.mov", NoteKind::SourcePath, "C:\\rushes\\A001.mov"},
+        {"* SOURCE PATH: /rushes/A 1.mov", NoteKind::SourcePath, "/rushes/A 1.mov"},
+        {"EFFECTS NAME IS CROSS DISSOLVE", NoteKind::EffectName, "CROSS DISSOLVE"},
+        {"* EFFECT NAME: CROSS DISSOLVE", NoteKind::EffectName, "CROSS DISSOLVE"},
+        {"SPLIT:    AUDIO DELAY=  00:00:01:00", NoteKind::Split, "AUDIO DELAY=  00:00:01:00"},
+        {"* * FREEZE FRAME", NoteKind::Comment, "* FREEZE FRAME"},
+        {"* FROM CLIP NAMES ARE LOST", NoteKind::Comment, "FROM CLIP NAMES ARE LOST"},
+        {"* M2 IS NOT MEANT", NoteKind::Comment, "M2 IS NOT MEANT"},
+        {"*", NoteKind::Comment, ""},
     };
     for (const auto& [line, kind, text] : cases)
     {
@@ -171,7 +171,7 @@ TEST(EdlReader, KeepsALineThatItCannotRead)
         ASSERT_TRUE(result.list) << line;
         EXPECT_EQ(result.messages, "cut.edl:3: warning: " + std::string(why) + "; kept as a comment\n");
         const EdlNote kept =
-            line[0] == '*' ? EdlNote{EdlNoteKind::Comment, line + 2} : EdlNote{EdlNoteKind::Line, line};
+            line[0] == '*' ? EdlNote{NoteKind::Comment, line + 2} : EdlNote{NoteKind::Line, line};
         EXPECT_EQ(result.list->notes, std::vector<EdlNote>{kept}) << line;
     }
     EXPECT_EQ(read("* LOC: 10:00:00:00 RED\n" + eventLine("001 A V C")).messages,
@@ -190,9 +190,9 @@ TEST(EdlReader, ReadsLooksInAnySpacing)
     for (const char* const spacing : spacings)
     {
         const EdlList list = readClean(eventLine("001 A V C") + spacing + "\n");
-        const EdlLook* const look = list.lookOf(list.events[0]);
+        const Look* const look = list.lookOf(list.events[0]);
         ASSERT_TRUE(look) << spacing;
-        EXPECT_EQ(*look, (EdlLook{{0.9, 1.0, 1.1}, {-0.01, 0, 0.02}, {1.2, 1, 0.8}, 0.75, true, true})) << spacing;
+        EXPECT_EQ(*look, (Look{{0.9, 1.0, 1.1}, {-0.01, 0, 0.02}, {1.2, 1, 0.8}, 0.75, true, true})) << spacing;
     }
 }
 

@@ -66,7 +66,7 @@ TEST(EdlWriter, AdaptsWhatALineCannotHold)
     event.source = {-25, 0};
     event.record = {std::int64_t{24} * 90000, std::int64_t{24} * 90000 + 25};
     list.addEvent(event);
-    list.addNote(EdlNoteKind::FromClipName, list.keep(std::string("a\r\nb\0c ", 7)));
+    list.addNote(NoteKind::FromClipName, list.keep(std::string("a\r\nb\0c ", 7)));
     EXPECT_EQ(writeEdl(list), "TITLE: two lines\n"
                               "FCM: NON-DROP FRAME\n"
                               "007  AX       NONE  C        23:59:59:00 00:00:00:00 00:00:00:00 00:00:01:00\n"
@@ -85,7 +85,7 @@ TEST(EdlWriter, WritesNumbersThatReadBackEqual)
         event.channels.video = 1;
         event.speed = EdlSpeed{value, 0};
         list.addEvent(event);
-        list.look() = EdlLook{{value, value, value}, {value, value, value}, {1, 1, 1}, value, true, true};
+        list.look() = Look{{value, value, value}, {value, value, value}, {1, 1, 1}, value, true, true};
         EXPECT_EQ(readClean(writeEdl(list), DM::FCM_24), list) << value;
     }
 }

@@ -19,13 +19,7 @@ namespace interchange
 
 struct EdlKept
 {
-    struct Note
-    {
-        EdlNoteKind kind;
-        std::string text;
-
-        bool operator==(const Note&) const = default;
-    };
+    using Note = interchange::Note;
 
     std::optional<std::uint32_t> position; ///< of the event in its list
     std::uint32_t number = 0;
@@ -39,8 +33,8 @@ struct EdlKept
     std::vector<Note> notes;
 
     /// The text of a note of a kind; null if there is none.
-    const Note* find(EdlNoteKind kind) const;
-    Note* find(EdlNoteKind kind) { return const_cast<Note*>(std::as_const(*this).find(kind)); }
+    const Note* find(NoteKind kind) const;
+    Note* find(NoteKind kind) { return const_cast<Note*>(std::as_const(*this).find(kind)); }
     /// The name of the incoming clip, as the notes have it; empty if they have none.
     std::string_view clipName(bool isTransition) const;
 
@@ -49,15 +43,5 @@ struct EdlKept
     /// None where the node has no such blob. What cannot be read, in a document that somebody changed, is passed over.
     static std::optional<EdlKept> of(const DmTreeNode& node);
 };
-
-/// Whether the model has what notes of a kind say: the names of clips and files.
-bool isOfModel(EdlNoteKind kind);
-/// As a list has it, without the "* " in front.
-std::string edlNoteText(const EdlKept::Note& note);
-/// The note that such a text is: a comment, unless it begins like one of another kind.
-EdlKept::Note edlNoteOf(std::string_view text);
-
-/// The data model's string of a UTF-8 text; empty when it is none.
-DmString toDmString(std::string_view utf8);
 
 } // namespace interchange

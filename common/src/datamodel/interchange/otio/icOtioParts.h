@@ -6,7 +6,6 @@
 /// For sources of this library only.
 #pragma once
 
-#include "icEdlKept.h"
 #include "icOtioItems.h"
 
 #include "dmTrxEffectNode.h"
@@ -63,12 +62,8 @@ public:
     /// The object counts its markers from where a mark's time is `origin` less.
     void setMarks(Value& object, const DmSetList<DmCueMark>& marks, double origin);
 
-    // What cut lists have said; what neither members nor metadata have room for is told
-
-    /// Notes become comments among the metadata of cut lists.
-    void setNotes(Value& object, const EdlKept& kept) const;
-    /// Notes of a transition's outgoing side, which follows `before`.
-    void setOutgoing(Value& object, const DmTrxEffectNode& node, const DmTreeNode* before) const;
+    /// Notes of cut lists become comments among their metadata.
+    void setNotes(Value& object, const DmTreeNode& node) const;
 
 private:
     /// Where material starts and how long it is, in frames of the composition.
@@ -80,9 +75,7 @@ private:
     void setMark(Value& marker, const DmCueMark& mark, const DmCueMark* before, double origin);
     void setEffects(Value& object, const DmSegmentNode& node);
     void setSpeed(Value& object, eDmTreeMediaType mediaType, const std::optional<double>& now) const;
-    void setLook(Value& object, const std::optional<EdlLook>& now) const;
-    /// `length`: on the record side.
-    void setEvent(Value& object, const DmSourceNode& node, double length) const;
+    void setLook(Value& object, const std::optional<Look>& now) const;
 
     Items _items;
     json::Document::AllocatorType& _allocator;

@@ -13,7 +13,7 @@ constexpr const wchar_t* onlySaturation = L"ASC_SAT";
 
 } // namespace
 
-CoSharedPtr<DmLookSettings> toLookSettings(const EdlLook& look)
+CoSharedPtr<DmLookSettings> toLookSettings(const Look& look)
 {
     auto settings = made(DmLookSettings::create());
     require(settings->setSlopeR(look.slope[0]));
@@ -30,15 +30,15 @@ CoSharedPtr<DmLookSettings> toLookSettings(const EdlLook& look)
     return settings;
 }
 
-EdlLook toEdlLook(const DmLookSettings& settings)
+Look toLook(const DmLookSettings& settings)
 {
-    EdlLook look{{settings.getSlopeR(), settings.getSlopeG(), settings.getSlopeB()},
-                 {settings.getOffsetR(), settings.getOffsetG(), settings.getOffsetB()},
-                 {settings.getPowerR(), settings.getPowerG(), settings.getPowerB()},
-                 settings.getSaturation(),
-                 true,
-                 true};
-    const EdlLook none;
+    Look look{{settings.getSlopeR(), settings.getSlopeG(), settings.getSlopeB()},
+              {settings.getOffsetR(), settings.getOffsetG(), settings.getOffsetB()},
+              {settings.getPowerR(), settings.getPowerG(), settings.getPowerB()},
+              settings.getSaturation(),
+              true,
+              true};
+    const Look none;
     const DmString& from = settings.getComment();
     look.hasSaturation = !(from == onlySop) || look.saturation != none.saturation;
     look.hasSop =

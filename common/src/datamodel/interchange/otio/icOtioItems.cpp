@@ -1,13 +1,13 @@
 #include "icOtioItems.h"
 
-#include "icEdlKept.h"
-#include "icLook.h"
+#include "icColours.h"
+#include "icLeftovers.h"
+#include "icNotes.h"
 #include "icText.h"
 #include "icTree.h"
 
 #include "dmADissolveSettings.h"
 #include "dmATimewarpSettings.h"
-#include "dmBlobNode.h"
 #include "dmTimewarpSettings.h"
 #include "dmUtf8.h"
 #include "dmVDissolveSettings.h"
@@ -46,9 +46,7 @@ constexpr std::string_view wipeType = "SMPTE_Wipe";
 
 void attach(DmTreeNode& node, std::string_view text)
 {
-    static const DmString type(blobType);
-    const auto blob = DmBlobNode::create(type, toDmString(text));
-    require(blob ? node.setBaseBlob(blob) : DM_BAD_VALUE);
+    require(setLeftover(node, leftoverType, text));
 }
 
 } // namespace
@@ -124,7 +122,7 @@ std::optional<double> speedOf(const DmPropertySet* effect)
     return std::nullopt;
 }
 
-std::optional<EdlLook> lookOf(const Value& item)
+std::optional<Look> lookOf(const Value& item)
 {
     const Value* const cdl = member(member(&item, "metadata"), "cdl");
     if (!cdl)
@@ -137,7 +135,7 @@ std::optional<EdlLook> lookOf(const Value& item)
         std::transform(from->Begin(), from->End(), to.begin(), [](const Value& value) { return value.GetDouble(); });
         return true;
     };
-    EdlLook look;
+    Look look;
     if (const Value* const sop = member(cdl, "asc_sop"))
     {
         look.hasSop = take(arrayOf(sop, "slope"), look.slope) && take(arrayOf(sop, "offset"), look.offset) &&
@@ -155,15 +153,24 @@ std::optional<EdlLook> lookOf(const Value& item)
     return look.hasSop || look.hasSaturation ? std::optional(look) : std::nullopt;
 }
 
+std::vector<Note> notesOf(const Value& object)
+{
+    std::vector<Note> notes;
+    const Value* const comments = arrayOf(member(member(&object, "metadata"), "cmx_3600"), "comments");
+    if (comments && std::all_of(comments->Begin(), comments->End(), [](const Value& each) { return each.IsString(); }))
+        for (const Value& comment : comments->GetArray())
+            notes.push_back(noteOf(text(&comment)));
+    return notes;
+}
+
 Value keptOf(const DmTreeNode& node, json::Document::AllocatorType& allocator)
 {
-    const auto* const blob = dynamic_cast<const DmBlobNode*>(node.getBaseBlob());
-    if (!blob || !(blob->getBlobType() == blobType))
+    const std::optional<std::string> data = leftoverOf(node, leftoverType);
+    if (!data)
         return {};
     // Parsed in place, in memory that lives as long as the values.
-    const std::string data = dmUtf8(blob->getData());
-    auto* const text = static_cast<char*>(allocator.Malloc(data.size() + 1));
-    std::copy_n(data.c_str(), data.size() + 1, text);
+    auto* const text = static_cast<char*>(allocator.Malloc(data->size() + 1));
+    std::copy_n(data->c_str(), data->size() + 1, text);
     JsonFault fault;
     json::Document document(&allocator);
     if (!parse(document, text, fault))
@@ -244,6 +251,10 @@ void Items::keep(DmTreeNode& node, const Value& object, LeftOut leftOut)
     _kept.clear();
     appendShortJson(_kept, object, leftOut);
     attach(node, _kept);
+    std::string notes;
+    appendNoteLines(notes, notesOf(object));
+    if (!notes.empty())
+        require(setLeftover(node, edlLeftover, notes));
 }
 
 void Items::keepImplied(DmTreeNode& node)
@@ -438,7 +449,7 @@ CoSharedPtr<DmCueMark> Items::mark(const Value& marker, double origin)
                 colour[i] = static_cast<int>(std::round(255 * std::min(1.0, part->GetDouble())));
     }
     else
-        for (const EdlColour& named : edlColours())
+        for (const NamedColour& named : namedColours())
             if (named.name == text(given))
                 colour = {named.red, named.green, named.blue};
     require(mark->setCueMarkColorRed(colour[0]));
@@ -458,7 +469,7 @@ void Items::dress(DmSegmentNode& segment, const Value& item, double origin)
     if (const auto warp = timewarp(item, segment.getMediaType()))
         require(segment.addEffect(warp));
     if (segment.getMediaType() == DM_MEDIA_VIDEO)
-        if (const std::optional<EdlLook> look = lookOf(item))
+        if (const std::optional<Look> look = lookOf(item))
             require(segment.addEffect(toLookSettings(*look)));
 }
 

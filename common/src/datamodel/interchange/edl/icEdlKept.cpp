@@ -1,9 +1,7 @@
 #include "icEdlKept.h"
 
+#include "icLeftovers.h"
 #include "icText.h"
-
-#include "dmBlobNode.h"
-#include "dmUtf8.h"
 
 #include <algorithm>
 #include <array>
@@ -15,8 +13,6 @@ namespace interchange
 namespace
 {
 
-constexpr const wchar_t* blobType = L"edl";
-constexpr int noteKinds = static_cast<int>(EdlNoteKind::Split) + 1;
 constexpr int transitionKinds = static_cast<int>(EdlTransition::KeyOut) + 1;
 
 /// A reel's name goes behind "reel=", last in its line, since it may hold blanks.
@@ -67,7 +63,7 @@ void readFields(std::string_view line, EdlKept& kept)
 
 } // namespace
 
-const EdlKept::Note* EdlKept::find(EdlNoteKind kind) const
+const Note* EdlKept::find(NoteKind kind) const
 {
     const auto found = std::ranges::find(notes, kind, &Note::kind);
     return found == notes.end() ? nullptr : &*found;
@@ -75,8 +71,8 @@ const EdlKept::Note* EdlKept::find(EdlNoteKind kind) const
 
 std::string_view EdlKept::clipName(bool isTransition) const
 {
-    const Note* const to = isTransition ? find(EdlNoteKind::ToClipName) : nullptr;
-    const Note* const name = to ? to : find(EdlNoteKind::FromClipName);
+    const Note* const to = isTransition ? find(NoteKind::ToClipName) : nullptr;
+    const Note* const name = to ? to : find(NoteKind::FromClipName);
     return name ? std::string_view(name->text) : std::string_view();
 }
 
@@ -108,67 +104,20 @@ eDmErrorId EdlKept::keepOn(DmTreeNode& node) const
     }
     if (!reel.empty())
         text.append(" ").append(reelKey).append(reel);
-    for (const Note& note : notes)
-        text.append("\n").append(std::to_string(static_cast<int>(note.kind))).append(" ").append(note.text);
-    const CoSharedPtr<DmBlobNode> blob = DmBlobNode::create(blobType, toDmString(text));
-    return blob ? node.setBaseBlob(blob) : DM_BAD_VALUE;
+    appendNoteLines(text, notes);
+    return setLeftover(node, edlLeftover, text);
 }
 
 std::optional<EdlKept> EdlKept::of(const DmTreeNode& node)
 {
-    const auto* const blob = dynamic_cast<const DmBlobNode*>(node.getBaseBlob());
-    if (!blob || !(blob->getBlobType() == blobType))
+    const std::optional<std::string> text = leftoverOf(node, edlLeftover);
+    if (!text)
         return std::nullopt;
-    const std::string text = dmUtf8(blob->getData());
-    std::string_view rest = text;
-    const auto takeLine = [&rest]
-    {
-        const std::size_t end = std::min(rest.find('\n'), rest.size());
-        const std::string_view line = rest.substr(0, end);
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-        return line;
-    };
+    const std::size_t end = std::min(text->find('\n'), text->size());
     EdlKept kept;
-    readFields(trimmed(takeLine()), kept);
-    while (!rest.empty())
-    {
-        std::string_view line = trimmed(takeLine());
-        const std::optional<int> kind = toNumber<int>(takeFirstWord(line));
-        if (kind && *kind >= 0 && *kind < noteKinds)
-            kept.notes.push_back({static_cast<EdlNoteKind>(*kind), std::string(line)});
-    }
+    readFields(trimmed(std::string_view(*text).substr(0, end)), kept);
+    kept.notes = readNoteLines(std::string_view(*text).substr(end));
     return kept;
-}
-
-bool isOfModel(EdlNoteKind kind)
-{
-    constexpr std::array kinds{EdlNoteKind::FromClipName, EdlNoteKind::ToClipName, EdlNoteKind::SourceFile,
-                               EdlNoteKind::SourcePath};
-    return std::ranges::find(kinds, kind) != kinds.end();
-}
-
-std::string edlNoteText(const EdlKept::Note& note)
-{
-    return std::string(edlNotePrefix(note.kind)).append(note.text);
-}
-
-EdlKept::Note edlNoteOf(std::string_view text)
-{
-    for (int i = 0; i < noteKinds; ++i)
-    {
-        const auto kind = static_cast<EdlNoteKind>(i);
-        const std::string_view prefix = trimmed(edlNotePrefix(kind));
-        if (!prefix.empty() && text.starts_with(prefix))
-            return {kind, std::string(trimmed(text.substr(prefix.size())))};
-    }
-    return {EdlNoteKind::Comment, std::string(text)};
-}
-
-DmString toDmString(std::string_view utf8)
-{
-    DmString text;
-    [[maybe_unused]] const bool isUtf8 = dmFromUtf8(utf8, text); // texts of a list are, by its promise
-    return text;
 }
 
 } // namespace interchange

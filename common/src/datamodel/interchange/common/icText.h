@@ -4,6 +4,8 @@
 /// their lists separate words like a space. Letters compare without regard to case in ASCII only.
 #pragma once
 
+#include "dmString.h"
+
 #include <charconv>
 #include <optional>
 #include <string>
@@ -54,6 +56,9 @@ void appendDecimal(std::string& text, double value, int width, int decimals);
 /// Turns the bytes of a text file into UTF-8: drops a byte-order mark, and takes bytes that are no UTF-8 for Latin-1.
 /// True when it did that.
 bool makeUtf8(std::string& bytes);
+
+/// The data model's string of a UTF-8 text; empty when it is none.
+DmString toDmString(std::string_view utf8);
 
 template <typename Number>
 std::optional<Number> toNumber(std::string_view text)

@@ -14,9 +14,9 @@ namespace
 {
 
 /// Whether notes of a kind begin with "* ".
-bool isStarred(EdlNoteKind kind)
+bool isStarred(NoteKind kind)
 {
-    return kind != EdlNoteKind::Line && kind != EdlNoteKind::EffectName && kind != EdlNoteKind::Split;
+    return kind != NoteKind::Line && kind != NoteKind::EffectName && kind != NoteKind::Split;
 }
 
 constexpr std::array<std::string_view, 6> transitionTexts{"C", "D", "W", "K B", "K", "K O"};
@@ -91,7 +91,7 @@ private:
         for (const EdlNote& note : _list.notesOf(run))
         {
             _text.append(isStarred(note.kind) ? "* " : "");
-            line(edlNotePrefix(note.kind), note.text);
+            line(notePrefix(note.kind), note.text);
         }
     }
 
@@ -185,7 +185,7 @@ private:
         endLine();
     }
 
-    void look(const EdlLook* look)
+    void look(const Look* look)
     {
         if (look && look->hasSop)
         {

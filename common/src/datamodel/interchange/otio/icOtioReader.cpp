@@ -1,7 +1,7 @@
 #include "icOtioReader.h"
 
-#include "icEdlKept.h"
 #include "icOtioItems.h"
+#include "icText.h"
 #include "icTree.h"
 
 #include "dmCompositionNode.h"

@@ -136,4 +136,11 @@ bool makeUtf8(std::string& bytes)
     return true;
 }
 
+DmString toDmString(std::string_view utf8)
+{
+    DmString text;
+    [[maybe_unused]] const bool isUtf8 = dmFromUtf8(utf8, text); // texts of a list are, by its promise
+    return text;
+}
+
 } // namespace interchange

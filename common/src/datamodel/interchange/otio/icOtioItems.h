@@ -6,7 +6,9 @@
 /// For sources of this library only: rapidjson is compiled in a namespace of our own.
 #pragma once
 
-#include "icEdlList.h"
+#include "icLeftovers.h"
+#include "icLook.h"
+#include "icNotes.h"
 #include "icOtioShort.h"
 #include "icReport.h"
 
@@ -24,8 +26,8 @@
 namespace interchange::otio
 {
 
-/// The blob type under which an object's members travel with a node.
-constexpr const wchar_t* blobType = L"otio";
+/// An object's members, as they travel with a node.
+inline constexpr LeftoverType leftoverType{"otio", 1};
 
 /// Of containers: what documents can be read again with.
 constexpr int deepestNesting = 75;
@@ -51,6 +53,8 @@ Mix mixOf(const Value& transition);
 std::optional<int> wipePattern(const Value& transition);
 /// The object that travels with a node; an array where the file had none for it, null where the node is no file's.
 Value keptOf(const DmTreeNode& node, json::Document::AllocatorType& allocator);
+/// The comments of cut lists among an object's metadata.
+std::vector<Note> notesOf(const Value& object);
 /// The reel among a clip's metadata of cut lists; empty for none.
 std::string_view reelOf(const Value& clip);
 /// The name under which a clip's media reference stands among several.
@@ -64,7 +68,7 @@ std::optional<double> speedOf(const Value& item);
 /// That of a constant timewarp; none of any other effect, or of null.
 std::optional<double> speedOf(const DmPropertySet* effect);
 /// The look among an item's metadata; none where that is not three times three numbers, a saturation, or both.
-std::optional<EdlLook> lookOf(const Value& item);
+std::optional<Look> lookOf(const Value& item);
 
 class Items
 {

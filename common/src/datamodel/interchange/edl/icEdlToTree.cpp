@@ -2,6 +2,7 @@
 
 #include "icEdlKept.h"
 #include "icLook.h"
+#include "icText.h"
 #include "icTree.h"
 
 #include "dmADissolveSettings.h"
@@ -296,7 +297,7 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(std::uint32_t position, Channel chan
         require(node->setName(toDmString(name)));
     if (event.speed)
         addSpeed(*node, event, channel.mediaType);
-    if (const EdlLook* const look = _list.lookOf(event))
+    if (const Look* const look = _list.lookOf(event))
     {
         if (channel.mediaType == DM_MEDIA_VIDEO)
             require(node->addEffect(toLookSettings(*look)));
@@ -334,9 +335,9 @@ CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel
     require(info->setSourceType(DmSourceInfo::Reel));
     require(info->setReelName(toDmString(event.reel)));
     require(info->setTrack(channel.number));
-    if (const EdlKept::Note* const file = kept.find(EdlNoteKind::SourceFile))
+    if (const Note* const file = kept.find(NoteKind::SourceFile))
         require(info->setName(toDmString(file->text)));
-    if (const EdlKept::Note* const path = kept.find(EdlNoteKind::SourcePath))
+    if (const Note* const path = kept.find(NoteKind::SourcePath))
         require(info->setPath(toDmString(path->text)));
     const auto media = made(DmSourceNode::MediaInput::create(srcLength, static_cast<double>(event.source.in), info,
                                                              fcmText, channel.mediaType, false));
@@ -370,7 +371,7 @@ void TreeMaker::addMarks(DmSourceNode& node, const EdlEvent& event) const
     {
         const double time = static_cast<double>(marker.at) - (node.getRecIn() - node.getRelIn());
         const auto mark = made(DmCueMark::create(toDmString(marker.text), time));
-        for (const EdlColour& colour : edlColours())
+        for (const NamedColour& colour : namedColours())
             if (colour.name == marker.colour)
             {
                 require(mark->setCueMarkColorRed(colour.red));

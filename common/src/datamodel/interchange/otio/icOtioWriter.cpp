@@ -1,7 +1,7 @@
 #include "icOtioWriter.h"
 
-#include "icEdlKept.h"
 #include "icOtioParts.h"
+#include "icText.h"
 
 #include "dmCompositionNode.h"
 #include "dmContainerNode.h"
@@ -161,8 +161,7 @@ Value Maker::timeline(Value before, const DmCompositionNode& node, Value childre
     const Value* const start = member(&made, "global_start_time");
     if ((start ? _parts.items().frames(start) : 0) != node.getStartTC())
         _parts.set(made, "global_start_time", _parts.time(node.getStartTC()));
-    if (const std::optional<EdlKept> head = EdlKept::of(node))
-        _parts.setNotes(made, *head);
+    _parts.setNotes(made, node);
     const bool hadStack = member(&made, "tracks") && made["tracks"].IsObject();
     if (isKept && !hadStack && children.Empty() && node.getCueMarks().count() == 0)
         return made;
@@ -251,7 +250,7 @@ Value Maker::transition(const DmTrxEffectNode& node, const DmTreeNode* before, c
         made = _parts.object("Transition.1");
     _parts.setName(made, node);
     _parts.setMix(made, node, isKept);
-    _parts.setOutgoing(made, node, before);
+    _parts.setNotes(made, node);
     // An offset that was cut to what stands beside it has left nothing of that.
     const auto setOffset = [&](const char* name, double now, const DmTreeNode* beside)
     {

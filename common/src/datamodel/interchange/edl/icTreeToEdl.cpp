@@ -2,7 +2,7 @@
 
 #include "icEdlKept.h"
 #include "icEdlLine.h"
-#include "icOtioNotes.h"
+#include "icText.h"
 
 #include "dmCompositionNode.h"
 #include "dmLayerNode.h"
@@ -72,8 +72,8 @@ bool merge(Edit& into, const Edit& from)
     {
         into.lines[i].event.channels.video |= from.lines[i].event.channels.video;
         into.lines[i].event.channels.audio |= from.lines[i].event.channels.audio;
-        std::vector<EdlKept::Note>& notes = into.lines[i].notes;
-        for (const EdlKept::Note& note : from.lines[i].notes)
+        std::vector<Note>& notes = into.lines[i].notes;
+        for (const Note& note : from.lines[i].notes)
             if (!isOfModel(note.kind) && std::ranges::find(notes, note) == notes.end())
                 notes.push_back(note);
     }
@@ -285,11 +285,11 @@ void ListMaker::addEdit(const DmSegmentNode& segment, const DmTrxEffectNode* mix
     if (mix)
     {
         const std::string from = attached ? clipName(*attached) : previous ? clipName(*previous) : std::string();
-        const auto note = std::ranges::find(incoming.notes, EdlNoteKind::FromClipName, &EdlKept::Note::kind);
-        const bool hasTo = std::ranges::count(incoming.notes, EdlNoteKind::ToClipName, &EdlKept::Note::kind) != 0;
+        const auto note = std::ranges::find(incoming.notes, NoteKind::FromClipName, &Note::kind);
+        const bool hasTo = std::ranges::count(incoming.notes, NoteKind::ToClipName, &Note::kind) != 0;
         const bool hasNote = note != incoming.notes.end();
         if (!kept && !hasNote && !from.empty())
-            incoming.notes.insert(incoming.notes.begin(), {EdlNoteKind::FromClipName, from});
+            incoming.notes.insert(incoming.notes.begin(), {NoteKind::FromClipName, from});
         else if (hasNote && !from.empty() && (!kept || (attached && hasTo)))
             note->text = from;
     }
@@ -388,7 +388,7 @@ EdlList ListMaker::written()
     list.title = list.keep(dmUtf8(_composition.getName()));
     list.fcm = _fcm;
     const std::optional<EdlKept> head = EdlKept::of(_composition);
-    for (const EdlKept::Note& note : head ? head->notes : otioNotesOf(_composition))
+    for (const Note& note : notesOf(_composition))
         list.addNote(note.kind, list.keep(note.text));
     for (Edit& edit : _edits)
         for (EdlLine& line : edit.lines)
@@ -397,7 +397,7 @@ EdlList ListMaker::written()
             list.addEvent(line.event);
             if (line.look)
                 list.look() = *line.look;
-            for (EdlKept::Note& note : line.notes)
+            for (Note& note : line.notes)
                 list.addNote(note.kind, list.keep(std::move(note.text)));
             for (EdlLine::Mark& mark : line.marks)
                 list.addMarker({mark.at, mark.colour, list.keep(std::move(mark.text))});

@@ -1,7 +1,8 @@
 #include "icOtioParts.h"
 
-#include "icEdlLine.h"
+#include "icColours.h"
 #include "icLook.h"
+#include "icText.h"
 #include "icTree.h"
 
 #include "dmADissolveSettings.h"
@@ -30,9 +31,6 @@ constexpr Loss otherMix{"transitions other than dissolves and wipes", "written a
 constexpr Loss wipeSettings{"settings of wipes other than their pattern", "left out"};
 constexpr Loss generatorSettings{"colours and levels of generated sources", "left out"};
 constexpr Loss furtherChannel{"further channels of sources", "left out"};
-constexpr Loss keyOrWipe{"backgrounds of keys and wipes of sound", "written as clips and dissolves"};
-constexpr Loss sourceSide{"speeds and source sides that do not follow from lengths", "written as if they did"};
-constexpr Loss outgoingSide{"outgoing sides of transitions that do not go on from what plays before", "left out"};
 constexpr Loss markColour{"cue marks of a colour that has no name", "written in the nearest one"};
 
 bool isSame(double a, double b)
@@ -40,7 +38,7 @@ bool isSame(double a, double b)
     return a == b || std::abs(a - b) < 1e-6;
 }
 
-bool isFinite(const EdlLook& look)
+bool isFinite(const Look& look)
 {
     constexpr auto areFinite = [](const std::array<double, 3>& numbers)
     { return std::ranges::all_of(numbers, [](double number) { return std::isfinite(number); }); };
@@ -56,7 +54,7 @@ Colour colourOf(const DmCueMark& mark)
     return {mark.getCueMarkColorRed(), mark.getCueMarkColorGreen(), mark.getCueMarkColorBlue()};
 }
 
-int distance(const Colour& colour, const EdlColour& named)
+int distance(const Colour& colour, const NamedColour& named)
 {
     const auto square = [](int a, int b) { return (a - b) * (a - b); };
     return square(std::clamp(colour[0], 0, 255), named.red) + square(std::clamp(colour[1], 0, 255), named.green) +
@@ -277,7 +275,7 @@ void Parts::setSource(Value& object, const DmSourceNode& node, bool isKept, Trim
     _report.lose(furtherChannel, static_cast<std::size_t>(node.getSrcMultiInput().count()));
     setRange(object, node, before, base, isKept, trim);
     setDress(object, node, base);
-    setEvent(object, node, node.getRecLength() + trim.in + trim.out);
+    setNotes(object, node);
 }
 
 void Parts::setRange(Value& object, const DmSegmentNode& node, const Extent& before, double base, bool isKept,
@@ -432,8 +430,8 @@ void Parts::setMark(Value& marker, const DmCueMark& mark, const DmCueMark* befor
     const Colour colour = colourOf(mark);
     if (before && colourOf(*before) == colour)
         return;
-    const EdlColour& nearest = *std::ranges::min_element(
-        edlColours(), {}, [&colour](const EdlColour& named) { return distance(colour, named); });
+    const NamedColour& nearest = *std::ranges::min_element(
+        namedColours(), {}, [&colour](const NamedColour& named) { return distance(colour, named); });
     if (distance(colour, nearest) != 0)
         _report.lose(markColour);
     set(marker, "color", string(nearest.name));
@@ -442,15 +440,15 @@ void Parts::setMark(Value& marker, const DmCueMark& mark, const DmCueMark* befor
 void Parts::setEffects(Value& object, const DmSegmentNode& node)
 {
     std::optional<double> speed;
-    std::optional<EdlLook> look;
+    std::optional<Look> look;
     for (const DmPropertySetPtr& effect : node.getEffects())
     {
         const std::optional<double> itsSpeed = speed ? std::nullopt : speedOf(effect.get());
         const auto* const settings = dynamic_cast<const DmLookSettings*>(effect.get());
         if (itsSpeed)
             speed = itsSpeed;
-        else if (settings && !look && isFinite(toEdlLook(*settings)))
-            look = toEdlLook(*settings);
+        else if (settings && !look && isFinite(toLook(*settings)))
+            look = toLook(*settings);
         else if (effect)
             _report.lose(lostEffect);
     }
@@ -487,13 +485,13 @@ void Parts::setSpeed(Value& object, eDmTreeMediaType mediaType, const std::optio
     set(object, "effects", std::move(list));
 }
 
-void Parts::setLook(Value& object, const std::optional<EdlLook>& now) const
+void Parts::setLook(Value& object, const std::optional<Look>& now) const
 {
-    const std::optional<EdlLook> before = lookOf(object);
+    const std::optional<Look> before = lookOf(object);
     if (now == before)
         return;
     Value& cdl = inner(inner(object, "metadata"), "cdl");
-    const auto isSameSop = [](const EdlLook& a, const EdlLook& b)
+    const auto isSameSop = [](const Look& a, const Look& b)
     { return a.hasSop == b.hasSop && a.slope == b.slope && a.offset == b.offset && a.power == b.power; };
     const auto setNumbers = [&](const char* name, const std::array<double, 3>& numbers)
     {
@@ -520,51 +518,17 @@ void Parts::setLook(Value& object, const std::optional<EdlLook>& now) const
 
 // What cut lists have said
 
-void Parts::setNotes(Value& object, const EdlKept& kept) const
+void Parts::setNotes(Value& object, const DmTreeNode& node) const
 {
+    const std::vector<Note> notes = interchange::notesOf(node);
+    if (notes == otio::notesOf(object))
+        return;
     Value comments(json::kArrayType);
-    for (const EdlKept::Note& note : kept.notes)
+    for (const Note& note : notes)
         if (!isOfModel(note.kind))
-            comments.PushBack(string(edlNoteText(note)), _allocator);
+            comments.PushBack(string(noteText(note)), _allocator);
     if (!comments.Empty())
         set(inner(inner(object, "metadata"), "cmx_3600"), "comments", std::move(comments));
-}
-
-void Parts::setEvent(Value& object, const DmSourceNode& node, double length) const
-{
-    const std::optional<EdlKept> kept = EdlKept::of(node);
-    if (!kept)
-        return;
-    setNotes(object, *kept);
-    if (kept->transition != EdlTransition::Cut)
-        _report.lose(keyOrWipe);
-    if (kept->recordLength < 0 || !isSame(static_cast<double>(kept->recordLength), length))
-        return;
-    const double speed = kept->speed ? kept->speed->fps / _items.fps() : 1.0;
-    const double expected = speed == 0 ? 1.0 : std::round(length * std::abs(speed));
-    const bool isStillSound = speed <= 0 && node.getMediaType() == DM_MEDIA_AUDIO;
-    const bool isGenerated = !kept->reel.empty();
-    if (isStillSound || static_cast<double>(kept->source.length()) != expected ||
-        (isGenerated && kept->source.in != 0) || (kept->speed && kept->speed->at != kept->source.in))
-        _report.lose(sourceSide);
-}
-
-void Parts::setOutgoing(Value& object, const DmTrxEffectNode& node, const DmTreeNode* before) const
-{
-    const auto* const attached = dynamic_cast<const DmSourceNode*>(node.getBaseBlob());
-    const std::optional<EdlKept> kept = attached ? EdlKept::of(*attached) : std::nullopt;
-    if (!kept)
-        return;
-    setNotes(object, *kept);
-    const auto* const mixedAway = before ? dynamic_cast<const DmSourceNode*>(before->getBaseBlob()) : nullptr;
-    // Lists get the one line for the other, once the attached source is gone.
-    Report unused{std::string()};
-    EdlLineMaker maker(_items.fcm(), 0, unused);
-    const EdlLine given = maker.line(*attached, nullptr, {});
-    const EdlLine implied = maker.outgoingLine(node, mixedAway ? mixedAway : before, {});
-    if (given.reel != implied.reel || given.event.source != implied.event.source ||
-        given.event.sourceDrop != implied.event.sourceDrop || given.event.speed || given.look || !given.marks.empty())
-        _report.lose(outgoingSide);
 }
 
 } // namespace interchange::otio

@@ -33,9 +33,9 @@ struct EdlLine
 
     EdlEvent event; ///< with the texts beside it, until the list keeps them
     std::string reel;
-    std::vector<EdlKept::Note> notes;
+    std::vector<Note> notes;
     std::vector<Mark> marks;
-    std::optional<EdlLook> look;
+    std::optional<Look> look;
 };
 
 class EdlLineMaker

@@ -188,25 +188,25 @@ struct Reader::Keyword
     };
     std::string_view word;
     bool (Reader::*take)(std::string_view) = nullptr;
-    EdlNoteKind kind = EdlNoteKind::Comment;
+    NoteKind kind = NoteKind::Comment;
     Colon colon = Required;
     Star star = Allowed;
     bool needsEvent = false;
 };
 
 const Reader::Keyword Reader::keywords[] = {
-    {"FROM CLIP NAME", nullptr, EdlNoteKind::FromClipName},
-    {"TO CLIP NAME", nullptr, EdlNoteKind::ToClipName},
-    {"KEY CLIP NAME", nullptr, EdlNoteKind::KeyClipName},
-    {"CLIP NAME", nullptr, EdlNoteKind::FromClipName},
-    {"SOURCE FILE PATH", nullptr, EdlNoteKind::SourcePath},
-    {"SOURCE FILE", nullptr, EdlNoteKind::SourceFile},
-    {"SOURCE PATH", nullptr, EdlNoteKind::SourcePath},
-    {"FILE PATH", nullptr, EdlNoteKind::SourcePath},
-    {"PATH", nullptr, EdlNoteKind::SourcePath},
-    {"EFFECT NAME", nullptr, EdlNoteKind::EffectName},
-    {"EFFECTS NAME IS", nullptr, EdlNoteKind::EffectName, Keyword::None},
-    {"SPLIT", nullptr, EdlNoteKind::Split, Keyword::Required, Keyword::Never},
+    {"FROM CLIP NAME", nullptr, NoteKind::FromClipName},
+    {"TO CLIP NAME", nullptr, NoteKind::ToClipName},
+    {"KEY CLIP NAME", nullptr, NoteKind::KeyClipName},
+    {"CLIP NAME", nullptr, NoteKind::FromClipName},
+    {"SOURCE FILE PATH", nullptr, NoteKind::SourcePath},
+    {"SOURCE FILE", nullptr, NoteKind::SourceFile},
+    {"SOURCE PATH", nullptr, NoteKind::SourcePath},
+    {"FILE PATH", nullptr, NoteKind::SourcePath},
+    {"PATH", nullptr, NoteKind::SourcePath},
+    {"EFFECT NAME", nullptr, NoteKind::EffectName},
+    {"EFFECTS NAME IS", nullptr, NoteKind::EffectName, Keyword::None},
+    {"SPLIT", nullptr, NoteKind::Split, Keyword::Required, Keyword::Never},
     {"ASC_SOP", &Reader::slopeOffsetPower, {}, Keyword::Optional, Keyword::Allowed, true},
     {"ASC_SAT", &Reader::saturation, {}, Keyword::Optional, Keyword::Allowed, true},
     {"LOC", &Reader::locator, {}, Keyword::Required, Keyword::Allowed, true},
@@ -239,7 +239,7 @@ void Reader::take(std::string_view line)
     const std::string_view text = starred ? trimmed(line.substr(1)) : line;
     if (takeKeyword(text, starred) || _skipping)
         return;
-    _list.addNote(starred ? EdlNoteKind::Comment : EdlNoteKind::Line, text);
+    _list.addNote(starred ? NoteKind::Comment : NoteKind::Line, text);
 }
 
 bool Reader::takeKeyword(std::string_view text, bool starred)
@@ -369,7 +369,7 @@ bool Reader::locator(std::string_view text)
     marker.at += (last()->record.in - marker.at + day / 2) / day * day;
     std::string_view rest = text;
     const std::string_view word = takeFirstWord(rest);
-    for (const EdlColour& colour : edlColours())
+    for (const NamedColour& colour : namedColours())
         if (equalsNoCase(word, colour.name))
         {
             marker.colour = colour.name;
@@ -383,12 +383,12 @@ bool Reader::locator(std::string_view text)
 bool Reader::slopeOffsetPower(std::string_view text)
 {
     const std::optional<std::array<double, 9>> values = parseSlopeOffsetPower(text);
-    const EdlLook* const before = _list.lookOf(*last());
+    const Look* const before = _list.lookOf(*last());
     if (!values)
         return keep("ASC_SOP takes three times three numbers");
     if (before && before->hasSop)
         return keep("a second ASC_SOP for the event");
-    EdlLook& look = _list.look();
+    Look& look = _list.look();
     std::copy_n(values->begin(), 3, look.slope.begin());
     std::copy_n(values->begin() + 3, 3, look.offset.begin());
     std::copy_n(values->begin() + 6, 3, look.power.begin());
@@ -399,12 +399,12 @@ bool Reader::slopeOffsetPower(std::string_view text)
 bool Reader::saturation(std::string_view text)
 {
     const std::optional<double> value = toNumber<double>(text);
-    const EdlLook* const before = _list.lookOf(*last());
+    const Look* const before = _list.lookOf(*last());
     if (!value || !std::isfinite(*value))
         return keep("ASC_SAT takes a number");
     if (before && before->hasSaturation)
         return keep("a second ASC_SAT for the event");
-    EdlLook& look = _list.look();
+    Look& look = _list.look();
     look.saturation = *value;
     look.hasSaturation = true;
     return true;

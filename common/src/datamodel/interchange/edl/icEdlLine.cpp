@@ -1,7 +1,7 @@
 #include "icEdlLine.h"
 
 #include "icLook.h"
-#include "icOtioNotes.h"
+#include "icText.h"
 
 #include "dmADissolveSettings.h"
 #include "dmATimewarpSettings.h"
@@ -42,9 +42,9 @@ constexpr std::string_view noReel = "AX";
 constexpr std::string_view blackReel = "BL";
 
 /// What is empty leaves the note of the kind that there may be.
-void setNote(EdlLine& line, EdlNoteKind kind, const std::string& text)
+void setNote(EdlLine& line, NoteKind kind, const std::string& text)
 {
-    const auto note = std::ranges::find(line.notes, kind, &EdlKept::Note::kind);
+    const auto note = std::ranges::find(line.notes, kind, &Note::kind);
     if (text.empty())
         return;
     if (note != line.notes.end())
@@ -76,7 +76,7 @@ EdlLine EdlLineMaker::outgoingLine(const DmTrxEffectNode& mix, const DmTreeNode*
     line.event.channels = channel;
     line.event.record.in = line.event.record.out = frames(_offset + mix.getRecIn());
     line.event.sourceDrop = DM::FcmUtil::isDropFrame(_fcm);
-    line.notes = otioNotesOf(mix);
+    line.notes = notesOf(mix);
     line.reel = previous && previous->whatIs() != DM_GAP_NODE ? noReel : blackReel;
     if (const auto* const source = dynamic_cast<const DmSourceNode*>(previous))
     {
@@ -124,8 +124,8 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const DmTrxEffectNode* 
     {
         _report.lose(nestedComposition);
         line.reel = noReel;
-        line.notes = otioNotesOf(segment);
-        setNote(line, mix ? EdlNoteKind::ToClipName : EdlNoteKind::FromClipName, clipName(segment));
+        line.notes = notesOf(segment);
+        setNote(line, mix ? NoteKind::ToClipName : NoteKind::FromClipName, clipName(segment));
         setEffects(line, segment, nullptr);
     }
     for (const DmPropertySetPtr& mark : segment.getSegmentMarks())
@@ -255,7 +255,7 @@ double EdlLineMaker::setEffects(EdlLine& line, const DmSegmentNode& segment, con
             isOfSound = true;
         }
         else if (look && !line.look)
-            line.look = toEdlLook(*look);
+            line.look = toLook(*look);
         else if (effect)
             _report.lose(lostEffect);
     }
@@ -284,13 +284,13 @@ double EdlLineMaker::setEffects(EdlLine& line, const DmSegmentNode& segment, con
 
 void EdlLineMaker::setNotes(EdlLine& line, const DmSourceNode& source, const EdlKept* kept, bool isMix)
 {
-    line.notes = kept ? kept->notes : otioNotesOf(source);
+    line.notes = kept ? kept->notes : std::vector<Note>();
     const DmSourceInfo* const info = source.getSrcInput() ? source.getSrcInput()->getSrcInfo() : nullptr;
-    const bool hasTo = isMix && (!kept || kept->find(EdlNoteKind::ToClipName));
-    const std::pair<EdlNoteKind, std::string> values[] = {
-        {hasTo ? EdlNoteKind::ToClipName : EdlNoteKind::FromClipName, clipName(source)},
-        {EdlNoteKind::SourceFile, info ? dmUtf8(info->getName()) : std::string()},
-        {EdlNoteKind::SourcePath, info ? dmUtf8(info->getPath()) : std::string()},
+    const bool hasTo = isMix && (!kept || kept->find(NoteKind::ToClipName));
+    const std::pair<NoteKind, std::string> values[] = {
+        {hasTo ? NoteKind::ToClipName : NoteKind::FromClipName, clipName(source)},
+        {NoteKind::SourceFile, info ? dmUtf8(info->getName()) : std::string()},
+        {NoteKind::SourcePath, info ? dmUtf8(info->getPath()) : std::string()},
     };
     for (const auto& [kind, value] : values)
         setNote(line, kind, value);
@@ -302,12 +302,12 @@ void EdlLineMaker::addMark(EdlLine& line, const DmCueMark& mark, double origin)
     if (time == dmNoTime)
         return _report.lose(timelessMark);
     const std::array<int, 3> colour{mark.getCueMarkColorRed(), mark.getCueMarkColorGreen(), mark.getCueMarkColorBlue()};
-    const auto distance = [&colour](const EdlColour& named)
+    const auto distance = [&colour](const NamedColour& named)
     {
         const auto square = [](double difference) { return difference * difference; };
         return square(colour[0] - named.red) + square(colour[1] - named.green) + square(colour[2] - named.blue);
     };
-    const EdlColour& nearest = *std::ranges::min_element(edlColours(), {}, distance);
+    const NamedColour& nearest = *std::ranges::min_element(namedColours(), {}, distance);
     EdlLine::Mark marker{frames(_offset + origin + time), nearest.name, dmUtf8(mark.getCueMarkName())};
     const std::string comment = dmUtf8(mark.getCueMarkComment());
     if (distance(nearest) != 0)

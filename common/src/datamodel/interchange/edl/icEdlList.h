@@ -3,7 +3,7 @@
 ///
 ///     for (const EdlEvent& event : list.events)
 ///         for (const EdlNote& note : list.notesOf(event))
-///             if (note.kind == EdlNoteKind::FromClipName)
+///             if (note.kind == NoteKind::FromClipName)
 ///                 std::cout << event.number << ' ' << note.text << '\n';
 ///
 /// Every text is UTF-8 and a view into storage that the list owns: the file's bytes, or copies made by keep(). So a
@@ -15,9 +15,12 @@
 /// events.
 #pragma once
 
+#include "icColours.h"
+#include "icLook.h"
+#include "icNotes.h"
+
 #include "tuFcm.h"
 
-#include <array>
 #include <cstdint>
 #include <forward_list>
 #include <optional>
@@ -72,48 +75,19 @@ struct EdlSpeed
     friend bool operator==(const EdlSpeed&, const EdlSpeed&) = default;
 };
 
-/// A primary colour correction: ASC_SOP (red, green, blue each) and ASC_SAT comments, or one of them.
-struct EdlLook
-{
-    std::array<double, 3> slope{1, 1, 1};
-    std::array<double, 3> offset{0, 0, 0};
-    std::array<double, 3> power{1, 1, 1};
-    double saturation = 1;
-    bool hasSop = false;
-    bool hasSaturation = false;
-
-    friend bool operator==(const EdlLook&, const EdlLook&) = default;
-};
-
 /// A LOC comment: a locator on the record side.
 struct EdlMarker
 {
     std::int64_t at = 0;     ///< record time
-    std::string_view colour; ///< a name of edlColours in upper case, or empty
+    std::string_view colour; ///< a name of namedColours in upper case, or empty
     std::string_view text;
 
     friend bool operator==(const EdlMarker&, const EdlMarker&) = default;
 };
 
-enum class EdlNoteKind : std::uint8_t
-{
-    Comment, ///< any other "*" line: what follows the "*"
-    Line,    ///< any other line, whole
-    FromClipName,
-    ToClipName,
-    KeyClipName,
-    SourceFile,
-    SourcePath,
-    EffectName,
-    Split ///< a split edit: which side is delayed, and by how much
-};
-
-/// What stands before the text of a note of a kind, behind the "* " of those that have one.
-std::string_view edlNotePrefix(EdlNoteKind kind);
-
 struct EdlNote
 {
-    EdlNoteKind kind = EdlNoteKind::Comment;
+    NoteKind kind = NoteKind::Comment;
     std::string_view text;
 
     friend bool operator==(const EdlNote&, const EdlNote&) = default;
@@ -163,7 +137,7 @@ public:
     std::vector<EdlEvent> events;
     std::vector<EdlNote> notes;
     std::vector<EdlMarker> markers;
-    std::vector<EdlLook> looks;
+    std::vector<Look> looks;
     EdlRun headNotes; ///< what stands before the first event
 
     // Reading
@@ -179,7 +153,7 @@ public:
         return {markers.data() + event.markers.first, event.markers.count};
     }
     /// Null if it has none.
-    const EdlLook* lookOf(const EdlEvent& event) const { return event.look < 0 ? nullptr : &looks[event.look]; }
+    const Look* lookOf(const EdlEvent& event) const { return event.look < 0 ? nullptr : &looks[event.look]; }
 
     // Building, in the order of the list
 
@@ -190,11 +164,11 @@ public:
     EdlEvent& addEvent(const EdlEvent& event);
     /// Attaches to the last event, and before the first one to the head. The text must be one that keep() returned, or
     /// live as long as the list.
-    void addNote(EdlNoteKind kind, std::string_view text);
+    void addNote(NoteKind kind, std::string_view text);
     /// Attaches to the last event; there must be one.
     void addMarker(const EdlMarker& marker);
     /// The last event's look, made where there is none.
-    EdlLook& look();
+    Look& look();
 
     /// Equal content, wherever it was read: line numbers do not count.
     friend bool operator==(const EdlList& a, const EdlList& b);
@@ -211,13 +185,5 @@ enum class EdlReelKind : std::uint8_t
     Bars   ///< BARS
 };
 EdlReelKind edlReelKind(std::string_view reel);
-
-/// A colour that locators name.
-struct EdlColour
-{
-    std::string_view name;
-    std::uint8_t red, green, blue;
-};
-std::span<const EdlColour> edlColours();
 
 } // namespace interchange

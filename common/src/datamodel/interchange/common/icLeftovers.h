@@ -1,0 +1,36 @@
+/// What a format says and the model has no property for: it travels with a node as text, in a DmBlobNode whose type is
+/// the format's name and version ("otio 2"). Those of several formats are chained by their own "baseBlob".
+///
+/// What was attached to the node before stays first: a host's set, or a source that a gap or a transition carries. A
+/// set that is no node ends the chain: such a node takes no leftovers.
+#pragma once
+
+#include "dmTreeNode.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace interchange
+{
+
+/// A format's leftovers, in the versions that can be read. Version 1 has the bare name as its type. Blobs of other
+/// versions stay where they are, unread.
+struct LeftoverType
+{
+    std::string_view format;
+    int version; ///< of those written
+
+    friend bool operator==(const LeftoverType&, const LeftoverType&) = default;
+};
+
+/// Of cut lists; other formats hand on what they hold of a list's notes (icNotes.h).
+inline constexpr LeftoverType edlLeftover{"edl", 1};
+
+/// The text that travels with a node in exactly this version; none without.
+std::optional<std::string> leftoverOf(const DmTreeNode& node, LeftoverType type);
+
+/// Puts the text in the place of the one of the same type, or behind all others; an empty text takes it away.
+[[nodiscard]] eDmErrorId setLeftover(DmTreeNode& node, LeftoverType type, std::string_view text);
+
+} // namespace interchange

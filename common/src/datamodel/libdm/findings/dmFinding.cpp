@@ -1,0 +1,102 @@
+#include "dmFinding.h"
+
+#include <algorithm>
+#include <map>
+
+namespace
+{
+
+constexpr DmFindingCode codes[] = {
+    {"DM601", DmFinding::Error, "files that cannot be read"},
+    {"DM602", DmFinding::Error, "mistakes in cut lists"},
+    {"DM603", DmFinding::Warning, "things that are read otherwise than the list says"},
+    {"DM604", DmFinding::Note, "things that a list does not say and that are taken for granted"},
+    {"DM605", DmFinding::Warning, "times of other rates that fall between frames"},
+    {"DM606", DmFinding::Warning, "values that the document refuses"},
+    {"DM611", DmFinding::Warning, "events on no channel"},
+    {"DM612", DmFinding::Warning, "colour corrections of events without a picture"},
+    {"DM613", DmFinding::Warning, "objects of unknown schemas"},
+    {"DM614", DmFinding::Warning, "transitions other than dissolves and wipes"},
+    {"DM615", DmFinding::Warning, "generators of unknown kinds"},
+    {"DM701", DmFinding::Error, "documents that a format cannot hold"},
+    {"DM702", DmFinding::Warning, "holes in a layer"},
+    {"DM703", DmFinding::Warning, "segments that overlap the one before them"},
+    {"DM711", DmFinding::Warning, "effects other than one constant speed and one look"},
+    {"DM712", DmFinding::Warning, "transitions other than dissolves and wipes"},
+    {"DM713", DmFinding::Warning, "speeds that change"},
+    {"DM714", DmFinding::Warning, "nested compositions"},
+    {"DM715", DmFinding::Warning, "generated sources that the format does not know"},
+    {"DM716", DmFinding::Warning, "muted segments"},
+    {"DM717", DmFinding::Warning, "times between two frames"},
+    {"DM718", DmFinding::Warning, "sources that count in another frame rate"},
+    {"DM719", DmFinding::Warning, "in-times before zero"},
+    {"DM720", DmFinding::Warning, "cue marks with a length"},
+    {"DM721", DmFinding::Warning, "cue marks of a colour that has no name"},
+    {"DM722", DmFinding::Warning, "cue marks without a time"},
+    {"DM723", DmFinding::Warning, "cue marks of the composition where no event plays"},
+    {"DM724", DmFinding::Warning, "further video tracks"},
+    {"DM725", DmFinding::Warning, "audio tracks beyond what channels there are"},
+    {"DM726", DmFinding::Warning, "further layers"},
+    {"DM727", DmFinding::Warning, "further compositions"},
+    {"DM728", DmFinding::Warning, "nodes of kinds that have no place where they stand"},
+    {"DM729", DmFinding::Warning, "containers nested too deeply"},
+    {"DM730", DmFinding::Warning, "settings of wipes other than their pattern"},
+    {"DM731", DmFinding::Warning, "colours and levels of generated sources"},
+    {"DM732", DmFinding::Warning, "further channels of sources"},
+    {"DM733", DmFinding::Warning, "texts that the format cannot hold"},
+};
+static_assert(std::ranges::is_sorted(codes, {}, [](const DmFindingCode& each) { return std::string_view(each.code); }));
+
+} // namespace
+
+const char* DmFinding::severityName() const
+{
+    return severity == Error ? "error" : severity == Warning ? "warning" : "note";
+}
+
+std::string DmFinding::toString(std::string_view fileName) const
+{
+    std::string line(fileName);
+    line += ':';
+    if (this->line != 0)
+        line.append(std::to_string(this->line)).append(":");
+    if (this->line != 0 && column != 0)
+        line.append(std::to_string(column)).append(":");
+    line += ' ';
+    if (severity != Error)
+        line.append(severityName()).append(": ");
+    std::string place;
+    for (const std::string* each : {&clip, &track, &record})
+        if (!each->empty())
+            place.append(place.empty() ? "" : ", ").append(*each);
+    return line.append(place).append(place.empty() ? "" : ": ").append(text);
+}
+
+std::string dmFindingsText(std::string_view fileName, std::span<const DmFinding> findings, std::size_t shownOfOne)
+{
+    std::string text;
+    std::map<std::string_view, std::size_t> counts;
+    for (const DmFinding& finding : findings)
+        if (const std::size_t count = ++counts[finding.code]; shownOfOne == 0 || count <= shownOfOne)
+            text.append(finding.toString(fileName)).append("\n");
+    for (const auto& [code, count] : counts)
+        if (const DmFindingCode* const kind = dmFindingCode(code); kind && shownOfOne != 0 && count > shownOfOne)
+            text.append(fileName)
+                .append(": ")
+                .append(std::to_string(count - shownOfOne))
+                .append(" more: ")
+                .append(kind->text)
+                .append("\n");
+    return text;
+}
+
+std::span<const DmFindingCode> dmFindingCodes()
+{
+    return codes;
+}
+
+const DmFindingCode* dmFindingCode(std::string_view code)
+{
+    const auto* const found = std::ranges::find(codes, code, &DmFindingCode::code);
+    return found == std::end(codes) ? nullptr : found;
+}
