@@ -56,20 +56,20 @@ const char* DmFinding::severityName() const
 
 std::string DmFinding::toString(std::string_view fileName) const
 {
-    std::string line(fileName);
-    line += ':';
-    if (this->line != 0)
-        line.append(std::to_string(this->line)).append(":");
-    if (this->line != 0 && column != 0)
-        line.append(std::to_string(column)).append(":");
-    line += ' ';
+    std::string out(fileName);
+    out += ':';
+    if (line != 0)
+        out.append(std::to_string(line)).append(":");
+    if (line != 0 && column != 0)
+        out.append(std::to_string(column)).append(":");
+    out += ' ';
     if (severity != Error)
-        line.append(severityName()).append(": ");
+        out.append(severityName()).append(": ");
     std::string place;
     for (const std::string* each : {&clip, &track, &record})
         if (!each->empty())
             place.append(place.empty() ? "" : ", ").append(*each);
-    return line.append(place).append(place.empty() ? "" : ": ").append(text);
+    return out.append(place).append(place.empty() ? "" : ": ").append(text);
 }
 
 std::string dmFindingsText(std::string_view fileName, std::span<const DmFinding> findings, std::size_t shownOfOne)
