@@ -8,27 +8,23 @@
 /// The importer knows no class of the model: objects are made by class name through the factory, with their default
 /// attributes, and filled by property name. An unknown class or property fails the whole import, as does a value that
 /// its property cannot hold, text that is not UTF-8, nesting deeper than 1024 objects and arrays, and a document of a
-/// newer version. The result is set only on success; on failure `place`, where it is given, tells where.
+/// newer version. The result is set only on success; on failure `place`, where it is given, tells where. What was
+/// stored otherwise than it stands is no failure: `changes`, where it is given, lists it (dmJsonChanges.h).
 ///
-/// Threads: an import switches the factory's creation of default attributes on for its length, process-wide. Imports,
-/// and other creations through the factory, must not run at the same time.
+/// Memory: a document without faults or changes is read in pieces of 65536 bytes. Any other is held whole, with at most
+/// eight bytes for each of its own.
+///
+/// Threads: imports run beside each other and beside any creation.
 #pragma once
 
+#include "dmJsonChanges.h"
 #include "dmPropertySet.h"
 #include "dmStatus.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <string_view>
 
 class DmRoot;
-
-/// Where an import came to what it could not read, from 1 on; 0 where that is nowhere in the document.
-struct DmJsonPlace
-{
-    std::uint64_t line = 0;
-    std::uint64_t column = 0; ///< in bytes
-};
 
 /// A document that is no file, or whose reading is to be watched.
 class DmJsonSource
@@ -38,6 +34,8 @@ public:
     /// Puts the next bytes at `to`, at most `size` (which is not 0); returns how many, 0 at the end. A source that
     /// fails seems to end there: whoever made it asks it afterwards.
     virtual std::size_t read(char* to, std::size_t size) = 0;
+    /// Goes back to the first byte. A source that cannot answers false; its bytes are then kept while they are read.
+    virtual bool rewind() { return false; }
 };
 
 class ZR_DM_API DmJsonImporter
@@ -47,12 +45,17 @@ public:
     static DmStatus importRootFromFile(const char* path, DmRoot*& root);
     /// `json` is UTF-8 that ends with a zero.
     static DmStatus importRootFromStr(const char* json, DmRoot*& root);
-    static DmStatus importRootFromFile(const char* path, CoSharedPtr<DmRoot>& root, DmJsonPlace* place = nullptr);
-    static DmStatus importRootFromStr(const char* json, CoSharedPtr<DmRoot>& root, DmJsonPlace* place = nullptr);
-    static DmStatus importRoot(DmJsonSource& source, CoSharedPtr<DmRoot>& root, DmJsonPlace* place = nullptr);
+    static DmStatus importRootFromFile(const char* path, CoSharedPtr<DmRoot>& root, DmJsonPlace* place = nullptr,
+                                       DmJsonChanges* changes = nullptr);
+    static DmStatus importRootFromStr(const char* json, CoSharedPtr<DmRoot>& root, DmJsonPlace* place = nullptr,
+                                      DmJsonChanges* changes = nullptr);
+    static DmStatus importRoot(DmJsonSource& source, CoSharedPtr<DmRoot>& root, DmJsonPlace* place = nullptr,
+                               DmJsonChanges* changes = nullptr);
 
     /// A document of any property set.
-    static DmStatus importSetFromFile(const char* path, CoSharedPtr<DmPropertySet>& set, DmJsonPlace* place = nullptr);
+    static DmStatus importSetFromFile(const char* path, CoSharedPtr<DmPropertySet>& set, DmJsonPlace* place = nullptr,
+                                      DmJsonChanges* changes = nullptr);
+    /// A zero byte ends nothing here.
     static DmStatus importSetFromStr(std::string_view json, CoSharedPtr<DmPropertySet>& set,
-                                     DmJsonPlace* place = nullptr);
+                                     DmJsonPlace* place = nullptr, DmJsonChanges* changes = nullptr);
 };

@@ -1,6 +1,10 @@
 #include "dmPropertyFactory.h"
 
+#include "dmDefaultAttributesImp.h"
+
 #include <algorithm>
+
+thread_local constinit int DmDefaultAttributes::_scopes = 0;
 
 DmPropertyFactory& DmPropertyFactory::getInstance()
 {
@@ -38,7 +42,7 @@ eDmErrorId DmPropertyFactory::create(DmPropertyCreator creator, const DmNodeId& 
 {
     // Taken before the object is made, so that creations inside it, or beside it, never share an id.
     const std::uint64_t number = _nextId.fetch_add(1, std::memory_order_relaxed);
-    const bool attributes = _createDefaultAttributes.load(std::memory_order_relaxed);
+    const bool attributes = DmDefaultAttributes::areOn() || _createDefaultAttributes.load(std::memory_order_relaxed);
     if (parentId.isEmpty())
         return creator(DmNodeId(number), out, attributes);
     return creator(DmNodeId(parentId, index, number), out, attributes);

@@ -1,0 +1,629 @@
+#include "dmJsonFastImp.h"
+
+#include "dmJsonFormatImp.h"
+#include "dmJsonParsedImp.h"
+#include "dmNumberText.h"
+#include "dmSetAccessImp.h"
+#include "dmUtf8.h"
+#include "dmVersion.h"
+
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <emmintrin.h>
+#include <limits>
+
+namespace dmJson
+{
+namespace
+{
+
+/// Sets inside each other; deeper documents go the other way, which needs less stack a level.
+constexpr unsigned mostSets = 128;
+/// Properties of a class, a bit each.
+constexpr std::size_t mostProperties = 256;
+
+bool isBlank(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+template <class T>
+concept IsCharacter = std::same_as<T, signed char> || std::same_as<T, unsigned char>;
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+constexpr std::size_t lane = sizeof(__m128i);
+static_assert(lane <= Pieces::margin);
+
+__m128i load(const char* from)
+{
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+}
+
+unsigned maskOf(__m128i bytes)
+{
+    return static_cast<unsigned>(_mm_movemask_epi8(bytes));
+}
+
+/// Which of 16 bytes mean something inside a string: a quote, a backslash, a control character, the end.
+unsigned specials(__m128i bytes)
+{
+    const __m128i quote = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
+    const __m128i escape = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
+    const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1F)), bytes);
+    return maskOf(_mm_or_si128(_mm_or_si128(quote, escape), control));
+}
+
+/// Which of 16 bytes are not `c`.
+unsigned others(__m128i bytes, char c)
+{
+    return ~maskOf(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(c))) & 0xFFFF;
+}
+
+constexpr double powersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                  1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+/// A double that lies between two floats of the normal range, and not in the middle: it rounds as its text does. The
+/// middle itself may not, because its text is not its exact value.
+bool roundsAsItsText(double value)
+{
+    constexpr std::uint64_t belowFloat = (std::uint64_t{1} << 29) - 1;
+    constexpr std::uint64_t middle = std::uint64_t{1} << 28;
+    const double magnitude = std::fabs(value);
+    return (magnitude == 0 || magnitude >= std::numeric_limits<float>::min()) &&
+           magnitude < std::numeric_limits<float>::max() &&
+           (std::bit_cast<std::uint64_t>(value) & belowFloat) != middle;
+}
+
+/// Into the field of a number, unless its class has fixed it to another.
+template <class T>
+bool put(const DmPropertyDef& def, void* field, T value)
+{
+    if (def._constant && std::memcmp(field, &value, sizeof(T)) != 0)
+        return false;
+    std::memcpy(field, &value, sizeof(T)); // an enumeration is no object of type T
+    return true;
+}
+
+} // namespace
+
+// What stands next
+
+/// Reads on behind `at`, and keeps what begins at the reader's place.
+bool FastReader::refill(const char*& at)
+{
+    const std::ptrdiff_t ahead = at - _at;
+    if (!_pieces.more(_at))
+        return false;
+    _at = _pieces.at();
+    at = _at + ahead;
+    return true;
+}
+
+/// The next character that is no blank; zero at the end of the document, and at what JSON has not.
+char FastReader::peek()
+{
+    for (;;)
+    {
+        while (isBlank(*_at))
+        {
+            if (*_at++ != '\n')
+                continue;
+            // The indentation of the pretty layout.
+            while (*_at == '\t')
+            {
+                const unsigned end = others(load(_at), '\t');
+                if (end != 0)
+                {
+                    _at += std::countr_zero(end);
+                    break;
+                }
+                _at += lane;
+            }
+        }
+        if (*_at != '\0' || _at != _pieces.end() || !_pieces.more(_at))
+            return *_at;
+        _at = _pieces.at();
+    }
+}
+
+bool FastReader::take(char c)
+{
+    if (peek() != c)
+        return false;
+    ++_at;
+    return true;
+}
+
+bool FastReader::word(std::string_view letters)
+{
+    const char* at = _at;
+    for (const char letter : letters)
+    {
+        if (at == _pieces.end() && !refill(at))
+            return false;
+        if (*at++ != letter)
+            return false;
+    }
+    _at = at;
+    return true;
+}
+
+/// At its opening quote.
+bool FastReader::string(Text& text)
+{
+    const char* at = _at + 1;
+    text.isPlain = true;
+    unsigned high = 0;
+    for (;;)
+    {
+        const __m128i bytes = load(at);
+        const unsigned special = specials(bytes);
+        if (special == 0)
+        {
+            high |= maskOf(bytes);
+            at += lane;
+            continue;
+        }
+        high |= maskOf(bytes) & ((special & (~special + 1)) - 1);
+        at += std::countr_zero(special);
+        if (*at == '"')
+            break;
+        if (at == _pieces.end() || (*at == '\\' && at + 1 == _pieces.end()))
+        {
+            if (!refill(at))
+                return false;
+        }
+        else if (*at == '\\')
+        {
+            text.isPlain = false;
+            at += 2;
+        }
+        else
+            return false;
+    }
+    text.isAscii = high == 0;
+    text.raw = {_at + 1, static_cast<std::size_t>(at - _at - 1)};
+    _at = at + 1;
+    return true;
+}
+
+bool FastReader::number(Number& number)
+{
+    const char* at = _at;
+    for (;;)
+    {
+        number = {{}, 0, 0, *at == '-', true, true};
+        if (number.isNegative)
+            ++at;
+        const char* const first = at;
+        const auto digits = [&]
+        {
+            const char* const begin = at;
+            for (; isDigit(*at); ++at)
+                number.digits = number.digits * 10 + static_cast<unsigned>(*at - '0');
+            return static_cast<unsigned>(at - begin);
+        };
+        unsigned count = digits();
+        bool isNumber = count > 0 && (*first != '0' || count == 1);
+        if (*at == '.')
+        {
+            ++at;
+            number.isInteger = false;
+            number.decimals = digits();
+            count += number.decimals;
+            isNumber = isNumber && number.decimals > 0;
+        }
+        number.isExact = count <= 18; // no 64-bit number overflows
+        if (*at == 'e' || *at == 'E')
+        {
+            number.isInteger = false;
+            number.isExact = false;
+            ++at;
+            if (*at == '-' || *at == '+')
+                ++at;
+            const char* const exponent = at;
+            while (isDigit(*at))
+                ++at;
+            isNumber = isNumber && at != exponent && at - exponent <= 2;
+        }
+        if (at == _pieces.end())
+        {
+            if (!refill(at))
+                return false;
+            at = _at;
+            continue;
+        }
+        number.text = {_at, static_cast<std::size_t>(at - _at)};
+        _at = at;
+        return isNumber && count <= 40;
+    }
+}
+
+// What it means
+
+bool FastReader::read(DmPropertySetPtr& set)
+{
+    DmPropertySetPtr made;
+    if (!document(made) || !made || peek() != '\0' || _at != _pieces.end())
+        return false;
+    set.swap(made);
+    return true;
+}
+
+bool FastReader::document(DmPropertySetPtr& made)
+{
+    if (!take('{'))
+        return false;
+    bool hasVersion = false;
+    do
+    {
+        Text name{};
+        if (peek() != '"' || !string(name))
+            return false;
+        if (name.raw == versionKeys().version)
+        {
+            if (std::exchange(hasVersion, true) || !version())
+                return false;
+            continue;
+        }
+        Class* const type = made ? nullptr : classOf(name);
+        if (!type || !set(*type, made))
+            return false;
+    } while (take(','));
+    return take('}');
+}
+
+bool FastReader::version()
+{
+    const auto member = [this](std::string_view key, int& number)
+    {
+        Text name{};
+        return peek() == '"' && string(name) && name.raw == key && integer(number);
+    };
+    int major = 0;
+    int minor = 0;
+    return take(':') && take('{') && member(versionKeys().major, major) && take(',') &&
+           member(versionKeys().minor, minor) && take('}') && !(DmVersion(major, minor) > DmVersion::getCurrent());
+}
+
+bool FastReader::integer(int& value)
+{
+    Number digits{};
+    if (!take(':') || (peek(), !number(digits)) || !digits.isInteger)
+        return false;
+    const char* const end = digits.text.data() + digits.text.size();
+    return std::from_chars(digits.text.data(), end, value).ec == std::errc();
+}
+
+/// Behind a class's name.
+bool FastReader::set(Class& type, DmPropertySetPtr& set)
+{
+    DmPropertySet* made = nullptr;
+    const eDmErrorId status = DmPropertyFactory::getInstance().create(type.creator, DmNodeId(), 0, made);
+    set = DmPropertySetPtr(made);
+    if (status != DM_NO_ERROR || made->isFrozen() || _depth == mostSets)
+        return false;
+    if (type.properties.empty())
+    {
+        const DmPropertySetData& data = made->classData();
+        for (int i = 0; i < data.size(); ++i)
+            type.properties.push_back({data.at(i)});
+    }
+    ++_depth;
+    const bool isRead = take(':') && take('{') && members(type, *made);
+    --_depth;
+    return isRead;
+}
+
+bool FastReader::members(Class& type, DmPropertySet& set)
+{
+    if (take('}'))
+        return true;
+    std::uint64_t seen[mostProperties / 64] = {};
+    int index = -1;
+    do
+    {
+        if (peek() != '"' || !memberName(type, index))
+            return false;
+        std::uint64_t& word = seen[index / 64];
+        const std::uint64_t bit = std::uint64_t{1} << index % 64;
+        if ((word & bit) != 0 || !take(':') || !value(type.properties[static_cast<std::size_t>(index)], set, index))
+            return false;
+        word |= bit;
+    } while (take(','));
+    DmSetAccess::changed(set, *type.properties[static_cast<std::size_t>(index)].def);
+    return take('}');
+}
+
+/// Of a member behind that of `index`: mostly one of the next properties.
+bool FastReader::memberName(const Class& type, int& index)
+{
+    Text name{};
+    if (!string(name))
+        return false;
+    const std::size_t count = std::min(type.properties.size(), mostProperties);
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const std::size_t place = (static_cast<std::size_t>(index + 1) + i) % count;
+        if (type.properties[place].def->_utf8Name == name.raw)
+        {
+            index = static_cast<int>(place);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool FastReader::value(Property& property, DmPropertySet& owner, int index)
+{
+    const DmPropertyDef& def = *property.def;
+    if (def._unserializer)
+        return false;
+    void* const field = DmSetAccess::field(owner, index, def);
+    const char first = peek();
+    return dmVisitStorage(def._type,
+                          [&]<class T>(std::type_identity<T>)
+                          {
+                              if constexpr (std::same_as<T, bool>)
+                                  return storeBool(def, field);
+                              else if constexpr (IsCharacter<T>)
+                                  return first == '"' && storeCharacter(def, field);
+                              else if constexpr (DmNumberStorage<T>)
+                                  return storeNumber<T>(def, field);
+                              else if constexpr (std::same_as<T, DmString>)
+                              {
+                                  DmString& text = *static_cast<DmString*>(field);
+                                  return def._type == DM_CDATA ? lines(text) : first == '"' && storeText(text);
+                              }
+                              else if constexpr (std::same_as<T, DmPropertySetPtr>)
+                              {
+                                  DmPropertySetPtr child;
+                                  if (!held(property, owner, child))
+                                      return false;
+                                  if (child) // an empty object leaves what is there
+                                      static_cast<T*>(field)->swap(child);
+                                  return true;
+                              }
+                              else if constexpr (std::same_as<T, DmPropertySetVector>)
+                                  return elements(property, owner, *static_cast<T*>(field));
+                              else if constexpr (std::same_as<T, DmPropertySetMap>)
+                                  return entries(property, owner, *static_cast<T*>(field));
+                              else if constexpr (dmIsVector<T>)
+                                  return values(*static_cast<T*>(field));
+                              else
+                                  return false;
+                          });
+}
+
+template <class T>
+bool FastReader::storeNumber(const DmPropertyDef& def, void* field)
+{
+    Number number{};
+    if (!this->number(number))
+        return false;
+    if constexpr (std::is_integral_v<T>)
+    {
+        if (!number.isInteger)
+            return false;
+        T value = 0;
+        const char* const end = number.text.data() + number.text.size();
+        const std::from_chars_result result = std::from_chars(number.text.data(), end, value);
+        return result.ec == std::errc() && result.ptr == end && put(def, field, value);
+    }
+    else
+    {
+        if (number.isInteger && number.isNegative && number.digits == 0) // -0 is 0
+            return false;
+        double exact = 0;
+        // One division rounds correctly where both numbers are exact (Clinger 1990).
+        if (number.isExact && number.digits <= std::uint64_t{1} << 53)
+        {
+            exact = static_cast<double>(number.digits) / powersOfTen[number.decimals];
+            exact = number.isNegative ? -exact : exact;
+        }
+        else if (!parseDouble(number.text, exact) || exact == 0)
+            return false;
+        if constexpr (std::same_as<T, float>)
+        {
+            const bool isExact = number.isInteger && number.digits <= std::uint64_t{1} << 53 && number.isExact;
+            if (!isExact && !roundsAsItsText(exact))
+                return false;
+        }
+        return put(def, field, static_cast<T>(exact));
+    }
+}
+
+bool FastReader::storeBool(const DmPropertyDef& def, void* field)
+{
+    const bool value = *_at == 't';
+    return word(value ? "true" : "false") && put(def, field, value);
+}
+
+bool FastReader::storeCharacter(const DmPropertyDef& def, void* field)
+{
+    Text text{};
+    return string(text) && text.raw.size() == 1 && text.isPlain && text.isAscii && text.raw[0] > ' ' &&
+           put(def, field, text.raw[0]);
+}
+
+bool FastReader::toWide(const Text& text, DmString& wide)
+{
+    if (text.isPlain)
+        return dmFromUtf8(text.raw, wide);
+    _decoded.clear();
+    return decode(text.raw, _decoded) && dmFromUtf8(_decoded, wide);
+}
+
+bool FastReader::storeText(DmString& field)
+{
+    Text text{};
+    return string(text) && toWide(text, field);
+}
+
+/// The lines become one text. Its last line end is not written; so a last line that is empty stands for one more.
+bool FastReader::lines(DmString& field)
+{
+    std::string all;
+    if (!take('['))
+        return false;
+    bool isFirst = true;
+    if (peek() != ']')
+        do
+        {
+            Text text{};
+            if (peek() != '"' || !string(text))
+                return false;
+            if (!std::exchange(isFirst, false))
+                all += '\n';
+            if (!decode(text.raw, all))
+                return false;
+            if (text.raw.empty() && peek() == ']')
+                all += '\n';
+        } while (take(','));
+    return take(']') && dmFromUtf8(all, field);
+}
+
+template <class T>
+bool FastReader::values(std::vector<T>& list)
+{
+    if (!take('['))
+        return false;
+    list.clear();
+    if (peek() != ']')
+        do
+        {
+            T value{};
+            if (peek() != '"' || !element(value))
+                return false;
+            list.push_back(std::move(value));
+        } while (take(','));
+    return take(']');
+}
+
+/// The writer spells the numbers of a vector with all their digits, in quotes.
+template <class T>
+bool FastReader::element(T& value)
+{
+    if constexpr (std::same_as<T, DmString>)
+        return storeText(value);
+    else
+    {
+        Text text{};
+        if (!string(text) || text.raw.empty() || (!isDigit(text.raw[0]) && text.raw[0] != '-'))
+            return false;
+        const char* const end = text.raw.data() + text.raw.size();
+        const std::from_chars_result result = std::from_chars(text.raw.data(), end, value);
+        if (result.ec != std::errc() || result.ptr != end)
+            return false;
+        if constexpr (std::is_floating_point_v<T>) // spellings that only one of the two ways takes
+            return std::isfinite(value) && value != 0 && isDigit(end[-1]) &&
+                   text.raw.find_first_not_of("-.0123456789e+") == text.raw.npos &&
+                   text.raw.find("-.") == text.raw.npos;
+        return true;
+    }
+}
+
+FastReader::Class* FastReader::classOf(const Text& name)
+{
+    if (!name.isPlain || !name.isAscii)
+        return nullptr;
+    auto found = _classes.find(name.raw);
+    if (found == _classes.end())
+    {
+        DmString wide;
+        const DmPropertyCreator creator =
+            dmFromUtf8(name.raw, wide) ? DmPropertyFactory::getInstance().findCreator(wide.view()) : nullptr;
+        found = _classes.emplace(name.raw, Class{std::string(name.raw), creator, {}}).first;
+    }
+    return found->second.creator ? &found->second : nullptr;
+}
+
+/// The object of a slot; null when it is empty.
+bool FastReader::held(Property& property, DmPropertySet& owner, DmPropertySetPtr& child)
+{
+    if (!take('{'))
+        return false;
+    if (take('}'))
+        return true;
+    Text name{};
+    if (peek() != '"' || !string(name))
+        return false;
+    Class* type = property.lastHeld;
+    const bool isKnown = type && type->name == name.raw;
+    if (!isKnown)
+        type = classOf(name);
+    if (!type || !set(*type, child) || !take('}'))
+        return false;
+    if (!isKnown)
+    {
+        if (DmSetAccess::checkSlot(owner, *property.def, child.get()) != DM_NO_ERROR)
+            return false;
+        property.lastHeld = type;
+    }
+    return true;
+}
+
+bool FastReader::makeDefault(const DmPropertyDef& def, DmPropertySetPtr& set)
+{
+    const DmPropertyFactory& factory = DmPropertyFactory::getInstance();
+    const DmPropertyCreator creator = def._held ? factory.findCreator(def._held->name) : nullptr;
+    if (!creator)
+        return true;
+    DmPropertySet* made = nullptr;
+    const eDmErrorId status = factory.create(creator, DmNodeId(), 0, made);
+    set = DmPropertySetPtr(made);
+    return status == DM_NO_ERROR;
+}
+
+bool FastReader::elements(Property& property, DmPropertySet& owner, DmPropertySetVector& list)
+{
+    if (!take('['))
+        return false;
+    list.clear();
+    if (peek() != ']')
+        do
+        {
+            DmPropertySetPtr child;
+            if (!held(property, owner, child) || (!child && !makeDefault(*property.def, child)))
+                return false;
+            list.push_back(std::move(child));
+        } while (take(','));
+    return take(']');
+}
+
+/// In key order, as the map is: so none comes twice, and the default attributes are met on the way.
+bool FastReader::entries(Property& property, DmPropertySet& owner, DmPropertySetMap& map)
+{
+    if (!take('{'))
+        return false;
+    auto place = map.begin();
+    DmString key;
+    DmString before;
+    if (peek() != '}')
+        do
+        {
+            Text name{};
+            if (peek() != '"' || !string(name) || !toWide(name, key) || key.empty())
+                return false;
+            if (!(before < key) || key == DmVersion::getKey() || key.view().find(L'\0') != key.view().npos)
+                return false;
+            DmPropertySetPtr child;
+            if (!take(':') || !held(property, owner, child) || (!child && !makeDefault(*property.def, child)))
+                return false;
+            while (place != map.end() && place->first < key)
+                ++place;
+            if (place == map.end() || key < place->first)
+                place = map.emplace_hint(place, key, DmPropertySetPtr());
+            place->second.swap(child);
+            before.swap(key);
+        } while (take(','));
+    return take('}');
+}
+
+} // namespace dmJson

@@ -1,0 +1,112 @@
+/// Reads a document straight into fresh objects, as it comes, without holding it: the way of nearly every document.
+///
+/// It knows the form in which documents are written, and no more. Whatever is wrong, or would be stored otherwise than
+/// it stands, or is merely unusual (a key out of order in a map, an exponent of three digits), makes it give up; the
+/// document is then read again by the algorithm itself (dmJsonLiteralImp.h), which says what there is to say. So
+/// nothing here words an error, and both ways come to the same tree.
+#pragma once
+
+#include "dmJsonInputImp.h"
+#include "dmPropertyFactory.h"
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace dmJson
+{
+
+class FastReader
+{
+public:
+    explicit FastReader(Pieces& pieces)
+        : _pieces(pieces)
+        , _at(pieces.at())
+    {
+    }
+    /// False when this is no document for the fast way; then nothing has happened.
+    bool read(DmPropertySetPtr& set);
+
+private:
+    struct Class;
+    /// What is known of a property: the class that its slot took last is likely the next one.
+    struct Property
+    {
+        const DmPropertyDef* def;
+        Class* lastHeld = nullptr;
+    };
+    struct Class
+    {
+        std::string name;
+        DmPropertyCreator creator = nullptr;
+        std::vector<Property> properties; ///< in index order; empty before the first object
+    };
+    /// A string, until the reader goes on.
+    struct Text
+    {
+        std::string_view raw;
+        bool isPlain; ///< without escapes
+        bool isAscii;
+    };
+    /// A number's digits and where its point stands, as far as 64 bits hold them.
+    struct Number
+    {
+        std::string_view text;
+        std::uint64_t digits;
+        unsigned decimals;
+        bool isNegative;
+        bool isInteger;
+        bool isExact; ///< digits, decimals and sign say it all
+    };
+
+    // What stands next in the document. False: it is not that.
+
+    char peek();
+    bool take(char c);
+    bool word(std::string_view letters);
+    bool string(Text& text);
+    bool number(Number& number);
+    bool refill(const char*& at);
+
+    // What it means.
+
+    bool document(DmPropertySetPtr& set);
+    bool version();
+    bool integer(int& value);
+    bool set(Class& type, DmPropertySetPtr& set);
+    bool members(Class& type, DmPropertySet& set);
+    bool memberName(const Class& type, int& index);
+    bool value(Property& property, DmPropertySet& owner, int index);
+    template <class T>
+    bool storeNumber(const DmPropertyDef& def, void* field);
+    bool storeBool(const DmPropertyDef& def, void* field);
+    bool storeCharacter(const DmPropertyDef& def, void* field);
+    bool storeText(DmString& field);
+    bool lines(DmString& field);
+    template <class T>
+    bool values(std::vector<T>& list);
+    template <class T>
+    bool element(T& value);
+    bool held(Property& property, DmPropertySet& owner, DmPropertySetPtr& set);
+    bool elements(Property& property, DmPropertySet& owner, DmPropertySetVector& list);
+    bool entries(Property& property, DmPropertySet& owner, DmPropertySetMap& map);
+    static bool makeDefault(const DmPropertyDef& def, DmPropertySetPtr& set);
+
+    bool toWide(const Text& text, DmString& wide);
+    Class* classOf(const Text& name);
+
+    struct Hash
+    {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view name) const { return std::hash<std::string_view>()(name); }
+    };
+
+    Pieces& _pieces;
+    const char* _at;
+    unsigned _depth = 0; ///< of sets
+    std::unordered_map<std::string, Class, Hash, std::equal_to<>> _classes;
+    std::string _decoded; ///< a string with its escapes resolved
+};
+
+} // namespace dmJson
