@@ -184,6 +184,38 @@ TEST(DmtreeDocuments, WhatIsUnreadableOrUnwritableIsNamed)
         check(row);
 }
 
+/// Values that their properties would not keep.
+TEST(DmtreeDocuments, WhatWouldBeChangedIsRefusedUnlessThatIsAskedFor)
+{
+    const ZrTempDir directory;
+    const std::string file =
+        directory.write("edit.json", "{\"DmRoot\":\n{\"name\":null,\"comment\":5,\"name\":\"n\"}}");
+    const std::string out = directory.path("out.json");
+    const std::string copy = directory.path("copy.json");
+    const std::string places = "...2 values would not be kept as they stand; --lenient..."
+                               "\n  line 2, column 9: name: null is lost: the name stands again"
+                               "\n  line 2, column 24: comment: 5 became \"5\"...";
+    const CommandCase cases[] = {
+        {{"fmt", file, "-o", out}, 2, "", places},
+        {{"dump", file}, 2, "", places},
+        {{"info", file}, 2, "", places},
+        {{"check", "--repair", "-o", out, file}, 2, places},
+        {{"convert", file, copy}, 2, "", "...:2: comment: 5 became \"5\"\n..."},
+        {{"check", file},
+         1,
+         file + ": violation: line 2, column 9: name: null is lost: the name stands again\n" + file +
+             ": violation: line 2, column 24: comment: 5 became \"5\"\n" + file + ": 2 violations\n"},
+        {{"check", "--lenient", file}, 0, "...warning: line 2, column 9...warning: ...: valid\n"},
+        {{"dump", "--lenient", file}, 0, "..."},
+        {{"info", "--lenient", file}, 0, "..."},
+        {{"convert", "--lenient", file, copy}, 0, "", "...warning: comment: 5 became \"5\"\n..."},
+        {{"fmt", "--lenient", file, "-o", file}, 0},
+        {{"check", file}, 0, file + ": valid\n"},
+    };
+    for (const CommandCase& row : cases)
+        check(row);
+}
+
 TEST(DmtreeDocuments, ALargeFileShowsABarOnATerminalAndNowhereElse)
 {
     std::string gaps = gapAt(0, "x");

@@ -31,6 +31,7 @@ struct Options
     bool all = false;
     bool repair = false;
     bool json = false;
+    bool lenient = false;
 };
 
 struct Finding
@@ -131,14 +132,25 @@ void checkCollection(DmTreeNode& collection, const std::string& path, std::vecto
     }
 }
 
+Finding changed(const DmJsonChange& change, const Options& options)
+{
+    const std::string place =
+        "line " + std::to_string(change.place.line) + ", column " + std::to_string(change.place.column);
+    return {options.lenient ? "warning" : "violation", place, "", change.text()};
+}
+
 Report checkFile(const std::string& file, const Options& options)
 {
     Report report;
-    const dmtree::Document document = dmtree::openDocument(file);
+    dmtree::Document document = dmtree::openDocument(file);
+    if (options.repair && !options.lenient)
+        document.refuseChanges();
     report.error = document.what();
     if (!document.root)
         return report;
 
+    for (const DmJsonChange& change : document.changes.list)
+        (options.lenient ? report.warnings : report.violations).push_back(changed(change, options));
     const auto checkTimes = [&]
     {
         TimeChecker checker(report.warnings);
@@ -238,11 +250,15 @@ void dmtree::addCheck(CLI::App& app, Run& run)
         command->add_option("-o,--output", options->output, "Where to; may be FILE itself")->type_name("OUT");
     repair->needs(output);
     output->needs(repair);
+    dmtree::addLenient(*command, options->lenient);
     command->add_flag("--json", options->json, "Print one JSON object a file, on one line");
     command->footer("Each violation and each warning is a line, and a line ends the report on each file:\n"
                     "  FILE: valid\n"
                     "  FILE: 3 violations\n"
                     "  FILE: unreadable: WHY\n"
+                    "A value of a document that would not be kept as it stands is a violation; with --repair such a "
+                    "document\n"
+                    "is not opened. With --lenient it is a warning.\n"
                     "With --repair, the violations are those of the document that was written.\n"
                     "Exit code: 0, or 1 when there was a violation, or 2 when a file was unreadable.");
     command->callback(

@@ -42,7 +42,12 @@ struct Options
 CoSharedPtr<DmRoot> readJson(const Options& options, Report& report)
 {
     dmtree::Document document = dmtree::openDocument(options.in);
-    if (!document.root)
+    if (!options.lenient)
+        document.refuseChanges();
+    for (const DmJsonChange& change : document.changes.list)
+        report.add(options.lenient ? Report::Warning : Report::Error, static_cast<std::uint32_t>(change.place.line),
+                   change.text());
+    if (!document.root && document.changes.empty())
         report.add(Report::Error, static_cast<std::uint32_t>(document.place.line), std::move(document.error));
     return document.root;
 }
@@ -148,7 +153,8 @@ void dmtree::addConvert(CLI::App& app, Run& run)
         ->type_name("NAME")
         ->check(checkMode);
     command->add_flag("--lenient", options->lenient,
-                      "Carry on where a list has a mistake: each is a warning that says what was chosen");
+                      "Carry on where a list has a mistake, or a document a value that would not be kept as it stands: "
+                      "each is a warning that says what was chosen");
     command->add_option("IN", options->in, "A cut list (.edl, .otio) or a document (.json)")->required();
     command->add_option("OUT", options->out, "What to write: the same extensions")->required();
     command->footer(

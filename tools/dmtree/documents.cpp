@@ -2,6 +2,8 @@
 
 #include "dmUtf8.h"
 
+#include <CLI/CLI.hpp>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -79,6 +81,7 @@ public:
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
 
+    bool rewind() override { return !_isStandard && ::lseek(_file, 0, SEEK_SET) == 0; }
     /// The errno of what could not be opened or read, or 0.
     int error() const { return _error; }
 
@@ -102,6 +105,11 @@ private:
     std::optional<ProgressBar> _bar;
 };
 
+std::string placeText(const DmJsonPlace& place)
+{
+    return "line " + std::to_string(place.line) + ", column " + std::to_string(place.column);
+}
+
 } // namespace
 
 Document openDocument(const std::string& path)
@@ -109,22 +117,44 @@ Document openDocument(const std::string& path)
     Document document;
     Input input(path);
     if (input.error() == 0)
-        document.error = dmUtf8(DmJsonImporter::importRoot(input, document.root, &document.place).info());
+        document.error =
+            dmUtf8(DmJsonImporter::importRoot(input, document.root, &document.place, &document.changes).info());
     if (input.error() != 0) // what was read is not the document
-        document = {{}, std::strerror(input.error()), {}};
+        document = {{}, std::strerror(input.error()), {}, {}};
     return document;
 }
 
 std::string Document::what() const
 {
-    if (place.line == 0)
-        return error;
-    return "line " + std::to_string(place.line) + ", column " + std::to_string(place.column) + ": " + error;
+    return place.line == 0 ? error : placeText(place) + ": " + error;
 }
 
-CoSharedPtr<DmRoot> requireDocument(const std::string& path)
+void Document::refuseChanges()
+{
+    if (changes.empty())
+        return;
+    root.reset();
+    error = changes.size() == 1 ? "a value would not be kept as it stands"
+                                : std::to_string(changes.size()) + " values would not be kept as they stand";
+    error += "; --lenient takes what becomes of them";
+    for (const DmJsonChange& change : changes.list)
+        error += "\n  " + placeText(change.place) + ": " + change.text();
+    if (changes.more > 0)
+        error += "\n  and " + std::to_string(changes.more) + " more";
+}
+
+void addLenient(CLI::App& command, bool& lenient)
+{
+    command.add_flag("--lenient", lenient,
+                     "Open a document, too, whose values would not all be kept as they stand, and take what becomes of "
+                     "them");
+}
+
+CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient)
 {
     Document document = openDocument(path);
+    if (!lenient)
+        document.refuseChanges();
     if (!document.root)
         throw std::runtime_error(path + ": " + document.what());
     return document.root;

@@ -10,6 +10,11 @@
 #include <utility>
 #include <vector>
 
+namespace CLI
+{
+class App;
+}
+
 namespace dmtree
 {
 
@@ -21,16 +26,23 @@ struct Document
     CoSharedPtr<DmRoot> root; ///< null when the file is no document that can be read
     std::string error;        ///< then why, without the file's name
     DmJsonPlace place;        ///< and where
+    DmJsonChanges changes;    ///< what was stored otherwise than it stands in the file
 
     /// The error with its place.
     std::string what() const;
+    /// Takes a document with changes for one that cannot be read: its error names each, on a line of its own.
+    void refuseChanges();
 };
 
 /// A file of more than a few megabytes shows a progress bar where standard error is a terminal.
 Document openDocument(const std::string& path);
 
-/// As openDocument, for a subcommand that works on one document: what is wrong is an exception that names the file.
-CoSharedPtr<DmRoot> requireDocument(const std::string& path);
+/// As openDocument, for a subcommand that works on one document: what is wrong is an exception that names the file, and
+/// so are changes unless they are to be taken as they are.
+CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient);
+
+/// The option for that.
+void addLenient(CLI::App& command, bool& lenient);
 
 /// Replaces the file as a whole or not at all; the file may be the one that was read. Throws, naming the file.
 void saveDocument(const DmRoot& root, const std::string& path, DmTreeJsonBuilder::Layout layout);

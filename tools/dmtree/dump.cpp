@@ -19,12 +19,13 @@ namespace
 struct Options
 {
     std::string file;
+    bool lenient = false;
     int depth = -1;
 };
 
 int dump(const Options& options)
 {
-    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file);
+    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file, options.lenient);
     const eDmErrorId status = DmTreeTool::dump(root.get(), std::cout, options.depth);
     if (status != DM_NO_ERROR)
         std::cerr << "dmtree dump: " << options.file << ": " << dmUtf8(DmPSetHelper::getStrFromError(status)) << '\n';
@@ -41,5 +42,6 @@ void dmtree::addDump(CLI::App& app, Run& run)
     command->add_option("--depth", options->depth, "How many levels below the root are shown; all of them without it")
         ->type_name("N")
         ->check(CLI::Range(0, std::numeric_limits<int>::max()).description(""));
+    dmtree::addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return dump(*options); }; });
 }

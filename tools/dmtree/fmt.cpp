@@ -13,6 +13,7 @@ namespace
 struct Options
 {
     std::string file;
+    bool lenient = false;
     std::string output = "-";
     bool compact = false;
 };
@@ -20,7 +21,7 @@ struct Options
 int format(const Options& options)
 {
     using Layout = DmTreeJsonBuilder::Layout;
-    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file);
+    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file, options.lenient);
     dmtree::saveDocument(*root, options.output, options.compact ? Layout::Compact : Layout::Environment);
     return dmtree::Fine;
 }
@@ -35,5 +36,6 @@ void dmtree::addFmt(CLI::App& app, Run& run)
     command->add_flag("--compact", options->compact, "Without any white space");
     command->add_option("-o,--output", options->output, "Where to; may be FILE itself. Standard output without it")
         ->type_name("OUT");
+    dmtree::addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return format(*options); }; });
 }

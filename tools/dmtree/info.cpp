@@ -34,6 +34,7 @@ using dmtree::Row;
 struct Options
 {
     std::string file;
+    bool lenient = false;
     bool json = false;
 };
 
@@ -287,7 +288,7 @@ void printJson(const std::string& file, const Overview& overview)
 
 int showInfo(const Options& options)
 {
-    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file);
+    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file, options.lenient);
     const Overview overview = overviewOf(*root);
     if (options.json)
         printJson(options.file, overview);
@@ -305,5 +306,6 @@ void dmtree::addInfo(CLI::App& app, Run& run)
     const auto options = std::make_shared<Options>();
     command->add_option("FILE", options->file, fileHelp)->required();
     command->add_flag("--json", options->json, "Print one JSON object on one line");
+    dmtree::addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return showInfo(*options); }; });
 }
