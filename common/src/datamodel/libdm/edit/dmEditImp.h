@@ -1,0 +1,87 @@
+/// The inside of a session: how an operation is done whole or not at all, on which layers, and what follows it.
+#pragma once
+
+#include "dmLaneImp.h"
+
+#include <new>
+#include <set>
+
+class DmEdit::Imp
+{
+public:
+    Imp(DmTimeline opened, DmEditOptions options);
+
+    /// Does the operation on the draft; a refusal undoes all of it.
+    template <class Do>
+    DmStatus run(Do&& operation)
+    {
+        if (!_timeline)
+        {
+            DmStatus status;
+            status.fail(DM_BAD_VALUE, "There is no timeline to edit.");
+            return status;
+        }
+        const DmTimelineValue before = draft.value;
+        const std::size_t changesBefore = draft.changes.size();
+        const std::size_t bytesBefore = draft.bytes;
+        draft.freshGroups.clear();
+        DmStatus status;
+        try
+        {
+            operation();
+            followLengths(before);
+            isChanged = true;
+            return status;
+        }
+        catch (const DmRefusal& refusal)
+        {
+            status = refusal.status;
+        }
+        catch (const std::bad_alloc&)
+        {
+            status.fail(DM_BAD_VALUE, "There is not enough memory for the edit.");
+        }
+        draft.value = before;
+        draft.changes.resize(changesBefore);
+        draft.bytes = bytesBefore;
+        return status;
+    }
+
+    DmLane lane(const DmLayerPlace& place) { return DmLane(draft, place); }
+    DmLane lane(const DmElementPlace& place) { return DmLane(draft, place.inLayer()); }
+    const DmEditOptions& options() const { return draft.options; }
+
+    /// The segment itself, and those that are edited together with it.
+    std::vector<DmElementPlace> together(const DmElementPlace& segment);
+    /// What the other layers do when time opens (`by` > 0) at a record time, or closes in front of it: those of the
+    /// same track, and of the tracks in sync. `done`: layers that moved themselves.
+    void ripple(double time, double by, const std::set<std::pair<int, int>>& done);
+    /// Takes [in, out) out of a layer and closes up.
+    void close(const DmLayerPlace& layer, double in, double out);
+    /// A copy of a segment that goes in.
+    DmLane::Segment incoming(DmLane& lane, const DmSegmentNode* segment);
+    /// Refuses, or takes what there is where options say so. Amounts are positive.
+    double within(double wanted, double there, const char* what) const;
+
+    CoSharedPtr<DmCompositionNode> ownComposition() const;
+    void setComposition(const CoSharedPtr<DmCompositionNode>& composition);
+    /// Whether the host goes on; else refuses.
+    void progress(double done) const;
+
+    DmEditDraft draft;
+    std::function<bool(double)> host;
+    bool isChanged = false;
+    DmTimeline _timeline; ///< that was opened, or as it was last asked for
+
+private:
+    void followLengths(const DmTimelineValue& before);
+    void shiftMarks(double time, double by);
+};
+
+/// Gives a segment, a fresh copy, one timewarp of a constant speed.
+DmStatus dmSetSpeedOf(DmSegmentNode& segment, double speed);
+
+inline std::pair<int, int> dmKeyOf(const DmLayerPlace& place)
+{
+    return {place.track, place.layer};
+}

@@ -1,0 +1,119 @@
+/// One layer under an edit: the seams that operations make, and the pieces that they take out and put in.
+///
+/// Positions count elements: segments, and between two of them a transition. What an operation touches must be whole:
+/// where it meets a hole, an overlap, or an order that is none, it is refused. A refusal is thrown; DmEdit undoes what
+/// was done and hands it to its caller as a status.
+#pragma once
+
+#include "dmEdit.h"
+#include "dmReachImp.h"
+#include "dmTimelineImp.h"
+
+#include <random>
+
+struct DmRefusal
+{
+    DmStatus status;
+};
+
+/// Throws. printf-style.
+[[noreturn, gnu::format(printf, 1, 2)]] void dmRefuse(const char* format, ...);
+
+/// What the lanes of a session have in common.
+struct DmEditDraft
+{
+    DmTimelineValue value;
+    DmEditOptions options;
+    std::vector<DmEdit::Change> changes;
+    std::size_t bytes = 0;
+    DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED;
+    std::optional<std::mt19937_64> seeded;
+    std::map<DmString, DmString> freshGroups; ///< of one operation: the link groups of copies, by their originals'
+
+    DmString freshId(const DmString& original);
+    /// The segment as a copy: another id, and where it comes from.
+    void reidentify(DmSegmentNode& segment);
+    /// As a text for a person: a label, or frames where the mode is not known.
+    std::string label(double time) const;
+};
+
+class DmLane
+{
+public:
+    using Node = DmRuns::Node;
+    using Segment = CoSharedPtr<DmSegmentNode>;
+
+    /// Refuses a place that is no layer.
+    DmLane(DmEditDraft& draft, const DmLayerPlace& place);
+
+    const DmLayerPlace& place() const { return _place; }
+    DmTimelineValue::Layer& layer() const { return *_draft.value.layer(_place); }
+    eDmTreeMediaType mediaType() const { return layer().bare->getMediaType(); }
+    int count() const { return layer().runs.count(); }
+    /// Null for another kind of element, and for none.
+    const DmSegmentNode* segment(int index) const;
+    const DmTransitionNode* transition(int index) const;
+    /// Refuses what is no segment, with its place.
+    const DmSegmentNode& needSegment(int index) const;
+    bool isGap(int index) const;
+    double in(int index) const { return layer().runs.at(index).recIn(); }
+    double length(int index) const;
+    double out(int index) const { return in(index) + length(index); }
+    double begin() const;
+    double end() const;
+    /// Lengths of the transitions beside a segment.
+    DmPlayedBeside beside(int index) const;
+    DmReach reach(int index) const;
+    /// Frames that the segment's head can move earlier, and its tail later, when the transitions beside it stay.
+    double roomBefore(int index) const;
+    double roomBehind(int index) const;
+    /// "Shot 12" at 01:00:00:00, for messages.
+    std::string called(int index) const;
+
+    /// Refuses a segment whose neighbours do not meet it.
+    void needWhole(int index) const;
+
+    // Changing
+
+    /// A copy at its time, to change and put back.
+    template <class T>
+    CoSharedPtr<T> own(int index) const
+    {
+        const DmRuns::Element element = layer().runs.at(index);
+        CoSharedPtr<T> copy =
+            DM::staticPointerCast<T>(dmEditCopy(static_cast<const T&>(*element.node)));
+        static_cast<void>(copy->setRecIn(element.recIn()));
+        return copy;
+    }
+    Segment ownSegment(int index) const { return own<DmSegmentNode>(index); }
+    DmSegmentChange change(const Segment& segment, int was) const
+    {
+        return DmSegmentChange(*segment, _draft.fcm, beside(was));
+    }
+    void put(int first, int last, const std::vector<Node>& nodes, double shiftBehind);
+
+    Node makeCut(double time) const;
+    Segment makeGap(double time, double length) const;
+
+    /// Makes the time a seam between two segments and answers the position of the one behind it; at the end, the number
+    /// of elements. Behind the end, a gap fills up to it. Splits what plays there; of a transition, see DmAtTransition.
+    int seamAt(double time);
+    int splitSegment(int index, double time);
+    /// Makes the transition a cut at a time that lies in it; answers the position of the segment behind.
+    int cutTransition(int index, double time);
+    /// In place of the elements of [first, last), which begin and end at seams that are cuts, these segments, one behind
+    /// the other from where the first stands; all behind moves.
+    void replace(int first, int last, const std::vector<Segment>& segments, double shiftBehind);
+    /// Takes plain gaps of no length between cuts out, and makes plain gaps beside each other one, around a position.
+    void tidy(int around);
+    void fillTo(double time);
+    /// Each of them, at the time of the seam in front of it or at an end, has half a frame or more.
+    void needLength(const DmSegmentNode& segment) const;
+
+private:
+    bool isPlainGap(int index) const;
+    bool isCut(int index) const;
+
+    DmEditDraft& _draft;
+    DmLayerPlace _place;
+};

@@ -1,0 +1,330 @@
+#include "dmRunsImp.h"
+
+#include "dmNoTime.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+
+/// Keys of a fresh layer lie this far apart: some thirty elements may go in one behind the other at one place before
+/// their neighbours get new keys.
+constexpr std::uint64_t keyGap = std::uint64_t(1) << 32;
+
+/// Runs below this size are filled up with their neighbour.
+constexpr std::size_t leastRun = DmRuns::runSize / 4;
+
+/// Into how many pieces of at most `size` so many things go, each about as large.
+std::size_t piecesOf(std::size_t count, std::size_t size)
+{
+    return (count + size - 1) / size;
+}
+
+} // namespace
+
+bool dmIsTime(double frames)
+{
+    return std::isfinite(frames) && frames < dmNoTime;
+}
+
+double dmStoredRecIn(const DmTreeNode* node)
+{
+    auto* const plain = const_cast<DmTreeNode*>(node);
+    if (const DmSegmentNode* const segment = dmSegment(plain))
+        return segment->getRecIn();
+    if (const DmTransitionNode* const transition = dmTransition(plain))
+        return transition->getRecIn();
+    return dmNoTime;
+}
+
+DmRuns::DmRuns(std::vector<Node> nodes)
+{
+    if (nodes.empty())
+        return;
+    _root = CoSharedPtr<Root>(new Root);
+    _root->count = static_cast<int>(nodes.size());
+    std::uint64_t key = 0;
+    for (std::size_t i = 0; i < nodes.size();)
+    {
+        CoSharedPtr<Stretch> stretch(new Stretch);
+        int count = 0;
+        while (i < nodes.size() && stretch->runs.size() < stretchSize * 3 / 4)
+        {
+            CoSharedPtr<Run> run(new Run);
+            const std::size_t size = std::min(nodes.size() - i, std::size_t(runSize * 3 / 4));
+            run->entries.reserve(size);
+            for (std::size_t j = 0; j < size; ++j, ++i)
+                run->entries.push_back({std::move(nodes[i]), 0.0, key += keyGap});
+            count += static_cast<int>(size);
+            stretch->runs.push_back({std::move(run), 0.0});
+        }
+        _root->stretches.push_back({std::move(stretch), 0.0, count});
+    }
+}
+
+DmRuns::Place DmRuns::placeOf(int index) const
+{
+    // Stretches are about as large: the guess is right, or next to it.
+    const auto& stretches = _root->stretches;
+    Place place;
+    while (place.stretch + 1 < int(stretches.size()) && index >= stretches[std::size_t(place.stretch)].count)
+        index -= stretches[std::size_t(place.stretch++)].count;
+    const auto& runs = stretches[std::size_t(place.stretch)].stretch->runs;
+    while (place.run + 1 < int(runs.size()) && index >= runs[std::size_t(place.run)].count())
+        index -= runs[std::size_t(place.run++)].count();
+    place.entry = index;
+    return place;
+}
+
+int DmRuns::indexAt(const Place& place) const
+{
+    int index = place.entry;
+    for (int i = 0; i < place.stretch; ++i)
+        index += _root->stretches[std::size_t(i)].count;
+    for (int i = 0; i < place.run; ++i)
+        index += stretchAt(place).stretch->runs[std::size_t(i)].count();
+    return index;
+}
+
+DmRuns::Element DmRuns::elementAt(const Place& place) const
+{
+    const RunRef& ref = runAt(place);
+    const Entry& entry = ref.run->entries[std::size_t(place.entry)];
+    return {entry.node.get(), entry.shift + (ref.shift + stretchAt(place).shift), entry.key};
+}
+
+DmRuns::Element DmRuns::at(int index) const
+{
+    return index < 0 || index >= count() ? Element() : elementAt(placeOf(index));
+}
+
+bool DmRuns::stepBack(Place& place) const
+{
+    if (--place.entry >= 0)
+        return true;
+    if (--place.run < 0)
+    {
+        if (--place.stretch < 0)
+            return false;
+        place.run = int(stretchAt(place).stretch->runs.size()) - 1;
+    }
+    place.entry = runAt(place).count() - 1;
+    return true;
+}
+
+bool DmRuns::stepOn(Place& place) const
+{
+    if (++place.entry < runAt(place).count())
+        return true;
+    place.entry = 0;
+    if (++place.run < int(stretchAt(place).stretch->runs.size()))
+        return true;
+    place.run = 0;
+    return ++place.stretch < int(_root->stretches.size());
+}
+
+/// The last element of which `before` holds, where it holds of all in front of it.
+template <class Before>
+int DmRuns::lastWith(const Before& before) const
+{
+    if (!_root)
+        return -1;
+    const auto firstOf = [this](int stretch, int run) { return elementAt({stretch, run, 0}); };
+    const auto lastIn = [](int count, const auto& holds)
+    {
+        int low = 0;
+        for (int high = count; low < high;)
+        {
+            const int middle = low + (high - low) / 2;
+            if (holds(middle))
+                low = middle + 1;
+            else
+                high = middle;
+        }
+        return low - 1;
+    };
+    Place place;
+    place.stretch =
+        lastIn(int(_root->stretches.size()), [&](int stretch) { return before(firstOf(stretch, 0)); });
+    if (place.stretch < 0)
+        return -1;
+    place.run = lastIn(int(stretchAt(place).stretch->runs.size()),
+                       [&](int run) { return before(firstOf(place.stretch, run)); });
+    place.entry = lastIn(runAt(place).count(),
+                         [&](int entry) { return before(elementAt({place.stretch, place.run, entry})); });
+    return indexAt(place);
+}
+
+int DmRuns::lastBeginningBy(double time) const
+{
+    return lastWith([time](const Element& element) { return !(element.recIn() > time); });
+}
+
+int DmRuns::indexOf(std::uint64_t key) const
+{
+    const int index = lastWith([key](const Element& element) { return element.key <= key; });
+    return index >= 0 && at(index).key == key ? index : -1;
+}
+
+DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double shiftBehind,
+                       const Rekeyed& rekeyed) const
+{
+    if (!_root)
+    {
+        DmRuns fresh(std::vector<Node>(nodes.begin(), nodes.end()));
+        fresh.forEach(0, fresh.count(), [&](const Element& element) { rekeyed(*element.node, element.key); });
+        return fresh;
+    }
+
+    // The runs that are made anew: those of the elements that go, with so many beside them that their elements are
+    // worth a run, and that there are keys for all.
+    Place from = placeOf(std::min(first, count() - 1));
+    Place to = placeOf(std::min(last, count() - 1));
+    from.entry = 0;
+    to.entry = runAt(to).count() - 1;
+    std::vector<Entry> entries;
+    for (;;)
+    {
+        entries.clear();
+        const int begin = indexAt(from);
+        const int end = indexAt(to) + 1;
+        Place before = from;
+        const std::uint64_t low = stepBack(before) ? elementAt(before).key : 0;
+        Place behind = to;
+        const std::uint64_t high = stepOn(behind) ? elementAt(behind).key : ~std::uint64_t(0);
+        const bool whole = low == 0 && high == ~std::uint64_t(0);
+
+        const auto take = [&](int takeFrom, int takeTo, double more)
+        {
+            Place place = takeFrom < takeTo ? placeOf(takeFrom) : Place();
+            for (int i = takeFrom; i < takeTo; ++i, stepOn(place))
+            {
+                const Element element = elementAt(place);
+                entries.push_back({runAt(place).run->entries[std::size_t(place.entry)].node, element.shift + more,
+                                   element.key});
+            }
+        };
+        take(begin, first, 0.0);
+        const std::size_t firstNew = entries.size();
+        for (const Node& node : nodes)
+            entries.push_back({node, 0.0, 0});
+        const std::size_t endNew = entries.size();
+        take(last, end, shiftBehind);
+
+        if (entries.size() < leastRun && !whole && entries.size() > 0)
+        {
+            if (Place wider = from; stepBack(wider))
+                from = {wider.stretch, wider.run, 0};
+            else if (wider = to; stepOn(wider))
+                to = {wider.stretch, wider.run, runAt(wider).count() - 1};
+            continue;
+        }
+
+        // Keys for the new ones between their neighbours', else for all of these.
+        const auto spread = [&](std::size_t begins, std::size_t ends, std::uint64_t lower, std::uint64_t upper)
+        {
+            const std::uint64_t count = ends - begins;
+            const std::uint64_t step = std::min((upper - lower) / (count + 1), keyGap);
+            if (step == 0)
+                return false;
+            // Behind the last key of the layer they go on as on a fresh one.
+            for (std::size_t i = begins; i < ends; ++i)
+                if (entries[i].key != (lower += step))
+                {
+                    entries[i].key = lower;
+                    if (entries[i].node)
+                        rekeyed(*entries[i].node, lower);
+                }
+            return true;
+        };
+        const std::uint64_t lower = firstNew > 0 ? entries[firstNew - 1].key : low;
+        const std::uint64_t upper = endNew < entries.size() ? entries[endNew].key : high;
+        if (spread(firstNew, endNew, lower, upper))
+            break;
+        if (high - low > 4 * (entries.size() + 1) || whole)
+        {
+            spread(0, entries.size(), low, high);
+            break;
+        }
+        if (Place wider = from; stepBack(wider))
+            from = {wider.stretch, wider.run, 0};
+        if (Place wider = to; stepOn(wider))
+            to = {wider.stretch, wider.run, runAt(wider).count() - 1};
+    }
+
+    // New runs, in the stretches that they are in.
+    std::vector<RunRef> runs;
+    const StretchRef& firstStretch = stretchAt(from);
+    for (int i = 0; i < from.run; ++i)
+    {
+        const RunRef& ref = firstStretch.stretch->runs[std::size_t(i)];
+        runs.push_back({ref.run, ref.shift + firstStretch.shift});
+    }
+    const std::size_t pieces = piecesOf(entries.size(), runSize);
+    for (std::size_t piece = 0; piece < pieces; ++piece)
+    {
+        const auto at = [&](std::size_t number)
+        { return entries.begin() + static_cast<std::ptrdiff_t>(number * entries.size() / pieces); };
+        CoSharedPtr<Run> run(new Run);
+        run->entries.assign(std::make_move_iterator(at(piece)), std::make_move_iterator(at(piece + 1)));
+        runs.push_back({std::move(run), 0.0});
+    }
+    const StretchRef& lastStretch = stretchAt(to);
+    for (std::size_t i = std::size_t(to.run) + 1; i < lastStretch.stretch->runs.size(); ++i)
+    {
+        const RunRef& ref = lastStretch.stretch->runs[i];
+        runs.push_back({ref.run, ref.shift + lastStretch.shift + shiftBehind});
+    }
+
+    DmRuns result;
+    result._root = CoSharedPtr<Root>(new Root);
+    auto& stretches = result._root->stretches;
+    stretches.reserve(_root->stretches.size() + 2);
+    stretches.assign(_root->stretches.begin(), _root->stretches.begin() + from.stretch);
+    const std::size_t groups = piecesOf(runs.size(), stretchSize);
+    for (std::size_t group = 0; group < groups; ++group)
+    {
+        const auto at = [&](std::size_t number)
+        { return runs.begin() + static_cast<std::ptrdiff_t>(number * runs.size() / groups); };
+        CoSharedPtr<Stretch> stretch(new Stretch);
+        stretch->runs.assign(std::make_move_iterator(at(group)), std::make_move_iterator(at(group + 1)));
+        int count = 0;
+        for (const RunRef& ref : stretch->runs)
+            count += ref.count();
+        stretches.push_back({std::move(stretch), 0.0, count});
+    }
+    for (std::size_t i = std::size_t(to.stretch) + 1; i < _root->stretches.size(); ++i)
+    {
+        StretchRef ref = _root->stretches[i];
+        ref.shift += shiftBehind;
+        stretches.push_back(std::move(ref));
+    }
+    for (const StretchRef& ref : stretches)
+        result._root->count += ref.count;
+    if (result._root->count == 0)
+        result._root.reset();
+    return result;
+}
+
+std::vector<DmRuns::PlacedRun> DmRuns::placedRuns() const
+{
+    std::vector<PlacedRun> placed;
+    int first = 0;
+    if (_root)
+        for (const StretchRef& stretch : _root->stretches)
+            for (const RunRef& ref : stretch.stretch->runs)
+            {
+                placed.push_back({ref.run, ref.shift + stretch.shift, first});
+                first += ref.count();
+            }
+    return placed;
+}
+
+std::size_t DmRuns::bytesOfSplice() const
+{
+    if (!_root)
+        return 0;
+    return sizeof(Root) + _root->stretches.size() * sizeof(StretchRef) + sizeof(Stretch) +
+           stretchSize * sizeof(RunRef) + sizeof(Run) + runSize * sizeof(Entry);
+}

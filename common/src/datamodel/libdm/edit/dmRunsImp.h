@@ -1,0 +1,153 @@
+/// The elements of a published layer, as a value: in runs of some dozens, several of which make a stretch. Versions of
+/// a layer share the runs and stretches that an edit did not touch; what a ripple moves it moves by one shift a stretch.
+///
+/// An element's in-time is what its node stores plus the shifts on the way to it, never a sum of lengths: what was not
+/// shifted keeps its time to the bit, and a time that is not set stays so.
+///
+/// Every element has a key, which grows along the layer and survives shifts: by it an element is found again when its
+/// neighbours come and go.
+#pragma once
+
+#include "dmElementImp.h"
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <vector>
+
+/// Whether a time is one that a shift moves.
+bool dmIsTime(double frames);
+/// "recIn" of a segment or a transition; dmNoTime for every other node, and for none.
+double dmStoredRecIn(const DmTreeNode* node);
+
+class DmRuns
+{
+public:
+    using Node = CoSharedPtr<DmTreeNode>;
+    static constexpr int runSize = 64;
+    static constexpr int stretchSize = 64;
+
+    struct Entry
+    {
+        Node node; ///< as a document has it, null where it has an empty element
+        double shift = 0.0;
+        std::uint64_t key = 0;
+    };
+    struct Run : DM::CoRefCountedMT
+    {
+        std::vector<Entry> entries;
+    };
+    /// A run with its place in a layer: what a version of the layer keeps its shifted nodes by.
+    struct PlacedRun
+    {
+        CoSharedPtr<Run> run;
+        double shift;
+        int first;
+    };
+    struct Element
+    {
+        const DmTreeNode* node = nullptr;
+        double shift = 0.0;
+        std::uint64_t key = 0;
+
+        double recIn() const
+        {
+            const double stored = dmStoredRecIn(node);
+            return dmIsTime(stored) ? stored + shift : stored;
+        }
+    };
+
+    DmRuns() = default;
+    explicit DmRuns(std::vector<Node> nodes);
+
+    int count() const { return _root ? _root->count : 0; }
+    Element at(int index) const;
+    /// The element itself, counted.
+    Node share(int index) const { return Node(const_cast<DmTreeNode*>(at(index).node)); }
+
+    /// The last element that begins at or before the time, -1 when there is none.
+    int lastBeginningBy(double time) const;
+    /// The position of the element of that key; -1 when there is none.
+    int indexOf(std::uint64_t key) const;
+
+    using Rekeyed = std::function<void(const DmTreeNode& node, std::uint64_t key)>;
+    /// The elements with [first, last) replaced by nodes that stand where they say, and all behind shifted. `rekeyed`
+    /// is told the key of each node that has a new one.
+    DmRuns spliced(int first, int last, std::span<const Node> nodes, double shiftBehind, const Rekeyed& rekeyed) const;
+
+    std::vector<PlacedRun> placedRuns() const;
+    /// Calls `visit(element)` for the elements of [first, last).
+    template <class Visit>
+    void forEach(int first, int last, Visit&& visit) const;
+
+    /// Whether both are one version: nothing was edited in between.
+    bool operator==(const DmRuns& other) const { return _root == other._root; }
+
+    /// Bytes that a splice of `nodes` elements makes anew, nodes apart.
+    std::size_t bytesOfSplice() const;
+
+private:
+    struct RunRef
+    {
+        CoSharedPtr<Run> run;
+        double shift;
+
+        int count() const { return static_cast<int>(run->entries.size()); }
+    };
+    struct Stretch : DM::CoRefCountedMT
+    {
+        std::vector<RunRef> runs;
+    };
+    struct StretchRef
+    {
+        CoSharedPtr<Stretch> stretch;
+        double shift;
+        int count;
+    };
+    struct Root : DM::CoRefCountedMT
+    {
+        std::vector<StretchRef> stretches;
+        int count = 0;
+    };
+    struct Place
+    {
+        int stretch = 0;
+        int run = 0;
+        int entry = 0;
+    };
+
+    Place placeOf(int index) const;
+    int indexAt(const Place& place) const;
+    const StretchRef& stretchAt(const Place& place) const { return _root->stretches[std::size_t(place.stretch)]; }
+    const RunRef& runAt(const Place& place) const { return stretchAt(place).stretch->runs[std::size_t(place.run)]; }
+    Element elementAt(const Place& place) const;
+    bool stepBack(Place& place) const;
+    bool stepOn(Place& place) const;
+    template <class Before>
+    int lastWith(const Before& before) const;
+
+    CoSharedPtr<Root> _root;
+};
+
+template <class Visit>
+void DmRuns::forEach(int first, int last, Visit&& visit) const
+{
+    if (first >= last)
+        return;
+    Place place = placeOf(first);
+    for (int i = first; i < last; ++place.run, place.entry = 0)
+    {
+        if (place.run == int(stretchAt(place).stretch->runs.size()))
+        {
+            ++place.stretch;
+            place.run = 0;
+        }
+        const RunRef& ref = runAt(place);
+        const double shift = stretchAt(place).shift + ref.shift;
+        for (; place.entry < ref.count() && i < last; ++place.entry, ++i)
+        {
+            const Entry& entry = ref.run->entries[std::size_t(place.entry)];
+            visit(Element{entry.node.get(), entry.shift + shift, entry.key});
+        }
+    }
+}
