@@ -53,14 +53,12 @@ std::vector<DmElementPlace> DmEdit::Imp::together(const DmElementPlace& place)
                 continue;
             const DmLane other(draft, {t, l});
             const int index = DmTimelineValue::indexAt(other.layer().runs, record);
-            const auto* const partner =
-                index >= 0 ? dynamic_cast<const DmSourceNode*>(other.segment(index)) : nullptr;
-            if (!partner || !partner->getSrcInput() ||
-                !dmLinkGroupOf(partner->getSegmentId()).empty() || other.mediaType() == lane.mediaType() ||
+            const auto* const partner = index >= 0 ? dynamic_cast<const DmSourceNode*>(other.segment(index)) : nullptr;
+            if (!partner || !partner->getSrcInput() || !dmLinkGroupOf(partner->getSegmentId()).empty() ||
+                other.mediaType() == lane.mediaType() ||
                 partner->getSrcInput()->getName() != source->getSrcInput()->getName())
                 continue;
-            const double theirs =
-                other.in(index) - dmMaterialOf(*partner, draft.fcm).begin - partner->getRelIn();
+            const double theirs = other.in(index)-dmMaterialOf(*partner, draft.fcm).begin - partner->getRelIn();
             if (std::abs(theirs - offset) < dmEditTolerance)
                 add({t, l, index});
         }
@@ -91,9 +89,8 @@ DmLane::Segment DmEdit::Imp::incoming(DmLane& lane, const DmSegmentNode* segment
     const double overshoot = reach.material().isLimited() && reach.played().motion() == DmPlayed::Motion::Constant
                                  ? reach.played().end() - reach.material().length
                                  : 0.0;
-    if (overshoot > 1e-3 && !reach.material().still)
-        dmRefuse("\"%s\" has only %g frames of material.", dmUtf8(segment->getName()).c_str(),
-                 reach.material().length);
+    if (overshoot > 1e-3)
+        dmRefuse("\"%s\" has only %g frames of material.", dmUtf8(segment->getName()).c_str(), reach.material().length);
     const DmLane::Segment copy = dmEditCopy(*segment);
     if (copy->getSegmentId().empty() ? segment->whatIs() != DM_GAP_NODE : bool(draft.value.find(copy->getSegmentId())))
         draft.reidentify(*copy);
@@ -296,9 +293,8 @@ void DmEdit::Imp::followLengths(const DmTimelineValue& before)
     const double now = lastEnd(draft.value);
     if (was == now || draft.value.bare->getCompLength() != before.bare->getCompLength())
         return;
-    const double start = draft.value.bare->getCompLength() > 0.0 && was > -dmNoTime
-                             ? was - draft.value.bare->getCompLength()
-                             : dmNoTime;
+    const double start =
+        draft.value.bare->getCompLength() > 0.0 && was > -dmNoTime ? was - draft.value.bare->getCompLength() : dmNoTime;
     if (!dmIsTime(start) && was > -dmNoTime)
         return; // not set before: not ours to set
     const CoSharedPtr<DmCompositionNode> composition = ownComposition();
@@ -534,9 +530,9 @@ DmStatus DmEdit::trim(const DmElementPlace& segment, eDmEdge edge, double by)
                     if (!atEnd)
                         amount = _imp->within(amount, lane.length(neighbour) + inTransition,
                                               ("The gap beside " + lane.called(each.index)).c_str());
-                    amount = _imp->within(amount, (tail ? lane.reach(each.index).behind()
-                                                        : lane.reach(each.index).before()),
-                                          ("Material of " + lane.called(each.index)).c_str());
+                    amount =
+                        _imp->within(amount, (tail ? lane.reach(each.index).behind() : lane.reach(each.index).before()),
+                                     ("Material of " + lane.called(each.index)).c_str());
                 }
             }
             if (amount <= 0.0)
@@ -562,8 +558,7 @@ DmStatus DmEdit::trim(const DmElementPlace& segment, eDmEdge edge, double by)
                     const double newOut = oldOut + (grows ? amount : -amount);
                     if (!grows)
                     {
-                        lane.put(index, index + 1,
-                                 {own, lane.makeCut(newOut), lane.makeGap(newOut, amount)}, 0.0);
+                        lane.put(index, index + 1, {own, lane.makeCut(newOut), lane.makeGap(newOut, amount)}, 0.0);
                         lane.tidy(index + 2);
                     }
                     else if (index + 2 < lane.count())
@@ -705,7 +700,7 @@ DmStatus DmEdit::roll(const DmElementPlace& seam, double by)
                 const DmLane lane = _imp->lane(each);
                 const int theirs = each.index + (side == 1 ? -1 : 1);
                 if (each.inLayer() != seam.inLayer() && lane.transition(theirs) && lane.segment(theirs - 1) &&
-                    lane.segment(theirs + 1) && std::abs(lane.in(theirs) - point) <= dmEditTolerance)
+                    lane.segment(theirs + 1) && std::abs(lane.in(theirs)-point) <= dmEditTolerance)
                     seams.push_back({each.track, each.layer, theirs});
             }
             double amount = std::abs(by);
@@ -828,7 +823,7 @@ DmStatus DmEdit::split(const DmLayerPlace& layer, double time)
             const int index = DmTimelineValue::indexAt(lane.layer().runs, time);
             if (index < 0)
                 dmRefuse("Nothing plays at %s.", _imp->draft.label(time).c_str());
-            if (lane.segment(index) && std::abs(lane.in(index) - time) <= dmEditTolerance &&
+            if (lane.segment(index) && std::abs(lane.in(index)-time) <= dmEditTolerance &&
                 !(index > 0 && lane.length(index - 1) > dmEditTolerance))
                 dmRefuse("There is a seam at %s already.", _imp->draft.label(time).c_str());
             if (!lane.segment(index))
@@ -839,8 +834,7 @@ DmStatus DmEdit::split(const DmLayerPlace& layer, double time)
             for (const DmElementPlace& each : _imp->together({layer.track, layer.layer, index}))
             {
                 DmLane partner = _imp->lane(each);
-                if (time > partner.in(each.index) + dmEditTolerance &&
-                    time < partner.out(each.index) - dmEditTolerance)
+                if (time > partner.in(each.index) + dmEditTolerance && time < partner.out(each.index) - dmEditTolerance)
                     partner.splitSegment(each.index, time);
                 else if (each.inLayer() == layer)
                     partner.seamAt(time);
@@ -1130,8 +1124,8 @@ DmStatus DmEdit::fill(const DmLayerPlace& layer, const CoSharedPtr<DmSegmentNode
         });
     if (!prepared.ok())
         return prepared;
-    const bool fits = _imp->options().fit && dmIsTime(recordIn) && dmIsTime(recordOut) && dmIsTime(sourceIn) &&
-                      dmIsTime(sourceOut);
+    const bool fits =
+        _imp->options().fit && dmIsTime(recordIn) && dmIsTime(recordOut) && dmIsTime(sourceIn) && dmIsTime(sourceOut);
     if (fits)
     {
         const double rate = DmPlayed(*copy, _imp->draft.fcm).rate();
@@ -1210,13 +1204,11 @@ DmStatus DmEdit::rename(const DmElementPlace& element, const DmString& name)
 
 DmStatus DmEdit::addMark(const DmElementPlace& segment, const CoSharedPtr<DmCueMark>& mark)
 {
-    return change(segment,
-                  onSegment(
-                      [&mark](DmSegmentNode& node)
-                      {
-                          return mark ? node.addSegmentMark(DM::staticPointerCast<DmCueMark>(mark->clone()))
-                                      : DM_BAD_VALUE;
-                      }));
+    return change(segment, onSegment(
+                               [&mark](DmSegmentNode& node) {
+                                   return mark ? node.addSegmentMark(DM::staticPointerCast<DmCueMark>(mark->clone()))
+                                               : DM_BAD_VALUE;
+                               }));
 }
 
 DmStatus DmEdit::addMark(const CoSharedPtr<DmCueMark>& mark)
@@ -1234,15 +1226,14 @@ DmStatus DmEdit::addMark(const CoSharedPtr<DmCueMark>& mark)
 
 DmStatus DmEdit::addEffect(const DmElementPlace& segment, const CoSharedPtr<DmEffectSettings>& effect)
 {
-    return change(segment,
-                  onSegment(
-                      [&effect](DmSegmentNode& node)
-                      {
-                          if (!effect || !effect->isSegmentCompatible() ||
-                              effect->getMediaType() != node.getMediaType())
-                              return DM_BAD_VALUE;
-                          return node.addEffect(DM::staticPointerCast<DmEffectSettings>(effect->clone()));
-                      }));
+    return change(segment, onSegment(
+                               [&effect](DmSegmentNode& node)
+                               {
+                                   if (!effect || !effect->isSegmentCompatible() ||
+                                       effect->getMediaType() != node.getMediaType())
+                                       return DM_BAD_VALUE;
+                                   return node.addEffect(DM::staticPointerCast<DmEffectSettings>(effect->clone()));
+                               }));
 }
 
 DmStatus DmEdit::removeEffect(const DmElementPlace& segment, int index)
@@ -1253,15 +1244,14 @@ DmStatus DmEdit::removeEffect(const DmElementPlace& segment, int index)
 DmStatus DmEdit::addKeyFrame(const DmElementPlace& segment, int effect, const DmString& channel,
                              const CoSharedPtr<DmKeyFrame>& key)
 {
-    return change(segment,
-                  onSegment(
-                      [&](DmSegmentNode& node)
-                      {
-                          DmEffectSettings* const settings = node.getEffects().at(effect);
-                          if (!settings || !key || channel.empty())
-                              return DM_BAD_VALUE;
-                          const CoSharedPtr<DmAnimationChannel> curve = settings->getChannelByName(channel);
-                          return curve ? curve->addKeyFrame(DM::staticPointerCast<DmKeyFrame>(key->clone()))
-                                       : DM_BAD_VALUE;
-                      }));
+    return change(segment, onSegment(
+                               [&](DmSegmentNode& node)
+                               {
+                                   DmEffectSettings* const settings = node.getEffects().at(effect);
+                                   if (!settings || !key || channel.empty())
+                                       return DM_BAD_VALUE;
+                                   const CoSharedPtr<DmAnimationChannel> curve = settings->getChannelByName(channel);
+                                   return curve ? curve->addKeyFrame(DM::staticPointerCast<DmKeyFrame>(key->clone()))
+                                                : DM_BAD_VALUE;
+                               }));
 }

@@ -6,17 +6,18 @@
 ///         show(status.info());                  // why not, in words; nothing has changed
 ///     timeline = edit.timeline();
 ///
-/// An operation is done whole or not at all. To ask whether one is possible, to grey a button, do it in a session of its
-/// own and drop that: it costs what the edit costs, which is little.
+/// An operation is done whole or not at all. To ask whether one is possible, to grey a button, do it in a session of
+/// its own and drop that: it costs what the edit costs, which is little.
 ///
-/// Times and amounts are frames of record time; later is positive, for heads and tails alike. Every default is an option
-/// (DmEditOptions). Elements are named by their place; places are those of the session's current timeline.
+/// Times and amounts are frames of record time; later is positive, for heads and tails alike. Every default is an
+/// option (DmEditOptions). Elements are named by their place; places are those of the session's current timeline.
 ///
 /// Threads: a session belongs to one thread; the timelines that it opens on and ends with belong to everybody.
 #pragma once
 
 #include "dmSourceNode.h"
 #include "dmTimeline.h"
+#include "tuFcm.h"
 
 #include <functional>
 #include <memory>
@@ -59,7 +60,7 @@ struct ZR_DM_API DmEditOptions
     /// What lengthens or shortens a track opens and closes the same time on the others.
     bool syncLock = true;
     /// Tracks that do not take part in that, by position.
-    std::vector<int> unlockedTracks;
+    std::vector<int> unlockedTracks = {};
     /// Closing takes material out of sync-locked tracks too, not gaps only.
     bool cutSynced = false;
     /// A move, or a fill, pushes what is there instead of replacing it; a move closes up what it leaves.
@@ -172,39 +173,6 @@ public:
                          const CoSharedPtr<DmKeyFrame>& key);
     /// Any change to one element but its times: the function gets a copy to change, and its status decides.
     DmStatus change(const DmElementPlace& element, const std::function<eDmErrorId(DmTreeNode&)>& how);
-
-    // Whole timelines.
-
-    /// Keeps [in, out), from the begin of the layers on.
-    DmStatus trimToRange(double in, double out);
-    /// The other timeline behind this one, on the tracks that are alike.
-    DmStatus concatenate(const DmTimeline& other);
-    /// The other timeline's tracks on top of these.
-    DmStatus stack(const DmTimeline& other);
-    /// The layers of all picture tracks into one: the top one that is neither gap nor muted wins.
-    DmStatus flatten();
-    DmStatus keepTracks(const std::vector<int>& tracks);
-    DmStatus dropTracks(const std::vector<int>& tracks);
-    DmStatus dropTransitions();
-    /// Of all segments; timewarps, without which other frames would play, stay.
-    DmStatus dropEffects();
-    struct ZR_DM_API Relink
-    {
-        DmString fromPath, toPath; ///< the begin of paths
-        DmString fromName, toName; ///< of inputs
-        DmString fromReel, toReel;
-    };
-    /// A shared input once, for all that use it.
-    DmStatus relink(const Relink& how);
-    /// Takes names, comments, paths and notes out.
-    DmStatus redact();
-    enum class Conform
-    {
-        Labels,
-        Clock
-    };
-    /// To another mode: seams keep their labels, or their wall-clock time.
-    DmStatus conform(DM::FrameCodeModes fcm, Conform keep);
 
     /// Of a timeline's seams: where the cut of a transition is.
     static double cutOf(const DmTimeline& timeline, const DmElementPlace& seam);

@@ -99,14 +99,14 @@ DmStatus DmEdit::transition(const DmElementPlace& seam, double length, eDmSeamAl
                                       lane.out(right) - newB >= (lane.isGap(right) ? -dmEditTolerance : 1.0) &&
                                       (newB - lane.out(left) <= lane.reach(left).behind() + dmEditTolerance ||
                                        newB <= b + dmEditTolerance) &&
-                                      (lane.in(right) - newA <= lane.reach(right).before() + dmEditTolerance ||
+                                      (lane.in(right)-newA <= lane.reach(right).before() + dmEditTolerance ||
                                        newA >= a - dmEditTolerance);
                     if (fits || frames < 1.0)
                         return frames < 1.0 ? 0.0 : frames;
                 }
             }();
-            const double taken = _imp->within(length, most, ("A transition on the cut at " +
-                                                            _imp->draft.label(point)).c_str());
+            const double taken =
+                _imp->within(length, most, ("A transition on the cut at " + _imp->draft.label(point)).c_str());
             if (taken < dmLeastLength)
                 dmRefuse("There are no frames for a transition on the cut at %s.", _imp->draft.label(point).c_str());
             const double newA = point - inFront(taken, alignment);
@@ -210,7 +210,7 @@ void setTimewarp(DmSegmentNode& segment, double speed)
             warp = DmATimewarpSettings::create();
         if (!warp || speed == 0.0)
             dmRefuse("Sound does not play at that speed.");
-        if (warp->setRatio(1.0 / speed) != DM_NO_ERROR)
+        if (warp->setRatio(static_cast<float>(1.0 / speed)) != DM_NO_ERROR)
             dmRefuse("Sound does not play at that speed.");
         kept = warp;
     }
@@ -227,7 +227,8 @@ void setTimewarp(DmSegmentNode& segment, double speed)
         kept = warp;
     }
     const DmPropertySetPtr effect(kept);
-    static_cast<void>(segment.insertValueInPropertyList(DmSegmentNode::Effects, DM_VECTOR_PROPERTY_SET, place, &effect));
+    static_cast<void>(
+        segment.insertValueInPropertyList(DmSegmentNode::Effects, DM_VECTOR_PROPERTY_SET, place, &effect));
 }
 
 } // namespace
@@ -282,11 +283,10 @@ DmStatus DmEdit::speed(const DmElementPlace& segment, double speed)
                 }
                 // Length by plain numbers: what plays, with the transitions beside it.
                 const DmPlayed now(*own, _imp->draft.fcm);
-                if (material.isLimited() && !material.still)
+                if (material.isLimited())
                 {
                     const double pace = std::abs(now.speed()) * now.rate();
-                    const double low =
-                        now.begin() - (now.isReverse() ? sides.behind : sides.before) * pace;
+                    const double low = now.begin() - (now.isReverse() ? sides.behind : sides.before) * pace;
                     const double high = now.end() + (now.isReverse() ? sides.before : sides.behind) * pace;
                     if (low < -1e-3 || high > material.length + 1e-3)
                         dmRefuse("At that speed %s plays frames %g to %g of its material; there are %g.",
@@ -310,8 +310,8 @@ DmStatus DmEdit::speed(const DmElementPlace& segment, double speed)
                 if (sides.behind > dmEditTolerance)
                     lane.cutTransition(each.index + 1, out);
                 if (by < 0.0)
-                    lane.put(each.index, each.index + 1,
-                             {own, lane.makeCut(out + by), lane.makeGap(out + by, -by)}, 0.0);
+                    lane.put(each.index, each.index + 1, {own, lane.makeCut(out + by), lane.makeGap(out + by, -by)},
+                             0.0);
                 else if (each.index + 2 < lane.count())
                 {
                     if (!lane.isGap(each.index + 2) || lane.length(each.index + 2) < by - dmEditTolerance)

@@ -80,8 +80,7 @@ public:
     CoSharedPtr<T> own(int index) const
     {
         const DmRuns::Element element = layer().runs.at(index);
-        CoSharedPtr<T> copy =
-            DM::staticPointerCast<T>(dmEditCopy(static_cast<const T&>(*element.node)));
+        CoSharedPtr<T> copy = DM::staticPointerCast<T>(dmEditCopy(static_cast<const T&>(*element.node)));
         static_cast<void>(copy->setRecIn(element.recIn()));
         return copy;
     }
@@ -101,8 +100,8 @@ public:
     int splitSegment(int index, double time);
     /// Makes the transition a cut at a time that lies in it; answers the position of the segment behind.
     int cutTransition(int index, double time);
-    /// In place of the elements of [first, last), which begin and end at seams that are cuts, these segments, one behind
-    /// the other from where the first stands; all behind moves.
+    /// In place of the elements of [first, last), which begin and end at seams that are cuts, these segments, one
+    /// behind the other from where the first stands; all behind moves.
     void replace(int first, int last, const std::vector<Segment>& segments, double shiftBehind);
     /// Takes plain gaps of no length between cuts out, and makes plain gaps beside each other one, around a position.
     void tidy(int around);

@@ -18,7 +18,7 @@ DmReach::DmReach(const DmSegmentNode& segment, DM::FrameCodeModes compositionFcm
         _before = _behind = 0.0;
         return;
     }
-    if (_played.motion() != DmPlayed::Motion::Constant || !_material.isLimited() || _material.still)
+    if (_played.motion() != DmPlayed::Motion::Constant || !_material.isLimited())
         return;
     const double pace = std::abs(_played.speed()) * _played.rate();
     // Half a sub-frame more or less is none: lengths in another mode do not come out even.
@@ -114,17 +114,18 @@ void DmSegmentChange::settle(DmPlayedBeside beside)
     auto* const source = dynamic_cast<DmSourceNode*>(&_segment);
     if (!source || !source->getSrcInput())
     {
-        if (_segment.getRelIn() < 0.0 && _before.endless)
+        if (_segment.getRelIn() < 0.0 && _before.isEndless())
             static_cast<void>(_segment.setRelIn(0.0));
         return;
     }
-    const bool unknown = !_before.known && !_before.endless;
+    const bool unknown = !_before.known && _before.kind == DmMaterial::Kind::Moving;
     DmPlayed played(_segment, _fcm);
     const bool constant = played.motion() == DmPlayed::Motion::Constant;
     const double pace = constant ? std::abs(played.speed()) * played.rate() : 0.0;
 
     // In front of the material's begin.
-    const double lowest = _segment.getRelIn() - (unknown ? (played.isReverse() ? beside.behind : beside.before) * pace : 0.0);
+    const double lowest =
+        _segment.getRelIn() - (unknown ? (played.isReverse() ? beside.behind : beside.before) * pace : 0.0);
     if (lowest < 0.0 && unknown)
     {
         ownInput(*source);
@@ -154,10 +155,9 @@ void DmSegmentChange::settle(DmPlayedBeside beside)
     const double end = _segment.getRelIn() + _segment.getRecLength() * pace;
     const double highest = unknown ? end + (played.isReverse() ? beside.before : beside.behind) * pace : 0.0;
     const double needed = std::max(highest, _segment.getRelIn() + _segment.getRecLength());
-    const bool isStill = _before.still || length <= 1.0;
-    const bool grows = needed > length + dmEditTolerance && (!isStill || unknown);
+    const bool grows = needed > length + dmEditTolerance && (length > 1.0 || unknown);
     auto* const media = dynamic_cast<DmSourceNode::MediaInput*>(source->getSrcInput());
-    if (!grows && !(unknown && media && !isStill))
+    if (!grows && !(unknown && media))
         return;
     const double trueLength = _before.length;
     if (grows)
@@ -166,14 +166,11 @@ void DmSegmentChange::settle(DmPlayedBeside beside)
         static_cast<void>(source->getSrcInput()->setSrcLength(needed));
     }
     // Without that entry, a source that no longer plays all of its input would count as known.
-    if (dynamic_cast<DmSourceNode::MediaInput*>(source->getSrcInput()))
-    {
-        const DmMaterial now = dmMaterialOf(_segment, _fcm, beside);
-        const bool says = unknown ? !now.known : (now.known && std::abs(now.length - trueLength) < dmEditTolerance);
-        if (!says || (unknown && !grows))
-        {
-            ownInput(*source);
-            static_cast<void>(unknown ? dmSetMaterialLengthUnknown(*source) : dmSetMaterialLength(*source, trueLength));
-        }
-    }
+    const DmMaterial now = dmMaterialOf(_segment, _fcm, beside);
+    const bool says = unknown ? !now.known : now.known && std::abs(now.length - trueLength) < dmEditTolerance;
+    if (!media || says)
+        return;
+    ownInput(*source);
+    auto& own = static_cast<DmSourceNode::MediaInput&>(*source->getSrcInput());
+    static_cast<void>(unknown ? dmSetMaterialLengthUnknown(own) : dmSetMaterialLength(own, trueLength));
 }

@@ -145,14 +145,15 @@ int DmRuns::lastWith(const Before& before) const
         return low - 1;
     };
     Place place;
-    place.stretch =
-        lastIn(int(_root->stretches.size()), [&](int stretch) { return before(firstOf(stretch, 0)); });
+    place.stretch = lastIn(int(_root->stretches.size()), [&](int stretch) { return before(firstOf(stretch, 0)); });
     if (place.stretch < 0)
         return -1;
     place.run = lastIn(int(stretchAt(place).stretch->runs.size()),
                        [&](int run) { return before(firstOf(place.stretch, run)); });
     place.entry = lastIn(runAt(place).count(),
-                         [&](int entry) { return before(elementAt({place.stretch, place.run, entry})); });
+                         [&](int entry) {
+                             return before(elementAt({place.stretch, place.run, entry}));
+                         });
     return indexAt(place);
 }
 
@@ -201,8 +202,8 @@ DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double 
             for (int i = takeFrom; i < takeTo; ++i, stepOn(place))
             {
                 const Element element = elementAt(place);
-                entries.push_back({runAt(place).run->entries[std::size_t(place.entry)].node, element.shift + more,
-                                   element.key});
+                entries.push_back(
+                    {runAt(place).run->entries[std::size_t(place.entry)].node, element.shift + more, element.key});
             }
         };
         take(begin, first, 0.0);

@@ -1,5 +1,6 @@
 /// The elements of a published layer, as a value: in runs of some dozens, several of which make a stretch. Versions of
-/// a layer share the runs and stretches that an edit did not touch; what a ripple moves it moves by one shift a stretch.
+/// a layer share the runs and stretches that an edit did not touch; what a ripple moves it moves by one shift a
+/// stretch.
 ///
 /// An element's in-time is what its node stores plus the shifts on the way to it, never a sum of lengths: what was not
 /// shifted keeps its time to the bit, and a time that is not set stays so.

@@ -50,14 +50,12 @@ void addUnchecked(DmCollectionNode& parent, const CoSharedPtr<Node>& child)
 {
     // As it stands in the document: what classes take is no concern of a copy.
     const DmPropertySetPtr element(child);
-    static_cast<void>(
-        parent.addValueInPropertyList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET, &element));
+    static_cast<void>(parent.addValueInPropertyList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET, &element));
 }
 
 } // namespace
 
-void DmTimelineValue::splice(Layer& layer, int first, int last, std::span<const DmRuns::Node> nodes,
-                             double shiftBehind)
+void DmTimelineValue::splice(Layer& layer, int first, int last, std::span<const DmRuns::Node> nodes, double shiftBehind)
 {
     layer.runs.forEach(first, last,
                        [&](const DmRuns::Element& element)
@@ -334,8 +332,8 @@ CoSharedPtr<DmTreeNode> DmTimeline::State::makeTree()
     {
         const CoSharedPtr<DmTreeNode> copy = dmEditCopy(*above[i]);
         const DmPropertySetPtr child(tree);
-        static_cast<void>(copy->setValueFromPropertyList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET,
-                                                         value->path[i], &child));
+        static_cast<void>(
+            copy->setValueFromPropertyList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET, value->path[i], &child));
         copy->freeze();
         tree = copy;
     }
@@ -350,6 +348,11 @@ DmTimeline::DmTimeline(std::shared_ptr<const DmTimelineValue> value, const DmTim
 const DmTimelineValue* DmTimeline::value() const
 {
     return _state ? _state->value.get() : nullptr;
+}
+
+std::shared_ptr<const DmTimelineValue> DmTimeline::shareValue() const
+{
+    return _state ? _state->value : nullptr;
 }
 
 namespace
@@ -389,8 +392,8 @@ void copyLayerMarks(const DmTreeNode* from, DmTreeNode* to)
     {
         for (int i = 0; i < layer->getCueMarks().count(); ++i)
             if (const DmCueMark* const mark = layer->getCueMarks().at(i))
-                static_cast<void>(static_cast<DmLayerNode*>(to)->addCueMark(
-                    DM::staticPointerCast<DmCueMark>(mark->clone())));
+                static_cast<void>(
+                    static_cast<DmLayerNode*>(to)->addCueMark(DM::staticPointerCast<DmCueMark>(mark->clone())));
         return;
     }
     for (int i = 0; i < from->getNbChildren(); ++i)
@@ -566,8 +569,8 @@ std::shared_ptr<DmTimelineValue> valueOf(const CoSharedPtr<DmTreeNode>& tree, in
     {
         const CoSharedPtr<DmTreeNode> copy = dmEditCopy(*above[i]);
         const DmPropertySetPtr child(below);
-        static_cast<void>(copy->setValueFromPropertyList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET,
-                                                         value->path[i], &child));
+        static_cast<void>(
+            copy->setValueFromPropertyList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET, value->path[i], &child));
         copy->freeze();
         below = copy;
     }

@@ -8,8 +8,8 @@
 /// Copies are cheap and may be taken, read and dropped on any thread; no reader waits. Setters of its nodes answer
 /// DM_CANNOT_LOCK: a tree to change in place is made by DmTreeTool::deepClone.
 ///
-/// A value is about one composition, by default the first of the tree. What stands beside it goes along untouched. Times
-/// are record times: frames of that composition's mode.
+/// A value is about one composition, by default the first of the tree. What stands beside it goes along untouched.
+/// Times are record times: frames of that composition's mode.
 #pragma once
 
 #include "dmCompositionNode.h"
@@ -67,8 +67,8 @@ public:
     /// Whether both are one version: nothing was edited in between.
     bool operator==(const DmTimeline& other) const;
 
-    /// The tree, as it was published or as edits left it; null for no timeline. It stays whole as long as somebody holds
-    /// it.
+    /// The tree, as it was published or as edits left it; null for no timeline. It stays whole as long as somebody
+    /// holds it.
     CoSharedPtr<DmTreeNode> tree() const;
     /// The tree, where it is a root; else null.
     CoSharedPtr<DmRoot> root() const;
@@ -109,6 +109,7 @@ private:
 
     explicit DmTimeline(std::shared_ptr<const DmTimelineValue> value, const DmTimeline& before = {});
     const DmTimelineValue* value() const;
+    std::shared_ptr<const DmTimelineValue> shareValue() const;
 
     std::shared_ptr<State> _state;
 };

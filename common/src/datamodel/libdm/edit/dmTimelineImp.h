@@ -35,9 +35,9 @@ public:
         CoSharedPtr<DmTreeNode> other;
     };
 
-    CoSharedPtr<DmTreeNode> top;             ///< the tree, in which the composition stands empty
-    std::vector<int> path;                   ///< to it
-    CoSharedPtr<DmCompositionNode> bare;     ///< without its tracks
+    CoSharedPtr<DmTreeNode> top;         ///< the tree, in which the composition stands empty
+    std::vector<int> path;               ///< to it
+    CoSharedPtr<DmCompositionNode> bare; ///< without its tracks
     std::vector<Track> tracks;
     DmPlaces places;
     int nextLayer = 0;

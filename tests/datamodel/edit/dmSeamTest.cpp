@@ -1,0 +1,273 @@
+// Transitions, speeds, places: what is more than a piece of time.
+#include "zrEditCases.h"
+
+#include "dmKeyFrame.h"
+#include "dmPlayed.h"
+#include "dmResizeSettings.h"
+#include "dmTimewarpSettings.h"
+#include "dmWipeSettings.h"
+
+using namespace zrEditCases;
+
+TEST(EditSeams, TransitionsTakeTheirFramesFromBothSides)
+{
+    const auto dissolve = [](double length, eDmSeamAlignment alignment)
+    { return [=](DmEdit& e) { return e.transition(at(1), length, alignment); }; };
+    check({
+        {"begins at", "AAAAAA|BBBBBB", "A0/20 B5/20", dissolve(2, DM_BEGINS_AT_CUT), "AAAAAA//BBBB", "A0 B7"},
+        {"ends at", "AAAAAA|BBBBBB", "A0/20 B5/20", dissolve(2, DM_ENDS_AT_CUT), "AAAA//BBBBBB", "A0 B5"},
+        {"centred", "AAAAAA|BBBBBB", "A0/20 B5/20", dissolve(4, DM_CENTRED_ON_CUT), "AAAA////BBBB", "A0 B7"},
+        {"centred, of an odd length", "AAAAAA|BBBBBB", "A0/20 B5/20", dissolve(3, DM_CENTRED_ON_CUT), "AAAAA///BBBB",
+         "A0 B7"},
+        {"no frames behind", "AAAAAA|BBBBBB", "A0/6 B5/20", dissolve(2, DM_BEGINS_AT_CUT), "! there are 0", ""},
+        {"few frames in front", "AAAAAA|BBBBBB", "A0/20 B1/20", dissolve(2, DM_ENDS_AT_CUT), "! there are 1", ""},
+        {"clamped",
+         "AAAAAA|BBBBBB",
+         "A0/20 B1/20",
+         dissolve(2, DM_ENDS_AT_CUT),
+         "AAAAA/BBBBBB",
+         "A0 B1",
+         {.clamp = true}},
+        {"unknown on both sides", "AAAAAA|BBBBBB", "", dissolve(4, DM_CENTRED_ON_CUT), "AAAA////BBBB", "A0 B2"},
+        {"longer than a neighbour", "AA|BBBBBB", "A0/20 B5/20", dissolve(3, DM_ENDS_AT_CUT), "! there are 1", ""},
+        {"a fade in", "--|BBBBBB", "B5/20", dissolve(2, DM_BEGINS_AT_CUT), "--//BBBB", "B7"},
+        {"of no length", "AAAAAA|BBBBBB", "A0/20 B5/20", dissolve(0, DM_ENDS_AT_CUT), "! a frame at least", ""},
+        {"longer than it was", "AAAA//BBBB", "A0/20 B5/20", dissolve(4, DM_BEGINS_AT_CUT), "AAAA////BB", "A0 B7"},
+        {"shorter", "AAAA////BBBB", "A0/20 B5/20", dissolve(2, DM_BEGINS_AT_CUT), "AAAA//BBBBBB", "A0 B3"},
+        {"a wipe", "AAAAAA|BBBBBB", "A0/20 B5/20",
+         [](DmEdit& e) { return e.transition(at(1), 2, DM_BEGINS_AT_CUT, DmWipeSettings::create()); }, "AAAAAA//BBBB",
+         "A0 B7"},
+        {"an effect that is none", "AAAAAA|BBBBBB", "A0/20 B5/20",
+         [](DmEdit& e) { return e.transition(at(1), 2, DM_BEGINS_AT_CUT, DmResizeSettings::create()); }, "! none for",
+         ""},
+        {"cut", "AAAA//BBBB", "A0/20 B5/20", [](DmEdit& e) { return e.cut(at(1)); }, "AAAA|BBBBBB", "A0 B3"},
+        {"cut a centred one", "AAAAAA|BBBBBB", "A0/20 B5/20",
+         [](DmEdit& e)
+         {
+             EXPECT_TRUE(e.transition(at(1), 4, DM_CENTRED_ON_CUT).ok());
+             EXPECT_EQ(DmEdit::cutOf(e.timeline(), at(1)), 6);
+             return e.cut(at(1));
+         },
+         "AAAAAA|BBBBBB", "A0 B5"},
+        {"cut a cut", "AA|BB", "", [](DmEdit& e) { return e.cut(at(1)); }, "! a cut already", ""},
+    });
+}
+
+TEST(EditPieces, ReplaceSwapMoveFill)
+{
+    check({
+        {"replace", "AA|BBBB|CC", "B5/20", [](DmEdit& e) { return e.replace(at(2), five()); }, "AA|XXXX|CC",
+         "A0 X3 C0"},
+        {"too short", "AA|BBBB|CC", "",
+         [](DmEdit& e) {
+             return e.replace(at(2), shot('X', 0, 2, {3, 6}));
+         },
+         "! too short", ""},
+        {"swap", "AA|BBBB|CCC", "B5", [](DmEdit& e) { return e.swap(at(0), at(4)); }, "CCC|BBBB|AA", "C0 B5 A0"},
+        {"swap across tracks", "AA|BBB\nCCC", "", [](DmEdit& e) { return e.swap(at(2), at(0, 1)); }, "AA|CCC\nBBB", ""},
+        {"of different lengths", "AA|BBB\nCC", "", [](DmEdit& e) { return e.swap(at(2), at(0, 1)); }, "! one length",
+         ""},
+        {"swap keeps a transition", "AAAA//BBBB|CCCC", "A0/20 B5/20 C6/20",
+         [](DmEdit& e) { return e.swap(at(2), at(4)); }, "AAAA//CCCC|BBBB", "A0 C6 B5"},
+        {"where handles allow", "AAAA//BBBB|CCCC", "A0/20 B5/20 C1/20", [](DmEdit& e) { return e.swap(at(2), at(4)); },
+         "AAAAAA|CCCC|BBBB", "A0 C1 B5"},
+        {"move lifts and overwrites", "AA|BB|CCCC", "", [](DmEdit& e) { return e.move(at(2), layer(), 5); },
+         "AA|--|C|BB|C", "A0 C0 B0 C3"},
+        {"move to another track", "AA|BB|CC\nDDDDDD", "", [](DmEdit& e) { return e.move(at(2), layer(1), 2); },
+         "AA|--|CC\nDD|BB|DD", ""},
+        {"move and insert",
+         "AA|BB|CCCC",
+         "",
+         [](DmEdit& e) { return e.move(at(0), layer(), 8); },
+         "BB|CCCC|AA",
+         "",
+         {.insert = true}},
+        {"move to the front",
+         "AA|BB|CC",
+         "",
+         [](DmEdit& e) { return e.move(at(4), layer(), 0); },
+         "CC|AA|BB",
+         "",
+         {.insert = true}},
+        {"move linked",
+         "AA|BB|------\naa|bb|------",
+         "",
+         [](DmEdit& e) { return e.move(at(2), layer(), 6); },
+         "AA|----|BB|--\naa|----|bb|--",
+         "",
+         {},
+         true},
+        {"three points", "AAAAAAAA", "", [](DmEdit& e) { return e.fill(layer(), five(), 2, 6, 7, dmNoTime); },
+         "AA|XXXX|AA", "A0 X7 A6"},
+        {"from the end", "AAAAAAAA", "", [](DmEdit& e) { return e.fill(layer(), five(), dmNoTime, 6, 7, 10); },
+         "AAA|XXX|AA", "A0 X7 A6"},
+        {"backtimed", "AAAAAAAA", "", [](DmEdit& e) { return e.fill(layer(), five(), 2, 6, dmNoTime, 10); },
+         "AA|XXXX|AA", "A0 X6 A6"},
+        {"four points", "AAAAAAAA", "", [](DmEdit& e) { return e.fill(layer(), five(), 2, 6, 7, 9); }, "AA|XXXX|AA",
+         "A0 X7 A6"},
+        {"two points", "AAAAAAAA", "", [](DmEdit& e) { return e.fill(layer(), five(), 2, dmNoTime, 7, dmNoTime); },
+         "! Three points", ""},
+    });
+}
+
+TEST(EditSpeed, KeepsTheRecordLengthOrTheFrames)
+{
+    const auto playedOf = [](const DmTimeline& timeline, int index) {
+        return DmPlayed(*timeline.element({0, 0, index})->asSegment(), DM::FCM_25);
+    };
+    // Slowed down, a known file's own length still bounds it, and the rules' plain numbers hold.
+    DmEdit slow(timeline("AAAA|BBBB", "A0/6 B0/20"));
+    ASSERT_TRUE(slow.speed({0, 0, 0}, 0.5).ok());
+    EXPECT_EQ(playedOf(slow.timeline(), 0).frameAt(3), 1.0);
+    EXPECT_EQ(dmMaterialOf(*slow.timeline().element({0, 0, 0})->asSegment(), DM::FCM_25).length, 6.0);
+    ASSERT_TRUE(slow.speed({0, 0, 0}, 1.5).ok());
+    EXPECT_FALSE(slow.speed({0, 0, 0}, 2).ok()) << "eight frames of six";
+
+    DmEditOptions options;
+    options.keepFrames = true;
+    options.ripple = true;
+    DmEdit kept(timeline("AAAA|BBBB", "A0/6 B0/20"), options);
+    ASSERT_TRUE(kept.speed({0, 0, 0}, 0.5).ok());
+    EXPECT_EQ(draw(kept.timeline()), "AAAAAAAA|BBBB");
+    EXPECT_EQ(playedOf(kept.timeline(), 0).frameAt(7), 3.0);
+    EXPECT_TRUE(DmTreeTool::findViolations(kept.timeline().composition(), DM_VALIDATE_ALL).empty());
+    kept.options().ripple = false;
+    ASSERT_TRUE(kept.speed({0, 0, 0}, 1).ok());
+    EXPECT_EQ(draw(kept.timeline()), "AAAA|----|BBBB");
+    EXPECT_TRUE(kept.speed({0, 0, 0}, 0.8).ok());
+    EXPECT_EQ(draw(kept.timeline()), "AAAAA|---|BBBB");
+    EXPECT_FALSE(kept.speed({0, 0, 4}, 0.5).ok() && draw(kept.timeline()) == "") << "nothing behind the last one";
+
+    DmEdit still(timeline("AAAA|BBBB", "A3/20"));
+    ASSERT_TRUE(still.freeze({0, 0, 0}, 2).ok());
+    EXPECT_EQ(playedOf(still.timeline(), 0).frameAt(0), 5.0);
+    EXPECT_EQ(playedOf(still.timeline(), 0).frameAt(3), 5.0);
+    ASSERT_TRUE(still.rippleTrim({0, 0, 0}, DM_TAIL, 40).ok()) << "a freeze is endless";
+    EXPECT_TRUE(DmTreeTool::findViolations(still.timeline().composition(), DM_VALIDATE_ALL).empty());
+
+    DmEdit back(timeline("AAAA|BBBB", "A3/20"));
+    ASSERT_TRUE(back.reverse({0, 0, 0}).ok());
+    EXPECT_EQ(playedOf(back.timeline(), 0).frameAt(0), 6.0);
+    EXPECT_EQ(playedOf(back.timeline(), 0).frameAt(3), 3.0);
+    ASSERT_TRUE(back.rippleTrim({0, 0, 0}, DM_HEAD, 1).ok());
+    EXPECT_EQ(playedOf(back.timeline(), 0).frameAt(0), 5.0);
+    ASSERT_TRUE(back.rippleTrim({0, 0, 0}, DM_TAIL, 1).ok());
+    EXPECT_EQ(playedOf(back.timeline(), 0).frameAt(3), 2.0);
+}
+
+namespace
+{
+
+/// A shot with a key at its frame 3, and marks at frames 11 and 13 of its material.
+DmTimeline keyed()
+{
+    DmEdit edit(timeline("AAAAAA|BB", "A10/40"));
+    EXPECT_TRUE(edit.addEffect({0, 0, 0}, DmResizeSettings::create()).ok());
+    const auto key = DmKeyFrame::create();
+    EXPECT_EQ(key->setFrame(3), DM_NO_ERROR);
+    EXPECT_TRUE(edit.addKeyFrame({0, 0, 0}, 0, L"scale_x", key).ok());
+    for (const double time : {11.0, 13.0})
+    {
+        const auto mark = DmCueMark::create();
+        EXPECT_EQ(mark->setCueMarkTime(time), DM_NO_ERROR);
+        EXPECT_TRUE(edit.addMark({0, 0, 0}, mark).ok());
+    }
+    return edit.timeline();
+}
+
+/// "key 3, marks 11 13"
+std::string keysAndMarks(const DmTimeline& timeline, int index)
+{
+    const CoSharedPtr<DmTreeNode> element = timeline.element({0, 0, index});
+    const DmSegmentNode& segment = *element->asSegment();
+    std::ostringstream text;
+    text << "key " << segment.getEffects().at(0)->getExistingChannelByName(L"scale_x")->getKeyFrame(0)->getFrame()
+         << ", marks";
+    for (int i = 0; i < segment.getSegmentMarks().count(); ++i)
+        text << ' ' << segment.getSegmentMarks().at(i)->getCueMarkTime();
+    return text.str();
+}
+
+} // namespace
+
+TEST(EditKeys, KeepTheirPictureMarksTheirMaterial)
+{
+    const struct
+    {
+        const char* name;
+        std::function<DmStatus(DmEdit&)> operation;
+        int index;
+        const char* expected;
+        DmEditOptions options = {};
+    } cases[] = {
+        {"head trim", [](DmEdit& e) { return e.trim(at(0), DM_HEAD, 2); }, 2, "key 1, marks 11 13"},
+        {"tail trim", [](DmEdit& e) { return e.trim(at(0), DM_TAIL, -1); }, 0, "key 3, marks 11 13"},
+        {"ripple head", [](DmEdit& e) { return e.rippleTrim(at(0), DM_HEAD, 2); }, 0, "key 1, marks 11 13"},
+        {"slip", [](DmEdit& e) { return e.slip(at(0), 2); }, 0, "key 3, marks 11 13"},
+        {"slip with keys", [](DmEdit& e) { return e.slip(at(0), 2); }, 0, "key 1, marks 11 13", {.keysFollow = true}},
+        {"split, first half", [](DmEdit& e) { return e.split(layer(), 2); }, 0, "key 3, marks 11"},
+        {"split, second half", [](DmEdit& e) { return e.split(layer(), 2); }, 2, "key 1, marks 13"},
+        {"pushed", [](DmEdit& e) { return e.insert(layer(), 0, five()); }, 2, "key 3, marks 11 13"},
+    };
+    for (const auto& each : cases)
+    {
+        SCOPED_TRACE(each.name);
+        DmEdit edit(keyed(), each.options);
+        const DmStatus status = each.operation(edit);
+        ASSERT_TRUE(status.ok()) << dmUtf8(status.info());
+        EXPECT_EQ(keysAndMarks(edit.timeline(), each.index), each.expected);
+    }
+}
+
+TEST(EditLinks, HalvesAndCopiesGetFreshIdsAndSayWhereTheyComeFrom)
+{
+    DmEdit edit(timeline("AAAA\naaaa", "A3 a3", true));
+    edit.seedIds(5);
+    ASSERT_TRUE(edit.split({0, 0}, 2).ok());
+    const auto idOf = [&](int track, int index) {
+        return dmUtf8(edit.timeline().element({track, 0, index})->asSegment()->getSegmentId());
+    };
+    EXPECT_EQ(idOf(0, 0), "A#T0");
+    EXPECT_EQ(idOf(1, 0), "A#T1");
+    const std::string picture = idOf(0, 2);
+    const std::string sound = idOf(1, 2);
+    EXPECT_EQ(picture.size(), 32U + 3U);
+    EXPECT_EQ(picture.substr(0, 32), sound.substr(0, 32)) << "the second halves are linked with each other";
+    EXPECT_EQ(picture.substr(32), "#T0");
+    EXPECT_EQ(dmUtf8(edit.timeline().element({0, 0, 2})->asSegment()->getOriginalID()), "A#T0");
+    EXPECT_EQ(edit.timeline().linkedWith(DmString(picture.c_str())).size(), 2U);
+    const CoSharedPtr<DmSegmentNode> copy = DM::staticPointerCast<DmSegmentNode>(edit.timeline().element({0, 0, 0}));
+    ASSERT_TRUE(edit.insert({0, 0}, 0, copy).ok());
+    EXPECT_NE(idOf(0, 0), "A#T0");
+    EXPECT_EQ(dmUtf8(edit.timeline().element({0, 0, 0})->asSegment()->getOriginalID()), "A#T0");
+    // From the system, no two are alike.
+    DmEdit one(timeline("AAAA", "", true));
+    DmEdit other(timeline("AAAA", "", true));
+    ASSERT_TRUE(one.split({0, 0}, 2).ok() && other.split({0, 0}, 2).ok());
+    EXPECT_FALSE(one.timeline().element({0, 0, 2})->asSegment()->getSegmentId() ==
+                 other.timeline().element({0, 0, 2})->asSegment()->getSegmentId());
+}
+
+TEST(EditMarks, OfTheCompositionMoveWithWhatRipples)
+{
+    const auto root = zrDrawing::tree("AAAA|BBBB");
+    auto* const composition = static_cast<DmCompositionNode*>(root->getChild(0));
+    static_cast<void>(composition->setInMark(2));
+    static_cast<void>(composition->setOutMark(6));
+    for (const double time : {1.0, 3.0, 5.0, dmNoTime})
+    {
+        const auto mark = DmCueMark::create();
+        static_cast<void>(mark->setCueMarkTime(time));
+        static_cast<void>(composition->addCueMark(mark));
+    }
+    DmEdit edit(DmTimeline::publish(root));
+    ASSERT_TRUE(edit.extract({0, 0}, 2, 4).ok());
+    const auto after = edit.timeline().composition();
+    EXPECT_EQ(after->getInMark(), 2);
+    EXPECT_EQ(after->getOutMark(), 4);
+    EXPECT_EQ(after->getEmbInMark(), dmNoTime);
+    const double expected[] = {1, 2, 3, dmNoTime};
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(after->getCueMarks().at(i)->getCueMarkTime(), expected[i]);
+    EXPECT_EQ(after->getCompLength(), 6);
+}

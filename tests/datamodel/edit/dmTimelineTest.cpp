@@ -1,0 +1,126 @@
+// Timelines as values: what publishing makes constant, what versions share, and how a place is found again.
+#include "zrDrawing.h"
+
+#include "dmEdit.h"
+#include "dmTreeTool.h"
+#include "dmUtf8.h"
+
+#include <random>
+
+namespace
+{
+
+using zrDrawing::draw;
+using zrDrawing::timeline;
+
+std::string longCut(int shots)
+{
+    std::string drawing;
+    for (int i = 0; i < shots; ++i)
+        drawing += (i > 0 ? "|" : "") + std::string(3, char('A' + i % 26));
+    return drawing;
+}
+
+} // namespace
+
+TEST(Timeline, PublishingCopiesAndTakingOverFreezesInPlace)
+{
+    const auto tree = zrDrawing::tree("AA|BB");
+    DmLayerNode* const layer = static_cast<DmLayerNode*>(tree->getChild(0)->getChild(0)->getChild(0));
+    const auto mark = DmCueMark::create();
+    static_cast<void>(mark->setCueMarkName(L"here"));
+    static_cast<void>(layer->addCueMark(mark));
+
+    const DmTimeline published = DmTimeline::publish(tree);
+    ASSERT_TRUE(bool(published));
+    EXPECT_TRUE(DmTreeTool::areEqual(tree.get(), published.tree().get()));
+    EXPECT_FALSE(tree->isFrozen());
+    EXPECT_EQ(layer->setLayerLength(7), DM_NO_ERROR);
+    const auto ours = published.composition();
+    EXPECT_EQ(ours->getChild(0)->getChild(0)->getChild(0)->asSegment()->setRecIn(3), DM_CANNOT_LOCK);
+    EXPECT_EQ(ours->setCompLength(3), DM_CANNOT_LOCK);
+    EXPECT_EQ(static_cast<DmLayerNode*>(ours->getChild(0)->getChild(0))->getCueMarks().count(), 1);
+
+    // What somebody else holds too is copied, and stays theirs.
+    CoSharedPtr<DmTreeNode> handed = zrDrawing::tree("AA|BB");
+    const CoSharedPtr<DmTreeNode> shared(handed->getChild(0)->getChild(0)->getChild(0)->getChild(0));
+    const CoSharedPtr<DmTreeNode> expected = DmTreeTool::deepClone(handed);
+    DmTreeNode* const alone = handed->getChild(0)->getChild(0)->getChild(0)->getChild(2);
+    const DmTimeline taken = DmTimeline::takeOver(std::move(handed));
+    EXPECT_EQ(shared->asSegment()->setRecIn(9), DM_NO_ERROR);
+    EXPECT_EQ(taken.element({0, 0, 2}).get(), alone);
+    EXPECT_TRUE(alone->isFrozen());
+    EXPECT_TRUE(DmTreeTool::areEqual(expected.get(), taken.tree().get()));
+
+    DmStatus status;
+    EXPECT_FALSE(bool(DmTimeline::publish(DmRoot::create(), 0, &status)));
+    EXPECT_FALSE(status.ok());
+}
+
+TEST(Timeline, VersionsShareWhatNoEditTouched)
+{
+    const DmTimeline before = timeline(longCut(2000) + "\naaa|bbb");
+    DmEditOptions options;
+    options.syncLock = false;
+    DmEdit edit(before, options);
+    ASSERT_TRUE(edit.rippleTrim({0, 0, 1000}, DM_TAIL, -1).ok());
+    const DmTimeline after = edit.timeline();
+    EXPECT_TRUE(after.sharesLayer(before, {1, 0}));
+    EXPECT_FALSE(after.sharesLayer(before, {0, 0}));
+    EXPECT_EQ(after.storedElement({0, 0, 998}), before.storedElement({0, 0, 998}));
+    EXPECT_EQ(after.storedElement({0, 0, 3000}), before.storedElement({0, 0, 3000})) << "a ripple copies no node";
+    EXPECT_EQ(after.recIn({0, 0, 3000}), before.recIn({0, 0, 3000}) - 1);
+    EXPECT_EQ(after.element({0, 0, 3000})->asSegment()->getRecIn(), before.recIn({0, 0, 3000}) - 1);
+    EXPECT_EQ(after.element({0, 0, 998}).get(), before.element({0, 0, 998}).get());
+    ASSERT_EQ(edit.changes().size(), 1U);
+    EXPECT_EQ(edit.changes()[0].first, 1000);
+    EXPECT_EQ(edit.changes()[0].shift, -1.0);
+    EXPECT_EQ(static_cast<const DmLayerNode*>(after.layer({0, 0}))->getLayerLength(), 5999.0);
+    EXPECT_EQ(after.composition()->getCompLength(), 5999.0);
+}
+
+/// Against a plain list of what every version should hold.
+TEST(Timeline, RandomEditsKeepOrderTimesAndPlaces)
+{
+    std::mt19937 random(7);
+    DmTimeline version = timeline(longCut(300), "", true);
+    std::vector<std::pair<DmTimeline, std::string>> history;
+    for (int step = 0; step < 400; ++step)
+    {
+        if (step % 20 == 0)
+            history.emplace_back(version, draw(version));
+        DmEdit edit(version);
+        edit.seedIds(static_cast<std::uint64_t>(step));
+        const DmLayerPlace layer{0, 0};
+        const int count = version.elementCount(layer);
+        const double end = version.recOut({0, 0, count - 1});
+        const double time = double(random() % unsigned(end));
+        const int kind = static_cast<int>(random() % 4);
+        const DmStatus status = kind == 0   ? edit.insert(layer, time, zrDrawing::shot('X', 0, 2, {5, 50}))
+                                : kind == 1 ? edit.extract(layer, time, time + 2)
+                                : kind == 2 ? edit.overwrite(layer, time, zrDrawing::shot('Y', 0, 2, {5, 50}))
+                                            : edit.lift(layer, time, time + 3);
+        ASSERT_TRUE(status.ok()) << dmUtf8(status.info());
+        version = edit.timeline();
+        EXPECT_EQ(draw(version).find('?'), std::string::npos);
+        for (int i = 0; i < version.elementCount(layer); i += 7)
+            if (const auto element = version.element({0, 0, i}); const DmSegmentNode* segment = element->asSegment())
+            {
+                if (!segment->getSegmentId().empty())
+                {
+                    const auto found = version.find(segment->getSegmentId());
+                    ASSERT_TRUE(found) << "element " << i << " of step " << step;
+                    // The drawing gives the shots of one letter one id: the place is one of that id's.
+                    EXPECT_EQ(version.storedElement(*found)->getName(), segment->getName());
+                }
+                if (segment->getRecLength() > 0)
+                {
+                    const auto playing = version.at(layer, segment->getRecIn());
+                    ASSERT_TRUE(playing);
+                    EXPECT_EQ(playing->index, i);
+                }
+            }
+    }
+    for (const auto& [old, drawing] : history)
+        EXPECT_EQ(draw(old), drawing);
+}
