@@ -85,7 +85,7 @@ TEST(Timeline, RandomEditsKeepOrderTimesAndPlaces)
     std::mt19937 random(7);
     DmTimeline version = timeline(longCut(300), "", true);
     std::vector<std::pair<DmTimeline, std::string>> history;
-    for (int step = 0; step < 400; ++step)
+    for (int step = 0; step < 120; ++step)
     {
         if (step % 20 == 0)
             history.emplace_back(version, draw(version));
