@@ -135,7 +135,7 @@ TEST(TypedSetter, ChecksTheStoredType)
 {
     const auto point = TestPoint::create();
     EXPECT_EQ(point->setX(3), DM_NO_ERROR);
-    EXPECT_EQ(point->setXAsInt(4), DM_BAD_PROPERTY_TYPE);
+    EXPECT_EQ(point->setXAsText(L"4"), DM_BAD_PROPERTY_TYPE);
     EXPECT_EQ(point->getX(), 3);
 }
 
@@ -187,11 +187,24 @@ TEST(SharedDefault, IsFrozenAndCopiedForChange)
          {frozen->setX(9), frozen->setPropertyValue(L"x", DM_DOUBLE, &x), frozen->setPropertyValueFromStr(L"x", L"9")})
         EXPECT_EQ(status, DM_CANNOT_LOCK);
 
-    EXPECT_EQ(set->getShared()->setX(9), DM_NO_ERROR);
+    EXPECT_EQ(set->getShared(), shared) << "reading changes nothing";
+    Recorder recorder;
+    EXPECT_EQ(set->registerListener(&recorder), DM_NO_ERROR);
+    EXPECT_EQ(set->ownShared()->setX(9), DM_NO_ERROR);
+    EXPECT_EQ(set->ownShared(), constant.getShared()) << "copied once";
+    EXPECT_EQ(recorder.changes.size(), 1U);
+    EXPECT_EQ(set->unregisterListener(&recorder), DM_NO_ERROR);
     EXPECT_EQ(constant.getShared()->getX(), 9);
     EXPECT_EQ(other->getShared()->getX(), 1.5);
     EXPECT_TRUE(set->isPropertyRelevant(TestOptional::Shared));
-    EXPECT_FALSE(other->isPropertyRelevant(TestOptional::Shared)) << "its own copy still equals the default";
+    EXPECT_FALSE(other->isPropertyRelevant(TestOptional::Shared));
+    EXPECT_EQ(other->setShared(nullptr), DM_NO_ERROR);
+    EXPECT_EQ(other->ownShared(), nullptr);
+    const auto handed = TestPoint::create();
+    EXPECT_EQ(other->setShared(handed), DM_NO_ERROR);
+    EXPECT_EQ(other->ownShared(), handed.get()) << "what a setter shared stays shared";
+    set->freeze();
+    EXPECT_EQ(set->ownShared(), nullptr);
 }
 
 TEST(Slot, RefusesAnotherClassAtEveryDoor)

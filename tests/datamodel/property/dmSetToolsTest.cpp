@@ -121,7 +121,7 @@ TEST(DeepCopy, SharesFrozenDefaultsAndKeepsThemFrozen)
     auto& copy = static_cast<TestOptional&>(*made);
     EXPECT_EQ(const_cast<const TestOptional&>(copy).getShared(), constant.getShared());
     EXPECT_TRUE(areEqual(*source, copy)) << "both hold a NaN";
-    EXPECT_EQ(copy.getShared()->setX(3), DM_NO_ERROR);
+    EXPECT_EQ(copy.ownShared()->setX(3), DM_NO_ERROR);
     EXPECT_EQ(constant.getShared()->getX(), 1.5);
 }
 

@@ -25,7 +25,7 @@ TEST(PropertySetThreads, CreateSetAndCopyObjectsOfSeveralClasses)
             const std::int32_t value = i;
             DmPropertySetPtr copy;
             for (const eDmErrorId status :
-                 {point->setX(i), optional->getShared()->setX(i),
+                 {point->setX(i), optional->ownShared()->setX(i),
                   every->setPropertyValue(L"point", DM_PROPERTY_SET, &held),
                   every->setPropertyValueFromStr(L"string", L""), common->setPropertyValue(L"int", DM_INT, &value),
                   dmDeepCopy(*every, copy), every->getNodeId().back(ids[2 * i]),

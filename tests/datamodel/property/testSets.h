@@ -27,7 +27,7 @@ public:
     eDmErrorId setX(double x) { return set(X, x); }
     eDmErrorId setLabel(const DmString& label) { return set(Label, label); }
     /// The value given is not of the type in which the property is stored.
-    eDmErrorId setXAsInt(int x) { return set(X, x); }
+    eDmErrorId setXAsText(const DmString& x) { return set(X, x); }
 
 private:
     double _x = 1.5;
@@ -86,7 +86,7 @@ public:
     eDmErrorId createList() override;
 
     const TestPoint* getShared() const { return _shared.get(); }
-    TestPoint* getShared() { return _shared.forChange(*this); }
+    TestPoint* ownShared() { return _shared.own(*this, Shared); }
     eDmErrorId setShared(const CoSharedPtr<TestPoint>& point) { return set(Shared, point); }
     eDmErrorId setNumber(float number) { return set(Number, number); }
 

@@ -148,7 +148,7 @@ TEST(Clone, SharesTheMaterialAndOwnsMarksEffectsAndRecords)
     const auto mark = DmCueMark::create(L"mark", 5);
     const auto composition = DmCompositionNode::create();
     ok(composition->addCueMark(mark));
-    ok(composition->getResolution()->setWidth(1920));
+    ok(composition->ownResolution()->setWidth(1920));
     const auto reel = DmReelNode::create();
     ok(reel->setBaseBlob(DmBlobNode::create(L"type", L"data")));
     reel->addChild(DmBlobNode::create());
@@ -212,28 +212,29 @@ TEST(SharedDefault, IsNeverHandedOutForChange)
         return pixels;
     };
     EXPECT_EQ(constant.getResolution(), std::as_const(*b).getAltResolution()) << "one for all";
-    ok(a->getResolution()->setWidth(1920));
+    ok(a->ownResolution()->setWidth(1920));
     EXPECT_EQ(width(constant.getResolution()), 1920);
     EXPECT_EQ(width(constant.getAltResolution()), 0);
     EXPECT_EQ(width(b->getResolution()), 0);
     EXPECT_EQ(a->getResolution(), constant.getResolution()) << "copied once";
     EXPECT_TRUE(a->isPropertyRelevant(DmCompositionNode::Resolution));
     EXPECT_FALSE(a->isPropertyRelevant(DmCompositionNode::AltResolution));
-    EXPECT_FALSE(b->isPropertyRelevant(DmCompositionNode::Resolution)) << "a copy that nobody changed";
+    EXPECT_FALSE(b->isPropertyRelevant(DmCompositionNode::Resolution));
 
-    ok(DmSourceInfo::create()->getKkInfo()->setCount(3));
+    ok(DmSourceInfo::create()->ownKkInfo()->setCount(3));
     EXPECT_EQ(DmSourceInfo::create()->getKkInfo()->getCount(), 0);
     const auto input = DmSourceNode::MediaInput::create();
     EXPECT_EQ(input->getPrimaryRes(), nullptr);
-    ok(input->getAltRes()->setWidth(1));
-    ok(input->getAudioProperties()->setNbChannels(1));
+    EXPECT_EQ(input->ownPrimaryRes(), nullptr);
+    ok(input->ownAltRes()->setWidth(1));
+    ok(input->ownAudioProperties()->setNbChannels(1));
     EXPECT_EQ(DmSourceNode::MediaInput::create()->getAudioProperties()->getNbChannels(), 0);
 
     // A constant object keeps what it has.
     const auto frozen = DmCompositionNode::create();
     frozen->freeze();
-    EXPECT_EQ(frozen->getResolution()->setWidth(2), DM_CANNOT_LOCK);
-    EXPECT_EQ(frozen->getResolution(), std::as_const(*frozen).getResolution());
+    EXPECT_EQ(frozen->ownResolution(), nullptr);
+    EXPECT_EQ(frozen->getResolution(), b->getResolution());
 }
 
 TEST(StartTimeCode, IsSetInThreeForms)

@@ -7,8 +7,8 @@ template class DmEffect<DmADissolveSettings>;
 eDmErrorId DmADissolveSettings::createList()
 {
     return declare(*this, DmEffect::createList())
-        .mandatory(L"length", _length)
-        .mandatory(L"hasToFromColor", _hasToFromColor)
+        .mandatory<Length>(L"length", _length, "The length of the dissolve.", dmFrames)
+        .mandatory<HasToFromColor>(L"hasToFromColor", _hasToFromColor, "Fades from or to silence.")
         .status();
 }
 

@@ -6,15 +6,15 @@
 class ZR_DM_API DmADissolveSettings final : public DmEffect<DmADissolveSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmADissolveSettings";
     static constexpr const wchar_t* typeName = L"ADissolve";
     static constexpr DmEffectUse use = dmOnAudioTransitions;
     ZR_DM_NAMES(enum class AttributId, attributNames, focusAlignment)
 
     enum Property : int
     {
-        Length = EffectPropertyCount,
-        HasToFromColor
+        Length = FirstOwn,
+        HasToFromColor,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

@@ -6,17 +6,17 @@
 class ZR_DM_API DmATimewarpSettings final : public DmEffect<DmATimewarpSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmATimewarpSettings";
     static constexpr const wchar_t* typeName = L"ATimewarp";
     static constexpr DmEffectUse use = dmOnAudioSegments;
 
     enum Property : int
     {
-        Length = EffectPropertyCount,
+        Length = FirstOwn,
         Ratio,
         Pitch,
         Rhythm,
-        Quality
+        Quality,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmAnimationChannel> registration;
-
 DmAnimationChannel::DmAnimationChannel(const DmNodeId& id)
     : DmConcrete(id, DmPropertySetInit<DmAnimationChannel>::data())
 {
@@ -21,11 +19,14 @@ DmAnimationChannel& DmAnimationChannel::operator=(const DmAnimationChannel& othe
 eDmErrorId DmAnimationChannel::createList()
 {
     return declare(*this, DmChannel::createList())
-        .mandatory(L"interpolation", _curve.interpolation)
-        .mandatory(L"extrapolation", _curve.extrapolation)
-        .mandatory(L"version", _curve.version)
-        .mandatory(L"value", _curve.value)
-        .mandatory(L"keyFrameList", _curve.keyFrames)
+        .mandatory<Interpolation>(L"interpolation", _curve.interpolation,
+                                  "The interpolation of the whole curve, kept for old data: a code of the renderer.")
+        .mandatory<Extrapolation>(
+            L"extrapolation", _curve.extrapolation,
+            "How the curve goes on before its first and behind its last key: a code of the renderer.")
+        .mandatory<Version>(L"version", _curve.version, "The format of the keys, 1 or 2.", DmRange{1, 2})
+        .mandatory<Value>(L"value", _curve.value, "The value where there is no key.")
+        .mandatory<KeyFrameList>(L"keyFrameList", _curve.keyFrames, "The keys, in the order in which they were added.")
         .status();
 }
 

@@ -11,15 +11,14 @@
 class ZR_DM_API DmAnimationChannel final : public DmConcrete<DmAnimationChannel, DmChannel>
 {
 public:
-    static constexpr const wchar_t* className = L"DmAnimationChannel";
-
     enum Property : int
     {
-        Interpolation = ChannelPropertyCount,
+        Interpolation = FirstOwn,
         Extrapolation,
         Version,
         Value,
-        KeyFrameList
+        KeyFrameList,
+        PropertyCount
     };
 
     /// Curve-wide interpolation, kept for old data.

@@ -6,5 +6,7 @@ template class DmEffect<DmAnnotationSettings>;
 
 eDmErrorId DmAnnotationSettings::createList()
 {
-    return declare(*this, DmEffect::createList()).mandatory(L"layers", _layers).status();
+    return declare(*this, DmEffect::createList())
+        .mandatory<Layers>(L"layers", _layers, "The layers, from the lowest to the highest.")
+        .status();
 }

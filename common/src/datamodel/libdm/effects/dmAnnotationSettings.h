@@ -6,13 +6,13 @@
 class ZR_DM_API DmAnnotationSettings final : public DmEffect<DmAnnotationSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmAnnotationSettings";
     static constexpr const wchar_t* typeName = L"Annotation";
     static constexpr DmEffectUse use = dmOnVideoSegments;
 
     enum Property : int
     {
-        Layers = EffectPropertyCount
+        Layers = FirstOwn,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

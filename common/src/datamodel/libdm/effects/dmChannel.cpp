@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmSimpleChannel> registration;
-
 DmChannel::DmChannel(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData)
     : DmPropertySet(id, classData)
 {
@@ -11,7 +9,7 @@ DmChannel::DmChannel(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classDa
 
 eDmErrorId DmChannel::createList()
 {
-    return declare(*this).mandatory(L"name", _name).status();
+    return declare(*this).mandatory<Name>(L"name", _name, "The key of the parameter in its effect.").status();
 }
 
 DmSimpleChannel::DmSimpleChannel(const DmNodeId& id)
@@ -21,7 +19,7 @@ DmSimpleChannel::DmSimpleChannel(const DmNodeId& id)
 
 eDmErrorId DmSimpleChannel::createList()
 {
-    return declare(*this, DmChannel::createList()).mandatory(L"value", _value).status();
+    return declare(*this, DmChannel::createList()).mandatory<Value>(L"value", _value, "The value, as text.").status();
 }
 
 CoSharedPtr<DmSimpleChannel> DmSimpleChannel::create(const DmString& value)

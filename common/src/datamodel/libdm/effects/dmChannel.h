@@ -7,12 +7,12 @@
 class ZR_DM_API DmChannel : public DmPropertySet
 {
 public:
-    static constexpr const wchar_t* className = L"DmChannel";
+    static constexpr const wchar_t* className = dmClassName<DmChannel>;
 
     enum Property : int
     {
         Name,
-        ChannelPropertyCount
+        PropertyCount
     };
 
     eDmErrorId createList() override;
@@ -32,11 +32,10 @@ protected:
 class ZR_DM_API DmSimpleChannel final : public DmConcrete<DmSimpleChannel, DmChannel>
 {
 public:
-    static constexpr const wchar_t* className = L"DmSimpleChannel";
-
     enum Property : int
     {
-        Value = ChannelPropertyCount
+        Value = FirstOwn,
+        PropertyCount
     };
 
     explicit DmSimpleChannel(const DmNodeId& id);

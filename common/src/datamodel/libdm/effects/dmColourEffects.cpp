@@ -7,21 +7,24 @@ template class DmEffect<DmLookSettings>;
 
 eDmErrorId DmColourSettings::createList()
 {
-    return declare(*this, DmEffect::createList()).mandatory(L"correctionType", _correctionType).status();
+    return declare(*this, DmEffect::createList())
+        .mandatory<CorrectionType>(L"correctionType", _correctionType,
+                                   "The kind of correction: a code of the renderer.")
+        .status();
 }
 
 eDmErrorId DmLookSettings::createList()
 {
     return declare(*this, DmEffect::createList())
-        .optional(L"SlopeR", _slopeR)
-        .optional(L"SlopeG", _slopeG)
-        .optional(L"SlopeB", _slopeB)
-        .optional(L"OffsetR", _offsetR)
-        .optional(L"OffsetG", _offsetG)
-        .optional(L"OffsetB", _offsetB)
-        .optional(L"PowerR", _powerR)
-        .optional(L"PowerG", _powerG)
-        .optional(L"PowerB", _powerB)
-        .optional(L"Saturation", _saturation)
+        .optional<SlopeR>(L"SlopeR", _slopeR, "The slope of red; 1 changes nothing.")
+        .optional<SlopeG>(L"SlopeG", _slopeG, "The slope of green; 1 changes nothing.")
+        .optional<SlopeB>(L"SlopeB", _slopeB, "The slope of blue; 1 changes nothing.")
+        .optional<OffsetR>(L"OffsetR", _offsetR, "The offset of red; 0 changes nothing.")
+        .optional<OffsetG>(L"OffsetG", _offsetG, "The offset of green; 0 changes nothing.")
+        .optional<OffsetB>(L"OffsetB", _offsetB, "The offset of blue; 0 changes nothing.")
+        .optional<PowerR>(L"PowerR", _powerR, "The power of red; 1 changes nothing.")
+        .optional<PowerG>(L"PowerG", _powerG, "The power of green; 1 changes nothing.")
+        .optional<PowerB>(L"PowerB", _powerB, "The power of blue; 1 changes nothing.")
+        .optional<Saturation>(L"Saturation", _saturation, "The saturation; 1 changes nothing.")
         .status();
 }

@@ -7,7 +7,6 @@
 class ZR_DM_API DmColourSettings final : public DmEffect<DmColourSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmColourSettings";
     static constexpr const wchar_t* typeName = L"Colour";
     static constexpr DmEffectUse use = dmOnVideoSegments;
     ZR_DM_NAMES(enum class AttributId, attributNames, rewireModeRed, rewireModeGreen, rewireModeBlue)
@@ -17,7 +16,8 @@ public:
 
     enum Property : int
     {
-        CorrectionType = EffectPropertyCount
+        CorrectionType = FirstOwn,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;
@@ -35,13 +35,12 @@ private:
 class ZR_DM_API DmLookSettings final : public DmEffect<DmLookSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmLookSettings";
     static constexpr const wchar_t* typeName = L"Look";
     static constexpr DmEffectUse use = dmOnVideo;
 
     enum Property : int
     {
-        SlopeR = EffectPropertyCount,
+        SlopeR = FirstOwn,
         SlopeG,
         SlopeB,
         OffsetR,
@@ -50,7 +49,8 @@ public:
         PowerR,
         PowerG,
         PowerB,
-        Saturation
+        Saturation,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

@@ -6,5 +6,7 @@ template class DmEffect<DmDefaultFxSettings>;
 
 eDmErrorId DmDefaultFxSettings::createList()
 {
-    return declare(*this, DmEffect::createList()).mandatory(L"length", _length).status();
+    return declare(*this, DmEffect::createList())
+        .mandatory<Length>(L"length", _length, "The length of the effect.", dmFrames)
+        .status();
 }

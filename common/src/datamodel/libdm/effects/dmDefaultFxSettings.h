@@ -6,13 +6,13 @@
 class ZR_DM_API DmDefaultFxSettings final : public DmEffect<DmDefaultFxSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmDefaultFxSettings";
     static constexpr const wchar_t* typeName = L"DefaultFx";
     static constexpr DmEffectUse use = dmOnVideo;
 
     enum Property : int
     {
-        Length = EffectPropertyCount
+        Length = FirstOwn,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

@@ -4,7 +4,6 @@
 ///     class ZR_DM_API DmCompSettings final : public DmEffect<DmCompSettings>
 ///     {
 ///     public:
-///         static constexpr const wchar_t* className = L"DmCompSettings";
 ///         static constexpr const wchar_t* typeName = L"Comp";
 ///         static constexpr DmEffectUse use = dmOnVideoSegments;
 ///         ZR_DM_NAMES(enum class AttributId, attributNames, compositeMode)
@@ -103,9 +102,6 @@ public:
 protected:
     /// For a class that others derive from.
     DmEffect(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData);
-
-private:
-    static const DmPropertySetInit<T> registration;
 };
 
 /// A class that is nothing but a row: its name, its type name, its use, and its channels.
@@ -113,7 +109,6 @@ private:
     class ZR_DM_API Class final : public DmEffect<Class>                                                               \
     {                                                                                                                  \
     public:                                                                                                            \
-        static constexpr const wchar_t* className = L"" #Class;                                                        \
         static constexpr const wchar_t* typeName = type;                                                               \
         static constexpr DmEffectUse use = effectUse;                                                                  \
         ZR_DM_NAMES(enum class ChannelId, channelNames, __VA_ARGS__)                                                   \

@@ -1,6 +1,5 @@
 /// The members of DmEffect, for sources that define effect classes, a host's own included: `template class
-/// DmEffect<T>;` makes them for a class and registers it. Nobody else includes this, so that a class's table of
-/// properties exists once, in the library that defines the class.
+/// DmEffect<T>;` makes them for a class, which registers it.
 #pragma once
 
 #include "dmDeclare.h"
@@ -41,6 +40,3 @@ eDmTreeMediaType DmEffect<T, Base>::getMediaType() const
 {
     return T::use.media;
 }
-
-template <class T, class Base>
-const DmPropertySetInit<T> DmEffect<T, Base>::registration;

@@ -7,19 +7,18 @@
 class ZR_DM_API DmEffectLayer : public DmEffect<DmEffectLayer>
 {
 public:
-    static constexpr const wchar_t* className = L"DmEffectLayer";
     static constexpr const wchar_t* typeName = L"Effect";
     static constexpr DmEffectUse use = dmInVideoEffects;
 
     enum Property : int
     {
-        StartFrame = EffectPropertyCount,
+        StartFrame = FirstOwn,
         Duration,
         Hold,
         Ghost,
         GhostAfter,
         GhostBefore,
-        LayerPropertyCount ///< where a derived class goes on
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

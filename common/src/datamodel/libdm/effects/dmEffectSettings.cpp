@@ -45,13 +45,13 @@ DmEffectSettings::DmEffectSettings(const DmNodeId& id, CoSharedPtr<DmPropertySet
 eDmErrorId DmEffectSettings::createList()
 {
     return declare(*this)
-        .mandatory(L"attributList", _attributs)
-        .mandatory(L"channelList", _channels)
-        .optional(L"setupFileName", _setupFileName)
-        .optionalCdata(L"setup", _setup)
-        .optional(L"comment", _comment)
-        .optional(L"muted", _muted)
-        .mandatory(L"output", _output)
+        .mandatory<AttributList>(L"attributList", _attributs, "The static parameters by name.")
+        .mandatory<ChannelList>(L"channelList", _channels, "The animated parameters by name.")
+        .optional<SetupFileName>(L"setupFileName", _setupFileName, "The file of the effect's setup.")
+        .optionalCdata<Setup>(L"setup", _setup, "The setup itself.")
+        .optional<Comment>(L"comment", _comment, "Free text.")
+        .optional<Muted>(L"muted", _muted, "The effect is bypassed.")
+        .mandatory<Output>(L"output", _output, "The media that the effect produced.")
         .status();
 }
 

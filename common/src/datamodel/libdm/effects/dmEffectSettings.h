@@ -23,7 +23,7 @@
 class ZR_DM_API DmEffectSettings : public DmPropertySet
 {
 public:
-    static constexpr const wchar_t* className = L"DmEffectSettings";
+    static constexpr const wchar_t* className = dmClassName<DmEffectSettings>;
 
     enum Property : int
     {
@@ -34,8 +34,9 @@ public:
         Comment,
         Muted,
         Output,
-        EffectPropertyCount ///< where a derived class goes on
+        PropertyCount
     };
+    static constexpr int EffectPropertyCount = PropertyCount;
 
     struct Imp
     {

@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmKeyFrame> registration;
-
 DmKeyFrame::DmKeyFrame(const DmNodeId& id)
     : DmConcrete(id, DmPropertySetInit<DmKeyFrame>::data())
 {
@@ -12,19 +10,21 @@ DmKeyFrame::DmKeyFrame(const DmNodeId& id)
 eDmErrorId DmKeyFrame::createList()
 {
     return declare(*this)
-        .mandatory(L"frame", _frame)
-        .mandatory(L"value", _value)
-        .mandatory(L"interpMode", _interpMode)
-        .mandatory(L"interpOrder", _interpOrder)
-        .mandatory(L"rightHandleX", _rightHandleX)
-        .mandatory(L"rightHandleY", _rightHandleY)
-        .mandatory(L"leftHandleX", _leftHandleX)
-        .mandatory(L"leftHandleY", _leftHandleY)
-        .mandatory(L"breakVel", _breakVel)
-        .mandatory(L"autoRightVelocity", _autoRightVelocity)
-        .mandatory(L"autoLeftVelocity", _autoLeftVelocity)
-        .mandatory(L"breakValue", _breakValue)
-        .mandatory(L"autoPlateau", _autoPlateau)
+        .mandatory<Frame>(L"frame", _frame, "Where the key stands.", dmFrames)
+        .mandatory<Value>(L"value", _value, "The value at the key.")
+        .mandatory<Mode>(L"interpMode", _interpMode, "How the curve goes on from the key: a code of the renderer.")
+        .mandatory<Order>(L"interpOrder", _interpOrder, "The order of that curve: a code of the renderer.")
+        .mandatory<RightHandleX>(L"rightHandleX", _rightHandleX, "The right handle, off the key in time.", dmFrames)
+        .mandatory<RightHandleY>(L"rightHandleY", _rightHandleY, "The right handle, off the key in value.")
+        .mandatory<LeftHandleX>(L"leftHandleX", _leftHandleX, "The left handle, off the key in time.", dmFrames)
+        .mandatory<LeftHandleY>(L"leftHandleY", _leftHandleY, "The left handle, off the key in value.")
+        .mandatory<BreakVelocity>(L"breakVel", _breakVel, "The velocities on the two sides are independent.")
+        .mandatory<AutoRightVelocity>(L"autoRightVelocity", _autoRightVelocity,
+                                      "The renderer computes the velocity on the right.")
+        .mandatory<AutoLeftVelocity>(L"autoLeftVelocity", _autoLeftVelocity,
+                                     "The renderer computes the velocity on the left.")
+        .mandatory<BreakValue>(L"breakValue", _breakValue, "The value jumps at the key.")
+        .mandatory<AutoPlateau>(L"autoPlateau", _autoPlateau, "The tangent is flat at extremes.")
         .status();
 }
 

@@ -11,8 +11,6 @@
 class ZR_DM_API DmKeyFrame final : public DmConcrete<DmKeyFrame>
 {
 public:
-    static constexpr const wchar_t* className = L"DmKeyFrame";
-
     enum Property : int
     {
         Frame,
@@ -27,7 +25,8 @@ public:
         AutoRightVelocity,
         AutoLeftVelocity,
         BreakValue,
-        AutoPlateau
+        AutoPlateau,
+        PropertyCount
     };
 
     enum InterpMode : int

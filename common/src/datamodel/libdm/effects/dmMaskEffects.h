@@ -7,18 +7,18 @@
 class ZR_DM_API DmPPFxLetterboxSettings final : public DmEffect<DmPPFxLetterboxSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPPFxLetterboxSettings";
     static constexpr const wchar_t* typeName = L"PPFxLetterbox";
     static constexpr DmEffectUse use = dmOnVideoSegments;
 
     enum Property : int
     {
-        AspectMode = EffectPropertyCount,
+        AspectMode = FirstOwn,
         Offset,
         Ratio,
         ColourRed,
         ColourGreen,
-        ColourBlue
+        ColourBlue,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;
@@ -54,15 +54,15 @@ private:
 class ZR_DM_API DmAngularMaskSettings final : public DmEffect<DmAngularMaskSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmAngularMaskSettings";
     static constexpr const wchar_t* typeName = L"AngularMask";
     static constexpr DmEffectUse use = dmOnVideoSegments;
 
     enum Property : int
     {
-        PivotX = EffectPropertyCount,
+        PivotX = FirstOwn,
         PivotY,
-        AngleInRadians
+        AngleInRadians,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;
@@ -85,7 +85,6 @@ private:
 class ZR_DM_API DmCompSettings final : public DmEffect<DmCompSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmCompSettings";
     static constexpr const wchar_t* typeName = L"Comp";
     static constexpr DmEffectUse use = dmOnVideoSegments;
     ZR_DM_NAMES(enum class AttributId, attributNames, compositeMode)
@@ -93,7 +92,8 @@ public:
 
     enum Property : int
     {
-        MatteInvert = EffectPropertyCount
+        MatteInvert = FirstOwn,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

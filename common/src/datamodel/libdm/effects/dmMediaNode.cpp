@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmMediaNode> registration;
-
 DmMediaNode::DmMediaNode(const DmNodeId& id)
     : DmConcrete(id, DmPropertySetInit<DmMediaNode>::data())
 {
@@ -12,10 +10,10 @@ DmMediaNode::DmMediaNode(const DmNodeId& id)
 eDmErrorId DmMediaNode::createList()
 {
     return declare(*this)
-        .optional(L"name", _name)
-        .optional(L"path", _path)
-        .mandatory(L"mediaType", _mediaType)
-        .mandatory(L"fileList", _fileList)
+        .optional<Name>(L"name", _name, "The name of the media.")
+        .optional<Path>(L"path", _path, "The path of the file.")
+        .mandatory<MediaType>(L"mediaType", _mediaType, "Its medium.", dmMediaTypes)
+        .mandatory<FileList>(L"fileList", _fileList, "The paths of the files, where there are several.")
         .status();
 }
 

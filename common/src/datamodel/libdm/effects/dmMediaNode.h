@@ -7,14 +7,13 @@
 class ZR_DM_API DmMediaNode final : public DmConcrete<DmMediaNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmMediaNode";
-
     enum Property : int
     {
         Name,
         Path,
         MediaType,
-        FileList
+        FileList,
+        PropertyCount
     };
 
     explicit DmMediaNode(const DmNodeId& id);

@@ -8,7 +8,9 @@ template class DmEffect<DmPPFxFlexletSettings, DmPPFxSettings>;
 
 eDmErrorId DmPPFxFlexletSettings::createList()
 {
-    return declare(*this, DmEffect::createList()).mandatory(L"presetName", _presetName).status();
+    return declare(*this, DmEffect::createList())
+        .mandatory<PresetName>(L"presetName", _presetName, "The name of the preset.")
+        .status();
 }
 
 eDmErrorId DmPPFxFlexletSettings::addChannel(const DmString& name, const CoSharedPtr<DmAnimationChannel>& channel)

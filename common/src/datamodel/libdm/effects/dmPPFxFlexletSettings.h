@@ -6,12 +6,12 @@
 class ZR_DM_API DmPPFxFlexletSettings final : public DmEffect<DmPPFxFlexletSettings, DmPPFxSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPPFxFlexletSettings";
     static constexpr const wchar_t* typeName = L"PPFxFlexlet";
 
     enum Property : int
     {
-        PresetName = EffectPropertyCount
+        PresetName = FirstOwn,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

@@ -8,7 +8,6 @@
 class ZR_DM_API DmPPFxSettings : public DmEffect<DmPPFxSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPPFxSettings";
     static constexpr const wchar_t* typeName = L"PPFx";
     static constexpr DmEffectUse use = dmOnVideoSegments;
 
@@ -19,7 +18,6 @@ public:
 class ZR_DM_API DmPPFxCCSettings final : public DmEffect<DmPPFxCCSettings, DmPPFxSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPPFxCCSettings";
     static constexpr const wchar_t* typeName = L"PPFxCC";
 
     using DmEffect::DmEffect;
@@ -29,7 +27,6 @@ public:
 class ZR_DM_API DmPPFxCWSettings final : public DmEffect<DmPPFxCWSettings, DmPPFxSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPPFxCWSettings";
     static constexpr const wchar_t* typeName = L"PPFxCW";
 
     using DmEffect::DmEffect;
@@ -39,7 +36,6 @@ public:
 class ZR_DM_API DmPPFxCompSettings final : public DmEffect<DmPPFxCompSettings, DmPPFxSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPPFxCompSettings";
     static constexpr const wchar_t* typeName = L"PPFxComp";
 
     using DmEffect::DmEffect;

@@ -7,7 +7,6 @@
 class ZR_DM_API DmPPFxStereoToolboxSettings final : public DmEffect<DmPPFxStereoToolboxSettings, DmPPFxSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPPFxStereoToolboxSettings";
     static constexpr const wchar_t* typeName = L"PPFxStereoToolbox";
 
     /// The second of the two perspective ids has the first one's name, so both mean one channel.
@@ -29,7 +28,8 @@ public:
 
     enum Property : int
     {
-        FWAligment = EffectPropertyCount ///< spelled as documents spell it
+        FWAligment = FirstOwn, ///< spelled as documents spell it
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

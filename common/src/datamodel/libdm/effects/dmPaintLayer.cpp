@@ -6,5 +6,7 @@ template class DmEffect<DmPaintLayer, DmEffectLayer>;
 
 eDmErrorId DmPaintLayer::createList()
 {
-    return declare(*this, DmEffect::createList()).mandatory(L"strokes", _strokes).status();
+    return declare(*this, DmEffect::createList())
+        .mandatory<Strokes>(L"strokes", _strokes, "The strokes, in the order in which they were painted.")
+        .status();
 }

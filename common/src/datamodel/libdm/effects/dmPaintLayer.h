@@ -7,12 +7,12 @@
 class ZR_DM_API DmPaintLayer final : public DmEffect<DmPaintLayer, DmEffectLayer>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPaintLayer";
     static constexpr const wchar_t* typeName = L"Paint";
 
     enum Property : int
     {
-        Strokes = LayerPropertyCount
+        Strokes = FirstOwn,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

@@ -9,20 +9,21 @@ template class DmEffect<DmQuillSettings>;
 eDmErrorId DmFlipSettings::createList()
 {
     return declare(*this, DmEffect::createList())
-        .mandatory(L"orientationType", _orientationType)
-        .mandatory(L"domCorrectionType", _domCorrectionType)
+        .mandatory<OrientationType>(L"orientationType", _orientationType, "How the picture is mirrored or turned.")
+        .mandatory<DomCorrectionType>(L"domCorrectionType", _domCorrectionType,
+                                      "How the dominance of fields is corrected.")
         .status();
 }
 
 eDmErrorId DmSVGSettings::createList()
 {
-    return declare(*this, DmEffect::createList()).mandatory(L"svg", _svg).status();
+    return declare(*this, DmEffect::createList()).mandatory<Svg>(L"svg", _svg, "The drawing, as SVG text.").status();
 }
 
 eDmErrorId DmQuillSettings::createList()
 {
     return declare(*this, DmEffect::createList())
-        .mandatory(L"inputs", _inputs)
-        .mandatory(L"pathName", _pathName)
+        .mandatory<Inputs>(L"inputs", _inputs, "The numbers of the inputs, in order.")
+        .mandatory<PathName>(L"pathName", _pathName, "The path of the setup.")
         .status();
 }

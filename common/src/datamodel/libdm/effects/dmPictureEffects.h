@@ -7,14 +7,14 @@
 class ZR_DM_API DmFlipSettings final : public DmEffect<DmFlipSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmFlipSettings";
     static constexpr const wchar_t* typeName = L"Flip";
     static constexpr DmEffectUse use = dmOnVideoSegments;
 
     enum Property : int
     {
-        OrientationType = EffectPropertyCount,
-        DomCorrectionType
+        OrientationType = FirstOwn,
+        DomCorrectionType,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;
@@ -35,13 +35,13 @@ private:
 class ZR_DM_API DmSVGSettings final : public DmEffect<DmSVGSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmSVGSettings";
     static constexpr const wchar_t* typeName = L"SVG";
     static constexpr DmEffectUse use = dmOnVideoSegments;
 
     enum Property : int
     {
-        Svg = EffectPropertyCount
+        Svg = FirstOwn,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;
@@ -58,14 +58,14 @@ private:
 class ZR_DM_API DmQuillSettings final : public DmEffect<DmQuillSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmQuillSettings";
     static constexpr const wchar_t* typeName = L"Quill";
     static constexpr DmEffectUse use = dmOnVideoSegments;
 
     enum Property : int
     {
-        Inputs = EffectPropertyCount,
-        PathName
+        Inputs = FirstOwn,
+        PathName,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

@@ -35,21 +35,29 @@ eDmErrorId DmConvertSettings::setConvertFilter(const DmString& text)
 eDmErrorId DmPPFxResizeSettings::createList()
 {
     return declare(*this, DmEffect::createList())
-        .optional(L"backgroundColourRed", _backgroundColourRed)
-        .optional(L"backgroundColourGreen", _backgroundColourGreen)
-        .optional(L"backgroundColourBlue", _backgroundColourBlue)
-        .optional(L"propScaling", _propScaling)
-        .optional(L"preserveAspect", _preserveAspect)
+        .optional<BackgroundColourRed>(L"backgroundColourRed", _backgroundColourRed,
+                                       "The red of what shows around the picture.", dmZeroToOne)
+        .optional<BackgroundColourGreen>(L"backgroundColourGreen", _backgroundColourGreen,
+                                         "The green of what shows around the picture.", dmZeroToOne)
+        .optional<BackgroundColourBlue>(L"backgroundColourBlue", _backgroundColourBlue,
+                                        "The blue of what shows around the picture.", dmZeroToOne)
+        .optional<PropScaling>(L"propScaling", _propScaling, "Width and height scale together.")
+        .optional<PreserveAspect>(L"preserveAspect", _preserveAspect,
+                                  "The picture keeps the aspect ratio that it is shown with.")
         .status();
 }
 
 eDmErrorId DmResizeSettings::createList()
 {
     return declare(*this, DmEffect::createList())
-        .mandatory(L"length", _length)
-        .mandatory(L"preserveAspect", _preserveAspect)
-        .mandatory(L"borderColorRed", _borderColorRed)
-        .mandatory(L"borderColorGreen", _borderColorGreen)
-        .mandatory(L"borderColorBlue", _borderColorBlue)
+        .mandatory<Length>(L"length", _length, "The length of the effect.", dmFrames)
+        .mandatory<PreserveAspect>(L"preserveAspect", _preserveAspect,
+                                   "The picture keeps the aspect ratio that it is shown with.")
+        .mandatory<BorderColorRed>(L"borderColorRed", _borderColorRed, "The red of what shows around the picture.",
+                                   dmZeroToOne)
+        .mandatory<BorderColorGreen>(L"borderColorGreen", _borderColorGreen,
+                                     "The green of what shows around the picture.", dmZeroToOne)
+        .mandatory<BorderColorBlue>(L"borderColorBlue", _borderColorBlue, "The blue of what shows around the picture.",
+                                    dmZeroToOne)
         .status();
 }

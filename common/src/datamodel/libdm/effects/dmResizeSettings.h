@@ -7,7 +7,7 @@
 class ZR_DM_API DmConvertSettings : public DmEffectSettings
 {
 public:
-    static constexpr const wchar_t* className = L"DmConvertSettings";
+    static constexpr const wchar_t* className = dmClassName<DmConvertSettings>;
     static constexpr DmEffectUse use = dmOnVideoSegments;
     ZR_DM_NAMES(enum class AttributId, attributNames, convert_type, convert_filter, alpha, blur, adaptive_state,
                 adaptive_tolerance, fieldUsed, widescreenMode, aspect_ratio, destination_width, destination_height,
@@ -36,17 +36,17 @@ protected:
 class ZR_DM_API DmPPFxResizeSettings final : public DmEffect<DmPPFxResizeSettings, DmConvertSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPPFxResizeSettings";
     static constexpr const wchar_t* typeName = L"PPFxResize";
     ZR_DM_NAMES(enum class ChannelId, channelNames, pos_x, pos_y, scale_x, scale_y, width, height, center_x, center_y)
 
     enum Property : int
     {
-        BackgroundColourRed = EffectPropertyCount,
+        BackgroundColourRed = FirstOwn,
         BackgroundColourGreen,
         BackgroundColourBlue,
         PropScaling,
-        PreserveAspect
+        PreserveAspect,
+        PropertyCount
     };
 
     static constexpr float defaultBackgroundColourRed = 0;
@@ -83,18 +83,18 @@ private:
 class ZR_DM_API DmResizeSettings final : public DmEffect<DmResizeSettings, DmConvertSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmResizeSettings";
     static constexpr const wchar_t* typeName = L"Resize";
     ZR_DM_NAMES(enum class ChannelId, channelNames, width, height, left, right, bottom, top, center_x, center_y,
                 scale_x, scale_y)
 
     enum Property : int
     {
-        Length = EffectPropertyCount,
+        Length = FirstOwn,
         PreserveAspect,
         BorderColorRed,
         BorderColorGreen,
-        BorderColorBlue
+        BorderColorBlue,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

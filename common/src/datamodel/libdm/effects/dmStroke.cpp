@@ -2,9 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmPoint> pointRegistration;
-static const DmPropertySetInit<DmStroke> strokeRegistration;
-
 DmPoint::DmPoint(const DmNodeId& id)
     : DmConcrete(id, DmPropertySetInit<DmPoint>::data())
 {
@@ -12,7 +9,11 @@ DmPoint::DmPoint(const DmNodeId& id)
 
 eDmErrorId DmPoint::createList()
 {
-    return declare(*this).mandatory(L"x", _x).mandatory(L"y", _y).mandatory(L"width", _width).status();
+    return declare(*this)
+        .mandatory<X>(L"x", _x, "Where the brush was, across.", dmPixels)
+        .mandatory<Y>(L"y", _y, "Where the brush was, vertically.", dmPixels)
+        .mandatory<Width>(L"width", _width, "How wide the stroke is there.", dmPixels)
+        .status();
 }
 
 DmStroke::DmStroke(const DmNodeId& id)
@@ -23,12 +24,12 @@ DmStroke::DmStroke(const DmNodeId& id)
 eDmErrorId DmStroke::createList()
 {
     return declare(*this)
-        .mandatory(L"points", _points)
-        .mandatory(L"red", _red)
-        .mandatory(L"green", _green)
-        .mandatory(L"blue", _blue)
-        .mandatory(L"alpha", _alpha)
-        .mandatory(L"type", _type)
-        .mandatory(L"brush", _brush)
+        .mandatory<Points>(L"points", _points, "The points, in the order in which they were painted.")
+        .mandatory<Red>(L"red", _red, "The red of the colour.", dmZeroToOne)
+        .mandatory<Green>(L"green", _green, "The green of the colour.", dmZeroToOne)
+        .mandatory<Blue>(L"blue", _blue, "The blue of the colour.", dmZeroToOne)
+        .mandatory<Alpha>(L"alpha", _alpha, "The opacity of the colour.", dmZeroToOne)
+        .mandatory<Type>(L"type", _type, "The kind of stroke, in the painting application's words.")
+        .mandatory<Brush>(L"brush", _brush, "The brush, in the painting application's words.")
         .status();
 }

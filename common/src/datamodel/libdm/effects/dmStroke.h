@@ -8,13 +8,12 @@
 class ZR_DM_API DmPoint final : public DmConcrete<DmPoint>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPoint";
-
     enum Property : int
     {
         X,
         Y,
-        Width
+        Width,
+        PropertyCount
     };
 
     explicit DmPoint(const DmNodeId& id);
@@ -37,8 +36,6 @@ private:
 class ZR_DM_API DmStroke final : public DmConcrete<DmStroke>
 {
 public:
-    static constexpr const wchar_t* className = L"DmStroke";
-
     enum Property : int
     {
         Points,
@@ -47,7 +44,8 @@ public:
         Blue,
         Alpha,
         Type,
-        Brush
+        Brush,
+        PropertyCount
     };
 
     explicit DmStroke(const DmNodeId& id);

@@ -8,12 +8,12 @@ template class DmEffect<DmTextLayer, DmEffectLayer>;
 eDmErrorId DmTextLayer::createList()
 {
     return declare(*this, DmEffect::createList())
-        .mandatory(L"paragraphs", _paragraphs)
-        .mandatory(L"background", _background)
-        .mandatory(L"bgColorRed", _bgColorRed)
-        .mandatory(L"bgColorGreen", _bgColorGreen)
-        .mandatory(L"bgColorBlue", _bgColorBlue)
-        .mandatory(L"bgOpacity", _bgOpacity)
+        .mandatory<Paragraphs>(L"paragraphs", _paragraphs, "The paragraphs, in order.")
+        .mandatory<Background>(L"background", _background, "There is a plain colour behind the text.")
+        .mandatory<BgColorRed>(L"bgColorRed", _bgColorRed, "The red of that colour.", dmZeroToOne)
+        .mandatory<BgColorGreen>(L"bgColorGreen", _bgColorGreen, "The green of that colour.", dmZeroToOne)
+        .mandatory<BgColorBlue>(L"bgColorBlue", _bgColorBlue, "The blue of that colour.", dmZeroToOne)
+        .mandatory<BgOpacity>(L"bgOpacity", _bgOpacity, "The opacity of that colour.", dmZeroToOne)
         .status();
 }
 

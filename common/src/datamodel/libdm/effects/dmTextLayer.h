@@ -7,7 +7,6 @@
 class ZR_DM_API DmTextLayer final : public DmEffect<DmTextLayer, DmEffectLayer>
 {
 public:
-    static constexpr const wchar_t* className = L"DmTextLayer";
     static constexpr const wchar_t* typeName = L"Text";
     ZR_DM_NAMES(enum class AttributId, attributNames, rollCrawlMode)
     ZR_DM_NAMES(enum class ChannelId, channelNames, layerPositionX, layerPositionY, layerScaleX, layerScaleY,
@@ -15,12 +14,13 @@ public:
 
     enum Property : int
     {
-        Paragraphs = LayerPropertyCount,
+        Paragraphs = FirstOwn,
         Background,
         BgColorRed,
         BgColorGreen,
         BgColorBlue,
-        BgOpacity
+        BgOpacity,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

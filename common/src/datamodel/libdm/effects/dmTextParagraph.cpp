@@ -20,17 +20,18 @@ constexpr struct
 eDmErrorId DmTextParagraph::createList()
 {
     return declare(*this, DmEffect::createList())
-        .mandatory(L"textStr", _textStr)
-        .mandatory(L"imagePath", _imagePath)
-        .mandatory(L"fontName", _fontName)
-        .mandatory(L"fontStyle", _fontStyle)
-        .mandatory(L"fontDir", _fontDir)
-        .mandatory(L"outline", _outline)
-        .mandatory(L"italicAngle", _italicAngle)
-        .mandatory(L"indentation", _indentation)
-        .mandatory(L"width", _width)
-        .mandatory(L"underline", _underline)
-        .mandatory(L"dropShadow", _dropShadow)
+        .mandatory<TextStr>(L"textStr", _textStr, "The text.")
+        .mandatory<ImagePath>(L"imagePath", _imagePath, "A picture in the place of the text; empty for none.")
+        .mandatory<FontName>(L"fontName", _fontName, "The name of the font's file, or of an installed font.")
+        .mandatory<Style>(L"fontStyle", _fontStyle, "The style of the font; 0 is plain.")
+        .mandatory<FontDir>(L"fontDir", _fontDir, "The directory of the font's file.")
+        .mandatory<Outline>(L"outline", _outline, "The characters have an outline.")
+        .mandatory<ItalicAngle>(L"italicAngle", _italicAngle, "The slant, for fonts without an italic of their own.",
+                                dmDegrees)
+        .mandatory<Indentation>(L"indentation", _indentation, "The indentation of the first line.", dmPixels)
+        .mandatory<Width>(L"width", _width, "The width of the paragraph; 0 is as wide as the text.", dmPixels)
+        .mandatory<Underline>(L"underline", _underline, "The text is underlined.")
+        .mandatory<DropShadow>(L"dropShadow", _dropShadow, "The text has a shadow.")
         .status();
 }
 

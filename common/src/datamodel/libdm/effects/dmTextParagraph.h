@@ -16,7 +16,6 @@ struct DmTextColor
 class ZR_DM_API DmTextParagraph final : public DmEffect<DmTextParagraph>
 {
 public:
-    static constexpr const wchar_t* className = L"DmTextParagraph";
     static constexpr const wchar_t* typeName = L"Text";
     static constexpr DmEffectUse use = dmInVideoEffects;
     ZR_DM_NAMES(enum class AttributId, attributNames, fontEffect, fontType, justification)
@@ -31,7 +30,7 @@ public:
 
     enum Property : int
     {
-        TextStr = EffectPropertyCount,
+        TextStr = FirstOwn,
         ImagePath,
         FontName,
         Style,
@@ -41,7 +40,8 @@ public:
         Indentation,
         Width,
         Underline,
-        DropShadow
+        DropShadow,
+        PropertyCount
     };
 
     /// What a font that is nowhere is replaced by: the family that an installation brings with it.

@@ -7,11 +7,11 @@ template class DmEffect<DmTextSettings>;
 eDmErrorId DmTextSettings::createList()
 {
     return declare(*this, DmEffect::createList())
-        .mandatory(L"layers", _layers)
-        .mandatory(L"cropEnabled", _cropEnabled)
-        .mandatory(L"cropLeft", _cropLeft)
-        .mandatory(L"cropRight", _cropRight)
-        .mandatory(L"cropBottom", _cropBottom)
-        .mandatory(L"cropTop", _cropTop)
+        .mandatory<Layers>(L"layers", _layers, "The layers, from the lowest to the highest.")
+        .mandatory<CropEnabled>(L"cropEnabled", _cropEnabled, "The four limits hold.")
+        .mandatory<CropLeft>(L"cropLeft", _cropLeft, "What is cut off on the left.", dmPixels)
+        .mandatory<CropRight>(L"cropRight", _cropRight, "What is cut off on the right.", dmPixels)
+        .mandatory<CropBottom>(L"cropBottom", _cropBottom, "What is cut off at the bottom.", dmPixels)
+        .mandatory<CropTop>(L"cropTop", _cropTop, "What is cut off at the top.", dmPixels)
         .status();
 }

@@ -13,18 +13,18 @@
 class ZR_DM_API DmTextSettings final : public DmEffect<DmTextSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmTextSettings";
     static constexpr const wchar_t* typeName = L"Text";
     static constexpr DmEffectUse use = dmOnVideoSegments;
 
     enum Property : int
     {
-        Layers = EffectPropertyCount,
+        Layers = FirstOwn,
         CropEnabled,
         CropLeft,
         CropRight,
         CropBottom,
-        CropTop
+        CropTop,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

@@ -14,22 +14,27 @@ DmTimewarpSettings::DmTimewarpSettings(const DmNodeId& id, CoSharedPtr<DmPropert
 eDmErrorId DmTimewarpSettings::createList()
 {
     return declare(*this, DmEffectSettings::createList())
-        .mandatory(L"strobeMode", _strobeMode)
-        .mandatory(L"isConstantSpeed", _isConstantSpeed)
-        .mandatory(L"speed", _speed)
-        .mandatory(L"strobeRepeat", _strobeRepeat)
-        .mandatory(L"mix", _mix)
-        .mandatory(L"originalRelIn", _originalRelIn)
+        .mandatory<StrobeMode>(L"strobeMode", _strobeMode, "Frames are held.")
+        .mandatory<IsConstantSpeed>(L"isConstantSpeed", _isConstantSpeed,
+                                    "The speed is the constant one, not that of the channels.")
+        .mandatory<Speed>(L"speed", _speed, "The constant speed; 1 is normal, negative is backwards, 0 is a freeze.")
+        .mandatory<StrobeRepeat>(L"strobeRepeat", _strobeRepeat, "For how many frames a frame is held.", dmFrames)
+        .mandatory<Mix>(L"mix", _mix, "How much neighbouring frames are blended.", dmZeroToOne)
+        .mandatory<OriginalRelIn>(L"originalRelIn", _originalRelIn,
+                                  "The segment's first frame of material before the timewarp.", dmMaterialFrames)
         .status();
 }
 
 eDmErrorId DmPPFxTWSettings::createList()
 {
     return declare(*this, DmTimewarpSettings::createList())
-        .mandatory(L"twDuration", _twDuration)
-        .optional(L"extraTimingOffset", _extraTimingOffset)
-        .optional(L"offsetTimingWithRelIn", _offsetTimingWithRelIn)
-        .optional(L"forceDuration", _forceDuration)
+        .mandatory<TwDuration>(L"twDuration", _twDuration, "The duration of the timewarp.", dmFrames)
+        .optional<ExtraTimingOffset>(L"extraTimingOffset", _extraTimingOffset,
+                                     "How far the channel \"timing\" is moved.", dmFrames)
+        .optional<OffsetTimingWithRelIn>(L"offsetTimingWithRelIn", _offsetTimingWithRelIn,
+                                         "The channel \"timing\" begins at the first frame of material that plays.")
+        .optional<ForceDuration>(L"forceDuration", _forceDuration,
+                                 "The duration is the timewarp's own, whatever the segment's is.")
         .status();
 }
 

@@ -8,7 +8,7 @@
 class ZR_DM_API DmTimewarpSettings : public DmEffectSettings
 {
 public:
-    static constexpr const wchar_t* className = L"DmTimewarpSettings";
+    static constexpr const wchar_t* className = dmClassName<DmTimewarpSettings>;
     static constexpr DmEffectUse use = dmOnVideoSegments;
     ZR_DM_NAMES(enum class AttributId, attributNames, renderType, renderMode, initCurveMode, fieldInterpMode,
                 samplingMode)
@@ -16,13 +16,13 @@ public:
 
     enum Property : int
     {
-        StrobeMode = EffectPropertyCount,
+        StrobeMode = DmEffectSettings::PropertyCount,
         IsConstantSpeed,
         Speed,
         StrobeRepeat,
         Mix,
         OriginalRelIn,
-        TimewarpPropertyCount ///< where a derived class goes on
+        PropertyCount
     };
 
     eDmErrorId createList() override;
@@ -61,7 +61,6 @@ private:
 class ZR_DM_API DmVTimewarpSettings final : public DmEffect<DmVTimewarpSettings, DmTimewarpSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmVTimewarpSettings";
     static constexpr const wchar_t* typeName = L"VTimewarp";
 
     using DmEffect::DmEffect;
@@ -71,15 +70,15 @@ public:
 class ZR_DM_API DmPPFxTWSettings final : public DmEffect<DmPPFxTWSettings, DmTimewarpSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPPFxTWSettings";
     static constexpr const wchar_t* typeName = L"PPFxTW";
 
     enum Property : int
     {
-        TwDuration = TimewarpPropertyCount,
+        TwDuration = FirstOwn,
         ExtraTimingOffset,
         OffsetTimingWithRelIn,
-        ForceDuration
+        ForceDuration,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

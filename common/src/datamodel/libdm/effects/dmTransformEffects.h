@@ -8,7 +8,6 @@
 class ZR_DM_API DmAxisSettings final : public DmEffect<DmAxisSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmAxisSettings";
     static constexpr const wchar_t* typeName = L"Axis";
     static constexpr DmEffectUse use = dmOnVideo;
     ZR_DM_NAMES(enum class AttributId, attributNames, focusAlignment, renderMode, surfaceBlendMode, iPrsAlign,
@@ -26,12 +25,13 @@ public:
 
     enum Property : int
     {
-        KeyerSetupFile = EffectPropertyCount,
+        KeyerSetupFile = FirstOwn,
         KeyerSetupOutside,
         PropScaling,
         Length,
         Swap,
-        Convergence
+        Convergence,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;
@@ -68,7 +68,6 @@ private:
 class ZR_DM_API DmPPFxActionSettings final : public DmEffect<DmPPFxActionSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmPPFxActionSettings";
     static constexpr const wchar_t* typeName = L"PPFxAction";
     static constexpr DmEffectUse use = dmOnVideo;
     ZR_DM_NAMES(enum class AttributId, attributNames, focusAlignment, renderMode, surfaceBlendMode)
@@ -81,7 +80,7 @@ public:
 
     enum Property : int
     {
-        PropScaling = EffectPropertyCount,
+        PropScaling = FirstOwn,
         Length,
         Swap,
         BackgroundColourRed,
@@ -89,7 +88,8 @@ public:
         BackgroundColourBlue,
         UseBack,
         ActiveShadow,
-        MatteInvert
+        MatteInvert,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;
@@ -137,7 +137,6 @@ private:
 class ZR_DM_API DmDDTransformSettings final : public DmEffect<DmDDTransformSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmDDTransformSettings";
     static constexpr const wchar_t* typeName = L"DDTransform";
     static constexpr DmEffectUse use = dmOnVideoSegments;
     ZR_DM_NAMES(enum class ChannelId, channelNames, positionX, positionY, positionZ, scaleX, scaleY, scaleZ, rotationX,
@@ -146,7 +145,8 @@ public:
 
     enum Property : int
     {
-        PropScaling = EffectPropertyCount
+        PropScaling = FirstOwn,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

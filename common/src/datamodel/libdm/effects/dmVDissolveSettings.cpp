@@ -34,11 +34,12 @@ bool isNormalised(float component)
 eDmErrorId DmVDissolveSettings::createList()
 {
     return declare(*this, DmEffect::createList())
-        .mandatory(L"length", _length)
-        .mandatory(L"hasToFromColor", _hasToFromColor)
-        .mandatory(L"toFromColorRed", _toFromColorRed)
-        .mandatory(L"toFromColorGreen", _toFromColorGreen)
-        .mandatory(L"toFromColorBlue", _toFromColorBlue)
+        .mandatory<Length>(L"length", _length, "The length of the dissolve.", dmFrames)
+        .mandatory<HasToFromColor>(L"hasToFromColor", _hasToFromColor,
+                                   "Fades from or to the colour instead of between two pictures.")
+        .mandatory<ToFromColorRed>(L"toFromColorRed", _toFromColorRed, "The red of that colour.", dmZeroToOne)
+        .mandatory<ToFromColorGreen>(L"toFromColorGreen", _toFromColorGreen, "The green of that colour.", dmZeroToOne)
+        .mandatory<ToFromColorBlue>(L"toFromColorBlue", _toFromColorBlue, "The blue of that colour.", dmZeroToOne)
         .status();
 }
 

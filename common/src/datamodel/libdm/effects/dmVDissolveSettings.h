@@ -6,7 +6,6 @@
 class ZR_DM_API DmVDissolveSettings final : public DmEffect<DmVDissolveSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmVDissolveSettings";
     static constexpr const wchar_t* typeName = L"VDissolve";
     static constexpr DmEffectUse use = dmOnVideo;
     ZR_DM_NAMES(enum class AttributId, attributNames, focusAlignment, renderMode, type, curve_type, blend_type)
@@ -14,11 +13,12 @@ public:
 
     enum Property : int
     {
-        Length = EffectPropertyCount,
+        Length = FirstOwn,
         HasToFromColor,
         ToFromColorRed,
         ToFromColorGreen,
-        ToFromColorBlue
+        ToFromColorBlue,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

@@ -6,7 +6,6 @@
 class ZR_DM_API DmWipeSettings final : public DmEffect<DmWipeSettings>
 {
 public:
-    static constexpr const wchar_t* className = L"DmWipeSettings";
     static constexpr const wchar_t* typeName = L"Wipe";
     static constexpr DmEffectUse use = dmOnVideo;
     ZR_DM_NAMES(enum class AttributId, attributNames, focusAlignment, renderMode, startPosition)
@@ -14,7 +13,7 @@ public:
 
     enum Property : int
     {
-        Length = EffectPropertyCount,
+        Length = FirstOwn,
         SmptePattern,
         PositionX,
         PositionY,
@@ -23,7 +22,8 @@ public:
         Inverted,
         ScaleX,
         ScaleY,
-        ScaleZ
+        ScaleZ,
+        PropertyCount
     };
 
     using DmEffect::DmEffect;

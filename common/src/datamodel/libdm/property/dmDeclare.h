@@ -1,75 +1,139 @@
-/// How a model class declares its properties: one line each, in index order, from which type, index, default and
-/// relevance follow.
+/// How a model class declares its properties: one line each, in index order, with the enumerator by which the class's
+/// setters know it, its name in documents, its member, and what people should know about it. Type, default and
+/// relevance follow from the member.
 ///
-///     eDmErrorId DmCueMark::createList()
-///     {
-///         return declare(*this)
-///             .optional(L"cueMarkName", _name)
-///             .optional(L"cueMarkTime", _time)     // its default is what the member is initialised with
-///             .mandatory(L"cueMarkColorRed", _red)
-///             .status();
-///     }
+///     // in the class                                     // in its source
+///     enum Property : int                                 eDmErrorId DmCueMark::createList()
+///     {                                                   {
+///         CueMarkName,                                        return declare(*this)
+///         CueMarkTime,                                            .optional<CueMarkName>(L"cueMarkName", _name, "Its
+///         name.") PropertyCount                                           .optional<CueMarkTime>(L"cueMarkTime",
+///         _time, "Where it stands.", dmFrames)
+///     };                                                          .status();
+///                                                         }
 ///
-/// A derived class passes what its base declared: `declare(*this, DmTreeNode::createList())`. Nothing is declared after
-/// the first status that is not zero.
+/// The compiler refuses a line that stands elsewhere than its enumerator, and an enumerator without a line. A derived
+/// class's enumerators begin with FirstOwn, where its base's end, and it passes what its base declared: `declare(*this,
+/// DmTreeNode::createList())`. Nothing is declared after the first status that is not zero. Lines without enumerators
+/// are counted as they come.
+///
+/// Behind the member, in any order: the meaning ("one sentence."), a DmUnit, a DmRange, a DmEnumTable, a DmTextTable.
 ///
 /// optional: written only when it differs from its default. mandatory: always written.
 #pragma once
 
 #include "dmSlots.h"
 
+#include "zrAssert.h"
+
 #include <memory>
 
-template <class Owner>
+// Units.
+
+/// Of the composition's frame-code mode, or of the effect's own time.
+inline constexpr DmUnit dmFrames{"frames"};
+/// Of the mode that the material counts in.
+inline constexpr DmUnit dmMaterialFrames{"frames of the material"};
+inline constexpr DmUnit dmPixels{"pixels"};
+inline constexpr DmUnit dmDegrees{"degrees"};
+inline constexpr DmUnit dmRadians{"radians"};
+inline constexpr DmUnit dmHertz{"hertz"};
+inline constexpr DmUnit dmSamples{"samples"};
+inline constexpr DmUnit dmBits{"bits"};
+inline constexpr DmUnit dmBytes{"bytes"};
+
+/// Components of a colour, and shares of a whole.
+inline constexpr DmRange dmZeroToOne{0, 1};
+/// Counts and indices.
+inline constexpr DmRange dmNotNegative{0, 2147483647};
+
+/// Follows the lines of a declaration; `next` is the enumerator that the next line must name, -1 before the first.
+template <class Owner, int next = -1>
 class DmDeclaration
 {
+    static constexpr int nextPlain = next < 0 ? -1 : next + 1;
+
 public:
     DmDeclaration(Owner& set, eDmErrorId base)
         : _set(set)
         , _status(base)
+        , _index(set.classData().size())
     {
-        _index = set.classData().size();
     }
 
     /// Always written.
-    template <class Member>
-    DmDeclaration& mandatory(const wchar_t* name, Member& member)
+    template <int property, class Member, class... Facts>
+    auto mandatory(const wchar_t* name, Member& member, const Facts&... facts)
     {
-        return add(name, dmTypeOf<Member>, member, false);
+        checkOrder<property>();
+        return add<property + 1>(property, name, dmTypeOf<Member>, member, false, facts...);
+    }
+    template <class Member, class... Facts>
+    auto mandatory(const wchar_t* name, Member& member, const Facts&... facts)
+    {
+        return add<nextPlain>(_index, name, dmTypeOf<Member>, member, false, facts...);
     }
 
     /// Written when it differs from its default: the value that the member of a fresh object holds. A vector of sets:
     /// when it is not empty.
-    template <class Member>
-    DmDeclaration& optional(const wchar_t* name, Member& member)
+    template <int property, class Member, class... Facts>
+    auto optional(const wchar_t* name, Member& member, const Facts&... facts)
     {
-        constexpr eDmPropType type = dmTypeOf<Member>;
-        static_assert(dmIsAtomic(type) || type == DM_VECTOR_PROPERTY_SET,
-                      "maps and vectors of values are always written: declare them mandatory");
-        return add(name, type, member, true);
+        checkOrder<property>();
+        checkOptional<Member>();
+        return add<property + 1>(property, name, dmTypeOf<Member>, member, true, facts...);
+    }
+    template <class Member, class... Facts>
+    auto optional(const wchar_t* name, Member& member, const Facts&... facts)
+    {
+        checkOptional<Member>();
+        return add<nextPlain>(_index, name, dmTypeOf<Member>, member, true, facts...);
     }
 
     /// Free text of many lines, kept as an array of lines in documents.
-    DmDeclaration& mandatoryCdata(const wchar_t* name, DmString& member) { return add(name, DM_CDATA, member, false); }
-    DmDeclaration& optionalCdata(const wchar_t* name, DmString& member) { return add(name, DM_CDATA, member, true); }
+    template <int property, class... Facts>
+    auto mandatoryCdata(const wchar_t* name, DmString& member, const Facts&... facts)
+    {
+        checkOrder<property>();
+        return add<property + 1>(property, name, DM_CDATA, member, false, facts...);
+    }
+    template <class... Facts>
+    auto mandatoryCdata(const wchar_t* name, DmString& member, const Facts&... facts)
+    {
+        return add<nextPlain>(_index, name, DM_CDATA, member, false, facts...);
+    }
+    template <int property, class... Facts>
+    auto optionalCdata(const wchar_t* name, DmString& member, const Facts&... facts)
+    {
+        checkOrder<property>();
+        return add<property + 1>(property, name, DM_CDATA, member, true, facts...);
+    }
+    template <class... Facts>
+    auto optionalCdata(const wchar_t* name, DmString& member, const Facts&... facts)
+    {
+        return add<nextPlain>(_index, name, DM_CDATA, member, true, facts...);
+    }
 
     /// Always written, and fixed by the class: setting it to another value is DM_BAD_VALUE.
-    template <class Member>
-    DmDeclaration& constant(const wchar_t* name, Member& member)
+    template <int property, class Member, class... Facts>
+    auto constant(const wchar_t* name, Member& member, const Facts&... facts)
     {
-        mandatory(name, member);
-        if (DmPropertyDef* const def = added())
-            def->_constant = true;
-        return *this;
+        return mandatory<property>(name, member, facts...).fixed();
+    }
+    template <class Member, class... Facts>
+    auto constant(const wchar_t* name, Member& member, const Facts&... facts)
+    {
+        return mandatory(name, member, facts...).fixed();
     }
 
     /// The property just declared has a text form of its own.
     DmDeclaration& textForm(DmSerializer serializer, DmUnserializer unserializer)
     {
-        if (DmPropertyDef* const def = added())
+        ZR_ASSERT_SOFT(!serializer == !unserializer);
+        if (_added)
         {
-            def->_serializer = serializer;
-            def->_unserializer = unserializer;
+            _added->_serializer = serializer;
+            _added->_unserializer = unserializer;
         }
         return *this;
     }
@@ -81,37 +145,80 @@ public:
         return *this;
     }
 
-    eDmErrorId status() const { return _status; }
+    eDmErrorId status() const
+    {
+        if constexpr (next >= 0)
+            static_assert(next == Owner::PropertyCount, "PropertyCount is the last enumerator, and each has its line");
+        return _status;
+    }
 
 private:
+    template <class Other, int otherNext>
+    friend class DmDeclaration;
+
+    /// What the line before knew.
+    template <int before>
+    DmDeclaration(const DmDeclaration<Owner, before>& line, eDmErrorId status, DmPropertyDef* added)
+        : _set(line._set)
+        , _status(status)
+        , _statusBefore(line._status)
+        , _index(line._set.classData().size())
+        , _added(added)
+    {
+    }
+
+    template <int property>
+    static constexpr void checkOrder()
+    {
+        static_assert(next < 0 || property == next, "declared in another order than the enumerators");
+    }
     template <class Member>
-    DmDeclaration& add(const wchar_t* name, eDmPropType type, Member& member, bool skipIfDefault)
+    static constexpr void checkOptional()
+    {
+        static_assert(dmIsAtomic(dmTypeOf<Member>) || dmTypeOf<Member> == DM_VECTOR_PROPERTY_SET,
+                      "maps and vectors of values are always written: declare them mandatory");
+    }
+
+    template <int following, class Member, class... Facts>
+    DmDeclaration<Owner, following> add(int index, const wchar_t* name, eDmPropType type, Member& member,
+                                        bool skipIfDefault, const Facts&... facts)
     {
         static_assert(dmTypeOf<Member> != DM_NB_TYPES, "no property type is stored like this member");
-        _statusBefore = _status;
         if (_status != DM_NO_ERROR)
-            return *this;
+            return {*this, _status, nullptr};
 
-        const void* defaultValue = nullptr;
+        const eDmErrorId status = _set.addProperty(DmString(name), type, storage(member), index, skipIfDefault,
+                                                   defaultOf(member, skipIfDefault));
+        DmPropertyDef* const def = status == DM_NO_ERROR ? _set.lastAdded(index) : nullptr;
+        if (def)
+        {
+            if constexpr (requires { typename Member::Held; })
+                def->_held = dmHeldClassOf<typename Member::Held>();
+            (tell(*def, facts), ...);
+        }
+        return {*this, status, def};
+    }
+
+    /// Kept with the class, and no object's own: the first object of a class is like all later ones.
+    template <class Member>
+    const void* defaultOf(const Member& member, bool skipIfDefault)
+    {
         if constexpr (dmTypeOf<Member> == DM_PROPERTY_SET)
         {
-            // The default is shared by all instances, the first one included: nobody may change it.
-            if (skipIfDefault)
+            if (!skipIfDefault)
+                return nullptr;
+            DmPropertySetPtr shared(member);
+            if (shared && !shared->isFrozen())
             {
-                if (member)
-                    member->freeze();
-                defaultValue = _set.keepDefault(std::make_shared<const DmPropertySetPtr>(member));
+                shared = shared->clone();
+                shared->freeze();
             }
+            return _set.keepDefault(std::make_shared<const DmPropertySetPtr>(std::move(shared)));
         }
         else if constexpr (dmIsAtomic(dmTypeOf<Member>))
-            defaultValue = _set.keepDefault(std::make_shared<const Member>(member));
-
-        _status = _set.addProperty(DmString(name), type, storage(member), _index, skipIfDefault, defaultValue);
-        if constexpr (requires { typename Member::Held; })
-            if (DmPropertyDef* const def = _set.lastAdded(_index))
-                def->_held = dmHeldClassOf<typename Member::Held>();
-        _index = _set.classData().size();
-        return *this;
+            return _set.keepDefault(std::make_shared<const Member>(member));
+        else
+            return nullptr;
     }
 
     /// The address of the member as the property layer knows its type.
@@ -128,12 +235,24 @@ private:
             return &member;
     }
 
-    DmPropertyDef* added() { return _status == DM_NO_ERROR ? _set.lastAdded(_index - 1) : nullptr; }
+    static void tell(DmPropertyDef& def, const char* meaning) { def._meaning = meaning; }
+    static void tell(DmPropertyDef& def, const DmUnit& unit) { def._unit = unit.text; }
+    static void tell(DmPropertyDef& def, const DmRange& range) { def._range = range; }
+    static void tell(DmPropertyDef& def, const DmEnumTable& values) { def._values = values; }
+    static void tell(DmPropertyDef& def, const DmTextTable& texts) { def._texts = &texts; }
+
+    DmDeclaration& fixed()
+    {
+        if (_added)
+            _added->_constant = true;
+        return *this;
+    }
 
     Owner& _set;
     eDmErrorId _status;
     eDmErrorId _statusBefore = DM_NO_ERROR;
     int _index;
+    DmPropertyDef* _added = nullptr;
 };
 
 template <class Owner>

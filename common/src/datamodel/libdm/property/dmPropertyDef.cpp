@@ -1,6 +1,28 @@
 #include "dmPropertyDef.h"
 
+#include <algorithm>
 #include <utility>
+
+namespace
+{
+
+wchar_t lowered(wchar_t c)
+{
+    return c >= L'A' && c <= L'Z' ? c - L'A' + L'a' : c;
+}
+
+} // namespace
+
+bool DmTextTable::contains(std::wstring_view text) const
+{
+    return std::any_of(texts.begin(), texts.end(),
+                       [&](std::wstring_view known)
+                       {
+                           return std::equal(known.begin(), known.end(), text.begin(), text.end(),
+                                             [this](wchar_t a, wchar_t b)
+                                             { return a == b || (ignoresCase && lowered(a) == lowered(b)); });
+                       });
+}
 
 void DmNameIndex::add(std::wstring_view name, int index)
 {

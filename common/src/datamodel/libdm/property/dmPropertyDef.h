@@ -6,7 +6,10 @@
 #include "dmPropertyType.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +28,41 @@ struct DmHeldClass
     bool (*accepts)(const DmPropertySet& set);
 };
 
+// What a declaration tells people and tools about a property. All of it is the program's own text and lives as long.
+
+/// In what a number counts, as in DmUnit{"frames"}.
+struct DmUnit
+{
+    const char* text;
+};
+
+/// The values that make sense; others are stored and written all the same.
+struct DmRange
+{
+    double least;
+    double most;
+};
+
+/// One value of an enumeration.
+struct DmNamedValue
+{
+    std::int32_t code;
+    const char* name; ///< the enumerator
+    const char* text; ///< what people are shown
+};
+/// All values of an enumeration: another code means nothing.
+using DmEnumTable = std::span<const DmNamedValue>;
+
+/// The texts that a String has a meaning for.
+struct DmTextTable
+{
+    std::span<const wchar_t* const> texts;
+    bool isComplete; ///< another text means nothing, and is a mistake
+    bool ignoresCase;
+
+    ZR_DM_API bool contains(std::wstring_view text) const;
+};
+
 /// One property of a class. Owned by the class's table, constant once the class is declared.
 struct DmPropertyDef
 {
@@ -39,6 +77,12 @@ struct DmPropertyDef
     const DmHeldClass* _held = nullptr; ///< null: any property set
     bool _constant = false;             ///< fixed by the class: setting another value is DM_BAD_VALUE
     std::string _utf8Name;              ///< the name as documents spell it
+
+    const char* _meaning = "";           ///< one sentence; empty when the declaration has none
+    const char* _unit = "";              ///< empty for what has none
+    std::optional<DmRange> _range;       ///< of numbers
+    DmEnumTable _values;                 ///< of an Enum; empty where the codes are the application's
+    const DmTextTable* _texts = nullptr; ///< of a String
 };
 
 /// Finds a class's properties by name: an open table, as large as twice the names at least, hashed by a few characters,

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 DmPropertySet::DmPropertySet(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData)
     : _id(id)
@@ -82,6 +83,8 @@ eDmErrorId DmPropertySet::addProperty(const DmString& name, eDmPropType type, vo
     def->_serializer = serializer;
     def->_unserializer = unserializer;
     def->_utf8Name = dmUtf8(name);
+    if (_data->_className.empty())
+        nameClass(); // of a class that only a function of its own makes
     _data->_indices.add(def->_name.view(), index);
     _data->_defs.push_back(std::move(def));
     return DM_NO_ERROR;
@@ -226,6 +229,27 @@ eDmErrorId DmPropertySet::setStored(int index, eDmPropType storedAs, const void*
         return DM_PROPERTY_NOT_FOUND;
     const auto plain = [](eDmPropType type) { return type == DM_ENUM ? DM_INT : type == DM_CDATA ? DM_STRING : type; };
     return plain(def->_type) == plain(storedAs) ? store(*def, index, in) : DM_BAD_PROPERTY_TYPE;
+}
+
+eDmErrorId DmPropertySet::setWhole(int index, int value)
+{
+    const DmPropertyDef* const def = _data->at(index);
+    const eDmPropType type = def ? def->_type : DM_NB_TYPES;
+    return dmVisitStorage(type,
+                          [&]<class T>(std::type_identity<T>) -> eDmErrorId
+                          {
+                              if constexpr (std::same_as<T, bool> || std::same_as<T, signed char> ||
+                                            std::same_as<T, unsigned char> || !DmNumberStorage<T>)
+                                  return setStored(index, DM_INT, &value);
+                              else
+                              {
+                                  if constexpr (std::integral<T>)
+                                      if (!std::in_range<T>(value))
+                                          return DM_BAD_VALUE;
+                                  const T number = static_cast<T>(value);
+                                  return setStored(index, dmTypeOf<T>, &number);
+                              }
+                          });
 }
 
 eDmErrorId DmPropertySet::checkSlot(const DmPropertyDef& def, const DmPropertySet* set) const

@@ -65,6 +65,12 @@ private:
 class ZR_DM_API DmPropertySet : public CoRefCountedMT
 {
 public:
+    /// The end of a class's enumerators, where the classes that derive from it go on (dmDeclare.h).
+    enum Property : int
+    {
+        PropertyCount
+    };
+
     /// `classData` is the class's table: made here for the first instance, shared by all later ones.
     DmPropertySet(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData);
     /// The copy shares the table, has the same id and dirty flag, and no listeners.
@@ -173,7 +179,8 @@ public:
     bool isFrozen() const { return _frozen.load(std::memory_order_relaxed); }
 
 protected:
-    /// The typed setter: the value's C++ type must be the one in which the property is stored.
+    /// The typed setter: the value's C++ type must be the one in which the property is stored. An `int`, which is what
+    /// `set(index, 0)` gives, goes into every number that can hold it; DM_BAD_VALUE where it cannot.
     template <class Value>
     eDmErrorId set(int index, const Value& value);
 
@@ -186,7 +193,7 @@ protected:
     eDmErrorId setStrings(int list, const std::vector<DmString>& strings);
 
 private:
-    template <class Owner>
+    template <class Owner, int next>
     friend class DmDeclaration;
     template <class T>
     friend class DmPropertySetInit;
@@ -197,6 +204,7 @@ private:
     void* fieldOf(int index, const DmPropertyDef& def) const;
     eDmErrorId find(DmPropertyRef property, eDmPropType type, const DmPropertyDef*& def, int& index) const;
     eDmErrorId setStored(int index, eDmPropType storedAs, const void* in);
+    eDmErrorId setWhole(int index, int value);
     eDmErrorId store(const DmPropertyDef& def, int index, const void* in);
     eDmErrorId checkSlot(const DmPropertyDef& def, const DmPropertySet* set) const;
     template <class Visitor>
@@ -224,7 +232,9 @@ template <class Value>
 eDmErrorId DmPropertySet::set(int index, const Value& value)
 {
     constexpr eDmPropType type = dmTypeOf<Value>;
-    if constexpr (type == DM_NB_TYPES && std::is_convertible_v<const Value&, DmPropertySetPtr>)
+    if constexpr (std::same_as<Value, int>)
+        return setWhole(index, value);
+    else if constexpr (type == DM_NB_TYPES && std::is_convertible_v<const Value&, DmPropertySetPtr>)
     {
         const DmPropertySetPtr pointer(value);
         return setStored(index, DM_PROPERTY_SET, &pointer);

@@ -1,56 +1,93 @@
-/// Registers a model class with the factory and owns its table of properties. One static object a class, in its source:
+/// Makes a model class known to the factory, under its own name. `class DmCueMark final : public DmConcrete<DmCueMark>`
+/// is all that it takes: the class supplies a constructor from `const DmNodeId&` that hands
+/// `DmPropertySetInit<T>::data()` to its base, and createList(); name, clone(), create() and the registration follow. A
+/// class that derives from DmPropertySet by itself says `static constexpr const wchar_t* className`, and registers in
+/// its source:
 ///
-///     static const DmPropertySetInit<DmCueMark> registration;
-///
-/// The class supplies `className`, a constructor from `const DmNodeId&` that hands `DmPropertySetInit<T>::data()` to
-/// its base, and createList(). DmConcrete writes the rest.
+///     static const DmPropertySetInit<HostNote> registration;
 #pragma once
 
+#include "dmClassName.h"
 #include "dmPropertyFactory.h"
 #include "dmPropertySet.h"
 
-#include "zrAssert.h"
-
 #include <mutex>
+#include <typeinfo>
+
+/// What there is once a process of every model class: its table of properties, its shared default, its creator. It is
+/// found by the class's name, in the library, so that all code of a process finds the same one, however many libraries
+/// and programs the class's templates were compiled into.
+struct ZR_DM_API DmClassRecord
+{
+    enum Registered
+    {
+        Not,
+        ByItself,  ///< because the class exists (DmConcrete)
+        ByAnObject ///< by a DmPropertySetInit that somebody wrote
+    };
+
+    /// Made by the first call and never destroyed. Stops the process when another class has the name.
+    static DmClassRecord& of(const wchar_t* className, const std::type_info& type);
+
+    /// Registers with the factory, once by the class itself and once by an object; a name that is taken stops the
+    /// process.
+    void registerCreator(DmPropertyCreator creator, Registered how);
+
+    /// The frozen object that stands for all untouched ones (dmOwnedRecord.h): `make` is called for the first time
+    /// only, and again while it gives null.
+    const DmPropertySetPtr& sharedDefault(DmPropertySetPtr (*make)());
+
+    CoSharedPtr<DmPropertySetData> table;
+    std::recursive_mutex mutex; ///< held while an object is made through the factory
+    bool listCreated = false;
+
+private:
+    explicit DmClassRecord(const wchar_t* name, const std::type_info& type)
+        : _className(name)
+        , _type(type)
+    {
+    }
+
+    const DmString _className;
+    const std::type_info& _type;
+    Registered _registered = Not;
+    DmPropertySetPtr _sharedDefault;
+};
 
 template <class T>
 class DmPropertySetInit
 {
 public:
-    DmPropertySetInit()
-    {
-        data(); // constructed before this object, so destroyed after it
-        [[maybe_unused]] const eDmErrorId status =
-            DmPropertyFactory::getInstance().registerCreator(DmString(T::className), createInstance);
-        ZR_ASSERT_HARD(status == DM_NO_ERROR);
-    }
+    /// Stops the process when the name is taken.
+    DmPropertySetInit() { record().registerCreator(createInstance, DmClassRecord::ByAnObject); }
 
-    /// The class's table; null until the first instance is built.
-    static CoSharedPtr<DmPropertySetData>& data()
-    {
-        static CoSharedPtr<DmPropertySetData> table;
-        return table;
-    }
+    /// The class's table, one in the process; null until the first instance is built.
+    static CoSharedPtr<DmPropertySetData>& data() { return record().table; }
     CoSharedPtr<DmPropertySetData> getData() const { return data(); }
 
     /// Creations of one class wait for each other; its table is built by the first of them.
     static eDmErrorId createInstance(const DmNodeId& id, DmPropertySet*& out, bool createAttributes)
     {
-        static std::recursive_mutex mutex;
-        static bool listCreated = false;
-        const std::lock_guard guard(mutex);
+        DmClassRecord& of = record();
+        const std::lock_guard guard(of.mutex);
         T* const object = new T(id);
         out = object;
         eDmErrorId result = DM_NO_ERROR;
-        if (!listCreated)
+        if (!of.listCreated)
         {
-            listCreated = true;
+            of.listCreated = true;
             object->nameClass();
             result = object->createList();
         }
         if (result == DM_NO_ERROR && createAttributes)
             result = object->createAttributes();
         return result;
+    }
+
+    static DmClassRecord& record()
+    {
+        static DmClassRecord& found = DmClassRecord::of(T::className, typeid(T));
+        return found;
     }
 };
 
@@ -71,7 +108,16 @@ template <class T, class Base = DmPropertySet>
 class ZR_DM_API DmConcrete : public Base
 {
 public:
-    DmString getPSetName() const override { return DmString(T::className); }
+    /// The class's name: its key in the factory and in documents.
+    static constexpr const wchar_t* className = dmClassName<T>;
+    /// The first of the enumerators that the class adds to its base's.
+    static constexpr int FirstOwn = Base::PropertyCount;
+
+    DmString getPSetName() const override
+    {
+        static_cast<void>(&registered); // makes the member exist wherever the class does
+        return DmString(T::className);
+    }
     [[nodiscard]] CoSharedPtr<DmPropertySet> clone() const override
     {
         return CoSharedPtr<DmPropertySet>(new T(static_cast<const T&>(*this)));
@@ -80,4 +126,18 @@ public:
 
 protected:
     using Base::Base;
+
+private:
+    struct Registration
+    {
+        Registration()
+        {
+            using Init = DmPropertySetInit<T>;
+            Init::record().registerCreator(Init::createInstance, DmClassRecord::ByItself);
+        }
+    };
+    static const Registration registered;
 };
+
+template <class T, class Base>
+const typename DmConcrete<T, Base>::Registration DmConcrete<T, Base>::registered;

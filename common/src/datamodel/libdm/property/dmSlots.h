@@ -9,6 +9,8 @@
 
 #include "dmPropertySet.h"
 
+#include <new>
+
 /// Tells the property layer which class a slot holds. Needs the class to be complete.
 template <class T>
 const DmHeldClass* dmHeldClassOf()
@@ -35,12 +37,26 @@ public:
     T& operator*() const { return *get(); }
     CoSharedPtr<T> share() const { return CoSharedPtr<T>(get()); }
 
-    /// The object to edit: a shared default is first replaced by a copy of its own. Null when there is none; that of a
-    /// frozen owner stays as it is.
-    T* forChange(const DmPropertySet& owner)
+    /// The object to change, of the owner's property `index`, which this is: a constant is first replaced by a copy, as
+    /// a change of that property; one that a setter shared stays shared. Null where there is none, when the owner is a
+    /// constant, and where memory runs out.
+    T* own(DmPropertySet& owner, int index) const
     {
-        if (*this && get()->isFrozen() && !owner.isFrozen())
-            DmPropertySetPtr::operator=(get()->clone());
+        if (!*this || owner.isFrozen())
+            return nullptr;
+        if (get()->isFrozen())
+        {
+            try
+            {
+                const DmPropertySetPtr copy = get()->clone();
+                if (owner.setPropertyValue(index, DM_PROPERTY_SET, &copy) != DM_NO_ERROR)
+                    return nullptr;
+            }
+            catch (const std::bad_alloc&)
+            {
+                return nullptr;
+            }
+        }
         return get();
     }
 };

@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmAudioProperties> registration;
-
 DmAudioProperties::DmAudioProperties(const DmNodeId& id)
     : DmConcrete(id, DmPropertySetInit<DmAudioProperties>::data())
 {
@@ -12,11 +10,11 @@ DmAudioProperties::DmAudioProperties(const DmNodeId& id)
 eDmErrorId DmAudioProperties::createList()
 {
     return declare(*this)
-        .mandatory(L"samplingRate", _samplingRate)
-        .optional(L"storageFormat", _storageFormat)
-        .mandatory(L"nbSamples", _nbSamples)
-        .mandatory(L"startSample", _startSample)
-        .mandatory(L"nbChannels", _nbChannels)
-        .mandatory(L"channelIdx", _channelIdx)
+        .mandatory<SamplingRate>(L"samplingRate", _samplingRate, "The sampling rate.", dmHertz)
+        .optional<StorageFormat>(L"storageFormat", _storageFormat, "How samples are stored.")
+        .mandatory<NbSamples>(L"nbSamples", _nbSamples, "The number of samples.", dmSamples)
+        .mandatory<StartSample>(L"startSample", _startSample, "The first sample that is meant.", dmSamples)
+        .mandatory<NbChannels>(L"nbChannels", _nbChannels, "The number of channels.", dmNotNegative)
+        .mandatory<ChannelIdx>(L"channelIdx", _channelIdx, "The channel that is meant.", dmNotNegative)
         .status();
 }

@@ -6,7 +6,6 @@
 class ZR_DM_API DmAudioProperties final : public DmConcrete<DmAudioProperties>
 {
 public:
-    static constexpr const wchar_t* className = L"DmAudioProperties";
     enum Property : int
     {
         SamplingRate,
@@ -14,7 +13,8 @@ public:
         NbSamples,
         StartSample,
         NbChannels,
-        ChannelIdx
+        ChannelIdx,
+        PropertyCount
     };
 
     explicit DmAudioProperties(const DmNodeId& id);

@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmBatchFxNode> registration;
-
 DmBatchFxNode::DmBatchFxNode(const DmNodeId& id)
     : DmNode(DM_BATCH_FX_NODE, id, DmPropertySetInit<DmBatchFxNode>::data())
 {
@@ -12,7 +10,7 @@ DmBatchFxNode::DmBatchFxNode(const DmNodeId& id)
 eDmErrorId DmBatchFxNode::createList()
 {
     return declare(*this, DmSegmentNode::createList())
-        .optional(L"setupFileName", _setupFileName)
-        .mandatoryCdata(L"setup", _setup)
+        .optional<SetupFileName>(L"setupFileName", _setupFileName, "The file of the batch's setup.")
+        .mandatoryCdata<Setup>(L"setup", _setup, "The batch's setup itself.")
         .status();
 }

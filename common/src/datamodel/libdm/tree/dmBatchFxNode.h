@@ -6,11 +6,11 @@
 class ZR_DM_API DmBatchFxNode final : public DmNode<DmBatchFxNode, DmSegmentNode, &DmTreeVisitor::visitBatchFxNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmBatchFxNode";
     enum Property : int
     {
-        SetupFileName = 15,
-        Setup
+        SetupFileName = FirstOwn,
+        Setup,
+        PropertyCount
     };
 
     explicit DmBatchFxNode(const DmNodeId& id);

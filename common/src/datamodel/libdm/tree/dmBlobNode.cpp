@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmBlobNode> registration;
-
 DmBlobNode::DmBlobNode(const DmNodeId& id)
     : DmNode(DM_BLOB_NODE, id, DmPropertySetInit<DmBlobNode>::data())
 {
@@ -12,8 +10,8 @@ DmBlobNode::DmBlobNode(const DmNodeId& id)
 eDmErrorId DmBlobNode::createList()
 {
     return declare(*this, DmLeafNode::createList())
-        .optional(L"blobType", _blobType)
-        .mandatoryCdata(L"data", _data)
+        .optional<BlobType>(L"blobType", _blobType, "What the data are, in the application's words.")
+        .mandatoryCdata<Data>(L"data", _data, "The data, as text.")
         .status();
 }
 

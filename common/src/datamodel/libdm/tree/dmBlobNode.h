@@ -6,11 +6,11 @@
 class ZR_DM_API DmBlobNode final : public DmNode<DmBlobNode, DmLeafNode, &DmTreeVisitor::visitBlobNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmBlobNode";
     enum Property : int
     {
-        BlobType = 4,
-        Data
+        BlobType = FirstOwn,
+        Data,
+        PropertyCount
     };
 
     explicit DmBlobNode(const DmNodeId& id);

@@ -4,7 +4,9 @@
 
 eDmErrorId DmCollectionNode::createList()
 {
-    return declare(*this, DmTreeNode::createList()).mandatory(L"children", _children).status();
+    return declare(*this, DmTreeNode::createList())
+        .mandatory<Children>(L"children", _children, "What the node holds, in order.")
+        .status();
 }
 
 int DmCollectionNode::insertChild(DmTreeNode* node, int index)

@@ -10,10 +10,11 @@
 class ZR_DM_API DmCollectionNode : public DmTreeNode
 {
 public:
-    static constexpr const wchar_t* className = L"DmCollectionNode";
+    static constexpr const wchar_t* className = dmClassName<DmCollectionNode>;
     enum Property : int
     {
-        Children = 4
+        Children = DmTreeNode::PropertyCount,
+        PropertyCount
     };
 
     using DmTreeNode::DmTreeNode;

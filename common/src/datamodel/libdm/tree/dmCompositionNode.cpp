@@ -14,8 +14,6 @@
 
 using DM::FCM_NOT_DEFINED;
 
-static const DmPropertySetInit<DmCompositionNode> registration;
-
 DmCompositionNode::DmCompositionNode(const DmNodeId& id)
     : DmNode(DM_COMPOSITION_NODE, id, DmPropertySetInit<DmCompositionNode>::data())
     , _fcm(dmFcmText(FCM_NOT_DEFINED))
@@ -28,29 +26,39 @@ DmCompositionNode::DmCompositionNode(const DmNodeId& id)
 eDmErrorId DmCompositionNode::createList()
 {
     return declare(*this, DmCollectionNode::createList())
-        .optional(L"fcm", _fcm)
-        .optional(L"compLength", _compLength)
-        .optional(L"resolution", _resolution)
-        .optional(L"altResolution", _altResolution)
-        .optional(L"samplingRate", _samplingRate)
-        .mandatory(L"startTCStr", _startTCStr)
-        .mandatory(L"startTC", _startTC)
-        .optional(L"startTcFcm", _startTcFcm)
-        .mandatory(L"cueMarks", _cueMarks)
-        .optional(L"inMark", _inMark)
-        .optional(L"outMark", _outMark)
-        .mandatory(L"origin", _origin)
-        .optional(L"embInMark", _embInMark)
-        .optional(L"embOutMark", _embOutMark)
+        .optional<Fcm>(L"fcm", _fcm, "The frame-code mode that all times of the composition count in.", dmModeNames())
+        .optional<CompLength>(L"compLength", _compLength, "The length.", dmFrames)
+        .optional<Resolution>(L"resolution", _resolution, "The format of the picture.")
+        .optional<AltResolution>(L"altResolution", _altResolution, "The alternative format of the picture.")
+        .optional<SamplingRate>(L"samplingRate", _samplingRate, "The sampling rate of the sound.", dmHertz)
+        .mandatory<StartTCStr>(L"startTCStr", _startTCStr, "The start time code as a label.")
+        .mandatory<StartTC>(L"startTC", _startTC, "The start time code, counted from midnight.", dmFrames)
+        .optional<StartTcFcm>(L"startTcFcm", _startTcFcm,
+                              "The frame-code mode that the label of the start is written in.", dmModeNames())
+        .mandatory<CueMarks>(L"cueMarks", _cueMarks, "Marks on the composition.")
+        .optional<InMark>(L"inMark", _inMark, "The in mark; 2147483647 when none is set.", dmFrames)
+        .optional<OutMark>(L"outMark", _outMark, "The out mark; 2147483647 when none is set.", dmFrames)
+        .mandatory<Origin>(L"origin", _origin, "Where the composition came from: the application's own codes.")
+        .optional<EmbInMark>(L"embInMark", _embInMark, "The embedded in mark; 2147483647 when none is set.", dmFrames)
+        .optional<EmbOutMark>(L"embOutMark", _embOutMark, "The embedded out mark; 2147483647 when none is set.",
+                              dmFrames)
         .whateverItsStatus() // tolerated on purpose, unlike all others
-        .optional(L"isContainerComp", _isContainerComp)
-        .optional(L"isMatteContainerComp", _isMatteContainerComp)
-        .optional(L"isSubClipContainerComp", _isSubClipContainerComp)
-        .mandatory(L"currentVersionUid", _currentVersionUid)
-        .mandatory(L"currentVersionName", _currentVersionName)
-        .optional(L"colourSpace", _colourSpace)
-        .optional(L"primaryVideoTrackIndex", _primaryVideoTrackIndex)
-        .optional(L"secondaryVideoTrackIndex", _secondaryVideoTrackIndex)
+        .optional<IsContainerComp>(L"isContainerComp", _isContainerComp,
+                                   "The composition is the inside of a container.")
+        .optional<IsMatteContainerComp>(L"isMatteContainerComp", _isMatteContainerComp,
+                                        "The composition is the inside of a matte container.")
+        .optional<IsSubClipContainerComp>(L"isSubClipContainerComp", _isSubClipContainerComp,
+                                          "The composition is the inside of a sub-clip container.")
+        .mandatory<CurrentVersionUid>(L"currentVersionUid", _currentVersionUid,
+                                      "The identifier of the current version.")
+        .mandatory<CurrentVersionName>(L"currentVersionName", _currentVersionName, "The name of the current version.")
+        .optional<ColourSpace>(L"colourSpace", _colourSpace, "The name of the colour space.")
+        .optional<PrimaryVideoTrackIndex>(L"primaryVideoTrackIndex", _primaryVideoTrackIndex,
+                                          "The position of the primary video track; -1 when none is named.",
+                                          DmRange{-1, 2147483647})
+        .optional<SecondaryVideoTrackIndex>(L"secondaryVideoTrackIndex", _secondaryVideoTrackIndex,
+                                            "The position of the secondary video track; -1 when none is named.",
+                                            DmRange{-1, 2147483647})
         .status();
 }
 

@@ -26,10 +26,9 @@ class ZR_DM_API DmCompositionNode final
                     &DmTreeVisitor::postProcessCompositionNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmCompositionNode";
     enum Property : int
     {
-        Fcm = 5,
+        Fcm = FirstOwn,
         CompLength,
         Resolution,
         AltResolution,
@@ -50,7 +49,8 @@ public:
         CurrentVersionName,
         ColourSpace,
         PrimaryVideoTrackIndex,
-        SecondaryVideoTrackIndex
+        SecondaryVideoTrackIndex,
+        PropertyCount
     };
 
     explicit DmCompositionNode(const DmNodeId& id);
@@ -67,13 +67,15 @@ public:
     double getCompLength() const { return _compLength; }
     eDmErrorId setCompLength(double frames) { return set(CompLength, frames); }
 
-    // Null only where a document or a caller made it so. Setters share the record.
+    // Null only where a document or a caller made it so. Setters share the record. own...() give what may be changed:
+    // the shared default is first replaced by a copy, which is a change of the property; null where the composition is
+    // a constant.
 
     const DmFrameResolution* getResolution() const { return _resolution.get(); }
-    DmFrameResolution* getResolution() { return _resolution.forChange(*this); }
+    DmFrameResolution* ownResolution() { return _resolution.own(*this, Resolution); }
     eDmErrorId setResolution(const CoSharedPtr<DmFrameResolution>& resolution) { return set(Resolution, resolution); }
     const DmFrameResolution* getAltResolution() const { return _altResolution.get(); }
-    DmFrameResolution* getAltResolution() { return _altResolution.forChange(*this); }
+    DmFrameResolution* ownAltResolution() { return _altResolution.own(*this, AltResolution); }
     eDmErrorId setAltResolution(const CoSharedPtr<DmFrameResolution>& resolution)
     {
         return set(AltResolution, resolution);

@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmContainerNode> registration;
-
 DmContainerNode::DmContainerNode(const DmNodeId& id)
     : DmNode(DM_CONTAINER_NODE, id, DmPropertySetInit<DmContainerNode>::data())
 {
@@ -11,7 +9,9 @@ DmContainerNode::DmContainerNode(const DmNodeId& id)
 
 eDmErrorId DmContainerNode::createList()
 {
-    return declare(*this, DmSegmentNode::createList()).mandatory(L"composition", _composition).status();
+    return declare(*this, DmSegmentNode::createList())
+        .mandatory<Composition>(L"composition", _composition, "The composition that plays inside the container.")
+        .status();
 }
 
 CoSharedPtr<DmContainerNode> DmContainerNode::create(const CoSharedPtr<DmCompositionNode>& composition,

@@ -8,10 +8,10 @@ class ZR_DM_API DmContainerNode final
     : public DmNode<DmContainerNode, DmSegmentNode, &DmTreeVisitor::visitContainerNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmContainerNode";
     enum Property : int
     {
-        Composition = 15
+        Composition = FirstOwn,
+        PropertyCount
     };
 
     explicit DmContainerNode(const DmNodeId& id);

@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmCueMark> registration;
-
 DmCueMark::DmCueMark(const DmNodeId& id)
     : DmConcrete(id, DmPropertySetInit<DmCueMark>::data())
 {
@@ -12,13 +10,14 @@ DmCueMark::DmCueMark(const DmNodeId& id)
 eDmErrorId DmCueMark::createList()
 {
     return declare(*this)
-        .optional(L"cueMarkName", _name)
-        .optional(L"cueMarkComment", _comment)
-        .optional(L"cueMarkTime", _time)
-        .optional(L"cueMarkColorRed", _red)
-        .optional(L"cueMarkColorGreen", _green)
-        .optional(L"cueMarkColorBlue", _blue)
-        .optional(L"cueMarkDuration", _duration)
+        .optional<CueMarkName>(L"cueMarkName", _name, "The name of the mark.")
+        .optional<CueMarkComment>(L"cueMarkComment", _comment, "Free text.")
+        .optional<CueMarkTime>(L"cueMarkTime", _time, "Where the mark stands; 2147483647 when that is not set.",
+                               dmFrames)
+        .optional<CueMarkColorRed>(L"cueMarkColorRed", _red, "The red of its colour.")
+        .optional<CueMarkColorGreen>(L"cueMarkColorGreen", _green, "The green of its colour.")
+        .optional<CueMarkColorBlue>(L"cueMarkColorBlue", _blue, "The blue of its colour.")
+        .optional<CueMarkDuration>(L"cueMarkDuration", _duration, "How long the mark lasts; 0 is a point.", dmFrames)
         .status();
 }
 

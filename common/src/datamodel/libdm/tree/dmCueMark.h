@@ -8,7 +8,6 @@
 class ZR_DM_API DmCueMark final : public DmConcrete<DmCueMark>
 {
 public:
-    static constexpr const wchar_t* className = L"DmCueMark";
     enum Property : int
     {
         CueMarkName,
@@ -17,7 +16,8 @@ public:
         CueMarkColorRed,
         CueMarkColorGreen,
         CueMarkColorBlue,
-        CueMarkDuration
+        CueMarkDuration,
+        PropertyCount
     };
 
     explicit DmCueMark(const DmNodeId& id);

@@ -1,7 +1,5 @@
 #include "dmCutNode.h"
 
-static const DmPropertySetInit<DmCutNode> registration;
-
 DmCutNode::DmCutNode(const DmNodeId& id)
     : DmNode(DM_CUT_NODE, id, DmPropertySetInit<DmCutNode>::data())
 {

@@ -6,8 +6,6 @@
 class ZR_DM_API DmCutNode final : public DmNode<DmCutNode, DmTransitionNode, &DmTreeVisitor::visitCutNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmCutNode";
-
     explicit DmCutNode(const DmNodeId& id);
 
     using DmNode::create;

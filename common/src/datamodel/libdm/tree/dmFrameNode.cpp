@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmFrameNode> registration;
-
 DmFrameNode::DmFrameNode(const DmNodeId& id)
     : DmConcrete(id, DmPropertySetInit<DmFrameNode>::data())
 {
@@ -11,7 +9,11 @@ DmFrameNode::DmFrameNode(const DmNodeId& id)
 
 eDmErrorId DmFrameNode::createList()
 {
-    return declare(*this).mandatory(L"frame", _frame).optional(L"path", _path).optional(L"frameId", _frameId).status();
+    return declare(*this)
+        .mandatory<Frame>(L"frame", _frame, "The number of the frame.")
+        .optional<Path>(L"path", _path, "The path of its file.")
+        .optional<FrameId>(L"frameId", _frameId, "The identifier of the frame.")
+        .status();
 }
 
 CoSharedPtr<DmFrameNode> DmFrameNode::create(int frame, const DmString& path)

@@ -6,12 +6,12 @@
 class ZR_DM_API DmFrameNode final : public DmConcrete<DmFrameNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmFrameNode";
     enum Property : int
     {
         Frame,
         Path,
-        FrameId
+        FrameId,
+        PropertyCount
     };
 
     explicit DmFrameNode(const DmNodeId& id);

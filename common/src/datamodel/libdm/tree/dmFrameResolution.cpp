@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmFrameResolution> registration;
-
 DmFrameResolution::DmFrameResolution(const DmNodeId& id)
     : DmConcrete(id, DmPropertySetInit<DmFrameResolution>::data())
 {
@@ -12,21 +10,23 @@ DmFrameResolution::DmFrameResolution(const DmNodeId& id)
 eDmErrorId DmFrameResolution::createList()
 {
     return declare(*this)
-        .mandatory(L"width", _width)
-        .mandatory(L"height", _height)
-        .mandatory(L"ratio", _ratio)
-        .mandatory(L"scanFormat", _scanFormat)
-        .mandatory(L"bitsPerPixel", _bitsPerPixel)
-        .mandatory(L"bitsPerChannel", _bitsPerChannel)
-        .mandatory(L"numChannels", _numChannels)
-        .mandatory(L"bufSize", _bufSize)
-        .mandatory(L"byteOrder", _byteOrder)
-        .mandatory(L"isFloat", _isFloat)
-        .optional(L"colourSpace", _colourSpace)
-        .optional(L"centerX", _centerX)
-        .optional(L"centerY", _centerY)
-        .optional(L"sizeX", _sizeX)
-        .optional(L"sizeY", _sizeY)
+        .mandatory<Width>(L"width", _width, "The width of the picture.", dmPixels, dmNotNegative)
+        .mandatory<Height>(L"height", _height, "The height of the picture.", dmPixels, dmNotNegative)
+        .mandatory<Ratio>(L"ratio", _ratio, "Width to height of the frame as it is shown.")
+        .mandatory<ScanFormat>(L"scanFormat", _scanFormat,
+                               "How the lines are scanned, for example progressive or by fields.")
+        .mandatory<BitsPerPixel>(L"bitsPerPixel", _bitsPerPixel, "The depth of a pixel.", dmBits, dmNotNegative)
+        .mandatory<BitsPerChannel>(L"bitsPerChannel", _bitsPerChannel, "The depth of one channel of a pixel.", dmBits,
+                                   dmNotNegative)
+        .mandatory<NumChannels>(L"numChannels", _numChannels, "The number of channels of a pixel.", dmNotNegative)
+        .mandatory<BufSize>(L"bufSize", _bufSize, "The size of one frame in memory.", dmBytes, dmNotNegative)
+        .mandatory<ByteOrder>(L"byteOrder", _byteOrder, "The order of a channel's bytes, as the application codes it.")
+        .mandatory<IsFloat>(L"isFloat", _isFloat, "The channels hold floating numbers.")
+        .optional<ColourSpace>(L"colourSpace", _colourSpace, "The name of the colour space.")
+        .optional<CenterX>(L"centerX", _centerX, "The picture's centre, across.")
+        .optional<CenterY>(L"centerY", _centerY, "The picture's centre, vertically.")
+        .optional<SizeX>(L"sizeX", _sizeX, "The picture's size, across.")
+        .optional<SizeY>(L"sizeY", _sizeY, "The picture's size, vertically.")
         .status();
 }
 

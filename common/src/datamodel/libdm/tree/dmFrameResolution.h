@@ -6,7 +6,6 @@
 class ZR_DM_API DmFrameResolution final : public DmConcrete<DmFrameResolution>
 {
 public:
-    static constexpr const wchar_t* className = L"DmFrameResolution";
     enum Property : int
     {
         Width,
@@ -23,7 +22,8 @@ public:
         CenterX,
         CenterY,
         SizeX,
-        SizeY
+        SizeY,
+        PropertyCount
     };
 
     explicit DmFrameResolution(const DmNodeId& id);

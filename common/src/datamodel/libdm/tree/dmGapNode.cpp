@@ -1,7 +1,5 @@
 #include "dmGapNode.h"
 
-static const DmPropertySetInit<DmGapNode> registration;
-
 DmGapNode::DmGapNode(const DmNodeId& id)
     : DmNode(DM_GAP_NODE, id, DmPropertySetInit<DmGapNode>::data())
 {

@@ -6,8 +6,6 @@
 class ZR_DM_API DmGapNode final : public DmNode<DmGapNode, DmSegmentNode, &DmTreeVisitor::visitGapNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmGapNode";
-
     explicit DmGapNode(const DmNodeId& id);
 
     using DmNode::create;

@@ -7,7 +7,6 @@
 class ZR_DM_API DmIdentification final : public DmConcrete<DmIdentification>
 {
 public:
-    static constexpr const wchar_t* className = L"DmIdentification";
     enum Property : int
     {
         Name,
@@ -26,7 +25,8 @@ public:
         AppMinorVersion,
         AppTertiaryVersion,
         AppPatchVersion,
-        AppVersionType
+        AppVersionType,
+        PropertyCount
     };
 
     explicit DmIdentification(const DmNodeId& id);

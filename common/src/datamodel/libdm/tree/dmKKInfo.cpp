@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmKKInfo> registration;
-
 DmKKInfo::DmKKInfo(const DmNodeId& id)
     : DmConcrete(id, DmPropertySetInit<DmKKInfo>::data())
 {
@@ -12,14 +10,14 @@ DmKKInfo::DmKKInfo(const DmNodeId& id)
 eDmErrorId DmKKInfo::createList()
 {
     return declare(*this)
-        .mandatory(L"manuf", _manuf)
-        .mandatory(L"filmID", _filmID)
-        .mandatory(L"prefix", _prefix)
-        .mandatory(L"count", _count)
-        .mandatory(L"frame", _frame)
-        .mandatory(L"footRef", _footRef)
-        .mandatory(L"filmGauge", _filmGauge)
-        .mandatory(L"telecineSpeed", _telecineSpeed)
-        .mandatory(L"isValid", _isValid)
+        .mandatory<Manuf>(L"manuf", _manuf, "The code of the manufacturer.")
+        .mandatory<FilmID>(L"filmID", _filmID, "The code of the film stock.")
+        .mandatory<Prefix>(L"prefix", _prefix, "The prefix of the key code.")
+        .mandatory<Count>(L"count", _count, "The foot of the key code.")
+        .mandatory<Frame>(L"frame", _frame, "The frame within that foot.", dmFrames)
+        .mandatory<FootRef>(L"footRef", _footRef, "The reference that feet are counted from.")
+        .mandatory<FilmGauge>(L"filmGauge", _filmGauge, "The gauge of the film.")
+        .mandatory<TelecineSpeed>(L"telecineSpeed", _telecineSpeed, "The speed of the telecine.")
+        .mandatory<IsValid>(L"isValid", _isValid, "The record holds a key code.")
         .status();
 }

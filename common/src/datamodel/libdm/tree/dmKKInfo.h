@@ -6,7 +6,6 @@
 class ZR_DM_API DmKKInfo final : public DmConcrete<DmKKInfo>
 {
 public:
-    static constexpr const wchar_t* className = L"DmKKInfo";
     enum Property : int
     {
         Manuf,
@@ -17,7 +16,8 @@ public:
         FootRef,
         FilmGauge,
         TelecineSpeed,
-        IsValid
+        IsValid,
+        PropertyCount
     };
 
     explicit DmKKInfo(const DmNodeId& id);

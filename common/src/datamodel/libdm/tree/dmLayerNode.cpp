@@ -6,8 +6,6 @@
 
 #include "zrAssert.h"
 
-static const DmPropertySetInit<DmLayerNode> registration;
-
 DmLayerNode::DmLayerNode(const DmNodeId& id)
     : DmNode(DM_LAYER_NODE, id, DmPropertySetInit<DmLayerNode>::data())
 {
@@ -16,12 +14,14 @@ DmLayerNode::DmLayerNode(const DmNodeId& id)
 eDmErrorId DmLayerNode::createList()
 {
     return declare(*this, DmCollectionNode::createList())
-        .mandatory(L"layerNum", _layerNum)
-        .mandatory(L"mediaType", _mediaType)
-        .mandatory(L"layerStartTC", _layerStartTC)
-        .mandatory(L"layerLength", _layerLength)
-        .mandatory(L"layerStereoOutputChannel", _stereoOutputChannel)
-        .mandatory(L"isResultLayer", _isResultLayer)
+        .mandatory<LayerNum>(L"layerNum", _layerNum, "The number of the layer within its track.")
+        .mandatory<MediaType>(L"mediaType", _mediaType, "The medium of the layer's elements.", dmMediaTypes)
+        .mandatory<LayerStartTC>(L"layerStartTC", _layerStartTC, "The record time at which the layer starts.", dmFrames)
+        .mandatory<LayerLength>(L"layerLength", _layerLength, "The length of the layer.", dmFrames)
+        .mandatory<LayerStereoOutputChannel>(L"layerStereoOutputChannel", _stereoOutputChannel,
+                                             "The stereo output channel.")
+        .mandatory<IsResultLayer>(L"isResultLayer", _isResultLayer,
+                                  "The layer holds what its track's layers amount to.")
         .status();
 }
 

@@ -13,15 +13,15 @@ class ZR_DM_API DmLayerNode final
     : public DmNode<DmLayerNode, DmCollectionNode, &DmTreeVisitor::visitLayerNode, &DmTreeVisitor::postProcessLayerNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmLayerNode";
     enum Property : int
     {
-        LayerNum = 5,
+        LayerNum = FirstOwn,
         MediaType,
         LayerStartTC,
         LayerLength,
         LayerStereoOutputChannel,
-        IsResultLayer
+        IsResultLayer,
+        PropertyCount
     };
 
     explicit DmLayerNode(const DmNodeId& id);

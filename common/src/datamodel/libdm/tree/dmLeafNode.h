@@ -6,7 +6,7 @@
 class ZR_DM_API DmLeafNode : public DmTreeNode
 {
 public:
-    static constexpr const wchar_t* className = L"DmLeafNode";
+    static constexpr const wchar_t* className = dmClassName<DmLeafNode>;
 
     using DmTreeNode::DmTreeNode;
 };

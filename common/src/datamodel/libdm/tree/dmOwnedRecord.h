@@ -5,23 +5,19 @@
 ///     DmOwnedRecord<DmFrameResolution> _resolution{dmSharedDefault<DmFrameResolution>()};
 ///
 ///     const DmFrameResolution* getResolution() const { return _resolution.get(); }
-///     DmFrameResolution* getResolution() { return _resolution.forChange(*this); }
+///     DmFrameResolution* ownResolution() { return _resolution.own(*this, Resolution); }
 #pragma once
 
+#include "dmPropertySetInit.h"
 #include "dmSlots.h"
 
-/// The default of a record's class, the same object for all: made on the first call and kept for the life of the
-/// process. Its setters answer DM_CANNOT_LOCK.
+/// The default of a record's class, one object in the process: made on the first call and kept as long as the process
+/// lives. Its setters answer DM_CANNOT_LOCK.
 template <class T>
 const CoSharedPtr<T>& dmSharedDefault()
 {
-    static const CoSharedPtr<T>& shared = []() -> const CoSharedPtr<T>&
-    {
-        auto& made = *new CoSharedPtr<T>(T::create());
-        if (made)
-            made->freeze();
-        return made;
-    }();
+    static const auto& shared = *new CoSharedPtr<T>(static_cast<T*>(
+        DmPropertySetInit<T>::record().sharedDefault([] { return DmPropertySetPtr(T::create()); }).get()));
     return shared;
 }
 

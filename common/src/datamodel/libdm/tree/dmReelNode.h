@@ -7,7 +7,5 @@ class ZR_DM_API DmReelNode final
     : public DmNode<DmReelNode, DmCollectionNode, &DmTreeVisitor::visitReelNode, &DmTreeVisitor::postProcessReelNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmReelNode";
-
     explicit DmReelNode(const DmNodeId& id);
 };

@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmRoot> registration;
-
 DmRoot::DmRoot(const DmNodeId& id)
     : DmNode(DM_ROOT_NODE, id, DmPropertySetInit<DmRoot>::data())
     , _identification(DmIdentification::create())
@@ -12,7 +10,9 @@ DmRoot::DmRoot(const DmNodeId& id)
 
 eDmErrorId DmRoot::createList()
 {
-    return declare(*this, DmCollectionNode::createList()).mandatory(L"identification", _identification).status();
+    return declare(*this, DmCollectionNode::createList())
+        .mandatory<Identification>(L"identification", _identification, "Who and what made the tree.")
+        .status();
 }
 
 eDmErrorId DmRoot::setIdentification(DmIdentification* identification)

@@ -10,10 +10,10 @@ class ZR_DM_API DmRoot final
     : public DmNode<DmRoot, DmCollectionNode, &DmTreeVisitor::visitRootNode, &DmTreeVisitor::postProcessRootNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmRoot";
     enum Property : int
     {
-        Identification = 5
+        Identification = FirstOwn,
+        PropertyCount
     };
 
     explicit DmRoot(const DmNodeId& id);
@@ -21,7 +21,10 @@ public:
 
     /// Null only where a document or a caller made it so.
     const DmIdentification* getIdentification() const { return _identification.get(); }
-    DmIdentification* getIdentification() { return _identification.forChange(*this); }
+    DmIdentification* getIdentification() { return _identification.get(); }
+    /// To be changed: a constant record is first replaced by a copy. Null where there is none or the root is a
+    /// constant.
+    DmIdentification* ownIdentification() { return _identification.own(*this, Identification); }
     /// Shares the record.
     eDmErrorId setIdentification(DmIdentification* identification);
     eDmErrorId setIdentification(const CoSharedPtr<DmIdentification>& identification);

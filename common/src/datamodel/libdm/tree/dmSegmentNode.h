@@ -17,10 +17,10 @@
 class ZR_DM_API DmSegmentNode : public DmLeafNode
 {
 public:
-    static constexpr const wchar_t* className = L"DmSegmentNode";
+    static constexpr const wchar_t* className = dmClassName<DmSegmentNode>;
     enum Property : int
     {
-        RecIn = 4,
+        RecIn = DmLeafNode::PropertyCount,
         RecLength,
         RelIn,
         Effects,
@@ -30,7 +30,8 @@ public:
         SegmentId,
         SegmentPreviousIds,
         ShotName,
-        Muted
+        Muted,
+        PropertyCount
     };
 
     DmSegmentNode* asSegment() final { return this; }

@@ -3,7 +3,20 @@
 #include "dmDeclare.h"
 #include "dmStoredLabel.h"
 
-static const DmPropertySetInit<DmSourceInfo> registration;
+namespace
+{
+
+/// In the order of their codes.
+constexpr DmNamedValue sourceTypes[] = {{DmSourceInfo::Unknown, "Unknown", "Unknown"},
+                                        {DmSourceInfo::Reel, "Reel", "Reel"},
+                                        {DmSourceInfo::Varicam, "Varicam", "Varicam"},
+                                        {DmSourceInfo::Spirit, "Spirit", "Spirit"},
+                                        {DmSourceInfo::File, "File", "File"},
+                                        {DmSourceInfo::Files, "Files", "Files"},
+                                        {DmSourceInfo::FileSequence, "FileSequence", "FileSequence"},
+                                        {DmSourceInfo::Module, "Module", "Module"}};
+
+} // namespace
 
 DmSourceInfo::DmSourceInfo(const DmNodeId& id)
     : DmConcrete(id, DmPropertySetInit<DmSourceInfo>::data())
@@ -15,48 +28,53 @@ DmSourceInfo::DmSourceInfo(const DmNodeId& id)
 eDmErrorId DmSourceInfo::createList()
 {
     return declare(*this)
-        .mandatory(L"sourceType", _sourceType)
-        .optional(L"name", _name)
-        .optional(L"reelName", _reelName)
-        .mandatory(L"track", _track)
-        .optional(L"mediaOrigin", _mediaOrigin)
-        .optional(L"fileType", _fileType)
-        .optional(L"path", _path)
-        .mandatory(L"fileList", _fileList)
-        .optional(L"fileSeqBegin", _fileSeqBegin)
-        .optional(L"fileSeqEnd", _fileSeqEnd)
-        .optional(L"essenceUID", _essenceUID)
-        .optional(L"sourceUID", _sourceUID)
-        .optional(L"originalSourceUID", _originalSourceUID)
-        .optional(L"imageUseResize", _imageUseResize)
-        .optional(L"imageResizeType", _imageResizeType)
-        .optional(L"imageFilterType", _imageFilterType)
-        .optional(L"imageKeepAspect", _imageKeepAspect)
-        .optional(L"imagePanX", _imagePanX)
-        .optional(L"imagePanY", _imagePanY)
-        .optional(L"imageLut", _imageLut)
-        .mandatory(L"imageChannels", _imageChannels)
-        .optional(L"softImport", _softImport)
-        .optional(L"PDCaptureMode", _pdCaptureMode)
-        .mandatory(L"PDFrameType", _pdFrameType)
-        .optional(L"PDRefFrame", _pdRefFrame)
-        .optional(L"PDDFRefFrame", _pdDFRefFrame)
-        .optional(L"PDDropFrame", _pdDropFrame)
-        .optional(L"PDTimewarpSource", _pdTimewarpSource)
-        .optional(L"VaricamCaptureMode", _varicamCaptureMode)
-        .optional(L"VaricamTimecode", _varicamTimecode)
-        .optional(L"VaricamFcm", _varicamFcm)
-        .optional(L"kkInfo", _kkInfo)
-        .mandatory(L"sequence", _sequence)
-        .optional(L"ConsolidateOffset", _consolidateOffset)
-        .mandatoryCdata(L"aafOptions", _aafOptions)
-        .mandatoryCdata(L"MIOInfo", _mioInfo)
+        .mandatory<Type>(L"sourceType", _sourceType, "The kind of source.", sourceTypes)
+        .optional<Name>(L"name", _name, "The name of the source.")
+        .optional<ReelName>(L"reelName", _reelName, "The name of the tape or roll.")
+        .mandatory<Track>(L"track", _track, "The track of the tape or file.")
+        .optional<MediaOrigin>(L"mediaOrigin", _mediaOrigin, "The origin of the media, as the application names it.")
+        .optional<FileTypeCode>(L"fileType", _fileType, "The type of the file: the application's own codes.")
+        .optional<Path>(L"path", _path, "The path of the file.")
+        .mandatory<FileList>(L"fileList", _fileList, "The paths of the files, where there are several.")
+        .optional<FileSeqBegin>(L"fileSeqBegin", _fileSeqBegin, "The number of the first file of a sequence.")
+        .optional<FileSeqEnd>(L"fileSeqEnd", _fileSeqEnd, "The number of the last file of a sequence.")
+        .optional<EssenceUID>(L"essenceUID", _essenceUID, "The identifier of the media.")
+        .optional<SourceUID>(L"sourceUID", _sourceUID, "The identifier of the source.")
+        .optional<OriginalSourceUID>(L"originalSourceUID", _originalSourceUID,
+                                     "The identifier of the source that this one was made from.")
+        .optional<ImageUseResize>(L"imageUseResize", _imageUseResize, "The picture is resized when it is imported.")
+        .optional<ImageResizeType>(L"imageResizeType", _imageResizeType, "How it is resized.")
+        .optional<ImageFilterType>(L"imageFilterType", _imageFilterType, "The filter that resizes it.")
+        .optional<ImageKeepAspect>(L"imageKeepAspect", _imageKeepAspect, "Resizing keeps the proportions.")
+        .optional<ImagePanX>(L"imagePanX", _imagePanX, "How far the resized picture is moved, across.", dmPixels)
+        .optional<ImagePanY>(L"imagePanY", _imagePanY, "How far the resized picture is moved, vertically.", dmPixels)
+        .optional<ImageLut>(L"imageLut", _imageLut, "The look-up table that is applied.")
+        .mandatory<ImageChannelsCode>(L"imageChannels", _imageChannels,
+                                      "Which channels of the picture are taken: the application's own codes.")
+        .optional<SoftImport>(L"softImport", _softImport, "The files stay where they are.")
+        .optional<PDCaptureMode>(L"PDCaptureMode", _pdCaptureMode, "The source is captured with its pulldown removed.")
+        .mandatory<PDFrameType>(L"PDFrameType", _pdFrameType,
+                                "The position of the reference frame in the pulldown cadence, \"AA\" to \"DD\".")
+        .optional<PDRefFrame>(L"PDRefFrame", _pdRefFrame, "The reference frame of the pulldown.", dmFrames)
+        .optional<PDDFRefFrame>(L"PDDFRefFrame", _pdDFRefFrame, "The same frame as drop-frame time counts it.",
+                                dmFrames)
+        .optional<PDDropFrame>(L"PDDropFrame", _pdDropFrame, "The reference frame is counted in drop-frame time.")
+        .optional<PDTimewarpSource>(L"PDTimewarpSource", _pdTimewarpSource, "The source with pulldown has a timewarp.")
+        .optional<VaricamCaptureMode>(L"VaricamCaptureMode", _varicamCaptureMode,
+                                      "The source is captured from a variable-rate camera.")
+        .optional<VaricamTimecode>(L"VaricamTimecode", _varicamTimecode, "The camera's time code.", dmFrames)
+        .optional<VaricamFcm>(L"VaricamFcm", _varicamFcm, "The frame-code mode that the camera counts in.",
+                              dmModeNames())
+        .optional<KkInfo>(L"kkInfo", _kkInfo, "The key code of the film.")
+        .mandatory<Sequence>(L"sequence", _sequence, "What the source was put together from, in order.")
+        .optional<ConsolidateOffset>(L"ConsolidateOffset", _consolidateOffset, "How far consolidating moved the media.",
+                                     dmFrames)
+        .mandatoryCdata<AafOptions>(L"aafOptions", _aafOptions, "Options of an import, as text.")
+        .mandatoryCdata<MIOInfo>(L"MIOInfo", _mioInfo, "What the reader of the media knows about them, as text.")
         .status();
 }
 
 const char* DmSourceInfo::getSourceTypeStr(SourceType type)
 {
-    static constexpr const char* texts[] = {"Unknown", "Reel",  "Varicam",      "Spirit",
-                                            "File",    "Files", "FileSequence", "Module"};
-    return texts[type >= Unknown && type <= Module ? type : Unknown];
+    return sourceTypes[type >= Unknown && type <= Module ? type : Unknown].text;
 }

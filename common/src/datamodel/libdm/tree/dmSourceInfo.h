@@ -10,7 +10,6 @@
 class ZR_DM_API DmSourceInfo final : public DmConcrete<DmSourceInfo>
 {
 public:
-    static constexpr const wchar_t* className = L"DmSourceInfo";
     enum Property : int
     {
         Type,
@@ -48,7 +47,8 @@ public:
         Sequence,
         ConsolidateOffset,
         AafOptions,
-        MIOInfo
+        MIOInfo,
+        PropertyCount
     };
 
     enum SourceType : int
@@ -147,7 +147,9 @@ public:
 
     /// Null only where a document or a caller made it so.
     const DmKKInfo* getKkInfo() const { return _kkInfo.get(); }
-    DmKKInfo* getKkInfo() { return _kkInfo.forChange(*this); }
+    /// To be changed: the shared default is first replaced by a copy, which is a change of the property. Null where
+    /// there is none or this is a constant.
+    DmKKInfo* ownKkInfo() { return _kkInfo.own(*this, KkInfo); }
     /// Shares the record.
     eDmErrorId setKkInfo(const CoSharedPtr<DmKKInfo>& info) { return set(KkInfo, info); }
     const std::vector<DmString>& getSequence() const { return _sequence; }

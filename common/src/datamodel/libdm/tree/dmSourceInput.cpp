@@ -15,27 +15,23 @@ namespace
 {
 ZR_ENV_VAR(bool, disableTimeCodeConversion, "ZR_DISABLE_TCC", false);
 
-/// Registers an input under its class name, and under the qualified one that documents use as well.
-template <class T>
-class InputRegistration
+/// Lets documents call a class by its qualified name as well.
+template <class... T>
+bool registerQualifiedNames()
 {
-public:
-    explicit InputRegistration(const DmString& qualifiedName)
+    const auto add = [](const wchar_t* name, DmPropertyCreator creator)
     {
-        [[maybe_unused]] const eDmErrorId status =
-            DmPropertyFactory::getInstance().registerAlias(qualifiedName, DmPropertySetInit<T>::createInstance);
-        ZR_ASSERT_HARD(status == DM_NO_ERROR);
-    }
+        const DmString qualified((std::wstring(L"DmSourceNode::") + name).c_str());
+        return DmPropertyFactory::getInstance().registerAlias(qualified, creator) == DM_NO_ERROR;
+    };
+    return (add(T::className, DmPropertySetInit<T>::createInstance) && ...);
+}
 
-private:
-    DmPropertySetInit<T> _registration;
-};
+const bool qualifiedNamesAreKnown =
+    registerQualifiedNames<DmSourceNode::MediaInput, DmSourceNode::GeneratedInput, DmSourceNode::DerivedInput,
+                           DmSourceNode::RelinkedInput, DmSourceNode::DictionaryEntry>();
 
-const InputRegistration<DmSourceNode::MediaInput> mediaInput(L"DmSourceNode::MediaInput");
-const InputRegistration<DmSourceNode::GeneratedInput> generatedInput(L"DmSourceNode::GeneratedInput");
-const InputRegistration<DmSourceNode::DerivedInput> derivedInput(L"DmSourceNode::DerivedInput");
-const InputRegistration<DmSourceNode::RelinkedInput> relinkedInput(L"DmSourceNode::RelinkedInput");
-const InputRegistration<DmSourceNode::DictionaryEntry> dictionaryEntry(L"DmSourceNode::DictionaryEntry");
+constexpr DmTextTable knownInputTypes{DmSourceNode::GeneratedInput::inputTypes, false, false};
 
 CoSharedPtr<DmPropertySet> copyOf(const DmSourceInfo* info)
 {
@@ -57,20 +53,21 @@ DmSourceNode::Input::Input(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& c
 eDmErrorId DmSourceNode::Input::createList()
 {
     return declare(*this)
-        .optional(L"name", _name)
-        .mandatory(L"mediaType", _mediaType)
-        .mandatory(L"srcLength", _srcLength)
-        .optional(L"srcFcm", _srcFcm)
-        .mandatory(L"primaryResolution", _primaryResolution)
-        .mandatory(L"primaryFrames", _primaryFrames)
-        .optional(L"altResolution", _altResolution)
-        .mandatory(L"altFrames", _altFrames)
-        .optional(L"audioProperties", _audioProperties)
-        .mandatory(L"audioFrames", _audioFrames)
-        .mandatory(L"processed", _processed)
-        .optional(L"comment", _comment)
-        .optional(L"anamorphicFlag", _anamorphicFlag)
-        .optional(L"hasMedia", _hasMedia)
+        .optional<Name>(L"name", _name, "The name of the material.")
+        .mandatory<MediaType>(L"mediaType", _mediaType, "Its medium.", dmMediaTypes)
+        .mandatory<SrcLength>(L"srcLength", _srcLength, "Its length.", dmMaterialFrames)
+        .optional<SrcFcm>(L"srcFcm", _srcFcm, "The frame-code mode that its frames count in.", dmModeNames())
+        .mandatory<PrimaryResolution>(L"primaryResolution", _primaryResolution, "The primary format of the picture.")
+        .mandatory<PrimaryFrames>(L"primaryFrames", _primaryFrames, "Records of single frames in the primary format.")
+        .optional<AltResolution>(L"altResolution", _altResolution, "The alternative format of the picture.")
+        .mandatory<AltFrames>(L"altFrames", _altFrames, "Records of single frames in the alternative format.")
+        .optional<AudioProps>(L"audioProperties", _audioProperties, "The format of the sound.")
+        .mandatory<AudioFrames>(L"audioFrames", _audioFrames, "Records of single frames of the sound.")
+        .mandatory<Processed>(L"processed", _processed, "The material has been processed.")
+        .optional<Comment>(L"comment", _comment, "Free text.")
+        .optional<Anamorphic>(L"anamorphicFlag", _anamorphicFlag,
+                              "How the picture is squeezed: the application's own codes.")
+        .optional<HasMedia>(L"hasMedia", _hasMedia, "The media are there.")
         .status();
 }
 
@@ -88,7 +85,10 @@ DmSourceNode::DictionaryEntry::DictionaryEntry(const DmNodeId& id)
 
 eDmErrorId DmSourceNode::DictionaryEntry::createList()
 {
-    return declare(*this).optional(L"key", _key).optional(L"value", _value).status();
+    return declare(*this)
+        .optional<Key>(L"key", _key, "The key.")
+        .optional<Value>(L"value", _value, "The value.")
+        .status();
 }
 
 CoSharedPtr<DmSourceNode::DictionaryEntry> DmSourceNode::DictionaryEntry::create(const DmString& key,
@@ -111,12 +111,13 @@ DmSourceNode::MediaInput::MediaInput(const DmNodeId& id)
 eDmErrorId DmSourceNode::MediaInput::createList()
 {
     return declare(*this, Input::createList())
-        .optional(L"srcInStr", _srcInStr)
-        .mandatory(L"srcIn", _srcIn)
-        .optional(L"srcInFcm", _srcInFcm)
-        .optional(L"srcInOffset", _srcInOffset)
-        .mandatory(L"srcInfo", _srcInfo)
-        .optional(L"extraDataDictionary", _extraDataDictionary)
+        .optional<SrcInStr>(L"srcInStr", _srcInStr, "The label of the first frame on the tape or in the file.")
+        .mandatory<SrcIn>(L"srcIn", _srcIn, "The time of that frame, in the mode of the label.", dmFrames)
+        .optional<SrcInFcm>(L"srcInFcm", _srcInFcm, "The frame-code mode of that label.", dmModeNames())
+        .optional<SrcInOffset>(L"srcInOffset", _srcInOffset, "An offset of that time.", dmFrames)
+        .mandatory<SrcInfo>(L"srcInfo", _srcInfo, "Where the media came from.")
+        .optional<ExtraDataDictionary>(L"extraDataDictionary", _extraDataDictionary,
+                                       "Keys and values that go along with the input.")
         .status();
 }
 
@@ -209,15 +210,16 @@ DmSourceNode::GeneratedInput::GeneratedInput(const DmNodeId& id)
 eDmErrorId DmSourceNode::GeneratedInput::createList()
 {
     return declare(*this, Input::createList())
-        .mandatory(L"inputType", _inputType)
-        .mandatory(L"inputColorRed", _red)
-        .mandatory(L"inputColorGreen", _green)
-        .mandatory(L"inputColorBlue", _blue)
-        .mandatory(L"inputColorAlpha", _alpha)
-        .mandatory(L"inputPercentageRatio", _percentageRatio)
-        .mandatory(L"inputSoftness", _softness)
-        .mandatory(L"inputAudioFrequency", _audioFrequency)
-        .mandatory(L"inputAudioLevel", _audioLevel)
+        .mandatory<InputType>(L"inputType", _inputType, "What is generated.", knownInputTypes)
+        .mandatory<InputColorRed>(L"inputColorRed", _red, "The red of the colour.", dmZeroToOne)
+        .mandatory<InputColorGreen>(L"inputColorGreen", _green, "The green of the colour.", dmZeroToOne)
+        .mandatory<InputColorBlue>(L"inputColorBlue", _blue, "The blue of the colour.", dmZeroToOne)
+        .mandatory<InputColorAlpha>(L"inputColorAlpha", _alpha, "The opacity of the colour.", dmZeroToOne)
+        .mandatory<InputPercentageRatio>(L"inputPercentageRatio", _percentageRatio,
+                                         "How much of the picture is filled.")
+        .mandatory<InputSoftness>(L"inputSoftness", _softness, "How soft edges are.")
+        .mandatory<InputAudioFrequency>(L"inputAudioFrequency", _audioFrequency, "The frequency of the tone.", dmHertz)
+        .mandatory<InputAudioLevel>(L"inputAudioLevel", _audioLevel, "The level of the tone.")
         .status();
 }
 
@@ -241,10 +243,10 @@ DmSourceNode::DerivedInput::DerivedInput(const DmNodeId& id)
 eDmErrorId DmSourceNode::DerivedInput::createList()
 {
     return declare(*this, Input::createList())
-        .mandatory(L"srcInStr", _srcInStr)
-        .mandatory(L"srcIn", _srcIn)
-        .mandatory(L"srcInfo", _srcInfo)
-        .mandatory(L"reelName", _reelName)
+        .mandatory<SrcInStr>(L"srcInStr", _srcInStr, "The label of the first frame.")
+        .mandatory<SrcIn>(L"srcIn", _srcIn, "The time of that frame.", dmMaterialFrames)
+        .mandatory<SrcInfo>(L"srcInfo", _srcInfo, "Where the media came from.")
+        .mandatory<ReelName>(L"reelName", _reelName, "The name of the reel.")
         .status();
 }
 
@@ -263,7 +265,7 @@ DmSourceNode::RelinkedInput::RelinkedInput(const DmNodeId& id)
 eDmErrorId DmSourceNode::RelinkedInput::createList()
 {
     return declare(*this, Input::createList())
-        .mandatory(L"reelName", _reelName)
-        .mandatory(L"sourceName", _sourceName)
+        .mandatory<ReelName>(L"reelName", _reelName, "The name of the reel to look for.")
+        .mandatory<SourceName>(L"sourceName", _sourceName, "The name of the source to look for.")
         .status();
 }

@@ -14,7 +14,7 @@
 class ZR_DM_API DmSourceNode::Input : public DmPropertySet
 {
 public:
-    static constexpr const wchar_t* className = L"Input";
+    static constexpr const wchar_t* className = dmClassName<Input>;
     enum Property : int
     {
         Name,
@@ -30,7 +30,8 @@ public:
         Processed,
         Comment,
         Anamorphic,
-        HasMedia
+        HasMedia,
+        PropertyCount
     };
     /// The application's own codes.
     enum AnamorphicFlag : int
@@ -50,16 +51,17 @@ public:
     eDmErrorId setFcm(const DmString& fcm) { return set(SrcFcm, fcm); }
 
     // Formats: setters share the record. There is no primary one until it is set; the others are null only where a
-    // document or a caller made them so.
+    // document or a caller made them so. own...() give what may be changed: the shared default is first replaced by a
+    // copy, which is a change of the property; null where there is none or the input is a constant.
 
     const DmFrameResolution* getPrimaryRes() const { return _primaryResolution.get(); }
-    DmFrameResolution* getPrimaryRes() { return _primaryResolution.forChange(*this); }
+    DmFrameResolution* ownPrimaryRes() { return _primaryResolution.own(*this, PrimaryResolution); }
     eDmErrorId setPrimaryRes(const CoSharedPtr<DmFrameResolution>& format) { return set(PrimaryResolution, format); }
     const DmFrameResolution* getAltRes() const { return _altResolution.get(); }
-    DmFrameResolution* getAltRes() { return _altResolution.forChange(*this); }
+    DmFrameResolution* ownAltRes() { return _altResolution.own(*this, AltResolution); }
     eDmErrorId setAltRes(const CoSharedPtr<DmFrameResolution>& format) { return set(AltResolution, format); }
     const DmAudioProperties* getAudioProperties() const { return _audioProperties.get(); }
-    DmAudioProperties* getAudioProperties() { return _audioProperties.forChange(*this); }
+    DmAudioProperties* ownAudioProperties() { return _audioProperties.own(*this, AudioProps); }
     eDmErrorId setAudioProperties(const CoSharedPtr<DmAudioProperties>& format) { return set(AudioProps, format); }
 
     // Frame by frame, where the media are kept so.
@@ -111,11 +113,11 @@ private:
 class ZR_DM_API DmSourceNode::DictionaryEntry final : public DmConcrete<DmSourceNode::DictionaryEntry>
 {
 public:
-    static constexpr const wchar_t* className = L"DictionaryEntry";
     enum Property : int
     {
         Key,
-        Value
+        Value,
+        PropertyCount
     };
 
     explicit DictionaryEntry(const DmNodeId& id);
@@ -138,15 +140,15 @@ private:
 class ZR_DM_API DmSourceNode::MediaInput final : public DmConcrete<DmSourceNode::MediaInput, DmSourceNode::Input>
 {
 public:
-    static constexpr const wchar_t* className = L"MediaInput";
     enum Property : int
     {
-        SrcInStr = 14,
+        SrcInStr = FirstOwn,
         SrcIn,
         SrcInFcm,
         SrcInOffset,
         SrcInfo,
-        ExtraDataDictionary
+        ExtraDataDictionary,
+        PropertyCount
     };
 
     explicit MediaInput(const DmNodeId& id);
@@ -199,10 +201,9 @@ class ZR_DM_API DmSourceNode::GeneratedInput final
     : public DmConcrete<DmSourceNode::GeneratedInput, DmSourceNode::Input>
 {
 public:
-    static constexpr const wchar_t* className = L"GeneratedInput";
     enum Property : int
     {
-        InputType = 14,
+        InputType = FirstOwn,
         InputColorRed,
         InputColorGreen,
         InputColorBlue,
@@ -210,7 +211,8 @@ public:
         InputPercentageRatio,
         InputSoftness,
         InputAudioFrequency,
-        InputAudioLevel
+        InputAudioLevel,
+        PropertyCount
     };
     /// What "inputType" may be.
     static constexpr const wchar_t* inputTypes[] = {L"INPUT_BLACK",        L"INPUT_COLOUR",     L"INPUT_NOISE",
@@ -258,13 +260,13 @@ private:
 class ZR_DM_API DmSourceNode::DerivedInput final : public DmConcrete<DmSourceNode::DerivedInput, DmSourceNode::Input>
 {
 public:
-    static constexpr const wchar_t* className = L"DerivedInput";
     enum Property : int
     {
-        SrcInStr = 14,
+        SrcInStr = FirstOwn,
         SrcIn,
         SrcInfo,
-        ReelName
+        ReelName,
+        PropertyCount
     };
 
     explicit DerivedInput(const DmNodeId& id);
@@ -292,11 +294,11 @@ private:
 class ZR_DM_API DmSourceNode::RelinkedInput final : public DmConcrete<DmSourceNode::RelinkedInput, DmSourceNode::Input>
 {
 public:
-    static constexpr const wchar_t* className = L"RelinkedInput";
     enum Property : int
     {
-        ReelName = 14,
-        SourceName
+        ReelName = FirstOwn,
+        SourceName,
+        PropertyCount
     };
 
     explicit RelinkedInput(const DmNodeId& id);

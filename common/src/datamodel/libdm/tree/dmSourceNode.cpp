@@ -13,8 +13,6 @@ namespace
 ZR_ENV_VAR(bool, noSourceTimeCheck, "ZR_NO_SOURCE_TIME_CHECK", false);
 }
 
-static const DmPropertySetInit<DmSourceNode> registration;
-
 DmSourceNode::DmSourceNode(const DmNodeId& id)
     : DmNode(DM_SOURCE_NODE, id, DmPropertySetInit<DmSourceNode>::data())
 {
@@ -23,10 +21,10 @@ DmSourceNode::DmSourceNode(const DmNodeId& id)
 eDmErrorId DmSourceNode::createList()
 {
     return declare(*this, DmSegmentNode::createList())
-        .mandatory(L"srcInput", _srcInput)
-        .optional(L"srcMultiInput", _srcMultiInput)
-        .optional(L"isMultiChannel", _isMultiChannel)
-        .optional(L"fxChecksum", _fxChecksum)
+        .mandatory<SrcInput>(L"srcInput", _srcInput, "The material.")
+        .optional<SrcMultiInput>(L"srcMultiInput", _srcMultiInput, "Further inputs of a source of several channels.")
+        .optional<IsMultiChannel>(L"isMultiChannel", _isMultiChannel, "The source plays its further inputs.")
+        .optional<FxChecksum>(L"fxChecksum", _fxChecksum, "A checksum of the applied effects; 2147483647 for none.")
         .status();
 }
 

@@ -16,13 +16,13 @@ public:
     class RelinkedInput;
     class DictionaryEntry;
 
-    static constexpr const wchar_t* className = L"DmSourceNode";
     enum Property : int
     {
-        SrcInput = 15,
+        SrcInput = FirstOwn,
         SrcMultiInput,
         IsMultiChannel,
-        FxChecksum
+        FxChecksum,
+        PropertyCount
     };
 
     explicit DmSourceNode(const DmNodeId& id);

@@ -29,6 +29,21 @@ DmString dmFcmText(DM::FrameCodeModes fcm)
     return DmString(std::wstring(name.begin(), name.end()));
 }
 
+const DmTextTable& dmModeNames()
+{
+    static const auto table = []
+    {
+        auto& names = *new std::vector<DmString>{DmString(), dmFcmText(FCM_NOT_DEFINED)};
+        for (const DM::FrameCodeModes mode : FcmUtil::getModes())
+            names.push_back(dmFcmText(mode));
+        auto& texts = *new std::vector<const wchar_t*>;
+        for (const DmString& name : names)
+            texts.push_back(name.c_str());
+        return DmTextTable{texts, true, true};
+    }();
+    return table;
+}
+
 DM::FrameCodeModes dmModeOrDefault(DM::FrameCodeModes fcm)
 {
     return fcm == FCM_NOT_DEFINED ? DM::TimeUnit::findDefaultFcm() : fcm;

@@ -2,6 +2,7 @@
 /// frame-code mode that it is written in.
 #pragma once
 
+#include "dmPropertyDef.h"
 #include "dmString.h"
 #include "tuFcm.h"
 
@@ -9,6 +10,8 @@
 ZR_DM_API DM::FrameCodeModes dmFcmFromText(const DmString& text);
 /// The name of a mode, "???" for FCM_NOT_DEFINED: what the nodes' frame-code properties hold.
 ZR_DM_API DmString dmFcmText(DM::FrameCodeModes fcm);
+/// The names of all modes, and the two texts of none: what such a property may hold.
+ZR_DM_API const DmTextTable& dmModeNames();
 /// The mode itself, or the process-wide default for FCM_NOT_DEFINED, or FCM_NOT_DEFINED where there is none.
 ZR_DM_API DM::FrameCodeModes dmModeOrDefault(DM::FrameCodeModes fcm);
 

@@ -5,8 +5,6 @@
 
 #include "zrAssert.h"
 
-static const DmPropertySetInit<DmTrackNode> registration;
-
 DmTrackNode::DmTrackNode(const DmNodeId& id)
     : DmNode(DM_TRACK_NODE, id, DmPropertySetInit<DmTrackNode>::data())
 {
@@ -15,10 +13,10 @@ DmTrackNode::DmTrackNode(const DmNodeId& id)
 eDmErrorId DmTrackNode::createList()
 {
     return declare(*this, DmCollectionNode::createList())
-        .mandatory(L"trackNum", _trackNum)
-        .mandatory(L"trackChannel", _trackChannel)
-        .mandatory(L"mediaType", _mediaType)
-        .mandatory(L"hasStereoFx", _hasStereoFx)
+        .mandatory<TrackNum>(L"trackNum", _trackNum, "The number of the track.")
+        .mandatory<TrackChannel>(L"trackChannel", _trackChannel, "The output channel of the track.")
+        .mandatory<MediaType>(L"mediaType", _mediaType, "The medium of everything in the track.", dmMediaTypes)
+        .mandatory<HasStereoFx>(L"hasStereoFx", _hasStereoFx, "The track carries stereo effects.")
         .status();
 }
 

@@ -8,13 +8,13 @@ class ZR_DM_API DmTrackNode final
     : public DmNode<DmTrackNode, DmCollectionNode, &DmTreeVisitor::visitTrackNode, &DmTreeVisitor::postProcessTrackNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmTrackNode";
     enum Property : int
     {
-        TrackNum = 5,
+        TrackNum = FirstOwn,
         TrackChannel,
         MediaType,
-        HasStereoFx
+        HasStereoFx,
+        PropertyCount
     };
 
     explicit DmTrackNode(const DmNodeId& id);

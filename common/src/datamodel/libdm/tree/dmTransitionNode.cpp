@@ -5,9 +5,9 @@
 eDmErrorId DmTransitionNode::createList()
 {
     return declare(*this, DmLeafNode::createList())
-        .optional(L"recIn", _recIn)
-        .optional(L"recLength", _recLength)
-        .optional(L"relIn", _relIn)
-        .mandatory(L"mediaType", _mediaType)
+        .optional<RecIn>(L"recIn", _recIn, "The record time at which the transition begins.", dmFrames)
+        .optional<RecLength>(L"recLength", _recLength, "How long it lasts; a cut has no length.", dmFrames)
+        .optional<RelIn>(L"relIn", _relIn, "The offset into the transition itself.", dmFrames)
+        .mandatory<MediaType>(L"mediaType", _mediaType, "Its medium: that of the layer.", dmMediaTypes)
         .status();
 }

@@ -8,13 +8,14 @@
 class ZR_DM_API DmTransitionNode : public DmLeafNode
 {
 public:
-    static constexpr const wchar_t* className = L"DmTransitionNode";
+    static constexpr const wchar_t* className = dmClassName<DmTransitionNode>;
     enum Property : int
     {
-        RecIn = 4,
+        RecIn = DmLeafNode::PropertyCount,
         RecLength,
         RelIn,
-        MediaType
+        MediaType,
+        PropertyCount
     };
 
     DmTransitionNode* asTransition() final { return this; }

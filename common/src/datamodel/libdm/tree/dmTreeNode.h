@@ -39,13 +39,14 @@ enum eDmTreeNodeClassId : int
 class ZR_DM_API DmTreeNode : public DmPropertySet
 {
 public:
-    static constexpr const wchar_t* className = L"DmTreeNode";
+    static constexpr const wchar_t* className = dmClassName<DmTreeNode>;
     enum Property : int
     {
         ClassId,
         Name,
         Comment,
-        BaseBlob
+        BaseBlob,
+        PropertyCount
     };
 
     DmTreeNode(eDmTreeNodeClassId kind, const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData);

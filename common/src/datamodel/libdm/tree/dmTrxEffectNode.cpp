@@ -2,8 +2,6 @@
 
 #include "dmDeclare.h"
 
-static const DmPropertySetInit<DmTrxEffectNode> registration;
-
 DmTrxEffectNode::DmTrxEffectNode(const DmNodeId& id)
     : DmNode(DM_TRX_EFFECT_NODE, id, DmPropertySetInit<DmTrxEffectNode>::data())
 {
@@ -11,7 +9,9 @@ DmTrxEffectNode::DmTrxEffectNode(const DmNodeId& id)
 
 eDmErrorId DmTrxEffectNode::createList()
 {
-    return declare(*this, DmTransitionNode::createList()).mandatory(L"effect", _effect).status();
+    return declare(*this, DmTransitionNode::createList())
+        .mandatory<Effect>(L"effect", _effect, "The effect that leads from one segment into the next.")
+        .status();
 }
 
 CoSharedPtr<DmTrxEffectNode> DmTrxEffectNode::create(const CoSharedPtr<DmEffectSettings>& effect, double recIn,

@@ -9,10 +9,10 @@ class ZR_DM_API DmTrxEffectNode final
     : public DmNode<DmTrxEffectNode, DmTransitionNode, &DmTreeVisitor::visitTrxEffectNode>
 {
 public:
-    static constexpr const wchar_t* className = L"DmTrxEffectNode";
     enum Property : int
     {
-        Effect = 8
+        Effect = FirstOwn,
+        PropertyCount
     };
 
     explicit DmTrxEffectNode(const DmNodeId& id);

@@ -1,0 +1,40 @@
+// Compiled with a mistake at a time.
+#include <ZRdmtree.h>
+
+enum class Mistake
+{
+    Nothing,
+    AnotherOrder,
+    ALineTooFew
+};
+
+class Declared final : public DmConcrete<Declared>
+{
+public:
+    enum Property : int
+    {
+        First,
+        Second,
+        PropertyCount
+    };
+
+    explicit Declared(const DmNodeId& id)
+        : DmConcrete(id, DmPropertySetInit<Declared>::data())
+    {
+    }
+    eDmErrorId createList() override
+    {
+        if constexpr (MISTAKE == Mistake::AnotherOrder)
+            return declare(*this).mandatory<Second>(L"second", _second).mandatory<First>(L"first", _first).status();
+        else if constexpr (MISTAKE == Mistake::ALineTooFew)
+            return declare(*this).mandatory<First>(L"first", _first).status();
+        else
+            return declare(*this).mandatory<First>(L"first", _first).mandatory<Second>(L"second", _second).status();
+    }
+
+private:
+    int _first = 1;
+    int _second = 2;
+};
+
+const CoSharedPtr<Declared> declared = Declared::create();
