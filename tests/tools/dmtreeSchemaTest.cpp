@@ -59,13 +59,16 @@ void fill(DmPropertySet& set)
             continue;
         const DmPropertySetPtr held = createFor(def);
         const bool isFalse = def._type == DM_BOOL && !*static_cast<const bool*>(set.fieldOf(i));
+        const DmString text(isFalse                                ? L"true"
+                            : def._type == DM_CHAR                 ? L"k"
+                            : def._texts && def._texts->isComplete ? def._texts->texts.back()
+                            : def._values.empty()                  ? L"77"
+                                                                   : std::to_wstring(def._values.back().code).c_str());
         const eDmErrorId status =
             def._type == DM_PROPERTY_SET          ? set.setPropertyValue(i, def._type, &held)
             : def._type == DM_VECTOR_PROPERTY_SET ? set.addValueInPropertyList(i, def._type, &held)
             : def._type == DM_MAP_PROPERTY_SET    ? set.setValueFromPropertyMap(i, def._type, L"a key", &held)
-                                                  : set.setPropertyValueFromStr(def._name, isFalse                ? L"true"
-                                                                                           : def._type == DM_CHAR ? L"k"
-                                                                                                                  : L"77");
+                                                  : set.setPropertyValueFromStr(def._name, text);
         EXPECT_EQ(status, DM_NO_ERROR) << def._utf8Name;
     }
 }
@@ -110,6 +113,8 @@ TEST_F(DmtreeSchema, RefusesWhatNoDocumentHolds)
         {"recIn", "recin"},
         {"4.5", "\"4.5\""},
         {"4.5", "null"},
+        {"\"recIn\":4.5", "\"mediaType\":3"},
+        {"DmGapNode\":{\"classId\":5,\"recIn\":4.5}", "DmCompositionNode\":{\"fcm\":\"26 fps\"}"},
         {"DmGapNode", "DmHoleNode"},
         {"DmGapNode\":{\"classId\":5,\"recIn\":4.5}", "DmKeyFrame\":{}"},
         {"{}]", "{\"DmGapNode\":{},\"DmCutNode\":{}}]"},

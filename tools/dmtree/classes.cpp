@@ -13,7 +13,9 @@
 
 #include <iostream>
 #include <memory>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -51,6 +53,44 @@ std::string defaultText(const DmPropertyDef& def)
     return hasText ? dmUtf8(text) : std::string();
 }
 
+/// "0 to 1", "0 undefined, 1 video, 2 audio", or the texts of a String: what the declaration says of the values.
+std::string valuesText(const DmPropertyDef& def)
+{
+    std::ostringstream text;
+    const char* between = "";
+    if (def._range)
+        text << def._range->least << " to " << def._range->most;
+    for (const DmNamedValue& value : def._values)
+        text << std::exchange(between, ", ") << value.code << ' ' << value.text;
+    if (def._texts)
+        for (const wchar_t* const known : def._texts->texts)
+            text << std::exchange(between, ", ") << dmtree::cell(dmUtf8(std::wstring_view(known)));
+    return text.str();
+}
+
+/// What else the declaration says, behind what every property has.
+void addFacts(JsonLine& line, const DmPropertyDef& def)
+{
+    line.add("unit", def._unit).add("meaning", def._meaning);
+    if (def._range)
+        line.add("least", def._range->least).add("most", def._range->most);
+    if (!def._values.empty())
+    {
+        std::vector<std::string> values;
+        for (const DmNamedValue& value : def._values)
+            values.emplace_back(
+                JsonLine().add("code", value.code).add("name", value.name).add("text", value.text).text());
+        line.addObjects("values", values);
+    }
+    if (def._texts)
+    {
+        std::vector<std::string> texts;
+        for (const wchar_t* const text : def._texts->texts)
+            texts.push_back(dmUtf8(std::wstring_view(text)));
+        line.addList("texts", texts);
+    }
+}
+
 int showClass(const Options& options)
 {
     DmString name;
@@ -60,7 +100,8 @@ int showClass(const Options& options)
         std::cerr << "dmtree classes: no class is called '" << options.name << "'\n";
         return dmtree::Unusable;
     }
-    std::vector<Row> rows{{"INDEX", "NAME", "TYPE", "DEFAULT", "WRITTEN", "HOLDS"}};
+    std::vector<Row> rows{{"INDEX", "NAME", "TYPE", "DEFAULT", "WRITTEN", "HOLDS", "UNIT", "VALUES", "MEANING"}};
+    const auto orDash = [](const std::string& text) { return text.empty() ? "-" : text; };
     const DmPropertySetData& data = sample->classData();
     for (int i = 0; i < data.size(); ++i)
     {
@@ -69,18 +110,17 @@ int showClass(const Options& options)
         const char* const written = def._skipIfDefault ? "optional" : "mandatory";
         const std::string held = def._held ? dmUtf8(def._held->name) : std::string();
         if (options.json)
-            std::cout << JsonLine()
-                             .add("index", i)
-                             .add("name", def._utf8Name)
-                             .add("type", type)
-                             .add("default", defaultText(def))
-                             .add("written", written)
-                             .add("holds", held)
-                             .text()
-                      << '\n';
+        {
+            JsonLine line;
+            line.add("index", i).add("name", def._utf8Name).add("type", type).add("default", defaultText(def));
+            line.add("written", written).add("holds", held);
+            addFacts(line, def);
+            std::cout << line.text() << '\n';
+        }
         else
             rows.push_back({std::to_string(i), def._utf8Name, type, def._default ? dmtree::cell(defaultText(def)) : "-",
-                            written, held.empty() ? "-" : held});
+                            written, orDash(held), orDash(def._unit), orDash(def._constant ? "" : valuesText(def)),
+                            orDash(def._meaning)});
     }
     if (!options.json)
         dmtree::printColumns(std::cout, rows);

@@ -18,6 +18,7 @@
 #include <iostream>
 #include <limits>
 #include <map>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -71,6 +72,14 @@ public:
         _writer.StartArray();
         for (const std::string_view value : values)
             string(value);
+        _writer.EndArray();
+    }
+    void addList(std::string_view key, const std::vector<std::int64_t>& values)
+    {
+        name(key);
+        _writer.StartArray();
+        for (const std::int64_t value : values)
+            _writer.Int64(value);
         _writer.EndArray();
     }
     std::string_view text() const { return {_buffer.GetString(), _buffer.GetSize()}; }
@@ -182,6 +191,7 @@ private:
     void addProperty(const DmPropertySet& sample, int index)
     {
         const DmPropertyDef& def = *sample.classData().at(index);
+        describe(def);
         if (def._serializer)
             string();
         else if (def._constant && def._type == DM_ENUM)
@@ -190,12 +200,33 @@ private:
             addType(def);
     }
 
+    /// The meaning, then in what the number counts, then the values that make sense where others are no mistake.
+    void describe(const DmPropertyDef& def)
+    {
+        std::ostringstream text;
+        text << def._meaning;
+        if (*def._unit)
+            text << " In " << def._unit << '.';
+        if (def._range)
+            text << " From " << def._range->least << " to " << def._range->most << '.';
+        if (def._texts && !def._texts->isComplete)
+            for (const wchar_t* const known : def._texts->texts)
+                text << (known == def._texts->texts.front() ? " For example " : ", ")
+                     << dmUtf8(std::wstring_view(known));
+        for (const DmNamedValue& value : def._values)
+            if (!def._constant)
+                text << (&value == def._values.data() ? " " : ", ") << value.code << ": " << value.text;
+        if (text.tellp() > 0)
+            _out.add("description", text.str());
+    }
+
     void addType(const DmPropertyDef& def)
     {
         switch (def._type)
         {
-        case DM_INT:
         case DM_ENUM:
+            return def._values.empty() ? integer<std::int32_t>() : codes(def._values);
+        case DM_INT:
             return integer<std::int32_t>();
         case DM_UINT:
             return integer<std::uint32_t>();
@@ -207,9 +238,10 @@ private:
             return integer<std::int64_t>();
         case DM_UINT64:
             return integer<std::uint64_t>();
+        case DM_STRING:
+            return def._texts && def._texts->isComplete ? string(patternOf(*def._texts)) : string();
         case DM_CHAR:
         case DM_UCHAR:
-        case DM_STRING:
             return string();
         case DM_FLOAT:
         case DM_DOUBLE:
@@ -248,11 +280,40 @@ private:
         _out.add("minimum", Wide{least});
         _out.add("maximum", Wide{most});
     }
-    void string(const char* pattern = nullptr)
+    void codes(const DmEnumTable& values)
+    {
+        _out.add("type", "integer");
+        std::vector<std::int64_t> all;
+        for (const DmNamedValue& value : values)
+            all.push_back(value.code);
+        _out.addList("enum", all);
+    }
+    void string(const std::string& pattern = {})
     {
         _out.add("type", "string");
-        if (pattern)
+        if (!pattern.empty())
             _out.add("pattern", pattern);
+    }
+    /// One of the texts, letters in either case where the table says so.
+    static std::string patternOf(const DmTextTable& table)
+    {
+        std::string pattern = "^(?:";
+        for (const wchar_t* const text : table.texts)
+        {
+            if (text != table.texts.front())
+                pattern += '|';
+            for (const char c : dmUtf8(std::wstring_view(text)))
+            {
+                const bool isLetter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+                if (isLetter && table.ignoresCase)
+                    pattern += {'[', static_cast<char>(c | 0x20), static_cast<char>(c & ~0x20), ']'};
+                else if (c == '?' || c == '.')
+                    pattern += {'\\', c};
+                else
+                    pattern += c;
+            }
+        }
+        return pattern + ")$";
     }
     template <class Items>
     void list(Items&& items)
