@@ -81,7 +81,7 @@ int main()
         "read a cut list of 10 000 events / split it into lines", 4,
         [&]
         {
-            Report report("bench.edl");
+            Report report;
             benchmark::DoNotOptimize(readEdl(text, DM::FCM_24, report));
         },
         [&] { benchmark::DoNotOptimize(splitIntoLines(text)); });
@@ -89,7 +89,7 @@ int main()
     // The events are objects then, and their making and freeing is what costs: held against a copy of the same objects.
     const auto toTree = [](const std::string& list)
     {
-        Report report("bench.edl");
+        Report report;
         return edlToTree(*readEdl(list, DM::FCM_24, report), report);
     };
     const CoSharedPtr<DmRoot> document = toTree(text);

@@ -82,11 +82,11 @@ std::string makeTimeline(std::uint32_t clips)
 
 CoSharedPtr<DmRoot> read(std::string text)
 {
-    Report report("bench.otio");
+    Report report;
     CoSharedPtr<DmRoot> root = readOtio(std::move(text), DM::FCM_NOT_DEFINED, report);
     if (!root || report.count(Report::Warning) != 0)
     {
-        std::fputs(report.toString().c_str(), stderr);
+        std::fputs(report.toString("bench.otio").c_str(), stderr);
         std::exit(1);
     }
     return root;
@@ -135,7 +135,7 @@ int main()
         "write 100 000 clips of OTIO / write the same JSON", 5,
         [&]
         {
-            Report report("bench.json");
+            Report report;
             benchmark::DoNotOptimize(writeOtio(*root, DM::FCM_NOT_DEFINED, report));
         },
         [&]

@@ -92,3 +92,45 @@ function(zr_product target)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/ZRdmtree.pc.in ${out}/ZRdmtree.pc @ONLY)
     install(FILES ${out}/ZRdmtree.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig ${component})
 endfunction()
+
+# zr_interchange_product(<target> LIBRARY <target> [COMPONENT <name>])
+# Conversions of cut lists as a library beside the product, in the package that LIBRARY is installed with; COMPONENT as for
+# zr_product.
+function(zr_interchange_product target)
+    cmake_parse_arguments(PRODUCT "" "LIBRARY;COMPONENT" "" ${ARGN})
+    if(PRODUCT_COMPONENT)
+        add_library(${target} STATIC)
+        set(component COMPONENT ${PRODUCT_COMPONENT} EXCLUDE_FROM_ALL)
+    else()
+        add_library(${target})
+        add_library(ZRdmtree::Interchange ALIAS ${target})
+        set(component COMPONENT ZRdmtree)
+    endif()
+    get_property(rooms GLOBAL PROPERTY ZR_INTERCHANGE_ROOMS)
+    foreach(room IN LISTS rooms)
+        target_sources(${target} PRIVATE $<TARGET_OBJECTS:zr_ic_${room}>)
+    endforeach()
+    set_target_properties(
+        ${target} PROPERTIES OUTPUT_NAME ZRinterchange EXPORT_NAME Interchange LINKER_LANGUAGE CXX INSTALL_RPATH $ORIGIN
+                             VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+
+    # Headers laid out as they are installed.
+    get_property(headers GLOBAL PROPERTY ZR_INTERCHANGE_HEADERS)
+    set(stage ${CMAKE_BINARY_DIR}/stage/interchange)
+    file(MAKE_DIRECTORY ${stage})
+    foreach(header IN LISTS headers)
+        get_filename_component(name ${header} NAME)
+        file(CREATE_LINK ${header} ${stage}/${name} SYMBOLIC)
+    endforeach()
+    target_include_directories(${target} INTERFACE $<BUILD_INTERFACE:${stage}>
+                                                   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/ZRdmtree>)
+    target_link_libraries(${target} PUBLIC ${PRODUCT_LIBRARY})
+    install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ZRdmtree ${component})
+    install(TARGETS ${target} EXPORT ${PRODUCT_LIBRARY} ${component})
+
+    file(RELATIVE_PATH pcPrefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+    string(REGEX REPLACE "/$" "" pcPrefix ${pcPrefix})
+    set(out ${CMAKE_BINARY_DIR}/package/${target})
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/ZRinterchange.pc.in ${out}/ZRinterchange.pc @ONLY)
+    install(FILES ${out}/ZRinterchange.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig ${component})
+endfunction()

@@ -101,7 +101,7 @@ void use(const CoSharedPtr<DmRoot>& root)
     std::ostringstream text;
     expect(DmTreeTool::dump(root.get(), text) == DM_NO_ERROR && !text.str().empty(), "cannot be shown");
     const CoSharedPtr<DmRoot> copy = DmTreeTool::deepClone(root);
-    interchange::Report report("fuzz.json");
+    interchange::Report report;
     if (const auto list = interchange::treeToEdl(*root, DM::FCM_24, report))
         static_cast<void>(interchange::writeEdl(*list));
     static_cast<void>(interchange::writeOtio(*root, DM::FCM_24, report));

@@ -28,7 +28,7 @@ void expect(bool property, const Report& report, const std::string& list)
 {
     if (property)
         return;
-    std::cerr << report.toString() << list;
+    std::cerr << report.toString("fuzz.edl") << list;
     std::abort();
 }
 
@@ -51,16 +51,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     const DM::FrameCodeModes fcm = modes[data[0] % modes.size()];
     const Report::Leniency leniency = data[1] % 2 == 0 ? Report::Strict : Report::Lenient;
-    Report report("fuzz.edl", leniency);
+    Report report(leniency);
     const std::optional<EdlList> list =
         readEdl(std::string(reinterpret_cast<const char*>(data) + 2, size - 2), fcm, report);
     if (!list)
     {
-        expect(report.hasErrors() && !report.toString().empty(), report, "neither a list nor an error");
+        expect(report.hasErrors() && !report.toString("fuzz.edl").empty(), report, "neither a list nor an error");
         return 0;
     }
     const std::string text = writeEdl(*list);
-    Report again("again.edl", leniency);
+    Report again(leniency);
     const std::optional<EdlList> copy = readEdl(text, list->fcm, again);
     expect(copy && *copy == *list, again, text + (copy ? writeEdl(*copy) : ""));
     checkDocument(*list, report);

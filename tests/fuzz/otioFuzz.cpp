@@ -85,9 +85,9 @@ public:
 
 std::string write(const DmRoot& root, DM::FrameCodeModes fcm)
 {
-    Report report("again.otio");
+    Report report;
     const std::optional<std::string> text = writeOtio(root, fcm, report);
-    expect(text && report.toString().empty(), "not written: " + report.toString());
+    expect(text && report.toString("again.otio").empty(), "not written: " + report.toString("again.otio"));
     return *text;
 }
 
@@ -106,7 +106,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const DM::FrameCodeModes fcm = modes[data[0] % modes.size()];
     const Report::Leniency leniency = data[1] % 2 == 0 ? Report::Strict : Report::Lenient;
     const std::string text(reinterpret_cast<const char*>(data) + 2, size - 2);
-    Report report("fuzz.otio", leniency);
+    Report report(leniency);
     const CoSharedPtr<DmRoot> root = readOtio(text, fcm, report);
     expect((root == nullptr) == report.hasErrors(), "result and report differ");
     if (!root)
@@ -117,9 +117,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string written = write(*root, fcm);
     if (report.count(Report::Warning) == 0)
         expect(canonical(text) == canonical(written), text + "\ncame back as\n" + written);
-    Report again("again.otio", leniency);
+    Report again(leniency);
     const CoSharedPtr<DmRoot> copy = readOtio(written, fcm, again);
-    expect(copy != nullptr, again.toString() + written);
+    expect(copy != nullptr, again.toString("again.otio") + written);
     std::string difference;
     expect(DmTreeTool::areEqual(root.get(), copy.get(), &difference),
            "read otherwise at " + difference + ": " + written);

@@ -38,7 +38,7 @@ TEST_F(DmtreeConvert, TurnsAListIntoADocumentAndBack)
     convert({{"edit.json", "out.edl"}});
     EXPECT_EQ(read("out.edl"), list);
     // The rate that nobody named, and a list that is only put in order.
-    convert({{"in.EDL", "tidy.edl"}, 0, "", "...in.EDL: notice: ..."});
+    convert({{"in.EDL", "tidy.edl"}, 0, "", "...in.EDL: note: ..."});
     EXPECT_EQ(read("tidy.edl"), list);
 }
 
@@ -53,20 +53,44 @@ TEST_F(DmtreeConvert, NamesMistakesAndLeavesTheOutputAsItWas)
     const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{"--fcm", "25 fps", "wrong.edl", "there.json"},
          "wrong.edl:7: the source has 75 frames, the record side 50..."},
-        {{"wrong.json", "there.edl"}, "wrong.json:2: JSON parse error : ..."},
+        {{"wrong.json", "there.edl"}, "wrong.json:2:1: JSON parse error : ..."},
         {{"none.json", "there.edl"}, "none.json: the document holds no composition\n"},
-        {{"absent.edl", "there.json"}, "dmtree: absent.edl: No such file or directory\n..."},
-        {{"list.edl", "there.xml"}, "dmtree: there.xml: the extension names no format that there is; ..."},
-        {{"list", "there.json"}, "dmtree: list: the extension names no format that there is; ..."},
-        {{"--fcm", "25 fps", "list.edl", "no/where.edl"}, "dmtree: no/where.edl: No such file or directory\n..."},
+        {{"absent.edl", "there.json"}, "absent.edl: No such file or directory\n"},
+        {{"list.edl", "there.xml"}, "...list.edl: there.xml: the extension names no format that there is; ..."},
+        {{"list", "there.json"}, "list: No such file or directory\n"},
+        {{"--fcm", "25 fps", "list.edl", "no/where.edl"}, "list.edl: no/where.edl: No such file or directory\n"},
         {{"--fcm", "26 fps", "list.edl", "there.json"}, "--fcm: '26 fps' is no frame-code mode. ..."},
-        {{"list.edl"}, "OUT is required..."},
+        {{"list.edl"}, "FILE: ..."},
     };
     for (const auto& [arguments, err] : cases)
         convert({arguments, 2, "", err});
     EXPECT_EQ(read("there.json") + read("there.edl"), "oldold");
     convert({{"--fcm", "25 fps", "--lenient", "wrong.edl", "there.json"}, 0, "", "wrong.edl:7: warning: ..."});
     EXPECT_NE(read("there.json"), "old");
+    // For scripts.
+    convert({{"--fcm", "25 fps", "--lenient", "--fail-on-warning", "--json", "wrong.edl", "there.json"},
+             1,
+             "{\"in\":\"wrong.edl\",\"out\":\"there.json\",\"result\":\"converted\",\"findings\":[{\"severity\":"
+             "\"warning\",\"code\":\"DM602\",\"line\":7,\"text\":\"...\"}]}\n",
+             ""});
+}
+
+TEST_F(DmtreeConvert, TakesStandardInputAndOutputAndWritesManyIntoADirectory)
+{
+    write("a.edl", list);
+    write("b", list); // told by its first bytes
+    convert({{"--fcm", "25 fps", "a.edl", "b", "out/", "--to", "otio"}});
+    EXPECT_TRUE(matches(read("out/a.otio"), "...\"Timeline.1\"..."));
+    EXPECT_EQ(read("out/a.otio"), read("out/b.otio"));
+    convert({{"out/a.otio", "-", "--to", "edl"}, 0, "TITLE: Reel 1\n...", ""});
+    convert({{"a.edl", "b/a.otio", "out/", "--to", "edl"},
+             2,
+             "",
+             "dmtree: out/a.edl: both a.edl and b/a.otio would be..."});
+    convert({{"a.edl", "b", "c.json"}, 2, "", "dmtree: c.json: no directory, ..."});
+    convert({{"a.edl", "b", "out"}, 2, "", "dmtree: out: a directory has no extension: ..."});
+    convert({{"--track", "V2", "a.edl", "c.edl"}, 2, "", "...a.edl: there is no track V2\n"});
+    convert({{"--track", "A1", "--fcm", "25 fps", "a.edl", "-", "--to", "edl"}, 0, "...001  A        A     C ...", ""});
 }
 
 TEST_F(DmtreeConvert, ReplacesAListAsAWholeAndKeepsItsModeAndLink)

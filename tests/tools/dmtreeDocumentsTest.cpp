@@ -200,7 +200,7 @@ TEST(DmtreeDocuments, WhatWouldBeChangedIsRefusedUnlessThatIsAskedFor)
         {{"dump", file}, 2, "", places},
         {{"info", file}, 2, "", places},
         {{"check", "--repair", "-o", out, file}, 2, places},
-        {{"convert", file, copy}, 2, "", "...:2: comment: 5 became \"5\"\n..."},
+        {{"convert", file, copy}, 2, "", "...:2:24: comment: 5 became \"5\"\n..."},
         {{"check", file},
          1,
          file + ": violation: line 2, column 9: name: null is lost: the name stands again\n" + file +
@@ -208,7 +208,7 @@ TEST(DmtreeDocuments, WhatWouldBeChangedIsRefusedUnlessThatIsAskedFor)
         {{"check", "--lenient", file}, 0, "...warning: line 2, column 9...warning: ...: valid\n"},
         {{"dump", "--lenient", file}, 0, "..."},
         {{"info", "--lenient", file}, 0, "..."},
-        {{"convert", "--lenient", file, copy}, 0, "", "...warning: comment: 5 became \"5\"\n..."},
+        {{"convert", "--lenient", file, copy}, 0, "", "...:2:24: warning: comment: 5 became \"5\"\n..."},
         {{"fmt", "--lenient", file, "-o", file}, 0},
         {{"check", file}, 0, file + ": valid\n"},
     };

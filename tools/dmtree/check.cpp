@@ -132,25 +132,32 @@ void checkCollection(DmTreeNode& collection, const std::string& path, std::vecto
     }
 }
 
-Finding changed(const DmJsonChange& change, const Options& options)
+/// What reading had to say: a value that is not kept as it stands is a fault, unless that is asked for.
+void addFindings(const std::vector<DmFinding>& findings, const Options& options, Report& report)
 {
-    const std::string place =
-        "line " + std::to_string(change.place.line) + ", column " + std::to_string(change.place.column);
-    return {options.lenient ? "warning" : "violation", place, "", change.text()};
+    for (const DmFinding& finding : findings)
+    {
+        if (finding.severity == DmFinding::Note)
+            continue;
+        const bool isFault = dmtree::isChange(finding) && !options.lenient;
+        (isFault ? report.violations : report.warnings)
+            .push_back({isFault ? "violation" : "warning", dmtree::placeText(finding), finding.record, finding.text});
+    }
 }
 
 Report checkFile(const std::string& file, const Options& options)
 {
     Report report;
-    dmtree::Document document = dmtree::openDocument(file);
+    interchange::Options reading;
+    reading.lenient = true; // a list with mistakes is checked, too
+    dmtree::Document document = dmtree::openDocument(file, reading);
     if (options.repair && !options.lenient)
         document.refuseChanges();
     report.error = document.what();
     if (!document.root)
         return report;
+    addFindings(document.findings, options, report);
 
-    for (const DmJsonChange& change : document.changes.list)
-        (options.lenient ? report.warnings : report.violations).push_back(changed(change, options));
     const auto checkTimes = [&]
     {
         TimeChecker checker(report.warnings);

@@ -1,131 +1,162 @@
-// dmtree convert: cut lists to documents and back, by the extensions of the two files.
+// dmtree convert: cut lists and documents of any format into any other.
 #include "dmtree.h"
 #include "documents.h"
-#include "textFile.h"
-
-#include "icEdlReader.h"
-#include "icEdlToTree.h"
-#include "icEdlWriter.h"
-#include "icOtioReader.h"
-#include "icOtioWriter.h"
-#include "icTreeToEdl.h"
+#include "jsonLine.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <array>
+#include <csignal>
 #include <filesystem>
 #include <iostream>
+#include <map>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace
 {
 
 using DM::FcmUtil;
-using interchange::Report;
 
 struct Options
 {
     std::string fcm;
+    std::string from;
+    std::string to;
+    std::string composition;
+    std::vector<std::string> tracks;
     bool lenient = false;
+    bool each = false;
+    bool json = false;
+    bool failOnWarning = false;
+    std::vector<std::string> files; ///< the last is what is written
+
+    interchange::Options conversion(const std::string& format) const
+    {
+        interchange::Options conversion;
+        conversion.format = format;
+        conversion.fcm = FcmUtil::getFCMFromString(fcm.c_str(), false);
+        conversion.lenient = lenient;
+        conversion.composition = composition;
+        conversion.tracks = tracks;
+        return conversion;
+    }
+};
+
+/// A conversion, with what there was to say.
+struct Job
+{
     std::string in;
     std::string out;
-
-    DM::FrameCodeModes mode() const { return FcmUtil::getFCMFromString(fcm.c_str(), false); }
+    bool done = false;
+    std::vector<DmFinding> findings;
 };
 
-// Formats: to read gives null, and to write false, with the report's errors; what is not the content's fault throws.
-
-CoSharedPtr<DmRoot> readJson(const Options& options, Report& report)
+void convert(const Options& options, Job& job)
 {
-    dmtree::Document document = dmtree::openDocument(options.in);
-    if (!options.lenient)
-        document.refuseChanges();
-    for (const DmJsonChange& change : document.changes.list)
-        report.add(options.lenient ? Report::Warning : Report::Error, static_cast<std::uint32_t>(change.place.line),
-                   change.text());
-    if (!document.root && document.changes.empty())
-        report.add(Report::Error, static_cast<std::uint32_t>(document.place.line), std::move(document.error));
-    return document.root;
+    dmtree::Document document = dmtree::openDocument(job.in, options.conversion(options.from));
+    job.findings = std::move(document.findings);
+    if (!document.root)
+        return;
+    const interchange::Options writing = options.conversion(options.to);
+    interchange::Writing written = job.out == "-" ? interchange::writeStream(*document.root, std::cout, writing)
+                                                  : interchange::writeFile(*document.root, job.out, writing);
+    job.done = written.done;
+    std::ranges::move(written.findings, std::back_inserter(job.findings));
 }
 
-bool writeJson(const DmRoot& root, const Options& options, Report& /*report*/)
+void printText(const Job& job, const Options& options)
 {
-    dmtree::saveDocument(root, options.out, DmTreeJsonBuilder::Layout::Environment);
-    return true;
+    std::cerr << dmFindingsText(job.in, job.findings, options.each ? 0 : 5);
 }
 
-CoSharedPtr<DmRoot> readEdl(const Options& options, Report& report)
+std::string jsonOf(const DmFinding& finding)
 {
-    const std::optional<interchange::EdlList> list =
-        interchange::readEdl(dmtree::readText(options.in), options.mode(), report);
-    return list ? interchange::edlToTree(*list, report) : CoSharedPtr<DmRoot>();
+    dmtree::JsonLine line;
+    line.add("severity", finding.severityName()).add("code", finding.code);
+    if (finding.line != 0)
+        line.add("line", static_cast<int>(finding.line));
+    if (finding.column != 0)
+        line.add("column", static_cast<int>(finding.column));
+    const std::pair<const char*, const std::string*> places[] = {
+        {"path", &finding.nodePath}, {"clip", &finding.clip}, {"track", &finding.track}, {"record", &finding.record}};
+    for (const auto& [key, value] : places)
+        if (!value->empty())
+            line.add(key, *value);
+    return std::string(line.add("text", finding.text).text());
 }
 
-bool writeEdl(const DmRoot& root, const Options& options, Report& report)
+void printJson(const Job& job)
 {
-    const std::optional<interchange::EdlList> list = interchange::treeToEdl(root, options.mode(), report);
-    if (list)
-        dmtree::writeText(options.out, interchange::writeEdl(*list));
-    return list.has_value();
+    std::vector<std::string> findings;
+    for (const DmFinding& finding : job.findings)
+        findings.push_back(jsonOf(finding));
+    dmtree::JsonLine line;
+    line.add("in", job.in).add("out", job.out).add("result", job.done ? "converted" : "failed");
+    // The output itself stands on standard output where that was asked for.
+    (job.out == "-" ? std::cerr : std::cout) << line.addObjects("findings", findings).text() << '\n';
 }
 
-CoSharedPtr<DmRoot> readOtio(const Options& options, Report& report)
+/// One file into another, or any number into a directory.
+std::vector<Job> jobsOf(const Options& options)
 {
-    return interchange::readOtio(dmtree::readText(options.in), options.mode(), report);
+    const std::string& out = options.files.back();
+    std::vector<Job> jobs;
+    const bool isDirectory = out != "-" && (out.ends_with('/') || std::filesystem::is_directory(out));
+    if (!isDirectory && options.files.size() > 2)
+        throw std::runtime_error(out + ": no directory, and there are several files to convert");
+    if (!isDirectory)
+    {
+        jobs.push_back({options.files.front(), out, false, {}});
+        return jobs;
+    }
+    const auto format = interchange::formatNamed(options.to);
+    if (!format)
+        throw std::runtime_error(out + ": a directory has no extension: name a format with --to");
+    std::map<std::string, std::string> made;
+    for (std::size_t i = 0; i + 1 < options.files.size(); ++i)
+    {
+        const std::string& in = options.files[i];
+        const std::filesystem::path name = in == "-" ? "standard-input" : std::filesystem::path(in).stem();
+        const std::string target =
+            (std::filesystem::path(out) / name).string() + '.' + std::string(format->extensions().front());
+        if (const auto [other, isNew] = made.emplace(target, in); !isNew)
+            throw std::runtime_error(target + ": both " + other->second + " and " + in + " would be written there");
+        jobs.push_back({in, target, false, {}});
+    }
+    std::filesystem::create_directories(out);
+    return jobs;
 }
 
-bool writeOtio(const DmRoot& root, const Options& options, Report& report)
+/// Leaves no half-written file behind, and ends as the shell expects.
+extern "C" void interrupted(int signal)
 {
-    const std::optional<std::string> text = interchange::writeOtio(root, options.mode(), report);
-    if (text)
-        dmtree::writeText(options.out, *text);
-    return text.has_value();
+    interchange::removeHalfWrittenFiles();
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
 }
 
-struct Format
+int convertAll(const Options& options)
 {
-    const char* extension; ///< in lower case
-    CoSharedPtr<DmRoot> (*read)(const Options& options, Report& report);
-    bool (*write)(const DmRoot& root, const Options& options, Report& report);
-};
-
-constexpr Format formats[] = {
-    {".edl", readEdl, writeEdl},
-    {".json", readJson, writeJson},
-    {".otio", readOtio, writeOtio},
-};
-
-const Format& formatOf(const std::string& path)
-{
-    std::string extension = std::filesystem::path(path).extension().string();
-    std::ranges::transform(extension, extension.begin(),
-                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    const auto* const format = std::ranges::find(formats, extension, &Format::extension);
-    if (format != std::end(formats))
-        return *format;
-    std::string known;
-    for (const Format& each : formats)
-        known += (known.empty() ? "" : ", ") + std::string(each.extension);
-    throw std::runtime_error(path + ": the extension names no format that there is; there are " + known);
-}
-
-int convert(const Options& options)
-{
-    const Format& from = formatOf(options.in);
-    const Format& to = formatOf(options.out);
-    Report reading(options.in, options.lenient ? Report::Lenient : Report::Strict);
-    const CoSharedPtr<DmRoot> root = from.read(options, reading);
-    std::cerr << reading.toString();
-    if (!root)
-        return dmtree::Unusable;
-    Report writing(options.in);
-    const bool done = to.write(*root, options, writing);
-    std::cerr << writing.toString();
-    return done ? dmtree::Fine : dmtree::Unusable;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        std::signal(signal, interrupted);
+    int worst = dmtree::Fine;
+    for (Job& job : jobsOf(options))
+    {
+        convert(options, job);
+        if (options.json)
+            printJson(job);
+        else
+            printText(job, options);
+        const bool hasWarning = std::ranges::any_of(job.findings, [](const DmFinding& finding)
+                                                    { return finding.severity == DmFinding::Warning; });
+        worst = std::max<int>(worst, !job.done                             ? dmtree::Unusable
+                                     : hasWarning && options.failOnWarning ? dmtree::Finding
+                                                                           : dmtree::Fine);
+    }
+    return worst;
 }
 
 std::string checkMode(const std::string& name)
@@ -138,13 +169,34 @@ std::string checkMode(const std::string& name)
     return "'" + name + "' is no frame-code mode. The modes are " + names;
 }
 
+std::string formatNames()
+{
+    std::string names;
+    for (const auto& format : interchange::formats())
+        names.append(names.empty() ? "" : ", ").append(format->name());
+    return names;
+}
+
+std::string checkFormat(const std::string& name)
+{
+    return interchange::formatNamed(name) ? "" : "'" + name + "' is no format. The formats are " + formatNames();
+}
+
 } // namespace
 
 void dmtree::addConvert(CLI::App& app, Run& run)
 {
-    CLI::App* const command =
-        app.add_subcommand("convert", "Turn cut lists (CMX 3600, OpenTimelineIO) into documents and back");
+    CLI::App* const command = app.add_subcommand("convert", "Turn cut lists and documents of any format into another");
     const auto options = std::make_shared<Options>();
+    command
+        ->add_option("--from", options->from,
+                     "The format that is read; without it, as the first bytes look, then "
+                     "by the extension")
+        ->type_name("FORMAT")
+        ->check(checkFormat);
+    command->add_option("--to", options->to, "The format that is written; without it, by the extension")
+        ->type_name("FORMAT")
+        ->check(checkFormat);
     command
         ->add_option("--fcm", options->fcm,
                      "Frame-code mode: of an .edl, which does not say it (without it '24 fps' where no label drops, "
@@ -155,18 +207,32 @@ void dmtree::addConvert(CLI::App& app, Run& run)
     command->add_flag("--lenient", options->lenient,
                       "Carry on where a list has a mistake, or a document a value that would not be kept as it stands: "
                       "each is a warning that says what was chosen");
-    command->add_option("IN", options->in, "A cut list (.edl, .otio) or a document (.json)")->required();
-    command->add_option("OUT", options->out, "What to write: the same extensions")->required();
+    command->add_option("--composition", options->composition, "Write this composition only")->type_name("NAME");
+    command->add_option("--track", options->tracks, "Write these tracks only: V1, A2, ...")
+        ->type_name("TRACK")
+        ->allow_extra_args(false);
+    command->add_flag("--each", options->each, "Show every finding of a kind, not only the first five");
+    command->add_flag("--json", options->json, "Say what there is to say as a JSON object a file");
+    command->add_flag("--fail-on-warning", options->failOnWarning, "Exit with 1 where there was a warning");
+    command
+        ->add_option("FILE", options->files,
+                     "What to read, then what to write: a file, - for standard input and output, or a directory behind "
+                     "any number of files")
+        ->required()
+        ->expected(2, -1);
     command->footer(
+        "Formats: " + formatNames() +
+        ".\n\n"
         "What a list says and a document has no property for travels with the document and comes back: an .edl that\n"
         "was converted twice is the same, event for event, an .otio the same, member for member. What the form that "
         "is\n"
-        "written cannot say is a warning, once a kind.\n\n"
-        "A mistake is named as FILE:LINE. The exit code is then 2, and OUT stays as it was.\n\n"
+        "written cannot say is a warning, with its clip and its record time.\n\n"
+        "A mistake is named as FILE:LINE. The exit code is then 2, and what was to be written stays as it was.\n\n"
         "Examples:\n"
         "  dmtree convert reel1.edl reel1.json\n"
         "  dmtree convert --fcm '25 fps' --lenient reel1.edl reel1.json\n"
         "  dmtree convert reel1.json reel1.edl\n"
-        "  dmtree convert promo.otio promo.edl");
-    command->callback([&run, options] { run = [options] { return convert(*options); }; });
+        "  dmtree convert *.edl cuts/ --to otio\n"
+        "  dmtree convert - - --to edl < promo.otio");
+    command->callback([&run, options] { run = [options] { return convertAll(*options); }; });
 }

@@ -58,7 +58,7 @@ private:
 };
 
 /// A file, or standard input.
-class Input final : public DmJsonSource
+class Input final : public interchange::Source
 {
 public:
     explicit Input(const std::string& path)
@@ -70,7 +70,9 @@ public:
             _error = errno;
         else if (S_ISDIR(info.st_mode))
             _error = EISDIR;
-        else if (S_ISREG(info.st_mode) && info.st_size > sizeWithBar && ::isatty(STDERR_FILENO) == 1)
+        else if (S_ISREG(info.st_mode))
+            _size = static_cast<std::uint64_t>(info.st_size);
+        if (_size && info.st_size > sizeWithBar && ::isatty(STDERR_FILENO) == 1)
             _bar.emplace(_isStandard ? "standard input" : path, info.st_size);
     }
     ~Input() override
@@ -81,12 +83,17 @@ public:
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
 
-    bool rewind() override { return !_isStandard && ::lseek(_file, 0, SEEK_SET) == 0; }
-    /// The errno of what could not be opened or read, or 0.
-    int error() const { return _error; }
+    bool seek(std::uint64_t offset) override
+    {
+        return !_isStandard && ::lseek(_file, static_cast<off_t>(offset), SEEK_SET) >= 0;
+    }
+    std::string fault() const override { return _error == 0 ? "" : std::strerror(_error); }
+    std::optional<std::uint64_t> size() const override { return _size; }
 
     std::size_t read(char* to, std::size_t size) override
     {
+        if (_error != 0)
+            return 0;
         ssize_t got = 0;
         do
             got = ::read(_file, to, size);
@@ -102,45 +109,61 @@ private:
     bool _isStandard;
     int _file;
     int _error = 0;
+    std::optional<std::uint64_t> _size;
     std::optional<ProgressBar> _bar;
 };
 
-std::string placeText(const DmJsonPlace& place)
-{
-    return "line " + std::to_string(place.line) + ", column " + std::to_string(place.column);
-}
-
 } // namespace
 
-Document openDocument(const std::string& path)
+Document openDocument(const std::string& path, const interchange::Options& options)
 {
-    Document document;
     Input input(path);
-    if (input.error() == 0)
-        document.error =
-            dmUtf8(DmJsonImporter::importRoot(input, document.root, &document.place, &document.changes).info());
-    if (input.error() != 0) // what was read is not the document
-        document = {{}, std::strerror(input.error()), {}, {}};
-    return document;
+    // What nothing tells to be something else is a document.
+    const std::string name = interchange::formatOfPath(path) ? path : ".json";
+    interchange::Reading reading = interchange::readSource(input, options, name);
+    return {std::move(reading.root), std::move(reading.findings)};
+}
+
+bool isChange(const DmFinding& finding)
+{
+    return std::string_view(finding.code) == "DM607";
+}
+
+std::string placeText(const DmFinding& finding)
+{
+    std::string text;
+    if (finding.line != 0)
+        text = "line " + std::to_string(finding.line);
+    if (finding.line != 0 && finding.column != 0)
+        text += ", column " + std::to_string(finding.column);
+    return text;
 }
 
 std::string Document::what() const
 {
-    return place.line == 0 ? error : placeText(place) + ": " + error;
+    if (root)
+        return {};
+    const auto changes = std::ranges::count_if(findings, isChange);
+    if (changes != 0)
+    {
+        std::string text = changes == 1 ? "a value would not be kept as it stands"
+                                        : std::to_string(changes) + " values would not be kept as they stand";
+        text += "; --lenient takes what becomes of them";
+        for (const DmFinding& finding : findings)
+            if (isChange(finding))
+                text += "\n  " + placeText(finding) + ": " + finding.text;
+        return text;
+    }
+    for (const DmFinding& finding : findings)
+        if (finding.severity == DmFinding::Error)
+            return placeText(finding) + (finding.line == 0 ? "" : ": ") + finding.text;
+    return {};
 }
 
 void Document::refuseChanges()
 {
-    if (changes.empty())
-        return;
-    root.reset();
-    error = changes.size() == 1 ? "a value would not be kept as it stands"
-                                : std::to_string(changes.size()) + " values would not be kept as they stand";
-    error += "; --lenient takes what becomes of them";
-    for (const DmJsonChange& change : changes.list)
-        error += "\n  " + placeText(change.place) + ": " + change.text();
-    if (changes.more > 0)
-        error += "\n  and " + std::to_string(changes.more) + " more";
+    if (std::ranges::any_of(findings, isChange))
+        root.reset();
 }
 
 void addLenient(CLI::App& command, bool& lenient)
@@ -152,11 +175,12 @@ void addLenient(CLI::App& command, bool& lenient)
 
 CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient)
 {
-    Document document = openDocument(path);
-    if (!lenient)
-        document.refuseChanges();
+    interchange::Options options;
+    options.lenient = lenient;
+    const Document document = openDocument(path, options);
     if (!document.root)
         throw std::runtime_error(path + ": " + document.what());
+    std::cerr << dmFindingsText(path, document.findings);
     return document.root;
 }
 

@@ -1,10 +1,12 @@
-/// Opening and saving documents as every subcommand does it: a path, or "-" for standard input and output.
+/// Opening and saving documents as every subcommand does it: a path, or "-" for standard input and output. Whatever
+/// interchange reads is a document.
 #pragma once
 
 #include "CoMsg.h"
-#include "dmJsonImporter.h"
+#include "dmFinding.h"
 #include "dmRoot.h"
 #include "dmTreeJsonBuilder.h"
+#include "icInterchange.h"
 
 #include <string>
 #include <utility>
@@ -19,26 +21,32 @@ namespace dmtree
 {
 
 /// What a FILE argument is, in the words of --help.
-inline constexpr const char* fileHelp = "A document; - is standard input";
+inline constexpr const char* fileHelp =
+    "A document, or a cut list of any format that convert reads; - is standard input";
+
+/// Whether a finding says that a value of a document is not kept as it stands.
+bool isChange(const DmFinding& finding);
+/// "line 2, column 9"; empty where a finding has no line.
+std::string placeText(const DmFinding& finding);
 
 struct Document
 {
     CoSharedPtr<DmRoot> root; ///< null when the file is no document that can be read
-    std::string error;        ///< then why, without the file's name
-    DmJsonPlace place;        ///< and where
-    DmJsonChanges changes;    ///< what was stored otherwise than it stands in the file
+    std::vector<DmFinding> findings;
 
-    /// The error with its place.
+    /// Why it cannot be read: the first error with its place, without the file's name; empty without one.
     std::string what() const;
-    /// Takes a document with changes for one that cannot be read: its error names each, on a line of its own.
+    /// Takes a document whose values are not all kept as they stand for one that cannot be read: its error names each,
+    /// on a line of its own.
     void refuseChanges();
 };
 
 /// A file of more than a few megabytes shows a progress bar where standard error is a terminal.
-Document openDocument(const std::string& path);
+Document openDocument(const std::string& path, const interchange::Options& options = {});
 
 /// As openDocument, for a subcommand that works on one document: what is wrong is an exception that names the file, and
-/// so are changes unless they are to be taken as they are.
+/// so are mistakes of lists and values of documents that are not kept as they stand, unless they are to be taken as
+/// they are. What else there is to say goes to standard error.
 CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient);
 
 /// The option for that.

@@ -113,7 +113,7 @@ TEST(EdlReader, TakesBytesThatAreNoUtf8ForLatin1)
         const icTest::Read result = read("TITLE: " + std::string(title) + "\n" + eventLine("001 A V C"));
         EXPECT_EQ(result.list->title, expected);
         EXPECT_EQ(result.messages,
-                  std::string_view(title) == expected ? "" : "cut.edl: notice: no UTF-8: read as Latin-1\n");
+                  std::string_view(title) == expected ? "" : "cut.edl: note: no UTF-8: read as Latin-1\n");
     }
 }
 
@@ -170,8 +170,7 @@ TEST(EdlReader, KeepsALineThatItCannotRead)
         const icTest::Read result = read("TITLE: first\n" + eventLine("001 A V C") + line + "\n");
         ASSERT_TRUE(result.list) << line;
         EXPECT_EQ(result.messages, "cut.edl:3: warning: " + std::string(why) + "; kept as a comment\n");
-        const EdlNote kept =
-            line[0] == '*' ? EdlNote{NoteKind::Comment, line + 2} : EdlNote{NoteKind::Line, line};
+        const EdlNote kept = line[0] == '*' ? EdlNote{NoteKind::Comment, line + 2} : EdlNote{NoteKind::Line, line};
         EXPECT_EQ(result.list->notes, std::vector<EdlNote>{kept}) << line;
     }
     EXPECT_EQ(read("* LOC: 10:00:00:00 RED\n" + eventLine("001 A V C")).messages,
@@ -305,9 +304,9 @@ TEST(EdlReader, GuessesTheRateFromWhatTheListDrops)
     const std::string drop = "FCM: DROP FRAME\n";
     const auto none = DM::FCM_NOT_DEFINED;
     const Case cases[] = {
-        {plain, none, DM::FCM_24, ": notice: no frame rate was given: read as 24 fps"},
-        {drop + plain, none, DM::FCM_29_97_DF, ": notice: no frame rate was given: read as 29.97 fps DF"},
-        {plain + drop, none, DM::FCM_29_97_NDF, ": notice: no frame rate was given: read as 29.97 fps NDF"},
+        {plain, none, DM::FCM_24, ": note: no frame rate was given: read as 24 fps"},
+        {drop + plain, none, DM::FCM_29_97_DF, ": note: no frame rate was given: read as 29.97 fps DF"},
+        {plain + drop, none, DM::FCM_29_97_NDF, ": note: no frame rate was given: read as 29.97 fps NDF"},
         {drop + plain, DM::FCM_25, DM::FCM_25,
          ":1: warning: drop frame means nothing at 25 frames per second: no label is dropped"},
         {drop + plain, DM::FCM_29_97_NDF, DM::FCM_29_97_DF,

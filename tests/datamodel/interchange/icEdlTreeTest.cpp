@@ -27,9 +27,9 @@ struct Converted
 /// A document of a list, which every rule must hold for.
 Converted toTree(const EdlList& list)
 {
-    Report report("cut.edl");
+    Report report;
     Converted result{edlToTree(list, report), {}};
-    result.messages = report.toString();
+    result.messages = report.toString("cut.edl");
     for (const DmTreeViolation& violation : DmTreeTool::findViolations(&result.composition(), DM_VALIDATE_ALL))
         ADD_FAILURE() << violation.path << ": " << dmUtf8(violation.message);
     return result;
@@ -43,9 +43,9 @@ struct Listed
 
 Listed toText(const DmRoot& root, DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED)
 {
-    Report report("cut.json");
+    Report report;
     const std::optional<EdlList> list = treeToEdl(root, fcm, report);
-    return {list ? writeEdl(*list) : "", report.toString()};
+    return {list ? writeEdl(*list) : "", report.toString("cut.json")};
 }
 
 const std::string head = "TITLE: T\nFCM: NON-DROP FRAME\n";
@@ -223,8 +223,8 @@ TEST(EdlTree, SaysWhatOfAListItLeavesOut)
     EXPECT_EQ(toTree(readClean(head + "001 A A C 01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n* ASC_SAT 0.5\n"
                                       "002 A NONE C 01:00:00:00 01:00:04:00 10:00:04:00 10:00:08:00\n"))
                   .messages,
-              "cut.edl: warning: events on no channel (1): left out\n"
-              "cut.edl: warning: colour corrections of events without a picture (1): left out\n");
+              "cut.edl: warning: events on no channel: left out\n"
+              "cut.edl: warning: colour corrections of events without a picture: left out\n");
 }
 
 TEST(EdlTree, ShowsEditsInTheList)
@@ -322,12 +322,19 @@ TEST(EdlTree, WritesAnyDocumentAndSaysWhatAListCannot)
                          "* FROM CLIP NAME: A\n* TO CLIP NAME: B\n"
                          "* LOC: 01:00:02:10 here\n"
                          "003  AX       V     C        00:00:00:00 00:00:00:24 01:00:04:01 01:00:05:00\n");
-    EXPECT_EQ(list.messages, "cut.json: warning: further compositions (1): left out\n"
-                             "cut.json: warning: effects other than one constant speed and one look (2): left out\n"
-                             "cut.json: warning: times between two frames (2): moved to the nearest one\n"
-                             "cut.json: warning: nested compositions (1): written as events of reel AX\n"
-                             "cut.json: warning: further video tracks (1): left out\n"
-                             "cut.json: warning: cue marks of the composition where no event plays (1): left out\n");
+    EXPECT_EQ(list.messages, "cut.json: warning: further compositions: left out\n"
+                             "cut.json: warning: A, V1, 01:00:00:00: effects other than one constant speed and one "
+                             "look: left out\n"
+                             "cut.json: warning: A, V1, 01:00:00:00: effects other than one constant speed and one "
+                             "look: left out\n"
+                             "cut.json: warning: A, V1, 01:00:00:00: times between two frames: moved to the nearest "
+                             "one\n"
+                             "cut.json: warning: B, V1, 01:00:02:00: times between two frames: moved to the nearest "
+                             "one\n"
+                             "cut.json: warning: V1, 01:00:04:00: nested compositions: written as events of reel AX\n"
+                             "cut.json: warning: V2: further video tracks: left out\n"
+                             "cut.json: warning: V1, 01:00:40:00: cue marks of the composition where no event plays: "
+                             "left out\n");
     readClean(list.text);
 }
 

@@ -47,8 +47,8 @@ struct Read
 Read read(const std::string& text, DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED,
           Report::Leniency leniency = Report::Strict)
 {
-    Report report("cut.otio", leniency);
-    Read result{readOtio(text, fcm, report), report.toString()};
+    Report report(leniency);
+    Read result{readOtio(text, fcm, report), report.toString("cut.otio")};
     auto* const composition = result.root ? dynamic_cast<DmCompositionNode*>(result.root->getChild(0)) : nullptr;
     for (const DmTreeViolation& violation : DmTreeTool::findViolations(composition, DM_VALIDATE_ALL))
         ADD_FAILURE() << violation.path << ": " << dmUtf8(violation.message);
@@ -58,7 +58,7 @@ Read read(const std::string& text, DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED,
 /// Without the indentation, and what there is to say behind it.
 std::string write(const DmRoot& root)
 {
-    Report report("cut.json");
+    Report report;
     const std::string text = writeOtio(root, DM::FCM_NOT_DEFINED, report).value_or("");
     std::string compact;
     bool isString = false;
@@ -69,7 +69,7 @@ std::string write(const DmRoot& root)
         if (isString || (text[i] != ' ' && text[i] != '\n'))
             compact += text[i];
     }
-    return compact + report.toString();
+    return compact + report.toString("cut.json");
 }
 
 // Small documents, in the order in which the writer writes members
@@ -203,10 +203,10 @@ TEST(Otio, GivesEveryMemberBack)
     for (const Case& each : cases)
     {
         SCOPED_TRACE(each.feature);
-        Report report("cut.otio");
+        Report report;
         // A rate of one has no mode, which is no mistake where the mode is given.
         const CoSharedPtr<DmRoot> root = readOtio(each.text, DM::FCM_25, report);
-        ASSERT_TRUE(root) << report.toString();
+        ASSERT_TRUE(root) << report.toString("cut.otio");
         EXPECT_EQ(write(*root), each.text);
     }
 }
@@ -281,7 +281,7 @@ TEST(Otio, PutsWhatFilesSayIntoTheModel)
          { return dynamic_cast<const Generated&>(input(made)).getInputType() == L"INPUT_SMPTE_BARS"; }},
         {"generator of an unknown kind", single(media("GeneratorReference.1", R"(,"generator_kind":"Odd")")),
          [&](const Read& made) { return dynamic_cast<const Generated&>(input(made)).getInputType() == L"INPUT_BLACK"; },
-         "generators of unknown kinds (1): play black"},
+         "generators of unknown kinds: play black"},
         {"the active of several references",
          single(R"(,"active_media_reference_key":"b","media_references":{"a":null,"b":{"OTIO_SCHEMA":)"
                 R"("ExternalReference.1","target_url":"b.mov"}})"),
@@ -329,7 +329,7 @@ TEST(Otio, PutsWhatFilesSayIntoTheModel)
          [&](const Read& made) { return wipe(made) && wipe(made)->getSmptePattern() == 34; }},
         {"other transition", track(one + "," + transition(1, 1, "Custom_Transition") + "," + one),
          [&](const Read& made) { return dynamic_cast<const DmVDissolveSettings*>(effect(made)) != nullptr; },
-         "transitions other than dissolves and wipes (1): play as dissolves"},
+         "transitions other than dissolves and wipes: play as dissolves"},
         {"nested stack", track(stack(track(one) + "," + track(one), R"(,"source_range":)" + range(3, 7))),
          [&](const Read& made)
          {
@@ -341,7 +341,7 @@ TEST(Otio, PutsWhatFilesSayIntoTheModel)
         {"unknown schema", track(R"({"OTIO_SCHEMA":"Odd.3","source_range":)" + range(0, 9) + "}"),
          [](const Read& made)
          { return made.element(0).whatIs() == DM_GAP_NODE && made.segment(0).getRecLength() == 9; },
-         "objects of unknown schemas (1): play as gaps"},
+         "objects of unknown schemas: play as gaps"},
         {"collection of collections", collection(collection(one) + "," + one),
          [](const Read& made)
          {
@@ -407,13 +407,13 @@ TEST(Otio, WritesWhatWasEdited)
         {"speed", [](const Read& made) { return made.segment(0).addEffect(DmVTimewarpSettings::create()); },
          R"("time_scalar":1.0)"},
         {"another look", [](const Read& made) { return made.segment(0).addEffect(DmLookSettings::create()); },
-         "effects other than one constant speed and one look (1): left out"},
+         "effects other than one constant speed and one look: left out"},
         {"saturation", [&](const Read& made) { return look(made).setSaturation(2); },
          R"("cdl":{"asc_sop":{"slope":[1,1,2],"offset":[0,0,0],"power":[1,1,1],"odd":2},"id":"x","asc_sat":2.0}})"},
         {"slope", [&](const Read& made) { return look(made).setSlopeR(0.5); },
          R"("cdl":{"asc_sop":{"slope":[0.5,1.0,2.0],"offset":[0.0,0.0,0.0],"power":[1.0,1.0,1.0],"odd":2},"id":"x"}})"},
         {"a number that is none", [&](const Read& made) { return look(made).setPowerG(std::nan("")); },
-         "effects other than one constant speed and one look (1): left out"},
+         "effects other than one constant speed and one look: left out"},
         {"no look", [](const Read& made) { return made.segment(0).removeEffect(0); },
          R"("metadata":{"k":1,"cdl":{"id":"x"}})"},
         {"offset of a transition", [&](const Read& made) { return mix(made).setRelIn(3); },
@@ -513,9 +513,9 @@ TEST(Otio, CarriesCutListsThrough)
     {
         SCOPED_TRACE(each.feature);
         const std::string text = "TITLE: cut\nFCM: NON-DROP FRAME\n" + each.events;
-        Report report("cut.edl");
+        Report report;
         const CoSharedPtr<DmRoot> listed = edlToTree(*readEdl(text, DM::FCM_25, report), report);
-        ASSERT_TRUE(listed) << report.toString();
+        ASSERT_TRUE(listed) << report.toString("cut.edl");
         const std::string written = write(*listed);
         EXPECT_EQ(written.find("warning: ") == written.npos, *each.message == 0) << written;
         EXPECT_NE(written.find(each.message), std::string::npos) << written;

@@ -22,10 +22,10 @@ struct Read
 inline Read read(std::string text, DM::FrameCodeModes fcm = DM::FCM_25,
                  interchange::Report::Leniency leniency = interchange::Report::Strict)
 {
-    interchange::Report report("cut.edl", leniency);
+    interchange::Report report(leniency);
     Read result;
     result.list = interchange::readEdl(std::move(text), fcm, report);
-    result.messages = report.toString();
+    result.messages = report.toString("cut.edl");
     return result;
 }
 

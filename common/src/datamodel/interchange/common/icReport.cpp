@@ -1,6 +1,14 @@
 #include "icReport.h"
 
+#include "icTimeCode.h"
+#include "icTree.h"
+
+#include "dmPSetHelper.h"
+#include "dmUtf8.h"
+
 #include <algorithm>
+#include <exception>
+#include <new>
 #include <utility>
 
 namespace interchange
@@ -9,81 +17,90 @@ namespace interchange
 namespace
 {
 
-constexpr std::size_t shownOfALevel = 100;
+constexpr std::size_t mostFindings = 100000;
+constexpr double limit = 1e12; ///< of times, in frames
 
-struct LevelText
-{
-    std::string_view prefix;
-    std::string_view plural;
-};
-/// An error carries no prefix: "FILE:LINE: text" is the form that editors and build tools jump to.
-constexpr std::array<LevelText, 3> levelTexts{{{"notice: ", "notices"}, {"warning: ", "warnings"}, {"", "errors"}}};
+/// The codes of what has none of its own, by level.
+constexpr std::array<const char*, 3> plainCodes{"DM604", "DM603", "DM601"};
 
 } // namespace
 
-Report::Report(std::string fileName, Leniency leniency)
-    : _fileName(std::move(fileName))
-    , _leniency(leniency)
-{
-}
-
 void Report::add(Level level, std::uint32_t line, std::string text)
 {
-    if (_counts[level]++ < shownOfALevel)
-        _messages.push_back({level, line, std::move(text)});
+    add(plainCodes[level], level, line, std::move(text));
+}
+
+void Report::add(const char* code, Level level, std::uint32_t line, std::string text)
+{
+    DmFinding finding;
+    finding.severity = level;
+    finding.code = code;
+    finding.line = line;
+    finding.text = std::move(text);
+    if (line == 0)
+    {
+        finding.nodePath = _where.path;
+        if (_where.node && !(_where.node->getName() == L"untitled"))
+            finding.clip = dmUtf8(_where.node->getName());
+        if (_where.track != 0)
+            finding.track = (_where.mediaType == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(_where.track);
+        if (_where.time != dmNoTime && _where.fcm != DM::FCM_NOT_DEFINED)
+            appendTimeLabel(finding.record, static_cast<std::int64_t>(std::clamp(_where.time, -limit, limit)),
+                            _where.fcm);
+    }
+    add(std::move(finding));
+}
+
+void Report::add(DmFinding finding)
+{
+    ++_counts[finding.severity];
+    if (_findings.size() < mostFindings)
+        _findings.push_back(std::move(finding));
 }
 
 void Report::mistake(std::uint32_t line, std::string what, std::string_view choice)
 {
     if (isLenient())
         what.append("; ").append(choice);
-    add(isLenient() ? Warning : Error, line, std::move(what));
+    add("DM602", isLenient() ? Warning : Error, line, std::move(what));
 }
 
-void Report::lose(const Loss& loss, std::size_t count)
+void Report::lose(const Loss& loss, std::uint32_t line)
 {
-    const auto known = std::ranges::find(_losses, loss.what, [](const Lost& lost) { return lost.loss.what; });
-    if (known != _losses.end())
-        known->count += count;
-    else if (count != 0)
-        _losses.push_back({loss, count});
+    const DmFindingCode* const kind = dmFindingCode(loss.code);
+    add(loss.code, Warning, line, std::string(kind ? kind->text : loss.code).append(": ").append(loss.choice));
 }
 
-std::string Report::toString() const
+void Report::addException()
 {
-    std::string text;
-    const auto tell = [&](std::uint32_t line, Level level) -> std::string&
+    try
     {
-        text.append(_fileName).append(":");
-        if (line != 0)
-            text.append(std::to_string(line)).append(":");
-        return text.append(" ").append(levelTexts[level].prefix);
-    };
-    for (const auto& [loss, count] : _losses)
-        tell(0, Warning)
-            .append(loss.what)
-            .append(" (")
-            .append(std::to_string(count))
-            .append("): ")
-            .append(loss.choice)
-            .append("\n");
+        throw;
+    }
+    catch (const Refusal& refusal)
+    {
+        add("DM606", Error, 0,
+            "a value that the document refuses: " + dmUtf8(DmPSetHelper::getStrFromError(refusal.status())));
+    }
+    catch (const std::bad_alloc&)
+    {
+        add(Error, 0, "not enough memory");
+    }
+    catch (const std::exception& error)
+    {
+        add(Error, 0, error.what());
+    }
+    catch (...)
+    {
+        add(Error, 0, "an unknown exception");
+    }
+}
 
-    std::vector<const Message*> ordered;
-    for (const Message& message : _messages)
-        ordered.push_back(&message);
-    std::ranges::stable_sort(ordered, {}, &Message::line);
-    for (const Message* message : ordered)
-        tell(message->line, message->level).append(message->text).append("\n");
-
-    for (std::size_t level = 0; level < _counts.size(); ++level)
-        if (_counts[level] > shownOfALevel)
-            text.append(_fileName)
-                .append(": ")
-                .append(std::to_string(_counts[level] - shownOfALevel))
-                .append(" more ")
-                .append(levelTexts[level].plural)
-                .append("\n");
-    return text;
+std::vector<DmFinding> Report::findings() const
+{
+    std::vector<DmFinding> ordered = _findings;
+    std::ranges::stable_sort(ordered, {}, &DmFinding::line);
+    return ordered;
 }
 
 } // namespace interchange

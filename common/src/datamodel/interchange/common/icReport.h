@@ -1,8 +1,8 @@
-/// What a converter has to say about a file: notices, warnings and errors, each with the line it is about.
+/// What a conversion has to say: it collects findings (dmFinding.h), each with the line, or the clip, it is about.
 ///
-///     Report report("reel1.edl", Report::Strict);
+///     Report report(Report::Strict);
 ///     std::optional<EdlList> list = readEdl(std::move(bytes), DM::FCM_NOT_DEFINED, report);
-///     std::cerr << report.toString();
+///     std::cerr << dmFindingsText("reel1.edl", report.findings());
 ///     if (!list)
 ///         return 2;
 ///
@@ -11,6 +11,12 @@
 ///
 /// Not synchronised: a report belongs to the thread that converts.
 #pragma once
+
+#include "dmFinding.h"
+#include "dmMediaType.h"
+#include "dmNoTime.h"
+#include "dmTreeNode.h"
+#include "tuFcm.h"
 
 #include <array>
 #include <cstddef>
@@ -25,67 +31,83 @@ namespace interchange
 /// A kind of thing that a form has no words for, and what is done about it.
 struct Loss
 {
-    std::string_view what;   ///< in the plural: "further video tracks"
-    std::string_view choice; ///< "left out"; lasts as long as the program
+    const char* code;        ///< of dmFindingCodes(), which says what it is
+    std::string_view choice; ///< "left out"
 };
 
-class Report
+/// Where on a timeline a conversion is; what is not known stays as it is here.
+struct Where
+{
+    const DmTreeNode* node = nullptr;
+    eDmTreeMediaType mediaType = DM_MEDIA_UNDEFINED; ///< of its track
+    int track = 0;                                   ///< its number
+    double time = dmNoTime;                          ///< in frames of the mode, as labels count
+    DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED;
+    std::string path; ///< of the node, from the root on
+};
+
+/// Where in the file a node came from.
+struct NodePlace
+{
+    const DmTreeNode* node;
+    std::uint32_t line; ///< from 1 on
+};
+
+class ZR_DM_API Report
 {
 public:
-    enum Level : std::uint8_t
-    {
-        Notice,
-        Warning,
-        Error
-    };
+    using Level = DmFinding::Severity;
+    static constexpr Level Notice = DmFinding::Note;
+    static constexpr Level Warning = DmFinding::Warning;
+    static constexpr Level Error = DmFinding::Error;
     enum Leniency : bool
     {
         Strict,
         Lenient
     };
 
-    /// The name as it is to stand in front of every message.
-    explicit Report(std::string fileName, Leniency leniency = Strict);
+    explicit Report(Leniency leniency = Strict)
+        : _leniency(leniency)
+    {
+    }
 
     // Adding; `line` counts from 1, and 0 means the file as a whole
 
+    /// Under the code that a level has where nothing more is known of it.
     void add(Level level, std::uint32_t line, std::string text);
+    void add(const char* code, Level level, std::uint32_t line, std::string text);
+    void add(DmFinding finding);
     /// `choice` says what is done about it where the report is lenient: "the record length holds".
     void mistake(std::uint32_t line, std::string what, std::string_view choice);
+    /// Something that the form written or read cannot say, where the conversion is.
+    void lose(const Loss& loss, std::uint32_t line = 0);
+    /// The conversion has come there: what is added without a line from now on is about that.
+    void at(const Where& where) { _where = where; }
+    /// To be called in a catch block: makes an error of what was thrown, and of a setter that was refused what it is.
+    void addException();
 
-    /// A thing of a kind that the form written or read cannot say: told as one warning a kind, with how many there
-    /// were.
-    void lose(const Loss& loss, std::size_t count = 1);
+    /// The node was made of what stands there.
+    void came(const DmTreeNode& node, std::uint32_t line) { _places.push_back({&node, line}); }
 
     // Asking
 
     bool isLenient() const { return _leniency == Lenient; }
     bool hasErrors() const { return _counts[Error] != 0; }
-    std::size_t count(Level level) const { return _counts[level] + (level == Warning ? _losses.size() : 0); }
-    /// One message a line, losses first, then in the order of the file's lines: "FILE:LINE: text" for an error,
-    /// "FILE:LINE: warning: text" and "FILE:LINE: notice: text" for the others. A file with very many of a level shows
-    /// the first hundred and says how many more there are, so that no hostile file fills the memory or the screen.
-    std::string toString() const;
+    std::size_t count(Level level) const { return _counts[level]; }
+    /// Those of lines in their order, behind those of the file as a whole. Of very many of a code only so many are
+    /// kept, that no hostile file fills the memory.
+    std::vector<DmFinding> findings() const;
+    std::vector<NodePlace> takePlaces() { return std::move(_places); }
+
+    /// As a command prints them.
+    std::string toString(std::string_view fileName) const { return dmFindingsText(fileName, findings()); }
 
 private:
-    struct Message
-    {
-        Level level;
-        std::uint32_t line;
-        std::string text;
-    };
-
-    struct Lost
-    {
-        Loss loss;
-        std::size_t count;
-    };
-
-    std::string _fileName;
     Leniency _leniency;
-    std::vector<Message> _messages;
-    std::vector<Lost> _losses;
-    std::array<std::size_t, 3> _counts{}; ///< of messages added
+    Where _where;
+    std::vector<DmFinding> _findings;
+    std::vector<NodePlace> _places;
+    std::array<std::size_t, 3> _counts{}; ///< of findings added
 };
 
 } // namespace interchange

@@ -2,18 +2,33 @@
 #pragma once
 
 #include "CoSharedPtr.h"
-#include "dmStatus.h"
+#include "dmErrorId.h"
 
+#include <exception>
 #include <new>
 
 namespace interchange
 {
 
-/// What the data model answers when memory ran out is as good as no memory: nothing is half made.
+/// The data model has refused a value.
+class Refusal : public std::exception
+{
+public:
+    explicit Refusal(eDmErrorId status)
+        : _status(status)
+    {
+    }
+    eDmErrorId status() const { return _status; }
+    const char* what() const noexcept override { return "a value that the document refuses"; }
+
+private:
+    eDmErrorId _status;
+};
+
 inline void require(eDmErrorId status)
 {
     if (status != DM_NO_ERROR)
-        throw std::bad_alloc();
+        throw Refusal(status);
 }
 
 template <class T>

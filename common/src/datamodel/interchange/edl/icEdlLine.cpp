@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <utility>
 
@@ -24,22 +25,28 @@ namespace interchange
 namespace
 {
 
-constexpr Loss lostEffect{"effects other than one constant speed and one look", "left out"};
-constexpr Loss otherTransition{"transitions other than dissolves and wipes", "written as dissolves"};
-constexpr Loss changingSpeed{"speeds that change", "written at normal speed"};
-constexpr Loss nestedComposition{"nested compositions", "written as events of reel AX"};
-constexpr Loss otherGenerator{"generated sources other than black and bars", "written as events of reel AX"};
-constexpr Loss mutedSegment{"muted segments", "written as if they played"};
-constexpr Loss betweenFrames{"times between two frames", "moved to the nearest one"};
-constexpr Loss otherRate{"sources that count in another frame rate",
-                         "written with the in-time of the same wall-clock time"};
-constexpr Loss beforeZero{"in-times before zero", "written as zero"};
-constexpr Loss markLength{"cue marks with a length", "written as points"};
-constexpr Loss markColour{"cue marks of a colour that has no name", "written in the nearest one"};
-constexpr Loss timelessMark{"cue marks without a time", "left out"};
+constexpr Loss lostEffect{"DM711", "left out"};
+constexpr Loss otherTransition{"DM712", "written as dissolves"};
+constexpr Loss changingSpeed{"DM713", "written at normal speed"};
+constexpr Loss nestedComposition{"DM714", "written as events of reel AX"};
+constexpr Loss otherGenerator{"DM715", "written as events of reel AX"};
+constexpr Loss mutedSegment{"DM716", "written as if they played"};
+constexpr Loss betweenFrames{"DM717", "moved to the nearest one"};
+constexpr Loss otherRate{"DM718", "written with the in-time of the same wall-clock time"};
+constexpr Loss beforeZero{"DM719", "written as zero"};
+constexpr Loss markLength{"DM720", "written as points"};
+constexpr Loss markColour{"DM721", "written in the nearest one"};
+constexpr Loss timelessMark{"DM722", "left out"};
 
 constexpr std::string_view noReel = "AX";
 constexpr std::string_view blackReel = "BL";
+
+/// Of the one channel that there is.
+int channelNumber(EdlChannels channel)
+{
+    const std::uint64_t bits = channel.video | channel.audio;
+    return bits == 0 ? 0 : 1 + std::countr_zero(bits);
+}
 
 /// What is empty leaves the note of the kind that there may be.
 void setNote(EdlLine& line, NoteKind kind, const std::string& text)
@@ -108,6 +115,8 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const DmTrxEffectNode* 
     }
     if (mix)
         setTransition(line, *mix, kept);
+    _report.at(
+        {&segment, segment.getMediaType(), channelNumber(channel), _offset + segment.getRecIn() - mixLength, _fcm, {}});
     if (segment.getMuted())
         _report.lose(mutedSegment);
     if (segment.whatIs() == DM_GAP_NODE)

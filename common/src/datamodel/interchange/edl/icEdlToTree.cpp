@@ -32,8 +32,8 @@ namespace interchange
 namespace
 {
 
-constexpr Loss noChannel{"events on no channel", "left out"};
-constexpr Loss lookOfSound{"colour corrections of events without a picture", "left out"};
+constexpr Loss noChannel{"DM611", "left out"};
+constexpr Loss lookOfSound{"DM612", "left out"};
 
 constexpr std::size_t mostLayers = 16; ///< of keys over keys: what finds no room is covered by the next one
 
@@ -393,11 +393,11 @@ CoSharedPtr<DmRoot> edlToTree(const EdlList& list, Report& report)
     {
         return TreeMaker(list, report).make();
     }
-    catch (const std::bad_alloc&)
+    catch (...)
     {
-        report.add(Report::Error, 0, "not enough memory");
-        return {};
+        report.addException();
     }
+    return {};
 }
 
 } // namespace interchange

@@ -25,12 +25,12 @@ namespace interchange
 namespace
 {
 
-constexpr Loss videoTrack{"further video tracks", "left out"};
-constexpr Loss audioTrack{"audio tracks beyond what channels there are", "left out"};
-constexpr Loss furtherLayer{"segments on further layers", "left out"};
-constexpr Loss furtherComposition{"further compositions", "left out"};
-constexpr Loss compositionMark{"cue marks of the composition where no event plays", "left out"};
-constexpr Loss overlap{"events that begin before the one before them has ended", "written as they are"};
+constexpr Loss videoTrack{"DM724", "left out"};
+constexpr Loss audioTrack{"DM725", "left out"};
+constexpr Loss furtherLayer{"DM726", "left out"};
+constexpr Loss furtherComposition{"DM727", "left out"};
+constexpr Loss compositionMark{"DM723", "left out"};
+constexpr Loss overlap{"DM703", "written as they are"};
 
 /// An event, or the two lines of a transition.
 struct Edit
@@ -201,6 +201,7 @@ void ListMaker::chooseTracks()
         const DmTrackNode* const other = track(i);
         if (!other || i == primary)
             continue;
+        _report.at({nullptr, other->getMediaType(), other->getTrackNum(), dmNoTime, _fcm, {}});
         if (other->getMediaType() != DM_MEDIA_AUDIO)
         {
             if (isChannel(other->getTrackChannel()) && isOfList(*other))
@@ -306,6 +307,7 @@ void ListMaker::addCompositionMarks()
             continue;
         const auto& mark = static_cast<const DmCueMark&>(*set);
         const double time = _offset + mark.getCueMarkTime();
+        _report.at({nullptr, DM_MEDIA_VIDEO, 1, time, _fcm, {}});
         const auto behind = std::ranges::upper_bound(
             pictures, time, {}, [](const Edit& edit) { return static_cast<double>(edit.event().record.in); });
         if (behind == pictures.begin() || mark.getCueMarkTime() == dmNoTime ||

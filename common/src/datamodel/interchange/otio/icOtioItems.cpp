@@ -24,8 +24,8 @@ namespace interchange::otio
 namespace
 {
 
-constexpr Loss otherTransition{"transitions other than dissolves and wipes", "play as dissolves"};
-constexpr Loss otherGenerator{"generators of unknown kinds", "play black"};
+constexpr Loss otherTransition{"DM614", "play as dissolves"};
+constexpr Loss otherGenerator{"DM615", "play black"};
 
 struct Generator
 {

@@ -26,12 +26,12 @@ namespace interchange::otio
 namespace
 {
 
-constexpr Loss lostEffect{"effects other than one constant speed and one look", "left out"};
-constexpr Loss otherMix{"transitions other than dissolves and wipes", "written as Custom_Transition"};
-constexpr Loss wipeSettings{"settings of wipes other than their pattern", "left out"};
-constexpr Loss generatorSettings{"colours and levels of generated sources", "left out"};
-constexpr Loss furtherChannel{"further channels of sources", "left out"};
-constexpr Loss markColour{"cue marks of a colour that has no name", "written in the nearest one"};
+constexpr Loss lostEffect{"DM711", "left out"};
+constexpr Loss otherMix{"DM712", "written as Custom_Transition"};
+constexpr Loss wipeSettings{"DM730", "left out"};
+constexpr Loss generatorSettings{"DM731", "left out"};
+constexpr Loss furtherChannel{"DM732", "left out"};
+constexpr Loss markColour{"DM721", "written in the nearest one"};
 
 bool isSame(double a, double b)
 {
@@ -272,7 +272,8 @@ void Parts::setSource(Value& object, const DmSourceNode& node, bool isKept, Trim
         isKept ? _items.clip(object, node.getMediaType()) : CoSharedPtr<DmSourceNode>();
     if (input)
         setMedia(object, *input, fresh ? fresh->getSrcInput() : nullptr, base);
-    _report.lose(furtherChannel, static_cast<std::size_t>(node.getSrcMultiInput().count()));
+    if (node.getSrcMultiInput().count() != 0)
+        _report.lose(furtherChannel);
     setRange(object, node, before, base, isKept, trim);
     setDress(object, node, base);
     setNotes(object, node);

@@ -27,7 +27,7 @@ namespace
 
 constexpr const char* noTimeline = "no timeline, stack, track or clip";
 constexpr const char* noObject = "a child that is no object";
-constexpr Loss otherSchema{"objects of unknown schemas", "play as gaps"};
+constexpr Loss otherSchema{"DM613", "play as gaps"};
 constexpr double leastLength = 0.5; ///< of a segment that a layer takes
 
 /// A child of a track: a segment, or a transition with its offsets.
@@ -478,13 +478,9 @@ CoSharedPtr<DmRoot> readOtio(std::string bytes, DM::FrameCodeModes fcm, Report& 
     {
         return read(std::move(bytes), fcm, report);
     }
-    catch (const std::bad_alloc&)
+    catch (...)
     {
-        report.add(Report::Error, 0, "not enough memory");
-    }
-    catch (const JsonError& error)
-    {
-        report.add(Report::Error, 0, error.what());
+        report.addException();
     }
     return {};
 }

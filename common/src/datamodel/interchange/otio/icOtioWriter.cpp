@@ -23,9 +23,9 @@ using namespace otio;
 namespace
 {
 
-constexpr Loss furtherLayer{"further layers", "left out"};
-constexpr Loss otherNode{"nodes of kinds that have no place where they stand", "left out"};
-constexpr Loss tooDeep{"containers nested too deeply", "written without what is inside"};
+constexpr Loss furtherLayer{"DM726", "left out"};
+constexpr Loss otherNode{"DM728", "left out"};
+constexpr Loss tooDeep{"DM729", "written without what is inside"};
 
 /// The frame-code mode that a composition names.
 DM::FrameCodeModes modeOf(const DmCompositionNode& node)
@@ -210,7 +210,7 @@ Value Maker::elements(const DmTrackNode& node)
     Value children(json::kArrayType);
     const auto* const layer = dynamic_cast<const DmLayerNode*>(node.getChild(0));
     if (node.getNbChildren() > 1)
-        _report.lose(furtherLayer, static_cast<std::size_t>(node.getNbChildren() - 1));
+        _report.lose(furtherLayer);
     for (int i = 0; layer && i < layer->getNbChildren(); ++i)
         if (Value made = element(*layer, i); made.IsObject())
             children.PushBack(made, _parts.allocator());
@@ -329,13 +329,9 @@ std::optional<std::string> writeOtio(const DmRoot& root, DM::FrameCodeModes fcm,
         if (!report.hasErrors())
             return toIndentedJson(made);
     }
-    catch (const std::bad_alloc&)
+    catch (...)
     {
-        report.add(Report::Error, 0, "not enough memory");
-    }
-    catch (const JsonError& error)
-    {
-        report.add(Report::Error, 0, error.what());
+        report.addException();
     }
     return std::nullopt;
 }

@@ -13,6 +13,7 @@ constexpr DmFindingCode codes[] = {
     {"DM604", DmFinding::Note, "things that a list does not say and that are taken for granted"},
     {"DM605", DmFinding::Warning, "times of other rates that fall between frames"},
     {"DM606", DmFinding::Warning, "values that the document refuses"},
+    {"DM607", DmFinding::Error, "values of documents that are not kept as they stand"},
     {"DM611", DmFinding::Warning, "events on no channel"},
     {"DM612", DmFinding::Warning, "colour corrections of events without a picture"},
     {"DM613", DmFinding::Warning, "objects of unknown schemas"},

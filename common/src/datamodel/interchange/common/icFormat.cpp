@@ -1,0 +1,30 @@
+#include "icFormat.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace interchange
+{
+
+std::string Source::readAll()
+{
+    constexpr std::size_t step = 1 << 16;
+    std::string bytes;
+    std::size_t held = 0;
+    if (const std::optional<std::uint64_t> known = size())
+        bytes.reserve(static_cast<std::size_t>(*known) + 1); // and a byte to see the end with
+    for (;;)
+    {
+        bytes.resize(std::max(held + step, std::min(bytes.capacity(), held + (std::size_t{16} << 20))));
+        const std::size_t got = read(bytes.data() + held, bytes.size() - held);
+        held += got;
+        if (got == 0)
+            break;
+    }
+    bytes.resize(held);
+    if (const std::string wrong = fault(); !wrong.empty())
+        throw std::runtime_error(wrong);
+    return bytes;
+}
+
+} // namespace interchange

@@ -1,0 +1,41 @@
+#include "icOtioFormat.h"
+
+#include "icOtioReader.h"
+#include "icOtioWriter.h"
+
+namespace interchange
+{
+
+namespace
+{
+
+class OtioFormat final : public Format
+{
+public:
+    std::string_view name() const override { return "otio"; }
+    std::vector<std::string_view> extensions() const override { return {"otio"}; }
+    bool looksLike(std::string_view firstBytes) const override
+    {
+        return firstBytes.find("\"OTIO_SCHEMA\"") != firstBytes.npos;
+    }
+
+    CoSharedPtr<DmRoot> read(Source& source, const Options& options, Report& report) const override
+    {
+        return readOtio(source.readAll(), options.fcm, report);
+    }
+
+    bool write(const DmRoot& root, Sink& sink, const Options& options, Report& report) const override
+    {
+        const std::optional<std::string> text = writeOtio(root, options.fcm, report);
+        return text && sink.write(*text);
+    }
+};
+
+} // namespace
+
+std::shared_ptr<const Format> otioFormat()
+{
+    return std::make_shared<OtioFormat>();
+}
+
+} // namespace interchange

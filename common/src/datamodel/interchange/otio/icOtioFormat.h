@@ -1,0 +1,13 @@
+/// OpenTimelineIO JSON, as a format of the registry.
+#pragma once
+
+#include "icFormat.h"
+
+#include <memory>
+
+namespace interchange
+{
+
+std::shared_ptr<const Format> otioFormat();
+
+} // namespace interchange

@@ -1,0 +1,456 @@
+#include "icInterchange.h"
+
+#include "icDocumentFormat.h"
+#include "icEdlFormat.h"
+#include "icOtioFormat.h"
+#include "icReplaceFile.h"
+#include "icSelect.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <istream>
+#include <mutex>
+#include <ostream>
+#include <stdexcept>
+
+namespace interchange
+{
+
+namespace
+{
+
+constexpr std::size_t lookedAt = 4096;
+
+/// Our own, a line a format. Of two that look alike the first is taken.
+std::vector<std::shared_ptr<const Format>> ownFormats()
+{
+    return {documentFormat(), edlFormat(), otioFormat()};
+}
+
+class Registry
+{
+public:
+    static Registry& instance()
+    {
+        static Registry registry;
+        return registry;
+    }
+    bool add(std::shared_ptr<const Format> format)
+    {
+        const std::lock_guard lock(_mutex);
+        const std::string_view name = format->name();
+        const bool isTaken = std::ranges::any_of(_formats, [name](const auto& each) { return each->name() == name; });
+        if (isTaken || name.empty())
+            return false;
+        _formats.push_back(std::move(format));
+        return true;
+    }
+    std::vector<std::shared_ptr<const Format>> all() const
+    {
+        const std::lock_guard lock(_mutex);
+        return _formats;
+    }
+
+private:
+    mutable std::mutex _mutex;
+    std::vector<std::shared_ptr<const Format>> _formats = ownFormats();
+};
+
+template <class Matches>
+std::shared_ptr<const Format> find(Matches&& matches)
+{
+    for (const std::shared_ptr<const Format>& each : formats())
+        if (matches(*each))
+            return each;
+    return nullptr;
+}
+
+std::string names()
+{
+    std::string text;
+    for (const std::shared_ptr<const Format>& each : formats())
+        text.append(text.empty() ? "" : ", ").append(each->name());
+    return text;
+}
+
+/// The file's last extension, in lower case; empty for none.
+std::string extensionOf(std::string_view path)
+{
+    const std::string_view name = path.substr(path.find_last_of('/') + 1);
+    const std::size_t dot = name.find_last_of('.');
+    std::string extension(dot == name.npos ? std::string_view() : name.substr(dot + 1));
+    std::ranges::transform(extension, extension.begin(),
+                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return extension;
+}
+
+// Sources
+
+class BufferSource final : public Source
+{
+public:
+    explicit BufferSource(std::string_view bytes)
+        : _bytes(bytes)
+    {
+    }
+    std::size_t read(char* to, std::size_t size) override
+    {
+        const std::size_t got = std::min(size, _bytes.size() - _at);
+        std::copy_n(_bytes.data() + _at, got, to);
+        _at += got;
+        return got;
+    }
+    bool seek(std::uint64_t offset) override
+    {
+        if (offset > _bytes.size())
+            return false;
+        _at = static_cast<std::size_t>(offset);
+        return true;
+    }
+    std::optional<std::uint64_t> size() const override { return _bytes.size(); }
+
+private:
+    std::string_view _bytes;
+    std::size_t _at = 0;
+};
+
+class StreamSource final : public Source
+{
+public:
+    explicit StreamSource(std::istream& stream)
+        : _stream(stream)
+    {
+    }
+    std::size_t read(char* to, std::size_t size) override
+    {
+        if (!_stream.good())
+            return 0;
+        _stream.read(to, static_cast<std::streamsize>(size));
+        return static_cast<std::size_t>(_stream.gcount());
+    }
+    bool seek(std::uint64_t offset) override
+    {
+        _stream.clear();
+        return static_cast<bool>(_stream.seekg(static_cast<std::streamoff>(offset)));
+    }
+    std::string fault() const override { return _stream.bad() ? "the stream cannot be read" : ""; }
+
+private:
+    std::istream& _stream;
+};
+
+class FileSource final : public Source
+{
+public:
+    explicit FileSource(const std::string& path)
+        : _file(::open(path.c_str(), O_RDONLY | O_CLOEXEC))
+    {
+        struct stat info = {};
+        if (_file < 0 || ::fstat(_file, &info) != 0)
+            _error = errno;
+        else if (S_ISDIR(info.st_mode))
+            _error = EISDIR;
+        else if (S_ISREG(info.st_mode))
+            _size = static_cast<std::uint64_t>(info.st_size);
+    }
+    ~FileSource() override
+    {
+        if (_file >= 0)
+            ::close(_file);
+    }
+    FileSource(const FileSource&) = delete;
+    FileSource& operator=(const FileSource&) = delete;
+
+    std::size_t read(char* to, std::size_t size) override
+    {
+        if (_error != 0)
+            return 0;
+        ssize_t got = 0;
+        do
+            got = ::read(_file, to, size);
+        while (got < 0 && errno == EINTR);
+        if (got < 0)
+            _error = errno;
+        return got > 0 ? static_cast<std::size_t>(got) : 0;
+    }
+    bool seek(std::uint64_t offset) override
+    {
+        return _error == 0 && ::lseek(_file, static_cast<off_t>(offset), SEEK_SET) >= 0;
+    }
+    std::optional<std::uint64_t> size() const override { return _size; }
+    std::string fault() const override { return _error == 0 ? "" : std::strerror(_error); }
+
+private:
+    int _file;
+    int _error = 0;
+    std::optional<std::uint64_t> _size;
+};
+
+/// A source whose first bytes were looked at.
+class LookedAtSource final : public Source
+{
+public:
+    explicit LookedAtSource(Source& source)
+        : _source(source)
+    {
+        while (_held < _first.size())
+        {
+            const std::size_t got = _source.read(_first.data() + _held, _first.size() - _held);
+            if (got == 0)
+                break;
+            _held += got;
+        }
+    }
+    std::string_view first() const { return {_first.data(), _held}; }
+
+    std::size_t read(char* to, std::size_t size) override
+    {
+        if (_at == _held)
+            return _source.read(to, size);
+        const std::size_t got = std::min(size, _held - _at);
+        std::copy_n(_first.data() + _at, got, to);
+        _at += got;
+        return got;
+    }
+    bool seek(std::uint64_t offset) override
+    {
+        if (!_source.seek(offset))
+            return false;
+        _at = _held;
+        return true;
+    }
+    std::optional<std::uint64_t> size() const override { return _source.size(); }
+    std::string fault() const override { return _source.fault(); }
+
+private:
+    Source& _source;
+    std::array<char, lookedAt> _first;
+    std::size_t _held = 0;
+    std::size_t _at = 0;
+};
+
+// Sinks
+
+class BufferSink final : public Sink
+{
+public:
+    explicit BufferSink(std::string& bytes)
+        : _bytes(bytes)
+    {
+    }
+    bool write(std::string_view bytes) override
+    {
+        _bytes += bytes;
+        return true;
+    }
+
+private:
+    std::string& _bytes;
+};
+
+class StreamSink final : public Sink
+{
+public:
+    explicit StreamSink(std::ostream& stream)
+        : _stream(stream)
+    {
+    }
+    bool write(std::string_view bytes) override
+    {
+        return static_cast<bool>(_stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size())));
+    }
+    std::string fault() const override { return _stream.good() ? "" : "the stream cannot be written"; }
+
+private:
+    std::ostream& _stream;
+};
+
+/// Calls what may throw; what it throws is an error of the report. False then.
+template <class Call>
+bool guarded(Report& report, Call&& call)
+{
+    try
+    {
+        call();
+        return true;
+    }
+    catch (...)
+    {
+        report.addException();
+        return false;
+    }
+}
+
+std::shared_ptr<const Format> formatToWrite(const Options& options, std::string_view path, Report& report)
+{
+    std::shared_ptr<const Format> format = options.format.empty() ? formatOfPath(path) : formatNamed(options.format);
+    if (!format && options.format.empty())
+        report.add(Report::Error, 0,
+                   std::string(path).append(path.empty() ? "" : ": ") +
+                       "the extension names no format that there is; there are " + names());
+    else if (!format)
+        report.add(Report::Error, 0, "no format is called '" + options.format + "'; there are " + names());
+    return format;
+}
+
+Writing write(const Format& format, const DmRoot& root, Sink& sink, const Options& options, Report& report)
+{
+    Writing writing;
+    guarded(report,
+            [&]
+            {
+                const bool isWhole = options.composition.empty() && options.tracks.empty();
+                const CoSharedPtr<DmRoot> part = isWhole ? CoSharedPtr<DmRoot>() : select(root, options, report);
+                writing.done = (isWhole || part) && format.write(part ? *part : root, sink, options, report);
+                if (const std::string wrong = sink.fault(); !wrong.empty() && !report.hasErrors())
+                    report.add(Report::Error, 0, wrong);
+            });
+    writing.done = writing.done && !report.hasErrors();
+    return writing;
+}
+
+} // namespace
+
+// Formats
+
+bool registerFormat(std::shared_ptr<const Format> format)
+{
+    return format && Registry::instance().add(std::move(format));
+}
+
+std::vector<std::shared_ptr<const Format>> formats()
+{
+    return Registry::instance().all();
+}
+
+std::shared_ptr<const Format> formatNamed(std::string_view name)
+{
+    return find([name](const Format& format) { return format.name() == name; });
+}
+
+std::shared_ptr<const Format> formatOfPath(std::string_view path)
+{
+    const std::string extension = extensionOf(path);
+    return find(
+        [&extension](const Format& format)
+        {
+            const std::vector<std::string_view> all = format.extensions();
+            return std::ranges::find(all, extension) != all.end();
+        });
+}
+
+std::shared_ptr<const Format> formatOfBytes(std::string_view firstBytes)
+{
+    return find([firstBytes](const Format& format) { return format.looksLike(firstBytes.substr(0, lookedAt)); });
+}
+
+// Reading
+
+Reading readSource(Source& source, const Options& options, std::string_view name)
+{
+    Reading reading;
+    Report report(options.lenient ? Report::Lenient : Report::Strict);
+    guarded(report,
+            [&]
+            {
+                LookedAtSource looked(source);
+                if (const std::string wrong = looked.fault(); !wrong.empty())
+                    return report.add(Report::Error, 0, wrong);
+                reading.format = options.format.empty() ? formatOfBytes(looked.first()) : formatNamed(options.format);
+                if (!reading.format && options.format.empty())
+                    reading.format = formatOfPath(name);
+                if (reading.format)
+                    reading.root = reading.format->read(looked, options, report);
+                else if (options.format.empty())
+                    report.add(Report::Error, 0,
+                               "neither the first bytes nor the extension tell a format; there are " + names());
+                else
+                    report.add(Report::Error, 0, "no format is called '" + options.format + "'; there are " + names());
+            });
+    if (report.hasErrors())
+        reading.root.reset();
+    reading.findings = report.findings();
+    reading.places = report.takePlaces();
+    return reading;
+}
+
+Reading readFile(const std::string& path, const Options& options)
+{
+    FileSource source(path);
+    return readSource(source, options, path);
+}
+
+Reading readBuffer(std::string_view bytes, const Options& options, std::string_view name)
+{
+    BufferSource source(bytes);
+    return readSource(source, options, name);
+}
+
+Reading readStream(std::istream& stream, const Options& options, std::string_view name)
+{
+    StreamSource source(stream);
+    return readSource(source, options, name);
+}
+
+// Writing
+
+Writing writeSink(const DmRoot& root, Sink& sink, const Options& options)
+{
+    Report report;
+    Writing writing;
+    guarded(report,
+            [&]
+            {
+                if (const auto format = formatToWrite(options, {}, report))
+                    writing = write(*format, root, sink, options, report);
+            });
+    writing.findings = report.findings();
+    return writing;
+}
+
+Writing writeFile(const DmRoot& root, const std::string& path, const Options& options)
+{
+    Report report;
+    Writing writing;
+    guarded(report,
+            [&]
+            {
+                const auto format = formatToWrite(options, path, report);
+                if (!format)
+                    return;
+                ReplaceFile file(path);
+                writing = write(*format, root, file, options, report);
+                if (!writing.done)
+                    return;
+                file.finish();
+            });
+    writing.done = writing.done && !report.hasErrors();
+    writing.findings = report.findings();
+    return writing;
+}
+
+Writing writeBuffer(const DmRoot& root, std::string& bytes, const Options& options)
+{
+    bytes.clear();
+    BufferSink sink(bytes);
+    return writeSink(root, sink, options);
+}
+
+Writing writeStream(const DmRoot& root, std::ostream& stream, const Options& options)
+{
+    StreamSink sink(stream);
+    return writeSink(root, sink, options);
+}
+
+void removeHalfWrittenFiles()
+{
+    ReplaceFile::removeAll();
+}
+
+} // namespace interchange
