@@ -103,6 +103,16 @@ TEST(JsonLimits, ADamagedDocumentFailsOrIsReadConsistently)
             damaged[at] = static_cast<char>(damaged[at] ^ flip);
             const DmStatus status = roundTrip(damaged);
             EXPECT_EQ(status.ok(), status.info().empty());
+            if (at < 4)
+                continue; // the name that is spelled otherwise
+            DmPropertySetPtr sets[2];
+            const DmStatus statuses[] = {DmJsonImporter::importSetFromStr(damaged, sets[0]),
+                                         DmJsonImporter::importSetFromStr(otherwise(damaged), sets[1])};
+            EXPECT_EQ(dmUtf8(statuses[0].info()), dmUtf8(statuses[1].info())) << damaged;
+            if (sets[0] && sets[1])
+            {
+                EXPECT_EQ(written(*sets[0]), written(*sets[1])) << damaged;
+            }
         }
 }
 

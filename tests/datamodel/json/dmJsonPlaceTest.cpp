@@ -53,6 +53,64 @@ private:
     std::string_view _rest;
 };
 
+/// Counts how often it is read from its beginning.
+class CountingSource final : public DmJsonSource
+{
+public:
+    explicit CountingSource(std::string_view text)
+        : _text(text)
+    {
+    }
+    std::size_t read(char* to, std::size_t size) override
+    {
+        const std::size_t count = _text.copy(to, size, _at);
+        _at += count;
+        return count;
+    }
+    bool rewind() override
+    {
+        _at = 0;
+        ++readings;
+        return true;
+    }
+
+    int readings = 0;
+
+private:
+    std::string_view _text;
+    std::size_t _at = 0;
+};
+
+TEST(JsonSource, IsReadASecondTimeOnlyWhereThereIsSomethingToSay)
+{
+    const auto root = DmRoot::create();
+    const auto segment = DmSourceNode::create();
+    const auto effect = DmColourSettings::create();
+    ASSERT_EQ(effect->createAttributes(), DM_NO_ERROR);
+    ASSERT_EQ(segment->addEffect(effect), DM_NO_ERROR);
+    const auto layer = DmLayerNode::create();
+    for (int i = 0; i < 300; ++i)
+        layer->addChild(segment);
+    const auto composition = DmCompositionNode::create();
+    const auto track = DmTrackNode::create();
+    root->addChild(composition);
+    composition->addChild(track);
+    track->addChild(layer);
+    for (const auto layout : {DmTreeJsonBuilder::Layout::Pretty, DmTreeJsonBuilder::Layout::Compact})
+    {
+        std::string text;
+        ASSERT_TRUE(DmTreeJsonBuilder::generateUtf8(root.get(), text, layout).ok());
+        CountingSource source(text);
+        CoSharedPtr<DmRoot> back;
+        EXPECT_TRUE(DmJsonImporter::importRoot(source, back).ok());
+        EXPECT_EQ(source.readings, 1);
+        text.replace(text.find("\"name\""), 6, "\"nome\"");
+        CountingSource wrong(text);
+        EXPECT_TRUE(DmJsonImporter::importRoot(wrong, back).failed());
+        EXPECT_EQ(wrong.readings, 2);
+    }
+}
+
 TEST(JsonSource, MayTakeItsTime)
 {
     CoSharedPtr<DmRoot> root;

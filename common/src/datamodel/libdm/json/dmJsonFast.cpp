@@ -98,11 +98,10 @@ bool put(const DmPropertyDef& def, void* field, T value)
 bool FastReader::refill(const char*& at)
 {
     const std::ptrdiff_t ahead = at - _at;
-    if (!_pieces.more(_at))
-        return false;
+    const bool isMore = _pieces.more(_at);
     _at = _pieces.at();
     at = _at + ahead;
-    return true;
+    return isMore;
 }
 
 /// The next character that is no blank; zero at the end of the document, and at what JSON has not.
@@ -126,9 +125,9 @@ char FastReader::peek()
                 _at += lane;
             }
         }
-        if (*_at != '\0' || _at != _pieces.end() || !_pieces.more(_at))
+        const char* at = _at;
+        if (*at != '\0' || at != _pieces.end() || !refill(at))
             return *_at;
-        _at = _pieces.at();
     }
 }
 

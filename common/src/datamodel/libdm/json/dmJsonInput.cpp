@@ -79,10 +79,10 @@ bool Pieces::more(const char* from)
         std::copy_n(from, held, larger.get());
         _buffer = std::move(larger);
     }
-    else
+    else if (from != _buffer.get())
         std::memmove(_buffer.get(), from, held);
     char* const to = _buffer.get() + held;
-    const std::size_t count = read(to, pieceSize);
+    const std::size_t count = read(to, _capacity - held);
     _end = to + count;
     std::memset(_end, 0, margin);
     return count > 0;
