@@ -355,6 +355,11 @@ const std::vector<DmEdit::Change>& DmEdit::changes() const
     return _imp->draft.changes;
 }
 
+const std::vector<DmString>& DmEdit::notes() const
+{
+    return _imp->notes;
+}
+
 std::size_t DmEdit::bytes() const
 {
     return _imp->draft.bytes;

@@ -102,6 +102,9 @@ public:
     };
     /// Of all operations of the session, in their order; each in positions as it found them.
     const std::vector<Change>& changes() const;
+    /// What the operations have to say beside that they were done: shots of a flattened cut that let through what lay
+    /// below them.
+    const std::vector<DmString>& notes() const;
     /// About how much memory the edits made anew.
     std::size_t bytes() const;
 
@@ -173,6 +176,39 @@ public:
                          const CoSharedPtr<DmKeyFrame>& key);
     /// Any change to one element but its times: the function gets a copy to change, and its status decides.
     DmStatus change(const DmElementPlace& element, const std::function<eDmErrorId(DmTreeNode&)>& how);
+
+    // Whole timelines.
+
+    /// Keeps [in, out), from the begin of the layers on.
+    DmStatus trimToRange(double in, double out);
+    /// The other timeline behind this one, on the tracks that are alike.
+    DmStatus concatenate(const DmTimeline& other);
+    /// The other timeline's tracks on top of these.
+    DmStatus stack(const DmTimeline& other);
+    /// The layers of all picture tracks into one: the top one that is neither gap nor muted wins.
+    DmStatus flatten();
+    DmStatus keepTracks(const std::vector<int>& tracks);
+    DmStatus dropTracks(const std::vector<int>& tracks);
+    DmStatus dropTransitions();
+    /// Of all segments; timewarps, without which other frames would play, stay.
+    DmStatus dropEffects();
+    struct ZR_DM_API Relink
+    {
+        DmString fromPath, toPath; ///< the begin of paths
+        DmString fromName, toName; ///< of inputs
+        DmString fromReel, toReel;
+    };
+    /// A shared input once, for all that use it.
+    DmStatus relink(const Relink& how);
+    /// Takes names, comments, paths and notes out.
+    DmStatus redact();
+    enum class Conform
+    {
+        Labels,
+        Clock
+    };
+    /// To another mode: seams keep their labels, or their wall-clock time.
+    DmStatus conform(DM::FrameCodeModes fcm, Conform keep);
 
     /// Of a timeline's seams: where the cut of a transition is.
     static double cutOf(const DmTimeline& timeline, const DmElementPlace& seam);

@@ -65,18 +65,26 @@ public:
 
     CoSharedPtr<DmCompositionNode> ownComposition() const;
     void setComposition(const CoSharedPtr<DmCompositionNode>& composition);
+    /// Changes a copy of the whole tree in place, and goes on with that.
+    void rewrite(const std::function<void(DmTreeNode& tree, DmCompositionNode& composition)>& how);
     /// Whether the host goes on; else refuses.
     void progress(double done) const;
 
+    /// Marks of the composition and of the layers go along when time opens at `time`, or closes in front of it.
+    void shiftMarks(double time, double by);
+
     DmEditDraft draft;
+    std::vector<DmString> notes;
     std::function<bool(double)> host;
     bool isChanged = false;
     DmTimeline _timeline; ///< that was opened, or as it was last asked for
 
 private:
     void followLengths(const DmTimelineValue& before);
-    void shiftMarks(double time, double by);
 };
+
+/// The time of the cut that a transition lies on.
+double dmCutTimeOf(const DmTransitionNode& node, double recIn);
 
 /// Gives a segment, a fresh copy, one timewarp of a constant speed.
 DmStatus dmSetSpeedOf(DmSegmentNode& segment, double speed);

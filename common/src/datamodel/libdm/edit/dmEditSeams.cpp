@@ -35,8 +35,9 @@ constexpr eDmFocusAlignment focusOf(eDmSeamAlignment alignment)
                                             : DM_FOCUS_END;
 }
 
-/// The time of the cut that a transition lies on.
-double cutTimeOf(const DmTransitionNode& node, double recIn)
+} // namespace
+
+double dmCutTimeOf(const DmTransitionNode& node, double recIn)
 {
     const auto* const effect = dynamic_cast<const DmTrxEffectNode*>(&node);
     switch (effect && effect->getEffect() ? effect->getEffect()->getFocusAlignment() : DM_FOCUS_UNDEFINED)
@@ -53,6 +54,9 @@ double cutTimeOf(const DmTransitionNode& node, double recIn)
     return recIn;
 }
 
+namespace
+{
+
 /// Where effects keep their length; those of other classes have none.
 void setEffectLength(DmEffectSettings& effect, double length)
 {
@@ -64,7 +68,7 @@ void setEffectLength(DmEffectSettings& effect, double length)
 double DmEdit::cutOf(const DmTimeline& timeline, const DmElementPlace& seam)
 {
     const auto* const node = dmTransition(const_cast<DmTreeNode*>(timeline.storedElement(seam)));
-    return node ? cutTimeOf(*node, timeline.recIn(seam)) : dmNoTime;
+    return node ? dmCutTimeOf(*node, timeline.recIn(seam)) : dmNoTime;
 }
 
 DmStatus DmEdit::transition(const DmElementPlace& seam, double length, eDmSeamAlignment alignment,
@@ -83,7 +87,7 @@ DmStatus DmEdit::transition(const DmElementPlace& seam, double length, eDmSeamAl
                 dmRefuse("A transition lasts a frame at least.");
             const double a = lane.in(seam.index);
             const double b = lane.out(seam.index);
-            const double point = cutTimeOf(*was, a);
+            const double point = dmCutTimeOf(*was, a);
             const int left = seam.index - 1;
             const int right = seam.index + 1;
 
@@ -164,7 +168,7 @@ DmStatus DmEdit::cut(const DmElementPlace& seam)
             const DmAtTransition before = _imp->draft.options.atTransition;
             _imp->draft.options.atTransition = DmAtTransition::Cut;
             const double a = lane.in(seam.index);
-            const double point = std::clamp(cutTimeOf(*was, a), a, lane.out(seam.index));
+            const double point = std::clamp(dmCutTimeOf(*was, a), a, lane.out(seam.index));
             try
             {
                 lane.cutTransition(seam.index, point);

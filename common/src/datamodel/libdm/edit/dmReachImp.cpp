@@ -133,10 +133,12 @@ void DmSegmentChange::settle(DmPlayedBeside beside)
         if (auto* const media = dynamic_cast<DmSourceNode::MediaInput*>(source->getSrcInput()))
         {
             // "srcIn" counts in its own mode.
-            const double from = DM::FcmUtil::getDoubleFPS(dmModeOrDefault(played.fcm()));
+            const DM::FrameCodeModes counted = dmModeOrDefault(played.fcm());
             const DM::FrameCodeModes own = dmFcmFromText(media->getSrcInFcm());
-            const double to = own == DM::FCM_NOT_DEFINED ? from : DM::FcmUtil::getDoubleFPS(own);
-            static_cast<void>(media->setSrcIn(media->getTapeSrcIn() - (from > 0.0 ? by * to / from : by)));
+            const double pulled = own == DM::FCM_NOT_DEFINED || counted == DM::FCM_NOT_DEFINED
+                                      ? by
+                                      : by * DM::FcmUtil::getDoubleFPS(own) / DM::FcmUtil::getDoubleFPS(counted);
+            static_cast<void>(media->setSrcIn(media->getTapeSrcIn() - pulled));
             if (!media->getSrcInStr().empty() && own != DM::FCM_NOT_DEFINED && media->getSrcIn() >= 0.0)
             {
                 char label[DM::TimeUnit::labelSize];

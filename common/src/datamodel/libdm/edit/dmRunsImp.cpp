@@ -38,6 +38,14 @@ double dmStoredRecIn(const DmTreeNode* node)
     return dmNoTime;
 }
 
+bool DmRuns::Run::standsAsStored(double shift) const
+{
+    for (int i = 0; i < count(); ++i)
+        if (shifts[std::size_t(i)] + shift != 0.0 && dmIsTime(dmStoredRecIn(node(i))))
+            return false;
+    return true;
+}
+
 DmRuns::DmRuns(std::vector<Node> nodes)
 {
     if (nodes.empty())
@@ -53,9 +61,9 @@ DmRuns::DmRuns(std::vector<Node> nodes)
         {
             CoSharedPtr<Run> run(new Run);
             const std::size_t size = std::min(nodes.size() - i, std::size_t(runSize * 3 / 4));
-            run->entries.reserve(size);
+            run->reserve(size);
             for (std::size_t j = 0; j < size; ++j, ++i)
-                run->entries.push_back({std::move(nodes[i]), 0.0, key += keyGap});
+                run->add({std::move(nodes[i]), 0.0, key += keyGap});
             count += static_cast<int>(size);
             stretch->runs.push_back({std::move(run), 0.0});
         }
@@ -90,8 +98,9 @@ int DmRuns::indexAt(const Place& place) const
 DmRuns::Element DmRuns::elementAt(const Place& place) const
 {
     const RunRef& ref = runAt(place);
-    const Entry& entry = ref.run->entries[std::size_t(place.entry)];
-    return {entry.node.get(), entry.shift + (ref.shift + stretchAt(place).shift), entry.key};
+    const auto entry = std::size_t(place.entry);
+    return {ref.run->node(place.entry), ref.run->shifts[entry] + (ref.shift + stretchAt(place).shift),
+            ref.run->keys[entry]};
 }
 
 DmRuns::Element DmRuns::at(int index) const
@@ -202,8 +211,7 @@ DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double 
             for (int i = takeFrom; i < takeTo; ++i, stepOn(place))
             {
                 const Element element = elementAt(place);
-                entries.push_back(
-                    {runAt(place).run->entries[std::size_t(place.entry)].node, element.shift + more, element.key});
+                entries.push_back({Node(const_cast<DmTreeNode*>(element.node)), element.shift + more, element.key});
             }
         };
         take(begin, first, 0.0);
@@ -268,7 +276,9 @@ DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double 
         const auto at = [&](std::size_t number)
         { return entries.begin() + static_cast<std::ptrdiff_t>(number * entries.size() / pieces); };
         CoSharedPtr<Run> run(new Run);
-        run->entries.assign(std::make_move_iterator(at(piece)), std::make_move_iterator(at(piece + 1)));
+        run->reserve(static_cast<std::size_t>(at(piece + 1) - at(piece)));
+        for (auto entry = at(piece); entry != at(piece + 1); ++entry)
+            run->add(std::move(*entry));
         runs.push_back({std::move(run), 0.0});
     }
     const StretchRef& lastStretch = stretchAt(to);

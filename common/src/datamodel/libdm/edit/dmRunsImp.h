@@ -34,9 +34,29 @@ public:
         double shift = 0.0;
         std::uint64_t key = 0;
     };
+    /// Entries in columns: a run that nothing shifted is read by others as the list of nodes that it is.
     struct Run : DM::CoRefCountedMT
     {
-        std::vector<Entry> entries;
+        DmPropertySetVector nodes;
+        std::vector<double> shifts;
+        std::vector<std::uint64_t> keys;
+
+        int count() const { return static_cast<int>(nodes.size()); }
+        const DmTreeNode* node(int entry) const { return static_cast<DmTreeNode*>(nodes[std::size_t(entry)].get()); }
+        void add(Entry entry)
+        {
+            nodes.push_back(std::move(entry.node));
+            shifts.push_back(entry.shift);
+            keys.push_back(entry.key);
+        }
+        void reserve(std::size_t count)
+        {
+            nodes.reserve(count);
+            shifts.reserve(count);
+            keys.reserve(count);
+        }
+        /// Whether its elements stand where their nodes say, when the run as a whole is shifted by so much.
+        bool standsAsStored(double shift) const;
     };
     /// A run with its place in a layer: what a version of the layer keeps its shifted nodes by.
     struct PlacedRun
@@ -93,7 +113,7 @@ private:
         CoSharedPtr<Run> run;
         double shift;
 
-        int count() const { return static_cast<int>(run->entries.size()); }
+        int count() const { return run->count(); }
     };
     struct Stretch : DM::CoRefCountedMT
     {
@@ -147,8 +167,8 @@ void DmRuns::forEach(int first, int last, Visit&& visit) const
         const double shift = stretchAt(place).shift + ref.shift;
         for (; place.entry < ref.count() && i < last; ++place.entry, ++i)
         {
-            const Entry& entry = ref.run->entries[std::size_t(place.entry)];
-            visit(Element{entry.node.get(), entry.shift + shift, entry.key});
+            const auto entry = std::size_t(place.entry);
+            visit(Element{ref.run->node(place.entry), ref.run->shifts[entry] + shift, ref.run->keys[entry]});
         }
     }
 }

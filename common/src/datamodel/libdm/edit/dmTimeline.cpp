@@ -276,13 +276,13 @@ namespace
 {
 
 /// The element at its time: the stored node where nothing shifted it, else a copy.
-DmRuns::Node placed(const DmRuns::Entry& entry, double shift)
+DmRuns::Node placed(const DmRuns::Run& run, int entry, double shift)
 {
-    const double by = entry.shift + shift;
-    const double stored = dmStoredRecIn(entry.node.get());
+    const double by = run.shifts[std::size_t(entry)] + shift;
+    const double stored = dmStoredRecIn(run.node(entry));
     if (by == 0.0 || !dmIsTime(stored))
-        return entry.node;
-    DmRuns::Node copy = dmEditCopy(*entry.node);
+        return DmRuns::Node(const_cast<DmTreeNode*>(run.node(entry)));
+    DmRuns::Node copy = dmEditCopy(*run.node(entry));
     static_cast<void>(dmWithElement(copy.get(), [&](auto& node) { return node.setRecIn(stored + by); }));
     copy->freeze();
     return copy;
@@ -294,8 +294,8 @@ CoSharedPtr<DmLayerNode> DmTimeline::State::makeLayer(const DmTimelineValue::Lay
 {
     CoSharedPtr<DmLayerNode> node = dmEditCopy(*layer.bare);
     for (const DmRuns::PlacedRun& run : layer.runs.placedRuns())
-        for (const DmRuns::Entry& entry : run.run->entries)
-            addUnchecked(*node, placed(entry, run.shift));
+        for (int entry = 0; entry < run.run->count(); ++entry)
+            addUnchecked(*node, placed(*run.run, entry, run.shift));
     node->freeze();
     return node;
 }
@@ -400,6 +400,44 @@ void copyLayerMarks(const DmTreeNode* from, DmTreeNode* to)
         copyLayerMarks(from->getChild(i), to->getChild(i));
 }
 
+/// Asks for each set that a set holds itself whether another is to stand in its place: `replace` changes the pointer
+/// and says so. False when a setter refused one.
+template <class Replace>
+bool replaceHeld(DmPropertySet& owner, Replace&& replace)
+{
+    const DmPropertySetData& data = owner.classData();
+    for (int i = 0; i < data.size(); ++i)
+    {
+        DmPropertySetPtr held;
+        if (data.at(i)->_type == DM_PROPERTY_SET)
+        {
+            if (owner.getPropertyValue(i, DM_PROPERTY_SET, &held) == DM_NO_ERROR && held && replace(held) &&
+                owner.setPropertyValue(i, DM_PROPERTY_SET, &held) != DM_NO_ERROR)
+                return false;
+        }
+        else if (data.at(i)->_type == DM_VECTOR_PROPERTY_SET)
+        {
+            int size = 0;
+            static_cast<void>(owner.getListSize(i, DM_VECTOR_PROPERTY_SET, size));
+            for (int element = 0; element < size; ++element)
+                if (owner.getValueFromPropertyList(i, DM_VECTOR_PROPERTY_SET, element, &held) == DM_NO_ERROR && held &&
+                    replace(held) &&
+                    owner.setValueFromPropertyList(i, DM_VECTOR_PROPERTY_SET, element, &held) != DM_NO_ERROR)
+                    return false;
+        }
+        else if (data.at(i)->_type == DM_MAP_PROPERTY_SET)
+        {
+            DmStringArray keys;
+            static_cast<void>(owner.getKeysFromPropertyMap(i, DM_MAP_PROPERTY_SET, keys));
+            for (const DmString& key : keys)
+                if (owner.getValueFromPropertyMap(i, DM_MAP_PROPERTY_SET, key, &held) == DM_NO_ERROR && held &&
+                    replace(held) && owner.setValueFromPropertyMap(i, DM_MAP_PROPERTY_SET, key, &held) != DM_NO_ERROR)
+                    return false;
+        }
+    }
+    return true;
+}
+
 /// Who holds what of a tree that is handed over.
 class HandOver
 {
@@ -413,44 +451,7 @@ public:
     /// Replaces what others hold too by copies. False when one cannot be made.
     bool separate(DmPropertySet& owner)
     {
-        const DmPropertySetData& data = owner.classData();
-        for (int i = 0; i < data.size(); ++i)
-        {
-            if (data.at(i)->_type == DM_PROPERTY_SET)
-            {
-                DmPropertySetPtr held;
-                if (owner.getPropertyValue(i, DM_PROPERTY_SET, &held) == DM_NO_ERROR && isChanged(held) &&
-                    owner.setPropertyValue(i, DM_PROPERTY_SET, &held) != DM_NO_ERROR)
-                    return false;
-            }
-            else if (data.at(i)->_type == DM_VECTOR_PROPERTY_SET)
-            {
-                int size = 0;
-                static_cast<void>(owner.getListSize(i, DM_VECTOR_PROPERTY_SET, size));
-                for (int element = 0; element < size; ++element)
-                {
-                    DmPropertySetPtr held;
-                    if (owner.getValueFromPropertyList(i, DM_VECTOR_PROPERTY_SET, element, &held) == DM_NO_ERROR &&
-                        isChanged(held) &&
-                        owner.setValueFromPropertyList(i, DM_VECTOR_PROPERTY_SET, element, &held) != DM_NO_ERROR)
-                        return false;
-                }
-            }
-            else if (data.at(i)->_type == DM_MAP_PROPERTY_SET)
-            {
-                DmStringArray keys;
-                static_cast<void>(owner.getKeysFromPropertyMap(i, DM_MAP_PROPERTY_SET, keys));
-                for (const DmString& key : keys)
-                {
-                    DmPropertySetPtr held;
-                    if (owner.getValueFromPropertyMap(i, DM_MAP_PROPERTY_SET, key, &held) == DM_NO_ERROR &&
-                        isChanged(held) &&
-                        owner.setValueFromPropertyMap(i, DM_MAP_PROPERTY_SET, key, &held) != DM_NO_ERROR)
-                        return false;
-                }
-            }
-        }
-        return !_failed;
+        return replaceHeld(owner, [this](DmPropertySetPtr& held) { return isChanged(held); }) && !_failed;
     }
 
     /// Whether anything is held by others.
@@ -477,7 +478,7 @@ private:
     /// Whether the pointer points to another object now.
     bool isChanged(DmPropertySetPtr& held)
     {
-        if (!held || held->isFrozen())
+        if (held->isFrozen())
             return false;
         const auto known = _copies.find(held.get());
         if (known != _copies.end())
@@ -516,6 +517,7 @@ private:
 std::shared_ptr<DmTimelineValue> valueOf(const CoSharedPtr<DmTreeNode>& tree, int number)
 {
     auto value = std::make_shared<DmTimelineValue>();
+    value->number = number;
     if (!findComposition(tree.get(), number, value->path))
         return nullptr;
     const DmTreeNode* node = tree.get();
@@ -579,6 +581,56 @@ std::shared_ptr<DmTimelineValue> valueOf(const CoSharedPtr<DmTreeNode>& tree, in
 }
 
 } // namespace
+
+namespace
+{
+
+/// Copies of constants to change in place: what is held twice is held twice again.
+class Thaw
+{
+public:
+    DmPropertySetPtr operator()(const DmPropertySet& set)
+    {
+        DmPropertySetPtr& copy = _copies[&set];
+        if (copy)
+            return copy;
+        if (const auto* const node = dynamic_cast<const DmTreeNode*>(&set))
+            copy = dmEditCopy(*node);
+        else
+            copy = set.clone();
+        const DmPropertySetPtr own = copy; // the map may move
+        return thawHeld(*own) ? own : DmPropertySetPtr();
+    }
+
+private:
+    bool thawHeld(DmPropertySet& owner)
+    {
+        bool done = true;
+        const bool replaced = replaceHeld(owner,
+                                          [&](DmPropertySetPtr& held)
+                                          {
+                                              // A clone's own things are fresh already; what they hold may not be.
+                                              if (!held->isFrozen())
+                                              {
+                                                  done = thawHeld(*held) && done;
+                                                  return false;
+                                              }
+                                              held = (*this)(*held);
+                                              done = held && done;
+                                              return bool(held);
+                                          });
+        return replaced && done;
+    }
+
+    std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _copies;
+};
+
+} // namespace
+
+CoSharedPtr<DmTreeNode> dmThawed(const DmTreeNode& tree)
+{
+    return DM::staticPointerCast<DmTreeNode>(Thaw()(tree));
+}
 
 DmTimeline DmTimeline::publish(const DmTreeNode* tree, int composition, DmStatus* status)
 {

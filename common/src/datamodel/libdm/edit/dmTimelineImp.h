@@ -18,6 +18,10 @@ CoSharedPtr<Node> dmEditCopy(const Node& node)
     return copy;
 }
 
+/// A published tree as one to change in place: its nodes keep their ids, comments and marks. Null where it cannot be
+/// copied.
+CoSharedPtr<DmTreeNode> dmThawed(const DmTreeNode& tree);
+
 class DmTimelineValue
 {
 public:
@@ -41,6 +45,7 @@ public:
     std::vector<Track> tracks;
     DmPlaces places;
     int nextLayer = 0;
+    int number = 0; ///< of the composition, in the order of a walk
 
     /// Null when there is none.
     const Layer* layer(const DmLayerPlace& place) const;

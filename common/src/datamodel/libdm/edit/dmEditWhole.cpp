@@ -1,0 +1,430 @@
+#include "dmEditImp.h"
+
+#include "dmATimewarpSettings.h"
+#include "dmContainerNode.h"
+#include "dmSourceInput.h"
+#include "dmStoredLabel.h"
+#include "dmTimewarpSettings.h"
+#include "dmTreeTool.h"
+#include "dmTrxEffectNode.h"
+#include "dmUtf8.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+
+template <class Visit>
+void forEachLayer(const DmTimelineValue& value, Visit&& visit)
+{
+    for (int t = 0; t < int(value.tracks.size()); ++t)
+        for (int l = 0; l < int(value.tracks[std::size_t(t)].layers.size()); ++l)
+            if (value.layer({t, l}))
+                visit(DmLayerPlace{t, l});
+}
+
+/// The earliest begin of the layers, and the latest end of their elements.
+std::pair<double, double> extent(DmEditDraft& draft)
+{
+    double begin = dmNoTime;
+    double end = -dmNoTime;
+    forEachLayer(draft.value,
+                 [&](const DmLayerPlace& place)
+                 {
+                     const DmLane lane(draft, place);
+                     begin = std::min(begin, lane.begin());
+                     end = std::max(end, lane.end());
+                 });
+    return {begin, end};
+}
+
+/// An element of another timeline for this one: at another time, and with an id of its own where its group is known
+/// here.
+DmRuns::Node adopted(DmEditDraft& draft, const DmTimelineValue& before, const DmRuns::Element& element, double shift)
+{
+    const DmRuns::Node copy = dmEditCopy(*element.node);
+    static_cast<void>(dmWithElement(copy.get(), [&](auto& node) { return node.setRecIn(element.recIn() + shift); }));
+    if (DmSegmentNode* const segment = dmSegment(copy.get()))
+        if (!segment->getSegmentId().empty() && !before.group(segment->getSegmentId()).empty())
+            draft.reidentify(*segment);
+    return copy;
+}
+
+void setMarks(DmCompositionNode& composition, const DmSetList<DmCueMark>& marks, double shift)
+{
+    for (int i = 0; i < marks.count(); ++i)
+        if (const DmCueMark* const mark = marks.at(i))
+        {
+            const CoSharedPtr<DmCueMark> copy = DM::staticPointerCast<DmCueMark>(mark->clone());
+            if (dmIsTime(copy->getCueMarkTime()))
+                static_cast<void>(copy->setCueMarkTime(copy->getCueMarkTime() + shift));
+            static_cast<void>(composition.addCueMark(copy));
+        }
+}
+
+} // namespace
+
+DmStatus DmEdit::trimToRange(double in, double out)
+{
+    return _imp->run(
+        [&]
+        {
+            if (!dmIsTime(in) || !dmIsTime(out) || !(in < out))
+                dmRefuse("The range is empty.");
+            const auto [begin, end] = extent(_imp->draft);
+            if (in >= end || out <= begin)
+                dmRefuse("Nothing lies in the range.");
+            in = std::max(in, begin);
+            const double by = in - begin;
+            std::set<std::pair<int, int>> done;
+            forEachLayer(_imp->draft.value,
+                         [&](const DmLayerPlace& place)
+                         {
+                             _imp->progress(double(done.size()) / 100.0);
+                             done.insert(dmKeyOf(place));
+                             _imp->close(place, std::max(out, _imp->lane(place).begin()), dmNoTime / 2);
+                             if (by <= 0.0)
+                                 return;
+                             DmLane lane = _imp->lane(place);
+                             if (lane.begin() > begin + dmEditTolerance && lane.count() > 0)
+                                 dmRefuse("Track %d begins later than others: its shots would come to lie in front of "
+                                          "its begin.",
+                                          place.track + 1);
+                             _imp->close(place, lane.begin(), in);
+                         });
+            _imp->shiftMarks(end, -std::max(0.0, end - out));
+            _imp->shiftMarks(in, -by);
+        });
+}
+
+DmStatus DmEdit::concatenate(const DmTimeline& other)
+{
+    return _imp->run(
+        [&]
+        {
+            if (!other || !other.value())
+                dmRefuse("There is no timeline to put behind this one.");
+            DmEditDraft theirs;
+            theirs.value = *other.value();
+            if (dmModeOrDefault(dmFcmFromText(theirs.value.bare->getFCM())) != _imp->draft.fcm)
+                dmRefuse("The other timeline is of another mode; conform it first.");
+            const DmTimelineValue before = _imp->draft.value;
+            const auto [begin, end] = extent(_imp->draft);
+            const auto [theirBegin, theirEnd] = extent(theirs);
+            if (theirEnd <= theirBegin)
+                return;
+            const double at = std::max(begin, end);
+            const double shift = at - theirBegin;
+            std::vector<bool> taken(before.tracks.size(), false);
+            for (std::size_t t = 0; t < theirs.value.tracks.size(); ++t)
+            {
+                const DmTimelineValue::Track& track = theirs.value.tracks[t];
+                if (!track.bare)
+                    continue;
+                std::size_t ours = 0;
+                while (ours < taken.size() && (taken[ours] || !before.tracks[ours].bare ||
+                                               before.tracks[ours].bare->getMediaType() != track.bare->getMediaType()))
+                    ++ours;
+                if (ours < taken.size())
+                    taken[ours] = true;
+                else
+                {
+                    taken.push_back(true);
+                    _imp->draft.value.tracks.push_back({track.bare, {}, {}});
+                    ours = _imp->draft.value.tracks.size() - 1;
+                }
+                for (std::size_t l = 0; l < track.layers.size(); ++l)
+                {
+                    if (!track.layers[l].bare)
+                        continue;
+                    auto& layers = _imp->draft.value.tracks[ours].layers;
+                    if (l >= layers.size() || !layers[l].bare)
+                    {
+                        DmTimelineValue::Layer fresh;
+                        fresh.number = _imp->draft.value.nextLayer++;
+                        const CoSharedPtr<DmLayerNode> bare = dmEditCopy(*track.layers[l].bare);
+                        static_cast<void>(bare->setLayerStartTC(begin));
+                        bare->freeze();
+                        fresh.bare = bare;
+                        layers.push_back(fresh);
+                    }
+                    const int layer = int(std::min(l, layers.size() - 1));
+                    DmLane lane = _imp->lane(DmLayerPlace{int(ours), layer});
+                    const DmRuns& runs = track.layers[l].runs;
+                    if (runs.count() == 0)
+                        continue;
+                    lane.fillTo(runs.at(0).recIn() + shift);
+                    std::vector<DmRuns::Node> nodes;
+                    if (lane.count() > 0)
+                        nodes.push_back(lane.makeCut(lane.end()));
+                    runs.forEach(0, runs.count(),
+                                 [&](const DmRuns::Element& element)
+                                 {
+                                     if (!element.node)
+                                         dmRefuse("The other timeline has an empty element.");
+                                     nodes.push_back(adopted(_imp->draft, before, element, shift));
+                                 });
+                    lane.put(lane.count(), lane.count(), nodes, 0.0);
+                }
+                _imp->progress(double(t + 1) / double(theirs.value.tracks.size()));
+            }
+            const CoSharedPtr<DmCompositionNode> composition = _imp->ownComposition();
+            setMarks(*composition, theirs.value.bare->getCueMarks(), shift);
+            _imp->setComposition(composition);
+        });
+}
+
+DmStatus DmEdit::stack(const DmTimeline& other)
+{
+    return _imp->run(
+        [&]
+        {
+            if (!other || !other.value())
+                dmRefuse("There is no timeline to put on top of this one.");
+            DmEditDraft theirs;
+            theirs.value = *other.value();
+            if (dmModeOrDefault(dmFcmFromText(theirs.value.bare->getFCM())) != _imp->draft.fcm)
+                dmRefuse("The other timeline is of another mode; conform it first.");
+            const DmTimelineValue before = _imp->draft.value;
+            const double begin = extent(_imp->draft).first;
+            const double theirBegin = extent(theirs).first;
+            const double shift = dmIsTime(begin) && dmIsTime(theirBegin) ? begin - theirBegin : 0.0;
+            int number[3] = {0, 0, 0};
+            for (const DmTimelineValue::Track& track : before.tracks)
+                if (track.bare && unsigned(track.bare->getMediaType()) < 3U)
+                    number[track.bare->getMediaType()] =
+                        std::max(number[track.bare->getMediaType()], track.bare->getTrackNum());
+            for (const DmTimelineValue::Track& track : theirs.value.tracks)
+            {
+                if (!track.bare)
+                    continue;
+                DmTimelineValue::Track fresh;
+                const CoSharedPtr<DmTrackNode> bare = dmEditCopy(*track.bare);
+                if (unsigned(bare->getMediaType()) < 3U)
+                    static_cast<void>(bare->setTrackNum(++number[bare->getMediaType()]));
+                bare->freeze();
+                fresh.bare = bare;
+                for (const DmTimelineValue::Layer& layer : track.layers)
+                {
+                    DmTimelineValue::Layer copy = layer;
+                    copy.number = _imp->draft.value.nextLayer++;
+                    if (layer.bare)
+                    {
+                        const CoSharedPtr<DmLayerNode> bareLayer = dmEditCopy(*layer.bare);
+                        static_cast<void>(bareLayer->setLayerStartTC(bareLayer->getLayerStartTC() + shift));
+                        bareLayer->freeze();
+                        copy.bare = bareLayer;
+                        std::vector<DmRuns::Node> nodes;
+                        layer.runs.forEach(0, layer.runs.count(),
+                                           [&](const DmRuns::Element& element)
+                                           {
+                                               if (!element.node)
+                                                   dmRefuse("The other timeline has an empty element.");
+                                               nodes.push_back(adopted(_imp->draft, before, element, shift));
+                                               nodes.back()->freeze();
+                                           });
+                        copy.runs = DmRuns(std::move(nodes));
+                        _imp->draft.value.enter(copy);
+                    }
+                    fresh.layers.push_back(std::move(copy));
+                }
+                _imp->draft.value.tracks.push_back(std::move(fresh));
+            }
+        });
+}
+
+namespace
+{
+
+/// Effects by which a picture does not cover the one below it.
+bool letsThrough(const DmSegmentNode& segment)
+{
+    static constexpr const wchar_t* classes[] = {L"DmCompSettings", L"DmChromaKeySettings", L"DmResizeSettings",
+                                                 L"DmTextSettings", L"DmPaintSettings"};
+    for (int i = 0; i < segment.getEffects().count(); ++i)
+        if (const DmEffectSettings* const effect = segment.getEffects().at(i); effect && !effect->isMuted())
+            for (const wchar_t* const name : classes)
+                if (effect->getPSetName() == DmString(name))
+                    return true;
+    return false;
+}
+
+} // namespace
+
+DmStatus DmEdit::flatten()
+{
+    return _imp->run(
+        [&]
+        {
+            std::vector<DmLayerPlace> pictures;
+            forEachLayer(_imp->draft.value,
+                         [&](const DmLayerPlace& place)
+                         {
+                             if (_imp->lane(place).mediaType() == DM_MEDIA_VIDEO)
+                                 pictures.push_back(place);
+                         });
+            if (pictures.size() < 2)
+                return;
+            DmLane base = _imp->lane(pictures.front());
+            // A muted segment plays nothing.
+            for (int i = 0; i < base.count(); ++i)
+                if (base.segment(i) && !base.isGap(i) && base.segment(i)->getMuted())
+                    base.put(i, i + 1, {base.makeGap(base.in(i), base.length(i))}, 0.0);
+            for (std::size_t p = 1; p < pictures.size(); ++p)
+            {
+                _imp->progress(double(p) / double(pictures.size()));
+                DmLane upper = _imp->lane(pictures[p]);
+                const auto covers = [&](int i)
+                { return upper.segment(i) && !upper.isGap(i) && !upper.segment(i)->getMuted(); };
+                // A transition to what covers nothing is the upper layer's own: it becomes a cut.
+                for (int i = 1; i + 1 < upper.count(); i += 2)
+                    if (upper.length(i) > dmEditTolerance && covers(i - 1) != covers(i + 1))
+                        upper.cutTransition(i, covers(i - 1) ? upper.out(i) : upper.in(i));
+                for (int i = 0; i < upper.count();)
+                {
+                    if (!covers(i))
+                    {
+                        ++i;
+                        continue;
+                    }
+                    int last = i;
+                    while (last + 2 < upper.count() && covers(last + 2))
+                        last += 2;
+                    std::vector<DmRuns::Node> nodes;
+                    for (int k = i; k <= last; ++k)
+                    {
+                        if (const DmSegmentNode* const segment = upper.segment(k))
+                        {
+                            if (letsThrough(*segment))
+                                _imp->notes.push_back(DmString(
+                                    (upper.called(k) + " may let through what lies below it, which is gone.").c_str()));
+                            nodes.push_back(upper.ownSegment(k));
+                        }
+                        else
+                            nodes.push_back(upper.own<DmTransitionNode>(k));
+                    }
+                    const double in = upper.in(i);
+                    const double out = upper.out(last);
+                    base.seamAt(in);
+                    const int behind = base.seamAt(std::min(out, base.end()));
+                    const int first = base.seamAt(in);
+                    if (first == base.count() && first > 0)
+                        nodes.insert(nodes.begin(), base.makeCut(in));
+                    base.put(first, behind < base.count() ? behind - 1 : behind, nodes, 0.0);
+                    i = last + 1;
+                }
+            }
+            // Ids are the segments' own still: the layers that they came from go.
+            std::vector<int> gone;
+            for (std::size_t p = 1; p < pictures.size(); ++p)
+            {
+                DmTimelineValue::Layer* const layer = _imp->draft.value.layer(pictures[p]);
+                _imp->draft.value.leave(*layer);
+                layer->bare.reset();
+                layer->runs = DmRuns();
+                gone.push_back(pictures[p].track);
+            }
+            for (DmTimelineValue::Track& track : _imp->draft.value.tracks)
+                std::erase_if(track.layers,
+                              [](const DmTimelineValue::Layer& layer) { return !layer.bare && !layer.other; });
+            for (int t = int(_imp->draft.value.tracks.size()); t-- > 0;)
+                if (std::ranges::find(gone, t) != gone.end() && _imp->draft.value.tracks[std::size_t(t)].layers.empty())
+                    _imp->draft.value.tracks.erase(_imp->draft.value.tracks.begin() + t);
+            base.tidy(0);
+        });
+}
+
+namespace
+{
+
+void drop(DmTimelineValue& value, const std::function<bool(int)>& isDropped)
+{
+    for (int t = int(value.tracks.size()); t-- > 0;)
+    {
+        if (!isDropped(t))
+            continue;
+        for (const DmTimelineValue::Layer& layer : value.tracks[std::size_t(t)].layers)
+            if (layer.bare)
+                value.leave(layer);
+        value.tracks.erase(value.tracks.begin() + t);
+    }
+}
+
+void needTracks(const DmTimelineValue& value, const std::vector<int>& tracks)
+{
+    for (const int track : tracks)
+        if (std::size_t(track) >= value.tracks.size())
+            dmRefuse("There is no track %d.", track + 1);
+}
+
+} // namespace
+
+DmStatus DmEdit::keepTracks(const std::vector<int>& tracks)
+{
+    return _imp->run(
+        [&]
+        {
+            needTracks(_imp->draft.value, tracks);
+            drop(_imp->draft.value, [&](int t) { return std::ranges::find(tracks, t) == tracks.end(); });
+        });
+}
+
+DmStatus DmEdit::dropTracks(const std::vector<int>& tracks)
+{
+    return _imp->run(
+        [&]
+        {
+            needTracks(_imp->draft.value, tracks);
+            drop(_imp->draft.value, [&](int t) { return std::ranges::find(tracks, t) != tracks.end(); });
+        });
+}
+
+DmStatus DmEdit::dropTransitions()
+{
+    return _imp->run(
+        [&]
+        {
+            forEachLayer(_imp->draft.value,
+                         [&](const DmLayerPlace& place)
+                         {
+                             DmLane lane = _imp->lane(place);
+                             for (int i = 1; i + 1 < lane.count(); ++i)
+                                 if (lane.transition(i) && lane.length(i) > dmEditTolerance)
+                                     lane.cutTransition(i, dmCutTimeOf(*lane.transition(i), lane.in(i)));
+                             lane.tidy(0);
+                             lane.tidy(lane.count() - 1);
+                         });
+        });
+}
+
+DmStatus DmEdit::dropEffects()
+{
+    return _imp->run(
+        [&]
+        {
+            const auto isKept = [](const DmEffectSettings* effect) {
+                return dynamic_cast<const DmTimewarpSettings*>(effect) ||
+                       dynamic_cast<const DmATimewarpSettings*>(effect);
+            };
+            forEachLayer(_imp->draft.value,
+                         [&](const DmLayerPlace& place)
+                         {
+                             DmLane lane = _imp->lane(place);
+                             for (int i = 0; i < lane.count(); ++i)
+                             {
+                                 const DmSegmentNode* const segment = lane.segment(i);
+                                 bool any = false;
+                                 for (int e = 0; segment && e < segment->getEffects().count(); ++e)
+                                     any = any || !isKept(segment->getEffects().at(e));
+                                 if (!any)
+                                     continue;
+                                 const DmLane::Segment own = lane.ownSegment(i);
+                                 for (int e = own->getEffects().count(); e-- > 0;)
+                                     if (!isKept(own->getEffects().at(e)))
+                                         static_cast<void>(own->removeEffect(e));
+                                 lane.put(i, i + 1, {own}, 0.0);
+                             }
+                         });
+        });
+}

@@ -1,0 +1,180 @@
+// Operations on whole timelines, and many threads on one.
+#include "zrEditCases.h"
+
+#include "dmHistory.h"
+#include "dmResizeSettings.h"
+#include "dmSetTools.h"
+
+#include <atomic>
+#include <sstream>
+#include <thread>
+
+using namespace zrEditCases;
+
+TEST(EditWhole, RangesTracksAndLayers)
+{
+    check({
+        {"range", "AAAA|BBBB|CC\naaaaaaaaaa", "B3/20", [](DmEdit& e) { return e.trimToRange(3, 7); }, "A|BBB\naaaa",
+         "A3 B3 a3"},
+        {"range in a transition", "AAAA//BBBB", "A0/20 B5/20", [](DmEdit& e) { return e.trimToRange(5, 9); }, "BBBB",
+         "B4"},
+        {"outside", "AAAA", "", [](DmEdit& e) { return e.trimToRange(5, 9); }, "! Nothing lies", ""},
+        {"concatenate", "AAAA\naaa", "",
+         [](DmEdit& e) { return e.concatenate(timeline("XX//YY\nxxx\nZZ", "X0/20 Y5/20")); },
+         "AAAA|XX//YY\naaa|-|xxx\n----|ZZ", ""},
+        {"stack", "AAAA", "", [](DmEdit& e) { return e.stack(timeline("XX//YY", "X0/20 Y5/20")); }, "AAAA\nXX//YY", ""},
+        {"flatten", "AAAAAAAA\n--|XX|--\n---|Y", "", [](DmEdit& e) { return e.flatten(); }, "AA|X|Y|AAAA",
+         "A0 X0 Y0 A4"},
+        {"flatten past the end", "AA\n----|XX", "", [](DmEdit& e) { return e.flatten(); }, "AA|--|XX", ""},
+        {"flatten a transition", "AAAAAAAAAA\n--|XX/YY", "X0/20 Y5/20", [](DmEdit& e) { return e.flatten(); },
+         "AA|XX/YY|AAA", ""},
+        {"sound stays", "AAAA\n-|X\naaaa", "", [](DmEdit& e) { return e.flatten(); }, "A|X|AA\naaaa", ""},
+        {"keep tracks", "AA\nBB\naa", "",
+         [](DmEdit& e) {
+             return e.keepTracks({1, 2});
+         },
+         "BB\naa", ""},
+        {"drop tracks", "AA\nBB\naa", "", [](DmEdit& e) { return e.dropTracks({1}); }, "AA\naa", ""},
+        {"no such track", "AA", "", [](DmEdit& e) { return e.dropTracks({1}); }, "! no track 2", ""},
+        {"drop transitions", "AAAA//BBBB//CCCC", "A0/20 B5/20 C5/20", [](DmEdit& e) { return e.dropTransitions(); },
+         "AAAA|BBBBBB|CCCCCC", "A0 B3 C3"},
+    });
+}
+
+TEST(EditWhole, RelinkingChangesASharedInputOnce)
+{
+    const auto root = zrDrawing::tree("AA|BB|CC");
+    DmTreeNode* const layer_ = root->getChild(0)->getChild(0)->getChild(0);
+    auto* const first = static_cast<DmSourceNode*>(layer_->getChild(0));
+    static_cast<void>(first->getSrcInput()->getSrcInfo()->setPath(L"/old/a.mov"));
+    static_cast<void>(static_cast<DmSourceNode*>(layer_->getChild(2))
+                          ->setSrcInput(CoSharedPtr<DmSourceNode::Input>(first->getSrcInput())));
+    DmEdit edit(DmTimeline::publish(root));
+    ASSERT_TRUE(edit.relink({L"/old/", L"/new/", {}, {}, {}, {}}).ok());
+    const auto sourceAt = [&](int index) {
+        return DM::dynamicPointerCast<DmSourceNode>(edit.timeline().element({0, 0, index}));
+    };
+    EXPECT_EQ(dmUtf8(sourceAt(0)->getSrcInput()->getSrcInfo()->getPath()), "/new/a.mov");
+    EXPECT_EQ(sourceAt(0)->getSrcInput(), sourceAt(2)->getSrcInput());
+    EXPECT_EQ(dmUtf8(first->getSrcInput()->getSrcInfo()->getPath()), "/old/a.mov");
+    EXPECT_FALSE(edit.relink({L"/nowhere/", L"/new/", {}, {}, {}, {}}).ok());
+    EXPECT_TRUE(sourceAt(0)->isFrozen());
+}
+
+TEST(EditWhole, RedactingLeavesNoWord)
+{
+    const auto root = zrDrawing::tree("AA|BB", "", true);
+    auto* const source = static_cast<DmSourceNode*>(root->getChild(0)->getChild(0)->getChild(0)->getChild(0));
+    const DmString secret(L"secret");
+    static_cast<void>(source->setName(secret));
+    static_cast<void>(source->setComment(secret));
+    static_cast<void>(source->setShotName(secret));
+    static_cast<void>(source->setSegmentId(L"secret@1#V1"));
+    static_cast<void>(source->addSegmentPreviousId(secret));
+    static_cast<void>(source->getSrcInput()->setName(secret));
+    static_cast<void>(source->getSrcInput()->getSrcInfo()->setPath(L"/secret/x.mov"));
+    static_cast<void>(source->getSrcInput()->getSrcInfo()->setReelName(secret));
+    static_cast<void>(static_cast<DmSourceNode::MediaInput*>(source->getSrcInput())
+                          ->addExtraData(DmSourceNode::DictionaryEntry::create(L"note", secret)));
+    static_cast<void>(source->setBaseBlob(source->clone()));
+    const auto mark = DmCueMark::create();
+    static_cast<void>(mark->setCueMarkName(secret));
+    static_cast<void>(source->addSegmentMark(mark));
+    static_cast<void>(static_cast<DmLayerNode*>(root->getChild(0)->getChild(0)->getChild(0))->addCueMark(mark));
+    static_cast<void>(root->getIdentification()->setUser(secret));
+    const auto resize = DmResizeSettings::create();
+    static_cast<void>(resize->setSetup(secret));
+    static_cast<void>(source->addEffect(resize));
+
+    DmEdit edit(DmTimeline::publish(root));
+    const std::string before = draw(edit.timeline());
+    ASSERT_TRUE(edit.redact().ok());
+    class Words final : public DmPropertyWalker
+    {
+    public:
+        DmWalkStep property(const DmPropertyPath& path) override
+        {
+            DmString text;
+            bool own = false;
+            const eDmPropType type = path.def()._type;
+            if (type == DM_STRING || type == DM_CDATA)
+            {
+                if (path.owner->getPropertyValue(path.index, type, &text) == DM_NO_ERROR &&
+                    dmUtf8(text).find("secret") != std::string::npos)
+                    found += path.text() + " ";
+            }
+            else if (type == DM_VECTOR_STRING &&
+                     path.owner->getStrFromPropertyValue(path.index, type, text, &own) == DM_NO_ERROR &&
+                     dmUtf8(text).find("secret") != std::string::npos)
+                found += path.text() + " ";
+            return DmWalkStep::Into;
+        }
+        std::string found;
+    } words;
+    static_cast<void>(dmWalk(*edit.timeline().tree(), words));
+    EXPECT_EQ(words.found, "");
+    EXPECT_EQ(draw(edit.timeline()).size(), before.size());
+    // Links stay links.
+    const CoSharedPtr<DmTreeNode> element = edit.timeline().element({0, 0, 0});
+    EXPECT_NE(dmUtf8(element->asSegment()->getSegmentId()).find('#'), std::string::npos);
+}
+
+TEST(EditWhole, ConformingKeepsLabelsOrTheClock)
+{
+    // An hour of 25, in 50: a frame becomes two, by either reading.
+    DmEdit edit(timeline("AAAA|BBBB", "A3/20 B5/20"));
+    ASSERT_TRUE(edit.conform(DM::FCM_50, DmEdit::Conform::Clock).ok());
+    EXPECT_EQ(draw(edit.timeline()), "AAAAAAAA|BBBBBBBB");
+    EXPECT_EQ(positions(edit.timeline()), "A3 B5") << "what plays stays in the material's own mode";
+    EXPECT_EQ(edit.timeline().composition()->getCompLength(), 16);
+    EXPECT_TRUE(DmTreeTool::findViolations(edit.timeline().composition(), DM_VALIDATE_ALL).empty());
+    DmEdit ten(timeline("AAAAAAAAAAAAAAAAAAAAAAAAA|B", "A3/40"));
+    ASSERT_TRUE(ten.conform(DM::FCM_24, DmEdit::Conform::Labels).ok());
+    EXPECT_EQ(draw(ten.timeline()), std::string(24, 'A') + "|B");
+    DmEdit same(timeline("AAAA"));
+    EXPECT_FALSE(same.conform(DM::FCM_NOT_DEFINED, DmEdit::Conform::Labels).ok());
+}
+
+TEST(EditThreads, ReadersSeeWholeTimelinesWhileOneEdits)
+{
+    std::string drawing;
+    for (int i = 0; i < 300; ++i)
+        drawing += (i > 0 ? "|" : "") + std::string(4, char('A' + i % 26));
+    DmHistory history(timeline(drawing, "A5 B5 C5"));
+    std::atomic<bool> stop{false};
+    std::atomic<int> broken{0};
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 7; ++i)
+        readers.emplace_back(
+            [&, i]
+            {
+                while (!stop.load())
+                {
+                    const DmTimeline now = history.current();
+                    const auto composition = now.composition();
+                    const DmTreeNode* const layerNode = composition->getChild(0)->getChild(0);
+                    double time = 0.0;
+                    for (int k = 0; k < layerNode->getNbChildren(); ++k)
+                        if (const DmSegmentNode* const segment = layerNode->getChild(k)->asSegment())
+                        {
+                            broken += segment->getRecIn() != time;
+                            time = segment->getRecOut();
+                        }
+                    broken += time != composition->getCompLength();
+                    broken += i == 0 && now.at({0, 0}, time / 2) == std::nullopt;
+                }
+            });
+    for (int step = 0; step < 150; ++step)
+    {
+        DmEdit edit(history.current());
+        const int index = (step * 37 % 250) * 2;
+        static_cast<void>(edit.rippleTrim({0, 0, index}, DM_TAIL, step % 2 == 0 ? -1 : 1));
+        history.add(L"trim", edit);
+        if (step % 5 == 4)
+            history.undo();
+    }
+    stop = true;
+    for (std::thread& reader : readers)
+        reader.join();
+    EXPECT_EQ(broken.load(), 0);
+}
