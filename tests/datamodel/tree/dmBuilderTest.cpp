@@ -122,6 +122,59 @@ TEST(LayerBuilder, RefusesWhatWouldBreakARule)
     EXPECT_EQ(shapeOf(*builder.finish()), "Source 10-20, Cut 20-20, Gap 20-30") << "more behind";
 }
 
+TEST(LayerBuilder, TakesAnElementOnce)
+{
+    const auto one = shot(0, 10);
+    const auto dissolve = dissolveOf(0, 4);
+    DmTrackBuilder builder(1, DM_MEDIA_VIDEO);
+    ok(builder.append(one));
+    ok(builder.append(dissolve));
+    EXPECT_EQ(builder.append(one), DM_BAD_VALUE);
+    EXPECT_EQ(builder.append(dissolve), DM_BAD_VALUE);
+    builder.beginLayer();
+    EXPECT_EQ(builder.append(one), DM_BAD_VALUE);
+    EXPECT_EQ(one->getRecIn(), 0);
+    EXPECT_TRUE(builder.holds(one.get()));
+    EXPECT_FALSE(builder.holds(shot(0, 10).get()));
+}
+
+TEST(LayerBuilder, GoesOnBehindWhatIsThere)
+{
+    // A layer that was finished behind a dissolve: by this builder, or by another one whose layer is taken over.
+    for (const bool takeOver : {false, true})
+    {
+        DmLayerBuilder first(3, DM_MEDIA_VIDEO, 100);
+        ok(first.append(shot(0, 10)));
+        ok(first.append(dissolveOf(0, 4)));
+        const auto layer = first.finish();
+        EXPECT_EQ(shapeOf(*layer), "Source 100-110, Trx 110-114, Gap 114-114");
+        DmLayerBuilder second(layer);
+        DmLayerBuilder& builder = takeOver ? second : first;
+        EXPECT_EQ(builder.getStart(), 100);
+        EXPECT_EQ(builder.getEnd(), 114);
+        ok(builder.append(shot(0, 20)));
+        ok(builder.fillTo(140));
+        EXPECT_EQ(builder.append(CoSharedPtr<DmTreeNode>(layer->getChild(0))), DM_BAD_VALUE);
+        EXPECT_EQ(builder.finish(), layer);
+        EXPECT_EQ(shapeOf(*layer), "Source 100-110, Trx 110-114, Source 114-134, Cut 134-134, Gap 134-140");
+        EXPECT_EQ(layer->getLayerLength(), 40);
+    }
+
+    DmLayerBuilder filled(0, DM_MEDIA_VIDEO);
+    ok(filled.append(dissolveOf(0, 4)));
+    ASSERT_TRUE(filled.finish());
+    ok(filled.fillTo(10));
+    EXPECT_EQ(shapeOf(*filled.finish()), "Gap 0-0, Trx 0-4, Gap 4-10");
+
+    DmLayerBuilder attached(0, DM_MEDIA_VIDEO);
+    ok(attached.append(dissolveOf(0, 4)));
+    ok(static_cast<DmTreeNode*>(attached.finish()->getChild(2))->setBaseBlob(shot(0, 1)));
+    ok(attached.append(shot(0, 5)));
+    EXPECT_EQ(shapeOf(*attached.finish()), "Gap 0-0, Trx 0-4, Gap 4-4, Cut 4-4, Source 4-9") << "it holds something";
+
+    EXPECT_EQ(DmLayerBuilder(CoSharedPtr<DmLayerNode>()).append(shot(0, 5)), DM_BAD_VALUE);
+}
+
 TEST(LayerBuilder, PostsItsStepsOnRequest)
 {
     const zrTest::CapturingRouter router;
@@ -168,4 +221,32 @@ TEST(TrackBuilder, PutsLayersIntoAComposition)
     composition->freeze();
     EXPECT_EQ(DmTrackBuilder(2, DM_MEDIA_AUDIO).addTo(*composition), DM_CANNOT_LOCK);
     EXPECT_EQ(composition->getNbChildren(), 2);
+}
+
+TEST(TrackBuilder, MakesACompositionAsLongAsItTakes)
+{
+    // Where tracks begin and end, in a composition that starts at `start`, and how long it is then.
+    const struct
+    {
+        double start;
+        std::vector<std::pair<double, double>> tracks;
+        double length;
+    } cases[] = {{0, {{0, 100}}, 100},
+                 {0, {{0, 100}, {50, 160}}, 160},
+                 {0, {{50, 160}, {0, 100}}, 160},
+                 {0, {{50, 160}}, 160},
+                 {90000, {{90000, 90100}, {90050, 90160}}, 160},
+                 {90000, {{0, 100}, {50, 160}}, 160}};
+    for (const auto& c : cases)
+    {
+        const auto composition = DmCompositionNode::create(L"cut", L"25 fps", nullptr);
+        ok(composition->setStartTC(c.start, L"25 fps"));
+        for (const auto& [in, out] : c.tracks)
+        {
+            DmTrackBuilder builder(1, DM_MEDIA_VIDEO, in);
+            ok(builder.fillTo(out));
+            ok(builder.addTo(*composition));
+        }
+        EXPECT_EQ(composition->getCompLength(), c.length);
+    }
 }

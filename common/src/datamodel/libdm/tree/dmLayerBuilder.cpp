@@ -7,6 +7,7 @@
 #include "envVar.h"
 #include "zrPost.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace
@@ -37,6 +38,25 @@ DmLayerBuilder::DmLayerBuilder(int layerNum, eDmTreeMediaType mediaType, double 
 {
 }
 
+DmLayerBuilder::DmLayerBuilder(const CoSharedPtr<DmLayerNode>& layer)
+    : _layer(layer)
+    , _start(layer ? layer->getLayerStartTC() : 0.0)
+    , _end(_start)
+{
+    for (int i = 0; layer && i < layer->getNbChildren(); ++i)
+    {
+        DmTreeNode* const child = layer->getChild(i);
+        static_cast<void>(dmWithElement(child,
+                                        [this](const auto& element)
+                                        {
+                                            _end = std::max(_end, element.getRecOut());
+                                            return DM_NO_ERROR;
+                                        })); // what is no element takes no time
+        if (child)
+            _held.insert(child);
+    }
+}
+
 eDmErrorId DmLayerBuilder::append(const CoSharedPtr<DmTreeNode>& element)
 {
     return dmWithElement(element.get(), [this](auto& node) { return put(node, _end); });
@@ -53,15 +73,17 @@ eDmErrorId DmLayerBuilder::put(Element& element, double recIn)
     const bool isCut = element.whatIs() == DM_CUT_NODE;
     const double length = isCut ? 0.0 : element.getRecLength();
     if (!_layer || element.getMediaType() != _layer->getMediaType() || !std::isfinite(length) ||
-        length < leastLength(element) || !std::isfinite(recIn) || recIn < _end - tolerance)
+        length < leastLength(element) || !std::isfinite(recIn) || recIn < _end - tolerance || holds(&element))
         return DM_BAD_VALUE;
 
     eDmErrorId status = isCut ? element.setRecLength(0.0) : DM_NO_ERROR;
     if (status == DM_NO_ERROR)
         status = element.setRecIn(recIn);
+    constexpr bool isTransition = std::is_same_v<Element, DmTransitionNode>;
+    if (status == DM_NO_ERROR && !isTransition)
+        status = removeSpareGap();
     if (status == DM_NO_ERROR)
         status = fillTo(recIn);
-    constexpr bool isTransition = std::is_same_v<Element, DmTransitionNode>;
     if (status == DM_NO_ERROR && isTransition != endsInSegment())
         status = isTransition ? addGap(0.0) : addCut();
     return status == DM_NO_ERROR ? add(CoSharedPtr<DmTreeNode>(&element), recIn, length) : status;
@@ -73,7 +95,9 @@ eDmErrorId DmLayerBuilder::fillTo(double time)
         return DM_BAD_VALUE;
     if (time <= _end + tolerance)
         return DM_NO_ERROR;
-    const eDmErrorId status = endsInSegment() ? addCut() : DM_NO_ERROR;
+    eDmErrorId status = removeSpareGap();
+    if (status == DM_NO_ERROR && endsInSegment())
+        status = addCut();
     return status == DM_NO_ERROR ? addGap(time - _end) : status;
 }
 
@@ -91,6 +115,24 @@ bool DmLayerBuilder::endsInSegment() const
     return dmSegment(_layer->getChild(_layer->getNbChildren() - 1)) != nullptr;
 }
 
+/// A gap of no length that only closes the layer behind a transition, and that nobody has attached anything to.
+bool DmLayerBuilder::endsInSpareGap() const
+{
+    const int count = _layer->getNbChildren();
+    DmSegmentNode* const last = count > 1 ? dmSegment(_layer->getChild(count - 1)) : nullptr;
+    return last && last->whatIs() == DM_GAP_NODE && last->getRecLength() == 0.0 && !last->getBaseBlob() &&
+           dmTransition(_layer->getChild(count - 2)) && _layer->getChild(count - 2)->whatIs() != DM_CUT_NODE;
+}
+
+eDmErrorId DmLayerBuilder::removeSpareGap()
+{
+    if (!endsInSpareGap())
+        return DM_NO_ERROR;
+    const int last = _layer->getNbChildren() - 1;
+    _held.erase(_layer->getChild(last));
+    return _layer->removeChild(last) == last ? DM_NO_ERROR : DM_CANNOT_LOCK;
+}
+
 eDmErrorId DmLayerBuilder::addCut()
 {
     return add(DmCutNode::create(_layer->getMediaType(), _end), _end, 0.0);
@@ -106,6 +148,7 @@ eDmErrorId DmLayerBuilder::add(const CoSharedPtr<DmTreeNode>& element, double re
     const int before = _layer->getNbChildren();
     if (_layer->addChild(element) == before) // no memory for a gap or a cut; a layer that its owner froze
         return DM_BAD_VALUE;
+    _held.insert(element.get());
     _end = recIn + recLength;
     // At notice level: who sets the variable wants to see the lines without turning every other debug message on.
     if (logSteps().getValue())

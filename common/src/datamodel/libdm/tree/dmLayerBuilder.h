@@ -12,12 +12,15 @@
 /// Between two transitions, and at an end where a transition has no segment, stands a gap of no length. Elements are
 /// shared, not copied; each goes in once. Times are frames of the composition's mode.
 ///
-/// An element that would break a rule is DM_BAD_VALUE and changes nothing: null, of another media type, of a kind that
-/// layers do not take, of a length that is no time (or, for a segment that is no gap, is less than half a frame), or
-/// placed before the end of what is there. ZR_DEBUG_DM_LAYER_BUILDER posts each step.
+/// An element that would break a rule is DM_BAD_VALUE and changes nothing: null, one that the layer holds already, of
+/// another media type, of a kind that layers do not take, of a length that is no time (or, for a segment that is no
+/// gap, is less than half a frame), or placed before the end of what is there. ZR_DEBUG_DM_LAYER_BUILDER posts each
+/// step.
 #pragma once
 
 #include "dmLayerNode.h"
+
+#include <unordered_set>
 
 class ZR_DM_API DmLayerBuilder
 {
@@ -25,6 +28,10 @@ public:
     /// The layer begins at the record time `start`.
     DmLayerBuilder(int layerNum, eDmTreeMediaType mediaType, double start = 0.0, int stereoOutputChannel = 0,
                    bool isResultLayer = false);
+
+    /// Goes on behind the last element of a layer that there is already, and changes that one; a null one takes
+    /// nothing.
+    explicit DmLayerBuilder(const CoSharedPtr<DmLayerNode>& layer);
 
     /// Puts a segment or a transition at the end: sets its "recIn".
     eDmErrorId append(const CoSharedPtr<DmTreeNode>& element);
@@ -36,8 +43,10 @@ public:
     double getStart() const { return _start; }
     /// Where the last element ends.
     double getEnd() const { return _end; }
-    /// The layer so far, its start and length set. More may be put in behind, and finish() called again. Null when the
-    /// layer could not be made.
+    bool holds(const DmTreeNode* element) const { return _held.count(element) != 0; }
+    /// The layer so far, its start and length set; a transition at its end gets a gap of no length behind it. More may
+    /// be put in behind, and finish() called again: what follows stands behind the transition then, and that gap goes.
+    /// Null when the layer could not be made.
     CoSharedPtr<DmLayerNode> finish();
 
 private:
@@ -47,8 +56,11 @@ private:
     eDmErrorId addGap(double length);
     eDmErrorId add(const CoSharedPtr<DmTreeNode>& element, double recIn, double recLength);
     bool endsInSegment() const;
+    bool endsInSpareGap() const;
+    eDmErrorId removeSpareGap();
 
     CoSharedPtr<DmLayerNode> _layer;
     double _start;
     double _end;
+    std::unordered_set<const DmTreeNode*> _held; ///< all that the layer holds
 };

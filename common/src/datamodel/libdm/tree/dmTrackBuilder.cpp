@@ -23,6 +23,12 @@ double DmTrackBuilder::getEnd() const
     return end;
 }
 
+bool DmTrackBuilder::holds(const DmTreeNode* element) const
+{
+    return std::any_of(_layers.begin(), _layers.end(),
+                       [element](const DmLayerBuilder& layer) { return layer.holds(element); });
+}
+
 CoSharedPtr<DmTrackNode> DmTrackBuilder::finish()
 {
     CoSharedPtr<DmTrackNode> track = DmTrackNode::create(_trackNum, _mediaType);
@@ -41,8 +47,13 @@ eDmErrorId DmTrackBuilder::addTo(DmCompositionNode& composition)
     const CoSharedPtr<DmTrackNode> track = finish();
     if (!track)
         return DM_BAD_VALUE;
-    const eDmErrorId status = composition.setCompLength(std::max(composition.getCompLength(), getEnd() - _start));
-    if (status == DM_NO_ERROR)
-        composition.addChild(track);
+    const int before = composition.getNbChildren();
+    if (composition.addChild(track) == before)
+        return DM_CANNOT_LOCK;
+    // Where the composition begins depends on its tracks: this one is among them now.
+    const double length = getEnd() - composition.getRecordStart();
+    const eDmErrorId status = composition.setCompLength(std::max(composition.getCompLength(), length));
+    if (status != DM_NO_ERROR)
+        composition.removeChild(before);
     return status;
 }

@@ -23,18 +23,26 @@ public:
 
     // Into the layer that was begun last; as DmLayerBuilder's.
 
-    eDmErrorId append(const CoSharedPtr<DmTreeNode>& element) { return _layers.back().append(element); }
-    eDmErrorId place(const CoSharedPtr<DmTreeNode>& element) { return _layers.back().place(element); }
+    eDmErrorId append(const CoSharedPtr<DmTreeNode>& element)
+    {
+        return holds(element.get()) ? DM_BAD_VALUE : _layers.back().append(element);
+    }
+    eDmErrorId place(const CoSharedPtr<DmTreeNode>& element)
+    {
+        return holds(element.get()) ? DM_BAD_VALUE : _layers.back().place(element);
+    }
     eDmErrorId fillTo(double time) { return _layers.back().fillTo(time); }
 
     void beginLayer(int stereoOutputChannel = 0, bool isResultLayer = false);
-    /// Where the longest layer ends.
+    /// Where the layer that goes furthest ends.
     double getEnd() const;
 
     /// The track with all its layers. More may be put in behind, and finish() called again, which gives another track
     /// with the same layers. Null when it could not be made.
     CoSharedPtr<DmTrackNode> finish();
-    /// Finishes the track, adds it to a composition, and makes the composition as long as the track if it is shorter.
+    bool holds(const DmTreeNode* element) const;
+    /// Finishes the track, adds it to a composition, and makes the composition as long as it takes to reach the track's
+    /// end from its own begin (DmCompositionNode::getRecordStart), if it is shorter. Set the start time code first.
     eDmErrorId addTo(DmCompositionNode& composition);
 
 private:
