@@ -78,15 +78,11 @@ public:
         : DmTreeVisitor("EndFinder")
     {
     }
-    void visitSourceNode(DmSourceNode* node) override { take(*node); }
-    void visitContainerNode(DmContainerNode* node) override { take(*node); }
-    void visitGapNode(DmGapNode* node) override { take(*node); }
+    void visitSegment(DmSegmentNode* node) override { _end = std::max(_end, node->getRecOut()); }
 
     double end() const { return _end; }
 
 private:
-    void take(const DmSegmentNode& segment) { _end = std::max(_end, segment.getRecOut()); }
-
     double _end = 0.0;
 };
 
@@ -122,7 +118,7 @@ private:
             return node.getCompLength();
         EndFinder finder;
         static_cast<void>(DmPreIt(&node).apply(finder)); // what is not reached has no time
-        return finder.end();
+        return std::max(0.0, finder.end() - node.getRecordStart());
     }
     static std::string sizeOf(const DmCompositionNode& node)
     {

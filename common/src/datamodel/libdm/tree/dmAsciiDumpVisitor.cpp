@@ -16,7 +16,7 @@
 #include "dmTrxEffectNode.h"
 #include "dmUtf8.h"
 
-#include "tuTimeUnit.h"
+#include "tuLabel.h"
 
 #include <cmath>
 #include <ostream>
@@ -59,11 +59,7 @@ std::string timeText(double frames, DM::FrameCodeModes mode)
     const DM::TimeUnit time(frames);
     if (!time.isATime())
         return "unset";
-    if (mode == DM::FCM_NOT_DEFINED)
-        return std::to_string(time.getFrameCount());
-    char label[DM::TimeUnit::labelSize];
-    time.toTimeCode(label, sizeof(label), mode);
-    return label;
+    return DM::TimeLabel::text(time, mode);
 }
 
 } // namespace
@@ -121,13 +117,18 @@ void DmAsciiDumpVisitor::addChildren(const char* word, const DmTreeNode& node)
 
 void DmAsciiDumpVisitor::addTime(const char* word, double frames, DM::FrameCodeModes fcm)
 {
-    add(word, timeText(frames, dmModeOrDefault(fcm)));
+    add(word, timeText(frames, fcm));
+}
+
+void DmAsciiDumpVisitor::addRecordTime(const char* word, double frames)
+{
+    addTime(word, frames == dmNoTime ? dmNoTime : frames + _labelOffset, _fcm);
 }
 
 void DmAsciiDumpVisitor::addRange(double in, double out)
 {
-    addTime("", in, _fcm);
-    addTime("-", out, _fcm);
+    addRecordTime("", in);
+    addRecordTime("-", out);
 }
 
 void DmAsciiDumpVisitor::addEffect(const char* word, const DmEffectSettings* effect)
@@ -155,7 +156,8 @@ void DmAsciiDumpVisitor::addInput(DmSourceNode& node)
     const DmSourceNode::Input* const input = node.getSrcInput();
     if (!input)
         return add("input", "none");
-    addTime("plays", DmTreeTool::getSourceRange(&node).in, dmFcmFromText(input->getFcm()));
+    const DM::FrameCodeModes fcm = dmFcmFromText(input->getFcm());
+    addTime("plays", DmTreeTool::getSourceRange(&node, _fcm).in, fcm == DM::FCM_NOT_DEFINED ? _fcm : fcm);
     add("of", input->classData().utf8ClassName());
     addName("", input->getName());
 }
@@ -177,6 +179,7 @@ void DmAsciiDumpVisitor::followMode()
     _composition = composition;
     const auto* const node = dynamic_cast<const DmCompositionNode*>(composition);
     _fcm = node ? dmFcmFromText(node->getFCM()) : DM::FCM_NOT_DEFINED;
+    _labelOffset = node ? node->getLabelTime(0.0) : 0.0;
 }
 
 // Nodes
@@ -194,7 +197,13 @@ void DmAsciiDumpVisitor::visitRootNode(DmRoot* node)
     end();
 }
 
-void DmAsciiDumpVisitor::visitReelNode(DmReelNode* node)
+void DmAsciiDumpVisitor::visitNode(DmTreeNode* node)
+{
+    begin(*node);
+    end();
+}
+
+void DmAsciiDumpVisitor::visitCollection(DmCollectionNode* node)
 {
     begin(*node);
     addChildren("children", *node);
@@ -228,23 +237,18 @@ void DmAsciiDumpVisitor::visitLayerNode(DmLayerNode* node)
     add("", dmMediaTypeText(node->getMediaType()));
     if (node->isResultLayer())
         add("result", "");
-    addTime("from", node->getLayerStartTC(), _fcm);
+    addRecordTime("from", node->getLayerStartTC());
     addTime("length", node->getLayerLength(), _fcm);
     addChildren("elements", *node);
     addCount("marks", node->getCueMarks().count());
     end();
 }
 
-void DmAsciiDumpVisitor::visitTransitionNode(DmTransitionNode* node)
+void DmAsciiDumpVisitor::visitTransition(DmTransitionNode* node)
 {
     begin(*node);
     addRange(node->getRecIn(), node->getRecOut());
     end();
-}
-
-void DmAsciiDumpVisitor::visitCutNode(DmCutNode* node)
-{
-    visitTransitionNode(node);
 }
 
 void DmAsciiDumpVisitor::visitTrxEffectNode(DmTrxEffectNode* node)
@@ -255,7 +259,7 @@ void DmAsciiDumpVisitor::visitTrxEffectNode(DmTrxEffectNode* node)
     end();
 }
 
-void DmAsciiDumpVisitor::visitSegmentNode(DmSegmentNode* node)
+void DmAsciiDumpVisitor::visitSegment(DmSegmentNode* node)
 {
     begin(*node);
     addSegment(*node);
@@ -271,19 +275,14 @@ void DmAsciiDumpVisitor::visitSourceNode(DmSourceNode* node)
 }
 
 /// What it plays is on the lines below.
-void DmAsciiDumpVisitor::visitContainerNode(DmContainerNode* node)
+void DmAsciiDumpVisitor::visitContainer(DmSegmentNode* node)
 {
     begin(*node);
     addSegment(*node);
     addTime("plays", node->getRelIn(), _fcm);
-    if (!node->getComposition())
+    if (!node->getNestedComposition())
         add("composition", "none");
     end();
-}
-
-void DmAsciiDumpVisitor::visitGapNode(DmGapNode* node)
-{
-    visitSegmentNode(node);
 }
 
 void DmAsciiDumpVisitor::visitBatchFxNode(DmBatchFxNode* node)

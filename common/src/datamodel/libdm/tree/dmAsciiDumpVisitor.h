@@ -1,15 +1,14 @@
-/// Writes a tree for people: a line a node, indented by its depth, times as time code of the composition's frame-code
-/// mode.
+/// Writes a tree for people: one line for each node, indented by its depth.
 ///
-///     DmCompositionNode "Reel 1" 25 fps from 01:00:00:00 length 00:00:12:00 tracks 1 marks 2
+///     DmCompositionNode "Reel 1" "25 fps" from 01:00:00:00 length 00:00:12:00 tracks 1 marks 2
 ///       DmTrackNode "untitled" number 1 video layers 1
-///         DmLayerNode "untitled" number 0 video from 00:00:00:00 length 00:00:12:00 elements 3
-///           DmSourceNode "shot 1" 00:00:00:00 - 00:00:08:00 id "a1" material 10:00:04:00 "A001" effects Colour
-///           DmCutNode "untitled" 00:00:08:00 - 00:00:08:00
-///           DmGapNode "untitled" 00:00:08:00 - 00:00:12:00
+///         DmLayerNode "untitled" number 0 video from 01:00:00:00 length 00:00:12:00 elements 3
+///           DmSourceNode "shot 1" 01:00:00:00 - 01:00:08:00 id "a1" effect Colour plays 10:00:04:00 of MediaInput
+///           "A001" DmCutNode "untitled" 01:00:08:00 - 01:00:08:00 DmGapNode "untitled" 01:00:08:00 - 01:00:12:00
 ///
-/// In a mode that is not defined, and without a default one, times are frame counts. Characters that would break a line
-/// are written as escapes. Usually through DmTreeTool::dump.
+/// Record times are labels as editors know them (DmCompositionNode::getRecordLabel); "plays" is where the range that
+/// plays begins, in the mode of the material. In a mode that is not defined, and without a default one, times are frame
+/// counts. Characters that would break a line are written as escapes. Usually through DmTreeTool::dump.
 #pragma once
 
 #include "dmTreeVisitor.h"
@@ -27,19 +26,18 @@ public:
     /// The stream outlives the visitor; whether it took the text is its own state.
     explicit DmAsciiDumpVisitor(std::ostream& out);
 
+    void visitNode(DmTreeNode* node) override;
+    void visitCollection(DmCollectionNode* node) override;
+    void visitSegment(DmSegmentNode* node) override;
+    void visitContainer(DmSegmentNode* node) override;
+    void visitTransition(DmTransitionNode* node) override;
     void visitCompositionNode(DmCompositionNode* node) override;
     void visitTrackNode(DmTrackNode* node) override;
     void visitLayerNode(DmLayerNode* node) override;
-    void visitTransitionNode(DmTransitionNode* node) override;
-    void visitCutNode(DmCutNode* node) override;
     void visitTrxEffectNode(DmTrxEffectNode* node) override;
-    void visitSegmentNode(DmSegmentNode* node) override;
     void visitSourceNode(DmSourceNode* node) override;
-    void visitContainerNode(DmContainerNode* node) override;
-    void visitGapNode(DmGapNode* node) override;
     void visitBlobNode(DmBlobNode* node) override;
     void visitBatchFxNode(DmBatchFxNode* node) override;
-    void visitReelNode(DmReelNode* node) override;
     void visitRootNode(DmRoot* node) override;
     /// A line that says why.
     void notFollowed(DmTreeNode* node, DmNotFollowed why) override;
@@ -53,6 +51,7 @@ private:
     void addCount(const char* word, int count);
     void addChildren(const char* word, const DmTreeNode& node);
     void addTime(const char* word, double frames, DM::FrameCodeModes fcm);
+    void addRecordTime(const char* word, double frames);
     void addRange(double in, double out);
     void addSegment(const DmSegmentNode& node);
     void addInput(DmSourceNode& node);
@@ -65,4 +64,5 @@ private:
     std::string _line;
     const DmTreeNode* _composition = nullptr;      ///< the one that the nodes being visited stand in
     DM::FrameCodeModes _fcm = DM::FCM_NOT_DEFINED; ///< its mode
+    double _labelOffset = 0.0;                     ///< from its record times to their labels' times
 };

@@ -25,6 +25,7 @@ public:
 
     /// Null when there is none, which validation reports.
     DmCompositionNode* getComposition() const { return _composition.get(); }
+    DmCompositionNode* getNestedComposition() const override { return _composition.get(); }
     /// Shares the composition. One that holds this container, on whatever way, is an error that every walk reports.
     eDmErrorId setComposition(DmCompositionNode* composition);
     eDmErrorId setComposition(const CoSharedPtr<DmCompositionNode>& composition);

@@ -1,5 +1,8 @@
-/// A named, coloured point or range on a composition, a layer or a segment. Times are frames of the composition's
-/// frame-code mode; `dmNoTime` is a mark whose time is not set.
+/// A named, coloured point or range on a composition, a layer or a segment. `dmNoTime` is a mark whose time is not set.
+///
+/// Marks of compositions and layers are at record times: frames of the composition's mode. A mark of a segment counts
+/// from the begin of the segment's material, as "relIn" does, in frames of the material's mode: it stays on its
+/// picture, whatever the segment plays of it.
 #pragma once
 
 #include "dmNoTime.h"

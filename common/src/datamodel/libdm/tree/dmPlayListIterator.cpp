@@ -1,5 +1,6 @@
 #include "dmPlayListIterator.h"
 
+#include "dmStoredLabel.h"
 #include "dmTrackNode.h"
 
 namespace
@@ -28,6 +29,7 @@ const DmLayerNode* findLayer(const DmCompositionNode* composition, int trackPosi
 
 DmPlayListIterator::DmPlayListIterator(const DmCompositionNode* composition, int track, int layer)
     : _layer(findLayer(composition, track, layer))
+    , _fcm(composition ? dmFcmFromText(composition->getFCM()) : DM::FCM_NOT_DEFINED)
 {
     skipNull();
 }

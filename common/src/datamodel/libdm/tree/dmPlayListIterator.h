@@ -12,6 +12,7 @@
 #pragma once
 
 #include "dmTreeTool.h"
+#include "tuFcm.h"
 
 class ZR_DM_API DmPlayListIterator
 {
@@ -35,11 +36,12 @@ public:
     /// Among the layer's children.
     int position() const { return _position; }
     DmTimeRange recordRange() const { return DmTreeTool::getRecordRange(element()); }
-    DmTimeRange sourceRange() const { return DmTreeTool::getSourceRange(element()); }
+    DmTimeRange sourceRange() const { return DmTreeTool::getSourceRange(element(), _fcm); }
 
 private:
     void skipNull();
 
     CoSharedPtr<const DmLayerNode> _layer;
+    DM::FrameCodeModes _fcm; ///< of the composition
     int _position = 0;
 };

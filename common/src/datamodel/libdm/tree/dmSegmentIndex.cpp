@@ -1,10 +1,6 @@
 #include "dmSegmentIndex.h"
 
-#include "dmBatchFxNode.h"
-#include "dmContainerNode.h"
-#include "dmGapNode.h"
 #include "dmIdTableImp.h"
-#include "dmSourceNode.h"
 #include "dmTreeIterator.h"
 
 namespace
@@ -18,15 +14,11 @@ public:
         , _segments(segments)
     {
     }
-    void visitSegmentNode(DmSegmentNode* node) override
+    void visitSegment(DmSegmentNode* node) override
     {
         if (!node->getSegmentId().empty())
             _segments.add(node);
     }
-    void visitSourceNode(DmSourceNode* node) override { visitSegmentNode(node); }
-    void visitContainerNode(DmContainerNode* node) override { visitSegmentNode(node); }
-    void visitGapNode(DmGapNode* node) override { visitSegmentNode(node); }
-    void visitBatchFxNode(DmBatchFxNode* node) override { visitSegmentNode(node); }
 
 private:
     DmIdTable& _segments;

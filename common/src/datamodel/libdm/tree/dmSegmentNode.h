@@ -34,6 +34,7 @@ public:
         PropertyCount
     };
 
+    using DmTreeNode::asSegment;
     DmSegmentNode* asSegment() final { return this; }
 
     eDmErrorId createList() override;

@@ -18,6 +18,7 @@ public:
         PropertyCount
     };
 
+    using DmTreeNode::asTransition;
     DmTransitionNode* asTransition() final { return this; }
 
     eDmErrorId createList() override;

@@ -1,20 +1,22 @@
 #include "dmTreeIterator.h"
 
-#include "dmContainerNode.h"
+#include "dmCompositionNode.h"
 #include "dmNesting.h"
 
 #include <algorithm>
+
+void dmAddPathStep(std::string& text, int position)
+{
+    if (!text.empty())
+        text += '/';
+    text += position < 0 ? "composition" : "children[" + std::to_string(position) + ']';
+}
 
 std::string DmTreePath::text() const
 {
     std::string text;
     for (std::size_t i = 1; i < _steps.size(); ++i)
-    {
-        if (i > 1)
-            text += '/';
-        const int index = _steps[i].index;
-        text += index < 0 ? "composition" : "children[" + std::to_string(index) + ']';
-    }
+        dmAddPathStep(text, _steps[i].index);
     return text;
 }
 
@@ -64,12 +66,9 @@ private:
         DmCompositionNode* const composition = compositionOf(node);
         return composition ? composition : node->getChild(index);
     }
-    DmCompositionNode* compositionOf(DmTreeNode* node) const
+    DmCompositionNode* compositionOf(const DmTreeNode* node) const
     {
-        if (!_options.intoContainers || node->whatIs() != DM_CONTAINER_NODE)
-            return nullptr;
-        const auto* const container = dynamic_cast<const DmContainerNode*>(node);
-        return container ? container->getComposition() : nullptr;
+        return _options.intoContainers ? node->getNestedComposition() : nullptr;
     }
 
     void enter(DmTreeNode* node, int index)
@@ -109,6 +108,7 @@ private:
 
 DmPreIt::DmPreIt(DmTreeNode* first, const DmWalkOptions& options)
     : _first(first)
+    , _kept(first && first->refCount() > 0 ? first : nullptr)
     , _options(options)
 {
 }

@@ -7,9 +7,9 @@
 /// A node is visited at each place where it stands. Null children are passed over. A node that stands below itself, or
 /// deeper than dmMaxNesting, is not followed: the visitor is told, the walk goes on, and its status is DM_BAD_VALUE.
 ///
-/// A walk needs no stack of the thread's own for a tree's depth, and holds no reference: the visitor may change nodes,
-/// but neither the lists of children on the way to the node that it visits nor that node's life. Any number of walks
-/// may go through a tree that nobody changes.
+/// A walk needs no stack of the thread's own for a tree's depth. It holds a reference on its first node and on no
+/// other: the visitor may change nodes, but neither the lists of children on the way to the node that it visits nor
+/// that node's life. Any number of walks may go through a tree that nobody changes.
 #pragma once
 
 #include "dmTreeNode.h"
@@ -17,6 +17,9 @@
 #include <string>
 #include <unordered_set>
 #include <vector>
+
+/// Appends one step of a path: "/children[2]", or "/composition" for the position -1.
+void dmAddPathStep(std::string& text, int position);
 
 /// The way from the node at which a walk began to the node being visited.
 class ZR_DM_API DmTreePath
@@ -92,7 +95,7 @@ struct DmWalkOptions
 class ZR_DM_API DmPreIt final : public DmTreeIterator
 {
 public:
-    /// Begins at the node, which the caller keeps; a null one has nothing to visit.
+    /// Begins at the node and keeps it alive, unless nobody counts it; a null one has nothing to visit.
     explicit DmPreIt(DmTreeNode* first, const DmWalkOptions& options = {});
     explicit DmPreIt(const CoSharedPtr<DmTreeNode>& first, const DmWalkOptions& options = {});
 
@@ -102,5 +105,6 @@ private:
     class Walk;
 
     DmTreeNode* _first;
+    CoSharedPtr<DmTreeNode> _kept; ///< the first node, where it is counted
     DmWalkOptions _options;
 };

@@ -76,6 +76,11 @@ public:
     /// The node as the segment, or as the transition, that its class makes it; null for all others.
     virtual DmSegmentNode* asSegment() { return nullptr; }
     virtual DmTransitionNode* asTransition() { return nullptr; }
+    const DmSegmentNode* asSegment() const { return const_cast<DmTreeNode*>(this)->asSegment(); }
+    const DmTransitionNode* asTransition() const { return const_cast<DmTreeNode*>(this)->asTransition(); }
+    /// The composition that is the node's material; null for all nodes but containers, and for those without one. Walks
+    /// into containers go there.
+    virtual DmCompositionNode* getNestedComposition() const { return nullptr; }
 
     virtual int getNbChildren() const { return 0; }
     /// Null when there is no such child, and when it is null.

@@ -1,6 +1,16 @@
 #include "dmTreeVisitor.h"
 
-#include "dmTreeNode.h"
+#include "dmBatchFxNode.h"
+#include "dmBlobNode.h"
+#include "dmContainerNode.h"
+#include "dmCutNode.h"
+#include "dmGapNode.h"
+#include "dmLayerNode.h"
+#include "dmReelNode.h"
+#include "dmRoot.h"
+#include "dmSourceNode.h"
+#include "dmTrackNode.h"
+#include "dmTrxEffectNode.h"
 
 #include "envVar.h"
 #include "zrPost.h"
@@ -18,27 +28,127 @@ DmTreeVisitor::DmTreeVisitor(const char* name)
 
 DmTreeVisitor::~DmTreeVisitor() = default;
 
-// A visitor overrides what it is about.
+// From class to kind, and from kind to node.
 
-void DmTreeVisitor::visitCompositionNode(DmCompositionNode* /*node*/) {}
-void DmTreeVisitor::visitTrackNode(DmTrackNode* /*node*/) {}
-void DmTreeVisitor::visitLayerNode(DmLayerNode* /*node*/) {}
-void DmTreeVisitor::visitTransitionNode(DmTransitionNode* /*node*/) {}
-void DmTreeVisitor::visitCutNode(DmCutNode* /*node*/) {}
-void DmTreeVisitor::visitTrxEffectNode(DmTrxEffectNode* /*node*/) {}
-void DmTreeVisitor::visitSegmentNode(DmSegmentNode* /*node*/) {}
-void DmTreeVisitor::visitSourceNode(DmSourceNode* /*node*/) {}
-void DmTreeVisitor::visitContainerNode(DmContainerNode* /*node*/) {}
-void DmTreeVisitor::visitGapNode(DmGapNode* /*node*/) {}
-void DmTreeVisitor::visitBlobNode(DmBlobNode* /*node*/) {}
-void DmTreeVisitor::visitBatchFxNode(DmBatchFxNode* /*node*/) {}
-void DmTreeVisitor::visitReelNode(DmReelNode* /*node*/) {}
-void DmTreeVisitor::visitRootNode(DmRoot* /*node*/) {}
-void DmTreeVisitor::postProcessCompositionNode(DmCompositionNode* /*node*/) {}
-void DmTreeVisitor::postProcessTrackNode(DmTrackNode* /*node*/) {}
-void DmTreeVisitor::postProcessLayerNode(DmLayerNode* /*node*/) {}
-void DmTreeVisitor::postProcessReelNode(DmReelNode* /*node*/) {}
-void DmTreeVisitor::postProcessRootNode(DmRoot* /*node*/) {}
+void DmTreeVisitor::visitCompositionNode(DmCompositionNode* node)
+{
+    visitCollection(node);
+}
+
+void DmTreeVisitor::visitTrackNode(DmTrackNode* node)
+{
+    visitCollection(node);
+}
+
+void DmTreeVisitor::visitLayerNode(DmLayerNode* node)
+{
+    visitCollection(node);
+}
+
+void DmTreeVisitor::visitTransitionNode(DmTransitionNode* node)
+{
+    visitTransition(node);
+}
+
+void DmTreeVisitor::visitCutNode(DmCutNode* node)
+{
+    visitTransition(node);
+}
+
+void DmTreeVisitor::visitTrxEffectNode(DmTrxEffectNode* node)
+{
+    visitTransition(node);
+}
+
+void DmTreeVisitor::visitSegmentNode(DmSegmentNode* node)
+{
+    visitSegment(node);
+}
+
+void DmTreeVisitor::visitSourceNode(DmSourceNode* node)
+{
+    visitSegment(node);
+}
+
+void DmTreeVisitor::visitContainerNode(DmContainerNode* node)
+{
+    visitContainer(node);
+}
+
+void DmTreeVisitor::visitGapNode(DmGapNode* node)
+{
+    visitSegment(node);
+}
+
+void DmTreeVisitor::visitBlobNode(DmBlobNode* node)
+{
+    visitNode(node);
+}
+
+void DmTreeVisitor::visitBatchFxNode(DmBatchFxNode* node)
+{
+    visitSegment(node);
+}
+
+void DmTreeVisitor::visitReelNode(DmReelNode* node)
+{
+    visitCollection(node);
+}
+
+void DmTreeVisitor::visitRootNode(DmRoot* node)
+{
+    visitCollection(node);
+}
+
+void DmTreeVisitor::visitNode(DmTreeNode* /*node*/) {}
+
+void DmTreeVisitor::visitCollection(DmCollectionNode* node)
+{
+    visitNode(node);
+}
+
+void DmTreeVisitor::visitSegment(DmSegmentNode* node)
+{
+    visitNode(node);
+}
+
+void DmTreeVisitor::visitContainer(DmSegmentNode* node)
+{
+    visitSegment(node);
+}
+
+void DmTreeVisitor::visitTransition(DmTransitionNode* node)
+{
+    visitNode(node);
+}
+
+void DmTreeVisitor::postProcessCollection(DmCollectionNode* /*node*/) {}
+
+void DmTreeVisitor::postProcessCompositionNode(DmCompositionNode* node)
+{
+    postProcessCollection(node);
+}
+
+void DmTreeVisitor::postProcessTrackNode(DmTrackNode* node)
+{
+    postProcessCollection(node);
+}
+
+void DmTreeVisitor::postProcessLayerNode(DmLayerNode* node)
+{
+    postProcessCollection(node);
+}
+
+void DmTreeVisitor::postProcessReelNode(DmReelNode* node)
+{
+    postProcessCollection(node);
+}
+
+void DmTreeVisitor::postProcessRootNode(DmRoot* node)
+{
+    postProcessCollection(node);
+}
+
 void DmTreeVisitor::notFollowed(DmTreeNode* /*node*/, DmNotFollowed /*why*/) {}
 
 /// At notice level: who sets the variable wants to see the lines without turning every other debug message on.

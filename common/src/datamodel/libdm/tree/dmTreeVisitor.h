@@ -9,14 +9,17 @@
 ///     };
 ///
 /// DmTreeNode::accept calls the function of the node's own class and no other: a source is visited by visitSourceNode
-/// alone. The node is never null. Which nodes are visited, and in which order, is the business of whoever walks, for
-/// example of a DmPreIt.
+/// alone. What is not overridden goes on to the function of the node's kind, and from there to visitNode: a visitor
+/// that is about all segments overrides visitSegment, and meets those of classes that are yet to be written. The node
+/// is never null. Which nodes are visited, and in which order, is the business of whoever walks, for example of a
+/// DmPreIt.
 #pragma once
 
 #include "zrExport.h"
 
 class DmBatchFxNode;
 class DmBlobNode;
+class DmCollectionNode;
 class DmCompositionNode;
 class DmContainerNode;
 class DmCutNode;
@@ -50,6 +53,8 @@ public:
 
     const char* getName() const { return _name; }
 
+    // By class
+
     virtual void visitCompositionNode(DmCompositionNode* node);
     virtual void visitTrackNode(DmTrackNode* node);
     virtual void visitLayerNode(DmLayerNode* node);
@@ -65,8 +70,17 @@ public:
     virtual void visitReelNode(DmReelNode* node);
     virtual void visitRootNode(DmRoot* node);
 
-    // Of collections, after their children.
+    // By kind: where the functions above end, unless they are overridden
 
+    virtual void visitNode(DmTreeNode* node); ///< everything
+    virtual void visitCollection(DmCollectionNode* node);
+    virtual void visitSegment(DmSegmentNode* node);
+    virtual void visitContainer(DmSegmentNode* node); ///< segments that play a composition; goes on to visitSegment
+    virtual void visitTransition(DmTransitionNode* node);
+
+    // Of collections, after their children; by class, and where these end, by kind
+
+    virtual void postProcessCollection(DmCollectionNode* node);
     virtual void postProcessCompositionNode(DmCompositionNode* node);
     virtual void postProcessTrackNode(DmTrackNode* node);
     virtual void postProcessLayerNode(DmLayerNode* node);
