@@ -3,12 +3,8 @@
 #include "documents.h"
 #include "jsonLine.h"
 
-#include "dmCompositionNode.h"
-#include "dmSourceNode.h"
-#include "dmTreeIterator.h"
 #include "dmTreeTool.h"
 #include "dmUtf8.h"
-#include "timeText.h"
 
 #include <CLI/CLI.hpp>
 
@@ -49,73 +45,26 @@ struct Report
     std::vector<Finding> violations;
 };
 
-/// Repairs the times of every source, and notes what it found.
-class TimeChecker final : public DmTreeVisitor
+/// Notes what is wrong with the times of sources.
+void checkTimes(const DmRoot& root, std::vector<Finding>& findings)
 {
-public:
-    explicit TimeChecker(std::vector<Finding>& findings)
-        : DmTreeVisitor("TimeChecker")
-        , _findings(findings)
-    {
-    }
-    void visitSourceNode(DmSourceNode* node) override
-    {
-        const eDmErrorId status = node->checkTimeIntegrity();
-        for (std::string& message : _messages.take())
-            _findings.push_back({"warning", path()->text(), "", std::move(message)});
-        if (status != DM_NO_ERROR)
-            _findings.push_back({"warning", path()->text(), "", "Its times could not be repaired"});
-    }
-
-private:
-    std::vector<Finding>& _findings;
-    dmtree::CapturedMessages _messages;
-};
-
-/// Has every composition, those in containers included, checked by all rules, until it goes.
-class AllRules final : public DmTreeVisitor
-{
-public:
-    explicit AllRules(DmRoot& root)
-        : DmTreeVisitor("AllRules")
-    {
-        static_cast<void>(DmPreIt(&root, {.intoContainers = true}).apply(*this)); // what is not reached is not checked
-    }
-    ~AllRules() override
-    {
-        for (const auto& [node, origin] : _origins)
-            static_cast<void>(node->setOrigin(origin)); // it could be set before
-    }
-    AllRules(const AllRules&) = delete;
-    AllRules& operator=(const AllRules&) = delete;
-
-    void visitCompositionNode(DmCompositionNode* node) override
-    {
-        const eDmOrigin origin = node->getOrigin();
-        if (node->setOrigin(DM_ORIGIN_STRICT) == DM_NO_ERROR)
-            _origins.emplace_back(node, origin);
-    }
-
-private:
-    std::vector<std::pair<DmCompositionNode*, eDmOrigin>> _origins;
-};
+    for (const DmFaultySource& source : DmTreeTool::findTimeFaults(&root))
+        for (const DmTimeFault& fault : source.faults)
+            findings.push_back(
+                {"warning", source.path, source.record, dmUtf8(source.source->getName()) + ": " + fault.text()});
+}
 
 /// Notes the violations of a composition, whose path is given.
-void checkComposition(DmCompositionNode& composition, const std::string& path, std::vector<Finding>& findings)
+void checkComposition(DmCompositionNode& composition, const std::string& path, bool all, std::vector<Finding>& findings)
 {
-    const DM::FrameCodeModes fcm = dmFcmFromText(composition.getFCM());
-    for (const DmTreeViolation& violation :
-         DmTreeTool::findViolations(&composition, DmTreeTool::getValidationOptions(&composition)))
-    {
-        const double record = violation.place.recordFrame;
-        findings.push_back({"violation", violation.path.empty() ? path : path + '/' + violation.path,
-                            record == dmNoTime ? std::string() : dmtree::timeText(record, fcm),
+    const unsigned options = all ? DM_VALIDATE_ALL : DmTreeTool::getValidationOptions(&composition);
+    for (const DmTreeViolation& violation : DmTreeTool::findViolations(&composition, options))
+        findings.push_back({"violation", violation.path.empty() ? path : path + '/' + violation.path, violation.record,
                             dmUtf8(violation.message)});
-    }
 }
 
 /// A root or a reel: the rules are those of compositions, so nothing else may stand where none looks at it.
-void checkCollection(DmTreeNode& collection, const std::string& path, std::vector<Finding>& findings)
+void checkCollection(DmTreeNode& collection, const std::string& path, bool all, std::vector<Finding>& findings)
 {
     for (int i = 0; i < collection.getNbChildren(); ++i)
     {
@@ -124,9 +73,9 @@ void checkCollection(DmTreeNode& collection, const std::string& path, std::vecto
         if (!child)
             findings.push_back({"violation", childPath, "", "Nothing stands here."});
         else if (child->whatIs() == DM_COMPOSITION_NODE)
-            checkComposition(static_cast<DmCompositionNode&>(*child), childPath, findings);
+            checkComposition(static_cast<DmCompositionNode&>(*child), childPath, all, findings);
         else if (child->whatIs() == DM_REEL_NODE)
-            checkCollection(*child, childPath + '/', findings);
+            checkCollection(*child, childPath + '/', all, findings);
         else if (child->whatIs() != DM_BLOB_NODE)
             findings.push_back({"violation", childPath, "", "It stands outside of a composition."});
     }
@@ -157,26 +106,12 @@ Report checkFile(const std::string& file, const Options& options)
     if (!document.root)
         return report;
     addFindings(document.findings, options, report);
-
-    const auto checkTimes = [&]
-    {
-        TimeChecker checker(report.warnings);
-        static_cast<void>(DmPreIt(document.root, {.intoContainers = true}).apply(checker)); // a file holds no cycle
-    };
-    const auto checkRules = [&]
-    {
-        const std::unique_ptr<AllRules> allRules = options.all ? std::make_unique<AllRules>(*document.root) : nullptr;
-        checkCollection(*document.root, "", report.violations);
-    };
-    if (!options.repair)
-    {
-        checkRules(); // of the document as it is: looking at times repairs them
-        checkTimes();
-        return report;
-    }
-    checkTimes();
-    checkRules();
-    dmtree::saveDocument(*document.root, options.output, DmTreeJsonBuilder::Layout::Environment);
+    checkTimes(*document.root, report.warnings);
+    if (options.repair && DmTreeTool::repairTimes(document.root.get()) != DM_NO_ERROR)
+        report.warnings.push_back({"warning", "", "", "Not all times could be repaired"});
+    checkCollection(*document.root, "", options.all, report.violations);
+    if (options.repair)
+        dmtree::saveDocument(*document.root, options.output, DmTreeJsonBuilder::Layout::Environment);
     return report;
 }
 

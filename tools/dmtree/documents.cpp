@@ -15,6 +15,7 @@
 #include <iostream>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace dmtree
 {

@@ -2,14 +2,12 @@
 /// interchange reads is a document.
 #pragma once
 
-#include "CoMsg.h"
 #include "dmFinding.h"
 #include "dmRoot.h"
 #include "dmTreeJsonBuilder.h"
 #include "icInterchange.h"
 
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace CLI
@@ -54,34 +52,5 @@ void addLenient(CLI::App& command, bool& lenient);
 
 /// Replaces the file as a whole or not at all; the file may be the one that was read. Throws, naming the file.
 void saveDocument(const DmRoot& root, const std::string& path, DmTreeJsonBuilder::Layout layout);
-
-/// Keeps the errors and warnings of the library, for a scope, instead of having them printed.
-class CapturedMessages final : public DM::CoMsg::Router
-{
-public:
-    CapturedMessages()
-    {
-        DM::CoMsg::setRouter(this);
-        DM::CoMsg::setFilterLevel(DM::CoMsg::WarningLevel);
-    }
-    ~CapturedMessages() override
-    {
-        DM::CoMsg::setFilterLevel(_levelBefore);
-        DM::CoMsg::setRouter(&_before);
-    }
-    CapturedMessages(const CapturedMessages&) = delete;
-    CapturedMessages& operator=(const CapturedMessages&) = delete;
-
-    /// What was said since the last call.
-    std::vector<std::string> take() { return std::exchange(_texts, {}); }
-
-    using Router::post;
-    void post(const DM::CoMsg::Msg& msg) const override { _texts.push_back(msg.text().substr(0, msg.trimmedLength())); }
-
-private:
-    const Router& _before = DM::CoMsg::router();
-    const DM::CoMsg::Level _levelBefore = DM::CoMsg::filterLevel();
-    mutable std::vector<std::string> _texts;
-};
 
 } // namespace dmtree

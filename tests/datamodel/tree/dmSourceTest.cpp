@@ -111,6 +111,50 @@ TEST(TimeIntegrity, IsWarnedAboutAndRepairedUnlessItIsSwitchedOff)
     }
 }
 
+TEST(TimeIntegrity, IsLookedAtWithoutMendingAndMendedInSilence)
+{
+    for (const IntegrityCase& c : integrityCases)
+    {
+        const auto node = source(c.before.srcLength, c.before.relIn, c.before.recLength);
+        SCOPED_TRACE(testing::Message() << c.before.srcLength << ' ' << c.before.relIn << ' ' << c.before.recLength);
+        const ZrTestInHouse inHouse; // an assertion would stop it
+        const zrTest::CapturingRouter router;
+        std::vector<std::string> found;
+        for (const DmTimeFault& fault : std::as_const(*node).findTimeFaults())
+            found.push_back("Été: " + fault.text());
+        EXPECT_EQ(found, c.warnings);
+        expectTimes(*node, c.before);
+        ok(node->repairTimes());
+        expectTimes(*node, c.after);
+        EXPECT_TRUE(node->findTimeFaults().empty());
+        EXPECT_TRUE(router.messages.empty());
+    }
+    // What can be repaired is, whatever cannot.
+    const auto half = source(-5, 7, 10);
+    half->getSrcInput()->freeze();
+    EXPECT_EQ(half->repairTimes(), DM_CANNOT_LOCK);
+    EXPECT_EQ(half->getRelIn(), 0);
+    EXPECT_TRUE(DmSourceNode::create(nullptr, 0, 10, -5, false, false)->findTimeFaults().empty());
+
+    // Of a tree: those in containers, each once, with where they stand and when.
+    const auto inside = DmCompositionNode::create(L"inside", L"25 fps", nullptr);
+    ok(inside->setStartTC(90000, L"25 fps"));
+    DmTrackBuilder shots(1, DM_MEDIA_VIDEO);
+    ok(shots.append(source(100, 60, 50)));
+    ok(shots.addTo(*inside));
+    const auto root = DmRoot::create();
+    root->addChild(inside);
+    root->addChild(inside);
+    const std::vector<DmFaultySource> faulty = DmTreeTool::findTimeFaults(root);
+    ASSERT_EQ(faulty.size(), 1U);
+    EXPECT_EQ(faulty[0].path, "children[0]/children[0]/children[0]/children[0]");
+    EXPECT_EQ(faulty[0].record, "01:00:00:00");
+    EXPECT_EQ(faulty[0].faults.size(), 1U);
+    ok(DmTreeTool::repairTimes(root));
+    EXPECT_TRUE(DmTreeTool::findTimeFaults(root).empty());
+    ok(DmTreeTool::repairTimes(nullptr));
+}
+
 TEST(TimeIntegrity, LeavesASourceWithoutInputAloneAndTellsOfARefusedRepair)
 {
     const auto node = DmSourceNode::create(nullptr, 0, 10, -5, false, false);

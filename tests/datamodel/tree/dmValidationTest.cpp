@@ -174,6 +174,14 @@ TEST(Validation, AsksCompositionsForWhatTheirOriginPromises)
     EXPECT_FALSE(isValid(outer, DM_VALIDATE_DURATIONS));
     ok(cut.composition->setOrigin(DM_ORIGIN_UNDEFINED));
     EXPECT_TRUE(isValid(outer, DM_VALIDATE_ALL));
+
+    // Who asks for all violations names the rules for nested compositions too.
+    const auto found = DmTreeTool::findViolations(outer, DM_VALIDATE_ALL);
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0].path, "children[0]/children[0]/children[0]/composition/children[0]/children[0]/children[4]");
+    EXPECT_EQ(found[0].record, "00:00:00:00") << "in the composition that it stands in";
+    EXPECT_EQ(dmUtf8(found[1].message), "Container has invalid nested composition.");
+    EXPECT_TRUE(DmTreeTool::findViolations(outer, DM_VALIDATE_ORDER).empty());
 }
 
 TEST(Validation, ReportsTheFirstViolationAndWhereItIs)

@@ -8,6 +8,8 @@
 #include "zrAssert.h"
 #include "zrPost.h"
 
+#include <string>
+
 namespace
 {
 ZR_ENV_VAR(bool, noSourceTimeCheck, "ZR_NO_SOURCE_TIME_CHECK", false);
@@ -53,54 +55,135 @@ eDmErrorId DmSourceNode::addSrcMultiInput(const CoSharedPtr<Input>& input)
     return addTo(SrcMultiInput, input);
 }
 
+// Times
+
+double DmTimeFault::repaired() const
+{
+    switch (kind)
+    {
+    case NegativeSrcLength:
+        return DM::TimeUnit(1.0).roundToSubFrames().getFrames();
+    case NegativeRelIn:
+        return 0.0;
+    case RelInBehindEnd:
+        return srcLength - 1.0;
+    case EndBehindEnd:
+        return srcLength - relIn;
+    }
+    return 0.0;
+}
+
+std::string DmTimeFault::text() const
+{
+    const auto number = [](double frames) { return std::to_string(frames); };
+    switch (kind)
+    {
+    case NegativeSrcLength:
+        return "SrcLength: " + number(srcLength) + " < 0.0";
+    case NegativeRelIn:
+        return "RelIn: " + number(relIn) + " < 0";
+    case RelInBehindEnd:
+        return "RelIn: " + number(relIn) + " >= SrcLength: " + number(srcLength);
+    case EndBehindEnd:
+        return "RelIn: " + number(relIn) + " + RecLength: " + number(recLength) + " > SrcLength: " + number(srcLength);
+    }
+    return {};
+}
+
+namespace
+{
+
+/// The faults of these times, in order. Each is taken as repaired before the next is looked for, if that is what
+/// happens.
+std::vector<DmTimeFault> faultsOf(double srcLength, double relIn, double recLength, bool repairing)
+{
+    std::vector<DmTimeFault> faults;
+    const auto add = [&](DmTimeFault::Kind kind, double& time)
+    {
+        faults.push_back({kind, srcLength, relIn, recLength});
+        if (repairing)
+            time = faults.back().repaired();
+    };
+    if (srcLength < 0.0)
+        add(DmTimeFault::NegativeSrcLength, srcLength);
+    if (srcLength <= 1.0) // always plays from its start
+        return faults;
+    if (relIn < 0.0)
+        add(DmTimeFault::NegativeRelIn, relIn);
+    else if (relIn >= srcLength)
+        add(DmTimeFault::RelInBehindEnd, relIn);
+    if (relIn + recLength > srcLength)
+        add(DmTimeFault::EndBehindEnd, recLength);
+    return faults;
+}
+
+} // namespace
+
+std::vector<DmTimeFault> DmSourceNode::findTimeFaults() const
+{
+    const Input* const input = getSrcInput();
+    return input ? faultsOf(input->getSrcLength(), getRelIn(), getRecLength(), true) : std::vector<DmTimeFault>();
+}
+
+eDmErrorId DmSourceNode::repair(const DmTimeFault& fault)
+{
+    switch (fault.kind)
+    {
+    case DmTimeFault::NegativeSrcLength:
+        return getSrcInput()->setSrcLength(fault.repaired());
+    case DmTimeFault::NegativeRelIn:
+    case DmTimeFault::RelInBehindEnd:
+        return setRelIn(fault.repaired());
+    case DmTimeFault::EndBehindEnd:
+        return setRecLength(fault.repaired());
+    }
+    return DM_BAD_VALUE;
+}
+
+bool DmSourceNode::playsOneFrame() const
+{
+    return getSrcInput() && getSrcInput()->getSrcLength() <= 1.0;
+}
+
+eDmErrorId DmSourceNode::repairTimes()
+{
+    eDmErrorId first = DM_NO_ERROR;
+    const auto keep = [&first](eDmErrorId status) { first = first == DM_NO_ERROR ? status : first; };
+    for (const DmTimeFault& fault : findTimeFaults())
+        keep(repair(fault));
+    if (playsOneFrame() && getRelIn() != 0.0)
+        keep(setRelIn(0.0));
+    return first;
+}
+
 eDmErrorId DmSourceNode::checkTimeIntegrity()
 {
-    Input* const input = getSrcInput();
+    const Input* const input = getSrcInput();
     if (!input)
         return DM_NO_ERROR;
-    const bool repair = !noSourceTimeCheck().getValue();
+    const bool repairing = !noSourceTimeCheck().getValue();
     eDmErrorId status = DM_NO_ERROR;
-
-    if (input->getSrcLength() < 0.0)
+    for (const DmTimeFault& fault : faultsOf(input->getSrcLength(), getRelIn(), getRecLength(), repairing))
     {
-        ZR_POST_WARNING("%ls: SrcLength: %f < 0.0", getName().c_str(), input->getSrcLength());
-        if (repair)
+        ZR_POST_WARNING("%ls: %s", getName().c_str(), fault.text().c_str());
+        if (!repairing)
+            continue;
+        switch (fault.kind)
         {
+        case DmTimeFault::NegativeSrcLength:
             ZR_ASSERT_SOFT(!"Negative srcLength.");
-            status = input->setSrcLength(DM::TimeUnit(1.0).roundToSubFrames().getFrames());
-        }
-    }
-    const double srcLength = input->getSrcLength();
-    if (srcLength <= 1.0) // always plays from its start
-        return repair ? setRelIn(0.0) : status;
-
-    if (getRelIn() < 0.0)
-    {
-        ZR_POST_WARNING("%ls: RelIn: %f < 0", getName().c_str(), getRelIn());
-        if (repair)
-        {
+            break;
+        case DmTimeFault::NegativeRelIn:
             ZR_ASSERT_SOFT(!"Negative relIn.");
-            status = setRelIn(0.0);
-        }
-    }
-    else if (getRelIn() >= srcLength)
-    {
-        ZR_POST_WARNING("%ls: RelIn: %f >= SrcLength: %f", getName().c_str(), getRelIn(), srcLength);
-        if (repair)
-        {
+            break;
+        case DmTimeFault::RelInBehindEnd:
             ZR_ASSERT_SOFT(!"Integrity between relIn and srcLength is bad.");
-            status = setRelIn(srcLength - 1.0);
-        }
-    }
-    if (getRelIn() + getRecLength() > srcLength)
-    {
-        ZR_POST_WARNING("%ls: RelIn: %f + RecLength: %f > SrcLength: %f", getName().c_str(), getRelIn(), getRecLength(),
-                        srcLength);
-        if (repair)
-        {
+            break;
+        case DmTimeFault::EndBehindEnd:
             ZR_ASSERT_SOFT(!"Integrity between recLength and srcLength is bad.");
-            status = setRecLength(srcLength - getRelIn());
+            break;
         }
+        status = repair(fault);
     }
-    return status;
+    return repairing && playsOneFrame() ? setRelIn(0.0) : status;
 }

@@ -6,6 +6,32 @@
 
 #include "dmSegmentNode.h"
 
+#include <vector>
+
+/// A time of a source that does not fit the length of its input.
+struct ZR_DM_API DmTimeFault
+{
+    enum Kind
+    {
+        NegativeSrcLength,
+        NegativeRelIn,
+        RelInBehindEnd, ///< "relIn" is not before "srcLength"
+        EndBehindEnd    ///< "relIn" + "recLength" is more than "srcLength"
+    };
+    Kind kind;
+
+    // As found: with what was repaired before
+
+    double srcLength;
+    double relIn;
+    double recLength;
+
+    /// What the time becomes: "srcLength", "relIn" or "recLength", whichever is to blame.
+    double repaired() const;
+    /// "RelIn: 110.000000 >= SrcLength: 100.000000".
+    std::string text() const;
+};
+
 class ZR_DM_API DmSourceNode final : public DmNode<DmSourceNode, DmSegmentNode, &DmTreeVisitor::visitSourceNode>
 {
 public:
@@ -46,13 +72,24 @@ public:
     double getFxChecksum() const { return _fxChecksum; }
     eDmErrorId setFxChecksum(double checksum) { return set(FxChecksum, checksum); }
 
-    /// Repairs the record times that do not fit the input's length: a negative length becomes one frame, an offset
-    /// outside the material moves to its first or last frame, what is played beyond the end is cut. "recIn" stays.
-    /// Each finding is a warning and a soft assertion; with ZR_NO_SOURCE_TIME_CHECK a warning only, and nothing
-    /// changes. Returns the status of the last setter; a source without input is left alone.
+    // Times that do not fit the input: a negative length becomes one frame, an offset outside the material moves to its
+    // first or last frame, what is played beyond the end is cut, and what has one frame plays from its start. Plain
+    // numbers are compared, whatever the modes and the speed. "recIn" stays. A source without input is left alone.
+
+    /// What is wrong with the times, in the order in which it would be repaired, and each as it stands then. Empty when
+    /// all is well. Changes and posts nothing.
+    std::vector<DmTimeFault> findTimeFaults() const;
+    /// Repairs the times and posts nothing. The first status that is not DM_NO_ERROR; what can be repaired is.
+    eDmErrorId repairTimes();
+    /// Repairs the times as well; each fault is a warning and a soft assertion before that, and with
+    /// ZR_NO_SOURCE_TIME_CHECK a warning only. Returns the status of the last setter.
     eDmErrorId checkTimeIntegrity();
 
 private:
+    eDmErrorId repair(const DmTimeFault& fault);
+    /// The offset of material of one frame or less is 0: its value is no fault.
+    bool playsOneFrame() const;
+
     DmNested<Input> _srcInput;
     DmSetList<Input> _srcMultiInput;
     bool _isMultiChannel = false;

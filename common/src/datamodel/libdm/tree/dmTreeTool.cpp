@@ -2,12 +2,15 @@
 
 #include "dmAsciiDumpVisitor.h"
 #include "dmElementImp.h"
+#include "dmMaterial.h"
+#include "dmPlayed.h"
 #include "dmRecordSearch.h"
 #include "dmSetTools.h"
-#include "dmSourceInput.h"
 #include "dmTreeIterator.h"
 
 #include <algorithm>
+#include <unordered_set>
+#include <utility>
 
 // Rules
 
@@ -38,6 +41,80 @@ std::vector<DmTreeViolation> DmTreeTool::findViolations(const CoSharedPtr<DmComp
                                                         unsigned options)
 {
     return findViolations(composition.get(), options);
+}
+
+// Times of sources
+
+namespace
+{
+
+/// The composition that a node stands in: the nearest one on the way to it.
+const DmCompositionNode* compositionAbove(const DmTreePath& path)
+{
+    for (int i = 1; i <= path.depth(); ++i)
+        if (const auto* const composition = dynamic_cast<const DmCompositionNode*>(path.above(i)))
+            return composition;
+    return nullptr;
+}
+
+/// Calls `use` with each source of a tree, once, and the way to it.
+template <class Use>
+class EachSource final : public DmTreeVisitor
+{
+public:
+    explicit EachSource(const Use& use)
+        : DmTreeVisitor("EachSource")
+        , _use(use)
+    {
+    }
+    void visitSourceNode(DmSourceNode* node) override
+    {
+        if (node->refCount() <= 1 || _known.insert(node).second)
+            _use(*node, *path());
+    }
+
+private:
+    const Use& _use;
+    std::unordered_set<const DmSourceNode*> _known; ///< of those that may stand in several places
+};
+
+template <class Use>
+void forEachSource(DmTreeNode* tree, const Use& use)
+{
+    EachSource visitor(use);
+    static_cast<void>(
+        DmPreIt(tree, {.intoContainers = true, .sharedOnce = true}).apply(visitor)); // cycles are left out
+}
+
+} // namespace
+
+std::vector<DmFaultySource> DmTreeTool::findTimeFaults(const DmTreeNode* tree)
+{
+    std::vector<DmFaultySource> found;
+    const auto look = [&found](const DmSourceNode& source, const DmTreePath& path)
+    {
+        std::vector<DmTimeFault> faults = source.findTimeFaults();
+        if (faults.empty())
+            return;
+        const DmCompositionNode* const composition = compositionAbove(path);
+        found.push_back({CoSharedPtr<const DmSourceNode>(&source), path.text(),
+                         composition ? composition->getRecordLabel(source.getRecIn()) : std::string(),
+                         std::move(faults)});
+    };
+    forEachSource(const_cast<DmTreeNode*>(tree), look); // visitors are given nodes to change: this one does not
+    return found;
+}
+
+eDmErrorId DmTreeTool::repairTimes(DmTreeNode* tree)
+{
+    eDmErrorId first = DM_NO_ERROR;
+    const auto repair = [&first](DmSourceNode& source, const DmTreePath& /*path*/)
+    {
+        const eDmErrorId status = source.repairTimes();
+        first = first == DM_NO_ERROR ? status : first;
+    };
+    forEachSource(tree, repair);
+    return first;
 }
 
 // Copies
@@ -101,21 +178,16 @@ DmTimeRange DmTreeTool::getRecordRange(DmTreeNode* element)
     return {};
 }
 
-DmTimeRange DmTreeTool::getSourceRange(DmTreeNode* element)
+DmTimeRange DmTreeTool::getSourceRange(DmTreeNode* element, DM::FrameCodeModes compositionFcm)
 {
     const DmSegmentNode* const segment = dmSegment(element);
     if (!segment || segment->whatIs() == DM_GAP_NODE)
         return {};
-    double in = segment->getRelIn();
-    if (const auto* const source = dynamic_cast<const DmSourceNode*>(segment))
-    {
-        const DmSourceNode::Input* const input = source->getSrcInput();
-        if (const auto* const media = dynamic_cast<const DmSourceNode::MediaInput*>(input))
-            in += media->getSrcIn();
-        else if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(input))
-            in += derived->getSrcIn();
-    }
-    return {in, segment->getRecLength()};
+    const DmPlayed played(*segment, compositionFcm);
+    if (played.motion() == DmPlayed::Motion::None)
+        return {segment->getRelIn(), segment->getRecLength()};
+    const double begin = segment->getNestedComposition() ? 0.0 : dmMaterialOf(*segment, compositionFcm).begin;
+    return {begin + played.begin(), played.length()};
 }
 
 int DmTreeTool::getElementIndexAt(const DmLayerNode* layer, double time)

@@ -6,9 +6,13 @@
 
 #include "dmCompositionNode.h"
 #include "dmLayerNode.h"
+#include "dmSourceNode.h"
 #include "dmTreeUtil.h"
+#include "tuFcm.h"
 
 #include <iosfwd>
+#include <string>
+#include <vector>
 
 /// A stretch of time: [in, in + length).
 struct DmTimeRange
@@ -30,6 +34,17 @@ struct DmElementSpan
     int count() const { return last - first; }
 };
 
+/// A source whose times do not fit its input.
+struct DmFaultySource
+{
+    CoSharedPtr<const DmSourceNode> source;
+    /// From the first node of the tree on, as DmTreePath::text writes it; the source's first place.
+    std::string path;
+    /// The label of its record time, in the composition that it stands in; empty outside of one.
+    std::string record;
+    std::vector<DmTimeFault> faults;
+};
+
 class ZR_DM_API DmTreeTool
 {
 public:
@@ -41,11 +56,17 @@ public:
     static bool isValidTree(DmCompositionNode* composition);
     static bool isValidTree(const CoSharedPtr<DmCompositionNode>& composition);
     /// Every rule that is broken, in the order in which the nodes are visited; posts nothing. `options`: a sum of
-    /// eDmValidationOption. What a container holds is checked with its own options, once if several containers share
-    /// it.
+    /// eDmValidationOption. With DM_VALIDATE_DURATIONS among them, what a container holds is checked with the same
+    /// options, once if several containers share it.
     static std::vector<DmTreeViolation> findViolations(DmCompositionNode* composition, unsigned options);
     static std::vector<DmTreeViolation> findViolations(const CoSharedPtr<DmCompositionNode>& composition,
                                                        unsigned options);
+
+    // Times of sources (DmSourceNode::findTimeFaults), of those in containers too, each source once
+
+    static std::vector<DmFaultySource> findTimeFaults(const DmTreeNode* tree);
+    /// Repairs them. The first status that is not DM_NO_ERROR; what can be repaired is.
+    static eDmErrorId repairTimes(DmTreeNode* tree);
 
     // Copies
 
@@ -73,11 +94,10 @@ public:
 
     /// The record time that a segment or a transition takes; of every other node, the default range. At once.
     static DmTimeRange getRecordRange(DmTreeNode* element);
-    /// What a source plays: from its material's in-time (as DmSourceNode::MediaInput::getSrcIn gives it) plus "relIn"
-    /// on, as long as it takes record time, in frames of the material; effects that change the speed are left out of
-    /// account. Of a generated or a relinked source and of a container, from "relIn" on. Of every other node, the
-    /// default range.
-    static DmTimeRange getSourceRange(DmTreeNode* element);
+    /// The range of its material that a segment plays, in frames of the material's mode (DmPlayed); of a source with an
+    /// in-time, from there on (DmMaterial::begin). `compositionFcm`: the mode of the composition that it stands in, for
+    /// material of another one. Without material, "relIn" and "recLength"; of other nodes, the default range.
+    static DmTimeRange getSourceRange(DmTreeNode* element, DM::FrameCodeModes compositionFcm = DM::FCM_NOT_DEFINED);
     /// The position of the element that plays at a record time, found in some log2(n) comparisons; -1 when none plays:
     /// outside the layer, in a hole, for what is no time. A transition plays from the end of the segment before it to
     /// the begin of the one behind it; a cut plays at no time.
@@ -86,4 +106,53 @@ public:
     static DmTreeNode* getElementAt(const DmLayerNode* layer, double time);
     /// The elements that play at some time of [in, out), and the cuts between them; as fast.
     static DmElementSpan getElementsIn(const DmLayerNode* layer, double in, double out);
+
+    // The same for nodes that are held by CoSharedPtr
+
+    template <class Node>
+    static std::vector<DmFaultySource> findTimeFaults(const CoSharedPtr<Node>& tree)
+    {
+        return findTimeFaults(tree.get());
+    }
+    template <class Node>
+    static eDmErrorId repairTimes(const CoSharedPtr<Node>& tree)
+    {
+        return repairTimes(tree.get());
+    }
+    template <class A, class B>
+    static bool areEqual(const CoSharedPtr<A>& a, const CoSharedPtr<B>& b, std::string* difference = nullptr)
+    {
+        return areEqual(a.get(), b.get(), difference);
+    }
+    template <class Node>
+    static eDmErrorId dump(const CoSharedPtr<Node>& tree, std::ostream& out, int maxDepth = -1)
+    {
+        return dump(tree.get(), out, maxDepth);
+    }
+    template <class Node>
+    static DmTimeRange getRecordRange(const CoSharedPtr<Node>& element)
+    {
+        return getRecordRange(element.get());
+    }
+    template <class Node>
+    static DmTimeRange getSourceRange(const CoSharedPtr<Node>& element,
+                                      DM::FrameCodeModes compositionFcm = DM::FCM_NOT_DEFINED)
+    {
+        return getSourceRange(element.get(), compositionFcm);
+    }
+    template <class Layer>
+    static int getElementIndexAt(const CoSharedPtr<Layer>& layer, double time)
+    {
+        return getElementIndexAt(layer.get(), time);
+    }
+    template <class Layer>
+    static DmTreeNode* getElementAt(const CoSharedPtr<Layer>& layer, double time)
+    {
+        return getElementAt(layer.get(), time);
+    }
+    template <class Layer>
+    static DmElementSpan getElementsIn(const CoSharedPtr<Layer>& layer, double in, double out)
+    {
+        return getElementsIn(layer.get(), in, out);
+    }
 };

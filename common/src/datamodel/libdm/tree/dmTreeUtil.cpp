@@ -1,10 +1,7 @@
 #include "dmTreeUtil.h"
 
-#include "dmBatchFxNode.h"
-#include "dmContainerNode.h"
-#include "dmCutNode.h"
+#include "dmCompositionNode.h"
 #include "dmElementImp.h"
-#include "dmGapNode.h"
 #include "dmIdTableImp.h"
 #include "dmLayerNode.h"
 #include "dmNesting.h"
@@ -89,9 +86,9 @@ public:
         , _validation(validation)
     {
     }
-    void visitContainerNode(DmContainerNode* node) override
+    void visitContainer(DmSegmentNode* node) override
     {
-        if (node->getComposition() && !_validation.isSound(node->getComposition(), false))
+        if (node->getNestedComposition() && !_validation.isSound(node->getNestedComposition(), false))
             stop();
     }
 
@@ -155,7 +152,9 @@ bool DmValidationVisitor::broken(const DmString& message, Spot spot)
     if (_run->all)
     {
         _valid = false;
-        _run->all->push_back({pathTo(spot), message, _place});
+        _run->all->push_back({pathTo(spot), message, _place, {}});
+        if (_atElement && _composition)
+            _run->all->back().record = _composition->getRecordLabel(_place.recordFrame);
     }
     else
         setValidFlag(false, message);
@@ -198,6 +197,8 @@ void DmValidationVisitor::visitCompositionNode(DmCompositionNode* node)
         _run->known.clear();
     }
     _ids->clear();
+    _composition = node;
+    _atElement = false;
     for (int i = 0; i < node->getNbChildren(); ++i)
     {
         const DmTreeNode* const child = node->getChild(i);
@@ -249,6 +250,7 @@ void DmValidationVisitor::visitLayerNode(DmLayerNode* node)
         if (segment)
         {
             _place.recordFrame = segment->getRecIn();
+            _atElement = true;
             if ((!wantsSegment && !broken(L"Missing transition.", spot)) || !checkElement(*node, *segment, previous))
                 return;
             previous = segment;
@@ -296,12 +298,14 @@ void DmValidationVisitor::enterElement(double recIn)
     if (path() && path()->index() >= 0)
         _place.elementIndex = path()->index();
     _place.recordFrame = recIn;
+    _atElement = true;
 }
 
 void DmValidationVisitor::leaveElement()
 {
     _place.elementIndex = 0;
     _place.recordFrame = 0.0;
+    _atElement = false;
 }
 
 void DmValidationVisitor::visitTrxEffectNode(DmTrxEffectNode* node)
@@ -338,17 +342,7 @@ void DmValidationVisitor::checkLength(const DmTrxEffectNode& node)
                      L" provided: ", number(rounded(node.getRecLength()))}));
 }
 
-void DmValidationVisitor::visitSegmentNode(DmSegmentNode* node)
-{
-    checkSegment(node);
-}
-
-void DmValidationVisitor::visitGapNode(DmGapNode* node)
-{
-    checkSegment(node);
-}
-
-void DmValidationVisitor::visitBatchFxNode(DmBatchFxNode* node)
+void DmValidationVisitor::visitSegment(DmSegmentNode* node)
 {
     checkSegment(node);
 }
@@ -393,13 +387,13 @@ void DmValidationVisitor::visitSourceNode(DmSourceNode* node)
                      number(rounded(length)), L"'"}));
 }
 
-void DmValidationVisitor::visitContainerNode(DmContainerNode* node)
+void DmValidationVisitor::visitContainer(DmSegmentNode* node)
 {
     if (!checkSegment(node))
         return;
-    if (!node->getComposition())
+    if (!node->getNestedComposition())
         broken(L"Container has no nested composition.");
-    else if (!isSound(node->getComposition(), (_options & DM_VALIDATE_DURATIONS) != 0))
+    else if (!isSound(node->getNestedComposition(), (_options & DM_VALIDATE_DURATIONS) != 0))
         broken(L"Container has invalid nested composition.");
 }
 
@@ -419,7 +413,9 @@ bool DmValidationVisitor::isSound(DmCompositionNode* nested, bool withRules)
     DmPreIt walk(nested);
     if (withRules)
     {
-        DmValidationVisitor visitor(DmTreeTool::getValidationOptions(nested), this, _run);
+        // Who asks for every violation says by which rules; a plain validation asks the composition.
+        const unsigned options = _run->all ? _options : DmTreeTool::getValidationOptions(nested);
+        DmValidationVisitor visitor(options, this, _run);
         sound = walk.apply(visitor) == DM_NO_ERROR && visitor.isValid();
     }
     else

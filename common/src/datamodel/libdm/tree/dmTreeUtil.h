@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+class DmCompositionNode;
 class DmEffectSettings;
 class DmIdTable;
 
@@ -49,6 +50,8 @@ struct DmTreeViolation
     std::string path;
     DmString message;
     DmValidationPlace place;
+    /// The label of the element's record time in its own composition; empty where no element is to blame.
+    std::string record;
 };
 
 /// Checks the nodes that it visits against the rules of their classes. It stops the walk at the first rule that is
@@ -77,11 +80,9 @@ public:
     void visitTrackNode(DmTrackNode* node) override;
     void visitLayerNode(DmLayerNode* node) override;
     void visitTrxEffectNode(DmTrxEffectNode* node) override;
-    void visitSegmentNode(DmSegmentNode* node) override;
+    void visitSegment(DmSegmentNode* node) override;
     void visitSourceNode(DmSourceNode* node) override;
-    void visitContainerNode(DmContainerNode* node) override;
-    void visitGapNode(DmGapNode* node) override;
-    void visitBatchFxNode(DmBatchFxNode* node) override;
+    void visitContainer(DmSegmentNode* node) override;
     void postProcessLayerNode(DmLayerNode* node) override;
 
 private:
@@ -113,7 +114,9 @@ private:
     const unsigned _options;
     bool _valid = true;
     DmValidationPlace _place;
-    std::unique_ptr<DmIdTable> _ids;         ///< of the segments seen so far
-    const DmValidationVisitor* const _outer; ///< that visits the container of this visitor's composition
-    const std::shared_ptr<Run> _run;         ///< shared with the visitors of nested compositions
+    const DmCompositionNode* _composition = nullptr; ///< the last one that was visited
+    bool _atElement = false;                         ///< the place has an element
+    std::unique_ptr<DmIdTable> _ids;                 ///< of the segments seen so far
+    const DmValidationVisitor* const _outer;         ///< that visits the container of this visitor's composition
+    const std::shared_ptr<Run> _run;                 ///< shared with the visitors of nested compositions
 };
