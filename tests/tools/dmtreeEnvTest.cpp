@@ -1,6 +1,7 @@
 #include "commandCases.h"
 
 #include <algorithm>
+#include <fstream>
 #include <sstream>
 
 TEST(DmtreeEnv, ListsEveryVariableWithValueDefaultAndFile)
@@ -30,4 +31,22 @@ TEST(DmtreeEnv, AValueStaysOnItsLineAndHtmlIsEscaped)
     check({{"env", "--html"}, 0, "<html>...<td align=left>ZR_MSG_LEVEL</td><td align=center>&lt;b&gt;&amp;</td>..."},
           markup);
     EXPECT_FALSE(matches(zrTest::runDmtree({"env", "--html"}, markup).out, "...<b>..."));
+}
+
+TEST(DmtreeEnv, SaysWhatEachVariableTakesAndDoes)
+{
+    std::ifstream file(ZR_DOCS "/environment.md");
+    const std::string page((std::istreambuf_iterator<char>(file)), {});
+    std::istringstream in(zrTest::runDmtree({"env"}).out);
+    std::string line;
+    std::getline(in, line);
+    const std::size_t takes = line.find("TAKES");
+    const std::size_t meaning = line.find("MEANING");
+    ASSERT_NE(meaning, std::string::npos);
+    while (std::getline(in, line))
+    {
+        EXPECT_NE(line[takes], ' ') << line;
+        EXPECT_NE(line[meaning], ' ') << line;
+        EXPECT_NE(page.find("| `" + line.substr(0, line.find(' ')) + "` |"), std::string::npos) << line;
+    }
 }
