@@ -1,6 +1,7 @@
 /// Timecode text in every mode: whatever is read counts to frames whose label reads back as the same frames, and fields
 /// that are called valid are those of their own time.
 #include "edlTCConv.h"
+#include "tuLabel.h"
 #include "tuPulldown.h"
 #include "tuTimeUnit.h"
 
@@ -49,6 +50,17 @@ void checkText(const std::string& text, FrameCodeModes fcm)
     expect(written == read);
 }
 
+/// What is read strictly is what is read forgivingly, and its label reads back as the same time.
+void checkStrictly(const std::string& text, FrameCodeModes fcm)
+{
+    TimeUnit time;
+    if (TimeLabel::read(text, fcm, time) != TimeLabel::Good)
+        return;
+    TimeUnit again;
+    expect(TimeLabel::read(TimeLabel::text(time, fcm), fcm, again) == TimeLabel::Good && again == time);
+    expect(text.find_first_of(".,") != text.npos || TimeUnit().fromTimeCode(text.c_str(), fcm) == time);
+}
+
 /// Any double at all as a time.
 void checkTime(TimeUnit time, FrameCodeModes fcm)
 {
@@ -78,6 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const FrameCodeModes fcm = modes[data[0] % modes.size()];
     const std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
     checkText(text, fcm);
+    checkStrictly(text, fcm);
     double frames = 0.0;
     std::memcpy(&frames, text.data(), std::min(text.size(), sizeof frames));
     checkTime(TimeUnit(frames), fcm);

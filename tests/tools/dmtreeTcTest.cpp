@@ -24,7 +24,10 @@ TEST(DmtreeTc, AnswersNumbersWithLabelsAndLabelsWithNumbers)
         {{"--fcm", "25 fps", "--", "-30", "-:1:2"}, 0, "-00:00:01:05\n-27\n"},
         {{"--fcm", "25 fps", "1", "--", "-1"}, 0, "00:00:00:01\n-00:00:00:01\n"},
         {{"--fcm", "25 fps", "--to", df, "90000", "01:00:00:00"}, 0, "01;00;00;00\n01;00;00;00\n"},
-        {{"--fcm", "25 fps", "+24", "2147483646"}, 0, "24\n23860:55:45:21\n"}};
+        {{"--fcm", "25 fps", "+24", "2147483646"}, 0, "24\n23860:55:45:21\n"},
+        {{"--fcm", "PAL", "25"}, 0, "00:00:01:00\n"},
+        {{"--fcm", "ntsc df", "00:01:00;02"}, 0, "1800\n"},
+        {{"--fcm", "23.98", "--to", "30", "24"}, 0, "00:00:01:00\n"}};
     for (const CommandCase& row : cases)
         checkTc(row);
 }
@@ -59,14 +62,17 @@ TEST(DmtreeTc, NeedsAModeAndKnownWords)
     const CommandCase usage[] = {
         {{"5"}, 2, "", "...name one with --fcm..."},
         {{"--fcm", "24.5", "5"}, 2, "", "...'24.5' is no frame-code mode. The modes are '23.976 fps', ..."},
-        {{"--fcm", "25 fps", "--to", "25", "5"}, 2, "", "...'25' is no frame-code mode..."},
+        {{"--fcm", "25 fps", "--to", "pal df", "5"}, 2, "", "...'pal df' is no frame-code mode..."},
         {{"--fcm", "25 fps", "--bump", "3", "5"}, 2, "", "...'3' is no bump mode..."},
         {{"--fcm", "25 fps"}, 2, "", "...VALUE is required..."},
         {{"--fcm", "25 fps", "-x", "1"}, 2, "", "...-x..."}};
     for (const CommandCase& row : usage)
         checkTc(row);
     checkTc({{"1800"}, 0, "00;01;00;02\n"}, {.environment = {"ZR_DEFAULT_FCM=" + df}});
-    checkTc({{"1800"}, 2, "", "...name one with --fcm..."}, {.environment = {"ZR_DEFAULT_FCM=29.97 FPS DF"}});
+    checkTc({{"--fcm", "25", "25"}, 0, "00:00:01:00\n", "dmtree: warning: ...ZR_DEFAULT_FCM is 'PAL'..."},
+            {.environment = {"ZR_DEFAULT_FCM=PAL"}});
+    checkTc({{"1800"}, 2, "", "...ZR_DEFAULT_FCM is '29.97 FPS DF'...name one with --fcm..."},
+            {.environment = {"ZR_DEFAULT_FCM=29.97 FPS DF"}});
 }
 
 TEST(DmtreeTc, AnswersEveryLineOfItsInput)

@@ -2,6 +2,7 @@
 #include "dmtree.h"
 #include "documents.h"
 #include "jsonLine.h"
+#include "modes.h"
 
 #include <CLI/CLI.hpp>
 
@@ -17,8 +18,6 @@
 
 namespace
 {
-
-using DM::FcmUtil;
 
 struct Options
 {
@@ -37,7 +36,7 @@ struct Options
     {
         interchange::Options conversion;
         conversion.format = format;
-        conversion.fcm = FcmUtil::getFCMFromString(fcm.c_str(), false);
+        conversion.fcm = dmtree::modeOf(fcm);
         conversion.lenient = lenient;
         conversion.composition = composition;
         conversion.tracks = tracks;
@@ -157,16 +156,6 @@ int convertAll(const Options& options)
                                                                            : dmtree::Fine);
     }
     return worst;
-}
-
-std::string checkMode(const std::string& name)
-{
-    if (FcmUtil::getFCMFromString(name.c_str(), false) != DM::FCM_NOT_DEFINED)
-        return "";
-    std::string names;
-    for (const DM::FrameCodeModes fcm : FcmUtil::getModes())
-        names += (names.empty() ? "'" : ", '") + std::string(FcmUtil::getFCMString(fcm)) + "'";
-    return "'" + name + "' is no frame-code mode. The modes are " + names;
 }
 
 std::string formatNames()

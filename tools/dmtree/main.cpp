@@ -1,4 +1,5 @@
 #include "dmtree.h"
+#include "modes.h"
 
 #include "CoStderrLogger.h"
 #include "zrAssert.h"
@@ -9,6 +10,7 @@
 #include <exception>
 #include <iostream>
 #include <stdexcept>
+#include <string>
 
 namespace
 {
@@ -52,6 +54,8 @@ try
         }
         return app.exit(error) == 0 ? dmtree::Fine : dmtree::Unusable;
     }
+    if (const std::string wrong = dmtree::wrongDefaultMode(); !wrong.empty())
+        std::cerr << "dmtree: warning: " << wrong << '\n';
     const int exitCode = run ? run() : dmtree::Unusable;
     if (!std::cout.flush())
         throw std::runtime_error("cannot write to standard output");

@@ -1,7 +1,9 @@
 // dmtree tc: frame counts as timecode labels and back, for a person's arguments and for a pipeline's lines.
 #include "columns.h"
 #include "dmtree.h"
+#include "modes.h"
 
+#include "tuLabel.h"
 #include "tuTimeUnit.h"
 
 #include <CLI/CLI.hpp>
@@ -25,6 +27,7 @@ namespace
 
 using DM::FcmUtil;
 using DM::FrameCodeModes;
+using DM::TimeLabel;
 using DM::TimeUnit;
 
 constexpr std::string_view blanks = " \t\r\f\v";
@@ -57,29 +60,6 @@ bool isLabel(std::string_view text)
     return text.find_first_of(":;+#") != text.npos;
 }
 
-/// Whether the text is a label to the letter: the library itself forgives much, and reads nonsense as zeros.
-bool isWellFormedLabel(std::string_view text)
-{
-    constexpr std::size_t longest = 31; // the library reads no more
-    if (text.size() > longest)
-        return false;
-    if (text.starts_with('-') || text.starts_with('+'))
-        text.remove_prefix(1);
-    if (text.starts_with(':') || text.starts_with(';'))
-        text.remove_prefix(1);
-    int fields = 1;
-    bool hasDigits = false;
-    for (const char c : text)
-    {
-        const bool isDigit = c >= '0' && c <= '9';
-        if (!isDigit && !(hasDigits && isLabel({&c, 1})))
-            return false;
-        fields += isDigit ? 0 : 1;
-        hasDigits = isDigit;
-    }
-    return hasDigits && fields <= 4;
-}
-
 bool isCountable(TimeUnit time)
 {
     return time.isATime() && std::abs(time.getFrames()) < TimeUnit::getNotATime().getFrames();
@@ -90,8 +70,7 @@ class Converter
 public:
     Converter(const Options& options, FrameCodeModes from)
         : _from(from)
-        , _nonDrop(FcmUtil::toNonDrop(from))
-        , _to(FcmUtil::getFCMFromString(options.to.c_str(), false))
+        , _to(dmtree::modeOf(options.to))
         , _clamp(options.clamp)
         , _bump(options.bumps)
     {
@@ -131,28 +110,25 @@ private:
 
     Refusal readLabel(std::string_view text, TimeUnit& time) const
     {
-        if (!isWellFormedLabel(text))
-            return notUnderstood;
-        const std::string label(text);
-        int hh = 0;
-        int mm = 0;
-        int ss = 0;
-        int ff = 0;
-        TimeUnit::parseTimeCodeString(label.c_str(), hh, mm, ss, ff);
-        if (_clamp)
+        TimeLabel label;
+        TimeLabel::Status status = TimeLabel::parse(text, label);
+        if (status == TimeLabel::Good)
+            status = label.toTime(_from, time, {.clamp = _clamp, .bump = _bump});
+        switch (status)
         {
-            mm = std::min(mm, 59);
-            ss = std::min(ss, 59);
-            ff = std::min(ff, FcmUtil::getIntFPS(_from) - 1);
-        }
-        if (!TimeUnit::isValidTimeCode(hh, mm, ss, ff, _nonDrop))
+        case TimeLabel::Good:
+            return answered;
+        case TimeLabel::OutOfRange:
             return outOfRange;
-        if (!_bump && !TimeUnit::isValidTimeCode(hh, mm, ss, ff, _from))
+        case TimeLabel::Dropped:
             return doesNotExist;
-        time.fromTimeCode(hh, mm, ss, ff, _from, false, _bump);
-        if (label.starts_with('-'))
-            time = TimeUnit::getZero() - time;
-        return answered;
+        case TimeLabel::TooLarge:
+            return tooLarge;
+        case TimeLabel::NotALabel:
+        case TimeLabel::NoMode:
+            break;
+        }
+        return notUnderstood;
     }
 
     Refusal appendEquivalent(TimeUnit time, std::string& out) const
@@ -174,7 +150,6 @@ private:
     }
 
     FrameCodeModes _from;
-    FrameCodeModes _nonDrop;
     FrameCodeModes _to;
     bool _clamp;
     bool _bump;
@@ -269,20 +244,6 @@ private:
     bool _refused = false;
 };
 
-std::string modeNames()
-{
-    std::string names;
-    for (const FrameCodeModes fcm : FcmUtil::getModes())
-        names += (names.empty() ? "'" : ", '") + std::string(FcmUtil::getFCMString(fcm)) + "'";
-    return names;
-}
-
-std::string checkMode(const std::string& name)
-{
-    const bool known = FcmUtil::getFCMFromString(name.c_str(), false) != DM::FCM_NOT_DEFINED;
-    return known ? "" : "'" + name + "' is no frame-code mode. The modes are " + modeNames();
-}
-
 /// Turns the name of a bump mode into its number.
 std::string readBumpMode(std::string& text)
 {
@@ -294,18 +255,6 @@ std::string readBumpMode(std::string& text)
             return "";
         }
     return "'" + text + "' is no bump mode. The modes are 'previous', 'next', 'earlier'";
-}
-
-FrameCodeModes sourceMode(const Options& options)
-{
-    if (!options.fcm.empty())
-        return FcmUtil::getFCMFromString(options.fcm.c_str(), false);
-    const FrameCodeModes fcm = TimeUnit::findDefaultFcm();
-    if (fcm == DM::FCM_NOT_DEFINED)
-        throw CLI::ValidationError("no frame-code mode: name one with --fcm, or in the environment variable "
-                                   "ZR_DEFAULT_FCM. The modes are " +
-                                   modeNames());
-    return fcm;
 }
 
 int convertAll(const Options& options, FrameCodeModes from)
@@ -330,7 +279,9 @@ void dmtree::addTc(CLI::App& app, Run& run)
     CLI::App* const command =
         app.add_subcommand("tc", "Turn frame counts into timecode labels, and labels into counts");
     const auto options = std::make_shared<Options>();
-    command->add_option("--fcm", options->fcm, "Frame-code mode of the values; without it, that of ZR_DEFAULT_FCM")
+    command
+        ->add_option("--fcm", options->fcm,
+                     std::string("Frame-code mode of the values, ") + modeHelp + ". Without it, that of ZR_DEFAULT_FCM")
         ->type_name("NAME")
         ->check(checkMode);
     command->add_option("--to", options->to, "Answer with the label of the same wall-clock time in this mode")
@@ -366,6 +317,6 @@ void dmtree::addTc(CLI::App& app, Run& run)
         [&run, options, bump]
         {
             options->bumps = bump->count() != 0;
-            run = [options, from = sourceMode(*options)] { return convertAll(*options, from); };
+            run = [options, from = modeOrDefaultOf(options->fcm)] { return convertAll(*options, from); };
         });
 }

@@ -283,7 +283,10 @@ TEST(StrictLabels, AreReadOrRefusedWithAReason)
         {" 1:2", 25, NotALabel, 0},
         {"--1:2", 25, NotALabel, 0},
         {"1:-2", 25, NotALabel, 0},
-        {"1:0000000002", 25, NotALabel, 0},
+        {"1:0000000002", 25, Good, 27},
+        {"1:99999999999", 25, OutOfRange, 0},
+        {"99999999999:00:00:00", 25, TooLarge, 0},
+        {"00000000000000000000000000001:1:1", 25, NotALabel, 0},
         {"01:00:00:00", -6, NoMode, 0},
         {"01:00:00:00", 0, NoMode, 0},
     };

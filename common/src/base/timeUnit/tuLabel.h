@@ -29,7 +29,8 @@ public:
         NotALabel,  ///< the text is something else
         NoMode,     ///< the mode has no rate
         OutOfRange, ///< minutes, seconds or frames are more than the mode counts to
-        Dropped     ///< the mode leaves this label out
+        Dropped,    ///< the mode leaves this label out
+        TooLarge    ///< more frames than can be counted
     };
     /// What it says about a label, in a sentence's words: "a field is out of range in this mode".
     static const char* reason(Status status);
@@ -41,8 +42,9 @@ public:
         bool bump = false;  ///< labels that the mode drops go where TimeUnit::setDfBumpMode says
     };
 
-    /// Splits a text: one to four numbers of at most nine digits, the last of hours, minutes, seconds and frames,
-    /// between single separators (: ; . , + #), with a sign and a separator in front if need be. No blanks.
+    /// Splits a text of at most 31 characters: one to four numbers, the last of hours, minutes, seconds and frames,
+    /// between single separators (: ; . , + #), with a sign and a separator in front if need be. No blanks. Numbers
+    /// saturate.
     static Status parse(std::string_view text, TimeLabel& label);
     /// The time of the label in a mode; left as it is where the status is not Good.
     Status toTime(FrameCodeModes fcm, TimeUnit& time, Moves moves) const;

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <limits>
 
 namespace DM
 {
@@ -32,14 +34,19 @@ const char* TimeLabel::reason(Status status)
         return "a field is out of range in this mode";
     case Dropped:
         return "this mode drops the label";
+    case TooLarge:
+        return "more frames than can be counted";
     }
     return "";
 }
 
 TimeLabel::Status TimeLabel::parse(std::string_view text, TimeLabel& label)
 {
-    constexpr int longestNumber = 9; // digits that fit an int
+    constexpr std::size_t longest = 31; // as TimeUnit::parseTimeCodeString reads
+    constexpr std::int64_t largest = std::numeric_limits<int>::max();
     label = {};
+    if (text.size() > longest)
+        return NotALabel;
     if (text.starts_with('-') || text.starts_with('+'))
     {
         label.isNegative = text.front() == '-';
@@ -55,9 +62,8 @@ TimeLabel::Status TimeLabel::parse(std::string_view text, TimeLabel& label)
     {
         if (c >= '0' && c <= '9')
         {
-            if (++digits > longestNumber)
-                return NotALabel;
-            numbers[last] = numbers[last] * 10 + (c - '0');
+            ++digits;
+            numbers[last] = static_cast<int>(std::min(numbers[last] * std::int64_t{10} + (c - '0'), largest));
             continue;
         }
         if (std::string_view(":;.,+#").find(c) == std::string_view::npos || digits == 0 || ++last == numbers.size())
@@ -97,6 +103,8 @@ TimeLabel::Status TimeLabel::toTime(FrameCodeModes fcm, TimeUnit& time, Moves mo
         return Dropped;
     TimeUnit read;
     read.fromTimeCode(hours, mm, ss, ff, fcm, false, moves.bump);
+    if (!(read < TimeUnit::getNotATime()))
+        return TooLarge;
     time = isNegative ? -read : read;
     return Good;
 }

@@ -2,46 +2,23 @@
 
 #include "icText.h"
 
+#include "tuLabel.h"
+
+#include <algorithm>
 #include <array>
 
 namespace interchange
 {
 
-namespace
-{
-
-bool isSeparator(char c)
-{
-    return c == ':' || c == ';' || c == '.' || c == ',' || c == '+' || c == '#';
-}
-
-} // namespace
-
 std::optional<TimeLabel> parseTimeLabel(std::string_view text)
 {
-    constexpr std::size_t fields = 4;
-    constexpr int digitsOfAField = 3;
-    std::array<int, fields> values{};
-    std::size_t field = 0;
-    int digits = 0;
-    bool drop = false;
-    for (const char c : text)
-    {
-        if (isDigit(c))
-        {
-            if (++digits > digitsOfAField)
-                return std::nullopt;
-            values[field] = values[field] * 10 + (c - '0');
-            continue;
-        }
-        if (!isSeparator(c) || digits == 0 || ++field == fields)
-            return std::nullopt;
-        drop |= c == ';' || c == ',';
-        digits = 0;
-    }
-    if (field != fields - 1 || digits == 0)
+    constexpr int fields = 4;
+    constexpr int largest = 999;
+    DM::TimeLabel label;
+    if (text.empty() || !isDigit(text.front()) || DM::TimeLabel::parse(text, label) != DM::TimeLabel::Good ||
+        label.fields != fields || std::max({label.hours, label.minutes, label.seconds, label.frames}) > largest)
         return std::nullopt;
-    return TimeLabel{values[0], values[1], values[2], values[3], drop};
+    return TimeLabel{label.hours, label.minutes, label.seconds, label.frames, label.isDrop};
 }
 
 bool isInDay(const TimeLabel& label, DM::FrameCodeModes fcm)

@@ -24,7 +24,8 @@ struct TimeLabel
     bool drop = false; ///< written with a ";" or ","
 };
 
-/// Four numbers of one to three digits between separators, as the whole text; none when it is anything else. A "." or
+/// A label of four numbers, each of up to 999 (DM::TimeLabel::parse), as the whole text; none when it is anything else.
+/// A "." or
 /// ":" says nothing about drop frame, and neither do the "+" and "#" of the library's own labels.
 std::optional<TimeLabel> parseTimeLabel(std::string_view text);
 

@@ -80,18 +80,6 @@ bool merge(Edit& into, const Edit& from)
     return true;
 }
 
-/// Record times of nodes count from the start time code, or from zero.
-double recordOffset(const DmCompositionNode& composition)
-{
-    double earliest = dmNoTime;
-    for (int i = 0; i < composition.getNbChildren(); ++i)
-        if (const DmTreeNode* const track = composition.getChild(i))
-            for (int j = 0; j < track->getNbChildren(); ++j)
-                if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(j)))
-                    earliest = std::min(earliest, layer->getLayerStartTC());
-    return earliest < composition.getStartTC() ? composition.getStartTC() : 0.0;
-}
-
 class ListMaker
 {
 public:
@@ -99,7 +87,7 @@ public:
         : _composition(composition)
         , _report(report)
         , _fcm(fcm)
-        , _offset(recordOffset(composition))
+        , _offset(composition.getLabelTime(0.0))
         , _lines(fcm, _offset, report)
     {
     }

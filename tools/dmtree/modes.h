@@ -1,0 +1,27 @@
+/// Frame-code modes as the options of subcommands name them.
+#pragma once
+
+#include "tuFcm.h"
+
+#include <string>
+
+namespace dmtree
+{
+
+/// What --help says about names of modes.
+inline constexpr const char* modeHelp =
+    "a name or a short form: 25 or PAL, 24, 23.976 or 23.98, 30, 50, 60, 29.97 or NTSC, 59.94; df behind it for labels "
+    "that drop ('29.97 df')";
+
+/// The names of all modes, in quotes.
+std::string modeNames();
+/// Empty for a name of a mode or a short form of one, else what is wrong with it: a validator of options.
+std::string checkMode(const std::string& name);
+/// The mode; FCM_NOT_DEFINED for the empty text, an option that was not given.
+DM::FrameCodeModes modeOf(const std::string& name);
+/// What is wrong with ZR_DEFAULT_FCM, in a sentence; empty when it names a mode or is not set.
+std::string wrongDefaultMode();
+/// The mode of an option or, where it was not given, of ZR_DEFAULT_FCM. Throws when neither names one, and says which.
+DM::FrameCodeModes modeOrDefaultOf(const std::string& name);
+
+} // namespace dmtree
