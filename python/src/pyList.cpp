@@ -1,0 +1,557 @@
+#include "pyList.h"
+
+#include "pySet.h"
+#include "pyValue.h"
+
+#include <algorithm>
+
+namespace zrpy
+{
+namespace
+{
+
+struct ListObject
+{
+    PyObject_HEAD DmPropertySet* set; ///< holds one reference
+    int index;
+};
+
+PyTypeObject* listType = nullptr;
+
+/// One list property of one set, and what is done with it.
+class List
+{
+    /// Calls the visitor with the type of the elements.
+    template <class Visitor>
+    decltype(auto) visit(Visitor&& visitor) const
+    {
+        using Result = decltype(visitor(std::type_identity<double>()));
+        return dmVisitStorage(_def._type,
+                              [&]<class T>(std::type_identity<T>) -> Result
+                              {
+                                  if constexpr (dmIsVector<T>)
+                                      return visitor(std::type_identity<typename T::value_type>());
+                                  else
+                                      raiseStatus(DM_TYPE_NOT_IMPLEMENTED, nameOf(_set, _def));
+                              });
+    }
+
+public:
+    List(DmPropertySet& set, int index)
+        : _set(set)
+        , _index(index)
+        , _def(*set.classData().at(index))
+    {
+    }
+    explicit List(PyObject* self)
+        : List(*reinterpret_cast<ListObject*>(self)->set, reinterpret_cast<ListObject*>(self)->index)
+    {
+    }
+
+    std::string name() const { return nameOf(_set, _def); }
+
+    Py_ssize_t size() const
+    {
+        int size = 0;
+        check(_set.getListSize(_index, _def._type, size));
+        return size;
+    }
+
+    py::object at(Py_ssize_t element) const
+    {
+        return visit(
+            [&]<class T>(std::type_identity<T>) -> py::object
+            {
+                T value{};
+                check(_set.getValueFromPropertyList(_index, _def._type, static_cast<int>(element), &value));
+                return toPython(value, slot());
+            });
+    }
+
+    void setAt(Py_ssize_t element, py::handle value)
+    {
+        visit(
+            [&]<class T>(std::type_identity<T>)
+            {
+                const T converted = convert<T>(value, false);
+                check(_set.setValueFromPropertyList(_index, _def._type, static_cast<int>(element), &converted));
+            });
+    }
+
+    void insert(Py_ssize_t element, py::handle value)
+    {
+        visit(
+            [&]<class T>(std::type_identity<T>)
+            {
+                const T converted = convert<T>(value, false);
+                check(_set.insertValueInPropertyList(_index, _def._type, static_cast<int>(element), &converted));
+            });
+    }
+
+    void removeAt(Py_ssize_t element)
+    {
+        check(_set.removeValueFromPropertyList(_index, _def._type, static_cast<int>(element)));
+    }
+
+    /// All elements, as a list of Python.
+    py::list elements() const
+    {
+        const Py_ssize_t count = size();
+        py::list all(count);
+        for (Py_ssize_t i = 0; i < count; ++i)
+            PyList_SET_ITEM(all.ptr(), i, at(i).release().ptr());
+        return all;
+    }
+
+    /// Makes the list hold `after`, where it held `before`: what stands at its begin and end in both is not touched.
+    void assign(const py::list& before, const py::list& after)
+    {
+        const auto old = static_cast<Py_ssize_t>(before.size());
+        const auto made = static_cast<Py_ssize_t>(after.size());
+        const auto item = [](const py::list& list, Py_ssize_t i) { return PyList_GET_ITEM(list.ptr(), i); };
+        Py_ssize_t first = 0;
+        while (first < std::min(old, made) && item(before, first) == item(after, first))
+            ++first;
+        Py_ssize_t tail = 0;
+        while (tail < std::min(old, made) - first && item(before, old - 1 - tail) == item(after, made - 1 - tail))
+            ++tail;
+
+        visit(
+            [&]<class T>(std::type_identity<T>)
+            {
+                // All of it is converted before anything changes.
+                const bool hasNull = before.contains(py::none());
+                std::vector<T> fresh;
+                fresh.reserve(static_cast<std::size_t>(made - first - tail));
+                for (Py_ssize_t i = first; i < made - tail; ++i)
+                    fresh.push_back(convert<T>(item(after, i), hasNull));
+                requireChangeable();
+
+                const auto add = [&](int at, const T& value)
+                { check(_set.insertValueInPropertyList(_index, _def._type, at, &value)); };
+                const Py_ssize_t shift = std::max(old - first - tail, made - first - tail);
+                if (tail > 0 && shift > 16)
+                {
+                    // Moving the tail for each of very many elements would take time in their product.
+                    for (Py_ssize_t i = made - tail; i < made; ++i)
+                        fresh.push_back(convert<T>(item(after, i), hasNull));
+                    tail = 0;
+                }
+                Py_ssize_t at = first;
+                const Py_ssize_t end = old - tail;
+                if (first == 0 && tail == 0 && end > 16)
+                    check(_set.clearList(_index, _def._type));
+                else
+                {
+                    for (; at < end && at - first < static_cast<Py_ssize_t>(fresh.size()); ++at)
+                        check(_set.setValueFromPropertyList(_index, _def._type, static_cast<int>(at),
+                                                            &fresh[static_cast<std::size_t>(at - first)]));
+                    for (Py_ssize_t i = end; i-- > at;)
+                        removeAt(i);
+                }
+                for (auto i = static_cast<std::size_t>(at - first); i < fresh.size(); ++i)
+                    add(static_cast<int>(first + static_cast<Py_ssize_t>(i)), fresh[i]);
+            });
+    }
+
+    /// At the end; nothing changes when one does not fit.
+    void extend(py::handle values)
+    {
+        PyObject* const list = PySequence_List(values.ptr());
+        if (!list)
+            throw py::error_already_set();
+        const auto added = py::reinterpret_steal<py::list>(list);
+        visit(
+            [&]<class T>(std::type_identity<T>)
+            {
+                std::vector<T> fresh;
+                fresh.reserve(added.size());
+                for (const py::handle value : added)
+                    fresh.push_back(convert<T>(value, false));
+                requireChangeable();
+                for (const T& value : fresh)
+                    check(_set.addValueInPropertyList(_index, _def._type, &value));
+            });
+    }
+
+    void clear() { check(_set.clearList(_index, _def._type)); }
+
+private:
+    Slot slot() const { return {_set, _def}; }
+
+    void check(eDmErrorId status) const
+    {
+        if (status == DM_BAD_INDEX)
+            throw py::index_error(name() + ": index out of range");
+        if (status != DM_NO_ERROR)
+            raiseStatus(status, name());
+    }
+
+    void requireChangeable() const
+    {
+        if (_set.isFrozen())
+            raiseStatus(DM_CANNOT_LOCK, name());
+    }
+
+    /// A null element may stay where a document has one; scripts bring none.
+    template <class T>
+    T convert(py::handle value, bool nullAllowed) const
+    {
+        if constexpr (std::same_as<T, DmPropertySetPtr>)
+            if (value.is_none() && !nullAllowed)
+                raiseType(name() + " holds objects, not None");
+        T converted{};
+        fromPython(value, converted, slot());
+        return converted;
+    }
+
+    DmPropertySet& _set;
+    const int _index;
+    const DmPropertyDef& _def;
+};
+
+bool isList(py::handle object)
+{
+    return Py_TYPE(object.ptr()) == listType;
+}
+
+/// The other side of an operator: a view counts as its elements.
+py::object operand(py::handle object)
+{
+    return isList(object) ? py::object(List(object.ptr()).elements()) : py::reinterpret_borrow<py::object>(object);
+}
+
+// What the interpreter calls
+
+void dealloc(PyObject* self)
+{
+    PyTypeObject* const type = Py_TYPE(self);
+    {
+        const DmPropertySetPtr set(reinterpret_cast<ListObject*>(self)->set);
+        static_cast<void>(set->unref()); // `set` holds another
+    }
+    type->tp_free(self);
+    Py_DECREF(type);
+}
+
+Py_ssize_t length(PyObject* self)
+{
+    return guarded<Py_ssize_t>(-1, [&] { return List(self).size(); });
+}
+
+PyObject* item(PyObject* self, Py_ssize_t index)
+{
+    return guarded<PyObject*>(nullptr,
+                              [&]
+                              {
+                                  const List list(self);
+                                  // The end of an iteration: no message is made for it.
+                                  if (index < 0 || index >= list.size())
+                                  {
+                                      PyErr_SetString(PyExc_IndexError, "index out of range");
+                                      throw py::error_already_set();
+                                  }
+                                  return list.at(index).release().ptr();
+                              });
+}
+
+PyObject* subscript(PyObject* self, PyObject* key)
+{
+    return guarded<PyObject*>(nullptr,
+                              [&]() -> PyObject*
+                              {
+                                  if (!PyIndex_Check(key))
+                                      return PyObject_GetItem(List(self).elements().ptr(),
+                                                              key); // a slice, or a TypeError
+                                  Py_ssize_t index = PyNumber_AsSsize_t(key, PyExc_IndexError);
+                                  if (index == -1 && PyErr_Occurred())
+                                      return nullptr;
+                                  return item(self, index < 0 ? index + List(self).size() : index);
+                              });
+}
+
+/// Does with the elements what a list does, and takes over what came of it.
+template <class Change>
+py::object through(PyObject* self, Change&& change)
+{
+    List list(self);
+    const py::list before = list.elements();
+    const py::list after(before.attr("copy")());
+    py::object result = change(after);
+    list.assign(before, after);
+    return result;
+}
+
+int setSubscript(PyObject* self, PyObject* key, PyObject* value)
+{
+    return guarded<int>(-1,
+                        [&]
+                        {
+                            List list(self);
+                            if (PyIndex_Check(key))
+                            {
+                                Py_ssize_t index = PyNumber_AsSsize_t(key, PyExc_IndexError);
+                                if (index == -1 && PyErr_Occurred())
+                                    return -1;
+                                const Py_ssize_t size = list.size();
+                                if (index < 0)
+                                    index += size;
+                                if (index < 0 || index >= size)
+                                    throw py::index_error(list.name() + ": index out of range");
+                                if (value)
+                                    list.setAt(index, value);
+                                else
+                                    list.removeAt(index);
+                                return 0;
+                            }
+                            const py::object given = value ? operand(value) : py::object();
+                            through(self,
+                                    [&](const py::list& elements) -> py::object
+                                    {
+                                        if ((given ? PyObject_SetItem(elements.ptr(), key, given.ptr())
+                                                   : PyObject_DelItem(elements.ptr(), key)) != 0)
+                                            throw py::error_already_set();
+                                        return py::none();
+                                    });
+                            return 0;
+                        });
+}
+
+int contains(PyObject* self, PyObject* value)
+{
+    return guarded<int>(-1, [&] { return PySequence_Contains(List(self).elements().ptr(), value); });
+}
+
+PyObject* compare(PyObject* a, PyObject* b, int operation)
+{
+    return guarded<PyObject*>(nullptr,
+                              [&]() -> PyObject*
+                              {
+                                  if (!PyList_Check(b) && !isList(b))
+                                      Py_RETURN_NOTIMPLEMENTED;
+                                  return PyObject_RichCompare(operand(a).ptr(), operand(b).ptr(), operation);
+                              });
+}
+
+PyObject* concatenate(PyObject* a, PyObject* b)
+{
+    return guarded<PyObject*>(nullptr, [&] { return PyNumber_Add(operand(a).ptr(), operand(b).ptr()); });
+}
+
+PyObject* multiply(PyObject* a, PyObject* b)
+{
+    return guarded<PyObject*>(nullptr, [&] { return PyNumber_Multiply(operand(a).ptr(), operand(b).ptr()); });
+}
+
+PyObject* extendInPlace(PyObject* self, PyObject* values)
+{
+    return guarded<PyObject*>(nullptr,
+                              [&]
+                              {
+                                  List(self).extend(operand(values));
+                                  return Py_NewRef(self);
+                              });
+}
+
+PyObject* multiplyInPlace(PyObject* self, PyObject* times)
+{
+    return guarded<PyObject*>(nullptr,
+                              [&]
+                              {
+                                  through(self,
+                                          [&](const py::list& elements) -> py::object
+                                          {
+                                              PyObject* const same = PyNumber_InPlaceMultiply(elements.ptr(), times);
+                                              if (!same)
+                                                  throw py::error_already_set();
+                                              return py::reinterpret_steal<py::object>(same);
+                                          });
+                                  return Py_NewRef(self);
+                              });
+}
+
+PyObject* represent(PyObject* self)
+{
+    return guarded<PyObject*>(nullptr, [&] { return PyObject_Repr(List(self).elements().ptr()); });
+}
+
+PyObject* iterate(PyObject* self)
+{
+    return PySeqIter_New(self);
+}
+
+PyObject* append(PyObject* self, PyObject* value)
+{
+    return guarded<PyObject*>(nullptr,
+                              [&]
+                              {
+                                  List list(self);
+                                  list.insert(list.size(), value);
+                                  return Py_NewRef(Py_None);
+                              });
+}
+
+PyObject* extend(PyObject* self, PyObject* values)
+{
+    PyObject* const same = extendInPlace(self, values);
+    Py_XDECREF(same);
+    return same ? Py_NewRef(Py_None) : nullptr;
+}
+
+PyObject* insert(PyObject* self, PyObject* args)
+{
+    return guarded<PyObject*>(nullptr,
+                              [&]() -> PyObject*
+                              {
+                                  Py_ssize_t index = 0;
+                                  PyObject* value = nullptr;
+                                  if (!PyArg_ParseTuple(args, "nO:insert", &index, &value))
+                                      return nullptr;
+                                  List list(self);
+                                  const Py_ssize_t size = list.size();
+                                  list.insert(std::clamp(index < 0 ? index + size : index, Py_ssize_t(0), size), value);
+                                  return Py_NewRef(Py_None);
+                              });
+}
+
+PyObject* pop(PyObject* self, PyObject* args)
+{
+    return guarded<PyObject*>(nullptr,
+                              [&]() -> PyObject*
+                              {
+                                  Py_ssize_t index = -1;
+                                  if (!PyArg_ParseTuple(args, "|n:pop", &index))
+                                      return nullptr;
+                                  List list(self);
+                                  const Py_ssize_t size = list.size();
+                                  if (index < 0)
+                                      index += size;
+                                  if (index < 0 || index >= size)
+                                      throw py::index_error(size == 0 ? "pop from empty list"
+                                                                      : "pop index out of range");
+                                  py::object value = list.at(index);
+                                  list.removeAt(index);
+                                  return value.release().ptr();
+                              });
+}
+
+PyObject* clear(PyObject* self, PyObject* /*none*/)
+{
+    return guarded<PyObject*>(nullptr,
+                              [&]
+                              {
+                                  List(self).clear();
+                                  return Py_NewRef(Py_None);
+                              });
+}
+
+/// A method of list on the elements, which may change them.
+template <const auto& name>
+PyObject* asListDoes(PyObject* self, PyObject* args, PyObject* keywords)
+{
+    return guarded<PyObject*>(nullptr,
+                              [&]
+                              {
+                                  return through(self,
+                                                 [&](const py::list& elements) -> py::object
+                                                 {
+                                                     const py::object method = elements.attr(name);
+                                                     PyObject* const result =
+                                                         PyObject_Call(method.ptr(), args, keywords);
+                                                     if (!result)
+                                                         throw py::error_already_set();
+                                                     return py::reinterpret_steal<py::object>(result);
+                                                 })
+                                      .release()
+                                      .ptr();
+                              });
+}
+
+constexpr char removeName[] = "remove";
+constexpr char reverseName[] = "reverse";
+constexpr char sortName[] = "sort";
+constexpr char indexName[] = "index";
+constexpr char countName[] = "count";
+constexpr char copyName[] = "copy";
+
+template <const auto& name>
+PyMethodDef likeList(const char* doc)
+{
+    return {name, reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(&asListDoes<name>)),
+            METH_VARARGS | METH_KEYWORDS, doc};
+}
+
+PyMethodDef methods[] = {
+    {"append", append, METH_O, "Adds an element at the end."},
+    {"extend", extend, METH_O, "Adds elements at the end; none when one does not fit."},
+    {"insert", insert, METH_VARARGS, "Inserts an element before the index."},
+    {"pop", pop, METH_VARARGS, "Removes and returns the element at the index, by default the last."},
+    {"clear", clear, METH_NOARGS, "Removes all elements."},
+    likeList<removeName>("Removes the first element equal to the value."),
+    likeList<reverseName>("Reverses the order."),
+    likeList<sortName>("Sorts in place; key and reverse as for a list."),
+    likeList<indexName>("The first index of an element equal to the value."),
+    likeList<countName>("How many elements equal the value."),
+    likeList<copyName>("The elements, as a list."),
+    {nullptr, nullptr, 0, nullptr},
+};
+
+PyType_Slot slots[] = {
+    {Py_tp_doc, const_cast<char*>("A list property: a live view, which changes the object.")},
+    {Py_tp_dealloc, reinterpret_cast<void*>(dealloc)},
+    {Py_tp_richcompare, reinterpret_cast<void*>(compare)},
+    {Py_tp_hash, reinterpret_cast<void*>(PyObject_HashNotImplemented)},
+    {Py_tp_repr, reinterpret_cast<void*>(represent)},
+    {Py_tp_iter, reinterpret_cast<void*>(iterate)},
+    {Py_tp_methods, methods},
+    {Py_sq_length, reinterpret_cast<void*>(length)},
+    {Py_sq_item, reinterpret_cast<void*>(item)},
+    {Py_sq_contains, reinterpret_cast<void*>(contains)},
+    {Py_sq_inplace_concat, reinterpret_cast<void*>(extendInPlace)},
+    {Py_mp_length, reinterpret_cast<void*>(length)},
+    {Py_mp_subscript, reinterpret_cast<void*>(subscript)},
+    {Py_mp_ass_subscript, reinterpret_cast<void*>(setSubscript)},
+    {Py_nb_add, reinterpret_cast<void*>(concatenate)},
+    {Py_nb_multiply, reinterpret_cast<void*>(multiply)},
+    {Py_nb_inplace_add, reinterpret_cast<void*>(extendInPlace)},
+    {Py_nb_inplace_multiply, reinterpret_cast<void*>(multiplyInPlace)},
+    {0, nullptr},
+};
+
+PyType_Spec spec = {"zrdmtree.ListView", sizeof(ListObject), 0,
+                    Py_TPFLAGS_DEFAULT | Py_TPFLAGS_SEQUENCE | Py_TPFLAGS_DISALLOW_INSTANTIATION, slots};
+
+} // namespace
+
+py::object listView(DmPropertySet& set, int index)
+{
+    PyObject* const object = listType->tp_alloc(listType, 0);
+    if (!object)
+        throw py::error_already_set();
+    auto* const view = reinterpret_cast<ListObject*>(object);
+    view->set = DmPropertySetPtr(&set).detach();
+    view->index = index;
+    return py::reinterpret_steal<py::object>(object);
+}
+
+void replaceList(DmPropertySet& set, int index, py::handle elements)
+{
+    List list(set, index);
+    if (PyUnicode_Check(elements.ptr()) || PyBytes_Check(elements.ptr()))
+        raiseType(list.name() + " is a list, not a text");
+    PyObject* const made = PySequence_List(operand(elements).ptr());
+    if (!made)
+        throw py::error_already_set();
+    list.assign(list.elements(), py::reinterpret_steal<py::list>(made));
+}
+
+void addLists(py::module_& module)
+{
+    listType = reinterpret_cast<PyTypeObject*>(PyType_FromSpec(&spec));
+    if (!listType)
+        throw py::error_already_set();
+    module.attr("ListView") = py::handle(reinterpret_cast<PyObject*>(listType));
+    py::module_::import("collections.abc").attr("MutableSequence").attr("register")(module.attr("ListView"));
+}
+
+} // namespace zrpy

@@ -1,0 +1,17 @@
+/// A list property as a mutable sequence: a live view that does what a list of Python does.
+#pragma once
+
+#include "pyError.h"
+
+#include "dmPropertySet.h"
+
+namespace zrpy
+{
+
+py::object listView(DmPropertySet& set, int index);
+/// In place of what the list holds; nothing changes when an element does not fit.
+void replaceList(DmPropertySet& set, int index, py::handle elements);
+
+void addLists(py::module_& module);
+
+} // namespace zrpy

@@ -1,0 +1,177 @@
+#include "pyMap.h"
+
+#include "pySet.h"
+#include "pyValue.h"
+
+#include <utility>
+#include <vector>
+
+namespace zrpy
+{
+namespace
+{
+
+/// One map property of one set, which it keeps alive.
+class Map
+{
+public:
+    Map(DmPropertySet& set, int index)
+        : _set(&set)
+        , _index(index)
+        , _def(set.classData().at(index))
+    {
+    }
+
+    std::string name() const { return nameOf(*_set, *_def); }
+
+    int size() const
+    {
+        int size = 0;
+        check(_set->getMapSize(_index, _def->_type, size));
+        return size;
+    }
+
+    py::list keys() const
+    {
+        DmStringArray keys;
+        check(_set->getKeysFromPropertyMap(_index, _def->_type, keys));
+        py::list all;
+        for (const DmString& each : keys)
+            all.append(fromText(each));
+        return all;
+    }
+
+    bool contains(py::handle key) const
+    {
+        if (!PyUnicode_Check(key.ptr()))
+            return false;
+        DmStringArray keys;
+        check(_set->getKeysFromPropertyMap(_index, _def->_type, keys));
+        const DmString text = keyOf(key);
+        for (const DmString& each : keys)
+            if (each == text)
+                return true;
+        return false;
+    }
+
+    py::object at(py::handle key) const
+    {
+        if (!PyUnicode_Check(key.ptr()))
+            missing(key);
+        DmPropertySetPtr entry;
+        check(_set->getValueFromPropertyMap(_index, _def->_type, keyOf(key), &entry));
+        if (!entry && !contains(key))
+            missing(key);
+        return wrap(entry);
+    }
+
+    void setAt(py::handle key, py::handle value)
+    {
+        const DmPropertySetPtr entry = convert(value);
+        check(_set->setValueFromPropertyMap(_index, _def->_type, newKey(key), &entry));
+    }
+
+    void remove(py::handle key)
+    {
+        if (!PyUnicode_Check(key.ptr()))
+            missing(key);
+        const eDmErrorId status = _set->removeValueFromPropertyMap(_index, _def->_type, keyOf(key));
+        if (status == DM_BAD_INDEX)
+            missing(key);
+        check(status);
+    }
+
+    void clear() { check(_set->clearMap(_index, _def->_type)); }
+
+    void replace(const py::dict& entries)
+    {
+        std::vector<std::pair<DmString, DmPropertySetPtr>> made;
+        for (const auto& [key, value] : entries)
+            made.emplace_back(newKey(key), convert(value));
+        clear();
+        for (const auto& [key, entry] : made)
+            check(_set->setValueFromPropertyMap(_index, _def->_type, key, &entry));
+    }
+
+private:
+    [[noreturn]] static void missing(py::handle key)
+    {
+        PyErr_SetObject(PyExc_KeyError, key.ptr());
+        throw py::error_already_set();
+    }
+
+    DmString keyOf(py::handle key) const { return toText(key, "a key of " + name()); }
+
+    DmString newKey(py::handle key) const
+    {
+        DmString text = keyOf(key);
+        if (text.empty())
+            raiseValue("a key of " + name() + " is not empty");
+        if (text.view().find(L'\0') != std::wstring_view::npos)
+            raiseValue("a key of " + name() + " holds no zero character");
+        return text;
+    }
+
+    DmPropertySetPtr convert(py::handle value) const
+    {
+        if (value.is_none())
+            raiseType(name() + " holds objects, not None");
+        DmPropertySetPtr entry;
+        fromPython(value, entry, Slot{*_set, *_def});
+        return entry;
+    }
+
+    void check(eDmErrorId status) const
+    {
+        if (status != DM_NO_ERROR)
+            raiseStatus(status, name());
+    }
+
+    DmPropertySetPtr _set;
+    int _index;
+    const DmPropertyDef* _def;
+};
+
+} // namespace
+
+py::object mapView(DmPropertySet& set, int index)
+{
+    return py::cast(Map(set, index));
+}
+
+void replaceMap(DmPropertySet& set, int index, py::handle entries)
+{
+    Map map(set, index);
+    PyObject* const dict = PyDict_New();
+    const auto made = py::reinterpret_steal<py::dict>(dict);
+    if (PyDict_Update(dict, entries.ptr()) != 0)
+    {
+        PyErr_Clear();
+        raiseType(map.name() + " is a mapping");
+    }
+    map.replace(made);
+}
+
+void addMaps(py::module_& module)
+{
+    py::class_<Map> type(module, "MapView",
+                         "A map property: a live view, which changes the object; keys are in order.");
+    type.def("__len__", &Map::size)
+        .def("__contains__", &Map::contains)
+        .def("__iter__", [](const Map& self) { return py::iter(self.keys()); })
+        .def("__getitem__", &Map::at)
+        .def("__setitem__", &Map::setAt)
+        .def("__delitem__", &Map::remove)
+        .def("clear", &Map::clear)
+        .def("__repr__", [](const py::object& self) { return py::repr(py::dict(self)); });
+    type.attr("__hash__") = py::none();
+
+    // The rest is what the abstract class makes of these.
+    const py::object mapping = py::module_::import("collections.abc").attr("MutableMapping");
+    for (const char* const name : {"keys", "items", "values", "get", "pop", "popitem", "update", "setdefault", "__eq__",
+                                   "_MutableMapping__marker"})
+        type.attr(name) = mapping.attr(name);
+    mapping.attr("register")(type);
+}
+
+} // namespace zrpy

@@ -1,0 +1,100 @@
+#include "pyTree.h"
+
+#include "pySet.h"
+#include "pyValue.h"
+#include "pyWalk.h"
+
+#include "dmEffectSettings.h"
+#include "dmSourceNode.h"
+#include "dmTreeIterator.h"
+#include "dmTreeTool.h"
+#include "dmUtf8.h"
+
+#include <array>
+#include <sstream>
+#include <vector>
+
+namespace zrpy
+{
+namespace
+{
+
+std::string dump(const py::object& node, int maxDepth)
+{
+    std::ostringstream text;
+    if (const eDmErrorId status = DmTreeTool::dump(&requireNode(node), text, maxDepth); status != DM_NO_ERROR)
+        raiseStatus(status, "a tree that holds itself");
+    return text.str();
+}
+
+py::object channel(const py::object& effect, const py::object& name)
+{
+    auto* const settings = dynamic_cast<DmEffectSettings*>(&requireSet(effect, "channel()'s owner"));
+    if (!settings)
+        raiseType("an effect is asked for");
+    const DmString text = toText(name, "a channel's name");
+    if (text.empty())
+        raiseValue("a channel's name is not empty");
+    if (text.view().find(L'\0') != std::wstring_view::npos)
+        raiseValue("a channel's name holds no zero character");
+    const CoSharedPtr<DmAnimationChannel> found =
+        settings->isFrozen() ? settings->getExistingChannelByName(text) : settings->getChannelByName(text);
+    if (!found)
+        raiseStatus(DM_CANNOT_LOCK, "making the channel \"" + dmUtf8(text) + "\"");
+    return wrap(found.get());
+}
+
+/// Repairs the record times of sources that do not fit their material.
+class Fixer final : public DmTreeVisitor
+{
+public:
+    Fixer()
+        : DmTreeVisitor("Fixer")
+    {
+    }
+
+    void visitSourceNode(DmSourceNode* node) override
+    {
+        const auto times = [&] { return std::array{node->getRecIn(), node->getRecLength(), node->getRelIn()}; };
+        const auto before = times();
+        if (const eDmErrorId status = node->checkTimeIntegrity(); status != DM_NO_ERROR && _status == DM_NO_ERROR)
+            _status = status;
+        if (times() != before)
+            _fixed.emplace_back(node);
+    }
+
+    eDmErrorId status() const { return _status; }
+    const std::vector<CoSharedPtr<DmSourceNode>>& fixed() const { return _fixed; }
+
+private:
+    eDmErrorId _status = DM_NO_ERROR;
+    std::vector<CoSharedPtr<DmSourceNode>> _fixed;
+};
+
+py::list fix(const py::object& node)
+{
+    Fixer fixer;
+    eDmErrorId status = DmPreIt(&requireNode(node), {.intoContainers = true, .sharedOnce = true}).apply(fixer);
+    if (status == DM_NO_ERROR)
+        status = fixer.status();
+    if (status != DM_NO_ERROR)
+        raiseStatus(status, "fix()");
+    py::list all;
+    for (const CoSharedPtr<DmSourceNode>& each : fixer.fixed())
+        all.append(wrap(each.get()));
+    return all;
+}
+
+} // namespace
+
+void addTrees(py::module_& module)
+{
+    module.def("_segments", &segmentList, py::arg("node"), py::arg("track"), py::arg("at"), py::arg("into_containers"));
+    module.def("fix", &fix, py::arg("node"),
+               "Repairs the record times of sources that do not fit their material; those that it changed.");
+    module.def("_channel", &channel, py::arg("effect"), py::arg("name"));
+    module.def("dump", &dump, py::arg("node"), py::arg("max_depth") = -1,
+               "The tree as indented text, a line a node, its times as labels.");
+}
+
+} // namespace zrpy

@@ -1,0 +1,44 @@
+"""Copies: what they share, and what they have of their own."""
+
+import copy
+import pickle
+
+import pytest
+
+import zrdmtree
+
+
+def test_a_copy_keeps_the_comment_and_shares_children():
+    layer = zrdmtree.DmLayerNode(name="V1", comment="first pass")
+    layer.children.append(zrdmtree.DmGapNode())
+    twin = copy.copy(layer)
+    assert twin == layer and twin is not layer and twin.comment == "first pass"
+    assert twin.children[0] is layer.children[0]
+    twin.children.append(zrdmtree.DmGapNode())
+    assert len(layer.children) == 1
+
+
+@pytest.mark.parametrize("duplicate", [copy.deepcopy, lambda each: pickle.loads(pickle.dumps(each))])
+def test_deep_copies_and_pickles_share_nothing(commercial, duplicate):
+    twin = duplicate(commercial)
+    assert twin == commercial
+    twin.children[0].children[0].children[0].children[0].recIn = 7
+    assert twin != commercial
+    assert zrdmtree.dumps(duplicate(commercial)) == zrdmtree.dumps(commercial)
+
+
+@pytest.mark.parametrize("duplicate", [copy.deepcopy, lambda each: pickle.loads(pickle.dumps(each))])
+def test_what_is_held_twice_is_held_twice_in_the_copy(duplicate):
+    gap = zrdmtree.DmGapNode()
+    layer = zrdmtree.DmLayerNode()
+    layer.children = [gap, gap]
+    twin = duplicate(layer)
+    assert twin.children[0] is twin.children[1] is not gap
+
+
+def test_pickles_know_no_depth():
+    outer = reel = zrdmtree.DmReelNode()
+    for _ in range(500):
+        reel.children.append(zrdmtree.DmReelNode())
+        reel = reel.children[0]
+    assert pickle.loads(pickle.dumps(outer)) == outer

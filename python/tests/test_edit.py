@@ -1,0 +1,148 @@
+"""Timelines as values: publishing, sessions, history."""
+
+import threading
+
+import pytest
+
+import zrdmtree
+from zrdmtree import DmError, DmValueError
+
+
+@pytest.fixture
+def timeline(commercial):
+    return commercial.publish()
+
+
+def pictures(timeline):
+    return [(each.name, each.recIn, each.recLength) for each in timeline.segments(track="V1")]
+
+
+def test_published_nodes_are_constant_and_the_tree_is_not(commercial, timeline):
+    assert timeline.root == commercial and timeline.root is not commercial
+    clip = timeline.segments(track="V1")[0]
+    assert zrdmtree.is_constant(clip)
+    for attempt in (lambda: setattr(clip, "recIn", 3), lambda: clip.effects.clear(), lambda: clip.effects.append(None),
+                    lambda: timeline.composition.children.pop(), lambda: clip.effects[0].channel("new")):
+        with pytest.raises((DmError, TypeError)) as raised:
+            attempt()
+        assert not isinstance(raised.value, DmError) or "edit()" in str(raised.value)
+    assert timeline.root == commercial
+    commercial.segments()[0].recIn = 5
+    assert timeline.segments()[0].recIn == 0
+
+
+def test_a_session_sets_nodes_and_applies_operations(timeline):
+    before = pictures(timeline)
+    with timeline.edit("grade") as e:
+        clip = e.segments(track="V1")[1]
+        clip.name = "hands"
+        e.ripple_trim(clip, "tail", -10, sync_lock=False)
+        e.segments(track="V1")[1].shotName = "S2"
+        with pytest.raises(DmError, match="edit"):
+            clip.name = "of the version before"
+        with pytest.raises(DmValueError, match="open"):
+            e.result
+    after = pictures(e.result)
+    assert pictures(timeline) == before
+    assert after[1] == ("hands", before[1][1], before[1][2] - 10) and e.result.segments(track="V1")[1].shotName == "S2"
+    assert after[2][1] == before[2][1] - 10 and e.name == "grade"
+    assert zrdmtree.check(e.result.root) == []
+    with pytest.raises(DmValueError, match="ended"):
+        e.segments()
+
+
+def test_an_exception_leaves_the_timeline_as_it_was(timeline):
+    with pytest.raises(ZeroDivisionError):
+        with timeline.edit() as e:
+            e.split("V1", "10:00:05:00")
+            e.segments()[0].name = "half done"
+            1 / 0
+    assert e.result == timeline
+
+
+def test_operations_take_labels_places_and_nodes(timeline):
+    with timeline.edit() as e:
+        e.split("V1", "10:00:05:00")
+        e.split((0, 0), 130)
+        e.slip(e.segments(track="V1", at=100)[0], 2)
+        e.lift("V1", "10:00:20:00", zrdmtree.Time("10:00:21:00", "25 fps"))
+        e.insert("V1", 0, zrdmtree.DmGapNode(mediaType=1, recLength=25))
+    names = [each[0] for each in pictures(e.result)]
+    assert names.count("hands picking") == 3 and len(names) > len(pictures(timeline)) + 2
+    assert zrdmtree.check(e.result.root) == []
+
+
+REFUSED = [
+    (lambda e: e.trim((0, 0, 0), "middle", 1), DmValueError),
+    (lambda e: e.trim((0, 0, 999), "tail", 1), DmError),
+    (lambda e: e.trim((0, 0), "tail", 1), TypeError),
+    (lambda e: e.trim(None, "tail", 1), TypeError),
+    (lambda e: e.trim((0, 0, 0), "tail", None), TypeError),
+    (lambda e: e.trim((0, 0, 0), "tail", float("nan")), DmError),
+    (lambda e: e.trim((0, 0, 0), "head", 5, nonsense=True), TypeError),
+    (lambda e: e.trim((0, 0, 0), "head", 5, clamp=1), TypeError),
+    (lambda e: e.trim(zrdmtree.DmGapNode(), "tail", 1), DmError),
+    (lambda e: e.split("V7", 5), DmValueError),
+    (lambda e: e.split(None, 5), TypeError),
+    (lambda e: e.split("V1", "10:00:99:00"), DmValueError),
+    (lambda e: e.split("V1", None), TypeError),
+    (lambda e: e.insert("V1", 5, None), TypeError),
+    (lambda e: e.insert("V1", 5, zrdmtree.DmCueMark()), TypeError),
+    (lambda e: e.insert("V1", 5, zrdmtree.DmGapNode(mediaType=2, recLength=5)), DmError),
+    (lambda e: e.transition((0, 0, 3), 5, "sideways"), DmValueError),
+    (lambda e: e.swap((0, 0, 0), (9, 9, 9)), DmError),
+]
+
+
+@pytest.mark.parametrize("attempt", range(len(REFUSED)))
+def test_what_cannot_be_done_raises_and_changes_nothing(timeline, attempt):
+    operation, error = REFUSED[attempt]
+    with timeline.edit() as e:
+        with pytest.raises(error):
+            operation(e)
+    assert e.result == timeline
+
+
+def test_history_goes_back_and_forth(timeline):
+    history = zrdmtree.History(timeline)
+    documents = [zrdmtree.dumps(timeline.root)]
+    for i in range(3):
+        with history.current.edit(f"step {i}") as e:
+            e.ripple_trim(e.segments(track="V1")[i], "tail", -1, sync_lock=False)
+        history.add(e)
+        documents.append(zrdmtree.dumps(e.result.root))
+    assert len(history) == 3 and history.undo_name == "step 2"
+    for document in documents[-2::-1]:
+        assert history.undo() and zrdmtree.dumps(history.current.root) == document
+    assert not history.undo() and history.current == timeline
+    while history.redo():
+        pass
+    assert zrdmtree.dumps(history.current.root) == documents[-1] and history.redo_name == ""
+
+
+def test_threads_read_what_one_edits(timeline):
+    expected, wrong, done = pictures(timeline), [], threading.Event()
+
+    def read():
+        while not done.is_set():
+            if pictures(timeline) != expected:
+                wrong.append(1)
+
+    readers = [threading.Thread(target=read) for _ in range(3)]
+    for reader in readers:
+        reader.start()
+    current = timeline
+    for _ in range(20):
+        with current.edit() as e:
+            e.ripple_trim((0, 0, 0), "tail", -1, sync_lock=False)
+        current = e.result
+    done.set()
+    for reader in readers:
+        reader.join()
+    assert not wrong and pictures(current)[0][2] == expected[0][2] - 20
+
+
+def test_what_is_no_tree_is_not_published():
+    for bad, error in [(zrdmtree.DmCueMark(), TypeError), (None, TypeError), (zrdmtree.DmRoot(), DmError)]:
+        with pytest.raises(error):
+            zrdmtree.publish(bad)

@@ -1,0 +1,87 @@
+"""Walks and tables."""
+
+import csv
+import io
+
+import pytest
+
+import zrdmtree
+
+
+def test_segments_by_track_and_time(commercial):
+    composition = commercial.children[0]
+    everything = commercial.segments()
+    assert len(everything) == 13 and {type(each) for each in everything} == {zrdmtree.DmSourceNode, zrdmtree.DmGapNode}
+    pictures = composition.segments(track="V1")
+    assert [each.name for each in pictures[:3]] == ["orchard dawn", "hands picking", "crate drop"]
+    assert pictures == composition.children[0].segments() == composition.children[0].children[0].segments()
+    for at in ("10:00:04:12", 112, 112.0, zrdmtree.Time("10:00:04:12", "25 fps")):
+        assert [each.name for each in commercial.segments(track="V1", at=at)] == ["hands picking"]
+    assert commercial.segments(track="V9") == commercial.segments(at="23:00:00:00") == []
+    for bad in ({"at": "10:00:04:99"}, {"at": "x"}, {"at": b""}, {"track": 1}, {"at": [], "track": "V1"}):
+        with pytest.raises((zrdmtree.DmValueError, TypeError)):
+            commercial.segments(**bad)
+    with pytest.raises(zrdmtree.DmValueError, match="composition"):
+        composition.children[0].segments(at="10:00:04:12")
+
+
+def test_the_table_has_a_row_a_segment(commercial):
+    rows = zrdmtree.table(commercial, track="V1")
+    first = rows[0]
+    assert list(first) == [name for name in zrdmtree.TABLE_COLUMNS if name != "object"]
+    expected = {
+        "composition": 'Lemon soda 30"', "track": "V1", "index": 0, "kind": "DmSourceNode", "name": "orchard dawn",
+        "recIn": 0.0, "recOut": 88.0, "in": "10:00:00:00", "out": "10:00:03:13", "reel": "A001C002",
+        "path": "/media/soda/A001C002.mxf", "sourceIn": "10:00:09:00", "sourceOut": "10:00:12:13", "speed": 1.0,
+        "effects": "Colour", "muted": False, "segmentId": "soda-V1-1",
+    }
+    assert {name: first[name] for name in expected} == expected
+    generated = [row for row in rows if row["path"] == "INPUT_BLACK" or row["media"] == ""]
+    assert all(row["sourceIn"] is None for row in generated)
+    picked = zrdmtree.table(commercial, ["name", "object"], track="V1", at="10:00:04:12")
+    assert picked == [{"name": "hands picking", "object": commercial.segments(track="V1")[1]}]
+    text = io.StringIO()
+    csv.DictWriter(text, first).writerows(rows)
+    assert text.getvalue().count("\n") == len(rows)
+    for bad in ("name", ["nmae"], [None], 3):
+        with pytest.raises((TypeError, zrdmtree.DmValueError)):
+            zrdmtree.table(commercial, bad)
+    for bad in (None, 3, zrdmtree.DmCueMark()):
+        with pytest.raises(TypeError):
+            zrdmtree.table(bad)
+
+
+def test_tables_are_data_frames(commercial):
+    pandas = pytest.importorskip("pandas")
+    frame = pandas.DataFrame(zrdmtree.table(commercial))
+    assert frame.groupby("track")["recLength"].sum()["V1"] > 600
+    assert frame["recIn"].dtype == float and frame["muted"].dtype == bool
+
+
+def test_dump_shows_the_tree(commercial):
+    assert commercial.dump(0).startswith('DmRoot "Lemon soda')
+    assert zrdmtree.dump(commercial).count("DmSourceNode") == 11
+
+
+def test_what_plays_at_a_time(commercial):
+    (here,) = zrdmtree.playing(commercial, "10:00:00:10", track="V1")
+    assert (here["segment"].name, here["track"], here["frame"], here["label"]) == (
+        "orchard dawn", "V1", 110.0, "10:00:09:10")
+    gap = zrdmtree.playing(commercial, 0, track="A2")[0]
+    assert gap["frame"] is None and gap["label"] is None
+    for bad in (None, "x", []):
+        with pytest.raises((TypeError, zrdmtree.DmValueError)):
+            zrdmtree.playing(commercial, bad)
+
+
+def test_checks_find_and_fixes_mend(examples):
+    root = zrdmtree.load(examples / "documents" / "commercial-with-mistakes.json")
+    findings = zrdmtree.check(root)
+    assert [(each.track, each.record, each.severity) for each in findings] == [
+        ("V1", "10:00:08:12", "error"), ("V1", "10:00:06:12", "error")]
+    assert "Missing transition" in findings[0].text and findings[0].path.endswith("children[5]")
+    assert [each.name for each in zrdmtree.fix(root)] == ["crate drop"] and len(zrdmtree.check(root)) == 1
+
+
+def test_the_schema_is_there():
+    assert "DmSourceNode" in str(zrdmtree.schema())

@@ -1,0 +1,90 @@
+"""Opening and saving documents and cut lists: from and to paths, file objects and bytes.
+
+`findings`, where it is given, is a list that gets what is to be said about the file (zrdmtree.Finding). What cannot be
+read or written raises DmError, whose `findings` say why; what is wrong with the file itself, OSError.
+"""
+
+import os
+import re
+
+from . import _zrdmtree
+
+
+def load(source, *, format=None, fcm=None, lenient=False, findings=None):
+    """The document or cut list of a path or of a file object, as a tree that can be changed.
+
+    format: one of formats(); by default by the content, then by the extension.
+    fcm: the frame-code mode of a list that does not say its own.
+    lenient: carries on where a list has a mistake.
+    """
+    if hasattr(source, "read"):
+        name = str(getattr(source, "name", "<file>"))
+        return _read_bytes(source.read(), name, format, fcm, lenient, findings)
+    path = os.fspath(source)
+    with open(path, "rb"):  # says in Python's words what is wrong with the file
+        pass
+    name = os.fsdecode(path).encode(errors="replace").decode()
+    return _result(_zrdmtree._read_file(os.fsencode(path), name, format or "", fcm, lenient), findings)
+
+
+def loads(document, *, format=None, fcm=None, lenient=False, findings=None):
+    """The document or cut list that a text or bytes hold; a document may be of any object of the model."""
+    content = _bytes(document)
+    if format in (None, "json") and re.match(rb'\s*\{\s*"(?!DmRoot")\w+"\s*:\s*\{', content) and b"OTIO" not in content[:4096]:
+        return _zrdmtree._loads(content, "<document>")
+    return _read_bytes(content, "<document>", format, fcm, lenient, findings)
+
+
+def save(root, target, *, format=None, fcm=None, compact=False, findings=None):
+    """Writes a document or a cut list to a path, which is replaced as a whole or not at all, or to a file object.
+
+    format: by default that of the extension, else a document.
+    """
+    if hasattr(target, "write"):
+        name = getattr(target, "name", None)
+        format = format or (_zrdmtree._format_of_path(name) if isinstance(name, str) else "")
+        target.write(dumps(root, format=format, fcm=fcm, compact=compact, findings=findings))
+        return
+    path, name = os.fsencode(target), os.fsdecode(target).encode(errors="replace").decode()
+    format = format or _zrdmtree._format_of_path(name) or "json"
+    if format == "json":
+        _zrdmtree._save(root, path, compact)
+    else:
+        _result(_zrdmtree._write_file(root, path, name, format, fcm), findings)
+
+
+def dumps(root, *, format=None, fcm=None, compact=False, findings=None):
+    """A document of a tree, or of any object of the model, or a cut list of a tree, as bytes."""
+    if format in (None, "", "json"):
+        return _zrdmtree._dumps(root, compact)
+    return _result(_zrdmtree._write_bytes(root, format, fcm), findings)
+
+
+def convert(source, target, *, fcm=None, lenient=False):
+    """From one file to another, by their formats; what is to be said about both is the answer."""
+    findings = []
+    save(load(source, fcm=fcm, lenient=lenient, findings=findings), target, fcm=fcm, findings=findings)
+    return findings
+
+
+def _bytes(document):
+    if isinstance(document, str):
+        return document.encode(errors="surrogatepass")
+    if not isinstance(document, (bytes, bytearray, memoryview)):
+        raise TypeError(f"a document is a text or bytes, not {type(document).__name__}")
+    return bytes(document)
+
+
+def _read_bytes(document, name, format, fcm, lenient, findings):
+    return _result(_zrdmtree._read_bytes(_bytes(document), name, format or "", fcm, lenient), findings)
+
+
+def _result(answer, findings):
+    made, found, text = answer
+    if findings is not None:
+        findings.extend(found)
+    if made is None:
+        error = _zrdmtree.DmError(text)
+        error.code, error.text, error.findings = -1, text, found
+        raise error
+    return made
