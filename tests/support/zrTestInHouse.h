@@ -16,8 +16,7 @@ public:
     ZrTestInHouse(const ZrTestInHouse&) = delete;
     ZrTestInHouse& operator=(const ZrTestInHouse&) = delete;
 
-    /// Whether the library was built for an in-house directory that exists, as the presets do; elsewhere soft
-    /// assertions cannot be switched on.
+    /// Not where ZR_PROGRAM_TOLVANE_CHECK_DISABLED is set: soft assertions cannot be switched on there.
     static bool available();
 };
 

@@ -145,6 +145,32 @@ TEST(InHouse, GuardSwitchesSoftAssertionsOffAndBackOn)
     EXPECT_TRUE(zrIsTolvane());
 }
 
+namespace
+{
+
+/// The frames found below so many calls of this function.
+[[gnu::noinline]] std::size_t framesBelow(int calls, unsigned depth) // NOLINT(misc-no-recursion)
+{
+    if (calls > 0)
+    {
+        const std::size_t frames = framesBelow(calls - 1, depth);
+        asm volatile("" ::: "memory"); // the call is none that the compiler may turn into a jump
+        return frames;
+    }
+    std::vector<std::string> frames;
+    DM::CoStackTraceGet(frames, depth);
+    return frames.size();
+}
+
+} // namespace
+
+TEST(StackTrace, HasAsManyEntriesAsWereAskedForAndFound)
+{
+    for (const unsigned depth : {63U, 64U, 65U, 1024U, 1025U, 1500U})
+        EXPECT_EQ(framesBelow(2000, depth), depth - 2) << depth;
+    EXPECT_GT(framesBelow(2000, 1'000'000), 2000U);
+}
+
 TEST(StackTrace, PrintsBannersAndLeavesItsOwnFramesOut)
 {
     const std::string begin = "-------------- STACK BEGIN --------------\n";

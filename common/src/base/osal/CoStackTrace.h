@@ -10,9 +10,6 @@
 namespace DM
 {
 
-/// The deepest trace that is taken, whatever depth is asked for.
-constexpr unsigned CoStackTraceMaxDepth = 1024;
-
 /// Replaces `out` by the frames of up to `depth` return addresses; fewer than three leave it empty.
 ZR_DM_API void CoStackTraceGet(std::vector<std::string>& out, unsigned depth);
 

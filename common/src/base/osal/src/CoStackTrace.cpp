@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <execinfo.h>
+#include <limits>
 #include <memory>
 
 namespace DM
@@ -32,12 +33,19 @@ constexpr int ownFrames = 2;
 [[gnu::noinline]] Trace takeTrace(unsigned depth)
 {
     Trace trace;
-    if (depth == 0)
+    const std::size_t wanted = std::min(depth, unsigned{std::numeric_limits<int>::max()});
+    // A trace that fills its room may go on: as much memory as there are frames, whatever depth is asked for.
+    std::vector<void*> addresses;
+    std::size_t found = 0;
+    while (found == addresses.size() && found < wanted)
+    {
+        addresses.resize(std::min(wanted, std::max<std::size_t>(64, found * 2)));
+        found = static_cast<std::size_t>(backtrace(addresses.data(), static_cast<int>(addresses.size())));
+    }
+    if (found == 0)
         return trace;
-    std::vector<void*> addresses(std::min(depth, CoStackTraceMaxDepth));
-    const int found = backtrace(addresses.data(), static_cast<int>(addresses.size()));
-    trace.symbols.reset(backtrace_symbols(addresses.data(), found));
-    trace.frames = trace.symbols ? found : 0;
+    trace.symbols.reset(backtrace_symbols(addresses.data(), static_cast<int>(found)));
+    trace.frames = trace.symbols ? static_cast<int>(found) : 0;
     return trace;
 }
 
@@ -55,7 +63,7 @@ ZR_PRINTF_FORMAT(1, 2) void logToStandardOutput(const char* format, ...)
 {
     const Trace trace = takeTrace(depth);
     out.clear();
-    out.reserve(std::min(depth, CoStackTraceMaxDepth));
+    out.reserve(static_cast<std::size_t>(std::max(trace.frames - ownFrames, 0)));
     for (int i = ownFrames; i < trace.frames; ++i)
     {
         char number[16];

@@ -2,6 +2,7 @@
 
 #include "CoStackTrace.h"
 #include "envVar.h"
+#include "zrInHouse.h"
 
 #include <algorithm>
 #include <atomic>
@@ -26,8 +27,7 @@ struct Settings
 {
     const bool ignoreAll = ::ignoreAll().getValue();
     const bool stacks = !disableStacks().getValue();
-    const unsigned stackSize =
-        static_cast<unsigned>(std::clamp(::stackSize().getValue(), 0, static_cast<int>(DM::CoStackTraceMaxDepth)));
+    const unsigned stackSize = static_cast<unsigned>(std::max(::stackSize().getValue(), 0));
 };
 
 const Settings& settings()
@@ -36,9 +36,14 @@ const Settings& settings()
     return fromEnvironment;
 }
 
+bool isInHouse(const char* directory)
+{
+    return !tolvaneCheckDisabled().getValue() && access(directory, F_OK) == 0;
+}
+
 std::atomic<bool>& tolvane()
 {
-    static std::atomic<bool> cached = !tolvaneCheckDisabled().getValue() && access(ZR_IN_HOUSE_DIR, F_OK) == 0;
+    static std::atomic<bool> cached = isInHouse(ZR_IN_HOUSE_DIR);
     return cached;
 }
 
@@ -62,6 +67,11 @@ ZrAssertLogFlushCallback flushCallback = nullptr;
 bool zrIsTolvane()
 {
     return tolvane().load(std::memory_order_relaxed);
+}
+
+bool zrUseInHouseDirectory(const char* directory)
+{
+    return tolvane() = isInHouse(directory);
 }
 
 bool zrAllowAssert(const char* cond, const char* file, int line)
