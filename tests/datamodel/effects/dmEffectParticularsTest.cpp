@@ -12,6 +12,7 @@
 
 #include <array>
 #include <limits>
+#include <tuple>
 
 namespace
 {
@@ -117,11 +118,15 @@ TEST(VDissolve, ColourIsOnTheCallersScaleAndStaysInIt)
         for (int i = 0; i < 3; ++i)
             EXPECT_FLOAT_EQ(read[i], kept ? row.given[i] : 0);
     }
-    for (const float stray : {7.0F, -0.5F, nan})
+    const std::tuple<float, eDmErrorId, Colour> strays[] = {{1.00001F, DM_NO_ERROR, {100, 50, 50}},
+                                                            {7, DM_NO_ERROR, {100, 50, 50}},
+                                                            {-0.5F, DM_NO_ERROR, {0, 50, 50}},
+                                                            {nan, DM_BAD_VALUE, {0, 0, 0}}};
+    for (const auto& [stray, status, read] : strays)
     {
         EXPECT_EQ(effect->setToFromColor(1, 0.5F, 0.5F, 0.5F), DM_NO_ERROR);
         EXPECT_EQ(effect->setPropertyValue(L"toFromColorRed", &stray), DM_NO_ERROR);
-        EXPECT_EQ(colour(100, DM_NO_ERROR), (Colour{0, 50, 50}));
+        EXPECT_EQ(colour(100, status), read);
         EXPECT_EQ(colour(0, DM_BAD_VALUE), (Colour{0, 0, 0}));
     }
     const char* const text = "!EQUAL\\( limit, 0\\.0f \\)";

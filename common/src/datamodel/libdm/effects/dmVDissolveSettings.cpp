@@ -3,6 +3,7 @@
 #include "dmEffectDefinition.h"
 #include "zrAssert.h"
 
+#include <algorithm>
 #include <cmath>
 
 template class DmEffect<DmVDissolveSettings>;
@@ -50,8 +51,9 @@ eDmErrorId DmVDissolveSettings::createAttributes()
 
 eDmErrorId DmVDissolveSettings::getToFromColor(float limit, float& red, float& green, float& blue) const
 {
-    const bool usable = isUsableScale(limit);
-    const auto scaled = [&](float stored) { return usable && isNormalised(stored) ? stored * limit : 0; };
+    const bool usable = isUsableScale(limit) && !std::isnan(_toFromColorRed) && !std::isnan(_toFromColorGreen) &&
+                        !std::isnan(_toFromColorBlue);
+    const auto scaled = [&](float stored) { return usable ? std::clamp(stored, 0.0F, 1.0F) * limit : 0; };
     red = scaled(_toFromColorRed);
     green = scaled(_toFromColorGreen);
     blue = scaled(_toFromColorBlue);

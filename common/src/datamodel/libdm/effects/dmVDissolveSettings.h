@@ -34,8 +34,9 @@ public:
     eDmErrorId setHasToFromColor(bool has) { return set(HasToFromColor, has); }
 
     /// The colour, black until it is set, on the caller's scale: a component of `limit` is full intensity (1 for
-    /// normalised values, 255 for eight bits). A stored component outside 0 to 1, as a document may bring it, comes
-    /// back as 0. A limit of zero is a programming error, answered by DM_BAD_VALUE and black.
+    /// normalised values, 255 for eight bits). A stored component below 0 or above 1, as a document may bring it, comes
+    /// back as 0 or `limit`. One that is no number is DM_BAD_VALUE and black; so is a limit of zero, a programming
+    /// error.
     eDmErrorId getToFromColor(float limit, float& red, float& green, float& blue) const;
     /// Components from 0 to `limit`; others, and a limit of zero, are DM_BAD_VALUE and change nothing.
     eDmErrorId setToFromColor(float limit, float red, float green, float blue);
