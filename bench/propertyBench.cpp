@@ -1,7 +1,7 @@
 /// The property core against the bare operations beneath it, as ratios taken within one run.
 #include "zrRatio.h"
 
-#include "CoMutex.h"
+#include "CoLockWord.h"
 #include "dmDeclare.h"
 #include "dmNumberText.h"
 #include "dmPropertySetInit.h"
@@ -9,10 +9,14 @@
 
 #include <benchmark/benchmark.h>
 
+#include <atomic>
 #include <charconv>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <pthread.h>
 #include <string>
+#include <thread>
 
 namespace
 {
@@ -79,18 +83,27 @@ int main()
         zrRatio::print(name, limit, often(measured), often(reference));
     };
     const auto set = BenchScalars::create();
-    DM::CoMutex mutex;
+    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    DM::CoLockWord word;
     double value = 0;
     const DmString name(L"property1");
 
     const auto lock = [&]
     {
-        keep(mutex.lock());
-        keep(mutex.unlock());
+        keep(pthread_mutex_lock(&mutex));
+        keep(pthread_mutex_unlock(&mutex));
     };
+    report(
+        "lock and unlock an object's word / a pthread mutex",
+        [&]
+        {
+            keep(word.lock());
+            keep(word.unlock());
+        },
+        lock, 1);
     const auto byIndex = [&] { keep(set->setPropertyValue(1, DM_DOUBLE, &(value += 1))); };
     const auto byName = [&] { keep(set->setPropertyValue(name, DM_DOUBLE, &(value += 1))); };
-    report("set a scalar by index / lock and unlock", byIndex, lock, 3);
+    report("set a scalar by index / lock and unlock a pthread mutex", byIndex, lock, 3);
     report("set a scalar by name / by index", byName, byIndex, 3);
     report(
         "typed setter / by index", [&] { keep(set->setDouble(value += 1)); }, byIndex, 1.5);
@@ -162,7 +175,18 @@ int main()
         "set with one listener / with none", [&] { keep(heard->setPropertyValue(1, DM_DOUBLE, &(value += 1))); },
         byIndex, 3);
 
-    std::printf("reflection state of an empty instance: %zu bytes and %zu of the allocator (limit 160)\n",
-                sizeof(DmPropertySet), sizeof(std::size_t));
+    // What a program of several threads pays: from here on the process has had a second one.
+    bool isOver = false;
+    std::thread second(
+        [&]
+        {
+            while (!std::atomic_ref(isOver).load())
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        });
+    report("set a scalar beside another thread / lock and unlock a pthread mutex", byIndex, lock, 3);
+    std::atomic_ref(isOver).store(true);
+    second.join();
+
+    std::printf("reflection state of an empty instance: %zu bytes (limit 40)\n", sizeof(DmPropertySet));
     return 0;
 }

@@ -187,10 +187,18 @@ TEST(EffectSettings, AFrozenEffectStaysAsItIs)
     const auto effect = someEffect();
     const auto before = effect->clone();
     effect->freeze();
-    EXPECT_FALSE(effect->getChannelByName(L"gain"));
+    // A loose channel: constant, as a new one is, and not in the map.
+    const auto loose = effect->getChannelByName(L"gain");
+    ASSERT_TRUE(loose);
+    EXPECT_TRUE(loose->isFrozen() && loose->getName() == L"gain" && loose->getVersion() == 2.0F);
+    EXPECT_EQ(loose->refCount(), 1);
+    EXPECT_FALSE(effect->getExistingChannelByName(L"gain"));
     EXPECT_EQ(effect->setAttributByName(L"mode", named<DmSimpleChannel>(L"mode")), DM_CANNOT_LOCK);
     effect->setOutput(DmMediaNode::create());
     staticPointerCast<DmEffectLayer>(effect)->setFrameRange(1, 2);
+    loose->setNeedsKeyOnEmptyChannels(false);
+    loose->setDefaultKeyFrameFrame(3);
+    EXPECT_TRUE(loose->needsKeyOnEmptyChannels() && loose->getDefaultKeyFrameFrame() == 0);
     EXPECT_EQ(difference(*effect, *before), "");
 }
 

@@ -1,10 +1,13 @@
 #include "testSets.h"
 
+#include "dmSetTools.h"
 #include "dmUtf8.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
+#include <string>
 #include <vector>
 
 namespace
@@ -60,7 +63,132 @@ void checkVector(const VectorCase<T>& row)
     EXPECT_TRUE(row.contents().empty() && row.set->isDirty());
 }
 
+/// Keeps a list of points in its field, or, as a constant, in runs of two that are made when they are asked for.
+class TestElsewhere final : public DmConcrete<TestElsewhere>
+{
+public:
+    static constexpr const wchar_t* className = L"TestElsewhere";
+
+    explicit TestElsewhere(const DmNodeId& id)
+        : DmConcrete(id, DmPropertySetInit<TestElsewhere>::data())
+    {
+    }
+    TestElsewhere(const TestElsewhere& other)
+        : DmConcrete(other)
+        , _points(other._points)
+        , _seldom(other._seldom)
+    {
+    }
+
+    eDmErrorId createList() override
+    {
+        const eDmErrorId status = declare(*this).mandatory(L"points", _points).optional(L"seldom", _seldom).status();
+        for (const int list : {0, 1})
+            mayKeepElsewhere(list,
+                             [](const DmPropertySet& owner) -> const DmListForm*
+                             { return &static_cast<const TestElsewhere&>(owner)._form; });
+        return status;
+    }
+    /// So many points, of which the x counts up.
+    void keepElsewhere(int count)
+    {
+        freeze();
+        _form.runs.resize(static_cast<std::size_t>(count + 1) / 2);
+        _form.count = count;
+        keepListsElsewhere();
+    }
+
+    int runsMade() const { return _form.made; }
+
+private:
+    struct Form : DmListForm
+    {
+        int size() const override { return count; }
+        DmListRun runAt(int element) const override
+        {
+            std::vector<DmPropertySetPtr>& run = runs[static_cast<std::size_t>(element / 2)];
+            const int first = element / 2 * 2;
+            if (run.empty())
+            {
+                ++made;
+                for (int i = first; i < std::min(first + 2, count); ++i)
+                {
+                    const auto point = TestPoint::create();
+                    EXPECT_EQ(point->setX(i), DM_NO_ERROR);
+                    run.push_back(point);
+                }
+            }
+            return {run.data(), first, static_cast<int>(run.size())};
+        }
+
+        mutable std::vector<std::vector<DmPropertySetPtr>> runs;
+        mutable int made = 0;
+        int count = 0;
+    };
+
+    DmSetList<TestPoint> _points;
+    DmSetList<TestPoint> _seldom;
+    Form _form;
+};
+
+std::vector<double> xOf(const DmListWindow<DmPropertySet>& window)
+{
+    std::vector<double> all;
+    for (const TestPoint* const point : DmListWindow<TestPoint>(window))
+        all.push_back(point ? point->getX() : -1);
+    return all;
+}
+
 } // namespace
+
+TEST(ListWindow, ShowsSizeElementsAndRangesInEitherForm)
+{
+    const auto inField = TestElsewhere::create();
+    for (int i = 0; i < 5; ++i)
+    {
+        const auto point = TestPoint::create();
+        EXPECT_EQ(point->setX(i), DM_NO_ERROR);
+        const DmPropertySetPtr element = point;
+        ASSERT_EQ(inField->addValueInPropertyList(0, DM_VECTOR_PROPERTY_SET, &element), DM_NO_ERROR);
+    }
+    const auto elsewhere = TestElsewhere::create();
+    EXPECT_TRUE(elsewhere->elementsOf(0).empty());
+    EXPECT_FALSE(elsewhere->isPropertyRelevant(1));
+    elsewhere->keepElsewhere(5);
+    EXPECT_TRUE(elsewhere->isPropertyRelevant(1));
+    EXPECT_EQ(elsewhere->runsMade(), 0) << "none is made before it is asked for";
+    EXPECT_EQ(xOf(elsewhere->elementsOf(0).range(3, 1)), std::vector<double>{3});
+    EXPECT_EQ(elsewhere->runsMade(), 1);
+    for (const auto& set : {inField, elsewhere})
+    {
+        const DmListWindow<DmPropertySet> window = set->elementsOf(0);
+        EXPECT_EQ(window.size(), 5U);
+        EXPECT_EQ(xOf(window), (std::vector<double>{0, 1, 2, 3, 4}));
+        EXPECT_EQ(xOf(window.range(1, 3)), (std::vector<double>{1, 2, 3}));
+        EXPECT_EQ(xOf(window.range(1, 3).range(1, 99)), (std::vector<double>{2, 3}));
+        EXPECT_TRUE(window.range(5, 1).empty() && window.range(-1, 0).empty() && window.range(9, 1).empty());
+        EXPECT_EQ(DmListWindow<TestPoint>(window.range(3, 2)).at(1)->getX(), 4);
+        EXPECT_TRUE(!window.at(-1) && !window.at(5) && !window.range(0, 2).at(2));
+        EXPECT_TRUE(set->elementsOf(7).empty());
+
+        int size = 0;
+        DmPropertySetPtr element;
+        EXPECT_EQ(set->getListSize(0, DM_VECTOR_PROPERTY_SET, size), DM_NO_ERROR);
+        EXPECT_EQ(size, 5);
+        EXPECT_EQ(set->getValueFromPropertyList(0, DM_VECTOR_PROPERTY_SET, 4, &element), DM_NO_ERROR);
+        EXPECT_EQ(static_cast<const TestPoint&>(*element).getX(), 4);
+        EXPECT_EQ(set->getValueFromPropertyList(0, DM_VECTOR_PROPERTY_SET, 5, &element), DM_BAD_INDEX);
+    }
+    EXPECT_EQ(elsewhere->clearList(0, DM_VECTOR_PROPERTY_SET), DM_CANNOT_LOCK);
+    DmPropertySetPtr copy;
+    ASSERT_EQ(dmDeepCopy(*elsewhere, copy), DM_NO_ERROR);
+    EXPECT_EQ(xOf(copy->elementsOf(0)), xOf(elsewhere->elementsOf(0)));
+    EXPECT_EQ(copy->clearList(0, DM_VECTOR_PROPERTY_SET), DM_NO_ERROR) << "a copy has a list of its own";
+    bool equal = false;
+    std::string difference;
+    EXPECT_EQ(dmDeepEqual(*inField, *elsewhere, equal, &difference), DM_NO_ERROR);
+    EXPECT_EQ(difference, "seldom");
+}
 
 TEST(VectorProperty, AddsInsertsReplacesAndRemovesInOrder)
 {
@@ -72,6 +200,31 @@ TEST(VectorProperty, AddsInsertsReplacesAndRemovesInOrder)
     checkVector(VectorCase<DmString>{L"strings", DM_VECTOR_STRING, L"one", L"two", L"three"});
     checkVector(VectorCase<DmPropertySetPtr>{L"points", DM_VECTOR_PROPERTY_SET, stored(TestPoint::create()),
                                              stored(TestPoint::create()), DmPropertySetPtr()});
+}
+
+TEST(VectorProperty, IsSetWholeInOneStep)
+{
+    class Counter : public DmPropertyListener
+    {
+    public:
+        void onPropertyChanged(const DmNodeId&, eDmPropType, const DmString&) override { ++count; }
+        int count = 0;
+    } counter;
+    const auto set = TestEvery::create();
+    const int doubles = set->classData().find(L"doubles");
+    ASSERT_EQ(set->registerListener(&counter), DM_NO_ERROR);
+    const std::vector<double> numbers{1.5, 2.5};
+    EXPECT_EQ(set->setPropertyList(L"doubles", DM_VECTOR_DOUBLE, &numbers), DM_NO_ERROR);
+    EXPECT_EQ(counter.count, 1);
+    const auto values = set->valuesOf<double>(doubles);
+    EXPECT_EQ(std::vector<double>(values.begin(), values.end()), numbers);
+    EXPECT_TRUE(set->valuesOf<float>(doubles).empty());
+
+    const DmPropertySetVector wrong{DmPropertySetPtr(TestPoint::create()), DmPropertySetPtr(TestEvery::create())};
+    EXPECT_EQ(set->setPropertyList(L"points", DM_VECTOR_PROPERTY_SET, &wrong), DM_BAD_PROPERTY_TYPE);
+    EXPECT_TRUE(counter.count == 1 && set->elementsOf(set->classData().find(L"points")).empty());
+    EXPECT_EQ(set->setPropertyList(L"doubles", DM_VECTOR_FLOAT, &numbers), DM_BAD_PROPERTY_TYPE);
+    EXPECT_EQ(set->unregisterListener(&counter), DM_NO_ERROR);
 }
 
 TEST(Collections, AreReachedWithTheirTypeOnly)

@@ -48,6 +48,28 @@ private:
     int _value = 0;
 };
 
+/// Holds an object of T that is its own default.
+template <class T>
+class TestNesting final : public DmConcrete<TestNesting<T>>
+{
+public:
+    static constexpr const wchar_t* className = std::same_as<T, TestPoint>   ? L"TestNestingPoint"
+                                                : std::same_as<T, TestEvery> ? L"TestNestingEvery"
+                                                                             : L"TestNestingOptional";
+
+    explicit TestNesting(const DmNodeId& id)
+        : DmConcrete<TestNesting<T>>(id, DmPropertySetInit<TestNesting>::data())
+    {
+        static const CoSharedPtr<T> shared = T::create();
+        shared->freezeAsSharedDefault();
+        _held = shared;
+    }
+    eDmErrorId createList() override { return declare(*this).optional(L"held", _held).status(); }
+
+private:
+    DmNested<T> _held;
+};
+
 const DmPropertySetInit<TestByHand> registration;
 
 } // namespace
@@ -174,6 +196,19 @@ TEST(Relevance, IsDifferenceFromTheDefault)
     EXPECT_TRUE(set->isPropertyRelevant(TestOptional::List));
 }
 
+TEST(Relevance, OfADefaultThatDoesNotEqualItselfIsAlways)
+{
+    const auto isRelevant = []<class T>(std::type_identity<T>)
+    {
+        const auto set = TestNesting<T>::create();
+        EXPECT_EQ(set->classData().size(), 1);
+        return set->isPropertyRelevant(0);
+    };
+    EXPECT_FALSE(isRelevant(std::type_identity<TestPoint>()));
+    EXPECT_TRUE(isRelevant(std::type_identity<TestEvery>())) << "it holds collections";
+    EXPECT_TRUE(isRelevant(std::type_identity<TestOptional>())) << "it holds a NaN";
+}
+
 TEST(SharedDefault, IsFrozenAndCopiedForChange)
 {
     const auto set = TestOptional::create();
@@ -205,6 +240,48 @@ TEST(SharedDefault, IsFrozenAndCopiedForChange)
     EXPECT_EQ(other->ownShared(), handed.get()) << "what a setter shared stays shared";
     set->freeze();
     EXPECT_EQ(set->ownShared(), nullptr);
+}
+
+TEST(Constant, KeepsWhatItHasAndHearsNobody)
+{
+    const auto set = TestEvery::create();
+    const auto held = TestPoint::create();
+    const DmPropertySetPtr point = held;
+    Recorder early;
+    Recorder late;
+    ASSERT_EQ(set->registerListener(&early), DM_NO_ERROR);
+    ASSERT_EQ(set->addValueInPropertyList(L"points", DM_VECTOR_PROPERTY_SET, &point), DM_NO_ERROR);
+    set->freeze();
+    set->cleanDirty();
+    EXPECT_TRUE(set->isDirty());
+    EXPECT_FALSE(held->isDirty());
+    early.changes.clear();
+    const std::vector<std::int32_t> whole{1, 2};
+    const std::int32_t value = 1;
+    for (const eDmErrorId status :
+         {set->registerListener(&late), set->setPropertyValue(0, DM_INT, &value), held->setX(1),
+          set->setPropertyValue(L"ints", DM_VECTOR_INT, &whole), set->setPropertyList(L"ints", DM_VECTOR_INT, &whole),
+          set->addValueInPropertyList(L"ints", DM_VECTOR_INT, &value),
+          set->clearList(L"points", DM_VECTOR_PROPERTY_SET),
+          set->removeValueFromPropertyList(L"points", DM_VECTOR_PROPERTY_SET, 0),
+          set->addValueInPropertyMap(L"pointMap", DM_MAP_PROPERTY_SET, L"a", &point),
+          set->clearMap(L"pointMap", DM_MAP_PROPERTY_SET)})
+        EXPECT_EQ(status, DM_CANNOT_LOCK);
+    EXPECT_TRUE(early.changes.empty());
+    EXPECT_EQ(set->lockPropertySet(true), DM_NO_ERROR) << "a constant's mutex is taken like any other";
+    EXPECT_EQ(set->lockPropertySet(false), DM_NO_ERROR);
+    EXPECT_EQ(set->unregisterListener(&early), DM_NO_ERROR);
+}
+
+TEST(Constant, MayHoldItself)
+{
+    const auto top = TestOptional::create();
+    const DmPropertySetPtr self = top;
+    ASSERT_EQ(top->addValueInPropertyList(TestOptional::Anything, DM_VECTOR_PROPERTY_SET, &self), DM_NO_ERROR);
+    top->freeze();
+    EXPECT_EQ(top->clearList(TestOptional::Anything, DM_VECTOR_PROPERTY_SET), DM_CANNOT_LOCK);
+    // Nothing else takes it apart any more.
+    static_cast<DmPropertySetVector*>(const_cast<void*>(top->fieldOf(TestOptional::Anything)))->clear();
 }
 
 TEST(Slot, RefusesAnotherClassAtEveryDoor)

@@ -125,6 +125,24 @@ TEST(DeepCopy, SharesFrozenDefaultsAndKeepsThemFrozen)
     EXPECT_EQ(constant.getShared()->getX(), 1.5);
 }
 
+TEST(DeepCopy, OfAConstantMayBeChanged)
+{
+    const auto source = TestOptional::create();
+    hold(*source, DmPropertySetPtr(TestPoint::create()));
+    source->freeze();
+    DmPropertySetPtr made;
+    ASSERT_EQ(dmDeepCopy(*source, made), DM_NO_ERROR);
+    auto& copy = static_cast<TestOptional&>(*made);
+    EXPECT_FALSE(copy.isFrozen());
+    EXPECT_TRUE(areEqual(*source, copy));
+    EXPECT_EQ(copy.setNumber(3), DM_NO_ERROR);
+    EXPECT_EQ(static_cast<TestPoint*>(copy.elementsOf(TestOptional::Anything).at(0))->setX(3), DM_NO_ERROR);
+    EXPECT_EQ(copy.getShared(), source->getShared()) << "the default of the class";
+    EXPECT_TRUE(copy.getShared()->isSharedDefault() && !source->isSharedDefault());
+    ASSERT_EQ(dmDeepCopy(*source->getShared(), made), DM_NO_ERROR);
+    EXPECT_EQ(static_cast<TestPoint&>(*made).setX(3), DM_NO_ERROR) << "asked for by itself it is copied too";
+}
+
 TEST(DeepEquality, FindsAnyDifferenceAndSaysWhere)
 {
     const auto text = [](const wchar_t* name, const wchar_t* value) -> std::function<eDmErrorId(TestEvery&)>

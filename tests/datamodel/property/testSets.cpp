@@ -32,7 +32,7 @@ CoSharedPtr<TestPoint> sharedPoint()
     static const CoSharedPtr<TestPoint> point = []
     {
         CoSharedPtr<TestPoint> fresh = TestPoint::create();
-        fresh->freeze();
+        fresh->freezeAsSharedDefault();
         return fresh;
     }();
     return point;

@@ -55,8 +55,11 @@ TEST(Collection, CountsItsChildrenAndRefusesWhatIsNotThere)
     EXPECT_EQ(first->refCount(), 1);
     const auto marked = layer(DM_MEDIA_VIDEO);
     EXPECT_EQ(marked->addCueMark(nullptr), DM_BAD_VALUE);
+    const auto mark = DmCueMark::create();
+    ok(marked->addCueMark(mark));
     marked->freeze();
     EXPECT_EQ(marked->addCueMark(DmCueMark::create()), DM_CANNOT_LOCK);
+    EXPECT_EQ(mark->setCueMarkTime(3), DM_CANNOT_LOCK) << "a layer's marks are no property, and constant with it";
 }
 
 TEST(Containment, StopsTheProcessUnlessTheHostOpensTheGate)
@@ -79,6 +82,15 @@ TEST(Containment, StopsTheProcessUnlessTheHostOpensTheGate)
     for (const auto& [cond, parent, child] : cases)
     {
         SCOPED_TRACE(cond ? cond : "allowed");
+        // Who asks first, or goes through the property layer, gets an answer.
+        const eDmErrorId answer = parent->mayHold(child.get());
+        EXPECT_EQ(answer != DM_NO_ERROR, cond != nullptr);
+        const DmPropertySetPtr element = child;
+        EXPECT_EQ(parent->addValueInPropertyList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET, &element), answer);
+        if (answer == DM_NO_ERROR)
+        {
+            EXPECT_EQ(parent->removeChild(0), 0);
+        }
         if (cond)
         {
             EXPECT_DEATH(parent->addChild(child), literally("(" + std::string(cond) + ") || zrAssertLogFlush()"));
@@ -96,6 +108,8 @@ TEST(Containment, StopsTheProcessUnlessTheHostOpensTheGate)
         DmCompositionNode::create()->addChild(layer(DM_MEDIA_VIDEO));
     };
     EXPECT_DEATH(withoutGate(), "Assertion `node->whatIs\\(\\) == DM_TRACK_NODE' failed");
+    EXPECT_EQ(DmCompositionNode::create()->mayHold(layer(DM_MEDIA_VIDEO).get()), DM_BAD_PROPERTY_TYPE);
+    EXPECT_EQ(DmRoot::create()->mayHold(nullptr), DM_BAD_VALUE);
 }
 
 TEST(Creation, SetsWhatItIsGiven)

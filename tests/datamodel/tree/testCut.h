@@ -22,7 +22,9 @@ inline CoSharedPtr<DmSourceNode> clip(const wchar_t* name, double recIn, double 
 /// As documents do it: nobody asks whether the child belongs there. Null is possible.
 inline void addAny(DmPropertySet& parent, const DmPropertySetPtr& child)
 {
-    ok(parent.addValueInPropertyList(L"children", DM_VECTOR_PROPERTY_SET, &child));
+    // As a document brings it: an edit is asked whether the parent may hold it.
+    const int children = parent.classData().find(L"children");
+    static_cast<DmPropertySetVector*>(const_cast<void*>(parent.fieldOf(children)))->push_back(child);
 }
 
 inline CoSharedPtr<DmGapNode> gapOf(double recIn, double recLength)

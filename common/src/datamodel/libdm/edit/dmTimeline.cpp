@@ -2,6 +2,7 @@
 
 #include "dmContainerNode.h"
 #include "dmNesting.h"
+#include "dmSetAccessImp.h"
 #include "dmSetTools.h"
 #include "dmTimelineImp.h"
 #include "dmTreeTool.h"
@@ -49,8 +50,17 @@ template <class Node>
 void addUnchecked(DmCollectionNode& parent, const CoSharedPtr<Node>& child)
 {
     // As it stands in the document: what classes take is no concern of a copy.
-    const DmPropertySetPtr element(child);
-    static_cast<void>(parent.addValueInPropertyList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET, &element));
+    const DmPropertyDef& def = *parent.classData().at(DmCollectionNode::Children);
+    static_cast<void>(
+        DmSetAccess::append(parent, DmStore::Fresh, DmCollectionNode::Children, def, DmPropertySetPtr(child)));
+}
+
+/// Likewise, in place of a child of a copy.
+void replaceUnchecked(DmTreeNode& parent, int index, const CoSharedPtr<DmTreeNode>& child)
+{
+    const DmPropertyDef& def = *parent.classData().at(DmCollectionNode::Children);
+    DmPropertySetPtr element(child);
+    static_cast<void>(DmSetAccess::replace(parent, DmStore::Fresh, DmCollectionNode::Children, def, index, element));
 }
 
 } // namespace
@@ -331,9 +341,7 @@ CoSharedPtr<DmTreeNode> DmTimeline::State::makeTree()
     for (std::size_t i = above.size(); i-- > 0;)
     {
         const CoSharedPtr<DmTreeNode> copy = dmEditCopy(*above[i]);
-        const DmPropertySetPtr child(tree);
-        static_cast<void>(
-            copy->setValueFromPropertyList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET, value->path[i], &child));
+        replaceUnchecked(*copy, value->path[i], tree);
         copy->freeze();
         tree = copy;
     }
@@ -422,7 +430,7 @@ bool replaceHeld(DmPropertySet& owner, Replace&& replace)
             for (int element = 0; element < size; ++element)
                 if (owner.getValueFromPropertyList(i, DM_VECTOR_PROPERTY_SET, element, &held) == DM_NO_ERROR && held &&
                     replace(held) &&
-                    owner.setValueFromPropertyList(i, DM_VECTOR_PROPERTY_SET, element, &held) != DM_NO_ERROR)
+                    DmSetAccess::replace(owner, DmStore::Announced, i, *data.at(i), element, held) != DM_NO_ERROR)
                     return false;
         }
         else if (data.at(i)->_type == DM_MAP_PROPERTY_SET)
@@ -570,9 +578,7 @@ std::shared_ptr<DmTimelineValue> valueOf(const CoSharedPtr<DmTreeNode>& tree, in
     for (std::size_t i = above.size(); i-- > 0;)
     {
         const CoSharedPtr<DmTreeNode> copy = dmEditCopy(*above[i]);
-        const DmPropertySetPtr child(below);
-        static_cast<void>(
-            copy->setValueFromPropertyList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET, value->path[i], &child));
+        replaceUnchecked(*copy, value->path[i], below);
         copy->freeze();
         below = copy;
     }

@@ -9,10 +9,17 @@ DmAnimationChannel::DmAnimationChannel(const DmNodeId& id)
 
 DmAnimationChannel& DmAnimationChannel::operator=(const DmAnimationChannel& other)
 {
-    if (this == &other || isFrozen())
+    if (this == &other)
         return *this;
-    _name = other._name;
-    _curve = other._curve;
+    // Copied before the mutex and released after it; without memory for the copy the channel keeps what it has.
+    const CoSharedPtr<DmAnimationChannel> copy = staticPointerCast<DmAnimationChannel>(other.clone());
+    if (copy)
+        static_cast<void>(changeSilently(
+            [&]
+            {
+                _name.swap(copy->_name);
+                std::swap(_curve, copy->_curve);
+            }));
     return *this;
 }
 
@@ -39,6 +46,16 @@ CoSharedPtr<DmAnimationChannel> DmAnimationChannel::create(DeprecatedInterpType 
                     channel->setVersion(version) != DM_NO_ERROR || channel->setValue(value) != DM_NO_ERROR))
         channel.reset();
     return channel;
+}
+
+void DmAnimationChannel::setNeedsKeyOnEmptyChannels(bool needs)
+{
+    static_cast<void>(changeSilently([&] { _curve.needsKeyOnEmptyChannels = needs; }));
+}
+
+void DmAnimationChannel::setDefaultKeyFrameFrame(float frame)
+{
+    static_cast<void>(changeSilently([&] { _curve.defaultKeyFrameFrame = frame; }));
 }
 
 float DmAnimationChannel::storedValueAt(float frame) const

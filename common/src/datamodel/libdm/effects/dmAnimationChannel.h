@@ -61,12 +61,12 @@ public:
     /// interpolation.
     float storedValueAt(float frame) const;
 
-    // For editors; never written to documents.
+    // For editors; never written to documents. A constant channel keeps what it has.
 
     bool needsKeyOnEmptyChannels() const { return _curve.needsKeyOnEmptyChannels; }
-    void setNeedsKeyOnEmptyChannels(bool needs) { _curve.needsKeyOnEmptyChannels = needs; }
+    void setNeedsKeyOnEmptyChannels(bool needs);
     float getDefaultKeyFrameFrame() const { return _curve.defaultKeyFrameFrame; }
-    void setDefaultKeyFrameFrame(float frame) { _curve.defaultKeyFrameFrame = frame; }
+    void setDefaultKeyFrameFrame(float frame);
 
 private:
     struct Curve

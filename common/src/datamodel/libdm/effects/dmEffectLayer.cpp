@@ -18,8 +18,11 @@ eDmErrorId DmEffectLayer::createList()
 
 void DmEffectLayer::setFrameRange(int start, unsigned duration)
 {
-    if (isFrozen())
-        return;
-    _startFrame = start;
-    _duration = duration;
+    // Both or none; a constant layer keeps its range.
+    static_cast<void>(changeSilently(
+        [&]
+        {
+            _startFrame = start;
+            _duration = duration;
+        }));
 }

@@ -1,6 +1,7 @@
 #include "dmEffectSettings.h"
 
 #include "dmDeclare.h"
+#include "dmSetAccessImp.h"
 
 #include "zrAssert.h"
 #include "zrPost.h"
@@ -22,17 +23,14 @@ CoSharedPtr<DmSimpleChannel> makeAttribut(const DmString& name, const DmString& 
     return attribut;
 }
 
-/// Puts an entry in a map behind the back of the property layer, under its rule for keys.
-template <class T>
-eDmErrorId storeDirectly(DmPropertySetMap& map, const DmPropertySet& owner, const DmString& name,
-                         const CoSharedPtr<T>& entry)
+CoSharedPtr<DmAnimationChannel> makeChannel(const DmString& name)
 {
-    if (owner.isFrozen())
-        return DM_CANNOT_LOCK;
-    if (name.view().find(L'\0') != std::wstring_view::npos)
-        return DM_BAD_VALUE;
-    map.insert_or_assign(name, entry);
-    return DM_NO_ERROR;
+    CoSharedPtr<DmAnimationChannel> channel =
+        DmAnimationChannel::create(DmAnimationChannel::DeprecatedInterpType{1},
+                                   DmAnimationChannel::ExtrapolationType{0}, DmKeyFrame::DM_KEY_CUR_VERSION, 0);
+    if (channel && channel->setName(name) != DM_NO_ERROR)
+        channel.reset();
+    return channel;
 }
 
 } // namespace
@@ -62,6 +60,11 @@ eDmErrorId DmEffectSettings::createAttributes()
     return addAttribut(makeAttribut(focusAlignmentName(), dmFocusAlignmentText(DM_FOCUS_START)));
 }
 
+eDmErrorId DmEffectSettings::mayName(const DmString& name)
+{
+    return DmSetAccess::checkKey(name);
+}
+
 eDmErrorId DmEffectSettings::addAttribut(const CoSharedPtr<DmSimpleChannel>& attribut)
 {
     if (!attribut)
@@ -81,7 +84,7 @@ CoSharedPtr<DmSimpleChannel> DmEffectSettings::getAttributByName(const DmString&
 eDmErrorId DmEffectSettings::setAttributByName(const DmString& name, const CoSharedPtr<DmSimpleChannel>& attribut)
 {
     ZR_ASSERT_PLAIN(!name.empty());
-    return storeDirectly(_attributs, *this, name, attribut);
+    return putSilently(AttributList, name, attribut);
 }
 
 DmString DmEffectSettings::getAttributText(const DmString& name) const
@@ -130,26 +133,36 @@ CoSharedPtr<DmAnimationChannel> DmEffectSettings::getChannelByName(const DmStrin
     CoSharedPtr<DmAnimationChannel> channel = getExistingChannelByName(name);
     if (channel)
         return channel;
-    channel = DmAnimationChannel::create(DmAnimationChannel::DeprecatedInterpType{1},
-                                         DmAnimationChannel::ExtrapolationType{0}, DmKeyFrame::DM_KEY_CUR_VERSION, 0);
-    if (!channel || channel->setName(name) != DM_NO_ERROR ||
-        storeDirectly(_channels, *this, name, channel) != DM_NO_ERROR)
-        channel.reset();
-    return channel;
+    channel = makeChannel(name);
+    if (!channel)
+        return channel;
+    DmPropertySetPtr entry(channel);
+    // Asking changes what the effect holds, although nobody sees a difference: its curves are made when they are
+    // wanted.
+    switch (const_cast<DmEffectSettings*>(this)->putIfAbsentSilently(ChannelList, name, entry))
+    {
+    case DM_NO_ERROR:
+        return staticPointerCast<DmAnimationChannel>(entry); // another thread's, if that was first
+    case DM_CANNOT_LOCK:
+        channel->freeze();
+        return channel;
+    default:
+        return {};
+    }
 }
 
 eDmErrorId DmEffectSettings::setChannelByName(const DmString& name, const CoSharedPtr<DmAnimationChannel>& channel)
 {
     ZR_ASSERT_PLAIN(!name.empty());
-    return storeDirectly(_channels, *this, name, channel);
+    return putSilently(ChannelList, name, channel);
 }
 
 void DmEffectSettings::getChannelNames(DmStringArray& names) const
 {
-    names.resize(static_cast<unsigned>(_channels.size()));
-    unsigned i = 0;
-    for (const auto& entry : _channels)
-        names[i++] = entry.first;
+    if (_channels.empty())
+        names.resize(0);
+    else // without memory the array stays as it was
+        static_cast<void>(getKeysFromPropertyMap(ChannelList, DM_MAP_PROPERTY_SET, names));
 }
 
 void DmEffectSettings::dumpChannels() const
@@ -162,8 +175,7 @@ void DmEffectSettings::dumpChannels() const
 
 void DmEffectSettings::setOutput(const CoSharedPtr<DmMediaNode>& output)
 {
-    if (!isFrozen())
-        _output = output;
+    static_cast<void>(setSilently(Output, output)); // a constant effect keeps what it has
 }
 
 CoSharedPtr<DmSimpleChannel> DmEffectSettings::attributAt(const DmString& name) const

@@ -60,6 +60,10 @@ public:
     virtual bool isTrxCompatible() const = 0;
     virtual eDmTreeMediaType getMediaType() const = 0;
 
+    /// Whether an attribute or a channel may have a name: DM_EMPTY_ID, where the operations below stop the process, or
+    /// DM_BAD_VALUE for one with a zero in it.
+    static eDmErrorId mayName(const DmString& name);
+
     // Attributes.
 
     /// Under the attribute's own name. An existing name is DM_PROPERTY_ALREADY_EXIST, null is DM_BAD_VALUE.
@@ -91,8 +95,8 @@ public:
     eDmErrorId addChannel(const CoSharedPtr<DmAnimationChannel>& channel);
     /// Null when there is none.
     CoSharedPtr<DmAnimationChannel> getExistingChannelByName(const DmString& name) const;
-    /// Made if there is none, in the current key-frame format and without telling listeners; null only when the factory
-    /// fails or the effect is frozen.
+    /// Made if there is none, in the current key-frame format and without telling listeners. Of a constant effect,
+    /// which keeps its map: a loose constant channel with a new one's values. Null only when the factory fails.
     CoSharedPtr<DmAnimationChannel> getChannelByName(const DmString& name) const;
     /// Inserts or replaces under `name`, whatever the channel's own name is; tells no listener.
     eDmErrorId setChannelByName(const DmString& name, const CoSharedPtr<DmAnimationChannel>& channel);
@@ -145,7 +149,7 @@ private:
     eDmErrorId addEmptyAttribut(const DmString& name);
 
     DmOwnedMap<DmSimpleChannel> _attributs;
-    mutable DmOwnedMap<DmAnimationChannel> _channels; ///< asking for a channel makes it
+    DmOwnedMap<DmAnimationChannel> _channels; ///< asking for a channel makes it
     DmString _setupFileName;
     DmString _setup;
     DmString _comment;

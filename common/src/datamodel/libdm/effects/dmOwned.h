@@ -16,11 +16,14 @@ public:
         : DmSetList<T>(other.cloned())
     {
     }
+    DmOwnedList(DmOwnedList&&) noexcept = default;
     DmOwnedList& operator=(const DmOwnedList& other)
     {
         other.cloned().swap(*this);
         return *this;
     }
+    DmOwnedList& operator=(DmOwnedList&&) noexcept = default;
+    ~DmOwnedList() = default;
 };
 
 template <class T>
@@ -32,9 +35,12 @@ public:
         : DmSetMap<T>(other.cloned())
     {
     }
+    DmOwnedMap(DmOwnedMap&&) noexcept = default;
     DmOwnedMap& operator=(const DmOwnedMap& other)
     {
         other.cloned().swap(*this);
         return *this;
     }
+    DmOwnedMap& operator=(DmOwnedMap&&) noexcept = default;
+    ~DmOwnedMap() = default;
 };

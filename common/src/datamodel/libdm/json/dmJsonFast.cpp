@@ -336,7 +336,7 @@ bool FastReader::members(Class& type, DmPropertySet& set)
             return false;
         word |= bit;
     } while (take(','));
-    DmSetAccess::changed(set, *type.properties[static_cast<std::size_t>(index)].def);
+    DmSetAccess::touch(set);
     return take('}');
 }
 

@@ -5,6 +5,7 @@
 #include "dmPSetHelper.h"
 #include "dmPropertyFactory.h"
 #include "dmRapidJsonImp.h"
+#include "dmSetAccessImp.h"
 #include "dmUtf8.h"
 #include "dmVersion.h"
 
@@ -410,7 +411,12 @@ bool LiteralReader::addElement(const Slot& slot, const Value& value)
     DmPropertySetPtr child;
     if (!traverse(value, &slot, child) || (!child && !createDefault(slot, value, child)))
         return false;
-    const eDmErrorId status = slot.owner->addValueInPropertyList(slot.index, slot.def->_type, &child);
+    // As the quick way does: of what a document says the owner is not asked whether it may hold it, the validation is.
+    eDmErrorId status = DmSetAccess::checkSlot(*slot.owner, *slot.def, child.get());
+    if (status == DM_NO_ERROR)
+        status = DmSetAccess::append(*slot.owner, DmStore::Fresh, slot.index, *slot.def, std::move(child));
+    if (status == DM_NO_ERROR)
+        DmSetAccess::touch(*slot.owner);
     return status == DM_NO_ERROR || failProperty(value, status, slot);
 }
 

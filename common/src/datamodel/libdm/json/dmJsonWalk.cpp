@@ -136,6 +136,8 @@ private:
                                else
                                    number(place, def, numberAt<T>(field));
                            }
+                           else if constexpr (std::same_as<T, DmPropertySetVector>)
+                               value(place, def, place.set->elementsOf(index));
                            else
                                value(place, def, *static_cast<const T*>(field));
                        });
@@ -217,12 +219,12 @@ private:
         close(below);
     }
 
-    void value(Place& place, const DmPropertyDef& def, const DmPropertySetVector& list)
+    void value(Place& place, const DmPropertyDef& def, const DmListWindow<DmPropertySet>& list)
     {
         member(place, def);
         beginArray();
-        for (const DmPropertySetPtr& held : list)
-            element(held.get());
+        for (const DmPropertySet* const held : list)
+            element(held);
         endArray();
     }
 

@@ -57,7 +57,6 @@ public:
     DmDeclaration(Owner& set, eDmErrorId base)
         : _set(set)
         , _status(base)
-        , _index(set.classData().size())
     {
     }
 
@@ -71,7 +70,7 @@ public:
     template <class Member, class... Facts>
     auto mandatory(const wchar_t* name, Member& member, const Facts&... facts)
     {
-        return add<nextPlain>(_index, name, dmTypeOf<Member>, member, false, facts...);
+        return add<nextPlain>(_set.classData().size(), name, dmTypeOf<Member>, member, false, facts...);
     }
 
     /// Written when it differs from its default: the value that the member of a fresh object holds. A vector of sets:
@@ -87,7 +86,7 @@ public:
     auto optional(const wchar_t* name, Member& member, const Facts&... facts)
     {
         checkOptional<Member>();
-        return add<nextPlain>(_index, name, dmTypeOf<Member>, member, true, facts...);
+        return add<nextPlain>(_set.classData().size(), name, dmTypeOf<Member>, member, true, facts...);
     }
 
     /// Free text of many lines, kept as an array of lines in documents.
@@ -100,7 +99,7 @@ public:
     template <class... Facts>
     auto mandatoryCdata(const wchar_t* name, DmString& member, const Facts&... facts)
     {
-        return add<nextPlain>(_index, name, DM_CDATA, member, false, facts...);
+        return add<nextPlain>(_set.classData().size(), name, DM_CDATA, member, false, facts...);
     }
     template <int property, class... Facts>
     auto optionalCdata(const wchar_t* name, DmString& member, const Facts&... facts)
@@ -111,7 +110,7 @@ public:
     template <class... Facts>
     auto optionalCdata(const wchar_t* name, DmString& member, const Facts&... facts)
     {
-        return add<nextPlain>(_index, name, DM_CDATA, member, true, facts...);
+        return add<nextPlain>(_set.classData().size(), name, DM_CDATA, member, true, facts...);
     }
 
     /// Always written, and fixed by the class: setting it to another value is DM_BAD_VALUE.
@@ -162,7 +161,6 @@ private:
         : _set(line._set)
         , _status(status)
         , _statusBefore(line._status)
-        , _index(line._set.classData().size())
         , _added(added)
     {
     }
@@ -211,7 +209,9 @@ private:
             if (shared && !shared->isFrozen())
             {
                 shared = shared->clone();
-                shared->freeze();
+                if (!shared)
+                    throw std::bad_alloc(); // createList() is tried again
+                shared->freezeAsSharedDefault();
             }
             return _set.keepDefault(std::make_shared<const DmPropertySetPtr>(std::move(shared)));
         }
@@ -251,7 +251,6 @@ private:
     Owner& _set;
     eDmErrorId _status;
     eDmErrorId _statusBefore = DM_NO_ERROR;
-    int _index;
     DmPropertyDef* _added = nullptr;
 };
 

@@ -24,6 +24,12 @@ bool DmTextTable::contains(std::wstring_view text) const
                        });
 }
 
+void DmNameIndex::clear()
+{
+    std::fill(_slots.begin(), _slots.end(), Entry());
+    _count = 0;
+}
+
 void DmNameIndex::add(std::wstring_view name, int index)
 {
     if ((_count + 1) * 2 > _slots.size())

@@ -63,6 +63,15 @@ struct DmTextTable
     ZR_DM_API bool contains(std::wstring_view text) const;
 };
 
+class DmListForm;
+
+/// Whether a set may hold another in a property: a status that says why not. Asked before edits, not for documents.
+using DmMayHold = eDmErrorId (*)(const DmPropertySet& owner, const DmPropertySet& held);
+/// The form in which a constant set keeps a list of sets; null: in the list's field.
+using DmFormOf = const DmListForm* (*)(const DmPropertySet& owner);
+/// Calls `visit(held, data)` for each set that a set holds beside its properties.
+using DmHeldBeside = void (*)(const DmPropertySet& owner, void (*visit)(DmPropertySet& held, void* data), void* data);
+
 /// One property of a class. Owned by the class's table, constant once the class is declared.
 struct DmPropertyDef
 {
@@ -74,9 +83,12 @@ struct DmPropertyDef
     DmSerializer _serializer = nullptr;
     DmUnserializer _unserializer = nullptr;
 
-    const DmHeldClass* _held = nullptr; ///< null: any property set
-    bool _constant = false;             ///< fixed by the class: setting another value is DM_BAD_VALUE
-    std::string _utf8Name;              ///< the name as documents spell it
+    const DmHeldClass* _held = nullptr;       ///< null: any property set
+    bool _constant = false;                   ///< fixed by the class: setting another value is DM_BAD_VALUE
+    std::optional<bool> _defaultEqualsItself; ///< decided once, of a nested default that is a constant
+    DmMayHold _mayHold = nullptr;             ///< null: whatever is of the class
+    DmFormOf _form = nullptr;                 ///< null: always in the field
+    std::string _utf8Name;                    ///< the name as documents spell it
 
     const char* _meaning = "";           ///< one sentence; empty when the declaration has none
     const char* _unit = "";              ///< empty for what has none
@@ -102,6 +114,7 @@ public:
     }
     /// The name must outlive this, and must not have been added before.
     void add(std::wstring_view name, int index);
+    void clear();
 
 private:
     struct Entry
@@ -142,6 +155,8 @@ public:
     /// The class's name; empty until the factory has made an instance.
     const DmString& className() const { return _className; }
     const std::string& utf8ClassName() const { return _utf8ClassName; }
+    /// Null when the class's objects hold no sets but in their properties.
+    DmHeldBeside heldBeside() const { return _heldBeside; }
 
 private:
     friend class DmPropertySet;
@@ -151,4 +166,5 @@ private:
     std::vector<std::shared_ptr<const void>> _defaults; ///< what the definitions' defaults point at
     DmString _className;
     std::string _utf8ClassName;
+    DmHeldBeside _heldBeside = nullptr;
 };

@@ -1,8 +1,40 @@
 #include "dmPropertyFactory.h"
 
 #include "dmDefaultAttributesImp.h"
+#include "dmMemoryImp.h"
 
 #include <algorithm>
+#include <utility>
+
+namespace
+{
+
+/// Without memory for all of the object there is none.
+template <class MakeId>
+eDmErrorId make(DmPropertyCreator creator, bool attributes, DmPropertySet*& out, MakeId&& makeId)
+{
+    DmPropertySet* made = nullptr;
+    const unsigned lost = DmString::lost();
+    eDmErrorId status = DM_BAD_VALUE;
+    bool isWhole = false;
+    try
+    {
+        status = creator(makeId(), made, attributes);
+        isWhole = lost == DmString::lost();
+    }
+    catch (const std::bad_alloc&)
+    {
+    }
+    if (!isWhole)
+    {
+        const DmPropertySetPtr released(std::exchange(made, nullptr));
+        status = DM_BAD_VALUE;
+    }
+    out = made;
+    return status;
+}
+
+} // namespace
 
 thread_local constinit int DmDefaultAttributes::_scopes = 0;
 
@@ -43,14 +75,13 @@ eDmErrorId DmPropertyFactory::create(DmPropertyCreator creator, const DmNodeId& 
     // Taken before the object is made, so that creations inside it, or beside it, never share an id.
     const std::uint64_t number = _nextId.fetch_add(1, std::memory_order_relaxed);
     const bool attributes = DmDefaultAttributes::areOn() || _createDefaultAttributes.load(std::memory_order_relaxed);
-    if (parentId.isEmpty())
-        return creator(DmNodeId(number), out, attributes);
-    return creator(DmNodeId(parentId, index, number), out, attributes);
+    return make(creator, attributes, out,
+                [&] { return parentId.isEmpty() ? DmNodeId(number) : DmNodeId(parentId, index, number); });
 }
 
 eDmErrorId DmPropertyFactory::createBare(DmPropertyCreator creator, DmPropertySet*& out) const
 {
-    return creator(DmNodeId(_nextId.fetch_add(1, std::memory_order_relaxed)), out, false);
+    return make(creator, false, out, [this] { return DmNodeId(_nextId.fetch_add(1, std::memory_order_relaxed)); });
 }
 
 bool DmPropertyFactory::setCreateDefaultAttributes(bool create)

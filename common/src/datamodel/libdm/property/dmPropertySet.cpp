@@ -1,6 +1,8 @@
 #include "dmPropertySet.h"
 
+#include "dmMemoryImp.h"
 #include "dmNesting.h"
+#include "dmSetAccessImp.h"
 #include "dmSetTools.h"
 #include "dmUtf8.h"
 #include "dmVersion.h"
@@ -22,7 +24,7 @@ DmPropertySet::DmPropertySet(const DmNodeId& id, CoSharedPtr<DmPropertySetData>&
 
 DmPropertySet::DmPropertySet(const DmPropertySet& other)
     : CoRefCountedMT(other)
-    , _dirty(other.isDirty())
+    , _state(other.isDirty() ? dirtyFlag : 0)
     , _data(other._data)
     , _id(other._id)
 {
@@ -49,7 +51,9 @@ eDmErrorId DmPropertySet::addProperty(const DmString& name, eDmPropType type, vo
     if (name == DmVersion::getKey())
     {
         ZR_POST_ERROR("%s is a reserved name\n", dmUtf8(DmVersion::getKey()).c_str());
-        ZR_ASSERT_SOFT(!"Reserved property name");
+        // clang-format off
+        ZR_ASSERT_SOFT(! "Reserved property name"); // the blank is printed
+        // clang-format on
         return DM_PROPERTY_ALREADY_EXIST;
     }
     // A class that declares twice, or out of order, is told so and keeps its first declaration: the answer stays
@@ -85,6 +89,12 @@ eDmErrorId DmPropertySet::addProperty(const DmString& name, eDmPropType type, vo
     def->_utf8Name = dmUtf8(name);
     if (_data->_className.empty())
         nameClass(); // of a class that only a function of its own makes
+    if (type == DM_PROPERTY_SET && defaultValue)
+    {
+        const DmPropertySet* const held = static_cast<const DmPropertySetPtr*>(defaultValue)->get();
+        if (held && held->isFrozen())
+            def->_defaultEqualsItself = DmPropertySet_Atomic_Utils::equalsItself(*held);
+    }
     _data->_indices.add(def->_name.view(), index);
     _data->_defs.push_back(std::move(def));
     return DM_NO_ERROR;
@@ -93,6 +103,23 @@ eDmErrorId DmPropertySet::addProperty(const DmString& name, eDmPropType type, vo
 DmPropertyDef* DmPropertySet::lastAdded(int expectedIndex)
 {
     return expectedIndex >= 0 && _data->size() == expectedIndex + 1 ? _data->_defs.back().get() : nullptr;
+}
+
+void DmPropertySet::askBeforeHolding(int index, DmMayHold mayHold)
+{
+    if (index >= 0 && index < _data->size())
+        _data->_defs[static_cast<std::size_t>(index)]->_mayHold = mayHold;
+}
+
+void DmPropertySet::mayKeepElsewhere(int list, DmFormOf form)
+{
+    if (list >= 0 && list < _data->size())
+        _data->_defs[static_cast<std::size_t>(list)]->_form = form;
+}
+
+void DmPropertySet::holdsBesideProperties(DmHeldBeside beside)
+{
+    _data->_heldBeside = beside;
 }
 
 const void* DmPropertySet::keepDefault(std::shared_ptr<const void> value)
@@ -104,6 +131,16 @@ void DmPropertySet::nameClass()
 {
     _data->_className = getPSetName();
     _data->_utf8ClassName = dmUtf8(_data->_className);
+}
+
+void DmPropertySet::forgetClass()
+{
+    _data->_indices.clear();
+    _data->_defs.clear();
+    _data->_defaults.clear();
+    _data->_heldBeside = nullptr;
+    _data->_className.clear();
+    _data->_utf8ClassName.clear();
 }
 
 // Introspection
@@ -119,8 +156,12 @@ eDmErrorId DmPropertySet::getPropertyName(int index, DmString& name) const
     const DmPropertyDef* const def = _data->at(index);
     if (!def)
         return DM_PROPERTY_NOT_FOUND;
-    name = def->_name;
-    return DM_NO_ERROR;
+    return dmWithMemory(
+        [&]
+        {
+            name = def->_name;
+            return DM_NO_ERROR;
+        });
 }
 
 eDmErrorId DmPropertySet::getPropertyIndex(const DmString& name, int& index) const
@@ -137,8 +178,13 @@ eDmErrorId DmPropertySet::getPropertyDef(int index, DmPropertyDef& def) const
     const DmPropertyDef* const found = _data->at(index);
     if (!found)
         return DM_PROPERTY_NOT_FOUND;
-    def = *found;
-    return DM_NO_ERROR;
+    return dmWithMemory(
+        [&]
+        {
+            DmPropertyDef copy(*found);
+            std::swap(def, copy);
+            return DM_NO_ERROR;
+        });
 }
 
 eDmErrorId DmPropertySet::getPropertyType(DmPropertyRef property, eDmPropType& type) const
@@ -156,7 +202,7 @@ bool DmPropertySet::isPropertyRelevant(int index) const
     if (!def || !def->_skipIfDefault)
         return true;
     if (def->_type == DM_VECTOR_PROPERTY_SET)
-        return !static_cast<const DmPropertySetVector*>(fieldOf(index))->empty();
+        return !elementsOf(index).empty();
     return !DmPropertySet_Atomic_Utils::compareAtomicManip(*this, index, def->_default);
 }
 
@@ -194,6 +240,14 @@ eDmErrorId DmPropertySet::getPropertyValue(DmPropertyRef property, eDmPropType t
                           {
                               if constexpr (DmNumberStorage<T>)
                                   std::memcpy(out, field, sizeof(T));
+                              else if constexpr (std::same_as<T, DmString>)
+                              {
+                                  const auto& text = *static_cast<const DmString*>(field);
+                                  DmString copy(text);
+                                  if (copy.length() != text.length())
+                                      return DM_BAD_VALUE;
+                                  static_cast<DmString*>(out)->swap(copy);
+                              }
                               else if constexpr (DmAtomicStorage<T>)
                                   *static_cast<T*>(out) = *static_cast<const T*>(field);
                               else
@@ -205,33 +259,75 @@ eDmErrorId DmPropertySet::getPropertyValue(DmPropertyRef property, eDmPropType t
                           });
 }
 
+namespace
+{
+
+eDmErrorId store(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def, const void* in)
+{
+    return dmVisitStorage(def._type,
+                          [&]<class T>(std::type_identity<T>) -> eDmErrorId
+                          {
+                              if constexpr (DmNumberStorage<T>)
+                              {
+                                  T value;
+                                  std::memcpy(&value, in, sizeof(T));
+                                  return DmSetAccess::swapValue(set, policy, index, def, value);
+                              }
+                              else if constexpr (DmAtomicStorage<T>)
+                              {
+                                  if (set.isFrozen())
+                                      return DM_CANNOT_LOCK;
+                                  T value(*static_cast<const T*>(in));
+                                  if constexpr (std::same_as<T, DmString>)
+                                  {
+                                      if (value.length() != static_cast<const T*>(in)->length())
+                                          return DM_BAD_VALUE;
+                                  }
+                                  else if (const eDmErrorId slot =
+                                               DmSetAccess::checkSlot(set, def, value.get(), policy);
+                                           slot != DM_NO_ERROR)
+                                      return slot;
+                                  return DmSetAccess::swapValue(set, policy, index, def, value);
+                              }
+                              else
+                              {
+                                  ZR_ASSERT_SOFT(!"Type not implemented!");
+                                  return DmSetAccess::change(set, policy, def, [] { return DM_TYPE_NOT_IMPLEMENTED; });
+                              }
+                          });
+}
+
+} // namespace
+
 eDmErrorId DmPropertySet::setPropertyValue(DmPropertyRef property, eDmPropType type, const void* in)
 {
     const int index = property.indexIn(*_data);
     const DmPropertyDef* const def = _data->at(index);
     if (!def)
         return DM_PROPERTY_NOT_FOUND;
-    return def->_type == type ? store(*def, index, in) : DM_BAD_PROPERTY_TYPE;
+    return def->_type == type ? store(*this, DmStore::Announced, index, *def, in) : DM_BAD_PROPERTY_TYPE;
 }
 
 eDmErrorId DmPropertySet::setPropertyValue(const DmString& name, const void* in)
 {
     const int index = _data->find(name.view());
     const DmPropertyDef* const def = _data->at(index);
-    return def ? store(*def, index, in) : DM_PROPERTY_NOT_FOUND;
+    return def ? store(*this, DmStore::Announced, index, *def, in) : DM_PROPERTY_NOT_FOUND;
 }
 
 /// From a typed setter, which knows how a value is stored but not whether it is an Int or an Enum, a String or CDATA.
-eDmErrorId DmPropertySet::setStored(int index, eDmPropType storedAs, const void* in)
+eDmErrorId DmPropertySet::setStored(int index, eDmPropType storedAs, const void* in, bool silently)
 {
     const DmPropertyDef* const def = _data->at(index);
     if (!def)
         return DM_PROPERTY_NOT_FOUND;
     const auto plain = [](eDmPropType type) { return type == DM_ENUM ? DM_INT : type == DM_CDATA ? DM_STRING : type; };
-    return plain(def->_type) == plain(storedAs) ? store(*def, index, in) : DM_BAD_PROPERTY_TYPE;
+    if (plain(def->_type) != plain(storedAs))
+        return DM_BAD_PROPERTY_TYPE;
+    return store(*this, silently ? DmStore::Silent : DmStore::Announced, index, *def, in);
 }
 
-eDmErrorId DmPropertySet::setWhole(int index, int value)
+eDmErrorId DmPropertySet::setWhole(int index, int value, bool silently)
 {
     const DmPropertyDef* const def = _data->at(index);
     const eDmPropType type = def ? def->_type : DM_NB_TYPES;
@@ -240,105 +336,126 @@ eDmErrorId DmPropertySet::setWhole(int index, int value)
                           {
                               if constexpr (std::same_as<T, bool> || std::same_as<T, signed char> ||
                                             std::same_as<T, unsigned char> || !DmNumberStorage<T>)
-                                  return setStored(index, DM_INT, &value);
+                                  return setStored(index, DM_INT, &value, silently);
                               else
                               {
                                   if constexpr (std::integral<T>)
                                       if (!std::in_range<T>(value))
                                           return DM_BAD_VALUE;
                                   const T number = static_cast<T>(value);
-                                  return setStored(index, dmTypeOf<T>, &number);
+                                  return setStored(index, dmTypeOf<T>, &number, silently);
                               }
                           });
 }
 
-eDmErrorId DmPropertySet::checkSlot(const DmPropertyDef& def, const DmPropertySet* set) const
-{
-    return !set || !def._held || def._held->accepts(*set) ? DM_NO_ERROR : DM_BAD_PROPERTY_TYPE;
-}
-
-eDmErrorId DmPropertySet::store(const DmPropertyDef& def, int index, const void* in)
-{
-    if (isFrozen())
-        return DM_CANNOT_LOCK;
-    void* const field = fieldOf(index, def);
-    const eDmErrorId status =
-        dmVisitStorage(def._type,
-                       [&]<class T>(std::type_identity<T>) -> eDmErrorId
-                       {
-                           if constexpr (DmNumberStorage<T>)
-                           {
-                               if (def._constant && std::memcmp(field, in, sizeof(T)) != 0)
-                                   return DM_BAD_VALUE;
-                               const DM::CoMutexGuard guard(_lock);
-                               std::memcpy(field, in, sizeof(T));
-                           }
-                           else if constexpr (DmAtomicStorage<T>)
-                           {
-                               T value(*static_cast<const T*>(in)); // the old value is released after the mutex
-                               if constexpr (std::same_as<T, DmString>)
-                               {
-                                   if (value.length() != static_cast<const T*>(in)->length())
-                                       return DM_BAD_VALUE; // no memory for the copy: the property keeps what it holds
-                               }
-                               else if (const eDmErrorId slot = checkSlot(def, value.get()); slot != DM_NO_ERROR)
-                                   return slot;
-                               const DM::CoMutexGuard guard(_lock);
-                               static_cast<T*>(field)->swap(value);
-                           }
-                           else
-                           {
-                               ZR_ASSERT_SOFT(!"Type not implemented!");
-                               return DM_TYPE_NOT_IMPLEMENTED;
-                           }
-                           return DM_NO_ERROR;
-                       });
-    // A type that cannot be set here is announced as a change all the same; a value that is refused is not.
-    if (status == DM_NO_ERROR || status == DM_TYPE_NOT_IMPLEMENTED)
-        changed(def);
-    return status;
-}
-
 // Listeners
 
-/// A listener may drop the last reference to this object; one that nobody counts yet must not be deleted by that.
-CoSharedPtr<DmPropertySet> DmPropertySet::heldByUs()
+class DmSetAccess::Hearers
 {
-    return CoSharedPtr<DmPropertySet>(refCount() > 0 ? this : nullptr);
-}
-
-void DmPropertySet::changed(const DmPropertyDef& def)
-{
-    if (!_listeners)
+public:
+    /// DM_BAD_VALUE: there is no memory to write them down.
+    eDmErrorId take(DmPropertySet& set, const DmNodeId& id)
     {
-        _dirty.store(true, std::memory_order_relaxed);
-        return;
+        if (!set._listeners)
+            return DM_NO_ERROR;
+        return dmWithMemory(
+            [&]
+            {
+                _id = id;
+                if (set._listeners->size() > few)
+                    _many = *set._listeners;
+                else
+                    std::copy(set._listeners->begin(), set._listeners->end(), _few);
+                _count = set._listeners->size();
+                return DM_NO_ERROR;
+            });
     }
-    const CoSharedPtr<DmPropertySet> alive = heldByUs();
-    notify(_id, def._type, def._name);
-    _dirty.store(true, std::memory_order_relaxed);
+
+    /// A listener may drop the last reference to the object; one that nobody counts yet must not be deleted by that.
+    void tell(DmPropertySet& set, eDmPropType type, const DmString& name, CoSharedPtr<DmPropertySet>& alive) const
+    {
+        alive.reset(set.refCount() > 0 ? &set : nullptr);
+        DmPropertyListener* const* const all = _many.empty() ? _few : _many.data();
+        for (std::size_t i = 0; i < _count; ++i)
+            if (isRegistered(set, all[i]))
+                tell(*all[i], type, name);
+    }
+
+    static bool isRegistered(const DmPropertySet& set, const DmPropertyListener* listener)
+    {
+        return set._listeners &&
+               std::find(set._listeners->begin(), set._listeners->end(), listener) != set._listeners->end();
+    }
+
+private:
+    /// Each has a copy of the id; where there is no memory for it, it sees ours.
+    void tell(DmPropertyListener& listener, eDmPropType type, const DmString& name) const
+    {
+        DmNodeId copy;
+        const bool copied = dmWithMemory(
+                                [&]
+                                {
+                                    copy = _id;
+                                    return DM_NO_ERROR;
+                                }) == DM_NO_ERROR;
+        listener.onPropertyChanged(copied ? copy : _id, type, name);
+    }
+
+    static constexpr std::size_t few = 6;
+    DmPropertyListener* _few[few];
+    std::vector<DmPropertyListener*> _many; ///< when there are more
+    std::size_t _count = 0;
+    DmNodeId _id;
+};
+
+eDmErrorId DmSetAccess::changeHeard(DmPropertySet& set, const DmPropertyDef& def, eDmErrorId (*store)(void*),
+                                    void* argument)
+{
+    Hearers hearers;
+    eDmErrorId status = DM_NO_ERROR;
+    {
+        const DM::CoLockWordGuard guard(set._state);
+        if (set.isFrozen())
+            return DM_CANNOT_LOCK;
+        if (status = hearers.take(set, set._id); status != DM_NO_ERROR)
+            return status;
+        status = store(argument);
+    }
+    if (isAnnounced(status))
+    {
+        CoSharedPtr<DmPropertySet> alive;
+        hearers.tell(set, def._type, def._name, alive);
+        set._state.set(DmPropertySet::dirtyFlag);
+    }
+    return status;
 }
 
 eDmErrorId DmPropertySet::registerListener(DmPropertyListener* listener)
 {
     if (!listener)
         return DM_LISTENER_IS_NULL;
-    if (!_listeners)
-        _listeners = std::make_unique<std::vector<DmPropertyListener*>>();
-    else if (std::find(_listeners->begin(), _listeners->end(), listener) != _listeners->end())
+    const DM::CoLockWordGuard guard(_state);
+    if (isFrozen())
+        return DM_CANNOT_LOCK;
+    if (DmSetAccess::Hearers::isRegistered(*this, listener))
         return DM_LISTENER_ALREADY_REGISTERED;
-    _listeners->push_back(listener);
-    return DM_NO_ERROR;
+    return dmWithMemory(
+        [&]
+        {
+            if (_listeners)
+                _listeners->push_back(listener);
+            else
+                _listeners = std::make_unique<std::vector<DmPropertyListener*>>(1, listener);
+            return DM_NO_ERROR;
+        });
 }
 
 eDmErrorId DmPropertySet::unregisterListener(DmPropertyListener* listener)
 {
-    if (!_listeners)
+    const DM::CoLockWordGuard guard(_state);
+    if (!DmSetAccess::Hearers::isRegistered(*this, listener))
         return DM_LISTENER_NOT_FOUND;
-    const auto found = std::find(_listeners->begin(), _listeners->end(), listener);
-    if (found == _listeners->end())
-        return DM_LISTENER_NOT_FOUND;
-    _listeners->erase(found);
+    _listeners->erase(std::find(_listeners->begin(), _listeners->end(), listener));
     if (_listeners->empty())
         _listeners.reset();
     return DM_NO_ERROR;
@@ -346,28 +463,31 @@ eDmErrorId DmPropertySet::unregisterListener(DmPropertyListener* listener)
 
 void DmPropertySet::notify(const DmNodeId& id, eDmPropType type, const DmString& propertyName)
 {
-    if (!_listeners)
-        return;
-    const CoSharedPtr<DmPropertySet> alive = heldByUs();
-    const std::vector<DmPropertyListener*> snapshot = *_listeners;
-    for (DmPropertyListener* const listener : snapshot)
-        if (_listeners && std::find(_listeners->begin(), _listeners->end(), listener) != _listeners->end())
-            listener->onPropertyChanged(DmNodeId(id), type, propertyName);
+    DmSetAccess::Hearers hearers;
+    CoSharedPtr<DmPropertySet> alive;
+    if (hearers.take(*this, id) == DM_NO_ERROR)
+        hearers.tell(*this, type, propertyName, alive);
 }
 
 // State
 
+void DmPropertySet::cleanDirty()
+{
+    if (!isFrozen())
+        _state.clear(dirtyFlag);
+}
+
 eDmErrorId DmPropertySet::lockPropertySet(bool lock)
 {
     if (lock)
-        return _lock.tryLock() ? DM_NO_ERROR : DM_CANNOT_LOCK;
-    _lock.unlock();
+        return _state.tryLock() ? DM_NO_ERROR : DM_CANNOT_LOCK;
+    _state.unlock();
     return DM_NO_ERROR;
 }
 
 eDmErrorId DmPropertySet::unlockPropertySet()
 {
-    _lock.unlock();
+    _state.unlock();
     return DM_CANNOT_UNLOCK;
 }
 
@@ -395,7 +515,7 @@ eDmErrorId findByNodeId(DmPropertySet& set, DmNodeId path, int depth, DmProperty
         return status;
     if (type != DM_VECTOR_PROPERTY_SET)
         return DM_BAD_PROPERTY_TYPE;
-    for (const DmPropertySetPtr& element : *static_cast<const DmPropertySetVector*>(set.fieldOf(index)))
+    for (DmPropertySet* const element : set.elementsOf(index))
         if (element)
             if (const eDmErrorId status = findByNodeId(*element, path, depth + 1, out); status != DM_NOT_ME)
                 return status;
@@ -406,17 +526,47 @@ eDmErrorId findByNodeId(DmPropertySet& set, DmNodeId path, int depth, DmProperty
 
 eDmErrorId DmPropertySet::getPropertySetFromNodeId(const DmNodeId& id, DmPropertySet*& out)
 {
-    return findByNodeId(*this, id, 0, out);
+    return dmWithMemory([&] { return findByNodeId(*this, id, 0, out); });
 }
 
-void DmPropertySet::freeze()
+/// The sets that a freeze is inside of, so that one that holds itself ends.
+struct DmPropertySet::FreezeLevel
 {
-    if (_frozen.exchange(true))
+    const FreezeLevel* above;
+    const DmPropertySet* set;
+};
+
+void DmPropertySet::freeze(DM::CoLockWord::Flags flags, const FreezeLevel* above)
+{
+    if (_state.has(flags | frozenThroughoutFlag))
         return;
+    for (const FreezeLevel* level = above; level; level = level->above)
+        if (level->set == this)
+            return;
+    {
+        const DM::CoLockWordGuard guard(_state);
+        _state.set(flags);
+    }
+    // A constant holds what it holds: from here on it is read without the mutex.
+    struct
+    {
+        FreezeLevel level;
+        DM::CoLockWord::Flags flags;
+    } below{{above, this}, flags};
     dmForEachHeld(*this,
-                  [](const DmPropertySetPtr& held)
+                  [&below](const DmPropertySetPtr& held)
                   {
-                      held->freeze();
+                      held->freeze(below.flags, &below.level);
                       return true;
                   });
+    if (const DmHeldBeside beside = _data->heldBeside())
+        beside(
+            *this,
+            [](DmPropertySet& held, void* data)
+            {
+                const auto& from = *static_cast<decltype(below)*>(data);
+                held.freeze(from.flags, &from.level);
+            },
+            &below);
+    _state.set(frozenThroughoutFlag);
 }

@@ -8,15 +8,21 @@
 ///
 /// How a class declares its properties: dmDeclare.h. Objects are counted and held through CoSharedPtr.
 ///
-/// Threads: reference counts are atomic; a setter takes the object's mutex around its store. Reads, listeners and
-/// look-ups take no lock. Nothing throws.
+/// Threads: reference counts are atomic; whatever changes an object does so inside the object's mutex, where it looks
+/// for the element or the key, and for whether the object is constant. Reads and look-ups take no lock: a read beside
+/// a change of the same property is the caller's to prevent. Listeners are called, and the dirty flag is set, after the
+/// mutex.
+///
+/// Nothing throws. Where memory runs out nothing is stored, and the answer is DM_BAD_VALUE.
 #pragma once
 
-#include "CoMutex.h"
+#include "CoLockWord.h"
+#include "dmListWindow.h"
 #include "dmNodeId.h"
 #include "dmPropertyDef.h"
 
-#include <atomic>
+#include <new>
+#include <span>
 
 /// Is told of every change of the objects it is registered with.
 class ZR_DM_API DmPropertyListener
@@ -81,6 +87,7 @@ public:
     virtual eDmErrorId createList() = 0;
     /// Gives a fresh object its default contents where the class has any.
     virtual eDmErrorId createAttributes();
+    /// Null when there is no memory for all of it.
     [[nodiscard]] virtual CoSharedPtr<DmPropertySet> clone() const = 0;
     /// The class's name: its key in the factory and in documents.
     virtual DmString getPSetName() const = 0;
@@ -117,7 +124,14 @@ public:
     /// With the type of the definition.
     eDmErrorId setPropertyValue(const DmString& name, const void* in);
 
-    // Vectors: `value` points at a variable of the element type. An element that is not there: DM_BAD_INDEX.
+    // Vectors: `value` points at a variable of the element type. An element that is not there: DM_BAD_INDEX. They are
+    // read whole through windows.
+
+    /// The elements of a vector of sets; none for another property.
+    DmListWindow<DmPropertySet> elementsOf(int index) const;
+    /// The elements of a vector of values, whose element type is Value; none for another property.
+    template <class Value>
+    std::span<const Value> valuesOf(int index) const;
 
     eDmErrorId addValueInPropertyList(DmPropertyRef property, eDmPropType type, const void* value);
     /// Before the element; the number of elements is allowed and appends.
@@ -127,6 +141,9 @@ public:
     eDmErrorId removeValueFromPropertyList(DmPropertyRef property, eDmPropType type, int element);
     eDmErrorId getValueFromPropertyList(DmPropertyRef property, eDmPropType type, int element, void* value) const;
     eDmErrorId setValueFromPropertyList(DmPropertyRef property, eDmPropType type, int element, const void* value);
+    /// In place of what the vector holds: `list` points at a std::vector of the element type. One change, announced
+    /// once.
+    eDmErrorId setPropertyList(DmPropertyRef property, eDmPropType type, const void* list);
 
     // Maps: `value` points at a DmPropertySetPtr. Keys are not empty (DM_EMPTY_ID) and hold no zero (DM_BAD_VALUE).
 
@@ -156,14 +173,16 @@ public:
 
     // Listeners are not owned. A notification walks a snapshot: one that unregisters itself, or another, in it is safe.
 
+    /// A constant object takes none: DM_CANNOT_LOCK.
     eDmErrorId registerListener(DmPropertyListener* listener);
     eDmErrorId unregisterListener(DmPropertyListener* listener);
     void notify(const DmNodeId& id, eDmPropType type, const DmString& propertyName);
 
     // State.
 
-    bool isDirty() const { return _dirty.load(std::memory_order_relaxed); }
-    void cleanDirty() { _dirty.store(false, std::memory_order_relaxed); }
+    bool isDirty() const { return _state.has(dirtyFlag); }
+    /// A constant object keeps its flag.
+    void cleanDirty();
     /// true: takes the object's mutex without waiting, DM_CANNOT_LOCK when it is held. false: releases it.
     eDmErrorId lockPropertySet(bool lock);
     /// Releases the mutex; always DM_CANNOT_UNLOCK, which callers have come to expect.
@@ -173,12 +192,19 @@ public:
     /// neither.
     eDmErrorId getPropertySetFromNodeId(const DmNodeId& id, DmPropertySet*& out);
 
-    /// Makes this object, and what it holds, a constant: every setter answers DM_CANNOT_LOCK from now on. For defaults
-    /// that many objects share.
-    void freeze();
-    bool isFrozen() const { return _frozen.load(std::memory_order_relaxed); }
+    /// Makes this object, and what it holds, a constant: every setter answers DM_CANNOT_LOCK from now on. Takes the
+    /// mutexes, one at a time: once it has returned, nothing is stored any more.
+    void freeze() { freeze(frozenFlag); }
+    bool isFrozen() const { return _state.has(frozenFlag); }
+    /// Makes a constant that objects of a class share until they get one of their own: copies, deep ones too, share it.
+    void freezeAsSharedDefault() { freeze(frozenFlag | sharedDefaultFlag); }
+    bool isSharedDefault() const { return _state.has(sharedDefaultFlag); }
 
 protected:
+    /// What clone() is made of: the copy constructor of the object's class.
+    template <class T>
+    [[nodiscard]] static CoSharedPtr<DmPropertySet> cloneAs(const T& set);
+
     /// The typed setter: the value's C++ type must be the one in which the property is stored. An `int`, which is what
     /// `set(index, 0)` gives, goes into every number that can hold it; DM_BAD_VALUE where it cannot.
     template <class Value>
@@ -192,56 +218,140 @@ protected:
     /// In place of what the list holds.
     eDmErrorId setStrings(int list, const std::vector<DmString>& strings);
 
+    // Behind the backs of listeners, where a class says so: inside the mutex, refused by a constant object, under the
+    // rules for values, classes and keys, but not announced, and leaving the dirty flag.
+
+    template <class Value>
+    eDmErrorId setSilently(int index, const Value& value);
+    /// Inserts or replaces in a map.
+    eDmErrorId putSilently(int map, const DmString& key, const DmPropertySetPtr& entry);
+    /// Puts the entry in a map unless there is one under the key that is not null: that one is what `entry` is then.
+    eDmErrorId putIfAbsentSilently(int map, const DmString& key, DmPropertySetPtr& entry);
+    /// Changes what is no property: an editor's flag, marks that are not saved.
+    template <class Change>
+    eDmErrorId changeSilently(Change&& change);
+    /// insertValueInPropertyList for a caller that has looked itself whether the list may hold the element.
+    eDmErrorId insertUnasked(int list, int element, const DmPropertySetPtr& value);
+    // What a class's createList() says beside its properties.
+
+    /// Edits, not documents, ask the owner of a property before it is given an object to hold.
+    void askBeforeHolding(int index, DmMayHold mayHold);
+    /// A constant object may keep the list elsewhere than in its field (keepListsElsewhere).
+    void mayKeepElsewhere(int list, DmFormOf form);
+    /// What the class's objects hold, and is no property, becomes constant with them.
+    void holdsBesideProperties(DmHeldBeside beside);
+    /// From now on this object, which is a constant, is asked for the forms of its lists (DmPropertyDef::_form).
+    void keepListsElsewhere() { _state.set(listsElsewhereFlag); }
+
 private:
     template <class Owner, int next>
     friend class DmDeclaration;
     template <class T>
     friend class DmPropertySetInit;
+    friend struct DmClassRecord;
     friend class DmSetAccess;
 
     DmPropertySet& operator=(const DmPropertySet&) = delete;
 
+    static constexpr DM::CoLockWord::Flags dirtyFlag = 1;
+    static constexpr DM::CoLockWord::Flags frozenFlag = 2;
+    static constexpr DM::CoLockWord::Flags frozenThroughoutFlag = 4; ///< and all that it holds
+    static constexpr DM::CoLockWord::Flags sharedDefaultFlag = 8;
+    static constexpr DM::CoLockWord::Flags listsElsewhereFlag = 16;
+
     void* fieldOf(int index, const DmPropertyDef& def) const;
     eDmErrorId find(DmPropertyRef property, eDmPropType type, const DmPropertyDef*& def, int& index) const;
-    eDmErrorId setStored(int index, eDmPropType storedAs, const void* in);
-    eDmErrorId setWhole(int index, int value);
-    eDmErrorId store(const DmPropertyDef& def, int index, const void* in);
-    eDmErrorId checkSlot(const DmPropertyDef& def, const DmPropertySet* set) const;
-    template <class Visitor>
-    eDmErrorId readList(DmPropertyRef property, eDmPropType type, Visitor&& visitor) const;
-    template <class Visitor>
-    eDmErrorId changeList(DmPropertyRef property, eDmPropType type, Visitor&& visitor);
+    eDmErrorId setWhole(int index, int value, bool silently);
     eDmErrorId findMap(DmPropertyRef property, eDmPropType type, const DmPropertyDef*& def, int& index) const;
     template <class Visitor>
-    eDmErrorId changeMap(DmPropertyRef property, eDmPropType type, Visitor&& visitor);
-    CoSharedPtr<DmPropertySet> heldByUs();
-    void changed(const DmPropertyDef& def);
+    eDmErrorId atList(DmPropertyRef property, eDmPropType type, Visitor&& visitor) const;
+    template <class Value>
+    eDmErrorId setTyped(int index, const Value& value, bool silently);
+    eDmErrorId setStored(int index, eDmPropType storedAs, const void* in, bool silently);
+    bool keepsElsewhere(const DmPropertyDef& def) const { return def._form && _state.has(listsElsewhereFlag); }
+    struct FreezeLevel;
+    void freeze(DM::CoLockWord::Flags flags, const FreezeLevel* above = nullptr);
     void nameClass();
+    void forgetClass();
     DmPropertyDef* lastAdded(int expectedIndex);
     const void* keepDefault(std::shared_ptr<const void> value);
 
-    std::atomic<bool> _dirty{false};
-    std::atomic<bool> _frozen{false};
+    mutable DM::CoLockWord _state; ///< the mutex and the flags; fills the four bytes behind the reference count
     CoSharedPtr<DmPropertySetData> _data;
     DmNodeId _id;
     std::unique_ptr<std::vector<DmPropertyListener*>> _listeners; ///< made for the first listener
-    mutable DM::CoMutex _lock;
 };
+
+static_assert(sizeof(DmPropertySet) <= 40, "there are millions of them");
 
 template <class Value>
 eDmErrorId DmPropertySet::set(int index, const Value& value)
 {
+    return setTyped(index, value, false);
+}
+
+template <class Value>
+eDmErrorId DmPropertySet::setSilently(int index, const Value& value)
+{
+    return setTyped(index, value, true);
+}
+
+template <class Value>
+eDmErrorId DmPropertySet::setTyped(int index, const Value& value, bool silently)
+{
     constexpr eDmPropType type = dmTypeOf<Value>;
     if constexpr (std::same_as<Value, int>)
-        return setWhole(index, value);
+        return setWhole(index, value, silently);
     else if constexpr (type == DM_NB_TYPES && std::is_convertible_v<const Value&, DmPropertySetPtr>)
     {
         const DmPropertySetPtr pointer(value);
-        return setStored(index, DM_PROPERTY_SET, &pointer);
+        return setStored(index, DM_PROPERTY_SET, &pointer, silently);
     }
     else
     {
         static_assert(dmIsAtomic(type), "set() is for single values");
-        return setStored(index, type, &value);
+        return setStored(index, type, &value, silently);
     }
+}
+
+template <class T>
+CoSharedPtr<DmPropertySet> DmPropertySet::cloneAs(const T& set)
+{
+    const unsigned lost = DmString::lost();
+    try
+    {
+        CoSharedPtr<DmPropertySet> copy(new T(set));
+        return lost == DmString::lost() ? copy : CoSharedPtr<DmPropertySet>();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return {};
+    }
+}
+
+template <class Change>
+eDmErrorId DmPropertySet::changeSilently(Change&& change)
+{
+    const DM::CoLockWordGuard guard(_state);
+    if (isFrozen())
+        return DM_CANNOT_LOCK;
+    try
+    {
+        change();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return DM_BAD_VALUE;
+    }
+    return DM_NO_ERROR;
+}
+
+template <class Value>
+std::span<const Value> DmPropertySet::valuesOf(int index) const
+{
+    static_assert(dmTypeOf<std::vector<Value>> != DM_NB_TYPES && !std::same_as<Value, DmPropertySetPtr>);
+    const DmPropertyDef* const def = _data->at(index);
+    if (!def || def->_type != dmTypeOf<std::vector<Value>>)
+        return {};
+    return *static_cast<const std::vector<Value>*>(fieldOf(index));
 }

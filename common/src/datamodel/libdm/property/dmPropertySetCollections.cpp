@@ -1,6 +1,8 @@
-/// The vector and map operations of a property set: each checks, then locks, stores, notifies and sets dirty, the last
-/// three after success only.
+/// The vector and map operations of a property set. Each checks property and type, makes what it stores, and goes
+/// through the one door (dmSetAccessImp.h), where it looks for the element or the key; what it takes out goes after it.
 #include "dmPropertySet.h"
+
+#include "dmSetAccessImp.h"
 
 #include <algorithm>
 
@@ -10,45 +12,71 @@ namespace
 template <class List>
 using ElementOf = typename List::value_type;
 
-/// Swapping moves an element without ever move-assigning onto a string that holds text, which would lose its buffer.
+// Elements change places by swapping: a string that holds text must not be move-assigned onto, which would lose its
+// buffer.
+
 template <class List>
-void insertAt(List& list, std::size_t index, ElementOf<List>&& value)
+void insertAt(List& list, std::size_t index, ElementOf<List>& value)
 {
     list.push_back(std::move(value));
     std::rotate(list.begin() + static_cast<std::ptrdiff_t>(index), list.end() - 1, list.end());
 }
 
 template <class List>
-void eraseAt(List& list, std::size_t index)
+void eraseAt(List& list, std::size_t index, ElementOf<List>& old)
 {
+    using std::swap;
     const auto place = list.begin() + static_cast<std::ptrdiff_t>(index);
     std::rotate(place, place + 1, list.end());
+    swap(list.back(), old);
     list.pop_back();
 }
 
-template <class T>
-bool copied(const T& /*copy*/, const void* /*value*/)
+bool isIn(int element, std::size_t size)
 {
-    return true;
+    return element >= 0 && static_cast<std::size_t>(element) < size;
 }
 
-/// A string that could not be copied for lack of memory is empty.
-bool copied(const DmString& copy, const void* value)
+/// A copy of an element for a list of `set`; DM_BAD_VALUE for a string when there is no memory.
+template <class Element>
+eDmErrorId check(const DmPropertySet& set, const DmPropertyDef& def, const Element& copy, const Element& from,
+                 bool isAsked)
 {
-    return copy.length() == static_cast<const DmString*>(value)->length();
+    if constexpr (std::same_as<Element, DmString>)
+        return copy.length() == from.length() ? DM_NO_ERROR : DM_BAD_VALUE;
+    else if constexpr (std::same_as<Element, DmPropertySetPtr>)
+        return DmSetAccess::checkSlot(set, def, copy.get(), isAsked ? DmStore::Announced : DmStore::Fresh);
+    else
+        return DM_NO_ERROR;
 }
 
-eDmErrorId checkKey(const DmString& key)
+/// A map of one entry, whose node moves into another without asking for memory.
+eDmErrorId makeEntry(const DmPropertySet& set, DmStore policy, const DmPropertyDef& def, const DmString& key,
+                     const DmPropertySetPtr& entry, DmPropertySetMap::node_type& node)
 {
-    if (key.empty())
-        return DM_EMPTY_ID;
-    return key.view().find(L'\0') == std::wstring_view::npos ? DM_NO_ERROR : DM_BAD_VALUE;
+    if (set.isFrozen())
+        return DM_CANNOT_LOCK;
+    if (const eDmErrorId status = DmSetAccess::checkKey(key); status != DM_NO_ERROR)
+        return status;
+    if (const eDmErrorId status = DmSetAccess::checkSlot(set, def, entry.get(), policy); status != DM_NO_ERROR)
+        return status;
+    return dmWithMemory(
+        [&]
+        {
+            DmPropertySetMap made;
+            made.emplace(key, entry);
+            node = made.extract(made.begin());
+            return DM_NO_ERROR;
+        });
 }
 
 } // namespace
 
+// Lists
+
+/// Calls `visitor(def, index, list)` with the vector of a list property.
 template <class Visitor>
-eDmErrorId DmPropertySet::readList(DmPropertyRef property, eDmPropType type, Visitor&& visitor) const
+eDmErrorId DmPropertySet::atList(DmPropertyRef property, eDmPropType type, Visitor&& visitor) const
 {
     const DmPropertyDef* def = nullptr;
     int index = -1;
@@ -59,124 +87,197 @@ eDmErrorId DmPropertySet::readList(DmPropertyRef property, eDmPropType type, Vis
                           [&]<class T>(std::type_identity<T>) -> eDmErrorId
                           {
                               if constexpr (dmIsVector<T>)
-                                  return visitor(*def, *static_cast<T*>(field));
+                                  return visitor(*def, index, *static_cast<T*>(field));
                               else
                                   return DM_TYPE_NOT_IMPLEMENTED;
                           });
 }
 
-/// `visitor(list, change)` checks and then calls `change(store)` with what is to happen under the mutex.
-template <class Visitor>
-eDmErrorId DmPropertySet::changeList(DmPropertyRef property, eDmPropType type, Visitor&& visitor)
+namespace
 {
-    return readList(property, type,
-                    [&](const DmPropertyDef& def, auto& list) -> eDmErrorId
-                    {
-                        if (isFrozen())
-                            return DM_CANNOT_LOCK;
-                        return visitor(list, def,
-                                       [&](auto&& storeIt)
-                                       {
-                                           {
-                                               const DM::CoMutexGuard guard(_lock);
-                                               storeIt();
-                                           }
-                                           changed(def);
-                                           return DM_NO_ERROR;
-                                       });
-                    });
+
+constexpr int atEnd = -1;
+
+template <class List>
+eDmErrorId insert(DmPropertySet& set, const DmPropertyDef& def, List& list, int element, const ElementOf<List>& value,
+                  bool isAsked = true)
+{
+    if (set.isFrozen())
+        return DM_CANNOT_LOCK;
+    ElementOf<List> copy(value);
+    if (const eDmErrorId status = check(set, def, copy, value, isAsked); status != DM_NO_ERROR)
+        return status;
+    return DmSetAccess::change(set, DmStore::Announced, def,
+                               [&]() -> eDmErrorId
+                               {
+                                   if (element == atEnd)
+                                       list.push_back(std::move(copy));
+                                   else if (static_cast<std::size_t>(element) <= list.size())
+                                       insertAt(list, static_cast<std::size_t>(element), copy);
+                                   else
+                                       return DM_BAD_INDEX;
+                                   return DM_NO_ERROR;
+                               });
 }
+
+/// In place of what the list holds.
+template <class List>
+eDmErrorId replaceList(DmPropertySet& set, int index, const DmPropertyDef& def, const List& from)
+{
+    if (set.isFrozen())
+        return DM_CANNOT_LOCK;
+    List copy;
+    const eDmErrorId status = dmWithMemory(
+        [&]
+        {
+            copy = from;
+            return DM_NO_ERROR;
+        });
+    if (status != DM_NO_ERROR)
+        return status;
+    for (std::size_t i = 0; i < copy.size(); ++i)
+        if (const eDmErrorId element = check(set, def, copy[i], from[i], true); element != DM_NO_ERROR)
+            return element;
+    return DmSetAccess::swapValue(set, DmStore::Announced, index, def, copy);
+}
+
+} // namespace
 
 eDmErrorId DmPropertySet::addValueInPropertyList(DmPropertyRef property, eDmPropType type, const void* value)
 {
-    int size = 0;
-    if (const eDmErrorId status = getListSize(property, type, size); status != DM_NO_ERROR)
-        return status;
-    return insertValueInPropertyList(property, type, size, value);
+    return atList(property, type,
+                  [&]<class List>(const DmPropertyDef& def, int, List& list)
+                  { return insert(*this, def, list, atEnd, *static_cast<const ElementOf<List>*>(value)); });
 }
 
 eDmErrorId DmPropertySet::insertValueInPropertyList(DmPropertyRef property, eDmPropType type, int element,
                                                     const void* value)
 {
-    return changeList(property, type,
-                      [&](auto& list, const DmPropertyDef& def, auto change) -> eDmErrorId
-                      {
-                          using Element = ElementOf<std::remove_reference_t<decltype(list)>>;
-                          if (element < 0 || static_cast<std::size_t>(element) > list.size())
-                              return DM_BAD_INDEX;
-                          Element copy(*static_cast<const Element*>(value));
-                          if (!copied(copy, value))
-                              return DM_BAD_VALUE;
-                          if constexpr (std::same_as<Element, DmPropertySetPtr>)
-                              if (const eDmErrorId status = checkSlot(def, copy.get()); status != DM_NO_ERROR)
-                                  return status;
-                          return change([&] { insertAt(list, static_cast<std::size_t>(element), std::move(copy)); });
-                      });
+    return atList(property, type,
+                  [&]<class List>(const DmPropertyDef& def, int, List& list) -> eDmErrorId
+                  {
+                      if (element < 0)
+                          return isFrozen() ? DM_CANNOT_LOCK : DM_BAD_INDEX;
+                      return insert(*this, def, list, element, *static_cast<const ElementOf<List>*>(value));
+                  });
+}
+
+eDmErrorId DmPropertySet::insertUnasked(int list, int element, const DmPropertySetPtr& value)
+{
+    if (element < 0)
+        return DM_BAD_INDEX;
+    return atList(list, DM_VECTOR_PROPERTY_SET,
+                  [&]<class List>(const DmPropertyDef& def, int, List& vector) -> eDmErrorId
+                  {
+                      if constexpr (std::same_as<List, DmPropertySetVector>)
+                          return insert(*this, def, vector, element, value, false);
+                      else
+                          return DM_TYPE_NOT_IMPLEMENTED;
+                  });
 }
 
 eDmErrorId DmPropertySet::getListSize(DmPropertyRef property, eDmPropType type, int& size) const
 {
-    return readList(property, type,
-                    [&](const DmPropertyDef&, const auto& list)
-                    {
-                        size = static_cast<int>(list.size());
-                        return DM_NO_ERROR;
-                    });
+    return atList(property, type,
+                  [&]<class List>(const DmPropertyDef&, int index, List& list)
+                  {
+                      if constexpr (std::same_as<List, DmPropertySetVector>)
+                          size = elementsOf(index).count();
+                      else
+                          size = static_cast<int>(list.size());
+                      return DM_NO_ERROR;
+                  });
 }
 
 eDmErrorId DmPropertySet::clearList(DmPropertyRef property, eDmPropType type)
 {
-    return changeList(property, type,
-                      [&](auto& list, const DmPropertyDef&, auto change)
-                      {
-                          std::remove_reference_t<decltype(list)> old; // released after the mutex
-                          return change([&] { list.swap(old); });
-                      });
+    return atList(property, type,
+                  [&]<class List>(const DmPropertyDef& def, int index, List&)
+                  {
+                      List old;
+                      return DmSetAccess::swapValue(*this, DmStore::Announced, index, def, old);
+                  });
 }
 
 eDmErrorId DmPropertySet::removeValueFromPropertyList(DmPropertyRef property, eDmPropType type, int element)
 {
-    return changeList(property, type,
-                      [&](auto& list, const DmPropertyDef&, auto change) -> eDmErrorId
-                      {
-                          if (static_cast<std::size_t>(element) >= list.size())
-                              return DM_BAD_INDEX;
-                          return change([&] { eraseAt(list, static_cast<std::size_t>(element)); });
-                      });
+    return atList(property, type,
+                  [&]<class List>(const DmPropertyDef& def, int, List& list)
+                  {
+                      ElementOf<List> old{};
+                      return DmSetAccess::change(*this, DmStore::Announced, def,
+                                                 [&]() -> eDmErrorId
+                                                 {
+                                                     if (!isIn(element, list.size()))
+                                                         return DM_BAD_INDEX;
+                                                     eraseAt(list, static_cast<std::size_t>(element), old);
+                                                     return DM_NO_ERROR;
+                                                 });
+                  });
 }
 
 eDmErrorId DmPropertySet::getValueFromPropertyList(DmPropertyRef property, eDmPropType type, int element,
                                                    void* value) const
 {
-    return readList(property, type,
-                    [&](const DmPropertyDef&, const auto& list) -> eDmErrorId
-                    {
-                        if (static_cast<std::size_t>(element) >= list.size())
-                            return DM_BAD_INDEX;
-                        *static_cast<ElementOf<std::remove_cvref_t<decltype(list)>>*>(value) =
-                            list[static_cast<std::size_t>(element)];
-                        return DM_NO_ERROR;
-                    });
+    return atList(property, type,
+                  [&]<class List>(const DmPropertyDef&, int index, const List& list) -> eDmErrorId
+                  {
+                      auto& out = *static_cast<ElementOf<List>*>(value);
+                      if constexpr (std::same_as<List, DmPropertySetVector>)
+                      {
+                          const DmListWindow<DmPropertySet> window = elementsOf(index);
+                          if (!isIn(element, window.size()))
+                              return DM_BAD_INDEX;
+                          out.reset(window.at(element));
+                      }
+                      else if (!isIn(element, list.size()))
+                          return DM_BAD_INDEX;
+                      else
+                      {
+                          using std::swap;
+                          const ElementOf<List>& stored = list[static_cast<std::size_t>(element)];
+                          ElementOf<List> copy(stored);
+                          if constexpr (std::same_as<List, std::vector<DmString>>)
+                              if (copy.length() != stored.length())
+                                  return DM_BAD_VALUE;
+                          swap(out, copy);
+                      }
+                      return DM_NO_ERROR;
+                  });
 }
 
 eDmErrorId DmPropertySet::setValueFromPropertyList(DmPropertyRef property, eDmPropType type, int element,
                                                    const void* value)
 {
-    return changeList(property, type,
-                      [&](auto& list, const DmPropertyDef& def, auto change) -> eDmErrorId
-                      {
-                          using std::swap;
-                          using Element = ElementOf<std::remove_reference_t<decltype(list)>>;
-                          if (static_cast<std::size_t>(element) >= list.size())
-                              return DM_BAD_INDEX;
-                          Element copy(*static_cast<const Element*>(value));
-                          if (!copied(copy, value))
-                              return DM_BAD_VALUE;
-                          if constexpr (std::same_as<Element, DmPropertySetPtr>)
-                              if (const eDmErrorId status = checkSlot(def, copy.get()); status != DM_NO_ERROR)
-                                  return status;
-                          return change([&] { swap(list[static_cast<std::size_t>(element)], copy); });
-                      });
+    return atList(property, type,
+                  [&]<class List>(const DmPropertyDef& def, int index, List&) -> eDmErrorId
+                  {
+                      if (isFrozen())
+                          return DM_CANNOT_LOCK;
+                      const auto& from = *static_cast<const ElementOf<List>*>(value);
+                      ElementOf<List> copy(from);
+                      if (const eDmErrorId status = check(*this, def, copy, from, true); status != DM_NO_ERROR)
+                          return status;
+                      return DmSetAccess::replace(*this, DmStore::Announced, index, def, element, copy);
+                  });
+}
+
+eDmErrorId DmPropertySet::setPropertyList(DmPropertyRef property, eDmPropType type, const void* list)
+{
+    return atList(property, type,
+                  [&]<class List>(const DmPropertyDef& def, int index, List&)
+                  { return replaceList(*this, index, def, *static_cast<const List*>(list)); });
+}
+
+DmListWindow<DmPropertySet> DmPropertySet::elementsOf(int index) const
+{
+    const DmPropertyDef* const def = _data->at(index);
+    if (!def || def->_type != DM_VECTOR_PROPERTY_SET)
+        return {};
+    if (keepsElsewhere(*def))
+        if (const DmListForm* const form = def->_form(*this))
+            return DmListWindow<DmPropertySet>(*form);
+    return {*static_cast<const DmPropertySetVector*>(fieldOf(index, *def))};
 }
 
 // Lists, typed
@@ -199,12 +300,7 @@ eDmErrorId DmPropertySet::removeFrom(int list, int element)
 
 eDmErrorId DmPropertySet::setStrings(int list, const std::vector<DmString>& strings)
 {
-    // They may be the list's own.
-    const std::vector<DmString> copy(strings); // NOLINT(performance-unnecessary-copy-initialization)
-    eDmErrorId status = clearList(list, DM_VECTOR_STRING);
-    for (auto text = copy.begin(); text != copy.end() && status == DM_NO_ERROR; ++text)
-        status = addTo(list, *text);
-    return status;
+    return setPropertyList(list, DM_VECTOR_STRING, &strings);
 }
 
 // Maps
@@ -215,42 +311,26 @@ eDmErrorId DmPropertySet::findMap(DmPropertyRef property, eDmPropType type, cons
     return status == DM_NO_ERROR && type != DM_MAP_PROPERTY_SET ? DM_TYPE_NOT_IMPLEMENTED : status;
 }
 
-template <class Visitor>
-eDmErrorId DmPropertySet::changeMap(DmPropertyRef property, eDmPropType type, Visitor&& visitor)
+eDmErrorId DmPropertySet::addValueInPropertyMap(DmPropertyRef property, eDmPropType type, const DmString& key,
+                                                const void* value)
 {
     const DmPropertyDef* def = nullptr;
     int index = -1;
     if (const eDmErrorId status = findMap(property, type, def, index); status != DM_NO_ERROR)
         return status;
-    if (isFrozen())
-        return DM_CANNOT_LOCK;
-    return visitor(*static_cast<DmPropertySetMap*>(fieldOf(index, *def)), *def,
-                   [&](auto&& storeIt)
-                   {
-                       {
-                           const DM::CoMutexGuard guard(_lock);
-                           storeIt();
-                       }
-                       changed(*def);
-                       return DM_NO_ERROR;
-                   });
-}
-
-eDmErrorId DmPropertySet::addValueInPropertyMap(DmPropertyRef property, eDmPropType type, const DmString& key,
-                                                const void* value)
-{
-    return changeMap(property, type,
-                     [&](DmPropertySetMap& map, const DmPropertyDef& def, auto change) -> eDmErrorId
-                     {
-                         const auto& entry = *static_cast<const DmPropertySetPtr*>(value);
-                         if (const eDmErrorId status = checkKey(key); status != DM_NO_ERROR)
-                             return status;
-                         if (const eDmErrorId status = checkSlot(def, entry.get()); status != DM_NO_ERROR)
-                             return status;
-                         if (map.contains(key))
-                             return DM_PROPERTY_ALREADY_EXIST;
-                         return change([&] { map.emplace(key, entry); });
-                     });
+    auto& map = *static_cast<DmPropertySetMap*>(fieldOf(index, *def));
+    DmPropertySetMap::node_type node;
+    if (const eDmErrorId status =
+            makeEntry(*this, DmStore::Announced, *def, key, *static_cast<const DmPropertySetPtr*>(value), node);
+        status != DM_NO_ERROR)
+        return status;
+    return DmSetAccess::change(*this, DmStore::Announced, *def,
+                               [&]() -> eDmErrorId
+                               {
+                                   auto inserted = map.insert(std::move(node));
+                                   node = std::move(inserted.node);
+                                   return inserted.inserted ? DM_NO_ERROR : DM_PROPERTY_ALREADY_EXIST;
+                               });
 }
 
 eDmErrorId DmPropertySet::getMapSize(DmPropertyRef property, eDmPropType type, int& size) const
@@ -265,25 +345,28 @@ eDmErrorId DmPropertySet::getMapSize(DmPropertyRef property, eDmPropType type, i
 
 eDmErrorId DmPropertySet::clearMap(DmPropertyRef property, eDmPropType type)
 {
-    return changeMap(property, type,
-                     [&](DmPropertySetMap& map, const DmPropertyDef&, auto change)
-                     {
-                         DmPropertySetMap old; // released after the mutex
-                         return change([&] { map.swap(old); });
-                     });
+    const DmPropertyDef* def = nullptr;
+    int index = -1;
+    if (const eDmErrorId status = findMap(property, type, def, index); status != DM_NO_ERROR)
+        return status;
+    DmPropertySetMap old;
+    return DmSetAccess::swapValue(*this, DmStore::Announced, index, *def, old);
 }
 
 eDmErrorId DmPropertySet::removeValueFromPropertyMap(DmPropertyRef property, eDmPropType type, const DmString& key)
 {
-    return changeMap(property, type,
-                     [&](DmPropertySetMap& map, const DmPropertyDef&, auto change) -> eDmErrorId
-                     {
-                         const auto found = map.find(key);
-                         if (found == map.end())
-                             return DM_BAD_INDEX;
-                         DmPropertySetMap::node_type old; // released after the mutex
-                         return change([&] { old = map.extract(found); });
-                     });
+    const DmPropertyDef* def = nullptr;
+    int index = -1;
+    if (const eDmErrorId status = findMap(property, type, def, index); status != DM_NO_ERROR)
+        return status;
+    auto& map = *static_cast<DmPropertySetMap*>(fieldOf(index, *def));
+    DmPropertySetMap::node_type old;
+    return DmSetAccess::change(*this, DmStore::Announced, *def,
+                               [&]() -> eDmErrorId
+                               {
+                                   old = map.extract(key);
+                                   return old ? DM_NO_ERROR : DM_BAD_INDEX;
+                               });
 }
 
 eDmErrorId DmPropertySet::getValueFromPropertyMap(DmPropertyRef property, eDmPropType type, const DmString& key,
@@ -299,19 +382,71 @@ eDmErrorId DmPropertySet::getValueFromPropertyMap(DmPropertyRef property, eDmPro
     return DM_NO_ERROR;
 }
 
+eDmErrorId DmSetAccess::put(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def,
+                            const DmString& key, DmPropertySetPtr& entry)
+{
+    auto& map = *static_cast<DmPropertySetMap*>(set.fieldOf(index, def));
+    DmPropertySetMap::node_type node;
+    if (const eDmErrorId status = makeEntry(set, policy, def, key, entry, node); status != DM_NO_ERROR)
+        return status;
+    return change(set, policy, def,
+                  [&]
+                  {
+                      // A document's entries come in order.
+                      const auto place = map.insert(map.end(), std::move(node));
+                      if (node)
+                      {
+                          place->second.swap(entry);
+                          return DM_NO_ERROR;
+                      }
+                      entry.reset();
+                      return DM_NO_ERROR;
+                  });
+}
+
 eDmErrorId DmPropertySet::setValueFromPropertyMap(DmPropertyRef property, eDmPropType type, const DmString& key,
                                                   const void* value)
 {
-    return changeMap(property, type,
-                     [&](DmPropertySetMap& map, const DmPropertyDef& def, auto change) -> eDmErrorId
-                     {
-                         DmPropertySetPtr entry(*static_cast<const DmPropertySetPtr*>(value));
-                         if (const eDmErrorId status = checkKey(key); status != DM_NO_ERROR)
-                             return status;
-                         if (const eDmErrorId status = checkSlot(def, entry.get()); status != DM_NO_ERROR)
-                             return status;
-                         return change([&] { map.try_emplace(key).first->second.swap(entry); });
-                     });
+    const DmPropertyDef* def = nullptr;
+    int index = -1;
+    if (const eDmErrorId status = findMap(property, type, def, index); status != DM_NO_ERROR)
+        return status;
+    DmPropertySetPtr entry(*static_cast<const DmPropertySetPtr*>(value));
+    return DmSetAccess::put(*this, DmStore::Announced, index, *def, key, entry);
+}
+
+eDmErrorId DmPropertySet::putSilently(int map, const DmString& key, const DmPropertySetPtr& entry)
+{
+    const DmPropertyDef* const def = _data->at(map);
+    if (!def)
+        return DM_PROPERTY_NOT_FOUND;
+    if (def->_type != DM_MAP_PROPERTY_SET)
+        return DM_BAD_PROPERTY_TYPE;
+    DmPropertySetPtr stored(entry);
+    return DmSetAccess::put(*this, DmStore::Silent, map, *def, key, stored);
+}
+
+eDmErrorId DmPropertySet::putIfAbsentSilently(int map, const DmString& key, DmPropertySetPtr& entry)
+{
+    const DmPropertyDef* const def = _data->at(map);
+    if (!def)
+        return DM_PROPERTY_NOT_FOUND;
+    if (def->_type != DM_MAP_PROPERTY_SET)
+        return DM_BAD_PROPERTY_TYPE;
+    DmPropertySetMap::node_type node;
+    if (const eDmErrorId status = makeEntry(*this, DmStore::Silent, *def, key, entry, node); status != DM_NO_ERROR)
+        return status;
+    auto& entries = *static_cast<DmPropertySetMap*>(fieldOf(map, *def));
+    return DmSetAccess::change(*this, DmStore::Silent, *def,
+                               [&]
+                               {
+                                   const auto inserted = entries.insert(std::move(node));
+                                   if (inserted.position->second)
+                                       entry = inserted.position->second;
+                                   else
+                                       inserted.position->second = entry;
+                                   return DM_NO_ERROR;
+                               });
 }
 
 eDmErrorId DmPropertySet::getKeysFromPropertyMap(int index, eDmPropType type, DmStringArray& keys) const
@@ -323,9 +458,17 @@ eDmErrorId DmPropertySet::getKeysFromPropertyMap(int index, eDmPropType type, Dm
     const auto& map = *static_cast<const DmPropertySetMap*>(fieldOf(found, *def));
     if (map.empty())
         return DM_NO_ERROR;
-    keys.resize(static_cast<unsigned>(map.size()));
-    unsigned i = 0;
-    for (const auto& entry : map)
-        keys[i++] = entry.first;
-    return DM_NO_ERROR;
+    DmStringArray copy;
+    const eDmErrorId status = dmWithMemory(
+        [&]
+        {
+            copy.resize(static_cast<unsigned>(map.size()));
+            unsigned i = 0;
+            for (const auto& entry : map)
+                copy[i++] = entry.first;
+            return DM_NO_ERROR;
+        });
+    if (status == DM_NO_ERROR)
+        keys = std::move(copy);
+    return status;
 }

@@ -36,6 +36,45 @@ void DmClassRecord::registerCreator(DmPropertyCreator creator, Registered how)
     }
 }
 
+eDmErrorId DmClassRecord::create(Constructor constructor, const DmNodeId& id, DmPropertySet*& out, bool attributes)
+{
+    const std::lock_guard guard(mutex);
+    const unsigned lost = DmString::lost();
+    DmPropertySet* object = nullptr;
+    bool isDeclaring = false;
+    try
+    {
+        object = constructor(id);
+        eDmErrorId result = DM_NO_ERROR;
+        if (!listCreated)
+        {
+            isDeclaring = listCreated = true;
+            object->nameClass();
+            result = object->createList();
+        }
+        if (result == DM_NO_ERROR && attributes)
+            result = object->createAttributes();
+        if (lost == DmString::lost())
+        {
+            out = object;
+            return result;
+        }
+    }
+    catch (const std::bad_alloc&)
+    {
+        // as when a string is lost
+    }
+    if (isDeclaring) // the next object declares the class anew
+    {
+        listCreated = false;
+        if (object)
+            object->forgetClass();
+    }
+    const DmPropertySetPtr released(object);
+    out = nullptr;
+    return DM_BAD_VALUE;
+}
+
 const DmPropertySetPtr& DmClassRecord::sharedDefault(DmPropertySetPtr (*make)())
 {
     const std::lock_guard guard(mutex);
@@ -43,7 +82,7 @@ const DmPropertySetPtr& DmClassRecord::sharedDefault(DmPropertySetPtr (*make)())
     {
         _sharedDefault = make();
         if (_sharedDefault)
-            _sharedDefault->freeze();
+            _sharedDefault->freezeAsSharedDefault();
     }
     return _sharedDefault;
 }

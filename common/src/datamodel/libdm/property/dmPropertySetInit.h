@@ -33,6 +33,11 @@ struct ZR_DM_API DmClassRecord
     /// process.
     void registerCreator(DmPropertyCreator creator, Registered how);
 
+    /// A new object, with its default attributes when asked. Creations of one class wait for each other; its table is
+    /// built by the first of them. Without memory for all of it: null and DM_BAD_VALUE.
+    using Constructor = DmPropertySet* (*)(const DmNodeId& id);
+    eDmErrorId create(Constructor constructor, const DmNodeId& id, DmPropertySet*& out, bool attributes);
+
     /// The frozen object that stands for all untouched ones (dmOwnedRecord.h): `make` is called for the first time
     /// only, and again while it gives null.
     const DmPropertySetPtr& sharedDefault(DmPropertySetPtr (*make)());
@@ -65,23 +70,10 @@ public:
     static CoSharedPtr<DmPropertySetData>& data() { return record().table; }
     CoSharedPtr<DmPropertySetData> getData() const { return data(); }
 
-    /// Creations of one class wait for each other; its table is built by the first of them.
     static eDmErrorId createInstance(const DmNodeId& id, DmPropertySet*& out, bool createAttributes)
     {
-        DmClassRecord& of = record();
-        const std::lock_guard guard(of.mutex);
-        T* const object = new T(id);
-        out = object;
-        eDmErrorId result = DM_NO_ERROR;
-        if (!of.listCreated)
-        {
-            of.listCreated = true;
-            object->nameClass();
-            result = object->createList();
-        }
-        if (result == DM_NO_ERROR && createAttributes)
-            result = object->createAttributes();
-        return result;
+        return record().create([](const DmNodeId& own) -> DmPropertySet* { return new T(own); }, id, out,
+                               createAttributes);
     }
 
     static DmClassRecord& record()
@@ -120,7 +112,7 @@ public:
     }
     [[nodiscard]] CoSharedPtr<DmPropertySet> clone() const override
     {
-        return CoSharedPtr<DmPropertySet>(new T(static_cast<const T&>(*this)));
+        return this->cloneAs(static_cast<const T&>(*this));
     }
     static CoSharedPtr<T> create() { return dmCreate<T>(); }
 

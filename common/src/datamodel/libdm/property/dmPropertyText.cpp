@@ -2,7 +2,7 @@
 
 #include "dmNumberText.h"
 #include "dmPSetHelper.h"
-#include "dmPropertySet.h"
+#include "dmSetTools.h"
 
 #include "zrAssert.h"
 #include "zrPost.h"
@@ -77,6 +77,15 @@ eDmErrorId format(T value, DmString& text)
 
 } // namespace
 
+PSetFuncPair DmPropertySet_Str_Utils::accessOf(eDmPropType type)
+{
+    using namespace DmPropertySet_Atomic_Utils;
+    using namespace DmPropertySet_Collection_Utils;
+    if (dmIsVectorOfValues(type))
+        return {getValueInList, setValueInList};
+    return {getAtomicValue, setAtomicValue};
+}
+
 eDmErrorId DmPropertySet_Str_Utils::textOfValue(const DmPropertyDef& def, const void* value, DmString& text)
 {
     return visitText(def._type,
@@ -90,8 +99,9 @@ eDmErrorId DmPropertySet_Str_Utils::textOfValue(const DmPropertyDef& def, const 
                                  return def._serializer(value, text);
                              if constexpr (std::same_as<T, DmString>)
                              {
-                                 text = *static_cast<const DmString*>(value);
-                                 return DM_NO_ERROR;
+                                 const auto& from = *static_cast<const DmString*>(value);
+                                 text = from;
+                                 return text.length() == from.length() ? DM_NO_ERROR : DM_BAD_VALUE;
                              }
                              else
                                  return format(*static_cast<const T*>(value), text);
@@ -114,30 +124,18 @@ eDmErrorId DmPropertySet::getStrFromPropertyValue(int index, eDmPropType type, D
     if (hasSerializer)
         *hasSerializer = property->_serializer != nullptr;
 
-    const void* const field = fieldOf(index, *property);
-    return dmVisitStorage(
+    return visitText(
         type,
         [&]<class T>(std::type_identity<T>) -> eDmErrorId
         {
-            if constexpr (dmIsVector<T>)
+            if constexpr (std::is_void_v<T>)
+                return notConvertible();
+            else
             {
-                if constexpr (HasText<typename T::value_type>)
-                {
-                    const T& list = *static_cast<const T*>(field);
-                    return list.empty() ? DM_BAD_INDEX
-                                        : DmPropertySet_Str_Utils::textOfValue(*property, list.data(), out);
-                }
-                else
-                    return notConvertible();
-            }
-            else if constexpr (DmNumberStorage<T>)
-            {
-                T value;
-                const eDmErrorId status = getPropertyValue(index, type, &value);
+                T value{};
+                const eDmErrorId status = DmPropertySet_Str_Utils::accessOf(type).get(*this, index, type, &value);
                 return status == DM_NO_ERROR ? DmPropertySet_Str_Utils::textOfValue(*property, &value, out) : status;
             }
-            else
-                return DmPropertySet_Str_Utils::textOfValue(*property, field, out);
         });
 }
 
@@ -189,8 +187,7 @@ eDmErrorId DmPropertySet::setPropertyValueFromStr(const DmString& name, eDmPropT
                           }
                           else
                               value = dmNumberText::parse<T>(text.view());
-                          return dmIsVectorOfValues(type) ? addValueInPropertyList(index, type, &value)
-                                                          : setPropertyValue(index, type, &value);
+                          return DmPropertySet_Str_Utils::accessOf(type).set(*this, index, type, &value);
                       }
                   });
     if (outcome != DM_NO_ERROR)

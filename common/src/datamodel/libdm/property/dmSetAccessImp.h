@@ -1,19 +1,161 @@
-/// The fields of a property set from inside, for code that fills a fresh object which nobody else sees yet: without the
-/// object's mutex, and without a look-up a value. What guards a value stays with the caller: frozen objects, constant
-/// properties and the classes that slots hold.
+/// The one door through which a value enters a field, whoever brings it: typed setters, lists, maps, texts, documents,
+/// copies, and the classes that store behind the backs of their listeners.
+///
+/// Each operation has the value ready before it (a copy, a map's node), goes through, and lets go of what it replaced
+/// after it. What holds for all: a constant object takes nothing, a constant property no other value, a slot no object
+/// of another class, a map no empty key and none with a zero; without memory nothing is stored. What differs is the
+/// policy:
+///
+///     Announced   inside the object's mutex; then listeners are told, and the object is dirty
+///     Silent      inside the mutex
+///     Fresh       neither: an object that nobody else sees yet
 #pragma once
 
+#include "dmMemoryImp.h"
 #include "dmPropertySet.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+enum class DmStore
+{
+    Announced,
+    Silent,
+    Fresh
+};
 
 class DmSetAccess
 {
 public:
     static void* field(DmPropertySet& set, int index, const DmPropertyDef& def) { return set.fieldOf(index, def); }
+
     /// Whether an object may stand in a slot: DM_BAD_PROPERTY_TYPE when it is of another class than the slot holds.
-    static eDmErrorId checkSlot(const DmPropertySet& set, const DmPropertyDef& def, const DmPropertySet* held)
+    /// Edits, not documents, also ask the owner.
+    static eDmErrorId checkSlot(const DmPropertySet& set, const DmPropertyDef& def, const DmPropertySet* held,
+                                DmStore policy = DmStore::Fresh)
     {
-        return set.checkSlot(def, held);
+        if (!held)
+            return DM_NO_ERROR;
+        if (def._held && !def._held->accepts(*held))
+            return DM_BAD_PROPERTY_TYPE;
+        return def._mayHold && policy != DmStore::Fresh ? def._mayHold(set, *held) : DM_NO_ERROR;
     }
-    /// Tells the listeners and sets the dirty flag, as every setter does.
-    static void changed(DmPropertySet& set, const DmPropertyDef& def) { set.changed(def); }
+
+    static eDmErrorId checkKey(const DmString& key)
+    {
+        if (key.empty())
+            return DM_EMPTY_ID;
+        return key.view().find(L'\0') == std::wstring_view::npos ? DM_NO_ERROR : DM_BAD_VALUE;
+    }
+
+    /// Goes through the door: `store` looks for the element or the key, and stores.
+    template <class Store>
+    static eDmErrorId change(DmPropertySet& set, DmStore policy, const DmPropertyDef& def, Store&& store);
+
+    // What to store has been checked, and has been copied with success; what was stored before is in its place after.
+
+    template <class T>
+    static eDmErrorId swapValue(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def, T& value)
+    {
+        void* const at = set.fieldOf(index, def);
+        return change(set, policy, def,
+                      [&]() -> eDmErrorId
+                      {
+                          if constexpr (DmNumberStorage<T>)
+                          {
+                              // An enumeration is no object of type T.
+                              if (def._constant && std::memcmp(at, &value, sizeof(T)) != 0)
+                                  return DM_BAD_VALUE;
+                              std::memcpy(at, &value, sizeof(T));
+                          }
+                          else
+                              static_cast<T*>(at)->swap(value);
+                          return DM_NO_ERROR;
+                      });
+    }
+
+    template <class T>
+    static eDmErrorId append(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def, T&& element)
+    {
+        auto& list = *static_cast<std::vector<std::remove_cvref_t<T>>*>(set.fieldOf(index, def));
+        return change(set, policy, def,
+                      [&]
+                      {
+                          list.push_back(std::forward<T>(element));
+                          return DM_NO_ERROR;
+                      });
+    }
+
+    /// DM_BAD_INDEX for an element that is not there.
+    template <class T>
+    static eDmErrorId replace(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def, int element,
+                              T& value)
+    {
+        auto& list = *static_cast<std::vector<T>*>(set.fieldOf(index, def));
+        return change(set, policy, def,
+                      [&]() -> eDmErrorId
+                      {
+                          using std::swap;
+                          if (element < 0 || static_cast<std::size_t>(element) >= list.size())
+                              return DM_BAD_INDEX;
+                          swap(list[static_cast<std::size_t>(element)], value);
+                          return DM_NO_ERROR;
+                      });
+    }
+
+    /// Inserts or replaces in a map; `entry` is what stood under the key before.
+    static eDmErrorId put(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def, const DmString& key,
+                          DmPropertySetPtr& entry);
+
+    /// An object that was filled as a fresh one, and that documents leave dirty.
+    static void touch(DmPropertySet& set) { set._state.set(DmPropertySet::dirtyFlag); }
+
+private:
+    /// Who is to be told of a change: written down before it, so that telling needs no memory.
+    class Hearers;
+    friend class DmPropertySet;
+
+    /// A type that cannot be set whole is announced as a change all the same; what is refused is not.
+    static bool isAnnounced(eDmErrorId status) { return status == DM_NO_ERROR || status == DM_TYPE_NOT_IMPLEMENTED; }
+    static eDmErrorId changeHeard(DmPropertySet& set, const DmPropertyDef& def, eDmErrorId (*store)(void*),
+                                  void* argument);
+    template <class Store>
+    static eDmErrorId attempt(Store& store)
+    {
+        try
+        {
+            return store();
+        }
+        catch (const std::bad_alloc&)
+        {
+            return DM_BAD_VALUE;
+        }
+        catch (const std::length_error&)
+        {
+            return DM_BAD_VALUE;
+        }
+    }
 };
+
+template <class Store>
+eDmErrorId DmSetAccess::change(DmPropertySet& set, DmStore policy, const DmPropertyDef& def, Store&& store)
+{
+    if (policy == DmStore::Fresh)
+        return set.isFrozen() ? DM_CANNOT_LOCK : attempt(store);
+    {
+        const DM::CoLockWordGuard guard(set._state);
+        if (set.isFrozen())
+            return DM_CANNOT_LOCK;
+        if (policy == DmStore::Silent || !set._listeners)
+        {
+            const eDmErrorId status = attempt(store);
+            if (policy == DmStore::Announced && isAnnounced(status))
+                set._state.set(DmPropertySet::dirtyFlag);
+            return status;
+        }
+    }
+    return changeHeard(
+        set, def, [](void* argument) { return attempt(*static_cast<std::remove_reference_t<Store>*>(argument)); },
+        &store);
+}

@@ -1,5 +1,6 @@
 #include "dmSetTools.h"
 
+#include "dmMemoryImp.h"
 #include "dmNesting.h"
 #include "dmPropertyFactory.h"
 #include "dmSetAccessImp.h"
@@ -82,13 +83,12 @@ public:
 private:
     eDmErrorId elements(DmPropertyPath& path, eDmPropType type, const Level& level)
     {
-        const void* const field = path.field();
         if (type == DM_PROPERTY_SET)
-            return held(path, *static_cast<const DmPropertySetPtr*>(field), level);
+            return held(path, static_cast<const DmPropertySetPtr*>(path.field())->get(), level);
         eDmErrorId status = DM_NO_ERROR;
         if (type == DM_VECTOR_PROPERTY_SET)
         {
-            for (const DmPropertySetPtr& element : *static_cast<const DmPropertySetVector*>(field))
+            for (const DmPropertySet* const element : path.owner->elementsOf(path.index))
             {
                 ++path.element;
                 if (status = held(path, element, level); status != DM_NO_ERROR || _stopped)
@@ -97,17 +97,17 @@ private:
         }
         else if (type == DM_MAP_PROPERTY_SET)
         {
-            for (const auto& [key, entry] : *static_cast<const DmPropertySetMap*>(field))
+            for (const auto& [key, entry] : *static_cast<const DmPropertySetMap*>(path.field()))
             {
                 path.key = &key;
-                if (status = held(path, entry, level); status != DM_NO_ERROR || _stopped)
+                if (status = held(path, entry.get(), level); status != DM_NO_ERROR || _stopped)
                     break;
             }
         }
         return status;
     }
 
-    eDmErrorId held(const DmPropertyPath& path, const DmPropertySetPtr& set, const Level& level)
+    eDmErrorId held(const DmPropertyPath& path, const DmPropertySet* set, const Level& level)
     {
         if (!set)
             return DM_NO_ERROR;
@@ -150,7 +150,8 @@ private:
         return DM_NO_ERROR;
     }
 
-    eDmErrorId fields(DmPropertyPath& path, const void* a, const void* b, const Level& level, bool& equal);
+    eDmErrorId fields(DmPropertyPath& path, const DmPropertySet& a, const DmPropertySet& b, const Level& level,
+                      bool& equal);
 
     eDmErrorId values(DmPropertyPath& path, const DmString& a, const DmString& b, const Level&, bool& equal)
     {
@@ -160,27 +161,36 @@ private:
     eDmErrorId values(DmPropertyPath& path, const DmPropertySetPtr& a, const DmPropertySetPtr& b, const Level& level,
                       bool& equal)
     {
+        return values(path, a.get(), b.get(), level, equal);
+    }
+
+    eDmErrorId values(DmPropertyPath& path, const DmPropertySet* a, const DmPropertySet* b, const Level& level,
+                      bool& equal)
+    {
         if (a && b)
             return sets(*a, *b, &path, &level, equal);
         return !a && !b ? DM_NO_ERROR : differs(&path, equal);
     }
 
-    template <class Element>
-    eDmErrorId values(DmPropertyPath& path, const std::vector<Element>& a, const std::vector<Element>& b,
-                      const Level& level, bool& equal)
+    /// Of vectors or windows.
+    template <class List>
+    eDmErrorId lists(DmPropertyPath& path, const List& a, const List& b, const Level& level, bool& equal)
     {
         if (a.size() != b.size())
             return differs(&path, equal);
-        for (std::size_t i = 0; i < a.size() && equal; ++i)
+        auto right = b.begin();
+        for (const auto& left : a)
         {
-            path.element = static_cast<int>(i);
-            if constexpr (DmNumberStorage<Element>)
+            ++path.element;
+            if constexpr (DmNumberStorage<std::remove_cvref_t<decltype(left)>>)
             {
-                if (!sameNumber(a[i], b[i]))
+                if (!sameNumber(left, *right))
                     return differs(&path, equal);
             }
-            else if (const eDmErrorId status = values(path, a[i], b[i], level, equal); status != DM_NO_ERROR)
+            else if (const eDmErrorId status = values(path, left, *right, level, equal);
+                     status != DM_NO_ERROR || !equal)
                 return status;
+            ++right;
         }
         return DM_NO_ERROR;
     }
@@ -224,7 +234,7 @@ eDmErrorId Comparison::sets(const DmPropertySet& a, const DmPropertySet& b, cons
     for (int i = 0; i < data.size() && equal; ++i)
     {
         DmPropertyPath path{above, &a, i, -1, nullptr};
-        if (const eDmErrorId status = fields(path, a.fieldOf(i), b.fieldOf(i), level, equal); status != DM_NO_ERROR)
+        if (const eDmErrorId status = fields(path, a, b, level, equal); status != DM_NO_ERROR)
             return status;
     }
     if (shared && equal)
@@ -232,8 +242,11 @@ eDmErrorId Comparison::sets(const DmPropertySet& a, const DmPropertySet& b, cons
     return DM_NO_ERROR;
 }
 
-eDmErrorId Comparison::fields(DmPropertyPath& path, const void* a, const void* b, const Level& level, bool& equal)
+eDmErrorId Comparison::fields(DmPropertyPath& path, const DmPropertySet& a, const DmPropertySet& b, const Level& level,
+                              bool& equal)
 {
+    const void* const left = a.fieldOf(path.index);
+    const void* const right = b.fieldOf(path.index);
     return dmVisitStorage(
         path.def()._type,
         [&]<class T>(std::type_identity<T>) -> eDmErrorId
@@ -241,17 +254,23 @@ eDmErrorId Comparison::fields(DmPropertyPath& path, const void* a, const void* b
             if constexpr (std::is_void_v<T>)
                 return DM_TYPE_NOT_IMPLEMENTED;
             else if constexpr (DmNumberStorage<T>)
-                return sameNumber(numberAt<T>(a), numberAt<T>(b)) ? DM_NO_ERROR : differs(&path, equal);
+                return sameNumber(numberAt<T>(left), numberAt<T>(right)) ? DM_NO_ERROR : differs(&path, equal);
+            else if constexpr (std::same_as<T, DmPropertySetVector>)
+                return lists(path, a.elementsOf(path.index), b.elementsOf(path.index), level, equal);
+            else if constexpr (dmIsVector<T>)
+                return lists(path, *static_cast<const T*>(left), *static_cast<const T*>(right), level, equal);
             else
-                return values(path, *static_cast<const T*>(a), *static_cast<const T*>(b), level, equal);
+                return values(path, *static_cast<const T*>(left), *static_cast<const T*>(right), level, equal);
         });
 }
 
-// Copy: a fresh object that nobody else sees yet is filled without its lock and its listeners.
+// Copy: each field's value is made, and handed to a fresh object, which is of the source's class: what the source's
+// slots hold, its slots may hold.
 
 class Copy
 {
 public:
+    /// What objects share as the default of their class is shared by the copy, at its top excepted.
     eDmErrorId copy(const DmPropertySet& source, const Level* levelAbove, DmPropertySetPtr& out);
 
 private:
@@ -266,42 +285,55 @@ private:
         return _lastCreator ? DmPropertyFactory::getInstance().createBare(_lastCreator, out) : DM_PROPERTY_NOT_FOUND;
     }
 
-    eDmErrorId values(const DmString& from, DmString& to, const Level&)
+    eDmErrorId field(const DmPropertySet& source, DmPropertySet& target, int index, const Level& level);
+
+    static eDmErrorId values(const DmString& from, DmString& to, const Level& /*level*/)
     {
-        if (from.empty() && to.empty())
-            return DM_NO_ERROR;
         to = from;
         return to.length() == from.length() ? DM_NO_ERROR : DM_BAD_VALUE;
     }
 
     eDmErrorId values(const DmPropertySetPtr& from, DmPropertySetPtr& to, const Level& level)
     {
-        to.reset();
         return from ? copy(*from, &level, to) : DM_NO_ERROR;
     }
 
-    template <class Element>
-    eDmErrorId values(const std::vector<Element>& from, std::vector<Element>& to, const Level& level)
+    eDmErrorId values(const DmListWindow<DmPropertySet>& from, DmPropertySetVector& to, const Level& level)
     {
-        if constexpr (DmNumberStorage<Element>)
-            to = from;
-        else
+        to.reserve(from.size());
+        for (const DmPropertySet* const element : from)
         {
-            to.clear();
-            to.resize(from.size());
-            for (std::size_t i = 0; i < from.size(); ++i)
-                if (const eDmErrorId status = values(from[i], to[i], level); status != DM_NO_ERROR)
+            DmPropertySetPtr& place = to.emplace_back();
+            if (element)
+                if (const eDmErrorId status = copy(*element, &level, place); status != DM_NO_ERROR)
                     return status;
         }
         return DM_NO_ERROR;
     }
 
+    eDmErrorId values(const std::vector<DmString>& from, std::vector<DmString>& to, const Level& level)
+    {
+        to.resize(from.size());
+        for (std::size_t i = 0; i < from.size(); ++i)
+            if (const eDmErrorId status = values(from[i], to[i], level); status != DM_NO_ERROR)
+                return status;
+        return DM_NO_ERROR;
+    }
+
+    template <DmNumberStorage Element>
+    static eDmErrorId values(const std::vector<Element>& from, std::vector<Element>& to, const Level& /*level*/)
+    {
+        to = from;
+        return DM_NO_ERROR;
+    }
+
     eDmErrorId values(const DmPropertySetMap& from, DmPropertySetMap& to, const Level& level)
     {
-        to.clear();
         for (const auto& [key, entry] : from)
         {
             const auto place = to.emplace_hint(to.end(), key, DmPropertySetPtr());
+            if (place->first.length() != key.length())
+                return DM_BAD_VALUE;
             if (const eDmErrorId status = values(entry, place->second, level); status != DM_NO_ERROR)
                 return status;
         }
@@ -315,9 +347,9 @@ private:
 
 eDmErrorId Copy::copy(const DmPropertySet& source, const Level* levelAbove, DmPropertySetPtr& out)
 {
-    if (source.isFrozen())
+    if (levelAbove && source.isSharedDefault())
     {
-        out = DmPropertySetPtr(const_cast<DmPropertySet*>(&source)); // frozen: sharing hands out nothing to change
+        out.reset(const_cast<DmPropertySet*>(&source)); // a constant: sharing hands out nothing to change
         return DM_NO_ERROR;
     }
     const bool shared = source.refCount() > 1;
@@ -338,34 +370,47 @@ eDmErrorId Copy::copy(const DmPropertySet& source, const Level* levelAbove, DmPr
     if (created != DM_NO_ERROR)
         return created;
     for (int i = 0; i < data.size(); ++i)
-    {
-        const DmPropertyDef& def = *data.at(i);
-        const eDmErrorId status =
-            dmVisitStorage(def._type,
-                           [&]<class T>(std::type_identity<T>) -> eDmErrorId
-                           {
-                               const void* const from = source.fieldOf(i);
-                               void* const to = DmSetAccess::field(*target, i, def);
-                               if constexpr (std::is_void_v<T>)
-                                   return DM_TYPE_NOT_IMPLEMENTED;
-                               else if constexpr (DmNumberStorage<T>)
-                                   std::memcpy(to, from, sizeof(T));
-                               else
-                                   return values(*static_cast<const T*>(from), *static_cast<T*>(to), level);
-                               return DM_NO_ERROR;
-                           });
-        if (status != DM_NO_ERROR)
+        if (const eDmErrorId status = field(source, *target, i, level); status != DM_NO_ERROR)
             return status;
-    }
     if (shared)
         _copies.emplace(&source, target);
     out = target;
     return DM_NO_ERROR;
 }
 
+eDmErrorId Copy::field(const DmPropertySet& source, DmPropertySet& target, int index, const Level& level)
+{
+    const DmPropertyDef& def = *source.classData().at(index);
+    const void* const from = source.fieldOf(index);
+    return dmVisitStorage(def._type,
+                          [&]<class T>(std::type_identity<T>) -> eDmErrorId
+                          {
+                              if constexpr (std::is_void_v<T>)
+                                  return DM_TYPE_NOT_IMPLEMENTED;
+                              else if constexpr (DmNumberStorage<T>)
+                              {
+                                  T value = numberAt<T>(from);
+                                  return DmSetAccess::swapValue(target, DmStore::Fresh, index, def, value);
+                              }
+                              else
+                              {
+                                  T value;
+                                  eDmErrorId status = DM_NO_ERROR;
+                                  if constexpr (std::same_as<T, DmPropertySetVector>)
+                                      status = values(source.elementsOf(index), value, level);
+                                  else
+                                      status = values(*static_cast<const T*>(from), value, level);
+                                  return status == DM_NO_ERROR
+                                             ? DmSetAccess::swapValue(target, DmStore::Fresh, index, def, value)
+                                             : status;
+                              }
+                          });
+}
+
 } // namespace
 
 std::string DmPropertyPath::text() const
+try
 {
     std::string text = above ? above->text() + '/' : std::string();
     text += def()._utf8Name;
@@ -375,6 +420,10 @@ std::string DmPropertyPath::text() const
         text += "[\"" + dmUtf8(*key) + "\"]";
     return text;
 }
+catch (const std::bad_alloc&)
+{
+    return {};
+}
 
 DmWalkStep DmPropertyWalker::held(const DmPropertyPath& /*path*/, const DmPropertySet& /*set*/)
 {
@@ -383,12 +432,12 @@ DmWalkStep DmPropertyWalker::held(const DmPropertyPath& /*path*/, const DmProper
 
 eDmErrorId dmWalk(const DmPropertySet& set, DmPropertyWalker& walker)
 {
-    return Walk(walker).properties(set, nullptr, nullptr);
+    return dmWithMemory([&] { return Walk(walker).properties(set, nullptr, nullptr); });
 }
 
 eDmErrorId dmDeepEqual(const DmPropertySet& a, const DmPropertySet& b, bool& equal, std::string* difference)
 {
-    const eDmErrorId status = Comparison(difference).sets(a, b, nullptr, nullptr, equal);
+    const eDmErrorId status = dmWithMemory([&] { return Comparison(difference).sets(a, b, nullptr, nullptr, equal); });
     if (status != DM_NO_ERROR)
         equal = false;
     return status;
@@ -397,7 +446,7 @@ eDmErrorId dmDeepEqual(const DmPropertySet& a, const DmPropertySet& b, bool& equ
 eDmErrorId dmDeepCopy(const DmPropertySet& source, CoSharedPtr<DmPropertySet>& copy)
 {
     DmPropertySetPtr result;
-    const eDmErrorId status = Copy().copy(source, nullptr, result);
+    const eDmErrorId status = dmWithMemory([&] { return Copy().copy(source, nullptr, result); });
     if (status == DM_NO_ERROR)
         copy = result;
     return status;
@@ -429,8 +478,8 @@ bool DmPropertySet_Atomic_Utils::compareAtomicManip(const DmPropertySet& set, in
                 const DmPropertySet* const other = static_cast<const DmPropertySetPtr*>(value)->get();
                 if (!nested || !other)
                     return false;
-                if (nested == other)
-                    return true;
+                if (nested == other && value == def->_default && def->_defaultEqualsItself)
+                    return *def->_defaultEqualsItself;
                 const DmPropertySetData& data = nested->classData();
                 const DmPropertySetData& otherData = other->classData();
                 const bool sameClass = &data == &otherData;
@@ -464,4 +513,53 @@ bool DmPropertySet_Atomic_Utils::compareAtomicManip(const DmPropertySet& set, in
                 return false;
             }
         });
+}
+
+bool DmPropertySet_Atomic_Utils::equalsItself(const DmPropertySet& set)
+{
+    const DmPropertySetData& data = set.classData();
+    for (int i = 0; i < data.size(); ++i)
+    {
+        const void* const field = set.fieldOf(i);
+        const bool equals = dmVisitStorage(data.at(i)->_type,
+                                           [&]<class T>(std::type_identity<T>)
+                                           {
+                                               if constexpr (DmNumberStorage<T>)
+                                                   return numberAt<T>(field) == numberAt<T>(field);
+                                               else if constexpr (std::same_as<T, DmPropertySetPtr>)
+                                               {
+                                                   const auto& nested = *static_cast<const DmPropertySetPtr*>(field);
+                                                   return nested && equalsItself(*nested);
+                                               }
+                                               else
+                                                   return std::same_as<T, DmString>;
+                                           });
+        if (!equals)
+            return false;
+    }
+    return true;
+}
+
+eDmErrorId DmPropertySet_Atomic_Utils::getAtomicValue(const DmPropertySet& set, int index, eDmPropType type,
+                                                      void* value)
+{
+    return set.getPropertyValue(index, type, value);
+}
+
+eDmErrorId DmPropertySet_Atomic_Utils::setAtomicValue(DmPropertySet& set, int index, eDmPropType type,
+                                                      const void* value)
+{
+    return set.setPropertyValue(index, type, value);
+}
+
+eDmErrorId DmPropertySet_Collection_Utils::getValueInList(const DmPropertySet& set, int index, eDmPropType type,
+                                                          void* value)
+{
+    return set.getValueFromPropertyList(index, type, 0, value);
+}
+
+eDmErrorId DmPropertySet_Collection_Utils::setValueInList(DmPropertySet& set, int index, eDmPropType type,
+                                                          const void* value)
+{
+    return set.addValueInPropertyList(index, type, value);
 }

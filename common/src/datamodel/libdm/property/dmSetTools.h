@@ -50,11 +50,12 @@ ZR_DM_API eDmErrorId dmWalk(const DmPropertySet& set, DmPropertyWalker& walker);
 ZR_DM_API eDmErrorId dmDeepEqual(const DmPropertySet& a, const DmPropertySet& b, bool& equal,
                                  std::string* difference = nullptr);
 
-/// An independent copy, made through the factory with fresh ids. What is held twice in the source is held twice in the
-/// copy; frozen defaults are shared.
+/// An independent copy, made through the factory with fresh ids, that may be changed although the source is a constant.
+/// What is held twice in the source is held twice in the copy; the defaults of classes are shared.
 ZR_DM_API eDmErrorId dmDeepCopy(const DmPropertySet& source, CoSharedPtr<DmPropertySet>& copy);
 
-/// Calls `visit(held)` for each set that a set holds itself, until it returns false; null elements are passed over.
+/// Calls `visit(held)` for each set that a set's properties hold themselves, until it returns false; null elements are
+/// passed over.
 template <class Visit>
 bool dmForEachHeld(const DmPropertySet& set, Visit&& visit)
 {
@@ -62,22 +63,22 @@ bool dmForEachHeld(const DmPropertySet& set, Visit&& visit)
     for (int i = 0; i < data.size(); ++i)
     {
         const eDmPropType type = data.at(i)->_type;
-        const void* const field = set.fieldOf(i);
         if (type == DM_PROPERTY_SET)
         {
-            const auto& held = *static_cast<const DmPropertySetPtr*>(field);
+            const auto& held = *static_cast<const DmPropertySetPtr*>(set.fieldOf(i));
             if (held && !visit(held))
                 return false;
         }
         else if (type == DM_VECTOR_PROPERTY_SET)
         {
-            for (const DmPropertySetPtr& held : *static_cast<const DmPropertySetVector*>(field))
-                if (held && !visit(held))
+            const DmListWindow<DmPropertySet> elements = set.elementsOf(i);
+            for (auto element = elements.begin(); element != elements.end(); ++element)
+                if (const DmPropertySetPtr* const held = element.place(); held && *held && !visit(*held))
                     return false;
         }
         else if (type == DM_MAP_PROPERTY_SET)
         {
-            for (const auto& [key, held] : *static_cast<const DmPropertySetMap*>(field))
+            for (const auto& [key, held] : *static_cast<const DmPropertySetMap*>(set.fieldOf(i)))
                 if (held && !visit(held))
                     return false;
         }
@@ -90,4 +91,18 @@ namespace DmPropertySet_Atomic_Utils
 /// Whether a property equals the value at `value`, of its storage type, as relevance sees it: numbers by value (NaN
 /// never), strings by text, nested sets property by property. Collections never.
 ZR_DM_API bool compareAtomicManip(const DmPropertySet& set, int index, const void* value);
+/// Whether each property of a set equals itself in that sense: not so where it holds a collection, nothing for a nested
+/// set, or a value that is not a number.
+ZR_DM_API bool equalsItself(const DmPropertySet& set);
+
+// One half of the text forms (PSetFuncPair): single values, by index.
+ZR_DM_API eDmErrorId getAtomicValue(const DmPropertySet& set, int index, eDmPropType type, void* value);
+ZR_DM_API eDmErrorId setAtomicValue(DmPropertySet& set, int index, eDmPropType type, const void* value);
 } // namespace DmPropertySet_Atomic_Utils
+
+namespace DmPropertySet_Collection_Utils
+{
+// The other half: a vector's first element is read, and a value is added at its end.
+ZR_DM_API eDmErrorId getValueInList(const DmPropertySet& set, int index, eDmPropType type, void* value);
+ZR_DM_API eDmErrorId setValueInList(DmPropertySet& set, int index, eDmPropType type, const void* value);
+} // namespace DmPropertySet_Collection_Utils

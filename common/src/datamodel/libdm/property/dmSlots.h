@@ -20,6 +20,16 @@ const DmHeldClass* dmHeldClassOf()
     return &held;
 }
 
+/// A clone, null of null. Only for the copy constructors of what clone() copies: throws where a clone fails for lack of
+/// memory, and the clone around it then fails too.
+inline DmPropertySetPtr dmCloneOf(const DmPropertySetPtr& set)
+{
+    DmPropertySetPtr copy = set ? set->clone() : DmPropertySetPtr();
+    if (set && !copy)
+        throw std::bad_alloc();
+    return copy;
+}
+
 template <class T>
 class DmNested : public DmPropertySetPtr
 {
@@ -46,16 +56,9 @@ public:
             return nullptr;
         if (get()->isFrozen())
         {
-            try
-            {
-                const DmPropertySetPtr copy = get()->clone();
-                if (owner.setPropertyValue(index, DM_PROPERTY_SET, &copy) != DM_NO_ERROR)
-                    return nullptr;
-            }
-            catch (const std::bad_alloc&)
-            {
+            const DmPropertySetPtr copy = get()->clone();
+            if (!copy || owner.setPropertyValue(index, DM_PROPERTY_SET, &copy) != DM_NO_ERROR)
                 return nullptr;
-            }
         }
         return get();
     }
@@ -81,7 +84,7 @@ public:
         DmSetList copies;
         copies.reserve(size());
         for (const DmPropertySetPtr& element : *this)
-            copies.push_back(element ? element->clone() : DmPropertySetPtr());
+            copies.push_back(dmCloneOf(element));
         return copies;
     }
 };
@@ -104,7 +107,7 @@ public:
     {
         DmSetMap copies;
         for (const auto& [key, entry] : *this)
-            copies.emplace_hint(copies.end(), key, entry ? entry->clone() : DmPropertySetPtr());
+            copies.emplace_hint(copies.end(), key, dmCloneOf(entry));
         return copies;
     }
 };

@@ -8,6 +8,13 @@
 
 wchar_t DmString::defaultBuff_[1] = {0};
 
+namespace
+{
+
+[[gnu::tls_model("initial-exec")]] constinit thread_local unsigned lostTexts = 0;
+
+} // namespace
+
 static_assert(sizeof(wchar_t) == 4, "buffer sizes assume 32-bit characters"); // NOLINT(misc-redundant-expression)
 
 DmString::DmString(const char* text)
@@ -144,6 +151,7 @@ bool DmString::reallocBuff(unsigned n)
     if (!block)
     {
         disown();
+        ++lostTexts;
         return false;
     }
     buff_ = static_cast<wchar_t*>(block);
@@ -160,11 +168,17 @@ void DmString::terminate()
         buff_[len_] = 0;
 }
 
+unsigned DmString::lost()
+{
+    return lostTexts;
+}
+
 bool DmString::growTo(std::size_t n)
 {
     if (n <= maxLength)
         return reallocBuff(static_cast<unsigned>(n));
     freeBuff();
+    ++lostTexts;
     return false;
 }
 

@@ -72,6 +72,9 @@ public:
 
     static wchar_t defaultBuff_[1];
 
+    /// How many strings of the calling thread became empty for lack of memory: who must know compares before and after.
+    static unsigned lost();
+
 private:
     /// The terminator takes one of the 2^32 - 1 characters that a 32-bit size counts.
     static constexpr std::size_t maxLength = 0xFFFFFFFE;

@@ -4,9 +4,18 @@
 
 eDmErrorId DmCollectionNode::createList()
 {
-    return declare(*this, DmTreeNode::createList())
-        .mandatory<Children>(L"children", _children, "What the node holds, in order.")
-        .status();
+    const eDmErrorId status = declare(*this, DmTreeNode::createList())
+                                  .mandatory<Children>(L"children", _children, "What the node holds, in order.")
+                                  .status();
+    askBeforeHolding(
+        Children, [](const DmPropertySet& owner, const DmPropertySet& held)
+        { return static_cast<const DmCollectionNode&>(owner).mayHold(static_cast<const DmTreeNode*>(&held)); });
+    return status;
+}
+
+eDmErrorId DmCollectionNode::mayHold(const DmTreeNode* node) const
+{
+    return node ? DM_NO_ERROR : DM_BAD_VALUE;
 }
 
 int DmCollectionNode::insertChild(DmTreeNode* node, int index)
@@ -16,7 +25,7 @@ int DmCollectionNode::insertChild(DmTreeNode* node, int index)
         checkChild(node);
         const DmPropertySetPtr child(node);
         // The count tells the caller whether the node is in.
-        static_cast<void>(insertValueInPropertyList(Children, DM_VECTOR_PROPERTY_SET, index, &child));
+        static_cast<void>(insertUnasked(Children, index, child));
     }
     return getNbChildren();
 }

@@ -21,10 +21,15 @@ public:
 
     eDmErrorId createList() override;
 
-    int getNbChildren() const override { return _children.count(); }
-    DmTreeNode* getChild(int index) const override { return _children.at(index); }
+    int getNbChildren() const override { return getChildren().count(); }
+    DmTreeNode* getChild(int index) const override { return getChildren().at(index); }
     /// May hold null where a document has an empty element.
-    const DmSetList<DmTreeNode>& getChildren() const { return _children; }
+    DmListWindow<DmTreeNode> getChildren() const { return DmListWindow<DmTreeNode>(elementsOf(Children)); }
+
+    /// Whether a node may become a child: DM_BAD_PROPERTY_TYPE when it is of a kind that this collection does not take,
+    /// DM_BAD_VALUE when it is null or of another media type. addChild and insertChild stop the process where a layer,
+    /// a track or a composition is given such a node; the property layer's list operations answer this status.
+    virtual eDmErrorId mayHold(const DmTreeNode* node) const;
 
     // Each returns the number of children that there are then, not a status.
 

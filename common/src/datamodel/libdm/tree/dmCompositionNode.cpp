@@ -138,6 +138,13 @@ std::string DmCompositionNode::getRecordLabel(double recordTime) const
                                   : DM::TimeLabel::text(DM::TimeUnit(getLabelTime(recordTime)), dmFcmFromText(_fcm));
 }
 
+eDmErrorId DmCompositionNode::mayHold(const DmTreeNode* node) const
+{
+    if (!node)
+        return DM_BAD_VALUE;
+    return node->whatIs() == DM_TRACK_NODE ? DM_NO_ERROR : DM_BAD_PROPERTY_TYPE;
+}
+
 void DmCompositionNode::checkChild(const DmTreeNode* node) const
 {
     ZR_ASSERT_PLAIN(node->whatIs() == DM_TRACK_NODE);

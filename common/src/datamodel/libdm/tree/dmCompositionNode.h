@@ -143,6 +143,9 @@ public:
     int getSecondaryVideoTrackIndex() const { return _secondaryVideoTrackIndex; }
     eDmErrorId setSecondaryVideoTrackIndex(int index) { return set(SecondaryVideoTrackIndex, index); }
 
+    /// A track.
+    eDmErrorId mayHold(const DmTreeNode* node) const override;
+
 protected:
     /// A track, or the process stops, whatever the host allows.
     void checkChild(const DmTreeNode* node) const override;

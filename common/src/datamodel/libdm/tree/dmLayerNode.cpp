@@ -13,6 +13,12 @@ DmLayerNode::DmLayerNode(const DmNodeId& id)
 
 eDmErrorId DmLayerNode::createList()
 {
+    holdsBesideProperties(
+        [](const DmPropertySet& owner, void (*visit)(DmPropertySet & held, void* data), void* data)
+        {
+            for (const DmPropertySetPtr& mark : static_cast<const DmLayerNode&>(owner)._cueMarks)
+                visit(*mark, data);
+        });
     return declare(*this, DmCollectionNode::createList())
         .mandatory<LayerNum>(L"layerNum", _layerNum, "The number of the layer within its track.")
         .mandatory<MediaType>(L"mediaType", _mediaType, "The medium of the layer's elements.", dmMediaTypes)
@@ -40,10 +46,21 @@ eDmErrorId DmLayerNode::addCueMark(const CoSharedPtr<DmCueMark>& mark)
 {
     if (!mark)
         return DM_BAD_VALUE;
-    if (isFrozen())
-        return DM_CANNOT_LOCK;
-    _cueMarks.push_back(mark);
-    return DM_NO_ERROR;
+    return changeSilently([&] { _cueMarks.push_back(mark); });
+}
+
+eDmErrorId DmLayerNode::mayHold(const DmTreeNode* node) const
+{
+    if (!node)
+        return DM_BAD_VALUE;
+    eDmTreeMediaType mediaType = DM_MEDIA_UNDEFINED;
+    if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(node))
+        mediaType = segment->getMediaType();
+    else if (const auto* const transition = dynamic_cast<const DmTransitionNode*>(node))
+        mediaType = transition->getMediaType();
+    else
+        return DM_BAD_PROPERTY_TYPE;
+    return mediaType == getMediaType() ? DM_NO_ERROR : DM_BAD_VALUE;
 }
 
 void DmLayerNode::checkChild(const DmTreeNode* node) const

@@ -50,9 +50,11 @@ public:
     /// Null is DM_BAD_VALUE.
     eDmErrorId addCueMark(const CoSharedPtr<DmCueMark>& mark);
 
+    /// A segment or a transition of the layer's media type.
+    eDmErrorId mayHold(const DmTreeNode* node) const override;
+
 protected:
-    /// A segment or a transition of the layer's media type. Stops the process, unless the host's assertion gate is
-    /// open.
+    /// Stops the process, unless the host's assertion gate is open.
     void checkChild(const DmTreeNode* node) const override;
 
 private:

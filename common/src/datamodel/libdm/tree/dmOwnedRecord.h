@@ -30,8 +30,8 @@ public:
     DmOwnedRecord(const DmOwnedRecord& other)
         : DmNested<T>(other)
     {
-        if (*this && !this->get()->isFrozen())
-            DmPropertySetPtr::operator=(this->get()->clone());
+        if (*this && !this->get()->isSharedDefault())
+            DmPropertySetPtr::operator=(dmCloneOf(other));
     }
     DmOwnedRecord& operator=(const DmOwnedRecord&) = delete;
 };

@@ -28,6 +28,16 @@ CoSharedPtr<DmTrackNode> DmTrackNode::create(int trackNum, eDmTreeMediaType medi
     return node;
 }
 
+eDmErrorId DmTrackNode::mayHold(const DmTreeNode* node) const
+{
+    if (!node)
+        return DM_BAD_VALUE;
+    const auto* const layer = dynamic_cast<const DmLayerNode*>(node);
+    if (!layer)
+        return DM_BAD_PROPERTY_TYPE;
+    return layer->getMediaType() == getMediaType() ? DM_NO_ERROR : DM_BAD_VALUE;
+}
+
 void DmTrackNode::checkChild(const DmTreeNode* node) const
 {
     ZR_ASSERT_CONTAINMENT(node->whatIs() == DM_LAYER_NODE);

@@ -33,8 +33,11 @@ public:
     bool hasStereoFx() const { return _hasStereoFx; }
     eDmErrorId setHasStereoFx(bool has) { return set(HasStereoFx, has); }
 
+    /// A layer of the track's media type.
+    eDmErrorId mayHold(const DmTreeNode* node) const override;
+
 protected:
-    /// A layer of the track's media type. Stops the process, unless the host's assertion gate is open.
+    /// Stops the process, unless the host's assertion gate is open.
     void checkChild(const DmTreeNode* node) const override;
 
 private:

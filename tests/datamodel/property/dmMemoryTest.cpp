@@ -1,0 +1,343 @@
+/// Every operation with each of its requests for memory refused in turn: nothing is stored, the answer says so, nothing
+/// is thrown.
+#include "testSets.h"
+
+#include "dmPSetHelper.h"
+#include "dmSetTools.h"
+#include "dmStatus.h"
+#include "dmUtf8.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+// The allocator below operator new and DmString: this program's functions come before the C library's.
+extern "C"
+{
+    void* __libc_malloc(std::size_t size);                    // NOLINT(bugprone-reserved-identifier)
+    void* __libc_realloc(void* block, std::size_t size);      // NOLINT(bugprone-reserved-identifier)
+    void* __libc_calloc(std::size_t count, std::size_t size); // NOLINT(bugprone-reserved-identifier)
+}
+
+namespace
+{
+
+/// Which request of this thread is refused: the one numbered `first`, or it and all that follow.
+struct Refusal
+{
+    long first = 0;
+    bool all = false;
+    long requests = 0;
+};
+constinit thread_local Refusal* refusal = nullptr;
+
+bool isRefused()
+{
+    if (!refusal)
+        return false;
+    const long request = refusal->requests++;
+    const bool refused = request == refusal->first || (refusal->all && request > refusal->first);
+    if (refused)
+        errno = ENOMEM;
+    return refused;
+}
+
+} // namespace
+
+extern "C"
+{
+    void* malloc(std::size_t size) noexcept
+    {
+        return isRefused() ? nullptr : __libc_malloc(size);
+    }
+    void* realloc(void* block, std::size_t size) noexcept
+    {
+        return isRefused() ? nullptr : __libc_realloc(block, size);
+    }
+    void* calloc(std::size_t count, std::size_t size) noexcept
+    {
+        return isRefused() ? nullptr : __libc_calloc(count, size);
+    }
+}
+
+namespace
+{
+
+class Deaf : public DmPropertyListener
+{
+public:
+    void onPropertyChanged(const DmNodeId&, eDmPropType, const DmString&) override { ++heard; }
+    int heard = 0;
+};
+
+/// Runs `operation` once a request that it makes, refusing that one, and once more with all its memory. `after` is
+/// called with the answer, and with whether a request was refused.
+template <class Operation, class After>
+void refuseEach(const std::string& name, const Operation& operation, const After& after)
+{
+    for (const bool all : {false, true})
+        for (long first = 0;; ++first)
+        {
+            ASSERT_LT(first, 1000) << name;
+            Refusal current{first, all};
+            auto prepared = operation();
+            refusal = &current;
+            const auto answer = prepared();
+            refusal = nullptr;
+            const bool refused = current.requests > first;
+            after(answer, refused);
+            if (testing::Test::HasFailure())
+            {
+                ADD_FAILURE() << name << ", request " << first << (all ? " and all that follow" : "");
+                return;
+            }
+            if (!refused)
+                break;
+        }
+}
+
+/// A set with something in it, and what to change it with: all made before memory runs out.
+struct Fixture
+{
+    Fixture()
+    {
+        for (const eDmErrorId status :
+             {set->setPropertyValue(L"string", DM_STRING, &text),
+              set->addValueInPropertyList(L"ints", DM_VECTOR_INT, &number),
+              set->addValueInPropertyList(L"strings", DM_VECTOR_STRING, &text),
+              set->addValueInPropertyList(L"points", DM_VECTOR_PROPERTY_SET, &point),
+              set->addValueInPropertyMap(L"pointMap", DM_MAP_PROPERTY_SET, L"gain", &point), dmDeepCopy(*set, before)})
+            EXPECT_EQ(status, DM_NO_ERROR);
+        for (Deaf& listener : listeners)
+            EXPECT_EQ(set->registerListener(&listener), DM_NO_ERROR);
+        set->cleanDirty();
+    }
+
+    /// As when it was made.
+    bool isUntouched() const
+    {
+        bool equal = false;
+        EXPECT_EQ(dmDeepEqual(*set, *before, equal), DM_NO_ERROR);
+        for (const Deaf& listener : listeners)
+            equal = equal && listener.heard == 0;
+        return equal && !set->isDirty();
+    }
+
+    CoSharedPtr<TestEvery> set = TestEvery::create();
+    DmPropertySetPtr before;
+    const DmString text{L"a text of some length"};
+    const DmString key{L"another key"};
+    const DmString gain{L"gain"};
+    const std::int32_t number = 5;
+    const DmPropertySetPtr point = stored(TestPoint::create());
+    const std::vector<DmString> texts{L"one", L"two", L"three"};
+    Deaf listeners[9]; ///< more than are written down without memory
+    Deaf late;
+};
+
+struct Row
+{
+    const char* name;
+    eDmErrorId (*change)(Fixture&);
+};
+
+} // namespace
+
+TEST(WithoutMemory, NothingIsStored)
+{
+    constexpr eDmPropType strings = DM_VECTOR_STRING;
+    constexpr eDmPropType points = DM_VECTOR_PROPERTY_SET;
+    constexpr eDmPropType map = DM_MAP_PROPERTY_SET;
+    static const int indexOfString = TestEvery::create()->classData().find(L"string");
+    static const int indexOfStrings = TestEvery::create()->classData().find(L"strings");
+    static const int indexOfInts = TestEvery::create()->classData().find(L"ints");
+    static const int indexOfPoints = TestEvery::create()->classData().find(L"points");
+    static const int indexOfMap = TestEvery::create()->classData().find(L"pointMap");
+    static const DmString nameOfString(L"string");
+    static const DmString nameOfDoubles(L"doubles");
+    static const DmString nameOfStrings(L"strings");
+    static const DmString one(L"1");
+    const Row rows[] = {
+        {"set a text", [](Fixture& f) { return f.set->setPropertyValue(indexOfString, DM_STRING, &f.key); }},
+        {"set an Int", [](Fixture& f) { return f.set->setPropertyValue(0, DM_INT, &f.number); }},
+        {"set a nested set", [](Fixture& f) { return f.set->setPropertyValue(L"point", DM_PROPERTY_SET, &f.point); }},
+        {"set a text from text", [](Fixture& f) { return f.set->setPropertyValueFromStr(nameOfString, f.key); }},
+        {"add from text", [](Fixture& f) { return f.set->setPropertyValueFromStr(nameOfDoubles, one); }},
+        {"add a text from text", [](Fixture& f) { return f.set->setPropertyValueFromStr(nameOfStrings, f.key); }},
+        {"append", [](Fixture& f) { return f.set->addValueInPropertyList(indexOfInts, DM_VECTOR_INT, &f.number); }},
+        {"append a text", [](Fixture& f) { return f.set->addValueInPropertyList(indexOfStrings, strings, &f.key); }},
+        {"append a set", [](Fixture& f) { return f.set->addValueInPropertyList(indexOfPoints, points, &f.point); }},
+        {"insert", [](Fixture& f) { return f.set->insertValueInPropertyList(indexOfStrings, strings, 0, &f.key); }},
+        {"replace", [](Fixture& f) { return f.set->setValueFromPropertyList(indexOfStrings, strings, 0, &f.key); }},
+        {"remove", [](Fixture& f) { return f.set->removeValueFromPropertyList(indexOfStrings, strings, 0); }},
+        {"clear", [](Fixture& f) { return f.set->clearList(indexOfStrings, strings); }},
+        {"set a list", [](Fixture& f) { return f.set->setPropertyList(indexOfStrings, strings, &f.texts); }},
+        {"add to a map", [](Fixture& f) { return f.set->addValueInPropertyMap(indexOfMap, map, f.key, &f.point); }},
+        {"set in a map", [](Fixture& f) { return f.set->setValueFromPropertyMap(indexOfMap, map, f.key, &f.point); }},
+        {"replace in a map",
+         [](Fixture& f) { return f.set->setValueFromPropertyMap(indexOfMap, map, f.gain, &f.point); }},
+        {"remove from a map", [](Fixture& f) { return f.set->removeValueFromPropertyMap(indexOfMap, map, f.gain); }},
+        {"clear a map", [](Fixture& f) { return f.set->clearMap(indexOfMap, map); }},
+    };
+    for (const Row& row : rows)
+    {
+        std::unique_ptr<Fixture> fixture;
+        refuseEach(
+            row.name,
+            [&]
+            {
+                fixture = std::make_unique<Fixture>();
+                return [&] { return row.change(*fixture); };
+            },
+            [&](eDmErrorId status, bool /*refused*/)
+            {
+                // What is refused need not be needed: a listener's copy of an id, say.
+                EXPECT_TRUE(status == DM_NO_ERROR || status == DM_BAD_VALUE) << status;
+                EXPECT_EQ(fixture->isUntouched(), status != DM_NO_ERROR);
+            });
+    }
+}
+
+TEST(WithoutMemory, ReadingCopyingAndFreezingSayThatTheyFailed)
+{
+    const Fixture f;
+    const int pointMap = f.set->classData().find(L"pointMap");
+    const int strings = f.set->classData().find(L"strings");
+    const int string = f.set->classData().find(L"string");
+    DmString text;
+    DmStringArray keys;
+    DmPropertyDef def;
+    DmPropertySetPtr copy;
+    std::string difference;
+    bool equal = false;
+    class Paths : public DmPropertyWalker
+    {
+    public:
+        DmWalkStep property(const DmPropertyPath& path) override
+        {
+            length += path.text().size();
+            return DmWalkStep::Into;
+        }
+        std::size_t length = 0;
+    } paths;
+    const auto textIs = [&](const wchar_t* expected) { return text == expected; };
+    const auto whatever = [] { return true; };
+    const struct
+    {
+        const char* name;
+        std::function<eDmErrorId()> ask;
+        std::function<bool()> isRight; ///< when the answer is a success
+    } rows[] = {
+        {"value", [&] { return f.set->getPropertyValue(string, DM_STRING, &text); },
+         [&] { return textIs(f.text.c_str()); }},
+        {"element", [&] { return f.set->getValueFromPropertyList(strings, DM_VECTOR_STRING, 0, &text); },
+         [&] { return textIs(f.text.c_str()); }},
+        {"text", [&] { return f.set->getStrFromPropertyValue(string, DM_STRING, text, nullptr); },
+         [&] { return textIs(f.text.c_str()); }},
+        {"text of a number", [&] { return f.set->getStrFromPropertyValue(0, DM_INT, text, nullptr); },
+         [&] { return textIs(L"0"); }},
+        {"name", [&] { return f.set->getPropertyName(0, text); }, [&] { return textIs(L"int"); }},
+        {"definition", [&] { return f.set->getPropertyDef(0, def); }, [&] { return def._name == L"int"; }},
+        {"keys", [&] { return f.set->getKeysFromPropertyMap(pointMap, DM_MAP_PROPERTY_SET, keys); },
+         [&] { return keys.size() == 1 && keys[0] == L"gain"; }},
+        {"walk", [&] { return dmWalk(*f.set, paths); }, whatever},
+        {"deep copy", [&] { return dmDeepCopy(*f.set, copy); },
+         [&] { return dmDeepEqual(*f.set, *copy, equal) == DM_NO_ERROR && equal; }},
+        {"comparison", [&] { return dmDeepEqual(*f.set, *f.before, equal, &difference); }, [&] { return equal; }},
+        {"look-up by id",
+         [&]
+         {
+             DmPropertySet* found = nullptr;
+             return f.set->getPropertySetFromNodeId(f.set->getNodeId(), found);
+         },
+         whatever},
+    };
+    for (const auto& row : rows)
+        refuseEach(
+            row.name, [&] { return row.ask; },
+            [&](eDmErrorId status, bool refused)
+            {
+                EXPECT_TRUE(status == DM_NO_ERROR || (refused && status == DM_BAD_VALUE)) << status;
+                if (status == DM_NO_ERROR)
+                {
+                    EXPECT_TRUE(row.isRight());
+                }
+            });
+
+    // What answers by itself.
+    refuseEach(
+        "freeze",
+        []
+        {
+            return [set = TestEvery::create()]
+            {
+                set->freeze();
+                return set->isFrozen();
+            };
+        },
+        [](bool frozen, bool refused) { EXPECT_TRUE(frozen && !refused); });
+    refuseEach(
+        "status",
+        []
+        {
+            return []
+            {
+                DmStatus status;
+                status.fail(DM_BAD_VALUE, "property '%ls'", L"number");
+                return status;
+            };
+        },
+        [](const DmStatus& status, bool refused)
+        {
+            EXPECT_TRUE(status.failed() && status.reason() == DM_BAD_VALUE);
+            EXPECT_TRUE(refused || status.info() == L"property 'number'");
+        });
+    refuseEach(
+        "listener",
+        []
+        {
+            return [set = TestEvery::create()]
+            {
+                static Deaf listener;
+                return set->registerListener(&listener);
+            };
+        },
+        [](eDmErrorId status, bool refused) { EXPECT_EQ(status, refused ? DM_BAD_VALUE : DM_NO_ERROR); });
+}
+
+TEST(WithoutMemory, ACreationOrACloneIsNullOrWhole)
+{
+    const Fixture f;
+    const DmString className(TestEvery::className);
+    const DmNodeId parent(f.set->getNodeId(), 1, 2);
+    refuseEach(
+        "create", [] { return [] { return TestEvery::create(); }; },
+        [](const CoSharedPtr<TestEvery>& made, bool refused) { EXPECT_EQ(!made, refused); });
+    refuseEach(
+        "create by name, below a parent",
+        [&]
+        {
+            return [&]
+            {
+                DmPropertySet* made = nullptr;
+                const eDmErrorId status =
+                    DmPropertyFactory::getInstance().createPropertySetInstance(className, parent, 3, made);
+                EXPECT_EQ(made == nullptr, status != DM_NO_ERROR);
+                return std::pair(status, DmPropertySetPtr(made));
+            };
+        },
+        [](const std::pair<eDmErrorId, DmPropertySetPtr>& answer, bool refused)
+        { EXPECT_EQ(answer.first, refused ? DM_BAD_VALUE : DM_NO_ERROR); });
+    refuseEach(
+        "clone", [&] { return [&] { return f.set->clone(); }; },
+        [&](const DmPropertySetPtr& copy, bool refused)
+        {
+            EXPECT_EQ(!copy, refused);
+            bool equal = true;
+            EXPECT_TRUE(!copy || (dmDeepEqual(*f.set, *copy, equal) == DM_NO_ERROR && equal));
+        });
+}
