@@ -28,7 +28,7 @@ struct FcmRow
     const char* dfAndNdfString;
 };
 
-/// Row 0 answers for every value that is no mode; the modes follow in the order of their names.
+/// Row 0 answers for every value that is no mode, row 1 for the undefined one; the modes follow, the slowest first.
 // clang-format off
 inline constexpr std::array<FcmRow, 12> fcmRows = {{
     {FCM_NOT_DEFINED,   0,    1,  0, 0, ':', ':', FCM_NOT_DEFINED, FCM_NOT_DEFINED, "",              "",       "",           ""},
