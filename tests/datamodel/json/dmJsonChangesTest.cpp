@@ -121,6 +121,20 @@ TEST(JsonChanges, TellWhatIsLost)
         EXPECT_EQ(changesOf(json), changes) << json;
 }
 
+TEST(JsonChanges, TellOfCodesAndNamesThatMeanNothing)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {R"("fcm":"25 fps")", ""}, {R"("fcm":"???")", ""},
+        {R"("fcm":"")", ""},       {R"("fcm":"27 fps")", "1:30 fcm: \"27 fps\" means nothing here\n"},
+        {R"("origin":77)", ""}, // the application's own codes
+    };
+    for (const auto& [member, changes] : cases)
+        EXPECT_EQ(changesOf("{\"DmCompositionNode\":{" + std::string(member) + "}}"), changes) << member;
+    EXPECT_EQ(changesOf(R"({"DmLayerNode":{"mediaType":2}})"), "");
+    EXPECT_EQ(changesOf(R"({"DmLayerNode":{"mediaType":7}})"),
+              "1:29 mediaType: 7 is none of the enumeration's values\n");
+}
+
 TEST(JsonChanges, AreTheFirstThousandInTheOrderOfTheDocument)
 {
     std::string json = "{\"JsonBox\":{\"things\":[{\"JsonLeaf\":{\"when\":null}}";

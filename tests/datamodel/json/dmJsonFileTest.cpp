@@ -167,11 +167,18 @@ TEST_F(JsonFile, WhatCannotBeOpenedIsSaid)
     fs::create_directory(file("directory"));
     write("locked", "old");
     ASSERT_EQ(chmod(file("locked").c_str(), 0), 0);
-    for (const fs::path& path : {file("directory"), file("missing/edit.json"), file("locked"), fs::path()})
+    fs::create_symlink(file("loop"), file("pool"));
+    fs::create_symlink(file("pool"), file("loop"));
+    const std::string longName(300, 'n');
+    for (const fs::path& path : {file("directory"), file("missing/edit.json"), file("locked"), fs::path(), file("loop"),
+                                 file(longName.c_str())})
     {
         EXPECT_EQ(save(box(L"box"), path), "Could not open file '" + path.string() + "'");
         EXPECT_EQ(open(path), "Could not open file '" + path.string() + "'");
     }
+    EXPECT_TRUE(fs::is_symlink(file("loop")) && fs::is_symlink(file("pool")));
+    // What is not UTF-8 cannot be shown.
+    EXPECT_EQ(open("/nowhere/\xE9t\xE9/\xC3\xA9"), "Could not open file '/nowhere/\xEF\xBF\xBDt\xEF\xBF\xBD/\xC3\xA9'");
     EXPECT_EQ(open(file()), "Could not open file '" + file().string() + "'");
     write("edit.json", "");
     EXPECT_EQ(open(file()), "JSON parse error : The document is empty.");

@@ -49,11 +49,19 @@ public:
     }
     eDmErrorId createList() override
     {
-        auto list = declare(*this);
-        list.optional(L"name", _name).optional(L"leaf", _leaf).optional(L"inner", _inner);
-        list.optional(L"things", _things).optional(L"leaves", _leaves).mandatory(L"thingMap", _thingMap);
-        list.mandatory(L"channels", _channels).mandatory(L"numbers", _numbers).constant(L"kind", _kind);
-        return list.optionalCdata(L"notes", _notes).mandatory(L"any", _any).status();
+        return declare(*this)
+            .optional(L"name", _name)
+            .optional(L"leaf", _leaf)
+            .optional(L"inner", _inner)
+            .optional(L"things", _things)
+            .optional(L"leaves", _leaves)
+            .mandatory(L"thingMap", _thingMap)
+            .mandatory(L"channels", _channels)
+            .mandatory(L"numbers", _numbers)
+            .constant(L"kind", _kind)
+            .optionalCdata(L"notes", _notes)
+            .mandatory(L"any", _any)
+            .status();
     }
     eDmErrorId createAttributes() override
     {

@@ -33,9 +33,8 @@ struct ZR_DM_API DmJsonChange
         Twice,      ///< its name stands again in the same object, and that value counts
         NoVersion,  ///< a member of the version beside its two numbers
         NoProperty, ///< "VERSION" among properties
-        NoMode,     ///< the name of a frame-code mode that there is not: kept as it is
-        NotInTable, ///< a value that the property's enumeration has not: kept as it is
-        OutOfRange  ///< outside of what the property's declaration says: kept as it is
+        NoName,     ///< a text that means nothing, as the name of a mode that there is not: kept as it is
+        NotInTable  ///< a value that the property's enumeration has not: kept as it is
     };
 
     Reason reason = Converted;

@@ -1,6 +1,7 @@
 #include "dmJsonFastImp.h"
 
 #include "dmJsonFormatImp.h"
+#include "dmJsonKeptImp.h"
 #include "dmJsonParsedImp.h"
 #include "dmNumberText.h"
 #include "dmSetAccessImp.h"
@@ -378,7 +379,8 @@ bool FastReader::value(Property& property, DmPropertySet& owner, int index)
                               else if constexpr (std::same_as<T, DmString>)
                               {
                                   DmString& text = *static_cast<DmString*>(field);
-                                  return def._type == DM_CDATA ? lines(text) : first == '"' && storeText(text);
+                                  return def._type == DM_CDATA ? lines(text)
+                                                               : first == '"' && storeText(text) && isMeant(def, text);
                               }
                               else if constexpr (std::same_as<T, DmPropertySetPtr>)
                               {
@@ -413,6 +415,9 @@ bool FastReader::storeNumber(const DmPropertyDef& def, void* field)
         T value = 0;
         const char* const end = number.text.data() + number.text.size();
         const std::from_chars_result result = std::from_chars(number.text.data(), end, value);
+        if constexpr (std::same_as<T, std::int32_t>)
+            if (!isMeant(def, value))
+                return false;
         return result.ec == std::errc() && result.ptr == end && put(def, field, value);
     }
     else

@@ -16,14 +16,6 @@ namespace dmJson
 namespace
 {
 
-template <class T>
-T numberAt(const void* stored)
-{
-    T value;
-    std::memcpy(&value, stored, sizeof(T)); // an enumeration is no object of type T
-    return value;
-}
-
 /// Whether a number's text says something else than zero.
 bool hasDigits(std::string_view number)
 {

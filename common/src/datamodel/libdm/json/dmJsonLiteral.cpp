@@ -497,6 +497,16 @@ void LiteralReader::noteValue(const Slot& slot, const Value& value)
                                                              : dmJson::isKept(*slot.def, value, stored);
                        if (!isKept)
                            note(DmJsonChange::Converted, value, &slot, shownValue(*slot.def, stored));
+                       else if constexpr (std::same_as<T, DmString>)
+                       {
+                           if (!isMeant(*slot.def, *static_cast<const DmString*>(stored)))
+                               note(DmJsonChange::NoName, value, &slot);
+                       }
+                       else if constexpr (std::same_as<T, std::int32_t>)
+                       {
+                           if (!isMeant(*slot.def, numberAt<std::int32_t>(stored)))
+                               note(DmJsonChange::NotInTable, value, &slot);
+                       }
                    });
 }
 
@@ -552,12 +562,10 @@ std::string DmJsonChange::text() const
         return what + " is lost: a version has two numbers";
     case NoProperty:
         return what + " is lost: this is no property";
-    case NoMode:
-        return what + " is no frame-code mode";
+    case NoName:
+        return what + " means nothing here";
     case NotInTable:
-        return what + " is no value that the enumeration has";
-    case OutOfRange:
-        return what + " is out of range";
+        return what + " is none of the enumeration's values";
     }
     return what;
 }

@@ -1,8 +1,6 @@
 /// Where a document's text goes: a buffer of 65536 bytes that its owner empties into a file or a string.
 #pragma once
 
-#include "dmRapidJsonImp.h"
-
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -11,38 +9,36 @@
 namespace dmJson
 {
 
-/// The stream that the JSON library writes to.
 class Output
 {
 public:
-    using Ch = char;
+    /// The most that room() gives at once.
+    static constexpr std::size_t size = 65536;
 
     Output() = default;
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
     virtual ~Output() = default;
 
-    void Put(char c)
+    /// A place for `count` bytes; wrote() tells how far they reach.
+    char* room(std::size_t count)
     {
-        if (_used == size)
+        if (size - _used < count)
             empty();
-        _buffer[_used++] = c;
+        return _buffer.get() + _used;
     }
-    void Flush() { empty(); }
-
-protected:
-    /// Throws when the text cannot be kept.
-    virtual void emit(std::string_view text) = 0;
-
-private:
-    static constexpr std::size_t size = 65536;
-
+    void wrote(const char* end) { _used = static_cast<std::size_t>(end - _buffer.get()); }
     void empty()
     {
         emit({_buffer.get(), _used});
         _used = 0;
     }
 
+protected:
+    /// Throws when the text cannot be kept.
+    virtual void emit(std::string_view text) = 0;
+
+private:
     std::unique_ptr<char[]> _buffer = std::make_unique_for_overwrite<char[]>(size);
     std::size_t _used = 0;
 };
@@ -50,10 +46,16 @@ private:
 class TextOutput final : public Output
 {
 public:
-    const std::string& text() const { return _text; }
+    std::string& text() { return _text; }
 
 private:
-    void emit(std::string_view text) override { _text += text; }
+    /// Grows by more than it needs: memory that is reserved and not written costs nothing, a copy of the text does.
+    void emit(std::string_view text) override
+    {
+        if (_text.capacity() - _text.size() < text.size())
+            _text.reserve(4 * (_text.size() + text.size()));
+        _text += text;
+    }
 
     std::string _text;
 };

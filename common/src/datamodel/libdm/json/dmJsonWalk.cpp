@@ -1,6 +1,7 @@
 #include "dmJsonWalkImp.h"
 
 #include "dmJsonFormatImp.h"
+#include "dmJsonTextImp.h"
 #include "dmPSetHelper.h"
 #include "dmPropertyText.h"
 #include "dmUtf8.h"
@@ -11,14 +12,13 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstring>
+#include <limits>
 
 namespace dmJson
 {
 namespace
 {
-
-using PrettyWriter = zrRapidjson::PrettyWriter<Output>;
-using CompactWriter = zrRapidjson::Writer<Output>;
 
 template <class T>
 T numberAt(const void* field)
@@ -40,26 +40,24 @@ T numberAt(const void* field)
     throw WriteFailed(dmUtf8(DmPSetHelper::getStrFromError(status)));
 }
 
-template <class Writer>
+template <bool isPretty>
 class Walk
 {
 public:
     explicit Walk(Output& output)
-        : _writer(output)
+        : _text(output)
     {
-        if constexpr (std::same_as<Writer, PrettyWriter>)
-            _writer.SetIndent('\t', 1);
     }
 
     void document(const DmPropertySet& root)
     {
-        beginObject();
+        begin('{');
         Place place{nullptr, nullptr, &root, Place::Top};
-        properties(place);
+        propertySetToJson(place);
         if (place.isOpen)
-            endObject();
+            _text.end('}');
         version();
-        endObject();
+        _text.end('}');
     }
 
 private:
@@ -88,16 +86,14 @@ private:
         if (place.kind == Place::Member)
         {
             open(*place.above);
-            key(place.def->_utf8Name);
+            name(place.def->_name);
         }
         if (place.kind != Place::Top)
-            beginObject();
-        const std::string& name = place.set->classData().utf8ClassName();
-        if (name.empty()) // made without the factory
-            key(dmUtf8(place.set->getPSetName()));
-        else
-            key(name);
-        beginObject();
+            begin('{');
+        // The class of a set that was made without the factory has no name yet.
+        const DmString& known = place.set->classData().className();
+        name(known.empty() ? place.set->getPSetName() : known);
+        begin('{');
         place.isOpen = true;
     }
 
@@ -105,20 +101,35 @@ private:
     {
         if (!place.isOpen)
             return;
-        endObject();
-        endObject();
+        _text.end('}');
+        _text.end('}');
     }
 
-    void properties(Place& place)
+    void propertySetToJson(Place& place)
     {
         const DmPropertySet& set = *place.set;
         if (++_sets > maxDepth / 2)
             tooDeep();
         const int count = set.classData().size();
         for (int i = 0; i < count; ++i)
-            if (set.isPropertyRelevant(i))
-                property(place, i, *set.classData().at(i));
+            property(place, i, *set.classData().at(i));
         --_sets;
+    }
+
+    /// Whether a property is worth saving, without a call for those that are compared with their default quickly.
+    template <class T>
+    static bool isRelevant(const DmPropertySet& set, int index, const DmPropertyDef& def, const void* field)
+    {
+        if (!def._skipIfDefault)
+            return true;
+        if (!def._default)
+            return set.isPropertyRelevant(index);
+        if constexpr (DmNumberStorage<T>)
+            return numberAt<T>(field) != numberAt<T>(def._default);
+        else if constexpr (std::same_as<T, DmString>)
+            return !(*static_cast<const DmString*>(field) == *static_cast<const DmString*>(def._default));
+        else
+            return set.isPropertyRelevant(index);
     }
 
     void property(Place& place, int index, const DmPropertyDef& def)
@@ -128,13 +139,18 @@ private:
                        [&]<class T>(std::type_identity<T>)
                        {
                            if constexpr (std::is_void_v<T>)
-                               unsupported(def);
+                           {
+                               if (place.set->isPropertyRelevant(index))
+                                   unsupported(def);
+                           }
+                           else if (!isRelevant<T>(*place.set, index, def, field))
+                               return;
                            else if constexpr (DmNumberStorage<T>)
                            {
-                               if (def._serializer || sizeof(T) == 1)
-                                   small(place, def, field);
-                               else
-                                   number(place, def, numberAt<T>(field));
+                               if constexpr (sizeof(T) > 1)
+                                   if (!def._serializer)
+                                       return number(place, def, numberAt<T>(field));
+                               small(place, def, field);
                            }
                            else if constexpr (std::same_as<T, DmPropertySetVector>)
                                value(place, def, place.set->elementsOf(index));
@@ -146,7 +162,7 @@ private:
     void member(Place& place, const DmPropertyDef& def)
     {
         open(place);
-        key(def._utf8Name);
+        name(def._name);
     }
 
     template <class T>
@@ -159,19 +175,14 @@ private:
             char buffer[numberSize];
             const std::string_view text = formatDouble(value, buffer);
             member(place, def);
-            _writer.RawValue(text.data(), text.size(), zrRapidjson::kNumberType);
+            _text.raw(text);
         }
         else
         {
+            char buffer[numberSize];
+            const std::to_chars_result result = std::to_chars(buffer, buffer + numberSize, value);
             member(place, def);
-            if constexpr (std::same_as<T, std::uint64_t>)
-                _writer.Uint64(value);
-            else if constexpr (std::same_as<T, std::int64_t>)
-                _writer.Int64(value);
-            else if constexpr (std::same_as<T, std::uint32_t>)
-                _writer.Uint(value);
-            else
-                _writer.Int(value);
+            _text.raw({buffer, static_cast<std::size_t>(result.ptr - buffer)});
         }
     }
 
@@ -181,7 +192,7 @@ private:
         if (def._type == DM_BOOL && !def._serializer)
         {
             member(place, def);
-            _writer.Bool(numberAt<bool>(field));
+            _text.raw(numberAt<bool>(field) ? "true" : "false");
         }
         else
             serialized(place, def, field);
@@ -215,50 +226,68 @@ private:
         if (!held)
             return;
         Place below{&place, &def, held.get(), Place::Member};
-        properties(below);
+        propertySetToJson(below);
         close(below);
     }
 
     void value(Place& place, const DmPropertyDef& def, const DmListWindow<DmPropertySet>& list)
     {
         member(place, def);
-        beginArray();
+        propertySetListToJson(list);
+    }
+
+    void propertySetListToJson(const DmListWindow<DmPropertySet>& list)
+    {
+        begin('[');
         for (const DmPropertySet* const held : list)
+        {
+            _text.next();
             element(held);
-        endArray();
+        }
+        _text.end(']');
     }
 
     void value(Place& place, const DmPropertyDef& def, const DmPropertySetMap& map)
     {
         member(place, def);
-        beginObject();
-        for (const auto& [name, held] : map)
+        propertySetMapToJson(*place.set, def, map);
+    }
+
+    void propertySetMapToJson(const DmPropertySet& set, const DmPropertyDef& def, const DmPropertySetMap& map)
+    {
+        begin('{');
+        for (const auto& [key, held] : map)
         {
-            string(*place.set, def, name.view());
+            _text.next();
+            string(set, def, key.view());
+            _text.colon();
             element(held.get());
         }
-        endObject();
+        _text.end('}');
     }
 
     template <class Element>
     void value(Place& place, const DmPropertyDef& def, const std::vector<Element>& list)
     {
         member(place, def);
-        beginArray();
+        begin('[');
         for (const Element& one : list)
+        {
+            _text.next();
             listed(*place.set, def, one);
-        endArray();
+        }
+        _text.end(']');
     }
 
     void element(const DmPropertySet* held)
     {
         Place place{nullptr, nullptr, held, Place::Element};
         if (held)
-            properties(place);
+            propertySetToJson(place);
         if (place.isOpen)
             return close(place);
-        beginObject();
-        endObject();
+        begin('{');
+        _text.end('}');
     }
 
     /// An element of a vector of values is a string, whatever it is.
@@ -282,29 +311,28 @@ private:
             }
             else
                 result = std::to_chars(buffer, buffer + numberSize, one);
-            _writer.String(buffer, static_cast<unsigned>(result.ptr - buffer));
+            _text.plain({buffer, static_cast<std::size_t>(result.ptr - buffer)});
         }
     }
 
     /// A final line end is understood: it adds no empty line.
     void lines(const DmPropertySet& set, const DmPropertyDef& def, std::wstring_view text)
     {
-        beginArray();
-        for (std::size_t begin = 0; begin < text.size();)
+        begin('[');
+        for (std::size_t at = 0; at < text.size();)
         {
-            const std::size_t end = std::min(text.find(L'\n', begin), text.size());
-            string(set, def, text.substr(begin, end - begin));
-            begin = end + 1;
+            const std::size_t end = std::min(text.find(L'\n', at), text.size());
+            _text.next();
+            string(set, def, text.substr(at, end - at));
+            at = end + 1;
         }
-        endArray();
+        _text.end(']');
     }
 
     void string(const DmPropertySet& set, const DmPropertyDef& def, std::wstring_view text)
     {
-        _utf8.clear();
-        if (!dmToUtf8(text, _utf8))
+        if (!_text.string(text))
             cannotWrite(set, def, "holds a character that UTF-8 has not");
-        key(_utf8);
     }
 
     static DmString textOf(const DmPropertyDef& def, const void* value)
@@ -329,47 +357,36 @@ private:
         int major = 0;
         int minor = 0;
         DmVersion::getCurrent().get(major, minor);
-        key(versionKeys().version);
-        beginObject();
-        key(versionKeys().major);
-        _writer.Int(major);
-        key(versionKeys().minor);
-        _writer.Int(minor);
-        endObject();
+        _text.next();
+        _text.plain(versionKeys().version);
+        _text.colon();
+        begin('{');
+        for (const auto& [key, number] : {std::pair(&versionKeys().major, major), {&versionKeys().minor, minor}})
+        {
+            _text.next();
+            _text.plain(*key);
+            _text.colon();
+            _text.raw(std::to_string(number));
+        }
+        _text.end('}');
     }
 
-    /// A name, or a string: to the library they are the same.
-    void key(const std::string& text) { _writer.String(text.data(), static_cast<unsigned>(text.size())); }
-    void enter()
+    void name(const DmString& name)
     {
-        if (++_depth > maxDepth)
+        _text.next();
+        if (!_text.string(name.view()))
+            throw WriteFailed("Json exception");
+        _text.colon();
+    }
+    void begin(char bracket)
+    {
+        if (_text.depth() == maxDepth)
             tooDeep();
-    }
-    void beginObject()
-    {
-        enter();
-        _writer.StartObject();
-    }
-    void endObject()
-    {
-        --_depth;
-        _writer.EndObject();
-    }
-    void beginArray()
-    {
-        enter();
-        _writer.StartArray();
-    }
-    void endArray()
-    {
-        --_depth;
-        _writer.EndArray();
+        _text.begin(bracket);
     }
 
-    Writer _writer;
-    std::size_t _depth = 0; ///< open objects and arrays
-    std::size_t _sets = 0;  ///< sets that the walk is inside of
-    std::string _utf8;
+    JsonText<isPretty> _text;
+    std::size_t _sets = 0; ///< sets that the walk is inside of
 };
 
 } // namespace
@@ -377,9 +394,10 @@ private:
 void writeDocument(const DmPropertySet& root, bool pretty, Output& output)
 {
     if (pretty)
-        Walk<PrettyWriter>(output).document(root);
+        Walk<true>(output).document(root);
     else
-        Walk<CompactWriter>(output).document(root);
+        Walk<false>(output).document(root);
+    output.empty();
 }
 
 } // namespace dmJson

@@ -27,5 +27,4 @@ void softAssertFailed(const char* expression, const char* file, int line);
 
 #include <rapidjson/error/en.h>
 #include <rapidjson/internal/dtoa.h>
-#include <rapidjson/prettywriter.h>
 #include <rapidjson/reader.h>

@@ -73,6 +73,8 @@ bool dmJson::SaveFile::open(const char* path)
     {
     };
     const bool exists = ::stat(place.c_str(), &status) == 0;
+    if (!exists && (errno != ENOENT || place.empty())) // a name that is too long, a loop of links
+        return false;
     if (exists && !S_ISREG(status.st_mode))
         return !S_ISDIR(status.st_mode) && ::access(place.c_str(), W_OK) == 0;
     if (exists && !canBeOpened(place))

@@ -57,7 +57,7 @@ DmStatus DmTreeJsonBuilder::generateUtf8(const DmPropertySet* root, std::string&
     dmJson::TextOutput output;
     DmStatus status;
     if (build(*root, layout, output, status))
-        out = output.text();
+        out = std::move(output.text());
     return status;
 }
 

@@ -1,9 +1,36 @@
 #include "dmStatus.h"
 
 #include "CoFormat.h"
+#include "CoUtf8.h"
 #include "dmUtf8.h"
 
 #include <cstdarg>
+
+namespace
+{
+
+/// The text with U+FFFD in place of each byte that belongs to no character.
+std::string shownUtf8(std::string_view text)
+{
+    std::string shown;
+    while (!text.empty())
+    {
+        std::size_t length = 1;
+        while (length <= DM::CoUtf8::maxBytes && length <= text.size() && !dmIsUtf8(text.substr(0, length)))
+            ++length;
+        if (length > DM::CoUtf8::maxBytes || length > text.size())
+        {
+            length = 1;
+            shown += "\xEF\xBF\xBD";
+        }
+        else
+            shown += text.substr(0, length);
+        text.remove_prefix(length);
+    }
+    return shown;
+}
+
+} // namespace
 
 void DmStatus::fail(int reason, const DmString& info)
 {
@@ -20,10 +47,10 @@ void DmStatus::fail(int reason, const char* format, ...)
     const int length = DM::CoFormat::vformat(text, sizeof(text), format, arguments);
     va_end(arguments);
 
-    // Narrow arguments are the caller's bytes: where they are not UTF-8, the locale's reading is the best one left.
+    // Narrow arguments are the caller's bytes, a path for example: what is not UTF-8 in them cannot be shown.
     DmString info;
-    if (length < 0 || !dmFromUtf8(std::string_view(text, static_cast<std::size_t>(length)), info))
-        info = DmString(text);
+    if (length >= 0)
+        static_cast<void>(dmFromUtf8(shownUtf8({text, static_cast<std::size_t>(length)}), info));
     fail(reason, info);
 }
 
