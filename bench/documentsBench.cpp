@@ -107,6 +107,12 @@ double secondsToImport(const Sample& sample)
     return zrRatio::secondsOf([&] { root = open(sample.file); });
 }
 
+double secondsToRelease(const Sample& sample)
+{
+    CoSharedPtr<DmRoot> root = open(sample.file);
+    return zrRatio::secondsOf([&] { root.reset(); });
+}
+
 double secondsToParse(const Sample& sample)
 {
     const std::string text = contents(sample.file);
@@ -206,10 +212,12 @@ double report(int segments, const fs::path& directory)
         if (sample.isPretty())
             seconds = import / segments;
     }
-    std::printf("%d segments: tree in memory / compact document: ratio %.2f (limit 2.50)\n", segments,
-                inChild([&] { return treeSize(pretty); }) / size);
-    std::printf("%d segments: peak of an import / compact document: ratio %.2f (limit 5.00)\n", segments,
-                inChild([&] { return peakSize(pretty); }) / size);
+    const auto [release, import] = medians(secondsToRelease, secondsToImport, pretty, rounds);
+    std::printf("%d segments: release / import: ratio %.2f (limit 0.30)\n", segments, release / import);
+    const double tree = inChild([&] { return treeSize(pretty); });
+    std::printf("%d segments: tree in memory / compact document: ratio %.2f (limit 1.25)\n", segments, tree / size);
+    std::printf("%d segments: peak of an import less the tree / compact document: ratio %.2f (limit 0.20)\n", segments,
+                (inChild([&] { return peakSize(pretty); }) - tree) / size);
     return seconds;
 }
 

@@ -11,6 +11,8 @@
 /// errors. An entry that is null, as a document may bring it, counts as missing.
 ///
 /// Threads: as for every property set; getChannelByName and getChannel count as changes, although they are const.
+///
+/// A reference from a getter is good until the object's next setter.
 #pragma once
 
 #include "dmAnimationChannel.h"
@@ -107,18 +109,18 @@ public:
 
     // Plain settings.
 
-    const DmString& getSetupFileName() const { return _setupFileName; }
+    const DmString& getSetupFileName() const { return _rare->setupFileName; }
     eDmErrorId setSetupFileName(const DmString& name) { return set(SetupFileName, name); }
     /// Free text, of any number of lines.
-    const DmString& getSetup() const { return _setup; }
+    const DmString& getSetup() const { return _rare->setup; }
     eDmErrorId setSetup(const DmString& setup) { return set(Setup, setup); }
-    const DmString& getComment() const { return _comment; }
+    const DmString& getComment() const { return _rare->comment; }
     eDmErrorId setComment(const DmString& comment) { return set(Comment, comment); }
     /// A muted effect is bypassed.
     bool isMuted() const { return _muted; }
     eDmErrorId setMuted(bool muted) { return set(Muted, muted); }
     /// The media that the effect produced, shared with all clones; null when there is none.
-    CoSharedPtr<DmMediaNode> getOutput() const { return _output.share(); }
+    CoSharedPtr<DmMediaNode> getOutput() const { return _rare->output.share(); }
     /// Tells no listener.
     void setOutput(const CoSharedPtr<DmMediaNode>& output);
 
@@ -146,13 +148,19 @@ protected:
     eDmErrorId setChannelAt(const DmString& name, const CoSharedPtr<DmAnimationChannel>& channel);
 
 private:
+    /// What few effects have.
+    struct Rare
+    {
+        DmString setupFileName;
+        DmString setup;
+        DmString comment;
+        DmNested<DmMediaNode> output;
+    };
+
     eDmErrorId addEmptyAttribut(const DmString& name);
 
     DmOwnedMap<DmSimpleChannel> _attributs;
     DmOwnedMap<DmAnimationChannel> _channels; ///< asking for a channel makes it
-    DmString _setupFileName;
-    DmString _setup;
-    DmString _comment;
-    DmNested<DmMediaNode> _output;
     bool _muted = false;
+    DmRare<Rare> _rare;
 };

@@ -365,7 +365,28 @@ bool FastReader::value(Property& property, DmPropertySet& owner, int index)
     const DmPropertyDef& def = *property.def;
     if (def._unserializer)
         return false;
-    void* const field = DmSetAccess::field(owner, index, def);
+    if (!def._rare)
+        return valueInto(property, owner, DmSetAccess::field(owner, index, def));
+    return dmVisitStorage(def._type,
+                          [&]<class T>(std::type_identity<T>)
+                          {
+                              if constexpr (std::is_void_v<T>)
+                                  return false;
+                              else
+                              {
+                                  // Most documents say what objects share: they get no block of their own for that.
+                                  T value(*static_cast<const T*>(DmSetAccess::field(owner, index, def)));
+                                  return valueInto(property, owner, &value) &&
+                                         DmSetAccess::swapValue(owner, DmStore::Fresh, index, def, value) ==
+                                             DM_NO_ERROR;
+                              }
+                          });
+}
+
+/// `field` is of the property's storage type.
+bool FastReader::valueInto(Property& property, DmPropertySet& owner, void* field)
+{
+    const DmPropertyDef& def = *property.def;
     const char first = peek();
     return dmVisitStorage(def._type,
                           [&]<class T>(std::type_identity<T>)

@@ -78,6 +78,7 @@ private:
     bool members(Class& type, DmPropertySet& set);
     bool memberName(const Class& type, int& index);
     bool value(Property& property, DmPropertySet& owner, int index);
+    bool valueInto(Property& property, DmPropertySet& owner, void* field);
     template <class T>
     bool storeNumber(const DmPropertyDef& def, void* field);
     bool storeBool(const DmPropertyDef& def, void* field);

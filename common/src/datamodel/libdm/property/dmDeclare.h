@@ -17,7 +17,8 @@
 /// DmTreeNode::createList())`. Nothing is declared after the first status that is not zero. Lines without enumerators
 /// are counted as they come.
 ///
-/// Behind the member, in any order: the meaning ("one sentence."), a DmUnit, a DmRange, a DmEnumTable, a DmTextTable.
+/// Behind the member, in any order: the DmRare in which it lies, if it does, the meaning ("one sentence."), a DmUnit, a
+/// DmRange, a DmEnumTable, a DmTextTable.
 ///
 /// optional: written only when it differs from its default. mandatory: always written.
 #pragma once
@@ -46,6 +47,11 @@ inline constexpr DmUnit dmBytes{"bytes"};
 inline constexpr DmRange dmZeroToOne{0, 1};
 /// Counts and indices.
 inline constexpr DmRange dmNotNegative{0, 2147483647};
+
+template <class T>
+inline constexpr bool dmIsRare = false;
+template <class Block>
+inline constexpr bool dmIsRare<DmRare<Block>> = true;
 
 /// Follows the lines of a declaration; `next` is the enumerator that the next line must name, -1 before the first.
 template <class Owner, int next = -1>
@@ -90,25 +96,25 @@ public:
     }
 
     /// Free text of many lines, kept as an array of lines in documents.
-    template <int property, class... Facts>
-    auto mandatoryCdata(const wchar_t* name, DmString& member, const Facts&... facts)
+    template <int property, class Member, class... Facts>
+    auto mandatoryCdata(const wchar_t* name, Member& member, const Facts&... facts)
     {
         checkOrder<property>();
         return add<property + 1>(property, name, DM_CDATA, member, false, facts...);
     }
-    template <class... Facts>
-    auto mandatoryCdata(const wchar_t* name, DmString& member, const Facts&... facts)
+    template <class Member, class... Facts>
+    auto mandatoryCdata(const wchar_t* name, Member& member, const Facts&... facts)
     {
         return add<nextPlain>(_set.classData().size(), name, DM_CDATA, member, false, facts...);
     }
-    template <int property, class... Facts>
-    auto optionalCdata(const wchar_t* name, DmString& member, const Facts&... facts)
+    template <int property, class Member, class... Facts>
+    auto optionalCdata(const wchar_t* name, Member& member, const Facts&... facts)
     {
         checkOrder<property>();
         return add<property + 1>(property, name, DM_CDATA, member, true, facts...);
     }
-    template <class... Facts>
-    auto optionalCdata(const wchar_t* name, DmString& member, const Facts&... facts)
+    template <class Member, class... Facts>
+    auto optionalCdata(const wchar_t* name, Member& member, const Facts&... facts)
     {
         return add<nextPlain>(_set.classData().size(), name, DM_CDATA, member, true, facts...);
     }
@@ -182,6 +188,8 @@ private:
                                         bool skipIfDefault, const Facts&... facts)
     {
         static_assert(dmTypeOf<Member> != DM_NB_TYPES, "no property type is stored like this member");
+        static_assert(!std::is_const_v<Member> || (dmIsRare<Facts> || ...),
+                      "a field of a rare block comes with its DmRare");
         if (_status != DM_NO_ERROR)
             return {*this, _status, nullptr};
 
@@ -193,6 +201,9 @@ private:
             if constexpr (requires { typename Member::Held; })
                 def->_held = dmHeldClassOf<typename Member::Held>();
             (tell(*def, facts), ...);
+            if constexpr ((dmIsRare<Facts> || ...))
+                def->_offset = static_cast<const char*>(storage(member)) -
+                               static_cast<const char*>(def->_rare->read(rareOf(*def)));
         }
         return {*this, status, def};
     }
@@ -206,7 +217,9 @@ private:
             if (!skipIfDefault)
                 return nullptr;
             DmPropertySetPtr shared(member);
-            if (shared && !shared->isFrozen())
+            if (shared && std::is_const_v<Member>)
+                shared->freezeAsSharedDefault(); // in a block that objects share
+            else if (shared && !shared->isFrozen())
             {
                 shared = shared->clone();
                 if (!shared)
@@ -223,8 +236,9 @@ private:
 
     /// The address of the member as the property layer knows its type.
     template <class Member>
-    static void* storage(Member& member)
+    static void* storage(const Member& constant)
     {
+        auto& member = const_cast<std::remove_const_t<Member>&>(constant);
         if constexpr (dmTypeOf<Member> == DM_PROPERTY_SET)
             return static_cast<DmPropertySetPtr*>(&member);
         else if constexpr (dmTypeOf<Member> == DM_VECTOR_PROPERTY_SET)
@@ -235,6 +249,17 @@ private:
             return &member;
     }
 
+    template <class Block>
+    void tell(DmPropertyDef& def, const DmRare<Block>& rare)
+    {
+        def._rare = DmRareBlock::of<Block>();
+        def._rareAt =
+            reinterpret_cast<const char*>(&rare) - reinterpret_cast<const char*>(static_cast<DmPropertySet*>(&_set));
+    }
+    const void* rareOf(const DmPropertyDef& def) const
+    {
+        return reinterpret_cast<const char*>(static_cast<DmPropertySet*>(&_set)) + def._rareAt;
+    }
     static void tell(DmPropertyDef& def, const char* meaning) { def._meaning = meaning; }
     static void tell(DmPropertyDef& def, const DmUnit& unit) { def._unit = unit.text; }
     static void tell(DmPropertyDef& def, const DmRange& range) { def._range = range; }

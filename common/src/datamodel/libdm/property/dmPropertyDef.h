@@ -4,6 +4,7 @@
 #include "CoRefCountedMT.h"
 #include "dmErrorId.h"
 #include "dmPropertyType.h"
+#include "dmRare.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -89,6 +90,9 @@ struct DmPropertyDef
     DmMayHold _mayHold = nullptr;             ///< null: whatever is of the class
     DmFormOf _form = nullptr;                 ///< null: always in the field
     std::string _utf8Name;                    ///< the name as documents spell it
+
+    const DmRareBlock* _rare = nullptr; ///< of a field in a rare block (dmRare.h); _offset is then inside the block
+    std::ptrdiff_t _rareAt = 0;         ///< bytes from the set to the DmRare
 
     const char* _meaning = "";           ///< one sentence; empty when the declaration has none
     const char* _unit = "";              ///< empty for what has none

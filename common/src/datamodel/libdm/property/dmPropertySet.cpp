@@ -37,9 +37,10 @@ eDmErrorId DmPropertySet::createAttributes()
     return DM_NO_ERROR;
 }
 
-const void* DmPropertySet::getBase(int /*index*/) const
+const void* DmPropertySet::getBase(int index) const
 {
-    return this;
+    const DmPropertyDef* const def = _data->at(index);
+    return def && def->_rare ? def->_rare->read(rareOf(*def)) : this;
 }
 
 // Declaration
@@ -212,9 +213,17 @@ const void* DmPropertySet::fieldOf(int index) const
     return def ? fieldOf(index, *def) : nullptr;
 }
 
-void* DmPropertySet::fieldOf(int index, const DmPropertyDef& def) const
+const void* DmPropertySet::fieldOf(int index, const DmPropertyDef& def) const
 {
-    return const_cast<char*>(static_cast<const char*>(getBase(index))) + def._offset;
+    const void* const base = def._rare ? def._rare->read(rareOf(def)) : getBase(index);
+    return static_cast<const char*>(base) + def._offset;
+}
+
+void* DmPropertySet::fieldForChange(int index, const DmPropertyDef& def)
+{
+    if (def._rare)
+        return static_cast<char*>(def._rare->own(const_cast<void*>(rareOf(def)))) + def._offset;
+    return const_cast<void*>(fieldOf(index, def));
 }
 
 // Single values

@@ -259,7 +259,10 @@ private:
     static constexpr DM::CoLockWord::Flags sharedDefaultFlag = 8;
     static constexpr DM::CoLockWord::Flags listsElsewhereFlag = 16;
 
-    void* fieldOf(int index, const DmPropertyDef& def) const;
+    const void* fieldOf(int index, const DmPropertyDef& def) const;
+    /// To be written, inside the mutex: a field that objects share is first made this object's own.
+    void* fieldForChange(int index, const DmPropertyDef& def);
+    const void* rareOf(const DmPropertyDef& def) const { return reinterpret_cast<const char*>(this) + def._rareAt; }
     eDmErrorId find(DmPropertyRef property, eDmPropType type, const DmPropertyDef*& def, int& index) const;
     eDmErrorId setWhole(int index, int value, bool silently);
     eDmErrorId findMap(DmPropertyRef property, eDmPropType type, const DmPropertyDef*& def, int& index) const;

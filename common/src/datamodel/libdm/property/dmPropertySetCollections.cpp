@@ -74,7 +74,7 @@ eDmErrorId makeEntry(const DmPropertySet& set, DmStore policy, const DmPropertyD
 
 // Lists
 
-/// Calls `visitor(def, index, list)` with the vector of a list property.
+/// Calls `visitor(def, index, list)` with the vector of a list property, to be read: it may be one that objects share.
 template <class Visitor>
 eDmErrorId DmPropertySet::atList(DmPropertyRef property, eDmPropType type, Visitor&& visitor) const
 {
@@ -82,7 +82,7 @@ eDmErrorId DmPropertySet::atList(DmPropertyRef property, eDmPropType type, Visit
     int index = -1;
     if (const eDmErrorId status = find(property, type, def, index); status != DM_NO_ERROR)
         return status;
-    void* const field = fieldOf(index, *def);
+    void* const field = const_cast<void*>(fieldOf(index, *def));
     return dmVisitStorage(type,
                           [&]<class T>(std::type_identity<T>) -> eDmErrorId
                           {
@@ -99,7 +99,7 @@ namespace
 constexpr int atEnd = -1;
 
 template <class List>
-eDmErrorId insert(DmPropertySet& set, const DmPropertyDef& def, List& list, int element, const ElementOf<List>& value,
+eDmErrorId insert(DmPropertySet& set, int index, const DmPropertyDef& def, int element, const ElementOf<List>& value,
                   bool isAsked = true)
 {
     if (set.isFrozen())
@@ -110,6 +110,7 @@ eDmErrorId insert(DmPropertySet& set, const DmPropertyDef& def, List& list, int 
     return DmSetAccess::change(set, DmStore::Announced, def,
                                [&]() -> eDmErrorId
                                {
+                                   auto& list = DmSetAccess::collection<List>(set, index, def);
                                    if (element == atEnd)
                                        list.push_back(std::move(copy));
                                    else if (static_cast<std::size_t>(element) <= list.size())
@@ -146,19 +147,19 @@ eDmErrorId replaceList(DmPropertySet& set, int index, const DmPropertyDef& def, 
 eDmErrorId DmPropertySet::addValueInPropertyList(DmPropertyRef property, eDmPropType type, const void* value)
 {
     return atList(property, type,
-                  [&]<class List>(const DmPropertyDef& def, int, List& list)
-                  { return insert(*this, def, list, atEnd, *static_cast<const ElementOf<List>*>(value)); });
+                  [&]<class List>(const DmPropertyDef& def, int index, List&)
+                  { return insert<List>(*this, index, def, atEnd, *static_cast<const ElementOf<List>*>(value)); });
 }
 
 eDmErrorId DmPropertySet::insertValueInPropertyList(DmPropertyRef property, eDmPropType type, int element,
                                                     const void* value)
 {
     return atList(property, type,
-                  [&]<class List>(const DmPropertyDef& def, int, List& list) -> eDmErrorId
+                  [&]<class List>(const DmPropertyDef& def, int index, List&) -> eDmErrorId
                   {
                       if (element < 0)
                           return isFrozen() ? DM_CANNOT_LOCK : DM_BAD_INDEX;
-                      return insert(*this, def, list, element, *static_cast<const ElementOf<List>*>(value));
+                      return insert<List>(*this, index, def, element, *static_cast<const ElementOf<List>*>(value));
                   });
 }
 
@@ -167,10 +168,10 @@ eDmErrorId DmPropertySet::insertUnasked(int list, int element, const DmPropertyS
     if (element < 0)
         return DM_BAD_INDEX;
     return atList(list, DM_VECTOR_PROPERTY_SET,
-                  [&]<class List>(const DmPropertyDef& def, int, List& vector) -> eDmErrorId
+                  [&]<class List>(const DmPropertyDef& def, int index, List&) -> eDmErrorId
                   {
                       if constexpr (std::same_as<List, DmPropertySetVector>)
-                          return insert(*this, def, vector, element, value, false);
+                          return insert<List>(*this, index, def, element, value, false);
                       else
                           return DM_TYPE_NOT_IMPLEMENTED;
                   });
@@ -202,12 +203,13 @@ eDmErrorId DmPropertySet::clearList(DmPropertyRef property, eDmPropType type)
 eDmErrorId DmPropertySet::removeValueFromPropertyList(DmPropertyRef property, eDmPropType type, int element)
 {
     return atList(property, type,
-                  [&]<class List>(const DmPropertyDef& def, int, List& list)
+                  [&]<class List>(const DmPropertyDef& def, int index, List&)
                   {
                       ElementOf<List> old{};
                       return DmSetAccess::change(*this, DmStore::Announced, def,
                                                  [&]() -> eDmErrorId
                                                  {
+                                                     auto& list = DmSetAccess::collection<List>(*this, index, def);
                                                      if (!isIn(element, list.size()))
                                                          return DM_BAD_INDEX;
                                                      eraseAt(list, static_cast<std::size_t>(element), old);
@@ -318,7 +320,6 @@ eDmErrorId DmPropertySet::addValueInPropertyMap(DmPropertyRef property, eDmPropT
     int index = -1;
     if (const eDmErrorId status = findMap(property, type, def, index); status != DM_NO_ERROR)
         return status;
-    auto& map = *static_cast<DmPropertySetMap*>(fieldOf(index, *def));
     DmPropertySetMap::node_type node;
     if (const eDmErrorId status =
             makeEntry(*this, DmStore::Announced, *def, key, *static_cast<const DmPropertySetPtr*>(value), node);
@@ -327,6 +328,7 @@ eDmErrorId DmPropertySet::addValueInPropertyMap(DmPropertyRef property, eDmPropT
     return DmSetAccess::change(*this, DmStore::Announced, *def,
                                [&]() -> eDmErrorId
                                {
+                                   auto& map = DmSetAccess::collection<DmPropertySetMap>(*this, index, *def);
                                    auto inserted = map.insert(std::move(node));
                                    node = std::move(inserted.node);
                                    return inserted.inserted ? DM_NO_ERROR : DM_PROPERTY_ALREADY_EXIST;
@@ -359,12 +361,11 @@ eDmErrorId DmPropertySet::removeValueFromPropertyMap(DmPropertyRef property, eDm
     int index = -1;
     if (const eDmErrorId status = findMap(property, type, def, index); status != DM_NO_ERROR)
         return status;
-    auto& map = *static_cast<DmPropertySetMap*>(fieldOf(index, *def));
     DmPropertySetMap::node_type old;
     return DmSetAccess::change(*this, DmStore::Announced, *def,
                                [&]() -> eDmErrorId
                                {
-                                   old = map.extract(key);
+                                   old = DmSetAccess::collection<DmPropertySetMap>(*this, index, *def).extract(key);
                                    return old ? DM_NO_ERROR : DM_BAD_INDEX;
                                });
 }
@@ -385,7 +386,6 @@ eDmErrorId DmPropertySet::getValueFromPropertyMap(DmPropertyRef property, eDmPro
 eDmErrorId DmSetAccess::put(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def,
                             const DmString& key, DmPropertySetPtr& entry)
 {
-    auto& map = *static_cast<DmPropertySetMap*>(set.fieldOf(index, def));
     DmPropertySetMap::node_type node;
     if (const eDmErrorId status = makeEntry(set, policy, def, key, entry, node); status != DM_NO_ERROR)
         return status;
@@ -393,6 +393,7 @@ eDmErrorId DmSetAccess::put(DmPropertySet& set, DmStore policy, int index, const
                   [&]
                   {
                       // A document's entries come in order.
+                      auto& map = collection<DmPropertySetMap>(set, index, def);
                       const auto place = map.insert(map.end(), std::move(node));
                       if (node)
                       {
@@ -436,10 +437,10 @@ eDmErrorId DmPropertySet::putIfAbsentSilently(int map, const DmString& key, DmPr
     DmPropertySetMap::node_type node;
     if (const eDmErrorId status = makeEntry(*this, DmStore::Silent, *def, key, entry, node); status != DM_NO_ERROR)
         return status;
-    auto& entries = *static_cast<DmPropertySetMap*>(fieldOf(map, *def));
     return DmSetAccess::change(*this, DmStore::Silent, *def,
                                [&]
                                {
+                                   auto& entries = DmSetAccess::collection<DmPropertySetMap>(*this, map, *def);
                                    const auto inserted = entries.insert(std::move(node));
                                    if (inserted.position->second)
                                        entry = inserted.position->second;

@@ -28,7 +28,36 @@ enum class DmStore
 class DmSetAccess
 {
 public:
-    static void* field(DmPropertySet& set, int index, const DmPropertyDef& def) { return set.fieldOf(index, def); }
+    /// To be written where nobody else sees the object yet, unless the field lies in a rare block.
+    static void* field(DmPropertySet& set, int index, const DmPropertyDef& def)
+    {
+        return const_cast<void*>(set.fieldOf(index, def));
+    }
+    /// A list or a map, to be written inside the mutex.
+    template <class Collection>
+    static Collection& collection(DmPropertySet& set, int index, const DmPropertyDef& def)
+    {
+        return *static_cast<Collection*>(set.fieldForChange(index, def));
+    }
+    /// Whether the field lies in a block that the object shares with others.
+    static bool isShared(const DmPropertySet& set, const DmPropertyDef& def)
+    {
+        return def._rare && !def._rare->isOwn(set.rareOf(def));
+    }
+    /// Whether objects share the field, and it holds that value already: then the object needs no block of its own.
+    template <class T>
+    static bool isSharedValue(const DmPropertySet& set, int index, const DmPropertyDef& def, const T& value)
+    {
+        if (!isShared(set, def))
+            return false;
+        const void* const shared = set.fieldOf(index, def);
+        if constexpr (DmNumberStorage<T>)
+            return std::memcmp(shared, &value, sizeof(T)) == 0;
+        else if constexpr (DmAtomicStorage<T>)
+            return *static_cast<const T*>(shared) == value;
+        else
+            return static_cast<const T*>(shared)->empty() && value.empty();
+    }
 
     /// Whether an object may stand in a slot: DM_BAD_PROPERTY_TYPE when it is of another class than the slot holds.
     /// Edits, not documents, also ask the owner.
@@ -58,10 +87,12 @@ public:
     template <class T>
     static eDmErrorId swapValue(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def, T& value)
     {
-        void* const at = set.fieldOf(index, def);
         return change(set, policy, def,
                       [&]() -> eDmErrorId
                       {
+                          if (isSharedValue(set, index, def, value))
+                              return DM_NO_ERROR;
+                          void* const at = set.fieldForChange(index, def);
                           if constexpr (DmNumberStorage<T>)
                           {
                               // An enumeration is no object of type T.
@@ -78,13 +109,13 @@ public:
     template <class T>
     static eDmErrorId append(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def, T&& element)
     {
-        auto& list = *static_cast<std::vector<std::remove_cvref_t<T>>*>(set.fieldOf(index, def));
-        return change(set, policy, def,
-                      [&]
-                      {
-                          list.push_back(std::forward<T>(element));
-                          return DM_NO_ERROR;
-                      });
+        return change(
+            set, policy, def,
+            [&]
+            {
+                collection<std::vector<std::remove_cvref_t<T>>>(set, index, def).push_back(std::forward<T>(element));
+                return DM_NO_ERROR;
+            });
     }
 
     /// DM_BAD_INDEX for an element that is not there.
@@ -92,11 +123,11 @@ public:
     static eDmErrorId replace(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def, int element,
                               T& value)
     {
-        auto& list = *static_cast<std::vector<T>*>(set.fieldOf(index, def));
         return change(set, policy, def,
                       [&]() -> eDmErrorId
                       {
                           using std::swap;
+                          auto& list = collection<std::vector<T>>(set, index, def);
                           if (element < 0 || static_cast<std::size_t>(element) >= list.size())
                               return DM_BAD_INDEX;
                           swap(list[static_cast<std::size_t>(element)], value);

@@ -370,8 +370,12 @@ eDmErrorId Copy::copy(const DmPropertySet& source, const Level* levelAbove, DmPr
     if (created != DM_NO_ERROR)
         return created;
     for (int i = 0; i < data.size(); ++i)
+    {
+        if (DmSetAccess::isShared(source, *data.at(i)))
+            continue; // the copy shares it as well
         if (const eDmErrorId status = field(source, *target, i, level); status != DM_NO_ERROR)
             return status;
+    }
     if (shared)
         _copies.emplace(&source, target);
     out = target;

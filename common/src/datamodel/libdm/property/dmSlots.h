@@ -54,13 +54,12 @@ public:
     {
         if (!*this || owner.isFrozen())
             return nullptr;
-        if (get()->isFrozen())
-        {
-            const DmPropertySetPtr copy = get()->clone();
-            if (!copy || owner.setPropertyValue(index, DM_PROPERTY_SET, &copy) != DM_NO_ERROR)
-                return nullptr;
-        }
-        return get();
+        if (!get()->isFrozen())
+            return get();
+        const DmPropertySetPtr copy = get()->clone();
+        if (!copy || owner.setPropertyValue(index, DM_PROPERTY_SET, &copy) != DM_NO_ERROR)
+            return nullptr;
+        return static_cast<T*>(copy.get()); // not get(): this may lie in a block that the owner shared until now
     }
 };
 

@@ -1,4 +1,6 @@
 /// The format of pictures: size, shape, depth and place. Every getter gives its value through its argument.
+///
+/// A reference from a getter is good until the object's next setter.
 #pragma once
 
 #include "dmPropertySetInit.h"
@@ -46,18 +48,28 @@ public:
     /// Bytes.
     void getFrameBufferSize(int& size) const { size = _bufSize; }
     eDmErrorId setFrameBufferSize(int size) { return set(BufSize, size); }
-    void getColorSpace(DmString& name) const { name = _colourSpace; }
+    void getColorSpace(DmString& name) const { name = _rare->colourSpace; }
     eDmErrorId setColorSpace(const DmString& name) { return set(ColourSpace, name); }
-    void getCenterX(double& x) const { x = _centerX; }
+    void getCenterX(double& x) const { x = _rare->centerX; }
     eDmErrorId setCenterX(double x) { return set(CenterX, x); }
-    void getCenterY(double& y) const { y = _centerY; }
+    void getCenterY(double& y) const { y = _rare->centerY; }
     eDmErrorId setCenterY(double y) { return set(CenterY, y); }
-    void getSizeX(double& x) const { x = _sizeX; }
+    void getSizeX(double& x) const { x = _rare->sizeX; }
     eDmErrorId setSizeX(double x) { return set(SizeX, x); }
-    void getSizeY(double& y) const { y = _sizeY; }
+    void getSizeY(double& y) const { y = _rare->sizeY; }
     eDmErrorId setSizeY(double y) { return set(SizeY, y); }
 
 private:
+    /// What few formats say.
+    struct Rare
+    {
+        DmString colourSpace;
+        double centerX = 0.0;
+        double centerY = 0.0;
+        double sizeX = 0.0;
+        double sizeY = 0.0;
+    };
+
     int _width = 0;
     int _height = 0;
     float _ratio = 0.0F;
@@ -68,9 +80,5 @@ private:
     bool _byteOrder = false;
     bool _isFloat = false;
     DmString _scanFormat;
-    DmString _colourSpace;
-    double _centerX = 0.0;
-    double _centerY = 0.0;
-    double _sizeX = 0.0;
-    double _sizeY = 0.0;
+    DmRare<Rare> _rare;
 };

@@ -38,46 +38,45 @@ public:
     DmSegmentNode* asSegment() final { return this; }
 
     eDmErrorId createList() override;
-    const void* getBase(int index) const override;
 
-    double getRecIn() const { return _own->recIn; }
+    double getRecIn() const { return _recIn; }
     eDmErrorId setRecIn(double frames) { return set(RecIn, frames); }
-    double getRecLength() const { return _own->recLength; }
+    double getRecLength() const { return _recLength; }
     eDmErrorId setRecLength(double frames) { return set(RecLength, frames); }
     /// The record time at which the segment has ended.
-    double getRecOut() const { return _own->recIn + _own->recLength; }
+    double getRecOut() const { return _recIn + _recLength; }
     /// Where in the material the range that plays begins, whatever the speed: frames of the material's mode.
-    double getRelIn() const { return _own->relIn; }
+    double getRelIn() const { return _relIn; }
     eDmErrorId setRelIn(double frames) { return set(RelIn, frames); }
 
     /// In the order in which they are applied.
-    const DmSetList<DmEffectSettings>& getEffects() const { return _own->effects; }
+    const DmSetList<DmEffectSettings>& getEffects() const { return _effects; }
     eDmErrorId addEffect(const CoSharedPtr<DmEffectSettings>& effect) { return addTo(Effects, effect); }
     eDmErrorId removeEffect(int index) { return removeFrom(Effects, index); }
-    const DmSetList<DmCueMark>& getSegmentMarks() const { return _own->segmentMarks; }
+    const DmSetList<DmCueMark>& getSegmentMarks() const { return _rare->segmentMarks; }
     eDmErrorId addSegmentMark(const CoSharedPtr<DmCueMark>& mark) { return addTo(SegmentMarks, mark); }
     eDmErrorId removeSegmentMark(int index) { return removeFrom(SegmentMarks, index); }
 
     /// That of the layer.
-    eDmTreeMediaType getMediaType() const { return _own->mediaType; }
+    eDmTreeMediaType getMediaType() const { return _mediaType; }
     eDmErrorId setMediaType(eDmTreeMediaType type) { return set(MediaType, type); }
     /// The segment that this one was derived from.
-    const DmString& getOriginalID() const { return _own->originalID; }
+    const DmString& getOriginalID() const { return _rare->originalID; }
     eDmErrorId setOriginalID(const DmString& id) { return set(OriginalID, id); }
     /// Unique within a composition; empty for none.
-    const DmString& getSegmentId() const { return _own->segmentId; }
+    const DmString& getSegmentId() const { return _segmentId; }
     eDmErrorId setSegmentId(const DmString& id) { return set(SegmentId, id); }
-    const std::vector<DmString>& getSegmentPreviousIds() const { return _own->segmentPreviousIds; }
+    const std::vector<DmString>& getSegmentPreviousIds() const { return _rare->segmentPreviousIds; }
     eDmErrorId setSegmentPreviousIds(const std::vector<DmString>& ids) { return setStrings(SegmentPreviousIds, ids); }
     eDmErrorId addSegmentPreviousId(const DmString& id) { return addTo(SegmentPreviousIds, id); }
-    const DmString& getShotName() const { return _own->shotName; }
+    const DmString& getShotName() const { return _rare->shotName; }
     eDmErrorId setShotName(const DmString& name) { return set(ShotName, name); }
-    bool getMuted() const { return _own->muted; }
+    bool getMuted() const { return _muted; }
     eDmErrorId setMuted(bool muted) { return set(Muted, muted); }
 
 protected:
     DmSegmentNode(eDmTreeNodeClassId kind, const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData);
-    DmSegmentNode(const DmSegmentNode& other);
+    DmSegmentNode(const DmSegmentNode& other) = default;
 
     /// A record placed in time, as every create() of a segment begins; null when a setter fails.
     template <class T>
@@ -85,23 +84,23 @@ protected:
                                  double relIn);
 
 private:
-    /// The segment's own properties, in a block of their own.
-    struct Own
+    /// What few segments have.
+    struct Rare
     {
-        double recIn = 0.0;
-        double recLength = 0.0;
-        double relIn = 0.0;
-        DmOwnedList<DmEffectSettings> effects;
         DmOwnedList<DmCueMark> segmentMarks;
-        eDmTreeMediaType mediaType = DM_MEDIA_UNDEFINED;
-        bool muted = false;
         DmString originalID;
-        DmString segmentId;
         std::vector<DmString> segmentPreviousIds;
         DmString shotName;
     };
 
-    const std::unique_ptr<Own> _own;
+    double _recIn = 0.0;
+    double _recLength = 0.0;
+    double _relIn = 0.0;
+    DmOwnedList<DmEffectSettings> _effects;
+    eDmTreeMediaType _mediaType = DM_MEDIA_UNDEFINED;
+    bool _muted = false;
+    DmString _segmentId;
+    DmRare<Rare> _rare;
 };
 
 template <class T>

@@ -2,10 +2,13 @@
 ///
 /// Times (PD..., Varicam..., ConsolidateOffset) are frames. "PD" is pulldown, "Varicam" a variable-rate camera; what
 /// only one kind of source has keeps its default for the others.
+///
+/// A reference from a getter is good until the object's next setter.
 #pragma once
 
 #include "dmKKInfo.h"
 #include "dmOwnedRecord.h"
+#include "dmStoredLabel.h"
 
 class ZR_DM_API DmSourceInfo final : public DmConcrete<DmSourceInfo>
 {
@@ -86,117 +89,123 @@ public:
     eDmErrorId setReelName(const DmString& name) { return set(ReelName, name); }
     int getTrack() const { return _track; }
     eDmErrorId setTrack(int track) { return set(Track, track); }
-    const DmString& getMediaOrigin() const { return _mediaOrigin; }
+    const DmString& getMediaOrigin() const { return _rare->mediaOrigin; }
     eDmErrorId setMediaOrigin(const DmString& origin) { return set(MediaOrigin, origin); }
-    FileType getFileType() const { return _fileType; }
+    FileType getFileType() const { return _rare->fileType; }
     eDmErrorId setFileType(FileType type) { return set(FileTypeCode, type); }
     const DmString& getPath() const { return _path; }
     eDmErrorId setPath(const DmString& path) { return set(Path, path); }
-    const std::vector<DmString>& getFileList() const { return _fileList; }
+    const std::vector<DmString>& getFileList() const { return _rare->fileList; }
     eDmErrorId setFileList(const std::vector<DmString>& files) { return setStrings(FileList, files); }
     eDmErrorId addFile(const DmString& file) { return addTo(FileList, file); }
-    int getFileSeqBegin() const { return _fileSeqBegin; }
+    int getFileSeqBegin() const { return _rare->fileSeqBegin; }
     eDmErrorId setFileSeqBegin(int number) { return set(FileSeqBegin, number); }
-    int getFileSeqEnd() const { return _fileSeqEnd; }
+    int getFileSeqEnd() const { return _rare->fileSeqEnd; }
     eDmErrorId setFileSeqEnd(int number) { return set(FileSeqEnd, number); }
-    const DmString& getEssenceUID() const { return _essenceUID; }
+    const DmString& getEssenceUID() const { return _rare->essenceUID; }
     eDmErrorId setEssenceUID(const DmString& uid) { return set(EssenceUID, uid); }
     const DmString& getSourceUID() const { return _sourceUID; }
     eDmErrorId setSourceUID(const DmString& uid) { return set(SourceUID, uid); }
-    const DmString& getOriginalSourceUID() const { return _originalSourceUID; }
+    const DmString& getOriginalSourceUID() const { return _rare->originalSourceUID; }
     eDmErrorId setOriginalSourceUID(const DmString& uid) { return set(OriginalSourceUID, uid); }
 
-    bool getImageUseResize() const { return _imageUseResize; }
+    bool getImageUseResize() const { return _rare->imageUseResize; }
     eDmErrorId setImageUseResize(bool use) { return set(ImageUseResize, use); }
-    const DmString& getImageResizeType() const { return _imageResizeType; }
+    const DmString& getImageResizeType() const { return _rare->imageResizeType; }
     eDmErrorId setImageResizeType(const DmString& type) { return set(ImageResizeType, type); }
-    const DmString& getImageFilterType() const { return _imageFilterType; }
+    const DmString& getImageFilterType() const { return _rare->imageFilterType; }
     eDmErrorId setImageFilterType(const DmString& type) { return set(ImageFilterType, type); }
-    bool getImageKeepAspect() const { return _imageKeepAspect; }
+    bool getImageKeepAspect() const { return _rare->imageKeepAspect; }
     eDmErrorId setImageKeepAspect(bool keep) { return set(ImageKeepAspect, keep); }
-    int getImagePanX() const { return _imagePanX; }
+    int getImagePanX() const { return _rare->imagePanX; }
     eDmErrorId setImagePanX(int pixels) { return set(ImagePanX, pixels); }
-    int getImagePanY() const { return _imagePanY; }
+    int getImagePanY() const { return _rare->imagePanY; }
     eDmErrorId setImagePanY(int pixels) { return set(ImagePanY, pixels); }
-    const DmString& getImageLut() const { return _imageLut; }
+    const DmString& getImageLut() const { return _rare->imageLut; }
     eDmErrorId setImageLut(const DmString& lut) { return set(ImageLut, lut); }
-    ImageChannels getImageChannels() const { return _imageChannels; }
+    ImageChannels getImageChannels() const { return _rare->imageChannels; }
     eDmErrorId setImageChannels(ImageChannels channels) { return set(ImageChannelsCode, channels); }
-    bool getSoftImport() const { return _softImport; }
+    bool getSoftImport() const { return _rare->softImport; }
     eDmErrorId setSoftImport(bool soft) { return set(SoftImport, soft); }
 
-    bool getPDCaptureMode() const { return _pdCaptureMode; }
+    bool getPDCaptureMode() const { return _rare->pdCaptureMode; }
     eDmErrorId setPDCaptureMode(bool on) { return set(PDCaptureMode, on); }
     /// "AA" to "DD": the position of the reference frame in the cadence.
-    const DmString& getPDFrameType() const { return _pdFrameType; }
+    const DmString& getPDFrameType() const { return _rare->pdFrameType; }
     eDmErrorId setPDFrameType(const DmString& type) { return set(PDFrameType, type); }
-    double getPDRefFrame() const { return _pdRefFrame; }
+    double getPDRefFrame() const { return _rare->pdRefFrame; }
     eDmErrorId setPDRefFrame(double frames) { return set(PDRefFrame, frames); }
-    double getPDDFRefFrame() const { return _pdDFRefFrame; }
+    double getPDDFRefFrame() const { return _rare->pdDFRefFrame; }
     eDmErrorId setPDDFRefFrame(double frames) { return set(PDDFRefFrame, frames); }
-    bool getPDDropFrame() const { return _pdDropFrame; }
+    bool getPDDropFrame() const { return _rare->pdDropFrame; }
     eDmErrorId setPDDropFrame(bool drop) { return set(PDDropFrame, drop); }
-    bool getPDTimewarpSource() const { return _pdTimewarpSource; }
+    bool getPDTimewarpSource() const { return _rare->pdTimewarpSource; }
     eDmErrorId setPDTimewarpSource(bool timewarp) { return set(PDTimewarpSource, timewarp); }
-    bool getVaricamCaptureMode() const { return _varicamCaptureMode; }
+    bool getVaricamCaptureMode() const { return _rare->varicamCaptureMode; }
     eDmErrorId setVaricamCaptureMode(bool on) { return set(VaricamCaptureMode, on); }
-    double getVaricamTimecode() const { return _varicamTimecode; }
+    double getVaricamTimecode() const { return _rare->varicamTimecode; }
     eDmErrorId setVaricamTimecode(double frames) { return set(VaricamTimecode, frames); }
-    const DmString& getVaricamFcm() const { return _varicamFcm; }
+    const DmString& getVaricamFcm() const { return _rare->varicamFcm; }
     eDmErrorId setVaricamFcm(const DmString& fcm) { return set(VaricamFcm, fcm); }
 
     /// Null only where a document or a caller made it so.
-    const DmKKInfo* getKkInfo() const { return _kkInfo.get(); }
+    const DmKKInfo* getKkInfo() const { return _rare->kkInfo.get(); }
     /// To be changed: the shared default is first replaced by a copy, which is a change of the property. Null where
     /// there is none or this is a constant.
-    DmKKInfo* ownKkInfo() { return _kkInfo.own(*this, KkInfo); }
+    DmKKInfo* ownKkInfo() { return _rare->kkInfo.own(*this, KkInfo); }
     /// Shares the record.
     eDmErrorId setKkInfo(const CoSharedPtr<DmKKInfo>& info) { return set(KkInfo, info); }
-    const std::vector<DmString>& getSequence() const { return _sequence; }
+    const std::vector<DmString>& getSequence() const { return _rare->sequence; }
     eDmErrorId setSequence(const std::vector<DmString>& sequence) { return setStrings(Sequence, sequence); }
-    double getConsolidateOffset() const { return _consolidateOffset; }
+    double getConsolidateOffset() const { return _rare->consolidateOffset; }
     eDmErrorId setConsolidateOffset(double frames) { return set(ConsolidateOffset, frames); }
-    const DmString& getAafOptions() const { return _aafOptions; }
+    const DmString& getAafOptions() const { return _rare->aafOptions; }
     eDmErrorId setAafOptions(const DmString& options) { return set(AafOptions, options); }
-    const DmString& getMIOInfo() const { return _mioInfo; }
+    const DmString& getMIOInfo() const { return _rare->mioInfo; }
     eDmErrorId setMIOInfo(const DmString& info) { return set(MIOInfo, info); }
 
 private:
+    /// What few sources have: none of the sample cuts sets more than one of these.
+    struct Rare
+    {
+        DmString mediaOrigin;
+        FileType fileType = FileTypeUndefined;
+        std::vector<DmString> fileList;
+        int fileSeqBegin = 0;
+        int fileSeqEnd = 0;
+        DmString essenceUID;
+        DmString originalSourceUID;
+        bool imageUseResize = false;
+        DmString imageResizeType{L"RESIZE_INVALID_TYPE"};
+        DmString imageFilterType{L"IP_FILTER_INVALID"};
+        bool imageKeepAspect = false;
+        int imagePanX = 0;
+        int imagePanY = 0;
+        DmString imageLut;
+        ImageChannels imageChannels = ImageChannelsUndefined;
+        bool softImport = false;
+        bool pdCaptureMode = false;
+        DmString pdFrameType;
+        double pdRefFrame = 0.0;
+        double pdDFRefFrame = 0.0;
+        bool pdDropFrame = false;
+        bool pdTimewarpSource = false;
+        bool varicamCaptureMode = false;
+        double varicamTimecode = 0.0;
+        DmString varicamFcm{dmFcmText(DM::FCM_NOT_DEFINED)};
+        DmOwnedRecord<DmKKInfo> kkInfo{dmSharedDefault<DmKKInfo>()};
+        std::vector<DmString> sequence;
+        double consolidateOffset = 0.0;
+        DmString aafOptions;
+        DmString mioInfo;
+    };
+
     // In the order that packs: every clip has one of these.
     SourceType _sourceType = Unknown;
     int _track = 0;
     DmString _name;
     DmString _reelName;
-    DmString _mediaOrigin;
     DmString _path;
-    std::vector<DmString> _fileList;
-    DmString _essenceUID;
     DmString _sourceUID;
-    DmString _originalSourceUID;
-    FileType _fileType = FileTypeUndefined;
-    int _fileSeqBegin = 0;
-    int _fileSeqEnd = 0;
-    int _imagePanX = 0;
-    int _imagePanY = 0;
-    ImageChannels _imageChannels = ImageChannelsUndefined;
-    bool _imageUseResize = false;
-    bool _imageKeepAspect = false;
-    bool _softImport = false;
-    bool _pdCaptureMode = false;
-    bool _pdDropFrame = false;
-    bool _pdTimewarpSource = false;
-    bool _varicamCaptureMode = false;
-    DmString _imageResizeType{L"RESIZE_INVALID_TYPE"};
-    DmString _imageFilterType{L"IP_FILTER_INVALID"};
-    DmString _imageLut;
-    DmString _pdFrameType;
-    double _pdRefFrame = 0.0;
-    double _pdDFRefFrame = 0.0;
-    double _varicamTimecode = 0.0;
-    DmString _varicamFcm;
-    DmOwnedRecord<DmKKInfo> _kkInfo;
-    std::vector<DmString> _sequence;
-    double _consolidateOffset = 0.0;
-    DmString _aafOptions;
-    DmString _mioInfo;
+    DmRare<Rare> _rare;
 };

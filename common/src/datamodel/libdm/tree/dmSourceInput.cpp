@@ -45,7 +45,6 @@ CoSharedPtr<DmPropertySet> copyOf(const DmSourceInfo* info)
 DmSourceNode::Input::Input(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData)
     : DmPropertySet(id, classData)
     , _srcFcm(dmFcmText(FCM_NOT_DEFINED))
-    , _altResolution(dmSharedDefault<DmFrameResolution>())
     , _audioProperties(dmSharedDefault<DmAudioProperties>())
 {
 }
@@ -57,15 +56,19 @@ eDmErrorId DmSourceNode::Input::createList()
         .mandatory<MediaType>(L"mediaType", _mediaType, "Its medium.", dmMediaTypes)
         .mandatory<SrcLength>(L"srcLength", _srcLength, "Its length.", dmMaterialFrames)
         .optional<SrcFcm>(L"srcFcm", _srcFcm, "The frame-code mode that its frames count in.", dmModeNames())
-        .mandatory<PrimaryResolution>(L"primaryResolution", _primaryResolution, "The primary format of the picture.")
-        .mandatory<PrimaryFrames>(L"primaryFrames", _primaryFrames, "Records of single frames in the primary format.")
-        .optional<AltResolution>(L"altResolution", _altResolution, "The alternative format of the picture.")
-        .mandatory<AltFrames>(L"altFrames", _altFrames, "Records of single frames in the alternative format.")
+        .mandatory<PrimaryResolution>(L"primaryResolution", _rare->primaryResolution, _rare,
+                                      "The primary format of the picture.")
+        .mandatory<PrimaryFrames>(L"primaryFrames", _rare->primaryFrames, _rare,
+                                  "Records of single frames in the primary format.")
+        .optional<AltResolution>(L"altResolution", _rare->altResolution, _rare,
+                                 "The alternative format of the picture.")
+        .mandatory<AltFrames>(L"altFrames", _rare->altFrames, _rare,
+                              "Records of single frames in the alternative format.")
         .optional<AudioProps>(L"audioProperties", _audioProperties, "The format of the sound.")
-        .mandatory<AudioFrames>(L"audioFrames", _audioFrames, "Records of single frames of the sound.")
-        .mandatory<Processed>(L"processed", _processed, "The material has been processed.")
-        .optional<Comment>(L"comment", _comment, "Free text.")
-        .optional<Anamorphic>(L"anamorphicFlag", _anamorphicFlag,
+        .mandatory<AudioFrames>(L"audioFrames", _rare->audioFrames, _rare, "Records of single frames of the sound.")
+        .mandatory<Processed>(L"processed", _rare->processed, _rare, "The material has been processed.")
+        .optional<Comment>(L"comment", _rare->comment, _rare, "Free text.")
+        .optional<Anamorphic>(L"anamorphicFlag", _rare->anamorphicFlag, _rare,
                               "How the picture is squeezed: the application's own codes.")
         .optional<HasMedia>(L"hasMedia", _hasMedia, "The media are there.")
         .status();
@@ -111,12 +114,13 @@ DmSourceNode::MediaInput::MediaInput(const DmNodeId& id)
 eDmErrorId DmSourceNode::MediaInput::createList()
 {
     return declare(*this, Input::createList())
-        .optional<SrcInStr>(L"srcInStr", _srcInStr, "The label of the first frame on the tape or in the file.")
+        .optional<SrcInStr>(L"srcInStr", _rare->srcInStr, _rare,
+                            "The label of the first frame on the tape or in the file.")
         .mandatory<SrcIn>(L"srcIn", _srcIn, "The time of that frame, in the mode of the label.", dmFrames)
         .optional<SrcInFcm>(L"srcInFcm", _srcInFcm, "The frame-code mode of that label.", dmModeNames())
-        .optional<SrcInOffset>(L"srcInOffset", _srcInOffset, "An offset of that time.", dmFrames)
+        .optional<SrcInOffset>(L"srcInOffset", _rare->srcInOffset, _rare, "An offset of that time.", dmFrames)
         .mandatory<SrcInfo>(L"srcInfo", _srcInfo, "Where the media came from.")
-        .optional<ExtraDataDictionary>(L"extraDataDictionary", _extraDataDictionary,
+        .optional<ExtraDataDictionary>(L"extraDataDictionary", _rare->extraDataDictionary, _rare,
                                        "Keys and values that go along with the input.")
         .status();
 }
@@ -176,9 +180,9 @@ double DmSourceNode::MediaInput::getTapeSrcIn() const
 {
     if (_srcIn > 0.0)
         return _srcIn;
-    if (_srcInStr.empty())
+    if (_rare->srcInStr.empty())
         return 0.0;
-    const DmStoredLabel label(_srcInStr, _srcInFcm);
+    const DmStoredLabel label(_rare->srcInStr, _srcInFcm);
     const DM::FrameCodeModes srcInFcm = label.fcm();
     if (srcInFcm == FCM_NOT_DEFINED)
     {
@@ -191,7 +195,7 @@ double DmSourceNode::MediaInput::getTapeSrcIn() const
     }
     if (label.isValid())
         return label.toFrames();
-    ZR_POST_WARNING("Invalid timecode (%ls) for source '%ls'", _srcInStr.c_str(), getName().c_str());
+    ZR_POST_WARNING("Invalid timecode (%ls) for source '%ls'", _rare->srcInStr.c_str(), getName().c_str());
     return 0.0;
 }
 

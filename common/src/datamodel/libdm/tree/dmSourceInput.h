@@ -2,6 +2,8 @@
 ///
 /// Several sources may share one input. A copy shares nothing. "srcLength" is the material's length in frames of its
 /// own mode, "srcFcm"; "srcIn" the time at which it starts on its tape or in its file.
+///
+/// A reference from a getter is good until the object's next setter.
 #pragma once
 
 #include "dmAudioProperties.h"
@@ -54,11 +56,11 @@ public:
     // document or a caller made them so. own...() give what may be changed: the shared default is first replaced by a
     // copy, which is a change of the property; null where there is none or the input is a constant.
 
-    const DmFrameResolution* getPrimaryRes() const { return _primaryResolution.get(); }
-    DmFrameResolution* ownPrimaryRes() { return _primaryResolution.own(*this, PrimaryResolution); }
+    const DmFrameResolution* getPrimaryRes() const { return _rare->primaryResolution.get(); }
+    DmFrameResolution* ownPrimaryRes() { return _rare->primaryResolution.own(*this, PrimaryResolution); }
     eDmErrorId setPrimaryRes(const CoSharedPtr<DmFrameResolution>& format) { return set(PrimaryResolution, format); }
-    const DmFrameResolution* getAltRes() const { return _altResolution.get(); }
-    DmFrameResolution* ownAltRes() { return _altResolution.own(*this, AltResolution); }
+    const DmFrameResolution* getAltRes() const { return _rare->altResolution.get(); }
+    DmFrameResolution* ownAltRes() { return _rare->altResolution.own(*this, AltResolution); }
     eDmErrorId setAltRes(const CoSharedPtr<DmFrameResolution>& format) { return set(AltResolution, format); }
     const DmAudioProperties* getAudioProperties() const { return _audioProperties.get(); }
     DmAudioProperties* ownAudioProperties() { return _audioProperties.own(*this, AudioProps); }
@@ -66,21 +68,21 @@ public:
 
     // Frame by frame, where the media are kept so.
 
-    const DmSetList<DmFrameNode>& getPrimaryFrames() const { return _primaryFrames; }
-    int getNumberOfPrimaryFrames() const { return _primaryFrames.count(); }
+    const DmSetList<DmFrameNode>& getPrimaryFrames() const { return _rare->primaryFrames; }
+    int getNumberOfPrimaryFrames() const { return _rare->primaryFrames.count(); }
     eDmErrorId addPrimaryFrame(const CoSharedPtr<DmFrameNode>& frame) { return addTo(PrimaryFrames, frame); }
-    const DmSetList<DmFrameNode>& getAltFrames() const { return _altFrames; }
-    int getNumberOfAltFrames() const { return _altFrames.count(); }
+    const DmSetList<DmFrameNode>& getAltFrames() const { return _rare->altFrames; }
+    int getNumberOfAltFrames() const { return _rare->altFrames.count(); }
     eDmErrorId addAltFrame(const CoSharedPtr<DmFrameNode>& frame) { return addTo(AltFrames, frame); }
-    const DmSetList<DmFrameNode>& getAudioFrames() const { return _audioFrames; }
-    int getNumberOfAudioFrames() const { return _audioFrames.count(); }
+    const DmSetList<DmFrameNode>& getAudioFrames() const { return _rare->audioFrames; }
+    int getNumberOfAudioFrames() const { return _rare->audioFrames.count(); }
     eDmErrorId addAudioFrame(const CoSharedPtr<DmFrameNode>& frame) { return addTo(AudioFrames, frame); }
 
-    bool getProcessed() const { return _processed; }
+    bool getProcessed() const { return _rare->processed; }
     eDmErrorId setProcessed(bool processed) { return set(Processed, processed); }
-    const DmString& getComment() const { return _comment; }
+    const DmString& getComment() const { return _rare->comment; }
     eDmErrorId setComment(const DmString& comment) { return set(Comment, comment); }
-    AnamorphicFlag getAnamorphicFlag() const { return _anamorphicFlag; }
+    AnamorphicFlag getAnamorphicFlag() const { return _rare->anamorphicFlag; }
     eDmErrorId setAnamorphicFlag(AnamorphicFlag flag) { return set(Anamorphic, flag); }
     bool hasMedia() const { return _hasMedia; }
     eDmErrorId setHasMedia(bool has) { return set(HasMedia, has); }
@@ -93,20 +95,26 @@ protected:
     Input(const Input& other) = default;
 
 private:
+    /// What few inputs have.
+    struct Rare
+    {
+        DmOwnedRecord<DmFrameResolution> primaryResolution;
+        DmOwnedList<DmFrameNode> primaryFrames;
+        DmOwnedRecord<DmFrameResolution> altResolution{dmSharedDefault<DmFrameResolution>()};
+        DmOwnedList<DmFrameNode> altFrames;
+        DmOwnedList<DmFrameNode> audioFrames;
+        DmString comment;
+        AnamorphicFlag anamorphicFlag = AnamorphicUndefined;
+        bool processed = false;
+    };
+
     DmString _name;
     eDmTreeMediaType _mediaType = DM_MEDIA_UNDEFINED;
-    AnamorphicFlag _anamorphicFlag = AnamorphicUndefined;
     double _srcLength = 0.0;
     DmString _srcFcm;
-    DmOwnedRecord<DmFrameResolution> _primaryResolution;
-    DmOwnedRecord<DmFrameResolution> _altResolution;
     DmOwnedRecord<DmAudioProperties> _audioProperties;
-    DmOwnedList<DmFrameNode> _primaryFrames;
-    DmOwnedList<DmFrameNode> _altFrames;
-    DmOwnedList<DmFrameNode> _audioFrames;
-    DmString _comment;
-    bool _processed = false;
     bool _hasMedia = false;
+    DmRare<Rare> _rare;
 };
 
 /// A key and a value that go along with a media input.
@@ -172,11 +180,11 @@ public:
     /// Where the material starts on its tape, in frames of "srcInFcm": "srcIn" where that is positive, else what the
     /// label says. 0 for a label that cannot be read, which is warned about.
     double getTapeSrcIn() const;
-    const DmString& getSrcInStr() const { return _srcInStr; }
+    const DmString& getSrcInStr() const { return _rare->srcInStr; }
     eDmErrorId setSrcInStr(const DmString& label) { return set(SrcInStr, label); }
     const DmString& getSrcInFcm() const { return _srcInFcm; }
     eDmErrorId setSrcInFcm(const DmString& fcm) { return set(SrcInFcm, fcm); }
-    double getSrcInOffset() const { return _srcInOffset; }
+    double getSrcInOffset() const { return _rare->srcInOffset; }
     eDmErrorId setSrcInOffset(double frames) { return set(SrcInOffset, frames); }
 
     DmSourceInfo* getSrcInfo() const override { return _srcInfo.get(); }
@@ -184,16 +192,22 @@ public:
     eDmErrorId setSrcInfo(const DmSourceInfo* info);
     eDmErrorId setSrcInfo(const CoSharedPtr<DmSourceInfo>& info) { return setSrcInfo(info.get()); }
 
-    const DmSetList<DictionaryEntry>& getExtraDataDictionary() const { return _extraDataDictionary; }
+    const DmSetList<DictionaryEntry>& getExtraDataDictionary() const { return _rare->extraDataDictionary; }
     eDmErrorId addExtraData(const CoSharedPtr<DictionaryEntry>& entry) { return addTo(ExtraDataDictionary, entry); }
 
 private:
-    DmString _srcInStr;
+    /// What few media inputs have.
+    struct Rare
+    {
+        DmString srcInStr;
+        double srcInOffset = 0.0;
+        DmOwnedList<DictionaryEntry> extraDataDictionary;
+    };
+
     double _srcIn = 0.0;
     DmString _srcInFcm;
-    double _srcInOffset = 0.0;
     DmOwnedRecord<DmSourceInfo> _srcInfo;
-    DmOwnedList<DictionaryEntry> _extraDataDictionary;
+    DmRare<Rare> _rare;
 };
 
 /// Material that the system makes: a colour, bars, noise, a tone.

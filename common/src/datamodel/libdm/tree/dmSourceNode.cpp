@@ -24,9 +24,12 @@ eDmErrorId DmSourceNode::createList()
 {
     return declare(*this, DmSegmentNode::createList())
         .mandatory<SrcInput>(L"srcInput", _srcInput, "The material.")
-        .optional<SrcMultiInput>(L"srcMultiInput", _srcMultiInput, "Further inputs of a source of several channels.")
-        .optional<IsMultiChannel>(L"isMultiChannel", _isMultiChannel, "The source plays its further inputs.")
-        .optional<FxChecksum>(L"fxChecksum", _fxChecksum, "A checksum of the applied effects; 2147483647 for none.")
+        .optional<SrcMultiInput>(L"srcMultiInput", _rare->srcMultiInput, _rare,
+                                 "Further inputs of a source of several channels.")
+        .optional<IsMultiChannel>(L"isMultiChannel", _rare->isMultiChannel, _rare,
+                                  "The source plays its further inputs.")
+        .optional<FxChecksum>(L"fxChecksum", _rare->fxChecksum, _rare,
+                              "A checksum of the applied effects; 2147483647 for none.")
         .status();
 }
 

@@ -63,13 +63,13 @@ public:
     Input* getSrcInput() const;
     eDmErrorId setSrcInput(const CoSharedPtr<Input>& input);
     /// Of a multi-channel source: one for each further channel.
-    const DmSetList<Input>& getSrcMultiInput() const { return _srcMultiInput; }
+    const DmSetList<Input>& getSrcMultiInput() const { return _rare->srcMultiInput; }
     eDmErrorId addSrcMultiInput(const CoSharedPtr<Input>& input);
     eDmErrorId removeSrcMultiInput(int index) { return removeFrom(SrcMultiInput, index); }
-    bool isMultiChannel() const { return _isMultiChannel; }
+    bool isMultiChannel() const { return _rare->isMultiChannel; }
     eDmErrorId setIsMultiChannel(bool is) { return set(IsMultiChannel, is); }
     /// Of the effects that were applied; dmNoTime for none.
-    double getFxChecksum() const { return _fxChecksum; }
+    double getFxChecksum() const { return _rare->fxChecksum; }
     eDmErrorId setFxChecksum(double checksum) { return set(FxChecksum, checksum); }
 
     // Times that do not fit the input: a negative length becomes one frame, an offset outside the material moves to its
@@ -86,12 +86,18 @@ public:
     eDmErrorId checkTimeIntegrity();
 
 private:
+    /// What few sources have.
+    struct Rare
+    {
+        DmSetList<Input> srcMultiInput;
+        bool isMultiChannel = false;
+        double fxChecksum = dmNoTime;
+    };
+
     eDmErrorId repair(const DmTimeFault& fault);
     /// The offset of material of one frame or less is 0: its value is no fault.
     bool playsOneFrame() const;
 
     DmNested<Input> _srcInput;
-    DmSetList<Input> _srcMultiInput;
-    bool _isMultiChannel = false;
-    double _fxChecksum = dmNoTime;
+    DmRare<Rare> _rare;
 };

@@ -39,7 +39,7 @@ eDmErrorId DmTreeNode::createList()
     return declare(*this)
         .constant<ClassId>(L"classId", _classId, "The kind of node: fixed by its class.", nodeKinds)
         .mandatory<Name>(L"name", _name, "The name that people see.")
-        .mandatory<Comment>(L"comment", _comment, "Free text.")
+        .mandatory<Comment>(L"comment", _rare->comment, _rare, "Free text.")
         .mandatory<BaseBlob>(L"baseBlob", _baseBlob, "A set of any class that goes along with the node.")
         .status();
 }

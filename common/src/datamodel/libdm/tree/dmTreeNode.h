@@ -11,6 +11,8 @@
 ///
 /// Nodes are counted and held through CoSharedPtr. They know their children and not their parents: one node may stand
 /// in several trees. Threads: as every property set; a tree that nobody changes may be read by any number of threads.
+///
+/// A reference from a getter is good until the object's next setter.
 #pragma once
 
 #include "dmPropertySet.h"
@@ -67,7 +69,7 @@ public:
 
     const DmString& getName() const { return _name; }
     eDmErrorId setName(const DmString& name) { return set(Name, name); }
-    const DmString& getComment() const { return _comment; }
+    const DmString& getComment() const { return _rare->comment; }
     eDmErrorId setComment(const DmString& comment) { return set(Comment, comment); }
     /// A set of any class that goes along with the node; null when there is none.
     DmPropertySet* getBaseBlob() const { return _baseBlob.get(); }
@@ -92,10 +94,16 @@ public:
     virtual void postProcess(DmTreeVisitor& visitor);
 
 private:
+    /// What few nodes have.
+    struct Rare
+    {
+        DmString comment;
+    };
+
     eDmTreeNodeClassId _classId;
     DmString _name{L"untitled"};
-    DmString _comment;
     DmPropertySetPtr _baseBlob;
+    DmRare<Rare> _rare;
 };
 
 /// What every class of node supplies, written once: beside what DmConcrete does, the visitor's functions for the class.
