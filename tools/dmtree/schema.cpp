@@ -146,7 +146,7 @@ private:
                     [&]
                     {
                         _out.object(majorKey, [&] { integer<int>(0, major); });
-                        _out.object(minorKey, [&] { integer<int>(); });
+                        _out.object(minorKey, [&] { integer<int>(std::numeric_limits<int>::min(), minor); });
                     });
         _out.addList("required", {majorKey, minorKey});
         _out.add("additionalProperties", false);
@@ -241,6 +241,7 @@ private:
         case DM_STRING:
             return def._texts && def._texts->isComplete ? string(patternOf(*def._texts)) : string();
         case DM_CHAR:
+            return string("^[\\u0000-\\u00ff]$");
         case DM_UCHAR:
             return string();
         case DM_FLOAT:
@@ -254,10 +255,10 @@ private:
         case DM_VECTOR_SHORT:
             return list([&] { string("^-?[0-9]+$"); });
         case DM_VECTOR_UINT64:
-            return list([&] { string("^[0-9]+$"); });
+            return list([&] { string("^(-0|[0-9]+)$"); });
         case DM_VECTOR_FLOAT:
         case DM_VECTOR_DOUBLE:
-            return list([&] { string("^-?[0-9.]+(e[-+]?[0-9]+)?$"); });
+            return list([&] { string("^-?[0-9]+([.][0-9]+)?([eE][-+]?[0-9]+)?$"); });
         case DM_VECTOR_STRING:
         case DM_CDATA:
             return list([&] { string(); });
