@@ -29,6 +29,7 @@ void addCheck(CLI::App& app, Run& run);
 void addClasses(CLI::App& app, Run& run);
 void addConvert(CLI::App& app, Run& run);
 void addDump(CLI::App& app, Run& run);
+void addEdit(CLI::App& app, Run& run);
 void addEnv(CLI::App& app, Run& run);
 void addFmt(CLI::App& app, Run& run);
 void addInfo(CLI::App& app, Run& run);
