@@ -1,6 +1,8 @@
+#define RAPIDJSON_NAMESPACE zrInterchangeRapidjson
 #include "icEdlReader.h"
 #include "icEdlToTree.h"
 #include "icEdlWriter.h"
+#include "icOtioJson.h"
 #include "icOtioReader.h"
 #include "icOtioWriter.h"
 #include "icTreeToEdl.h"
@@ -22,6 +24,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <functional>
@@ -70,6 +73,35 @@ std::string write(const DmRoot& root)
             compact += text[i];
     }
     return compact + report.toString("cut.json");
+}
+
+/// Equal for objects that are equal but for the order of their members.
+std::string canonical(const otio::Value& value)
+{
+    std::string text;
+    std::vector<std::string> parts;
+    if (value.IsArray())
+        for (const otio::Value& each : value.GetArray())
+            parts.push_back(canonical(each));
+    else if (value.IsObject())
+    {
+        for (const auto& each : value.GetObject())
+            parts.push_back(canonical(each.name) + ':' + canonical(each.value));
+        std::ranges::sort(parts);
+    }
+    else if (value.IsNumber() && std::isfinite(value.GetDouble()))
+        text = std::to_string(value.GetDouble());
+    else
+        otio::appendJson(text, value);
+    for (const std::string& part : parts)
+        text += part + ',';
+    return (value.IsArray() ? "[" : value.IsObject() ? "{" : "") + text;
+}
+std::string canonical(std::string text)
+{
+    otio::json::Document document;
+    otio::JsonFault fault;
+    return otio::parse(document, text.data(), fault) ? canonical(document) : fault.what + text;
 }
 
 // Small documents, in the order in which the writer writes members
@@ -207,7 +239,7 @@ TEST(Otio, GivesEveryMemberBack)
         // A rate of one has no mode, which is no mistake where the mode is given.
         const CoSharedPtr<DmRoot> root = readOtio(each.text, DM::FCM_25, report);
         ASSERT_TRUE(root) << report.toString("cut.otio");
-        EXPECT_EQ(write(*root), each.text);
+        EXPECT_EQ(canonical(write(*root)), canonical(each.text));
     }
 }
 
@@ -230,7 +262,7 @@ TEST(Otio, LaysTransitionsBetweenWhatTheyOverlap)
     EXPECT_EQ(made.composition().getCompLength(), 40);
     const auto& source = dynamic_cast<DmSourceNode&>(made.element(0));
     EXPECT_EQ(source.getSrcInput()->getSrcLength(), 50);
-    EXPECT_EQ(source.getSrcInput()->getSrcInfo()->getPath(), L"file:///roll.mov");
+    EXPECT_EQ(source.getSrcInput()->getSrcInfo()->getPath(), L"/roll.mov");
     EXPECT_EQ(dynamic_cast<DmSourceNode::MediaInput&>(*source.getSrcInput()).getSrcIn(), 4);
 }
 
@@ -389,37 +421,33 @@ TEST(Otio, WritesWhatWasEdited)
     };
     const Case cases[] = {
         {"name", [](const Read& made) { return made.segment(0).setName(L"two"); }, R"("name":"two")"},
-        {"length", [](const Read& made) { return made.segment(0).setRecLength(12); }, range(10, 16)},
+        {"length", [](const Read& made) { return made.segment(0).setRecLength(12); }, range(10, 12)},
         {"begin", [](const Read& made) { return made.segment(0).setRelIn(9); }, range(9, 20)},
         {"mute", [](const Read& made) { return made.segment(0).setMuted(true); }, R"("enabled":false)"},
         {"material", [&](const Read& made) { return input(made).setSrcLength(60); }, range(0, 60)},
         {"path", [&](const Read& made) { return input(made).getSrcInfo()->setPath(L"b.mov"); },
          R"("target_url":"b.mov")"},
         {"reel", [&](const Read& made) { return input(made).getSrcInfo()->setReelName(L"B2"); },
-         R"("cmx_3600":{"reel":"B2"}})"},
+         R"("cmx_3600":{"reel":"B2"})"},
         {"marker", [](const Read& made) { return made.segment(0).addSegmentMark(DmCueMark::create(L"hit", 3)); },
          R"("name":"hit")"},
         {"time of a marker", [&](const Read& made) { return mark(made).setCueMarkTime(3); },
-         R"("odd":3,"marked_range":)" + range(3, 0)},
+         R"("marked_range":)" + range(3, 0)},
         {"colour of a marker", [&](const Read& made) { return mark(made).setCueMarkColorBlue(250); },
-         R"("color":"MAGENTA"}],"odd":1)"},
+         R"("color":"MAGENTA")"},
         {"no marker", [](const Read& made) { return made.segment(0).removeSegmentMark(0); }, R"("markers":[])"},
         {"speed", [](const Read& made) { return made.segment(0).addEffect(DmVTimewarpSettings::create()); },
          R"("time_scalar":1.0)"},
         {"another look", [](const Read& made) { return made.segment(0).addEffect(DmLookSettings::create()); },
-         "effects other than one constant speed and one look: left out"},
-        {"saturation", [&](const Read& made) { return look(made).setSaturation(2); },
-         R"("cdl":{"asc_sop":{"slope":[1,1,2],"offset":[0,0,0],"power":[1,1,1],"odd":2},"id":"x","asc_sat":2.0}})"},
-        {"slope", [&](const Read& made) { return look(made).setSlopeR(0.5); },
-         R"("cdl":{"asc_sop":{"slope":[0.5,1.0,2.0],"offset":[0.0,0.0,0.0],"power":[1.0,1.0,1.0],"odd":2},"id":"x"}})"},
+         "effects other than one constant speed and one look: other programs do not see them"},
+        {"saturation", [&](const Read& made) { return look(made).setSaturation(2); }, R"("asc_sat":2.0)"},
+        {"slope", [&](const Read& made) { return look(made).setSlopeR(0.5); }, R"("slope":[0.5,1.0,2.0])"},
         {"a number that is none", [&](const Read& made) { return look(made).setPowerG(std::nan("")); },
-         "effects other than one constant speed and one look: left out"},
-        {"no look", [](const Read& made) { return made.segment(0).removeEffect(0); },
-         R"("metadata":{"k":1,"cdl":{"id":"x"}})"},
+         "effects other than one constant speed and one look: other programs do not see them"},
+        {"no look", [](const Read& made) { return made.segment(0).removeEffect(0); }, R"("asc_sop":{"odd":2})"},
         {"offset of a transition", [&](const Read& made) { return mix(made).setRelIn(3); },
          R"("in_offset":)" + time(3)},
-        {"wipe", [&](const Read& made) { return mix(made).setEffect(wipe()); },
-         R"("transition_type":"SMPTE_Wipe","metadata":{"cmx_3600":{"transition":"W012"}})"},
+        {"wipe", [&](const Read& made) { return mix(made).setEffect(wipe()); }, R"("transition":"W012")"},
         {"another transition", [&](const Read& made) { return mix(made).setEffect(DmLookSettings::create()); },
          R"("transition_type":"Custom_Transition")"},
         {"start", [](const Read& made) { return made.composition().setStartTC(7, L"25 fps"); },
@@ -474,7 +502,7 @@ TEST(Otio, WritesDocumentsOfOtherOrigin)
 
     const std::string text = write(*root);
     for (const std::string& expected :
-         {R"("global_start_time":)" + time(90000), R"("marked_range":)" + range(3, 0), range(1002, 11), range(1001, 9),
+         {R"("global_start_time":)" + time(90000), R"("marked_range":)" + range(3, 0), range(1001, 11), range(999, 9),
           range(1000, 25), R"("in_offset":)" + time(1), R"("out_offset":)" + time(3), std::string(R"("reel":"A1")"),
           std::string(R"("target_url":"a.mov")"), std::string(R"("OTIO_SCHEMA":"Gap.1")")})
         EXPECT_NE(text.find(expected), std::string::npos) << expected << "\n" << text;
@@ -501,13 +529,18 @@ TEST(Otio, CarriesCutListsThrough)
         {"a saturation", first + "* ASC_SAT 0.9000\n", R"("cdl":{"asc_sat":0.9})"},
         {"notes", first + "* a still\nEFFECTS NAME IS BLUR\nSPLIT:    AUDIO DELAY= 00:00:01:00\n* KEY CLIP NAME: k\n",
          R"("comments":["a still","EFFECTS NAME IS BLUR","SPLIT:    AUDIO DELAY= 00:00:01:00","KEY CLIP NAME: k"])"},
-        {"names, of which the model has its own", first + names, R"("metadata":{"cmx_3600":{"reel":"A1"}})"},
+        {"names, of which the model has its own", first + names, R"("cmx_3600":{"reel":"A1"})"},
         {"notes of the head", "* of the whole\n" + first, R"("comments":["of the whole"])"},
         {"notes of a transition", first + outgoing + "* from\n" + mix + "* to\n", R"("comments":["from"])"},
         {"a note of picture and sound",
          "001  A1       B     C        01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n* both\n"},
         {"a speed", "001  A1       V     C        01:00:00:00 01:00:08:00 10:00:00:00 10:00:04:00\n"
                     "M2   A1             050.0                01:00:00:00\n"},
+        {"an outgoing side of its own",
+         first + "002  A3       V     C        01:00:04:00 01:00:04:00 10:00:04:00 10:00:04:00\n" + mix},
+        {"a source side of its own", "001  A1       V     C        01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n"
+                                     "M2   A1             000.0                01:00:00:00\n"},
+        {"a background", "001  A1       V     K B      01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n"},
     };
     for (const Case& each : cases)
     {
@@ -545,7 +578,7 @@ TEST(Otio, SaysWhatIsWrongAndWhere)
         {std::string("{}\0{}", 5), "cut.otio:1: a null character"},
         {std::string(100000, '['), "cut.otio:1: nested too deeply"},
         {"[]", "no timeline, stack, track or clip"},
-        {"\n" + clip("a", range(0, 5, "48.0")), "no frame-code mode has the rate 48.0"},
+        {"\n" + clip("a", range(0, 5, "48.0")), "no frame-code mode has the rate 48"},
         {"\n" + clip("a", "null"), "cut.otio:2: an item without a length", "taken as zero"},
         {"\n" + clip("a", range(0, -5)), "a negative duration", "taken as zero"},
         {track("\n7"), "a child that is no object", "left out"},
@@ -558,7 +591,7 @@ TEST(Otio, SaysWhatIsWrongAndWhere)
         {clip("a", range(0, 5), R"(,"x":NaNe300)"), "a number that is too large, or none"},
         {clip("a", range(0, 5), R"(,"x":"\udc00")"), "a text that is no UTF-8"},
         {clip("a", range(0, 5, "0.0")), "a time out of range", "taken as zero"},
-        {clip("a", range(0, 5, "NaN")), "no frame-code mode has the rate nan"},
+        {clip("a", range(0, 5, "NaN")), "a time out of range", "taken as zero"},
         {R"({"OTIO_SCHEMA":"Odd.1"})", "an object of the schema Odd is no timeline, stack, track or clip",
          "an empty composition stands for it"},
         {collection(collection(collection(""))), "collections nested too deeply", "an empty composition stands for it"},

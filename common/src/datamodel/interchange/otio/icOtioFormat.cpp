@@ -21,13 +21,12 @@ public:
 
     CoSharedPtr<DmRoot> read(Source& source, const Options& options, Report& report) const override
     {
-        return readOtio(source.readAll(), options.fcm, report);
+        return readOtio(source.readAll(), options.fcm, report, options.places);
     }
 
     bool write(const DmRoot& root, Sink& sink, const Options& options, Report& report) const override
     {
-        const std::optional<std::string> text = writeOtio(root, options.fcm, report);
-        return text && sink.write(*text);
+        return writeOtio(root, options.fcm, sink, report);
     }
 };
 

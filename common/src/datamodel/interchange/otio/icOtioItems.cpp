@@ -3,11 +3,15 @@
 #include "icColours.h"
 #include "icLeftovers.h"
 #include "icNotes.h"
+#include "icOtioOwn.h"
+#include "icPath.h"
 #include "icText.h"
 #include "icTree.h"
 
 #include "dmADissolveSettings.h"
 #include "dmATimewarpSettings.h"
+#include "dmGapNode.h"
+#include "dmMaterial.h"
 #include "dmTimewarpSettings.h"
 #include "dmUtf8.h"
 #include "dmVDissolveSettings.h"
@@ -43,11 +47,6 @@ constexpr std::array<Generator, 8> generators{{{"SMPTEBars", L"INPUT_SMPTE_BARS"
 
 /// What the types of wipes begin with; a pattern's number may follow.
 constexpr std::string_view wipeType = "SMPTE_Wipe";
-
-void attach(DmTreeNode& node, std::string_view text)
-{
-    require(setLeftover(node, leftoverType, text));
-}
 
 } // namespace
 
@@ -163,9 +162,9 @@ std::vector<Note> notesOf(const Value& object)
     return notes;
 }
 
-Value keptOf(const DmTreeNode& node, json::Document::AllocatorType& allocator)
+Value leftoverValue(const DmTreeNode& node, LeftoverType type, json::Document::AllocatorType& allocator)
 {
-    const std::optional<std::string> data = leftoverOf(node, leftoverType);
+    const std::optional<std::string> data = leftoverOf(node, type);
     if (!data)
         return {};
     // Parsed in place, in memory that lives as long as the values.
@@ -175,14 +174,19 @@ Value keptOf(const DmTreeNode& node, json::Document::AllocatorType& allocator)
     json::Document document(&allocator);
     if (!parse(document, text, fault))
         return {};
-    lengthen(document, allocator);
     return std::move(static_cast<Value&>(document));
+}
+
+const Value* ownMember(const Value& object)
+{
+    const Value* const own = member(member(&object, "metadata"), ownKey);
+    return own && own->IsObject() ? own : nullptr;
 }
 
 // Messages
 
-Items::Items(bool anyRate, Report* report, const ParsedText* source)
-    : _anyRate(anyRate)
+Items::Items(Report* report, const ParsedText* source, bool tellsPlaces)
+    : _tellsPlaces(tellsPlaces)
     , _report(report)
     , _source(source)
 {
@@ -204,6 +208,12 @@ std::uint32_t Items::lineOf(const Value* object) const
     return _source->lineOf(*object);
 }
 
+void Items::came(const DmTreeNode& node, const Value& object)
+{
+    if (_tellsPlaces && _report && _source)
+        _report->came(node, _source->lineOf(object));
+}
+
 void Items::mistake(const Value* object, std::string what, std::string_view choice)
 {
     if (_report)
@@ -214,12 +224,6 @@ void Items::add(Report::Level level, const Value* object, std::string what)
 {
     if (_report)
         _report->add(level, lineOf(object), std::move(what));
-}
-
-void Items::refuseRate(const Value* object, double rate)
-{
-    add(Report::Error, object,
-        "no frame-code mode has the rate " + std::to_string(rate) + "; name the mode to convert to");
 }
 
 void Items::lose(const Loss& loss)
@@ -244,22 +248,6 @@ void Items::setName(DmTreeNode& node, const Value& object)
 {
     if (const std::string_view name = textOf(&object, "name"); !name.empty())
         require(node.setName(toDmString(name)));
-}
-
-void Items::keep(DmTreeNode& node, const Value& object, LeftOut leftOut)
-{
-    _kept.clear();
-    appendShortJson(_kept, object, leftOut);
-    attach(node, _kept);
-    std::string notes;
-    appendNoteLines(notes, notesOf(object));
-    if (!notes.empty())
-        require(setLeftover(node, edlLeftover, notes));
-}
-
-void Items::keepImplied(DmTreeNode& node)
-{
-    attach(node, "[]");
 }
 
 // Times
@@ -288,8 +276,9 @@ double Items::frames(const Value* time)
     const DM::FrameCodeModes own = DM::FcmUtil::FPStoFCM(ownFps, false);
     if (own != DM::FCM_NOT_DEFINED && own == DM::FcmUtil::toNonDrop(_fcm))
         return count;
-    if (own == DM::FCM_NOT_DEFINED && !_anyRate)
-        refuseRate(time, ownFps);
+    constexpr double partsOfFrame = 1000;
+    if (_isSound)
+        return std::round(exact * partsOfFrame) / partsOfFrame;
     const double nearest = std::round(exact);
     if (const double difference = std::abs(nearest - exact); difference > 1e-6)
     {
@@ -313,7 +302,7 @@ std::optional<Items::Range> Items::range(const Value* range)
     return read;
 }
 
-Extent Items::extent(const Value& item, const std::optional<Range>& material)
+Extent Items::extent(const Value& item, const std::optional<Range>& material, double speed)
 {
     std::optional<Range> played = range(member(&item, "source_range"));
     if (!played)
@@ -324,7 +313,7 @@ Extent Items::extent(const Value& item, const std::optional<Range>& material)
         played = Range{0, 0};
     }
     Extent extent{played->start, played->start, played->length, 0};
-    double end = played->start + played->length;
+    double end = played->start + played->length * std::max(1.0, std::abs(speed));
     if (material)
     {
         extent.base = std::min(material->start, extent.base);
@@ -336,14 +325,9 @@ Extent Items::extent(const Value& item, const std::optional<Range>& material)
 
 // Parts of items
 
-Extent Items::clipExtent(const Value& clip)
-{
-    return clipExtent(clip, mediaOf(clip));
-}
-
 Extent Items::clipExtent(const Value& clip, const Value* media)
 {
-    return extent(clip, range(member(media, "available_range")));
+    return extent(clip, range(member(media, "available_range")), speedOf(clip).value_or(1.0));
 }
 
 CoSharedPtr<DmSourceNode::Input> Items::generator(const Value& media, double length, eDmTreeMediaType mediaType)
@@ -361,7 +345,7 @@ CoSharedPtr<DmSourceNode::Input> Items::generator(const Value& media, double len
 
 void Items::setSequence(DmSourceInfo& info, const Value& media, double length)
 {
-    require(info.setPath(toDmString(textOf(&media, "target_url_base"))));
+    require(info.setPath(toDmString(pathOfUrl(textOf(&media, "target_url_base")))));
     const Value* const padding = member(&media, "frame_zero_padding");
     const int digits = padding && padding->IsInt() ? std::clamp(padding->GetInt(), 0, 32) : 0;
     std::string pattern(textOf(&media, "name_prefix"));
@@ -396,10 +380,63 @@ CoSharedPtr<DmSourceNode::Input> Items::input(const Value& clip, const Value* me
                                 : isSequence ? DmSourceInfo::FileSequence
                                              : DmSourceInfo::Unknown));
     if (isFile)
-        require(info->setPath(toDmString(textOf(media, "target_url"))));
+        require(info->setPath(toDmString(pathOfUrl(textOf(media, "target_url")))));
     if (isSequence)
         setSequence(*info, *media, extent.materialLength);
+    // What plays says how much there is at least; the file's own length is kept beside it.
+    const std::optional<Range> available = range(member(media, "available_range"));
+    if (!available)
+        require(dmSetMaterialLengthUnknown(*recorded));
+    else if (available->length != extent.materialLength)
+        require(dmSetMaterialLength(*recorded, available->length));
     return recorded;
+}
+
+CoSharedPtr<DmCompositionNode> Items::composition(const Value& object)
+{
+    const std::string_view name = textOf(&object, "name");
+    auto node = made(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _fcmText, {}));
+    const bool isTimeline = schemaOf(&object) == "Timeline";
+    const double start = isTimeline ? frames(member(&object, "global_start_time")) : 0.0;
+    require(node->setStartTC(start, _fcmText));
+    const Value* const stack = isTimeline ? member(&object, "tracks") : &object;
+    if (const Value* const markers = schemaOf(stack) == "Stack" ? arrayOf(stack, "markers") : nullptr)
+        for (const Value& marker : markers->GetArray())
+            require(node->addCueMark(mark(marker, -start)));
+    return node;
+}
+
+CoSharedPtr<DmTrackNode> Items::track(const Value& object, eDmTreeMediaType mediaType, int number)
+{
+    auto node = made(DmTrackNode::create(number, mediaType));
+    require(node->setTrackChannel(number));
+    setName(*node, object);
+    return node;
+}
+
+CoSharedPtr<DmSegmentNode> Items::gap(const Value& item, eDmTreeMediaType mediaType)
+{
+    const Range played = range(member(&item, "source_range")).value_or(Range{0, 0});
+    const auto node = made(DmGapNode::create(mediaType, 0, played.length));
+    require(node->setRelIn(played.start));
+    dress(*node, item, 0);
+    return node;
+}
+
+CoSharedPtr<DmContainerNode> Items::container(const Value& item, const CoSharedPtr<DmCompositionNode>& inside,
+                                              double length, eDmTreeMediaType mediaType)
+{
+    const Extent extent = this->extent(item, Range{0, length});
+    auto node = made(DmContainerNode::create(inside, mediaType, 0, extent.length, extent.start - extent.base));
+    dress(*node, item, extent.base);
+    return node;
+}
+
+CoSharedPtr<DmTrxEffectNode> Items::transition(const Value& item, eDmTreeMediaType mediaType, double in, double out)
+{
+    auto node = made(DmTrxEffectNode::create(mix(item, mediaType, in + out), 0, in + out, in));
+    setName(*node, item);
+    return node;
 }
 
 CoSharedPtr<DmSourceNode> Items::clip(const Value& item, eDmTreeMediaType mediaType)

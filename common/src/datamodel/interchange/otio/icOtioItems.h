@@ -12,10 +12,14 @@
 #include "icOtioShort.h"
 #include "icReport.h"
 
+#include "dmCompositionNode.h"
+#include "dmContainerNode.h"
 #include "dmCueMark.h"
 #include "dmEffectSettings.h"
 #include "dmSourceInput.h"
 #include "dmSourceNode.h"
+#include "dmTrackNode.h"
+#include "dmTrxEffectNode.h"
 #include "tuFcm.h"
 
 #include <cstdint>
@@ -26,8 +30,9 @@
 namespace interchange::otio
 {
 
-/// An object's members, as they travel with a node.
-inline constexpr LeftoverType leftoverType{"otio", 1};
+/// What a file says and a node does not (icOtioPatch.h), as it travels with the node; once it was all that it said.
+inline constexpr LeftoverType leftoverType{"otio", 2};
+inline constexpr LeftoverType oldLeftoverType{"otio", 1};
 
 /// Of containers: what documents can be read again with.
 constexpr int deepestNesting = 75;
@@ -51,8 +56,10 @@ enum class Mix
 Mix mixOf(const Value& transition);
 /// The SMPTE number of a wipe: of its type's own digits, or of an event's "W012" among the metadata of cut lists.
 std::optional<int> wipePattern(const Value& transition);
-/// The object that travels with a node; an array where the file had none for it, null where the node is no file's.
-Value keptOf(const DmTreeNode& node, json::Document::AllocatorType& allocator);
+/// The JSON that travels with a node, parsed; null without any.
+Value leftoverValue(const DmTreeNode& node, LeftoverType type, json::Document::AllocatorType& allocator);
+/// What of an object is ours (icOtioOwn.h); null for nothing.
+const Value* ownMember(const Value& object);
 /// The comments of cut lists among an object's metadata.
 std::vector<Note> notesOf(const Value& object);
 /// The reel among a clip's metadata of cut lists; empty for none.
@@ -73,8 +80,8 @@ std::optional<Look> lookOf(const Value& item);
 class Items
 {
 public:
-    /// Tells nothing without a report. `anyRate` converts from rates that no frame-code mode has.
-    Items(bool anyRate, Report* report, const ParsedText* source);
+    /// Tells nothing without a report, and where nodes came from on request.
+    Items(Report* report, const ParsedText* source, bool tellsPlaces = false);
 
     /// What times are converted to.
     void setMode(DM::FrameCodeModes fcm);
@@ -84,10 +91,11 @@ public:
 
     // Messages
 
+    /// The node was made of the object.
+    void came(const DmTreeNode& node, const Value& object);
     void mistake(const Value* object, std::string what, std::string_view choice);
     void warn(const Value* object, std::string what) { add(Report::Warning, object, std::move(what)); }
     void add(Report::Level level, const Value* object, std::string what);
-    void refuseRate(const Value* object, double rate);
     void lose(const Loss& loss);
     /// Says what conversions between rates have cost.
     void tell();
@@ -97,11 +105,6 @@ public:
     /// Gives the node the object's name, if it has one.
     static void setName(DmTreeNode& node, const Value& object);
 
-    /// Attaches the object's members to a node, without what nodes of the tree stand for.
-    void keep(DmTreeNode& node, const Value& object, LeftOut leftOut);
-    /// Attaches an empty array: the file has no object for the node, its only child stands there instead.
-    static void keepImplied(DmTreeNode& node);
-
     // Times
 
     struct Range
@@ -110,13 +113,21 @@ public:
         double length;
     };
     double frames(const Value* time);
+    /// Times of sound fall between frames, to the thousandth.
+    void setMediaType(eDmTreeMediaType type) { _isSound = type == DM_MEDIA_AUDIO; }
     std::optional<Range> range(const Value* range);
-    Extent extent(const Value& item, const std::optional<Range>& material);
+    /// `speed`: how much of the material a frame of what plays takes.
+    Extent extent(const Value& item, const std::optional<Range>& material, double speed = 1);
 
     // Parts of items
 
+    CoSharedPtr<DmCompositionNode> composition(const Value& object);
+    static CoSharedPtr<DmTrackNode> track(const Value& object, eDmTreeMediaType mediaType, int number);
+    CoSharedPtr<DmSegmentNode> gap(const Value& item, eDmTreeMediaType mediaType);
+    CoSharedPtr<DmContainerNode> container(const Value& item, const CoSharedPtr<DmCompositionNode>& inside,
+                                           double length, eDmTreeMediaType mediaType);
+    CoSharedPtr<DmTrxEffectNode> transition(const Value& item, eDmTreeMediaType mediaType, double in, double out);
     CoSharedPtr<DmSourceNode> clip(const Value& item, eDmTreeMediaType mediaType);
-    Extent clipExtent(const Value& clip);
     CoSharedPtr<DmCueMark> mark(const Value& marker, double origin);
     CoSharedPtr<DmEffectSettings> mix(const Value& transition, eDmTreeMediaType mediaType, double length);
     /// Null without one, and for sound that would stand still, run backwards or beyond what can be heard.
@@ -135,8 +146,8 @@ private:
     DM::FrameCodeModes _fcm = DM::FCM_NOT_DEFINED;
     DmString _fcmText;
     double _fps = 0;
-    std::string _kept; ///< the text to attach next
-    bool _anyRate;
+    bool _isSound = false;
+    bool _tellsPlaces = false;
     Report* _report;
     const ParsedText* _source;
     std::size_t _moved = 0;

@@ -5,8 +5,8 @@
 #include "dmUtf8.h"
 
 #include <rapidjson/error/en.h>
-#include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
 
 #include <algorithm>
 #include <charconv>
@@ -210,22 +210,6 @@ bool parseInPlace(json::Document& document, char* text, std::size_t size, JsonFa
     return false;
 }
 
-// The indented form
-
-/// With tokens for what is no finite number, which the library's own does not write.
-class IndentedWriter : public json::PrettyWriter<json::StringBuffer>
-{
-public:
-    using PrettyWriter::PrettyWriter;
-    bool Double(double value)
-    {
-        if (std::isfinite(value))
-            return PrettyWriter::Double(value);
-        const std::string_view token = nonFiniteToken(value);
-        return RawValue(token.data(), token.size(), json::kNumberType);
-    }
-};
-
 } // namespace
 
 std::string_view nonFiniteToken(double value)
@@ -292,13 +276,13 @@ bool isTrack(std::string_view schema)
     return schema == "Track" || schema == "Sequence";
 }
 
-std::string toIndentedJson(const Value& value)
+void appendJson(std::string& text, const Value& value)
 {
     json::StringBuffer buffer;
-    IndentedWriter writer(buffer);
+    json::Writer<json::StringBuffer, json::UTF8<>, json::UTF8<>, json::CrtAllocator, json::kWriteNanAndInfFlag> writer(
+        buffer);
     value.Accept(writer);
-    buffer.Put('\n');
-    return {buffer.GetString(), buffer.GetSize()};
+    text.append(buffer.GetString(), buffer.GetSize());
 }
 
 } // namespace interchange::otio

@@ -93,8 +93,8 @@ bool isTrack(std::string_view schema);
 
 /// "NaN", "Infinity" or "-Infinity".
 std::string_view nonFiniteToken(double value);
-/// As documents are written: indented, with a line end behind.
-std::string toIndentedJson(const Value& value);
+/// Without white space.
+void appendJson(std::string& text, const Value& value);
 
 template <std::size_t size>
 const Value* member(const Value* object, const char (&name)[size])

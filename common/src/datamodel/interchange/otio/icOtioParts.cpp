@@ -2,11 +2,12 @@
 
 #include "icColours.h"
 #include "icLook.h"
+#include "icPath.h"
 #include "icText.h"
 #include "icTree.h"
 
 #include "dmADissolveSettings.h"
-#include "dmSetTools.h"
+#include "dmMaterial.h"
 #include "dmStoredLabel.h"
 #include "dmUtf8.h"
 #include "dmVDissolveSettings.h"
@@ -15,28 +16,13 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <optional>
 #include <string>
-#include <tuple>
-#include <vector>
 
 namespace interchange::otio
 {
 
 namespace
 {
-
-constexpr Loss lostEffect{"DM711", "left out"};
-constexpr Loss otherMix{"DM712", "written as Custom_Transition"};
-constexpr Loss wipeSettings{"DM730", "left out"};
-constexpr Loss generatorSettings{"DM731", "left out"};
-constexpr Loss furtherChannel{"DM732", "left out"};
-constexpr Loss markColour{"DM721", "written in the nearest one"};
-
-bool isSame(double a, double b)
-{
-    return a == b || std::abs(a - b) < 1e-6;
-}
 
 bool isFinite(const Look& look)
 {
@@ -45,55 +31,20 @@ bool isFinite(const Look& look)
     return areFinite(look.slope) && areFinite(look.offset) && areFinite(look.power) && std::isfinite(look.saturation);
 }
 
-// Marks
-
-using Colour = std::array<int, 3>;
-
-Colour colourOf(const DmCueMark& mark)
+/// The name of the nearest colour that has one.
+std::string_view colourName(const DmCueMark& mark)
 {
-    return {mark.getCueMarkColorRed(), mark.getCueMarkColorGreen(), mark.getCueMarkColorBlue()};
-}
-
-int distance(const Colour& colour, const NamedColour& named)
-{
-    const auto square = [](int a, int b) { return (a - b) * (a - b); };
-    return square(std::clamp(colour[0], 0, 255), named.red) + square(std::clamp(colour[1], 0, 255), named.green) +
-           square(std::clamp(colour[2], 0, 255), named.blue);
-}
-
-bool isSameMark(const DmCueMark& a, const DmCueMark& b)
-{
-    return isSame(a.getCueMarkTime(), b.getCueMarkTime()) && isSame(a.getCueMarkDuration(), b.getCueMarkDuration()) &&
-           a.getCueMarkName() == b.getCueMarkName() && a.getCueMarkComment() == b.getCueMarkComment() &&
-           colourOf(a) == colourOf(b);
-}
-
-/// For each mark the place of an equal one before, each of which is found once.
-std::vector<std::optional<std::size_t>> placesOf(const std::vector<const DmCueMark*>& now,
-                                                 const std::vector<CoSharedPtr<DmCueMark>>& before)
-{
-    // Marks keep their order as long as nobody sorts them: each search goes on where the last one has found something.
-    std::vector<std::optional<std::size_t>> places(now.size());
-    std::vector<bool> used(before.size());
-    std::size_t next = 0;
-    for (std::size_t i = 0; i < now.size(); ++i)
-        for (std::size_t k = 0; k < before.size() && !places[i]; ++k)
-            if (const std::size_t at = (next + k) % before.size(); !used[at] && isSameMark(*now[i], *before[at]))
-            {
-                used[at] = true;
-                places[i] = at;
-                next = at + 1;
-            }
-    return places;
+    const auto distance = [&mark](const NamedColour& named)
+    {
+        const auto square = [](int a, int b) { return (a - b) * (a - b); };
+        return square(std::clamp(mark.getCueMarkColorRed(), 0, 255), named.red) +
+               square(std::clamp(mark.getCueMarkColorGreen(), 0, 255), named.green) +
+               square(std::clamp(mark.getCueMarkColorBlue(), 0, 255), named.blue);
+    };
+    return std::ranges::min_element(namedColours(), {}, distance)->name;
 }
 
 // Media
-
-const wchar_t* typeOf(const DmSourceNode::Input* input)
-{
-    const auto* const generated = dynamic_cast<const DmSourceNode::GeneratedInput*>(input);
-    return generated ? generated->getInputType().c_str() : L"";
-}
 
 DmString reelOf(const DmSourceNode::Input& input)
 {
@@ -117,64 +68,130 @@ bool isSequence(const DmSourceNode::Input& input)
     return info && info->getSourceType() == DmSourceInfo::FileSequence && !info->getFileList().empty();
 }
 
-bool isSameInput(const DmSourceNode::Input& a, const DmSourceNode::Input& b)
-{
-    const DmSourceInfo* const one = a.getSrcInfo();
-    const DmSourceInfo* const other = b.getSrcInfo();
-    const auto files = [](const DmSourceInfo& info)
-    { return std::tuple(info.getSourceType(), info.getPath().view(), info.getFileSeqBegin()); };
-    return nameOf(a) == nameOf(b) && std::wstring_view(typeOf(&a)) == typeOf(&b) &&
-           (one != nullptr) == (other != nullptr) &&
-           (!one || (files(*one) == files(*other) && one->getFileList() == other->getFileList()));
-}
-
 /// The schema of a reference to such an input.
-std::string_view referenceSchema(const DmSourceNode::Input& input)
+const char* referenceSchema(const DmSourceNode::Input& input)
 {
     if (dynamic_cast<const DmSourceNode::GeneratedInput*>(&input))
-        return "GeneratorReference";
+        return "GeneratorReference.1";
     if (isSequence(input))
-        return "ImageSequenceReference";
+        return "ImageSequenceReference.1";
     const DmSourceInfo* const info = input.getSrcInfo();
-    return info && !info->getPath().empty() ? "ExternalReference" : "MissingReference";
+    return info && !info->getPath().empty() ? "ExternalReference.1" : "MissingReference.1";
 }
 
-// Transitions
-
-struct MixOf
+/// Where material starts, and its length, in frames of the composition.
+Items::Range materialOf(const DmSourceNode::Input& input, double fps)
 {
-    Mix mix = Mix::Other;
-    int pattern = 0;
-
-    bool operator==(const MixOf&) const = default;
-};
-
-MixOf mixOf(const DmEffectSettings* effect)
-{
-    if (const auto* const wipe = dynamic_cast<const DmWipeSettings*>(effect))
-        return {Mix::Wipe, wipe->getSmptePattern()};
-    const bool isDissolve =
-        dynamic_cast<const DmVDissolveSettings*>(effect) || dynamic_cast<const DmADissolveSettings*>(effect);
-    return {isDissolve ? Mix::Dissolve : Mix::Other};
+    const DM::FrameCodeModes own = dmFcmFromText(input.getFcm());
+    const double ratio = own == DM::FCM_NOT_DEFINED ? 1.0 : fps / DM::FcmUtil::getDoubleFPS(own);
+    double start = 0;
+    if (const auto* const media = dynamic_cast<const DmSourceNode::MediaInput*>(&input))
+        start = media->getSrcIn() == 0 && !media->getSrcInStr().empty() ? media->getTapeSrcIn() : media->getSrcIn();
+    else if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(&input))
+        start = derived->getSrcIn();
+    return {ratio * start, ratio * input.getSrcLength()};
 }
 
-/// Whether a wipe is but for its pattern and its length as every fresh one.
-bool isPlainWipe(const DmWipeSettings& wipe)
+/// The length that a reader has stored beside the one that plays; none without, negative for an unknown one.
+std::optional<double> storedLength(const DmSourceNode::Input& input)
 {
-    const auto fresh = made(DmWipeSettings::create());
-    require(fresh->setLength(wipe.getLength()));
-    require(fresh->setSmptePattern(wipe.getSmptePattern()));
-    bool isEqual = false;
-    return dmDeepEqual(wipe, *fresh, isEqual) == DM_NO_ERROR && isEqual;
+    const auto* const media = dynamic_cast<const DmSourceNode::MediaInput*>(&input);
+    if (!media)
+        return std::nullopt;
+    for (const DmPropertySetPtr& each : media->getExtraDataDictionary())
+        if (const auto* const entry = static_cast<const DmSourceNode::DictionaryEntry*>(each.get());
+            entry && entry->getKey() == dmMaterialLengthKey)
+            return entry->getValue() == dmMaterialLengthUnknown
+                       ? -1.0
+                       : toNumber<double>(dmUtf8(entry->getValue())).value_or(-1.0);
+    return std::nullopt;
+}
+
+const char* generatorKind(const DmSourceNode::GeneratedInput& input)
+{
+    constexpr std::pair<std::wstring_view, const char*> kinds[] = {
+        {L"INPUT_BLACK", "black"},          {L"INPUT_COLOUR", "SolidColor"},
+        {L"INPUT_NOISE", "Noise"},          {L"INPUT_COLOUR_NOISE", "Noise"},
+        {L"INPUT_SMPTE_BARS", "SMPTEBars"}, {L"INPUT_PAL_BARS", "PALBars"},
+        {L"INPUT_SILENCE", "Silence"},      {L"INPUT_TONE", "Tone"}};
+    for (const auto& [type, kind] : kinds)
+        if (input.getInputType().view() == type)
+            return kind;
+    return "black";
 }
 
 } // namespace
+
+Form Form::of(const Value& object, eDmTreeNodeClassId kind)
+{
+    Form form;
+    const std::string_view schema = schemaOf(&object);
+    if ((kind == DM_COMPOSITION_NODE && schema == "Stack") || (kind == DM_CONTAINER_NODE && isTrack(schema)))
+        form.schema = schema;
+    if (kind != DM_SOURCE_NODE)
+        return form;
+    form.isSingle = object.HasMember("media_reference");
+    if (!form.isSingle && mediaKey(object) != "DEFAULT_MEDIA")
+        form.key = mediaKey(object);
+    return form;
+}
+
+Form Form::fromValue(const Value& value, Allocator& allocator)
+{
+    const auto isTrue = [&value](const char* name)
+    {
+        const Value* const flag = member(&value, std::string_view(name));
+        return flag && flag->IsTrue();
+    };
+    Form form;
+    form.schema = textOf(&value, "schema");
+    form.key = textOf(&value, "key");
+    form.isSingle = isTrue("single");
+    form.isImplied = isTrue("implied");
+    if (const Value* const whole = member(&value, "whole"); whole && whole->IsObject())
+        form.wholeValue = Value(*whole, allocator);
+    return form;
+}
+
+Value Form::toValue(Allocator& allocator) const
+{
+    Value value;
+    const auto add = [&](const char* name, Value part)
+    {
+        if (!value.IsObject())
+            value.SetObject();
+        value.AddMember(json::StringRef(name), part, allocator);
+    };
+    const auto string = [&](const std::string& text)
+    { return Value(text.data(), static_cast<json::SizeType>(text.size()), allocator); };
+    if (!schema.empty())
+        add("schema", string(schema));
+    if (!key.empty())
+        add("key", string(key));
+    if (isSingle)
+        add("single", Value(true));
+    if (isImplied)
+        add("implied", Value(true));
+    if (wholeValue)
+        add("whole", Value(*wholeValue, allocator));
+    return value;
+}
+
+double headOf(const DmSegmentNode& segment, Trim trim)
+{
+    std::optional<double> speed;
+    for (const DmPropertySetPtr& effect : segment.getEffects())
+        if (!speed)
+            speed = speedOf(effect.get());
+    const double factor = speed.value_or(1.0);
+    return factor < 0 ? -factor * trim.out : factor * trim.in;
+}
 
 // JSON
 
 Value Parts::string(std::string_view text) const
 {
-    return Value(text.data(), static_cast<json::SizeType>(text.size()), _allocator);
+    return Value(text.data(), static_cast<json::SizeType>(text.size()), *_allocator);
 }
 
 void Parts::set(Value& object, const char* name, Value value) const
@@ -182,7 +199,7 @@ void Parts::set(Value& object, const char* name, Value value) const
     if (object.HasMember(name))
         object[name] = std::move(value);
     else
-        object.AddMember(string(name), value, _allocator);
+        object.AddMember(string(name), value, *_allocator);
 }
 
 Value& Parts::inner(Value& object, const char* name) const
@@ -192,12 +209,13 @@ Value& Parts::inner(Value& object, const char* name) const
     return object[name];
 }
 
-Value Parts::object(const char* schema) const
+Value Parts::object(const char* schema, const DmTreeNode* node) const
 {
     Value made(json::kObjectType);
     set(made, "OTIO_SCHEMA", string(schema));
     set(made, "metadata", Value(json::kObjectType));
-    set(made, "name", string(""));
+    const bool isNamed = node && !(node->getName() == L"untitled");
+    set(made, "name", string(isNamed ? dmUtf8(node->getName()) : std::string()));
     return made;
 }
 
@@ -219,315 +237,239 @@ Value Parts::range(double start, double length) const
     return made;
 }
 
-// Parts
+// Objects
 
-void Parts::setName(Value& object, const DmTreeNode& node) const
+Value Parts::item(const char* schema, const DmSegmentNode& node, double markOrigin)
 {
-    const std::string_view before = textOf(&object, "name");
-    const bool isUntitled = node.getName() == L"untitled";
-    if (!(node.getName() == toDmString(before)) && !(isUntitled && before.empty()))
-        set(object, "name", string(isUntitled ? std::string() : dmUtf8(node.getName())));
+    Value made = object(schema, &node);
+    set(made, "effects", effects(node));
+    set(made, "markers", marks(node.getSegmentMarks(), markOrigin));
+    set(made, "enabled", Value(!node.getMuted()));
+    setLook(made, node);
+    setNotes(made, node);
+    return made;
 }
 
-void Parts::setMix(Value& object, const DmTrxEffectNode& node, bool isKept)
+Value Parts::segment(const DmSegmentNode& node, Trim trim, const Form& form, std::optional<double> length)
 {
-    const DmEffectSettings* const effect = node.getEffect();
-    const MixOf now = mixOf(effect);
-    if (now.mix == Mix::Other)
-        _report.lose(otherMix);
-    if (const auto* const wipe = dynamic_cast<const DmWipeSettings*>(effect); wipe && !isPlainWipe(*wipe))
-        _report.lose(wipeSettings);
-    if (isKept && mixOf(_items.mix(object, node.getMediaType(), 0).get()) == now)
-        return;
-    set(object, "transition_type",
-        string(now.mix == Mix::Wipe       ? "SMPTE_Wipe"
-               : now.mix == Mix::Dissolve ? "SMPTE_Dissolve"
-                                          : "Custom_Transition"));
-    if (now.mix != Mix::Wipe)
-        return;
-    char event[16];
-    std::snprintf(event, sizeof event, "W%03d", now.pattern);
-    set(inner(inner(object, "metadata"), "cmx_3600"), "transition", string(event));
-}
-
-Items::Range Parts::material(const DmSourceNode::Input& input, double base) const
-{
-    const DM::FrameCodeModes own = dmFcmFromText(input.getFcm());
+    const auto* const source = dynamic_cast<const DmSourceNode*>(&node);
+    const DmSourceNode::Input* const input = source ? source->getSrcInput() : nullptr;
+    const double base = input ? materialOf(*input, _items.fps()).start : 0.0;
+    const DM::FrameCodeModes own = input ? dmFcmFromText(input->getFcm()) : DM::FCM_NOT_DEFINED;
     const double ratio = own == DM::FCM_NOT_DEFINED ? 1.0 : _items.fps() / DM::FcmUtil::getDoubleFPS(own);
-    double start = base;
-    if (const auto* const media = dynamic_cast<const DmSourceNode::MediaInput*>(&input))
-        start = ratio *
-                (media->getSrcIn() == 0 && !media->getSrcInStr().empty() ? media->getTapeSrcIn() : media->getSrcIn());
-    else if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(&input))
-        start = ratio * derived->getSrcIn();
-    return {start, ratio * input.getSrcLength()};
-}
-
-void Parts::setSource(Value& object, const DmSourceNode& node, bool isKept, Trim trim)
-{
-    const DmSourceNode::Input* const input = node.getSrcInput();
-    const Extent before = isKept ? _items.clipExtent(object) : Extent();
-    const double base = input ? material(*input, before.base).start : before.base;
-    const CoSharedPtr<DmSourceNode> fresh =
-        isKept ? _items.clip(object, node.getMediaType()) : CoSharedPtr<DmSourceNode>();
+    Value made = item(source ? "Clip.2" : "Gap.1", node, base);
+    set(made, "source_range",
+        range(base + ratio * node.getRelIn() - headOf(node, trim),
+              length.value_or(node.getRecLength()) + trim.in + trim.out));
+    if (!source)
+        return made;
+    Value media = input ? reference(*input, base, *source) : object("MissingReference.1", nullptr);
     if (input)
-        setMedia(object, *input, fresh ? fresh->getSrcInput() : nullptr, base);
-    if (node.getSrcMultiInput().count() != 0)
-        _report.lose(furtherChannel);
-    setRange(object, node, before, base, isKept, trim);
-    setDress(object, node, base);
-    setNotes(object, node);
+        if (const DmString reel = reelOf(*input); !reel.empty())
+            set(inner(inner(made, "metadata"), "cmx_3600"), "reel", string(dmUtf8(reel)));
+    if (form.isSingle)
+    {
+        set(made, "media_reference", std::move(media));
+        return made;
+    }
+    const std::string key = form.key.empty() ? "DEFAULT_MEDIA" : form.key;
+    set(made, "active_media_reference_key", string(key));
+    set(inner(made, "media_references"), key.c_str(), std::move(media));
+    return made;
 }
 
-void Parts::setRange(Value& object, const DmSegmentNode& node, const Extent& before, double base, bool isKept,
-                     Trim trim) const
+Value Parts::container(const DmContainerNode& node, Trim trim, const Form& form, std::optional<double> length)
 {
-    const double start = base + node.getRelIn() - trim.in;
-    const double length = node.getRecLength() + trim.in + trim.out;
-    if (!isKept || !isSame(start, before.start) || !isSame(length, before.length))
-        set(object, "source_range", range(start, length));
+    const bool isOfTrack = !form.schema.empty();
+    Value made = item(isOfTrack ? "Track.1" : "Stack.1", node, 0);
+    set(made, "source_range",
+        range(node.getRelIn() - headOf(node, trim), length.value_or(node.getRecLength()) + trim.in + trim.out));
+    if (isOfTrack)
+        set(made, "kind", string(node.getMediaType() == DM_MEDIA_AUDIO ? "Audio" : "Video"));
+    set(made, "children", Value(json::kArrayType));
+    return made;
 }
 
-void Parts::setMedia(Value& clip, const DmSourceNode::Input& input, const DmSourceNode::Input* before, double base)
+Value Parts::gap(double length)
 {
-    if (const DmString reel = reelOf(input); before ? !(reelOf(*before) == reel) : !reel.empty())
-        set(inner(inner(clip, "metadata"), "cmx_3600"), "reel", string(dmUtf8(reel)));
-    const Items::Range now = material(input, base);
-    const Items::Range then = before ? material(*before, base) : Items::Range{0, -1};
-    const bool isSameRange = isSame(now.start, then.start) && isSame(now.length, then.length);
-    if (before && isSameRange && isSameInput(*before, input))
-        return;
-    // The reference as it came, where it can still be that, with what was edited.
-    const std::string_view wanted = referenceSchema(input);
-    Value reference;
-    if (const Value* const old = before ? mediaOf(clip) : nullptr; old && referenceSchema(*before) == wanted)
-        reference = Value(*old, _allocator);
-    if (!reference.IsObject())
-        reference = object((std::string(wanted) + ".1").c_str());
-    set(reference, "name", string(dmUtf8(nameOf(input))));
+    Value made = object("Gap.1", nullptr);
+    set(made, "effects", Value(json::kArrayType));
+    set(made, "enabled", Value(true));
+    set(made, "markers", Value(json::kArrayType));
+    set(made, "source_range", range(0, length));
+    return made;
+}
+
+Value Parts::transition(const DmTrxEffectNode& node)
+{
+    Value made = object("Transition.1", &node);
+    set(made, "in_offset", time(node.getRelIn()));
+    set(made, "out_offset", time(node.getRecLength() - node.getRelIn()));
+    const DmEffectSettings* const effect = node.getEffect();
+    const auto* const wipe = dynamic_cast<const DmWipeSettings*>(effect);
+    const bool isDissolve =
+        dynamic_cast<const DmVDissolveSettings*>(effect) || dynamic_cast<const DmADissolveSettings*>(effect);
+    set(made, "transition_type", string(wipe ? "SMPTE_Wipe" : isDissolve ? "SMPTE_Dissolve" : "Custom_Transition"));
+    if (wipe)
+    {
+        char event[16];
+        std::snprintf(event, sizeof event, "W%03d", wipe->getSmptePattern());
+        set(inner(inner(made, "metadata"), "cmx_3600"), "transition", string(event));
+    }
+    setNotes(made, node);
+    return made;
+}
+
+Value Parts::track(const DmTreeNode& node, eDmTreeMediaType mediaType)
+{
+    Value made = object("Track.1", &node);
+    set(made, "kind", string(mediaType == DM_MEDIA_AUDIO ? "Audio" : "Video"));
+    set(made, "source_range", Value());
+    set(made, "effects", Value(json::kArrayType));
+    set(made, "markers", Value(json::kArrayType));
+    set(made, "enabled", Value(true));
+    set(made, "children", Value(json::kArrayType));
+    return made;
+}
+
+Value Parts::composition(const DmCompositionNode& node, const Form& form, double origin)
+{
+    const bool isStack = form.schema == "Stack";
+    Value stack = object("Stack.1", isStack ? &node : nullptr);
+    set(stack, "source_range", Value());
+    set(stack, "effects", Value(json::kArrayType));
+    set(stack, "markers", marks(node.getCueMarks(), -origin));
+    set(stack, "enabled", Value(true));
+    set(stack, "children", Value(json::kArrayType));
+    if (isStack)
+        return stack;
+    set(stack, "name", string("tracks"));
+    Value made = object("Timeline.1", &node);
+    set(made, "global_start_time", node.getStartTC() == 0 ? Value() : time(node.getStartTC()));
+    setNotes(made, node);
+    set(made, "tracks", std::move(stack));
+    return made;
+}
+
+Value Parts::collection(const DmTreeNode& node)
+{
+    Value made = object("SerializableCollection.1", &node);
+    set(made, "children", Value(json::kArrayType));
+    return made;
+}
+
+Value Parts::reference(const DmSourceNode::Input& input, double base, const DmSourceNode& node)
+{
+    const std::string_view schema = referenceSchema(input);
+    Value made = object(schema.data(), nullptr);
+    set(made, "name", string(dmUtf8(nameOf(input))));
+    set(made, "available_image_bounds", Value());
     const DmSourceInfo* const info = input.getSrcInfo();
-    if (info && wanted == "ExternalReference")
-        set(reference, "target_url", string(dmUtf8(info->getPath())));
-    if (info && wanted == "ImageSequenceReference")
-        setSequence(reference, *info);
-    const auto* const generated = dynamic_cast<const DmSourceNode::GeneratedInput*>(&input);
-    if (generated && std::wstring_view(typeOf(before)) != typeOf(generated))
-        setGenerator(reference, *generated);
-    if (!isSameRange)
-        set(reference, "available_range", range(now.start, now.length));
-    setReference(clip, std::move(reference));
+    if (info && schema == "ExternalReference.1")
+        set(made, "target_url", string(urlOfPath(dmUtf8(info->getPath()))));
+    if (info && schema == "ImageSequenceReference.1")
+        made = sequence(std::move(made), *info);
+    if (const auto* const generated = dynamic_cast<const DmSourceNode::GeneratedInput*>(&input))
+    {
+        set(made, "generator_kind", string(generatorKind(*generated)));
+        set(made, "parameters", Value(json::kObjectType));
+    }
+    const std::optional<double> stored = storedLength(input);
+    const double length = stored.value_or(materialOf(input, _items.fps()).length);
+    set(made, "available_range", stored && *stored < 0 ? Value() : range(base, length));
+    static_cast<void>(node);
+    return made;
 }
 
-void Parts::setReference(Value& clip, Value reference) const
-{
-    if (clip.HasMember("media_reference"))
-        return set(clip, "media_reference", std::move(reference));
-    const std::string key(mediaKey(clip));
-    if (textOf(&clip, "active_media_reference_key").empty())
-        set(clip, "active_media_reference_key", string(key));
-    set(inner(clip, "media_references"), key.c_str(), std::move(reference));
-}
-
-void Parts::setSequence(Value& reference, const DmSourceInfo& info) const
+Value Parts::sequence(Value reference, const DmSourceInfo& info) const
 {
     const std::string pattern = dmUtf8(info.getFileList().front());
     const std::size_t digits = std::min(pattern.find('#'), pattern.size());
     const std::size_t behind = std::min(pattern.find_first_not_of('#', digits), pattern.size());
-    set(reference, "target_url_base", string(dmUtf8(info.getPath())));
+    set(reference, "target_url_base", string(urlOfPath(dmUtf8(info.getPath()))));
     set(reference, "name_prefix", string(std::string_view(pattern).substr(0, digits)));
     set(reference, "name_suffix", string(std::string_view(pattern).substr(behind)));
     set(reference, "frame_zero_padding", Value(static_cast<int>(behind - digits)));
     set(reference, "start_frame", Value(info.getFileSeqBegin()));
-    if (!reference.HasMember("frame_step"))
-        set(reference, "frame_step", Value(1));
-    if (!reference.HasMember("rate"))
-        set(reference, "rate", Value(_items.fps()));
-    if (!reference.HasMember("missing_frame_policy"))
-        set(reference, "missing_frame_policy", string("error"));
+    set(reference, "frame_step", Value(1));
+    set(reference, "rate", Value(_items.fps()));
+    set(reference, "missing_frame_policy", string("error"));
+    return reference;
 }
 
-void Parts::setGenerator(Value& reference, const DmSourceNode::GeneratedInput& input)
+Value Parts::marks(const DmSetList<DmCueMark>& marks, double origin) const
 {
-    struct Kind
-    {
-        std::wstring_view type;
-        const char* kind;
-        bool hasSettings;
-    };
-    constexpr std::array<Kind, 8> kinds{{{L"INPUT_BLACK", "black", false},
-                                         {L"INPUT_COLOUR", "SolidColor", true},
-                                         {L"INPUT_NOISE", "Noise", false},
-                                         {L"INPUT_COLOUR_NOISE", "Noise", true},
-                                         {L"INPUT_SMPTE_BARS", "SMPTEBars", false},
-                                         {L"INPUT_PAL_BARS", "PALBars", false},
-                                         {L"INPUT_SILENCE", "Silence", false},
-                                         {L"INPUT_TONE", "Tone", true}}};
-    for (const Kind& each : kinds)
-        if (input.getInputType().view() == each.type)
-        {
-            set(reference, "generator_kind", string(each.kind));
-            if (each.hasSettings)
-                _report.lose(generatorSettings);
-        }
-    if (!reference.HasMember("parameters"))
-        set(reference, "parameters", Value(json::kObjectType));
-}
-
-void Parts::setDress(Value& object, const DmSegmentNode& node, double base)
-{
-    setName(object, node);
-    const Value* const enabled = member(&object, "enabled");
-    if ((enabled && enabled->IsFalse()) != node.getMuted())
-        set(object, "enabled", Value(!node.getMuted()));
-    setMarks(object, node.getSegmentMarks(), base);
-    setEffects(object, node);
-}
-
-void Parts::setMarks(Value& object, const DmSetList<DmCueMark>& marks, double origin)
-{
-    const Value* const old = arrayOf(&object, "markers");
-    std::vector<CoSharedPtr<DmCueMark>> before;
-    if (old)
-        for (const Value& marker : old->GetArray())
-            before.push_back(_items.mark(marker, origin));
-    std::vector<const DmCueMark*> now;
-    for (const DmPropertySetPtr& each : marks)
-        if (const auto* const mark = dynamic_cast<const DmCueMark*>(each.get()))
-            now.push_back(mark);
-    const std::vector<std::optional<std::size_t>> places = placesOf(now, before);
-    bool isSameList = now.size() == before.size();
-    for (std::size_t i = 0; i < now.size() && isSameList; ++i)
-        isSameList = places[i] == i;
-    if (isSameList)
-        return;
     Value list(json::kArrayType);
-    for (std::size_t i = 0; i < now.size(); ++i)
+    for (const DmPropertySetPtr& each : marks)
     {
-        // As many as before: one that is not found has been edited where it stands.
-        const bool isEdited = !places[i] && now.size() == before.size() && std::ranges::find(places, i) == places.end();
-        const std::optional<std::size_t> place = isEdited ? i : places[i];
-        Value marker = place ? Value((*old)[static_cast<json::SizeType>(*place)], _allocator) : Value();
-        if (!places[i])
-            setMark(marker, *now[i], isEdited ? before[i].get() : nullptr, origin);
-        list.PushBack(marker, _allocator);
+        const auto* const mark = static_cast<const DmCueMark*>(each.get());
+        if (!mark)
+            continue;
+        Value made = object("Marker.2", nullptr);
+        set(made, "name", string(dmUtf8(mark->getCueMarkName())));
+        set(made, "comment", string(dmUtf8(mark->getCueMarkComment())));
+        set(made, "color", string(colourName(*mark)));
+        const double length = mark->getCueMarkDuration();
+        set(made, "marked_range",
+            range(mark->getCueMarkTime() == dmNoTime ? 0.0 : mark->getCueMarkTime() + origin,
+                  length == dmNoTime ? 0.0 : length));
+        list.PushBack(made, *_allocator);
     }
-    set(object, "markers", std::move(list));
+    return list;
 }
 
-void Parts::setMark(Value& marker, const DmCueMark& mark, const DmCueMark* before, double origin)
+Value Parts::effects(const DmSegmentNode& node) const
 {
-    if (!marker.IsObject())
-    {
-        marker = object("Marker.2");
-        before = nullptr;
-    }
-    if (!before || !(before->getCueMarkName() == mark.getCueMarkName()))
-        set(marker, "name", string(dmUtf8(mark.getCueMarkName())));
-    if (!before || !(before->getCueMarkComment() == mark.getCueMarkComment()))
-        set(marker, "comment", string(dmUtf8(mark.getCueMarkComment())));
-    if (!before || !isSame(before->getCueMarkTime(), mark.getCueMarkTime()) ||
-        !isSame(before->getCueMarkDuration(), mark.getCueMarkDuration()))
-        set(marker, "marked_range", range(mark.getCueMarkTime() + origin, mark.getCueMarkDuration()));
-    const Colour colour = colourOf(mark);
-    if (before && colourOf(*before) == colour)
-        return;
-    const NamedColour& nearest = *std::ranges::min_element(
-        namedColours(), {}, [&colour](const NamedColour& named) { return distance(colour, named); });
-    if (distance(colour, nearest) != 0)
-        _report.lose(markColour);
-    set(marker, "color", string(nearest.name));
-}
-
-void Parts::setEffects(Value& object, const DmSegmentNode& node)
-{
+    Value list(json::kArrayType);
     std::optional<double> speed;
-    std::optional<Look> look;
     for (const DmPropertySetPtr& effect : node.getEffects())
-    {
-        const std::optional<double> itsSpeed = speed ? std::nullopt : speedOf(effect.get());
-        const auto* const settings = dynamic_cast<const DmLookSettings*>(effect.get());
-        if (itsSpeed)
-            speed = itsSpeed;
-        else if (settings && !look && isFinite(toLook(*settings)))
-            look = toLook(*settings);
-        else if (effect)
-            _report.lose(lostEffect);
-    }
-    setSpeed(object, node.getMediaType(), speed);
-    if (node.getMediaType() == DM_MEDIA_VIDEO)
-        setLook(object, look);
-    else if (look)
-        _report.lose(lostEffect);
+        if (!speed)
+            speed = speedOf(effect.get());
+    if (!speed || !std::isfinite(*speed))
+        return list;
+    Value made = object(*speed == 0 ? "FreezeFrame.1" : "LinearTimeWarp.1", nullptr);
+    set(made, "effect_name", string(*speed == 0 ? "FreezeFrame" : "LinearTimeWarp"));
+    set(made, "time_scalar", Value(*speed));
+    list.PushBack(made, *_allocator);
+    return list;
 }
 
-void Parts::setSpeed(Value& object, eDmTreeMediaType mediaType, const std::optional<double>& now) const
+void Parts::setLook(Value& object, const DmSegmentNode& node) const
 {
-    const CoSharedPtr<DmEffectSettings> before = Items::timewarp(object, mediaType);
-    const std::optional<double> then = speedOf(before.get());
-    if (now == then)
+    if (node.getMediaType() != DM_MEDIA_VIDEO)
         return;
-    const Value* const effects = arrayOf(&object, "effects");
-    Value list = effects ? Value(*effects, _allocator) : Value(json::kArrayType);
-    auto* const warp = then ? std::find_if(list.Begin(), list.End(), isTimewarp) : list.End();
-    if (!now)
-        list.Erase(warp);
-    else if (warp != list.End() && schemaOf(warp) == "LinearTimeWarp")
-        set(*warp, "time_scalar", Value(*now));
-    else
-    {
-        Value made = this->object("LinearTimeWarp.1");
-        set(made, "effect_name", string("LinearTimeWarp"));
-        set(made, "time_scalar", Value(*now));
-        if (warp != list.End())
-            *warp = std::move(made);
-        else
-            list.PushBack(made, _allocator);
-    }
-    set(object, "effects", std::move(list));
-}
-
-void Parts::setLook(Value& object, const std::optional<Look>& now) const
-{
-    const std::optional<Look> before = lookOf(object);
-    if (now == before)
+    const DmLookSettings* settings = nullptr;
+    for (const DmPropertySetPtr& effect : node.getEffects())
+        if (!settings)
+            settings = dynamic_cast<const DmLookSettings*>(effect.get());
+    if (!settings || !isFinite(toLook(*settings)))
         return;
+    const Look look = toLook(*settings);
     Value& cdl = inner(inner(object, "metadata"), "cdl");
-    const auto isSameSop = [](const Look& a, const Look& b)
-    { return a.hasSop == b.hasSop && a.slope == b.slope && a.offset == b.offset && a.power == b.power; };
     const auto setNumbers = [&](const char* name, const std::array<double, 3>& numbers)
     {
         Value list(json::kArrayType);
         for (const double number : numbers)
-            list.PushBack(Value(number), _allocator);
+            list.PushBack(Value(number), *_allocator);
         set(inner(cdl, "asc_sop"), name, std::move(list));
     };
-    if (!now || !now->hasSop)
-        cdl.RemoveMember("asc_sop");
-    else if (!before || !isSameSop(*now, *before))
+    if (look.hasSop)
     {
-        setNumbers("slope", now->slope);
-        setNumbers("offset", now->offset);
-        setNumbers("power", now->power);
+        setNumbers("slope", look.slope);
+        setNumbers("offset", look.offset);
+        setNumbers("power", look.power);
     }
-    if (!now || !now->hasSaturation)
-        cdl.RemoveMember("asc_sat");
-    else if (!before || !before->hasSaturation || before->saturation != now->saturation)
-        set(cdl, "asc_sat", Value(now->saturation));
-    if (cdl.ObjectEmpty())
-        inner(object, "metadata").RemoveMember("cdl");
+    if (look.hasSaturation)
+        set(cdl, "asc_sat", Value(look.saturation));
 }
 
-// What cut lists have said
-
+/// Notes of cut lists become comments among their metadata.
 void Parts::setNotes(Value& object, const DmTreeNode& node) const
 {
-    const std::vector<Note> notes = interchange::notesOf(node);
-    if (notes == otio::notesOf(object))
-        return;
     Value comments(json::kArrayType);
-    for (const Note& note : notes)
+    for (const Note& note : interchange::notesOf(node))
         if (!isOfModel(note.kind))
-            comments.PushBack(string(noteText(note)), _allocator);
+            comments.PushBack(string(noteText(note)), *_allocator);
     if (!comments.Empty())
         set(inner(inner(object, "metadata"), "cmx_3600"), "comments", std::move(comments));
 }

@@ -1,41 +1,60 @@
-/// The parts of OpenTimelineIO objects as the model has them now, put into objects as they came.
+/// Nodes as OpenTimelineIO objects: what is written for a node that no file knows, in full and always the same way.
 ///
-/// A member is set only where the model has another value than what reading the object gives: what nobody edited keeps
-/// its own form.
+/// What a file has in another way is its difference to these (icOtioPatch.h), so reading makes them, too.
 ///
 /// For sources of this library only.
 #pragma once
 
 #include "icOtioItems.h"
+#include "icOtioPatch.h"
 
+#include "dmCompositionNode.h"
+#include "dmContainerNode.h"
+#include "dmTrackNode.h"
 #include "dmTrxEffectNode.h"
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace interchange::otio
 {
 
-/// What transitions have taken of a segment.
+/// What transitions have taken of a segment, in record time.
 struct Trim
 {
     double in = 0;
     double out = 0;
 };
 
+/// Which of several objects stands for a node: what of its form is no difference of members.
+struct Form
+{
+    std::string schema;              ///< "Stack" for a composition, "Track" for a container; empty: the usual one
+    std::string key;                 ///< of the media reference that plays; empty: "DEFAULT_MEDIA"
+    bool isSingle = false;           ///< a clip with one media reference, as old files have it
+    bool isImplied = false;          ///< the file has no object for the node, its only child stands there instead
+    std::optional<Value> wholeValue; ///< an object that is nothing we know, kept as it is
+
+    static Form of(const Value& object, eDmTreeNodeClassId kind);
+    static Form fromValue(const Value& value, Allocator& allocator);
+    /// Null for the usual form.
+    Value toValue(Allocator& allocator) const;
+};
+
 class Parts
 {
 public:
-    /// The report gets what the form cannot say.
-    Parts(json::Document& document, Report& report)
-        : _items(true, nullptr, nullptr)
-        , _allocator(document.GetAllocator())
-        , _report(report)
+    /// Both last longer than this.
+    Parts(Items& items, Allocator& allocator)
+        : _items(items)
+        , _allocator(&allocator)
     {
     }
 
-    Items& items() { return _items; }
-    json::Document::AllocatorType& allocator() { return _allocator; }
+    /// Where values are made from now on.
+    void setAllocator(Allocator& allocator) { _allocator = &allocator; }
+    Allocator& allocator() { return *_allocator; }
 
     // JSON
 
@@ -43,43 +62,37 @@ public:
     void set(Value& object, const char* name, Value value) const;
     /// The object that a member is; made one where it is none.
     Value& inner(Value& object, const char* name) const;
-    /// Of a schema, with the members that every object has.
-    Value object(const char* schema) const;
     Value time(double frames) const;
     Value range(double start, double length) const;
 
-    // Parts
+    // Objects, without children
 
-    void setName(Value& object, const DmTreeNode& node) const;
-    void setMix(Value& object, const DmTrxEffectNode& node, bool isKept);
-    /// Media, range, notes and all that setDress does, of a clip.
-    void setSource(Value& object, const DmSourceNode& node, bool isKept, Trim trim);
-    /// `before`: what the object says; its base is where the material starts.
-    void setRange(Value& object, const DmSegmentNode& node, const Extent& before, double base, bool isKept,
-                  Trim trim) const;
-    /// Name, mute, markers, speed and look of any segment.
-    void setDress(Value& object, const DmSegmentNode& node, double base);
-    /// The object counts its markers from where a mark's time is `origin` less.
-    void setMarks(Value& object, const DmSetList<DmCueMark>& marks, double origin);
-
-    /// Notes of cut lists become comments among their metadata.
-    void setNotes(Value& object, const DmTreeNode& node) const;
+    /// Of any segment but a container. `length`: what plays, where that is not the node's own.
+    Value segment(const DmSegmentNode& node, Trim trim, const Form& form, std::optional<double> length = {});
+    /// `inside`: the length of what a container holds.
+    Value container(const DmContainerNode& node, Trim trim, const Form& form, std::optional<double> length = {});
+    Value gap(double length);
+    Value transition(const DmTrxEffectNode& node);
+    Value track(const DmTreeNode& node, eDmTreeMediaType mediaType);
+    /// A timeline with its stack, or a bare stack; marks count from the record time `origin`.
+    Value composition(const DmCompositionNode& node, const Form& form, double origin);
+    Value collection(const DmTreeNode& node);
 
 private:
-    /// Where material starts and how long it is, in frames of the composition.
-    Items::Range material(const DmSourceNode::Input& input, double base) const;
-    void setMedia(Value& clip, const DmSourceNode::Input& input, const DmSourceNode::Input* before, double base);
-    void setReference(Value& clip, Value reference) const;
-    void setSequence(Value& reference, const DmSourceInfo& info) const;
-    void setGenerator(Value& reference, const DmSourceNode::GeneratedInput& input);
-    void setMark(Value& marker, const DmCueMark& mark, const DmCueMark* before, double origin);
-    void setEffects(Value& object, const DmSegmentNode& node);
-    void setSpeed(Value& object, eDmTreeMediaType mediaType, const std::optional<double>& now) const;
-    void setLook(Value& object, const std::optional<Look>& now) const;
+    Value object(const char* schema, const DmTreeNode* node) const;
+    Value item(const char* schema, const DmSegmentNode& node, double markOrigin);
+    Value reference(const DmSourceNode::Input& input, double base, const DmSourceNode& node);
+    Value sequence(Value reference, const DmSourceInfo& info) const;
+    Value marks(const DmSetList<DmCueMark>& marks, double origin) const;
+    Value effects(const DmSegmentNode& node) const;
+    void setLook(Value& object, const DmSegmentNode& node) const;
+    void setNotes(Value& object, const DmTreeNode& node) const;
 
-    Items _items;
-    json::Document::AllocatorType& _allocator;
-    Report& _report;
+    Items& _items;
+    Allocator* _allocator;
 };
+
+/// Record frames of a transition's side, as frames of a segment's material.
+double headOf(const DmSegmentNode& segment, Trim trim);
 
 } // namespace interchange::otio

@@ -1,20 +1,23 @@
 #include "icOtioReader.h"
 
-#include "icOtioItems.h"
+#include "icIds.h"
+#include "icOtioKeep.h"
+#include "icOtioOwn.h"
 #include "icText.h"
 #include "icTree.h"
 
-#include "dmCompositionNode.h"
-#include "dmContainerNode.h"
 #include "dmGapNode.h"
-#include "dmLayerBuilder.h"
+#include "dmLayerNode.h"
 #include "dmReelNode.h"
-#include "dmTrackNode.h"
-#include "dmTrxEffectNode.h"
+#include "dmStoredLabel.h"
+#include "dmUtf8.h"
 
 #include <algorithm>
 #include <array>
-#include <new>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <utility>
 #include <vector>
 
 namespace interchange
@@ -35,8 +38,10 @@ struct Entry
 {
     const Value* object;
     CoSharedPtr<DmSegmentNode> segment; ///< null for a transition
-    double in = 0;                      ///< taken from a segment's begin; a transition's in offset
-    double out = 0;                     ///< taken from its end; the out offset
+    Form form;
+    bool isHole = false; ///< stands for time that nothing fills
+    double in = 0;       ///< taken from a segment's begin; a transition's in offset
+    double out = 0;      ///< taken from its end; the out offset
 
     double rest() const { return segment->getRecLength() - in - out; }
 };
@@ -55,9 +60,21 @@ double lengthOf(const Entries& entries)
 struct Stage
 {
     DmCompositionNode& composition;
-    double start;                ///< in record time
-    std::array<int, 3> tracks{}; ///< of each media type
+    double start; ///< in record time
+    IdMaker& ids;
+    std::array<int, 3> tracks{};  ///< of each media type
+    DmTrackNode* track = nullptr; ///< the last one with an object of its own
 };
+
+const Value* ownOf(const Value* object)
+{
+    return object ? ownMember(*object) : nullptr;
+}
+bool isTrue(const Value* own, std::string_view name)
+{
+    const Value* const flag = own ? member(own, name) : nullptr;
+    return flag && flag->IsTrue();
+}
 
 class Maker
 {
@@ -65,6 +82,8 @@ public:
     /// Without a mode, each composition gets its own.
     Maker(Items& items, DM::FrameCodeModes fcm)
         : _items(items)
+        , _parts(items, _scratch.GetAllocator())
+        , _keep(items, _parts)
         , _fcm(fcm)
     {
     }
@@ -76,7 +95,7 @@ private:
     void addComposition(DmCollectionNode& to, const Value& object);
     CoSharedPtr<DmCompositionNode> composition(const Value& top);
     bool chooseMode(const Value& top);
-    CoSharedPtr<DmCompositionNode> empty(std::string_view name) const;
+    void finishCollection(DmCollectionNode& node, const Value& object);
 
     // Tracks; their lengths
 
@@ -84,7 +103,8 @@ private:
     double addTracks(Stage& to, const Value* children, eDmTreeMediaType mediaType);
     double addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaType);
     /// `object` is the track; null where the file has none.
-    double layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType, const Entries& entries);
+    double layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries entries);
+    CoSharedPtr<DmLayerNode> layer(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries& entries);
     eDmTreeMediaType kindOf(const Value& object, eDmTreeMediaType mediaType);
     bool isTrimmed(const Value& track, double length);
 
@@ -94,66 +114,112 @@ private:
     Entries entriesOf(const Value& object, eDmTreeMediaType mediaType);
     void addEntry(Entries& entries, const Value& object, eDmTreeMediaType mediaType);
     CoSharedPtr<DmSegmentNode> segment(const Value& item, eDmTreeMediaType mediaType);
-    CoSharedPtr<DmSegmentNode> gap(const Value& item, eDmTreeMediaType mediaType);
     CoSharedPtr<DmSegmentNode> container(const Value& item, eDmTreeMediaType mediaType);
     CoSharedPtr<DmCompositionNode> inside(const Value& item) const;
     CoSharedPtr<DmSegmentNode> contain(const CoSharedPtr<DmCompositionNode>& inside, const Value& item, double length,
                                        eDmTreeMediaType mediaType);
-    CoSharedPtr<DmSegmentNode> finish(const CoSharedPtr<DmSegmentNode>& node, const Value& item, LeftOut leftOut);
+    /// What the node has of its own, its id, and what its file says beyond it.
+    void finish(Stage& to, DmSegmentNode& node, const Value& item, const Form& form, Trim trim);
     void overlap(Entries& entries);
-    void place(DmLayerBuilder& builder, const Entry& entry, eDmTreeMediaType mediaType);
+    /// What stands between the layer's last element and the next; `own` says it where that is not the usual.
+    void addBetween(DmLayerNode& layer, const Value* own, const char* name, const DmTreeNode* next,
+                    eDmTreeMediaType mediaType);
+    void place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType mediaType);
 
     Items& _items;
+    json::Document _scratch;
+    Parts _parts;
+    Keep _keep;
     DM::FrameCodeModes _fcm;
     int _depth = 0;
-    int _segments = 0;
+    double _at = 0;                        ///< where the layer has come to
+    double _from = 0;                      ///< where its last element has ended
+    const DmTreeNode* _previous = nullptr; ///< on it; null at its begin and behind a hole
 };
 
-/// The rate of the first time that stands in a range; the objects are asked in the file's order.
-double firstRate(const Value& top)
+/// Seconds of picture that play at each rate.
+class PlayedRates
 {
-    std::vector<const Value*> open{&top};
-    while (!open.empty())
+public:
+    explicit PlayedRates(const Value& top) { add(top, false); }
+
+    const std::map<double, double>& seconds() const { return _seconds; }
+
+private:
+    void add(const Value& top, bool isSound)
     {
-        const Value* const value = open.back();
-        open.pop_back();
-        const Value* const rate = schemaOf(value) == "RationalTime" ? member(value, "rate") : nullptr;
-        if (rate && rate->IsNumber())
-            return rate->GetDouble();
-        if (value->IsArray())
-            for (auto each = value->End(); each != value->Begin();)
-                open.push_back(--each);
-        // What stands first is asked first: the global start time, then the children.
-        constexpr std::string_view names[] = {
-            "media_references", "DEFAULT_MEDIA", "media_reference", "available_range", "start_time",
-            "duration",         "source_range",  "children",        "tracks",          "global_start_time"};
-        for (const std::string_view name : names)
-            if (const Value* const inner = member(value, name))
-                open.push_back(inner);
+        std::vector<std::pair<const Value*, bool>> open{{&top, isSound}};
+        while (!open.empty())
+        {
+            auto [value, sound] = open.back();
+            open.pop_back();
+            if (isTrack(schemaOf(value)) && textOf(value, "kind") == "Audio")
+                sound = true;
+            const Value* range = member(value, "source_range");
+            if (!range && schemaOf(value) == "Clip")
+                range = member(mediaOf(*value), "available_range");
+            if (const Value* const length = member(range, "duration"); length && !sound)
+                note(*length);
+            if (const Value* const stack = member(value, "tracks"))
+                open.emplace_back(stack, sound);
+            if (const Value* const children = arrayOf(value, "children"))
+                for (const Value& child : children->GetArray())
+                    open.emplace_back(&child, sound);
+        }
     }
-    return 0;
+    void note(const Value& duration)
+    {
+        const Value* const rate = member(&duration, "rate");
+        const Value* const value = member(&duration, "value");
+        if (rate && rate->IsNumber() && value && value->IsNumber() && rate->GetDouble() > 0)
+            if (const double length = value->GetDouble() / rate->GetDouble(); length >= 0 && length < 1e9)
+                _seconds[rate->GetDouble()] += length;
+    }
+
+    std::map<double, double> _seconds;
+};
+
+/// The mode whose rate is nearest.
+DM::FrameCodeModes nearestMode(double rate)
+{
+    DM::FrameCodeModes nearest = DM::FCM_24;
+    for (const DM::FrameCodeModes mode : DM::FcmUtil::getModes())
+        if (std::abs(DM::FcmUtil::getDoubleFPS(mode) - rate) < std::abs(DM::FcmUtil::getDoubleFPS(nearest) - rate))
+            nearest = mode;
+    return nearest;
 }
 
 CoSharedPtr<DmRoot> Maker::root(const Value& top)
 {
     auto root = made(DmRoot::create());
     const Value* const members = arrayOf(&top, "children");
+    const bool isRoot = isTrue(ownOf(&top), "isRoot");
     if (!top.IsObject())
         _items.add(Report::Error, nullptr, noTimeline);
     else if (!isCollection(top))
+    {
         root->addChild(composition(top));
-    else if (!members || std::none_of(members->Begin(), members->End(), isCollection))
+        if (const Value* const own = ownOf(&top))
+            if (const Value* const ofRoot = member(own, "root"))
+                _keep.take(*root, Value(json::kObjectType), ofRoot);
+    }
+    else if (!isRoot && (!members || std::none_of(members->Begin(), members->End(), isCollection)))
+    {
         root->addChild(reel(top));
+        if (const Value* const own = ownOf(&top))
+            if (const Value* const ofRoot = member(own, "root"))
+                _keep.take(*root, Value(json::kObjectType), ofRoot);
+    }
     else
     {
         // A collection of collections: the root stands for the outer one.
         Items::setName(*root, top);
-        _items.keep(*root, top, LeftOut::Children);
-        for (const Value& each : members->GetArray())
-            if (isCollection(each))
-                root->addChild(reel(each));
+        for (json::SizeType i = 0; members && i < members->Size(); ++i)
+            if (isCollection((*members)[i]))
+                root->addChild(reel((*members)[i]));
             else
-                addComposition(*root, each);
+                addComposition(*root, (*members)[i]);
+        finishCollection(*root, top);
     }
     return root;
 }
@@ -162,11 +228,18 @@ CoSharedPtr<DmReelNode> Maker::reel(const Value& object)
 {
     auto reel = made(DmReelNode::create());
     Items::setName(*reel, object);
-    _items.keep(*reel, object, LeftOut::Children);
     if (const Value* const members = arrayOf(&object, "children"))
         for (const Value& each : members->GetArray())
             addComposition(*reel, each);
+    finishCollection(*reel, object);
     return reel;
+}
+
+void Maker::finishCollection(DmCollectionNode& node, const Value& object)
+{
+    _keep.take(node, object, ownOf(&object));
+    _keep.keep(node, object, _parts.collection(node), {});
+    _items.came(node, object);
 }
 
 void Maker::addComposition(DmCollectionNode& to, const Value& object)
@@ -177,57 +250,77 @@ void Maker::addComposition(DmCollectionNode& to, const Value& object)
         _items.mistake(&object, noObject, "left out");
 }
 
-CoSharedPtr<DmCompositionNode> Maker::empty(std::string_view name) const
-{
-    return made(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _items.fcmText(), {}));
-}
-
 bool Maker::chooseMode(const Value& top)
 {
     _items.setMode(_fcm != DM::FCM_NOT_DEFINED ? _fcm : DM::FCM_24);
     if (_fcm != DM::FCM_NOT_DEFINED)
         return true;
-    const double rate = firstRate(top);
-    const DM::FrameCodeModes own = DM::FcmUtil::FPStoFCM(rate, false);
-    if (rate == 0)
-        _items.add(Report::Notice, &top, "no times, so the frame-code mode is taken to be '24 fps'");
-    else if (own == DM::FCM_NOT_DEFINED)
-        _items.refuseRate(&top, rate);
+    const Value* const startRate = member(member(&top, "global_start_time"), "rate");
+    const double start = startRate && startRate->IsNumber() ? startRate->GetDouble() : 0;
+    const PlayedRates played(top);
+    double rate = 0;
+    double most = -1;
+    for (const auto& [each, seconds] : played.seconds())
+        if (DM::FcmUtil::FPStoFCM(each, false) != DM::FCM_NOT_DEFINED &&
+            (seconds > most || (seconds == most && each == start)))
+        {
+            rate = each;
+            most = seconds;
+        }
+    if (rate == 0 && played.seconds().empty() && DM::FcmUtil::FPStoFCM(start, false) != DM::FCM_NOT_DEFINED)
+        rate = start;
+    const Value* const own = ownOf(&top);
+    const DM::FrameCodeModes named = own ? dmFcmFromText(toDmString(textOf(own, "mode"))) : DM::FCM_NOT_DEFINED;
+    // The rates say more than we did, where they changed since.
+    const DM::FrameCodeModes ofRate = DM::FcmUtil::FPStoFCM(rate, false);
+    if (named != DM::FCM_NOT_DEFINED && (rate == 0 || DM::FcmUtil::toNonDrop(named) == DM::FcmUtil::toNonDrop(ofRate)))
+        _items.setMode(named);
+    else if (rate != 0)
+        _items.setMode(ofRate);
+    else if (const double other = played.seconds().empty() ? start : played.seconds().rbegin()->first; other > 0)
+    {
+        char text[160];
+        std::snprintf(text, sizeof text,
+                      "no frame-code mode has the rate %.10g; name one to convert to with --fcm, the nearest is '%s'",
+                      other, DM::FcmUtil::getFCMString(nearestMode(other)));
+        _items.add(Report::Error, &top, text);
+        return false;
+    }
     else
-        _items.setMode(own);
-    return rate == 0 || own != DM::FCM_NOT_DEFINED;
+        _items.add(Report::Notice, &top,
+                   "no times, so the frame-code mode is taken to be '24 fps' (--fcm names another)");
+    return true;
 }
 
 CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
 {
     const bool hasMode = chooseMode(top);
-    auto node = empty(textOf(&top, "name"));
+    auto node = _items.composition(top);
     if (!hasMode)
         return node;
     const std::string_view schema = schemaOf(&top);
-    const Value* const start = schema == "Timeline" ? member(&top, "global_start_time") : nullptr;
-    Stage stage{*node, _items.frames(start)};
-    require(node->setStartTC(stage.start, _items.fcmText()));
+    IdMaker ids;
+    Stage stage{*node, node->getStartTC(), ids};
+    const Value* const own = schema == "Timeline" || schema == "Stack" ? ownOf(&top) : nullptr;
+    if (const Value* const start = own ? member(own, "recordStart") : nullptr; start && start->IsNumber())
+        stage.start = start->GetDouble();
     double length = 0;
+    Form form = Form::of(top, DM_COMPOSITION_NODE);
     if (schema == "Timeline" || schema == "Stack")
     {
         const Value* const stack = schema == "Stack" ? &top : member(&top, "tracks");
-        _items.keep(*node, top, schema == "Stack" ? LeftOut::Children : LeftOut::ChildrenOfTracks);
         length = addTracks(stage, arrayOf(stack, "children"), DM_MEDIA_VIDEO);
-        if (const Value* const markers = arrayOf(stack, "markers"))
-            for (const Value& marker : markers->GetArray())
-                require(node->addCueMark(_items.mark(marker, -stage.start)));
         if (member(stack, "source_range"))
             _items.warn(stack, "the outermost stack has a source range: it is laid out whole");
     }
     else if (isTrack(schema) || schema == "Clip" || schema == "Gap")
     {
-        Items::keepImplied(*node);
+        form.isImplied = true;
         length = addTrack(stage, top, DM_MEDIA_VIDEO);
     }
     else
     {
-        _items.keep(*node, top, LeftOut::Nothing);
+        form.wholeValue = Value(top, _scratch.GetAllocator());
         _items.mistake(&top,
                        schema.empty() ? noTimeline
                        : isCollection(top)
@@ -236,6 +329,11 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
                        "an empty composition stands for it");
     }
     require(node->setCompLength(length));
+    const Value nothing(json::kObjectType);
+    _keep.take(*node, form.isImplied || form.wholeValue ? nothing : top, own);
+    _keep.keep(*node, top, form.isImplied || form.wholeValue ? Value() : _parts.composition(*node, form, stage.start),
+               form);
+    _items.came(*node, top);
     return node;
 }
 
@@ -280,38 +378,67 @@ double Maker::addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaTyp
     const bool isReal = isTrack(schemaOf(&object));
     const bool hasRange = isReal && member(&object, "source_range");
     mediaType = kindOf(object, mediaType);
+    _items.setMediaType(mediaType);
     _depth += hasRange ? 1 : 0;
-    const Entries entries = entriesOf(object, mediaType);
+    Entries entries = entriesOf(object, mediaType);
     _depth -= hasRange ? 1 : 0;
+    const Value* const own = isReal ? ownOf(&object) : nullptr;
+    if (isTrue(own, "isLayer") && to.track && to.track->getMediaType() == mediaType && !hasRange)
+    {
+        // Of the track below it, shown as a track of its own.
+        const CoSharedPtr<DmLayerNode> made = layer(to, &object, mediaType, entries);
+        const Value* const index = member(own, "index");
+        to.track->insertChild(made,
+                              index && index->IsInt() ? std::clamp(index->GetInt(), 0, to.track->getNbChildren()) : 0);
+        return _at - to.start;
+    }
     if (!hasRange || !isTrimmed(object, lengthOf(entries)))
-        return layOut(to, isReal ? &object : nullptr, mediaType, entries);
+        return layOut(to, isReal ? &object : nullptr, mediaType, std::move(entries));
     // A part of a track is what a container plays.
     const CoSharedPtr<DmCompositionNode> inside = this->inside(object);
-    Stage stage{*inside, 0};
-    const double length = layOut(stage, nullptr, mediaType, entries);
-    return layOut(to, nullptr, mediaType, {{&object, contain(inside, object, length, mediaType)}});
+    IdMaker ids;
+    Stage stage{*inside, 0, ids};
+    const double length = layOut(stage, nullptr, mediaType, std::move(entries));
+    Entries whole;
+    whole.push_back({&object, contain(inside, object, length, mediaType), Form::of(object, DM_CONTAINER_NODE)});
+    return layOut(to, nullptr, mediaType, std::move(whole));
 }
 
-double Maker::layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType, const Entries& entries)
+CoSharedPtr<DmLayerNode> Maker::layer(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries& entries)
+{
+    const Value* const own = ownOf(object);
+    auto layer = made(DmLayerNode::create(0, mediaType, 0, false));
+    _at = to.start;
+    _from = to.start;
+    _previous = nullptr;
+    for (Entry& entry : entries)
+        place(to, *layer, entry, mediaType);
+    addBetween(*layer, own, "behind", nullptr, mediaType);
+    require(layer->setLayerStartTC(to.start));
+    require(layer->setLayerLength(_at - to.start));
+    if (const Value* const ofLayer = own ? member(own, "layer") : nullptr)
+        _keep.take(*layer, Value(json::kObjectType), ofLayer);
+    return layer;
+}
+
+double Maker::layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries entries)
 {
     const int number = ++to.tracks[static_cast<std::size_t>(mediaType)];
-    const auto track = made(DmTrackNode::create(number, mediaType));
-    require(track->setTrackChannel(number));
+    const Value nothing(json::kObjectType);
+    const auto track = _items.track(object ? *object : nothing, mediaType, number);
+    track->addChild(layer(to, object, mediaType, entries));
+    const double end = _at;
+    Form form;
+    form.isImplied = !object;
+    _keep.take(*track, object ? *object : nothing, ownOf(object));
+    _keep.keep(*track, object ? *object : nothing, object ? _parts.track(*track, mediaType) : Value(), form);
     if (object)
-    {
-        _items.keep(*track, *object, LeftOut::Children);
-        Items::setName(*track, *object);
-    }
-    else
-        Items::keepImplied(*track);
-    DmLayerBuilder builder(0, mediaType, to.start);
-    for (const Entry& entry : entries)
-        place(builder, entry, mediaType);
-    track->addChild(made(builder.finish()));
+        _items.came(*track, *object);
+    to.track = object ? track.get() : nullptr;
     const int index = to.composition.addChild(track) - 1;
     if (mediaType == DM_MEDIA_VIDEO && number == 1)
         require(to.composition.setPrimaryVideoTrackIndex(index));
-    return builder.getEnd() - to.start;
+    return end - to.start;
 }
 
 // What stands on tracks
@@ -335,14 +462,18 @@ void Maker::addEntry(Entries& entries, const Value& object, eDmTreeMediaType med
         return _items.mistake(&object, noObject, "left out");
     if (schemaOf(&object) != "Transition")
     {
-        entries.push_back({&object, segment(object, mediaType)});
+        CoSharedPtr<DmSegmentNode> made = segment(object, mediaType);
+        Form form = Form::of(object, made->whatIs());
+        entries.push_back({&object, std::move(made), std::move(form)});
+        const bool isGap = entries.back().segment->whatIs() == DM_GAP_NODE;
+        entries.back().isHole = isGap && isTrue(ownOf(&object), "isHole");
         return;
     }
     const double in = _items.frames(member(&object, "in_offset"));
     const double out = _items.frames(member(&object, "out_offset"));
     if (in < 0 || out < 0)
         _items.mistake(&object, "a transition with a negative offset", "taken as zero");
-    entries.push_back({&object, {}, std::max(0.0, in), std::max(0.0, out)});
+    entries.push_back({&object, {}, {}, false, std::max(0.0, in), std::max(0.0, out)});
 }
 
 CoSharedPtr<DmSegmentNode> Maker::segment(const Value& item, eDmTreeMediaType mediaType)
@@ -355,29 +486,48 @@ CoSharedPtr<DmSegmentNode> Maker::segment(const Value& item, eDmTreeMediaType me
         _items.mistake(&item, "stacks nested too deeply", "what is inside plays as a gap");
     else if (schema != "Clip" && schema != "Gap" && schema != "Filler")
         _items.lose(otherSchema);
-    return finish(schema == "Clip" ? _items.clip(item, mediaType) : gap(item, mediaType), item, LeftOut::Nothing);
+    if (schema == "Clip")
+        return _items.clip(item, mediaType);
+    return _items.gap(item, mediaType);
 }
 
-CoSharedPtr<DmSegmentNode> Maker::finish(const CoSharedPtr<DmSegmentNode>& node, const Value& item, LeftOut leftOut)
+void Maker::finish(Stage& to, DmSegmentNode& node, const Value& item, const Form& form, Trim trim)
 {
-    require(node->setSegmentId(toDmString(std::to_string(++_segments))));
-    _items.keep(*node, item, leftOut);
-    return node;
-}
-
-CoSharedPtr<DmSegmentNode> Maker::gap(const Value& item, eDmTreeMediaType mediaType)
-{
-    const Items::Range played = _items.range(member(&item, "source_range")).value_or(Items::Range{0, 0});
-    const auto node = made(DmGapNode::create(mediaType, 0, played.length));
-    require(node->setRelIn(played.start));
-    _items.dress(*node, item, 0);
-    return node;
+    const double length = node.getRecLength();
+    require(node.setSegmentId(toDmString(to.ids.make(node))));
+    if (const Value* const own = ownOf(&item))
+    {
+        const DmString madeUp = node.getSegmentId();
+        _keep.take(node, item, own);
+        // A clip that was cut in two elsewhere says one id twice.
+        const DmString& id = node.getSegmentId();
+        if (!(id == madeUp) && !id.empty() && !to.ids.take(dmUtf8(id)))
+        {
+            require(node.addSegmentPreviousId(id));
+            require(node.setSegmentId(toDmString(freshId())));
+        }
+    }
+    else
+        _keep.take(node, item, nullptr);
+    if (const auto* const container = dynamic_cast<const DmContainerNode*>(&node))
+        _keep.keep(node, item, _parts.container(*container, trim, form, length), form);
+    else
+        _keep.keep(node, item, _parts.segment(node, trim, form, length), form);
+    _items.came(node, item);
 }
 
 CoSharedPtr<DmSegmentNode> Maker::container(const Value& item, eDmTreeMediaType mediaType)
 {
+    const DM::FrameCodeModes outer = _items.fcm();
+    const Value* const own = ownOf(&item);
+    const DM::FrameCodeModes named = own ? dmFcmFromText(toDmString(textOf(own, "mode"))) : DM::FCM_NOT_DEFINED;
+    if (named != DM::FCM_NOT_DEFINED)
+        _items.setMode(named);
     const CoSharedPtr<DmCompositionNode> inside = this->inside(item);
-    Stage stage{*inside, 0};
+    IdMaker ids;
+    Stage stage{*inside, 0, ids};
+    if (const Value* const start = own ? member(own, "recordStart") : nullptr; start && start->IsNumber())
+        stage.start = start->GetDouble();
     ++_depth;
     double length = 0;
     if (schemaOf(&item) == "Stack")
@@ -388,12 +538,19 @@ CoSharedPtr<DmSegmentNode> Maker::container(const Value& item, eDmTreeMediaType 
         length = layOut(stage, nullptr, kind, entriesOf(item, kind));
     }
     --_depth;
-    return contain(inside, item, length, mediaType);
+    require(inside->setCompLength(length));
+    const double seconds = length / _items.fps();
+    if (const Value* const ofInside = own ? member(own, "inside") : nullptr)
+        _keep.take(*inside, Value(json::kObjectType), ofInside);
+    _items.setMode(outer);
+    _items.setMediaType(mediaType);
+    return contain(inside, item, named == DM::FCM_NOT_DEFINED ? length : seconds * _items.fps(), mediaType);
 }
 
 CoSharedPtr<DmCompositionNode> Maker::inside(const Value& item) const
 {
-    auto inside = empty(textOf(&item, "name"));
+    const std::string_view name = textOf(&item, "name");
+    auto inside = made(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _items.fcmText(), {}));
     require(inside->setIsContainerComp(true));
     return inside;
 }
@@ -401,11 +558,9 @@ CoSharedPtr<DmCompositionNode> Maker::inside(const Value& item) const
 CoSharedPtr<DmSegmentNode> Maker::contain(const CoSharedPtr<DmCompositionNode>& inside, const Value& item,
                                           double length, eDmTreeMediaType mediaType)
 {
-    require(inside->setCompLength(length));
-    const Extent extent = _items.extent(item, Items::Range{0, length});
-    const auto node = made(DmContainerNode::create(inside, mediaType, 0, extent.length, extent.start - extent.base));
-    _items.dress(*node, item, extent.base);
-    return finish(node, item, LeftOut::Children);
+    if (inside->getCompLength() == 0)
+        require(inside->setCompLength(length));
+    return _items.container(item, inside, length, mediaType);
 }
 
 void Maker::overlap(Entries& entries)
@@ -430,31 +585,80 @@ void Maker::overlap(Entries& entries)
     }
 }
 
-void Maker::place(DmLayerBuilder& builder, const Entry& entry, eDmTreeMediaType mediaType)
+void Maker::addBetween(DmLayerNode& layer, const Value* own, const char* name, const DmTreeNode* next,
+                       eDmTreeMediaType mediaType)
 {
+    if (const Value* const list = own ? member(own, std::string_view(name)) : nullptr; list && list->IsArray())
+    {
+        for (const Value& each : list->GetArray())
+        {
+            const CoSharedPtr<DmPropertySet> set = setOf(each);
+            auto* const node = dynamic_cast<DmTreeNode*>(set.get());
+            DmTransitionNode* const transition = node ? node->asTransition() : nullptr;
+            DmSegmentNode* const segment = node ? node->asSegment() : nullptr;
+            // Others do not stand on layers, whatever a file says.
+            const bool isTransition = transition && transition->getMediaType() == mediaType;
+            const bool isSegment = segment && node->isSegment() && segment->getMediaType() == mediaType;
+            if (!isTransition && !isSegment)
+                continue;
+            const double said = isTransition ? transition->getRecIn() : segment->getRecIn();
+            const double time = std::isfinite(said) ? std::clamp(said, _from, _at) : _at;
+            require(isTransition ? transition->setRecIn(time) : segment->setRecIn(time));
+            layer.addChild(node);
+        }
+        return;
+    }
+    if (const CoSharedPtr<DmTreeNode> usual = makeBetween(usualBetween(_previous, next), mediaType, _at))
+        layer.addChild(usual);
+}
+
+void Maker::place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType mediaType)
+{
+    const Value* const own = ownOf(entry.object);
     if (!entry.segment)
     {
         const double length = entry.in + entry.out;
-        const auto effect = _items.mix(*entry.object, mediaType, length);
-        const auto node = made(DmTrxEffectNode::create(effect, 0, length, entry.in));
-        Items::setName(*node, *entry.object);
-        _items.keep(*node, *entry.object, LeftOut::Nothing);
-        return require(builder.append(node));
+        const auto node = _items.transition(*entry.object, mediaType, entry.in, entry.out);
+        addBetween(layer, own, "before", node.get(), mediaType);
+        require(node->setRecIn(_at));
+        _keep.take(*node, *entry.object, own);
+        _keep.keep(*node, *entry.object, _parts.transition(*node), {});
+        _items.came(*node, *entry.object);
+        layer.addChild(node);
+        _at += length;
+        _from = _at;
+        _previous = node.get();
+        return;
+    }
+    const double length = entry.rest();
+    if (entry.isHole)
+    {
+        _at += length;
+        _previous = nullptr;
+        return;
     }
     DmSegmentNode& segment = *entry.segment;
-    const double length = entry.rest();
-    require(segment.setRelIn(segment.getRelIn() + entry.in));
+    const Trim trim{entry.in, entry.out};
+    require(segment.setRelIn(segment.getRelIn() + headOf(segment, trim)));
     require(segment.setRecLength(length));
-    if (length >= leastLength || segment.whatIs() == DM_GAP_NODE)
-        return require(builder.append(entry.segment));
-    // Nothing of it is left to play: it travels with a gap of no length.
-    require(segment.setRecIn(builder.getEnd()));
-    const auto nothing = made(DmGapNode::create(mediaType, 0, 0));
-    require(nothing->setBaseBlob(entry.segment));
-    require(builder.append(nothing));
+    CoSharedPtr<DmTreeNode> node = entry.segment;
+    require(segment.setRecIn(_at));
+    finish(to, segment, *entry.object, entry.form, trim);
+    if (length < leastLength && segment.whatIs() != DM_GAP_NODE)
+    {
+        // Nothing of it is left to play: it travels with a gap of no length.
+        node = made(DmGapNode::create(mediaType, _at, 0));
+        require(node->setBaseBlob(entry.segment));
+    }
+    addBetween(layer, own, "before", node.get(), mediaType);
+    layer.addChild(node);
+    _at += node == entry.segment ? length : 0.0;
+    _from = _at;
+    _previous = node.get();
+    _scratch.GetAllocator().Clear(); // of a single item
 }
 
-CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& report)
+CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& report, bool places)
 {
     ParsedText text(std::move(bytes));
     json::Document document;
@@ -464,7 +668,7 @@ CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& repo
         report.add(Report::Error, text.lineAt(fault.offset), fault.what);
         return {};
     }
-    Items items(fcm != DM::FCM_NOT_DEFINED, &report, &text);
+    Items items(&report, &text, places);
     CoSharedPtr<DmRoot> root = Maker(items, fcm).root(document);
     items.tell();
     return report.hasErrors() ? CoSharedPtr<DmRoot>() : root;
@@ -472,11 +676,11 @@ CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& repo
 
 } // namespace
 
-CoSharedPtr<DmRoot> readOtio(std::string bytes, DM::FrameCodeModes fcm, Report& report)
+CoSharedPtr<DmRoot> readOtio(std::string bytes, DM::FrameCodeModes fcm, Report& report, bool places)
 {
     try
     {
-        return read(std::move(bytes), fcm, report);
+        return read(std::move(bytes), fcm, report, places);
     }
     catch (...)
     {

@@ -16,11 +16,12 @@
 /// | markers                               | cue marks of the segment, or of the composition for the outermost stack|
 /// | LinearTimeWarp, FreezeFrame           | a timewarp                                                             |
 ///
-/// Every object's members travel with its node in a blob of the type "otio", so that writing gives them back: among
-/// them what the model has no property for, as other effects, further media references, and a track's markers. Times in
-/// other rates are converted to the composition's mode, to the nearest frame, which a warning tells. What plays
-/// otherwise than the file says (transitions that are no dissolves, generators and schemas of unknown kinds) is a
-/// warning, once a kind.
+/// What an object says and its node does not travels with the node (icOtioPatch.h), so that writing gives it back:
+/// other effects, further media references, a track's markers, metadata. What stands under our own key among the
+/// metadata is given back to the node, unless the file says otherwise by now (icOtioOwn.h). Times in other rates are
+/// converted to the composition's mode, to the nearest frame, sound to a thousandth of one, which a warning tells. What
+/// plays otherwise than the file says (transitions that are no dissolves, generators and schemas of unknown kinds) is a
+/// warning.
 #pragma once
 
 #include "icReport.h"
@@ -33,8 +34,10 @@
 namespace interchange
 {
 
-/// Null with errors in the report. Without a mode, each composition's is that of its global start time, or else of the
-/// first range there is; a rate that no mode has is then an error.
-[[nodiscard]] CoSharedPtr<DmRoot> readOtio(std::string bytes, DM::FrameCodeModes fcm, Report& report);
+/// Null with errors in the report. Without a mode, each composition's is that of the rate at which most of its picture
+/// plays, among rates that have a mode; of two the one of the global start time. `places`: the report learns where each
+/// node came from.
+[[nodiscard]] CoSharedPtr<DmRoot> readOtio(std::string bytes, DM::FrameCodeModes fcm, Report& report,
+                                           bool places = false);
 
 } // namespace interchange

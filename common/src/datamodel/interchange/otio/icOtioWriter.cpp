@@ -1,19 +1,24 @@
 #include "icOtioWriter.h"
 
-#include "icOtioParts.h"
+#include "icIds.h"
+#include "icOtioKeep.h"
+#include "icOtioOwn.h"
 #include "icText.h"
+#include "icTree.h"
 
-#include "dmCompositionNode.h"
-#include "dmContainerNode.h"
+#include "dmCutNode.h"
 #include "dmGapNode.h"
 #include "dmLayerNode.h"
 #include "dmReelNode.h"
+#include "dmSetTools.h"
 #include "dmStoredLabel.h"
-#include "dmTrackNode.h"
+#include "dmUtf8.h"
+
+#include <rapidjson/prettywriter.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <new>
 
 namespace interchange
 {
@@ -23,9 +28,12 @@ using namespace otio;
 namespace
 {
 
-constexpr Loss furtherLayer{"DM726", "left out"};
 constexpr Loss otherNode{"DM728", "left out"};
 constexpr Loss tooDeep{"DM729", "written without what is inside"};
+constexpr Loss hiddenEffect{"DM711", "other programs do not see them"};
+constexpr Loss otherMix{"DM712", "written as Custom_Transition"};
+constexpr Loss overlap{"DM703", "the later one covers the end of the earlier"};
+constexpr double tolerance = 1e-6; ///< of frames
 
 /// The frame-code mode that a composition names.
 DM::FrameCodeModes modeOf(const DmCompositionNode& node)
@@ -34,77 +42,350 @@ DM::FrameCodeModes modeOf(const DmCompositionNode& node)
     return own != DM::FCM_NOT_DEFINED ? own : dmFcmFromText(node.getStartTcFcm());
 }
 
+// Output
+
+/// A stream, as rapidjson writes to one, that hands on what it has got in pieces.
+class SinkStream
+{
+public:
+    using Ch = char;
+
+    explicit SinkStream(Sink& sink)
+        : _sink(sink)
+    {
+        _held.reserve(size);
+    }
+    void Put(char c)
+    {
+        _held += c;
+        if (_held.size() >= size)
+            Flush();
+    }
+    void Flush()
+    {
+        _isGood = _isGood && _sink.write(_held);
+        _held.clear();
+    }
+    bool isGood() const { return _isGood; }
+
+private:
+    static constexpr std::size_t size = 1 << 16;
+
+    Sink& _sink;
+    std::string _held;
+    bool _isGood = true;
+};
+
+// Layers
+
+/// What of a layer becomes an object: a segment or a transition, with what stands in front of it.
+struct Item
+{
+    const DmTreeNode* node;       ///< on the layer
+    const DmSegmentNode* segment; ///< itself, or the one that travels with a gap; null for a transition
+    const DmTrxEffectNode* mix;   ///< null for a segment
+    std::vector<const DmTreeNode*> before;
+    double start = 0;  ///< in record time
+    double length = 0; ///< as it is written
+    double hole = 0;   ///< in front of it
+
+    double recIn() const { return mix ? mix->getRecIn() : static_cast<const DmSegmentNode*>(node)->getRecIn(); }
+    double recLength() const
+    {
+        return mix ? mix->getRecLength() : segment == node ? segment->getRecLength() : segment->getRecLength();
+    }
+};
+
+struct Layout
+{
+    std::vector<Item> items;
+    std::vector<const DmTreeNode*> behind; ///< the last of them
+    double end = 0;                        ///< in record time
+    std::vector<std::size_t> covered;      ///< items whose end a later one covers
+    std::size_t others = 0;                ///< nodes that have no place
+};
+
+/// A gap that stands there for no time, and says nothing.
+bool isEmptyGap(const DmTreeNode& node)
+{
+    const auto* const gap = node.whatIs() == DM_GAP_NODE ? static_cast<const DmGapNode*>(&node) : nullptr;
+    if (!gap || gap->getRecLength() != 0 || gap->getBaseBlob())
+        return false;
+    const auto fresh = made(DmGapNode::create(gap->getMediaType(), gap->getRecIn(), 0));
+    bool isEqual = false;
+    return dmDeepEqual(*gap, *fresh, isEqual) == DM_NO_ERROR && isEqual;
+}
+
+Layout layoutOf(const DmLayerNode& layer, double origin)
+{
+    Layout layout;
+    std::vector<const DmTreeNode*> before;
+    for (int i = 0; i < layer.getNbChildren(); ++i)
+    {
+        const DmTreeNode* const node = layer.getChild(i);
+        if (!node)
+        {
+            ++layout.others;
+            continue;
+        }
+        Item item{node, dynamic_cast<const DmSegmentNode*>(node), dynamic_cast<const DmTrxEffectNode*>(node), {}};
+        if (item.segment && node->whatIs() == DM_GAP_NODE)
+            if (const auto* const attached = dynamic_cast<const DmSegmentNode*>(node->getBaseBlob()))
+                item.segment = attached;
+        if (node->whatIs() == DM_CUT_NODE || isEmptyGap(*node))
+        {
+            before.push_back(node);
+            continue;
+        }
+        if (!item.mix && (!item.segment || !node->isSegment()))
+        {
+            ++layout.others;
+            continue;
+        }
+        item.before = std::move(before);
+        before.clear();
+        layout.items.push_back(std::move(item));
+    }
+    layout.behind = std::move(before);
+    layout.end = origin;
+    for (std::size_t i = 0; i < layout.items.size(); ++i)
+    {
+        Item& item = layout.items[i];
+        item.start = std::max(item.recIn(), layout.end);
+        item.hole = item.start - layout.end > tolerance ? item.start - layout.end : 0.0;
+        if (item.hole == 0)
+            item.start = layout.end;
+        item.length = std::max(0.0, item.recIn() + item.recLength() - item.start);
+        if (std::abs(item.length - item.recLength()) <= tolerance)
+            item.length = item.recLength();
+        const bool isCovered =
+            i + 1 < layout.items.size() && item.start + item.length - layout.items[i + 1].recIn() > tolerance;
+        if (isCovered)
+        {
+            item.length = std::max(0.0, layout.items[i + 1].recIn() - item.start);
+            layout.covered.push_back(i);
+        }
+        layout.end = item.start + item.length;
+    }
+    return layout;
+}
+
+/// The one that plays: the result layer, else the first; -1 without any.
+int baseLayerOf(const DmTrackNode& track)
+{
+    int base = -1;
+    for (int i = track.getNbChildren() - 1; i >= 0; --i)
+        if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track.getChild(i)))
+            if (base < 0 || layer->isResultLayer() || !static_cast<DmLayerNode*>(track.getChild(base))->isResultLayer())
+                base = i;
+    return base;
+}
+
+/// Where the record time lies that objects count from: the start, or before it what begins earlier.
+double originOf(const DmCompositionNode& composition)
+{
+    double origin = composition.getRecordStart();
+    for (int i = 0; i < composition.getNbChildren(); ++i)
+        for (const DmTreeNode* const track = composition.getChild(i); track;)
+        {
+            for (int k = 0; k < track->getNbChildren(); ++k)
+                if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(k)))
+                    for (int n = 0; n < layer->getNbChildren(); ++n)
+                        if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(layer->getChild(n)))
+                            origin = std::min(origin, segment->getRecIn());
+            break;
+        }
+    return origin;
+}
+
+/// A look whose numbers are finite: others have no form in a file.
+bool isShownLook(const DmPropertySet* effect)
+{
+    const auto* const settings = dynamic_cast<const DmLookSettings*>(effect);
+    if (!settings)
+        return false;
+    const Look look = toLook(*settings);
+    double sum = look.saturation;
+    for (std::size_t i = 0; i < look.slope.size(); ++i)
+        sum += look.slope[i] + look.offset[i] + look.power[i];
+    return std::isfinite(sum);
+}
+
 class Maker
 {
 public:
     /// `fcm`: of compositions that name no mode.
-    Maker(DM::FrameCodeModes fcm, json::Document& document, Report& report)
+    Maker(DM::FrameCodeModes fcm, SinkStream& stream, Report& report)
         : _fcm(fcm)
         , _report(report)
-        , _parts(document, report)
+        , _out(stream)
+        , _items(nullptr, nullptr)
+        , _parts(_items, _document.GetAllocator())
+        , _keep(_items, _parts)
     {
     }
 
-    Value root(const DmRoot& root);
+    void root(const DmRoot& root);
 
 private:
-    Value kept(const DmTreeNode& node) { return keptOf(node, _parts.allocator()); }
-    Value collection(const DmTreeNode& node);
-    Value composition(const DmCompositionNode& node);
-    Value timeline(Value before, const DmCompositionNode& node, Value children);
-    bool chooseMode(const DmCompositionNode& node);
+    using Writer = json::PrettyWriter<SinkStream>;
+    /// Where the children of an object are written, in a stage that they stand on.
+    struct Stage
+    {
+        const DmCompositionNode& composition;
+        double origin;
+        std::string path;
+        IdMaker ids;
+        std::array<int, 3> tracks{};
+        DM::FrameCodeModes fcm;
+    };
 
-    Value tracks(const DmCompositionNode& node);
-    Value track(const DmTrackNode& node);
-    Value elements(const DmTrackNode& node);
-    Value element(const DmLayerNode& layer, int index);
-    Value transition(const DmTrxEffectNode& node, const DmTreeNode* before, const DmTreeNode* behind);
-    Value segment(const DmSegmentNode& node, Trim trim);
-    /// The children of a container; `length` becomes what it holds, in frames of what is around it.
-    Value inside(const DmCompositionNode& node, bool isOfTrack, double& length);
-    void setChildren(Value& object, Value children, bool isKept);
+    Allocator& allocator() { return _parts.allocator(); }
+    /// Writes an object; `children` is called where they stand, if it has any.
+    template <class Children>
+    void write(const Value& object, const char* holder, Children&& children);
+    void write(const Value& value);
+    void setOwn(Value& object, Value own);
+    /// Children have a place, whatever the file said when there were none.
+    void letHaveChildren(Value& object, const DmTreeNode& node);
+
+    void collection(const DmTreeNode& node, const std::string& path, const DmRoot* root);
+    void composition(const DmCompositionNode& node, const std::string& path, const DmRoot* root);
+    void tracks(Stage& stage);
+    void track(Stage& stage, const DmTrackNode& node, const std::string& path);
+    void layer(Stage& stage, const DmTrackNode& track, const Layout& layout, const std::string& path, double origin);
+    void hole(double length, Trim trim);
+    void element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index);
+    void container(const DmContainerNode& node, Value made, Value own, const Form& form, const std::string& path);
+    /// What stands in front of an item, or behind the last, where that is not the usual.
+    void tellBetween(Value& own, const char* name, const std::vector<const DmTreeNode*>& nodes,
+                     const DmTreeNode* previous, const DmTreeNode* next, eDmTreeMediaType mediaType, double time);
+    void add(Value& own, const char* name, Value value);
+    double insideLength(const DmCompositionNode& composition, double origin, DM::FrameCodeModes fcm) const;
+    void warn(Stage& stage, const DmTrackNode& track, const Item& item);
+    bool chooseMode(const DmCompositionNode& node);
 
     DM::FrameCodeModes _fcm;
     Report& _report;
+    Writer _out;
+    json::Document _document;
+    json::MemoryPoolAllocator<> _leaf;
+    Items _items;
     Parts _parts;
+    Keep _keep;
     int _depth = 0;
 };
 
-Value Maker::root(const DmRoot& root)
+void Maker::write(const Value& value)
 {
-    const DmTreeNode* const only = root.getNbChildren() == 1 && kept(root).IsNull() ? root.getChild(0) : nullptr;
-    if (const auto* const composition = dynamic_cast<const DmCompositionNode*>(only))
-        return this->composition(*composition);
-    return collection(only && only->whatIs() == DM_REEL_NODE ? *only : static_cast<const DmTreeNode&>(root));
-}
-
-Value Maker::collection(const DmTreeNode& node)
-{
-    Value made = kept(node);
-    const bool isKept = made.IsObject();
-    if (!isKept)
-        made = _parts.object("SerializableCollection.1");
-    _parts.setName(made, node);
-    Value children(json::kArrayType);
-    for (int i = 0; i < node.getNbChildren(); ++i)
+    if (value.IsDouble() && !std::isfinite(value.GetDouble()))
     {
-        const DmTreeNode* const child = node.getChild(i);
-        if (const auto* const each = dynamic_cast<const DmCompositionNode*>(child))
-            children.PushBack(composition(*each), _parts.allocator());
-        else if (child && child->whatIs() == DM_REEL_NODE && node.whatIs() == DM_ROOT_NODE)
-            children.PushBack(collection(*child), _parts.allocator());
-        else
-            _report.lose(otherNode);
+        const std::string_view token = nonFiniteToken(value.GetDouble());
+        _out.RawValue(token.data(), token.size(), json::kNumberType);
     }
-    setChildren(made, std::move(children), isKept);
-    return made;
+    else if (value.IsObject())
+        write(value, "", [] {});
+    else if (value.IsArray())
+    {
+        _out.StartArray();
+        for (const Value& each : value.GetArray())
+            write(each);
+        _out.EndArray();
+    }
+    else
+        value.Accept(_out);
 }
 
-void Maker::setChildren(Value& object, Value children, bool isKept)
+template <class Children>
+void Maker::write(const Value& object, const char* holder, Children&& children)
 {
-    // An empty array is kept, and none stays none.
-    if (!children.Empty() || !isKept)
-        _parts.set(object, "children", std::move(children));
+    _out.StartObject();
+    for (const auto& each : object.GetObject())
+    {
+        _out.Key(each.name.GetString(), each.name.GetStringLength());
+        if (*holder && text(&each.name) == holder && each.value.IsObject())
+            write(each.value, "children", children);
+        else if (std::string_view(holder) == "children" && text(&each.name) == holder)
+        {
+            _out.StartArray();
+            children();
+            _out.EndArray();
+        }
+        else
+            write(each.value);
+    }
+    _out.EndObject();
+}
+
+void Maker::setOwn(Value& object, Value own)
+{
+    if (!own.IsNull())
+        _parts.set(_parts.inner(object, "metadata"), ownKey, std::move(own));
+}
+
+void Maker::letHaveChildren(Value& object, const DmTreeNode& node)
+{
+    if (node.getNbChildren() != 0)
+        _parts.set(object, "children", Value(json::kArrayType));
+}
+
+void Maker::add(Value& own, const char* name, Value value)
+{
+    if (!own.IsObject())
+        own.SetObject();
+    own.AddMember(json::StringRef(name), value, allocator());
+}
+
+void Maker::root(const DmRoot& root)
+{
+    const DmTreeNode* const only = root.getNbChildren() == 1 ? root.getChild(0) : nullptr;
+    Value difference;
+    if (const bool isPlain = only && (_keep.formOf(root, difference), difference.IsNull()))
+    {
+        if (only->whatIs() == DM_COMPOSITION_NODE)
+            return composition(static_cast<const DmCompositionNode&>(*only), "children[0]", &root);
+        if (only->whatIs() == DM_REEL_NODE)
+            return collection(*only, "children[0]", &root);
+        static_cast<void>(isPlain);
+    }
+    collection(root, "", nullptr);
+}
+
+void Maker::collection(const DmTreeNode& node, const std::string& path, const DmRoot* root)
+{
+    Value difference;
+    _keep.formOf(node, difference);
+    Value object = _parts.collection(node);
+    applyDifference(object, difference, allocator());
+    Value own;
+    bool holdsReel = false;
+    for (int i = 0; i < node.getNbChildren(); ++i)
+        holdsReel = holdsReel || (node.getChild(i) && node.getChild(i)->whatIs() == DM_REEL_NODE);
+    if (node.whatIs() == DM_ROOT_NODE && !holdsReel)
+        add(own, "isRoot", Value(true));
+    _keep.tell(own, node, *_keep.read(object, node, 0, 0), object);
+    if (root)
+        if (Value ofRoot;
+            _keep.tell(ofRoot, *root, *made(DmRoot::create()), Value(json::kObjectType)), !ofRoot.IsNull())
+            add(own, "root", std::move(ofRoot));
+    setOwn(object, std::move(own));
+    letHaveChildren(object, node);
+    write(object, "children",
+          [&]
+          {
+              for (int i = 0; i < node.getNbChildren(); ++i)
+              {
+                  const DmTreeNode* const child = node.getChild(i);
+                  const std::string childPath =
+                      path + (path.empty() ? "" : "/") + "children[" + std::to_string(i) + ']';
+                  if (child && child->whatIs() == DM_COMPOSITION_NODE)
+                      composition(static_cast<const DmCompositionNode&>(*child), childPath, nullptr);
+                  else if (child && child->whatIs() == DM_REEL_NODE && node.whatIs() == DM_ROOT_NODE)
+                      collection(*child, childPath, nullptr);
+                  else
+                      _report.lose(otherNode);
+              }
+          });
 }
 
 bool Maker::chooseMode(const DmCompositionNode& node)
@@ -112,228 +393,365 @@ bool Maker::chooseMode(const DmCompositionNode& node)
     const DM::FrameCodeModes own = modeOf(node);
     const DM::FrameCodeModes fcm = own != DM::FCM_NOT_DEFINED ? own : _fcm;
     if (fcm == DM::FCM_NOT_DEFINED)
-        _report.add(Report::Error, 0, "the composition names no frame-code mode, and no other was given");
+        _report.add("DM701", Report::Error, 0,
+                    "the composition names no frame-code mode, and no other was given (--fcm names one)");
     else
-        _parts.items().setMode(fcm);
+        _items.setMode(fcm);
     return fcm != DM::FCM_NOT_DEFINED;
 }
 
-Value Maker::composition(const DmCompositionNode& node)
+double Maker::insideLength(const DmCompositionNode& composition, double origin, DM::FrameCodeModes fcm) const
+{
+    static_cast<void>(fcm);
+    double end = origin;
+    for (int i = 0; i < composition.getNbChildren(); ++i)
+        if (const DmTreeNode* const track = composition.getChild(i))
+            for (int k = 0; k < track->getNbChildren(); ++k)
+                if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(k)))
+                    end = std::max(end, layoutOf(*layer, origin).end);
+    return end - origin;
+}
+
+void Maker::composition(const DmCompositionNode& node, const std::string& path, const DmRoot* root)
 {
     if (!chooseMode(node))
-        return {};
-    Value made = kept(node);
-    Value children = tracks(node);
-    const std::string_view schema = schemaOf(&made);
-    const bool isPlain = node.getStartTC() == 0 && node.getCueMarks().count() == 0;
-    if (made.IsArray() && isPlain && children.Size() == 1)
+        return;
+    Value difference;
+    const Form form = _keep.formOf(node, difference);
+    if (form.wholeValue && node.getNbChildren() == 0)
+        return write(*form.wholeValue);
+    const bool isStack = form.schema == "Stack" && node.getStartTC() == 0;
+    const double origin = originOf(node);
+    Stage stage{node, origin, path, {}, {}, _items.fcm()};
+    Form written;
+    written.schema = isStack ? "Stack" : "";
+    Value object = _parts.composition(node, written, origin);
+    if (isStack == (form.schema == "Stack"))
+        applyDifference(object, difference, allocator());
+    Value own;
+    if (DM::FcmUtil::isDropFrame(stage.fcm) || (node.getNbChildren() == 0 && difference.IsNull()))
+        if (dmFcmFromText(node.getFCM()) != DM::FCM_24)
+            add(own, "mode", _parts.string(DM::FcmUtil::getFCMString(stage.fcm)));
+    const CoSharedPtr<DmCompositionNode> read = _items.composition(object);
+    require(read->setCompLength(insideLength(node, origin, stage.fcm)));
+    int firstVideo = -1;
+    for (int i = node.getNbChildren() - 1; i >= 0; --i)
+        if (const auto* const track = dynamic_cast<const DmTrackNode*>(node.getChild(i));
+            track && track->getMediaType() == DM_MEDIA_VIDEO)
+            firstVideo = i;
+    require(read->setPrimaryVideoTrackIndex(firstVideo));
+    if (origin != read->getStartTC())
+        add(own, "recordStart", Value(origin));
+    const Value unnamed(json::kObjectType);
+    if (form.isImplied && node.getNbChildren() == 1 && own.IsNull() && !root)
+        return tracks(stage);
+    _keep.tell(own, node, *read, object);
+    if (root)
+        if (Value ofRoot; _keep.tell(ofRoot, *root, *made(DmRoot::create()), unnamed), !ofRoot.IsNull())
+            add(own, "root", std::move(ofRoot));
+    if (form.isImplied && node.getNbChildren() == 1)
     {
-        // The only child stands for the composition, unless that has a name of its own.
-        const DmString name = toDmString(textOf(&children[0], "name"));
-        if (node.getName() == (name.empty() ? DmString(L"untitled") : name))
-            return Value(std::move(children[0]));
+        // The only child stands for the composition, unless that has more to say than the child's name.
+        const auto* const track = dynamic_cast<const DmTrackNode*>(node.getChild(0));
+        const Value* const properties = own.IsNull() ? nullptr : member(&own, "node");
+        const bool saysOnlyName = own.IsNull();
+        static_cast<void>(properties);
+        if (track && saysOnlyName && node.getStartTC() == 0)
+            return tracks(stage);
     }
-    if (schema == "Stack")
+    setOwn(object, std::move(own));
+    if (isStack)
     {
-        const double origin = -node.getStartTC();
-        _parts.setName(made, node);
-        _parts.setMarks(made, node.getCueMarks(), origin);
-        setChildren(made, std::move(children), true);
-        if (origin == 0)
-            return made;
-        Value outer = _parts.object("Timeline.1");
-        _parts.setName(outer, node);
-        _parts.set(outer, "global_start_time", _parts.time(node.getStartTC()));
-        _parts.set(outer, "tracks", std::move(made));
-        return outer;
+        letHaveChildren(object, node);
+        return write(object, "children", [&] { tracks(stage); });
     }
-    // What was no timeline comes back as it was.
-    if (made.IsObject() && schema != "Timeline" && children.Empty())
-        return made;
-    return timeline(schema == "Timeline" ? std::move(made) : Value(), node, std::move(children));
+    if (node.getNbChildren() != 0 && (!object.HasMember("tracks") || !object["tracks"].IsObject()))
+        _parts.set(object, "tracks", std::move(_parts.composition(node, {}, origin)["tracks"]));
+    if (node.getNbChildren() != 0)
+        letHaveChildren(object["tracks"], node);
+    write(object, "tracks", [&] { tracks(stage); });
 }
 
-Value Maker::timeline(Value before, const DmCompositionNode& node, Value children)
+void Maker::tracks(Stage& stage)
 {
-    const bool isKept = before.IsObject();
-    Value made = isKept ? std::move(before) : _parts.object("Timeline.1");
-    _parts.setName(made, node);
-    const Value* const start = member(&made, "global_start_time");
-    if ((start ? _parts.items().frames(start) : 0) != node.getStartTC())
-        _parts.set(made, "global_start_time", _parts.time(node.getStartTC()));
-    _parts.setNotes(made, node);
-    const bool hadStack = member(&made, "tracks") && made["tracks"].IsObject();
-    if (isKept && !hadStack && children.Empty() && node.getCueMarks().count() == 0)
-        return made;
-    if (!hadStack)
-    {
-        _parts.set(made, "tracks", _parts.object("Stack.1"));
-        _parts.set(made["tracks"], "name", _parts.string("tracks"));
-    }
-    Value& stack = made["tracks"];
-    _parts.setMarks(stack, node.getCueMarks(), -node.getStartTC());
-    setChildren(stack, std::move(children), hadStack);
-    return made;
-}
-
-Value Maker::tracks(const DmCompositionNode& node)
-{
-    Value children(json::kArrayType);
-    for (int i = 0; i < node.getNbChildren(); ++i)
-        if (const auto* const each = dynamic_cast<const DmTrackNode*>(node.getChild(i)))
-            children.PushBack(track(*each), _parts.allocator());
+    for (int i = 0; i < stage.composition.getNbChildren(); ++i)
+        if (const auto* const each = dynamic_cast<const DmTrackNode*>(stage.composition.getChild(i)))
+            track(stage, *each, stage.path + "/children[" + std::to_string(i) + ']');
         else
             _report.lose(otherNode);
-    return children;
 }
 
-Value Maker::track(const DmTrackNode& node)
+void Maker::track(Stage& stage, const DmTrackNode& node, const std::string& path)
 {
-    Value made = kept(node);
-    Value children = elements(node);
-    if (made.IsArray() && children.Size() == 1 && node.getName() == L"untitled")
-        return Value(std::move(children[0]));
-    const bool isKept = made.IsObject();
-    if (!isKept)
-        made = _parts.object("Track.1");
-    _parts.setName(made, node);
-    const bool isAudio = node.getMediaType() == DM_MEDIA_AUDIO;
-    const std::string_view kind = textOf(&made, "kind");
-    if (!isKept || (!kind.empty() && (kind == "Audio") != isAudio))
-        _parts.set(made, "kind", _parts.string(isAudio ? "Audio" : "Video"));
-    setChildren(made, std::move(children), isKept);
-    return made;
-}
-
-Value Maker::elements(const DmTrackNode& node)
-{
-    Value children(json::kArrayType);
-    const auto* const layer = dynamic_cast<const DmLayerNode*>(node.getChild(0));
-    if (node.getNbChildren() > 1)
-        _report.lose(furtherLayer);
-    for (int i = 0; layer && i < layer->getNbChildren(); ++i)
-        if (Value made = element(*layer, i); made.IsObject())
-            children.PushBack(made, _parts.allocator());
-    return children;
-}
-
-Value Maker::element(const DmLayerNode& layer, int index)
-{
-    const DmTreeNode* const node = layer.getChild(index);
-    const auto mix = [&layer](int at) { return dynamic_cast<const DmTrxEffectNode*>(layer.getChild(at)); };
-    if (const DmTrxEffectNode* const transition = mix(index))
-        return this->transition(*transition, layer.getChild(index - 1), layer.getChild(index + 1));
-    const auto* segment = dynamic_cast<const DmSegmentNode*>(node);
-    if (!segment)
+    const eDmTreeMediaType mediaType = node.getMediaType();
+    const int number = ++stage.tracks[static_cast<std::size_t>(std::clamp<int>(mediaType, 0, 2))];
+    const int base = baseLayerOf(node);
+    Value difference;
+    const Form form = _keep.formOf(node, difference);
+    const auto writeLayer = [&](int index)
     {
-        if (!node || node->whatIs() != DM_CUT_NODE)
+        const auto* const layerNode = index < 0 ? nullptr : static_cast<const DmLayerNode*>(node.getChild(index));
+        const Layout layout = layerNode ? layoutOf(*layerNode, stage.origin) : Layout{{}, {}, stage.origin, {}, 0};
+        if (layout.others != 0)
             _report.lose(otherNode);
-        return {};
-    }
-    if (const auto* const attached = dynamic_cast<const DmSegmentNode*>(node->getBaseBlob()))
-        segment = attached;
-    else if (segment->whatIs() == DM_GAP_NODE && segment->getRecLength() == 0 && kept(*segment).IsNull())
-        return {}; // stands between two transitions, or at an end
-    Trim trim;
-    if (const DmTrxEffectNode* const before = mix(index - 1))
-        trim.in = before->getRecLength() - before->getRelIn();
-    if (const DmTrxEffectNode* const behind = mix(index + 1))
-        trim.out = behind->getRelIn();
-    return this->segment(*segment, trim);
-}
-
-Value Maker::transition(const DmTrxEffectNode& node, const DmTreeNode* before, const DmTreeNode* behind)
-{
-    Value made = kept(node);
-    const bool isKept = made.IsObject();
-    if (!isKept)
-        made = _parts.object("Transition.1");
-    _parts.setName(made, node);
-    _parts.setMix(made, node, isKept);
-    _parts.setNotes(made, node);
-    // An offset that was cut to what stands beside it has left nothing of that.
-    const auto setOffset = [&](const char* name, double now, const DmTreeNode* beside)
-    {
-        const double then = std::max(0.0, _parts.items().frames(member(&made, std::string_view(name))));
-        const auto* const segment = dynamic_cast<const DmSegmentNode*>(beside);
-        const bool isCut = then > now && (!segment || segment->getRecLength() == 0);
-        if (!isKept || (!isCut && std::abs(then - now) > 1e-6))
-            _parts.set(made, name, _parts.time(now));
+        const bool isBase = index == base;
+        Value object = _parts.track(node, mediaType);
+        if (isBase)
+            applyDifference(object, difference, allocator());
+        Value own;
+        if (!isBase)
+        {
+            add(own, "isLayer", Value(true));
+            if (static_cast<const DmLayerNode*>(node.getChild(base))->isResultLayer())
+                _parts.set(object, "enabled", Value(false));
+        }
+        if (index > 0)
+            add(own, "index", Value(index));
+        if (isBase)
+            _keep.tell(own, node, *_keep.read(object, node, 0, number), object);
+        if (layerNode)
+        {
+            const auto read = made(DmLayerNode::create(0, mediaType, 0, false));
+            require(read->setLayerStartTC(stage.origin));
+            require(read->setLayerLength(layout.end - stage.origin));
+            Value ofLayer;
+            _keep.tell(ofLayer, *layerNode, *read, Value(json::kObjectType));
+            if (!ofLayer.IsNull())
+                add(own, "layer", std::move(ofLayer));
+            const DmTreeNode* const last = layout.items.empty() ? nullptr : layout.items.back().node;
+            tellBetween(own, "behind", layout.behind, last, nullptr, mediaType, layout.end);
+        }
+        else
+            add(own, "isEmpty", Value(true));
+        if (form.isImplied && isBase && own.IsNull() && layout.items.size() == 1 && layout.items[0].hole == 0)
+            return layer(stage, node, layout, path, stage.origin);
+        setOwn(object, std::move(own));
+        if (layerNode)
+            letHaveChildren(object, *layerNode);
+        write(object, "children", [&] { layer(stage, node, layout, path, stage.origin); });
     };
-    setOffset("in_offset", node.getRelIn(), before);
-    setOffset("out_offset", node.getRecLength() - node.getRelIn(), behind);
-    return made;
+    writeLayer(base);
+    for (int i = 0; i < node.getNbChildren(); ++i)
+        if (i != base && dynamic_cast<const DmLayerNode*>(node.getChild(i)))
+            writeLayer(i);
 }
 
-Value Maker::inside(const DmCompositionNode& node, bool isOfTrack, double& length)
+void Maker::tellBetween(Value& own, const char* name, const std::vector<const DmTreeNode*>& nodes,
+                        const DmTreeNode* previous, const DmTreeNode* next, eDmTreeMediaType mediaType, double time)
 {
-    const DM::FrameCodeModes outer = _parts.items().fcm();
-    const DM::FrameCodeModes own = modeOf(node);
-    if (own != DM::FCM_NOT_DEFINED)
-        _parts.items().setMode(own);
-    const double fps = _parts.items().fps();
+    const CoSharedPtr<DmTreeNode> usual = makeBetween(usualBetween(previous, next), mediaType, time);
+    bool isUsual = nodes.size() == (usual ? 1U : 0U);
+    if (isUsual && usual)
+        isUsual = dmDeepEqual(*nodes.front(), *usual, isUsual) == DM_NO_ERROR && isUsual;
+    if (isUsual)
+        return;
+    Value list(json::kArrayType);
+    for (const DmTreeNode* const node : nodes)
+        if (Value value = setValue(*node, allocator()); !value.IsNull())
+            list.PushBack(value, allocator());
+    add(own, name, std::move(list));
+}
+
+void Maker::hole(double length, Trim trim)
+{
+    Value gap = _parts.gap(length + trim.in + trim.out);
+    Value own;
+    add(own, "isHole", Value(true));
+    setOwn(gap, std::move(own));
+    write(gap);
+}
+
+void Maker::layer(Stage& stage, const DmTrackNode& track, const Layout& layout, const std::string& path, double origin)
+{
+    static_cast<void>(origin);
+    static_cast<void>(path);
+    for (std::size_t i = 0; i < layout.items.size(); ++i)
+    {
+        const bool isLeaf = !layout.items[i].segment || layout.items[i].segment->whatIs() != DM_CONTAINER_NODE;
+        Allocator& outer = allocator();
+        if (isLeaf)
+            _parts.setAllocator(_leaf);
+        element(stage, track, layout, i);
+        _parts.setAllocator(outer);
+        if (isLeaf)
+            _leaf.Clear();
+    }
+}
+
+void Maker::warn(Stage& stage, const DmTrackNode& track, const Item& item)
+{
+    _report.at({item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix,
+                track.getMediaType(),
+                track.getTrackNum(),
+                stage.composition.getLabelTime(item.start),
+                stage.fcm,
+                {}});
+    if (item.mix &&
+        textOf(&static_cast<const Value&>(_parts.transition(*item.mix)), "transition_type") == "Custom_Transition")
+        _report.lose(otherMix);
+    bool hasSpeed = false;
+    bool hasLook = false;
+    if (item.segment)
+        for (const DmPropertySetPtr& effect : item.segment->getEffects())
+        {
+            const bool isSpeed = !hasSpeed && speedOf(effect.get()).has_value();
+            const bool isLook =
+                !hasLook && !isSpeed && track.getMediaType() == DM_MEDIA_VIDEO && isShownLook(effect.get());
+            hasSpeed = hasSpeed || isSpeed;
+            hasLook = hasLook || isLook;
+            if (effect && !isSpeed && !isLook)
+                _report.lose(hiddenEffect);
+        }
+}
+
+void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index)
+{
+    const Item& item = layout.items[index];
+    const auto mixAt = [&](std::size_t at) { return at < layout.items.size() ? layout.items[at].mix : nullptr; };
+    const DmTrxEffectNode* const mixBefore = index > 0 && item.hole == 0 ? mixAt(index - 1) : nullptr;
+    const DmTrxEffectNode* const mixBehind =
+        index + 1 < layout.items.size() && layout.items[index + 1].hole == 0 ? mixAt(index + 1) : nullptr;
+    const auto headBehind = [](const DmTrxEffectNode* mix)
+    { return mix ? mix->getRecLength() - mix->getRelIn() : 0.0; };
+    const auto tailBefore = [](const DmTrxEffectNode* mix) { return mix ? mix->getRelIn() : 0.0; };
+    if (item.hole > 0)
+        hole(item.hole, {headBehind(index > 0 ? mixAt(index - 1) : nullptr), tailBefore(item.mix)});
+    warn(stage, track, item);
+    if (std::ranges::find(layout.covered, index) != layout.covered.end())
+        _report.lose(overlap);
+
+    Value difference;
+    Value own;
+    const DmTreeNode* const previous = index > 0 && item.hole == 0 ? layout.items[index - 1].node : nullptr;
+    tellBetween(own, "before", item.before, previous, item.node, track.getMediaType(), item.start);
+    if (item.mix)
+    {
+        _keep.formOf(*item.mix, difference);
+        Value object = _parts.transition(*item.mix);
+        applyDifference(object, difference, allocator());
+        _keep.tell(own, *item.mix, *_keep.read(object, *item.mix, 0, 0), object);
+        setOwn(object, std::move(own));
+        return write(object);
+    }
+    const Trim trim{headBehind(mixBefore), tailBefore(mixBehind)};
+    const DmSegmentNode& segment = *item.segment;
+    const Form form = _keep.formOf(segment, difference);
+    const auto* const container = dynamic_cast<const DmContainerNode*>(&segment);
+    Value object = container ? _parts.container(*container, trim, form, item.length)
+                             : _parts.segment(segment, trim, form, item.length);
+    applyDifference(object, difference, allocator());
+    double inside = 0;
+    if (container && container->getComposition())
+    {
+        const DmCompositionNode& nested = *container->getComposition();
+        const DM::FrameCodeModes own2 = modeOf(nested);
+        const double fps = own2 == DM::FCM_NOT_DEFINED ? _items.fps() : DM::FcmUtil::getDoubleFPS(own2);
+        inside = insideLength(nested, originOf(nested), own2) * _items.fps() / fps;
+    }
+    const CoSharedPtr<DmTreeNode> readNode = _keep.read(object, segment, inside, 0);
+    auto& read = static_cast<DmSegmentNode&>(*readNode);
+    require(read.setRelIn(read.getRelIn() + headOf(read, trim)));
+    require(read.setRecLength(read.getRecLength() - trim.in - trim.out));
+    require(read.setSegmentId(toDmString(stage.ids.make(read))));
+    stage.ids.take(dmUtf8(segment.getSegmentId()));
+    _keep.tell(own, segment, read, object);
+    if (container)
+        return this->container(*container, std::move(object), std::move(own), form,
+                               stage.path + '/' + std::to_string(index));
+    setOwn(object, std::move(own));
+    write(object);
+}
+
+void Maker::container(const DmContainerNode& node, Value object, Value own, const Form& form, const std::string& path)
+{
+    const DmCompositionNode* const nested = node.getComposition();
+    if (!nested || _depth >= deepestNesting)
+    {
+        if (nested)
+            _report.lose(tooDeep);
+        setOwn(object, std::move(own));
+        return write(object, "children", [] {});
+    }
+    const DM::FrameCodeModes outer = _items.fcm();
+    const DM::FrameCodeModes mode = modeOf(*nested) == DM::FCM_NOT_DEFINED ? outer : modeOf(*nested);
+    if (mode != outer)
+        add(own, "mode", _parts.string(DM::FcmUtil::getFCMString(mode)));
+    _items.setMode(mode);
+    Stage stage{*nested, originOf(*nested), path, {}, {}, mode};
+    if (stage.origin != 0)
+        add(own, "recordStart", Value(stage.origin));
+    // As the reader makes it of the object.
+    const std::string_view name = textOf(&object, "name");
+    const auto read =
+        made(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _items.fcmText(), {}));
+    require(read->setIsContainerComp(true));
+    require(read->setCompLength(insideLength(*nested, stage.origin, mode)));
+    const bool isOfTrack = !form.schema.empty();
+    for (int i = nested->getNbChildren() - 1; i >= 0; --i)
+        if (const auto* const track = dynamic_cast<const DmTrackNode*>(nested->getChild(i));
+            track && track->getMediaType() == DM_MEDIA_VIDEO)
+            require(read->setPrimaryVideoTrackIndex(i));
+    Value ofInside;
+    _keep.tell(ofInside, *nested, *read, Value(json::kObjectType));
+    if (!ofInside.IsNull())
+        add(own, "inside", std::move(ofInside));
+    setOwn(object, std::move(own));
+    letHaveChildren(object, *nested);
     ++_depth;
-    const auto* const only = dynamic_cast<const DmTrackNode*>(node.getChild(0));
-    Value children = !isOfTrack ? tracks(node) : only ? elements(*only) : Value(json::kArrayType);
+    write(object, "children",
+          [&]
+          {
+              const auto* const only = dynamic_cast<const DmTrackNode*>(nested->getChild(0));
+              if (!isOfTrack)
+                  tracks(stage);
+              else if (const int base = only ? baseLayerOf(*only) : -1; base >= 0)
+                  layer(stage, *only, layoutOf(static_cast<const DmLayerNode&>(*only->getChild(base)), stage.origin),
+                        "", stage.origin);
+          });
     --_depth;
-    _parts.items().setMode(outer);
-    length = node.getCompLength() * _parts.items().fps() / fps;
-    return children;
-}
-
-Value Maker::segment(const DmSegmentNode& node, Trim trim)
-{
-    Value made = kept(node);
-    const bool isKept = made.IsObject();
-    const auto* const container = dynamic_cast<const DmContainerNode*>(&node);
-    if (const auto* const source = dynamic_cast<const DmSourceNode*>(&node))
-    {
-        if (!isKept)
-            made = _parts.object("Clip.2");
-        _parts.setSource(made, *source, isKept, trim);
-        return made;
-    }
-    if (!isKept)
-        made = _parts.object(container ? "Stack.1" : "Gap.1");
-    Extent before;
-    const DmCompositionNode* const composition = container ? container->getComposition() : nullptr;
-    if (composition && _depth < deepestNesting)
-    {
-        double length = 0;
-        Value children = inside(*composition, isTrack(schemaOf(&made)), length);
-        before = _parts.items().extent(made, Items::Range{0, length});
-        setChildren(made, std::move(children), isKept);
-    }
-    else if (container)
-        _report.lose(tooDeep);
-    else if (const auto played = _parts.items().range(member(&made, "source_range")))
-        before = {0, played->start, played->length, 0};
-    _parts.setRange(made, node, before, before.base, isKept, trim);
-    _parts.setDress(made, node, before.base);
-    return made;
+    _items.setMode(outer);
 }
 
 } // namespace
 
-std::optional<std::string> writeOtio(const DmRoot& root, DM::FrameCodeModes fcm, Report& report)
+bool writeOtio(const DmRoot& root, DM::FrameCodeModes fcm, Sink& sink, Report& report)
 {
     if (root.getNbChildren() == 0)
     {
-        report.add(Report::Error, 0, "the document holds no composition");
-        return std::nullopt;
+        report.add("DM701", Report::Error, 0, "the document holds no composition");
+        return false;
     }
     try
     {
-        json::Document document;
-        const Value made = Maker(fcm, document, report).root(root);
-        if (!report.hasErrors())
-            return toIndentedJson(made);
+        SinkStream stream(sink);
+        Maker(fcm, stream, report).root(root);
+        stream.Put('\n');
+        stream.Flush();
+        return stream.isGood() && !report.hasErrors();
     }
     catch (...)
     {
         report.addException();
     }
-    return std::nullopt;
+    return false;
+}
+
+std::optional<std::string> writeOtio(const DmRoot& root, DM::FrameCodeModes fcm, Report& report)
+{
+    class TextSink final : public Sink
+    {
+    public:
+        bool write(std::string_view bytes) override
+        {
+            text += bytes;
+            return true;
+        }
+        std::string text;
+    };
+    TextSink sink;
+    if (!writeOtio(root, fcm, sink, report))
+        return std::nullopt;
+    return std::move(sink.text);
 }
 
 } // namespace interchange

@@ -1,0 +1,238 @@
+#include "icOtioKeep.h"
+
+#include "icLeftovers.h"
+#include "icOtioOwn.h"
+#include "icOtioShort.h"
+#include "icText.h"
+#include "icTree.h"
+
+#include "dmBlobNode.h"
+#include "dmCutNode.h"
+#include "dmGapNode.h"
+#include "dmReelNode.h"
+#include "dmRoot.h"
+#include "dmSetTools.h"
+#include "dmUtf8.h"
+
+#include <algorithm>
+
+namespace interchange::otio
+{
+
+namespace
+{
+
+constexpr int longestChain = 64;
+
+/// Ours, in whatever version that can be read.
+bool isLeftover(const DmPropertySet& set)
+{
+    const auto* const blob = dynamic_cast<const DmBlobNode*>(&set);
+    return blob && (blob->getBlobType() == L"otio" || blob->getBlobType() == L"otio 2");
+}
+
+/// The notes of cut lists that a document shows to other programs.
+std::vector<Note> shownNotes(const DmTreeNode& node)
+{
+    std::vector<Note> notes = interchange::notesOf(node);
+    std::erase_if(notes, [](const Note& note) { return isOfModel(note.kind); });
+    return notes;
+}
+
+void setNotes(DmTreeNode& node, const std::vector<Note>& notes)
+{
+    const std::string before = leftoverOf(node, edlLeftover).value_or("");
+    std::string text = before.substr(0, before.find('\n'));
+    std::vector<Note> all = interchange::notesOf(node);
+    std::erase_if(all, [](const Note& note) { return !isOfModel(note.kind); });
+    all.insert(all.end(), notes.begin(), notes.end());
+    appendNoteLines(text, all);
+    require(setLeftover(node, edlLeftover, text));
+}
+
+std::string textOf(const Value& value)
+{
+    std::string text;
+    appendJson(text, value);
+    return text;
+}
+
+} // namespace
+
+Between usualBetween(const DmTreeNode* before, const DmTreeNode* behind)
+{
+    const bool follows = before && before->isSegment();
+    const bool goesOn = behind && behind->isSegment();
+    if (follows && goesOn)
+        return Between::Cut;
+    const bool hasTransition = (before && before->isTransition()) || (behind && behind->isTransition());
+    return hasTransition && !follows && !goesOn ? Between::EmptyGap : Between::Nothing;
+}
+
+CoSharedPtr<DmTreeNode> makeBetween(Between what, eDmTreeMediaType mediaType, double time)
+{
+    if (what == Between::EmptyGap)
+        return made(DmGapNode::create(mediaType, time, 0));
+    if (what == Between::Nothing)
+        return {};
+    const auto cut = made(DmCutNode::create());
+    require(cut->setMediaType(mediaType));
+    require(cut->setRecIn(time));
+    return cut;
+}
+
+// Reading
+
+void Keep::take(DmTreeNode& node, const Value& object, const Value* own) const
+{
+    const std::vector<Note> notes = otio::notesOf(object);
+    if (own)
+    {
+        if (const Value* const properties = member(own, "node"))
+            takeOwn(node, *properties);
+        DmTreeNode* last = &node;
+        if (const Value* const chain = arrayOf(own, "attached"))
+            for (const Value& each : chain->GetArray())
+            {
+                const CoSharedPtr<DmPropertySet> set = last ? setOf(each) : CoSharedPtr<DmPropertySet>();
+                if (!set || last->setBaseBlob(set) != DM_NO_ERROR)
+                    break;
+                last = dynamic_cast<DmTreeNode*>(set.get());
+            }
+    }
+    if (shownNotes(node) != notes)
+        setNotes(node, notes);
+}
+
+void Keep::keep(DmTreeNode& node, const Value& object, const Value& plain, const Form& form)
+{
+    Allocator& allocator = _parts.allocator();
+    Value leftover =
+        form.isImplied || form.wholeValue
+            ? Value()
+            : differenceOf(plain, object, allocator, !node.isSegment() || node.whatIs() == DM_CONTAINER_NODE);
+    if (const Value formValue = form.toValue(allocator); !formValue.IsNull())
+    {
+        if (!leftover.IsObject())
+            leftover.SetObject();
+        leftover.AddMember(json::StringRef("form"), Value(formValue, allocator), allocator);
+    }
+    if (!leftover.IsNull())
+        static_cast<void>(setLeftover(node, leftoverType, textOf(leftover))); // a host's set may end the chain
+}
+
+// Writing
+
+Value Keep::plainOf(const DmTreeNode& node, const Form& form)
+{
+    if (const auto* const container = dynamic_cast<const DmContainerNode*>(&node))
+        return _parts.container(*container, {}, form);
+    if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(&node))
+        return _parts.segment(*segment, {}, form);
+    if (const auto* const mix = dynamic_cast<const DmTrxEffectNode*>(&node))
+        return _parts.transition(*mix);
+    if (const auto* const track = dynamic_cast<const DmTrackNode*>(&node))
+        return _parts.track(node, track->getMediaType());
+    if (const auto* const composition = dynamic_cast<const DmCompositionNode*>(&node))
+        return _parts.composition(*composition, form, form.schema.empty() ? composition->getStartTC() : 0.0);
+    return _parts.collection(node);
+}
+
+Form Keep::formOf(const DmTreeNode& node, Value& difference)
+{
+    Allocator& allocator = _parts.allocator();
+    difference = leftoverValue(node, leftoverType, allocator);
+    if (difference.IsObject())
+    {
+        const Value* const form = member(&difference, "form");
+        return form ? Form::fromValue(*form, allocator) : Form();
+    }
+    difference.SetNull();
+    Value old = leftoverValue(node, oldLeftoverType, allocator);
+    lengthen(old, allocator);
+    Form form;
+    form.isImplied = old.IsArray();
+    if (!old.IsObject())
+        return form;
+    form = Form::of(old, node.whatIs());
+    const auto* const container = dynamic_cast<const DmContainerNode*>(&node);
+    const double length = container && container->getComposition() ? container->getComposition()->getCompLength() : 0;
+    if (const CoSharedPtr<DmTreeNode> then = read(old, node, length, 0))
+        difference =
+            differenceOf(plainOf(*then, form), old, allocator, !node.isSegment() || node.whatIs() == DM_CONTAINER_NODE);
+    return form;
+}
+
+CoSharedPtr<DmTreeNode> Keep::read(const Value& object, const DmTreeNode& like, double length, int number)
+{
+    if (const auto* const container = dynamic_cast<const DmContainerNode*>(&like))
+        return _items.container(
+            object, CoSharedPtr<DmCompositionNode>(const_cast<DmCompositionNode*>(container->getComposition())), length,
+            container->getMediaType());
+    if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(&like))
+    {
+        if (like.whatIs() == DM_SOURCE_NODE)
+            return _items.clip(object, segment->getMediaType());
+        return _items.gap(object, segment->getMediaType());
+    }
+    if (const auto* const mix = dynamic_cast<const DmTrxEffectNode*>(&like))
+        return _items.transition(object, mix->getMediaType(), mix->getRelIn(), mix->getRecLength() - mix->getRelIn());
+    if (const auto* const track = dynamic_cast<const DmTrackNode*>(&like))
+        return _items.track(object, track->getMediaType(), number);
+    if (like.whatIs() == DM_COMPOSITION_NODE)
+        return _items.composition(object);
+    CoSharedPtr<DmTreeNode> collection;
+    if (like.whatIs() == DM_ROOT_NODE)
+        collection = made(DmRoot::create());
+    else
+        collection = made(DmReelNode::create());
+    Items::setName(*collection, object);
+    return collection;
+}
+
+Value Keep::attached(const DmTreeNode& node)
+{
+    Value chain(json::kArrayType);
+    const DmPropertySet* at = node.getBaseBlob();
+    for (int i = 0; at && i < longestChain; ++i)
+    {
+        const auto* const held = dynamic_cast<const DmTreeNode*>(at);
+        const DmPropertySet* const next = held ? held->getBaseBlob() : nullptr;
+        if (!isLeftover(*at))
+        {
+            // Without what hangs behind it, which comes next.
+            CoSharedPtr<DmPropertySet> alone = at->clone();
+            if (auto* const copy = dynamic_cast<DmTreeNode*>(alone.get()); copy && next)
+                require(copy->setBaseBlob({}));
+            if (Value value = alone ? setValue(*alone, _parts.allocator()) : Value(); !value.IsNull())
+                chain.PushBack(value, _parts.allocator());
+        }
+        at = next;
+    }
+    return chain;
+}
+
+void Keep::tell(Value& own, const DmTreeNode& node, const DmTreeNode& read, const Value& object)
+{
+    Allocator& allocator = _parts.allocator();
+    const auto add = [&](const char* name, Value value)
+    {
+        if (!own.IsObject())
+            own.SetObject();
+        own.AddMember(json::StringRef(name), value, allocator);
+    };
+    if (Value properties = ownOf(node, read, allocator); !properties.IsNull())
+        add("node", std::move(properties));
+    // Notes alone stand among the metadata of cut lists already.
+    std::string plainNotes;
+    appendNoteLines(plainNotes, otio::notesOf(object));
+    const auto* const first = dynamic_cast<const DmTreeNode*>(node.getBaseBlob());
+    const bool isNotesOnly = first && first->whatIs() == DM_BLOB_NODE && leftoverOf(node, edlLeftover) == plainNotes &&
+                             (!first->getBaseBlob() || isLeftover(*first->getBaseBlob()));
+    if (isNotesOnly)
+        return;
+    if (Value chain = attached(node); !chain.Empty())
+        add("attached", std::move(chain));
+}
+
+} // namespace interchange::otio

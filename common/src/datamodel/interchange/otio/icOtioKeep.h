@@ -1,0 +1,68 @@
+/// What travels beside the model's own words: with a node, what its file says and it does not (the leftover); with an
+/// object, what its node has and OpenTimelineIO has no words for (the member "ZRdmtree" among its metadata).
+///
+///     {"node": {...},          // of the node (icOtioOwn.h)
+///      "attached": [...],      // what hangs on it, without the leftovers of this format
+///      "before": [...],        // what stands in front of it on its layer, where that is not what always does
+///      ...}                    // the rest says itself, in icOtioWriter.cpp
+///
+/// For sources of this library only.
+#pragma once
+
+#include "icOtioParts.h"
+
+#include "dmCompositionNode.h"
+
+#include <optional>
+#include <vector>
+
+namespace interchange::otio
+{
+
+/// What stands between two elements of a layer where nobody says otherwise.
+enum class Between
+{
+    Nothing,
+    Cut,
+    EmptyGap
+};
+/// Null elements are the ends of the layer, or a hole.
+Between usualBetween(const DmTreeNode* before, const DmTreeNode* behind);
+/// One of them, at that record time; null for nothing.
+CoSharedPtr<DmTreeNode> makeBetween(Between what, eDmTreeMediaType mediaType, double time);
+
+class Keep
+{
+public:
+    Keep(Items& items, Parts& parts)
+        : _items(items)
+        , _parts(parts)
+    {
+    }
+
+    // Reading
+
+    /// Gives the node what its object says under our key.
+    void take(DmTreeNode& node, const Value& object, const Value* own) const;
+    /// Keeps what the object says beyond `plain`, which is written for the node as it is.
+    void keep(DmTreeNode& node, const Value& object, const Value& plain, const Form& form);
+
+    // Writing
+
+    /// The form of the object that is written for a node, and what the node's file said otherwise: null for nothing.
+    Form formOf(const DmTreeNode& node, Value& difference);
+    /// What a file says of a node that stands alone, read as readers do: of the kind of `like`, whose children and
+    /// place it has. `number`: of a track among its kind.
+    CoSharedPtr<DmTreeNode> read(const Value& object, const DmTreeNode& like, double length, int number);
+    /// Sets "node" and "attached" of an object's own member, which stays null where there is nothing to say.
+    void tell(Value& own, const DmTreeNode& node, const DmTreeNode& read, const Value& object);
+
+private:
+    Value attached(const DmTreeNode& node);
+    Value plainOf(const DmTreeNode& node, const Form& form);
+
+    Items& _items;
+    Parts& _parts;
+};
+
+} // namespace interchange::otio
