@@ -103,58 +103,22 @@ public:
         return all;
     }
 
-    /// Makes the list hold `after`, where it held `before`: what stands at its begin and end in both is not touched.
+    /// Makes the list hold `after`, where it held `before`: as one change, or none where an element does not fit.
     void assign(const py::list& before, const py::list& after)
     {
-        const auto old = static_cast<Py_ssize_t>(before.size());
-        const auto made = static_cast<Py_ssize_t>(after.size());
-        const auto item = [](const py::list& list, Py_ssize_t i) { return PyList_GET_ITEM(list.ptr(), i); };
-        Py_ssize_t first = 0;
-        while (first < std::min(old, made) && item(before, first) == item(after, first))
-            ++first;
-        Py_ssize_t tail = 0;
-        while (tail < std::min(old, made) - first && item(before, old - 1 - tail) == item(after, made - 1 - tail))
-            ++tail;
-
         visit(
             [&]<class T>(std::type_identity<T>)
             {
-                // All of it is converted before anything changes.
                 const bool hasNull = before.contains(py::none());
-                std::vector<T> fresh;
-                fresh.reserve(static_cast<std::size_t>(made - first - tail));
-                for (Py_ssize_t i = first; i < made - tail; ++i)
-                    fresh.push_back(convert<T>(item(after, i), hasNull));
-                requireChangeable();
-
-                const auto add = [&](int at, const T& value)
-                { check(_set.insertValueInPropertyList(_index, _def._type, at, &value)); };
-                const Py_ssize_t shift = std::max(old - first - tail, made - first - tail);
-                if (tail > 0 && shift > 16)
-                {
-                    // Moving the tail for each of very many elements would take time in their product.
-                    for (Py_ssize_t i = made - tail; i < made; ++i)
-                        fresh.push_back(convert<T>(item(after, i), hasNull));
-                    tail = 0;
-                }
-                Py_ssize_t at = first;
-                const Py_ssize_t end = old - tail;
-                if (first == 0 && tail == 0 && end > 16)
-                    check(_set.clearList(_index, _def._type));
-                else
-                {
-                    for (; at < end && at - first < static_cast<Py_ssize_t>(fresh.size()); ++at)
-                        check(_set.setValueFromPropertyList(_index, _def._type, static_cast<int>(at),
-                                                            &fresh[static_cast<std::size_t>(at - first)]));
-                    for (Py_ssize_t i = end; i-- > at;)
-                        removeAt(i);
-                }
-                for (auto i = static_cast<std::size_t>(at - first); i < fresh.size(); ++i)
-                    add(static_cast<int>(first + static_cast<Py_ssize_t>(i)), fresh[i]);
+                std::vector<T> made;
+                made.reserve(after.size());
+                for (const py::handle value : after)
+                    made.push_back(convert<T>(value, hasNull));
+                check(_set.setPropertyList(_index, _def._type, &made));
             });
     }
 
-    /// At the end; nothing changes when one does not fit.
+    /// At the end, as assign does.
     void extend(py::handle values)
     {
         PyObject* const list = PySequence_List(values.ptr());
@@ -164,13 +128,12 @@ public:
         visit(
             [&]<class T>(std::type_identity<T>)
             {
-                std::vector<T> fresh;
-                fresh.reserve(added.size());
+                std::vector<T> made(static_cast<std::size_t>(size()));
+                for (std::size_t i = 0; i < made.size(); ++i)
+                    check(_set.getValueFromPropertyList(_index, _def._type, static_cast<int>(i), &made[i]));
                 for (const py::handle value : added)
-                    fresh.push_back(convert<T>(value, false));
-                requireChangeable();
-                for (const T& value : fresh)
-                    check(_set.addValueInPropertyList(_index, _def._type, &value));
+                    made.push_back(convert<T>(value, false));
+                check(_set.setPropertyList(_index, _def._type, &made));
             });
     }
 
@@ -185,12 +148,6 @@ private:
             throw py::index_error(name() + ": index out of range");
         if (status != DM_NO_ERROR)
             raiseStatus(status, name());
-    }
-
-    void requireChangeable() const
-    {
-        if (_set.isFrozen())
-            raiseStatus(DM_CANNOT_LOCK, name());
     }
 
     /// A null element may stay where a document has one; scripts bring none.

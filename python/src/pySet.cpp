@@ -83,13 +83,15 @@ PyObject* create(PyTypeObject* type, PyObject* args, PyObject* keywords)
             if (!set)
                 raiseStatus(DM_PROPERTY_NOT_FOUND, made->name);
             const py::object object = wrap(set);
-            if (keywords)
-                for (const auto& [name, value] : py::reinterpret_borrow<py::dict>(keywords))
+            // Plain values first: what an object may hold depends on them.
+            for (const bool objects : {false, true})
+                for (const auto& [name, value] : keywords ? py::reinterpret_borrow<py::dict>(keywords) : py::dict())
                 {
                     const int index = set->classData().find(toText(name, "a property's name").view());
                     if (index < 0)
                         raiseType(made->name + " has no property '" + std::string(py::str(name)) + "'");
-                    setValue(*set, index, value);
+                    if (holdsObjects(set->classData().at(index)->_type) == objects)
+                        setValue(*set, index, value);
                 }
             return object.inc_ref().ptr();
         });

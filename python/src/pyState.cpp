@@ -160,15 +160,18 @@ py::object restore(const py::list& state)
     }
     if (sets.empty())
         raiseValue("an empty state");
-    for (std::size_t i = 0; i < sets.size(); ++i)
+    // Plain values first: what an object may hold depends on them.
+    for (std::size_t step = 0; step < 2 * sets.size(); ++step)
         for (const auto& [name, value] :
-             py::reinterpret_borrow<py::dict>(py::reinterpret_borrow<py::tuple>(state[i])[1]))
+             py::reinterpret_borrow<py::dict>(py::reinterpret_borrow<py::tuple>(state[step % sets.size()])[1]))
         {
+            const std::size_t i = step % sets.size();
             const int index = sets[i]->classData().find(toText(name, "a property's name").view());
             if (index < 0)
                 raiseDmError(DM_PROPERTY_NOT_FOUND,
                              dmUtf8(sets[i]->getPSetName()) + " has no property " + std::string(py::str(name)));
-            setFrom(*sets[i], index, value, sets);
+            if (holdsObjects(sets[i]->classData().at(index)->_type) == (step >= sets.size()))
+                setFrom(*sets[i], index, value, sets);
         }
     return wrap(sets.front());
 }

@@ -16,6 +16,11 @@ py::object getValue(DmPropertySet& set, int index);
 /// Of a list or a map: replaces what it holds.
 void setValue(DmPropertySet& set, int index, py::handle value);
 
+constexpr bool holdsObjects(eDmPropType type)
+{
+    return type == DM_PROPERTY_SET || type == DM_VECTOR_PROPERTY_SET || type == DM_MAP_PROPERTY_SET;
+}
+
 py::object fromText(const DmString& text);
 /// `what` heads the words of what is wrong.
 DmString toText(py::handle value, const std::string& what);

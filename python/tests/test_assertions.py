@@ -28,6 +28,17 @@ def gap(media=1):
 EFFECT = zrdmtree.DmLookSettings
 # What is done, and what it raises.
 REACHED = {
+    "a composition holds tracks": (lambda: composition().children.append(layer()), DmError),
+    "not segments": (lambda: composition().children.extend([track(), gap()]), DmError),
+    "nor through a slice": (lambda: composition().children.__setitem__(slice(0, 0), [gap()]), DmError),
+    "nor by replacing": (lambda: setattr(composition(), "children", [gap()]), DmError),
+    "nor when it is made": (lambda: composition(children=[layer()]), DmError),
+    "a track holds layers": (lambda: track().children.append(gap()), DmError),
+    "of its own medium": (lambda: track(1).children.append(layer(2)), DmError),
+    "a layer holds segments and transitions": (lambda: layer().children.append(track()), DmError),
+    "no batch effects": (lambda: layer().children.append(zrdmtree.DmBatchFxNode()), DmError),
+    "segments of its own medium": (lambda: layer(1).children.append(gap(2)), DmError),
+    "transitions too": (lambda: layer(1).children.insert(0, zrdmtree.DmCutNode(mediaType=2)), DmError),
     "an empty channel name": (lambda: EFFECT().channel(""), DmValueError),
     "an empty attribute name": (lambda: EFFECT().attributList.__setitem__("", zrdmtree.DmSimpleChannel()), DmValueError),
     "an empty key": (lambda: EFFECT().channelList.__setitem__("", zrdmtree.DmAnimationChannel()), DmValueError),
