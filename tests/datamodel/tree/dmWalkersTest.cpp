@@ -122,6 +122,7 @@ TEST(Walkers, MeetEveryClassOfNode)
         EXPECT_EQ(DmTreeTool::findViolations(composition, DM_VALIDATE_ALL).empty(),
                   node->whatIs() == DM_GAP_NODE); // the others are of the wrong kind, or lack what they play
         EXPECT_TRUE(DmTreeTool::findTimeFaults(composition).empty());
+        EXPECT_EQ(layer->mayHold(node.get()), isElement ? DM_NO_ERROR : DM_BAD_PROPERTY_TYPE);
         DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
         EXPECT_EQ(builder.append(node), isElement ? DM_NO_ERROR : DM_BAD_VALUE);
     }

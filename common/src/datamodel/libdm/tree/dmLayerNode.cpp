@@ -53,13 +53,12 @@ eDmErrorId DmLayerNode::mayHold(const DmTreeNode* node) const
 {
     if (!node)
         return DM_BAD_VALUE;
-    eDmTreeMediaType mediaType = DM_MEDIA_UNDEFINED;
-    if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(node))
-        mediaType = segment->getMediaType();
-    else if (const auto* const transition = dynamic_cast<const DmTransitionNode*>(node))
-        mediaType = transition->getMediaType();
-    else
+    // By kind: a batch effect is a segment by class, and none that a layer takes.
+    const DmSegmentNode* const segment = node->isSegment() ? node->asSegment() : nullptr;
+    const DmTransitionNode* const transition = node->isTransition() ? node->asTransition() : nullptr;
+    if (!segment && !transition)
         return DM_BAD_PROPERTY_TYPE;
+    const eDmTreeMediaType mediaType = segment ? segment->getMediaType() : transition->getMediaType();
     return mediaType == getMediaType() ? DM_NO_ERROR : DM_BAD_VALUE;
 }
 
