@@ -1,0 +1,206 @@
+/// A document as it is drawn: what stands where, what it is called, in which colour, and what it plays. Laid out once,
+/// for all painters: a painter turns record time into pixels (vwLayout.h) and draws.
+///
+///     const view::Scene scene = view::sceneOf(root);
+///     out << view::svgOf(scene, {.width = 1200});
+///
+/// Times are frames of record time unless they say otherwise, and always finite: what a document has no usable time for
+/// stands where it is least in the way, and a note says so. A scene holds no node: it outlives the document.
+#pragma once
+
+#include "vwTexts.h"
+
+#include "tuFcm.h"
+#include "zrExport.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace view
+{
+
+/// A frame-code mode, as a painter needs it to write labels.
+struct Mode
+{
+    DM::FrameCodeModes fcm;
+    std::string name; ///< "25 fps"
+    int fps;          ///< of the labels' frame field; 0 where there is no rate: frames are counted
+    double rate;      ///< exact frames per second
+    int drop;         ///< labels that most minutes leave out
+    std::string zero; ///< the label of frame 0, which shows the separators
+};
+
+enum class Kind : std::uint8_t
+{
+    Source,
+    Generated,
+    Container,
+    Gap
+};
+
+/// What is drawn differently. Several may hold.
+enum Flag : std::uint8_t
+{
+    Muted = 1,
+    NoTime = 2,   ///< its own times cannot be drawn: it stands behind what is in front of it
+    Overlaps = 4, ///< begins before the one in front of it has ended
+    HasEffects = 8,
+    HasMarks = 16,
+    Keyed = 32 ///< its speed follows key frames: between them its pieces only come close
+};
+
+/// The segments of a composition, row by row in the order in which they begin: a column a property.
+struct Segments
+{
+    std::vector<Kind> kind;
+    std::vector<std::uint8_t> flags;
+    std::vector<std::uint8_t> tint;
+    std::vector<double> in;
+    std::vector<double> length;
+    std::vector<TextId> name;
+    std::vector<TextId> reel;
+    std::vector<TextId> id;
+
+    std::size_t size() const { return kind.size(); }
+    double out(std::size_t i) const { return in[i] + length[i]; }
+};
+
+/// A straight stretch of what a segment plays: from a record time on, at one speed.
+struct Piece
+{
+    std::uint32_t segment;
+    std::uint16_t mode; ///< in Scene::modes: of the source's frames
+    double record;
+    double source; ///< the label time of the point of the material that stands at `record`
+    double speed;  ///< frames of the material for a frame of record time, negative backwards; 0 holds a frame
+};
+
+/// A property that differs from its default, of some segments: a column of numbers or of texts.
+struct Column
+{
+    TextId name;
+    bool isText;
+    std::vector<std::uint32_t> segments; ///< ascending
+    std::vector<double> values;          ///< numbers, or TextIds
+};
+
+struct Property
+{
+    TextId name;
+    TextId value;
+};
+using Properties = std::vector<Property>;
+
+struct Key
+{
+    float frame; ///< of the effect's own time, which begins with what carries it
+    float value;
+};
+struct Curve
+{
+    TextId name;
+    std::vector<Key> keys;
+};
+struct Effect
+{
+    std::uint32_t owner; ///< segment, or transition
+    TextId name;
+    bool muted;
+    Properties properties;
+    std::vector<Curve> curves;
+};
+
+enum class Shape : std::uint8_t
+{
+    Dissolve,
+    Wipe,
+    Fade, ///< to or from a colour
+    Other
+};
+struct Transition
+{
+    std::uint32_t row;
+    double in;
+    double length;
+    Shape shape;
+    bool muted;
+    TextId name;
+    Properties properties;
+};
+
+struct Mark
+{
+    double time;
+    double length;
+    std::uint32_t colour; ///< 0xRRGGBB
+    TextId name;
+    TextId comment;
+    std::uint32_t segment; ///< that carries it; noSegment: the composition
+};
+inline constexpr std::uint32_t noSegment = 0xFFFFFFFF;
+
+/// A layer of a track, from the top of the picture down.
+struct Row
+{
+    bool isAudio;
+    bool isTrackTop; ///< the first row of its track
+    double top;      ///< pixels below the ruler and the marks
+    double height;
+    TextId name;         ///< "V1"; "V1.2" is the track's third layer
+    TextId detail;       ///< the track's own name, where it has one
+    std::uint32_t first; ///< its segments: [first, last)
+    std::uint32_t last;
+    Properties track;
+    Properties layer;
+};
+
+enum class Severity : std::uint8_t
+{
+    Note,
+    Warning,
+    Error
+};
+/// What a check found, at its place.
+struct Finding
+{
+    Severity severity;
+    std::string code;
+    std::string text;
+    std::uint32_t row;     ///< noSegment: of no row
+    std::uint32_t segment; ///< noSegment: of no segment
+    double time;
+};
+
+struct Composition
+{
+    TextId name;
+    std::uint16_t mode;
+    double labelStart; ///< the label time of record time 0
+    double begin;      ///< of what is drawn
+    double end;
+    double height; ///< of all rows
+    std::vector<Row> rows;
+    Segments segments;
+    std::vector<Piece> pieces;        ///< by segment, in record order
+    std::vector<std::uint32_t> opens; ///< pairs: a container, and the composition that it opens
+    std::vector<Column> columns;
+    std::vector<Effect> effects;         ///< by segment
+    std::vector<Transition> transitions; ///< by row, in record order
+    std::vector<Effect> transitionEffects;
+    std::vector<Mark> marks;
+    std::vector<Finding> findings;
+    Properties properties;
+};
+
+struct Scene
+{
+    std::string title;
+    Texts texts;
+    std::vector<Mode> modes;
+    std::vector<Composition> compositions; ///< those of the document first, then what containers hold
+    std::size_t tops = 0;                  ///< how many are the document's own
+    std::vector<std::string> notes;        ///< what could not be drawn as it is
+};
+
+} // namespace view

@@ -1,0 +1,570 @@
+#include "vwSceneBuild.h"
+
+#include "vwLayout.h"
+#include "vwLook.h"
+#include "vwProperties.h"
+
+#include "dmADissolveSettings.h"
+#include "dmContainerNode.h"
+#include "dmGapNode.h"
+#include "dmLayerNode.h"
+#include "dmMaterial.h"
+#include "dmPlayed.h"
+#include "dmReelNode.h"
+#include "dmSourceInput.h"
+#include "dmStoredLabel.h"
+#include "dmTrackNode.h"
+#include "dmTreeTool.h"
+#include "dmTrxEffectNode.h"
+#include "dmUtf8.h"
+#include "dmVDissolveSettings.h"
+#include "dmWipeSettings.h"
+#include "tuTimeUnit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <numeric>
+#include <unordered_map>
+
+namespace view
+{
+namespace
+{
+
+constexpr double longest = 1e8; ///< frames, some three weeks: what lasts longer has no length that can be drawn
+constexpr std::uint8_t generatedAt = videoTints.size() + audioTints.size();
+constexpr std::uint8_t containerAt = generatedAt + 1;
+constexpr std::size_t mostKeys = 2000; ///< of a curve, so many are drawn
+
+bool isDrawable(double time)
+{
+    return std::abs(time) < dmNoTime; // not a number is not
+}
+
+bool isLength(double length)
+{
+    return length >= 0.0 && length <= longest;
+}
+
+/// Collects the properties of one set as texts.
+class TextSink final : public PropertySink
+{
+public:
+    explicit TextSink(Texts& texts)
+        : _texts(texts)
+    {
+    }
+    void number(const std::string& path, double value) override
+    {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.10g", value);
+        this->text(path, text);
+    }
+    void text(const std::string& path, std::string_view value) override
+    {
+        properties.push_back({_texts.add(path), _texts.add(value)});
+    }
+    Properties properties;
+
+private:
+    Texts& _texts;
+};
+
+Properties propertiesOf(Texts& texts, const DmPropertySet& set, std::initializer_list<std::wstring_view> skip)
+{
+    TextSink sink(texts);
+    forEachProperty(set, skip, sink);
+    return std::move(sink.properties);
+}
+
+/// Collects the properties of many segments, a column a path.
+class ColumnSink final : public PropertySink
+{
+public:
+    ColumnSink(Texts& texts, std::vector<Column>& columns)
+        : _texts(texts)
+        , _columns(columns)
+    {
+    }
+    void begin(std::uint32_t segment) { _segment = segment; }
+    void number(const std::string& path, double value) override { put(path, false, value); }
+    void text(const std::string& path, std::string_view value) override { put(path, true, _texts.add(value)); }
+
+private:
+    void put(const std::string& path, bool isText, double value)
+    {
+        const auto [known, isNew] = _at.try_emplace(path + (isText ? '"' : '#'), _columns.size());
+        if (isNew)
+            _columns.push_back({_texts.add(path), isText, {}, {}});
+        Column& column = _columns[known->second];
+        column.segments.push_back(_segment);
+        column.values.push_back(value);
+    }
+
+    Texts& _texts;
+    std::vector<Column>& _columns;
+    std::unordered_map<std::string, std::size_t> _at;
+    std::uint32_t _segment = 0;
+};
+
+class Builder
+{
+public:
+    explicit Builder(Scene& scene)
+        : _scene(scene)
+    {
+    }
+
+    void addTops(const DmTreeNode& node)
+    {
+        for (int i = 0; i < node.getNbChildren(); ++i)
+        {
+            DmTreeNode* const child = node.getChild(i);
+            if (child && child->whatIs() == DM_COMPOSITION_NODE)
+                indexOf(static_cast<DmCompositionNode*>(child));
+            else if (child && child->whatIs() == DM_REEL_NODE)
+                addTops(*child);
+        }
+    }
+
+    /// Builds all, and what containers hold on the way: a composition once, wherever it is opened from.
+    void build()
+    {
+        _scene.tops = _nodes.size();
+        for (std::size_t i = 0; i < _nodes.size(); ++i)
+        {
+            Composition composition;
+            buildOne(*_nodes[i], composition);
+            _scene.compositions.push_back(std::move(composition));
+        }
+        if (_withoutTime > 0)
+            note(_withoutTime, "has times that cannot be drawn, and stands behind what is in front of it",
+                 "have times that cannot be drawn, and stand behind what is in front of them");
+        if (_overlapping > 0)
+            note(_overlapping, "begins before the one in front of it has ended",
+                 "begin before the one in front of them has ended");
+        if (_missing > 0)
+            note(_missing, "is empty and is left out", "are empty and are left out");
+        if (_scene.tops == 0)
+            _scene.notes.emplace_back("The document holds no composition.");
+    }
+
+private:
+    struct Placed
+    {
+        DmSegmentNode* node;
+        double in;
+        double length;
+        bool timeless;
+    };
+
+    void note(std::size_t count, const char* one, const char* many)
+    {
+        _scene.notes.push_back(std::to_string(count) + (count == 1 ? " element " : " elements ") +
+                               (count == 1 ? one : many) + '.');
+    }
+
+    std::uint32_t indexOf(DmCompositionNode* node)
+    {
+        const auto [known, isNew] = _index.try_emplace(node, static_cast<std::uint32_t>(_nodes.size()));
+        if (isNew)
+            _nodes.push_back(node);
+        return known->second;
+    }
+
+    std::uint16_t modeOf(DM::FrameCodeModes wanted)
+    {
+        const DM::FrameCodeModes fcm = dmModeOrDefault(wanted);
+        const auto [known, isNew] = _modes.try_emplace(fcm, static_cast<std::uint16_t>(_scene.modes.size()));
+        if (isNew)
+        {
+            Mode mode{fcm, "frames", 0, 0.0, 0, "0"};
+            if (fcm != DM::FCM_NOT_DEFINED)
+            {
+                mode.name = DM::FcmUtil::getFCMString(fcm);
+                mode.fps = DM::FcmUtil::getIntFPS(fcm);
+                mode.rate = DM::FcmUtil::getDoubleFPS(fcm);
+                mode.drop = DM::FcmUtil::isDropFrame(fcm) ? mode.fps / 15 : 0;
+                mode.zero = labelOf(mode, 0.0);
+            }
+            _scene.modes.push_back(std::move(mode));
+        }
+        return known->second;
+    }
+
+    TextId text(const DmString& value) { return value.empty() ? 0 : _scene.texts.add(dmUtf8(value)); }
+
+    void buildOne(DmCompositionNode& node, Composition& composition)
+    {
+        _fcm = dmFcmFromText(node.getFCM());
+        composition.name = text(node.getName());
+        composition.mode = modeOf(_fcm);
+        composition.labelStart = node.getLabelTime(0.0);
+        if (!isDrawable(composition.labelStart))
+            composition.labelStart = 0.0;
+        composition.properties = propertiesOf(_scene.texts, node, {L"classId", L"name", L"children", L"cueMarks"});
+        addRows(node, composition);
+        for (int i = 0; i < node.getCueMarks().count(); ++i)
+            addMark(composition, node.getCueMarks().at(i), noSegment, 0.0, 0.0);
+        setExtent(node, composition);
+    }
+
+    // Rows: video from the highest track down, then sound.
+
+    void addRows(DmCompositionNode& node, Composition& composition)
+    {
+        ColumnSink columns(_scene.texts, composition.columns);
+        double top = 0.0;
+        const auto addTracks = [&](bool isAudio)
+        {
+            const int count = node.getNbChildren();
+            int ordinal = 0;
+            for (int i = 0; i < count; ++i)
+                if (const auto* track = trackAt(node, i); track && (track->getMediaType() == DM_MEDIA_AUDIO) == isAudio)
+                    ++ordinal;
+            if (isAudio && ordinal > 0 && top > 0.0)
+                top += sizes.divider;
+            for (int i = 0; i < count; ++i)
+            {
+                const int at = isAudio ? i : count - 1 - i;
+                DmTrackNode* const track = trackAt(node, at);
+                if (!track || (track->getMediaType() == DM_MEDIA_AUDIO) != isAudio)
+                    continue;
+                const int number = isAudio ? ++_ordinalUp : ordinal--;
+                addTrack(*track, number, isAudio, composition, columns, top);
+            }
+        };
+        _ordinalUp = 0;
+        addTracks(false);
+        addTracks(true);
+        composition.height = std::max(top, sizes.video);
+    }
+
+    static DmTrackNode* trackAt(const DmCompositionNode& node, int index)
+    {
+        DmTreeNode* const child = node.getChild(index);
+        return child && child->whatIs() == DM_TRACK_NODE ? static_cast<DmTrackNode*>(child) : nullptr;
+    }
+
+    void addTrack(DmTrackNode& track, int ordinal, bool isAudio, Composition& composition, ColumnSink& columns,
+                  double& top)
+    {
+        const std::string trackName =
+            (isAudio ? "A" : "V") + std::to_string(track.getTrackNum() > 0 ? track.getTrackNum() : ordinal);
+        Properties trackProperties = propertiesOf(_scene.texts, track, {L"classId", L"children"});
+        const int count = track.getNbChildren();
+        bool isTop = true;
+        for (int i = 0; i < count; ++i)
+        {
+            const int at = isAudio ? i : count - 1 - i;
+            DmTreeNode* const child = track.getChild(at);
+            if (!child || child->whatIs() != DM_LAYER_NODE)
+            {
+                ++_missing;
+                continue;
+            }
+            auto& layer = static_cast<DmLayerNode&>(*child);
+            Row row{};
+            row.isAudio = isAudio;
+            row.isTrackTop = isTop;
+            row.top = top;
+            row.height = isAudio ? sizes.audio : sizes.video;
+            row.name = _scene.texts.add(count > 1 ? trackName + '.' + std::to_string(at + 1) : trackName);
+            row.detail = layer.isResultLayer() && count > 1 ? _scene.texts.add("result")
+                         : track.getName() == L"untitled" || dmUtf8(track.getName()) == trackName
+                             ? 0
+                             : text(track.getName());
+            row.track = trackProperties;
+            row.layer = propertiesOf(_scene.texts, layer, {L"classId", L"children"});
+            isTop = false;
+            top += row.height + sizes.rowGap;
+            addLayer(layer, row, composition, columns);
+            composition.rows.push_back(std::move(row));
+        }
+    }
+
+    // Elements
+
+    void addLayer(DmLayerNode& layer, Row& row, Composition& composition, ColumnSink& columns)
+    {
+        const auto rowIndex = static_cast<std::uint32_t>(composition.rows.size());
+        std::vector<Placed> placed;
+        placed.reserve(static_cast<std::size_t>(layer.getNbChildren()));
+        double at = 0.0;
+        for (int i = 0; i < layer.getNbChildren(); ++i)
+        {
+            DmTreeNode* const child = layer.getChild(i);
+            if (DmSegmentNode* const segment = child ? child->asSegment() : nullptr)
+            {
+                Placed place{segment, segment->getRecIn(), segment->getRecLength(), false};
+                place.timeless = !isDrawable(place.in) || !isLength(place.length);
+                if (!isDrawable(place.in))
+                    place.in = at;
+                if (!isLength(place.length))
+                    place.length = place.length < 0.0 ? 0.0 : 1.0;
+                at = place.in + place.length;
+                placed.push_back(place);
+            }
+            else if (DmTransitionNode* const transition = child ? child->asTransition() : nullptr)
+                addTransition(*transition, rowIndex, at, composition);
+            else
+                ++_missing;
+        }
+        std::stable_sort(placed.begin(), placed.end(), [](const Placed& a, const Placed& b) { return a.in < b.in; });
+        row.first = static_cast<std::uint32_t>(composition.segments.size());
+        double taken = -dmNoTime;
+        for (const Placed& place : placed)
+        {
+            addSegment(place, place.in < taken - 1e-5, row.isAudio, composition, columns);
+            taken = std::max(taken, place.in + place.length);
+        }
+        row.last = static_cast<std::uint32_t>(composition.segments.size());
+    }
+
+    void addSegment(const Placed& place, bool overlaps, bool isAudio, Composition& composition, ColumnSink& columns)
+    {
+        DmSegmentNode& node = *place.node;
+        Segments& segments = composition.segments;
+        const auto index = static_cast<std::uint32_t>(segments.size());
+        const auto* const source = node.whatIs() == DM_SOURCE_NODE ? static_cast<const DmSourceNode*>(&node) : nullptr;
+        const DmSourceNode::Input* const input = source ? source->getSrcInput() : nullptr;
+        const Kind kind = node.whatIs() == DM_GAP_NODE                               ? Kind::Gap
+                          : node.whatIs() == DM_CONTAINER_NODE                       ? Kind::Container
+                          : dynamic_cast<const DmSourceNode::GeneratedInput*>(input) ? Kind::Generated
+                                                                                     : Kind::Source;
+        const TextId reel = reelOf(input);
+        segments.kind.push_back(kind);
+        segments.in.push_back(place.in);
+        segments.length.push_back(place.length);
+        segments.name.push_back(kind == Kind::Gap && node.getName() == L"untitled" ? 0 : text(node.getName()));
+        segments.reel.push_back(reel);
+        segments.id.push_back(text(node.getSegmentId()));
+        segments.tint.push_back(tintOf(kind, isAudio, reel ? reel : input ? text(input->getName()) : 0));
+
+        std::uint8_t flags = node.getMuted() ? Muted : 0;
+        flags |= place.timeless ? NoTime : 0;
+        flags |= overlaps ? Overlaps : 0;
+        _withoutTime += place.timeless ? 1 : 0;
+        _overlapping += overlaps ? 1 : 0;
+        flags |= addEffects(composition.effects, node.getEffects(), index) ? HasEffects : 0;
+        for (int i = 0; i < node.getSegmentMarks().count(); ++i)
+        {
+            // A segment's marks count as its material does.
+            addMark(composition, node.getSegmentMarks().at(i), index, place.in - node.getRelIn(), place.in);
+            flags |= HasMarks;
+        }
+        flags |= addPieces(node, place, index, composition) ? Keyed : 0;
+        segments.flags.push_back(flags);
+        if (kind == Kind::Container)
+            if (DmCompositionNode* const inside = static_cast<DmContainerNode&>(node).getComposition())
+            {
+                composition.opens.push_back(index);
+                composition.opens.push_back(indexOf(inside));
+            }
+        columns.begin(index);
+        forEachProperty(node,
+                        {L"classId", L"name", L"recIn", L"recLength", L"effects", L"segmentMarks", L"mediaType",
+                         L"segmentId", L"muted", L"composition"},
+                        columns);
+    }
+
+    TextId reelOf(const DmSourceNode::Input* input)
+    {
+        if (!input)
+            return 0;
+        if (const DmSourceInfo* const info = input->getSrcInfo(); info && !info->getReelName().empty())
+            return text(info->getReelName());
+        if (const auto* derived = dynamic_cast<const DmSourceNode::DerivedInput*>(input))
+            return text(derived->getReelName());
+        if (const auto* relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(input))
+            return text(relinked->getReelName());
+        return 0;
+    }
+
+    std::uint8_t tintOf(Kind kind, bool isAudio, TextId material)
+    {
+        if (kind == Kind::Generated || kind == Kind::Gap)
+            return generatedAt;
+        if (kind == Kind::Container)
+            return containerAt;
+        auto& known = isAudio ? _audioTints : _videoTints;
+        const std::size_t next = known.size() % (isAudio ? audioTints.size() : videoTints.size());
+        const auto tint = static_cast<std::uint8_t>(next + (isAudio ? videoTints.size() : 0));
+        return known.try_emplace(material, tint).first->second;
+    }
+
+    /// Whether the speed is keyed: what stands between the keys is then the straight line between them.
+    bool addPieces(const DmSegmentNode& node, const Placed& place, std::uint32_t index, Composition& composition)
+    {
+        const DmPlayed played(node, _fcm);
+        if (played.motion() == DmPlayed::Motion::None || place.timeless)
+            return false;
+        const double begin = dmMaterialOf(node, _fcm).begin;
+        const std::uint16_t mode = modeOf(played.fcm());
+        const auto add = [&](double record, double position, double speed)
+        {
+            const double source = begin + position;
+            if (isDrawable(record) && isDrawable(source) && std::isfinite(speed))
+                composition.pieces.push_back({index, mode, record, source, speed});
+        };
+        if (played.motion() != DmPlayed::Motion::Keyed)
+        {
+            const double at = played.positionAt(place.in).value_or(played.begin());
+            add(place.in, at, played.speed() * played.rate());
+            return false;
+        }
+        const std::vector<DmPlayed::Key>& keys = played.keys();
+        for (std::size_t i = 0; i < std::min(keys.size(), mostKeys); ++i)
+        {
+            const bool isLast = i + 1 == keys.size();
+            const double span = isLast ? 0.0 : keys[i + 1].recordTime - keys[i].recordTime;
+            add(keys[i].recordTime, keys[i].position,
+                span > 0.0 ? (keys[i + 1].position - keys[i].position) / span : 0.0);
+        }
+        return true;
+    }
+
+    bool addEffects(std::vector<Effect>& to, const DmSetList<DmEffectSettings>& effects, std::uint32_t owner)
+    {
+        const std::size_t before = to.size();
+        for (int i = 0; i < effects.count(); ++i)
+            if (const DmEffectSettings* const effect = effects.at(i))
+                to.push_back(effectOf(*effect, owner));
+        return to.size() > before;
+    }
+
+    Effect effectOf(const DmEffectSettings& settings, std::uint32_t owner)
+    {
+        Effect effect{owner, text(settings.getName()), settings.isMuted(), {}, {}};
+        effect.properties = propertiesOf(_scene.texts, settings, {L"channelList", L"muted"});
+        DmStringArray names;
+        settings.getChannelNames(names);
+        for (const DmString& name : names)
+        {
+            const CoSharedPtr<DmAnimationChannel> channel = settings.getExistingChannelByName(name);
+            if (!channel)
+                continue;
+            const int count = channel->getNbKeyFrames();
+            if (count == 0)
+            {
+                TextSink value(_scene.texts);
+                value.number(dmUtf8(name), static_cast<double>(channel->getValue()));
+                effect.properties.push_back(value.properties.front());
+                continue;
+            }
+            Curve curve{text(name), {}};
+            for (int i = 0; i < std::min(count, static_cast<int>(mostKeys)); ++i)
+                if (const CoSharedPtr<DmKeyFrame> key = channel->getKeyFrame(i);
+                    key && std::isfinite(key->getFrame()) && std::isfinite(key->getValue()))
+                    curve.keys.push_back({key->getFrame(), key->getValue()});
+            std::stable_sort(curve.keys.begin(), curve.keys.end(),
+                             [](const Key& a, const Key& b) { return a.frame < b.frame; });
+            effect.curves.push_back(std::move(curve));
+        }
+        return effect;
+    }
+
+    void addTransition(DmTransitionNode& node, std::uint32_t row, double at, Composition& composition)
+    {
+        if (node.whatIs() == DM_CUT_NODE && node.getRecLength() == 0.0)
+            return;
+        Transition transition{};
+        transition.row = row;
+        const bool usable = isDrawable(node.getRecIn()) && isLength(node.getRecLength());
+        transition.in = usable ? node.getRecIn() : at;
+        transition.length = usable ? node.getRecLength() : 0.0;
+        _withoutTime += usable ? 0 : 1;
+        transition.shape = Shape::Other;
+        transition.name = text(node.getName() == L"untitled" ? DmString() : node.getName());
+        transition.properties = propertiesOf(_scene.texts, node, {L"classId", L"name", L"effect", L"mediaType"});
+        if (node.whatIs() == DM_TRX_EFFECT_NODE)
+            if (const DmEffectSettings* const effect = static_cast<DmTrxEffectNode&>(node).getEffect())
+            {
+                transition.shape = shapeOf(*effect);
+                transition.muted = effect->isMuted();
+                composition.transitionEffects.push_back(
+                    effectOf(*effect, static_cast<std::uint32_t>(composition.transitions.size())));
+                if (transition.name == 0)
+                    transition.name = text(effect->getName());
+            }
+        composition.transitions.push_back(std::move(transition));
+    }
+
+    static Shape shapeOf(const DmEffectSettings& effect)
+    {
+        if (const auto* dissolve = dynamic_cast<const DmVDissolveSettings*>(&effect))
+            return dissolve->hasToFromColor() ? Shape::Fade : Shape::Dissolve;
+        if (dynamic_cast<const DmADissolveSettings*>(&effect))
+            return Shape::Dissolve;
+        return dynamic_cast<const DmWipeSettings*>(&effect) ? Shape::Wipe : Shape::Other;
+    }
+
+    void addMark(Composition& composition, const DmCueMark* node, std::uint32_t segment, double origin,
+                 double otherwise)
+    {
+        if (!node)
+            return;
+        const auto part = [](int value) { return static_cast<std::uint32_t>(std::clamp(value, 0, 255)); };
+        Mark mark{};
+        const bool usable = isDrawable(node->getCueMarkTime()) && isDrawable(origin + node->getCueMarkTime());
+        mark.time = usable ? origin + node->getCueMarkTime() : otherwise;
+        mark.length = isLength(node->getCueMarkDuration()) ? node->getCueMarkDuration() : 0.0;
+        mark.colour = part(node->getCueMarkColorRed()) << 16 | part(node->getCueMarkColorGreen()) << 8 |
+                      part(node->getCueMarkColorBlue());
+        mark.name = text(node->getCueMarkName());
+        mark.comment = text(node->getCueMarkComment());
+        mark.segment = segment;
+        _withoutTime += usable ? 0 : 1;
+        composition.marks.push_back(mark);
+    }
+
+    /// From the first element to the last; of an empty one, a stretch to look at.
+    static void setExtent(const DmCompositionNode& node, Composition& composition)
+    {
+        double begin = dmNoTime;
+        double end = -dmNoTime;
+        const auto take = [&](double in, double out)
+        {
+            begin = std::min(begin, in);
+            end = std::max(end, out);
+        };
+        const Segments& segments = composition.segments;
+        for (std::size_t i = 0; i < segments.size(); ++i)
+            take(segments.in[i], segments.out(i));
+        for (const Transition& transition : composition.transitions)
+            take(transition.in, transition.in + transition.length);
+        for (const Mark& mark : composition.marks)
+            take(mark.time, mark.time);
+        if (begin > end)
+            take(0.0, isLength(node.getCompLength()) ? node.getCompLength() : 0.0);
+        composition.begin = begin;
+        composition.end = std::max(end, begin + 1.0);
+    }
+
+    Scene& _scene;
+    std::vector<DmCompositionNode*> _nodes;
+    std::unordered_map<const DmCompositionNode*, std::uint32_t> _index;
+    std::map<DM::FrameCodeModes, std::uint16_t> _modes;
+    std::unordered_map<TextId, std::uint8_t> _videoTints;
+    std::unordered_map<TextId, std::uint8_t> _audioTints;
+    DM::FrameCodeModes _fcm = DM::FCM_NOT_DEFINED; ///< of the composition being built
+    int _ordinalUp = 0;
+    std::size_t _withoutTime = 0;
+    std::size_t _overlapping = 0;
+    std::size_t _missing = 0;
+};
+
+} // namespace
+
+Scene sceneOf(const DmRoot& root, const std::string& title)
+{
+    Scene scene;
+    scene.title = title;
+    Builder builder(scene);
+    builder.addTops(root);
+    builder.build();
+    return scene;
+}
+
+} // namespace view

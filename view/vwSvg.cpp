@@ -1,0 +1,394 @@
+#include "vwSvg.h"
+
+#include "vwDescribe.h"
+#include "vwEscape.h"
+#include "vwLook.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace view
+{
+namespace
+{
+
+constexpr double titleHeight = 44.0;
+constexpr double margin = 12.0;
+constexpr double noteHeight = 18.0;
+
+void addThemeRules(std::string& out, const Theme& theme, const char* Tint::*fill)
+{
+    const auto rule = [&](const char* selector, const char* property, const char* value)
+    { out.append(selector).append("{").append(property).append(":").append(value).append("}"); };
+    rule(".page", "fill", theme.page);
+    rule(".lane", "fill", theme.lane);
+    rule(".head", "fill", theme.panel);
+    rule(".grid,.rule", "stroke", theme.line);
+    rule("text", "fill", theme.text);
+    rule(".dim", "fill", theme.dim);
+    rule(".gap", "stroke", theme.gap);
+    rule(".slope,.mine", "stroke", theme.trxLine);
+    rule(".mine", "fill", theme.trxLine);
+    rule(".dense", "fill", theme.dense);
+    rule(".error", "fill", theme.fault);
+    rule(".overlap", "stroke", theme.fault);
+    int number = 0;
+    const auto tint = [&](const Tint& colours)
+    { rule((".t" + std::to_string(number++)).c_str(), "fill", colours.*fill); };
+    std::for_each(videoTints.begin(), videoTints.end(), tint);
+    std::for_each(audioTints.begin(), audioTints.end(), tint);
+    tint(generatedTint);
+    tint(containerTint);
+}
+
+void addStyle(std::string& out)
+{
+    out += "<style>text{font:12px 'DejaVu Sans',system-ui,sans-serif;dominant-baseline:middle}"
+           ".title{font-size:17px;font-weight:600}.name{font-weight:600}.small,.dim{font-size:10.5px}"
+           ".label{font-size:10.5px;font-variant-numeric:tabular-nums}"
+           ".grid{stroke-width:1;opacity:.55}.gap{fill:none;stroke-dasharray:3 4}.slope{stroke-width:1.2;fill:none}"
+           ".muted{opacity:.38}.overlap{stroke-width:2;fill:none;stroke-dasharray:5 3}"
+           ".warning{fill:#e0962b}.note{fill:#4c8dd8}";
+    int number = 0;
+    const auto edge = [&](const Tint& tint) { out += ".t" + std::to_string(number++) + "{stroke:" + tint.edge + "}"; };
+    std::for_each(videoTints.begin(), videoTints.end(), edge);
+    std::for_each(audioTints.begin(), audioTints.end(), edge);
+    edge(generatedTint);
+    edge(containerTint);
+    addThemeRules(out, light, &Tint::light);
+    out += "@media (prefers-color-scheme:dark){";
+    addThemeRules(out, dark, &Tint::dark);
+    out += "}</style>\n";
+}
+
+class Painter
+{
+public:
+    Painter(const Scene& scene, const Composition& composition, const SvgOptions& options)
+        : _scene(scene)
+        , _composition(composition)
+        , _options(options)
+        , _window(windowOf(composition, options))
+        , _left(margin + sizes.header)
+        , _top(titleHeight + sizes.ruler + (composition.marks.empty() ? 0.0 : sizes.marks))
+    {
+        placeRows();
+    }
+
+    std::string draw()
+    {
+        const double height = _top + _height + margin + noteHeight * static_cast<double>(_scene.notes.size());
+        _out = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 ";
+        number(_options.width);
+        _out += ' ';
+        number(height);
+        _out += "\" width=\"";
+        number(_options.width);
+        _out += "\" height=\"";
+        number(height);
+        _out += "\" role=\"img\">\n<title>" + xml(isolated(text(_composition.name))) + "</title>\n";
+        addStyle(_out);
+        rect("page", 0.0, 0.0, _options.width, height);
+        drawTitle();
+        for (std::size_t i = 0; i < _rows.size(); ++i)
+            drawLane(*_rows[i], _tops[i]);
+        drawRuler();
+        for (std::size_t i = 0; i < _rows.size(); ++i)
+            drawRow(*_rows[i], _tops[i]);
+        drawMarks();
+        for (const Finding& finding : _composition.findings)
+            drawFinding(finding);
+        double y = _top + _height + noteHeight;
+        for (const std::string& note : _scene.notes)
+        {
+            line("small dim", margin, y, note);
+            y += noteHeight;
+        }
+        _out += "</svg>\n";
+        return std::move(_out);
+    }
+
+private:
+    const std::string& text(TextId id) const { return _scene.texts[id]; }
+    const Mode& mode() const { return _scene.modes[_composition.mode]; }
+    double x(double time) const { return _left + _window.x(time); }
+    double right() const { return _options.width - margin; }
+    void number(double value) { addPixel(_out, value); }
+
+    void placeRows()
+    {
+        double up = 0.0; // what the rows that are left out would have taken
+        for (const Row& row : _composition.rows)
+        {
+            const std::string& name = text(row.name);
+            const bool wanted =
+                _options.tracks.empty() ||
+                std::any_of(_options.tracks.begin(), _options.tracks.end(),
+                            [&](const std::string& track) { return name == track || name.starts_with(track + '.'); });
+            if (!wanted)
+            {
+                up += row.height + sizes.rowGap;
+                continue;
+            }
+            _rows.push_back(&row);
+            _tops.push_back(_top + row.top - up);
+            _height = row.top - up + row.height;
+        }
+        _height = std::max(_height, sizes.video);
+    }
+
+    // Shapes
+
+    void rect(const char* style, double left, double top, double width, double height, double radius = 0.0)
+    {
+        _out.append("<rect class=\"").append(style).append("\" x=\"");
+        number(left);
+        _out += "\" y=\"";
+        number(top);
+        _out += "\" width=\"";
+        number(width);
+        _out += "\" height=\"";
+        number(height);
+        if (radius > 0.0)
+        {
+            _out += "\" rx=\"";
+            number(std::min(radius, width / 2.0));
+        }
+        _out += "\"/>\n";
+    }
+
+    void path(const std::string& style, std::initializer_list<std::pair<double, double>> points, bool closed)
+    {
+        _out += "<path class=\"" + style + "\" d=\"";
+        char command = 'M';
+        for (const auto& [px, py] : points)
+        {
+            _out += command;
+            number(px);
+            _out += ' ';
+            number(py);
+            command = 'L';
+        }
+        _out += closed ? "Z\"/>\n" : "\"/>\n";
+    }
+
+    void line(const std::string& style, double left, double top, std::string_view words, const char* more = "")
+    {
+        _out += "<text class=\"" + style + "\" x=\"";
+        number(left);
+        _out += "\" y=\"";
+        number(top);
+        _out.append("\"").append(more).append(">");
+        addXml(_out, words);
+        _out += "</text>\n";
+    }
+
+    /// Cut where the box ends.
+    void lineWithin(const std::string& style, double left, double middle, double width, std::string_view words)
+    {
+        if (words.empty() || width < 4.0)
+            return;
+        _out += "<svg x=\"";
+        number(left);
+        _out += "\" y=\"";
+        number(middle - 9.0);
+        _out += "\" width=\"";
+        number(width);
+        _out += "\" height=\"18\">";
+        line(style, 0.0, 9.0, isolated(shortened(words, static_cast<std::size_t>(width / 3.0) + 1)));
+        _out += "</svg>\n";
+    }
+
+    // The parts of the picture
+
+    void drawTitle()
+    {
+        lineWithin("title", margin, 20.0, _options.width * 0.6, text(_composition.name));
+        line("small dim", right(), 20.0, summaryOf(_scene, _composition), " text-anchor=\"end\"");
+    }
+
+    void drawLane(const Row& row, double top)
+    {
+        rect("lane", _left, top, right() - _left, row.height);
+        rect("head", margin, top, sizes.header - 8.0, row.height, sizes.radius);
+        lineWithin("name", margin + 10.0, top + row.height / 2.0 - (row.detail ? 7.0 : 0.0), sizes.header - 24.0,
+                   text(row.name));
+        if (row.detail)
+            lineWithin("small dim", margin + 10.0, top + row.height / 2.0 + 9.0, sizes.header - 24.0, text(row.detail));
+    }
+
+    void drawRuler()
+    {
+        const double bottom = titleHeight + sizes.ruler;
+        for (const Tick& tick : ticksOf(mode(), _composition.labelStart, _window))
+        {
+            const double at = x(tick.time);
+            path("rule", {{at, bottom - (tick.hasLabel ? 10.0 : 5.0)}, {at, bottom}}, false);
+            if (!tick.hasLabel)
+                continue;
+            path("grid", {{at, bottom}, {at, _top + _height}}, false);
+            if (at + 78.0 < _options.width)
+                line("label dim", at, titleHeight + 14.0, labelOf(mode(), tick.time + _composition.labelStart));
+        }
+        path("rule", {{_left, bottom}, {right(), bottom}}, false);
+    }
+
+    void drawRow(const Row& row, double top)
+    {
+        _out += "<g data-row=\"" + xml(text(row.name)) + "\">\n";
+        const std::vector<Box> boxes = boxesOf(_composition, row, _window);
+        for (const Box& box : boxes)
+            drawBox(row, box, top);
+        const auto rowIndex = static_cast<std::uint32_t>(&row - _composition.rows.data());
+        for (const Transition& transition : _composition.transitions)
+            if (transition.row == rowIndex && transition.in + transition.length >= _window.in &&
+                transition.in <= _window.out)
+                drawTransition(row, transition, top);
+        _out += "</g>\n";
+    }
+
+    void drawBox(const Row& row, const Box& box, double top)
+    {
+        const Segments& segments = _composition.segments;
+        const std::uint32_t i = box.first;
+        const double left = std::max(_left + box.left, _left);
+        const double end = std::min(_left + box.right, right());
+        const double width = end - left;
+        if (width <= 0.0)
+            return;
+        const bool isGap = segments.kind[i] == Kind::Gap;
+        _out += "<g data-segment=\"" + std::to_string(i) + "\" data-count=\"" + std::to_string(box.count) + '"';
+        if (segments.flags[i] & Muted)
+            _out += " class=\"muted\"";
+        _out += ">\n<title>" +
+                xml(box.count > 1 ? std::to_string(box.count) + " segments" : describe(_scene, _composition, i)) +
+                "</title>\n";
+        if (box.count > 1)
+            rect("dense", left, top, width, row.height);
+        else if (isGap)
+            rect("gap", left + 1.5, top + 1.5, std::max(width - 3.0, 0.5), row.height - 3.0, sizes.radius);
+        else
+            rect(("t" + std::to_string(segments.tint[i])).c_str(), left + 0.5, top + 0.5, std::max(width - 1.0, 0.5),
+                 row.height - 1.0, width < 8.0 ? 0.0 : sizes.radius);
+        if (segments.flags[i] & (Overlaps | NoTime))
+            rect("overlap", left + 1.0, top + 1.0, std::max(width - 2.0, 0.5), row.height - 2.0);
+        if (box.count == 1 && width >= sizes.labelFrom && !isGap)
+            drawWords(row, i, left, top, width);
+        _out += "</g>\n";
+    }
+
+    void drawWords(const Row& row, std::uint32_t i, double left, double top, double width)
+    {
+        const Segments& segments = _composition.segments;
+        const std::string badge = badgeOf(_scene, _composition, i);
+        const double badgeWidth = badge.empty() || width < 90.0 ? 0.0 : 8.0 + 6.6 * static_cast<double>(badge.size());
+        const double middle = top + row.height / 2.0;
+        lineWithin("name", left + 7.0, middle - 8.0, width - 10.0 - badgeWidth, text(segments.name[i]));
+        lineWithin("small dim", left + 7.0, middle + 9.0, width - 10.0, sourceLine(_scene, _composition, i));
+        if (badgeWidth > 0.0)
+            line("small", left + width - 6.0, middle - 8.0, badge, " text-anchor=\"end\"");
+        for (const Mark& mark : _composition.marks)
+            if (mark.segment == i)
+            {
+                const double at = x(mark.time);
+                path("mine", {{at - 4.0, top}, {at + 4.0, top}, {at, top + 6.0}}, true);
+            }
+    }
+
+    void drawTransition(const Row& row, const Transition& transition, double top)
+    {
+        const double left = std::max(x(transition.in), _left);
+        const double end = std::min(std::max(x(transition.in + transition.length), left + 1.0), right());
+        const double bottom = top + row.height;
+        if (end <= left)
+            return;
+        _out += transition.muted ? "<g class=\"muted\">\n" : "<g>\n";
+        _out += "<title>" + xml(describeTransition(_scene, _composition, transition)) + "</title>\n";
+        const auto [before, behind] = tintsBeside(_composition, row, transition);
+        if (transition.shape == Shape::Wipe)
+        {
+            const double middle = (left + end) / 2.0;
+            path(before, {{left, top}, {middle, top}, {middle, bottom}, {left, bottom}}, true);
+            path(behind, {{middle, top}, {end, top}, {end, bottom}, {middle, bottom}}, true);
+            path("slope", {{middle, top}, {middle, bottom}}, false);
+        }
+        else
+        {
+            path(before, {{left, top}, {left, bottom}, {end, bottom}}, true);
+            path(transition.shape == Shape::Fade ? "mine" : behind, {{left, top}, {end, top}, {end, bottom}}, true);
+            path("slope", {{left, top}, {end, bottom}}, false);
+        }
+        _out += "</g>\n";
+    }
+
+    void drawMarks()
+    {
+        const double top = titleHeight + sizes.ruler;
+        for (const Mark& mark : _composition.marks)
+        {
+            const double at = x(mark.time);
+            if (mark.segment != noSegment || at < _left || at > right())
+                continue;
+            char colour[24];
+            std::snprintf(colour, sizeof colour, mark.colour ? " fill=\"#%06x\"" : "", mark.colour);
+            _out += "<g><title>" +
+                    xml(labelOf(mode(), mark.time + _composition.labelStart) + "  " + isolated(text(mark.name)) +
+                        (mark.comment ? "\n" + isolated(text(mark.comment)) : "")) +
+                    "</title><path";
+            _out.append(mark.colour ? colour : " class=\"mine\"").append(" d=\"M");
+            number(at);
+            _out += ' ';
+            number(top + 3.0);
+            _out += "h8l-3 4l3 4h-8v8h-1.5v-16z\"/></g>\n";
+            lineWithin("small dim", at + 11.0, top + 8.0, 90.0, text(mark.name));
+        }
+    }
+
+    void drawFinding(const Finding& finding)
+    {
+        const double at = x(finding.time);
+        const auto row = std::find_if(_rows.begin(), _rows.end(),
+                                      [&](const Row* one)
+                                      { return finding.row != noSegment && one == &_composition.rows[finding.row]; });
+        if (at < _left || at > right())
+            return;
+        const double top = row == _rows.end()
+                               ? titleHeight + sizes.ruler - 8.0
+                               : _tops[static_cast<std::size_t>(row - _rows.begin())] + (*row)->height - 9.0;
+        static constexpr const char* styles[] = {"note", "warning", "error"};
+        _out += "<g><title>" + xml(finding.code + "  " + finding.text) + "</title>";
+        path(styles[static_cast<std::size_t>(finding.severity)],
+             {{at, top - 3.0}, {at + 7.0, top + 9.0}, {at - 7.0, top + 9.0}}, true);
+        _out += "</g>\n";
+    }
+
+    const Scene& _scene;
+    const Composition& _composition;
+    const SvgOptions& _options;
+    const Window _window;
+    const double _left;
+    const double _top;
+    double _height = 0.0;
+    std::vector<const Row*> _rows;
+    std::vector<double> _tops;
+    std::string _out;
+};
+
+} // namespace
+
+Window windowOf(const Composition& composition, const SvgOptions& options)
+{
+    const double width = std::max(options.width - 2.0 * margin - sizes.header, 16.0);
+    if (options.range)
+        return {options.range->in, std::max(options.range->out, options.range->in + 1.0), width};
+    return {composition.begin, composition.end, width};
+}
+
+std::string svgOf(const Scene& scene, const SvgOptions& options)
+{
+    if (options.composition >= scene.compositions.size())
+        return {};
+    return Painter(scene, scene.compositions[options.composition], options).draw();
+}
+
+} // namespace view
