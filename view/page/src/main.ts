@@ -1,0 +1,368 @@
+/** The page: reads the scene, and ties keys, pointer and panels to the view. */
+
+import { select } from 'd3-selection';
+import { zoom, zoomIdentity, type D3ZoomEvent } from 'd3-zoom';
+import { boxesOf } from './layout';
+import { Minimap } from './minimap';
+import { paint, Words } from './paint';
+import { copy, element, recordLabel, sentence, showPlaying, showSelection, showTable } from './panels';
+import { Scene, Written_ } from './scene';
+import { count, find, step } from './search';
+import { fromLabel, label } from './timecode';
+import { View } from './view';
+import { watch } from './watch';
+
+const byId = <T extends HTMLElement>(id: string) => document.getElementById(id) as T;
+
+const written = JSON.parse(byId('scene').textContent ?? '') as Written_;
+const scene = new Scene(written);
+scene.notes.forEach((note) => byId('notes').append(element('li', '', note)));
+byId('name').textContent = scene.title;
+if (scene.count > 0)
+    start(new View(scene));
+if (written.watch)
+    watch(written.watch, byId('status'));
+
+function start(view: View) {
+    const stage = byId<HTMLCanvasElement>('stage');
+    const map = byId<HTMLCanvasElement>('map');
+    const search = byId<HTMLInputElement>('search');
+    const time = byId<HTMLInputElement>('time');
+    const context = stage.getContext('2d', { alpha: false })!;
+    const words = new Words();
+    const minimap = new Minimap(map, view);
+    let frame = 0;
+    const draw = () => {
+        frame = 0;
+        paint(context, view, words);
+        minimap.paint();
+    };
+    const soon = () => { frame ||= requestAnimationFrame(draw); };
+
+    // Zoom and pan: the transform is d3's, the rows' scroll is ours.
+
+    const zooming = zoom<HTMLCanvasElement, unknown>()
+        .filter((event: Event) => !(event instanceof MouseEvent && event.type !== 'wheel' && event.button !== 0))
+        .clickDistance(4)
+        .on('zoom', (event: D3ZoomEvent<HTMLCanvasElement, unknown>) => {
+            if (event.sourceEvent instanceof MouseEvent && event.sourceEvent.type === 'mousemove')
+                scrollBy(-event.sourceEvent.movementY);
+            view.transform = event.transform;
+            view.changed('span');
+        });
+    const surface = select(stage);
+    surface.call(zooming).on('dblclick.zoom', null);
+    const { header } = view.sizes;
+    const go = (transform: typeof view.transform) => surface.call(zooming.transform, transform);
+    const panTo = (from: number) => go(view.transformFor(from, from + view.span().out - view.span().in));
+    const zoomBy = (by: number) => surface.call(zooming.scaleBy, by, [Math.min(Math.max(view.x(view.playhead) - header, 0), view.lane), 0]);
+    const fit = () => go(view.transformFor(view.composition.begin, view.composition.end));
+
+    function scrollBy(pixels: number) {
+        view.scroll = Math.min(Math.max(view.scroll + pixels, 0), view.mostScroll);
+        soon();
+    }
+    stage.addEventListener('wheel', (event) => {
+        const sideways = event.shiftKey ? event.deltaY : event.deltaX;
+        const overNames = event.offsetX < header;
+        if (!overNames && Math.abs(sideways) <= Math.abs(event.deltaY) && !event.shiftKey)
+            return;
+        event.preventDefault();
+        event.stopImmediatePropagation();
+        if (overNames)
+            scrollBy(event.deltaY);
+        else
+            panTo(view.span().in + sideways * (view.span().out - view.span().in) / view.lane);
+    }, { capture: true, passive: false });
+
+    function size() {
+        const ratio = Math.min(window.devicePixelRatio || 1, 2);
+        const box = byId('frame').getBoundingClientRect();
+        const span = view.span();
+        view.width = Math.max(box.width, 200);
+        view.height = Math.max(box.height, 80);
+        stage.width = Math.round(view.width * ratio);
+        stage.height = Math.round(view.height * ratio);
+        context.setTransform(ratio, 0, 0, ratio, 0, 0);
+        const strip = map.getBoundingClientRect();
+        map.width = Math.max(Math.round(strip.width), 2);
+        map.height = Math.max(Math.round(strip.height), 2);
+        // d3 measures the canvas; the time line is what lies behind the names.
+        zooming.extent([[0, 0], [view.lane, view.height]]).scaleExtent([view.least, view.most])
+            .translateExtent([[-view.lane * 0.5, -Infinity], [view.lane * 1.5, Infinity]]);
+        go(view.transformFor(span.in, span.out));
+        minimap.redraw();
+        draw();
+    }
+
+    // What is chosen
+
+    function rowAt(y: number): number {
+        const at = y - view.top + view.scroll;
+        return y < view.top ? -1 : view.composition.rows.findIndex((row) => at >= row.top && at < row.top + row.height);
+    }
+    function segmentAt(x: number, y: number): number {
+        const row = view.composition.rows[rowAt(y)];
+        if (!row || x < header)
+            return -1;
+        const boxes = boxesOf(view.composition, row, view.span(), view.sizes, []);
+        for (let b = 0; b < boxes.length; b += 4)
+            if (x - header >= boxes[b] && x - header < boxes[b + 1])
+                return boxes[b + 3] === 1 ? boxes[b + 2] : Math.max(view.composition.at(row, view.time(x)), boxes[b + 2]);
+        return -1;
+    }
+    function choose(i: number, reveal = true) {
+        view.selected = i;
+        if (i >= 0) {
+            const { start, rowOf, rows } = view.composition;
+            const span = view.span();
+            view.playhead = start[i];
+            if (reveal) {
+                const row = rows[rowOf[i]];
+                const y = view.top + row.top - view.scroll;
+                if (y < view.top)
+                    scrollBy(y - view.top);
+                else if (y + row.height > view.height)
+                    scrollBy(y + row.height - view.height + 6);
+                if (start[i] < span.in || start[i] >= span.out)
+                    panTo(start[i] - (span.out - span.in) / 4);
+            }
+        }
+        view.changed('selection');
+    }
+    function movePlayhead(to: number) {
+        view.playhead = to;
+        const span = view.span();
+        if (to < span.in || to > span.out)
+            panTo(to - (span.out - span.in) / 2);
+        view.changed('playhead');
+    }
+    function openContainer(i: number) {
+        const inside = i < 0 ? undefined : view.composition.opens(i);
+        if (inside !== undefined && view.way.length < 200) {
+            view.way.push(inside);
+            view.open(inside);
+        }
+    }
+    function back() {
+        if (view.way.length > 1) {
+            view.way.pop();
+            view.open(view.way[view.way.length - 1]);
+        }
+    }
+    function goToFinding(by: number) {
+        const { findings } = view.composition;
+        if (findings.length === 0)
+            return;
+        view.finding = (view.finding < 0 ? (by > 0 ? 0 : findings.length - 1) : view.finding + by + findings.length) % findings.length;
+        const finding = findings[view.finding];
+        if (finding.segment >= 0)
+            choose(finding.segment);
+        movePlayhead(finding.time);
+        byId('fault').textContent = `${view.finding + 1} of ${findings.length}: ${[finding.code, finding.text].filter((part) => part !== '').join(' ')}`;
+        byId('status').textContent = finding.text;
+    }
+    function goToMatch(by: 1 | -1) {
+        const i = step(view, by);
+        if (i >= 0)
+            choose(i);
+    }
+
+    // Pointer
+
+    let onRuler = false;
+    stage.addEventListener('pointerdown', (event) => {
+        onRuler = event.offsetY < view.sizes.ruler && event.offsetX >= header;
+        if (onRuler) {
+            stage.setPointerCapture(event.pointerId);
+            movePlayhead(Math.round(view.time(event.offsetX)));
+        }
+    });
+    stage.addEventListener('mousedown', (event) => { if (onRuler) event.stopImmediatePropagation(); }, true);
+    stage.addEventListener('pointermove', (event) => {
+        if (onRuler && event.buttons !== 0) {
+            view.playhead = Math.round(view.time(event.offsetX));
+            view.changed('playhead');
+            return;
+        }
+        const over = segmentAt(event.offsetX, event.offsetY);
+        if (over !== view.hovered) {
+            view.hovered = over;
+            view.changed('hover');
+        }
+    });
+    stage.addEventListener('pointerleave', () => { view.hovered = -1; view.changed('hover'); });
+    stage.addEventListener('pointerup', () => { onRuler = false; });
+    stage.addEventListener('click', (event) => {
+        if (event.offsetY >= view.sizes.ruler)
+            choose(segmentAt(event.offsetX, event.offsetY), false);
+    });
+    stage.addEventListener('dblclick', (event) => openContainer(segmentAt(event.offsetX, event.offsetY)));
+    const dragMap = (event: PointerEvent) => {
+        const { in: from, out: to } = view.span();
+        panTo(minimap.time(event.clientX) - (to - from) / 2);
+    };
+    map.addEventListener('pointerdown', (event) => { map.setPointerCapture(event.pointerId); dragMap(event); });
+    map.addEventListener('pointermove', (event) => { if (event.buttons !== 0) dragMap(event); });
+
+    // Keys and buttons
+
+    function nextInRow(by: 1 | -1) {
+        const { composition, selected } = view;
+        const row = composition.rows[selected < 0 ? 0 : composition.rowOf[selected]];
+        if (!row || row.first === row.last)
+            return;
+        if (selected < 0)
+            choose(row.first);
+        else if (selected + by >= row.first && selected + by < row.last)
+            choose(selected + by);
+    }
+    function nextRow(by: 1 | -1) {
+        const { composition } = view;
+        for (let k = (view.selected < 0 ? -1 : composition.rowOf[view.selected]) + by; k >= 0 && k < composition.rows.length; k += by) {
+            const row = composition.rows[k];
+            if (row.first < row.last)
+                return choose(Math.min(Math.max(composition.at(row, view.playhead), row.first), row.last - 1));
+        }
+    }
+    const toggle = (id: string, on: boolean) => byId(id).setAttribute('aria-pressed', String(on));
+    const second = () => view.composition.mode.fps || 25;
+    const keys: Record<string, (event: KeyboardEvent) => void> = {
+        ArrowLeft: () => nextInRow(-1), ArrowRight: () => nextInRow(1), ArrowUp: () => nextRow(-1), ArrowDown: () => nextRow(1),
+        Home: () => view.selected >= 0 && choose(view.composition.rows[view.composition.rowOf[view.selected]].first),
+        End: () => view.selected >= 0 && choose(view.composition.rows[view.composition.rowOf[view.selected]].last - 1),
+        '+': () => zoomBy(1.5), '=': () => zoomBy(1.5), '-': () => zoomBy(1 / 1.5), f: fit,
+        a: () => panTo(view.span().in - (view.span().out - view.span().in) / 4),
+        s: () => panTo(view.span().in + (view.span().out - view.span().in) / 4),
+        ',': () => movePlayhead(view.playhead - 1), '.': () => movePlayhead(view.playhead + 1),
+        '<': () => movePlayhead(view.playhead - second()), '>': () => movePlayhead(view.playhead + second()),
+        Enter: () => openContainer(view.selected), Backspace: back,
+        Escape: () => choose(-1),
+        n: () => goToFinding(1), N: () => goToFinding(-1),
+        c: () => byId('curves').click(), d: () => byId('theme').click(),
+        l: () => { copy(recordLabel(view, view.playhead)); byId('status').textContent = `Copied ${recordLabel(view, view.playhead)}`; },
+    };
+    stage.addEventListener('keydown', (event) => {
+        const act = event.ctrlKey || event.metaKey || event.altKey ? undefined : keys[event.key] ?? keys[event.key.toLowerCase()];
+        if (act) {
+            event.preventDefault();
+            act(event);
+        }
+    });
+    document.addEventListener('keydown', (event) => {
+        if (event.target instanceof HTMLInputElement || event.ctrlKey || event.metaKey || event.altKey)
+            return;
+        if (event.key === '/') {
+            event.preventDefault();
+            search.focus();
+        } else if (event.key === '?') {
+            event.preventDefault();
+            byId<HTMLDialogElement>('keys').showModal();
+        }
+    });
+    byId('in').addEventListener('click', () => zoomBy(1.5));
+    byId('out').addEventListener('click', () => zoomBy(1 / 1.5));
+    byId('fit').addEventListener('click', fit);
+    byId('help').addEventListener('click', () => byId<HTMLDialogElement>('keys').showModal());
+    byId('curves').addEventListener('click', () => {
+        view.showCurves = !view.showCurves;
+        toggle('curves', view.showCurves);
+        view.changed('look');
+    });
+    byId('theme').addEventListener('click', () => {
+        view.isDark = !view.isDark;
+        document.documentElement.className = view.isDark ? 'dark' : 'light';
+        view.changed('look');
+    });
+    byId('finder').addEventListener('submit', (event) => { event.preventDefault(); goToMatch(1); });
+    byId('previous').addEventListener('click', () => goToMatch(-1));
+    byId('faultNext').addEventListener('click', () => goToFinding(1));
+    byId('faultBack').addEventListener('click', () => goToFinding(-1));
+    search.addEventListener('input', () => find(view, search.value));
+    search.addEventListener('keydown', (event) => {
+        if (event.key === 'Enter' && event.shiftKey) {
+            event.preventDefault();
+            goToMatch(-1);
+        } else if (event.key === 'Escape')
+            stage.focus();
+    });
+    byId('goto').addEventListener('submit', (event) => {
+        event.preventDefault();
+        const typed = fromLabel(view.composition.mode, time.value);
+        time.setAttribute('aria-invalid', String(typed === undefined));
+        if (typed !== undefined)
+            movePlayhead(typed - view.composition.labelStart);
+    });
+
+    const picker = byId<HTMLSelectElement>('composition');
+    for (let i = 0; i < scene.tops; ++i)
+        picker.append(new Option(scene.nameOf(i), String(i)));
+    picker.hidden = scene.tops < 2;
+    picker.addEventListener('change', () => { view.way.splice(0, view.way.length, Number(picker.value)); view.open(view.way[0]); });
+
+    // What follows a change
+
+    const tell = () => {
+        const i = view.hovered >= 0 ? view.hovered : view.selected;
+        byId('status').textContent = i >= 0 ? sentence(view, i) : '';
+    };
+    const heads = () => {
+        const { composition } = view;
+        const clips = composition.kind.reduce((sum, kind) => sum + (kind === 3 ? 0 : 1), 0);
+        byId('name').textContent = composition.name || scene.title;
+        byId('summary').textContent = `${composition.mode.name} \u00b7 ${recordLabel(view, composition.begin)} - `
+            + `${recordLabel(view, composition.end)} \u00b7 ${clips} segments`;
+        byId('faults').hidden = composition.findings.length === 0;
+        byId('fault').textContent = `${composition.findings.length} findings`;
+        byId('way').replaceChildren(...(view.way.length < 2 ? [] : view.way.map((at, depth) => {
+            const button = element('button', '', scene.nameOf(at) || 'untitled');
+            button.addEventListener('click', () => { view.way.splice(depth + 1); view.open(at); });
+            return button;
+        })));
+    };
+    view.on((what) => {
+        if (what === 'composition') {
+            heads();
+            view.transform = zoomIdentity;
+            find(view, search.value);
+            size();
+            fit();
+        }
+        if (what === 'composition' || what === 'selection') {
+            showSelection(view, byId('chosen'));
+            showTable(view, byId('listing'));
+        }
+        if (what === 'composition' || what === 'selection' || what === 'playhead')
+            showPlaying(view, byId('plays'), time);
+        if (what === 'selection' || what === 'hover')
+            tell();
+        if (what === 'matches')
+            byId('found').textContent = view.matches ? `${count(view)} found` : '';
+        if (what === 'look')
+            minimap.redraw();
+        soon();
+    });
+
+    const dark = window.matchMedia('(prefers-color-scheme: dark)');
+    view.isDark = dark.matches;
+    dark.addEventListener('change', () => {
+        if (document.documentElement.className === '') {
+            view.isDark = dark.matches;
+            view.changed('look');
+        }
+    });
+    window.addEventListener('beforeprint', () => { view.isDark = false; size(); });
+    window.addEventListener('afterprint', () => { view.isDark = document.documentElement.className === 'dark' || dark.matches; size(); });
+    new ResizeObserver(size).observe(byId('frame'));
+    size();
+    view.changed('composition');
+    performance.mark('picture');
+
+    // For those who test it.
+    Object.assign(window, { dmtreeView: {
+        view, label,
+        boxes: (row: number) => boxesOf(view.composition, view.composition.rows[row], view.span(), view.sizes, []),
+        show: (from: number, to: number) => { go(view.transformFor(from, to)); draw(); },
+        draw, choose,
+    } });
+}

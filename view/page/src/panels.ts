@@ -1,0 +1,186 @@
+/** What stands beside the picture, as text: what plays at the playhead, and all that is known of the selection. */
+
+import { badgeOf, drawCurve, isolated, sourceLine } from './paint';
+import { flag, kinds, Property } from './scene';
+import { label } from './timecode';
+import { View } from './view';
+
+export function element<K extends keyof HTMLElementTagNameMap>(name: K, className: string, text = ''): HTMLElementTagNameMap[K] {
+    const made = document.createElement(name);
+    if (className !== '')
+        made.className = className;
+    if (text !== '')
+        made.textContent = text;
+    return made;
+}
+
+export const recordLabel = (view: View, time: number) => label(view.composition.mode, time + view.composition.labelStart);
+
+/** "orchard dawn, A001C002 · 10:00:41:22", of what a row plays at a time. */
+function playing(view: View, row: number, time: number): string {
+    const { composition } = view;
+    const one = (i: number) => {
+        const source = composition.kind[i] === 1 ? undefined : composition.sourceFrame(i, time);
+        const at = source ? `${source.rough ? 'about ' : ''}${label(source.mode, source.frame)}` : '';
+        return [isolated(composition.nameOf(i)), [composition.reelOf(i), at].filter((part) => part !== '').join(' \u00b7 ')]
+            .filter((part) => part !== '').join('\n');
+    };
+    const transition = composition.transitions.find((candidate) => candidate.row === row
+        && candidate.in <= time && time < candidate.in + candidate.length);
+    if (transition) {
+        const there = composition.rows[row];
+        const behind = composition.firstStarting(there, transition.in + transition.length - 1e-5);
+        const sides = [behind - 1, behind].filter((i) => i >= there.first && i < there.last).map(one);
+        return `${isolated(transition.name)}\n${sides.join('\nto ')}`;
+    }
+    const i = composition.at(composition.rows[row], time);
+    return i < 0 || composition.kind[i] === 3 ? '' : one(i);
+}
+
+export function showPlaying(view: View, list: HTMLElement, time: HTMLInputElement) {
+    list.replaceChildren();
+    if (document.activeElement !== time)
+        time.value = recordLabel(view, view.playhead);
+    view.composition.rows.forEach((row, index) => {
+        if (index >= 64)
+            return;
+        const text = playing(view, index, view.playhead);
+        list.append(element('dt', '', row.name), element('dd', 'code', text === '' ? '\u2013' : text));
+    });
+}
+
+function pairs(list: readonly Property[]): HTMLElement {
+    const made = element('dl', '');
+    for (const [name, value] of list)
+        made.append(element('dt', '', name), element('dd', '', value));
+    return made;
+}
+
+function copyable(list: HTMLElement, name: string, text: string) {
+    const value = element('dd', 'code');
+    const button = element('button', 'copy', 'Copy');
+    button.setAttribute('aria-label', `Copy ${name} ${text}`);
+    button.addEventListener('click', () => copy(text));
+    value.append(text, button);
+    list.append(element('dt', '', name), value);
+}
+
+/** From a page on disk too, where the clipboard may be out of reach. */
+export function copy(text: string) {
+    const byHand = () => {
+        const area = element('textarea', 'hidden');
+        area.value = text;
+        document.body.append(area);
+        area.select();
+        document.execCommand('copy');
+        area.remove();
+    };
+    if (navigator.clipboard)
+        navigator.clipboard.writeText(text).catch(byHand);
+    else
+        byHand();
+}
+
+export function showSelection(view: View, box: HTMLElement) {
+    const { composition, selected } = view;
+    box.replaceChildren();
+    if (selected < 0) {
+        box.append(element('p', '', 'Nothing is selected. A click selects; so do the arrow keys.'));
+        box.append(element('h3', '', 'Composition'), pairs(composition.properties));
+        return;
+    }
+    const row = composition.rows[composition.rowOf[selected]];
+    const list = element('dl', '');
+    const add = (name: string, text: string) => text !== '' && list.append(element('dt', '', name), element('dd', '', text));
+    add('Name', composition.nameOf(selected));
+    add('Kind', kinds[composition.kind[selected]] + (composition.has(selected, flag.muted) ? ', muted' : ''));
+    add('Layer', row.name);
+    copyable(list, 'In', recordLabel(view, composition.start[selected]));
+    copyable(list, 'Out', recordLabel(view, composition.out(selected)));
+    add('Length', label(composition.mode, composition.length[selected]));
+    add('Reel', composition.reelOf(selected));
+    const source = composition.sourceFrame(selected, composition.start[selected]);
+    if (source && composition.kind[selected] !== 1)
+        copyable(list, 'Source in', label(source.mode, source.frame));
+    add('Speed', badgeOf(view, selected).replace(/ *fx/, ''));
+    add('Id', composition.idOf(selected));
+    if (composition.has(selected, flag.overlaps))
+        add('Note', 'Begins before the one in front of it has ended.');
+    if (composition.has(selected, flag.noTime))
+        add('Note', 'Its times cannot be drawn: it stands behind what is in front of it.');
+    box.append(list);
+    for (const effect of composition.effectsOf(selected)) {
+        box.append(element('h3', effect.muted ? 'muted' : '', effect.name), pairs(effect.properties));
+        for (const curve of effect.curves) {
+            box.append(element('div', '', `${curve.name}, ${curve.keys.length} keys`), curvePicture(view, curve.keys, curve.name));
+        }
+    }
+    const marks = composition.marks.filter((mark) => mark.segment === selected);
+    if (marks.length > 0)
+        box.append(element('h3', '', 'Marks'), pairs(marks.map((mark) =>
+            [recordLabel(view, mark.time), [mark.name, mark.comment].filter((part) => part !== '').join(': ')])));
+    const properties = composition.propertiesOf(selected);
+    if (properties.length > 0)
+        box.append(element('h3', '', 'Properties'), pairs(properties));
+    box.append(element('h3', '', 'Layer'), pairs(row.layer), element('h3', '', 'Track'), pairs(row.track));
+}
+
+function curvePicture(view: View, keys: [number, number][], name: string): HTMLElement {
+    const canvas = element('canvas', 'curve');
+    canvas.width = 600;
+    canvas.height = 128;
+    canvas.setAttribute('role', 'img');
+    canvas.setAttribute('aria-label', `${name}: ` + keys.slice(0, 40).map(([frame, value]) => `${Number(value.toPrecision(4))} at ${frame}`).join(', '));
+    const context = canvas.getContext('2d');
+    if (context && keys.length > 0) {
+        context.scale(2, 2);
+        context.strokeStyle = context.fillStyle = view.isDark ? '#7fb0ff' : '#1d5fc4';
+        context.lineWidth = 1.5;
+        const first = keys[0][0];
+        const range = keys[keys.length - 1][0] - first;
+        drawCurve(context, keys, (frame) => 6 + (range > 0 ? (frame - first) / range : 0.5) * 288, 0, 64);
+    }
+    return canvas;
+}
+
+/** In a line: what is under the pointer, or chosen. */
+export function sentence(view: View, i: number): string {
+    const { composition } = view;
+    return [composition.rows[composition.rowOf[i]].name, isolated(composition.nameOf(i)),
+        composition.kind[i] === 0 ? '' : kinds[composition.kind[i]],
+        `${recordLabel(view, composition.start[i])} - ${recordLabel(view, composition.out(i))}`,
+        isolated(sourceLine(view, i)), badgeOf(view, i), composition.has(i, flag.muted) ? 'muted' : '']
+        .filter((part) => part !== '').join('  ');
+}
+
+/** For a screen reader: the segments around the selection, as rows of a table that knows how many there are. */
+export function showTable(view: View, box: HTMLElement) {
+    const { composition } = view;
+    const around = 10;
+    const chosen = Math.max(view.selected, 0);
+    const table = element('table', '');
+    table.setAttribute('aria-rowcount', String(composition.count + 1));
+    table.append(element('caption', '', `Segments of ${composition.name}`));
+    const head = element('tr', '');
+    head.setAttribute('aria-rowindex', '1');
+    for (const name of ['Layer', 'Name', 'Kind', 'In', 'Out', 'Source', 'Speed and effects']) {
+        const cell = element('th', '', name);
+        cell.scope = 'col';
+        head.append(cell);
+    }
+    const top = element('thead', '');
+    top.append(head);
+    const body = element('tbody', '');
+    for (let i = Math.max(chosen - around, 0); i < Math.min(chosen + around + 1, composition.count); ++i) {
+        const line = element('tr', '');
+        line.setAttribute('aria-rowindex', String(i + 2));
+        if (i === view.selected)
+            line.setAttribute('aria-current', 'true');
+        for (const text of [composition.rows[composition.rowOf[i]].name, composition.nameOf(i), kinds[composition.kind[i]],
+            recordLabel(view, composition.start[i]), recordLabel(view, composition.out(i)), sourceLine(view, i), badgeOf(view, i)])
+            line.append(element('td', '', text));
+        body.append(line);
+    }
+    table.append(top, body);
+    box.replaceChildren(table);
+}

@@ -1,0 +1,69 @@
+/** What of a composition is looked at, and what in it is chosen. Painters and panels listen to it. */
+
+import { scaleLinear } from 'd3-scale';
+import { zoomIdentity, type ZoomTransform } from 'd3-zoom';
+import { Span } from './layout';
+import { Composition, Scene } from './scene';
+
+export class View {
+    composition: Composition;
+    /** The composition's number, and below it those it was opened from. */
+    readonly way: number[] = [0];
+    width = 800;
+    height = 400;
+    scroll = 0;
+    transform: ZoomTransform = zoomIdentity;
+    selected = -1;
+    hovered = -1;
+    playhead = 0;
+    showCurves = false;
+    isDark = false;
+    matches: Uint8Array | null = null;
+    /** The finding that was gone to; -1: none. */
+    finding = -1;
+    private readonly listeners: ((what: Change) => void)[] = [];
+
+    constructor(readonly scene: Scene) {
+        this.composition = scene.composition(0);
+        this.playhead = this.composition.begin;
+    }
+
+    get sizes() { return this.scene.look.sizes; }
+    get theme() { return this.isDark ? this.scene.look.dark : this.scene.look.light; }
+    get top() { return this.sizes.ruler + (this.composition.marks.length > 0 ? this.sizes.marks : 0) + 6; }
+    /** Pixels for the time line itself. */
+    get lane() { return Math.max(this.width - this.sizes.header, 16); }
+
+    private get base() { return scaleLinear().domain([this.composition.begin, this.composition.end]).range([0, this.lane]); }
+    span(): Span {
+        const [from, to] = this.transform.rescaleX(this.base).domain();
+        return { in: from, out: to, width: this.lane };
+    }
+    x(time: number): number { return this.sizes.header + this.transform.rescaleX(this.base)(time); }
+    time(x: number): number { return this.transform.rescaleX(this.base).invert(x - this.sizes.header); }
+
+    /** The transform that shows a stretch of time over the whole width. */
+    transformFor(from: number, to: number): ZoomTransform {
+        const k = Math.min(Math.max((this.composition.end - this.composition.begin) / Math.max(to - from, 1e-9), this.least), this.most);
+        return zoomIdentity.scale(k).translate(-this.base(from), 0);
+    }
+    readonly least = 0.5;
+    /** A frame is at most this wide. */
+    get most() { return Math.max(1, (this.composition.end - this.composition.begin) * 160 / this.lane); }
+
+    get mostScroll() { return Math.max(0, this.composition.height + 12 - (this.height - this.top)); }
+
+    on(listener: (what: Change) => void) { this.listeners.push(listener); }
+    changed(what: Change) { this.listeners.forEach((listener) => listener(what)); }
+
+    open(i: number) {
+        this.composition = this.scene.composition(i);
+        this.selected = this.hovered = this.finding = -1;
+        this.matches = null;
+        this.scroll = 0;
+        this.playhead = this.composition.begin;
+        this.changed('composition');
+    }
+}
+
+export type Change = 'composition' | 'span' | 'selection' | 'playhead' | 'hover' | 'look' | 'matches';
