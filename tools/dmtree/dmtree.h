@@ -35,5 +35,6 @@ void addFmt(CLI::App& app, Run& run);
 void addInfo(CLI::App& app, Run& run);
 void addSchema(CLI::App& app, Run& run);
 void addTc(CLI::App& app, Run& run);
+void addView(CLI::App& app, Run& run);
 
 } // namespace dmtree

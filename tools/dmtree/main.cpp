@@ -18,7 +18,7 @@ namespace
 /// One row a subcommand, in the order of --help.
 constexpr std::initializer_list<dmtree::AddSubcommand> subcommands = {
     dmtree::addCheck,  dmtree::addInfo,    dmtree::addDump, dmtree::addFmt, dmtree::addEdit, dmtree::addConvert,
-    dmtree::addSchema, dmtree::addClasses, dmtree::addEnv,  dmtree::addTc,
+    dmtree::addSchema, dmtree::addClasses, dmtree::addEnv,  dmtree::addTc,  dmtree::addView,
 };
 
 } // namespace

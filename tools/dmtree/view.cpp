@@ -1,0 +1,155 @@
+// dmtree view: a picture of a cut, as a page or as a still.
+#include "dmtree.h"
+#include "documents.h"
+#include "textFile.h"
+
+#include "vwLayout.h"
+#include "vwPage.h"
+#include "vwSceneBuild.h"
+#include "vwSvg.h"
+
+#include "tuTimeUnit.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+
+struct Options
+{
+    std::string file;
+    std::string out;
+    bool svg = false;
+    bool findings = false;
+    double width = 1200.0;
+    std::string range;
+    std::string tracks;
+    std::string composition;
+};
+
+std::vector<std::string> split(const std::string& text, char at)
+{
+    std::vector<std::string> parts;
+    std::size_t from = 0;
+    for (std::size_t to = 0; to != text.npos; from = to + 1)
+    {
+        to = text.find(at, from);
+        parts.push_back(text.substr(from, to == text.npos ? to : to - from));
+    }
+    return parts;
+}
+
+/// A label in the composition's mode, or a count of frames.
+double recordTime(const view::Scene& scene, const view::Composition& composition, const std::string& text)
+{
+    const view::Mode& mode = scene.modes[composition.mode];
+    const bool isCount = !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+    if (isCount)
+        return std::stod(text.substr(0, 12));
+    int hours = 0;
+    int minutes = 0;
+    int seconds = 0;
+    int frames = 0;
+    DM::TimeUnit::parseTimeCodeString(text.c_str(), hours, minutes, seconds, frames);
+    if (text.find_first_not_of("0123456789:;+#") != text.npos || text.find_first_of(":;+#") == text.npos ||
+        !DM::TimeUnit::isValidTimeCode(hours, minutes, seconds, frames, mode.fcm))
+        throw std::runtime_error("--range: '" + text + "' is no label in " + mode.name);
+    return DM::TimeUnit().fromTimeCode(hours, minutes, seconds, frames, mode.fcm).getFrames() - composition.labelStart;
+}
+
+std::size_t compositionOf(const view::Scene& scene, const std::string& wanted)
+{
+    if (wanted.empty())
+        return 0;
+    for (std::size_t i = 0; i < scene.compositions.size(); ++i)
+        if (scene.texts[scene.compositions[i].name] == wanted)
+            return i;
+    throw std::runtime_error("--composition: there is none called '" + wanted + "'");
+}
+
+std::string still(const view::Scene& scene, const Options& options)
+{
+    view::SvgOptions svg{.width = options.width, .composition = compositionOf(scene, options.composition)};
+    if (scene.compositions.empty())
+        throw std::runtime_error(options.file + ": holds no composition");
+    const view::Composition& composition = scene.compositions[svg.composition];
+    if (!options.range.empty())
+    {
+        const std::vector<std::string> ends = split(options.range, '-');
+        if (ends.size() != 2)
+            throw std::runtime_error("--range: '" + options.range + "' is no IN-OUT");
+        const double in = recordTime(scene, composition, ends[0]);
+        const double out = recordTime(scene, composition, ends[1]);
+        if (out <= in)
+            throw std::runtime_error("--range: '" + options.range + "' ends before it begins");
+        svg.range = view::Window{in, out, 0.0};
+    }
+    if (!options.tracks.empty())
+        svg.tracks = split(options.tracks, ',');
+    for (const std::string& track : svg.tracks)
+        if (std::none_of(composition.rows.begin(), composition.rows.end(),
+                         [&](const view::Row& row)
+                         {
+                             const std::string& name = scene.texts[row.name];
+                             return name == track || name.starts_with(track + '.');
+                         }))
+            throw std::runtime_error("--tracks: there is no '" + track + "'");
+    return view::svgOf(scene, svg);
+}
+
+int picture(const Options& options)
+{
+    const view::PageParts* const page = view::pageParts();
+    if (!options.svg && !page)
+        throw std::runtime_error("view: this dmtree was built without Node and has no page; --svg needs none");
+    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file);
+    const std::string title =
+        options.file == "-" ? "standard input" : std::filesystem::path(options.file).filename().string();
+    view::Scene scene = view::sceneOf(*root, title);
+    if (options.findings)
+        view::addFindings(scene, *root);
+    const std::string text = options.svg ? still(scene, options) : view::pageOf(scene, *page);
+    if (options.out == "-")
+        std::cout << text;
+    else
+        dmtree::writeText(options.out, text);
+    for (const std::string& note : scene.notes)
+        std::cerr << "dmtree view: " << options.file << ": " << note << '\n';
+    return dmtree::Fine;
+}
+
+} // namespace
+
+void dmtree::addView(CLI::App& app, Run& run)
+{
+    CLI::App* const command = app.add_subcommand("view", "Make a picture of a cut: a page for any browser, or a still");
+    const auto options = std::make_shared<Options>();
+    command->add_option("FILE", options->file, fileHelp)->required();
+    command->add_option("-o,--output", options->out, "Where the picture goes; - is standard output")
+        ->type_name("FILE")
+        ->required();
+    command->add_flag("--findings", options->findings, "Lay on it what the checks find");
+    CLI::Option* const svg = command->add_flag("--svg", options->svg, "A still, as SVG");
+    command->add_option("--width", options->width, "Of a still, in pixels")
+        ->type_name("PIXELS")
+        ->check(CLI::Range(200.0, 20000.0).description(""))
+        ->needs(svg);
+    command->add_option("--range", options->range, "Of a still: from one label, or frame, to another")
+        ->type_name("IN-OUT")
+        ->needs(svg);
+    command->add_option("--tracks", options->tracks, "Of a still: only these, \"V1,A2\"")
+        ->type_name("TRACKS")
+        ->needs(svg);
+    command->add_option("--composition", options->composition, "Of a still: the one of this name; the first without it")
+        ->type_name("NAME")
+        ->needs(svg);
+    command->callback([&run, options] { run = [options] { return picture(*options); }; });
+}
