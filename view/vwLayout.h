@@ -28,7 +28,7 @@ struct Box
 
 /// What of a row is seen, from left to right. A segment that is at least `sizes.smallBox` wide, or a gap, or one that
 /// touches no other small one, has a box of its own, at least a pixel wide.
-std::vector<Box> boxesOf(const Composition& composition, const Row& row, const Window& window);
+ZR_DM_API std::vector<Box> boxesOf(const Composition& composition, const Row& row, const Window& window);
 
 struct Tick
 {
@@ -36,9 +36,9 @@ struct Tick
     bool hasLabel;
 };
 /// Ticks at whole labels: frames, seconds, minutes or hours, as far apart as `sizes.tickApart` asks for.
-std::vector<Tick> ticksOf(const Mode& mode, double labelStart, const Window& window);
+ZR_DM_API std::vector<Tick> ticksOf(const Mode& mode, double labelStart, const Window& window);
 
 /// The label of a label time in the mode.
-std::string labelOf(const Mode& mode, double labelTime);
+ZR_DM_API std::string labelOf(const Mode& mode, double labelTime);
 
 } // namespace view

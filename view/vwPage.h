@@ -3,6 +3,8 @@
 
 #include "vwScene.h"
 
+#include "zrExport.h"
+
 #include <string>
 #include <string_view>
 
@@ -18,14 +20,11 @@ struct PageParts
     std::string_view behindScene;
 };
 
-/// What this program was built with: defined beside the page's script, and null where that could not be built.
-const PageParts* pageParts();
-
 /// `watch`, if given, is the path that the page asks its server for a newer scene.
-std::string pageOf(const Scene& scene, const PageParts& parts, std::string_view watch = {});
+ZR_DM_API std::string pageOf(const Scene& scene, const PageParts& parts, std::string_view watch = {});
 
 /// The scene alone, as the page reads it: JSON whose texts may stand inside a script element. Some 60 bytes a segment,
 /// beside its texts (each different one once) and its effects.
-std::string sceneJson(const Scene& scene, std::string_view watch = {});
+ZR_DM_API std::string sceneJson(const Scene& scene, std::string_view watch = {});
 
 } // namespace view

@@ -10,9 +10,9 @@ namespace view
 {
 
 /// Of all compositions of the document, and what their containers hold. `title` heads the picture.
-Scene sceneOf(const DmRoot& root, const std::string& title);
+ZR_DM_API Scene sceneOf(const DmRoot& root, const std::string& title);
 
 /// Lays what the checks find (DmTreeTool::findViolations, every rule) on a scene of the same document.
-void addFindings(Scene& scene, const DmRoot& root);
+ZR_DM_API void addFindings(Scene& scene, const DmRoot& root);
 
 } // namespace view

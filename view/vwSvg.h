@@ -17,9 +17,9 @@ struct SvgOptions
 };
 
 /// Empty where the scene has no such composition.
-std::string svgOf(const Scene& scene, const SvgOptions& options);
+ZR_DM_API std::string svgOf(const Scene& scene, const SvgOptions& options);
 
 /// The window that svgOf draws for the options.
-Window windowOf(const Composition& composition, const SvgOptions& options);
+ZR_DM_API Window windowOf(const Composition& composition, const SvgOptions& options);
 
 } // namespace view

@@ -37,7 +37,7 @@ const literal = (text) => {
 const [before, between] = (head + body + '<script type="application/json" id="scene">').split('@TITLE@');
 const [policyHead, titleHead] = before.split('@CONNECT@');
 writeFileSync(process.argv[2], `// Made by view/page/build.mjs.
-#include "vwPage.h"
+#include "vwPageParts.h"
 
 const view::PageParts* view::pageParts()
 {
