@@ -1,10 +1,11 @@
 // dmtree view: a picture of a cut, as a page or as a still.
 #include "dmtree.h"
 #include "documents.h"
+#include "pageServer.h"
 #include "textFile.h"
 
 #include "vwLayout.h"
-#include "vwPage.h"
+#include "vwPageParts.h"
 #include "vwSceneBuild.h"
 #include "vwSvg.h"
 
@@ -29,6 +30,8 @@ struct Options
     std::string out;
     bool svg = false;
     bool findings = false;
+    bool watch = false;
+    bool lenient = false;
     double width = 1200.0;
     std::string range;
     std::string tracks;
@@ -105,17 +108,39 @@ std::string still(const view::Scene& scene, const Options& options)
     return view::svgOf(scene, svg);
 }
 
-int picture(const Options& options)
+view::Scene sceneOf(const Options& options)
 {
-    const view::PageParts* const page = view::pageParts();
-    if (!options.svg && !page)
-        throw std::runtime_error("view: this dmtree was built without Node and has no page; --svg needs none");
-    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file);
+    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file, options.lenient);
     const std::string title =
         options.file == "-" ? "standard input" : std::filesystem::path(options.file).filename().string();
     view::Scene scene = view::sceneOf(*root, title);
     if (options.findings)
         view::addFindings(scene, *root);
+    return scene;
+}
+
+/// Shows the file as it changes, until the command is ended.
+int watch(const Options& options, const view::PageParts& page)
+{
+    if (options.file == "-")
+        throw std::runtime_error("--watch: standard input does not change");
+    dmtree::PageServer server([&](const std::string& path) { return view::pageOf(sceneOf(options), page, path); },
+                              options.file);
+    std::cout << server.address() << std::endl;
+    server.run();
+    return dmtree::Fine;
+}
+
+int picture(const Options& options)
+{
+    const view::PageParts* const page = view::pageParts();
+    if (!options.svg && !page)
+        throw std::runtime_error("view: this dmtree was built without Node and has no page; --svg needs none");
+    if (options.watch)
+        return watch(options, *page);
+    if (options.out.empty())
+        throw std::runtime_error("view: where does the picture go? -o FILE, or --watch");
+    const view::Scene scene = sceneOf(options);
     const std::string text = options.svg ? still(scene, options) : view::pageOf(scene, *page);
     if (options.out == "-")
         std::cout << text;
@@ -133,11 +158,10 @@ void dmtree::addView(CLI::App& app, Run& run)
     CLI::App* const command = app.add_subcommand("view", "Make a picture of a cut: a page for any browser, or a still");
     const auto options = std::make_shared<Options>();
     command->add_option("FILE", options->file, fileHelp)->required();
-    command->add_option("-o,--output", options->out, "Where the picture goes; - is standard output")
-        ->type_name("FILE")
-        ->required();
+    command->add_option("-o,--output", options->out, "Where the picture goes; - is standard output")->type_name("FILE");
     command->add_flag("--findings", options->findings, "Lay on it what the checks find");
     CLI::Option* const svg = command->add_flag("--svg", options->svg, "A still, as SVG");
+    command->add_flag("--watch", options->watch, "Serve the page on this machine, as the file changes")->excludes(svg);
     command->add_option("--width", options->width, "Of a still, in pixels")
         ->type_name("PIXELS")
         ->check(CLI::Range(200.0, 20000.0).description(""))
@@ -151,5 +175,6 @@ void dmtree::addView(CLI::App& app, Run& run)
     command->add_option("--composition", options->composition, "Of a still: the one of this name; the first without it")
         ->type_name("NAME")
         ->needs(svg);
+    dmtree::addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return picture(*options); }; });
 }
