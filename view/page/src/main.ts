@@ -33,6 +33,7 @@ function start(view: View) {
     const minimap = new Minimap(map, view);
     let frame = 0;
     const draw = () => {
+        cancelAnimationFrame(frame);
         frame = 0;
         paint(context, view, words);
         minimap.paint();

@@ -11,18 +11,25 @@ export const smallFont = `10.5px ${font}`;
 
 /** Cuts texts to a width, measuring each once. */
 export class Words {
-    private readonly widths = new Map<string, number>();
+    private readonly known = new Map<string, Map<string, number>>();
+    private widths = new Map<string, number>();
+
+    /** Texts are drawn, and measured, in this font from now on. */
+    use(context: CanvasRenderingContext2D, font: string) {
+        context.font = font;
+        this.widths = this.known.get(font) ?? new Map<string, number>();
+        this.known.set(font, this.widths);
+    }
 
     fit(context: CanvasRenderingContext2D, text: string, width: number): string {
         if (text === '' || width < 8)
             return '';
         const head = text.length > 300 ? text.slice(0, 300) : text;
-        const key = context.font + head;
-        let full = this.widths.get(key);
+        let full = this.widths.get(head);
         if (full === undefined) {
             if (this.widths.size > 50000)
                 this.widths.clear();
-            this.widths.set(key, full = context.measureText(head).width);
+            this.widths.set(head, full = context.measureText(head).width);
         }
         if (full <= width && head.length === text.length)
             return isolated(text);
@@ -85,10 +92,10 @@ export function paint(context: CanvasRenderingContext2D, view: View, words: Word
         context.roundRect(8, y, sizes.header - 14, row.height, sizes.radius);
         context.fill();
         context.fillStyle = theme.text;
-        context.font = nameFont;
+        words.use(context, nameFont);
         context.fillText(words.fit(context, row.name, sizes.header - 30), 18, y + row.height / 2 - (row.detail ? 7 : 0));
         context.fillStyle = theme.dim;
-        context.font = smallFont;
+        words.use(context, smallFont);
         context.fillText(words.fit(context, row.detail, sizes.header - 30), 18, y + row.height / 2 + 9);
     }
     context.restore();
@@ -187,7 +194,7 @@ export function sourceLine(view: View, i: number): string {
 
 function paintTexts(context: CanvasRenderingContext2D, view: View, words: Words, texts: [number, number, number, number, number][]) {
     const { composition, theme, sizes } = view;
-    context.font = nameFont;
+    words.use(context, nameFont);
     context.fillStyle = theme.text;
     const badges: [string, number, number][] = [];
     for (const [x, y, width, height, i] of texts) {
@@ -198,7 +205,7 @@ function paintTexts(context: CanvasRenderingContext2D, view: View, words: Words,
         const from = Math.max(x, sizes.header);
         context.fillText(words.fit(context, composition.nameOf(i), x + width - from - 12 - taken), from + 7, y + height / 2 - 8);
     }
-    context.font = smallFont;
+    words.use(context, smallFont);
     context.fillStyle = theme.dim;
     for (const [x, y, width, height, i] of texts) {
         const from = Math.max(x, sizes.header);
@@ -351,7 +358,7 @@ function paintRuler(context: CanvasRenderingContext2D, view: View, words: Words,
         context.lineTo(x, sizes.ruler);
     }
     context.stroke();
-    context.font = smallFont;
+    words.use(context, smallFont);
     context.fillStyle = theme.dim;
     for (const tick of ticks)
         if (tick.hasLabel)
