@@ -2,15 +2,15 @@
 /// setters know it, its name in documents, its member, and what people should know about it. Type, default and
 /// relevance follow from the member.
 ///
-///     // in the class                                     // in its source
-///     enum Property : int                                 eDmErrorId DmCueMark::createList()
-///     {                                                   {
-///         CueMarkName,                                        return declare(*this)
-///         CueMarkTime,                                            .optional<CueMarkName>(L"cueMarkName", _name, "Its
-///         name.") PropertyCount                                           .optional<CueMarkTime>(L"cueMarkTime",
-///         _time, "Where it stands.", dmFrames)
-///     };                                                          .status();
-///                                                         }
+///     enum Property : int { // in the class
+///         CueMarkName,
+///         CueMarkTime,
+///         PropertyCount
+///     };
+///     return declare(*this) // in DmCueMark::createList()
+///         .optional<CueMarkName>(L"cueMarkName", _name, "Its name.")
+///         .optional<CueMarkTime>(L"cueMarkTime", _time, "Where it stands.", dmFrames)
+///         .status();
 ///
 /// The compiler refuses a line that stands elsewhere than its enumerator, and an enumerator without a line. A derived
 /// class's enumerators begin with FirstOwn, where its base's end, and it passes what its base declared: `declare(*this,
