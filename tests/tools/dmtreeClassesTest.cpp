@@ -13,7 +13,7 @@ TEST(DmtreeClasses, ListsTheRegisteredClassesSortedAndThePropertiesOfOne)
          "stands...\n..."},
         {{"classes", "DmTrackNode"},
          0,
-         "...mediaType    Enum                 0           mandatory  -           -     "
+         "...mediaType     Enum                 0         mandatory  -           -     "
          "0 undefined, 1 video, 2 audio..."},
         {{"classes", "DmCompositionNode", "--json"},
          0,

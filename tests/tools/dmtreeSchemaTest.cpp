@@ -39,11 +39,20 @@ DmPropertySetPtr create(const DmString& className)
     return DmPropertySetPtr(made);
 }
 
-/// The first class, by name, that a property takes.
-DmPropertySetPtr createFor(const DmPropertyDef& def)
+bool takes(const DmPropertySet& set, const DmPropertyDef& def, const DmPropertySet& held)
+{
+    const auto* const collection = dynamic_cast<const DmCollectionNode*>(&set);
+    const auto* const node = dynamic_cast<const DmTreeNode*>(&held);
+    if (collection && node && def._type == DM_VECTOR_PROPERTY_SET)
+        return collection->mayHold(node) == DM_NO_ERROR;
+    return !def._held || def._held->accepts(held);
+}
+
+/// The first class, by name, that a property of the set takes.
+DmPropertySetPtr createFor(const DmPropertySet& set, const DmPropertyDef& def)
 {
     for (const DmString& name : DmPropertyFactory::getInstance().classNames())
-        if (DmPropertySetPtr made = create(name); made && (!def._held || def._held->accepts(*made)))
+        if (DmPropertySetPtr made = create(name); made && takes(set, def, *made))
             return made;
     return {};
 }
@@ -57,7 +66,7 @@ void fill(DmPropertySet& set)
         const DmPropertyDef& def = *data.at(i);
         if (def._constant)
             continue;
-        const DmPropertySetPtr held = createFor(def);
+        const DmPropertySetPtr held = createFor(set, def);
         const bool isFalse = def._type == DM_BOOL && !*static_cast<const bool*>(set.fieldOf(i));
         const DmString text(isFalse                                ? L"true"
                             : def._type == DM_CHAR                 ? L"k"

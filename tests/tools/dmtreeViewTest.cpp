@@ -49,7 +49,7 @@ TEST(ViewStill, ShowsFindingsAtTheirPlace)
     const std::string found = still({"--findings"}, mistakes);
     EXPECT_EQ(countOf(plain, "<path class=\"error\""), 0U);
     EXPECT_EQ(countOf(found, "<path class=\"error\""), 2U);
-    EXPECT_TRUE(matches(found, "...Missing transition...."));
+    EXPECT_TRUE(matches(found, "...Missing transition.</title>..."));
 }
 
 TEST(View, SaysWhatIsWrong)

@@ -164,7 +164,7 @@ void dmtree::addView(CLI::App& app, Run& run)
     command->add_flag("--watch", options->watch, "Serve the page on this machine, as the file changes")->excludes(svg);
     command->add_option("--width", options->width, "Of a still, in pixels")
         ->type_name("PIXELS")
-        ->check(CLI::Range(200.0, 20000.0).description(""))
+        ->check(CLI::Range(200, 20000).description(""))
         ->needs(svg);
     command->add_option("--range", options->range, "Of a still: from one label, or frame, to another")
         ->type_name("IN-OUT")

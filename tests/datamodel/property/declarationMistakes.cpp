@@ -1,13 +1,6 @@
 // Compiled with a mistake at a time.
 #include <ZRdmtree.h>
 
-enum class Mistake
-{
-    Nothing,
-    AnotherOrder,
-    ALineTooFew
-};
-
 class Declared final : public DmConcrete<Declared>
 {
 public:
@@ -24,12 +17,13 @@ public:
     }
     eDmErrorId createList() override
     {
-        if constexpr (MISTAKE == Mistake::AnotherOrder)
-            return declare(*this).mandatory<Second>(L"second", _second).mandatory<First>(L"first", _first).status();
-        else if constexpr (MISTAKE == Mistake::ALineTooFew)
-            return declare(*this).mandatory<First>(L"first", _first).status();
-        else
-            return declare(*this).mandatory<First>(L"first", _first).mandatory<Second>(L"second", _second).status();
+#if defined(ZR_AnotherOrder)
+        return declare(*this).mandatory<Second>(L"second", _second).mandatory<First>(L"first", _first).status();
+#elif defined(ZR_ALineTooFew)
+        return declare(*this).mandatory<First>(L"first", _first).status();
+#else
+        return declare(*this).mandatory<First>(L"first", _first).mandatory<Second>(L"second", _second).status();
+#endif
     }
 
 private:

@@ -5,6 +5,7 @@
 #include "dmUtf8.h"
 
 #include <cstdarg>
+#include <new>
 
 namespace
 {
@@ -49,8 +50,15 @@ void DmStatus::fail(int reason, const char* format, ...)
 
     // Narrow arguments are the caller's bytes, a path for example: what is not UTF-8 in them cannot be shown.
     DmString info;
-    if (length >= 0)
-        static_cast<void>(dmFromUtf8(shownUtf8({text, static_cast<std::size_t>(length)}), info));
+    try
+    {
+        if (length >= 0)
+            static_cast<void>(dmFromUtf8(shownUtf8({text, static_cast<std::size_t>(length)}), info));
+    }
+    catch (const std::bad_alloc&)
+    {
+        // The code is told without its text.
+    }
     fail(reason, info);
 }
 
