@@ -72,7 +72,9 @@ DmStatus DmEdit::trimToRange(double in, double out)
         {
             if (!dmIsTime(in) || !dmIsTime(out) || !(in < out))
                 dmRefuse("The range is empty.");
-            const auto [begin, end] = extent(_imp->draft);
+            const auto [first, last] = extent(_imp->draft);
+            const double begin = first; // a lambda cannot take the binding itself
+            const double end = last;
             if (in >= end || out <= begin)
                 dmRefuse("Nothing lies in the range.");
             in = std::max(in, begin);
