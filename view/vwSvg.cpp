@@ -329,8 +329,9 @@ private:
             const double at = x(mark.time);
             if (mark.segment != noSegment || at < _left || at > right())
                 continue;
-            char colour[24];
-            std::snprintf(colour, sizeof colour, mark.colour ? " fill=\"#%06x\"" : "", mark.colour);
+            char colour[24] = "";
+            if (mark.colour)
+                std::snprintf(colour, sizeof colour, " fill=\"#%06x\"", mark.colour);
             _out += "<g><title>" +
                     xml(labelOf(mode(), mark.time + _composition.labelStart) + "  " + isolated(text(mark.name)) +
                         (mark.comment ? "\n" + isolated(text(mark.comment)) : "")) +
