@@ -88,7 +88,7 @@ public:
     constexpr double getFrames() const { return _time; }
     constexpr std::int32_t getFrameCount() const { return tuFrameCount(_time); }
 
-    friend constexpr auto operator<=>(const TimeUnit&, const TimeUnit&) = default;
+    friend constexpr auto operator<=>(const TimeUnit&, const TimeUnit&) = default; // NOLINT(modernize-use-nullptr)
     friend constexpr TimeUnit operator+(TimeUnit a, TimeUnit b) { return TimeUnit(a._time + b._time); }
     friend constexpr TimeUnit operator-(TimeUnit a, TimeUnit b) { return TimeUnit(a._time - b._time); }
     friend constexpr TimeUnit operator-(TimeUnit a) { return TimeUnit(0.0 - a._time); } // no negative zero
