@@ -90,10 +90,7 @@ struct Item
     double hole = 0;   ///< in front of it
 
     double recIn() const { return mix ? mix->getRecIn() : static_cast<const DmSegmentNode*>(node)->getRecIn(); }
-    double recLength() const
-    {
-        return mix ? mix->getRecLength() : segment == node ? segment->getRecLength() : segment->getRecLength();
-    }
+    double recLength() const { return mix ? mix->getRecLength() : segment->getRecLength(); }
 };
 
 struct Layout
