@@ -21,6 +21,18 @@ PyTypeObject* listType = nullptr;
 /// One list property of one set, and what is done with it.
 class List
 {
+    /// A null element may stay where a document has one; scripts bring none.
+    template <class T>
+    T convert(py::handle value, bool nullAllowed) const
+    {
+        if constexpr (std::same_as<T, DmPropertySetPtr>)
+            if (value.is_none() && !nullAllowed)
+                raiseType(name() + " holds objects, not None");
+        T converted{};
+        fromPython(value, converted, slot());
+        return converted;
+    }
+
     /// Calls the visitor with the type of the elements.
     template <class Visitor>
     decltype(auto) visit(Visitor&& visitor) const
@@ -148,18 +160,6 @@ private:
             throw py::index_error(name() + ": index out of range");
         if (status != DM_NO_ERROR)
             raiseStatus(status, name());
-    }
-
-    /// A null element may stay where a document has one; scripts bring none.
-    template <class T>
-    T convert(py::handle value, bool nullAllowed) const
-    {
-        if constexpr (std::same_as<T, DmPropertySetPtr>)
-            if (value.is_none() && !nullAllowed)
-                raiseType(name() + " holds objects, not None");
-        T converted{};
-        fromPython(value, converted, slot());
-        return converted;
     }
 
     DmPropertySet& _set;
