@@ -1,7 +1,7 @@
 /// The spelling of JSON: names, strings and numbers between their brackets and commas, in either layout.
 ///
-/// Wide text is narrowed 16 characters at a time where they stand for themselves (SSE2), as nearly all do: a save
-/// spends a third of its time there otherwise.
+/// Wide text is narrowed 16 characters at a time where they stand for themselves (SSE2), as nearly all
+/// do.
 #pragma once
 
 #include "dmJsonOutputImp.h"
