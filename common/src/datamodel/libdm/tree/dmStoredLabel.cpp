@@ -31,16 +31,21 @@ DmString dmFcmText(DM::FrameCodeModes fcm)
 
 const DmTextTable& dmModeNames()
 {
-    static const auto table = []
+    struct Table
     {
-        auto& names = *new std::vector<DmString>{DmString(), dmFcmText(FCM_NOT_DEFINED)};
-        for (const DM::FrameCodeModes mode : FcmUtil::getModes())
-            names.push_back(dmFcmText(mode));
-        auto& texts = *new std::vector<const wchar_t*>;
-        for (const DmString& name : names)
-            texts.push_back(name.c_str());
-        return DmTextTable{texts, true, true};
-    }();
+        std::vector<DmString> names = {DmString(), dmFcmText(FCM_NOT_DEFINED)};
+        std::vector<const wchar_t*> texts;
+
+        Table()
+        {
+            for (const DM::FrameCodeModes mode : FcmUtil::getModes())
+                names.push_back(dmFcmText(mode));
+            for (const DmString& name : names)
+                texts.push_back(name.c_str());
+        }
+    };
+    static const Table kept;
+    static const DmTextTable table{kept.texts, true, true};
     return table;
 }
 
