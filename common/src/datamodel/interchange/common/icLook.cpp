@@ -1,6 +1,11 @@
 #include "icLook.h"
 
+#include "icText.h"
 #include "icTree.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
 
 namespace interchange
 {
@@ -44,6 +49,68 @@ Look toLook(const DmLookSettings& settings)
     look.hasSop =
         !(from == onlySaturation) || look.slope != none.slope || look.offset != none.offset || look.power != none.power;
     return look;
+}
+
+bool Look::isFinite() const
+{
+    const auto areFinite = [](const std::array<double, 3>& values)
+    { return std::ranges::all_of(values, [](double value) { return std::isfinite(value); }); };
+    return areFinite(slope) && areFinite(offset) && areFinite(power) && std::isfinite(saturation);
+}
+
+std::vector<double> numbersOf(std::string_view text)
+{
+    std::vector<double> numbers;
+    const auto isBetween = [](char c) { return isBlank(c) || c == '(' || c == ')' || c == ','; };
+    while (true)
+    {
+        while (!text.empty() && isBetween(text.front()))
+            text.remove_prefix(1);
+        if (text.empty())
+            return numbers;
+        if (text.front() == '+')
+            text.remove_prefix(1);
+        double value = 0;
+        const char* const end = text.data() + text.size();
+        const std::from_chars_result read = std::from_chars(text.data(), end, value);
+        if (read.ec != std::errc() || !std::isfinite(value) || (read.ptr != end && !isBetween(*read.ptr)))
+            return {};
+        numbers.push_back(value);
+        text.remove_prefix(static_cast<std::size_t>(read.ptr - text.data()));
+    }
+}
+
+std::string numberText(double value)
+{
+    std::string text;
+    appendDecimal(text, value, 1, 0);
+    return text;
+}
+
+std::string sopText(const Look& look)
+{
+    std::string text;
+    for (const std::array<double, 3>* const values : {&look.slope, &look.offset, &look.power})
+        text.append("(" + numberText((*values)[0]) + ' ' + numberText((*values)[1]) + ' ' + numberText((*values)[2]) +
+                    ')');
+    return text;
+}
+
+bool readSop(std::string_view text, Look& look)
+{
+    const std::vector<double> numbers = numbersOf(text);
+    if (numbers.size() != 9 && numbers.size() != 10)
+        return false;
+    std::copy_n(numbers.begin(), 3, look.slope.begin());
+    std::copy_n(numbers.begin() + 3, 3, look.offset.begin());
+    std::copy_n(numbers.begin() + 6, 3, look.power.begin());
+    look.hasSop = true;
+    if (numbers.size() == 10)
+    {
+        look.saturation = numbers[9];
+        look.hasSaturation = true;
+    }
+    return true;
 }
 
 } // namespace interchange

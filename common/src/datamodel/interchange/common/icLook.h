@@ -4,6 +4,9 @@
 #include "dmColourEffects.h"
 
 #include <array>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace interchange
 {
@@ -18,6 +21,7 @@ struct Look
     bool hasSop = false;
     bool hasSaturation = false;
 
+    bool isFinite() const;
     friend bool operator==(const Look&, const Look&) = default;
 };
 
@@ -25,5 +29,16 @@ struct Look
 CoSharedPtr<DmLookSettings> toLookSettings(const Look& look);
 /// Both, unless the comment says otherwise and the other one is as every fresh one.
 Look toLook(const DmLookSettings& settings);
+
+// Text
+
+/// The numbers of a text in which nothing but blanks, commas and brackets stands between them; none of any other.
+std::vector<double> numbersOf(std::string_view text);
+/// The shortest that reads back to the value.
+std::string numberText(double value);
+/// "(1.1 1 1)(0 0 0)(1 1 1)": slope, offset and power.
+std::string sopText(const Look& look);
+/// The same, or with the saturation behind it, which is set then too. False, and nothing, of any other text.
+bool readSop(std::string_view text, Look& look);
 
 } // namespace interchange
