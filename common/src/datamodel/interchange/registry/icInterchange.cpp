@@ -1,5 +1,6 @@
 #include "icInterchange.h"
 
+#include "icAleFormat.h"
 #include "icDocumentFormat.h"
 #include "icEdlFormat.h"
 #include "icOtioFormat.h"
@@ -30,7 +31,7 @@ constexpr std::size_t lookedAt = 4096;
 /// Our own, a line a format. Of two that look alike the first is taken.
 std::vector<std::shared_ptr<const Format>> ownFormats()
 {
-    return {documentFormat(), edlFormat(), otioFormat()};
+    return {documentFormat(), aleFormat(), edlFormat(), otioFormat()};
 }
 
 class Registry

@@ -45,6 +45,8 @@ constexpr DmFindingCode codes[] = {
     {"DM731", DmFinding::Warning, "colours and levels of generated sources"},
     {"DM732", DmFinding::Warning, "further channels of sources"},
     {"DM733", DmFinding::Warning, "texts that the format cannot hold"},
+    {"DM734", DmFinding::Note, "what a list of media does not say"},
+    {"DM735", DmFinding::Warning, "looks that differ on one medium"},
 };
 static_assert(std::ranges::is_sorted(codes, {}, [](const DmFindingCode& each) { return std::string_view(each.code); }));
 

@@ -1,0 +1,360 @@
+#include "icAleReader.h"
+
+#include "icAleColumns.h"
+#include "icIds.h"
+#include "icText.h"
+#include "icTimeCode.h"
+#include "icTree.h"
+
+#include "dmCompositionNode.h"
+#include "dmGapNode.h"
+#include "dmLayerBuilder.h"
+#include "dmMaterial.h"
+#include "dmSourceInput.h"
+#include "dmStoredLabel.h"
+#include "dmTrackNode.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace interchange
+{
+
+using namespace ale;
+
+namespace
+{
+
+/// The cells of a row that say something of its medium.
+struct Facts
+{
+    std::string_view start, end, duration, tracks, name, rate, sop, saturation, cdl;
+    std::string_view reel, path, directory, fileName;
+    std::vector<bool> used; ///< of the columns: the model has what they say
+};
+
+struct Range
+{
+    std::int64_t start = 0;
+    std::int64_t length = 0;
+};
+
+class Reader
+{
+public:
+    Reader(std::string_view text, const Options& options, Report& report)
+        : _text(text)
+        , _options(options)
+        , _report(report)
+    {
+    }
+
+    CoSharedPtr<DmRoot> read();
+
+private:
+    bool chooseMode(std::string_view rows);
+    bool dropsLabels(std::string_view rows) const;
+    Facts factsOf(const std::vector<std::string_view>& cells) const;
+    std::optional<Range> range(const Facts& facts, DM::FrameCodeModes fcm);
+    std::optional<std::int64_t> frames(std::string_view label, const char* column, DM::FrameCodeModes fcm);
+    void row(const Line& line);
+    CoSharedPtr<DmSourceNode> source(const Facts& facts, Range range, DM::FrameCodeModes fcm, bool isSound,
+                                     double length);
+    std::optional<Look> look(const Facts& facts);
+    Kept kept(const std::vector<std::string_view>& cells, const Facts& facts, const DmSegmentNode& node,
+              const Line& line) const;
+
+    std::string_view _text;
+    const Options& _options;
+    Report& _report;
+    Head _head;
+    std::vector<std::string> _keys;
+    std::vector<Role> _roles;
+    DM::FrameCodeModes _fcm = DM::FCM_NOT_DEFINED;
+    std::uint32_t _line = 0;
+    double _at = 0;
+    IdMaker _ids;
+    std::array<DmLayerBuilder, 2> _layers{DmLayerBuilder(0, DM_MEDIA_VIDEO), DmLayerBuilder(0, DM_MEDIA_AUDIO)};
+    bool _hasSound = false;
+};
+
+CoSharedPtr<DmRoot> Reader::read()
+{
+    std::string_view rest = _text;
+    const std::optional<Head> head = Head::take(rest);
+    if (!head)
+    {
+        _report.add(Report::Error, 0, "an ALE has a line 'Column' with the names behind it, and a line 'Data'");
+        return {};
+    }
+    _head = *head;
+    if (_head.hasOtherDelimiter)
+        _report.mistake(1, "a field delimiter other than TABS", "taken as tabs");
+    _keys = keysOf(_head.columns);
+    std::ranges::transform(_head.columns, std::back_inserter(_roles), roleOf);
+    if (!chooseMode(rest))
+        return {};
+    _line = _head.lines;
+    while (!rest.empty())
+    {
+        ++_line;
+        row(takeLine(rest));
+    }
+    const DmString fcm = dmFcmText(_fcm);
+    auto composition = made(DmCompositionNode::create(L"untitled", fcm, {}));
+    require(composition->setStartTC(0, fcm));
+    require(composition->setCompLength(_at));
+    require(composition->setPrimaryVideoTrackIndex(0));
+    for (std::size_t i = 0; i < (_hasSound ? 2U : 1U); ++i)
+    {
+        const auto track = made(DmTrackNode::create(1, i == 0 ? DM_MEDIA_VIDEO : DM_MEDIA_AUDIO));
+        require(track->setTrackChannel(1));
+        track->addChild(made(_layers[i].finish()));
+        composition->addChild(track);
+    }
+    require(setLeftover(*composition, leftoverType, _head.text));
+    if (_options.places)
+        _report.came(*composition, 1);
+    auto root = made(DmRoot::create());
+    root->addChild(composition);
+    return _report.hasErrors() ? CoSharedPtr<DmRoot>() : root;
+}
+
+/// Whether a label of the first rows drops frames.
+bool Reader::dropsLabels(std::string_view rows) const
+{
+    while (!rows.empty())
+    {
+        const std::vector<std::string_view> cells = cellsOf(takeLine(rows).text);
+        for (std::size_t i = 0; i < std::min(cells.size(), _roles.size()); ++i)
+            if (_roles[i] == Role::Start || _roles[i] == Role::End)
+                if (const std::optional<TimeLabel> label = parseTimeLabel(trimmed(cells[i])))
+                    return label->drop;
+    }
+    return false;
+}
+
+bool Reader::chooseMode(std::string_view rows)
+{
+    const std::optional<double> rate = toNumber<double>(_head.fps);
+    const bool drops = dropsLabels(rows);
+    const DM::FrameCodeModes said = rate ? DM::FcmUtil::FPStoFCM(*rate, drops) : DM::FCM_NOT_DEFINED;
+    _fcm = _options.fcm != DM::FCM_NOT_DEFINED ? _options.fcm : said;
+    if (_options.fcm != DM::FCM_NOT_DEFINED && said != DM::FCM_NOT_DEFINED &&
+        DM::FcmUtil::toNonDrop(_options.fcm) != DM::FcmUtil::toNonDrop(said))
+        _report.add(Report::Warning, _head.fpsLine,
+                    "the heading says " + std::string(_head.fps) + " frames a second, another mode was asked for");
+    if (_fcm != DM::FCM_NOT_DEFINED)
+        return true;
+    if (!_head.fps.empty())
+    {
+        _report.add(Report::Error, _head.fpsLine,
+                    "no frame-code mode has the rate '" + std::string(_head.fps) + "'; name one with --fcm");
+        return false;
+    }
+    _fcm = drops ? DM::FCM_29_97_DF : DM::FCM_24;
+    _report.add(Report::Notice, 0,
+                "no rate in the heading, so the frame-code mode is taken to be '" +
+                    std::string(DM::FcmUtil::getFCMString(_fcm)) + "' (--fcm names another)");
+    return true;
+}
+
+Facts Reader::factsOf(const std::vector<std::string_view>& cells) const
+{
+    Facts facts;
+    facts.used.resize(_roles.size());
+    // Of several columns of a kind the first that says something counts.
+    const auto take = [&](Role role) -> std::string_view
+    {
+        for (std::size_t i = 0; i < std::min(cells.size(), _roles.size()); ++i)
+            if (_roles[i] == role && !trimmed(cells[i]).empty())
+            {
+                facts.used[i] = true;
+                return trimmed(cells[i]);
+            }
+        return {};
+    };
+    facts.start = take(Role::Start);
+    facts.end = take(Role::End);
+    facts.duration = take(Role::Duration);
+    facts.tracks = take(Role::Tracks);
+    facts.name = take(Role::Name);
+    facts.rate = take(Role::Rate);
+    facts.sop = take(Role::Sop);
+    facts.saturation = take(Role::Saturation);
+    facts.cdl = take(Role::Cdl);
+    facts.reel = take(Role::Reel);
+    facts.path = take(Role::Path);
+    facts.directory = take(Role::Directory);
+    facts.fileName = take(Role::FileName);
+    return facts;
+}
+
+std::optional<std::int64_t> Reader::frames(std::string_view label, const char* column, DM::FrameCodeModes fcm)
+{
+    const std::optional<TimeLabel> parsed = parseTimeLabel(label);
+    if (parsed && isInDay(*parsed, fcm))
+        return framesOf(*parsed, fcm);
+    _report.mistake(_line,
+                    std::string(column) + " is '" + std::string(label.substr(0, 40)) + "', no time code of '" +
+                        DM::FcmUtil::getFCMString(fcm) + "'",
+                    "the row is kept as a gap");
+    return std::nullopt;
+}
+
+/// None for a row without times, and, behind a mistake, for one whose times make no sense.
+std::optional<Range> Reader::range(const Facts& facts, DM::FrameCodeModes fcm)
+{
+    if (facts.start.empty() || (facts.end.empty() && facts.duration.empty()))
+        return std::nullopt;
+    const bool hasEnd = !facts.end.empty();
+    const std::optional<std::int64_t> start = frames(facts.start, "Start", fcm);
+    const std::optional<std::int64_t> other =
+        hasEnd ? frames(facts.end, "End", fcm) : frames(facts.duration, "Duration", fcm);
+    if (!start || !other)
+        return std::nullopt;
+    const std::int64_t day = framesOfDay(fcm);
+    std::int64_t length = hasEnd ? *other - *start : *other;
+    if (length < -day / 2) // past midnight
+        length += day;
+    if (length < 0)
+    {
+        _report.mistake(_line, "End is before Start", "the row is kept as a gap");
+        return std::nullopt;
+    }
+    return length == 0 ? std::optional<Range>() : Range{*start, length};
+}
+
+std::optional<Look> Reader::look(const Facts& facts)
+{
+    Look look;
+    const auto refuse = [this](const char* column)
+    { _report.add(Report::Warning, _line, std::string(column) + " is no colour correction: kept as it stands"); };
+    if (!facts.sop.empty() && !readSop(facts.sop, look))
+        refuse("ASC_SOP");
+    if (const auto numbers = numbersOf(facts.saturation); numbers.size() == 1 && numbers[0] >= 0)
+    {
+        look.saturation = numbers[0];
+        look.hasSaturation = true;
+    }
+    else if (!facts.saturation.empty())
+        refuse("ASC_SAT");
+    if (!look.hasSop && !look.hasSaturation && !facts.cdl.empty() && !readSop(facts.cdl, look))
+        refuse("CDL");
+    return look.hasSop || look.hasSaturation ? std::optional(look) : std::nullopt;
+}
+
+CoSharedPtr<DmSourceNode> Reader::source(const Facts& facts, Range range, DM::FrameCodeModes fcm, bool isSound,
+                                         double length)
+{
+    const DmString fcmText = dmFcmText(fcm);
+    const bool isWholePath = facts.fileName.find_first_of("/\\") != std::string_view::npos;
+    std::string path(facts.path);
+    if (path.empty() && isWholePath)
+        path = facts.fileName;
+    if (path.empty() && !facts.fileName.empty() && (facts.directory.ends_with('/') || facts.directory.ends_with('\\')))
+        path.append(facts.directory).append(facts.fileName);
+    const auto info = made(DmSourceInfo::create());
+    require(info->setSourceType(path.empty() ? DmSourceInfo::Reel : DmSourceInfo::File));
+    require(info->setReelName(toDmString(facts.reel)));
+    require(info->setPath(toDmString(path)));
+    if (!isWholePath)
+        require(info->setName(toDmString(facts.fileName)));
+    require(info->setTrack(1));
+    const auto media =
+        made(DmSourceNode::MediaInput::create(static_cast<double>(range.length), static_cast<double>(range.start), info,
+                                              fcmText, isSound ? DM_MEDIA_AUDIO : DM_MEDIA_VIDEO, !path.empty()));
+    require(media->setFcm(fcmText));
+    std::string label;
+    appendTimeLabel(label, range.start, fcm);
+    require(media->setSrcInStr(toDmString(label)));
+    require(dmSetMaterialLength(*media, static_cast<double>(range.length)));
+    auto node = made(DmSourceNode::create(media, _at, length, 0, false, false));
+    if (!facts.name.empty())
+        require(node->setName(toDmString(facts.name)));
+    if (const std::optional<Look> found = look(facts))
+    {
+        if (isSound)
+            _report.lose({"DM612", "kept as they stand"}, _line);
+        else
+            require(node->addEffect(toLookSettings(*found)));
+    }
+    require(node->setSegmentId(toDmString(_ids.make(*node))));
+    return node;
+}
+
+Kept Reader::kept(const std::vector<std::string_view>& cells, const Facts& facts, const DmSegmentNode& node,
+                  const Line& line) const
+{
+    Kept kept;
+    kept.isRow = node.whatIs() == DM_GAP_NODE;
+    const Row row = rowOf(node, _fcm);
+    for (std::size_t i = 0; i < std::min(cells.size(), _roles.size()); ++i)
+        if (const std::string model = row.cell(_roles[i]); cells[i] != model)
+        {
+            // What another column says beside this one is not the model's.
+            const bool isModels = facts.used[i] && _roles[i] != Role::Custom;
+            kept.cells.emplace(_keys[i],
+                               Kept::Cell{std::string(cells[i]), isModels ? std::optional(model) : std::nullopt});
+        }
+    if (cells.size() != _keys.size())
+        kept.count = cells.size();
+    for (std::size_t i = _keys.size(); i < cells.size(); ++i)
+        kept.more.append(i == _keys.size() ? "" : "\t").append(cells[i]);
+    if (line.end != _head.lineEnd)
+        kept.end = line.end;
+    return kept;
+}
+
+void Reader::row(const Line& line)
+{
+    const std::vector<std::string_view> cells = cellsOf(line.text);
+    const Facts facts = factsOf(cells);
+    const std::optional<double> rate = toNumber<double>(facts.rate);
+    const DM::FrameCodeModes own =
+        rate ? DM::FcmUtil::FPStoFCM(*rate, DM::FcmUtil::isDropFrame(_fcm)) : DM::FCM_NOT_DEFINED;
+    const DM::FrameCodeModes fcm = own == DM::FCM_NOT_DEFINED ? _fcm : own;
+    const std::string tracks(facts.tracks);
+    const bool isSound = tracks.find_first_of("Vv") == tracks.npos && tracks.find_first_of("Aa") != tracks.npos;
+    CoSharedPtr<DmSegmentNode> node;
+    DmLayerBuilder* layer = _layers.data();
+    if (const std::optional<Range> range = this->range(facts, fcm))
+    {
+        const double ratio = DM::FcmUtil::getDoubleFPS(_fcm) / DM::FcmUtil::getDoubleFPS(fcm);
+        const double length = std::max(1.0, std::round(static_cast<double>(range->length) * ratio));
+        node = source(facts, *range, fcm, isSound, length);
+        layer = &_layers[isSound ? 1 : 0];
+        _hasSound = _hasSound || isSound;
+        _at += length;
+    }
+    else
+    {
+        node = made(DmGapNode::create(DM_MEDIA_VIDEO, _at, 0));
+        if (!facts.name.empty())
+            require(node->setName(toDmString(facts.name)));
+    }
+    require(kept(cells, facts, *node, line).keepOn(*node));
+    require(layer->place(node));
+    if (_options.places)
+        _report.came(*node, _line);
+}
+
+} // namespace
+
+CoSharedPtr<DmRoot> readAle(std::string bytes, const Options& options, Report& report)
+{
+    try
+    {
+        if (makeUtf8(bytes))
+            report.add(Report::Notice, 0, "the text is no UTF-8: taken as Latin-1");
+        return Reader(bytes, options, report).read();
+    }
+    catch (...)
+    {
+        report.addException();
+    }
+    return {};
+}
+
+} // namespace interchange

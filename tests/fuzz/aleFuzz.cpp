@@ -1,0 +1,65 @@
+/// ALE files: whatever is read, by a strict or a lenient reader, is a tree that keeps all rules, and comes back byte
+/// for byte (but for what was no UTF-8). The first two bytes choose the rate and the leniency.
+#include "icInterchange.h"
+#include "icText.h"
+
+#include "CoMsg.h"
+#include "dmCompositionNode.h"
+#include "dmTreeTool.h"
+
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+using namespace interchange;
+
+namespace
+{
+
+constexpr std::array modes{DM::FCM_NOT_DEFINED, DM::FCM_24, DM::FCM_25, DM::FCM_29_97_DF, DM::FCM_60};
+
+void expect(bool property, const std::string& what)
+{
+    if (property)
+        return;
+    std::cerr << what << '\n';
+    std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
+{
+    DM::CoMsg::setFilterLevel(DM::CoMsg::UserLevel); // findings are no news here
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    if (size < 2)
+        return 0;
+    Options options;
+    options.format = "ale";
+    options.fcm = modes[data[0] % modes.size()];
+    options.lenient = data[1] % 2 == 1;
+    std::string text(reinterpret_cast<const char*>(data) + 2, size - 2);
+    const Reading reading = readBuffer(text, options);
+    if (!reading.root)
+    {
+        expect(!reading.findings.empty(), "neither a document nor an error");
+        return 0;
+    }
+    auto* const composition = dynamic_cast<DmCompositionNode*>(reading.root->getChild(0));
+    expect(DmTreeTool::findViolations(composition, DM_VALIDATE_ALL).empty(), "breaks a rule: " + text);
+    std::string written;
+    expect(writeBuffer(*reading.root, written, options).done, "not written: " + text);
+    makeUtf8(text);
+    if (options.fcm == DM::FCM_NOT_DEFINED) // else the heading may say another rate
+        expect(written == text, text + "\ncame back as\n" + written);
+    const Reading again = readBuffer(written, options);
+    expect(DmTreeTool::areEqual(reading.root.get(), again.root.get()) || options.fcm != DM::FCM_NOT_DEFINED,
+           "read otherwise: " + written);
+    return 0;
+}
