@@ -150,7 +150,7 @@ bool replaceBegin(DmString& text, const DmString& from, const DmString& to)
         return false;
     std::wstring now(to.view());
     now += text.view().substr(from.view().size());
-    text = DmString(std::wstring_view(now));
+    DmString(std::wstring_view(now)).swap(text);
     return true;
 }
 

@@ -7,7 +7,7 @@
 DmHistory::DmHistory(DmTimeline start)
     : _current(std::move(start))
 {
-    _steps.push_back({DmString(), _current.shareValue(), 0});
+    _steps.push_back({std::wstring(), _current.shareValue(), 0});
     _saved = _steps.front().value;
 }
 
@@ -49,7 +49,7 @@ void DmHistory::add(const DmString& name, const DmTimeline& timeline, std::size_
     if (_open)
         close();
     dropUndone();
-    _steps.push_back({name, timeline.shareValue(), bytes});
+    _steps.push_back({std::wstring(name.view()), timeline.shareValue(), bytes});
     ++_position;
     {
         DmTimeline next = timeline;
@@ -61,12 +61,12 @@ void DmHistory::add(const DmString& name, const DmTimeline& timeline, std::size_
 
 DmString DmHistory::undoName() const
 {
-    return canUndo() ? _steps[_position].name : DmString();
+    return canUndo() ? DmString(std::wstring_view(_steps[_position].name)) : DmString();
 }
 
 DmString DmHistory::redoName() const
 {
-    return canRedo() ? _steps[_position + 1].name : DmString();
+    return canRedo() ? DmString(std::wstring_view(_steps[_position + 1].name)) : DmString();
 }
 
 bool DmHistory::undo()
@@ -90,7 +90,7 @@ void DmHistory::open(const DmString& name)
     if (_open)
         close();
     _open = true;
-    _opened = {name, _steps[_position].value, 0};
+    _opened = {std::wstring(name.view()), _steps[_position].value, 0};
 }
 
 DmTimeline DmHistory::start() const
@@ -118,7 +118,7 @@ void DmHistory::close()
     Step step;
     std::swap(step, _opened);
     if (step.value != _steps[_position].value)
-        add(step.name, current(), step.bytes);
+        add(DmString(std::wstring_view(step.name)), current(), step.bytes);
 }
 
 void DmHistory::abandon()

@@ -17,6 +17,7 @@
 #include "dmTimeline.h"
 
 #include <mutex>
+#include <string>
 
 class ZR_DM_API DmHistory
 {
@@ -77,7 +78,7 @@ private:
     using Value = std::shared_ptr<const DmTimelineValue>;
     struct Step
     {
-        DmString name;
+        std::wstring name; // steps are moved about, and a moved DmString drops what its destination held
         Value value;
         std::size_t bytes = 0;
     };
