@@ -341,3 +341,35 @@ TEST(WithoutMemory, ACreationOrACloneIsNullOrWhole)
             EXPECT_TRUE(!copy || (dmDeepEqual(*f.set, *copy, equal) == DM_NO_ERROR && equal));
         });
 }
+
+TEST(WithoutMemory, ARareBlockIsCopiedWholeOrNotAtAll)
+{
+    const DmString text(L"another text");
+    const DmPropertySetPtr point(TestPoint::create());
+    const std::function<eDmErrorId(TestRare&)> changes[] = {
+        [](TestRare& set) { return set.setNumber(6); },
+        [&](TestRare& set) { return set.setText(text); },
+        [&](TestRare& set) { return set.addValueInPropertyList(TestRare::Points, DM_VECTOR_PROPERTY_SET, &point); },
+        [&](TestRare& set) { return set.addValueInPropertyMap(TestRare::Map, DM_MAP_PROPERTY_SET, text, &point); },
+    };
+    const CoSharedPtr<TestRare> usual = TestRare::create();
+    for (const auto& change : changes)
+    {
+        CoSharedPtr<TestRare> set;
+        refuseEach(
+            "change " + std::to_string(&change - changes),
+            [&]
+            {
+                set = TestRare::create();
+                return [&] { return change(*set); };
+            },
+            [&](eDmErrorId status, bool refused)
+            {
+                EXPECT_EQ(status, refused ? DM_BAD_VALUE : DM_NO_ERROR);
+                bool equal = false;
+                EXPECT_EQ(dmDeepEqual(*set, *usual, equal), DM_NO_ERROR);
+                EXPECT_EQ(equal, refused);
+                EXPECT_EQ(set->isDirty(), !refused);
+            });
+    }
+}

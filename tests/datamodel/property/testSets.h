@@ -101,6 +101,59 @@ private:
     DmPropertySetVector _anything;
 };
 
+/// Fields that objects share until they are written.
+class TestRare final : public DmConcrete<TestRare>
+{
+public:
+    enum Property : int
+    {
+        Often,
+        Number,
+        Text,
+        Points,
+        Shared,
+        Map,
+        PropertyCount
+    };
+
+    explicit TestRare(const DmNodeId& id)
+        : DmConcrete(id, DmPropertySetInit<TestRare>::data())
+    {
+    }
+    eDmErrorId createList() override
+    {
+        return declare(*this)
+            .mandatory<Often>(L"often", _often)
+            .mandatory<Number>(L"number", _rare->number, _rare)
+            .optional<Text>(L"text", _rare->text, _rare)
+            .mandatory<Points>(L"points", _rare->points, _rare)
+            .optional<Shared>(L"shared", _rare->shared, _rare)
+            .mandatory<Map>(L"map", _rare->map, _rare)
+            .status();
+    }
+
+    bool hasOwnBlock() const { return _rare.isOwn(); }
+    int getNumber() const { return _rare->number; }
+    eDmErrorId setNumber(int number) { return set(Number, number); }
+    const DmString& getText() const { return _rare->text; }
+    eDmErrorId setText(const DmString& text) { return set(Text, text); }
+    eDmErrorId setOften(int often) { return set(Often, often); }
+    int pointCount() const { return _rare->points.count(); }
+
+private:
+    struct Rare
+    {
+        int number = 5;
+        DmString text{L"usual"};
+        DmSetList<TestPoint> points;
+        DmNested<TestPoint> shared{TestPoint::create()};
+        DmSetMap<TestPoint> map;
+    };
+
+    int _often = 0;
+    DmRare<Rare> _rare;
+};
+
 /// A fresh object of a class, as the property layer stores it.
 template <class T>
 DmPropertySetPtr stored(const CoSharedPtr<T>& set)

@@ -21,8 +21,12 @@
 /// fields in the objects (sourceBench).
 #pragma once
 
+#include "dmString.h"
+
 #include <atomic>
 #include <cstdint>
+#include <memory>
+#include <new>
 
 template <class Block>
 class DmRare
@@ -33,7 +37,7 @@ public:
     {
     }
     DmRare(const DmRare& other)
-        : _block(other.isOwn() ? reinterpret_cast<std::uintptr_t>(new Block(*other)) | ownBit
+        : _block(other.isOwn() ? reinterpret_cast<std::uintptr_t>(make(*other)) | ownBit
                                : other._block.load(std::memory_order_relaxed))
     {
     }
@@ -51,11 +55,11 @@ public:
     const Block& operator*() const { return *operator->(); }
 
     bool isOwn() const { return _block.load(std::memory_order_relaxed) & ownBit; }
-    /// To be written: by one thread at a time. Throws when memory runs out.
+    /// To be written: by one thread at a time. Throws when memory runs out, for a text of the block either.
     Block& own()
     {
         if (!isOwn())
-            _block.store(reinterpret_cast<std::uintptr_t>(new Block(**this)) | ownBit, std::memory_order_release);
+            _block.store(reinterpret_cast<std::uintptr_t>(make(**this)) | ownBit, std::memory_order_release);
         return const_cast<Block&>(**this);
     }
 
@@ -65,8 +69,19 @@ private:
 
     static const Block& shared()
     {
-        static const Block& block = *new Block;
+        static const Block& block = *make();
         return block;
+    }
+
+    /// A text without memory only becomes empty: a block with such a one is none.
+    template <class... Original>
+    static Block* make(const Original&... original)
+    {
+        const unsigned lost = DmString::lost();
+        auto block = std::make_unique<Block>(original...);
+        if (lost != DmString::lost())
+            throw std::bad_alloc();
+        return block.release();
     }
 
     std::atomic<std::uintptr_t> _block;

@@ -12,12 +12,16 @@
 #include "dmSlots.h"
 
 /// The default of a record's class, one object in the process: made on the first call and kept as long as the process
-/// lives. Its setters answer DM_CANNOT_LOCK.
+/// lives. Its setters answer DM_CANNOT_LOCK. For constructors: throws while there is no memory to make it.
 template <class T>
 const CoSharedPtr<T>& dmSharedDefault()
 {
-    static const auto& shared = *new CoSharedPtr<T>(static_cast<T*>(
-        DmPropertySetInit<T>::record().sharedDefault([] { return DmPropertySetPtr(T::create()); }).get()));
+    static const auto& shared = *[]
+    {
+        const DmPropertySetPtr& made =
+            DmPropertySetInit<T>::record().sharedDefault([] { return DmPropertySetPtr(T::create()); });
+        return made ? new CoSharedPtr<T>(static_cast<T*>(made.get())) : throw std::bad_alloc();
+    }();
     return shared;
 }
 
