@@ -44,6 +44,22 @@ static_assert(!std::is_convertible_v<CoSharedPtr<Base>, Base*>);
 static_assert(!std::is_convertible_v<Base*, CoSharedPtr<Base>>);
 static_assert(sizeof(CoSharedPtr<Base>) == sizeof(void*));
 
+TEST(SharedPtr, WhatLivesForEverIsNotCounted)
+{
+    int live = 0;
+    Derived object(live);
+    {
+        const CoSharedPtr<Base> counted(&object);
+        object.liveForever();
+        object.liveForever();
+        const CoSharedPtr<Base> uncounted = counted;
+        EXPECT_EQ(counted->refCount(), uncounted->refCount());
+    }
+    EXPECT_TRUE(object.isUncounted() && !object.unref());
+    EXPECT_GT(object.refCount(), 1) << "it reads as shared";
+    EXPECT_EQ(live, 1);
+}
+
 TEST(SharedPtr, TheLastReferenceDeletes)
 {
     int live = 0;

@@ -17,10 +17,26 @@ public:
     CoRefCountedMT() = default;
     virtual ~CoRefCountedMT() = default;
 
-    virtual void ref() const final { _count.fetch_add(1, std::memory_order_relaxed); }
+    virtual void ref() const final
+    {
+        if (!isUncounted())
+            _count.fetch_add(1, std::memory_order_relaxed);
+    }
     /// Gives one reference back; true when it was the last, and the caller then deletes the object.
-    [[nodiscard]] virtual bool unref() const final { return _count.fetch_sub(1, std::memory_order_acq_rel) == 1; }
+    [[nodiscard]] virtual bool unref() const final
+    {
+        return !isUncounted() && _count.fetch_sub(1, std::memory_order_acq_rel) == 1;
+    }
     virtual int refCount() const final { return _count.load(std::memory_order_acquire); }
+
+    /// For what lives as long as the process and is held by everybody: from now on it is not counted, since threads
+    /// that count one thing wait for each other. It reads as held very often.
+    void liveForever() const
+    {
+        if (!isUncounted())
+            _count.fetch_add(2 * uncounted, std::memory_order_relaxed);
+    }
+    bool isUncounted() const { return _count.load(std::memory_order_relaxed) >= uncounted; }
 
 protected:
     /// A copy is a new object: it starts uncounted, and an assignment leaves both counts alone.
@@ -28,6 +44,9 @@ protected:
     CoRefCountedMT& operator=(const CoRefCountedMT& /*other*/) { return *this; }
 
 private:
+    /// More references than anybody takes. Those that are counted while the counting ends stay far from it.
+    static constexpr int uncounted = 1 << 29;
+
     mutable std::atomic<int> _count{0};
 };
 

@@ -45,6 +45,8 @@ eDmErrorId DmClassRecord::create(Constructor constructor, const DmNodeId& id, Dm
     try
     {
         object = constructor(id);
+        if (table)
+            table->liveForever();
         eDmErrorId result = DM_NO_ERROR;
         if (!listCreated)
         {
@@ -82,7 +84,10 @@ const DmPropertySetPtr& DmClassRecord::sharedDefault(DmPropertySetPtr (*make)())
     {
         _sharedDefault = make();
         if (_sharedDefault)
+        {
             _sharedDefault->freezeAsSharedDefault();
+            _sharedDefault->liveForever();
+        }
     }
     return _sharedDefault;
 }
