@@ -241,6 +241,9 @@ TEST(Labels, AreValidWhenInRangeAndExisting)
         const auto& [hh, mm, ss, ff] = row.fields;
         SCOPED_TRACE(testing::Message() << hh << ':' << mm << ':' << ss << ':' << ff << " in mode " << row.fcm);
         EXPECT_EQ(TimeUnit::isValidTimeCode(hh, mm, ss, ff, mode(row.fcm)), row.valid);
+        const TimeLabel::Status may = TimeLabel::mayBe(hh, mm, ss, ff, mode(row.fcm));
+        EXPECT_EQ(may == TimeLabel::Good, row.valid);
+        EXPECT_EQ(may == TimeLabel::OutOfRange, row.report != nullptr);
         if (row.report)
         {
             EXPECT_DEATH(TimeUnit().fromTimeCode(hh, mm, ss, ff, mode(row.fcm)), row.report);

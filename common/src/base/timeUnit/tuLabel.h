@@ -49,6 +49,9 @@ public:
     /// The time of the label in a mode; left as it is where the status is not Good.
     Status toTime(FrameCodeModes fcm, TimeUnit& time, Moves moves) const;
     Status toTime(FrameCodeModes fcm, TimeUnit& time) const { return toTime(fcm, time, {}); }
+    /// Whether there is such a label in a mode. Where the answer is Good or Dropped, TimeUnit::fromTimeCode takes the
+    /// fields as they are, without stopping the process.
+    static Status mayBe(int hours, int minutes, int seconds, int frames, FrameCodeModes fcm);
 
     /// Both in one step.
     static Status read(std::string_view text, FrameCodeModes fcm, TimeUnit& time);

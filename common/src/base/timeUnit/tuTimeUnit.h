@@ -111,8 +111,8 @@ public:
     int toTimeCode(char* buffer, std::size_t size, FrameCodeModes fcm) const;
 
     /// Becomes the time of a label. `clamp` moves fields that are out of range to the nearest in range, where otherwise
-    /// the process stops: ask isValidTimeCode first. `bump` moves a drop-frame label that does not exist as
-    /// setDfBumpMode says; unmoved, it counts as if its minute had dropped none.
+    /// the process stops, as it does without a mode: ask TimeLabel::mayBe first. `bump` moves a drop-frame label that
+    /// does not exist as setDfBumpMode says; unmoved, it counts as if its minute had dropped none.
     TimeUnit& fromTimeCode(int hh, int mm, int ss, int ff, FrameCodeModes fcm, bool clamp = false, bool bump = false);
     /// The same for a text (see parseTimeCodeString), clamping and bumping; a leading "-" gives a negative time. A text
     /// that is no label is 0: what a person or a file says is read by TimeLabel (tuLabel.h), which tells.
@@ -150,7 +150,7 @@ public:
     // Process-wide state: relaxed atomics
 
     /// The default mode: as set, else as ZR_DEFAULT_FCM names it, which is read until it gives a mode, and posted. A
-    /// process that has neither is stopped.
+    /// process that has neither is stopped: ask hasDefaultFcm first.
     static FrameCodeModes getDefaultFcm();
     /// The mode that getDefaultFcm would return, or FCM_NOT_DEFINED where it would stop the process; posts nothing.
     static FrameCodeModes findDefaultFcm();
@@ -161,7 +161,8 @@ public:
     static void setDfBumpMode(DfBumpMode mode);
     static DfBumpMode getDfBumpMode();
 
-    /// Frames per second for media without a mode. Without one (0.0), asking for it stops the process.
+    /// Frames per second for media without a mode. Without one (0.0), asking for it stops the process: ask
+    /// hasDefaultFrameRate first.
     static double getDefaultFrameRate();
     static void setDefaultFrameRate(double framesPerSecond);
     static bool hasDefaultFrameRate();

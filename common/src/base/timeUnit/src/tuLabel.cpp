@@ -109,6 +109,17 @@ TimeLabel::Status TimeLabel::toTime(FrameCodeModes fcm, TimeUnit& time, Moves mo
     return Good;
 }
 
+TimeLabel::Status TimeLabel::mayBe(int hours, int minutes, int seconds, int frames, FrameCodeModes fcm)
+{
+    TimeLabel label;
+    label.hours = hours;
+    label.minutes = minutes;
+    label.seconds = seconds;
+    label.frames = frames;
+    TimeUnit time;
+    return label.toTime(fcm, time);
+}
+
 TimeLabel::Status TimeLabel::read(std::string_view text, FrameCodeModes fcm, TimeUnit& time)
 {
     TimeLabel label;
