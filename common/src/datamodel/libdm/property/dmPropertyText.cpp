@@ -77,13 +77,14 @@ eDmErrorId format(T value, DmString& text)
 
 } // namespace
 
-PSetFuncPair DmPropertySet_Str_Utils::accessOf(eDmPropType type)
+PSetFuncPair<DmGetValue> DmPropertySet_Str_Utils::getters()
 {
-    using namespace DmPropertySet_Atomic_Utils;
-    using namespace DmPropertySet_Collection_Utils;
-    if (dmIsVectorOfValues(type))
-        return {getValueInList, setValueInList};
-    return {getAtomicValue, setAtomicValue};
+    return {DmPropertySet_Atomic_Utils::getAtomicValue, DmPropertySet_Collection_Utils::getValueInList};
+}
+
+PSetFuncPair<DmSetValue> DmPropertySet_Str_Utils::setters()
+{
+    return {DmPropertySet_Atomic_Utils::setAtomicValue, DmPropertySet_Collection_Utils::setValueInList};
 }
 
 eDmErrorId DmPropertySet_Str_Utils::textOfValue(const DmPropertyDef& def, const void* value, DmString& text)
@@ -133,7 +134,7 @@ eDmErrorId DmPropertySet::getStrFromPropertyValue(int index, eDmPropType type, D
             else
             {
                 T value{};
-                const eDmErrorId status = DmPropertySet_Str_Utils::accessOf(type).get(*this, index, type, &value);
+                const eDmErrorId status = DmPropertySet_Str_Utils::getters().of(type)(*this, index, type, &value);
                 return status == DM_NO_ERROR ? DmPropertySet_Str_Utils::textOfValue(*property, &value, out) : status;
             }
         });
@@ -187,7 +188,7 @@ eDmErrorId DmPropertySet::setPropertyValueFromStr(const DmString& name, eDmPropT
                           }
                           else
                               value = dmNumberText::parse<T>(text.view());
-                          return DmPropertySet_Str_Utils::accessOf(type).set(*this, index, type, &value);
+                          return DmPropertySet_Str_Utils::setters().of(type)(*this, index, type, &value);
                       }
                   });
     if (outcome != DM_NO_ERROR)
