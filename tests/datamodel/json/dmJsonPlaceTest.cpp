@@ -111,6 +111,59 @@ TEST(JsonSource, IsReadASecondTimeOnlyWhereThereIsSomethingToSay)
     }
 }
 
+/// A file that somebody writes between its first reading and its second.
+class ChangingSource final : public DmJsonSource
+{
+public:
+    ChangingSource(std::string_view first, std::string_view second)
+        : _first(first)
+        , _second(second)
+    {
+    }
+    std::size_t read(char* to, std::size_t size) override
+    {
+        const std::size_t count = _rest.copy(to, size);
+        _rest.remove_prefix(count);
+        return count;
+    }
+    bool rewind() override
+    {
+        _rest = std::exchange(_isFirst, false) ? _first : _second;
+        return true;
+    }
+
+private:
+    std::string_view _first;
+    std::string_view _second;
+    std::string_view _rest;
+    bool _isFirst = true;
+};
+
+TEST(JsonSource, ThatIsAnotherOneTheSecondTimeIsNoDocument)
+{
+    const std::string blanks(100'000, ' ');
+    const std::string wrong = blanks + R"({"DmRoot":{"name":7}})" + blanks;
+    const std::string other = blanks + R"({"DmRoot":{"name":8}})" + blanks;
+    const std::string swapped = blanks + R"({"mDRoot":{"name":7}})" + blanks;
+    const std::tuple<std::string, std::string, const char*> rows[] = {
+        {wrong, wrong, ""},
+        {wrong, other, "JSON parse error"},
+        {wrong, swapped, "JSON parse error"},
+        {wrong, blanks, "JSON parse error"},
+        {wrong, "", "JSON parse error"},
+        {R"({"DmRoot":{)", R"({"DmRoot":{}})", "JSON parse error"}, // it had ended
+        {R"({"DmRoot":{"nome":1)", R"({"DmRoot":{"nome":1)",
+         "JSON parse error : Missing a comma or '}' after an object member."},
+    };
+    for (const auto& [first, second, words] : rows)
+    {
+        ChangingSource source(first, second);
+        CoSharedPtr<DmRoot> root;
+        EXPECT_EQ(dmUtf8(DmJsonImporter::importRoot(source, root).info()), words) << second.substr(0, 100);
+        EXPECT_EQ(root != nullptr, *words == '\0');
+    }
+}
+
 TEST(JsonSource, MayTakeItsTime)
 {
     CoSharedPtr<DmRoot> root;

@@ -29,8 +29,11 @@ DmStatus read(DmJsonSource& source, DmPropertySetPtr& set, DmJsonPlace* place, D
         dmJson::Pieces pieces(source);
         if (!dmJson::FastReader(pieces).read(made))
         {
-            const std::string text = pieces.all();
-            status = dmJson::LiteralReader(text, changes).read(made, stopped);
+            std::string text;
+            if (pieces.all(text))
+                status = dmJson::LiteralReader(text, changes).read(made, stopped);
+            else
+                status.fail(noCode, "JSON parse error"); // somebody has written the file meanwhile
         }
     }
     catch (const std::exception&)

@@ -9,6 +9,29 @@
 
 namespace dmJson
 {
+namespace
+{
+
+/// Of bytes and their order; two additions for eight bytes.
+std::uint64_t sumOf(std::string_view bytes)
+{
+    std::uint64_t sum = bytes.size();
+    std::uint64_t sums = 0;
+    std::uint64_t word = 0;
+    for (; bytes.size() >= sizeof word; bytes.remove_prefix(sizeof word))
+    {
+        std::memcpy(&word, bytes.data(), sizeof word);
+        sum += word;
+        sums += sum;
+    }
+    word = 0;
+    bytes.copy(reinterpret_cast<char*>(&word), sizeof word);
+    sum += word;
+    sums += sum;
+    return sum ^ (sums << 32 | sums >> 32);
+}
+
+} // namespace
 
 std::size_t TextSource::read(char* to, std::size_t size)
 {
@@ -66,6 +89,8 @@ std::size_t Pieces::read(char* to, std::size_t size)
     const std::size_t count = _source.read(to, size);
     if (_keeps)
         _kept.append(to, count);
+    else
+        _seen.push_back({count, sumOf({to, count})});
     return count;
 }
 
@@ -88,24 +113,34 @@ bool Pieces::more(const char* from)
     return count > 0;
 }
 
-std::string Pieces::all()
+bool Pieces::all(std::string& text)
 {
     constexpr std::size_t most = std::size_t{1} << 20;
-    std::string text;
-    if (_keeps)
-        text = std::move(_kept);
-    else if (!_source.rewind())
-        return text;
-    _keeps = false;
+    text = std::move(_kept);
+    if (!_keeps && !_source.rewind())
+        return false;
     for (std::size_t count = pieceSize; count > 0;)
     {
         const std::size_t size = text.size();
         const std::size_t room = std::clamp(size, pieceSize, most);
         text.resize(size + room);
-        count = read(text.data() + size, room);
+        count = _source.read(text.data() + size, room);
         text.resize(size + count);
     }
-    return text;
+    return _keeps || isSame(text);
+}
+
+bool Pieces::isSame(std::string_view text) const
+{
+    for (const Seen& seen : _seen)
+    {
+        const std::string_view again = text.substr(0, seen.size);
+        const bool isEnd = seen.size == 0;
+        if ((isEnd && !text.empty()) || again.size() != seen.size || sumOf(again) != seen.sum)
+            return false;
+        text.remove_prefix(seen.size);
+    }
+    return true;
 }
 
 } // namespace dmJson

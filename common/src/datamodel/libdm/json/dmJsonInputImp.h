@@ -5,9 +5,11 @@
 #include "dmJsonImporter.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace dmJson
 {
@@ -61,17 +63,26 @@ public:
     char* end() { return _end; }
     /// Reads on; what stands from `from` to the end moves to the front. False when the document has no more.
     bool more(const char* from);
-    /// The whole document, from its first byte.
-    std::string all();
+    /// The whole document, from its first byte. False when that is no longer what was read here.
+    bool all(std::string& text);
 
 private:
     static constexpr std::size_t pieceSize = 65536;
 
+    /// What was read, to be known again.
+    struct Seen
+    {
+        std::size_t size;
+        std::uint64_t sum;
+    };
+
     std::size_t read(char* to, std::size_t size);
+    bool isSame(std::string_view text) const;
 
     DmJsonSource& _source;
     bool _keeps;
     std::string _kept;
+    std::vector<Seen> _seen; ///< of a source that is not kept; one of no bytes is the end
     std::size_t _capacity = 0;
     std::unique_ptr<char[]> _buffer;
     char* _end = nullptr;
