@@ -133,6 +133,10 @@ TEST(JsonChanges, TellOfCodesAndNamesThatMeanNothing)
     EXPECT_EQ(changesOf(R"({"DmLayerNode":{"mediaType":2}})"), "");
     EXPECT_EQ(changesOf(R"({"DmLayerNode":{"mediaType":7}})"),
               "1:29 mediaType: 7 is none of the enumeration's values\n");
+    EXPECT_EQ(changesOf(R"({"DmFrameResolution":{"width":0,"height":-1}})"),
+              "1:42 height: -1 is out of the property's range\n");
+    EXPECT_EQ(changesOf(R"({"DmStroke":{"red":1,"green":1.0000001,"blue":0}})"),
+              "1:30 green: 1.0000001 is out of the property's range\n");
 }
 
 TEST(JsonChanges, AreTheFirstThousandInTheOrderOfTheDocument)

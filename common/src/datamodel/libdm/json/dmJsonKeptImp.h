@@ -25,15 +25,33 @@ T numberAt(const void* stored)
     return value;
 }
 
-// Whether a value is one of those that its declaration names, where it names all that there are.
+// Whether a value is one of those that its declaration gives.
 
-inline bool isMeant(const DmPropertyDef& def, std::int32_t code)
+enum class Meant
 {
-    return def._values.empty() || std::ranges::find(def._values, code, &DmNamedValue::code) != def._values.end();
+    Yes,
+    NotInTable,
+    NotInRange
+};
+
+template <DmNumberStorage T>
+Meant meantBy(const DmPropertyDef& def, T value)
+{
+    if constexpr (std::same_as<T, std::int32_t>)
+        if (!def._values.empty() && std::ranges::find(def._values, value, &DmNamedValue::code) == def._values.end())
+            return Meant::NotInTable;
+    const auto number = static_cast<double>(value);
+    return !def._range || (number >= def._range->least && number <= def._range->most) ? Meant::Yes : Meant::NotInRange;
 }
-inline bool isMeant(const DmPropertyDef& def, const DmString& text)
+inline Meant meantBy(const DmPropertyDef& def, const DmString& text)
 {
-    return !def._texts || !def._texts->isComplete || def._texts->contains(text.view());
+    const bool isName = !def._texts || !def._texts->isComplete || def._texts->contains(text.view());
+    return isName ? Meant::Yes : Meant::NotInTable;
+}
+template <class T>
+bool isMeant(const DmPropertyDef& def, const T& value)
+{
+    return meantBy(def, value) == Meant::Yes;
 }
 
 /// The value that is stored, as people write it: strings in quotes.

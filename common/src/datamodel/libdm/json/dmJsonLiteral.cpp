@@ -498,16 +498,17 @@ void LiteralReader::noteValue(const Slot& slot, const Value& value)
                        if (!isKept)
                            note(DmJsonChange::Converted, value, &slot, shownValue(*slot.def, stored));
                        else if constexpr (std::same_as<T, DmString>)
-                       {
-                           if (!isMeant(*slot.def, *static_cast<const DmString*>(stored)))
-                               note(DmJsonChange::NoName, value, &slot);
-                       }
-                       else if constexpr (std::same_as<T, std::int32_t>)
-                       {
-                           if (!isMeant(*slot.def, numberAt<std::int32_t>(stored)))
-                               note(DmJsonChange::NotInTable, value, &slot);
-                       }
+                           noteMeaning(DmJsonChange::NoName, value, slot, *static_cast<const T*>(stored));
+                       else if constexpr (DmNumberStorage<T>)
+                           noteMeaning(DmJsonChange::NotInTable, value, slot, numberAt<T>(stored));
                    });
+}
+
+template <class T>
+void LiteralReader::noteMeaning(DmJsonChange::Reason notInTable, const Value& value, const Slot& slot, const T& stored)
+{
+    if (const Meant meant = meantBy(*slot.def, stored); meant != Meant::Yes)
+        note(meant == Meant::NotInTable ? notInTable : DmJsonChange::NotInRange, value, &slot);
 }
 
 void LiteralReader::note(DmJsonChange::Reason reason, const Value& value, const Slot* slot, std::string became,
@@ -566,6 +567,8 @@ std::string DmJsonChange::text() const
         return what + " means nothing here";
     case NotInTable:
         return what + " is none of the enumeration's values";
+    case NotInRange:
+        return what + " is out of the property's range";
     }
     return what;
 }

@@ -76,6 +76,8 @@ private:
     bool fail(Fault fault, const Value& value, int code, const DmString& name, const DmString& other = {});
     bool failProperty(const Value& value, eDmErrorId code, const Slot& slot);
     void noteValue(const Slot& slot, const Value& value);
+    template <class T>
+    void noteMeaning(DmJsonChange::Reason notInTable, const Value& value, const Slot& slot, const T& stored);
     void note(DmJsonChange::Reason reason, const Value& value, const Slot* slot, std::string became = {},
               std::string_view name = {});
     void keepFirst();

@@ -37,7 +37,7 @@ struct DmUnit
     const char* text;
 };
 
-/// The values that make sense; others are stored and written all the same.
+/// The values that make sense: setters store others too, documents are told of them.
 struct DmRange
 {
     double least;
