@@ -81,16 +81,6 @@ bool roundsAsItsText(double value)
            (std::bit_cast<std::uint64_t>(value) & belowFloat) != middle;
 }
 
-/// Into the field of a number, unless its class has fixed it to another.
-template <class T>
-bool put(const DmPropertyDef& def, void* field, T value)
-{
-    if (def._constant && std::memcmp(field, &value, sizeof(T)) != 0)
-        return false;
-    std::memcpy(field, &value, sizeof(T)); // an enumeration is no object of type T
-    return true;
-}
-
 } // namespace
 
 // What stands next
@@ -193,7 +183,7 @@ bool FastReader::string(Text& text)
     return true;
 }
 
-bool FastReader::number(Number& number)
+bool FastReader::digits(Number& number)
 {
     const char* at = _at;
     for (;;)
@@ -202,20 +192,20 @@ bool FastReader::number(Number& number)
         if (number.isNegative)
             ++at;
         const char* const first = at;
-        const auto digits = [&]
+        const auto skip = [&]
         {
             const char* const begin = at;
             for (; isDigit(*at); ++at)
                 number.digits = number.digits * 10 + static_cast<unsigned>(*at - '0');
             return static_cast<unsigned>(at - begin);
         };
-        unsigned count = digits();
+        unsigned count = skip();
         bool isNumber = count > 0 && (*first != '0' || count == 1);
         if (*at == '.')
         {
             ++at;
             number.isInteger = false;
-            number.decimals = digits();
+            number.decimals = skip();
             count += number.decimals;
             isNumber = isNumber && number.decimals > 0;
         }
@@ -294,11 +284,11 @@ bool FastReader::version()
 
 bool FastReader::integer(int& value)
 {
-    Number digits{};
-    if (!take(':') || (peek(), !number(digits)) || !digits.isInteger)
+    Number number{};
+    if (!take(':') || (peek(), !digits(number)) || !number.isInteger)
         return false;
-    const char* const end = digits.text.data() + digits.text.size();
-    return std::from_chars(digits.text.data(), end, value).ec == std::errc();
+    const char* const end = number.text.data() + number.text.size();
+    return std::from_chars(number.text.data(), end, value).ec == std::errc();
 }
 
 /// Behind a class's name.
@@ -360,86 +350,67 @@ bool FastReader::memberName(const Class& type, int& index)
     return false;
 }
 
+/// A value is read beside its field, and goes through the door as a fresh object's.
 bool FastReader::value(Property& property, DmPropertySet& owner, int index)
 {
     const DmPropertyDef& def = *property.def;
     if (def._unserializer)
         return false;
-    if (!def._rare)
-        return valueInto(property, owner, DmSetAccess::field(owner, index, def));
-    return dmVisitStorage(def._type,
-                          [&]<class T>(std::type_identity<T>)
-                          {
-                              if constexpr (std::is_void_v<T>)
-                                  return false;
-                              else
-                              {
-                                  // Most documents say what objects share: they get no block of their own for that.
-                                  T value(*static_cast<const T*>(DmSetAccess::field(owner, index, def)));
-                                  return valueInto(property, owner, &value) &&
-                                         DmSetAccess::swapValue(owner, DmStore::Fresh, index, def, value) ==
-                                             DM_NO_ERROR;
-                              }
-                          });
-}
-
-/// `field` is of the property's storage type.
-bool FastReader::valueInto(Property& property, DmPropertySet& owner, void* field)
-{
-    const DmPropertyDef& def = *property.def;
     const char first = peek();
+    const auto store = [&](auto& value)
+    { return DmSetAccess::swapValue(owner, DmStore::Fresh, index, def, value) == DM_NO_ERROR; };
     return dmVisitStorage(def._type,
                           [&]<class T>(std::type_identity<T>)
                           {
-                              if constexpr (std::same_as<T, bool>)
-                                  return storeBool(def, field);
-                              else if constexpr (IsCharacter<T>)
-                                  return first == '"' && storeCharacter(def, field);
-                              else if constexpr (DmNumberStorage<T>)
-                                  return storeNumber<T>(def, field);
-                              else if constexpr (std::same_as<T, DmString>)
-                              {
-                                  DmString& text = *static_cast<DmString*>(field);
-                                  return def._type == DM_CDATA ? lines(text)
-                                                               : first == '"' && storeText(text) && isMeant(def, text);
-                              }
-                              else if constexpr (std::same_as<T, DmPropertySetPtr>)
+                              if constexpr (std::same_as<T, DmPropertySetPtr>)
                               {
                                   DmPropertySetPtr child;
-                                  if (!held(property, owner, child))
-                                      return false;
-                                  if (child) // an empty object leaves what is there
-                                      static_cast<T*>(field)->swap(child);
-                                  return true;
+                                  // An empty object leaves what is there.
+                                  return held(property, owner, child) && (!child || store(child));
                               }
-                              else if constexpr (std::same_as<T, DmPropertySetVector>)
-                                  return elements(property, owner, *static_cast<T*>(field));
                               else if constexpr (std::same_as<T, DmPropertySetMap>)
-                                  return entries(property, owner, *static_cast<T*>(field));
-                              else if constexpr (dmIsVector<T>)
-                                  return values(*static_cast<T*>(field));
-                              else
+                              {
+                                  DmPropertySetMap map;
+                                  return entries(property, owner, map) &&
+                                         DmSetAccess::putAll(owner, DmStore::Fresh, index, def, map) == DM_NO_ERROR;
+                              }
+                              else if constexpr (std::is_void_v<T>)
                                   return false;
+                              else
+                              {
+                                  T value{};
+                                  bool isRead = false;
+                                  if constexpr (std::same_as<T, bool>)
+                                      isRead = boolean(value);
+                                  else if constexpr (IsCharacter<T>)
+                                      isRead = first == '"' && character(value);
+                                  else if constexpr (DmNumberStorage<T>)
+                                      isRead = number(def, value);
+                                  else if constexpr (std::same_as<T, DmString>)
+                                      isRead = def._type == DM_CDATA
+                                                   ? lines(value)
+                                                   : first == '"' && text(value) && isMeant(def, value);
+                                  else if constexpr (std::same_as<T, DmPropertySetVector>)
+                                      isRead = elements(property, owner, value);
+                                  else
+                                      isRead = values(value);
+                                  return isRead && store(value);
+                              }
                           });
 }
 
 template <class T>
-bool FastReader::storeNumber(const DmPropertyDef& def, void* field)
+bool FastReader::number(const DmPropertyDef& def, T& value)
 {
     Number number{};
-    if (!this->number(number))
+    if (!digits(number))
         return false;
     if constexpr (std::is_integral_v<T>)
     {
-        if (!number.isInteger)
-            return false;
-        T value = 0;
         const char* const end = number.text.data() + number.text.size();
-        const std::from_chars_result result = std::from_chars(number.text.data(), end, value);
-        if constexpr (std::same_as<T, std::int32_t>)
-            if (!isMeant(def, value))
-                return false;
-        return result.ec == std::errc() && result.ptr == end && put(def, field, value);
+        return number.isInteger &&
+               std::from_chars(number.text.data(), end, value) == std::from_chars_result{end, std::errc()} &&
+               isMeant(def, value);
     }
     else
     {
@@ -460,21 +431,25 @@ bool FastReader::storeNumber(const DmPropertyDef& def, void* field)
             if (!isExact && !roundsAsItsText(exact))
                 return false;
         }
-        return put(def, field, static_cast<T>(exact));
+        value = static_cast<T>(exact);
+        return isMeant(def, value);
     }
 }
 
-bool FastReader::storeBool(const DmPropertyDef& def, void* field)
+bool FastReader::boolean(bool& value)
 {
-    const bool value = *_at == 't';
-    return word(value ? "true" : "false") && put(def, field, value);
+    value = *_at == 't';
+    return word(value ? "true" : "false");
 }
 
-bool FastReader::storeCharacter(const DmPropertyDef& def, void* field)
+template <class Character>
+bool FastReader::character(Character& value)
 {
-    Text text{};
-    return string(text) && text.raw.size() == 1 && text.isPlain && text.isAscii && text.raw[0] > ' ' &&
-           put(def, field, text.raw[0]);
+    Text read{};
+    if (!string(read) || read.raw.size() != 1 || !read.isPlain || !read.isAscii || read.raw[0] <= ' ')
+        return false;
+    value = static_cast<Character>(read.raw[0]);
+    return true;
 }
 
 bool FastReader::toWide(const Text& text, DmString& wide)
@@ -485,14 +460,14 @@ bool FastReader::toWide(const Text& text, DmString& wide)
     return decode(text.raw, _decoded) && dmFromUtf8(_decoded, wide);
 }
 
-bool FastReader::storeText(DmString& field)
+bool FastReader::text(DmString& wide)
 {
-    Text text{};
-    return string(text) && toWide(text, field);
+    Text read{};
+    return string(read) && toWide(read, wide);
 }
 
 /// The lines become one text. Its last line end is not written; so a last line that is empty stands for one more.
-bool FastReader::lines(DmString& field)
+bool FastReader::lines(DmString& text)
 {
     std::string all;
     if (!take('['))
@@ -501,17 +476,17 @@ bool FastReader::lines(DmString& field)
     if (peek() != ']')
         do
         {
-            Text text{};
-            if (peek() != '"' || !string(text))
+            Text line{};
+            if (peek() != '"' || !string(line))
                 return false;
             if (!std::exchange(isFirst, false))
                 all += '\n';
-            if (!decode(text.raw, all))
+            if (!decode(line.raw, all))
                 return false;
-            if (text.raw.empty() && peek() == ']')
+            if (line.raw.empty() && peek() == ']')
                 all += '\n';
         } while (take(','));
-    return take(']') && dmFromUtf8(all, field);
+    return take(']') && dmFromUtf8(all, text);
 }
 
 template <class T>
@@ -519,7 +494,6 @@ bool FastReader::values(std::vector<T>& list)
 {
     if (!take('['))
         return false;
-    list.clear();
     if (peek() != ']')
         do
         {
@@ -536,7 +510,7 @@ template <class T>
 bool FastReader::element(T& value)
 {
     if constexpr (std::same_as<T, DmString>)
-        return storeText(value);
+        return text(value);
     else
     {
         Text text{};
@@ -610,7 +584,6 @@ bool FastReader::elements(Property& property, DmPropertySet& owner, DmPropertySe
 {
     if (!take('['))
         return false;
-    list.clear();
     if (peek() != ']')
         do
         {
@@ -622,31 +595,23 @@ bool FastReader::elements(Property& property, DmPropertySet& owner, DmPropertySe
     return take(']');
 }
 
-/// In key order, as the map is: so none comes twice, and the default attributes are met on the way.
+/// In key order, as the map is: so none comes twice.
 bool FastReader::entries(Property& property, DmPropertySet& owner, DmPropertySetMap& map)
 {
     if (!take('{'))
         return false;
-    auto place = map.begin();
     DmString key;
-    DmString before;
     if (peek() != '}')
         do
         {
             Text name{};
-            if (peek() != '"' || !string(name) || !toWide(name, key) || key.empty())
-                return false;
-            if (!(before < key) || key == DmVersion::getKey() || key.view().find(L'\0') != key.view().npos)
+            if (peek() != '"' || !string(name) || !toWide(name, key) || key == DmVersion::getKey() ||
+                (!map.empty() && !(map.rbegin()->first < key)))
                 return false;
             DmPropertySetPtr child;
             if (!take(':') || !held(property, owner, child) || (!child && !makeDefault(*property.def, child)))
                 return false;
-            while (place != map.end() && place->first < key)
-                ++place;
-            if (place == map.end() || key < place->first)
-                place = map.emplace_hint(place, key, DmPropertySetPtr());
-            place->second.swap(child);
-            before.swap(key);
+            map.emplace_hint(map.end(), key, std::move(child));
         } while (take(','));
     return take('}');
 }

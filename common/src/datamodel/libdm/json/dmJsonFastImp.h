@@ -66,7 +66,7 @@ private:
     bool take(char c);
     bool word(std::string_view letters);
     bool string(Text& text);
-    bool number(Number& number);
+    bool digits(Number& number);
     bool refill(const char*& at);
 
     // What it means.
@@ -78,13 +78,13 @@ private:
     bool members(Class& type, DmPropertySet& set);
     bool memberName(const Class& type, int& index);
     bool value(Property& property, DmPropertySet& owner, int index);
-    bool valueInto(Property& property, DmPropertySet& owner, void* field);
     template <class T>
-    bool storeNumber(const DmPropertyDef& def, void* field);
-    bool storeBool(const DmPropertyDef& def, void* field);
-    bool storeCharacter(const DmPropertyDef& def, void* field);
-    bool storeText(DmString& field);
-    bool lines(DmString& field);
+    bool number(const DmPropertyDef& def, T& value);
+    bool boolean(bool& value);
+    template <class Character>
+    bool character(Character& value);
+    bool text(DmString& wide);
+    bool lines(DmString& text);
     template <class T>
     bool values(std::vector<T>& list);
     template <class T>

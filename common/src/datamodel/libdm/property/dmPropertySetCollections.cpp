@@ -405,6 +405,27 @@ eDmErrorId DmSetAccess::put(DmPropertySet& set, DmStore policy, int index, const
                   });
 }
 
+eDmErrorId DmSetAccess::putAll(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def,
+                               DmPropertySetMap& entries)
+{
+    for (const auto& [key, entry] : entries)
+        if (const eDmErrorId status = checkKey(key); status != DM_NO_ERROR)
+            return status;
+    return change(set, policy, def,
+                  [&]
+                  {
+                      if (entries.empty())
+                          return DM_NO_ERROR;
+                      auto& map = collection<DmPropertySetMap>(set, index, def);
+                      if (map.empty())
+                          map.swap(entries);
+                      map.merge(entries); // leaves those whose keys were there
+                      for (auto& [key, entry] : entries)
+                          map.find(key)->second.swap(entry);
+                      return DM_NO_ERROR;
+                  });
+}
+
 eDmErrorId DmPropertySet::setValueFromPropertyMap(DmPropertyRef property, eDmPropType type, const DmString& key,
                                                   const void* value)
 {

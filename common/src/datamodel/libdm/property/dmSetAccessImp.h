@@ -28,11 +28,6 @@ enum class DmStore
 class DmSetAccess
 {
 public:
-    /// To be written where nobody else sees the object yet, unless the field lies in a rare block.
-    static void* field(DmPropertySet& set, int index, const DmPropertyDef& def)
-    {
-        return const_cast<void*>(set.fieldOf(index, def));
-    }
     /// A list or a map, to be written inside the mutex.
     template <class Collection>
     static Collection& collection(DmPropertySet& set, int index, const DmPropertyDef& def)
@@ -138,6 +133,10 @@ public:
     /// Inserts or replaces in a map; `entry` is what stood under the key before.
     static eDmErrorId put(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def, const DmString& key,
                           DmPropertySetPtr& entry);
+
+    /// Inserts or replaces what `entries` holds; what stood under its keys before is in it after.
+    static eDmErrorId putAll(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def,
+                             DmPropertySetMap& entries);
 
     /// An object that was filled as a fresh one, and that documents leave dirty.
     static void touch(DmPropertySet& set) { set._state.set(DmPropertySet::dirtyFlag); }
