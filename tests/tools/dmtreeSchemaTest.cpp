@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 using zrTest::runDmtree;
 
 namespace
@@ -28,9 +30,27 @@ protected:
 
     const ZrTempDir directory;
 
+    /// "valid" or "invalid", what was done, and the document: a line a mutation of the examples.
+    zrTest::CommandResult mutate(int count) const
+    {
+        std::vector<std::string> command{ZR_PYTHON, ZR_MUTATOR, _schema, "25", std::to_string(count)};
+        for (const char* const name : {"commercial-25", "news-29.97df", "feature-23.976"})
+            command.push_back(std::string(ZR_EXAMPLES "/") + name + ".json");
+        return zrTest::runCommand(command);
+    }
+
 private:
     std::string _schema;
 };
+
+/// What a schema cannot say of a change.
+bool isBeyondSchema(const DmJsonChange& change)
+{
+    const bool isElement = change.path.ends_with(']');
+    const bool vanished = change.became == "0" && change.was.find_first_of("eE") != std::string::npos;
+    return change.reason == DmJsonChange::Twice ||
+           (change.reason == DmJsonChange::Converted && (isElement || vanished));
+}
 
 DmPropertySetPtr create(const DmString& className)
 {
@@ -70,6 +90,7 @@ void fill(DmPropertySet& set)
         const bool isFalse = def._type == DM_BOOL && !*static_cast<const bool*>(set.fieldOf(i));
         const DmString text(isFalse                                ? L"true"
                             : def._type == DM_CHAR                 ? L"k"
+                            : def._range                           ? std::to_wstring(def._range->most).c_str()
                             : def._texts && def._texts->isComplete ? def._texts->texts.back()
                             : def._values.empty()                  ? L"77"
                                                                    : std::to_wstring(def._values.back().code).c_str());
@@ -143,4 +164,36 @@ TEST_F(DmtreeSchema, RefusesWhatNoDocumentHolds)
     const auto result = validate(documents);
     for (std::size_t i = 0; i < documents.size(); ++i)
         EXPECT_NE(result.out.find(documents[i] + ": $"), std::string::npos) << cases[i].second << result.err;
+}
+
+TEST_F(DmtreeSchema, AgreesWithStrictReadingOnMutationsOfTheExamples)
+{
+    constexpr int count = 8000;
+    const auto result = mutate(count);
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    int seen = 0;
+    int agreed[2] = {};
+    std::istringstream lines(result.out);
+    for (std::string verdict, what, json;
+         std::getline(lines, verdict, '\t') && std::getline(lines, what, '\t') && std::getline(lines, json);)
+    {
+        ++seen;
+        CoSharedPtr<DmRoot> root;
+        DmJsonChanges changes;
+        const DmStatus status = DmJsonImporter::importRootFromStr(json.c_str(), root, nullptr, &changes);
+        const bool isValid = verdict == "valid";
+        const bool isTaken = status.ok() && changes.empty();
+        if (isValid == isTaken)
+            ++agreed[isTaken ? 1 : 0];
+        else
+            EXPECT_TRUE(isValid && status.ok() && std::ranges::all_of(changes.list, isBeyondSchema))
+                << verdict << ", " << what << ": "
+                << (status.failed()   ? dmUtf8(status.info())
+                    : changes.empty() ? "taken"
+                                      : changes.list.front().text())
+                << '\n'
+                << json;
+    }
+    EXPECT_EQ(seen, count);
+    EXPECT_TRUE(agreed[0] > count / 4 && agreed[1] > count / 10) << agreed[0] << ' ' << agreed[1];
 }

@@ -66,6 +66,11 @@ public:
         name(key);
         _writer.Uint64(value);
     }
+    void add(std::string_view key, double value)
+    {
+        name(key);
+        _writer.Double(value);
+    }
     void addList(std::string_view key, const std::vector<std::string_view>& values)
     {
         name(key);
@@ -207,8 +212,6 @@ private:
         text << def._meaning;
         if (*def._unit)
             text << " In " << def._unit << '.';
-        if (def._range)
-            text << " From " << def._range->least << " to " << def._range->most << '.';
         if (def._texts && !def._texts->isComplete)
             for (const wchar_t* const known : def._texts->texts)
                 text << (known == def._texts->texts.front() ? " For example " : ", ")
@@ -225,19 +228,19 @@ private:
         switch (def._type)
         {
         case DM_ENUM:
-            return def._values.empty() ? integer<std::int32_t>() : codes(def._values);
+            return def._values.empty() ? integer<std::int32_t>(def) : codes(def._values);
         case DM_INT:
-            return integer<std::int32_t>();
+            return integer<std::int32_t>(def);
         case DM_UINT:
-            return integer<std::uint32_t>();
+            return integer<std::uint32_t>(def);
         case DM_SHORT:
-            return integer<std::int16_t>();
+            return integer<std::int16_t>(def);
         case DM_USHORT:
-            return integer<std::uint16_t>();
+            return integer<std::uint16_t>(def);
         case DM_INT64:
-            return integer<std::int64_t>();
+            return integer<std::int64_t>(def);
         case DM_UINT64:
-            return integer<std::uint64_t>();
+            return integer<std::uint64_t>(def);
         case DM_STRING:
             return def._texts && def._texts->isComplete ? string(patternOf(*def._texts)) : string();
         case DM_CHAR:
@@ -245,8 +248,9 @@ private:
         case DM_UCHAR:
             return string();
         case DM_FLOAT:
+            return number<float>(def);
         case DM_DOUBLE:
-            return _out.add("type", "number");
+            return number<double>(def);
         case DM_BOOL:
             return _out.add("type", "boolean");
         case DM_PROPERTY_SET:
@@ -266,7 +270,7 @@ private:
             return list([&] { referToSlot(def); });
         case DM_MAP_PROPERTY_SET:
             _out.add("type", "object");
-            _out.object("propertyNames", [&] { _out.add("minLength", std::int64_t{1}); });
+            _out.object("propertyNames", [&] { _out.add("pattern", "^[^\\u0000]+$"); });
             return _out.object("additionalProperties", [&] { referToSlot(def); });
         case DM_NB_TYPES:
             break;
@@ -280,6 +284,30 @@ private:
         _out.add("type", "integer");
         _out.add("minimum", Wide{least});
         _out.add("maximum", Wide{most});
+    }
+    /// The declared range, as far as the type goes.
+    template <class Int>
+    void integer(const DmPropertyDef& def)
+    {
+        using Limits = std::numeric_limits<Int>;
+        if (!def._range)
+            return integer<Int>();
+        const auto limit = [](double wanted, Int otherwise)
+        {
+            const bool fits =
+                wanted > static_cast<double>(Limits::min()) && wanted < static_cast<double>(Limits::max());
+            return fits ? static_cast<Int>(wanted) : otherwise;
+        };
+        integer<Int>(limit(def._range->least, Limits::min()), limit(def._range->most, Limits::max()));
+    }
+    template <class Float>
+    void number(const DmPropertyDef& def)
+    {
+        using Limits = std::numeric_limits<Float>;
+        const DmRange range = def._range.value_or(DmRange{Limits::lowest(), Limits::max()});
+        _out.add("type", "number");
+        _out.add("minimum", range.least);
+        _out.add("maximum", range.most);
     }
     void codes(const DmEnumTable& values)
     {
