@@ -29,20 +29,21 @@ struct Use
 
 constexpr Use uses[] = {
     {"ZR_ASSERT_IGNORE_ALL", "set: true", "Assertions that ask the host stop nothing; each still prints its stack"},
-    {"ZR_ASSERT_STACK_SIZE", "a count", "How many calls the stack of a failed assertion shows; 0 shows none"},
+    {"ZR_ASSERT_STACK_SIZE", "a count", "How many calls deep the stack of a failed assertion is printed"},
     {"ZR_DEBUG_DM_LAYER_BUILDER", "true, false", "Posts each step of the builders of layers as a notice"},
     {"ZR_DEBUG_DM_TREE_VISITOR", "true, false", "Posts each node that a visitor visits as a notice"},
-    {"ZR_DEBUG_WEAK_SUBJECT_OBSERVER", "true, false", "Posts each notification of weak subjects and observers"},
-    {"ZR_DEFAULT_DM_WIPE_PATTERN", "a number from 1", "SMPTE pattern of a wipe that names none"},
-    {"ZR_DEFAULT_FCM", "a mode: 25 fps, 29.97 fps DF", "Mode of what names none; dmtree tc --help has the names"},
+    {"ZR_DEBUG_WEAK_SUBJECT_OBSERVER", "true, false", "Prints each notification of weak subjects and observers"},
+    {"ZR_DEFAULT_DM_WIPE_PATTERN", "a number from 1", "The SMPTE pattern of a new wipe"},
+    {"ZR_DEFAULT_FCM", "a mode: 25 fps, 29.97 fps DF",
+     "The mode of times that come without one; dmtree tc --help lists the modes"},
     {"ZR_DISABLE_ASSERT_STACKS", "set: true", "A failed assertion prints no stack"},
     {"ZR_DISABLE_TCC", "true, false", "The in-time of a source is not converted to the mode of its material"},
     {"ZR_MSG_LEVEL", "user, error, warn, notice, debug",
-     "The least important messages that are posted; notice where it is not set"},
+     "The least important messages posted; notice if unset, in dmtree error"},
     {"ZR_MSG_VERBOSE", "true, false", "Messages name the place in the source that posts them"},
     {"ZR_NO_SOURCE_TIME_CHECK", "true, false",
      "Checks of the times of sources (checkTimeIntegrity) warn and repair nothing"},
-    {"ZR_PRETTY_JSON_DMTREE", "true, false", "Documents are indented, or on one line"},
+    {"ZR_PRETTY_JSON_DMTREE", "true, false", "Documents are indented; false writes them on one line"},
     {"ZR_PROGRAM_TOLVANE_CHECK_DISABLED", "set: true",
      "An in-house installation behaves as a customer's: soft assertions are off"},
     {"ZR_VERBOSE_EXCEPTIONS", "set: true", "Texts of exceptions name the place in the source that raises them"},
@@ -91,9 +92,10 @@ void dmtree::addEnv(CLI::App& app, Run& run)
     CLI::App* const command = app.add_subcommand(
         "env", "List every environment variable of the system: value, default, what it takes and does, declaring file");
     const auto asHtml = std::make_shared<bool>(false);
-    command->add_flag("--html", *asHtml, "Print an HTML page instead of text columns");
+    command->add_flag("--html", *asHtml, "Print names, values, defaults and files as an HTML page");
     command->footer("Of \"true, false\", the texts false, FALSE and 0 are false and all others true. \"set: true\": "
                     "set to whatever\n"
-                    "text. Variables are read once, when they are first needed; docs/environment.md has them all.");
+                    "text. Each is read once, when it is first needed, or, those of assertions, when the library is\n"
+                    "loaded. docs/environment.md has them all.");
     command->callback([&run, asHtml] { run = [asHtml] { return listVariables(*asHtml); }; });
 }
