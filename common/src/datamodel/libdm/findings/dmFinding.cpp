@@ -1,12 +1,16 @@
 #include "dmFinding.h"
 
+#include "dmFindings.h"
+
 #include <algorithm>
 #include <map>
+#include <vector>
 
 namespace
 {
 
-constexpr DmFindingCode codes[] = {
+/// Of conversions; those of rules come from the rules.
+constexpr DmFindingCode conversions[] = {
     {"DM601", DmFinding::Error, "files that cannot be read"},
     {"DM602", DmFinding::Error, "mistakes in cut lists"},
     {"DM603", DmFinding::Warning, "things that are read otherwise than the list says"},
@@ -48,7 +52,8 @@ constexpr DmFindingCode codes[] = {
     {"DM734", DmFinding::Note, "what a list of media does not say"},
     {"DM735", DmFinding::Warning, "looks that differ on one medium"},
 };
-static_assert(std::ranges::is_sorted(codes, {}, [](const DmFindingCode& each) { return std::string_view(each.code); }));
+static_assert(std::ranges::is_sorted(conversions, {},
+                                     [](const DmFindingCode& each) { return std::string_view(each.code); }));
 
 } // namespace
 
@@ -95,11 +100,20 @@ std::string dmFindingsText(std::string_view fileName, std::span<const DmFinding>
 
 std::span<const DmFindingCode> dmFindingCodes()
 {
-    return codes;
+    static const std::vector<DmFindingCode> all = []
+    {
+        std::vector<DmFindingCode> codes;
+        for (const DmRule& rule : DmFindings::ownRules())
+            codes.push_back({rule.code, rule.severity, rule.line});
+        codes.insert(codes.end(), std::begin(conversions), std::end(conversions));
+        return codes;
+    }();
+    return all;
 }
 
 const DmFindingCode* dmFindingCode(std::string_view code)
 {
-    const auto* const found = std::ranges::find(codes, code, &DmFindingCode::code);
-    return found == std::end(codes) ? nullptr : found;
+    const std::span<const DmFindingCode> all = dmFindingCodes();
+    const auto found = std::ranges::find(all, code, &DmFindingCode::code);
+    return found == all.end() ? nullptr : &*found;
 }

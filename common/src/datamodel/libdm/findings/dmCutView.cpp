@@ -1,0 +1,198 @@
+#include "dmCutView.h"
+
+#include "dmElementImp.h"
+#include "dmGapNode.h"
+#include "dmSourceInput.h"
+#include "dmStoredLabel.h"
+#include "dmTreeIterator.h"
+
+#include <algorithm>
+#include <functional>
+#include <tuple>
+#include <unordered_map>
+
+namespace
+{
+
+const DmString noName;
+
+std::wstring_view lastPart(std::wstring_view path)
+{
+    const std::size_t slash = path.find_last_of(L"/\\");
+    return slash == path.npos ? path : path.substr(slash + 1);
+}
+
+/// Gives media their numbers. The texts stay with the nodes.
+class MediumNumbers
+{
+public:
+    int of(const DmSegmentNode& segment)
+    {
+        const DmSourceNames names(segment);
+        if (!names.path.empty())
+            return number({names.path, {}, 0});
+        if (!names.file.empty())
+            return number({names.file, {}, 1});
+        const DmString& clip = segment.getName();
+        if (!names.reel.empty() && !clip.empty() && clip != L"untitled")
+            return number({names.reel, clip.view(), 2});
+        return -1;
+    }
+
+private:
+    using Key = std::tuple<std::wstring_view, std::wstring_view, int>;
+    struct Hash
+    {
+        std::size_t operator()(const Key& key) const
+        {
+            const std::hash<std::wstring_view> hash;
+            return hash(std::get<0>(key)) * 31 + hash(std::get<1>(key)) * 3 +
+                   static_cast<std::size_t>(std::get<2>(key));
+        }
+    };
+
+    int number(const Key& key) { return _numbers.try_emplace(key, static_cast<int>(_numbers.size())).first->second; }
+
+    std::unordered_map<Key, int, Hash> _numbers;
+};
+
+std::string trackName(const DmTrackNode& track, int positionOfKind)
+{
+    const int number = track.getTrackNum() > 0 ? track.getTrackNum() : positionOfKind + 1;
+    return (track.getMediaType() == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(number);
+}
+
+/// The source that a gap of no length carries, which only the transitions beside it show.
+const DmSourceNode* carriedBy(const DmSegmentNode& segment)
+{
+    return segment.whatIs() == DM_GAP_NODE && segment.getRecLength() == 0.0
+               ? dynamic_cast<const DmSourceNode*>(segment.getBaseBlob())
+               : nullptr;
+}
+
+void addShots(DmLaneView& lane, DM::FrameCodeModes fcm, MediumNumbers& media)
+{
+    const DmLayerNode& layer = *lane.layer;
+    const int count = layer.getNbChildren();
+    lane.shots.reserve(static_cast<std::size_t>(count) / 2 + 1);
+    const auto mixLength = [&layer](int position)
+    {
+        const DmTransitionNode* const transition = dmTransition(layer.getChild(position));
+        return transition && transition->whatIs() == DM_TRX_EFFECT_NODE ? std::max(0.0, transition->getRecLength())
+                                                                        : 0.0;
+    };
+    for (int i = 0; i < count; ++i)
+    {
+        const DmSegmentNode* const standing = dmSegment(layer.getChild(i));
+        if (!standing)
+            continue;
+        const DmSourceNode* const carried = carriedBy(*standing);
+        const DmSegmentNode& segment = carried ? *carried : *standing;
+        const DmPlayedBeside beside{mixLength(i - 1), mixLength(i + 1)};
+        DmShotView shot{&segment,
+                        i,
+                        segment.whatIs() == DM_GAP_NODE,
+                        carried != nullptr,
+                        standing->getRecIn(),
+                        standing->getRecOut(),
+                        beside.before,
+                        beside.behind,
+                        DmPlayed(segment, fcm),
+                        dmMaterialOf(segment, fcm, beside)};
+        if (shot.material.kind == DmMaterial::Kind::Moving || shot.material.kind == DmMaterial::Kind::Still)
+            shot.medium = media.of(segment);
+        lane.shots.push_back(std::move(shot));
+    }
+}
+
+} // namespace
+
+const DmString& DmShotView::name() const
+{
+    return segment->getName() == L"untitled" ? noName : segment->getName();
+}
+
+DmSourceNames::DmSourceNames(const DmSegmentNode& segment)
+{
+    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
+    const DmSourceNode::Input* const input = source ? source->getSrcInput() : nullptr;
+    if (!input)
+        return;
+    if (const DmSourceInfo* const info = input->getSrcInfo())
+    {
+        path = info->getPath().view();
+        if (path.empty() && !info->getFileList().empty())
+            path = info->getFileList().front().view();
+        file = path.empty() ? info->getName().view() : lastPart(path);
+        reel = info->getReelName().view();
+    }
+    if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(input); derived && reel.empty())
+        reel = derived->getReelName().view();
+    if (const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(input))
+        reel = relinked->getReelName().view();
+    if (reel == L"AX" || reel == L"ax" || reel == L"BL" || reel == L"bl")
+        reel = {};
+}
+
+class DmCutViews::Collector final : public DmTreeVisitor
+{
+public:
+    explicit Collector(DmCutViews& views)
+        : DmTreeVisitor("DmCutViews")
+        , _views(views)
+    {
+    }
+
+    void visitRootNode(DmRoot* /*node*/) override { addCollection(); }
+    void visitReelNode(DmReelNode* /*node*/) override { addCollection(); }
+
+    void visitCompositionNode(DmCompositionNode* node) override
+    {
+        if (!_known.insert(node).second)
+            return;
+        DmCutView& cut = _views._cuts.emplace_back();
+        cut.composition = node;
+        cut.path = path()->text();
+        cut.index = static_cast<int>(_views._cuts.size()) - 1;
+        cut.isNested = path()->depth() > 0 && path()->index() < 0;
+        cut.isStrict = node->getOrigin() == DM_ORIGIN_STRICT;
+        cut.fcm = dmFcmFromText(node->getFCM());
+        int ofKind[2] = {0, 0};
+        for (int i = 0; i < node->getNbChildren(); ++i)
+        {
+            const auto* const track = dynamic_cast<const DmTrackNode*>(node->getChild(i));
+            if (!track)
+                continue;
+            const bool isPicture = track->getMediaType() != DM_MEDIA_AUDIO;
+            const int number = ofKind[isPicture ? 0 : 1]++;
+            for (int j = 0; j < track->getNbChildren(); ++j)
+                if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(j)))
+                {
+                    DmLaneView lane{track, layer, i, j, trackName(*track, number), isPicture, {}};
+                    addShots(lane, cut.fcm, _media);
+                    cut.lanes.push_back(std::move(lane));
+                }
+        }
+    }
+
+    void notFollowed(DmTreeNode* node, DmNotFollowed why) override
+    {
+        if (why != DmNotFollowed::Known)
+            _views._notFollowed.push_back({node, path()->text(), why});
+    }
+
+private:
+    void addCollection() { _views._collections.push_back({path()->node(), path()->text()}); }
+
+    DmCutViews& _views;
+    MediumNumbers _media;
+    std::unordered_set<const DmCompositionNode*> _known;
+};
+
+DmCutViews::DmCutViews(const DmTreeNode& tree)
+{
+    Collector collector(*this);
+    // Visitors are given nodes to change: this one changes none. What stands below itself is noted on the way.
+    static_cast<void>(
+        DmPreIt(const_cast<DmTreeNode*>(&tree), {.intoContainers = true, .sharedOnce = true}).apply(collector));
+}
