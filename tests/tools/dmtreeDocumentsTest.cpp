@@ -40,8 +40,9 @@ const std::string sameId = gapAt(0, "a") + R"(,{"DmCutNode":{"classId":6,"mediaT
 
 TEST(DmtreeCheck, FindsWhatBreaksTheRulesAndSaysWhere)
 {
-    const std::string sameIdFound = "-: violation: children[0]/children[0]/children[0]/children[2] at 00:00:00:10: "
-                                    "Segment \"untitled\" has non-unique ID: a.\n-: 1 violation\n";
+    const std::string sameIdText =
+        ": V1, 00:00:00:10: Its id \"a\" is that of the segment at 00:00:00:00, too [DM111]\n";
+    const std::string sameIdFound = "-: error" + sameIdText + "-: 1 violation\n";
     const struct
     {
         std::string document;
@@ -51,20 +52,21 @@ TEST(DmtreeCheck, FindsWhatBreaksTheRulesAndSaysWhere)
         {layerOf(twoGaps),
          {{},
           1,
-          "-: violation: children[0]/children[0]/children[0]/children[1] at 00:00:00:10: Missing transition.\n"
+          "-: error: V1, 00:00:00:10: Between it and the segment in front a cut is missing [DM103]\n"
           "-: 1 violation\n"}},
-        {layerOf(sameId), {{}, 0, "-: valid\n"}},
+        {layerOf(sameId), {{}, 0, "-: warning" + sameIdText + "-: valid\n"}},
+        {layerOf(sameId), {{"--fail-on-warning"}, 1, "..."}},
+        {layerOf(sameId, 5), {{"--exit-zero"}, 0, sameIdFound}},
+        {layerOf(sameId, 5), {{"--ignore", "id-twice"}, 0, "-: valid\n"}},
+        {layerOf(sameId, 5), {{"--select", "times,DM2"}, 0, "-: valid\n"}},
         {layerOf(sameId, 5), {{}, 1, sameIdFound}},
         {layerOf(sameId), {{"--all"}, 1, sameIdFound}},
         {R"({"DmRoot":{"children":[{}]}})",
-         {{}, 1, "-: violation: children[0]: Nothing stands here.\n-: 1 violation\n"}},
+         {{}, 1, "-: error: children[0]: Nothing stands here [DM101]\n-: 1 violation\n"}},
         {R"({"DmRoot":{"children":[{"DmReelNode":{"children":[{"DmTrackNode":{}}]}}]}})",
-         {{}, 1, "-: violation: children[0]/children[0]: It stands outside of a composition.\n-: 1 violation\n"}},
+         {{}, 1, "-: error: children[0]/children[0]: It stands outside of a composition [DM101]\n-: 1 violation\n"}},
         {layerOf(sourceOf(100, -5)),
-         {{},
-          0,
-          "-: warning: children[0]/children[0]/children[0]/children[0] at 00:00:00:00: shot: RelIn: -5.000000 < 0\n-: "
-          "valid\n"}},
+         {{}, 1, "-: error: shot, V1, 00:00:00:00: It begins 5 frames before its material [DM201]\n-: 1 violation\n"}},
         {"", {{}, 2, "-: unreadable: line 1, column 1: JSON parse error : The document is empty.\n"}},
         {R"({"DmRoot":{"chidren":[]}})",
          {{}, 2, "-: unreadable: line 1, column 22: Could not get property type 'chidren': Property not found\n"}},
@@ -98,7 +100,8 @@ TEST(DmtreeCheck, PrintsAnObjectALineForSchedulers)
         {{"check", "--json", "-", commercial, "/nowhere.json"},
          2,
          R"({"file":"-","result":"violations","violations":[{"path":"children[0]/children[0]/children[0]/children[1]",)"
-         R"("record":"00:00:00:10","message":"Missing transition."}],"warnings":[]})"
+         R"("record":"00:00:00:10","message":"Between it and the segment in front a cut is missing","code":"DM103",)"
+         R"("track":"V1"}],"warnings":[]})"
          "\n{\"file\":\"" +
              commercial +
              R"(","result":"valid","violations":[],"warnings":[]})"
@@ -115,7 +118,8 @@ TEST(DmtreeCheck, RepairsTheTimesOfSources)
     const std::string repaired = directory.path("repaired.json");
     check({{"check", "--repair", "-o", repaired, file},
            0,
-           "...warning: ...RecLength: 20.000000 > SrcLength: 15.000000..."});
+           file + ": mended: shot, V1, 00:00:00:00: It plays ...5 frames beyond the material's end... [DM201]\n" +
+               file + ": valid\n"});
     EXPECT_EQ(ZrTempDir::read(file), before);
     EXPECT_TRUE(matches(ZrTempDir::read(repaired), "...\"recLength\": 15.0..."));
     check({{"check", repaired}, 0, repaired + ": valid\n"});
@@ -204,9 +208,9 @@ TEST(DmtreeDocuments, WhatWouldBeChangedIsRefusedUnlessThatIsAskedFor)
         {{"convert", file, copy}, 2, "", "...:2:24: comment: 5 became \"5\"\n..."},
         {{"check", file},
          1,
-         file + ": violation: line 2, column 9: name: null is lost: the name stands again\n" + file +
-             ": violation: line 2, column 24: comment: 5 became \"5\"\n" + file + ": 2 violations\n"},
-        {{"check", "--lenient", file}, 0, "...warning: line 2, column 9...warning: ...: valid\n"},
+         file + ":2:9: error: name: null is lost: the name stands again [DM607]\n" + file +
+             ":2:24: error: comment: 5 became \"5\" [DM607]\n" + file + ": 2 violations\n"},
+        {{"check", "--lenient", file}, 0, "...:2:9: warning: ...:2:24: warning: ...: valid\n"},
         {{"dump", "--lenient", file}, 0, "...", "...2:24: warning: comment: 5 became \"5\"\n"},
         {{"info", "--lenient", file}, 0, "...", "...2:24: warning: comment: 5 became \"5\"\n"},
         {{"convert", "--lenient", file, copy}, 0, "", "...:2:24: warning: comment: 5 became \"5\"\n..."},

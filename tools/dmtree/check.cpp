@@ -1,180 +1,243 @@
-// dmtree check: what is wrong with documents, for a person's eyes or for a job scheduler's.
+// dmtree check: what is wrong with documents and cut lists, for a person's eyes or for a job scheduler's.
+#include "checkReport.h"
 #include "dmtree.h"
 #include "documents.h"
-#include "jsonLine.h"
+#include "modes.h"
 
 #include "dmTreeTool.h"
-#include "dmUtf8.h"
 
 #include <CLI/CLI.hpp>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <condition_variable>
+#include <cstdlib>
 #include <iostream>
+#include <map>
 #include <memory>
+#include <mutex>
+#include <sstream>
+#include <stdexcept>
 #include <string>
+#include <thread>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
 namespace
 {
 
-using dmtree::JsonLine;
-
 struct Options
 {
     std::vector<std::string> files;
     std::string output;
-    bool all = false;
+    std::string form = "text";
+    std::string explain;
+    std::string fcm;
+    DmFindingOptions rules;
+    unsigned jobs = 1;
     bool repair = false;
     bool json = false;
     bool lenient = false;
+    bool statistics = false;
+    bool failOnWarning = false;
+    bool exitZero = false;
 };
 
-struct Finding
+/// What reading had to say. A value that is not kept as it stands is a fault, unless that is asked for; what is taken
+/// for granted is said to who asks for it.
+void addReading(const std::vector<DmFinding>& found, const Options& options, const DmFindings& rules,
+                std::vector<DmFinding>& findings)
 {
-    const char* kind;
-    std::string path;    ///< of the node, from the root on
-    std::string record;  ///< label of its record time; empty where it has none
-    std::string message; ///< on one line
-};
-
-struct Report
-{
-    std::string error; ///< why the document is unreadable
-    std::vector<Finding> warnings;
-    std::vector<Finding> violations;
-};
-
-/// Notes what is wrong with the times of sources.
-void checkTimes(const DmRoot& root, std::vector<Finding>& findings)
-{
-    for (const DmFaultySource& source : DmTreeTool::findTimeFaults(&root))
-        for (const DmTimeFault& fault : source.faults)
-            findings.push_back(
-                {"warning", source.path, source.record, dmUtf8(source.source->getName()) + ": " + fault.text()});
-}
-
-/// Notes the violations of a composition, whose path is given.
-void checkComposition(DmCompositionNode& composition, const std::string& path, bool all, std::vector<Finding>& findings)
-{
-    const unsigned options = all ? DM_VALIDATE_ALL : DmTreeTool::getValidationOptions(&composition);
-    for (const DmTreeViolation& violation : DmTreeTool::findViolations(&composition, options))
-        findings.push_back({"violation", violation.path.empty() ? path : path + '/' + violation.path, violation.record,
-                            dmUtf8(violation.message)});
-}
-
-/// A root or a reel: the rules are those of compositions, so nothing else may stand where none looks at it.
-void checkCollection(DmTreeNode& collection, const std::string& path, bool all, std::vector<Finding>& findings)
-{
-    for (int i = 0; i < collection.getNbChildren(); ++i)
+    for (const DmFinding& each : found)
     {
-        const std::string childPath = path + "children[" + std::to_string(i) + ']';
-        DmTreeNode* const child = collection.getChild(i);
-        if (!child)
-            findings.push_back({"violation", childPath, "", "Nothing stands here."});
-        else if (child->whatIs() == DM_COMPOSITION_NODE)
-            checkComposition(static_cast<DmCompositionNode&>(*child), childPath, all, findings);
-        else if (child->whatIs() == DM_REEL_NODE)
-            checkCollection(*child, childPath + '/', all, findings);
-        else if (child->whatIs() != DM_BLOB_NODE)
-            findings.push_back({"violation", childPath, "", "It stands outside of a composition."});
-    }
-}
-
-/// What reading had to say: a value that is not kept as it stands is a fault, unless that is asked for.
-void addFindings(const std::vector<DmFinding>& findings, const Options& options, Report& report)
-{
-    for (const DmFinding& finding : findings)
-    {
-        if (finding.severity == DmFinding::Note)
+        if (!rules.isOn(each.code) || (each.severity == DmFinding::Note && options.rules.select.empty()))
             continue;
-        const bool isFault = dmtree::isChange(finding) && !options.lenient;
-        (isFault ? report.violations : report.warnings)
-            .push_back({isFault ? "violation" : "warning", dmtree::placeText(finding), finding.record, finding.text});
+        findings.push_back(each);
+        if (dmtree::isChange(each))
+            findings.back().severity = options.lenient ? DmFinding::Warning : DmFinding::Error;
     }
 }
 
-Report checkFile(const std::string& file, const Options& options)
+/// The node at a path, or the nearest one above it.
+const DmTreeNode* nodeAt(const DmTreeNode& root, const std::string& path)
 {
-    Report report;
+    const DmTreeNode* node = &root;
+    std::istringstream steps(path);
+    for (std::string step; std::getline(steps, step, '/');)
+    {
+        const DmTreeNode* next = nullptr;
+        if (step == "composition")
+            next = node->getNestedComposition();
+        else if (step.starts_with("children["))
+            next = node->getChild(std::atoi(step.c_str() + std::string_view("children[").size()));
+        if (!next)
+            break;
+        node = next;
+    }
+    return node;
+}
+
+/// Where in the list each finding's node came from, as far as the format tells.
+void addLines(const dmtree::Document& document, std::vector<DmFinding>& findings)
+{
+    if (document.places.empty())
+        return;
+    std::unordered_map<const DmTreeNode*, std::uint32_t> lines;
+    for (const interchange::NodePlace& place : document.places)
+        lines.try_emplace(place.node, place.line);
+    for (DmFinding& finding : findings)
+        if (const auto found = lines.find(nodeAt(*document.root, finding.nodePath)); found != lines.end())
+            finding.line = found->second;
+}
+
+dmtree::FileReport checkFile(const std::string& file, const Options& options, const DmFindings& rules)
+{
+    dmtree::FileReport report{file, {}, {}, {}};
     interchange::Options reading;
     reading.lenient = true; // a list with mistakes is checked, too
+    reading.places = true;
+    reading.fcm = dmtree::modeOf(options.fcm);
     dmtree::Document document = dmtree::openDocument(file, reading);
     if (options.repair && !options.lenient)
         document.refuseChanges();
     report.error = document.what();
     if (!document.root)
         return report;
-    addFindings(document.findings, options, report);
-    checkTimes(*document.root, report.warnings);
-    if (options.repair && DmTreeTool::repairTimes(document.root.get()) != DM_NO_ERROR)
-        report.warnings.push_back({"warning", "", "", "Not all times could be repaired"});
-    checkCollection(*document.root, "", options.all, report.violations);
+    addReading(document.findings, options, rules, report.findings);
+    std::vector<DmFinding> found = rules.find(*document.root);
     if (options.repair)
+    {
+        if (DmTreeTool::repairTimes(document.root.get()) != DM_NO_ERROR)
+            throw std::runtime_error(file + ": not all times could be repaired");
+        std::vector<DmFinding> left = rules.find(*document.root);
+        for (DmFinding& each : found)
+            if (std::ranges::find(left, each) == left.end())
+                report.mended.push_back(std::move(each));
+        found = std::move(left);
         dmtree::saveDocument(*document.root, options.output, DmTreeJsonBuilder::Layout::Environment);
+    }
+    addLines(document, found);
+    std::ranges::move(found, std::back_inserter(report.findings));
     return report;
 }
 
-std::string countOf(std::size_t count, const char* noun)
+int exitCodeOf(const dmtree::FileReport& report, const Options& options)
 {
-    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+    if (!report.error.empty())
+        return dmtree::Unusable;
+    const bool fails =
+        report.count(DmFinding::Error) != 0 || (options.failOnWarning && report.count(DmFinding::Warning) != 0);
+    return fails && !options.exitZero ? dmtree::Finding : dmtree::Fine;
 }
 
-void printText(const std::string& file, const Report& report)
+/// Reports come in the order of the files, whichever is done first; no more of them wait than there are jobs.
+class Jobs
 {
-    for (const auto* findings : {&report.warnings, &report.violations})
-        for (const Finding& finding : *findings)
-            std::cout << file << ": " << finding.kind << ": " << finding.path
-                      << (finding.record.empty() ? "" : " at " + finding.record) << ": " << finding.message << '\n';
-    std::cout << file << ": ";
-    if (!report.error.empty())
-        std::cout << "unreadable: " << report.error;
-    else if (report.violations.empty())
-        std::cout << "valid";
-    else
-        std::cout << countOf(report.violations.size(), "violation");
-    std::cout << '\n';
-}
-
-void printJson(const std::string& file, const Report& report)
-{
-    JsonLine line;
-    line.add("file", file);
-    if (!report.error.empty())
+public:
+    Jobs(const Options& options, const DmFindings& rules)
+        : _options(options)
+        , _rules(rules)
     {
-        std::cout << line.add("result", "unreadable").add("error", report.error).text() << '\n';
-        return;
+        const std::size_t count = std::min<std::size_t>(options.jobs, options.files.size());
+        for (std::size_t i = 0; count > 1 && i < count; ++i)
+            _threads.emplace_back([this] { work(); });
     }
-    line.add("result", report.violations.empty() ? "valid" : "violations");
-    for (const auto& [key, findings] : {std::pair("violations", &report.violations), {"warnings", &report.warnings}})
+    ~Jobs()
     {
-        std::vector<std::string> objects;
-        for (const Finding& finding : *findings)
         {
-            JsonLine object;
-            object.add("path", finding.path);
-            if (!finding.record.empty())
-                object.add("record", finding.record);
-            objects.emplace_back(object.add("message", finding.message).text());
+            const std::lock_guard lock(_mutex);
+            _next = _options.files.size();
+            _taken = _next;
         }
-        line.addObjects(key, objects);
+        _changed.notify_all();
+        for (std::thread& thread : _threads)
+            thread.join();
     }
-    std::cout << line.text() << '\n';
-}
+    Jobs(const Jobs&) = delete;
+    Jobs& operator=(const Jobs&) = delete;
+
+    dmtree::FileReport take()
+    {
+        if (_threads.empty())
+            return checkFile(_options.files[_taken++], _options, _rules);
+        std::unique_lock lock(_mutex);
+        _changed.wait(lock, [this] { return _done.contains(_taken); });
+        auto node = _done.extract(_taken++);
+        lock.unlock();
+        _changed.notify_all();
+        if (node.mapped().second)
+            std::rethrow_exception(node.mapped().second);
+        return std::move(node.mapped().first);
+    }
+
+private:
+    void work()
+    {
+        std::unique_lock lock(_mutex);
+        while (true)
+        {
+            _changed.wait(lock,
+                          [this] { return _next >= _options.files.size() || _next < _taken + 2 * _threads.size(); });
+            if (_next >= _options.files.size())
+                return;
+            const std::size_t mine = _next++;
+            lock.unlock();
+            std::pair<dmtree::FileReport, std::exception_ptr> result;
+            try
+            {
+                result.first = checkFile(_options.files[mine], _options, _rules);
+            }
+            catch (...)
+            {
+                result.second = std::current_exception();
+            }
+            lock.lock();
+            _done.emplace(mine, std::move(result));
+            _changed.notify_all();
+        }
+    }
+
+    const Options& _options;
+    const DmFindings& _rules;
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    std::size_t _next = 0;  ///< the file that is checked next
+    std::size_t _taken = 0; ///< the file whose report is wanted next
+    std::map<std::size_t, std::pair<dmtree::FileReport, std::exception_ptr>> _done;
+    std::vector<std::thread> _threads;
+};
 
 int checkAll(const Options& options)
 {
-    int worst = dmtree::Fine;
-    for (const std::string& file : options.files)
+    const DmFindings rules(options.rules);
+    if (!options.explain.empty())
     {
-        const Report report = checkFile(file, options);
-        (options.json ? printJson : printText)(file, report);
-        std::cout.flush(); // whoever watches a long run sees how far it is
-        const int code = !report.error.empty()        ? dmtree::Unusable
-                         : !report.violations.empty() ? dmtree::Finding
-                                                      : dmtree::Fine;
-        worst = std::max(worst, code);
+        const std::string text = dmtree::explain(rules, options.explain);
+        if (text.empty())
+            throw std::runtime_error("there is no rule \"" + options.explain + '"');
+        std::cout << text;
+        return dmtree::Fine;
     }
+    if (const std::vector<std::string> unknown = rules.unknownWords(); !unknown.empty())
+        throw std::runtime_error("there is no rule and no group \"" + unknown.front() + '"');
+
+    const bool colour = ::isatty(STDOUT_FILENO) == 1 && !std::getenv("NO_COLOR");
+    const std::unique_ptr<dmtree::CheckPrinter> printer =
+        options.statistics ? dmtree::statisticsPrinter()
+                           : dmtree::checkPrinter(options.json ? "json" : options.form, rules, colour);
+    int worst = dmtree::Fine;
+    Jobs jobs(options, rules);
+    printer->begin(std::cout);
+    for (std::size_t i = 0; i < options.files.size(); ++i)
+    {
+        const dmtree::FileReport report = jobs.take();
+        printer->print(std::cout, report);
+        std::cout.flush(); // whoever watches a long run sees how far it is
+        worst = std::max(worst, exitCodeOf(report, options));
+    }
+    printer->end(std::cout);
     return worst;
 }
 
@@ -182,10 +245,22 @@ int checkAll(const Options& options)
 
 void dmtree::addCheck(CLI::App& app, Run& run)
 {
-    CLI::App* const command = app.add_subcommand("check", "Look for what is wrong with documents");
+    CLI::App* const command = app.add_subcommand("check", "Look for what is wrong with documents and cut lists");
     const auto options = std::make_shared<Options>();
-    command->add_option("FILE", options->files, fileHelp)->required();
-    command->add_flag("--all", options->all, "Apply every rule, whatever the origin of a composition is");
+    command->add_option("FILE", options->files, fileHelp);
+    command->add_flag("--all", options->rules.all, "Apply every rule, whatever the origin of a composition is");
+    const auto words = [command](const char* name, std::vector<std::string>& to, const char* help)
+    { command->add_option(name, to, help)->type_name("RULE")->delimiter(',')->allow_extra_args(false); };
+    words("--select", options->rules.select, "Only these rules: by code, begin of a code, name or group, or all");
+    words("--ignore", options->rules.ignore, "None of these rules");
+    command->add_option("--explain", options->explain, "Say what a rule finds, why, and how to mend it")
+        ->type_name("RULE");
+    command->add_option("--handles", options->rules.handles, "Ask for N frames of material beside each shot")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber);
+    command->add_option("--fcm", options->fcm, std::string("The mode of lists that do not say theirs: ") + modeHelp)
+        ->type_name("MODE")
+        ->check(checkMode);
     CLI::Option* const repair =
         command->add_flag("--repair", options->repair, "Repair the times of sources and write the document to OUT");
     CLI::Option* const output =
@@ -194,18 +269,32 @@ void dmtree::addCheck(CLI::App& app, Run& run)
     output->needs(repair);
     dmtree::addLenient(*command, options->lenient);
     command->add_flag("--json", options->json, "Print one JSON object a file, on one line");
-    command->footer("Each violation and each warning is a line, and a line ends the report on each file:\n"
-                    "  FILE: valid\n"
-                    "  FILE: 3 violations\n"
-                    "  FILE: unreadable: WHY\n"
-                    "A value of a document that would not be kept as it stands is a violation; with --repair such a "
-                    "document\n"
-                    "is not opened. With --lenient it is a warning.\n"
-                    "With --repair, the violations are those of the document that was written.\n"
-                    "Exit code: 0, or 1 when there was a violation, or 2 when a file was unreadable.");
+    command->add_option("--output-format", options->form, "text, json (as --json), github or sarif")
+        ->type_name("FORM")
+        ->check(CLI::IsMember({"text", "json", "github", "sarif"}));
+    command->add_flag("--statistics", options->statistics, "Count the findings of each rule instead of naming them");
+    command->add_flag("--fail-on-warning", options->failOnWarning, "Exit with 1 for warnings, too");
+    command->add_flag("--exit-zero", options->exitZero, "Exit with 0 whatever is found");
+    command->add_option("-j,--jobs", options->jobs, "Check N files at once; reports keep the order of the files")
+        ->type_name("N")
+        ->check(CLI::Range(1U, 256U));
+    command->footer(
+        "Each finding is a line, and a line ends the report on each file:\n"
+        "  FILE:LINE: error|warning|note: CLIP, TRACK, RECORD TIME: TEXT [CODE]\n"
+        "  FILE: valid\n"
+        "  FILE: 3 violations\n"
+        "  FILE: unreadable: WHY\n"
+        "Violations are errors: a broken structure, times that cannot be played. A value of a document that "
+        "would not be\n"
+        "kept as it stands is one; with --repair such a document is not opened. With --lenient it is a "
+        "warning.\n"
+        "With --repair, the findings are those of the document that was written.\n"
+        "Exit code: 0, or 1 when there was an error, or 2 when a file was unreadable.");
     command->callback(
         [&run, options]
         {
+            if (options->explain.empty() && options->files.empty())
+                throw CLI::RequiredError("FILE");
             if (options->repair && options->files.size() > 1)
                 throw CLI::ValidationError("--repair takes one FILE");
             if (options->repair && options->output == "-")

@@ -122,7 +122,7 @@ Document openDocument(const std::string& path, const interchange::Options& optio
     // What nothing tells to be something else is a document.
     const std::string name = interchange::formatOfPath(path) ? path : ".json";
     interchange::Reading reading = interchange::readSource(input, options, name);
-    return {std::move(reading.root), std::move(reading.findings)};
+    return {std::move(reading.root), std::move(reading.findings), std::move(reading.places)};
 }
 
 bool isChange(const DmFinding& finding)

@@ -31,6 +31,7 @@ struct Document
 {
     CoSharedPtr<DmRoot> root; ///< null when the file is no document that can be read
     std::vector<DmFinding> findings;
+    std::vector<interchange::NodePlace> places; ///< when the options ask for them, and the format tells
 
     /// Why it cannot be read: the first error with its place, without the file's name; empty without one.
     std::string what() const;
