@@ -1,14 +1,14 @@
-/// The one way in which the library speaks to people: messages at five levels, filtered, then handed to a router.
+/// What the library tells people while it works: messages at five levels, filtered, then handed to a router.
 ///
 /// Call sites use the macros of CoMsgBuilder.h (a host) or zrPost.h (the library's own code). A host installs a process
 /// id callback before its first message and, if it wants messages elsewhere than on standard output, a router:
 ///
 ///     CoMsg::setCurrentPIDCallback(getpid);
-///     CoStderrLogger logger;                     // from here on: errors only, on standard error
+///     CoStderrLogger logger;                     // from here on standard error, and no warnings
 ///     ZR_MSG_ERROR("cannot open '%ls'", name);
 ///
-/// Posting is synchronous, takes no lock and is safe from any thread. Filter level, router, flags and callback are
-/// relaxed atomics; a router must outlive every post that may still use it, so switch routers at start-up and shutdown.
+/// Posting is synchronous and safe from any thread; the only lock is that of the stream printed to. Settings are
+/// atomics. A router must outlive every post that may still use it, so switch routers at start-up and shutdown.
 #pragma once
 
 #include "zrExport.h"
@@ -92,7 +92,7 @@ public:
     static const Router* defaultRouter();
 
     // The process id that messages carry.
-    /// Stores the callback and calls it once. Null is stored: the next message stops the process.
+    /// Stores the callback and calls it once. Null is stored: a message of the host's then stops the process.
     static void setCurrentPIDCallback(PIDCallback callback);
     static int callCurrentPIDCallback();
     /// Installs getpid if no callback is set.

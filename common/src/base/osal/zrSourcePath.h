@@ -1,6 +1,6 @@
-/// The name under which a source file speaks in messages and assertion texts: "common/src/base/<module>/src/<file>" or
-/// "common/src/datamodel/libdm/<file>", whatever room of libdm it stands in and wherever the tree was built. Computed
-/// at compile time from __FILE__; a file outside the library keeps the path that the compiler was given.
+/// The name under which a source file speaks in messages and assertion texts: its path from "common/src/" on, without
+/// extension, and without the room if it is of libdm ("common/src/datamodel/libdm/<file>"). Computed at compile time
+/// from __FILE__; a path without "common/src/" stays as the compiler was given it.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-/// The table of the frame-code modes, for this room's own use: all that the room knows about a mode is a row of it.
+/// The table of the frame-code modes, for this room's own use: a mode's rate, its names, and how its labels count.
 #pragma once
 
 #include "tuFcm.h"
@@ -63,14 +63,14 @@ constexpr const FcmRow& fcmRow(FrameCodeModes fcm)
     return fcmRows[slot < fcmRowIndex.size() ? fcmRowIndex[slot] : 0];
 }
 
-/// How a mode's labels are counted; 0 frames per second where there is no rate.
+/// How a mode's labels are counted; a positive number that is no mode is its own rate, any other gives 0.
 struct FcmCount
 {
     std::uint32_t fps;
     std::uint32_t dropped;
 };
 
-/// The exact rate; 0/1 where there is none.
+/// The exact rate; a positive number that is no mode is its own, any other gives 0/1.
 struct FcmRate
 {
     std::int32_t num;

@@ -1,9 +1,9 @@
-/// Effects that change a picture's colours and leave its shapes alone. Fresh ones change nothing.
+/// Effects that change a picture's colours and leave its shapes alone.
 #pragma once
 
 #include "dmEffect.h"
 
-/// A primary correction: master and one set of parameters for each of red, green and blue.
+/// A primary correction: of the picture as a whole, and gain, offset and gamma of red, green and blue by themselves.
 class ZR_DM_API DmColourSettings final : public DmEffect<DmColourSettings>
 {
 public:
@@ -31,7 +31,7 @@ private:
     int _correctionType = 0;
 };
 
-/// A look as the ASC CDL defines it: out = (in * slope + offset) ^ power for each component, then saturation.
+/// A look as the ASC CDL defines it: (in * slope + offset) ^ power, then saturation. A fresh one changes nothing.
 class ZR_DM_API DmLookSettings final : public DmEffect<DmLookSettings>
 {
 public:

@@ -15,7 +15,7 @@
 ///     };
 ///
 /// and in a source: `template class DmEffect<DmCompSettings>;` behind #include "dmEffectDefinition.h", which defines
-/// the members and registers the class. A class without attributes or channels leaves their table out; one that derives
+/// the members. A class without attributes or channels leaves their table out; one that derives
 /// from another effect, `DmEffect<T, Base>`, may leave `use` and tables to it. A class with channels and nothing else
 /// is one line: ZR_DM_CHANNEL_EFFECT.
 #pragma once

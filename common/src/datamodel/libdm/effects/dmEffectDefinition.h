@@ -1,5 +1,5 @@
 /// The members of DmEffect, for sources that define effect classes, a host's own included: `template class
-/// DmEffect<T>;` makes them for a class, which registers it.
+/// DmEffect<T>;` makes them for a class. What registers it is DmConcrete.
 #pragma once
 
 #include "dmDeclare.h"

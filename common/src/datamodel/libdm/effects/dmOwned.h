@@ -1,5 +1,5 @@
-/// Lists and maps that belong to their object alone: copying one clones what it holds, so a class whose members they
-/// are is copied deeply by the copy constructor that the compiler writes.
+/// Lists and maps of which a copy of their object has clones: a class with such members is copied deeply by the copy
+/// constructor that the compiler writes. A single set of this kind: dmOwnedRecord.h. What copies share: dmSlots.h.
 ///
 ///     DmOwnedList<DmKeyFrame> _keyFrames;
 ///     DmOwnedMap<DmAnimationChannel> _channels;

@@ -1,8 +1,8 @@
 /// Makes a model class known to the factory, under its own name. `class DmCueMark final : public DmConcrete<DmCueMark>`
-/// is all that it takes: the class supplies a constructor from `const DmNodeId&` that hands
-/// `DmPropertySetInit<T>::data()` to its base, and createList(); name, clone(), create() and the registration follow. A
-/// class that derives from DmPropertySet by itself says `static constexpr const wchar_t* className`, and registers in
-/// its source:
+/// has its name, clone(), create() and the registration from there; what it says itself is createList(), and a
+/// constructor from `const DmNodeId&` that hands `DmPropertySetInit<DmCueMark>::data()` to its base. A class that comes
+/// from DmPropertySet by itself says `static constexpr const wchar_t* className`, getPSetName() and clone(), too, and
+/// registers in its source:
 ///
 ///     static const DmPropertySetInit<HostNote> registration;
 #pragma once
@@ -14,7 +14,7 @@
 #include <mutex>
 #include <typeinfo>
 
-/// What there is once a process of every model class: its table of properties, its shared default, its creator. It is
+/// What a process has once of every model class: its table of properties, its shared default, its registration. It is
 /// found by the class's name, in the library, so that all code of a process finds the same one, however many libraries
 /// and programs the class's templates were compiled into.
 struct ZR_DM_API DmClassRecord

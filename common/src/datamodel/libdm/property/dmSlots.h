@@ -1,6 +1,6 @@
 /// Members that hold other property sets and know of which class: what a model class declares as nested-set, vector and
 /// map properties. The property layer stores them as their untyped bases and keeps objects of other classes out, so the
-/// casts here always hold.
+/// casts here always hold. A copy of the object shares what they hold; where it has clones: dmOwned.h, dmOwnedRecord.h.
 ///
 ///     DmNested<DmFrameResolution> _resolution;      // one, or null
 ///     DmSetList<DmCueMark> _cueMarks;               // in order; an element may be null

@@ -1,14 +1,14 @@
-/// Writes a tree for people: one line for each node, indented by its depth.
+/// Writes a tree for people: one line for each node, indented by its depth. A track of a composition in 25 fps:
 ///
-///     DmCompositionNode "Reel 1" "25 fps" from 01:00:00:00 length 00:00:12:00 tracks 1 marks 2
 ///       DmTrackNode "untitled" number 1 video layers 1
 ///         DmLayerNode "untitled" number 0 video from 01:00:00:00 length 00:00:12:00 elements 3
-///           DmSourceNode "shot 1" 01:00:00:00 - 01:00:08:00 id "a1" effect Colour plays 10:00:04:00 of MediaInput
-///           "A001" DmCutNode "untitled" 01:00:08:00 - 01:00:08:00 DmGapNode "untitled" 01:00:08:00 - 01:00:12:00
+///           DmSourceNode "shot 1" 01:00:00:00 - 01:00:08:00 effect Colour plays 10:00:04:00 of MediaInput "A001"
+///           DmCutNode "untitled" 01:00:08:00 - 01:00:08:00
+///           DmGapNode "untitled" 01:00:08:00 - 01:00:12:00
 ///
 /// Record times are labels as editors know them (DmCompositionNode::getRecordLabel); "plays" is where the range that
-/// plays begins, in the mode of the material. In a mode that is not defined, and without a default one, times are frame
-/// counts. Characters that would break a line are written as escapes. Usually through DmTreeTool::dump.
+/// plays begins: of a source in the mode of its material, of a container in that of the composition around it. Without
+/// any mode, times are frame counts. Characters that would break a line are escapes. Usually through DmTreeTool::dump.
 #pragma once
 
 #include "dmTreeVisitor.h"

@@ -1,5 +1,5 @@
-/// Makes a layer that keeps the rules: segments and transitions go in in record order, and the builder adds what must
-/// stand between them.
+/// Makes a layer in the order that the rules want: segments and transitions go in in record order, and the builder adds
+/// the cuts and gaps that must stand between them. What an element lacks by itself, a source its input, stays so.
 ///
 ///     DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
 ///     builder.append(source);          // at the end of what is there
@@ -9,12 +9,12 @@
 ///     builder.place(title);            // where it says: the hole in front of it becomes a gap, each seam a cut
 ///     CoSharedPtr<DmLayerNode> layer = builder.finish();
 ///
-/// Between two transitions, and at an end where a transition has no segment, stands a gap of no length. Elements are
+/// Between two transitions, and where a layer begins or ends with one, stands a gap of no length. Elements are
 /// shared, not copied; each goes in once. Times are frames of the composition's mode.
 ///
-/// An element that would break a rule is DM_BAD_VALUE and changes nothing: null, one that the layer holds already, of
-/// another media type, of a kind that layers do not take, of a length that is no time (or, for a segment that is no
-/// gap, is less than half a frame), or placed before the end of what is there. ZR_DEBUG_DM_LAYER_BUILDER posts each
+/// DM_BAD_VALUE, and nothing has changed, for an element that is null, that the layer holds already, that is of another
+/// media type or of a kind that layers do not take, whose length is negative or infinite (of a segment that is no gap:
+/// less than half a frame), or that is placed before the end of what is there. ZR_DEBUG_DM_LAYER_BUILDER posts each
 /// step.
 #pragma once
 

@@ -1,6 +1,6 @@
-/// A record that belongs to its object alone, although objects that never touch it share one: it begins as the frozen
-/// default of its class, is replaced by a copy of it when it is first asked for to be changed, and is cloned with its
-/// object.
+/// A record of an object, of which a copy of the object has a clone. Until a setter gives it another, it is what it was
+/// made as: null, or the frozen default of its class, which all such objects share, and which own() replaces by a copy
+/// that can be changed. Lists and maps of this kind: dmOwned.h. What copies of an object share: dmSlots.h.
 ///
 ///     DmOwnedRecord<DmFrameResolution> _resolution{dmSharedDefault<DmFrameResolution>()};
 ///

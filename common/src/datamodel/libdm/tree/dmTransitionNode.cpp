@@ -7,7 +7,7 @@ eDmErrorId DmTransitionNode::createList()
     return declare(*this, DmLeafNode::createList())
         .optional<RecIn>(L"recIn", _recIn, "The record time at which the transition begins.", dmFrames)
         .optional<RecLength>(L"recLength", _recLength, "How long it lasts; a cut has no length.", dmFrames)
-        .optional<RelIn>(L"relIn", _relIn, "The offset into the transition itself.", dmFrames)
+        .optional<RelIn>(L"relIn", _relIn, "How much of it lies before the cut that it covers.", dmFrames)
         .mandatory<MediaType>(L"mediaType", _mediaType, "Its medium: that of the layer.", dmMediaTypes)
         .status();
 }

@@ -1,5 +1,5 @@
-/// What stands between two segments of a layer and plays in the record time between them: "recIn" and "recLength" are
-/// frames of the composition's mode, "relIn" is the offset into the transition itself. A cut has no length.
+/// What stands between two segments of a layer, in the record time between them: "recIn", "recLength" and "relIn" are
+/// frames of the composition's mode. "relIn" is how much of it lies before the cut that it covers. A cut has no length.
 #pragma once
 
 #include "dmLeafNode.h"

@@ -1,6 +1,6 @@
 /// What is asked of, and done with, a timeline tree as a whole.
 ///
-/// Null nodes are answered, by false or by nothing. A tree that holds itself is refused by all that would follow it.
+/// Null nodes are answered, by false or by nothing. A tree that holds itself is refused, but by dump: that shows where.
 /// Threads: a tree that nobody changes may be asked from any number of threads.
 #pragma once
 
@@ -84,7 +84,7 @@ public:
 
     // Text
 
-    /// The tree as indented text, one node a line (DmAsciiDumpVisitor), with what containers hold. `maxDepth`: how many
+    /// The tree as indented text, one line for each node (DmAsciiDumpVisitor), containers' too. `maxDepth`: how many
     /// levels below the first node are shown; -1 for all. DM_BAD_VALUE for a tree that holds itself: all the rest is
     /// shown.
     static eDmErrorId dump(DmTreeNode* tree, std::ostream& out, int maxDepth = -1);

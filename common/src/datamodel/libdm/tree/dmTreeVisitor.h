@@ -1,4 +1,4 @@
-/// An operation over a tree: one function per class of node, each doing nothing until it is overridden.
+/// An operation over a tree: one function for each class of node, which does nothing until one is overridden.
 ///
 ///     class ClipCounter : public DmTreeVisitor
 ///     {
@@ -8,11 +8,11 @@
 ///         int clips = 0;
 ///     };
 ///
-/// DmTreeNode::accept calls the function of the node's own class and no other: a source is visited by visitSourceNode
-/// alone. What is not overridden goes on to the function of the node's kind, and from there to visitNode: a visitor
-/// that is about all segments overrides visitSegment, and meets those of classes that are yet to be written. The node
-/// is never null. Which nodes are visited, and in which order, is the business of whoever walks, for example of a
-/// DmPreIt.
+/// DmTreeNode::accept calls the function of the node's own class. One that is not overridden calls that of the node's
+/// kind, and that one visitNode; what is overridden calls nothing more unless it says so. So a visitor that is about
+/// all segments overrides visitSegment, and meets those of classes that are yet to be written. The node is never null.
+/// Which nodes are visited, and in which order, is the business of whoever walks, for example of a DmPreIt. A node that
+/// stands in several places is visited at each.
 #pragma once
 
 #include "zrExport.h"
