@@ -38,8 +38,10 @@ void checkDocument(const EdlList& list, Report& report)
     expect(root &&
                DmTreeTool::findViolations(dynamic_cast<DmCompositionNode*>(root->getChild(0)), DM_VALIDATE_ALL).empty(),
            report, writeEdl(list));
+    Options options;
+    options.fcm = list.fcm;
     const bool isWhole = report.count(Report::Warning) == 0;
-    const std::optional<EdlList> back = treeToEdl(*root, list.fcm, report);
+    const std::optional<EdlList> back = treeToEdl(*root, options, report);
     expect(back && (!isWhole || *back == list), report, writeEdl(list) + (back ? writeEdl(*back) : ""));
 }
 

@@ -13,6 +13,9 @@ const std::string list = "TITLE: Reel 1\n"
                          "002  A        V     C        01:00:02:00 01:00:02:00 10:00:02:00 10:00:02:00\n"
                          "002  B        V     D    024 02:00:00:00 02:00:02:00 10:00:02:00 10:00:04:00\n";
 
+/// As it is written: with its rate.
+const std::string rated = std::string(list).insert(list.find("001"), "* FRAME RATE: 25 fps\n");
+
 /// A folder of its own for a test, in which the commands run.
 class DmtreeConvert : public testing::Test
 {
@@ -36,10 +39,11 @@ TEST_F(DmtreeConvert, TurnsAListIntoADocumentAndBack)
     convert({{"--fcm", "25 fps", "in.EDL", "edit.json"}});
     EXPECT_TRUE(matches(read("edit.json"), "...\"25 fps\"..."));
     convert({{"edit.json", "out.edl"}});
-    EXPECT_EQ(read("out.edl"), list);
+    EXPECT_EQ(read("out.edl"), rated);
     // The rate that nobody named, and a list that is only put in order.
     convert({{"in.EDL", "tidy.edl"}, 0, "", "...in.EDL: note: ..."});
-    EXPECT_EQ(read("tidy.edl"), list);
+    convert({{"--fcm", "25 fps", "in.EDL", "tidy.edl"}});
+    convert({{"tidy.edl", "-", "--to", "edl"}, 0, rated, ""});
 }
 
 TEST_F(DmtreeConvert, NamesMistakesAndLeavesTheOutputAsItWas)
@@ -101,7 +105,7 @@ TEST_F(DmtreeConvert, ReplacesAListAsAWholeAndKeepsItsModeAndLink)
     std::filesystem::create_symlink("real.edl", _folder.path("link.edl"));
     convert({{"--fcm", "25 fps", "list.edl", "link.edl"}});
     EXPECT_TRUE(std::filesystem::is_symlink(_folder.path("link.edl")));
-    EXPECT_EQ(read("real.edl"), list);
+    EXPECT_EQ(read("real.edl"), rated);
     struct stat info = {};
     ASSERT_EQ(::stat(real.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0640U);

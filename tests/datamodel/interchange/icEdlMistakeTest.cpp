@@ -57,7 +57,7 @@ TEST(EdlMistake, IsAnErrorOrAWarningWithItsChoice)
          "the event begins before the one before it on its channel", "it stays where its record time is",
          good + " 01:00:00:00 01:00:02:00 09:00:00:00 09:00:02:00"},
         {"002  A AA/V C 01:00:00:00 01:00:02:00 10:00:01:24 10:00:03:24",
-         "the event begins before the one before it on its channel has ended", "it covers the end of that one",
+         "the event begins before the one before it on its channel has ended", "it covers that one",
          "002  A        AA/V  C        01:00:00:00 01:00:02:00 10:00:01:24 10:00:03:24"},
     };
     for (const Case& c : cases)
@@ -72,7 +72,7 @@ TEST(EdlMistake, IsAnErrorOrAWarningWithItsChoice)
         const std::string warning = "cut.edl:2: warning: " + std::string(c.what) + "; " + c.choice;
         EXPECT_TRUE(lenient.messages.starts_with(warning)) << lenient.messages;
         const std::string behind = c.lenient.empty() ? "" : c.lenient + "\n* ASC_SAT 0.5000\n* a note\n";
-        EXPECT_EQ(writeEdl(*lenient.list), "TITLE:\nFCM: NON-DROP FRAME\n" + (first + behind));
+        EXPECT_EQ(icTest::written(*lenient.list), "FCM: NON-DROP FRAME\n" + (first + behind));
     }
 }
 

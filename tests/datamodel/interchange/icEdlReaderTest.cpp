@@ -152,7 +152,7 @@ TEST(EdlReader, AttachesNotesToTheirEvent)
 TEST(EdlReader, KeepsALineThatItCannotRead)
 {
     const std::pair<const char*, const char*> cases[] = {
-        {">>> AVID", "'>>> AVID' is neither an event nor a known note"},
+        {"AVID", "'AVID' is neither an event nor a known note"},
         {"M2   A   fast   01:00:10:00", "the speed of the M2 line is missing or no number"},
         {"M2   A   1e9   01:00:10:00", "the speed of the M2 line is missing or no number"},
         {"M2   A   48   01:00:10:25", "the time code of the M2 line is out of range"},
@@ -298,15 +298,17 @@ TEST(EdlReader, GuessesTheRateFromWhatTheListDrops)
     {
         std::string text;
         DM::FrameCodeModes given, fcm;
-        const char* message;
+        std::string message;
     };
+    const std::string lowest = ", the lowest rate that has all labels; --fcm names another";
+    const std::string guessed = ": note: no frame rate was given: read as ";
     const std::string plain = eventLine("001 A V C");
     const std::string drop = "FCM: DROP FRAME\n";
     const auto none = DM::FCM_NOT_DEFINED;
     const Case cases[] = {
-        {plain, none, DM::FCM_24, ": note: no frame rate was given: read as 24 fps"},
-        {drop + plain, none, DM::FCM_29_97_DF, ": note: no frame rate was given: read as 29.97 fps DF"},
-        {plain + drop, none, DM::FCM_29_97_NDF, ": note: no frame rate was given: read as 29.97 fps NDF"},
+        {plain, none, DM::FCM_24, guessed + "24 fps" + lowest},
+        {drop + plain, none, DM::FCM_29_97_DF, guessed + "29.97 fps DF" + lowest},
+        {plain + drop, none, DM::FCM_29_97_NDF, guessed + "29.97 fps NDF" + lowest},
         {drop + plain, DM::FCM_25, DM::FCM_25,
          ":1: warning: drop frame means nothing at 25 frames per second: no label is dropped"},
         {drop + plain, DM::FCM_29_97_NDF, DM::FCM_29_97_DF,
@@ -316,7 +318,7 @@ TEST(EdlReader, GuessesTheRateFromWhatTheListDrops)
     {
         const icTest::Read result = read(c.text, c.given);
         EXPECT_EQ(result.list->fcm, c.fcm) << c.text;
-        EXPECT_EQ(result.messages, "cut.edl" + std::string(c.message) + "\n") << c.text;
+        EXPECT_EQ(result.messages, "cut.edl" + c.message + "\n") << c.text;
     }
     EXPECT_EQ(read(plain, static_cast<DM::FrameCodeModes>(7)).messages,
               "cut.edl: no frame-code mode has the number 7\n");

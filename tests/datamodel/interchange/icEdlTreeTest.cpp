@@ -44,8 +44,10 @@ struct Listed
 Listed toText(const DmRoot& root, DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED)
 {
     Report report;
-    const std::optional<EdlList> list = treeToEdl(root, fcm, report);
-    return {list ? writeEdl(*list) : "", report.toString("cut.json")};
+    Options options;
+    options.fcm = fcm;
+    const std::optional<EdlList> list = treeToEdl(root, options, report);
+    return {list ? icTest::written(*list) : "", report.toString("cut.json")};
 }
 
 const std::string head = "TITLE: T\nFCM: NON-DROP FRAME\n";
@@ -153,7 +155,7 @@ TEST(EdlTree, GivesEveryListBackEventForEvent)
         SCOPED_TRACE(c.feature);
         const icTest::Read result = icTest::read(c.text, c.fcm);
         ASSERT_TRUE(result.list) << result.messages;
-        EXPECT_EQ(writeEdl(*result.list), c.text);
+        EXPECT_EQ(icTest::written(*result.list), c.text);
         const Converted tree = toTree(*result.list);
         EXPECT_EQ(tree.messages, "");
 
@@ -180,13 +182,13 @@ TEST(EdlTree, PlacesSegmentsAndTransitionsInRecordTime)
               "DmCompositionNode \"T\" \"25 fps\" from 10:00:00:00 length 00:00:07:00 tracks 1\n"
               "  DmTrackNode \"V1\" number 1 video layers 1\n"
               "    DmLayerNode \"untitled\" number 0 video from 10:00:00:00 length 00:00:07:00 elements 7\n"
-              "      DmSourceNode \"untitled\" 10:00:00:00 - 10:00:02:00 id \"1-V1\" plays 01:00:00:00 of MediaInput\n"
+              "      DmSourceNode \"A\" 10:00:00:00 - 10:00:02:00 id \"A@90000#V1\" plays 01:00:00:00 of MediaInput\n"
               "      DmTrxEffectNode \"untitled\" 10:00:02:00 - 10:00:03:00 effect Wipe\n"
-              "      DmSourceNode \"untitled\" 10:00:03:00 - 10:00:04:00 id \"3-V1\" plays 02:00:01:00 of MediaInput\n"
+              "      DmSourceNode \"B\" 10:00:03:00 - 10:00:04:00 id \"B@180025#V1\" plays 02:00:01:00 of MediaInput\n"
               "      DmCutNode \"untitled\" 10:00:04:00 - 10:00:04:00\n"
               "      DmGapNode \"untitled\" 10:00:04:00 - 10:00:05:00\n"
               "      DmCutNode \"untitled\" 10:00:05:00 - 10:00:05:00\n"
-              "      DmSourceNode \"untitled\" 10:00:05:00 - 10:00:07:00 id \"4-V1\" effect VTimewarp plays "
+              "      DmSourceNode \"C\" 10:00:05:00 - 10:00:07:00 id \"C@270000#V1\" effect VTimewarp plays "
               "03:00:00:00 of MediaInput\n");
     EXPECT_EQ(dmUtf8(tree.composition().getStartTCStr()), "10:00:00:00");
     const auto& wipe = dynamic_cast<DmTrxEffectNode&>(*tree.layer().getChild(1));
@@ -202,20 +204,44 @@ TEST(EdlTree, PlacesSegmentsAndTransitionsInRecordTime)
 
 TEST(EdlTree, LetsTheLaterEventCoverTheEarlierOne)
 {
-    // In time, and in the list where two begin together; what is covered whole stays beside its gap of no length.
-    const icTest::Read result = icTest::read(head + "001 A V C 01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n"
-                                                    "002 B V C 02:00:00:00 02:00:02:00 10:00:02:00 10:00:04:00\n"
-                                                    "003 C V C 03:00:00:00 03:00:01:00 10:00:02:00 10:00:03:00\n"
-                                                    "004 D V C 04:00:00:00 04:00:01:00 09:00:00:00 09:00:01:00\n",
-                                             DM::FCM_25, Report::Lenient);
-    ASSERT_TRUE(result.list) << result.messages;
-    const Converted tree = toTree(*result.list);
-    EXPECT_EQ(tree.composition().getStartTC(), 9 * 3600 * 25);
-    EXPECT_EQ(toText(*tree.root).text,
-              head + "001  D        V     C        04:00:00:00 04:00:01:00 09:00:00:00 09:00:01:00\n"
-                     "002  A        V     C        01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n"
-                     "003  B        V     C        02:00:00:00 02:00:00:00 10:00:02:00 10:00:02:00\n"
-                     "004  C        V     C        03:00:00:00 03:00:01:00 10:00:02:00 10:00:03:00\n");
+    // In time, and in the list where two begin together; what is left of the earlier one goes on with its own frames,
+    // and what is covered whole stays beside a gap of no length.
+    const std::string a = "001  A        V     C        ";
+    const std::string b = "002  B        V     C        ";
+    const std::string c = "003  C        V     C        ";
+    const std::string laidOver = "02:00:00:00 02:00:02:00 10:00:02:00 10:00:04:00\n";
+    struct Case
+    {
+        std::string text;
+        std::string expected;
+    };
+    const Case cases[] = {
+        {a + "01:00:00:00 01:00:06:00 10:00:00:00 10:00:06:00\n" + b + laidOver,
+         a + "01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n" + b + laidOver +
+             "003  A        V     C        01:00:04:00 01:00:06:00 10:00:04:00 10:00:06:00\n* FROM CLIP NAME: A\n"},
+        {a + "01:00:00:00 01:00:12:00 10:00:00:00 10:00:06:00\nM2 A 050.0 01:00:00:00\n" + b + laidOver,
+         a + "01:00:00:00 01:00:04:00 10:00:00:00 10:00:02:00\nM2   A              050.0                01:00:00:00\n" +
+             b + laidOver +
+             "003  A        V     C        01:00:08:00 01:00:12:00 10:00:04:00 10:00:06:00\n"
+             "M2   A              050.0                01:00:08:00\n* FROM CLIP NAME: A\n"},
+        {a + "01:00:00:00 01:00:06:00 10:00:00:00 10:00:06:00\nM2 A -025.0 01:00:00:00\n" + b + laidOver,
+         a + "01:00:04:00 01:00:06:00 10:00:00:00 10:00:02:00\nM2   A              -025.0               01:00:04:00\n" +
+             b + laidOver +
+             "003  A        V     C        01:00:00:00 01:00:02:00 10:00:04:00 10:00:06:00\n"
+             "M2   A              -025.0               01:00:00:00\n* FROM CLIP NAME: A\n"},
+        {a + "01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n" + b + laidOver + c +
+             "03:00:00:00 03:00:02:00 10:00:02:00 10:00:04:00\n",
+         a + "01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n" + b +
+             "02:00:00:00 02:00:00:00 10:00:02:00 10:00:02:00\n" + c +
+             "03:00:00:00 03:00:02:00 10:00:02:00 10:00:04:00\n"},
+    };
+    for (const Case& each : cases)
+    {
+        const icTest::Read result = icTest::read(head + each.text, DM::FCM_25, Report::Lenient);
+        ASSERT_TRUE(result.list) << result.messages;
+        EXPECT_NE(result.messages.find("it covers that one"), result.messages.npos);
+        EXPECT_EQ(toText(*toTree(*result.list).root).text, head + each.expected);
+    }
 }
 
 TEST(EdlTree, SaysWhatOfAListItLeavesOut)
@@ -223,8 +249,8 @@ TEST(EdlTree, SaysWhatOfAListItLeavesOut)
     EXPECT_EQ(toTree(readClean(head + "001 A A C 01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n* ASC_SAT 0.5\n"
                                       "002 A NONE C 01:00:00:00 01:00:04:00 10:00:04:00 10:00:08:00\n"))
                   .messages,
-              "cut.edl: warning: events on no channel: left out\n"
-              "cut.edl: warning: colour corrections of events without a picture: left out\n");
+              "cut.edl:3: warning: A1, 10:00:00:00: colour corrections of events without a picture: left out\n"
+              "cut.edl:5: warning: 10:00:04:00: events on no channel: left out\n");
 }
 
 TEST(EdlTree, ShowsEditsInTheList)
@@ -315,24 +341,25 @@ TEST(EdlTree, WritesAnyDocumentAndSaysWhatAListCannot)
 
     const Listed list = toText(*root);
     EXPECT_EQ(list.text, "TITLE: Edit\nFCM: NON-DROP FRAME\n"
-                         "001  A        AA/V  C        00:00:04:10 00:00:06:10 01:00:00:00 01:00:02:00\n"
-                         "* FROM CLIP NAME: A\n"
-                         "002  A        V     C        00:00:06:10 00:00:06:10 01:00:02:00 01:00:02:00\n"
-                         "002  B        V     W001 025 00:00:08:15 00:00:10:16 01:00:02:00 01:00:04:01\n"
+                         "001  A        V     C        00:00:04:10 00:00:06:10 01:00:00:00 01:00:02:00\n"
+                         "AUD  3  4\n* FROM CLIP NAME: A\n"
+                         "002  Title    V2    C        00:00:00:00 00:00:02:00 01:00:00:00 01:00:02:00\n"
+                         "* FROM CLIP NAME: Title\n"
+                         "003  A        V     C        00:00:06:10 00:00:06:10 01:00:02:00 01:00:02:00\n"
+                         "003  B        V     W001 025 00:00:08:15 00:00:10:16 01:00:02:00 01:00:04:01\n"
                          "* FROM CLIP NAME: A\n* TO CLIP NAME: B\n"
                          "* LOC: 01:00:02:10 here\n"
-                         "003  AX       V     C        00:00:00:00 00:00:00:24 01:00:04:01 01:00:05:00\n");
+                         "004  AX       V     C        00:00:00:00 00:00:00:24 01:00:04:01 01:00:05:00\n");
     EXPECT_EQ(list.messages, "cut.json: warning: further compositions: left out\n"
                              "cut.json: warning: A, V1, 01:00:00:00: effects other than one constant speed and one "
                              "look: left out\n"
                              "cut.json: warning: A, V1, 01:00:00:00: effects other than one constant speed and one "
                              "look: left out\n"
-                             "cut.json: warning: A, V1, 01:00:00:00: times between two frames: moved to the nearest "
-                             "one\n"
                              "cut.json: warning: B, V1, 01:00:02:00: times between two frames: moved to the nearest "
                              "one\n"
+                             "cut.json: warning: V1, 01:00:04:00: times between two frames: moved to the nearest "
+                             "one\n"
                              "cut.json: warning: V1, 01:00:04:00: nested compositions: written as events of reel AX\n"
-                             "cut.json: warning: V2: further video tracks: left out\n"
                              "cut.json: warning: V1, 01:00:40:00: cue marks of the composition where no event plays: "
                              "left out\n");
     readClean(list.text);
@@ -343,7 +370,8 @@ TEST(EdlTree, NeedsACompositionAndAMode)
     const auto root = DmRoot::create();
     EXPECT_EQ(toText(*root).messages, "cut.json: the document holds no composition\n");
     root->addChild(DmCompositionNode::create(L"Edit", L"???", {}));
-    EXPECT_EQ(toText(*root).messages, "cut.json: the composition names no frame-code mode, and no other was given\n");
+    EXPECT_EQ(toText(*root).messages, "cut.json: the composition names no frame-code mode, and no other was given "
+                                      "(--fcm names one)\n");
     EXPECT_EQ(toText(*root, DM::FCM_25).text, "TITLE: Edit\nFCM: NON-DROP FRAME\n");
 }
 

@@ -7,11 +7,11 @@ using icTest::readClean;
 // How every other line is written, the lists show that a tree gives back (EdlTree).
 TEST(EdlWriter, KeepsColumnsThatNamesAndNumbersOutgrow)
 {
-    const char* const text = "TITLE:\nFCM: NON-DROP FRAME\n"
+    const char* const text = "FCM: NON-DROP FRAME\n"
                              "0999  A002_long.name V     W001 024 02:00:00:00 02:00:01:00 10:00:02:00 10:00:03:00\n"
                              "M2   A002_long.name       -012.5               02:00:00:00\n"
                              "1000  A        A2/V2 C        00:00:00:00 00:00:01:00 10:00:05:00 10:00:06:00\n";
-    EXPECT_EQ(writeEdl(*read(text).list), text);
+    EXPECT_EQ(icTest::written(*read(text).list), text);
 }
 
 TEST(EdlWriter, SaysWhichSideDropsFrames)
@@ -50,7 +50,7 @@ TEST(EdlWriter, SaysWhichSideDropsFrames)
             event.record = {event.record.out, event.record.out + 30};
             list.addEvent(event);
         }
-        EXPECT_EQ(writeEdl(list), "TITLE: Drop\n" + std::string(c.text));
+        EXPECT_EQ(icTest::written(list), "TITLE: Drop\n" + std::string(c.text));
         EXPECT_EQ(readClean(writeEdl(list), c.fcm), list) << c.text;
     }
 }
@@ -67,10 +67,10 @@ TEST(EdlWriter, AdaptsWhatALineCannotHold)
     event.record = {std::int64_t{24} * 90000, std::int64_t{24} * 90000 + 25};
     list.addEvent(event);
     list.addNote(NoteKind::FromClipName, list.keep(std::string("a\r\nb\0c ", 7)));
-    EXPECT_EQ(writeEdl(list), "TITLE: two lines\n"
-                              "FCM: NON-DROP FRAME\n"
-                              "007  AX       NONE  C        23:59:59:00 00:00:00:00 00:00:00:00 00:00:01:00\n"
-                              "* FROM CLIP NAME: a  b c\n");
+    EXPECT_EQ(icTest::written(list), "TITLE: two lines\n"
+                                     "FCM: NON-DROP FRAME\n"
+                                     "007  AX       NONE  C        23:59:59:00 00:00:00:00 00:00:00:00 00:00:01:00\n"
+                                     "* FROM CLIP NAME: a  b c\n");
 }
 
 TEST(EdlWriter, WritesNumbersThatReadBackEqual)

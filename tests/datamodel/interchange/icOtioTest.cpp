@@ -5,6 +5,7 @@
 #include "icOtioJson.h"
 #include "icOtioReader.h"
 #include "icOtioWriter.h"
+#include "icTestLists.h"
 #include "icTreeToEdl.h"
 
 #include "dmColourEffects.h"
@@ -554,7 +555,7 @@ TEST(Otio, CarriesCutListsThrough)
         EXPECT_NE(written.find(each.message), std::string::npos) << written;
         const CoSharedPtr<DmRoot> back = read(written.substr(0, written.find("cut.json"))).root;
         ASSERT_TRUE(back);
-        const std::string again = writeEdl(*treeToEdl(*back, DM::FCM_25, report));
+        const std::string again = icTest::written(*treeToEdl(*back, {}, report));
         EXPECT_EQ(again == text, each.written != nullptr) << again;
         EXPECT_NE(written.find(each.written ? each.written : ""), std::string::npos) << written;
     }

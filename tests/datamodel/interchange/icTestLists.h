@@ -29,6 +29,14 @@ inline Read read(std::string text, DM::FrameCodeModes fcm = DM::FCM_25,
     return result;
 }
 
+/// As it is written, but for the line that says the rate, which every list gets.
+inline std::string written(const interchange::EdlList& list)
+{
+    std::string text = interchange::writeEdl(list);
+    const std::size_t rate = text.find("* FRAME RATE: ");
+    return text.erase(rate, text.find('\n', rate) + 1 - rate);
+}
+
 /// An event line of one second at 25 fps.
 inline std::string eventLine(const std::string& front)
 {

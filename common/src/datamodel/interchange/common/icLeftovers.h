@@ -25,7 +25,7 @@ struct LeftoverType
 };
 
 /// Of cut lists; other formats hand on what they hold of a list's notes (icNotes.h).
-inline constexpr LeftoverType edlLeftover{"edl", 1};
+inline constexpr LeftoverType edlLeftover{"edl", 2};
 
 /// The text that travels with a node in exactly this version; none without.
 std::optional<std::string> leftoverOf(const DmTreeNode& node, LeftoverType type);

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
+#include <utility>
 
 namespace interchange
 {
@@ -13,29 +13,72 @@ namespace interchange
 namespace
 {
 
-constexpr int noteKinds = static_cast<int>(NoteKind::Split) + 1;
+/// By kind: what stands before its text in a list, and in a leftover.
+struct Wording
+{
+    std::string_view prefix;
+    std::string_view key;
+    bool isOfModel = false;
+};
+constexpr std::array<Wording, 12> wordings{{{"", "comment"},
+                                            {"", "line"},
+                                            {"FROM CLIP NAME: ", "from clip name", true},
+                                            {"TO CLIP NAME: ", "to clip name", true},
+                                            {"KEY CLIP NAME: ", "key clip name"},
+                                            {"SOURCE FILE: ", "source file", true},
+                                            {"SOURCE PATH: ", "source path", true},
+                                            {"EFFECTS NAME IS ", "effect name"},
+                                            {"SPLIT:    ", "split"},
+                                            {"FROM FILE: ", "from file", true},
+                                            {"FROM CLIP: ", "from clip", true},
+                                            {"FINAL CUT PRO REEL: ", "final cut pro reel"}}};
+
+constexpr LeftoverType firstVersion{"edl", 1};
+
+/// The first version: a line of "key=value" words, with a reel last, then notes by the numbers of their kinds.
+std::string fromFirstVersion(std::string_view text)
+{
+    std::string made;
+    const auto add = [&made](std::string_view key, std::string_view value)
+    { made.append(made.empty() ? "" : "\n").append(key).append(": ").append(value); };
+    std::string_view fields = text.substr(0, text.find('\n'));
+    text.remove_prefix(fields.size());
+    constexpr std::string_view reel = "reel=";
+    if (const std::size_t at = fields.find(reel); at != fields.npos)
+    {
+        add("reel", trimmed(fields.substr(at + reel.size())));
+        fields = fields.substr(0, at);
+    }
+    while (!trimmed(fields).empty())
+    {
+        const std::string_view word = takeFirstWord(fields);
+        const std::size_t equals = std::min(word.find('='), word.size());
+        add(word.substr(0, equals), word.substr(std::min(equals + 1, word.size())));
+    }
+    std::vector<Note> notes;
+    while (!text.empty())
+    {
+        text.remove_prefix(1);
+        std::string_view line = trimmed(text.substr(0, text.find('\n')));
+        text.remove_prefix(std::min(text.find('\n'), text.size()));
+        const std::optional<int> kind = toNumber<int>(takeFirstWord(line));
+        if (kind && *kind >= 0 && std::cmp_less(*kind, wordings.size()))
+            notes.push_back({static_cast<NoteKind>(*kind), std::string(line)});
+    }
+    appendNoteLines(made, notes);
+    return made;
+}
 
 } // namespace
 
 std::string_view notePrefix(NoteKind kind)
 {
-    constexpr std::array<std::string_view, 9> prefixes{"",
-                                                       "",
-                                                       "FROM CLIP NAME: ",
-                                                       "TO CLIP NAME: ",
-                                                       "KEY CLIP NAME: ",
-                                                       "SOURCE FILE: ",
-                                                       "SOURCE PATH: ",
-                                                       "EFFECTS NAME IS ",
-                                                       "SPLIT:    "};
-    return prefixes[static_cast<std::size_t>(kind)];
+    return wordings[static_cast<std::size_t>(kind)].prefix;
 }
 
 bool isOfModel(NoteKind kind)
 {
-    constexpr std::array kinds{NoteKind::FromClipName, NoteKind::ToClipName, NoteKind::SourceFile,
-                               NoteKind::SourcePath};
-    return std::ranges::find(kinds, kind) != kinds.end();
+    return wordings[static_cast<std::size_t>(kind)].isOfModel;
 }
 
 std::string noteText(const Note& note)
@@ -45,43 +88,79 @@ std::string noteText(const Note& note)
 
 Note noteOf(std::string_view text)
 {
-    for (int i = 0; i < noteKinds; ++i)
+    for (std::size_t i = 0; i < wordings.size(); ++i)
     {
-        const auto kind = static_cast<NoteKind>(i);
-        const std::string_view prefix = trimmed(notePrefix(kind));
+        const std::string_view prefix = trimmed(wordings[i].prefix);
         if (!prefix.empty() && text.starts_with(prefix))
-            return {kind, std::string(trimmed(text.substr(prefix.size())))};
+            return {static_cast<NoteKind>(i), std::string(trimmed(text.substr(prefix.size())))};
     }
     return {NoteKind::Comment, std::string(text)};
+}
+
+bool isPath(std::string_view text)
+{
+    return text.find_first_of("/\\") != text.npos;
 }
 
 void appendNoteLines(std::string& text, const std::vector<Note>& notes)
 {
     for (const Note& note : notes)
-        text.append("\n").append(std::to_string(static_cast<int>(note.kind))).append(" ").append(note.text);
+    {
+        text.append(text.empty() ? "" : "\n").append(wordings[static_cast<std::size_t>(note.kind)].key).append(": ");
+        std::ranges::replace_copy_if(
+            note.text, std::back_inserter(text), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    }
 }
 
-std::vector<Note> readNoteLines(std::string_view lines)
+std::optional<Note> noteOfLine(std::string_view line)
 {
-    std::vector<Note> notes;
-    while (!lines.empty())
-    {
-        const std::size_t end = std::min(lines.find('\n'), lines.size());
-        std::string_view line = trimmed(lines.substr(0, end));
-        lines.remove_prefix(std::min(end + 1, lines.size()));
-        const std::optional<int> kind = toNumber<int>(takeFirstWord(line));
-        if (kind && *kind >= 0 && *kind < noteKinds)
-            notes.push_back({static_cast<NoteKind>(*kind), std::string(line)});
-    }
-    return notes;
+    const std::size_t colon = std::min(line.find(": "), line.size());
+    const auto* const found = std::ranges::find(wordings, line.substr(0, colon), &Wording::key);
+    if (found == wordings.end())
+        return std::nullopt;
+    return Note{static_cast<NoteKind>(found - wordings.begin()),
+                std::string(line.substr(std::min(colon + 2, line.size())))};
+}
+
+std::optional<std::string> edlLeftoverOf(const DmTreeNode& node)
+{
+    if (std::optional<std::string> text = leftoverOf(node, edlLeftover))
+        return text;
+    const std::optional<std::string> old = leftoverOf(node, firstVersion);
+    return old ? std::optional(fromFirstVersion(*old)) : std::nullopt;
+}
+
+eDmErrorId setEdlLeftover(DmTreeNode& node, std::string_view text)
+{
+    const eDmErrorId status = setLeftover(node, firstVersion, {});
+    return status == DM_NO_ERROR ? setLeftover(node, edlLeftover, text) : status;
 }
 
 std::vector<Note> notesOf(const DmTreeNode& node)
 {
-    const std::optional<std::string> text = leftoverOf(node, edlLeftover);
-    if (!text)
-        return {};
-    return readNoteLines(std::string_view(*text).substr(std::min(text->find('\n'), text->size())));
+    std::vector<Note> notes;
+    const std::optional<std::string> text = edlLeftoverOf(node);
+    if (text)
+        forEachLine(*text,
+                    [&notes](std::string_view line)
+                    {
+                        if (std::optional<Note> note = noteOfLine(line))
+                            notes.push_back(std::move(*note));
+                    });
+    return notes;
+}
+
+std::string withNotes(std::string_view leftover, const std::vector<Note>& notes)
+{
+    std::string text;
+    forEachLine(leftover,
+                [&text](std::string_view line)
+                {
+                    if (!noteOfLine(line))
+                        text.append(text.empty() ? "" : "\n").append(line);
+                });
+    appendNoteLines(text, notes);
+    return text;
 }
 
 } // namespace interchange

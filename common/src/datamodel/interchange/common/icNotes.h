@@ -1,10 +1,12 @@
 /// What cut lists say in words beside their events: notes, each of a kind. They travel in the leftover of the format
-/// "edl", one a line behind its first: its kind's number, a blank, its text.
+/// "edl", one a line: "comment: cut on Tuesday".
 #pragma once
 
+#include "dmErrorId.h"
 #include "dmTreeNode.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,7 +24,10 @@ enum class NoteKind : std::uint8_t
     SourceFile,
     SourcePath,
     EffectName,
-    Split ///< a split edit: which side is delayed, and by how much
+    Split, ///< a split edit: which side is delayed, and by how much
+    FromFile,
+    FromClip,
+    Reel ///< "LONG REPLACED BY: SHORT", a reel's name before a system shortened it
 };
 
 /// What stands before the text of a note of a kind, behind the "* " of those that have one.
@@ -44,12 +49,24 @@ std::string noteText(const Note& note);
 /// The note that such a text is: a comment, unless it begins like one of another kind.
 Note noteOf(std::string_view text);
 
-/// The lines of notes, each with its line end before it.
-void appendNoteLines(std::string& text, const std::vector<Note>& notes);
-/// What cannot be read is passed over.
-std::vector<Note> readNoteLines(std::string_view lines);
+/// Whether such a text stands for a path of a file, and not only for its name.
+bool isPath(std::string_view text);
 
-/// The notes that travel with a node; none where it has no leftover of cut lists.
+// In leftovers
+
+/// Lines of notes behind those that stand there.
+void appendNoteLines(std::string& text, const std::vector<Note>& notes);
+/// The note that a line is; none for one that says something else.
+std::optional<Note> noteOfLine(std::string_view line);
+
+/// The leftover of cut lists that travels with a node, whichever version it was written in, in the form of the version
+/// that is written now; none without.
+std::optional<std::string> edlLeftoverOf(const DmTreeNode& node);
+/// Puts one in the place of that of any version.
+[[nodiscard]] eDmErrorId setEdlLeftover(DmTreeNode& node, std::string_view text);
+/// The notes in it.
 std::vector<Note> notesOf(const DmTreeNode& node);
+/// A leftover with other notes.
+std::string withNotes(std::string_view leftover, const std::vector<Note>& notes);
 
 } // namespace interchange

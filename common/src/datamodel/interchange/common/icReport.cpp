@@ -37,17 +37,13 @@ void Report::add(const char* code, Level level, std::uint32_t line, std::string 
     finding.code = code;
     finding.line = line;
     finding.text = std::move(text);
-    if (line == 0)
-    {
-        finding.nodePath = _where.path;
-        if (_where.node && !(_where.node->getName() == L"untitled"))
-            finding.clip = dmUtf8(_where.node->getName());
-        if (_where.track != 0)
-            finding.track = (_where.mediaType == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(_where.track);
-        if (_where.time != dmNoTime && _where.fcm != DM::FCM_NOT_DEFINED)
-            appendTimeLabel(finding.record, static_cast<std::int64_t>(std::clamp(_where.time, -limit, limit)),
-                            _where.fcm);
-    }
+    finding.nodePath = _where.path;
+    if (_where.node && !(_where.node->getName() == L"untitled"))
+        finding.clip = dmUtf8(_where.node->getName());
+    if (_where.track != 0)
+        finding.track = (_where.mediaType == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(_where.track);
+    if (_where.time != dmNoTime && _where.fcm != DM::FCM_NOT_DEFINED)
+        appendTimeLabel(finding.record, static_cast<std::int64_t>(std::clamp(_where.time, -limit, limit)), _where.fcm);
     add(std::move(finding));
 }
 

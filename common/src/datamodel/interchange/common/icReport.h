@@ -81,7 +81,7 @@ public:
     void mistake(std::uint32_t line, std::string what, std::string_view choice);
     /// Something that the form written or read cannot say, where the conversion is.
     void lose(const Loss& loss, std::uint32_t line = 0);
-    /// The conversion has come there: what is added without a line from now on is about that.
+    /// The conversion has come there: what is added from now on is about that.
     void at(const Where& where) { _where = where; }
     /// To be called in a catch block: makes an error of what was thrown, and of a setter that was refused what it is.
     void addException();

@@ -61,6 +61,14 @@ std::string_view trimmed(std::string_view text)
     return text;
 }
 
+bool blankControls(std::string& text)
+{
+    const auto isControl = [](char c) { return (static_cast<unsigned char>(c) < ' ' && c != '\t') || c == '\x7F'; };
+    const auto first = std::ranges::find_if(text, isControl);
+    std::replace_if(first, text.end(), isControl, ' ');
+    return first != text.end();
+}
+
 std::string_view takeFirstWord(std::string_view& text)
 {
     std::size_t end = 0;

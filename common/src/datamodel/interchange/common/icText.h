@@ -6,6 +6,7 @@
 
 #include "dmString.h"
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <string>
@@ -34,6 +35,21 @@ inline char toUpper(char c)
 std::string_view trimmed(std::string_view text);
 std::string_view takeFirstWord(std::string_view& text);
 std::string_view takeLastWord(std::string_view& text);
+
+/// Calls `take` with each line, without its end.
+template <typename Take>
+void forEachLine(std::string_view text, Take&& take)
+{
+    while (!text.empty())
+    {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        take(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+}
+
+/// Makes a blank of every control character but tabs; false where there is none.
+bool blankControls(std::string& text);
 
 // Comparison; `upper` is given in upper case
 

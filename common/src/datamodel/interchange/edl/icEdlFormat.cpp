@@ -49,12 +49,12 @@ public:
     CoSharedPtr<DmRoot> read(Source& source, const Options& options, Report& report) const override
     {
         const std::optional<EdlList> list = readEdl(source.readAll(), options.fcm, report);
-        return list ? edlToTree(*list, report) : CoSharedPtr<DmRoot>();
+        return list ? edlToTree(*list, report, options.places) : CoSharedPtr<DmRoot>();
     }
 
     bool write(const DmRoot& root, Sink& sink, const Options& options, Report& report) const override
     {
-        const std::optional<EdlList> list = treeToEdl(root, options.fcm, report);
+        const std::optional<EdlList> list = treeToEdl(root, options, report);
         return list && sink.write(writeEdl(*list));
     }
 };

@@ -53,7 +53,8 @@ constexpr std::array<TransitionCode, 7> transitionCodes{{{"C", EdlTransition::Cu
                                                          {"B", EdlTransition::KeyBackground, false},
                                                          {"O", EdlTransition::KeyOut, false}}};
 
-/// Takes the transition off the end of what stands before the time codes: "C", "D 024", "W001 024", "K B", "KB", ...
+/// Takes the transition off the end of what stands before the time codes: "C", "D 024", "W001 024", "K B (F)", "KB",
+/// ...
 Wrong parseTransition(std::string_view& text, EdlEvent& event)
 {
     std::string_view word = takeLastWord(text);
@@ -65,19 +66,26 @@ Wrong parseTransition(std::string_view& text, EdlEvent& event)
             return "transition length " + quoted(word) + " is out of range";
         word = takeLastWord(text);
     }
+    constexpr std::string_view fades = "(F)";
+    event.keyFades = word.size() >= fades.size() && equalsNoCase(word.substr(word.size() - fades.size()), fades);
+    if (event.keyFades)
+        word.remove_suffix(fades.size());
+    if (event.keyFades && word.empty())
+        word = takeLastWord(text);
     const std::optional<std::uint16_t> pattern =
         startsWithNoCase(word, "W") ? toNumber<std::uint16_t>(word.substr(1)) : std::nullopt;
     const auto* const code = std::ranges::find_if(transitionCodes, [&](const TransitionCode& candidate)
                                                   { return equalsNoCase(word, candidate.text); });
     const bool lacksKey = code != transitionCodes.end() && (code->text == "B" || code->text == "O") &&
                           !equalsNoCase(takeLastWord(text), "K");
-    if (!pattern && (code == transitionCodes.end() || lacksKey))
+    const bool isKey = code != transitionCodes.end() && toUpper(word.front()) != 'C' && toUpper(word.front()) != 'D';
+    if (!pattern && (code == transitionCodes.end() || lacksKey || (event.keyFades && !isKey)))
         return word.empty() ? "no transition" : quoted(word) + " is no transition";
     if (!length && (pattern || code->needsLength))
         return "no transition length";
     event.transition = pattern ? EdlTransition::Wipe : code->transition;
     event.wipePattern = pattern.value_or(0);
-    event.transitionLength = event.isTransition() ? length.value_or(0) : 0;
+    event.transitionLength = event.transition == EdlTransition::Cut ? 0 : length.value_or(0);
     return std::nullopt;
 }
 

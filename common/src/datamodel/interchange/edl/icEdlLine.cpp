@@ -5,6 +5,7 @@
 
 #include "dmADissolveSettings.h"
 #include "dmATimewarpSettings.h"
+#include "dmPlayed.h"
 #include "dmStoredLabel.h"
 #include "dmTimewarpSettings.h"
 #include "dmUtf8.h"
@@ -33,20 +34,14 @@ constexpr Loss otherGenerator{"DM715", "written as events of reel AX"};
 constexpr Loss mutedSegment{"DM716", "written as if they played"};
 constexpr Loss betweenFrames{"DM717", "moved to the nearest one"};
 constexpr Loss otherRate{"DM718", "written with the in-time of the same wall-clock time"};
-constexpr Loss beforeZero{"DM719", "written as zero"};
+constexpr Loss beforeZero{"DM719", "written as those of the day before"};
 constexpr Loss markLength{"DM720", "written as points"};
 constexpr Loss markColour{"DM721", "written in the nearest one"};
 constexpr Loss timelessMark{"DM722", "left out"};
+constexpr Loss controls{"DM733", "control characters are written as blanks"};
 
 constexpr std::string_view noReel = "AX";
 constexpr std::string_view blackReel = "BL";
-
-/// Of the one channel that there is.
-int channelNumber(EdlChannels channel)
-{
-    const std::uint64_t bits = channel.video | channel.audio;
-    return bits == 0 ? 0 : 1 + std::countr_zero(bits);
-}
 
 /// What is empty leaves the note of the kind that there may be.
 void setNote(EdlLine& line, NoteKind kind, const std::string& text)
@@ -87,36 +82,42 @@ EdlLine EdlLineMaker::outgoingLine(const DmTrxEffectNode& mix, const DmTreeNode*
     line.reel = previous && previous->whatIs() != DM_GAP_NODE ? noReel : blackReel;
     if (const auto* const source = dynamic_cast<const DmSourceNode*>(previous))
     {
-        line.reel = reel(source->getSrcInput(), nullptr);
-        const double start = materialStart(source->getSrcInput(), line.event.sourceDrop);
-        line.event.source.in = frames(start + source->getRelIn() + source->getRecLength());
+        const std::optional<EdlKept> kept = EdlKept::of(*source);
+        line.reel = reel(source->getSrcInput(), kept ? &*kept : nullptr);
+        const Range range = rangeOf(*source, line.event.sourceDrop);
+        line.event.source.in = std::llround(range.speed > 0 ? range.out : range.in);
         line.event.source.out = line.event.source.in;
+        setSpeed(line, range.speed, kept ? &*kept : nullptr);
+        if (line.event.speed)
+            line.event.speed->at = line.event.source.in;
     }
+    clean(line);
     return line;
 }
 
-EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const DmTrxEffectNode* mix, EdlChannels channel)
+EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const Part& part)
 {
+    const DmTrxEffectNode* const mix = part.mix;
+    const EdlKept* const kept = part.kept;
     const double mixLength = mix ? mix->getRecLength() : 0.0;
-    const std::optional<EdlKept> found = EdlKept::of(segment);
-    const EdlKept* const kept = found ? &*found : nullptr;
     EdlLine line;
-    line.event.channels = channel;
+    line.event.channels = part.channel;
     line.event.sourceDrop = DM::FcmUtil::isDropFrame(_fcm);
     line.event.record.in = frames(_offset + segment.getRecIn() - mixLength);
-    line.event.record.out = frames(_offset + segment.getRecOut());
+    line.event.record.out = frames(_offset + part.recOut);
     line.event.source.out = line.event.record.length();
     if (kept)
     {
         line.event.number = kept->number;
-        line.event.transition = kept->transition;
-        line.event.wipePattern = kept->wipePattern;
-        line.event.transitionLength = kept->transitionLength;
+        if (kept->transition != EdlTransition::Wipe)
+        {
+            line.event.transition = kept->transition;
+            line.event.keyFades = kept->keyFades;
+            line.event.transitionLength = kept->transitionLength;
+        }
     }
     if (mix)
         setTransition(line, *mix, kept);
-    _report.at(
-        {&segment, segment.getMediaType(), channelNumber(channel), _offset + segment.getRecIn() - mixLength, _fcm, {}});
     if (segment.getMuted())
         _report.lose(mutedSegment);
     if (segment.whatIs() == DM_GAP_NODE)
@@ -124,9 +125,10 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const DmTrxEffectNode* 
         line.reel = blackReel;
         return line;
     }
+    setEffects(line, segment);
     if (const auto* const source = dynamic_cast<const DmSourceNode*>(&segment))
     {
-        setMaterial(line, *source, mixLength, kept);
+        setMaterial(line, *source, part);
         setNotes(line, *source, kept, line.event.isTransition());
     }
     else
@@ -135,12 +137,24 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const DmTrxEffectNode* 
         line.reel = noReel;
         line.notes = notesOf(segment);
         setNote(line, mix ? NoteKind::ToClipName : NoteKind::FromClipName, clipName(segment));
-        setEffects(line, segment, nullptr);
+        line.medium = clipName(segment);
     }
     for (const DmPropertySetPtr& mark : segment.getSegmentMarks())
         if (mark)
             addMark(line, static_cast<const DmCueMark&>(*mark), segment.getRecIn() - segment.getRelIn());
+    clean(line);
     return line;
+}
+
+void EdlLineMaker::clean(EdlLine& line)
+{
+    bool hadControls = blankControls(line.reel);
+    for (Note& note : line.notes)
+        hadControls |= blankControls(note.text);
+    for (EdlLine::Mark& mark : line.marks)
+        hadControls |= blankControls(mark.text);
+    if (hadControls)
+        _report.lose(controls);
 }
 
 void EdlLineMaker::setTransition(EdlLine& line, const DmTrxEffectNode& mix, const EdlKept* kept)
@@ -178,7 +192,7 @@ std::string EdlLineMaker::reel(const DmSourceNode::Input* input, const EdlKept* 
         if (!isBlack && !isBars)
             _report.lose(otherGenerator);
         const EdlReelKind kind = isBlack ? EdlReelKind::Black : isBars ? EdlReelKind::Bars : EdlReelKind::Tape;
-        if (kept && !kept->reel.empty() && edlReelKind(kept->reel) == kind)
+        if (kept && !kept->reel.empty() && edlReelKind(kept->reel) == kind && kind != EdlReelKind::Tape)
             return kept->reel;
         return std::string(isBlack ? blackReel : isBars ? "BARS" : noReel);
     }
@@ -190,7 +204,14 @@ std::string EdlLineMaker::reel(const DmSourceNode::Input* input, const EdlKept* 
                                      info ? &info->getReelName() : nullptr};
     for (const DmString* const name : names)
         if (name && !name->empty())
-            return dmUtf8(*name);
+        {
+            std::string text = dmUtf8(*name);
+            if (kept && kept->position && EdlReels::isPlain(text))
+                _reels.know(text, text);
+            else if (kept && !kept->reel.empty() && text == (kept->longReel.empty() ? kept->reel : kept->longReel))
+                _reels.know(text, kept->reel);
+            return text;
+        }
     return std::string(noReel);
 }
 
@@ -214,95 +235,127 @@ double EdlLineMaker::materialStart(const DmSourceNode::Input* input, bool& drop)
     return std::round(time.getFrames());
 }
 
-void EdlLineMaker::setMaterial(EdlLine& line, const DmSourceNode& source, double mixLength, const EdlKept* kept)
+EdlLineMaker::Range EdlLineMaker::rangeOf(const DmSourceNode& source, bool& drop)
 {
-    EdlEvent& event = line.event;
-    const DmSourceNode::Input* const input = source.getSrcInput();
-    line.reel = reel(input, kept);
-    double in = materialStart(input, event.sourceDrop);
-    const bool isStill = input && input->getSrcLength() <= 1.0 && source.getRelIn() == 0.0;
-    if (!isStill)
-        in += source.getRelIn() - mixLength;
-    if (in < 0)
-        _report.lose(beforeZero);
-    event.source.in = std::max<std::int64_t>(0, frames(in));
-
-    const double speed = setEffects(line, source, kept);
-    const bool isGenerated = dynamic_cast<const DmSourceNode::GeneratedInput*>(input) != nullptr;
-    if (kept && kept->recordLength == event.record.length() && (isGenerated || kept->source.in == event.source.in))
-        event.source = kept->source;
-    else
+    const double start = materialStart(source.getSrcInput(), drop);
+    const DmPlayed played(source, _fcm);
+    switch (played.motion())
     {
-        if (isGenerated && kept && kept->recordLength >= 0)
-            event.source.in = kept->source.in;
-        const double length = static_cast<double>(event.record.length()) * std::abs(speed);
-        event.source.out = event.source.in + (speed == 0 ? 1 : static_cast<std::int64_t>(std::round(length)));
-    }
-    if (event.speed)
-    {
-        const bool isAsBefore = kept && kept->speed && kept->speed->fps == event.speed->fps;
-        event.speed->at = isAsBefore && kept->source.in == event.source.in ? kept->speed->at : event.source.in;
+    case DmPlayed::Motion::Constant:
+    case DmPlayed::Motion::Freeze:
+        return {start + played.begin() / played.rate(), start + played.end() / played.rate(), played.speed()};
+    default:
+        return {start + source.getRelIn(), start + source.getRelIn() + source.getRecLength(), 1.0};
     }
 }
 
-double EdlLineMaker::setEffects(EdlLine& line, const DmSegmentNode& segment, const EdlKept* kept)
+void EdlLineMaker::setMaterial(EdlLine& line, const DmSourceNode& source, const Part& part)
 {
-    std::optional<double> speed;
-    bool isOfSound = false;
-    for (const DmPropertySetPtr& effect : segment.getEffects())
-    {
-        const auto* const warp = dynamic_cast<const DmTimewarpSettings*>(effect.get());
-        const auto* const soundWarp = dynamic_cast<const DmATimewarpSettings*>(effect.get());
-        const auto* const look = dynamic_cast<const DmLookSettings*>(effect.get());
-        if (warp && !warp->isConstantSpeed())
-            _report.lose(changingSpeed);
-        else if (warp && !speed)
-            speed = warp->getSpeed();
-        else if (soundWarp && !speed && soundWarp->getRatio() > 0)
-        {
-            speed = 1.0 / static_cast<double>(soundWarp->getRatio());
-            isOfSound = true;
-        }
-        else if (look && !line.look)
-            line.look = toLook(*look);
-        else if (effect)
-            _report.lose(lostEffect);
-    }
-    const std::optional<EdlSpeed> before = kept ? kept->speed : std::nullopt;
+    EdlEvent& event = line.event;
+    const EdlKept* const kept = part.kept;
+    const DmSourceNode::Input* const input = source.getSrcInput();
+    line.reel = reel(input, kept);
+    Range range = rangeOf(source, event.sourceDrop);
+    // In front of the segment plays what its transition has of it, and of its end what nobody covers.
+    const double mixed = part.mix ? part.mix->getRecLength() : 0.0;
+    const double covered = source.getRecOut() - part.recOut;
+    const bool isReverse = range.speed < 0;
+    range.in += isReverse ? -covered * range.speed : -mixed * range.speed;
+    range.out += isReverse ? -mixed * range.speed : -covered * range.speed;
+
+    setSpeed(line, range.speed, kept);
+    event.source.in = frames(range.in);
+    const bool isGenerated = dynamic_cast<const DmSourceNode::GeneratedInput*>(input) != nullptr;
+    if (isGenerated && kept && kept->recordLength >= 0)
+        event.source.in = kept->source.in;
+    else if (range.in < 0)
+        _report.lose(beforeZero);
+    const bool isFreeze = range.speed == 0;
+    event.source.out = range.speed == 1.0 ? event.source.in + event.record.length()
+                       : isFreeze         ? event.source.in + 1
+                                  : std::max(event.source.in, static_cast<std::int64_t>(std::llround(range.out)));
+    const bool isAsBefore = kept && kept->recordLength == event.record.length() && kept->source.in == event.source.in;
+    const bool isSpeedAsBefore = !event.speed || (kept && kept->speed && kept->speed->fps == event.speed->fps);
+    if (isAsBefore && isSpeedAsBefore && event.speed.has_value() == kept->speed.has_value())
+        event.source = kept->source;
+    if (event.speed)
+        event.speed->at = kept && kept->speed && isSpeedAsBefore && kept->source.in == event.source.in
+                              ? kept->speed->at
+                              : event.source.in;
+
+    const DmSourceInfo* const info = input ? input->getSrcInfo() : nullptr;
+    line.medium = info && !info->getPath().empty() ? dmUtf8(info->getPath()) : line.reel + '\n' + clipName(source);
+}
+
+void EdlLineMaker::setSpeed(EdlLine& line, double speed, const EdlKept* kept) const
+{
     const double rate =
         DM::FcmUtil::getDoubleFPS(line.event.sourceDrop ? DM::FcmUtil::toDrop(_fcm) : DM::FcmUtil::toNonDrop(_fcm));
-    // The list's own figure, as long as the effect still is what was made of it.
-    const auto isAsBefore = [&]
+    // The list's own figure, as long as the speed still is what was made of it.
+    constexpr double tolerance = 1e-9;
+    if (kept && kept->speed && std::abs(kept->plays.value_or(kept->speed->fps / rate) - speed) <= tolerance)
     {
-        if (!before)
-            return false;
-        if (segment.getMediaType() == DM_MEDIA_AUDIO && before->fps <= 0)
-            return !speed;
-        return speed && (isOfSound ? 1.0 / static_cast<double>(static_cast<float>(rate / before->fps)) == *speed
-                                   : before->fps / rate == *speed);
-    };
-    if (isAsBefore())
-        line.event.speed = EdlSpeed{before->fps, 0};
-    else if (speed && std::isfinite(*speed) && (*speed != 1.0 || before))
+        line.event.speed = EdlSpeed{kept->speed->fps, 0};
+        line.speedReel = kept->speedReel;
+    }
+    else if (std::isfinite(speed) && std::abs(speed - 1.0) > tolerance)
     {
         constexpr double places = 1e6;
-        line.event.speed = EdlSpeed{std::round(*speed * rate * places) / places, 0};
+        line.event.speed = EdlSpeed{std::round(speed * rate * places) / places, 0};
     }
-    return line.event.speed ? line.event.speed->fps / rate : 1.0;
+}
+
+void EdlLineMaker::setEffects(EdlLine& line, const DmSegmentNode& segment)
+{
+    bool hasSpeed = false;
+    for (const DmPropertySetPtr& effect : segment.getEffects())
+    {
+        const auto* const settings = dynamic_cast<const DmEffectSettings*>(effect.get());
+        const auto* const warp = dynamic_cast<const DmTimewarpSettings*>(effect.get());
+        const auto* const look = dynamic_cast<const DmLookSettings*>(effect.get());
+        const bool isSpeed = !hasSpeed && settings && !settings->isMuted() &&
+                             (warp || dynamic_cast<const DmATimewarpSettings*>(effect.get()));
+        hasSpeed = hasSpeed || isSpeed;
+        if (isSpeed && warp && !warp->isConstantSpeed())
+            _report.lose(changingSpeed);
+        else if (look && !line.look)
+            line.look = toLook(*look);
+        else if (effect && !isSpeed)
+            _report.lose(lostEffect);
+    }
 }
 
 void EdlLineMaker::setNotes(EdlLine& line, const DmSourceNode& source, const EdlKept* kept, bool isMix)
 {
     line.notes = kept ? kept->notes : std::vector<Note>();
-    const DmSourceInfo* const info = source.getSrcInput() ? source.getSrcInput()->getSrcInfo() : nullptr;
+    std::vector<Note>& notes = line.notes;
+    const std::string name = clipName(source);
+    const auto to = std::ranges::find(notes, NoteKind::ToClipName, &Note::kind);
+    const auto from = std::ranges::find(notes, NoteKind::FromClipName, &Note::kind);
+    // Its transition has gone, and with it the clip that it came from.
+    if (!isMix && to != notes.end() && from != notes.end() && to->text == name && from->text != name)
+        notes.erase(to);
     const bool hasTo = isMix && (!kept || kept->find(NoteKind::ToClipName));
-    const std::pair<NoteKind, std::string> values[] = {
-        {hasTo ? NoteKind::ToClipName : NoteKind::FromClipName, clipName(source)},
-        {NoteKind::SourceFile, info ? dmUtf8(info->getName()) : std::string()},
-        {NoteKind::SourcePath, info ? dmUtf8(info->getPath()) : std::string()},
+    EdlKept now;
+    now.notes = notes;
+    now.speed = line.event.speed;
+    const bool isNamed = (clipNote(notes, isMix) && clipNameOf(now, {}, isMix) == name) ||
+                         (kept && !kept->madeName.empty() && kept->madeName == name);
+    if (!isNamed)
+        setNote(line, hasTo ? NoteKind::ToClipName : NoteKind::FromClipName, name);
+    const DmSourceInfo* const info = source.getSrcInput() ? source.getSrcInput()->getSrcInfo() : nullptr;
+    const auto set = [&](const Note* (*of)(const std::vector<Note>&), NoteKind kind, const std::string& value)
+    {
+        const Note* const note = of(notes);
+        if (note && !value.empty())
+            notes[static_cast<std::size_t>(note - notes.data())].text = value;
+        else
+            setNote(line, kind, value);
     };
-    for (const auto& [kind, value] : values)
-        setNote(line, kind, value);
+    if (!info)
+        return;
+    set(fileNote, NoteKind::SourceFile, dmUtf8(info->getName()));
+    set(pathNote, NoteKind::SourcePath, dmUtf8(info->getPath()));
 }
 
 void EdlLineMaker::addMark(EdlLine& line, const DmCueMark& mark, double origin)

@@ -5,9 +5,11 @@
 
 #include "icEdlKept.h"
 #include "icEdlList.h"
+#include "icEdlReels.h"
 #include "icReport.h"
 
 #include "dmCueMark.h"
+#include "dmPlayed.h"
 #include "dmSegmentNode.h"
 #include "dmSourceInput.h"
 #include "dmSourceNode.h"
@@ -33,6 +35,8 @@ struct EdlLine
 
     EdlEvent event; ///< with the texts beside it, until the list keeps them
     std::string reel;
+    std::string speedReel;
+    std::string medium; ///< by which one clip on several channels is known
     std::vector<Note> notes;
     std::vector<Mark> marks;
     std::optional<Look> look;
@@ -42,34 +46,51 @@ class EdlLineMaker
 {
 public:
     /// `offset` leads from the record times of nodes to those of the list. The report is told what lines cannot say.
-    EdlLineMaker(DM::FrameCodeModes fcm, double offset, Report& report)
+    EdlLineMaker(DM::FrameCodeModes fcm, double offset, Report& report, EdlReels& reels)
         : _fcm(fcm)
         , _offset(offset)
         , _report(report)
+        , _reels(reels)
     {
     }
 
-    /// Of a segment, with the transition in front of it, if there is one.
-    EdlLine line(const DmSegmentNode& segment, const DmTrxEffectNode* mix, EdlChannels channel);
+    struct Part
+    {
+        const DmTrxEffectNode* mix; ///< in front of it; null for none
+        EdlChannels channel;
+        double recOut;       ///< where it ends, or where a later one covers it
+        const EdlKept* kept; ///< what it has of the list that it came from; null for nothing
+    };
+    EdlLine line(const DmSegmentNode& segment, const Part& part);
     /// The line of no length that says what a transition comes from.
     EdlLine outgoingLine(const DmTrxEffectNode& mix, const DmTreeNode* previous, EdlChannels channel);
     /// `origin` is the record time that the mark's time counts from.
     void addMark(EdlLine& line, const DmCueMark& mark, double origin);
 
 private:
+    /// A part of the material, in frames of the list, beside the speed that it plays at.
+    struct Range
+    {
+        double in;
+        double out;
+        double speed;
+    };
     std::int64_t frames(double time);
     void setTransition(EdlLine& line, const DmTrxEffectNode& mix, const EdlKept* kept);
-    void setMaterial(EdlLine& line, const DmSourceNode& source, double mixLength, const EdlKept* kept);
+    void setMaterial(EdlLine& line, const DmSourceNode& source, const Part& part);
+    Range rangeOf(const DmSourceNode& source, bool& drop);
     std::string reel(const DmSourceNode::Input* input, const EdlKept* kept);
     /// Where an input's material starts, in the list's mode or its source mode.
     double materialStart(const DmSourceNode::Input* input, bool& drop);
-    /// The speed; 1 without an effect.
-    double setEffects(EdlLine& line, const DmSegmentNode& segment, const EdlKept* kept);
+    void setSpeed(EdlLine& line, double speed, const EdlKept* kept) const;
+    void setEffects(EdlLine& line, const DmSegmentNode& segment);
     void setNotes(EdlLine& line, const DmSourceNode& source, const EdlKept* kept, bool isMix);
+    void clean(EdlLine& line);
 
     DM::FrameCodeModes _fcm;
     double _offset;
     Report& _report;
+    EdlReels& _reels;
 };
 
 /// The name of a node; empty for one that nobody has named.

@@ -3,6 +3,7 @@
 #include "icText.h"
 
 #include <algorithm>
+#include <cmath>
 #include <tuple>
 
 namespace interchange
@@ -11,12 +12,36 @@ namespace interchange
 void EdlList::clear()
 {
     title = {};
+    isUntitled = hasOwnOrder = false;
     fcm = DM::FCM_NOT_DEFINED;
     events.clear();
     notes.clear();
     markers.clear();
     looks.clear();
     headNotes = {};
+}
+
+double EdlList::speedOf(const EdlEvent& event) const
+{
+    if (!event.speed)
+        return 1.0;
+    const double fps = event.speed->fps;
+    const double exact = DM::FcmUtil::getDoubleFPS(sourceFcm(event));
+    const double nominal = DM::FcmUtil::getIntFPS(sourceFcm(event));
+    const double cut = std::floor(exact * 10) / 10;
+    const auto source = static_cast<double>(event.source.length());
+    const auto record = static_cast<double>(event.record.length());
+    if (exact == nominal)
+        return fps / exact;
+    if (source == record && std::abs(fps) >= cut && std::abs(fps) <= nominal)
+        return std::copysign(1.0, fps);
+    const auto deviation = [=](double speed) { return std::abs(source - record * std::abs(speed)); };
+    const double difference = deviation(fps / exact) - deviation(fps / nominal);
+    if (std::abs(difference) >= 1.0)
+        return difference < 0 ? fps / exact : fps / nominal;
+    // Of a short event both do: people set whole percents.
+    const auto unevenness = [](double speed) { return std::abs(speed * 100 - std::round(speed * 100)); };
+    return unevenness(fps / exact) < unevenness(fps / nominal) ? fps / exact : fps / nominal;
 }
 
 EdlEvent& EdlList::addEvent(const EdlEvent& event)
@@ -56,10 +81,12 @@ bool operator==(const EdlList& a, const EdlList& b)
     const auto fields = [](const EdlEvent& event)
     {
         return std::tie(event.number, event.reel, event.channels, event.transition, event.sourceDrop, event.wipePattern,
-                        event.transitionLength, event.source, event.record, event.speed);
+                        event.keyFades, event.transitionLength, event.source, event.record, event.speed,
+                        event.speedReel);
     };
     const auto sameLook = [](const Look* x, const Look* y) { return x && y ? *x == *y : x == y; };
-    return a.title == b.title && a.fcm == b.fcm && std::ranges::equal(a.notesOf(a.headNotes), b.notesOf(b.headNotes)) &&
+    return a.title == b.title && a.isUntitled == b.isUntitled && a.hasOwnOrder == b.hasOwnOrder && a.fcm == b.fcm &&
+           std::ranges::equal(a.notesOf(a.headNotes), b.notesOf(b.headNotes)) &&
            std::ranges::equal(a.events, b.events,
                               [&](const EdlEvent& x, const EdlEvent& y)
                               {

@@ -111,11 +111,13 @@ struct EdlEvent
     EdlTransition transition = EdlTransition::Cut;
     bool sourceDrop = false;            ///< source times count in the list's drop-frame mode
     std::uint16_t wipePattern = 0;      ///< SMPTE number of a wipe
+    bool keyFades = false;              ///< a key with "(F)"
     std::uint32_t transitionLength = 0; ///< frames, from the record in-time on
     EdlRange source;
     EdlRange record;
     std::optional<EdlSpeed> speed;
-    std::int32_t look = -1; ///< index into EdlList::looks; -1: none
+    std::string_view speedReel; ///< of the speed's line, where that is another one
+    std::int32_t look = -1;     ///< index into EdlList::looks; -1: none
     EdlRun notes;
     EdlRun markers;
 
@@ -132,6 +134,8 @@ public:
     EdlList& operator=(const EdlList&) = delete;
 
     std::string_view title;
+    bool isUntitled = false;  ///< there is no title line
+    bool hasOwnOrder = false; ///< by reels and source times, say: not by record times
     /// Mode of the record side: of the list as a whole. It also gives the rate of every source.
     DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED;
     std::vector<EdlEvent> events;
@@ -146,6 +150,10 @@ public:
     {
         return event.sourceDrop ? DM::FcmUtil::toDrop(fcm) : DM::FcmUtil::toNonDrop(fcm);
     }
+    /// The speed that an M2 line gives the event; 1 without one. At the 1000/1001 rates such lines count true frames or
+    /// nominal ones, as the system has it that wrote them, often cut to a tenth: what accounts for the event's lengths
+    /// is meant.
+    double speedOf(const EdlEvent& event) const;
     std::span<const EdlNote> notesOf(EdlRun run) const { return {notes.data() + run.first, run.count}; }
     std::span<const EdlNote> notesOf(const EdlEvent& event) const { return notesOf(event.notes); }
     std::span<const EdlMarker> markersOf(const EdlEvent& event) const

@@ -9,6 +9,9 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <span>
+#include <utility>
+#include <vector>
 
 namespace interchange
 {
@@ -70,26 +73,39 @@ bool isKey(const EdlEvent& event)
 
 constexpr std::string_view leftOut = "the event is left out";
 
+/// Where nobody says it, a list counts at the lowest of these rates in which all its labels exist.
+constexpr std::array guesses{DM::FCM_24, DM::FCM_25, DM::FCM_29_97_NDF, DM::FCM_50, DM::FCM_59_94_NDF};
+
+/// Who says at which rate a list counts.
+enum class Certainty : std::uint8_t
+{
+    Given,  ///< the caller
+    Stated, ///< the list
+    Guessed
+};
+
 class Reader
 {
 public:
-    /// `given`: the rate is the caller's; otherwise it is a guess that a statement of drop frame overthrows.
-    Reader(EdlList& list, std::string_view text, DM::FrameCodeModes rate, bool given, Report& report)
+    Reader(EdlList& list, std::string_view text, DM::FrameCodeModes rate, Certainty certainty, Report& report)
         : _list(list)
         , _lines(text)
         , _report(report)
         , _rate(rate)
         , _nonDropMode(DM::FcmUtil::toNonDrop(rate))
         , _dropMode(DM::FcmUtil::toDrop(rate))
-        , _given(given)
+        , _certainty(certainty)
     {
         // More than most lists need; memory that is not used costs nothing.
         _list.events.reserve(text.size() / 100);
         _list.notes.reserve(text.size() / 60);
     }
 
-    /// False: the list drops frames at a rate that was only a guess and has no drop-frame form.
+    /// False: the list is to be read at another rate, as the list says or as its labels do.
     bool read();
+    DM::FrameCodeModes otherRate() const { return _otherRate; }
+    /// As a FRAME RATE comment says; not defined without one.
+    DM::FrameCodeModes statedRate() const { return _statedRate; }
 
 private:
     struct Keyword;
@@ -101,6 +117,7 @@ private:
     bool takeKeyword(std::string_view text, bool starred);
     bool title(std::string_view text);
     bool fcm(std::string_view text);
+    bool frameRate(std::string_view text);
     bool speed(std::string_view text);
     bool audio(std::string_view text);
     bool locator(std::string_view text);
@@ -115,13 +132,18 @@ private:
     std::int64_t frames(const TimeLabel& label, DM::FrameCodeModes mode, std::string_view name);
     /// Whether the range lies in order, perhaps across midnight, which it then counts through.
     static bool order(EdlRange& range, std::int64_t day);
-    void checkNumber(std::uint32_t number);
+    /// The guess has not all of the list's labels.
+    void guessHigher(const TimeLabel& label);
 
-    // Checks that need the lines behind an event
+    // What needs the whole list
 
     void finishEvents();
+    void settleOrder();
+    bool hasOwnOrder(std::size_t falls) const;
+    void checkNumbers();
     void checkLengths(EdlEvent& event);
-    void checkPlace(const EdlEvent& event);
+    void checkPlaces();
+    void suggestRate();
 
     // Speaking
 
@@ -133,7 +155,7 @@ private:
     /// A line that is a comment in spite of its keyword; false.
     bool keep(std::string why)
     {
-        if (!_skipping)
+        if (!_skipping && _otherRate == DM::FCM_NOT_DEFINED)
             warn(std::move(why) + "; kept as a comment");
         return false;
     }
@@ -159,16 +181,14 @@ private:
     DM::FrameCodeModes _rate;
     DM::FrameCodeModes _nonDropMode;
     DM::FrameCodeModes _dropMode; ///< the same where the rate has no drop-frame form
-    bool _given;
-    bool _guessFailed = false;
+    Certainty _certainty;
+    DM::FrameCodeModes _otherRate = DM::FCM_NOT_DEFINED;
+    DM::FrameCodeModes _statedRate = DM::FCM_NOT_DEFINED;
     bool _saidThatNothingDrops = false;
     bool _hasTitle = false;
     bool _skipping = false;          ///< behind an event that was left out
     std::optional<bool> _recordDrop; ///< as the first FCM line or the first event says
     std::optional<bool> _sourceDrop; ///< as the last FCM line says
-    std::size_t _finished = 0;       ///< events that have had their checks
-    Places _video{};
-    Places _audio{};
 };
 
 /// A line that begins with `word` and perhaps a colon. `take` reads what stands behind, or answers false if it cannot;
@@ -207,6 +227,14 @@ const Reader::Keyword Reader::keywords[] = {
     {"EFFECT NAME", nullptr, NoteKind::EffectName},
     {"EFFECTS NAME IS", nullptr, NoteKind::EffectName, Keyword::None},
     {"SPLIT", nullptr, NoteKind::Split, Keyword::Required, Keyword::Never},
+    {"FROM FILE", nullptr, NoteKind::FromFile},
+    {"FROM CLIP", nullptr, NoteKind::FromClip},
+    {"FINAL CUT PRO REEL", nullptr, NoteKind::Reel},
+    {"REEL", nullptr, NoteKind::Line, Keyword::None, Keyword::Never},
+    {"GPI", nullptr, NoteKind::Line, Keyword::Optional, Keyword::Never},
+    {"DLEDL", nullptr, NoteKind::Line, Keyword::Optional, Keyword::Never},
+    {">>>", nullptr, NoteKind::Line, Keyword::Optional, Keyword::Never},
+    {"FRAME RATE", &Reader::frameRate},
     {"ASC_SOP", &Reader::slopeOffsetPower, {}, Keyword::Optional, Keyword::Allowed, true},
     {"ASC_SAT", &Reader::saturation, {}, Keyword::Optional, Keyword::Allowed, true},
     {"LOC", &Reader::locator, {}, Keyword::Required, Keyword::Allowed, true},
@@ -219,13 +247,14 @@ const Reader::Keyword Reader::keywords[] = {
 bool Reader::read()
 {
     std::string_view line;
-    while (!_guessFailed && _lines.next(line))
+    while (_otherRate == DM::FCM_NOT_DEFINED && _lines.next(line))
         if (line = trimmed(line); !line.empty())
             take(line);
-    if (_guessFailed)
+    if (_otherRate != DM::FCM_NOT_DEFINED)
         return false;
-    finishEvents();
     _list.fcm = mode(_recordDrop.value_or(DM::FcmUtil::isDropFrame(_rate)));
+    _list.isUntitled = !_hasTitle;
+    finishEvents();
     if (_list.events.empty() && !_hasTitle && !_recordDrop && !_report.hasErrors())
         _report.add(Report::Error, _lines.number(), "no event and no title up to the end: not a cut list");
     return true;
@@ -250,7 +279,8 @@ bool Reader::takeKeyword(std::string_view text, bool starred)
             continue;
         std::string_view rest = text.substr(keyword.word.size());
         const bool parted = rest.empty() || isBlank(rest.front()) ||
-                            (keyword.colon != Keyword::None && (rest.front() == ':' || rest.front() == '('));
+                            (keyword.colon != Keyword::None && (rest.front() == ':' || rest.front() == '(')) ||
+                            keyword.word.ends_with('>');
         rest = trimmed(rest);
         const bool colon = keyword.colon != Keyword::None && rest.starts_with(':');
         if (!parted || (!colon && keyword.colon == Keyword::Required))
@@ -261,7 +291,7 @@ bool Reader::takeKeyword(std::string_view text, bool starred)
         if (!keyword.take)
         {
             if (!_skipping)
-                _list.addNote(keyword.kind, rest);
+                _list.addNote(keyword.kind, keyword.kind == NoteKind::Line ? text : rest);
             return true;
         }
         if (keyword.needsEvent && !last())
@@ -284,8 +314,10 @@ bool Reader::canDrop()
 {
     if (_dropMode != _nonDropMode)
         return true;
-    _guessFailed = !_given;
-    if (_given && !_saidThatNothingDrops)
+    if (_certainty == Certainty::Guessed)
+        _otherRate = *std::ranges::find_if(guesses, [this](DM::FrameCodeModes guess)
+                                           { return guess > _rate && DM::FcmUtil::toDrop(guess) != guess; });
+    else if (!_saidThatNothingDrops)
         warn(std::string("drop frame means nothing at ") + DM::FcmUtil::getFPSString(_rate) +
              " frames per second: no label is dropped");
     _saidThatNothingDrops = true;
@@ -305,6 +337,31 @@ bool Reader::fcm(std::string_view text)
     return true;
 }
 
+bool Reader::frameRate(std::string_view text)
+{
+    if (last() || _statedRate != DM::FCM_NOT_DEFINED)
+        return false;
+    const DM::FrameCodeModes stated = DM::FcmUtil::getFCMFromName(text);
+    if (stated == DM::FCM_NOT_DEFINED)
+        return keep(quoted(text) + " is no frame-code mode");
+    _statedRate = stated;
+    if (_certainty == Certainty::Guessed)
+        _otherRate = stated;
+    return true;
+}
+
+void Reader::guessHigher(const TimeLabel& label)
+{
+    if (_certainty != Certainty::Guessed || label.frames < DM::FcmUtil::getIntFPS(_rate))
+        return;
+    const bool drops = _recordDrop.value_or(false) || _sourceDrop.value_or(false) || label.drop;
+    const auto* const higher = std::ranges::find_if(
+        guesses, [&](DM::FrameCodeModes guess)
+        { return label.frames < DM::FcmUtil::getIntFPS(guess) && (!drops || DM::FcmUtil::toDrop(guess) != guess); });
+    if (higher != guesses.end())
+        _otherRate = *higher;
+}
+
 EdlEvent* Reader::outgoing()
 {
     const std::size_t count = _list.events.size();
@@ -321,13 +378,16 @@ bool Reader::speed(std::string_view text)
     if (!read)
         return keep("the speed of the M2 line is missing or no number");
 
+    if (read->at)
+        guessHigher(*read->at);
     EdlEvent* const own = last();
     EdlEvent* const other = outgoing();
+    std::string_view foreign;
     if (read->reel != own->reel && !(other && read->reel == other->reel))
     {
         if (!read->reel.empty())
             warn("M2 line of reel " + quoted(read->reel) + " behind an event of reel " + quoted(own->reel));
-        read->reel = own->reel;
+        foreign = std::exchange(read->reel, own->reel);
     }
     const auto inRange = [&](const EdlEvent& event) { return !read->at || isInDay(*read->at, mode(event.sourceDrop)); };
     const auto at = [&](const EdlEvent& event)
@@ -341,6 +401,7 @@ bool Reader::speed(std::string_view text)
     if (event.speed)
         return keep("a second speed for the event");
     event.speed = EdlSpeed{read->fps, at(event)};
+    event.speedReel = foreign;
     return true;
 }
 
@@ -362,11 +423,14 @@ bool Reader::locator(std::string_view text)
 {
     const std::optional<TimeLabel> label = parseTimeLabel(takeFirstWord(text));
     const DM::FrameCodeModes recordMode = mode(*_recordDrop);
+    if (label)
+        guessHigher(*label);
     if (!label || !isInDay(*label, recordMode))
         return keep("the time code of the locator is missing or out of range");
     EdlMarker marker{framesOf(*label, recordMode), {}, {}};
     const std::int64_t day = framesOfDay(recordMode);
-    marker.at += (last()->record.in - marker.at + day / 2) / day * day;
+    const std::int64_t distance = last()->record.in - marker.at;
+    marker.at += distance > day / 2 ? day : distance < -day / 2 ? -day : 0;
     std::string_view rest = text;
     const std::string_view word = takeFirstWord(rest);
     for (const NamedColour& colour : namedColours())
@@ -419,7 +483,9 @@ void Reader::event(std::string_view line)
     if (std::optional<std::string> wrong = parseEventLine(line, read))
         return mistake(std::move(*wrong), leftOut);
     settleDropFrame(read);
-    if (_guessFailed || !settleTimes(read))
+    for (const TimeLabel& label : read.labels)
+        guessHigher(label);
+    if (_otherRate != DM::FCM_NOT_DEFINED || !settleTimes(read))
         return;
     if (event.reel.empty())
     {
@@ -430,9 +496,6 @@ void Reader::event(std::string_view line)
         warn("what stands behind the record out-time is ignored");
     if (isKey(event))
         warn("a key: only its source and its times are understood");
-    checkNumber(event.number);
-    if (last() && last()->number != event.number)
-        finishEvents();
     _list.addEvent(event);
     _skipping = false;
 }
@@ -461,7 +524,7 @@ std::int64_t Reader::frames(const TimeLabel& label, DM::FrameCodeModes fcm, std:
         std::string nearest;
         appendTimeLabel(nearest, count, fcm);
         mistake(std::string(name) + " is out of range at " + DM::FcmUtil::getFPSOrNDFString(fcm) +
-                    (_given ? "" : ", and no frame rate was given"),
+                    (_certainty == Certainty::Guessed ? ", and no frame rate was given" : ""),
                 "taken as " + nearest);
     }
     return count;
@@ -502,33 +565,185 @@ bool Reader::settleTimes(EdlEventLine& read)
         mistake("the source ends before it begins", "it gets the length of the record side");
         event.source.out = event.source.in + event.record.length();
     }
-
-    const std::int64_t day = framesOfDay(recordMode);
-    const std::int64_t before = last() ? last()->record.in : 0;
-    const std::int64_t days = std::max<std::int64_t>(0, (before - event.record.in + day / 2 - 1) / day) * day;
-    if (days > (before / day) * day)
-        warn("the record time passes midnight");
-    event.record.in += days;
-    event.record.out += days;
     return true;
-}
-
-void Reader::checkNumber(std::uint32_t number)
-{
-    constexpr std::uint32_t largestOfThreeDigits = 999;
-    if (!last() || number >= last()->number || number <= 1 || last()->number == largestOfThreeDigits)
-        return;
-    mistake("event " + std::to_string(number) + " comes after event " + std::to_string(last()->number),
-            "it stays where its record time is");
 }
 
 void Reader::finishEvents()
 {
-    for (; _finished < _list.events.size(); ++_finished)
+    settleOrder();
+    if (!_list.hasOwnOrder)
+        checkNumbers();
+    suggestRate();
+    for (EdlEvent& event : _list.events)
+        checkLengths(event);
+    checkPlaces();
+}
+
+/// Finds out whether the list is in record order, on each channel by itself. If so, it passes midnight where a record
+/// time falls by more than half a day; else it does not.
+void Reader::settleOrder()
+{
+    const std::int64_t day = framesOfDay(_list.fcm);
+    std::vector<std::int64_t> days(_list.events.size());
+    std::array<std::int64_t, EdlChannels::limit> video{};
+    std::array<std::int64_t, EdlChannels::limit> audio{};
+    std::size_t falls = 0;
+    std::int64_t before = 0;
+    for (std::size_t i = 0; i < _list.events.size(); ++i)
     {
-        checkLengths(_list.events[_finished]);
-        checkPlace(_list.events[_finished]);
+        const EdlEvent& event = _list.events[i];
+        days[i] = std::max<std::int64_t>(0, (before - event.record.in + day / 2 - 1) / day) * day;
+        before = event.record.in + days[i];
+        if (isKey(event))
+            continue;
+        bool fell = false;
+        const auto place = [&](std::uint64_t channels, auto& times)
+        {
+            for (; channels != 0; channels &= channels - 1)
+            {
+                std::int64_t& time = times[static_cast<std::size_t>(std::countr_zero(channels))];
+                fell |= before < time;
+                time = before;
+            }
+        };
+        place(event.channels.video, video);
+        place(event.channels.audio, audio);
+        falls += fell ? 1 : 0;
     }
+    _list.hasOwnOrder = falls != 0 && hasOwnOrder(falls);
+    if (_list.hasOwnOrder)
+        return;
+    before = 0;
+    for (std::size_t i = 0; i < _list.events.size(); ++i)
+    {
+        EdlEvent& event = _list.events[i];
+        if (days[i] > before / day * day)
+            _report.add(Report::Warning, event.line, "the record time passes midnight");
+        event.record.in += days[i];
+        event.record.out += days[i];
+        for (std::uint32_t mark = 0; mark < event.markers.count; ++mark)
+            _list.markers[event.markers.first + mark].at += days[i];
+        before = event.record.in;
+    }
+}
+
+/// Whether a list in which record times fall is one of another order, and not one with a mistake in it: it falls again
+/// and again, or its numbers are those of the record order, or it is in an order that lists are made in: by reels, and
+/// those by record or source times; by source times; each with transitions behind the cuts or among them.
+bool Reader::hasOwnOrder(std::size_t falls) const
+{
+    if (falls > 1)
+        return true;
+    std::vector<const EdlEvent*> units; // lines of one number as one
+    for (const EdlEvent& event : _list.events)
+        if (units.empty() || units.back()->number != event.number || isKey(event))
+            units.push_back(&event);
+        else
+            units.back() = &event;
+    constexpr std::size_t fewest = 3;
+    if (units.size() < fewest)
+        return false;
+    using Units = std::span<const EdlEvent* const>;
+    const auto rises = [](Units part, auto value)
+    { return std::ranges::adjacent_find(part, std::ranges::greater_equal(), value) == part.end(); };
+    const auto recordIn = [](const EdlEvent* event) { return event->record.in; };
+    const auto sourceIn = [](const EdlEvent* event) { return event->source.in; };
+    const auto isByReels = [&](Units part, auto value)
+    {
+        std::vector<std::string_view> reels;
+        while (!part.empty())
+        {
+            const std::string_view reel = part.front()->reel;
+            const auto end = std::ranges::find_if(part, [reel](const EdlEvent* each) { return each->reel != reel; });
+            const auto count = static_cast<std::size_t>(end - part.begin());
+            if (std::ranges::find(reels, reel) != reels.end() || !rises(part.first(count), value))
+                return false;
+            reels.push_back(reel);
+            part = part.subspan(count);
+        }
+        return true;
+    };
+    const auto isOrdered = [&](Units part) {
+        return rises(part, recordIn) || rises(part, sourceIn) || isByReels(part, recordIn) || isByReels(part, sourceIn);
+    };
+    std::vector<const EdlEvent*> played = units;
+    std::ranges::stable_sort(played, {}, recordIn);
+    if (rises(played, [](const EdlEvent* event) { return event->number; }) || isOrdered(units))
+        return true;
+    const auto cuts = std::ranges::find_if(units, [](const EdlEvent* event) { return event->isTransition(); });
+    const auto count = static_cast<std::size_t>(cuts - units.begin());
+    return std::all_of(cuts, units.end(), [](const EdlEvent* event) { return event->isTransition(); }) &&
+           isOrdered(Units(units).first(count)) && isOrdered(Units(units).subspan(count));
+}
+
+void Reader::checkNumbers()
+{
+    constexpr std::uint32_t largestOfThreeDigits = 999;
+    for (std::size_t i = 1; i < _list.events.size(); ++i)
+    {
+        const std::uint32_t before = _list.events[i - 1].number;
+        const std::uint32_t number = _list.events[i].number;
+        if (number < before && number > 1 && before != largestOfThreeDigits)
+            _report.mistake(_list.events[i].line,
+                            "event " + std::to_string(number) + " comes after event " + std::to_string(before),
+                            "it stays where its record time is");
+    }
+}
+
+/// Says in which mode the lengths of a list agree, where many differ by a frame or two.
+void Reader::suggestRate()
+{
+    constexpr std::int64_t little = 2;
+    constexpr std::size_t many = 3;
+    const auto difference = [](const EdlEvent& event)
+    {
+        const bool counts = !event.speed && edlReelKind(event.reel) == EdlReelKind::Tape;
+        return counts ? std::abs(event.source.length() - event.record.length()) : 0;
+    };
+    const auto differs = [&](const EdlEvent& event) { return difference(event) != 0 && difference(event) <= little; };
+    const auto count = static_cast<std::size_t>(std::ranges::count_if(_list.events, differs));
+    if (count < many)
+        return;
+    const auto inMode = [](std::int64_t frames, DM::FrameCodeModes from, DM::FrameCodeModes to)
+    {
+        TimeLabel label;
+        DM::TimeUnit(static_cast<double>(frames))
+            .toTimeCode(label.hours, label.minutes, label.seconds, label.frames, from);
+        return isInDay(label, to) ? std::optional(framesOf(label, to)) : std::nullopt;
+    };
+    const auto misfits = [&](DM::FrameCodeModes fcm)
+    {
+        return static_cast<std::size_t>(
+            std::ranges::count_if(_list.events,
+                                  [&](EdlEvent event)
+                                  {
+                                      const DM::FrameCodeModes source = _list.sourceFcm(event);
+                                      const auto in = inMode(event.source.in, source, fcm);
+                                      const auto out = inMode(event.source.out, source, fcm);
+                                      const auto recordIn = inMode(event.record.in, _list.fcm, fcm);
+                                      const auto recordOut = inMode(event.record.out, _list.fcm, fcm);
+                                      if (!in || !out || !recordIn || !recordOut)
+                                          return true;
+                                      event.source = {*in, *out};
+                                      event.record = {*recordIn, *recordOut};
+                                      return difference(event) != 0;
+                                  }));
+    };
+    DM::FrameCodeModes best = _list.fcm;
+    std::size_t fewest = count / 4 + 1;
+    for (const DM::FrameCodeModes fcm :
+         {DM::FCM_24, DM::FCM_25, DM::FCM_29_97_NDF, DM::FCM_29_97_DF, DM::FCM_50, DM::FCM_59_94_NDF, DM::FCM_59_94_DF})
+        if (const std::size_t others = misfits(fcm); others < fewest)
+        {
+            best = fcm;
+            fewest = others;
+        }
+    if (best != _list.fcm)
+        _report.add(Report::Warning, 0,
+                    std::to_string(count) + " events have lengths that differ by a frame or two; in '" +
+                        DM::FcmUtil::getFCMString(best) + "' " +
+                        (fewest == 0 ? std::string("none has") : std::to_string(fewest) + " have") +
+                        ": --fcm names the mode");
 }
 
 void Reader::checkLengths(EdlEvent& event)
@@ -556,36 +771,44 @@ void Reader::checkLengths(EdlEvent& event)
     const double rate = DM::FcmUtil::getDoubleFPS(mode(event.sourceDrop));
     const double length = static_cast<double>(record);
     const double tolerance = 2 + length * (0.05 / rate + 0.001);
-    const double expected = length * std::fabs(event.speed->fps) / rate;
+    const double expected = length * std::abs(_list.speedOf(event));
     if (event.speed->fps != 0 && std::fabs(static_cast<double>(source) - expected) > tolerance)
         _report.add(Report::Warning, event.line, lengths + ", and its speed does not account for it");
 }
 
-void Reader::checkPlace(const EdlEvent& event)
+void Reader::checkPlaces()
 {
-    // A key lies over its background.
-    if (isKey(event))
-        return;
-    bool falls = false;
-    bool overlaps = false;
-    const auto place = [&](std::uint64_t channels, Places& places)
+    std::vector<const EdlEvent*> events;
+    for (const EdlEvent& event : _list.events)
+        if (!isKey(event)) // a key lies over its background
+            events.push_back(&event);
+    if (_list.hasOwnOrder)
+        std::ranges::stable_sort(events, {}, [](const EdlEvent* event) { return event->record.in; });
+    Places video{};
+    Places audio{};
+    for (const EdlEvent* const event : events)
     {
-        for (; channels != 0; channels &= channels - 1)
+        bool falls = false;
+        bool overlaps = false;
+        const auto place = [&](std::uint64_t channels, Places& places)
         {
-            Place& before = places[static_cast<std::size_t>(std::countr_zero(channels))];
-            falls |= event.record.in < before.in;
-            overlaps |= event.record.in >= before.in && event.record.in < before.out;
-            before = {event.record.in, event.record.out};
-        }
-    };
-    place(event.channels.video, _video);
-    place(event.channels.audio, _audio);
-    if (falls)
-        _report.mistake(event.line, "the event begins before the one before it on its channel",
-                        "it stays where its record time is");
-    else if (overlaps)
-        _report.mistake(event.line, "the event begins before the one before it on its channel has ended",
-                        "it covers the end of that one");
+            for (; channels != 0; channels &= channels - 1)
+            {
+                Place& before = places[static_cast<std::size_t>(std::countr_zero(channels))];
+                falls |= event->record.in < before.in;
+                overlaps |= event->record.in >= before.in && event->record.in < before.out;
+                before = {event->record.in, event->record.out};
+            }
+        };
+        place(event->channels.video, video);
+        place(event->channels.audio, audio);
+        if (falls)
+            _report.mistake(event->line, "the event begins before the one before it on its channel",
+                            "it stays where its record time is");
+        else if (overlaps)
+            _report.mistake(event->line, "the event begins before the one before it on its channel has ended",
+                            "it covers that one");
+    }
 }
 
 } // namespace
@@ -610,20 +833,37 @@ std::optional<EdlList> readEdl(std::string bytes, DM::FrameCodeModes fcm, Report
     EdlList list;
     const std::string_view text = list.keep(std::move(bytes));
     const Report before = report;
-    if (!Reader(list, text, given ? fcm : DM::FCM_24, given, report).read())
+    Certainty certainty = given ? Certainty::Given : Certainty::Guessed;
+    DM::FrameCodeModes rate = given ? fcm : guesses.front();
+    DM::FrameCodeModes stated = DM::FCM_NOT_DEFINED;
+    for (;;)
     {
-        // The list drops frames, so it does not count 24 a second: again from the top.
+        Reader reader(list, text, rate, certainty, report);
+        const bool isRead = reader.read();
+        stated = reader.statedRate();
+        if (isRead)
+            break;
+        // Again from the top: each time at a higher rate, or at the one that the list states.
+        if (stated != DM::FCM_NOT_DEFINED)
+            certainty = Certainty::Stated;
+        rate = reader.otherRate();
         report = before;
         list.clear();
-        static_cast<void>(Reader(list, text, DM::FCM_29_97_NDF, given, report).read());
     }
-    if (!given)
+    const auto name = [](DM::FrameCodeModes mode) { return std::string(DM::FcmUtil::getFCMString(mode)); };
+    if (certainty == Certainty::Guessed)
         report.add(Report::Notice, 0,
-                   std::string("no frame rate was given: read as ") + DM::FcmUtil::getFCMString(list.fcm));
-    else if (list.fcm != fcm)
+                   "no frame rate was given: read as " + name(list.fcm) +
+                       ", the lowest rate that has all labels; "
+                       "--fcm names another");
+    else if (given && list.fcm != fcm)
+        report.add(Report::Warning, 0, "the list counts in " + name(list.fcm) + ", not in " + name(fcm));
+    if (given && stated != DM::FCM_NOT_DEFINED && stated != list.fcm)
+        report.add(Report::Notice, 0, "the list says " + name(stated) + ": read as " + name(list.fcm));
+    else if (certainty == Certainty::Stated && stated != list.fcm)
         report.add(Report::Warning, 0,
-                   std::string("the list counts in ") + DM::FcmUtil::getFCMString(list.fcm) + ", not in " +
-                       DM::FcmUtil::getFCMString(fcm));
+                   "the list says " + name(stated) + ", and counts in " + name(list.fcm) +
+                       " by its FCM and its labels");
     if (report.hasErrors())
         return std::nullopt;
     return list;

@@ -8,12 +8,18 @@
 ///
 /// # Rate and drop frame
 ///
-/// A list says whether it drops labels, not at which rate it counts. The rate is the caller's; without one it is 24
-/// frames per second in a list that never drops, and 29.97 in one that does (and a notice says so). The first FCM line
-/// speaks of the record side, for the whole list; every one speaks of the sources behind it. An event that has a ";" in
-/// any of its labels speaks for itself, side by side: the side with a ";" drops, the other does not. The first event
-/// settles the record side. At a rate that has no drop-frame form (24, 25, 50, ...) such statements mean nothing, and a
-/// warning says so.
+/// A list says whether it drops labels, not at which rate it counts. The rate is the caller's; without one that of a
+/// comment behind FCM ("* FRAME RATE: 25 fps", as we write it); without that the lowest of 24, 25, 29.97, 50 and 59.94
+/// in which all its labels exist, and a notice says so. The first FCM line speaks of the record side, for the whole
+/// list; every one speaks of the sources behind it. An event that has a ";" in any of its labels speaks for itself,
+/// side by side: the side with a ";" drops, the other does not. The first event settles the record side. At a rate that
+/// has no drop-frame form (24, 25, 50, ...) such statements mean nothing, and a warning says so.
+///
+/// # Order
+///
+/// A list is in record order, on each channel by itself, and then passes midnight where a record time falls by more
+/// than half a day; or it is in one of the other orders that lists are made in (by reels and source times, say), and
+/// passes none. Overlaps are looked for in record order.
 ///
 /// # Mistakes
 ///

@@ -1,6 +1,8 @@
 #include "icEdlToTree.h"
 
 #include "icEdlKept.h"
+#include "icEdlLine.h"
+#include "icIds.h"
 #include "icLook.h"
 #include "icText.h"
 #include "icTree.h"
@@ -10,6 +12,8 @@
 #include "dmCompositionNode.h"
 #include "dmGapNode.h"
 #include "dmLayerBuilder.h"
+#include "dmMaterial.h"
+#include "dmPlayed.h"
 #include "dmSourceInput.h"
 #include "dmTimewarpSettings.h"
 #include "dmTrackNode.h"
@@ -23,7 +27,9 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace interchange
@@ -59,20 +65,26 @@ std::string nameOf(Channel channel)
     return (channel.mediaType == DM_MEDIA_VIDEO ? "V" : "A") + std::to_string(channel.number);
 }
 
-/// An event as it stands on the timeline, beside the list's times where they make sense.
-struct Place
+/// A part of an event that plays: the whole, or what others that are laid over it leave.
+struct Piece
 {
-    std::int64_t recIn; ///< of the source: behind the transition
-    std::int64_t length;
-    std::int64_t relIn;
+    std::uint32_t position; ///< of the event
+    std::int64_t in;
+    std::int64_t out;
+    bool isHead; ///< the first of the event's
+
+    std::int64_t length() const { return out - in; }
 };
 
 class TreeMaker
 {
 public:
-    TreeMaker(const EdlList& list, Report& report)
+    TreeMaker(const EdlList& list, Report& report, bool tellsPlaces)
         : _list(list)
         , _report(report)
+        , _tellsPlaces(tellsPlaces)
+        , _groups(list.events.size())
+        , _lines(list.fcm, 0.0, _unheard, _reels)
     {
     }
 
@@ -83,30 +95,90 @@ private:
 
     CoSharedPtr<DmTrackNode> track(Channel channel, const Events& events);
     CoSharedPtr<DmLayerNode> layer(int number, Channel channel, const Events& events);
+    /// Of events in record order: the later of two that overlap covers the earlier, which goes on behind it.
+    std::vector<Piece> piecesOf(const Events& events) const;
     /// Whether the event is the line that only names what the next one mixes from.
     bool isOutgoing(std::uint32_t position) const;
 
     CoSharedPtr<DmTrxEffectNode> transition(const EdlEvent& event, Channel channel, std::int64_t length) const;
     CoSharedPtr<DmEffectSettings> mix(const EdlEvent& event, eDmTreeMediaType mediaType, double length) const;
-    CoSharedPtr<DmSourceNode> source(std::uint32_t position, Channel channel, Place place);
+    /// `mixed`: how much of the piece the transition in front of it has.
+    CoSharedPtr<DmSourceNode> source(const Piece& piece, Channel channel, std::int64_t mixed);
     CoSharedPtr<DmSourceNode::Input> input(const EdlEvent& event, Channel channel, const EdlKept& kept,
-                                           double leastLength) const;
-    void addSpeed(DmSourceNode& node, const EdlEvent& event, eDmTreeMediaType mediaType) const;
+                                           double srcLength) const;
+    EdlKept keptOf(const EdlEvent& event, Channel channel, std::uint32_t position) const;
+    std::string clipName(const EdlEvent& event, EdlKept& kept) const;
+    std::string idOf(const Piece& piece, const DmSourceNode& node);
+    static double speedOf(const EdlList& list, const EdlEvent& event, eDmTreeMediaType mediaType);
+    static void addSpeed(DmSourceNode& node, double speed, eDmTreeMediaType mediaType);
+    void readReels();
+    void lose(const Loss& loss, const EdlEvent& event);
+    void came(const DmTreeNode& node, const EdlEvent& event)
+    {
+        if (_tellsPlaces && event.line != 0)
+            _report.came(node, event.line);
+    }
     void addMarks(DmSourceNode& node, const EdlEvent& event) const;
     static bool isFirstChannel(const EdlEvent& event, Channel channel);
     static EdlKept kept(const EdlList& list, EdlRun notes);
 
     const EdlList& _list;
     Report& _report;
+    bool _tellsPlaces;
     std::int64_t _start = 0;
+    std::map<std::string_view, std::string_view> _longReels;
+    std::map<std::string_view, std::string_view> _clipsOfReels;
+    IdMaker _ids;
+    std::vector<std::string> _groups;                                     ///< of events, by position
+    std::map<std::pair<std::uint32_t, std::int64_t>, std::string> _tails; ///< of what goes on behind others
+    Report _unheard;
+    EdlReels _reels;
+    EdlLineMaker _lines; ///< for what the list would say of what stands on the timeline
 };
+
+/// A system that shortens reels' names says so, once a reel; another one names the clip of a reel.
+void TreeMaker::readReels()
+{
+    for (const EdlNote& note : _list.notes)
+    {
+        if (note.kind == NoteKind::Reel)
+        {
+            if (const std::optional<EdlLongReel> reel = longReelOf(note.text))
+                _longReels.emplace(reel->shortName, reel->longName);
+            continue;
+        }
+        constexpr std::string_view reel = "REEL ";
+        constexpr std::string_view is = " IS CLIP ";
+        if ((note.kind != NoteKind::Line && note.kind != NoteKind::Comment) || !note.text.starts_with(reel))
+            continue;
+        if (const std::size_t at = note.text.find(is); at != note.text.npos && at >= reel.size())
+            _clipsOfReels.emplace(trimmed(note.text.substr(reel.size(), at - reel.size())),
+                                  trimmed(note.text.substr(at + is.size())));
+    }
+}
+
+void TreeMaker::lose(const Loss& loss, const EdlEvent& event)
+{
+    _report.at({nullptr,
+                event.channels.video != 0 ? DM_MEDIA_VIDEO : DM_MEDIA_AUDIO,
+                std::countr_zero(event.channels.video != 0 ? event.channels.video : event.channels.audio) % 64 +
+                    (event.channels.isEmpty() ? 0 : 1),
+                static_cast<double>(event.record.in),
+                _list.fcm,
+                {}});
+    _report.lose(loss, event.line);
+    _report.at({});
+}
 
 CoSharedPtr<DmRoot> TreeMaker::make()
 {
     const DmString fcm = DmString(DM::FcmUtil::getFCMString(_list.fcm));
     const auto composition = made(DmCompositionNode::create(toDmString(_list.title), fcm, {}));
-    if (_list.headNotes.count != 0)
-        require(kept(_list, _list.headNotes).keepOn(*composition));
+    EdlKept head = kept(_list, _list.headNotes);
+    head.isUntitled = _list.isUntitled;
+    head.hasOwnOrder = _list.hasOwnOrder;
+    require(head.keepOn(*composition));
+    readReels();
 
     std::array<Events, EdlChannels::limit> video;
     std::array<Events, EdlChannels::limit> audio;
@@ -120,7 +192,7 @@ CoSharedPtr<DmRoot> TreeMaker::make()
         for (std::uint64_t rest = event.channels.audio; rest != 0; rest &= rest - 1)
             audio[static_cast<std::size_t>(std::countr_zero(rest))].push_back(i);
         if (event.channels.isEmpty())
-            _report.lose(noChannel);
+            lose(noChannel, event);
         _start = std::min(_start, event.record.in);
         end = std::max(end, event.record.out);
     }
@@ -188,34 +260,85 @@ bool TreeMaker::isOutgoing(std::uint32_t position) const
            next.record.in == event.record.in && next.channels == event.channels;
 }
 
+std::vector<Piece> TreeMaker::piecesOf(const Events& events) const
+{
+    std::vector<Piece> pieces;
+    pieces.reserve(events.size());
+    std::vector<Piece> under; // the last of them plays; `in` is how far it has come
+    const auto playUntil = [&](std::int64_t time)
+    {
+        std::int64_t from = std::numeric_limits<std::int64_t>::min();
+        while (!under.empty())
+        {
+            Piece& top = under.back();
+            top.in = std::max(top.in, std::min(from, top.out));
+            const std::int64_t end = std::min(top.out, time);
+            if (end > top.in || (top.isHead && end == top.out))
+            {
+                pieces.push_back({top.position, top.in, end, top.isHead});
+                top.isHead = false;
+            }
+            top.in = std::max(top.in, end);
+            from = std::max(from, end);
+            if (top.in < top.out)
+                break;
+            under.pop_back();
+        }
+    };
+    for (const std::uint32_t position : events)
+    {
+        const EdlRange& record = _list.events[position].record;
+        playUntil(record.in);
+        // What another covers from end to end is there all the same.
+        if (!under.empty() && under.back().isHead && under.back().out <= record.out)
+        {
+            pieces.push_back({under.back().position, record.in, record.in, true});
+            under.pop_back();
+        }
+        under.push_back({position, record.in, std::max(record.in, record.out), true});
+    }
+    playUntil(std::numeric_limits<std::int64_t>::max());
+    std::ranges::stable_sort(pieces, {}, &Piece::in);
+    return pieces;
+}
+
 CoSharedPtr<DmLayerNode> TreeMaker::layer(int number, Channel channel, const Events& events)
 {
     DmLayerBuilder builder(number, channel.mediaType, static_cast<double>(_start));
     CoSharedPtr<DmSourceNode> outgoing;
-    for (std::size_t i = 0; i < events.size(); ++i)
+    CoSharedPtr<DmSegmentNode> previous;
+    for (const Piece& piece : piecesOf(events))
     {
-        const EdlEvent& event = _list.events[events[i]];
-        const bool isLast = i + 1 == events.size();
-        const std::int64_t out =
-            isLast ? event.record.out : std::min(event.record.out, _list.events[events[i + 1]].record.in);
-        const std::int64_t length = std::max<std::int64_t>(0, out - event.record.in);
-        if (isOutgoing(events[i]))
+        const EdlEvent& event = _list.events[piece.position];
+        if (isOutgoing(piece.position))
         {
-            outgoing = source(events[i], channel, {event.record.in, 0, 0});
+            outgoing = source(piece, channel, 0);
             continue;
         }
         std::int64_t mixed = 0;
-        if (isMix(event))
+        if (isMix(event) && piece.in == event.record.in)
         {
-            mixed = std::min<std::int64_t>(event.transitionLength, length);
+            mixed = std::min<std::int64_t>(event.transitionLength, piece.length());
             const auto node = transition(event, channel, mixed);
             if (outgoing)
+            {
+                // What the model says of the material that goes out: as long as it does, the list's own line holds.
+                const bool follows = previous && previous->getRecOut() == static_cast<double>(piece.in);
+                if (std::optional<EdlKept> kept = EdlKept::of(*outgoing); kept && follows)
+                {
+                    kept->after = _lines.outgoingLine(*node, previous.get(), {}).event.source.in;
+                    require(kept->keepOn(*outgoing));
+                }
                 require(node->setBaseBlob(outgoing));
+            }
+            came(*node, event);
             require(builder.place(node));
         }
         outgoing.reset();
-        const auto node = source(events[i], channel, {event.record.in + mixed, length - mixed, mixed});
-        if (length > mixed)
+        const auto node = source(piece, channel, mixed);
+        came(*node, event);
+        previous = node;
+        if (piece.length() > mixed)
         {
             require(builder.place(node));
             continue;
@@ -264,18 +387,35 @@ EdlKept TreeMaker::kept(const EdlList& list, EdlRun notes)
     return kept;
 }
 
-CoSharedPtr<DmSourceNode> TreeMaker::source(std::uint32_t position, Channel channel, Place place)
+double TreeMaker::speedOf(const EdlList& list, const EdlEvent& event, eDmTreeMediaType mediaType)
 {
-    const EdlEvent& event = _list.events[position];
-    const bool isFirst = isFirstChannel(event, channel);
+    // Sound has no words for what stands still or plays backwards.
+    const double speed = list.speedOf(event);
+    return mediaType == DM_MEDIA_AUDIO && speed <= 0 ? 1.0 : speed;
+}
+
+std::string TreeMaker::clipName(const EdlEvent& event, EdlKept& kept) const
+{
+    const Note* const note = clipNote(kept.notes, event.isTransition());
+    const auto ofReel = _clipsOfReels.find(event.reel);
+    if (!note || note->text.empty())
+        kept.madeName = ofReel != _clipsOfReels.end() ? std::string(ofReel->second)
+                                                      : clipNameOf(kept, event.reel, event.isTransition());
+    return kept.madeName.empty() ? clipNameOf(kept, event.reel, event.isTransition()) : kept.madeName;
+}
+
+EdlKept TreeMaker::keptOf(const EdlEvent& event, Channel channel, std::uint32_t position) const
+{
     EdlKept kept = TreeMaker::kept(_list, event.notes);
     kept.position = position;
     kept.number = event.number;
     kept.speed = event.speed;
+    kept.speedReel = event.speedReel;
     const bool isWipeOfSound = event.transition == EdlTransition::Wipe && channel.mediaType == DM_MEDIA_AUDIO;
     if (isKey(event) || event.transition == EdlTransition::KeyBackground || isWipeOfSound)
     {
         kept.transition = event.transition;
+        kept.keyFades = event.keyFades;
         kept.wipePattern = event.wipePattern;
         kept.transitionLength = event.transitionLength;
     }
@@ -285,41 +425,70 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(std::uint32_t position, Channel chan
         kept.source = event.source;
         kept.recordLength = event.record.length();
     }
-    if (!isTape)
+    const auto longReel = _longReels.find(event.reel);
+    if (!isTape || !EdlReels::isPlain(event.reel) || longReel != _longReels.end())
         kept.reel = event.reel;
+    if (longReel != _longReels.end())
+        kept.longReel = longReel->second;
+    return kept;
+}
 
-    const std::int64_t relIn = isTape && event.source.length() <= 1 && event.speed ? 0 : place.relIn;
-    auto node = made(DmSourceNode::create(input(event, channel, kept, static_cast<double>(relIn + place.length)),
-                                          static_cast<double>(place.recIn), static_cast<double>(place.length),
-                                          static_cast<double>(relIn), false, false));
-    require(node->setSegmentId(toDmString(std::to_string(position + 1) + '-' + nameOf(channel))));
-    if (const std::string_view name = kept.clipName(event.isTransition()); !name.empty())
-        require(node->setName(toDmString(name)));
+std::string TreeMaker::idOf(const Piece& piece, const DmSourceNode& node)
+{
+    std::string& group = piece.isHead ? _groups[piece.position] : _tails[{piece.position, piece.in}];
+    if (group.empty())
+        group = _ids.make(node);
+    return group;
+}
+
+CoSharedPtr<DmSourceNode> TreeMaker::source(const Piece& piece, Channel channel, std::int64_t mixed)
+{
+    const EdlEvent& event = _list.events[piece.position];
+    const bool isFirst = isFirstChannel(event, channel) && piece.isHead;
+    EdlKept kept = keptOf(event, channel, piece.position);
+    const std::string name = clipName(event, kept);
+
+    // What plays of the range: at a speed, so much of it more or less; backwards, from its end on.
+    const double speed = speedOf(_list, event, channel.mediaType);
+    const double length = static_cast<double>(piece.length() - mixed);
+    const auto before = static_cast<double>(piece.in + mixed - event.record.in);
+    const auto behind = static_cast<double>(event.record.out - piece.out);
+    const double relIn = std::max(0.0, speed < 0 ? behind * -speed : before * speed);
+    // It must lie within the material, even of what plays slower; a single frame may be held for ever.
+    const auto own = static_cast<double>(std::max<std::int64_t>(event.source.length(), 0));
+    const double srcLength =
+        speed == 0 && own == 1.0 ? own : std::max({own, relIn + length * std::max(1.0, std::abs(speed)), 1.0});
+    auto node = made(DmSourceNode::create(input(event, channel, kept, srcLength), static_cast<double>(piece.in + mixed),
+                                          length, relIn, false, false));
+    require(node->setName(toDmString(name)));
+    if (event.speed && speed != 1.0)
+        addSpeed(*node, speed, channel.mediaType);
     if (event.speed)
-        addSpeed(*node, event, channel.mediaType);
+        kept.plays = DmPlayed(*node, _list.fcm).speed();
+    if (!isOutgoing(piece.position))
+        require(node->setSegmentId(toDmString(idOf(piece, *node) + '#' + nameOf(channel))));
     if (const Look* const look = _list.lookOf(event))
     {
         if (channel.mediaType == DM_MEDIA_VIDEO)
             require(node->addEffect(toLookSettings(*look)));
         else if (isFirst)
-            _report.lose(lookOfSound);
+            lose(lookOfSound, event);
     }
     if (isFirst)
         addMarks(*node, event);
     else
         kept.notes.clear();
-    require(kept.keepOn(*node));
+    // What goes on behind another event is none of the list's own.
+    if (piece.isHead)
+        require(kept.keepOn(*node));
     return node;
 }
 
 CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel channel, const EdlKept& kept,
-                                                  double leastLength) const
+                                                  double srcLength) const
 {
     const DM::FrameCodeModes fcm = _list.sourceFcm(event);
     const DmString fcmText = DmString(DM::FcmUtil::getFCMString(fcm));
-    // What is played must lie within the material, even of what plays slower; a single frame may be held for ever.
-    const double length = static_cast<double>(std::max<std::int64_t>(event.source.length(), 0));
-    const double srcLength = length == 1.0 && event.speed ? length : std::max({length, leastLength, 1.0});
     if (const EdlReelKind kind = edlReelKind(event.reel); kind != EdlReelKind::Tape)
     {
         const bool isAudio = channel.mediaType == DM_MEDIA_AUDIO;
@@ -333,11 +502,11 @@ CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel
     }
     const auto info = made(DmSourceInfo::create());
     require(info->setSourceType(DmSourceInfo::Reel));
-    require(info->setReelName(toDmString(event.reel)));
+    require(info->setReelName(toDmString(kept.longReel.empty() ? event.reel : std::string_view(kept.longReel))));
     require(info->setTrack(channel.number));
-    if (const Note* const file = kept.find(NoteKind::SourceFile))
+    if (const Note* const file = fileNote(kept.notes))
         require(info->setName(toDmString(file->text)));
-    if (const Note* const path = kept.find(NoteKind::SourcePath))
+    if (const Note* const path = pathNote(kept.notes))
         require(info->setPath(toDmString(path->text)));
     const auto media = made(DmSourceNode::MediaInput::create(srcLength, static_cast<double>(event.source.in), info,
                                                              fcmText, channel.mediaType, false));
@@ -345,19 +514,19 @@ CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel
     char label[DM::TimeUnit::labelSize];
     DM::TimeUnit(static_cast<double>(event.source.in)).toTimeCode(label, sizeof label, fcm);
     require(media->setSrcInStr(DmString(label)));
+    require(dmSetMaterialLengthUnknown(*media));
     return media;
 }
 
-void TreeMaker::addSpeed(DmSourceNode& node, const EdlEvent& event, eDmTreeMediaType mediaType) const
+void TreeMaker::addSpeed(DmSourceNode& node, double speed, eDmTreeMediaType mediaType)
 {
-    const double speed = event.speed->fps / DM::FcmUtil::getDoubleFPS(_list.sourceFcm(event));
     if (mediaType == DM_MEDIA_VIDEO)
     {
         const auto warp = made(DmVTimewarpSettings::create());
         require(warp->setSpeed(speed));
         require(node.addEffect(warp));
     }
-    else if (speed > 0)
+    else
     {
         const auto warp = made(DmATimewarpSettings::create());
         require(warp->setRatio(static_cast<float>(1 / speed)));
@@ -387,11 +556,11 @@ void TreeMaker::addMarks(DmSourceNode& node, const EdlEvent& event) const
 
 } // namespace
 
-CoSharedPtr<DmRoot> edlToTree(const EdlList& list, Report& report)
+CoSharedPtr<DmRoot> edlToTree(const EdlList& list, Report& report, bool places)
 {
     try
     {
-        return TreeMaker(list, report).make();
+        return TreeMaker(list, report, places).make();
     }
     catch (...)
     {

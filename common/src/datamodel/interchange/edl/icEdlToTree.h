@@ -13,7 +13,8 @@ namespace interchange
 {
 
 /// A document with one composition; null when memory ran out, which the report says. What of a list makes no sense in
-/// the model is reported as a warning, once a kind: events without a channel, and colours of sound.
-[[nodiscard]] CoSharedPtr<DmRoot> edlToTree(const EdlList& list, Report& report);
+/// the model is reported: events without a channel, and colours of sound. `places`: the report learns where in the list
+/// each node came from.
+[[nodiscard]] CoSharedPtr<DmRoot> edlToTree(const EdlList& list, Report& report, bool places = false);
 
 } // namespace interchange

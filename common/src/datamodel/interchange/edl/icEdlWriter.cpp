@@ -16,7 +16,8 @@ namespace
 /// Whether notes of a kind begin with "* ".
 bool isStarred(NoteKind kind)
 {
-    return kind != NoteKind::Line && kind != NoteKind::EffectName && kind != NoteKind::Split;
+    constexpr std::array bare{NoteKind::Line, NoteKind::EffectName, NoteKind::Split, NoteKind::Reel};
+    return std::ranges::find(bare, kind) == bare.end();
 }
 
 constexpr std::array<std::string_view, 6> transitionTexts{"C", "D", "W", "K B", "K", "K O"};
@@ -37,8 +38,10 @@ public:
         _numberWidth = std::max<std::size_t>(3, std::to_string(largest).size());
         _text.reserve(_list.events.size() * 200 + 100);
 
-        line("TITLE: ", _list.title);
+        if (!_list.isUntitled || !_list.title.empty())
+            line("TITLE: ", _list.title);
         fcm(DM::FcmUtil::isDropFrame(_list.fcm));
+        line("* FRAME RATE: ", DM::FcmUtil::getFCMString(_list.fcm));
         notes(_list.headNotes);
         for (const EdlEvent& event : _list.events)
         {
@@ -63,7 +66,7 @@ private:
         _text.append(text);
         std::replace_if(
             _text.begin() + static_cast<std::ptrdiff_t>(begin), _text.end(),
-            [](char c) { return c == '\n' || c == '\r' || c == '\0'; }, ' ');
+            [](char c) { return (static_cast<unsigned char>(c) < ' ' && c != '\t') || c == '\x7F'; }, ' ');
     }
 
     void endLine()
@@ -122,11 +125,13 @@ private:
                    _text.append(transitionTexts[static_cast<std::size_t>(event.transition)]);
                    if (event.transition == EdlTransition::Wipe)
                        number(event.wipePattern, 3);
+                   if (event.keyFades)
+                       _text.append(" (F)");
                });
         column(3,
                [&]
                {
-                   if (event.isTransition())
+                   if (event.isTransition() || event.transitionLength != 0)
                        number(event.transitionLength, 3);
                });
         column(11, [&] { appendTimeLabel(_text, event.source.in, sourceFcm); });
@@ -174,7 +179,8 @@ private:
         if (!event.speed)
             return;
         _text.append("M2   ");
-        column(8, [&] { event.reel.empty() ? void(_text.append("AX")) : oneLine(event.reel); });
+        const std::string_view reel = event.speedReel.empty() ? event.reel : event.speedReel;
+        column(8, [&] { reel.empty() ? void(_text.append("AX")) : oneLine(reel); });
         column(26,
                [&]
                {

@@ -15,6 +15,7 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <set>
 #include <span>
 #include <tuple>
 #include <vector>
@@ -25,12 +26,12 @@ namespace interchange
 namespace
 {
 
-constexpr Loss videoTrack{"DM724", "left out"};
-constexpr Loss audioTrack{"DM725", "left out"};
+constexpr Loss lostTrack{"DM725", "left out"};
 constexpr Loss furtherLayer{"DM726", "left out"};
 constexpr Loss furtherComposition{"DM727", "left out"};
 constexpr Loss compositionMark{"DM723", "left out"};
-constexpr Loss overlap{"DM703", "written as they are"};
+constexpr Loss overlap{"DM703", "the later one covers the end of the earlier"};
+constexpr Loss titleControls{"DM733", "control characters are written as blanks"};
 
 /// An event, or the two lines of a transition.
 struct Edit
@@ -47,13 +48,21 @@ bool isSame(const EdlLine& a, const EdlLine& b)
     const auto fields = [](const EdlLine& line)
     {
         const EdlEvent& event = line.event;
-        return std::tie(line.reel, event.transition, event.sourceDrop, event.wipePattern, event.transitionLength,
-                        event.source, event.record);
+        return std::tie(line.reel, line.medium, event.transition, event.sourceDrop, event.wipePattern,
+                        event.transitionLength, event.source, event.record, event.speed);
     };
     return fields(a) == fields(b);
 }
 
-/// Adds the channel of an edit to another one that is the same but for that.
+/// Whether a name is one that the reader made up.
+bool isMadeName(const DmTreeNode& node)
+{
+    const std::optional<EdlKept> kept = EdlKept::of(node);
+    return kept && !kept->madeName.empty() && kept->madeName == clipName(node);
+}
+
+/// Adds the channel of an edit to another one that is the same clip but for that: of the same medium, source and record
+/// range and speed. Those that stood apart in the list that was read stay apart.
 bool merge(Edit& into, const Edit& from)
 {
     if (into.position != from.position || !std::ranges::equal(into.lines, from.lines, isSame))
@@ -64,8 +73,7 @@ bool merge(Edit& into, const Edit& from)
         EdlChannels& channels = into.lines[i].event.channels;
         const EdlLine& line = from.lines[i];
         if ((channels.video & more.video) != 0 || (channels.audio & more.audio) != 0 || !line.marks.empty() ||
-            (line.look && line.look != into.lines[i].look) ||
-            (!into.position && line.event.speed != into.lines[i].event.speed))
+            (line.look && line.look != into.lines[i].look))
             return false;
     }
     for (std::size_t i = 0; i < into.lines.size(); ++i)
@@ -83,12 +91,15 @@ bool merge(Edit& into, const Edit& from)
 class ListMaker
 {
 public:
-    ListMaker(const DmCompositionNode& composition, DM::FrameCodeModes fcm, Report& report)
+    ListMaker(const DmCompositionNode& composition, std::string path, DM::FrameCodeModes fcm, std::size_t reelLength,
+              Report& report)
         : _composition(composition)
+        , _path(std::move(path))
         , _report(report)
         , _fcm(fcm)
         , _offset(composition.getLabelTime(0.0))
-        , _lines(fcm, _offset, report)
+        , _reels(reelLength)
+        , _lines(fcm, _offset, report, _reels)
     {
     }
 
@@ -98,12 +109,33 @@ private:
     // Tracks
 
     void chooseTracks();
-    void addTrack(const DmTrackNode& track, EdlChannels channel);
-    void addLayer(const DmLayerNode& layer, EdlChannels channel, bool isFirst);
-    std::optional<int> freeChannel(const DmTrackNode& track);
+    /// A track on its way into the list.
+    struct Place
+    {
+        const DmTrackNode& track;
+        std::string path; ///< of what is added
+        EdlChannels channel;
+    };
+    void addTrack(const DmTrackNode& track, int index, EdlChannels channel);
+    void addLayer(const DmLayerNode& layer, const Place& place, bool isFirst);
+    std::optional<int> freeChannel(const DmTrackNode& track, std::uint64_t& used);
 
-    void addEdit(const DmSegmentNode& segment, const DmTrxEffectNode* mix, const DmTreeNode* previous,
-                 EdlChannels channel);
+    /// A segment of a layer, with what stands before it; in record order.
+    struct Played
+    {
+        const DmSegmentNode* segment;
+        const DmTrxEffectNode* mix;
+        const DmTreeNode* previous;
+        int index; ///< on its layer
+
+        double recIn() const { return mix ? mix->getRecIn() : segment->getRecIn(); }
+    };
+    std::vector<Played> playedOf(const DmLayerNode& layer) const;
+    void addEdit(const Played& played, double recOut, const Place& place);
+    EdlLine outgoingLine(const Played& played, const Place& place, Edit& edit);
+    /// What the node has of the list that it came from: of two copies of one, the first keeps number, place and notes.
+    std::optional<EdlKept> keptOf(const DmTreeNode& node, EdlChannels channel);
+    void at(const DmTreeNode& node, const Place& place, double recIn);
     void addCompositionMarks();
 
     // The whole
@@ -113,11 +145,13 @@ private:
     EdlList written();
 
     const DmCompositionNode& _composition;
+    std::string _path; ///< from the root on
     Report& _report;
     DM::FrameCodeModes _fcm;
     double _offset; ///< from the record times of nodes to those of the list
+    EdlReels _reels;
     EdlLineMaker _lines;
-    std::uint64_t _usedAudio = 0;
+    std::set<std::tuple<std::uint32_t, std::uint64_t, std::uint64_t>> _taken; ///< positions, by channel
     std::vector<Edit> _edits;
     std::size_t _pictures = 0; ///< how many of the edits are the primary track's
 };
@@ -130,22 +164,6 @@ EdlList ListMaker::make()
     return written();
 }
 
-/// Whether a track's sources came from a list, so that its channel is one of that list's.
-bool isOfList(const DmTrackNode& track)
-{
-    for (int i = 0; i < track.getNbChildren(); ++i)
-        if (const DmTreeNode* const layer = track.getChild(i))
-            for (int j = 0; j < layer->getNbChildren(); ++j)
-                if (const DmTreeNode* const element = layer->getChild(j))
-                {
-                    const auto* const attached = dynamic_cast<const DmSourceNode*>(element->getBaseBlob());
-                    const std::optional<EdlKept> kept = EdlKept::of(attached ? *attached : *element);
-                    if (kept && kept->position)
-                        return true;
-                }
-    return false;
-}
-
 bool isChannel(int number)
 {
     return number >= 1 && number <= EdlChannels::limit;
@@ -156,15 +174,15 @@ std::uint64_t bit(int channel)
     return std::uint64_t{1} << (channel - 1);
 }
 
-std::optional<int> ListMaker::freeChannel(const DmTrackNode& track)
+std::optional<int> ListMaker::freeChannel(const DmTrackNode& track, std::uint64_t& used)
 {
-    int channel = track.getTrackChannel();
-    if (!isChannel(channel) || (_usedAudio & bit(channel)) != 0)
-        for (channel = 1; channel <= EdlChannels::limit && (_usedAudio & bit(channel)) != 0;)
+    int channel = track.getTrackNum();
+    if (!isChannel(channel) || (used & bit(channel)) != 0)
+        for (channel = 1; channel <= EdlChannels::limit && (used & bit(channel)) != 0;)
             ++channel;
     if (!isChannel(channel))
         return std::nullopt;
-    _usedAudio |= bit(channel);
+    used |= bit(channel);
     return channel;
 }
 
@@ -177,49 +195,43 @@ void ListMaker::chooseTracks()
     if (!isVideo(primary))
         for (primary = 0; primary < count && !isVideo(primary);)
             ++primary;
+    std::uint64_t video = 0;
+    std::uint64_t audio = 0;
+    const auto add = [&](int index)
+    {
+        const DmTrackNode& node = *track(index);
+        const bool isAudio = node.getMediaType() == DM_MEDIA_AUDIO;
+        if (const std::optional<int> channel = freeChannel(node, isAudio ? audio : video))
+            return addTrack(node, index, isAudio ? EdlChannels{0, bit(*channel)} : EdlChannels{bit(*channel), 0});
+        _report.at({nullptr, node.getMediaType(), node.getTrackNum(), dmNoTime, _fcm,
+                    _path + "/children[" + std::to_string(index) + ']'});
+        _report.lose(lostTrack);
+    };
     if (primary < count)
-    {
-        const int channel = track(primary)->getTrackChannel();
-        const bool kept = isChannel(channel) && isOfList(*track(primary));
-        addTrack(*track(primary), {bit(kept ? channel : 1), 0});
-        _pictures = _edits.size();
-    }
+        add(primary);
+    _pictures = _edits.size();
     for (int i = 0; i < count; ++i)
-    {
-        const DmTrackNode* const other = track(i);
-        if (!other || i == primary)
-            continue;
-        _report.at({nullptr, other->getMediaType(), other->getTrackNum(), dmNoTime, _fcm, {}});
-        if (other->getMediaType() != DM_MEDIA_AUDIO)
-        {
-            if (isChannel(other->getTrackChannel()) && isOfList(*other))
-                addTrack(*other, {bit(other->getTrackChannel()), 0});
-            else
-                _report.lose(videoTrack);
-        }
-        else if (const std::optional<int> channel = freeChannel(*other))
-            addTrack(*other, {0, bit(*channel)});
-        else
-            _report.lose(audioTrack);
-    }
+        if (track(i) && i != primary)
+            add(i);
 }
 
-void ListMaker::addTrack(const DmTrackNode& track, EdlChannels channel)
+void ListMaker::addTrack(const DmTrackNode& track, int index, EdlChannels channel)
 {
     bool isFirst = true;
+    const std::string path = _path + "/children[" + std::to_string(index) + "]/children[";
     for (int i = 0; i < track.getNbChildren(); ++i)
         if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track.getChild(i)))
         {
-            addLayer(*layer, channel, isFirst);
+            addLayer(*layer, {track, path + std::to_string(i) + "]/children[", channel}, isFirst);
             isFirst = false;
         }
 }
 
-void ListMaker::addLayer(const DmLayerNode& layer, EdlChannels channel, bool isFirst)
+std::vector<ListMaker::Played> ListMaker::playedOf(const DmLayerNode& layer) const
 {
+    std::vector<Played> all;
     const DmTreeNode* previous = nullptr;
     const DmTrxEffectNode* mix = nullptr;
-    std::int64_t end = std::numeric_limits<std::int64_t>::min();
     for (int i = 0; i < layer.getNbChildren(); ++i)
     {
         const auto* segment = dynamic_cast<const DmSegmentNode*>(layer.getChild(i));
@@ -231,55 +243,112 @@ void ListMaker::addLayer(const DmLayerNode& layer, EdlChannels channel, bool isF
         if (segment->whatIs() == DM_GAP_NODE)
             if (const auto* const source = dynamic_cast<const DmSourceNode*>(segment->getBaseBlob()))
                 segment = source;
-        const std::optional<EdlKept> kept = isFirst ? std::nullopt : EdlKept::of(*segment);
+        // A hole in front of it is nothing to come from.
+        const auto* const before = dynamic_cast<const DmSegmentNode*>(previous);
+        const double in = mix ? mix->getRecIn() : segment->getRecIn();
+        constexpr double tolerance = 1e-6;
+        const bool follows = before && std::abs(before->getRecOut() - in) <= tolerance;
+        all.push_back({segment, mix, follows || (before && before->getRecOut() > in) ? previous : nullptr, i});
+        previous = segment;
+        mix = nullptr;
+    }
+    std::ranges::stable_sort(all, {}, &Played::recIn);
+    return all;
+}
+
+void ListMaker::at(const DmTreeNode& node, const Place& place, double recIn)
+{
+    _report.at({&node, place.track.getMediaType(), place.track.getTrackNum(), _offset + recIn, _fcm, place.path});
+}
+
+void ListMaker::addLayer(const DmLayerNode& layer, const Place& place, bool isFirst)
+{
+    const std::vector<Played> all = playedOf(layer);
+    Place here = place;
+    for (std::size_t i = 0; i < all.size(); ++i)
+    {
+        const Played& played = all[i];
+        here.path = place.path + std::to_string(played.index) + ']';
+        at(*played.segment, here, played.recIn());
+        const std::optional<EdlKept> kept = isFirst ? std::nullopt : EdlKept::of(*played.segment);
         const bool isKey = kept && kept->transition != EdlTransition::Cut;
-        const bool isPlain = segment->whatIs() == DM_GAP_NODE;
+        const bool isPlain = played.segment->whatIs() == DM_GAP_NODE;
         if (!isFirst && !isKey)
         {
             if (!isPlain)
                 _report.lose(furtherLayer);
+            continue;
         }
-        else if (!isPlain || mix)
+        if (isPlain && !played.mix)
+            continue;
+        double recOut = played.segment->getRecOut();
+        if (i + 1 < all.size() && recOut - all[i + 1].recIn() > 1e-6)
         {
-            addEdit(*segment, mix, previous, channel);
-            Edit& edit = _edits.back();
-            edit.isKey = isKey;
-            if (edit.event().record.in < end)
-                _report.lose(overlap);
-            end = edit.event().record.out;
+            _report.lose(overlap);
+            recOut = std::max(all[i + 1].recIn(), played.recIn());
         }
-        previous = segment;
-        mix = nullptr;
+        addEdit(played, recOut, here);
+        _edits.back().isKey = isKey;
     }
 }
 
-void ListMaker::addEdit(const DmSegmentNode& segment, const DmTrxEffectNode* mix, const DmTreeNode* previous,
-                        EdlChannels channel)
+std::optional<EdlKept> ListMaker::keptOf(const DmTreeNode& node, EdlChannels channel)
+{
+    std::optional<EdlKept> kept = EdlKept::of(node);
+    if (kept && kept->position && !_taken.insert({*kept->position, channel.video, channel.audio}).second)
+    {
+        kept->position.reset();
+        kept->number = 0;
+        kept->notes.clear();
+    }
+    return kept;
+}
+
+/// The line of no length in front of a transition. As the list had it, as long as the material in front of it ends
+/// where it did then.
+EdlLine ListMaker::outgoingLine(const Played& played, const Place& place, Edit& edit)
+{
+    EdlLine line = _lines.outgoingLine(*played.mix, played.previous, place.channel);
+    const auto* const attached = dynamic_cast<const DmSourceNode*>(played.mix->getBaseBlob());
+    if (!attached)
+        return line;
+    const std::optional<EdlKept> kept = keptOf(*attached, place.channel);
+    if (kept)
+        edit.position = kept->position;
+    if (kept && kept->after && (!played.previous || *kept->after != line.event.source.in))
+    {
+        line.event.number = kept->number;
+        line.notes = kept->notes;
+        return line;
+    }
+    EdlLine own = _lines.line(*attached, {nullptr, place.channel, attached->getRecOut(), kept ? &*kept : nullptr});
+    own.event.record = line.event.record; // the transition says when it is
+    return own;
+}
+
+void ListMaker::addEdit(const Played& played, double recOut, const Place& place)
 {
     Edit edit;
-    const std::optional<EdlKept> kept = EdlKept::of(segment);
+    const DmTrxEffectNode* const mix = played.mix;
+    const std::optional<EdlKept> kept = keptOf(*played.segment, place.channel);
     const auto* const attached = mix ? dynamic_cast<const DmSourceNode*>(mix->getBaseBlob()) : nullptr;
     if (kept)
         edit.position = kept->position;
-    if (attached)
-    {
-        edit.lines.push_back(_lines.line(*attached, nullptr, channel));
-        if (const std::optional<EdlKept> first = EdlKept::of(*attached))
-            edit.position = first->position;
-    }
-    else if (mix && !edit.position)
-        edit.lines.push_back(_lines.outgoingLine(*mix, previous, channel));
+    if (mix && (attached || !edit.position))
+        edit.lines.push_back(outgoingLine(played, place, edit));
 
-    EdlLine incoming = _lines.line(segment, mix, channel);
+    EdlLine incoming = _lines.line(*played.segment, {mix, place.channel, recOut, kept ? &*kept : nullptr});
     if (mix)
     {
-        const std::string from = attached ? clipName(*attached) : previous ? clipName(*previous) : std::string();
+        const std::string from = attached          ? clipName(*attached)
+                                 : played.previous ? clipName(*played.previous)
+                                                   : std::string();
         const auto note = std::ranges::find(incoming.notes, NoteKind::FromClipName, &Note::kind);
         const bool hasTo = std::ranges::count(incoming.notes, NoteKind::ToClipName, &Note::kind) != 0;
         const bool hasNote = note != incoming.notes.end();
         if (!kept && !hasNote && !from.empty())
             incoming.notes.insert(incoming.notes.begin(), {NoteKind::FromClipName, from});
-        else if (hasNote && !from.empty() && (!kept || (attached && hasTo)))
+        else if (hasNote && !from.empty() && (!kept || (attached && hasTo && !isMadeName(*attached))))
             note->text = from;
     }
     edit.lines.push_back(std::move(incoming));
@@ -295,7 +364,7 @@ void ListMaker::addCompositionMarks()
             continue;
         const auto& mark = static_cast<const DmCueMark&>(*set);
         const double time = _offset + mark.getCueMarkTime();
-        _report.at({nullptr, DM_MEDIA_VIDEO, 1, time, _fcm, {}});
+        _report.at({nullptr, DM_MEDIA_VIDEO, 1, time, _fcm, _path});
         const auto behind = std::ranges::upper_bound(
             pictures, time, {}, [](const Edit& edit) { return static_cast<double>(edit.event().record.in); });
         if (behind == pictures.begin() || mark.getCueMarkTime() == dmNoTime ||
@@ -358,7 +427,8 @@ void ListMaker::settleOrder()
             merged.push_back(std::move(edit));
     }
     _edits = std::move(merged);
-    if (keepsOrder())
+    const std::optional<EdlKept> head = EdlKept::of(_composition);
+    if ((allKept && head && head->hasOwnOrder) || keepsOrder())
         return;
     std::ranges::stable_sort(_edits, {}, recordIn);
     std::uint32_t number = 0;
@@ -375,15 +445,27 @@ void ListMaker::settleOrder()
 EdlList ListMaker::written()
 {
     EdlList list;
-    list.title = list.keep(dmUtf8(_composition.getName()));
+    std::string title = clipName(_composition);
+    if (blankControls(title))
+        _report.lose(titleControls);
+    list.title = list.keep(std::move(title));
     list.fcm = _fcm;
-    const std::optional<EdlKept> head = EdlKept::of(_composition);
-    for (const Note& note : notesOf(_composition))
-        list.addNote(note.kind, list.keep(note.text));
+    if (const std::optional<EdlKept> head = EdlKept::of(_composition))
+    {
+        list.isUntitled = head->isUntitled && list.title.empty();
+        list.hasOwnOrder = head->hasOwnOrder &&
+                           !std::ranges::is_sorted(_edits, {}, [](const Edit& edit) { return edit.event().record.in; });
+        for (const Note& note : head->notes)
+            list.addNote(note.kind, list.keep(note.text));
+    }
     for (Edit& edit : _edits)
         for (EdlLine& line : edit.lines)
         {
-            line.event.reel = list.keep(std::move(line.reel));
+            const std::string& reel = _reels.ofList(line.reel);
+            if (reel != line.reel && std::ranges::count(line.notes, NoteKind::Reel, &Note::kind) == 0)
+                line.notes.push_back({NoteKind::Reel, line.reel + " REPLACED BY: " + reel});
+            line.event.reel = list.keep(reel);
+            line.event.speedReel = line.speedReel.empty() ? std::string_view() : list.keep(std::move(line.speedReel));
             list.addEvent(line.event);
             if (line.look)
                 list.look() = *line.look;
@@ -395,46 +477,68 @@ EdlList ListMaker::written()
     return list;
 }
 
-/// The compositions of a root, in its reels too.
-std::vector<const DmCompositionNode*> compositionsOf(const DmRoot& root)
+/// A composition, and where it stands below the root.
+struct Found
 {
-    std::vector<const DmCompositionNode*> found;
-    const auto add = [&found](const DmTreeNode* node)
+    const DmCompositionNode* composition;
+    std::string path;
+};
+
+/// The compositions of a root, in its reels too.
+std::vector<Found> compositionsOf(const DmRoot& root)
+{
+    std::vector<Found> found;
+    const auto add = [&found](const DmTreeNode* node, const std::string& path)
     {
         const auto* const composition = dynamic_cast<const DmCompositionNode*>(node);
         if (composition)
-            found.push_back(composition);
+            found.push_back({composition, path});
         return composition != nullptr;
     };
+    const auto name = [](int index) { return "children[" + std::to_string(index) + ']'; };
     for (int i = 0; i < root.getNbChildren(); ++i)
-        if (const DmTreeNode* const child = root.getChild(i); child && !add(child))
+        if (const DmTreeNode* const child = root.getChild(i); child && !add(child, name(i)))
             for (int j = 0; j < child->getNbChildren(); ++j)
-                add(child->getChild(j));
+                add(child->getChild(j), name(i) + '/' + name(j));
     return found;
 }
 
 } // namespace
 
-std::optional<EdlList> treeToEdl(const DmRoot& root, DM::FrameCodeModes fcm, Report& report)
+std::optional<EdlList> treeToEdl(const DmRoot& root, const Options& options, Report& report)
 {
-    const std::vector<const DmCompositionNode*> compositions = compositionsOf(root);
+    const std::vector<Found> compositions = compositionsOf(root);
     if (compositions.empty())
     {
-        report.add(Report::Error, 0, "the document holds no composition");
+        report.add("DM701", Report::Error, 0, "the document holds no composition");
         return std::nullopt;
     }
-    const DmCompositionNode& composition = *compositions.front();
+    const DmCompositionNode& composition = *compositions.front().composition;
+    DM::FrameCodeModes fcm = options.fcm;
     for (const DmString* const text : {&composition.getStartTcFcm(), &composition.getFCM()})
         if (const DM::FrameCodeModes own = dmFcmFromText(*text); own != DM::FCM_NOT_DEFINED)
             fcm = own;
     if (fcm == DM::FCM_NOT_DEFINED)
     {
-        report.add(Report::Error, 0, "the composition names no frame-code mode, and no other was given");
+        report.add("DM701", Report::Error, 0,
+                   "the composition names no frame-code mode, and no other was given (--fcm names one)");
         return std::nullopt;
     }
-    ListMaker maker(composition, fcm, report);
+    constexpr std::string_view reelLength = "reel-length";
+    const auto given = options.more.find(reelLength);
+    const std::optional<std::size_t> length =
+        given == options.more.end() ? std::optional(EdlReels::usualLength) : toNumber<std::size_t>(given->second);
+    if (!length || *length == 0)
+    {
+        report.add("DM701", Report::Error, 0, "'" + given->second + "' is no length of a reel's name");
+        return std::nullopt;
+    }
+    ListMaker maker(composition, compositions.front().path, fcm, *length, report);
     for (std::size_t i = 1; i < compositions.size(); ++i)
+    {
+        report.at({compositions[i].composition, DM_MEDIA_UNDEFINED, 0, dmNoTime, fcm, compositions[i].path});
         report.lose(furtherComposition);
+    }
     return maker.make();
 }
 

@@ -41,13 +41,10 @@ std::vector<Note> shownNotes(const DmTreeNode& node)
 
 void setNotes(DmTreeNode& node, const std::vector<Note>& notes)
 {
-    const std::string before = leftoverOf(node, edlLeftover).value_or("");
-    std::string text = before.substr(0, before.find('\n'));
     std::vector<Note> all = interchange::notesOf(node);
     std::erase_if(all, [](const Note& note) { return !isOfModel(note.kind); });
     all.insert(all.end(), notes.begin(), notes.end());
-    appendNoteLines(text, all);
-    require(setLeftover(node, edlLeftover, text));
+    require(setEdlLeftover(node, withNotes(edlLeftoverOf(node).value_or(""), all)));
 }
 
 std::string textOf(const Value& value)

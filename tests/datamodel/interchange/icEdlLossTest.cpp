@@ -1,0 +1,270 @@
+/// What lists and documents lose on the way to each other, and what they do not.
+#include "../tree/treeTools.h"
+#include "icEdlToTree.h"
+#include "icInterchange.h"
+#include "icTestLists.h"
+#include "icTreeToEdl.h"
+
+#include "dmPlayed.h"
+#include "dmTrackBuilder.h"
+
+using namespace interchange;
+using icTest::readClean;
+
+namespace
+{
+
+const std::string head = "TITLE: T\nFCM: NON-DROP FRAME\n";
+
+struct Written
+{
+    std::string text; ///< without its rate
+    std::string messages;
+};
+
+Written write(const DmRoot& root, const Options& options = {})
+{
+    Report report;
+    const std::optional<EdlList> list = treeToEdl(root, options, report);
+    return {list ? icTest::written(*list) : "", report.toString("cut")};
+}
+
+CoSharedPtr<DmRoot> document(const EdlList& list)
+{
+    Report report;
+    return edlToTree(list, report);
+}
+
+/// A list that is read and written back, perhaps through another format.
+std::string again(const std::string& text, DM::FrameCodeModes fcm, const char* through = nullptr)
+{
+    const icTest::Read result = icTest::read(text, fcm);
+    if (!result.list)
+        return result.messages;
+    CoSharedPtr<DmRoot> root = document(*result.list);
+    if (through)
+    {
+        Options options;
+        options.format = through;
+        std::string bytes;
+        EXPECT_TRUE(writeBuffer(*root, bytes, options).done);
+        root = readBuffer(bytes).root;
+    }
+    return root ? write(*root).text : "";
+}
+
+CoSharedPtr<DmSourceNode> shot(const wchar_t* reel, eDmTreeMediaType mediaType, double srcIn, double length,
+                               double relIn, double speed = 1.0, const wchar_t* fcm = L"24 fps")
+{
+    const auto input = DmSourceNode::MediaInput::create(10000, srcIn, DmSourceInfo::create(), fcm, mediaType, true);
+    ok(input->setFcm(fcm));
+    ok(input->getSrcInfo()->setReelName(reel));
+    auto node = DmSourceNode::create(input, 0, length, relIn, false, false);
+    ok(node->setName(reel));
+    if (speed != 1.0)
+    {
+        const auto warp = DmVTimewarpSettings::create();
+        ok(warp->setSpeed(speed));
+        ok(node->addEffect(warp));
+    }
+    return node;
+}
+
+struct Cut
+{
+    CoSharedPtr<DmRoot> root = DmRoot::create();
+    CoSharedPtr<DmCompositionNode> composition = DmCompositionNode::create(L"T", L"24 fps", {});
+
+    Cut() { root->addChild(composition); }
+    void add(int number, eDmTreeMediaType mediaType, const std::vector<CoSharedPtr<DmTreeNode>>& elements) const
+    {
+        DmTrackBuilder track(number, mediaType);
+        for (const CoSharedPtr<DmTreeNode>& each : elements)
+            ok(track.append(each));
+        ok(track.addTo(*composition));
+    }
+};
+
+DmSourceNode& sourceOf(const DmRoot& root, int element, int track = 0)
+{
+    return dynamic_cast<DmSourceNode&>(*root.getChild(0)->getChild(track)->getChild(0)->getChild(element));
+}
+
+std::string line(const char* number, const char* reel, const char* channels, const char* times)
+{
+    char text[200];
+    std::snprintf(text, sizeof text, "%-5s%-9s%-6sC        %s\n", number, reel, channels, times);
+    return text;
+}
+
+} // namespace
+
+TEST(EdlLoss, LeavesHolesAndLetsTheLaterSegmentCoverTheEarlier)
+{
+    const Cut cut;
+    const auto late = shot(L"B", DM_MEDIA_VIDEO, 0, 48, 0);
+    cut.add(1, DM_MEDIA_VIDEO, {shot(L"A", DM_MEDIA_VIDEO, 0, 48, 0), late});
+    ok(late->setRecIn(72));
+    const std::string a =
+        line("001", "A", "V", "00:00:00:00 00:00:02:00 00:00:00:00 00:00:02:00") + "* FROM CLIP NAME: A\n";
+    EXPECT_EQ(write(*cut.root).text, head + a +
+                                         line("002", "B", "V", "00:00:00:00 00:00:02:00 00:00:03:00 00:00:05:00") +
+                                         "* FROM CLIP NAME: B\n");
+    ok(late->setRecIn(24));
+    const Written over = write(*cut.root);
+    EXPECT_EQ(over.text, head + line("001", "A", "V", "00:00:00:00 00:00:01:00 00:00:00:00 00:00:01:00") +
+                             "* FROM CLIP NAME: A\n" +
+                             line("002", "B", "V", "00:00:00:00 00:00:02:00 00:00:01:00 00:00:03:00") +
+                             "* FROM CLIP NAME: B\n");
+    EXPECT_EQ(over.messages,
+              "cut: warning: A, V1, 00:00:00:00: segments that overlap the one before them: the later one "
+              "covers the end of the earlier\n");
+}
+
+TEST(EdlLoss, MakesOneEventOfOneClipOnSeveralChannelsOnly)
+{
+    struct Case
+    {
+        const wchar_t* path;
+        double relIn;
+        double speed;
+        const char* channels; ///< of the first event
+    };
+    // Against the picture: /a.mov from its begin at normal speed.
+    const Case cases[] = {
+        {L"/a.mov", 0, 1, "B"}, {L"/b.mov", 0, 1, "V"}, {L"/a.mov", 1, 1, "V"}, {L"/a.mov", 0, 2, "V"}};
+    for (const Case& each : cases)
+    {
+        const Cut cut;
+        const auto picture = shot(L"", DM_MEDIA_VIDEO, 0, 48, 0);
+        ok(picture->getSrcInput()->getSrcInfo()->setPath(L"/a.mov"));
+        const auto sound = shot(L"", DM_MEDIA_AUDIO, 0, 48, each.relIn);
+        ok(sound->getSrcInput()->getSrcInfo()->setPath(each.path));
+        if (each.speed != 1)
+        {
+            const auto warp = DmATimewarpSettings::create();
+            ok(warp->setRatio(static_cast<float>(1 / each.speed)));
+            ok(sound->addEffect(warp));
+        }
+        cut.add(1, DM_MEDIA_VIDEO, {picture});
+        cut.add(1, DM_MEDIA_AUDIO, {sound});
+        const std::string text = write(*cut.root).text;
+        EXPECT_NE(text.find(line("001", "AX", each.channels, "00:00:00:00 00:00:02:00 00:00:00:00 00:00:02:00")),
+                  text.npos)
+            << text;
+    }
+    // Three stems, and events that stood apart in the list.
+    const Cut stems;
+    for (int i = 1; i <= 3; ++i)
+    {
+        const auto stem = shot(L"", DM_MEDIA_AUDIO, 0, 48, 0);
+        ok(stem->getSrcInput()->getSrcInfo()->setPath(DmString(std::wstring(L"/stem") + std::to_wstring(i))));
+        stems.add(i, DM_MEDIA_AUDIO, {stem});
+    }
+    EXPECT_NE(write(*stems.root).text.find("003  AX       NONE "), std::string::npos) << write(*stems.root).text;
+    const char* const times = "01:00:00:00 01:00:02:00 00:00:00:00 00:00:02:00";
+    const std::string apart = head + line("001", "A", "A", times) + line("002", "A", "A2", times);
+    EXPECT_EQ(again(apart, DM::FCM_24), apart);
+    EXPECT_EQ(again(apart, DM::FCM_24, "otio"), apart);
+}
+
+TEST(EdlLoss, SaysAtWhatSpeedWhichFramesPlay)
+{
+    // A at 200 % up to 7:22, a dissolve of a second, B at 50 % from there on; C backwards.
+    const Cut cut;
+    const auto mix = DmTrxEffectNode::create(DmVDissolveSettings::create(), 0, 24);
+    cut.add(1, DM_MEDIA_VIDEO,
+            {shot(L"A", DM_MEDIA_VIDEO, 0, 48, 190 - 96, 2), mix, shot(L"B", DM_MEDIA_VIDEO, 0, 48, 309, 0.5),
+             shot(L"C", DM_MEDIA_VIDEO, 0, 49, 206, -1)});
+    const std::string text = write(*cut.root).text;
+    EXPECT_EQ(text, head + "001  A        V     C        00:00:03:22 00:00:07:22 00:00:00:00 00:00:02:00\n"
+                           "M2   A              048.0                00:00:03:22\n* FROM CLIP NAME: A\n"
+                           "002  A        V     C        00:00:07:22 00:00:07:22 00:00:02:00 00:00:02:00\n"
+                           "M2   A              048.0                00:00:07:22\n"
+                           "002  B        V     D    024 00:00:12:09 00:00:13:21 00:00:02:00 00:00:05:00\n"
+                           "M2   B              012.0                00:00:12:09\n"
+                           "* FROM CLIP NAME: A\n* TO CLIP NAME: B\n"
+                           "003  C        V     C        00:00:08:14 00:00:10:15 00:00:05:00 00:00:07:01\n"
+                           "M2   C              -024.0               00:00:08:14\n* FROM CLIP NAME: C\n");
+    // Read, each plays the same frames at the same time; so it does by way of the other format.
+    for (const char* const through : {"edl", "otio"})
+    {
+        Options options;
+        options.format = through;
+        std::string bytes;
+        ASSERT_TRUE(writeBuffer(*cut.root, bytes, options).done);
+        const CoSharedPtr<DmRoot> back = readBuffer(bytes).root;
+        ASSERT_TRUE(back);
+        for (const int element : {0, 2, 4})
+        {
+            const DmSourceNode& before = sourceOf(*cut.root, element);
+            const DmSourceNode& behind = sourceOf(*back, element);
+            const auto begin = [](const DmSourceNode& node)
+            { return dynamic_cast<const DmSourceNode::MediaInput&>(*node.getSrcInput()).getSrcIn(); };
+            for (const double at : {0.0, before.getRecLength() - 1})
+                EXPECT_EQ(begin(behind) + *DmPlayed(behind, DM::FCM_24).positionAt(behind.getRecIn() + at),
+                          begin(before) + *DmPlayed(before, DM::FCM_24).positionAt(before.getRecIn() + at))
+                    << through << element << ' ' << at;
+        }
+    }
+}
+
+TEST(EdlLoss, CountsSpeedsAsTheSystemDidThatWroteThem)
+{
+    struct Case
+    {
+        DM::FrameCodeModes fcm;
+        const char* out; ///< of the source, from 01:00:00:00 on; the record side has 00:01:40:00
+        const char* fps;
+        double speed;
+    };
+    const Case cases[] = {
+        {DM::FCM_29_97_NDF, "01:01:40:00", "030.0", 1},
+        {DM::FCM_29_97_NDF, "01:01:40:00", "029.9", 1},
+        {DM::FCM_29_97_NDF, "01:01:40:00", "029.97", 1},
+        {DM::FCM_29_97_NDF, "01:03:20:00", "060.0", 2},
+        {DM::FCM_29_97_NDF, "01:03:20:00", "059.94006", 59.94006 / (30000.0 / 1001)},
+        {DM::FCM_29_97_NDF, "01:01:40:00", "-030.0", -1},
+        {DM::FCM_23_976, "01:01:40:00", "024.0", 1},
+        {DM::FCM_23_976, "01:01:40:00", "023.9", 1},
+        {DM::FCM_59_94_NDF, "01:00:50:00", "030.0", 0.5},
+        {DM::FCM_24, "01:01:40:00", "024.0", 1},
+        {DM::FCM_24, "01:03:20:00", "048.0", 2},
+    };
+    for (const Case& each : cases)
+    {
+        SCOPED_TRACE(std::string(each.fps) + " at " + DM::FcmUtil::getFCMString(each.fcm));
+        char speed[80];
+        std::snprintf(speed, sizeof speed, "M2   A              %-21s01:00:00:00\n", each.fps);
+        const std::string text =
+            head + "001  A        V     C        01:00:00:00 " + each.out + " 00:00:00:00 00:01:40:00\n" + speed;
+        const EdlList list = readClean(text, each.fcm);
+        const CoSharedPtr<DmRoot> root = document(list);
+        const DmSourceNode& source = sourceOf(*root, 0);
+        EXPECT_DOUBLE_EQ(DmPlayed(source, each.fcm).speed(), each.speed);
+        EXPECT_EQ(source.getEffects().empty(), each.speed == 1);
+        EXPECT_EQ(write(*root).text, text);
+    }
+}
+
+TEST(EdlLoss, ReadsListsInOtherOrdersThanTheRecords)
+{
+    const std::string list = head + line("002", "A", "V", "01:00:00:00 01:00:02:00 22:00:02:00 22:00:04:00") +
+                             "* FROM CLIP NAME: two\n" +
+                             line("005", "A", "V", "01:00:05:00 01:00:07:00 01:00:08:00 01:00:10:00") +
+                             "M2   A              024.0                01:00:05:00\n* FROM CLIP NAME: five\n" +
+                             line("001", "B", "V", "03:00:00:00 03:00:02:00 22:00:00:00 22:00:02:00") +
+                             line("003", "B", "V", "03:00:04:00 03:00:04:00 22:00:04:00 22:00:04:00") +
+                             "003  C        V     D    024 05:00:00:00 05:00:02:00 22:00:04:00 22:00:06:00\n";
+    const CoSharedPtr<DmRoot> root = document(readClean(list, DM::FCM_24));
+    EXPECT_EQ(sourceOf(*root, 0).getRecIn(), 3608 * 24); // no midnight passes
+    EXPECT_EQ(write(*root).text, list);
+    EXPECT_EQ(again(list, DM::FCM_24, "otio"), list);
+    // Overlaps are looked for in record order, and an edit puts the list in that.
+    std::string wrong = list;
+    wrong.replace(wrong.find("22:00:04:00"), 11, "22:00:04:01").replace(wrong.find("01:00:02:00"), 11, "01:00:02:01");
+    EXPECT_NE(icTest::read(wrong, DM::FCM_24).messages.find("before the one before it on its channel has ended"),
+              wrong.npos);
+    ok(sourceOf(*root, 0).setBaseBlob(nullptr));
+    EXPECT_TRUE(write(*root).text.starts_with(head + "001  A        V     C        01:00:05:00"));
+}
