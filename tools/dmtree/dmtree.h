@@ -28,6 +28,7 @@ using AddSubcommand = void (*)(CLI::App& app, Run& run);
 void addCheck(CLI::App& app, Run& run);
 void addClasses(CLI::App& app, Run& run);
 void addConvert(CLI::App& app, Run& run);
+void addDiff(CLI::App& app, Run& run);
 void addDump(CLI::App& app, Run& run);
 void addEdit(CLI::App& app, Run& run);
 void addEnv(CLI::App& app, Run& run);

@@ -116,12 +116,12 @@ private:
 
 } // namespace
 
-Document openDocument(const std::string& path, const interchange::Options& options)
+Document openDocument(const std::string& path, const interchange::Options& options, const std::string& name)
 {
     Input input(path);
     // What nothing tells to be something else is a document.
-    const std::string name = interchange::formatOfPath(path) ? path : ".json";
-    interchange::Reading reading = interchange::readSource(input, options, name);
+    const std::string told = interchange::formatOfPath(path) ? path : name.empty() ? ".json" : name;
+    interchange::Reading reading = interchange::readSource(input, options, told);
     return {std::move(reading.root), std::move(reading.findings), std::move(reading.places)};
 }
 
@@ -174,11 +174,11 @@ void addLenient(CLI::App& command, bool& lenient)
                      "them");
 }
 
-CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient)
+CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient, interchange::Options options,
+                                    const std::string& name)
 {
-    interchange::Options options;
     options.lenient = lenient;
-    const Document document = openDocument(path, options);
+    const Document document = openDocument(path, options, name);
     if (!document.root)
         throw std::runtime_error(path + ": " + document.what());
     std::cerr << dmFindingsText(path, document.findings);

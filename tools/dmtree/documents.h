@@ -41,12 +41,14 @@ struct Document
 };
 
 /// A file of more than a few megabytes shows a progress bar where standard error is a terminal.
-Document openDocument(const std::string& path, const interchange::Options& options = {});
+/// `name`: what tells the format where the path does not, as a path with an extension; without either, the first bytes.
+Document openDocument(const std::string& path, const interchange::Options& options = {}, const std::string& name = {});
 
 /// As openDocument, for a subcommand that works on one document: what is wrong is an exception that names the file, and
 /// so are mistakes of lists and values of documents that are not kept as they stand, unless they are to be taken as
 /// they are. What else there is to say goes to standard error.
-CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient);
+CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient, interchange::Options options = {},
+                                    const std::string& name = {});
 
 /// The option for that.
 void addLenient(CLI::App& command, bool& lenient);

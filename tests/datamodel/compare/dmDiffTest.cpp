@@ -1,0 +1,254 @@
+// What changed between two cuts, in drawings: before, after, and the change list that an assistant editor expects.
+#include "zrDrawing.h"
+#include "zrTestSmallStack.h"
+
+#include "dmColourEffects.h"
+#include "dmCueMark.h"
+#include "dmDiff.h"
+#include "dmEdit.h"
+#include "dmReelNode.h"
+#include "dmUtf8.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+/// One line a change: "V1 A: text", shifts as a count behind them all.
+std::string listed(const DmDiff& diff)
+{
+    std::string text;
+    for (const DmChange& change : diff.changes())
+        if (change.kind != DmChangeKind::Shifted)
+            text += (text.empty() ? "" : "\n") + change.track + (change.track.empty() ? "" : " ") + change.clip +
+                    (change.clip.empty() ? "" : ": ") + change.text();
+    if (const int shifted = diff.count(DmChangeKind::Shifted); shifted != 0)
+        text += (text.empty() ? "" : "\n") + std::to_string(shifted) + " shifted";
+    return text;
+}
+
+std::string changes(const CoSharedPtr<DmRoot>& before, const CoSharedPtr<DmRoot>& after, const DmDiffOptions& how = {})
+{
+    DmStatus status;
+    const DmDiff diff = DmDiff::between(before.get(), after.get(), how, &status);
+    return status.ok() ? listed(diff) : dmUtf8(status.info());
+}
+
+DmSegmentNode& shotAt(const CoSharedPtr<DmRoot>& root, int element, int track = 0)
+{
+    return *root->getChild(0)->getChild(track)->getChild(0)->getChild(element)->asSegment();
+}
+
+} // namespace
+
+TEST(Diff, TellsWhatHappenedToShotsAndSeams)
+{
+    const struct
+    {
+        const char* before;
+        const char* after;
+        const char* changes;
+        const char* from = ""; ///< what the shots play, before and after
+        const char* to = "";
+    } rows[] = {
+        {"AAAA|BBBB|CCCC", "AAAA|BBBB|CCCC", ""},
+        // One thing each.
+        {"AAAA|BBBB|CCCC", "XXX|AAAA|BBBB|CCCC", "V1 X: added, 3 frames\n3 shifted"},
+        {"AAAA|BBBB|CCCC", "AAAA|CCCC", "V1 B: removed, 4 frames\n1 shifted"},
+        {"AAAA|BBBB|CCCC", "AAAA|----|CCCC", "V1 B: removed, 4 frames"},
+        {"AAAA|BBBB|CCCC|DDDD", "CCCC|AAAA|BBBB|DDDD", "V1 C: moved 8 frames earlier\n2 shifted"},
+        {"AAAA|BBBB|CCCC", "AA|BBBB|CCCC", "V1 A: tail trimmed, 2 frames shorter\n2 shifted"},
+        {"AAAA|BBBB|CCCC", "AA|--|BBBB|CCCC", "V1 A: tail trimmed, 2 frames shorter"},
+        {"AAAA|BBBB|CCCC", "AAAA|BB|CCCC", "V1 B: head trimmed, 2 frames shorter\n1 shifted", "B10", "B12"},
+        {"AAAA|BBBB|CCCC", "AAAA|--|BB|CCCC", "V1 B: head trimmed, 2 frames shorter", "B10", "B12"},
+        {"AAAA|BBBB|CCCC", "AAAA|BBBBBB|CCCC", "V1 B: head trimmed, 2 frames longer\n1 shifted", "B10", "B8"},
+        {"AAAA|BBBB|CCCC", "AAAA|BBBB|CCCC", "V1 B: slipped, plays what is 3 frames later", "B10", "B13"},
+        {"AAAA|BBBB|CCCC", "AAAAA|BBB|CCCC", "V1 A: tail trimmed, 1 frame longer\nV1 B: head trimmed, 1 frame shorter",
+         "B10", "B11"},
+        {"AAAA|BBBB|----|CC", "AAAA|--|BBBB|--|CC", "V1 B: moved 2 frames later"},
+        // What a gap in front moves, moves; what follows it is shifted.
+        {"AAAA|BBBB|CCCC", "AAAA|--|BBBB|CCCC", "V1 B: moved 2 frames later\n1 shifted"},
+        {"AAAA|BBBB\naaaa|bbbb", "AAAAAA|BBBB\naaaa|--|bbbb", "V1 A: tail trimmed, 2 frames longer\n2 shifted"},
+        // Seams: a transition that holds the old cut trims nobody.
+        {"AAAAAA|BBBBBB", "AAAA////BBBB", "V1 B: VDissolve added, 4 frames", "B10", "B12"},
+        {"AAAA////BBBB", "AAAAAA|BBBBBB", "V1 B: VDissolve removed, 4 frames", "B12", "B10"},
+        {"AAAAAA|BBBBBB", "AAAAAA//BBBB", "V1 B: VDissolve added, 2 frames", "B10", "B12"},
+        {"AAAAAA|BBBBBB", "AAAA//BBBBBB", "V1 B: VDissolve added, 2 frames", "B10", "B10"},
+        {"AAAAAA|BBBBBB", "AA//BBBBBBBB",
+         "V1 A: tail trimmed, 2 frames shorter\nV1 B: VDissolve added, 2 frames\nV1 B: head trimmed, 2 frames longer",
+         "B10", "B8"},
+        {"AAAA//BBBB", "AAA////BBB", "V1 B: transition length: 2 frames -> 4 frames", "B10", "B11"},
+        {"AAAA////BBBB", "AAAAA////BBB", "V1 B: transition 1 frame later on the cut", "B10", "B11"},
+        {"AAAA//BBBB", "AAAA//B", "V1 B: tail trimmed, 3 frames shorter"},
+        // Other material in the same place; material whose ranges have nothing in common is another shot.
+        {"AAAA|BBBB|CCCC", "AAAA|XXXX|CCCC", "V1 X: replaced: \"B\" -> \"X\"\nV1 X: renamed: \"B\" -> \"X\""},
+        {"AAAA|BBBB|CCCC", "AAAA|BBBB|XXXX|CCCC", "V1 X: added, 4 frames\n1 shifted"},
+        {"AAAA|BBBB", "AAAA|BBBB|BBBB", "V1 B: added, 4 frames"},
+        // Tracks.
+        {"AAAA|BBBB\n---", "AAAA\n--|BBBB", "V2 B: moved from V1, 2 frames earlier"},
+        {"AAAA|BBBB", "AAAA|BBBB\nCCCC", "V2 track added\nV2 C: added, 4 frames"},
+        {"AAAA|BBBB\ncccc", "AAAA|BBBB", "A2 track removed\nA2 c: removed, 4 frames"},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(std::string(row.before) + " to " + row.after);
+        EXPECT_EQ(changes(zrDrawing::tree(row.before, row.from), zrDrawing::tree(row.after, row.to)), row.changes);
+    }
+}
+
+TEST(Diff, TellsWhatElseChangedOfAShot)
+{
+    const struct
+    {
+        const char* what;
+        std::function<void(DmRoot&, DmSegmentNode&)> change; ///< of B, the second shot
+        const char* changes;
+    } rows[] = {
+        {"a name", [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.setName(L"Beach")); },
+         "V1 Beach: renamed: \"B\" -> \"Beach\""},
+        {"mute", [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.setMuted(true)); }, "V1 B: muted"},
+        {"an effect",
+         [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.addEffect(DmColourSettings::create())); },
+         "V1 B: effect Colour added"},
+        {"a mark",
+         [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.addSegmentMark(DmCueMark::create(L"eyes", 2.0))); },
+         "V1 B: mark \"eyes\" added"},
+        {"a mark of the cut",
+         [](DmRoot& root, DmSegmentNode&) {
+             static_cast<void>(
+                 static_cast<DmCompositionNode*>(root.getChild(0))->addCueMark(DmCueMark::create(L"music", 6.0)));
+         },
+         "mark \"music\" added"},
+        {"a comment", [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.setComment(L"soft")); },
+         "V1 B: comment: \"soft\""},
+        {"the sign of nothing",
+         [](DmRoot& root, DmSegmentNode&)
+         { static_cast<void>(static_cast<DmCompositionNode*>(root.getChild(0))->setSamplingRate(-0.0)); },
+         "samplingRate: \"0\" -> \"-0\""},
+        {"who saved it",
+         [](DmRoot& root, DmSegmentNode&) { static_cast<void>(root.ownIdentification()->setUser(L"Ann")); },
+         "identification/user: \"Ann\""},
+        {"an id", [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.setSegmentId(L"shot-7")); },
+         "V1 B: segmentId: \"shot-7\""},
+        {"an id that readers make up, alone",
+         [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.setSegmentId(L"7-V1")); },
+         "children[0]/children[0]/children[0]/children[2]/segmentId differs"},
+        {"an empty element", [](DmRoot& root, DmSegmentNode&) { root.addChild(DmReelNode::create()); },
+         "children[1]: \"DmReelNode\""},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        const auto before = zrDrawing::tree("AAAA|BBBB|CCCC");
+        const auto after = zrDrawing::tree("AAAA|BBBB|CCCC");
+        row.change(*after, shotAt(after, 2));
+        EXPECT_EQ(changes(before, after), row.changes);
+    }
+}
+
+TEST(Diff, KnowsShotsWhereverTheyStand)
+{
+    // The same ids, though one id now stands on other media, and none that a reader made up from positions.
+    const auto withIds = [](const char* drawing, std::vector<const wchar_t*> ids)
+    {
+        const auto root = zrDrawing::tree(drawing);
+        for (std::size_t i = 0; i < ids.size(); ++i)
+            static_cast<void>(shotAt(root, int(2 * i)).setSegmentId(ids[i]));
+        return root;
+    };
+    EXPECT_EQ(changes(withIds("AAAA|BBBB", {L"a", L"b"}), withIds("XXXX|AAAA|BBBB", {L"b", L"a", L"c"})),
+              "V1 X: added, 4 frames\nV1 B: segmentId: \"b\" -> \"c\"\n2 shifted");
+    EXPECT_EQ(changes(withIds("AAAA|BBBB", {L"1-V1", L"2-V1"}), withIds("XX|AAAA|BBBB", {L"1-V1", L"2-V1", L"3-V1"})),
+              "V1 X: added, 2 frames\n2 shifted");
+    // Ids used twice are nobody's.
+    EXPECT_EQ(changes(withIds("AAAA|BBBB", {L"a", L"a"}), withIds("BBBB|AAAA", {L"a", L"a"})),
+              "V1 A: moved 4 frames later\n1 shifted");
+    // A version of the same file, a file of another name, and the same file in other hands.
+    const auto withPath = [](const wchar_t* path, const wchar_t* reel)
+    {
+        const auto root = zrDrawing::tree("AAAA|BBBB|CCCC");
+        const auto info = DmSourceInfo::create();
+        static_cast<void>(info->setPath(path));
+        static_cast<void>(info->setReelName(reel));
+        auto* const input = static_cast<DmSourceNode&>(shotAt(root, 2)).getSrcInput();
+        static_cast<void>(static_cast<DmSourceNode::MediaInput*>(input)->setSrcInfo(info));
+        return root;
+    };
+    EXPECT_EQ(changes(withPath(L"/sh/sh010_v001.mov", L""), withPath(L"/sh/sh010_v002.mov", L"")),
+              "V1 B: replaced: \"/sh/sh010_v001.mov\" -> \"/sh/sh010_v002.mov\"");
+    EXPECT_EQ(changes(withPath(L"/sh/v001.mov", L""), withPath(L"/sh/other.mov", L"")),
+              "V1 B: replaced: \"/sh/v001.mov\" -> \"/sh/other.mov\"");
+    EXPECT_EQ(changes(withPath(L"", L"A001"), withPath(L"/x/A001.mov", L"A001")),
+              "V1 B: srcInput/srcInfo/path: \"/x/A001.mov\"");
+}
+
+TEST(Diff, LeavesOutWhatIsAskedFor)
+{
+    const auto before = zrDrawing::tree("AAAA|BBBB|CCCC");
+    const auto after = zrDrawing::tree("AAA|BBBB|CCCC|DD");
+    EXPECT_EQ(changes(before, after), "V1 A: tail trimmed, 1 frame shorter\nV1 D: added, 2 frames\n2 shifted");
+    EXPECT_EQ(changes(before, after, {.tolerance = 1.0}), "V1 D: added, 2 frames");
+    EXPECT_EQ(changes(before, after, {.ignored = {"trim", "added", "shifted"}}), "");
+    EXPECT_EQ(changes(before, after, {.ignored = {"everything"}}), "everything: no kind of change");
+    EXPECT_EQ(changes({}, before), "cut: composition added, 12 frames");
+    EXPECT_EQ(changes(before, {}), "cut: composition removed, 12 frames");
+    EXPECT_EQ(changes({}, {}), "");
+}
+
+TEST(Diff, ComparesOtherRatesByTheClock)
+{
+    const auto before = zrDrawing::tree("AAAA|BBBB|CCCC");
+    const auto after = zrDrawing::tree("AAAAAAAA|BBBBBBBBBB|CCCCCCCC");
+    static_cast<void>(static_cast<DmCompositionNode*>(after->getChild(0))->setFCM(L"50 fps"));
+    EXPECT_EQ(changes(before, after), "rate: 25 fps -> 50 fps; compared by the clock\n"
+                                      "V1 B: tail trimmed, 1 frame longer\n1 shifted");
+}
+
+TEST(Diff, AnswersForTreesThatNoDocumentHolds)
+{
+    // Shared nodes, empty elements, and a composition that holds itself.
+    const auto shared = zrDrawing::tree("AAAA|BBBB");
+    DmTreeNode* const layer = shared->getChild(0)->getChild(0)->getChild(0);
+    static_cast<DmLayerNode*>(layer)->addChild(layer->getChild(0));
+    EXPECT_EQ(changes(zrDrawing::tree("AAAA|BBBB"), shared), "V1 A: added, 4 frames");
+    const auto loop = [](const char* drawing)
+    {
+        const auto root = zrDrawing::tree(drawing);
+        auto* const composition = static_cast<DmCompositionNode*>(root->getChild(0));
+        const auto container =
+            DmContainerNode::create(CoSharedPtr<DmCompositionNode>(composition), DM_MEDIA_VIDEO, 8.0, 4.0);
+        static_cast<DmLayerNode*>(composition->getChild(0)->getChild(0))->addChild(container);
+        return std::pair(root, container);
+    };
+    const auto [a, inA] = loop("AAAA|BBBB");
+    const auto [b, inB] = loop("AAAA|BBBB");
+    zrTestOnSmallStack([&, one = a, other = b] { EXPECT_EQ(changes(one, other), "The tree holds itself."); });
+    for (const auto& container : {inA, inB})
+        static_cast<void>(container->setComposition(CoSharedPtr<DmCompositionNode>()));
+}
+
+TEST(Diff, TakesTimeInProportionWhateverTheEdit)
+{
+    // One clip used again and again, and a cut that runs backwards: pair by pair these would take many times as long.
+    constexpr int many = 4000;
+    const auto long_ = [](bool same, bool backwards)
+    {
+        DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
+        for (int i = 0; i < many; ++i)
+        {
+            const int at = backwards ? many - 1 - i : i;
+            const auto node = zrDrawing::shot('A', 0.0, 4.0, {same ? 0.0 : 10.0 * at, 1e6});
+            static_cast<void>(builder.append(node));
+        }
+        const auto composition = DmCompositionNode::create(L"cut", L"25 fps", nullptr);
+        const auto track = DmTrackNode::create(1, DM_MEDIA_VIDEO);
+        track->addChild(builder.finish());
+        composition->addChild(track);
+        const auto root = DmRoot::create();
+        root->addChild(composition);
+        return root;
+    };
+    const auto backwards = DmDiff::between(long_(false, false).get(), long_(false, true).get());
+    EXPECT_EQ(backwards.count(DmChangeKind::Moved), many - 1);
+    EXPECT_TRUE(DmDiff::between(long_(true, false).get(), long_(true, false).get()).isSame());
+}

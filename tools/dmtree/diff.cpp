@@ -1,0 +1,115 @@
+// dmtree diff: what changed between two versions of a cut.
+#include "dmtree.h"
+#include "documents.h"
+#include "modes.h"
+#include "textFile.h"
+
+#include "dmDiff.h"
+#include "dmUtf8.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+struct Options
+{
+    std::vector<std::string> files; ///< OLD and NEW; or the seven, or nine, arguments of git's external diff
+    std::string fcm;
+    DmDiffOptions diff;
+    bool lenient = false;
+    bool json = false;
+    bool stat = false;
+    bool brief = false;
+    bool each = false;
+    bool exitZero = false;
+};
+
+/// What git calls an external diff with: path, old file, its hash and mode, new file, its hash and mode, and of a
+/// renamed file the new path and a note on that.
+constexpr std::size_t gitArguments = 7;
+
+struct Sides
+{
+    std::string before;
+    std::string after;
+    std::string title; ///< the path in the repository; empty without git
+};
+
+Sides sidesOf(const std::vector<std::string>& files)
+{
+    if (files.size() == 2)
+        return {files[0], files[1], {}};
+    if (files.size() == gitArguments || files.size() == gitArguments + 2)
+        return {files[1], files[4], files[0]};
+    throw std::runtime_error("diff: wants two files: OLD NEW");
+}
+
+CoSharedPtr<DmRoot> open(const std::string& path, const Options& options)
+{
+    if (path == "/dev/null")
+        return {};
+    interchange::Options reading;
+    reading.fcm = dmtree::modeOf(options.fcm);
+    return dmtree::requireDocument(path, options.lenient, reading);
+}
+
+std::string countText(const DmDiff& diff)
+{
+    return diff.isSame() ? "the same" : diff.stat();
+}
+
+int compare(const Options& options)
+{
+    const Sides sides = sidesOf(options.files);
+    const CoSharedPtr<DmRoot> before = open(sides.before, options);
+    const CoSharedPtr<DmRoot> after = open(sides.after, options);
+    DmStatus status;
+    const DmDiff diff = DmDiff::between(before.get(), after.get(), options.diff, &status);
+    if (status.failed())
+        throw std::runtime_error("diff: " + dmUtf8(status.info()));
+    const std::string old = sides.title.empty() ? sides.before : "a/" + sides.title;
+    const std::string now = sides.title.empty() ? sides.after : "b/" + sides.title;
+    if (options.json)
+        std::cout << diff.json() << '\n';
+    else if (options.stat)
+        std::cout << countText(diff) << '\n';
+    else if (options.brief && !diff.isSame())
+        std::cout << old << " and " << now << " differ\n";
+    else if (!options.brief && !diff.isSame())
+        std::cout << "--- " << old << "\n+++ " << now << '\n' << diff.text(options.each);
+    // To git, another exit code than 0 is a program that failed.
+    return diff.isSame() || options.exitZero || !sides.title.empty() ? dmtree::Fine : dmtree::Finding;
+}
+
+} // namespace
+
+void dmtree::addDiff(CLI::App& app, Run& run)
+{
+    CLI::App* const command = app.add_subcommand("diff", "What changed between two versions of a cut");
+    const auto options = std::make_shared<Options>();
+    command->add_option("FILES", options->files, "OLD and NEW: documents or cut lists of any format; /dev/null is none")
+        ->required()
+        ->expected(2, int(gitArguments) + 2);
+    command->add_flag("--json", options->json, "One JSON object");
+    command->add_flag("--stat", options->stat, "One line: how many changes of which kind");
+    command->add_flag("--brief", options->brief, "Only whether they differ");
+    command->add_flag("--each", options->each, "Shots that others shifted, too, one by one");
+    command->add_option("--ignore", options->diff.ignored, "Kinds of changes that do not count, separated by commas")
+        ->delimiter(',')
+        ->type_name("KINDS");
+    command->add_option("--tolerance", options->diff.tolerance, "Times that differ by no more are the same")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("FRAMES");
+    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + std::string(modeHelp))
+        ->check(CLI::Validator(checkMode, "MODE"));
+    command->add_flag("--exit-zero", options->exitZero, "Exit code 0 for files that differ, too");
+    addLenient(*command, options->lenient);
+    command->callback([&run, options] { run = [options] { return compare(*options); }; });
+}
