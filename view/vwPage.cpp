@@ -91,7 +91,8 @@ bool isWhole(double value)
     return value == std::floor(value) && std::abs(value) < 9e15;
 }
 
-/// A value a segment. What all hold is written once, and what nearly all have by default only where it differs.
+/// One value for each segment. What all hold is written once, and what nearly all have by default only where it
+/// differs.
 void column(Writer& json, const std::vector<double>& values, double byDefault)
 {
     const auto usual = static_cast<std::size_t>(std::count(values.begin(), values.end(), byDefault));

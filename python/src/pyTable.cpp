@@ -227,7 +227,7 @@ void addTables(py::module_& module)
 {
     module.def("table", &table, py::arg("node"), py::arg("columns") = py::none(), py::kw_only(),
                py::arg("track") = py::none(), py::arg("at") = py::none(), py::arg("into_containers") = false,
-               "A row a segment, as dicts: for pandas.DataFrame, csv.DictWriter and the like.\n\n"
+               "One row for each segment, as dicts: for pandas.DataFrame, csv.DictWriter and the like.\n\n"
                "columns: their names, in order; by default all but \"object\", the segment itself.");
     module.def(
         "playing", &playing, py::arg("node"), py::arg("at"), py::kw_only(), py::arg("track") = py::none(),

@@ -94,7 +94,7 @@ void addTrees(py::module_& module)
                "Repairs the record times of sources that do not fit their material; those that it changed.");
     module.def("_channel", &channel, py::arg("effect"), py::arg("name"));
     module.def("dump", &dump, py::arg("node"), py::arg("max_depth") = -1,
-               "The tree as indented text, a line a node, its times as labels.");
+               "The tree as indented text, one line for each node, its times as labels.");
 }
 
 } // namespace zrpy

@@ -18,7 +18,7 @@ def segments(
 
 
 def dump(self, max_depth: int = -1) -> str:
-    """The tree as indented text, a line a node, its times as labels."""
+    """The tree as indented text, one line for each node, its times as labels."""
     return _zrdmtree.dump(self, max_depth)
 
 

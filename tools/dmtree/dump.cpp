@@ -1,4 +1,4 @@
-// dmtree dump: a document for people, a line a node.
+// dmtree dump: a document for people, one line for each node.
 #include "dmtree.h"
 #include "documents.h"
 

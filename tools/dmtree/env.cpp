@@ -95,7 +95,7 @@ void dmtree::addEnv(CLI::App& app, Run& run)
     command->add_flag("--html", *asHtml, "Print names, values, defaults and files as an HTML page");
     command->footer("Of \"true, false\", the texts false, FALSE and 0 are false and all others true. \"set: true\": "
                     "set to whatever\n"
-                    "text. Each is read once, when it is first needed, or, those of assertions, when the library is\n"
-                    "loaded. docs/environment.md has them all.");
+                    "text. Each is read once, when it is first needed; those of assertions and exceptions, when the\n"
+                    "library is loaded. docs/environment.md has them all.");
     command->callback([&run, asHtml] { run = [asHtml] { return listVariables(*asHtml); }; });
 }

@@ -1,6 +1,7 @@
 // glibc's vsnprintf converts a wide argument through the process's locale and gives up on the whole text at the first
 // character that the locale lacks; in the "C" locale that is every accent. A format with wide conversions is therefore
-// taken apart here: the wide ones are encoded directly, each of the others goes to snprintf on its own.
+// taken apart here: the wide ones are encoded directly, each of the others goes to snprintf on its own. A format
+// without any is left to vsnprintf.
 #include "CoFormat.h"
 
 #include "CoUtf8.h"
@@ -17,7 +18,7 @@ namespace DM::CoFormat
 namespace
 {
 
-// All arguments longer than an int are then read and passed on as one type.
+// All whole numbers longer than an int are then read and passed on as one type.
 static_assert(sizeof(long) == sizeof(long long) && sizeof(std::intmax_t) == sizeof(long long) &&
               sizeof(std::size_t) == sizeof(long long) && sizeof(std::ptrdiff_t) == sizeof(long long));
 
@@ -254,7 +255,7 @@ void printWide(Writer& writer, const Conversion& conversion, va_list& arguments)
     }
     else
     {
-        // A lone zero is no text to pad or to print: unlike snprintf's, it does not end the message early.
+        // A zero is an empty text, which is padded and no more: as a byte, it would end the message early.
         const wchar_t text[] = {static_cast<wchar_t>(va_arg(arguments, std::wint_t)), 0};
         appendWide(writer, conversion, text, SIZE_MAX);
     }

@@ -1,5 +1,6 @@
-/// The vector and map operations of a property set. Each checks property and type, makes what it stores, and goes
-/// through the one door (dmSetAccessImp.h), where it looks for the element or the key; what it takes out goes after it.
+/// The vector and map operations of a property set. Each checks property and type. What changes something has made what
+/// it stores before it goes through the one door (dmSetAccessImp.h), where it looks for the element or the key, and
+/// lets go of what it takes out afterwards. What only reads goes through no door.
 #include "dmPropertySet.h"
 
 #include "dmSetAccessImp.h"
@@ -37,7 +38,7 @@ bool isIn(int element, std::size_t size)
     return element >= 0 && static_cast<std::size_t>(element) < size;
 }
 
-/// A copy of an element for a list of `set`; DM_BAD_VALUE for a string when there is no memory.
+/// Whether the copy of an element may go into a list of `set`; DM_BAD_VALUE for a string that memory was short for.
 template <class Element>
 eDmErrorId check(const DmPropertySet& set, const DmPropertyDef& def, const Element& copy, const Element& from,
                  bool isAsked)
