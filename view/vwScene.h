@@ -147,7 +147,7 @@ struct Row
     bool isTrackTop; ///< the first row of its track
     double top;      ///< pixels below the ruler and the marks
     double height;
-    TextId name;         ///< "V1"; "V1.2" is the track's third layer
+    TextId name;         ///< "V1"; "V1.2" is the track's second layer
     TextId detail;       ///< the track's own name, where it has one
     std::uint32_t first; ///< its segments: [first, last)
     std::uint32_t last;

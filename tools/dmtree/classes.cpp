@@ -135,7 +135,7 @@ void dmtree::addClasses(CLI::App& app, Run& run)
         app.add_subcommand("classes", "List the classes that documents hold, or the properties of one of them");
     const auto options = std::make_shared<Options>();
     command->add_option("NAME", options->name, "A class: list its properties in index order");
-    command->add_flag("--json", options->json, "Print one JSON object a line");
+    command->add_flag("--json", options->json, "Print one JSON object on each line");
     command->callback(
         [&run, options]
         { run = [options] { return options->name.empty() ? listClasses(options->json) : showClass(*options); }; });

@@ -299,7 +299,7 @@ void dmtree::addTc(CLI::App& app, Run& run)
         ->add_option(
             "VALUE", options->values,
             "A number is a count of frames and is answered with its label; a text with any of : ; + # is a label "
-            "and is answered with its count; - reads values from standard input, one a line")
+            "and is answered with its count; - reads values from standard input, one on each line")
         ->required();
     // The parser takes "--" between values only while a positional argument still waits for one.
     command->add_option("...", options->values)->group("");

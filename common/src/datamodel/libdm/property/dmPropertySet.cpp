@@ -330,8 +330,8 @@ eDmErrorId DmPropertySet::setStored(int index, eDmPropType storedAs, const void*
     const DmPropertyDef* const def = _data->at(index);
     if (!def)
         return DM_PROPERTY_NOT_FOUND;
-    const auto plain = [](eDmPropType type) { return type == DM_ENUM ? DM_INT : type == DM_CDATA ? DM_STRING : type; };
-    if (plain(def->_type) != plain(storedAs))
+    const auto stored = [](eDmPropType type) { return type == DM_ENUM ? DM_INT : type == DM_CDATA ? DM_STRING : type; };
+    if (stored(def->_type) != stored(storedAs))
         return DM_BAD_PROPERTY_TYPE;
     return store(*this, silently ? DmStore::Silent : DmStore::Announced, index, *def, in);
 }
@@ -381,13 +381,13 @@ public:
     }
 
     /// A listener may drop the last reference to the object; one that nobody counts yet must not be deleted by that.
-    void tell(DmPropertySet& set, eDmPropType type, const DmString& name, CoSharedPtr<DmPropertySet>& alive) const
+    void notifyAll(DmPropertySet& set, eDmPropType type, const DmString& name, CoSharedPtr<DmPropertySet>& alive) const
     {
         alive.reset(set.refCount() > 0 ? &set : nullptr);
         DmPropertyListener* const* const all = _many.empty() ? _few : _many.data();
         for (std::size_t i = 0; i < _count; ++i)
             if (isRegistered(set, all[i]))
-                tell(*all[i], type, name);
+                notify(*all[i], type, name);
     }
 
     static bool isRegistered(const DmPropertySet& set, const DmPropertyListener* listener)
@@ -398,7 +398,7 @@ public:
 
 private:
     /// Each has a copy of the id; where there is no memory for it, it sees ours.
-    void tell(DmPropertyListener& listener, eDmPropType type, const DmString& name) const
+    void notify(DmPropertyListener& listener, eDmPropType type, const DmString& name) const
     {
         DmNodeId copy;
         const bool copied = dmWithMemory(
@@ -433,7 +433,7 @@ eDmErrorId DmSetAccess::changeHeard(DmPropertySet& set, const DmPropertyDef& def
     if (isAnnounced(status))
     {
         CoSharedPtr<DmPropertySet> alive;
-        hearers.tell(set, def._type, def._name, alive);
+        hearers.notifyAll(set, def._type, def._name, alive);
         set._state.set(DmPropertySet::dirtyFlag);
     }
     return status;
@@ -475,7 +475,7 @@ void DmPropertySet::notify(const DmNodeId& id, eDmPropType type, const DmString&
     DmSetAccess::Hearers hearers;
     CoSharedPtr<DmPropertySet> alive;
     if (hearers.take(*this, id) == DM_NO_ERROR)
-        hearers.tell(*this, type, propertyName, alive);
+        hearers.notifyAll(*this, type, propertyName, alive);
 }
 
 // State
