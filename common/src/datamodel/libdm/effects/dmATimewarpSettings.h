@@ -1,4 +1,4 @@
-/// Plays a segment's sound faster or slower. Unlike the other audio effects, its parameters do not change over time.
+/// Plays a segment's sound faster or slower. Unlike those of dmAudioEffects.h its parameters do not change over time.
 #pragma once
 
 #include "dmEffect.h"

@@ -1,7 +1,7 @@
-/// The base of everything that an editor calls an effect: what a segment, a transition or a layer carries.
+/// The base of everything that an editor calls an effect: what segments and transitions carry, and parts of such.
 ///
-/// An effect's parameters are held by name, in name order: attributes (static, as text) and channels (animated). They
-/// are made when they are first asked for, so an effect that nobody has touched holds none.
+/// An effect's parameters are held by name, in name order: attributes (static, as text) and channels (animated). A
+/// channel is made when it is first asked for; attributes are those of a new effect (createAttributes), and those set.
 ///
 ///     CoSharedPtr<DmResizeSettings> resize = DmResizeSettings::create();
 ///     resize->setConvertType(L"RESIZE_FIT");
