@@ -1,5 +1,5 @@
-/// How every benchmark here reports: one line a promised figure, as a ratio of two costs measured in the same run, so
-/// that it means the same on a fast machine and on a busy one. Costs are processor time: of wall-clock time, a busy
+/// How every benchmark here reports: one line for each promised figure, a ratio of two costs measured in the same run,
+/// so that it means the same on a fast machine and on a busy one. Costs are processor time: of wall-clock time, a busy
 /// machine takes more from the longer of two works, which it interrupts more often.
 ///
 ///     zrRatio::print("format a label", 0.5, [] { formatAll(); }, [] { snprintfAll(); });

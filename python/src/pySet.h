@@ -1,4 +1,4 @@
-/// A property set as an object of Python: one type a class, made of the class's definitions when it is first met, its
+/// A property set as an object of Python: one type for each class, made of its definitions when it is first met, its
 /// properties attributes. An object of Python holds one reference; while it lives, the same set is the same object.
 #pragma once
 

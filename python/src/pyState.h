@@ -1,4 +1,4 @@
-/// What pickle keeps of an object: everything that it holds, as plain values, in no depth.
+/// What pickle keeps of an object: everything that it holds, as a flat list of plain values.
 #pragma once
 
 #include "pyError.h"

@@ -1,4 +1,4 @@
-/// A tree as a table: a row a segment.
+/// A tree as a table: one row for each segment.
 #pragma once
 
 #include "pyError.h"

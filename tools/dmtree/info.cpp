@@ -1,4 +1,4 @@
-// dmtree info: what a document is, in a screenful: who wrote it, which edits it holds, what it is made of.
+// dmtree info: what a document is, in short tables: who wrote it, which edits it holds, what it is made of.
 #include "columns.h"
 #include "dmtree.h"
 #include "documents.h"
