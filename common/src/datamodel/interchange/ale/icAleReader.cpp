@@ -262,9 +262,9 @@ CoSharedPtr<DmSourceNode> Reader::source(const Facts& facts, Range range, DM::Fr
     if (!isWholePath)
         require(info->setName(toDmString(facts.fileName)));
     require(info->setTrack(1));
-    const auto media =
-        made(DmSourceNode::MediaInput::create(static_cast<double>(range.length), static_cast<double>(range.start), info,
-                                              fcmText, isSound ? DM_MEDIA_AUDIO : DM_MEDIA_VIDEO, !path.empty()));
+    const auto media = made(DmSourceNode::MediaInput::create(std::max(static_cast<double>(range.length), length),
+                                                             static_cast<double>(range.start), info, fcmText,
+                                                             isSound ? DM_MEDIA_AUDIO : DM_MEDIA_VIDEO, !path.empty()));
     require(media->setFcm(fcmText));
     std::string label;
     appendTimeLabel(label, range.start, fcm);

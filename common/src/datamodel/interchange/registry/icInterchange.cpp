@@ -3,6 +3,7 @@
 #include "icAleFormat.h"
 #include "icDocumentFormat.h"
 #include "icEdlFormat.h"
+#include "icFcp7xmlFormat.h"
 #include "icOtioFormat.h"
 #include "icReplaceFile.h"
 #include "icSelect.h"
@@ -31,7 +32,7 @@ constexpr std::size_t lookedAt = 4096;
 /// Our own, a line a format. Of two that look alike the first is taken.
 std::vector<std::shared_ptr<const Format>> ownFormats()
 {
-    return {documentFormat(), aleFormat(), edlFormat(), otioFormat()};
+    return {documentFormat(), aleFormat(), edlFormat(), fcp7xmlFormat(), otioFormat()};
 }
 
 class Registry

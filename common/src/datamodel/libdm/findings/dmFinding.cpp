@@ -51,6 +51,7 @@ constexpr DmFindingCode conversions[] = {
     {"DM733", DmFinding::Warning, "texts that the format cannot hold"},
     {"DM734", DmFinding::Note, "what a list of media does not say"},
     {"DM735", DmFinding::Warning, "looks that differ on one medium"},
+    {"DM736", DmFinding::Warning, "transitions whose cut no alignment names"},
 };
 static_assert(std::ranges::is_sorted(conversions, {},
                                      [](const DmFindingCode& each) { return std::string_view(each.code); }));

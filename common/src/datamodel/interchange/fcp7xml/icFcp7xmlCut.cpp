@@ -1,0 +1,427 @@
+#include "icFcp7xmlCut.h"
+
+#include "icIds.h"
+#include "icText.h"
+
+#include "dmGapNode.h"
+#include "dmReelNode.h"
+#include "dmStoredLabel.h"
+#include "dmTreeTool.h"
+#include "dmUtf8.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace interchange::xmeml
+{
+
+namespace
+{
+
+constexpr double tolerance = 1e-6; ///< of frames
+constexpr int longestTimebase = 1000;
+
+std::string keyOf(const DmSegmentNode& segment, const Hint& hint)
+{
+    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
+    const auto* const media = source ? dynamic_cast<const DmSourceNode::MediaInput*>(source->getSrcInput()) : nullptr;
+    if (!media)
+        return {};
+    std::string key =
+        hint.media + '\n' + mediumOf(segment) + '\n' + timeText(media->getSrcIn()) + '\n' + dmUtf8(media->getFcm());
+    if (const DmSourceInfo* const info = media->getSrcInfo())
+        key.append("\n").append(dmUtf8(info->getReelName())).append("\n").append(dmUtf8(info->getName()));
+    return key;
+}
+
+/// The layer that plays: the result layer, else the first.
+const DmLayerNode* playedLayer(const DmTrackNode& track)
+{
+    const DmLayerNode* played = nullptr;
+    for (int i = 0; i < track.getNbChildren(); ++i)
+        if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track.getChild(i)))
+            if (!played || (layer->isResultLayer() && !played->isResultLayer()))
+                played = layer;
+    return played;
+}
+
+const DmSegmentNode* attachedOf(const DmTreeNode& node)
+{
+    const auto* const attached = dynamic_cast<const DmTreeNode*>(node.getBaseBlob());
+    return attached && attached->isSegment() && attached->whatIs() != DM_GAP_NODE ? attached->asSegment() : nullptr;
+}
+
+} // namespace
+
+// Values
+
+Rate Rate::of(DM::FrameCodeModes fcm)
+{
+    const int timebase = DM::FcmUtil::getIntFPS(fcm);
+    return {timebase, DM::FcmUtil::getDoubleFPS(fcm) < timebase - 1e-9};
+}
+
+std::optional<Rate> Rate::of(pugi::xml_node rate)
+{
+    const std::optional<int> timebase = toNumber<int>(trimmed(textOf(rate, "timebase")));
+    if (!timebase || *timebase < 1 || *timebase > longestTimebase)
+        return std::nullopt;
+    return Rate{*timebase, equalsNoCase(trimmed(textOf(rate, "ntsc")), "TRUE")};
+}
+
+DM::FrameCodeModes Rate::mode(bool drop) const
+{
+    return DM::FcmUtil::FPStoFCM(fps(), drop);
+}
+
+std::string Hint::marks() const
+{
+    std::string text;
+    const auto add = [&text](const char* name, const std::string& value)
+    {
+        if (value.empty())
+            return;
+        text.append(" our:").append(name).append("=\"");
+        for (const char c : value)
+            text += c == '"' || c == '<' || c == '&' ? '_' : c;
+        text += '"';
+    };
+    if (rate)
+    {
+        add("timebase", std::to_string(rate->timebase));
+        add("ntsc", rate->ntsc ? "TRUE" : "FALSE");
+    }
+    if (at != 0)
+        add("at", timeText(at));
+    add("media", media);
+    if (isReference)
+        add("reference", "1");
+    return text;
+}
+
+Hint Hint::of(pugi::xml_node form)
+{
+    Hint hint;
+    hint.id = form.attribute("id").value();
+    const int timebase = form.attribute("our:timebase").as_int();
+    if (timebase >= 1 && timebase <= longestTimebase)
+        hint.rate = Rate{timebase, std::string_view(form.attribute("our:ntsc").value()) == "TRUE"};
+    hint.at = toNumber<double>(form.attribute("our:at").value()).value_or(0);
+    hint.media = form.attribute("our:media").value();
+    hint.isReference = static_cast<bool>(form.attribute("our:reference"));
+    return hint;
+}
+
+Form::Form(const DmTreeNode& node)
+{
+    if (const std::optional<std::string> text = leftoverOf(node, leftoverType))
+        if (!_document.load_buffer(text->data(), text->size(),
+                                   pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_comments |
+                                       pugi::parse_pi,
+                                   pugi::encoding_utf8))
+            _document.reset();
+}
+
+std::string timeText(double value)
+{
+    if (!std::isfinite(value))
+        return "0";
+    constexpr double parts = 1e6;
+    const double nearest = std::round(value);
+    if (std::abs(value - nearest) < 1e-4 || std::abs(value) > 1e12)
+        value = nearest;
+    else
+        value = std::round(value * parts) / parts;
+    std::string text;
+    appendDecimal(text, value == 0 ? 0.0 : value, 1, 0);
+    return text;
+}
+
+DM::FrameCodeModes modeOf(const DmCompositionNode& node, DM::FrameCodeModes otherwise)
+{
+    for (const DmString& text : {node.getFCM(), node.getStartTcFcm()})
+        if (const DM::FrameCodeModes fcm = dmFcmFromText(text); fcm != DM::FCM_NOT_DEFINED)
+            return fcm;
+    return otherwise;
+}
+
+// The cut
+
+Cut::Cut(const DmRoot& root, DM::FrameCodeModes fcm, const std::unordered_map<const DmTreeNode*, Hint>* hints)
+    : _hints(hints)
+{
+    collect(root, fcm);
+    // Those that the document holds keep their ids; what is inside others comes behind.
+    const std::vector<const Sequence*> tops = _top;
+    for (const Sequence* const sequence : tops)
+        addClips(_sequences.at(sequence->node));
+    for (const DmTreeNode* const node : _unnamed)
+        if (!_ids.contains(node))
+            _ids[node] = take(_takenClips, "", "clipitem-");
+    for (File* const file : _unnamedFiles)
+        file->id = take(_takenFiles, "", "file-");
+}
+
+void Cut::collect(const DmTreeNode& node, DM::FrameCodeModes fcm)
+{
+    for (int i = 0; i < node.getNbChildren(); ++i)
+    {
+        const DmTreeNode* const child = node.getChild(i);
+        if (child && child->whatIs() == DM_COMPOSITION_NODE)
+        {
+            if (!find(static_cast<const DmCompositionNode*>(child)))
+                _top.push_back(&addSequence(static_cast<const DmCompositionNode&>(*child), fcm, true));
+        }
+        else if (child && child->whatIs() == DM_REEL_NODE && node.whatIs() == DM_ROOT_NODE)
+            collect(*child, fcm);
+        else
+            left.push_back({child, nullptr, nullptr, "DM728", dmNoTime});
+    }
+}
+
+const Sequence* Cut::find(const DmCompositionNode* node) const
+{
+    const auto found = _sequences.find(node);
+    return found == _sequences.end() ? nullptr : &found->second;
+}
+
+Hint Cut::hintOf(const DmTreeNode& node) const
+{
+    if (!_hints)
+        return Hint::of(Form(node).root());
+    const auto found = _hints->find(&node);
+    return found == _hints->end() ? Hint() : found->second;
+}
+
+std::string Cut::take(std::set<std::string>& taken, std::string wanted, const char* stem) const
+{
+    if (!wanted.empty() && taken.insert(wanted).second)
+        return wanted;
+    for (std::size_t number = taken.size() + 1;; ++number)
+        if (std::string id = stem + std::to_string(number); taken.insert(id).second)
+            return id;
+}
+
+Sequence& Cut::addSequence(const DmCompositionNode& node, DM::FrameCodeModes otherwise, bool isTop)
+{
+    Sequence& sequence = _sequences[&node];
+    sequence.node = &node;
+    sequence.fcm = modeOf(node, otherwise);
+    sequence.origin = node.getRecordStart();
+    sequence.isTop = isTop;
+    const Hint hint = hintOf(node);
+    const std::string& wanted = hint.id;
+    if (!wanted.empty() || !hint.rate) // as for clips
+        sequence.id = take(_takenSequences, wanted, "sequence-");
+    _sequencesById[wanted].push_back(&node);
+    std::array<int, 3> numbers{};
+    for (int i = 0; i < node.getNbChildren(); ++i)
+    {
+        const auto* const track = dynamic_cast<const DmTrackNode*>(node.getChild(i));
+        if (track && (track->getMediaType() == DM_MEDIA_VIDEO || track->getMediaType() == DM_MEDIA_AUDIO))
+            addTrack(sequence, *track, ++numbers[static_cast<std::size_t>(track->getMediaType())]);
+        else
+            left.push_back({node.getChild(i), &sequence, nullptr, "DM728", dmNoTime});
+    }
+    sequence.end = sequence.origin;
+    for (const Track& track : sequence.tracks)
+        for (const Item& item : track.items)
+            sequence.end = std::max(sequence.end, item.recOut);
+    return sequence;
+}
+
+void Cut::addTrack(Sequence& sequence, const DmTrackNode& node, int number)
+{
+    Track track{&node, number, {}};
+    const DmLayerNode* const layer = playedLayer(node);
+    for (int i = 0; i < node.getNbChildren(); ++i)
+        if (node.getChild(i) && node.getChild(i) != layer)
+            left.push_back({node.getChild(i), &sequence, &node, "DM726", dmNoTime});
+    const DmTreeNode* previous = nullptr;
+    for (int i = 0; layer && i < layer->getNbChildren(); ++i)
+    {
+        const DmTreeNode* const child = layer->getChild(i);
+        if (!child || child->whatIs() == DM_CUT_NODE)
+            continue;
+        Item item;
+        item.node = child;
+        item.mix = dynamic_cast<const DmTrxEffectNode*>(child);
+        item.segment = child->isSegment() ? child->asSegment() : nullptr;
+        if (item.segment && child->whatIs() == DM_GAP_NODE)
+            item.segment = attachedOf(*child);
+        const DmSegmentNode* const placed = child->asSegment();
+        item.recIn = item.mix ? item.mix->getRecIn() : placed ? placed->getRecIn() : 0.0;
+        item.recOut = item.recIn + (item.mix ? item.mix->getRecLength() : placed ? placed->getRecLength() : 0.0);
+        if (!item.mix && !placed)
+        {
+            left.push_back({child, &sequence, &node, "DM728", dmNoTime});
+            continue;
+        }
+        if (!std::isfinite(item.recIn) || !std::isfinite(item.recOut) || item.recOut < item.recIn)
+        {
+            left.push_back({child, &sequence, &node, "DM717", dmNoTime});
+            continue;
+        }
+        if (Item* const last = track.items.empty() ? nullptr : &track.items.back();
+            last && last->recOut - item.recIn > tolerance && item.recIn >= last->recIn)
+        {
+            last->recOut = item.recIn; // the later one covers the end of the earlier one
+            left.push_back({last->node, &sequence, &node, "DM703", last->recIn});
+        }
+        const bool isHole = previous && (previous->whatIs() == DM_GAP_NODE && !attachedOf(*previous));
+        const bool touches = !track.items.empty() && previous == track.items.back().node &&
+                             std::abs(track.items.back().recOut - item.recIn) <= tolerance;
+        if (item.mix)
+        {
+            item.isFromBlack = isHole || !touches || track.items.back().mix;
+            if (const DmSegmentNode* const outgoing = item.isFromBlack ? attachedOf(*child) : nullptr)
+            {
+                // Nothing of it plays before the transition does.
+                Item alone;
+                alone.node = outgoing;
+                alone.segment = outgoing;
+                alone.recIn = item.recIn;
+                alone.recOut = item.recIn;
+                track.items.push_back(alone);
+                item.isFromBlack = false;
+            }
+            if (!item.isFromBlack)
+                track.items.back().behind = item.mix;
+            item.isToBlack = true; // until what follows says otherwise
+        }
+        else if (item.segment && touches && track.items.back().mix)
+        {
+            item.before = track.items.back().mix;
+            track.items.back().isToBlack = false;
+        }
+        previous = child;
+        if (item.mix || item.segment)
+            track.items.push_back(item);
+    }
+    sequence.tracks.push_back(std::move(track));
+}
+
+void Cut::addClips(Sequence& sequence)
+{
+    const auto groupOf = [](const DmSegmentNode& segment) -> std::string
+    {
+        const std::string id = dmUtf8(segment.getSegmentId());
+        const std::size_t at = id.rfind('#');
+        return at == id.npos ? "" : id.substr(0, at);
+    };
+    std::vector<const DmContainerNode*> containers;
+    for (const Track& track : sequence.tracks)
+    {
+        int index = 0;
+        for (const Item& item : track.items)
+        {
+            ++index;
+            if (!item.segment)
+                continue;
+            const DmSegmentNode& segment = *item.segment;
+            const Hint hint = hintOf(segment);
+            if (const std::string group = groupOf(segment); !group.empty())
+                _links[{sequence.node, group}].push_back({&segment, track.node->getMediaType(), track.number, index});
+            // A clip that a file named by nothing stays so; a clip of our own has an id.
+            const bool isOurs = hint.id.empty() && !hint.rate;
+            if (!hint.id.empty() && _takenClips.insert(hint.id).second)
+                _ids[&segment] = hint.id;
+            else if (isOurs || !hint.id.empty())
+                _unnamed.push_back(&segment);
+            if (const auto* const container = dynamic_cast<const DmContainerNode*>(&segment))
+            {
+                containers.push_back(container);
+                continue;
+            }
+            const std::string key = keyOf(segment, hint);
+            if (key.empty())
+                continue;
+            _fileKeys[&segment] = key;
+            const auto [found, isNew] = _files.try_emplace(key);
+            File& file = found->second;
+            if (isNew && !hint.media.empty() && _takenFiles.insert(hint.media).second)
+                file.id = hint.media;
+            else if (isNew)
+                _unnamedFiles.push_back(&file);
+            if (!file.definer || (!hint.isReference && hintOf(*file.definer).isReference))
+                file.definer = &segment;
+            if (track.node->getMediaType() == DM_MEDIA_VIDEO)
+                file.hasPicture = true;
+            else
+            {
+                const auto& input = *static_cast<const DmSourceNode&>(segment).getSrcInput();
+                const DmAudioProperties* const audio = input.getAudioProperties();
+                file.channels = std::max({file.channels, 1, audio ? std::min(audio->getChannelIdx(), 1000) + 1 : 1});
+            }
+        }
+    }
+    for (const DmContainerNode* const container : containers)
+        addContainer(*container, sequence.fcm);
+    for (auto& [key, members] : _links)
+        if (key.first == sequence.node && members.size() > 1)
+            for (const Linked& member : members)
+            {
+                _linksOf[member.segment] = &members;
+                _unnamed.push_back(member.segment);
+            }
+}
+
+void Cut::addContainer(const DmContainerNode& container, DM::FrameCodeModes fcm)
+{
+    const DmCompositionNode* const own = container.getComposition();
+    if (!own)
+        return;
+    const Hint hint = hintOf(container);
+    const DmCompositionNode* inside = find(own) ? own : nullptr;
+    // A document that was saved has a sequence as often as it is used.
+    const std::string id = hint.media.empty() ? hintOf(*own).id : hint.media;
+    if (const auto found = _sequencesById.find(id); !inside && !id.empty() && found != _sequencesById.end())
+        for (const DmCompositionNode* const other : found->second)
+            if (!inside && DmTreeTool::areEqual(other, own))
+                inside = other;
+    if (inside)
+    {
+        _insides[&container] = inside;
+        if (Sequence& named = _sequences.at(inside); named.id.empty())
+            named.id = take(_takenSequences, "", "sequence-");
+        return;
+    }
+    _insides[&container] = own;
+    _definers.insert(&container);
+    addClips(addSequence(*own, fcm, false));
+}
+
+const DmCompositionNode* Cut::insideOf(const DmContainerNode& container) const
+{
+    const auto found = _insides.find(&container);
+    return found == _insides.end() ? nullptr : found->second;
+}
+
+const std::string& Cut::idOf(const DmSegmentNode& segment) const
+{
+    static const std::string none;
+    const auto found = _ids.find(&segment);
+    return found == _ids.end() ? none : found->second;
+}
+
+const File* Cut::fileOf(const DmSegmentNode& segment) const
+{
+    const auto key = _fileKeys.find(&segment);
+    return key == _fileKeys.end() ? nullptr : &_files.at(key->second);
+}
+
+const std::vector<Linked>* Cut::linksOf(const DmSegmentNode& segment) const
+{
+    const auto found = _linksOf.find(&segment);
+    return found == _linksOf.end() ? nullptr : found->second;
+}
+
+void Cut::defineElsewhere(const std::set<std::string>& ids)
+{
+    for (auto& [key, file] : _files)
+        if (ids.contains(file.id))
+            file.definer = nullptr;
+}
+
+} // namespace interchange::xmeml

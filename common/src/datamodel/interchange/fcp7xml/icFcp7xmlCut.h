@@ -1,0 +1,189 @@
+/// A document as xmeml sees it: sequences of tracks of items, with the ids by which they name each other. The reader
+/// makes one of what it has read, to see what the writer would write of it; the writer makes one of what there is.
+///
+/// For sources of this library only.
+#pragma once
+
+#include "icFcp7xmlText.h"
+
+#include "icLeftovers.h"
+#include "icReport.h"
+
+#include "dmCompositionNode.h"
+#include "dmContainerNode.h"
+#include "dmLayerNode.h"
+#include "dmRoot.h"
+#include "dmSourceInput.h"
+#include "dmSourceNode.h"
+#include "dmTrackNode.h"
+#include "dmTrxEffectNode.h"
+#include "tuFcm.h"
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace interchange::xmeml
+{
+
+inline constexpr LeftoverType leftoverType{"fcp7xml", 1};
+
+/// How a file says a rate: 29.97 is the timebase 30 with "ntsc" TRUE.
+struct Rate
+{
+    int timebase = 0;
+    bool ntsc = false;
+
+    static Rate of(DM::FrameCodeModes fcm);
+    /// None where the element says none that can be.
+    static std::optional<Rate> of(pugi::xml_node rate);
+    double fps() const { return ntsc ? timebase * 1000.0 / 1001.0 : timebase; }
+    /// Without dropping labels, unless `drop`.
+    DM::FrameCodeModes mode(bool drop) const;
+    friend bool operator==(const Rate&, const Rate&) = default;
+};
+
+/// What a file said of a clip by which others understand it.
+struct Hint
+{
+    std::string id;
+    std::optional<Rate> rate; ///< in which its times count
+    double at = 0;            ///< of keyed speeds: its clip time at the segment's begin
+    std::string media;        ///< id of its file or sequence
+    bool isReference = false; ///< which the file defines elsewhere
+
+    /// As attributes of a form, and read from those.
+    std::string marks() const;
+    static Hint of(pugi::xml_node form);
+};
+
+/// A form that travels with a node; empty without one.
+class Form
+{
+public:
+    Form() = default;
+    explicit Form(const DmTreeNode& node);
+    pugi::xml_node root() const { return _document.document_element(); }
+
+private:
+    pugi::xml_document _document;
+};
+
+/// A number as files have it: whole where it is.
+std::string timeText(double value);
+DM::FrameCodeModes modeOf(const DmCompositionNode& node, DM::FrameCodeModes otherwise);
+
+/// What stands on a track.
+struct Item
+{
+    const DmTreeNode* node = nullptr;
+    const DmSegmentNode* segment = nullptr; ///< itself, or the one that travels with a gap; null for a transition
+    const DmTrxEffectNode* mix = nullptr;   ///< null for a segment
+    double recIn = 0;
+    double recOut = 0;
+    const DmTrxEffectNode* before = nullptr; ///< mixes into it
+    const DmTrxEffectNode* behind = nullptr;
+    bool isFromBlack = false; ///< of a transition
+    bool isToBlack = false;
+    bool isCut = false; ///< a later one covers its end
+};
+
+struct Track
+{
+    const DmTrackNode* node;
+    int number; ///< among its kind, from 1 on
+    std::vector<Item> items;
+};
+
+struct Sequence
+{
+    const DmCompositionNode* node;
+    DM::FrameCodeModes fcm;
+    double origin = 0; ///< the record time that a file's times count from
+    double end = 0;    ///< of what stands in it, in record time
+    std::vector<Track> tracks;
+    std::string id;
+    bool isTop = false;
+};
+
+/// A medium.
+struct File
+{
+    std::string id;
+    bool hasPicture = false;
+    int channels = 0;
+    const DmSegmentNode* definer = nullptr; ///< where it is defined; null where the file's own words do that elsewhere
+};
+
+/// What is linked is told from what stands alone by the '#' in its id.
+struct Linked
+{
+    const DmSegmentNode* segment;
+    eDmTreeMediaType mediaType;
+    int track;
+    int index; ///< among the items of its track, from 1 on
+};
+
+class Cut
+{
+public:
+    /// `hints`: of what was just read; without them each node's form says them. `fcm`: of compositions without a mode.
+    Cut(const DmRoot& root, DM::FrameCodeModes fcm, const std::unordered_map<const DmTreeNode*, Hint>* hints);
+
+    /// Those that stand in the document itself, in its order.
+    const std::vector<const Sequence*>& top() const { return _top; }
+    const Sequence* find(const DmCompositionNode* node) const;
+    Hint hintOf(const DmTreeNode& node) const;
+    /// Empty for a clip that has none.
+    const std::string& idOf(const DmSegmentNode& segment) const;
+    /// Null for a segment without a file.
+    const File* fileOf(const DmSegmentNode& segment) const;
+    /// Whether the sequence is to be defined in this container.
+    bool defines(const DmContainerNode& container) const { return _definers.contains(&container); }
+    const std::vector<Linked>* linksOf(const DmSegmentNode& segment) const;
+    /// Files that words of the document's own define.
+    void defineElsewhere(const std::set<std::string>& ids);
+
+private:
+    void collect(const DmTreeNode& node, DM::FrameCodeModes fcm);
+    Sequence& addSequence(const DmCompositionNode& node, DM::FrameCodeModes otherwise, bool isTop);
+    void addTrack(Sequence& sequence, const DmTrackNode& node, int number);
+    void addClips(Sequence& sequence);
+    void addContainer(const DmContainerNode& container, DM::FrameCodeModes fcm);
+    std::string take(std::set<std::string>& taken, std::string wanted, const char* stem) const;
+
+    const std::unordered_map<const DmTreeNode*, Hint>* _hints;
+    std::vector<const Sequence*> _top;
+    std::map<const DmCompositionNode*, Sequence> _sequences;
+    std::map<std::string, std::vector<const DmCompositionNode*>> _sequencesById;
+    std::unordered_map<const DmTreeNode*, const DmCompositionNode*> _insides; ///< of equal ones, the first
+    std::unordered_map<const DmTreeNode*, std::string> _ids;
+    std::map<std::string, File> _files;
+    std::unordered_map<const DmTreeNode*, std::string> _fileKeys;
+    std::set<const DmTreeNode*> _definers;
+    std::map<std::pair<const DmCompositionNode*, std::string>, std::vector<Linked>> _links;
+    std::unordered_map<const DmTreeNode*, const std::vector<Linked>*> _linksOf;
+    std::set<std::string> _takenClips, _takenFiles, _takenSequences;
+    // What gets a new id when all are known that stand in the document
+    std::vector<const DmTreeNode*> _unnamed;
+    std::vector<File*> _unnamedFiles;
+
+public:
+    /// The composition that stands for a container's own: one of several that are equal.
+    const DmCompositionNode* insideOf(const DmContainerNode& container) const;
+    /// Nodes that have no place, and further layers.
+    struct Left
+    {
+        const DmTreeNode* node;
+        const Sequence* sequence;
+        const DmTrackNode* track;
+        const char* code;
+        double time;
+    };
+    std::vector<Left> left;
+};
+
+} // namespace interchange::xmeml

@@ -1,0 +1,634 @@
+#include "icFcp7xmlPlain.h"
+
+#include "icLook.h"
+#include "icPath.h"
+#include "icText.h"
+#include "icTimeCode.h"
+
+#include "dmATimewarpSettings.h"
+#include "dmAudioEffects.h"
+#include "dmColourEffects.h"
+#include "dmMaterial.h"
+#include "dmPlayed.h"
+#include "dmStoredLabel.h"
+#include "dmTimewarpSettings.h"
+#include "dmTransformEffects.h"
+#include "dmUtf8.h"
+#include "dmVDissolveSettings.h"
+#include "dmWipeSettings.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace interchange::xmeml
+{
+
+namespace
+{
+
+constexpr std::array<Parameter, 10> parameters{
+    {{"basic", "scale", "Scale", nullptr, L"layerScaleX", Parameter::Same},
+     {"basic", "rotation", "Rotation", nullptr, L"layerRotationZ", Parameter::Same},
+     {"basic", "center", "Center", "horiz", L"layerPositionX", Parameter::OfWidth},
+     {"basic", "center", "Center", "vert", L"layerPositionY", Parameter::OfHeight},
+     {"crop", "left", "left", nullptr, L"cropLeft", Parameter::Same},
+     {"crop", "right", "right", nullptr, L"cropRight", Parameter::Same},
+     {"crop", "top", "top", nullptr, L"cropTop", Parameter::Same},
+     {"crop", "bottom", "bottom", nullptr, L"cropBottom", Parameter::Same},
+     {"opacity", "opacity", "opacity", nullptr, L"transparency", Parameter::Opacity},
+     {"audiolevels", "level", "Level", nullptr, L"gain", Parameter::Level}}};
+
+constexpr std::array<GeneratorKind, 9> generators{{{"Slug", L"INPUT_BLACK"},
+                                                   {"Black", L"INPUT_BLACK"},
+                                                   {"Color", L"INPUT_COLOUR"},
+                                                   {"Noise", L"INPUT_NOISE"},
+                                                   {"Bars and Tone (NTSC)", L"INPUT_SMPTE_BARS"},
+                                                   {"Bars and Tone (PAL)", L"INPUT_PAL_BARS"},
+                                                   {"Bars and Tone", L"INPUT_SMPTE_BARS"},
+                                                   {"Silence", L"INPUT_SILENCE"},
+                                                   {"Tone", L"INPUT_TONE"}}};
+
+/// Filters that an axis is, by the channels that it has.
+constexpr std::array<std::pair<const char*, const char*>, 3> motions{
+    {{"basic", "Basic Motion"}, {"crop", "Crop"}, {"opacity", "Opacity"}}};
+
+constexpr double silence = 1e-5; ///< a factor: -100 dB
+
+const char* boolText(bool value)
+{
+    return value ? "TRUE" : "FALSE";
+}
+
+std::string ticks(double frames, double fps)
+{
+    return timeText(std::round(frames * 254016000000.0 / fps));
+}
+
+} // namespace
+
+std::vector<const Parameter*> parametersOf(std::string_view filter)
+{
+    std::vector<const Parameter*> found;
+    for (const Parameter& each : parameters)
+        if (filter == each.filter)
+            found.push_back(&each);
+    return found;
+}
+
+void sizeOf(const DmCompositionNode& composition, int& width, int& height)
+{
+    width = 0;
+    height = 0;
+    if (const DmFrameResolution* const resolution = composition.getResolution())
+    {
+        resolution->getWidth(width);
+        resolution->getHeight(height);
+    }
+    if (width < 1 || height < 1)
+    {
+        width = 1920;
+        height = 1080;
+    }
+}
+
+double channelValue(const Parameter& parameter, double value, const Sequence& sequence)
+{
+    int width = 0;
+    int height = 0;
+    sizeOf(*sequence.node, width, height);
+    switch (parameter.unit)
+    {
+    case Parameter::OfWidth:
+        return value * width;
+    case Parameter::OfHeight:
+        return value * height;
+    case Parameter::Opacity:
+        return 100 - value;
+    case Parameter::Level:
+        return 20 * std::log10(std::max(value, silence));
+    case Parameter::Same:
+        break;
+    }
+    return value;
+}
+
+double fileValue(const Parameter& parameter, double value, const Sequence& sequence)
+{
+    int width = 0;
+    int height = 0;
+    sizeOf(*sequence.node, width, height);
+    switch (parameter.unit)
+    {
+    case Parameter::OfWidth:
+        return value / width;
+    case Parameter::OfHeight:
+        return value / height;
+    case Parameter::Opacity:
+        return 100 - value;
+    case Parameter::Level:
+        return value <= -100 ? 0 : std::pow(10, value / 20);
+    case Parameter::Same:
+        break;
+    }
+    return value;
+}
+
+const GeneratorKind* generatorOf(std::string_view effectId)
+{
+    const auto found =
+        std::ranges::find(generators, effectId, [](const GeneratorKind& kind) { return std::string_view(kind.id); });
+    return found == generators.end() ? nullptr : &*found;
+}
+
+Extent extentOf(const Item& item)
+{
+    return {item.before ? item.before->getRecIn() : item.recIn, item.behind ? item.behind->getRecOut() : item.recOut};
+}
+
+bool isSound(const Track& track)
+{
+    return track.node->getMediaType() == DM_MEDIA_AUDIO;
+}
+
+// Texts and times
+
+pugi::xml_node Plain::text(pugi::xml_node parent, const char* name, std::string value)
+{
+    bool isChanged = false;
+    for (char& c : value)
+        if (static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n' && c != '\r')
+        {
+            c = ' ';
+            isChanged = true;
+        }
+    if (isChanged)
+        lose("DM733", "control characters become blanks");
+    return add(parent, name, value);
+}
+
+pugi::xml_node Plain::text(pugi::xml_node parent, const char* name, const DmString& value)
+{
+    return text(parent, name, dmUtf8(value));
+}
+
+void Plain::rate(pugi::xml_node parent, Rate rate)
+{
+    const pugi::xml_node node = add(parent, "rate");
+    add(node, "timebase", std::to_string(rate.timebase));
+    add(node, "ntsc", boolText(rate.ntsc));
+}
+
+void Plain::timecode(pugi::xml_node parent, double frames, DM::FrameCodeModes fcm, const DmString* reel)
+{
+    const pugi::xml_node node = add(parent, "timecode");
+    rate(node, Rate::of(fcm));
+    std::string label;
+    constexpr double limit = 1e15;
+    appendTimeLabel(label, std::llround(std::clamp(frames, -limit, limit)), fcm);
+    add(node, "string", label);
+    add(node, "frame", timeText(frames));
+    add(node, "displayformat", DM::FcmUtil::isDropFrame(fcm) ? "DF" : "NDF");
+    if (!reel)
+        return;
+    const pugi::xml_node holder = add(node, "reel");
+    add(holder, "name", dmUtf8(*reel));
+    if (reel->empty())
+        optional(holder);
+}
+
+void Plain::format(pugi::xml_node parent, const Sequence& sequence, bool isSound)
+{
+    const pugi::xml_node node = add(add(parent, "format"), "samplecharacteristics");
+    if (isSound)
+    {
+        add(node, "depth", "16");
+        const double rate = sequence.node->getSamplingRate();
+        add(node, "samplerate", timeText(rate > 0 ? rate : 48000));
+        return;
+    }
+    int width = 0;
+    int height = 0;
+    sizeOf(*sequence.node, width, height);
+    rate(node, Rate::of(sequence.fcm));
+    add(node, "width", std::to_string(width));
+    add(node, "height", std::to_string(height));
+    add(node, "pixelaspectratio", "square");
+}
+
+void Plain::marker(pugi::xml_node parent, const DmCueMark& mark, double origin, double ratio)
+{
+    if (mark.getCueMarkTime() == dmNoTime)
+        return lose("DM722", "left out");
+    const pugi::xml_node node = add(parent, "marker");
+    text(node, "name", mark.getCueMarkName());
+    text(node, "comment", mark.getCueMarkComment());
+    const double in = (mark.getCueMarkTime() - origin) * ratio;
+    const double length = mark.getCueMarkDuration();
+    const bool isPoint = length == dmNoTime || !(length > 0);
+    add(node, "in", timeText(in));
+    add(node, "out", isPoint ? "-1" : timeText(in + length * ratio));
+    const int red = mark.getCueMarkColorRed();
+    const int green = mark.getCueMarkColorGreen();
+    const int blue = mark.getCueMarkColorBlue();
+    if (red == 0 && green == 0 && blue == 0)
+        return;
+    const pugi::xml_node colour = add(node, "color");
+    add(colour, "alpha", "0");
+    add(colour, "red", std::to_string(red));
+    add(colour, "green", std::to_string(green));
+    add(colour, "blue", std::to_string(blue));
+}
+
+// Sequences and tracks
+
+pugi::xml_node Plain::sequence(pugi::xml_node parent, const Sequence& sequence)
+{
+    const DmCompositionNode& node = *sequence.node;
+    pugi::xml_node made = add(parent, "sequence");
+    if (!sequence.id.empty())
+        made.append_attribute("id") = sequence.id.c_str();
+    text(made, "name", node.getName());
+    add(made, "duration", timeText(sequence.end - sequence.origin));
+    rate(made, Rate::of(sequence.fcm));
+    const auto mark = [&](const char* name, double time)
+    {
+        const bool isSet = time != dmNoTime;
+        const pugi::xml_node child = add(made, name, isSet ? timeText(time - sequence.origin) : "-1");
+        if (!isSet)
+            optional(child);
+    };
+    mark("in", node.getInMark());
+    mark("out", node.getOutMark());
+    timecode(made, node.getStartTC(), sequence.fcm, nullptr);
+    const pugi::xml_node media = add(made, "media");
+    for (const bool sound : {false, true})
+    {
+        const pugi::xml_node kind = add(media, sound ? "audio" : "video");
+        format(kind, sequence, sound);
+        add(kind, itemsName);
+        if (std::ranges::none_of(sequence.tracks, [sound](const Track& each) { return isSound(each) == sound; }))
+            optional(kind);
+    }
+    for (const DmPropertySetPtr& each : node.getCueMarks())
+        if (const auto* const cue = static_cast<const DmCueMark*>(each.get()))
+            marker(made, *cue, sequence.origin, 1);
+    return made;
+}
+
+pugi::xml_node Plain::track(pugi::xml_node parent, const Sequence& /*sequence*/, const Track& track)
+{
+    const pugi::xml_node made = add(parent, "track");
+    add(made, itemsName);
+    optional(add(made, "enabled", "TRUE"));
+    optional(add(made, "locked", "FALSE"));
+    if (isSound(track))
+    {
+        const int channel = track.node->getTrackChannel();
+        const pugi::xml_node output = add(made, "outputchannelindex", std::to_string(channel));
+        if (channel < 1)
+            optional(output);
+    }
+    return made;
+}
+
+// Items
+
+pugi::xml_node Plain::item(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item)
+{
+    if (_report)
+        _report->at({item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix,
+                     track.node->getMediaType(),
+                     track.node->getTrackNum(),
+                     sequence.node->getLabelTime(item.recIn),
+                     sequence.fcm,
+                     {}});
+    return item.mix ? transition(parent, sequence, track, item) : clip(parent, sequence, track, item);
+}
+
+pugi::xml_node Plain::transition(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item)
+{
+    const DmTrxEffectNode& mix = *item.mix;
+    const bool sound = isSound(track);
+    const pugi::xml_node made = add(parent, "transitionitem");
+    if (!(mix.getName() == L"untitled"))
+        text(made, "name", mix.getName());
+    add(made, "start", timeText(item.recIn - sequence.origin));
+    add(made, "end", timeText(item.recOut - sequence.origin));
+    const double length = item.recOut - item.recIn;
+    const double cut = mix.getRelIn();
+    const bool isCentre = cut == std::floor(length / 2) || cut == std::ceil(length / 2);
+    const double nearest = cut * 4 < length ? 0 : cut * 4 > 3 * length ? length : length / 2;
+    const bool blackOnly = item.isFromBlack || item.isToBlack;
+    const char* alignment = nearest == 0 ? "start" : nearest == length ? "end" : "center";
+    if (item.isFromBlack && !item.isToBlack)
+        alignment = "start-black";
+    else if (item.isToBlack && !item.isFromBlack)
+        alignment = "end-black";
+    else if (!isCentre && cut != 0 && cut != length && !blackOnly)
+        lose("DM736", "written as the nearest of start, center and end");
+    add(made, "alignment", alignment);
+    optional(add(made, "cutPointTicks", ticks(cut, DM::FcmUtil::getDoubleFPS(sequence.fcm))));
+    rate(made, Rate::of(sequence.fcm));
+    const pugi::xml_node effect = add(made, "effect");
+    const auto* const wipe = dynamic_cast<const DmWipeSettings*>(mix.getEffect());
+    const bool isDissolve = dynamic_cast<const DmVDissolveSettings*>(mix.getEffect()) || sound;
+    if (!wipe && !isDissolve)
+        lose("DM712", "written as a dissolve");
+    const char* const name = wipe ? "Edge Wipe" : sound ? "Cross Fade (+3dB)" : "Cross Dissolve";
+    add(effect, "name", name);
+    add(effect, "effectid", sound ? "KGAudioTransCrossFade3dB" : name);
+    add(effect, "effectcategory", wipe ? "Wipe" : "Dissolve");
+    add(effect, "effecttype", "transition");
+    add(effect, "mediatype", sound ? "audio" : "video");
+    const pugi::xml_node code = add(effect, "wipecode", std::to_string(wipe ? wipe->getSmptePattern() : 0));
+    if (!wipe)
+        optional(code);
+    return made;
+}
+
+pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item)
+{
+    const DmSegmentNode& segment = *item.segment;
+    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
+    const auto* const container = dynamic_cast<const DmContainerNode*>(&segment);
+    const DmSourceNode::Input* const input = source ? source->getSrcInput() : nullptr;
+    const auto* const generated = dynamic_cast<const DmSourceNode::GeneratedInput*>(input);
+    const bool sound = isSound(track);
+    const Hint hint = _cut.hintOf(segment);
+
+    // Times: of the clip at its own rate, and at its speed.
+    const DmPlayed played(segment, sequence.fcm);
+    const Extent extent = extentOf(item);
+    const DmMaterial material = dmMaterialOf(segment, sequence.fcm);
+    const double recordFps = DM::FcmUtil::getDoubleFPS(sequence.fcm);
+    const double materialFps = recordFps * played.rate();
+    const bool isConstant = played.motion() == DmPlayed::Motion::Constant;
+    const double speed = isConstant ? std::abs(played.speed()) : 1.0;
+    Rate clipRate = hint.rate.value_or(Rate::of(played.fcm()));
+    struct Range
+    {
+        double in;
+        double out;
+        double at; ///< at the segment's begin
+    };
+    const auto rangeAt = [&](double fps)
+    {
+        const double head = item.recIn - extent.start;
+        const double tail = extent.end - item.recOut;
+        const double perRecord = fps / recordFps;
+        const double begin = segment.getRelIn() / speed * fps / materialFps;
+        Range range{begin, 0, begin};
+        if (played.motion() == DmPlayed::Motion::Keyed)
+            range.at = hint.at;
+        range.in = range.at - (played.isReverse() ? tail : head) * perRecord;
+        range.out = range.in + (extent.end - extent.start) * perRecord;
+        return range;
+    };
+    const auto isWhole = [](double value) { return std::abs(value - std::round(value)) < 1e-3; };
+    Range range = rangeAt(clipRate.fps());
+    if (!isWhole(range.in) || !isWhole(range.out))
+        if (const Range own = rangeAt(materialFps); isWhole(own.in) && isWhole(own.out))
+        {
+            range = own;
+            clipRate = Rate::of(played.fcm());
+        }
+    const double clipFps = clipRate.fps();
+    double duration = material.isLimited() || container ? material.length / speed * clipFps / materialFps : range.out;
+    if (material.isEndless() && input)
+        duration = std::max(range.out, input->getSrcLength() * clipFps / materialFps);
+    if (range.in < 0)
+        lose("DM719", "written as they are");
+    if (!isWhole(range.in) || !isWhole(range.out))
+        lose("DM717", "written with their fraction");
+
+    pugi::xml_node made = add(parent, generated ? "generatoritem" : "clipitem");
+    if (!_cut.idOf(segment).empty())
+        made.append_attribute("id") = _cut.idOf(segment).c_str();
+    text(made, "name", segment.getName() == L"untitled" ? DmString() : segment.getName());
+    add(made, "enabled", boolText(!segment.getMuted()));
+    add(made, "duration", timeText(duration));
+    rate(made, clipRate);
+    add(made, "start", item.before ? "-1" : timeText(extent.start - sequence.origin));
+    add(made, "end", item.behind ? "-1" : timeText(extent.end - sequence.origin));
+    add(made, "in", timeText(range.in));
+    add(made, "out", timeText(range.out));
+    optional(add(made, "pproTicksIn", ticks(range.in, clipFps)));
+    optional(add(made, "pproTicksOut", ticks(range.out, clipFps)));
+    if (const File* const file = _cut.fileOf(segment))
+    {
+        pugi::xml_node child = add(made, "file");
+        child.append_attribute("id") = file->id.c_str();
+        // A file that defines a medium at each of its uses comes back as it was.
+        const bool isOwn = !hint.id.empty() && hint.id == _cut.idOf(segment) && hint.media == file->id;
+        if (file->definer == &segment || (isOwn && !hint.isReference))
+            child.append_attribute(defineMark) = "1";
+    }
+    else if (container && container->getComposition())
+        add(made, itemsName);
+    if (generated)
+    {
+        const auto kind = std::ranges::find_if(generators, [generated](const GeneratorKind& each)
+                                               { return generated->getInputType() == each.type; });
+        const char* const id = kind == generators.end() ? "Slug" : kind->id;
+        if (kind == generators.end())
+            lose("DM715", "written as black");
+        const pugi::xml_node effect = add(made, "effect");
+        add(effect, "name", id);
+        add(effect, "effectid", id);
+        add(effect, "effecttype", "generator");
+        add(effect, "mediatype", sound ? "audio" : "video");
+    }
+    if (sound)
+    {
+        const pugi::xml_node origin = add(made, "sourcetrack");
+        add(origin, "mediatype", "audio");
+        const DmAudioProperties* const audio = input ? input->getAudioProperties() : nullptr;
+        const int channel = audio ? std::clamp(audio->getChannelIdx(), 0, 100000) + 1 : 1;
+        add(origin, "trackindex", std::to_string(channel));
+    }
+    effects(made, sequence, item, range.at, clipFps / recordFps);
+    for (const DmPropertySetPtr& each : segment.getSegmentMarks())
+        if (const auto* const mark = static_cast<const DmCueMark*>(each.get()))
+            marker(made, *mark, 0, clipFps / materialFps / speed);
+    if (const std::vector<Linked>* const links = _cut.linksOf(segment))
+        for (const Linked& each : *links)
+        {
+            const pugi::xml_node link = add(made, "link");
+            add(link, "linkclipref", _cut.idOf(*each.segment));
+            add(link, "mediatype", each.mediaType == DM_MEDIA_AUDIO ? "audio" : "video");
+            add(link, "trackindex", std::to_string(each.track));
+            add(link, "clipindex", std::to_string(each.index));
+        }
+    return made;
+}
+
+pugi::xml_node Plain::file(pugi::xml_node parent, const Sequence& sequence, const DmSegmentNode& segment)
+{
+    const File* const file = _cut.fileOf(segment);
+    const auto& media =
+        static_cast<const DmSourceNode::MediaInput&>(*static_cast<const DmSourceNode&>(segment).getSrcInput());
+    const DmSourceInfo* const info = media.getSrcInfo();
+    const DmPlayed played(segment, sequence.fcm);
+    const DmMaterial material = dmMaterialOf(segment, sequence.fcm);
+    const std::string path = info ? dmUtf8(info->getPath()) : "";
+    std::string name = info ? dmUtf8(info->getName()) : "";
+    if (name.empty())
+        name = path.substr(path.find_last_of("/\\") + 1);
+    if (name.empty() && !(segment.getName() == L"untitled"))
+        name = dmUtf8(segment.getName());
+    pugi::xml_node made = add(parent, "file");
+    if (!file->id.empty())
+        made.append_attribute("id") = file->id.c_str();
+    text(made, "name", name);
+    if (!path.empty())
+        text(made, "pathurl", urlOfPath(path, "localhost"));
+    rate(made, Rate::of(played.fcm()));
+    add(made, "duration", timeText(material.known ? material.length : media.getSrcLength()));
+    const DmString none;
+    timecode(made, material.begin, played.fcm(), info ? &info->getReelName() : &none);
+    const pugi::xml_node kinds = add(made, "media");
+    if (file->hasPicture)
+        add(add(kinds, "video"), "duration", timeText(material.known ? material.length : media.getSrcLength()));
+    if (file->channels > 0)
+        add(add(kinds, "audio"), "channelcount", std::to_string(file->channels));
+    return made;
+}
+
+// Effects
+
+pugi::xml_node Plain::filter(pugi::xml_node clip, const char* name, const char* id, bool isSound,
+                             const DmEffectSettings& effect)
+{
+    const pugi::xml_node made = add(clip, "filter");
+    const pugi::xml_node enabled = add(made, "enabled", boolText(!effect.isMuted()));
+    if (!effect.isMuted())
+        optional(enabled);
+    const pugi::xml_node node = add(made, "effect");
+    add(node, "name", name);
+    add(node, "effectid", id);
+    const char* const category = isSound ? id : "motion";
+    add(node, "effectcategory", category);
+    add(node, "effecttype", category);
+    add(node, "mediatype", isSound ? "audio" : "video");
+    return node;
+}
+
+void Plain::channels(pugi::xml_node clip, const Sequence& sequence, const DmEffectSettings& effect, const char* filter,
+                     const char* name, bool isSound, double clipTime, double clipPerRecord)
+{
+    pugi::xml_node node;
+    pugi::xml_node parameter;
+    const char* last = "";
+    for (const Parameter* const each : parametersOf(filter))
+    {
+        const CoSharedPtr<DmAnimationChannel> channel = effect.getExistingChannelByName(each->channel);
+        if (!channel)
+            continue;
+        if (!node)
+            node = this->filter(clip, name, filter, isSound, effect);
+        const bool isFurther = std::string_view(last) == each->id;
+        if (!isFurther)
+        {
+            parameter = add(node, "parameter");
+            add(parameter, "parameterid", each->id);
+            add(parameter, "name", each->name);
+        }
+        last = each->id;
+        const auto setValue = [&](pugi::xml_node holder, float value)
+        {
+            const std::string number = timeText(fileValue(*each, static_cast<double>(value), sequence));
+            pugi::xml_node place = holder.child("value");
+            if (!each->part)
+                add(holder, "value", number);
+            else
+                add(place ? place : add(holder, "value"), each->part, number);
+        };
+        if (channel->getNbKeyFrames() == 0)
+            setValue(parameter, channel->getValue());
+        for (int i = 0; i < channel->getNbKeyFrames(); ++i)
+        {
+            const CoSharedPtr<DmKeyFrame> key = channel->getKeyFrame(i);
+            if (!key)
+                continue;
+            // The parts of a value have their key frames together.
+            const std::string when = timeText(clipTime + static_cast<double>(key->getFrame()) * clipPerRecord);
+            pugi::xml_node holder;
+            for (pugi::xml_node other = parameter.child("keyframe"); isFurther && other && !holder;
+                 other = other.next_sibling("keyframe"))
+                if (when == other.child_value("when") && !other.child("value").child(each->part))
+                    holder = other;
+            if (!holder)
+            {
+                holder = add(parameter, "keyframe");
+                add(holder, "when", when);
+            }
+            setValue(holder, key->getValue());
+        }
+    }
+}
+
+void Plain::effects(pugi::xml_node clip, const Sequence& sequence, const Item& item, double clipTime,
+                    double clipPerRecord)
+{
+    bool hasSpeed = false;
+    bool hasLook = false;
+    const auto parameter = [](pugi::xml_node effect, const char* id, const std::string& value)
+    {
+        const pugi::xml_node node = add(effect, "parameter");
+        add(node, "parameterid", id);
+        add(node, "name", id);
+        add(node, "value", value);
+        return node;
+    };
+    for (const DmPropertySetPtr& each : item.segment->getEffects())
+    {
+        const auto* const effect = static_cast<const DmEffectSettings*>(each.get());
+        const auto* const warp = dynamic_cast<const DmTimewarpSettings*>(effect);
+        const auto* const soundWarp = dynamic_cast<const DmATimewarpSettings*>(effect);
+        const auto* const look = dynamic_cast<const DmLookSettings*>(effect);
+        if ((warp || soundWarp) && !hasSpeed && !effect->isMuted())
+        {
+            hasSpeed = true;
+            const pugi::xml_node made = filter(clip, "Time Remap", "timeremap", false, *effect);
+            made.child("mediatype").text().set(soundWarp ? "audio" : "video");
+            const bool isKeyed = warp && !warp->isConstantSpeed();
+            double speed = isKeyed ? 1.0 : warp ? warp->getSpeed() : 1.0;
+            if (soundWarp && soundWarp->getRatio() > 0)
+                speed = std::round(1e8 / static_cast<double>(soundWarp->getRatio())) / 1e8;
+            parameter(made, "variablespeed", isKeyed ? "1" : "0");
+            parameter(made, "speed", timeText(std::abs(speed) * 100));
+            parameter(made, "reverse", boolText(speed < 0));
+            if (!isKeyed)
+                continue;
+            const pugi::xml_node graph = parameter(made, "graphdict", "0");
+            const CoSharedPtr<DmAnimationChannel> timing = warp->getExistingChannelByName(L"timing");
+            for (int i = 0; timing && i < timing->getNbKeyFrames(); ++i)
+                if (const CoSharedPtr<DmKeyFrame> key = timing->getKeyFrame(i))
+                {
+                    const pugi::xml_node node = add(graph, "keyframe");
+                    add(node, "when", timeText(clipTime + static_cast<double>(key->getFrame()) * clipPerRecord));
+                    add(node, "value", timeText(item.segment->getRelIn() + static_cast<double>(key->getValue())));
+                }
+        }
+        else if (look && !hasLook && !look->isMuted() && toLook(*look).isFinite())
+        {
+            hasLook = true;
+            const Look values = toLook(*look);
+            const pugi::xml_node made = add(clip, "colorinfo");
+            if (values.hasSop)
+                add(made, "asc_sop", sopText(values));
+            if (values.hasSaturation)
+                add(made, "asc_sat", numberText(values.saturation));
+        }
+        else if (const auto* const axis = dynamic_cast<const DmAxisSettings*>(effect))
+            for (const auto& [id, name] : motions)
+                channels(clip, sequence, *axis, id, name, false, clipTime, clipPerRecord);
+        else if (dynamic_cast<const DmAudioGainSettings*>(effect))
+            channels(clip, sequence, *effect, "audiolevels", "Audio Levels", true, clipTime, clipPerRecord);
+        else if (effect)
+            lose("DM711", "left out");
+    }
+}
+
+} // namespace interchange::xmeml

@@ -1,0 +1,93 @@
+/// The elements of xmeml that the model says: what is written of a node of its own.
+///
+/// For sources of this library only.
+#pragma once
+
+#include "icFcp7xmlCut.h"
+
+namespace interchange::xmeml
+{
+
+/// A parameter of a filter, and the channel that it is.
+struct Parameter
+{
+    const char* filter; ///< its effectid
+    const char* id;
+    const char* name;
+    const char* part; ///< of the value: "horiz"; null for the value itself
+    const wchar_t* channel;
+    enum Unit
+    {
+        Same,
+        OfWidth,  ///< a fraction of the picture's
+        OfHeight, ///<
+        Opacity,  ///< 100 - transparency
+        Level     ///< a factor; the channel has decibels
+    } unit;
+};
+std::vector<const Parameter*> parametersOf(std::string_view filter);
+/// A value of the file as one of the channel, and back.
+double channelValue(const Parameter& parameter, double value, const Sequence& sequence);
+double fileValue(const Parameter& parameter, double value, const Sequence& sequence);
+
+struct GeneratorKind
+{
+    const char* id; ///< the effectid
+    const wchar_t* type;
+};
+const GeneratorKind* generatorOf(std::string_view effectId);
+
+/// Record time of an item with what its transitions show of it.
+struct Extent
+{
+    double start;
+    double end;
+};
+Extent extentOf(const Item& item);
+bool isSound(const Track& track);
+void sizeOf(const DmCompositionNode& composition, int& width, int& height);
+
+class Plain
+{
+public:
+    /// Tells losses if there is a report.
+    Plain(const Cut& cut, Report* report)
+        : _cut(cut)
+        , _report(report)
+    {
+    }
+
+    // Each is added to the parent
+
+    pugi::xml_node sequence(pugi::xml_node parent, const Sequence& sequence);
+    pugi::xml_node track(pugi::xml_node parent, const Sequence& sequence, const Track& track);
+    pugi::xml_node item(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item);
+    /// The file of a clip, in full.
+    pugi::xml_node file(pugi::xml_node parent, const Sequence& sequence, const DmSegmentNode& segment);
+
+private:
+    pugi::xml_node text(pugi::xml_node parent, const char* name, const DmString& value);
+    pugi::xml_node text(pugi::xml_node parent, const char* name, std::string value);
+    static void rate(pugi::xml_node parent, Rate rate);
+    static void timecode(pugi::xml_node parent, double frames, DM::FrameCodeModes fcm, const DmString* reel);
+    void format(pugi::xml_node parent, const Sequence& sequence, bool isSound);
+    void marker(pugi::xml_node parent, const DmCueMark& mark, double origin, double ratio);
+    pugi::xml_node transition(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item);
+    pugi::xml_node clip(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item);
+    void effects(pugi::xml_node clip, const Sequence& sequence, const Item& item, double clipTime,
+                 double clipPerRecord);
+    pugi::xml_node filter(pugi::xml_node clip, const char* name, const char* id, bool isSound,
+                          const DmEffectSettings& effect);
+    void channels(pugi::xml_node clip, const Sequence& sequence, const DmEffectSettings& effect, const char* filter,
+                  const char* name, bool isSound, double clipTime, double clipPerRecord);
+    void lose(const char* code, const char* choice)
+    {
+        if (_report)
+            _report->lose({code, choice});
+    }
+
+    const Cut& _cut;
+    Report* _report;
+};
+
+} // namespace interchange::xmeml

@@ -1,0 +1,561 @@
+#include "icFcp7xmlText.h"
+
+#include "icText.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_map>
+
+namespace interchange::xmeml
+{
+
+namespace
+{
+
+constexpr std::string_view ours = "our:";
+constexpr const char* wasMark = "our:was";
+constexpr const char* tailMark = "our:tail";
+constexpr const char* absentMark = "our:absent";
+constexpr const char* keyMark = "our:key";
+
+constexpr unsigned parseFlags =
+    pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_comments | pugi::parse_pi | pugi::parse_doctype;
+
+bool isOurs(std::string_view name)
+{
+    return name.starts_with(ours);
+}
+
+void appendEscaped(std::string& out, std::string_view text, bool isAttribute)
+{
+    for (const char c : text)
+        switch (c)
+        {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += isAttribute ? "&quot;" : "\"";
+            break;
+        case '\n':
+        case '\t':
+        case '\r':
+            if (isAttribute || c == '\r')
+                out.append("&#").append(std::to_string(static_cast<int>(c))).append(";");
+            else
+                out += c;
+            break;
+        default:
+            out += c;
+        }
+}
+
+/// Whether an element holds text or nothing, and no element.
+bool isLeaf(pugi::xml_node element)
+{
+    const pugi::xml_node child = element.first_child();
+    return !child || (!child.next_sibling() && child.type() == pugi::node_pcdata);
+}
+
+/// All text of an element, one behind the other.
+void appendText(std::string& text, pugi::xml_node element)
+{
+    for (pugi::xml_node at = element; at;)
+    {
+        if (at.type() == pugi::node_pcdata || at.type() == pugi::node_cdata)
+            text.append(at.value()).append("|");
+        if (at.first_child())
+        {
+            at = at.first_child();
+            continue;
+        }
+        while (at != element && !at.next_sibling())
+            at = at.parent();
+        at = at == element ? pugi::xml_node() : at.next_sibling();
+    }
+}
+std::string allText(pugi::xml_node element)
+{
+    std::string text;
+    appendText(text, element);
+    return text;
+}
+
+/// Names the children of an element apart: several of one name by what they are about, or else by their count.
+class Keys
+{
+public:
+    std::string of(pugi::xml_node child)
+    {
+        const std::string_view name = child.name();
+        std::string key(name);
+        if (name == "link")
+            key.append("=").append(textOf(child, "linkclipref"));
+        else if (name == "parameter")
+            key.append("=").append(textOf(child, "parameterid"));
+        else if (name == "filter")
+            key.append("=").append(child.child("effect").child_value("effectid"));
+        const int count = ++_counts[key];
+        return count == 1 ? key : key.append("#").append(std::to_string(count));
+    }
+
+private:
+    std::unordered_map<std::string, int> _counts;
+};
+
+std::map<std::string, pugi::xml_node, std::less<>> keyed(pugi::xml_node parent)
+{
+    std::map<std::string, pugi::xml_node, std::less<>> children;
+    Keys keys;
+    for (const pugi::xml_node child : parent.children())
+        if (child.type() == pugi::node_element)
+            children.emplace(keys.of(child), child);
+    return children;
+}
+
+class TextOutput final : public Output
+{
+public:
+    void write(std::string_view written) override { text += written; }
+    std::string text;
+};
+
+void print(std::string& out, pugi::xml_node node)
+{
+    struct Writer final : pugi::xml_writer
+    {
+        explicit Writer(std::string& target)
+            : to(target)
+        {
+        }
+        void write(const void* data, std::size_t size) override { to.append(static_cast<const char*>(data), size); }
+        std::string& to;
+    };
+    Writer writer(out);
+    node.print(writer, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
+}
+
+/// What says where a clip stands and what it plays.
+bool isPlace(std::string_view name)
+{
+    return name == "start" || name == "end" || name == "in" || name == "out" || name == "pproTicksIn" ||
+           name == "pproTicksOut";
+}
+
+class FormMaker
+{
+public:
+    FormMaker(const NodeSet& nodes, std::string_view marks)
+        : _nodes(nodes)
+        , _marks(marks)
+    {
+    }
+
+    void element(pugi::xml_node element, pugi::xml_node plain, std::string_view name, std::string_view key);
+    std::string text;
+
+private:
+    void attribute(std::string_view name, std::string_view value)
+    {
+        text.append(" ").append(name).append("=\"");
+        appendEscaped(text, value, true);
+        text += '"';
+    }
+    void leaf(pugi::xml_node element, pugi::xml_node plain);
+    void verbatim(pugi::xml_node node);
+
+    const NodeSet& _nodes;
+    std::string_view _marks;
+};
+
+void FormMaker::leaf(pugi::xml_node element, pugi::xml_node plain)
+{
+    const std::string_view said = element.child_value();
+    const std::string_view model = plain.child_value();
+    if (said == model)
+    {
+        text += "/>";
+        return;
+    }
+    if (said.starts_with(model) && !model.empty() && said.substr(model.size()).starts_with('.') &&
+        said.find_first_not_of('0', model.size() + 1) == said.npos)
+    {
+        attribute(tailMark, said.substr(model.size()));
+        text += "/>";
+        return;
+    }
+    attribute(wasMark, model);
+    text += '>';
+    appendEscaped(text, said, false);
+    text.append("</").append(ours).append(element.name()).append(">");
+}
+
+void FormMaker::verbatim(pugi::xml_node node)
+{
+    if (_nodes.contains(node.internal_object()))
+    {
+        text.append("<").append(itemsName).append("/>");
+        return;
+    }
+    if (node.type() != pugi::node_element || isLeaf(node))
+        return print(text, node);
+    text.append("<").append(node.name());
+    for (const pugi::xml_attribute each : node.attributes())
+        attribute(each.name(), each.value());
+    text += '>';
+    for (const pugi::xml_node child : node.children())
+        verbatim(child);
+    text.append("</").append(node.name()).append(">");
+}
+
+void FormMaker::element(pugi::xml_node element, pugi::xml_node plain, std::string_view name, std::string_view key)
+{
+    text.append("<").append(name);
+    if (!key.empty() && key != element.name())
+        attribute(keyMark, key);
+    for (const pugi::xml_attribute each : element.attributes())
+        attribute(each.name(), each.value());
+    const bool isTop = name == element.name();
+    if (isTop)
+        text.append(_marks);
+    if (!isTop && isLeaf(element) && isLeaf(plain))
+        return leaf(element, plain);
+    text += '>';
+    auto open = keyed(plain);
+    Keys keys;
+    bool hasItems = false;
+    // Where a file names the cut inside a transition, we write the transition's far side, and in and out with that.
+    const auto isFarSide = [&](const char* child)
+    { return textOf(plain, child) == "-1" && element.child(child) && textOf(element, child) != "-1"; };
+    const bool isOtherwisePlaced = isTop && (isFarSide("start") || isFarSide("end"));
+    for (const pugi::xml_node child : element.children())
+    {
+        if (_nodes.contains(child.internal_object()))
+        {
+            if (!hasItems || std::string_view(child.name()) == "sequence")
+                text.append("<").append(itemsName).append("/>");
+            hasItems = true;
+            continue;
+        }
+        if (child.type() == pugi::node_pcdata &&
+            std::string_view(child.value()).find_first_not_of(" \t\r\n") == std::string_view::npos)
+            continue;
+        const std::string childKey = child.type() == pugi::node_element ? keys.of(child) : std::string();
+        const auto found = open.find(childKey);
+        if (found == open.end() || childKey.empty())
+        {
+            verbatim(child);
+            continue;
+        }
+        if (childKey == "file") // which has a form of its own
+        {
+            text.append("<").append(ours).append("file/>");
+            open.erase(found);
+            continue;
+        }
+        if (isOtherwisePlaced && isPlace(child.name()))
+            text.append("<").append(ours).append(child.name()).append("/>");
+        else
+            this->element(child, found->second, std::string(ours) + child.name(), childKey);
+        open.erase(found);
+    }
+    for (const auto& [childKey, child] : open)
+        if (!child.attribute(optionalMark) && std::string_view(child.name()) != itemsName)
+        {
+            text.append("<").append(ours).append(child.name());
+            if (childKey != child.name())
+                attribute(keyMark, childKey);
+            attribute(absentMark, allText(child));
+            text += "/>";
+        }
+    text.append("</").append(name).append(">");
+}
+
+std::string_view plainName(std::string_view name)
+{
+    return isOurs(name) ? name.substr(ours.size()) : name;
+}
+
+} // namespace
+
+// Parsing
+
+ParsedXml::ParsedXml(std::string bytes)
+    : _text(std::move(bytes))
+{
+    for (std::size_t at = _text.find('\n'); at != _text.npos; at = _text.find('\n', at + 1))
+        _lineEnds.push_back(static_cast<std::uint32_t>(at));
+}
+
+std::uint32_t ParsedXml::lineAt(std::ptrdiff_t offset) const
+{
+    if (offset < 0)
+        return 0;
+    const auto end = std::ranges::lower_bound(_lineEnds, static_cast<std::uint32_t>(offset));
+    return static_cast<std::uint32_t>(end - _lineEnds.begin()) + 1;
+}
+
+std::uint32_t ParsedXml::lineOf(pugi::xml_node node) const
+{
+    return node ? lineAt(node.offset_debug()) : 0;
+}
+
+bool ParsedXml::parse(XmlFault& fault)
+{
+    const pugi::xml_parse_result result = _document.load_buffer_inplace(_text.data(), _text.size(), parseFlags);
+    if (result.status == pugi::status_out_of_memory)
+        throw std::bad_alloc();
+    if (!result)
+    {
+        fault = {lineAt(result.offset), std::string("no XML: ") + result.description()};
+        return false;
+    }
+    int depth = 0;
+    for (pugi::xml_node at = _document.first_child(); at;)
+    {
+        if (at.type() == pugi::node_doctype && std::string_view(at.value()).find('[') != std::string_view::npos)
+        {
+            fault = {lineOf(at), "a document type with declarations of its own"};
+            return false;
+        }
+        if (at.first_child())
+        {
+            at = at.first_child();
+            if (++depth >= deepestXml)
+            {
+                fault = {lineOf(at), "elements nested more than " + std::to_string(deepestXml) + " deep"};
+                return false;
+            }
+            continue;
+        }
+        while (at && !at.next_sibling())
+        {
+            at = at.parent();
+            --depth;
+        }
+        at = at.next_sibling();
+    }
+    return true;
+}
+
+// Elements
+
+pugi::xml_node add(pugi::xml_node parent, const char* name)
+{
+    pugi::xml_node child = parent.append_child(name);
+    if (!child)
+        throw std::bad_alloc();
+    return child;
+}
+
+pugi::xml_node add(pugi::xml_node parent, const char* name, std::string_view text)
+{
+    pugi::xml_node child = add(parent, name);
+    if (!text.empty() && !child.append_child(pugi::node_pcdata).set_value(std::string(text).c_str()))
+        throw std::bad_alloc();
+    return child;
+}
+
+// Output
+
+void Output::indent()
+{
+    static constexpr std::string_view tabs = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
+    for (int left = _depth; left > 0; left -= static_cast<int>(tabs.size()))
+        write(tabs.substr(0, std::min(tabs.size(), static_cast<std::size_t>(left))));
+}
+
+void Output::line(std::string_view text)
+{
+    indent();
+    write(text);
+    write("\n");
+}
+
+void Output::begin(std::string_view name, pugi::xml_node attributes, pugi::xml_node further)
+{
+    indent();
+    std::string tag("<");
+    tag.append(name);
+    const auto append = [&tag](const char* attribute, const char* value)
+    {
+        tag.append(" ").append(attribute).append("=\"");
+        appendEscaped(tag, value, true);
+        tag += '"';
+    };
+    // Those of the form in their order, with the values of the plain element.
+    for (const pugi::xml_attribute each : attributes.attributes())
+        if (!isOurs(each.name()))
+            append(each.name(), further.attribute(each.name()) ? further.attribute(each.name()).value() : each.value());
+    for (const pugi::xml_attribute each : further.attributes())
+        if (!isOurs(each.name()) && !attributes.attribute(each.name()))
+            append(each.name(), each.value());
+    write(tag);
+}
+
+void Output::open(std::string_view name, pugi::xml_node attributes, pugi::xml_node further, bool isEmpty)
+{
+    begin(name, attributes, further);
+    write(isEmpty ? "/>\n" : ">\n");
+    _depth += isEmpty ? 0 : 1;
+}
+
+void Output::close(std::string_view name)
+{
+    --_depth;
+    indent();
+    write("</");
+    write(name);
+    write(">\n");
+}
+
+void Output::leaf(std::string_view name, pugi::xml_node attributes, pugi::xml_node further, std::string_view text)
+{
+    begin(name, attributes, further);
+    if (text.empty())
+        return write("/>\n");
+    std::string escaped;
+    appendEscaped(escaped, text, false);
+    write(">");
+    write(escaped);
+    write("</");
+    write(name);
+    write(">\n");
+}
+
+// Forms
+
+std::string formOf(pugi::xml_node element, pugi::xml_node plain, const NodeSet& nodes, std::string_view marks)
+{
+    FormMaker maker(nodes, marks);
+    maker.element(element, plain, element.name(), "");
+    return std::move(maker.text);
+}
+
+namespace
+{
+
+/// As it stands, but for the nodes inside.
+void writeVerbatim(Output& out, pugi::xml_node node, const WriteItems& items, std::string_view parent)
+{
+    if (node.type() == pugi::node_element)
+    {
+        if (std::string_view(node.name()) == itemsName)
+            return items(out, parent);
+        if (isLeaf(node))
+            return out.leaf(node.name(), node, {}, node.child_value());
+        const bool isMixed = std::ranges::any_of(node.children(), [](pugi::xml_node child)
+                                                 { return child.type() == pugi::node_pcdata; });
+        if (!isMixed)
+        {
+            out.open(node.name(), node, {}, false);
+            for (const pugi::xml_node child : node.children())
+                writeVerbatim(out, child, items, node.name());
+            return out.close(node.name());
+        }
+    }
+    std::string text;
+    print(text, node);
+    out.line(text);
+}
+
+} // namespace
+
+void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items)
+{
+    struct Entry
+    {
+        pugi::xml_node form;
+        pugi::xml_node plain; ///< null for what only the form has
+        bool isItems = false;
+    };
+    const std::string_view name = form ? plainName(form.name()) : std::string_view(plain.name());
+    auto open = keyed(plain);
+    std::vector<Entry> entries;
+    for (const pugi::xml_node child : form.children())
+    {
+        const std::string_view childName = child.name();
+        if (!isOurs(childName))
+        {
+            entries.push_back({child, {}});
+            continue;
+        }
+        if (childName == itemsName)
+        {
+            entries.push_back({child, {}, true});
+            open.erase(itemsName);
+            continue;
+        }
+        const pugi::xml_attribute key = child.attribute(keyMark);
+        const auto found = open.find(key ? std::string_view(key.value()) : plainName(childName));
+        if (found == open.end())
+            continue; // the model says it no more
+        if (child.attribute(absentMark) && allText(found->second) != child.attribute(absentMark).value())
+            continue; // it says something else now
+        if (!child.attribute(absentMark))
+            entries.push_back({child, found->second});
+        open.erase(found);
+    }
+    // In and out are one statement: where one was edited, what the file said of the other no longer counts.
+    bool isRangeEdited = false;
+    const auto isRange = [](const Entry& entry)
+    {
+        return entry.plain &&
+               (std::string_view(entry.plain.name()) == "in" || std::string_view(entry.plain.name()) == "out");
+    };
+    for (const Entry& entry : entries)
+        if (const pugi::xml_attribute was = entry.form.attribute(wasMark); was && isRange(entry))
+            isRangeEdited = isRangeEdited || std::string_view(entry.plain.child_value()) != was.value();
+    // What is new stands behind what the plain element has before it.
+    std::unordered_set<const void*> left;
+    for (const auto& [key, child] : open)
+        left.insert(child.internal_object());
+    std::size_t at = 0;
+    for (const pugi::xml_node child : plain.children())
+    {
+        const auto placed = std::ranges::find_if(
+            entries, [child](const Entry& entry)
+            { return entry.plain == child || (entry.isItems && child.name() == std::string_view(itemsName)); });
+        if (placed != entries.end())
+            at = static_cast<std::size_t>(placed - entries.begin()) + 1;
+        else if (left.contains(child.internal_object()) && !child.attribute(optionalMark))
+        {
+            const bool isItems = std::string_view(child.name()) == itemsName;
+            entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(at),
+                           Entry{{}, isItems ? pugi::xml_node() : child, isItems});
+            ++at;
+        }
+    }
+    if (entries.empty())
+        return out.open(name, form, plain, true);
+    out.open(name, form, plain, false);
+    for (const Entry& entry : entries)
+    {
+        if (entry.isItems)
+            items(out, name);
+        else if (!entry.plain)
+            writeVerbatim(out, entry.form, items, name);
+        else if (entry.plain.attribute(defineMark))
+            items(out, "file");
+        else if (!isLeaf(entry.plain) || (entry.form && !isLeaf(entry.form)))
+            fill(out, entry.form, entry.plain, items);
+        else
+        {
+            std::string text = entry.plain.child_value();
+            if (const pugi::xml_attribute was = entry.form.attribute(wasMark);
+                was && text == was.value() && !(isRangeEdited && isRange(entry)))
+                text = entry.form.child_value();
+            text += entry.form.attribute(tailMark).value();
+            out.leaf(plainName(entry.plain.name()), entry.form, entry.plain, text);
+        }
+    }
+    out.close(name);
+}
+
+} // namespace interchange::xmeml

@@ -1,0 +1,117 @@
+/// The XML of xmeml files: parsing, and what of an element the model does not say.
+///
+/// The writer makes each element anew from the model: the *plain* element. What a file says beyond it travels with the
+/// node as a *form*: the file's element in which what the plain one says stands as an empty place, "our:" in front of
+/// its name.
+///
+///     <clipitem id="clipitem-1" frameBlend="FALSE">
+///       <masterclipid>masterclip-1</masterclipid>     what the model has no property for
+///       <our:name/>                                   the model's, here
+///       <our:in our:tail=".0"/>                       the model's, with more behind it
+///       <our:pixelaspectratio our:was="square">...    the file's, as long as the model says "square"
+///       <our:enabled our:absent="TRUE"/>              not in the file, as long as the model says "TRUE"
+///       <our:items/>                                  where the nodes inside stand
+///     </clipitem>
+///
+/// For sources of this library only.
+#pragma once
+
+#include <pugixml.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+namespace interchange::xmeml
+{
+
+/// Nesting of elements; deeper files are refused.
+constexpr int deepestXml = 1000;
+
+/// What is wrong with a text, and where.
+struct XmlFault
+{
+    std::uint32_t line = 0;
+    std::string what;
+};
+
+/// A file's bytes, parsed in place.
+class ParsedXml
+{
+public:
+    explicit ParsedXml(std::string bytes);
+    ParsedXml(const ParsedXml&) = delete;
+    ParsedXml& operator=(const ParsedXml&) = delete;
+
+    bool parse(XmlFault& fault);
+    pugi::xml_node root() const { return _document.document_element(); }
+    const pugi::xml_document& document() const { return _document; }
+    std::uint32_t lineOf(pugi::xml_node node) const;
+
+private:
+    std::uint32_t lineAt(std::ptrdiff_t offset) const;
+
+    std::string _text;
+    std::vector<std::uint32_t> _lineEnds;
+    pugi::xml_document _document;
+};
+
+// Elements
+
+inline std::string_view textOf(pugi::xml_node parent, const char* child)
+{
+    return parent.child(child).child_value();
+}
+/// Elements that stand for nothing in a file but a place in a form.
+inline constexpr const char* itemsName = "our:items";
+/// Marks a plain element that is only written where the form has a place for it.
+inline constexpr const char* optionalMark = "our:optional";
+
+/// Marks a plain file that stands here in full: it is written like the nodes inside.
+inline constexpr const char* defineMark = "our:define";
+
+pugi::xml_node add(pugi::xml_node parent, const char* name);
+pugi::xml_node add(pugi::xml_node parent, const char* name, std::string_view text);
+inline pugi::xml_node optional(pugi::xml_node element)
+{
+    element.append_attribute(optionalMark) = "1";
+    return element;
+}
+
+// Output
+
+class Output
+{
+public:
+    virtual ~Output() = default;
+    virtual void write(std::string_view text) = 0;
+
+    /// The attributes in their order, with the values of further ones, and those that are only among these.
+    void open(std::string_view name, pugi::xml_node attributes, pugi::xml_node further, bool isEmpty);
+    void close(std::string_view name);
+    void leaf(std::string_view name, pugi::xml_node attributes, pugi::xml_node further, std::string_view text);
+    void line(std::string_view text);
+
+private:
+    void begin(std::string_view name, pugi::xml_node attributes, pugi::xml_node further);
+    void indent();
+
+    int _depth = 0;
+};
+
+// Forms
+
+using NodeSet = std::unordered_set<const void*>;
+
+/// What `element` says beyond `plain`; elements in `nodes` have become nodes of their own. `marks`: further attributes.
+std::string formOf(pugi::xml_node element, pugi::xml_node plain, const NodeSet& nodes, std::string_view marks = "");
+/// Writes the nodes that stand in an element of this name, or its file; where the form says so, one at a time.
+using WriteItems = std::function<void(Output&, std::string_view parent)>;
+/// Writes what the form and the plain element say together; `form` may be null.
+void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items);
+
+} // namespace interchange::xmeml

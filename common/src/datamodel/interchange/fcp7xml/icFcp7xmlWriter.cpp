@@ -1,0 +1,250 @@
+#include "icFcp7xmlWriter.h"
+
+#include "icFcp7xmlPlain.h"
+
+#include "dmUtf8.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace interchange
+{
+
+using namespace xmeml;
+
+namespace
+{
+
+class SinkOutput final : public Output
+{
+public:
+    explicit SinkOutput(Sink& sink)
+        : _sink(sink)
+    {
+    }
+    void write(std::string_view text) override
+    {
+        _held += text;
+        if (_held.size() >= size)
+            flush();
+    }
+    bool flush()
+    {
+        _isGood = _isGood && _sink.write(_held);
+        _held.clear();
+        return _isGood;
+    }
+
+private:
+    static constexpr std::size_t size = 1 << 16;
+
+    Sink& _sink;
+    std::string _held;
+    bool _isGood = true;
+};
+
+std::size_t countItems(pugi::xml_node form)
+{
+    std::size_t count = 0;
+    for (const pugi::xml_node child : form.children())
+        count += std::string_view(child.name()) == itemsName ? 1 : countItems(child);
+    return count;
+}
+
+void addDefinitions(pugi::xml_node form, std::set<std::string>& ids)
+{
+    for (const pugi::xml_node child : form.children())
+    {
+        if (std::string_view(child.name()) == "file" && child.first_child())
+            ids.insert(child.attribute("id").value());
+        addDefinitions(child, ids);
+    }
+}
+
+class Writer
+{
+public:
+    Writer(const DmRoot& root, DM::FrameCodeModes fcm, Sink& sink, Report& report)
+        : _root(root)
+        , _report(report)
+        , _cut(root, fcm, nullptr)
+        , _plain(_cut, &report)
+        , _out(sink)
+    {
+    }
+
+    bool write();
+
+private:
+    void tellLeft();
+    void keepFiles();
+    void sequence(const Sequence& sequence);
+    void track(const Sequence& sequence, const Track& track);
+    void item(const Sequence& sequence, const Track& track, const Item& item);
+
+    const DmRoot& _root;
+    Report& _report;
+    Cut _cut;
+    Plain _plain;
+    SinkOutput _out;
+    std::vector<std::unique_ptr<Form>> _forms;    ///< of sequences
+    std::map<std::string, pugi::xml_node> _files; ///< their forms, by id
+};
+
+void Writer::tellLeft()
+{
+    for (const Cut::Left& each : _cut.left)
+    {
+        const bool isPlaced = each.sequence && each.track;
+        _report.at({each.node,
+                    isPlaced ? each.track->getMediaType() : DM_MEDIA_UNDEFINED,
+                    isPlaced ? each.track->getTrackNum() : 0,
+                    isPlaced && each.time != dmNoTime ? each.sequence->node->getLabelTime(each.time) : dmNoTime,
+                    isPlaced ? each.sequence->fcm : DM::FCM_NOT_DEFINED,
+                    {}});
+        const bool isCovered = std::string_view(each.code) == "DM703";
+        _report.lose({each.code, isCovered ? "the later one covers the end of the earlier" : "left out"});
+    }
+    _report.at({});
+}
+
+/// The forms of files travel with the sequences in which they are defined.
+void Writer::keepFiles()
+{
+    std::set<const DmCompositionNode*> seen;
+    std::vector<const DmCompositionNode*> open;
+    for (const Sequence* const each : _cut.top())
+        open.push_back(each->node);
+    while (!open.empty())
+    {
+        const DmCompositionNode* const node = open.back();
+        open.pop_back();
+        if (!seen.insert(node).second)
+            continue;
+        _forms.push_back(std::make_unique<Form>(*node));
+        for (const pugi::xml_node file : _forms.back()->root().child("our:files").children("file"))
+            _files.emplace(file.attribute("id").value(), file);
+        const Sequence* const sequence = _cut.find(node);
+        for (const Track& each : sequence ? sequence->tracks : std::vector<Track>())
+            for (const Item& item : each.items)
+                if (const auto* const container = dynamic_cast<const DmContainerNode*>(item.segment))
+                    if (const DmCompositionNode* const inside = _cut.insideOf(*container))
+                        open.push_back(inside);
+    }
+}
+
+bool Writer::write()
+{
+    if (_cut.top().empty())
+    {
+        _report.add("DM701", Report::Error, 0, "the document holds no composition");
+        return false;
+    }
+    for (const Sequence* const sequence : _cut.top())
+        if (sequence->fcm == DM::FCM_NOT_DEFINED)
+        {
+            _report.add("DM701", Report::Error, 0,
+                        "the composition names no frame-code mode, and no other was given (--fcm names one)");
+            return false;
+        }
+    tellLeft();
+    keepFiles();
+    const Form form(_root);
+    std::set<std::string> elsewhere;
+    addDefinitions(form.root(), elsewhere);
+    _cut.defineElsewhere(elsewhere);
+
+    pugi::xml_document scratch;
+    pugi::xml_node plain = add(scratch, "xmeml");
+    if (!form.root())
+        plain.append_attribute("version") = "5";
+    std::size_t places = countItems(form.root());
+    if (places == 0)
+    {
+        add(plain, itemsName);
+        places = 1;
+    }
+    std::size_t next = 0;
+    _out.line(R"(<?xml version="1.0" encoding="UTF-8"?>)");
+    _out.line("<!DOCTYPE xmeml>");
+    fill(_out, form.root(), plain,
+         [&](Output&, std::string_view)
+         {
+             // The last place takes all that are left.
+             --places;
+             const std::size_t end = places == 0 ? _cut.top().size() : std::min(next + 1, _cut.top().size());
+             for (; next < end; ++next)
+                 sequence(*_cut.top()[next]);
+         });
+    return _out.flush() && !_report.hasErrors();
+}
+
+void Writer::sequence(const Sequence& sequence)
+{
+    const Form form(*sequence.node);
+    pugi::xml_document scratch;
+    _report.at({sequence.node, DM_MEDIA_UNDEFINED, 0, dmNoTime, DM::FCM_NOT_DEFINED, {}});
+    fill(_out, form.root(), _plain.sequence(scratch, sequence),
+         [&](Output&, std::string_view parent)
+         {
+             for (const Track& each : sequence.tracks)
+                 if (isSound(each) == (parent == "audio"))
+                     track(sequence, each);
+         });
+}
+
+void Writer::track(const Sequence& sequence, const Track& track)
+{
+    const Form form(*track.node);
+    pugi::xml_document scratch;
+    fill(_out, form.root(), _plain.track(scratch, sequence, track),
+         [&](Output&, std::string_view)
+         {
+             for (const Item& each : track.items)
+                 item(sequence, track, each);
+         });
+}
+
+void Writer::item(const Sequence& sequence, const Track& track, const Item& item)
+{
+    const Form form(item.segment ? static_cast<const DmTreeNode&>(*item.segment) : *item.mix);
+    pugi::xml_document scratch;
+    fill(_out, form.root(), _plain.item(scratch, sequence, track, item),
+         [&](Output&, std::string_view parent)
+         {
+             if (parent == "file")
+             {
+                 const File& file = *_cut.fileOf(*item.segment);
+                 const auto found = _files.find(file.id);
+                 pugi::xml_document ofFile;
+                 return fill(_out, found == _files.end() ? pugi::xml_node() : found->second,
+                             _plain.file(ofFile, sequence, *item.segment), {});
+             }
+             const auto* const container = dynamic_cast<const DmContainerNode*>(item.segment);
+             const DmCompositionNode* const inside = container ? _cut.insideOf(*container) : nullptr;
+             if (!inside)
+                 return;
+             if (_cut.defines(*container))
+                 return this->sequence(*_cut.find(inside));
+             pugi::xml_document reference;
+             add(reference, "sequence").append_attribute("id") = _cut.find(inside)->id.c_str();
+             _out.leaf("sequence", reference.first_child(), {}, "");
+         });
+}
+
+} // namespace
+
+bool writeFcp7xml(const DmRoot& root, DM::FrameCodeModes fcm, Sink& sink, Report& report)
+{
+    try
+    {
+        return Writer(root, fcm, sink, report).write();
+    }
+    catch (...)
+    {
+        report.addException();
+    }
+    return false;
+}
+
+} // namespace interchange
