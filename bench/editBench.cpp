@@ -1,5 +1,6 @@
 /// Edits of long cuts, each with its publication, against copying the list of the layer's children; what a long history
-/// holds; and walking a published timeline against walking the tree that it was.
+/// holds, and what undo allocates; and walking a published timeline against walking the tree that it was.
+#include "zrAllocations.h"
 #include "zrDocuments.h"
 #include "zrRatio.h"
 
@@ -23,7 +24,6 @@ double allocated()
 void edits(int elements)
 {
     CoSharedPtr<DmTreeNode> root = zrDocuments::make(elements / 2);
-    const double before = allocated();
     std::vector<CoSharedPtr<DmPropertySet>> children;
     const DmTreeNode* const layer = root->getChild(0)->getChild(0)->getChild(0);
     for (int i = 0; i < layer->getNbChildren(); ++i)
@@ -33,7 +33,6 @@ void edits(int elements)
         auto copy = children;
         benchmark::DoNotOptimize(copy.data());
     };
-    static_cast<void>(before);
     const DmTimeline start = DmTimeline::takeOver(CoSharedPtr<DmTreeNode>(DmTreeTool::deepClone(root)));
     const auto edit = [&](auto operation)
     {
@@ -82,6 +81,21 @@ void history(int elements)
                 elements, (allocated() - start) / document);
 }
 
+/// How often an undo, and the redo behind it, allocate, on a short cut and on a long one.
+void undoing()
+{
+    long counts[2] = {};
+    for (const int elements : {1'000, 100'000})
+    {
+        DmHistory steps(DmTimeline::takeOver(zrDocuments::make(elements / 2)));
+        DmEdit edit(steps.current());
+        if (edit.rippleTrim({0, 0, 0}, DM_TAIL, -1).ok())
+            steps.add(L"step", edit);
+        counts[elements > 1'000] = zrAllocations::of([&] { steps.undo() && steps.redo(); });
+    }
+    std::printf("undo and redo on 100000 elements: allocations %ld (limit %ld)\n", counts[1], counts[0]);
+}
+
 void walking(int elements)
 {
     const CoSharedPtr<DmRoot> root = zrDocuments::make(elements / 2);
@@ -99,10 +113,29 @@ void walking(int elements)
         benchmark::DoNotOptimize(sum);
     };
     const auto plain = CoSharedPtr<DmCompositionNode>(static_cast<DmCompositionNode*>(root->getChild(0)));
-    const auto published = timeline.composition();
-    walk(published); // elements are made once
+    const auto unedited = DmTimeline::publish(root).composition();
     zrRatio::print(
-        "walking a published timeline / walking the tree", 1.2, [&] { walk(published); }, [&] { walk(plain); }, 31);
+        "walking a published timeline / walking the tree", 1.2, [&] { walk(unedited); }, [&] { walk(plain); }, 31);
+    const auto rippled = timeline.composition();
+    walk(rippled); // what a ripple moved is made once a version
+    zrRatio::print(
+        "walking one that was rippled / walking the tree", 1.2, [&] { walk(rippled); }, [&] { walk(plain); }, 31);
+    zrRatio::print(
+        "asking a rippled one for an element / copying the list of children", 0.05,
+        [&]
+        {
+            DmEdit more(timeline);
+            static_cast<void>(more.rippleTrim({0, 0, 0}, DM_TAIL, -1));
+            benchmark::DoNotOptimize(more.timeline().composition()->getChild(0)->getChild(0)->getChild(elements / 2));
+        },
+        [&]
+        {
+            std::vector<DmPropertySetPtr> copy;
+            for (DmTreeNode* const child : static_cast<DmLayerNode*>(plain->getChild(0)->getChild(0))->getChildren())
+                copy.emplace_back(child);
+            benchmark::DoNotOptimize(copy.data());
+        },
+        31);
 }
 
 } // namespace
@@ -112,6 +145,7 @@ int main()
     edits(100'000);
     edits(1'000'000);
     history(100'000);
+    undoing();
     walking(100'000);
     return 0;
 }

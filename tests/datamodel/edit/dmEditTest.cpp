@@ -263,3 +263,22 @@ TEST(EditPieces, JoinRefusesWhatDoesNotGoOn)
     EXPECT_TRUE(edit.join(at(1)).ok());
     EXPECT_EQ(draw(edit.timeline()), "AAAA");
 }
+
+TEST(EditQuestions, AnswerAsTheOperationWouldAndLeaveNoTrace)
+{
+    DmEdit edit(timeline("AAAA|BBBB", "A0/5"));
+    const DmTimeline before = edit.timeline();
+    DmEdit question = edit.can();
+    for (int i = 0; i < 2; ++i)
+    {
+        EXPECT_TRUE(question.roll(at(1), 1).ok()) << "the second time as the first";
+        const DmStatus no = question.roll(at(1), 2);
+        EXPECT_NE(dmUtf8(no.info()).find("there are 1"), std::string::npos);
+        EXPECT_TRUE(question.conform(DM::FCM_30, DmEdit::Conform::Clock).ok());
+    }
+    EXPECT_TRUE(question.timeline() == before);
+    EXPECT_TRUE(question.changes().empty());
+    EXPECT_TRUE(edit.timeline() == before);
+    ASSERT_TRUE(edit.roll(at(1), 1).ok());
+    EXPECT_FALSE(edit.can().roll(at(1), 1).ok()) << "about the session as it is now";
+}

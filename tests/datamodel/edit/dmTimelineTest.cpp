@@ -79,6 +79,38 @@ TEST(Timeline, VersionsShareWhatNoEditTouched)
     EXPECT_EQ(after.composition()->getCompLength(), 5999.0);
 }
 
+TEST(Timeline, ElementsAreMadeOnceARunWhenTheyAreAskedFor)
+{
+    const DmTimeline before = timeline(longCut(2000));
+    DmEdit edit(before);
+    ASSERT_TRUE(edit.rippleTrim({0, 0, 0}, DM_TAIL, -1).ok());
+    const DmTimeline after = edit.timeline();
+    // A node that is made shares the input of the one that it is made of.
+    const auto uses = [&](int index) {
+        return dynamic_cast<const DmSourceNode*>(before.storedElement({0, 0, index}))->getSrcInput()->refCount();
+    };
+    const int once = uses(3000);
+    const auto composition = after.composition();
+    const auto* const layer = static_cast<const DmLayerNode*>(composition->getChild(0)->getChild(0));
+    EXPECT_EQ(layer->getNbChildren(), 3999);
+    EXPECT_EQ(uses(3000), once);
+    const DmTreeNode* const made = layer->getChild(3000);
+    EXPECT_EQ(made->asSegment()->getRecIn(), before.recIn({0, 0, 3000}) - 1);
+    EXPECT_TRUE(made->isFrozen());
+    EXPECT_EQ(uses(3000), once + 1);
+    EXPECT_EQ(uses(3900), once) << "no other run was asked for";
+    EXPECT_EQ(layer->getChild(3000), made);
+    EXPECT_EQ(after.element({0, 0, 3000}).get(), made);
+
+    // A copy of the layer has a list of its own, to change.
+    const auto copy = DM::staticPointerCast<DmLayerNode>(layer->clone());
+    ASSERT_EQ(copy->getNbChildren(), 3999);
+    EXPECT_EQ(copy->getChild(3000), made);
+    EXPECT_EQ(copy->removeChild(3998), 3998);
+    EXPECT_EQ(copy->removeChild(3997), 3997);
+    EXPECT_EQ(layer->getNbChildren(), 3999);
+}
+
 /// Against a plain list of what every version should hold.
 TEST(Timeline, RandomEditsKeepOrderTimesAndPlaces)
 {

@@ -6,8 +6,10 @@
 ///         show(status.info());                  // why not, in words; nothing has changed
 ///     timeline = edit.timeline();
 ///
-/// An operation is done whole or not at all. To ask whether one is possible, to grey a button, do it in a session of
-/// its own and drop that: it costs what the edit costs, which is little.
+/// An operation is done whole or not at all. Whether it could be done, to grey a button, is asked in the same words,
+/// and costs what the edit costs, which is little:
+///
+///     button.enable(edit.can().roll(seam, 5).ok());
 ///
 /// Times and amounts are frames of record time; later is positive, for heads and tails alike. Every default is an
 /// option (DmEditOptions). Elements are named by their place; places are those of the session's current timeline.
@@ -87,6 +89,8 @@ public:
     const DmEditOptions& options() const;
     /// As the operations so far left it; one that none changed is the one that the session opened on.
     DmTimeline timeline() const;
+    /// The session's question: its operations say what they would have said, and leave no trace.
+    DmEdit can() const;
     /// Ids that the session makes up come from this seed instead of from the system: for tests.
     void seedIds(std::uint64_t seed);
 
@@ -217,5 +221,6 @@ public:
 
 private:
     class Imp;
+    explicit DmEdit(std::unique_ptr<Imp> imp);
     std::unique_ptr<Imp> _imp;
 };

@@ -11,7 +11,7 @@ class DmEdit::Imp
 public:
     Imp(DmTimeline opened, DmEditOptions options);
 
-    /// Does the operation on the draft; a refusal undoes all of it.
+    /// Does the operation on the draft; a refusal undoes all of it, as does a question.
     template <class Do>
     DmStatus run(Do&& operation)
     {
@@ -24,14 +24,18 @@ public:
         const DmTimelineValue before = draft.value;
         const std::size_t changesBefore = draft.changes.size();
         const std::size_t bytesBefore = draft.bytes;
+        const std::size_t notesBefore = notes.size();
         draft.freshGroups.clear();
         DmStatus status;
         try
         {
             operation();
             followLengths(before);
-            isChanged = true;
-            return status;
+            if (!isQuestion)
+            {
+                isChanged = true;
+                return status;
+            }
         }
         catch (const DmRefusal& refusal)
         {
@@ -44,6 +48,7 @@ public:
         draft.value = before;
         draft.changes.resize(changesBefore);
         draft.bytes = bytesBefore;
+        notes.resize(notesBefore);
         return status;
     }
 
@@ -56,10 +61,12 @@ public:
     /// What the other layers do when time opens (`by` > 0) at a record time, or closes in front of it: those of the
     /// same track, and of the tracks in sync. `done`: layers that moved themselves.
     void ripple(double time, double by, const std::set<std::pair<int, int>>& done);
+    void insert(const DmLayerPlace& layer, double time, const DmSegmentNode& segment);
+    void overwrite(const DmLayerPlace& layer, double time, const DmSegmentNode& segment);
     /// Takes [in, out) out of a layer and closes up.
     void close(const DmLayerPlace& layer, double in, double out);
     /// A copy of a segment that goes in.
-    DmLane::Segment incoming(DmLane& lane, const DmSegmentNode* segment);
+    DmLane::Segment incoming(const DmLane& lane, const DmSegmentNode& segment);
     /// Refuses, or takes what there is where options say so. Amounts are positive.
     double within(double wanted, double there, const char* what) const;
 
@@ -77,7 +84,8 @@ public:
     std::vector<DmString> notes;
     std::function<bool(double)> host;
     bool isChanged = false;
-    DmTimeline _timeline; ///< that was opened, or as it was last asked for
+    bool isQuestion = false; ///< an operation that succeeds is undone as well
+    DmTimeline _timeline;    ///< that was opened, or as it was last asked for
 
 private:
     void followLengths(const DmTimelineValue& before);
@@ -86,8 +94,9 @@ private:
 /// The time of the cut that a transition lies on.
 double dmCutTimeOf(const DmTransitionNode& node, double recIn);
 
-/// Gives a segment, a fresh copy, one timewarp of a constant speed.
-DmStatus dmSetSpeedOf(DmSegmentNode& segment, double speed);
+/// Gives a segment, a fresh copy, one timewarp of a constant speed in the place of those that it has; none for normal
+/// speed.
+void dmSetSpeedOf(DmSegmentNode& segment, double speed);
 
 inline std::pair<int, int> dmKeyOf(const DmLayerPlace& place)
 {

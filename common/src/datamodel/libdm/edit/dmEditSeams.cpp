@@ -193,8 +193,9 @@ bool isTimewarp(const DmEffectSettings* effect)
     return dynamic_cast<const DmTimewarpSettings*>(effect) || dynamic_cast<const DmATimewarpSettings*>(effect);
 }
 
-/// Gives the segment one timewarp of a constant speed, in the place of those that it has; none for normal speed.
-void setTimewarp(DmSegmentNode& segment, double speed)
+} // namespace
+
+void dmSetSpeedOf(DmSegmentNode& segment, double speed)
 {
     CoSharedPtr<DmEffectSettings> kept;
     int place = segment.getEffects().count();
@@ -235,21 +236,6 @@ void setTimewarp(DmSegmentNode& segment, double speed)
         segment.insertValueInPropertyList(DmSegmentNode::Effects, DM_VECTOR_PROPERTY_SET, place, &effect));
 }
 
-} // namespace
-
-DmStatus dmSetSpeedOf(DmSegmentNode& segment, double speed)
-{
-    try
-    {
-        setTimewarp(segment, speed);
-        return {};
-    }
-    catch (const DmRefusal& refusal)
-    {
-        return refusal.status;
-    }
-}
-
 DmStatus DmEdit::speed(const DmElementPlace& segment, double speed)
 {
     return _imp->run(
@@ -276,7 +262,7 @@ DmStatus DmEdit::speed(const DmElementPlace& segment, double speed)
                 const DmMaterial material = dmMaterialOf(lane.needSegment(each.index), _imp->draft.fcm, sides);
                 const DmLane::Segment own = lane.ownSegment(each.index);
                 DmSegmentChange change = lane.change(own, each.index);
-                setTimewarp(*own, speed);
+                dmSetSpeedOf(*own, speed);
                 double length = own->getRecLength();
                 double by = 0.0;
                 if (_imp->options().keepFrames && was.motion() == DmPlayed::Motion::Constant)
@@ -356,7 +342,7 @@ DmStatus DmEdit::freeze(const DmElementPlace& segment, double time)
                              : "%s plays no material.",
                          lane.called(segment.index).c_str());
             DmSegmentChange change = lane.change(own, segment.index);
-            setTimewarp(*own, 0.0);
+            dmSetSpeedOf(*own, 0.0);
             change.setBegin(*frame);
             change.settle(lane.beside(segment.index));
             lane.put(segment.index, segment.index + 1, {own}, 0.0);
@@ -381,7 +367,7 @@ DmStatus DmEdit::reverse(const DmElementPlace& segment)
                     dmRefuse("Backwards, %s has no frames for the transitions beside it.",
                              lane.called(each.index).c_str());
                 DmSegmentChange change = lane.change(own, each.index);
-                setTimewarp(*own, -played.speed());
+                dmSetSpeedOf(*own, -played.speed());
                 change.settle(sides);
                 lane.put(each.index, each.index + 1, {own}, 0.0);
             }

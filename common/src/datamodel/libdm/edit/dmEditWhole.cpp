@@ -43,7 +43,7 @@ std::pair<double, double> extent(DmEditDraft& draft)
 /// here.
 DmRuns::Node adopted(DmEditDraft& draft, const DmTimelineValue& before, const DmRuns::Element& element, double shift)
 {
-    const DmRuns::Node copy = dmEditCopy(*element.node);
+    DmRuns::Node copy = dmEditCopy(*element.node);
     static_cast<void>(dmWithElement(copy.get(), [&](auto& node) { return node.setRecIn(element.recIn() + shift); }));
     if (DmSegmentNode* const segment = dmSegment(copy.get()))
         if (!segment->getSegmentId().empty() && !before.group(segment->getSegmentId()).empty())
@@ -70,8 +70,7 @@ DmStatus DmEdit::trimToRange(double in, double out)
     return _imp->run(
         [&]
         {
-            if (!dmIsTime(in) || !dmIsTime(out) || !(in < out))
-                dmRefuse("The range is empty.");
+            dmNeedRange(in, out);
             const auto [first, last] = extent(_imp->draft);
             const double begin = first; // a lambda cannot take the binding itself
             const double end = last;

@@ -27,6 +27,12 @@ void dmRefuse(const char* format, ...)
     throw refusal;
 }
 
+void dmNeedRange(double in, double out)
+{
+    if (!dmIsTime(in) || !dmIsTime(out) || !(in < out))
+        dmRefuse("The range is empty.");
+}
+
 namespace
 {
 
@@ -81,7 +87,7 @@ std::string DmEditDraft::label(double time) const
     if (fcm == DM::FCM_NOT_DEFINED)
         std::snprintf(text, sizeof text, "frame %g", time);
     else
-        DM::TimeUnit(time).toTimeCode(text, sizeof text, fcm);
+        DM::TimeUnit(time + value.labelShift()).toTimeCode(text, sizeof text, fcm);
     return text;
 }
 
@@ -189,6 +195,16 @@ void DmLane::needWhole(int index) const
         dmRefuse("In front of %s the layer is broken: nothing meets it.", called(index).c_str());
     if (index + 1 < count() && (!transition(index + 1) || !meets(in(index + 1), out(index))))
         dmRefuse("Behind %s the layer is broken: nothing meets it.", called(index).c_str());
+}
+
+void DmLane::needSeam(int seam) const
+{
+    if (!transition(seam))
+        dmRefuse("Element %d of the layer is no seam.", seam);
+    if (!segment(seam - 1) || !segment(seam + 1))
+        dmRefuse("The seam at %s has no segment on one of its sides.", _draft.label(in(seam)).c_str());
+    needWhole(seam - 1);
+    needWhole(seam + 1);
 }
 
 void DmLane::put(int first, int last, const std::vector<Node>& nodes, double shiftBehind)
@@ -380,6 +396,19 @@ void DmLane::replace(int first, int last, const std::vector<Segment>& segments, 
     if (last < count() && first == last)
         nodes.push_back(makeCut(time)); // nothing is replaced: one more seam
     put(first, last < count() && first < last ? last - 1 : last, nodes, shiftBehind);
+}
+
+void DmLane::lift(double in, double out)
+{
+    dmNeedRange(in, out);
+    out = std::min(out, end());
+    if (in >= out - dmEditTolerance)
+        dmRefuse("Nothing of the layer lies in the range.");
+    seamAt(in);
+    const int last = seamAt(out);
+    const int first = seamAt(in);
+    replace(first, last, {makeGap(in, out - in)}, 0.0);
+    tidy(first);
 }
 
 void DmLane::tidy(int around)

@@ -19,6 +19,9 @@ struct DmRefusal
 /// Throws. printf-style.
 [[noreturn, gnu::format(printf, 1, 2)]] void dmRefuse(const char* format, ...);
 
+/// Refuses a range that is none.
+void dmNeedRange(double in, double out);
+
 /// What the lanes of a session have in common.
 struct DmEditDraft
 {
@@ -33,7 +36,7 @@ struct DmEditDraft
     DmString freshId(const DmString& original);
     /// The segment as a copy: another id, and where it comes from.
     void reidentify(DmSegmentNode& segment);
-    /// As a text for a person: a label, or frames where the mode is not known.
+    /// A record time as a text for a person: its label, or frames where the mode is not known.
     std::string label(double time) const;
 };
 
@@ -72,6 +75,8 @@ public:
 
     /// Refuses a segment whose neighbours do not meet it.
     void needWhole(int index) const;
+    /// Refuses what is no transition between two such segments.
+    void needSeam(int seam) const;
 
     // Changing
 
@@ -103,6 +108,8 @@ public:
     /// In place of the elements of [first, last), which begin and end at seams that are cuts, these segments, one
     /// behind the other from where the first stands; all behind moves.
     void replace(int first, int last, const std::vector<Segment>& segments, double shiftBehind);
+    /// Leaves a gap in place of what plays in the range.
+    void lift(double in, double out);
     /// Takes plain gaps of no length between cuts out, and makes plain gaps beside each other one, around a position.
     void tidy(int around);
     void fillTo(double time);

@@ -183,7 +183,7 @@ DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double 
     if (!_root)
     {
         DmRuns fresh(std::vector<Node>(nodes.begin(), nodes.end()));
-        fresh.forEach(0, fresh.count(), [&](const Element& element) { rekeyed(*element.node, element.key); });
+        fresh.forEach(0, fresh.count(), [&](const Element& element) { rekeyed(*element.node, 0, element.key); });
         return fresh;
     }
 
@@ -221,7 +221,7 @@ DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double 
         const std::size_t endNew = entries.size();
         take(last, end, shiftBehind);
 
-        if (entries.size() < leastRun && !whole && entries.size() > 0)
+        if (entries.size() < leastRun && !whole && !entries.empty())
         {
             if (Place wider = from; stepBack(wider))
                 from = {wider.stretch, wider.run, 0};
@@ -239,11 +239,11 @@ DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double 
                 return false;
             // Behind the last key of the layer they go on as on a fresh one.
             for (std::size_t i = begins; i < ends; ++i)
-                if (entries[i].key != (lower += step))
+                if (const std::uint64_t was = entries[i].key; was != (lower += step))
                 {
                     entries[i].key = lower;
                     if (entries[i].node)
-                        rekeyed(*entries[i].node, lower);
+                        rekeyed(*entries[i].node, was, lower);
                 }
             return true;
         };
@@ -326,7 +326,7 @@ std::vector<DmRuns::PlacedRun> DmRuns::placedRuns() const
         for (const StretchRef& stretch : _root->stretches)
             for (const RunRef& ref : stretch.stretch->runs)
             {
-                placed.push_back({ref.run, ref.shift + stretch.shift, first});
+                placed.push_back({ref.run.get(), ref.shift + stretch.shift, first});
                 first += ref.count();
             }
     return placed;

@@ -58,10 +58,11 @@ public:
         /// Whether its elements stand where their nodes say, when the run as a whole is shifted by so much.
         bool standsAsStored(double shift) const;
     };
-    /// A run with its place in a layer: what a version of the layer keeps its shifted nodes by.
+    /// A run with its place in a layer: what a version of the layer keeps its shifted nodes by. Good as long as the
+    /// runs that it is of.
     struct PlacedRun
     {
-        CoSharedPtr<Run> run;
+        const Run* run;
         double shift;
         int first;
     };
@@ -91,9 +92,9 @@ public:
     /// The position of the element of that key; -1 when there is none.
     int indexOf(std::uint64_t key) const;
 
-    using Rekeyed = std::function<void(const DmTreeNode& node, std::uint64_t key)>;
+    using Rekeyed = std::function<void(const DmTreeNode& node, std::uint64_t was, std::uint64_t is)>;
     /// The elements with [first, last) replaced by nodes that stand where they say, and all behind shifted. `rekeyed`
-    /// is told the key of each node that has a new one.
+    /// is told the key of each node that has a new one, and which it had: 0 for one that comes in.
     DmRuns spliced(int first, int last, std::span<const Node> nodes, double shiftBehind, const Rekeyed& rekeyed) const;
 
     std::vector<PlacedRun> placedRuns() const;

@@ -18,6 +18,14 @@ CoSharedPtr<Node> dmEditCopy(const Node& node)
     return copy;
 }
 
+/// Adds a child as it stands in the document, an empty one too: what classes take is no concern of a copy.
+void dmAddUnchecked(DmCollectionNode& parent, const CoSharedPtr<DmTreeNode>& child);
+/// Likewise, in place of a child of a copy.
+void dmReplaceUnchecked(DmTreeNode& parent, int index, const CoSharedPtr<DmTreeNode>& child);
+
+/// Where an element ends.
+double dmRecOut(const DmRuns::Element& element);
+
 /// A published tree as one to change in place: its nodes keep their ids, comments and marks. Null where it cannot be
 /// copied.
 CoSharedPtr<DmTreeNode> dmThawed(const DmTreeNode& tree);
@@ -61,6 +69,8 @@ public:
 
     std::optional<DmElementPlace> find(const DmString& id) const;
     std::vector<DmElementPlace> group(const DmString& id) const;
+    /// What leads from a record time to its label's, as DmCompositionNode::getLabelTime says.
+    double labelShift() const;
     /// The position of the element that plays at a time; -1 for none.
     static int indexAt(const DmRuns& runs, double time);
 

@@ -2,6 +2,23 @@
 
 #include "dmDeclare.h"
 
+DmCollectionNode::DmCollectionNode(const DmCollectionNode& other)
+    : DmTreeNode(other)
+    , _children(other._children)
+{
+    if (!other._form)
+        return;
+    const DmListWindow<DmTreeNode> children = other.getChildren();
+    _children.reserve(children.size());
+    for (auto child = children.begin(); child != children.end(); ++child)
+    {
+        const DmPropertySetPtr* const place = child.place();
+        if (!place)
+            throw std::bad_alloc();
+        _children.push_back(*place);
+    }
+}
+
 eDmErrorId DmCollectionNode::createList()
 {
     const eDmErrorId status = declare(*this, DmTreeNode::createList())
@@ -10,6 +27,8 @@ eDmErrorId DmCollectionNode::createList()
     askBeforeHolding(
         Children, [](const DmPropertySet& owner, const DmPropertySet& held)
         { return static_cast<const DmCollectionNode&>(owner).mayHold(static_cast<const DmTreeNode*>(&held)); });
+    mayKeepElsewhere(Children, [](const DmPropertySet& owner) -> const DmListForm*
+                     { return static_cast<const DmCollectionNode&>(owner)._form.get(); });
     return status;
 }
 
@@ -34,6 +53,12 @@ int DmCollectionNode::removeChild(int index)
 {
     static_cast<void>(removeValueFromPropertyList(Children, DM_VECTOR_PROPERTY_SET, index)); // as above
     return getNbChildren();
+}
+
+void DmCollectionNode::keepChildren(std::unique_ptr<const DmListForm> form)
+{
+    _form = std::move(form);
+    keepListsElsewhere();
 }
 
 void DmCollectionNode::checkChild(const DmTreeNode* /*node*/) const {}

@@ -4,8 +4,11 @@
 /// exist change nothing. A copy shares the children: a snapshot costs one list.
 #pragma once
 
+#include "dmListWindow.h"
 #include "dmSlots.h"
 #include "dmTreeNode.h"
+
+#include <memory>
 
 class ZR_DM_API DmCollectionNode : public DmTreeNode
 {
@@ -18,13 +21,19 @@ public:
     };
 
     using DmTreeNode::DmTreeNode;
+    /// Its children are in a list of its own, whatever form the other one keeps them in.
+    DmCollectionNode(const DmCollectionNode& other);
 
     eDmErrorId createList() override;
 
-    int getNbChildren() const override { return getChildren().count(); }
-    DmTreeNode* getChild(int index) const override { return getChildren().at(index); }
+    int getNbChildren() const override { return _form ? _form->size() : _children.count(); }
+    DmTreeNode* getChild(int index) const override { return _form ? getChildren().at(index) : _children.at(index); }
     /// May hold null where a document has an empty element.
-    DmListWindow<DmTreeNode> getChildren() const { return DmListWindow<DmTreeNode>(elementsOf(Children)); }
+    DmListWindow<DmTreeNode> getChildren() const
+    {
+        return DmListWindow<DmTreeNode>(_form ? DmListWindow<DmPropertySet>(*_form)
+                                              : DmListWindow<DmPropertySet>(_children));
+    }
 
     /// Whether a node may become a child: DM_BAD_PROPERTY_TYPE when it is of a kind that this collection does not take,
     /// DM_BAD_VALUE when it is null or of another media type. addChild and insertChild stop the process where a layer,
@@ -40,6 +49,10 @@ public:
     int insertChild(const CoSharedPtr<DmTreeNode>& node, int index) { return insertChild(node.get(), index); }
     int removeChild(int index);
 
+    /// The children of a constant node without children: from now on they are what the form answers. Before anybody
+    /// else sees the node.
+    void keepChildren(std::unique_ptr<const DmListForm> form);
+
 protected:
     /// Asked before a child is added or inserted: a class that does not take every node overrides it with the
     /// assertions that say so. Where they let the process go on, the node is added.
@@ -47,4 +60,5 @@ protected:
 
 private:
     DmSetList<DmTreeNode> _children;
+    std::unique_ptr<const DmListForm> _form;
 };

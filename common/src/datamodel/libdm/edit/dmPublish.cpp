@@ -1,0 +1,343 @@
+// How a tree becomes a timeline: copied, or frozen in place where nobody else holds it.
+#include "dmNesting.h"
+#include "dmSetAccessImp.h"
+#include "dmSetTools.h"
+#include "dmTimelineTreeImp.h"
+#include "dmTreeTool.h"
+
+#include <unordered_map>
+
+namespace
+{
+
+template <class Node>
+CoSharedPtr<Node> bareCopy(const Node& node)
+{
+    CoSharedPtr<Node> bare = dmEditCopy(node);
+    if (bare)
+        static_cast<void>(bare->clearList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET)); // fresh: cannot fail
+    return bare;
+}
+
+void fail(DmStatus* status, const char* text)
+{
+    if (status)
+        status->fail(DM_BAD_VALUE, "%s", text);
+}
+
+/// The way to a composition, counted in the order of a walk; compositions that containers hold are not counted.
+bool findComposition(const DmTreeNode* node, int& left, std::vector<int>& path)
+{
+    if (!node)
+        return false;
+    if (node->whatIs() == DM_COMPOSITION_NODE)
+        return left-- == 0;
+    if (node->whatIs() != DM_ROOT_NODE && node->whatIs() != DM_REEL_NODE)
+        return false;
+    for (int i = 0; i < node->getNbChildren(); ++i)
+    {
+        path.push_back(i);
+        if (int(path.size()) < dmMaxNesting && findComposition(node->getChild(i), left, path))
+            return true;
+        path.pop_back();
+    }
+    return false;
+}
+
+/// A copy leaves the marks of layers behind, which are no property.
+void copyLayerMarks(const DmTreeNode* from, DmTreeNode* to)
+{
+    if (!from || !to || from == to)
+        return;
+    if (const auto* const layer = dynamic_cast<const DmLayerNode*>(from))
+    {
+        for (int i = 0; i < layer->getCueMarks().count(); ++i)
+            if (const DmCueMark* const mark = layer->getCueMarks().at(i))
+                static_cast<void>(
+                    static_cast<DmLayerNode*>(to)->addCueMark(DM::staticPointerCast<DmCueMark>(mark->clone())));
+        return;
+    }
+    for (int i = 0; i < from->getNbChildren(); ++i)
+        copyLayerMarks(from->getChild(i), to->getChild(i));
+}
+
+/// Asks for each set that a set holds itself whether another is to stand in its place: `replace` changes the pointer
+/// and says so. False when a setter refused one.
+template <class Replace>
+bool replaceHeld(DmPropertySet& owner, Replace&& replace)
+{
+    const DmPropertySetData& data = owner.classData();
+    for (int i = 0; i < data.size(); ++i)
+    {
+        DmPropertySetPtr held;
+        if (data.at(i)->_type == DM_PROPERTY_SET)
+        {
+            if (owner.getPropertyValue(i, DM_PROPERTY_SET, &held) == DM_NO_ERROR && held && replace(held) &&
+                owner.setPropertyValue(i, DM_PROPERTY_SET, &held) != DM_NO_ERROR)
+                return false;
+        }
+        else if (data.at(i)->_type == DM_VECTOR_PROPERTY_SET)
+        {
+            int size = 0;
+            static_cast<void>(owner.getListSize(i, DM_VECTOR_PROPERTY_SET, size));
+            for (int element = 0; element < size; ++element)
+                if (owner.getValueFromPropertyList(i, DM_VECTOR_PROPERTY_SET, element, &held) == DM_NO_ERROR && held &&
+                    replace(held) &&
+                    DmSetAccess::replace(owner, DmStore::Announced, i, *data.at(i), element, held) != DM_NO_ERROR)
+                    return false;
+        }
+        else if (data.at(i)->_type == DM_MAP_PROPERTY_SET)
+        {
+            DmStringArray keys;
+            static_cast<void>(owner.getKeysFromPropertyMap(i, DM_MAP_PROPERTY_SET, keys));
+            for (const DmString& key : keys)
+                if (owner.getValueFromPropertyMap(i, DM_MAP_PROPERTY_SET, key, &held) == DM_NO_ERROR && held &&
+                    replace(held) && owner.setValueFromPropertyMap(i, DM_MAP_PROPERTY_SET, key, &held) != DM_NO_ERROR)
+                    return false;
+        }
+    }
+    return true;
+}
+
+/// Who holds what of a tree that is handed over.
+class HandOver
+{
+public:
+    explicit HandOver(DmTreeNode& tree)
+        : _met{{&tree, 1}}
+    {
+        count(tree);
+    }
+
+    /// Replaces what others hold too by copies. False when one cannot be made.
+    bool separate(DmPropertySet& owner)
+    {
+        return replaceHeld(owner, [this](DmPropertySetPtr& held) { return isChanged(held); }) && !_failed;
+    }
+
+    /// Whether anything is held by others.
+    bool isShared() const
+    {
+        for (const auto& [set, count] : _met)
+            if (set->refCount() > count)
+                return true;
+        return false;
+    }
+
+private:
+    void count(const DmPropertySet& set)
+    {
+        dmForEachHeld(set,
+                      [this](const DmPropertySetPtr& held)
+                      {
+                          if (!held->isFrozen() && ++_met[held.get()] == 1)
+                              count(*held);
+                          return true;
+                      });
+    }
+
+    /// Whether the pointer points to another object now.
+    bool isChanged(DmPropertySetPtr& held)
+    {
+        if (held->isFrozen())
+            return false;
+        const auto known = _copies.find(held.get());
+        if (known != _copies.end())
+        {
+            if (known->second == held)
+                return false;
+            held = known->second;
+            return true;
+        }
+        // One more is the caller's pointer.
+        if (held->refCount() - 1 <= _met[held.get()])
+        {
+            _copies[held.get()] = held;
+            _failed = _failed || !separate(*held);
+            return false;
+        }
+        DmPropertySetPtr copy;
+        if (dmDeepCopy(*held, copy) != DM_NO_ERROR)
+        {
+            _failed = true;
+            return false;
+        }
+        if (const auto* const node = dynamic_cast<const DmTreeNode*>(held.get()))
+            copyLayerMarks(node, static_cast<DmTreeNode*>(copy.get()));
+        _copies[held.get()] = copy;
+        held = copy;
+        return true;
+    }
+
+    std::unordered_map<const DmPropertySet*, int> _met; ///< how often each is held inside the tree
+    std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _copies;
+    bool _failed = false;
+};
+
+/// The value of a tree that is constant.
+std::shared_ptr<DmTimelineValue> valueOf(const CoSharedPtr<DmTreeNode>& tree, int number)
+{
+    auto value = std::make_shared<DmTimelineValue>();
+    value->number = number;
+    if (!findComposition(tree.get(), number, value->path))
+        return nullptr;
+    const DmTreeNode* node = tree.get();
+    for (const int step : value->path)
+        node = node->getChild(step);
+    const auto* const composition = dynamic_cast<const DmCompositionNode*>(node);
+    if (!composition)
+        return nullptr;
+
+    value->bare = bareCopy(*composition);
+    value->bare->freeze();
+    for (int t = 0; t < composition->getNbChildren(); ++t)
+    {
+        DmTimelineValue::Track& track = value->tracks.emplace_back();
+        const auto* const trackNode = dynamic_cast<const DmTrackNode*>(composition->getChild(t));
+        if (!trackNode)
+        {
+            track.other = CoSharedPtr<DmTreeNode>(composition->getChild(t));
+            continue;
+        }
+        track.bare = bareCopy(*trackNode);
+        track.bare->freeze();
+        for (int l = 0; l < trackNode->getNbChildren(); ++l)
+        {
+            DmTimelineValue::Layer& layer = track.layers.emplace_back();
+            layer.number = value->nextLayer++;
+            const auto* const layerNode = dynamic_cast<const DmLayerNode*>(trackNode->getChild(l));
+            if (!layerNode)
+            {
+                layer.other = CoSharedPtr<DmTreeNode>(trackNode->getChild(l));
+                continue;
+            }
+            std::vector<DmRuns::Node> nodes;
+            nodes.reserve(std::size_t(layerNode->getNbChildren()));
+            for (int i = 0; i < layerNode->getNbChildren(); ++i)
+                nodes.emplace_back(layerNode->getChild(i));
+            layer.bare = bareCopy(*layerNode);
+            layer.bare->freeze();
+            layer.runs = DmRuns(std::move(nodes));
+            value->enter(layer);
+        }
+    }
+
+    // What stands above keeps the composition's place, not the composition: its elements are the runs'.
+    CoSharedPtr<DmTreeNode> below = value->bare;
+    std::vector<const DmTreeNode*> above;
+    for (const DmTreeNode* each = tree.get(); above.size() < value->path.size();
+         each = each->getChild(value->path[above.size() - 1]))
+        above.push_back(each);
+    for (std::size_t i = above.size(); i-- > 0;)
+    {
+        const CoSharedPtr<DmTreeNode> copy = dmEditCopy(*above[i]);
+        dmReplaceUnchecked(*copy, value->path[i], below);
+        copy->freeze();
+        below = copy;
+    }
+    value->top = below;
+    return value;
+}
+
+} // namespace
+
+namespace
+{
+
+/// Copies of constants to change in place: what is held twice is held twice again.
+class Thaw
+{
+public:
+    DmPropertySetPtr operator()(const DmPropertySet& set)
+    {
+        DmPropertySetPtr& copy = _copies[&set];
+        if (copy)
+            return copy;
+        if (const auto* const node = dynamic_cast<const DmTreeNode*>(&set))
+            copy = dmEditCopy(*node);
+        else
+            copy = set.clone();
+        const DmPropertySetPtr own = copy; // the map may move
+        return thawHeld(*own) ? own : DmPropertySetPtr();
+    }
+
+private:
+    bool thawHeld(DmPropertySet& owner)
+    {
+        bool done = true;
+        const bool replaced = replaceHeld(owner,
+                                          [&](DmPropertySetPtr& held)
+                                          {
+                                              // A clone's own things are fresh already; what they hold may not be.
+                                              if (!held->isFrozen())
+                                              {
+                                                  done = thawHeld(*held) && done;
+                                                  return false;
+                                              }
+                                              held = (*this)(*held);
+                                              done = held && done;
+                                              return bool(held);
+                                          });
+        return replaced && done;
+    }
+
+    std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _copies;
+};
+
+} // namespace
+
+CoSharedPtr<DmTreeNode> dmThawed(const DmTreeNode& tree)
+{
+    return DM::staticPointerCast<DmTreeNode>(Thaw()(tree));
+}
+
+DmTimeline DmTimeline::publish(const DmTreeNode* tree, int composition, DmStatus* status)
+{
+    if (!tree)
+    {
+        fail(status, "There is no tree to publish.");
+        return {};
+    }
+    if (tree->isFrozen())
+    {
+        const std::shared_ptr<DmTimelineValue> value =
+            valueOf(CoSharedPtr<DmTreeNode>(const_cast<DmTreeNode*>(tree)), composition);
+        if (!value)
+            fail(status, "The tree has no such composition.");
+        return value ? DmTimeline(value) : DmTimeline();
+    }
+    CoSharedPtr<DmTreeNode> copy = DmTreeTool::deepClone(tree);
+    if (!copy)
+    {
+        fail(status, "The tree holds itself, or is nested too deep.");
+        return {};
+    }
+    copyLayerMarks(tree, copy.get());
+    return takeOver(std::move(copy), composition, status);
+}
+
+DmTimeline DmTimeline::takeOver(CoSharedPtr<DmTreeNode>&& tree, int composition, DmStatus* status)
+{
+    CoSharedPtr<DmTreeNode> own = std::move(tree);
+    if (!own)
+    {
+        fail(status, "There is no tree to publish.");
+        return {};
+    }
+    if (!own->isFrozen())
+    {
+        if (own->refCount() > 1)
+            return publish(own.get(), composition, status);
+        HandOver handOver(*own);
+        if (handOver.isShared() && !handOver.separate(*own))
+        {
+            fail(status, "A part of the tree that others hold too could not be copied.");
+            return {};
+        }
+        own->freeze();
+    }
+    const std::shared_ptr<DmTimelineValue> value = valueOf(own, composition);
+    if (!value)
+        fail(status, "The tree has no such composition.");
+    return value ? DmTimeline(value) : DmTimeline();
+}
