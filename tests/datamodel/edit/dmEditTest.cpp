@@ -273,7 +273,7 @@ TEST(EditQuestions, AnswerAsTheOperationWouldAndLeaveNoTrace)
     {
         EXPECT_TRUE(question.roll(at(1), 1).ok()) << "the second time as the first";
         const DmStatus no = question.roll(at(1), 2);
-        EXPECT_NE(dmUtf8(no.info()).find("there are 1"), std::string::npos);
+        EXPECT_NE(dmUtf8(no.info()).find("there are 1"), std::string::npos) << dmUtf8(no.info());
         EXPECT_TRUE(question.conform(DM::FCM_30, DmEdit::Conform::Clock).ok());
     }
     EXPECT_TRUE(question.timeline() == before);

@@ -22,6 +22,7 @@ public:
             return status;
         }
         const DmTimelineValue before = draft.value;
+        const DM::FrameCodeModes fcmBefore = draft.fcm;
         const std::size_t changesBefore = draft.changes.size();
         const std::size_t bytesBefore = draft.bytes;
         const std::size_t notesBefore = notes.size();
@@ -46,6 +47,7 @@ public:
             status.fail(DM_BAD_VALUE, "There is not enough memory for the edit.");
         }
         draft.value = before;
+        draft.fcm = fcmBefore;
         draft.changes.resize(changesBefore);
         draft.bytes = bytesBefore;
         notes.resize(notesBefore);

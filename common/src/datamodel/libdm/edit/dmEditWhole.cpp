@@ -78,12 +78,13 @@ DmStatus DmEdit::trimToRange(double in, double out)
                 dmRefuse("Nothing lies in the range.");
             in = std::max(in, begin);
             const double by = in - begin;
-            std::set<std::pair<int, int>> done;
+            int all = 0;
+            forEachLayer(_imp->draft.value, [&](const DmLayerPlace&) { ++all; });
+            int done = 0;
             forEachLayer(_imp->draft.value,
                          [&](const DmLayerPlace& place)
                          {
-                             _imp->progress(double(done.size()) / 100.0);
-                             done.insert(dmKeyOf(place));
+                             _imp->progress(double(done++) / all);
                              _imp->close(place, std::max(out, _imp->lane(place).begin()), dmNoTime / 2);
                              if (by <= 0.0)
                                  return;

@@ -16,7 +16,7 @@ DmPlacedRuns::DmPlacedRuns(const DmRuns& runs)
     {
         _slots[run].first = _placed[run].first;
         _slots[run + 1].first = _placed[run].first + _placed[run].run->count();
-        while (int(_runOfBlock.size()) * blockSize < _slots[run + 1].first)
+        while (_runOfBlock.size() * blockSize < std::size_t(_slots[run + 1].first))
             _runOfBlock.push_back(int(run));
     }
 }
@@ -30,7 +30,7 @@ DmPlacedRuns::~DmPlacedRuns()
 }
 
 /// Throws where memory runs out.
-std::unique_ptr<const DmPropertySetPtr[]> DmPlacedRuns::make(const DmRuns::PlacedRun& placed) const
+std::unique_ptr<const DmPropertySetPtr[]> DmPlacedRuns::make(const DmRuns::PlacedRun& placed)
 {
     const DmRuns::Run& run = *placed.run;
     auto elements = std::make_unique<DmPropertySetPtr[]>(run.nodes.size());
@@ -54,31 +54,36 @@ std::unique_ptr<const DmPropertySetPtr[]> DmPlacedRuns::make(const DmRuns::Place
     return elements;
 }
 
+const DmPropertySetPtr* DmPlacedRuns::made(std::size_t run) const
+{
+    try
+    {
+        const DmRuns::PlacedRun& placed = _placed[run];
+        std::unique_ptr<const DmPropertySetPtr[]> fresh;
+        const DmPropertySetPtr* elements = placed.run->nodes.data();
+        if (!placed.run->standsAsStored(placed.shift))
+            elements = (fresh = make(placed)).get();
+        const DmPropertySetPtr* others = nullptr;
+        if (!_slots[run].elements.compare_exchange_strong(others, elements, std::memory_order_acq_rel))
+            return others;
+        static_cast<void>(fresh.release());
+        return elements;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
 DmListRun DmPlacedRuns::runAt(int element) const
 {
-    auto run = std::size_t(_runOfBlock[std::size_t(element / blockSize)]);
+    auto run = std::size_t(_runOfBlock[std::size_t(element) / blockSize]);
     while (element >= _slots[run + 1].first)
         ++run;
-    Slot& slot = _slots[run];
-    const DmPropertySetPtr* elements = slot.elements.load(std::memory_order_acquire);
-    if (!elements)
-    {
-        try
-        {
-            const DmRuns::PlacedRun& placed = _placed[run];
-            std::unique_ptr<const DmPropertySetPtr[]> fresh;
-            const DmPropertySetPtr* own = placed.run->nodes.data();
-            if (!placed.run->standsAsStored(placed.shift))
-                own = (fresh = make(placed)).get();
-            if (slot.elements.compare_exchange_strong(elements, own, std::memory_order_acq_rel))
-                elements = fresh ? fresh.release() : own;
-        }
-        catch (const std::bad_alloc&)
-        {
-            return {};
-        }
-    }
-    return {elements, slot.first, _slots[run + 1].first - slot.first};
+    const DmPropertySetPtr* elements = _slots[run].elements.load(std::memory_order_acquire);
+    if (!elements) [[unlikely]]
+        elements = made(run);
+    return {elements, _slots[run].first, _slots[run + 1].first - _slots[run].first};
 }
 
 // DmTimeline::State

@@ -25,9 +25,11 @@ private:
         int first = 0;
         std::atomic<const DmPropertySetPtr*> elements{nullptr}; ///< once they are made
     };
-    static constexpr int blockSize = 32;
+    static constexpr std::size_t blockSize = 32;
 
-    std::unique_ptr<const DmPropertySetPtr[]> make(const DmRuns::PlacedRun& placed) const;
+    /// Null where memory ran out.
+    const DmPropertySetPtr* made(std::size_t run) const;
+    static std::unique_ptr<const DmPropertySetPtr[]> make(const DmRuns::PlacedRun& placed);
 
     DmRuns _runs; ///< keeps what `_placed` points to
     int _size;

@@ -58,7 +58,16 @@ int DmCollectionNode::removeChild(int index)
 void DmCollectionNode::keepChildren(std::unique_ptr<const DmListForm> form)
 {
     _form = std::move(form);
+    _formSize = _form->size();
     keepListsElsewhere();
+}
+
+DmTreeNode* DmCollectionNode::childOfForm(int index) const
+{
+    if (index < 0 || index >= _formSize)
+        return nullptr;
+    const DmListRun run = _form->runAt(index);
+    return run.elements ? static_cast<DmTreeNode*>(run.elements[index - run.first].get()) : nullptr;
 }
 
 void DmCollectionNode::checkChild(const DmTreeNode* /*node*/) const {}

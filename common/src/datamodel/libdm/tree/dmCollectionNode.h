@@ -26,8 +26,8 @@ public:
 
     eDmErrorId createList() override;
 
-    int getNbChildren() const override { return _form ? _form->size() : _children.count(); }
-    DmTreeNode* getChild(int index) const override { return _form ? getChildren().at(index) : _children.at(index); }
+    int getNbChildren() const override { return _form ? _formSize : _children.count(); }
+    DmTreeNode* getChild(int index) const override { return _form ? childOfForm(index) : _children.at(index); }
     /// May hold null where a document has an empty element.
     DmListWindow<DmTreeNode> getChildren() const
     {
@@ -59,6 +59,9 @@ protected:
     virtual void checkChild(const DmTreeNode* node) const;
 
 private:
+    DmTreeNode* childOfForm(int index) const;
+
     DmSetList<DmTreeNode> _children;
-    std::unique_ptr<const DmListForm> _form;
+    std::unique_ptr<const DmListForm> _form; ///< of a constant's children, where `_children` has none
+    int _formSize = 0;
 };
