@@ -540,7 +540,9 @@ int edit(const Options& given)
     const CoSharedPtr<DmRoot> edited = session.timeline().root();
     if (!edited)
         throw std::runtime_error(options.in + ": no document with a root");
-    const interchange::Writing written = options.out == "-" ? interchange::writeStream(*edited, std::cout, {})
+    interchange::Options document; // standard output has no extension that would tell another format
+    document.format = "json";
+    const interchange::Writing written = options.out == "-" ? interchange::writeStream(*edited, std::cout, document)
                                                             : interchange::writeFile(*edited, options.out);
     std::cerr << dmFindingsText(options.out, written.findings);
     return written.done ? dmtree::Fine : dmtree::Unusable;
@@ -569,8 +571,10 @@ void dmtree::addEdit(CLI::App& app, Run& run)
     const auto options = std::make_shared<Options>();
     command->add_option("IN", options->in, fileHelp)->required();
     command->add_option("OPERATION", options->words, "Operations with what they want, one behind the other");
-    command->add_option("-o,--output", options->out, "What to write, of any format that convert writes");
-    command->add_option("--script", options->script, "Operations from a file, one a line, behind those of the line");
+    command->add_option("-o,--output", options->out,
+                        "What to write, of any format that convert writes; - is standard output, for a document");
+    command->add_option("--script", options->script,
+                        "Operations from a file, one on each line, behind those of the command");
     command->add_option("--composition", options->composition, "Which composition of the document, from 1 on")
         ->check(CLI::PositiveNumber);
     command->add_flag("--dry-run", options->dryRun, "Say what can be done, and write nothing");
