@@ -69,6 +69,31 @@ TEST(DmtreeDiff, TellsEditsAndNothingElse)
     check({{"diff", soda, out, "--stat"}, 1, "1 tail trimmed, 1 renamed, 1 transition changed; 8 shifted\n"});
 }
 
+TEST(DmtreeDiff, WritesPatchesThatLeadToTheOtherFile)
+{
+    const ZrTempDir dir;
+    const std::string out = dir.path("out.json");
+    const std::string other = dir.path("other.json");
+    const std::string patch = dir.path("patch.json");
+    check({{"edit", soda, "-o", out, "--no-sync", "ripple", "V1@10:00:07:00", "tail", "-12", "roll", "V1@10:00:03:20",
+            "+3", "rename", "V1@10:00:07:00", "crate, tighter"},
+           0});
+    const auto made = zrTest::runDmtree({"diff", "--patch", soda, out});
+    EXPECT_EQ(made.exitCode, 1);
+    std::ofstream(patch) << made.out;
+    check({{"patch", soda, patch, "-o", dir.path("back.json")}, 0});
+    EXPECT_EQ(zrTest::runDmtree({"fmt", dir.path("back.json")}).out, zrTest::runDmtree({"fmt", out}).out);
+    // Where the shot has another name by now, that change is named and the others are made.
+    check({{"edit", soda, "-o", other, "rename", "V1@10:00:07:00", "drop"}, 0});
+    check(
+        {{"patch", other, patch, "-o", other}, 1, "", "left out: crate drop: .../name: another value stands there\n"});
+    check({{"diff", other, out, "--stat"}, 1, "1 renamed\n"});
+    check({{"patch", out, patch, "-o", other}, 0});
+    EXPECT_EQ(zrTest::runDmtree({"fmt", other}).out, zrTest::runDmtree({"fmt", out}).out);
+    check({{"patch", soda, out, "-o", other}, 2, "", "...out.json: It is no patch.\n"});
+    check({{"diff", "--patch", soda, soda}, 0, "{\"patch\":1,\"shots\":[],\"changes\":[]}\n"});
+}
+
 TEST(DmtreeDiff, ServesGitAsItsExternalDiff)
 {
     const ZrTempDir dir;

@@ -5,6 +5,7 @@
 #include "textFile.h"
 
 #include "dmDiff.h"
+#include "dmPatch.h"
 #include "dmUtf8.h"
 
 #include <CLI/CLI.hpp>
@@ -27,6 +28,7 @@ struct Options
     bool json = false;
     bool stat = false;
     bool brief = false;
+    bool patch = false;
     bool each = false;
     bool exitZero = false;
 };
@@ -60,6 +62,17 @@ CoSharedPtr<DmRoot> open(const std::string& path, const Options& options)
     return dmtree::requireDocument(path, options.lenient, reading);
 }
 
+/// What leads from one to the other, as dmtree patch reads it; nothing is a document without contents.
+std::string patchText(const CoSharedPtr<DmRoot>& before, const CoSharedPtr<DmRoot>& after)
+{
+    const CoSharedPtr<DmRoot> none = DmRoot::create();
+    DmPatch patch;
+    const DmStatus status = DmPatch::make(before ? *before : *none, after ? *after : *none, patch);
+    if (status.failed())
+        throw std::runtime_error("diff: " + dmUtf8(status.info()));
+    return patch.json();
+}
+
 std::string countText(const DmDiff& diff)
 {
     return diff.isSame() ? "the same" : diff.stat();
@@ -70,6 +83,12 @@ int compare(const Options& options)
     const Sides sides = sidesOf(options.files);
     const CoSharedPtr<DmRoot> before = open(sides.before, options);
     const CoSharedPtr<DmRoot> after = open(sides.after, options);
+    if (options.patch)
+    {
+        const std::string text = patchText(before, after);
+        std::cout << text << '\n';
+        return options.exitZero || text == DmPatch().json() ? dmtree::Fine : dmtree::Finding;
+    }
     DmStatus status;
     const DmDiff diff = DmDiff::between(before.get(), after.get(), options.diff, &status);
     if (status.failed())
@@ -100,6 +119,8 @@ void dmtree::addDiff(CLI::App& app, Run& run)
     command->add_flag("--json", options->json, "One JSON object");
     command->add_flag("--stat", options->stat, "One line: how many changes of which kind");
     command->add_flag("--brief", options->brief, "Only whether they differ");
+    command->add_flag("--patch", options->patch,
+                      "What leads from OLD to NEW, for dmtree patch; the other options aside");
     command->add_flag("--each", options->each, "Shots that others shifted, too, one by one");
     command->add_option("--ignore", options->diff.ignored, "Kinds of changes that do not count, separated by commas")
         ->delimiter(',')

@@ -1,0 +1,139 @@
+/// Documents changed at random, in ways that editors, other programs and nobody would think of: for what must hold
+/// whatever two documents hold.
+#pragma once
+
+#include "zrRandomEdits.h"
+
+#include "dmBlobNode.h"
+#include "dmColourEffects.h"
+#include "dmCueMark.h"
+#include "dmJsonImporter.h"
+#include "dmReelNode.h"
+#include "dmTreeJsonBuilder.h"
+
+namespace zrMutations
+{
+
+using zrRandomEdits::Source;
+
+inline std::string written(const DmPropertySet& root)
+{
+    std::string text;
+    const DmStatus status = DmTreeJsonBuilder::generateUtf8(&root, text, DmTreeJsonBuilder::Layout::Pretty);
+    return status.ok() ? text : "not written";
+}
+
+/// As a file has it.
+inline CoSharedPtr<DmRoot> reread(const std::string& text)
+{
+    CoSharedPtr<DmRoot> root;
+    static_cast<void>(DmJsonImporter::importRootFromStr(text.c_str(), root));
+    return root;
+}
+inline CoSharedPtr<DmRoot> reread(const DmRoot& root)
+{
+    return reread(written(root));
+}
+
+/// Changes one thing in a tree that nobody else holds. Lists are set through their properties, which take what
+/// documents may hold.
+inline void mutate(DmRoot& root, Source& source)
+{
+    DmTreeNode* node = &root;
+    for (unsigned depth = source.below(6); depth-- > 0 && node->getNbChildren() > 0;)
+    {
+        DmTreeNode* const child = node->getChild(int(source.below(unsigned(node->getNbChildren()))));
+        if (!child)
+            break;
+        node = child;
+    }
+    auto* const segment = node->asSegment();
+    const auto some = [&] { return double(source.below(40)) - (source.below(9) == 0 ? 0.125 : 0.0); };
+    switch (source.below(14))
+    {
+    case 0:
+        static_cast<void>(node->setName(source.below(3) == 0 ? L"\u00c9t\u00e9 \"~/1\"" : L"B"));
+        break;
+    case 1:
+        static_cast<void>(node->setComment(source.below(2) == 0 ? L"" : L"a\nb"));
+        break;
+    case 2:
+        if (segment)
+            static_cast<void>(segment->setRecIn(source.below(4) == 0 ? -0.0 : some()));
+        break;
+    case 3:
+        if (segment)
+            static_cast<void>(segment->setRecLength(some()));
+        break;
+    case 4:
+        if (segment)
+            static_cast<void>(segment->setSegmentId(source.below(2) == 0 ? L"twice" : L""));
+        break;
+    case 5:
+        if (segment)
+            static_cast<void>(segment->addEffect(DmColourSettings::create()));
+        break;
+    case 6:
+        if (segment && segment->getEffects().count() > 0)
+        {
+            auto* const effect = segment->getEffects().at(0);
+            if (source.below(3) == 0)
+                static_cast<void>(segment->removeEffect(0));
+            else
+                static_cast<void>(effect->getChannelByName(source.below(2) == 0 ? L"gain" : L"a/b~c")->setValue(0.5F));
+        }
+        break;
+    case 7:
+        if (segment)
+            static_cast<void>(segment->addSegmentMark(DmCueMark::create(L"here", some())));
+        break;
+    case 8:
+    case 9:
+        if (node->getNbChildren() > 0)
+        {
+            // Out, twice, in another place, or nothing in its place.
+            DmPropertySetVector children;
+            for (int i = 0; i < node->getNbChildren(); ++i)
+                children.emplace_back(node->getChild(i));
+            const std::size_t at = source.below(unsigned(children.size()));
+            const std::size_t to = source.below(unsigned(children.size()));
+            const unsigned how = source.below(3);
+            if (how == 0)
+                children.erase(children.begin() + std::ptrdiff_t(at));
+            else if (how == 1)
+                children.insert(children.begin() + std::ptrdiff_t(to), children[at]);
+            else
+                std::swap(children[at], children[to]);
+            static_cast<void>(node->setPropertyList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET, &children));
+        }
+        break;
+    case 10:
+        if (segment && source.below(2) == 0)
+            static_cast<void>(segment->addSegmentPreviousId(L"before"));
+        else
+            static_cast<void>(node->setBaseBlob(DmBlobNode::create(L"note", source.below(2) == 0 ? L"x\ny\n" : L"z")));
+        break;
+    case 11:
+        root.addChild(source.below(2) == 0 ? static_cast<DmTreeNode*>(DmReelNode::create().get())
+                                           : zrDrawing::tree(zrRandomEdits::randomDrawing(source))->getChild(0));
+        break;
+    case 12:
+        if (auto* const composition = dynamic_cast<DmCompositionNode*>(node))
+            static_cast<void>(composition->addCueMark(DmCueMark::create(L"music", some())));
+        break;
+    default:
+        static_cast<void>(root.ownIdentification()->setUser(source.below(2) == 0 ? L"Ann" : L"Ben"));
+        break;
+    }
+}
+
+inline CoSharedPtr<DmRoot> randomDocument(Source& source)
+{
+    const auto root = zrDrawing::tree(
+        zrRandomEdits::randomDrawing(source) + "\n" + zrRandomEdits::randomDrawing(source), "", source.below(2) == 0);
+    for (unsigned n = source.below(6); n-- > 0;)
+        mutate(*root, source);
+    return reread(*root);
+}
+
+} // namespace zrMutations
