@@ -38,17 +38,17 @@ void DmClassRecord::registerCreator(DmPropertyCreator creator, Registered how)
 
 eDmErrorId DmClassRecord::create(Constructor constructor, const DmNodeId& id, DmPropertySet*& out, bool attributes)
 {
-    const std::lock_guard guard(mutex);
+    std::unique_lock guard(mutex, std::defer_lock);
+    if (_registered != ByItself || !_isDeclared.load(std::memory_order_acquire))
+        guard.lock();
     const unsigned lost = DmString::lost();
     DmPropertySet* object = nullptr;
     bool isDeclaring = false;
     try
     {
         object = constructor(id);
-        if (table)
-            table->liveForever();
         eDmErrorId result = DM_NO_ERROR;
-        if (!listCreated)
+        if (guard.owns_lock() && !listCreated)
         {
             isDeclaring = listCreated = true;
             object->nameClass();
@@ -58,6 +58,11 @@ eDmErrorId DmClassRecord::create(Constructor constructor, const DmNodeId& id, Dm
             result = object->createAttributes();
         if (lost == DmString::lost())
         {
+            if (isDeclaring)
+            {
+                table->liveForever();
+                _isDeclared.store(true, std::memory_order_release);
+            }
             out = object;
             return result;
         }

@@ -11,6 +11,7 @@
 #include "dmPropertyFactory.h"
 #include "dmPropertySet.h"
 
+#include <atomic>
 #include <mutex>
 #include <typeinfo>
 
@@ -33,8 +34,9 @@ struct ZR_DM_API DmClassRecord
     /// process.
     void registerCreator(DmPropertyCreator creator, Registered how);
 
-    /// A new object, with its default attributes when asked. Creations of one class wait for each other; its table is
-    /// built by the first of them. Without memory for all of it: null and DM_BAD_VALUE.
+    /// A new object, with its default attributes when asked. The class's table is built by the first creation, for
+    /// which the others wait. Creations of a class that is registered by an object wait for each other ever after;
+    /// those of a class that registers itself run side by side. Without memory for all of it: null and DM_BAD_VALUE.
     using Constructor = DmPropertySet* (*)(const DmNodeId& id);
     eDmErrorId create(Constructor constructor, const DmNodeId& id, DmPropertySet*& out, bool attributes);
 
@@ -43,7 +45,7 @@ struct ZR_DM_API DmClassRecord
     const DmPropertySetPtr& sharedDefault(DmPropertySetPtr (*make)());
 
     CoSharedPtr<DmPropertySetData> table;
-    std::recursive_mutex mutex; ///< held while an object is made through the factory
+    std::recursive_mutex mutex; ///< held while the table is built, and while an object is made one after the other
     bool listCreated = false;
 
 private:
@@ -55,6 +57,7 @@ private:
 
     const DmString _className;
     const std::type_info& _type;
+    std::atomic<bool> _isDeclared{false}; ///< the table is built
     Registered _registered = Not;
     DmPropertySetPtr _sharedDefault;
 };
