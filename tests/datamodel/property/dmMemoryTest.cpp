@@ -7,6 +7,8 @@
 #include "dmStatus.h"
 #include "dmUtf8.h"
 
+#include <ZRdmtree.h>
+
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -372,4 +374,101 @@ TEST(WithoutMemory, ARareBlockIsCopiedWholeOrNotAtAll)
                 EXPECT_EQ(set->isDirty(), !refused);
             });
     }
+}
+
+namespace
+{
+
+class NodeCount final : public DmTreeVisitor
+{
+public:
+    NodeCount()
+        : DmTreeVisitor("NodeCount")
+    {
+    }
+    void visitNode(DmTreeNode*) override { ++nodes; }
+    void visitCollection(DmCollectionNode*) override { ++nodes; }
+    int nodes = 0;
+};
+
+/// An effect with a channel and an attribute, and what to change it with.
+struct EffectFixture
+{
+    EffectFixture()
+    {
+        EXPECT_EQ(channel->setName(L"gain"), DM_NO_ERROR);
+        EXPECT_EQ(effect->addChannel(channel), DM_NO_ERROR);
+        EXPECT_EQ(dmDeepCopy(*effect, before), DM_NO_ERROR);
+    }
+    CoSharedPtr<DmAnimationChannel> channel = DmAnimationChannel::create();
+    CoSharedPtr<DmSimpleChannel> attribut = DmSimpleChannel::create(L"a text");
+    CoSharedPtr<DmColourSettings> effect = DmColourSettings::create();
+    CoSharedPtr<DmLayerNode> layer = DmLayerNode::create();
+    CoSharedPtr<DmCueMark> mark = DmCueMark::create();
+    const DmString name{L"a name of some length"};
+    DmPropertySetPtr before;
+};
+
+} // namespace
+
+TEST(WithoutMemory, EffectsLayersAndWalksSayThatTheyFailed)
+{
+    const std::pair<const char*, std::function<eDmErrorId(EffectFixture&)>> rows[] = {
+        {"set an attribute", [](EffectFixture& f) { return f.effect->setAttributByName(f.name, f.attribut); }},
+        {"set a channel", [](EffectFixture& f) { return f.effect->setChannelByName(f.name, f.channel); }},
+        {"ask for a channel",
+         [](EffectFixture& f) { return f.effect->getChannelByName(f.name) ? DM_NO_ERROR : DM_BAD_VALUE; }},
+        {"set an attribute's text", [](EffectFixture& f) { return f.effect->setAttributText(f.name, f.name); }},
+    };
+    for (const auto& [what, change] : rows)
+    {
+        std::unique_ptr<EffectFixture> fixture;
+        refuseEach(
+            what,
+            [&]
+            {
+                fixture = std::make_unique<EffectFixture>();
+                return [&, &change = change] { return change(*fixture); };
+            },
+            [&](eDmErrorId status, bool refused)
+            {
+                EXPECT_EQ(status, refused ? DM_BAD_VALUE : DM_NO_ERROR);
+                bool equal = false;
+                EXPECT_EQ(dmDeepEqual(*fixture->effect, *fixture->before, equal), DM_NO_ERROR);
+                EXPECT_EQ(equal, refused);
+            });
+    }
+
+    std::unique_ptr<EffectFixture> fixture;
+    refuseEach(
+        "mark a layer",
+        [&]
+        {
+            fixture = std::make_unique<EffectFixture>();
+            return [&] { return fixture->layer->addCueMark(fixture->mark); };
+        },
+        [&](eDmErrorId status, bool refused)
+        {
+            EXPECT_EQ(status, refused ? DM_BAD_VALUE : DM_NO_ERROR);
+            EXPECT_EQ(fixture->layer->getCueMarks().size(), refused ? 0U : 1U);
+        });
+
+    const auto track = DmTrackNode::create();
+    track->addChild(DmLayerNode::create());
+    NodeCount count;
+    refuseEach(
+        "walk a tree",
+        [&]
+        {
+            count.nodes = 0;
+            return [&] { return DmPreIt(track).apply(count); };
+        },
+        [&](eDmErrorId status, bool refused)
+        {
+            EXPECT_EQ(status, refused ? DM_BAD_VALUE : DM_NO_ERROR);
+            EXPECT_TRUE(refused || count.nodes == 2);
+        });
+    refuseEach(
+        "copy a tree", [&] { return [&] { return DmTreeTool::deepClone(track); }; },
+        [&](const CoSharedPtr<DmTreeNode>& copy, bool refused) { EXPECT_EQ(!copy, refused); });
 }

@@ -44,9 +44,10 @@ DmSegmentNode* DmSegmentIndex::find(const DmString& id)
 {
     if (!_segments)
     {
-        _segments = std::make_unique<DmIdTable>();
-        Collector collector(*_segments);
-        static_cast<void>(DmPreIt(_composition).apply(collector)); // what stands below itself is in once
+        auto segments = std::make_unique<DmIdTable>();
+        Collector collector(*segments);
+        static_cast<void>(DmPreIt(_composition).applyOrThrow(collector)); // what stands below itself is in once
+        _segments = std::move(segments);
     }
     return id.empty() ? nullptr : _segments->find(id.view());
 }

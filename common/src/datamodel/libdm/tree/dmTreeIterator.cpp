@@ -1,6 +1,7 @@
 #include "dmTreeIterator.h"
 
 #include "dmCompositionNode.h"
+#include "dmMemoryImp.h"
 #include "dmNesting.h"
 
 #include <algorithm>
@@ -119,6 +120,11 @@ DmPreIt::DmPreIt(const CoSharedPtr<DmTreeNode>& first, const DmWalkOptions& opti
 }
 
 eDmErrorId DmPreIt::apply(DmTreeVisitor& visitor)
+{
+    return dmWithMemory([&] { return applyOrThrow(visitor); });
+}
+
+eDmErrorId DmPreIt::applyOrThrow(DmTreeVisitor& visitor)
 {
     return _first && !visitor.hasStopped() ? Walk(visitor, _options).from(_first) : DM_NO_ERROR;
 }

@@ -99,7 +99,10 @@ public:
     explicit DmPreIt(DmTreeNode* first, const DmWalkOptions& options = {});
     explicit DmPreIt(const CoSharedPtr<DmTreeNode>& first, const DmWalkOptions& options = {});
 
+    /// Where memory runs out, in the visitor too, the walk ends with DM_BAD_VALUE.
     eDmErrorId apply(DmTreeVisitor& visitor) override;
+    /// The same, but throws std::bad_alloc then: for those whose own answer cannot say so.
+    eDmErrorId applyOrThrow(DmTreeVisitor& visitor);
 
 private:
     class Walk;

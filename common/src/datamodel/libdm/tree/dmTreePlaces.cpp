@@ -75,7 +75,7 @@ DmTreePlaces::DmTreePlaces(const CoSharedPtr<DmTreeNode>& tree)
 {
     Collector collector(*this);
     static_cast<void>(
-        DmPreIt(tree, {.intoContainers = true, .sharedOnce = true}).apply(collector)); // cycles are left out
+        DmPreIt(tree, {.intoContainers = true, .sharedOnce = true}).applyOrThrow(collector)); // cycles are left out
 }
 
 std::vector<DmTreePlace> DmTreePlaces::of(const DmTreeNode* node) const

@@ -83,7 +83,7 @@ void forEachSource(DmTreeNode* tree, const Use& use)
 {
     EachSource visitor(use);
     static_cast<void>(
-        DmPreIt(tree, {.intoContainers = true, .sharedOnce = true}).apply(visitor)); // cycles are left out
+        DmPreIt(tree, {.intoContainers = true, .sharedOnce = true}).applyOrThrow(visitor)); // cycles are left out
 }
 
 } // namespace

@@ -118,7 +118,7 @@ std::vector<DmTreeViolation> DmValidationVisitor::findAll(DmCompositionNode* com
     std::vector<DmTreeViolation> all;
     DmValidationVisitor visitor(options);
     visitor._run->all = &all;
-    static_cast<void>(DmPreIt(composition).apply(visitor)); // what stands below itself breaks a rule on the way
+    static_cast<void>(DmPreIt(composition).applyOrThrow(visitor)); // what stands below itself breaks a rule on the way
     return all;
 }
 
@@ -416,12 +416,12 @@ bool DmValidationVisitor::isSound(DmCompositionNode* nested, bool withRules)
         // Who asks for every violation says by which rules; a plain validation asks the composition.
         const unsigned options = _run->all ? _options : DmTreeTool::getValidationOptions(nested);
         DmValidationVisitor visitor(options, this, _run);
-        sound = walk.apply(visitor) == DM_NO_ERROR && visitor.isValid();
+        sound = walk.applyOrThrow(visitor) == DM_NO_ERROR && visitor.isValid();
     }
     else
     {
         ContainerFinder finder(*this);
-        sound = walk.apply(finder) == DM_NO_ERROR && !finder.hasStopped();
+        sound = walk.applyOrThrow(finder) == DM_NO_ERROR && !finder.hasStopped();
     }
     inside.pop_back();
     return sound;
