@@ -55,7 +55,7 @@ Value toValue(const T& value, Allocator& allocator)
         return Value(static_cast<std::int64_t>(value));
     else if constexpr (std::is_integral_v<T>)
         return Value(static_cast<std::uint64_t>(value));
-    else if constexpr (std::is_same_v<T, DmPropertySetPtr>)
+    else if constexpr (std::is_same_v<T, DmPropertySetPtr> || std::is_same_v<T, DmPropertySet*>)
         return value ? setValue(*value, allocator) : Value();
     else if constexpr (std::is_same_v<T, DmPropertySetMap>)
     {
@@ -127,15 +127,19 @@ Value fieldValue(const DmPropertySet& set, int index, Allocator& allocator)
                               using T = typename decltype(type)::type;
                               if constexpr (std::is_void_v<T>)
                                   return Value();
+                              else if constexpr (std::is_same_v<T, DmPropertySetVector>)
+                                  return toValue(set.elementsOf(index), allocator);
+                              else if constexpr (dmIsVector<T>)
+                                  return toValue(set.template valuesOf<typename T::value_type>(index), allocator);
                               else
                                   return toValue(*static_cast<const T*>(set.fieldOf(index)), allocator);
                           });
 }
 
-bool areEqual(const DmPropertySetPtr& a, const DmPropertySetPtr& b)
+bool areEqual(const DmPropertySet* a, const DmPropertySet* b)
 {
     bool equal = false;
-    return a.get() == b.get() || (a && b && dmDeepEqual(*a, *b, equal) == DM_NO_ERROR && equal);
+    return a == b || (a && b && dmDeepEqual(*a, *b, equal) == DM_NO_ERROR && equal);
 }
 
 bool isSameField(const DmPropertySet& a, const DmPropertySet& b, int index)
@@ -146,19 +150,27 @@ bool isSameField(const DmPropertySet& a, const DmPropertySet& b, int index)
                               using T = typename decltype(type)::type;
                               if constexpr (std::is_void_v<T>)
                                   return true;
+                              else if constexpr (std::is_same_v<T, DmPropertySetVector>)
+                              {
+                                  const DmListWindow<DmPropertySet> x = a.elementsOf(index);
+                                  const DmListWindow<DmPropertySet> y = b.elementsOf(index);
+                                  return x.size() == y.size() && std::equal(x.begin(), x.end(), y.begin(), areEqual);
+                              }
+                              else if constexpr (dmIsVector<T>)
+                                  return std::ranges::equal(a.template valuesOf<typename T::value_type>(index),
+                                                            b.template valuesOf<typename T::value_type>(index));
                               else
                               {
                                   const T& x = *static_cast<const T*>(a.fieldOf(index));
                                   const T& y = *static_cast<const T*>(b.fieldOf(index));
                                   if constexpr (std::is_same_v<T, DmPropertySetPtr>)
-                                      return areEqual(x, y);
-                                  else if constexpr (std::is_same_v<T, DmPropertySetVector>)
-                                      return std::ranges::equal(x, y, areEqual);
+                                      return areEqual(x.get(), y.get());
                                   else if constexpr (std::is_same_v<T, DmPropertySetMap>)
                                       return std::ranges::equal(x, y,
                                                                 [](const auto& one, const auto& other) {
                                                                     return one.first == other.first &&
-                                                                           areEqual(one.second, other.second);
+                                                                           areEqual(one.second.get(),
+                                                                                    other.second.get());
                                                                 });
                                   else if constexpr (std::is_floating_point_v<T>)
                                       return x == y || (std::isnan(x) && std::isnan(y));

@@ -491,8 +491,8 @@ void LiteralReader::noteValue(const Slot& slot, const Value& value)
                    [&]<class T>(std::type_identity<T>)
                    {
                        const void* stored = field;
-                       if constexpr (dmIsVector<T>)
-                           stored = &static_cast<const T*>(field)->back();
+                       if constexpr (dmIsVector<T> && !std::same_as<T, DmPropertySetVector>)
+                           stored = &slot.owner->template valuesOf<typename T::value_type>(slot.index).back();
                        const bool isKept = slot.element >= 0 ? isElementKept(*slot.def, value, stored)
                                                              : dmJson::isKept(*slot.def, value, stored);
                        if (!isKept)
