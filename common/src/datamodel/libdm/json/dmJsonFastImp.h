@@ -4,6 +4,10 @@
 /// it stands, or is merely unusual (a key out of order in a map, an exponent of three digits), makes it give up; the
 /// document is then read again by the algorithm itself (dmJsonLiteralImp.h), which says what there is to say. So
 /// nothing here words an error, and both ways come to the same tree.
+///
+/// A Double on its way into its field runs through dmJsonImporter.cpp, dmJsonInput.cpp (the bytes), dmJsonFast.cpp (the
+/// number, by its property's type: dmPropertyType.h; dmJsonFormat.cpp where it has very many digits), dmJsonKeptImp.h
+/// (whether the declaration means it), dmSetAccessImp.h (the door), dmPropertySet.cpp (the field).
 #pragma once
 
 #include "dmJsonInputImp.h"

@@ -53,7 +53,7 @@ public:
     {
         begin('{');
         Place place{nullptr, nullptr, &root, Place::Top};
-        propertySetToJson(place);
+        properties(place);
         if (place.isOpen)
             _text.end('}');
         version();
@@ -105,7 +105,7 @@ private:
         _text.end('}');
     }
 
-    void propertySetToJson(Place& place)
+    void properties(Place& place)
     {
         const DmPropertySet& set = *place.set;
         if (++_sets > maxDepth / 2)
@@ -152,8 +152,14 @@ private:
                                        return number(place, def, numberAt<T>(field));
                                small(place, def, field);
                            }
+                           else if constexpr (std::same_as<T, DmPropertySetPtr>)
+                               propertySetToJson(*place.set, def._type, index, place);
                            else if constexpr (std::same_as<T, DmPropertySetVector>)
-                               value(place, def, place.set->elementsOf(index));
+                               propertySetListToJson(*place.set, def._type, index, place);
+                           else if constexpr (std::same_as<T, DmPropertySetMap>)
+                               propertySetMapToJson(*place.set, def._type, index, place);
+                           else if constexpr (dmIsVector<T>)
+                               values(place, def, place.set->template valuesOf<typename T::value_type>(index));
                            else
                                value(place, def, *static_cast<const T*>(field));
                        });
@@ -221,25 +227,26 @@ private:
         }
     }
 
-    void value(Place& place, const DmPropertyDef& def, const DmPropertySetPtr& held)
+    // What a property of a set holds, into the place where the set itself goes.
+
+    /// Nothing for a set that writes nothing.
+    void propertySetToJson(const DmPropertySet& set, eDmPropType type, int index, Place& json)
     {
+        ZR_ASSERT_SOFT(type == DM_PROPERTY_SET);
+        const auto* const held = static_cast<const DmPropertySetPtr*>(set.fieldOf(index))->get();
         if (!held)
             return;
-        Place below{&place, &def, held.get(), Place::Member};
-        propertySetToJson(below);
+        Place below{&json, set.classData().at(index), held, Place::Member};
+        properties(below);
         close(below);
     }
 
-    void value(Place& place, const DmPropertyDef& def, const DmListWindow<DmPropertySet>& list)
+    void propertySetListToJson(const DmPropertySet& set, eDmPropType type, int index, Place& json)
     {
-        member(place, def);
-        propertySetListToJson(list);
-    }
-
-    void propertySetListToJson(const DmListWindow<DmPropertySet>& list)
-    {
+        ZR_ASSERT_SOFT(type == DM_VECTOR_PROPERTY_SET);
+        member(json, *set.classData().at(index));
         begin('[');
-        for (const DmPropertySet* const held : list)
+        for (const DmPropertySet* const held : set.elementsOf(index))
         {
             _text.next();
             element(held);
@@ -247,16 +254,13 @@ private:
         _text.end(']');
     }
 
-    void value(Place& place, const DmPropertyDef& def, const DmPropertySetMap& map)
+    void propertySetMapToJson(const DmPropertySet& set, eDmPropType type, int index, Place& json)
     {
-        member(place, def);
-        propertySetMapToJson(*place.set, def, map);
-    }
-
-    void propertySetMapToJson(const DmPropertySet& set, const DmPropertyDef& def, const DmPropertySetMap& map)
-    {
+        ZR_ASSERT_SOFT(type == DM_MAP_PROPERTY_SET);
+        const DmPropertyDef& def = *set.classData().at(index);
+        member(json, def);
         begin('{');
-        for (const auto& [key, held] : map)
+        for (const auto& [key, held] : *static_cast<const DmPropertySetMap*>(set.fieldOf(index)))
         {
             _text.next();
             string(set, def, key.view());
@@ -267,7 +271,7 @@ private:
     }
 
     template <class Element>
-    void value(Place& place, const DmPropertyDef& def, const std::vector<Element>& list)
+    void values(Place& place, const DmPropertyDef& def, std::span<const Element> list)
     {
         member(place, def);
         begin('[');
@@ -283,7 +287,7 @@ private:
     {
         Place place{nullptr, nullptr, held, Place::Element};
         if (held)
-            propertySetToJson(place);
+            properties(place);
         if (place.isOpen)
             return close(place);
         begin('{');
