@@ -70,7 +70,7 @@ public:
         const DmPropertyDef& def = path.def();
         const bool isShared = def._rare && !path.owner->isPropertyRelevant(path.index);
         if (def._type == DM_STRING && !isShared)
-            if (const auto& text = *static_cast<const DmString*>(path.field()); !text.empty())
+            if (const auto& text = *static_cast<const DmString*>(path.field()); !text.isKept())
                 bytes += (text.length() + 1) * sizeof(wchar_t);
         return DmWalkStep::Into;
     }

@@ -38,6 +38,8 @@ constexpr Use uses[] = {
      "The mode of times that come without one; dmtree tc --help lists the modes"},
     {"ZR_DISABLE_ASSERT_STACKS", "set: true", "A failed assertion prints no stack"},
     {"ZR_DISABLE_TCC", "true, false", "The in-time of a source is not converted to the mode of its material"},
+    {"ZR_EACH_OBJECT_ALONE", "true, false",
+     "Objects of trees are allocated one by one, for tools that watch the allocator"},
     {"ZR_MSG_LEVEL", "user, error, warn, notice, debug",
      "The least important messages posted; notice if unset, in dmtree error"},
     {"ZR_MSG_VERBOSE", "true, false", "Messages name the place in the source that posts them"},

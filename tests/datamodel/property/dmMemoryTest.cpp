@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -68,6 +69,9 @@ extern "C"
 
 namespace
 {
+
+/// So that each object is a request: said before the first one is made.
+const bool objectsAreAlone = setenv("ZR_EACH_OBJECT_ALONE", "true", 1) == 0;
 
 class Deaf : public DmPropertyListener
 {
@@ -148,6 +152,16 @@ struct Row
 };
 
 } // namespace
+
+TEST(WithoutMemory, EachObjectIsARequestHere)
+{
+    ASSERT_TRUE(objectsAreAlone);
+    Refusal none{1000, false};
+    refusal = &none;
+    const auto point = TestPoint::create();
+    refusal = nullptr;
+    EXPECT_TRUE(point && none.requests > 0);
+}
 
 TEST(WithoutMemory, NothingIsStored)
 {

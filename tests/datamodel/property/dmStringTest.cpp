@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <iterator>
+
 #include <string>
 #include <utility>
 
@@ -218,6 +221,34 @@ TEST(Texts, OfCodesAndTypesAreExact)
     }
     EXPECT_EQ(helper.getTypeFromStr(L"Vector-Double"), DM_NB_TYPES);
     EXPECT_TRUE(helper.getStrFromType(DM_NB_TYPES) == L"N/A");
+}
+
+TEST(DefaultString, TakesNoMemoryUntilItIsChanged)
+{
+    const DmDefaultString name(DmString::Untitled);
+    EXPECT_TRUE(name == L"untitled" && name.length() == 8 && name.isKept());
+    EXPECT_TRUE(DmDefaultString(DmString::NoMode) == L"???");
+
+    const std::function<void(DmString&)> changes[] = {
+        [](DmString& text) { text += L" 2"; },
+        [](DmString& text) { text += L'2'; },
+        [](DmString& text) { text = text.c_str() + 2; },
+        [](DmString& text) { static_cast<void>(text.reallocBuff(20)); },
+        [](DmString& text) { text = L"other"; },
+        [](DmString& text) { text.clear(); },
+    };
+    const wchar_t* const changed[] = {L"untitled 2", L"untitled2", L"titled", L"untitled", L"other", L""};
+    for (std::size_t i = 0; i < std::size(changes); ++i)
+    {
+        DmDefaultString copy(name);
+        EXPECT_EQ(copy.c_str(), name.c_str());
+        changes[i](copy);
+        EXPECT_STREQ(copy.c_str(), changed[i]);
+        EXPECT_TRUE(name == L"untitled" && DmDefaultString(copy) == copy);
+    }
+    DmString own(name);
+    own[0] = L'U';
+    EXPECT_TRUE(own == L"Untitled" && name == L"untitled");
 }
 
 TEST(NodeId, IsAPathOfNumbers)

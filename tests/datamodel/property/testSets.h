@@ -124,34 +124,36 @@ public:
     {
         return declare(*this)
             .mandatory<Often>(L"often", _often)
-            .mandatory<Number>(L"number", _rare->number, _rare)
-            .optional<Text>(L"text", _rare->text, _rare)
-            .mandatory<Points>(L"points", _rare->points, _rare)
-            .optional<Shared>(L"shared", _rare->shared, _rare)
-            .mandatory<Map>(L"map", _rare->map, _rare)
+            .mandatory<Number>(L"number", rare()->number, rare())
+            .optional<Text>(L"text", rare()->text, rare())
+            .mandatory<Points>(L"points", rare()->points, rare())
+            .optional<Shared>(L"shared", rare()->shared, rare())
+            .mandatory<Map>(L"map", rare()->map, rare())
             .status();
     }
 
-    bool hasOwnBlock() const { return _rare.isOwn(); }
-    int getNumber() const { return _rare->number; }
+    bool hasOwnBlock() const { return _rares.isOwn<Rare>(); }
+    int getNumber() const { return rare()->number; }
     eDmErrorId setNumber(int number) { return set(Number, number); }
-    const DmString& getText() const { return _rare->text; }
+    const DmString& getText() const { return rare()->text; }
     eDmErrorId setText(const DmString& text) { return set(Text, text); }
     eDmErrorId setOften(int often) { return set(Often, often); }
-    int pointCount() const { return _rare->points.count(); }
+    int pointCount() const { return rare()->points.count(); }
 
 private:
     struct Rare
     {
+        static constexpr int place = 0;
         int number = 5;
         DmString text{L"usual"};
         DmSetList<TestPoint> points;
         DmNested<TestPoint> shared{TestPoint::create()};
         DmSetMap<TestPoint> map;
     };
+    DmRareView<Rare> rare() const { return _rares.of<Rare>(); }
 
     int _often = 0;
-    DmRare<Rare> _rare;
+    DmRares _rares;
 };
 
 /// A fresh object of a class, as the property layer stores it.

@@ -2,11 +2,14 @@
 ///
 /// A new object counts zero: an interface that hands out a raw pointer hands it out uncounted, and the caller puts it
 /// in a CoSharedPtr, which deletes it with its last reference.
+///
+/// While the process has one thread no count is a locked instruction: those were a tenth of an import.
 #pragma once
 
 #include "zrExport.h"
 
 #include <atomic>
+#include <sys/single_threaded.h>
 
 namespace DM
 {
@@ -19,13 +22,24 @@ public:
 
     virtual void ref() const final
     {
-        if (!isUncounted())
+        const int count = _count.load(std::memory_order_relaxed);
+        if (count >= uncounted)
+            return;
+        if (__libc_single_threaded)
+            _count.store(count + 1, std::memory_order_relaxed);
+        else
             _count.fetch_add(1, std::memory_order_relaxed);
     }
     /// Gives one reference back; true when it was the last, and the caller then deletes the object.
     [[nodiscard]] virtual bool unref() const final
     {
-        return !isUncounted() && _count.fetch_sub(1, std::memory_order_acq_rel) == 1;
+        const int count = _count.load(std::memory_order_relaxed);
+        if (count >= uncounted)
+            return false;
+        if (!__libc_single_threaded)
+            return _count.fetch_sub(1, std::memory_order_acq_rel) == 1;
+        _count.store(count - 1, std::memory_order_relaxed);
+        return count == 1;
     }
     virtual int refCount() const final { return _count.load(std::memory_order_acquire); }
 

@@ -45,11 +45,11 @@ eDmErrorId DmEffectSettings::createList()
     return declare(*this)
         .mandatory<AttributList>(L"attributList", _attributs, "The static parameters by name.")
         .mandatory<ChannelList>(L"channelList", _channels, "The animated parameters by name.")
-        .optional<SetupFileName>(L"setupFileName", _rare->setupFileName, _rare, "The file of the effect's setup.")
-        .optionalCdata<Setup>(L"setup", _rare->setup, _rare, "The setup itself.")
-        .optional<Comment>(L"comment", _rare->comment, _rare, "Free text.")
+        .optional<SetupFileName>(L"setupFileName", rare()->setupFileName, rare(), "The file of the effect's setup.")
+        .optionalCdata<Setup>(L"setup", rare()->setup, rare(), "The setup itself.")
+        .optional<Comment>(L"comment", rare()->comment, rare(), "Free text.")
         .optional<Muted>(L"muted", _muted, "The effect is bypassed.")
-        .mandatory<Output>(L"output", _rare->output, _rare, "The media that the effect produced.")
+        .mandatory<Output>(L"output", rare()->output, rare(), "The media that the effect produced.")
         .status();
 }
 

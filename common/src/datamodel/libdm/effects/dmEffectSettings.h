@@ -109,18 +109,18 @@ public:
 
     // Plain settings.
 
-    const DmString& getSetupFileName() const { return _rare->setupFileName; }
+    const DmString& getSetupFileName() const { return rare()->setupFileName; }
     eDmErrorId setSetupFileName(const DmString& name) { return set(SetupFileName, name); }
     /// Free text, of any number of lines.
-    const DmString& getSetup() const { return _rare->setup; }
+    const DmString& getSetup() const { return rare()->setup; }
     eDmErrorId setSetup(const DmString& setup) { return set(Setup, setup); }
-    const DmString& getComment() const { return _rare->comment; }
+    const DmString& getComment() const { return rare()->comment; }
     eDmErrorId setComment(const DmString& comment) { return set(Comment, comment); }
     /// A muted effect is bypassed.
     bool isMuted() const { return _muted; }
     eDmErrorId setMuted(bool muted) { return set(Muted, muted); }
     /// The media that the effect produced, shared with all clones; null when there is none.
-    CoSharedPtr<DmMediaNode> getOutput() const { return _rare->output.share(); }
+    CoSharedPtr<DmMediaNode> getOutput() const { return rare()->output.share(); }
     /// Tells no listener.
     void setOutput(const CoSharedPtr<DmMediaNode>& output);
 
@@ -151,16 +151,18 @@ private:
     /// What few effects have.
     struct Rare
     {
+        static constexpr int place = 0;
         DmString setupFileName;
         DmString setup;
         DmString comment;
         DmNested<DmMediaNode> output;
     };
 
+    DmRareView<Rare> rare() const { return _rares.of<Rare>(); }
     eDmErrorId addEmptyAttribut(const DmString& name);
 
     DmOwnedMap<DmSimpleChannel> _attributs;
     DmOwnedMap<DmAnimationChannel> _channels; ///< asking for a channel makes it
     bool _muted = false;
-    DmRare<Rare> _rare;
+    DmRares _rares;
 };

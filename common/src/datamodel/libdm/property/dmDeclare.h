@@ -17,8 +17,8 @@
 /// DmTreeNode::createList())`. Nothing is declared after the first status that is not zero. Lines without enumerators
 /// are counted as they come.
 ///
-/// Behind the member, in any order: the DmRare in which it lies, if it does, the meaning ("one sentence."), a DmUnit, a
-/// DmRange, a DmEnumTable, a DmTextTable.
+/// Behind the member, in any order: the rare block in which it lies, if it does, the meaning ("one sentence."), a
+/// DmUnit, a DmRange, a DmEnumTable, a DmTextTable.
 ///
 /// optional: written only when it differs from its default. mandatory: always written.
 #pragma once
@@ -51,7 +51,7 @@ inline constexpr DmRange dmNotNegative{0, 2147483647};
 template <class T>
 inline constexpr bool dmIsRare = false;
 template <class Block>
-inline constexpr bool dmIsRare<DmRare<Block>> = true;
+inline constexpr bool dmIsRare<DmRareView<Block>> = true;
 
 /// Follows the lines of a declaration; `next` is the enumerator that the next line must name, -1 before the first.
 template <class Owner, int next = -1>
@@ -189,7 +189,7 @@ private:
     {
         static_assert(dmTypeOf<Member> != DM_NB_TYPES, "no property type is stored like this member");
         static_assert(!std::is_const_v<Member> || (dmIsRare<Facts> || ...),
-                      "a field of a rare block comes with its DmRare");
+                      "a field of a rare block comes with its block");
         if (_status != DM_NO_ERROR)
             return {*this, _status, nullptr};
 
@@ -241,6 +241,8 @@ private:
         auto& member = const_cast<std::remove_const_t<Member>&>(constant);
         if constexpr (dmTypeOf<Member> == DM_PROPERTY_SET)
             return static_cast<DmPropertySetPtr*>(&member);
+        else if constexpr (dmTypeOf<Member> == DM_STRING)
+            return static_cast<DmString*>(&member);
         else if constexpr (dmTypeOf<Member> == DM_VECTOR_PROPERTY_SET)
             return static_cast<DmPropertySetVector*>(&member);
         else if constexpr (dmTypeOf<Member> == DM_MAP_PROPERTY_SET)
@@ -250,11 +252,11 @@ private:
     }
 
     template <class Block>
-    void tell(DmPropertyDef& def, const DmRare<Block>& rare)
+    void tell(DmPropertyDef& def, const DmRareView<Block>& rare)
     {
         def._rare = DmRareBlock::of<Block>();
-        def._rareAt =
-            reinterpret_cast<const char*>(&rare) - reinterpret_cast<const char*>(static_cast<DmPropertySet*>(&_set));
+        def._rareAt = reinterpret_cast<const char*>(&rare.all()) -
+                      reinterpret_cast<const char*>(static_cast<DmPropertySet*>(&_set));
     }
     const void* rareOf(const DmPropertyDef& def) const
     {

@@ -92,7 +92,7 @@ struct DmPropertyDef
     std::string _utf8Name;                    ///< the name as documents spell it
 
     const DmRareBlock* _rare = nullptr; ///< of a field in a rare block (dmRare.h); _offset is then inside the block
-    std::ptrdiff_t _rareAt = 0;         ///< bytes from the set to the DmRare
+    std::ptrdiff_t _rareAt = 0;         ///< bytes from the set to its DmRares
 
     const char* _meaning = "";           ///< one sentence; empty when the declaration has none
     const char* _unit = "";              ///< empty for what has none

@@ -32,6 +32,18 @@ DmPropertySet::DmPropertySet(const DmPropertySet& other)
 
 DmPropertySet::~DmPropertySet() = default;
 
+void* DmPropertySet::operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    try
+    {
+        return dmBlocks::take(size);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
 eDmErrorId DmPropertySet::createAttributes()
 {
     return DM_NO_ERROR;

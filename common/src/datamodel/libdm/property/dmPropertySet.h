@@ -17,6 +17,7 @@
 #pragma once
 
 #include "CoLockWord.h"
+#include "dmBlocks.h"
 #include "dmListWindow.h"
 #include "dmNodeId.h"
 #include "dmPropertyDef.h"
@@ -82,6 +83,18 @@ public:
     /// The copy shares the table, has the same id and dirty flag, and no listeners.
     DmPropertySet(const DmPropertySet& other);
     ~DmPropertySet() override;
+
+    // Objects lie in blocks (dmBlocks.h), unless their class brings operators of its own.
+
+    static void* operator new(std::size_t size) { return dmBlocks::take(size); }
+    static void* operator new(std::size_t size, std::align_val_t alignment) { return ::operator new(size, alignment); }
+    static void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept;
+    static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
+    static void operator delete(void* memory, std::size_t size) { dmBlocks::give(memory, size); }
+    static void operator delete(void* memory, std::size_t size, std::align_val_t alignment)
+    {
+        ::operator delete(memory, size, alignment);
+    }
 
     /// Declares the class's properties (dmDeclare.h); called for the first instance that the factory makes.
     virtual eDmErrorId createList() = 0;

@@ -152,7 +152,7 @@ constexpr eDmPropType typeOf()
         return DM_FLOAT;
     else if constexpr (std::same_as<T, double>)
         return DM_DOUBLE;
-    else if constexpr (std::same_as<T, DmString>)
+    else if constexpr (std::derived_from<T, DmString>)
         return DM_STRING;
     else if constexpr (std::derived_from<T, DmPropertySetPtr>)
         return DM_PROPERTY_SET;

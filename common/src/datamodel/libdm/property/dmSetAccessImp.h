@@ -88,6 +88,9 @@ public:
                           if (isSharedValue(set, index, def, value))
                               return DM_NO_ERROR;
                           void* const at = set.fieldForChange(index, def);
+                          if constexpr (std::same_as<T, DmString>)
+                              if (const auto& text = *static_cast<const DmString*>(at); text.isKept() && text == value)
+                                  return DM_NO_ERROR; // a default text goes on taking no memory
                           if constexpr (DmNumberStorage<T>)
                           {
                               // An enumeration is no object of type T.

@@ -6,7 +6,7 @@
 #include <cwchar>
 #include <utility>
 
-wchar_t DmString::defaultBuff_[1] = {0};
+wchar_t DmString::defaultBuff_[14] = L"\0untitled\0???";
 
 namespace
 {
@@ -54,6 +54,20 @@ DmString::DmString(const DmString& other)
     : buff_(defaultBuff_)
 {
     assign(other.buff_, other.len_);
+}
+
+DmString::DmString(DefaultText text) noexcept
+    : buff_(defaultBuff_ + text)
+    , len_(static_cast<unsigned>(std::wcslen(buff_)))
+{
+}
+
+DmString::DmString(const DmString& other, Sharing /*sharing*/)
+    : buff_(other.isKept() ? other.buff_ : defaultBuff_)
+    , len_(other.isKept() ? other.len_ : 0)
+{
+    if (!other.isKept())
+        assign(other.buff_, other.len_);
 }
 
 // Assigning a string to itself reallocates to the same size and moves the text onto itself.
@@ -125,7 +139,7 @@ bool DmString::operator<(const DmString& other) const
 void DmString::freeBuff()
 {
     ZR_ASSERT_PLAIN(buff_ != nullptr);
-    if (buff_ != defaultBuff_)
+    if (!isKept())
         std::free(buff_);
     disown();
 }
@@ -144,7 +158,8 @@ bool DmString::reallocBuff(unsigned n)
         freeBuff();
         return true;
     }
-    const bool fresh = buff_ == defaultBuff_;
+    const bool fresh = isKept();
+    const std::wstring_view kept = view().substr(0, n);
     const std::size_t bytes = (static_cast<std::size_t>(n) + 1) * sizeof(wchar_t);
     // When realloc fails, the old block is given up with the contents: a string that could not grow is empty.
     void* const block = fresh ? std::malloc(bytes) : std::realloc(buff_, bytes);
@@ -157,14 +172,14 @@ bool DmString::reallocBuff(unsigned n)
     buff_ = static_cast<wchar_t*>(block);
     len_ = n;
     if (fresh)
-        buff_[0] = 0;
+        buff_[kept.copy(buff_, kept.size())] = 0;
     return true;
 }
 
-/// The shared empty buffer holds its zero already: storing another would be a race between threads.
+/// The shared buffer holds its zero already: storing another would be a race between threads.
 void DmString::terminate()
 {
-    if (buff_ != defaultBuff_)
+    if (!isKept())
         buff_[len_] = 0;
 }
 
@@ -186,7 +201,7 @@ DmString& DmString::assign(const wchar_t* text, std::size_t count)
 {
     // The text may lie in our own buffer (s = s.c_str() + 1): its place is kept as an offset across the realloc, and a
     // shrinking realloc must not cut it off, so it is moved to the front first.
-    if (buff_ != defaultBuff_ && !std::less<>()(text, buff_) && std::less_equal<>()(text, buff_ + len_))
+    if (!isKept() && !std::less<>()(text, buff_) && std::less_equal<>()(text, buff_ + len_))
     {
         std::wmemmove(buff_, text, count);
         text = nullptr;
@@ -205,7 +220,7 @@ DmString& DmString::append(const wchar_t* text, std::size_t count)
     if (count == 0)
         return *this;
     const std::size_t old = len_;
-    const bool inside = buff_ != defaultBuff_ && !std::less<>()(text, buff_) && std::less_equal<>()(text, buff_ + len_);
+    const bool inside = !isKept() && !std::less<>()(text, buff_) && std::less_equal<>()(text, buff_ + len_);
     const std::ptrdiff_t offset = inside ? text - buff_ : 0;
     if (growTo(old + count))
     {

@@ -1,13 +1,15 @@
 /// The data model's wide-character string and its two companions.
 ///
 /// A DmString holds 32-bit characters and a 32-bit length in a buffer of the C allocator. Every empty string points at
-/// one shared static buffer, so an empty string costs no allocation. It never throws: where memory runs out the string
+/// one shared static buffer, so an empty string costs no allocation; nor does a field that has the default text of its
+/// class (DmDefaultString), of which a tree has one or two an object. It never throws: where memory runs out the string
 /// becomes empty. Appends grow to the exact size. Not to be shared between threads while one of them changes it.
 #pragma once
 
 #include "zrExport.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string_view>
@@ -45,6 +47,12 @@ public:
     const wchar_t* c_str() const { return buff_; }
     operator const wchar_t*() const { return buff_; }
     std::wstring_view view() const { return {buff_, len_}; }
+    /// Whether this is empty, or has a text of the process's: nobody writes into those.
+    bool isKept() const
+    {
+        return reinterpret_cast<std::uintptr_t>(buff_) - reinterpret_cast<std::uintptr_t>(defaultBuff_) <
+               sizeof defaultBuff_;
+    }
     /// No bounds check.
     wchar_t operator[](unsigned index) const { return buff_[index]; }
     wchar_t& operator[](unsigned index) { return buff_[index]; }
@@ -70,10 +78,24 @@ public:
     [[nodiscard]] bool allocNewBuff(unsigned n);
     [[nodiscard]] bool reallocBuff(unsigned n);
 
-    static wchar_t defaultBuff_[1];
+    /// The empty text, and behind it the default texts.
+    static wchar_t defaultBuff_[14];
+    enum DefaultText : unsigned ///< where they begin
+    {
+        Untitled = 1, ///< "untitled"
+        NoMode = 10   ///< "???", the name of no frame-code mode
+    };
 
     /// How many strings of the calling thread became empty for lack of memory: who must know compares before and after.
     static unsigned lost();
+
+protected:
+    explicit DmString(DefaultText text) noexcept;
+    /// Shares a default text.
+    struct Sharing
+    {
+    };
+    DmString(const DmString& other, Sharing);
 
 private:
     /// The terminator takes one of the 2^32 - 1 characters that a 32-bit size counts.
@@ -91,6 +113,21 @@ private:
 
     wchar_t* buff_;
     unsigned len_ = 0;
+};
+
+/// A field that begins with a default text: as long as it has that, it and its copies take no memory for it.
+class ZR_DM_API DmDefaultString : public DmString
+{
+public:
+    explicit DmDefaultString(DefaultText text) noexcept
+        : DmString(text)
+    {
+    }
+    DmDefaultString(const DmDefaultString& other)
+        : DmString(other, Sharing())
+    {
+    }
+    DmDefaultString& operator=(const DmDefaultString&) = delete;
 };
 
 inline void swap(DmString& a, DmString& b) noexcept

@@ -22,11 +22,11 @@ eDmErrorId DmFrameResolution::createList()
         .mandatory<BufSize>(L"bufSize", _bufSize, "The size of one frame in memory.", dmBytes, dmNotNegative)
         .mandatory<ByteOrder>(L"byteOrder", _byteOrder, "The order of a channel's bytes, as the application codes it.")
         .mandatory<IsFloat>(L"isFloat", _isFloat, "The channels hold floating numbers.")
-        .optional<ColourSpace>(L"colourSpace", _rare->colourSpace, _rare, "The name of the colour space.")
-        .optional<CenterX>(L"centerX", _rare->centerX, _rare, "The picture's centre, across.")
-        .optional<CenterY>(L"centerY", _rare->centerY, _rare, "The picture's centre, vertically.")
-        .optional<SizeX>(L"sizeX", _rare->sizeX, _rare, "The picture's size, across.")
-        .optional<SizeY>(L"sizeY", _rare->sizeY, _rare, "The picture's size, vertically.")
+        .optional<ColourSpace>(L"colourSpace", rare()->colourSpace, rare(), "The name of the colour space.")
+        .optional<CenterX>(L"centerX", rare()->centerX, rare(), "The picture's centre, across.")
+        .optional<CenterY>(L"centerY", rare()->centerY, rare(), "The picture's centre, vertically.")
+        .optional<SizeX>(L"sizeX", rare()->sizeX, rare(), "The picture's size, across.")
+        .optional<SizeY>(L"sizeY", rare()->sizeY, rare(), "The picture's size, vertically.")
         .status();
 }
 

@@ -48,27 +48,30 @@ public:
     /// Bytes.
     void getFrameBufferSize(int& size) const { size = _bufSize; }
     eDmErrorId setFrameBufferSize(int size) { return set(BufSize, size); }
-    void getColorSpace(DmString& name) const { name = _rare->colourSpace; }
+    void getColorSpace(DmString& name) const { name = rare()->colourSpace; }
     eDmErrorId setColorSpace(const DmString& name) { return set(ColourSpace, name); }
-    void getCenterX(double& x) const { x = _rare->centerX; }
+    void getCenterX(double& x) const { x = rare()->centerX; }
     eDmErrorId setCenterX(double x) { return set(CenterX, x); }
-    void getCenterY(double& y) const { y = _rare->centerY; }
+    void getCenterY(double& y) const { y = rare()->centerY; }
     eDmErrorId setCenterY(double y) { return set(CenterY, y); }
-    void getSizeX(double& x) const { x = _rare->sizeX; }
+    void getSizeX(double& x) const { x = rare()->sizeX; }
     eDmErrorId setSizeX(double x) { return set(SizeX, x); }
-    void getSizeY(double& y) const { y = _rare->sizeY; }
+    void getSizeY(double& y) const { y = rare()->sizeY; }
     eDmErrorId setSizeY(double y) { return set(SizeY, y); }
 
 private:
     /// What few formats say.
     struct Rare
     {
+        static constexpr int place = 0;
         DmString colourSpace;
         double centerX = 0.0;
         double centerY = 0.0;
         double sizeX = 0.0;
         double sizeY = 0.0;
     };
+
+    DmRareView<Rare> rare() const { return _rares.of<Rare>(); }
 
     int _width = 0;
     int _height = 0;
@@ -80,5 +83,5 @@ private:
     bool _byteOrder = false;
     bool _isFloat = false;
     DmString _scanFormat;
-    DmRare<Rare> _rare;
+    DmRares _rares;
 };

@@ -16,14 +16,14 @@ eDmErrorId DmSegmentNode::createList()
                          "The first frame of its material that plays, counted from the begin of the material.",
                          dmMaterialFrames)
         .mandatory<Effects>(L"effects", _effects, "Its effects, in the order in which they are applied.")
-        .mandatory<SegmentMarks>(L"segmentMarks", _rare->segmentMarks, _rare, "Marks on the segment.")
+        .mandatory<SegmentMarks>(L"segmentMarks", rare()->segmentMarks, rare(), "Marks on the segment.")
         .mandatory<MediaType>(L"mediaType", _mediaType, "Its medium: that of the layer.", dmMediaTypes)
-        .mandatory<OriginalID>(L"originalID", _rare->originalID, _rare,
+        .mandatory<OriginalID>(L"originalID", rare()->originalID, rare(),
                                "The id of the segment that it was derived from.")
         .mandatory<SegmentId>(L"segmentId", _segmentId, "Its id, unique within the composition; empty for none.")
-        .mandatory<SegmentPreviousIds>(L"segmentPreviousIds", _rare->segmentPreviousIds, _rare,
+        .mandatory<SegmentPreviousIds>(L"segmentPreviousIds", rare()->segmentPreviousIds, rare(),
                                        "The ids that it had before.")
-        .mandatory<ShotName>(L"shotName", _rare->shotName, _rare, "The name of the shot.")
-        .optional<Muted>(L"muted", _muted, "The segment is not played.")
+        .mandatory<ShotName>(L"shotName", rare()->shotName, rare(), "The name of the shot.")
+        .optional<Muted>(L"muted", rare()->muted, rare(), "The segment is not played.")
         .status();
 }

@@ -53,7 +53,7 @@ public:
     const DmSetList<DmEffectSettings>& getEffects() const { return _effects; }
     eDmErrorId addEffect(const CoSharedPtr<DmEffectSettings>& effect) { return addTo(Effects, effect); }
     eDmErrorId removeEffect(int index) { return removeFrom(Effects, index); }
-    const DmSetList<DmCueMark>& getSegmentMarks() const { return _rare->segmentMarks; }
+    const DmSetList<DmCueMark>& getSegmentMarks() const { return rare()->segmentMarks; }
     eDmErrorId addSegmentMark(const CoSharedPtr<DmCueMark>& mark) { return addTo(SegmentMarks, mark); }
     eDmErrorId removeSegmentMark(int index) { return removeFrom(SegmentMarks, index); }
 
@@ -61,17 +61,17 @@ public:
     eDmTreeMediaType getMediaType() const { return _mediaType; }
     eDmErrorId setMediaType(eDmTreeMediaType type) { return set(MediaType, type); }
     /// The segment that this one was derived from.
-    const DmString& getOriginalID() const { return _rare->originalID; }
+    const DmString& getOriginalID() const { return rare()->originalID; }
     eDmErrorId setOriginalID(const DmString& id) { return set(OriginalID, id); }
     /// Unique within a composition; empty for none.
     const DmString& getSegmentId() const { return _segmentId; }
     eDmErrorId setSegmentId(const DmString& id) { return set(SegmentId, id); }
-    const std::vector<DmString>& getSegmentPreviousIds() const { return _rare->segmentPreviousIds; }
+    const std::vector<DmString>& getSegmentPreviousIds() const { return rare()->segmentPreviousIds; }
     eDmErrorId setSegmentPreviousIds(const std::vector<DmString>& ids) { return setStrings(SegmentPreviousIds, ids); }
     eDmErrorId addSegmentPreviousId(const DmString& id) { return addTo(SegmentPreviousIds, id); }
-    const DmString& getShotName() const { return _rare->shotName; }
+    const DmString& getShotName() const { return rare()->shotName; }
     eDmErrorId setShotName(const DmString& name) { return set(ShotName, name); }
-    bool getMuted() const { return _muted; }
+    bool getMuted() const { return rare()->muted; }
     eDmErrorId setMuted(bool muted) { return set(Muted, muted); }
 
 protected:
@@ -87,20 +87,21 @@ private:
     /// What few segments have.
     struct Rare
     {
+        static constexpr int place = RecIn;
         DmOwnedList<DmCueMark> segmentMarks;
         DmString originalID;
         std::vector<DmString> segmentPreviousIds;
         DmString shotName;
+        bool muted = false;
     };
+    DmRareView<Rare> rare() const { return _rares.of<Rare>(); }
 
     double _recIn = 0.0;
     double _recLength = 0.0;
     double _relIn = 0.0;
     DmOwnedList<DmEffectSettings> _effects;
+    [[no_unique_address]] DmString _segmentId;
     eDmTreeMediaType _mediaType = DM_MEDIA_UNDEFINED;
-    bool _muted = false;
-    DmString _segmentId;
-    DmRare<Rare> _rare;
 };
 
 template <class T>

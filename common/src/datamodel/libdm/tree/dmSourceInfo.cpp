@@ -30,55 +30,57 @@ eDmErrorId DmSourceInfo::createList()
         .optional<Name>(L"name", _name, "The name of the source.")
         .optional<ReelName>(L"reelName", _reelName, "The name of the tape or roll.")
         .mandatory<Track>(L"track", _track, "The track of the tape or file.")
-        .optional<MediaOrigin>(L"mediaOrigin", _rare->mediaOrigin, _rare,
+        .optional<MediaOrigin>(L"mediaOrigin", rare()->mediaOrigin, rare(),
                                "The origin of the media, as the application names it.")
-        .optional<FileTypeCode>(L"fileType", _rare->fileType, _rare,
+        .optional<FileTypeCode>(L"fileType", rare()->fileType, rare(),
                                 "The type of the file: the application's own codes.")
         .optional<Path>(L"path", _path, "The path of the file.")
-        .mandatory<FileList>(L"fileList", _rare->fileList, _rare, "The paths of the files, where there are several.")
-        .optional<FileSeqBegin>(L"fileSeqBegin", _rare->fileSeqBegin, _rare,
+        .mandatory<FileList>(L"fileList", rare()->fileList, rare(), "The paths of the files, where there are several.")
+        .optional<FileSeqBegin>(L"fileSeqBegin", rare()->fileSeqBegin, rare(),
                                 "The number of the first file of a sequence.")
-        .optional<FileSeqEnd>(L"fileSeqEnd", _rare->fileSeqEnd, _rare, "The number of the last file of a sequence.")
-        .optional<EssenceUID>(L"essenceUID", _rare->essenceUID, _rare, "The identifier of the media.")
+        .optional<FileSeqEnd>(L"fileSeqEnd", rare()->fileSeqEnd, rare(), "The number of the last file of a sequence.")
+        .optional<EssenceUID>(L"essenceUID", rare()->essenceUID, rare(), "The identifier of the media.")
         .optional<SourceUID>(L"sourceUID", _sourceUID, "The identifier of the source.")
-        .optional<OriginalSourceUID>(L"originalSourceUID", _rare->originalSourceUID, _rare,
+        .optional<OriginalSourceUID>(L"originalSourceUID", rare()->originalSourceUID, rare(),
                                      "The identifier of the source that this one was made from.")
-        .optional<ImageUseResize>(L"imageUseResize", _rare->imageUseResize, _rare,
+        .optional<ImageUseResize>(L"imageUseResize", rare()->imageUseResize, rare(),
                                   "The picture is resized when it is imported.")
-        .optional<ImageResizeType>(L"imageResizeType", _rare->imageResizeType, _rare, "How it is resized.")
-        .optional<ImageFilterType>(L"imageFilterType", _rare->imageFilterType, _rare, "The filter that resizes it.")
-        .optional<ImageKeepAspect>(L"imageKeepAspect", _rare->imageKeepAspect, _rare, "Resizing keeps the proportions.")
-        .optional<ImagePanX>(L"imagePanX", _rare->imagePanX, _rare, "How far the resized picture is moved, across.",
+        .optional<ImageResizeType>(L"imageResizeType", rare()->imageResizeType, rare(), "How it is resized.")
+        .optional<ImageFilterType>(L"imageFilterType", rare()->imageFilterType, rare(), "The filter that resizes it.")
+        .optional<ImageKeepAspect>(L"imageKeepAspect", rare()->imageKeepAspect, rare(),
+                                   "Resizing keeps the proportions.")
+        .optional<ImagePanX>(L"imagePanX", rare()->imagePanX, rare(), "How far the resized picture is moved, across.",
                              dmPixels)
-        .optional<ImagePanY>(L"imagePanY", _rare->imagePanY, _rare, "How far the resized picture is moved, vertically.",
-                             dmPixels)
-        .optional<ImageLut>(L"imageLut", _rare->imageLut, _rare, "The look-up table that is applied.")
-        .mandatory<ImageChannelsCode>(L"imageChannels", _rare->imageChannels, _rare,
+        .optional<ImagePanY>(L"imagePanY", rare()->imagePanY, rare(),
+                             "How far the resized picture is moved, vertically.", dmPixels)
+        .optional<ImageLut>(L"imageLut", rare()->imageLut, rare(), "The look-up table that is applied.")
+        .mandatory<ImageChannelsCode>(L"imageChannels", rare()->imageChannels, rare(),
                                       "Which channels of the picture are taken: the application's own codes.")
-        .optional<SoftImport>(L"softImport", _rare->softImport, _rare, "The files stay where they are.")
-        .optional<PDCaptureMode>(L"PDCaptureMode", _rare->pdCaptureMode, _rare,
+        .optional<SoftImport>(L"softImport", rare()->softImport, rare(), "The files stay where they are.")
+        .optional<PDCaptureMode>(L"PDCaptureMode", rare()->pdCaptureMode, rare(),
                                  "The source is captured with its pulldown removed.")
-        .mandatory<PDFrameType>(L"PDFrameType", _rare->pdFrameType, _rare,
+        .mandatory<PDFrameType>(L"PDFrameType", rare()->pdFrameType, rare(),
                                 "The position of the reference frame in the pulldown cadence, \"AA\" to \"DD\".")
-        .optional<PDRefFrame>(L"PDRefFrame", _rare->pdRefFrame, _rare, "The reference frame of the pulldown.", dmFrames)
-        .optional<PDDFRefFrame>(L"PDDFRefFrame", _rare->pdDFRefFrame, _rare,
+        .optional<PDRefFrame>(L"PDRefFrame", rare()->pdRefFrame, rare(), "The reference frame of the pulldown.",
+                              dmFrames)
+        .optional<PDDFRefFrame>(L"PDDFRefFrame", rare()->pdDFRefFrame, rare(),
                                 "The same frame as drop-frame time counts it.", dmFrames)
-        .optional<PDDropFrame>(L"PDDropFrame", _rare->pdDropFrame, _rare,
+        .optional<PDDropFrame>(L"PDDropFrame", rare()->pdDropFrame, rare(),
                                "The reference frame is counted in drop-frame time.")
-        .optional<PDTimewarpSource>(L"PDTimewarpSource", _rare->pdTimewarpSource, _rare,
+        .optional<PDTimewarpSource>(L"PDTimewarpSource", rare()->pdTimewarpSource, rare(),
                                     "The source with pulldown has a timewarp.")
-        .optional<VaricamCaptureMode>(L"VaricamCaptureMode", _rare->varicamCaptureMode, _rare,
+        .optional<VaricamCaptureMode>(L"VaricamCaptureMode", rare()->varicamCaptureMode, rare(),
                                       "The source is captured from a variable-rate camera.")
-        .optional<VaricamTimecode>(L"VaricamTimecode", _rare->varicamTimecode, _rare, "The camera's time code.",
+        .optional<VaricamTimecode>(L"VaricamTimecode", rare()->varicamTimecode, rare(), "The camera's time code.",
                                    dmFrames)
-        .optional<VaricamFcm>(L"VaricamFcm", _rare->varicamFcm, _rare, "The frame-code mode that the camera counts in.",
-                              dmModeNames())
-        .optional<KkInfo>(L"kkInfo", _rare->kkInfo, _rare, "The key code of the film.")
-        .mandatory<Sequence>(L"sequence", _rare->sequence, _rare, "What the source was put together from, in order.")
-        .optional<ConsolidateOffset>(L"ConsolidateOffset", _rare->consolidateOffset, _rare,
+        .optional<VaricamFcm>(L"VaricamFcm", rare()->varicamFcm, rare(),
+                              "The frame-code mode that the camera counts in.", dmModeNames())
+        .optional<KkInfo>(L"kkInfo", rare()->kkInfo, rare(), "The key code of the film.")
+        .mandatory<Sequence>(L"sequence", rare()->sequence, rare(), "What the source was put together from, in order.")
+        .optional<ConsolidateOffset>(L"ConsolidateOffset", rare()->consolidateOffset, rare(),
                                      "How far consolidating moved the media.", dmFrames)
-        .mandatoryCdata<AafOptions>(L"aafOptions", _rare->aafOptions, _rare, "Options of an import, as text.")
-        .mandatoryCdata<MIOInfo>(L"MIOInfo", _rare->mioInfo, _rare,
+        .mandatoryCdata<AafOptions>(L"aafOptions", rare()->aafOptions, rare(), "Options of an import, as text.")
+        .mandatoryCdata<MIOInfo>(L"MIOInfo", rare()->mioInfo, rare(),
                                  "What the reader of the media knows about them, as text.")
         .status();
 }

@@ -89,85 +89,86 @@ public:
     eDmErrorId setReelName(const DmString& name) { return set(ReelName, name); }
     int getTrack() const { return _track; }
     eDmErrorId setTrack(int track) { return set(Track, track); }
-    const DmString& getMediaOrigin() const { return _rare->mediaOrigin; }
+    const DmString& getMediaOrigin() const { return rare()->mediaOrigin; }
     eDmErrorId setMediaOrigin(const DmString& origin) { return set(MediaOrigin, origin); }
-    FileType getFileType() const { return _rare->fileType; }
+    FileType getFileType() const { return rare()->fileType; }
     eDmErrorId setFileType(FileType type) { return set(FileTypeCode, type); }
     const DmString& getPath() const { return _path; }
     eDmErrorId setPath(const DmString& path) { return set(Path, path); }
-    const std::vector<DmString>& getFileList() const { return _rare->fileList; }
+    const std::vector<DmString>& getFileList() const { return rare()->fileList; }
     eDmErrorId setFileList(const std::vector<DmString>& files) { return setStrings(FileList, files); }
     eDmErrorId addFile(const DmString& file) { return addTo(FileList, file); }
-    int getFileSeqBegin() const { return _rare->fileSeqBegin; }
+    int getFileSeqBegin() const { return rare()->fileSeqBegin; }
     eDmErrorId setFileSeqBegin(int number) { return set(FileSeqBegin, number); }
-    int getFileSeqEnd() const { return _rare->fileSeqEnd; }
+    int getFileSeqEnd() const { return rare()->fileSeqEnd; }
     eDmErrorId setFileSeqEnd(int number) { return set(FileSeqEnd, number); }
-    const DmString& getEssenceUID() const { return _rare->essenceUID; }
+    const DmString& getEssenceUID() const { return rare()->essenceUID; }
     eDmErrorId setEssenceUID(const DmString& uid) { return set(EssenceUID, uid); }
     const DmString& getSourceUID() const { return _sourceUID; }
     eDmErrorId setSourceUID(const DmString& uid) { return set(SourceUID, uid); }
-    const DmString& getOriginalSourceUID() const { return _rare->originalSourceUID; }
+    const DmString& getOriginalSourceUID() const { return rare()->originalSourceUID; }
     eDmErrorId setOriginalSourceUID(const DmString& uid) { return set(OriginalSourceUID, uid); }
 
-    bool getImageUseResize() const { return _rare->imageUseResize; }
+    bool getImageUseResize() const { return rare()->imageUseResize; }
     eDmErrorId setImageUseResize(bool use) { return set(ImageUseResize, use); }
-    const DmString& getImageResizeType() const { return _rare->imageResizeType; }
+    const DmString& getImageResizeType() const { return rare()->imageResizeType; }
     eDmErrorId setImageResizeType(const DmString& type) { return set(ImageResizeType, type); }
-    const DmString& getImageFilterType() const { return _rare->imageFilterType; }
+    const DmString& getImageFilterType() const { return rare()->imageFilterType; }
     eDmErrorId setImageFilterType(const DmString& type) { return set(ImageFilterType, type); }
-    bool getImageKeepAspect() const { return _rare->imageKeepAspect; }
+    bool getImageKeepAspect() const { return rare()->imageKeepAspect; }
     eDmErrorId setImageKeepAspect(bool keep) { return set(ImageKeepAspect, keep); }
-    int getImagePanX() const { return _rare->imagePanX; }
+    int getImagePanX() const { return rare()->imagePanX; }
     eDmErrorId setImagePanX(int pixels) { return set(ImagePanX, pixels); }
-    int getImagePanY() const { return _rare->imagePanY; }
+    int getImagePanY() const { return rare()->imagePanY; }
     eDmErrorId setImagePanY(int pixels) { return set(ImagePanY, pixels); }
-    const DmString& getImageLut() const { return _rare->imageLut; }
+    const DmString& getImageLut() const { return rare()->imageLut; }
     eDmErrorId setImageLut(const DmString& lut) { return set(ImageLut, lut); }
-    ImageChannels getImageChannels() const { return _rare->imageChannels; }
+    ImageChannels getImageChannels() const { return rare()->imageChannels; }
     eDmErrorId setImageChannels(ImageChannels channels) { return set(ImageChannelsCode, channels); }
-    bool getSoftImport() const { return _rare->softImport; }
+    bool getSoftImport() const { return rare()->softImport; }
     eDmErrorId setSoftImport(bool soft) { return set(SoftImport, soft); }
 
-    bool getPDCaptureMode() const { return _rare->pdCaptureMode; }
+    bool getPDCaptureMode() const { return rare()->pdCaptureMode; }
     eDmErrorId setPDCaptureMode(bool on) { return set(PDCaptureMode, on); }
     /// "AA" to "DD": the position of the reference frame in the cadence.
-    const DmString& getPDFrameType() const { return _rare->pdFrameType; }
+    const DmString& getPDFrameType() const { return rare()->pdFrameType; }
     eDmErrorId setPDFrameType(const DmString& type) { return set(PDFrameType, type); }
-    double getPDRefFrame() const { return _rare->pdRefFrame; }
+    double getPDRefFrame() const { return rare()->pdRefFrame; }
     eDmErrorId setPDRefFrame(double frames) { return set(PDRefFrame, frames); }
-    double getPDDFRefFrame() const { return _rare->pdDFRefFrame; }
+    double getPDDFRefFrame() const { return rare()->pdDFRefFrame; }
     eDmErrorId setPDDFRefFrame(double frames) { return set(PDDFRefFrame, frames); }
-    bool getPDDropFrame() const { return _rare->pdDropFrame; }
+    bool getPDDropFrame() const { return rare()->pdDropFrame; }
     eDmErrorId setPDDropFrame(bool drop) { return set(PDDropFrame, drop); }
-    bool getPDTimewarpSource() const { return _rare->pdTimewarpSource; }
+    bool getPDTimewarpSource() const { return rare()->pdTimewarpSource; }
     eDmErrorId setPDTimewarpSource(bool timewarp) { return set(PDTimewarpSource, timewarp); }
-    bool getVaricamCaptureMode() const { return _rare->varicamCaptureMode; }
+    bool getVaricamCaptureMode() const { return rare()->varicamCaptureMode; }
     eDmErrorId setVaricamCaptureMode(bool on) { return set(VaricamCaptureMode, on); }
-    double getVaricamTimecode() const { return _rare->varicamTimecode; }
+    double getVaricamTimecode() const { return rare()->varicamTimecode; }
     eDmErrorId setVaricamTimecode(double frames) { return set(VaricamTimecode, frames); }
-    const DmString& getVaricamFcm() const { return _rare->varicamFcm; }
+    const DmString& getVaricamFcm() const { return rare()->varicamFcm; }
     eDmErrorId setVaricamFcm(const DmString& fcm) { return set(VaricamFcm, fcm); }
 
     /// Null only where a document or a caller made it so.
-    const DmKKInfo* getKkInfo() const { return _rare->kkInfo.get(); }
+    const DmKKInfo* getKkInfo() const { return rare()->kkInfo.get(); }
     /// To be changed: the shared default is first replaced by a copy, which is a change of the property. Null where
     /// there is none or this is a constant.
-    DmKKInfo* ownKkInfo() { return _rare->kkInfo.own(*this, KkInfo); }
+    DmKKInfo* ownKkInfo() { return rare()->kkInfo.own(*this, KkInfo); }
     /// Shares the record.
     eDmErrorId setKkInfo(const CoSharedPtr<DmKKInfo>& info) { return set(KkInfo, info); }
-    const std::vector<DmString>& getSequence() const { return _rare->sequence; }
+    const std::vector<DmString>& getSequence() const { return rare()->sequence; }
     eDmErrorId setSequence(const std::vector<DmString>& sequence) { return setStrings(Sequence, sequence); }
-    double getConsolidateOffset() const { return _rare->consolidateOffset; }
+    double getConsolidateOffset() const { return rare()->consolidateOffset; }
     eDmErrorId setConsolidateOffset(double frames) { return set(ConsolidateOffset, frames); }
-    const DmString& getAafOptions() const { return _rare->aafOptions; }
+    const DmString& getAafOptions() const { return rare()->aafOptions; }
     eDmErrorId setAafOptions(const DmString& options) { return set(AafOptions, options); }
-    const DmString& getMIOInfo() const { return _rare->mioInfo; }
+    const DmString& getMIOInfo() const { return rare()->mioInfo; }
     eDmErrorId setMIOInfo(const DmString& info) { return set(MIOInfo, info); }
 
 private:
     /// What few sources have: none of the sample cuts sets more than one of these.
     struct Rare
     {
+        static constexpr int place = 0;
         DmString mediaOrigin;
         FileType fileType = FileTypeUndefined;
         std::vector<DmString> fileList;
@@ -200,12 +201,14 @@ private:
         DmString mioInfo;
     };
 
-    // In the order that packs: every clip has one of these.
+    DmRareView<Rare> rare() const { return _rares.of<Rare>(); }
+
+    // In the order that packs, numbers behind the lengths of texts: every clip has one of these.
+    [[no_unique_address]] DmString _name;
     SourceType _sourceType = Unknown;
+    [[no_unique_address]] DmString _reelName;
     int _track = 0;
-    DmString _name;
-    DmString _reelName;
     DmString _path;
     DmString _sourceUID;
-    DmRare<Rare> _rare;
+    DmRares _rares;
 };

@@ -44,8 +44,6 @@ CoSharedPtr<DmPropertySet> copyOf(const DmSourceInfo* info)
 
 DmSourceNode::Input::Input(const DmNodeId& id, CoSharedPtr<DmPropertySetData>& classData)
     : DmPropertySet(id, classData)
-    , _srcFcm(dmFcmText(FCM_NOT_DEFINED))
-    , _audioProperties(dmSharedDefault<DmAudioProperties>())
 {
 }
 
@@ -56,19 +54,19 @@ eDmErrorId DmSourceNode::Input::createList()
         .mandatory<MediaType>(L"mediaType", _mediaType, "Its medium.", dmMediaTypes)
         .mandatory<SrcLength>(L"srcLength", _srcLength, "Its length.", dmMaterialFrames)
         .optional<SrcFcm>(L"srcFcm", _srcFcm, "The frame-code mode that its frames count in.", dmModeNames())
-        .mandatory<PrimaryResolution>(L"primaryResolution", _rare->primaryResolution, _rare,
+        .mandatory<PrimaryResolution>(L"primaryResolution", rare()->primaryResolution, rare(),
                                       "The primary format of the picture.")
-        .mandatory<PrimaryFrames>(L"primaryFrames", _rare->primaryFrames, _rare,
+        .mandatory<PrimaryFrames>(L"primaryFrames", rare()->primaryFrames, rare(),
                                   "Records of single frames in the primary format.")
-        .optional<AltResolution>(L"altResolution", _rare->altResolution, _rare,
+        .optional<AltResolution>(L"altResolution", rare()->altResolution, rare(),
                                  "The alternative format of the picture.")
-        .mandatory<AltFrames>(L"altFrames", _rare->altFrames, _rare,
+        .mandatory<AltFrames>(L"altFrames", rare()->altFrames, rare(),
                               "Records of single frames in the alternative format.")
-        .optional<AudioProps>(L"audioProperties", _audioProperties, "The format of the sound.")
-        .mandatory<AudioFrames>(L"audioFrames", _rare->audioFrames, _rare, "Records of single frames of the sound.")
-        .mandatory<Processed>(L"processed", _rare->processed, _rare, "The material has been processed.")
-        .optional<Comment>(L"comment", _rare->comment, _rare, "Free text.")
-        .optional<Anamorphic>(L"anamorphicFlag", _rare->anamorphicFlag, _rare,
+        .optional<AudioProps>(L"audioProperties", rare()->audioProperties, rare(), "The format of the sound.")
+        .mandatory<AudioFrames>(L"audioFrames", rare()->audioFrames, rare(), "Records of single frames of the sound.")
+        .mandatory<Processed>(L"processed", rare()->processed, rare(), "The material has been processed.")
+        .optional<Comment>(L"comment", rare()->comment, rare(), "Free text.")
+        .optional<Anamorphic>(L"anamorphicFlag", rare()->anamorphicFlag, rare(),
                               "How the picture is squeezed: the application's own codes.")
         .optional<HasMedia>(L"hasMedia", _hasMedia, "The media are there.")
         .status();
@@ -107,20 +105,19 @@ CoSharedPtr<DmSourceNode::DictionaryEntry> DmSourceNode::DictionaryEntry::create
 
 DmSourceNode::MediaInput::MediaInput(const DmNodeId& id)
     : DmConcrete(id, DmPropertySetInit<MediaInput>::data())
-    , _srcInFcm(dmFcmText(FCM_NOT_DEFINED))
 {
 }
 
 eDmErrorId DmSourceNode::MediaInput::createList()
 {
     return declare(*this, Input::createList())
-        .optional<SrcInStr>(L"srcInStr", _rare->srcInStr, _rare,
+        .optional<SrcInStr>(L"srcInStr", rare()->srcInStr, rare(),
                             "The label of the first frame on the tape or in the file.")
         .mandatory<SrcIn>(L"srcIn", _srcIn, "The time of that frame, in the mode of the label.", dmFrames)
         .optional<SrcInFcm>(L"srcInFcm", _srcInFcm, "The frame-code mode of that label.", dmModeNames())
-        .optional<SrcInOffset>(L"srcInOffset", _rare->srcInOffset, _rare, "An offset of that time.", dmFrames)
+        .optional<SrcInOffset>(L"srcInOffset", rare()->srcInOffset, rare(), "An offset of that time.", dmFrames)
         .mandatory<SrcInfo>(L"srcInfo", _srcInfo, "Where the media came from.")
-        .optional<ExtraDataDictionary>(L"extraDataDictionary", _rare->extraDataDictionary, _rare,
+        .optional<ExtraDataDictionary>(L"extraDataDictionary", rare()->extraDataDictionary, rare(),
                                        "Keys and values that go along with the input.")
         .status();
 }
@@ -180,9 +177,9 @@ double DmSourceNode::MediaInput::getTapeSrcIn() const
 {
     if (_srcIn > 0.0)
         return _srcIn;
-    if (_rare->srcInStr.empty())
+    if (rare()->srcInStr.empty())
         return 0.0;
-    const DmStoredLabel label(_rare->srcInStr, _srcInFcm);
+    const DmStoredLabel label(rare()->srcInStr, _srcInFcm);
     const DM::FrameCodeModes srcInFcm = label.fcm();
     if (srcInFcm == FCM_NOT_DEFINED)
     {
@@ -195,7 +192,7 @@ double DmSourceNode::MediaInput::getTapeSrcIn() const
     }
     if (label.isValid())
         return label.toFrames();
-    ZR_POST_WARNING("Invalid timecode (%ls) for source '%ls'", _rare->srcInStr.c_str(), getName().c_str());
+    ZR_POST_WARNING("Invalid timecode (%ls) for source '%ls'", rare()->srcInStr.c_str(), getName().c_str());
     return 0.0;
 }
 

@@ -56,33 +56,33 @@ public:
     // document or a caller made them so. own...() give what may be changed: the shared default is first replaced by a
     // copy, which is a change of the property; null where there is none or the input is a constant.
 
-    const DmFrameResolution* getPrimaryRes() const { return _rare->primaryResolution.get(); }
-    DmFrameResolution* ownPrimaryRes() { return _rare->primaryResolution.own(*this, PrimaryResolution); }
+    const DmFrameResolution* getPrimaryRes() const { return rare()->primaryResolution.get(); }
+    DmFrameResolution* ownPrimaryRes() { return rare()->primaryResolution.own(*this, PrimaryResolution); }
     eDmErrorId setPrimaryRes(const CoSharedPtr<DmFrameResolution>& format) { return set(PrimaryResolution, format); }
-    const DmFrameResolution* getAltRes() const { return _rare->altResolution.get(); }
-    DmFrameResolution* ownAltRes() { return _rare->altResolution.own(*this, AltResolution); }
+    const DmFrameResolution* getAltRes() const { return rare()->altResolution.get(); }
+    DmFrameResolution* ownAltRes() { return rare()->altResolution.own(*this, AltResolution); }
     eDmErrorId setAltRes(const CoSharedPtr<DmFrameResolution>& format) { return set(AltResolution, format); }
-    const DmAudioProperties* getAudioProperties() const { return _audioProperties.get(); }
-    DmAudioProperties* ownAudioProperties() { return _audioProperties.own(*this, AudioProps); }
+    const DmAudioProperties* getAudioProperties() const { return rare()->audioProperties.get(); }
+    DmAudioProperties* ownAudioProperties() { return rare()->audioProperties.own(*this, AudioProps); }
     eDmErrorId setAudioProperties(const CoSharedPtr<DmAudioProperties>& format) { return set(AudioProps, format); }
 
     // Frame by frame, where the media are kept so.
 
-    const DmSetList<DmFrameNode>& getPrimaryFrames() const { return _rare->primaryFrames; }
-    int getNumberOfPrimaryFrames() const { return _rare->primaryFrames.count(); }
+    const DmSetList<DmFrameNode>& getPrimaryFrames() const { return rare()->primaryFrames; }
+    int getNumberOfPrimaryFrames() const { return rare()->primaryFrames.count(); }
     eDmErrorId addPrimaryFrame(const CoSharedPtr<DmFrameNode>& frame) { return addTo(PrimaryFrames, frame); }
-    const DmSetList<DmFrameNode>& getAltFrames() const { return _rare->altFrames; }
-    int getNumberOfAltFrames() const { return _rare->altFrames.count(); }
+    const DmSetList<DmFrameNode>& getAltFrames() const { return rare()->altFrames; }
+    int getNumberOfAltFrames() const { return rare()->altFrames.count(); }
     eDmErrorId addAltFrame(const CoSharedPtr<DmFrameNode>& frame) { return addTo(AltFrames, frame); }
-    const DmSetList<DmFrameNode>& getAudioFrames() const { return _rare->audioFrames; }
-    int getNumberOfAudioFrames() const { return _rare->audioFrames.count(); }
+    const DmSetList<DmFrameNode>& getAudioFrames() const { return rare()->audioFrames; }
+    int getNumberOfAudioFrames() const { return rare()->audioFrames.count(); }
     eDmErrorId addAudioFrame(const CoSharedPtr<DmFrameNode>& frame) { return addTo(AudioFrames, frame); }
 
-    bool getProcessed() const { return _rare->processed; }
+    bool getProcessed() const { return rare()->processed; }
     eDmErrorId setProcessed(bool processed) { return set(Processed, processed); }
-    const DmString& getComment() const { return _rare->comment; }
+    const DmString& getComment() const { return rare()->comment; }
     eDmErrorId setComment(const DmString& comment) { return set(Comment, comment); }
-    AnamorphicFlag getAnamorphicFlag() const { return _rare->anamorphicFlag; }
+    AnamorphicFlag getAnamorphicFlag() const { return rare()->anamorphicFlag; }
     eDmErrorId setAnamorphicFlag(AnamorphicFlag flag) { return set(Anamorphic, flag); }
     bool hasMedia() const { return _hasMedia; }
     eDmErrorId setHasMedia(bool has) { return set(HasMedia, has); }
@@ -98,23 +98,28 @@ private:
     /// What few inputs have.
     struct Rare
     {
+        static constexpr int place = 0;
         DmOwnedRecord<DmFrameResolution> primaryResolution;
         DmOwnedList<DmFrameNode> primaryFrames;
         DmOwnedRecord<DmFrameResolution> altResolution{dmSharedDefault<DmFrameResolution>()};
         DmOwnedList<DmFrameNode> altFrames;
+        DmOwnedRecord<DmAudioProperties> audioProperties{dmSharedDefault<DmAudioProperties>()};
         DmOwnedList<DmFrameNode> audioFrames;
         DmString comment;
         AnamorphicFlag anamorphicFlag = AnamorphicUndefined;
         bool processed = false;
     };
+    DmRareView<Rare> rare() const { return _rares.of<Rare>(); }
 
-    DmString _name;
+    // In the order that packs: every clip has one of these.
+    [[no_unique_address]] DmString _name;
     eDmTreeMediaType _mediaType = DM_MEDIA_UNDEFINED;
     double _srcLength = 0.0;
-    DmString _srcFcm;
-    DmOwnedRecord<DmAudioProperties> _audioProperties;
+    [[no_unique_address]] DmDefaultString _srcFcm{DmString::NoMode};
     bool _hasMedia = false;
-    DmRare<Rare> _rare;
+
+protected:
+    DmRares _rares; ///< of all classes of an input
 };
 
 /// A key and a value that go along with a media input.
@@ -180,11 +185,11 @@ public:
     /// Where the material starts on its tape, in frames of "srcInFcm": "srcIn" where that is positive, else what the
     /// label says. 0 for a label that cannot be read, which is warned about.
     double getTapeSrcIn() const;
-    const DmString& getSrcInStr() const { return _rare->srcInStr; }
+    const DmString& getSrcInStr() const { return rare()->srcInStr; }
     eDmErrorId setSrcInStr(const DmString& label) { return set(SrcInStr, label); }
     const DmString& getSrcInFcm() const { return _srcInFcm; }
     eDmErrorId setSrcInFcm(const DmString& fcm) { return set(SrcInFcm, fcm); }
-    double getSrcInOffset() const { return _rare->srcInOffset; }
+    double getSrcInOffset() const { return rare()->srcInOffset; }
     eDmErrorId setSrcInOffset(double frames) { return set(SrcInOffset, frames); }
 
     DmSourceInfo* getSrcInfo() const override { return _srcInfo.get(); }
@@ -192,22 +197,23 @@ public:
     eDmErrorId setSrcInfo(const DmSourceInfo* info);
     eDmErrorId setSrcInfo(const CoSharedPtr<DmSourceInfo>& info) { return setSrcInfo(info.get()); }
 
-    const DmSetList<DictionaryEntry>& getExtraDataDictionary() const { return _rare->extraDataDictionary; }
+    const DmSetList<DictionaryEntry>& getExtraDataDictionary() const { return rare()->extraDataDictionary; }
     eDmErrorId addExtraData(const CoSharedPtr<DictionaryEntry>& entry) { return addTo(ExtraDataDictionary, entry); }
 
 private:
     /// What few media inputs have.
     struct Rare
     {
+        static constexpr int place = FirstOwn;
         DmString srcInStr;
         double srcInOffset = 0.0;
         DmOwnedList<DictionaryEntry> extraDataDictionary;
     };
+    DmRareView<Rare> rare() const { return _rares.of<Rare>(); }
 
     double _srcIn = 0.0;
-    DmString _srcInFcm;
+    DmDefaultString _srcInFcm{DmString::NoMode};
     DmOwnedRecord<DmSourceInfo> _srcInfo;
-    DmRare<Rare> _rare;
 };
 
 /// Material that the system makes: a colour, bars, noise, a tone.

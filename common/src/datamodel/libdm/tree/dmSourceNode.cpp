@@ -24,11 +24,11 @@ eDmErrorId DmSourceNode::createList()
 {
     return declare(*this, DmSegmentNode::createList())
         .mandatory<SrcInput>(L"srcInput", _srcInput, "The material.")
-        .optional<SrcMultiInput>(L"srcMultiInput", _rare->srcMultiInput, _rare,
+        .optional<SrcMultiInput>(L"srcMultiInput", rare()->srcMultiInput, rare(),
                                  "Further inputs of a source of several channels.")
-        .optional<IsMultiChannel>(L"isMultiChannel", _rare->isMultiChannel, _rare,
+        .optional<IsMultiChannel>(L"isMultiChannel", rare()->isMultiChannel, rare(),
                                   "The source plays its further inputs.")
-        .optional<FxChecksum>(L"fxChecksum", _rare->fxChecksum, _rare,
+        .optional<FxChecksum>(L"fxChecksum", rare()->fxChecksum, rare(),
                               "A checksum of the applied effects; 2147483647 for none.")
         .status();
 }

@@ -63,13 +63,13 @@ public:
     Input* getSrcInput() const;
     eDmErrorId setSrcInput(const CoSharedPtr<Input>& input);
     /// Of a multi-channel source: one for each further channel.
-    const DmSetList<Input>& getSrcMultiInput() const { return _rare->srcMultiInput; }
+    const DmSetList<Input>& getSrcMultiInput() const { return rare()->srcMultiInput; }
     eDmErrorId addSrcMultiInput(const CoSharedPtr<Input>& input);
     eDmErrorId removeSrcMultiInput(int index) { return removeFrom(SrcMultiInput, index); }
-    bool isMultiChannel() const { return _rare->isMultiChannel; }
+    bool isMultiChannel() const { return rare()->isMultiChannel; }
     eDmErrorId setIsMultiChannel(bool is) { return set(IsMultiChannel, is); }
     /// Of the effects that were applied; dmNoTime for none.
-    double getFxChecksum() const { return _rare->fxChecksum; }
+    double getFxChecksum() const { return rare()->fxChecksum; }
     eDmErrorId setFxChecksum(double checksum) { return set(FxChecksum, checksum); }
 
     // Times that do not fit the input: a negative length becomes one frame, an offset outside the material moves to its
@@ -89,15 +89,16 @@ private:
     /// What few sources have.
     struct Rare
     {
+        static constexpr int place = FirstOwn;
         DmSetList<Input> srcMultiInput;
         bool isMultiChannel = false;
         double fxChecksum = dmNoTime;
     };
 
+    DmRareView<Rare> rare() const { return _rares.of<Rare>(); }
     eDmErrorId repair(const DmTimeFault& fault);
     /// The offset of material of one frame or less is 0: its value is no fault.
     bool playsOneFrame() const;
 
     DmNested<Input> _srcInput;
-    DmRare<Rare> _rare;
 };

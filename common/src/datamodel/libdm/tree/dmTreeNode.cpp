@@ -28,10 +28,13 @@ DmTreeNode::DmTreeNode(eDmTreeNodeClassId kind, const DmNodeId& id, CoSharedPtr<
 
 DmTreeNode::DmTreeNode(const DmTreeNode& other)
     : DmPropertySet(other)
-    , _classId(other._classId)
     , _name(other._name)
+    , _classId(other._classId)
     , _baseBlob(other._baseBlob)
+    , _rares(other._rares)
 {
+    if (_rares.isOwn<Rare>())
+        _rares.own<Rare>().comment.clear();
 }
 
 eDmErrorId DmTreeNode::createList()
@@ -39,7 +42,7 @@ eDmErrorId DmTreeNode::createList()
     return declare(*this)
         .constant<ClassId>(L"classId", _classId, "The kind of node: fixed by its class.", nodeKinds)
         .mandatory<Name>(L"name", _name, "The name that people see.")
-        .mandatory<Comment>(L"comment", _rare->comment, _rare, "Free text.")
+        .mandatory<Comment>(L"comment", rare()->comment, rare(), "Free text.")
         .mandatory<BaseBlob>(L"baseBlob", _baseBlob, "A set of any class that goes along with the node.")
         .status();
 }

@@ -69,7 +69,7 @@ public:
 
     const DmString& getName() const { return _name; }
     eDmErrorId setName(const DmString& name) { return set(Name, name); }
-    const DmString& getComment() const { return _rare->comment; }
+    const DmString& getComment() const { return rare()->comment; }
     eDmErrorId setComment(const DmString& comment) { return set(Comment, comment); }
     /// A set of any class that goes along with the node; null when there is none.
     DmPropertySet* getBaseBlob() const { return _baseBlob.get(); }
@@ -97,13 +97,19 @@ private:
     /// What few nodes have.
     struct Rare
     {
+        static constexpr int place = 0;
         DmString comment;
     };
+    DmRareView<Rare> rare() const { return _rares.of<Rare>(); }
 
+    // In the order that packs, numbers behind the lengths of texts, here and in the classes that derive: there are
+    // millions of them.
+    [[no_unique_address]] DmDefaultString _name{DmString::Untitled};
     eDmTreeNodeClassId _classId;
-    DmString _name{L"untitled"};
     DmPropertySetPtr _baseBlob;
-    DmRare<Rare> _rare;
+
+protected:
+    DmRares _rares; ///< of all classes of a node
 };
 
 /// What every class of node supplies, written once: beside what DmConcrete does, the visitor's functions for the class.

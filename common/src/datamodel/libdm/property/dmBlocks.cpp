@@ -1,0 +1,186 @@
+#include "dmBlocks.h"
+
+#include "CoLockWord.h"
+#include "envVar.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <new>
+#include <pthread.h>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ZR_EACH_ALONE
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+#define ZR_EACH_ALONE
+#endif
+#endif
+
+#ifdef ZR_EACH_ALONE
+
+void* dmBlocks::take(std::size_t size)
+{
+    return ::operator new(size);
+}
+
+void dmBlocks::give(void* memory, std::size_t /*size*/) noexcept
+{
+    ::operator delete(memory);
+}
+
+#else
+
+namespace
+{
+
+constexpr std::size_t grain = 8;
+constexpr std::size_t largest = 512;
+constexpr std::size_t blockSize = 8192;
+/// What the C library's allocator keeps in front of each request: blocks then lie side by side.
+constexpr std::size_t usable = blockSize - 16;
+
+/// A place that no object has.
+struct Place
+{
+    Place* next;
+};
+
+ZR_ENV_VAR(bool, eachObjectAlone, "ZR_EACH_OBJECT_ALONE", false);
+
+bool areAlone()
+{
+    static const bool alone = eachObjectAlone().getValue();
+    return alone;
+}
+
+struct Heap;
+
+/// The head of a block; the places follow. In its heap's list while it has room.
+struct Block
+{
+    Heap* heap;
+    Block* before;
+    Block* behind;
+    Place* given;        ///< places that were given back
+    std::uint32_t fresh; ///< where those begin that were never taken
+    std::uint32_t taken; ///< objects
+    std::uint32_t size;  ///< of a place
+
+    bool hasRoom() const { return given || fresh + size <= usable; }
+};
+
+/// The blocks that some of the threads take from. Who gives a place back does so to the heap that it is from.
+struct Heap
+{
+    DM::CoLockWord lock;
+    std::array<Block*, largest / grain> withRoom{}; ///< by size
+};
+
+/// Threads that make trees side by side seldom wait for each other.
+constinit std::array<Heap, 16> heaps{};
+constinit std::atomic<unsigned> threads{0};
+[[gnu::tls_model("initial-exec")]] constinit thread_local Heap* ownHeap = nullptr;
+
+/// A forked process has only one of the threads: none of the others may hold a heap then.
+void lockAll()
+{
+    for (Heap& heap : heaps)
+        static_cast<void>(heap.lock.lock());
+}
+
+void unlockAll()
+{
+    for (Heap& heap : heaps)
+        heap.lock.unlock();
+}
+
+[[gnu::noinline]] Heap& chooseHeap()
+{
+    static const int isReady = pthread_atfork(lockAll, unlockAll, unlockAll);
+    static_cast<void>(isReady); // without memory for it, forks while other threads make objects are not safe
+    ownHeap = &heaps[threads.fetch_add(1, std::memory_order_relaxed) % heaps.size()];
+    return *ownHeap;
+}
+
+Block& blockOf(void* place)
+{
+    return *reinterpret_cast<Block*>(reinterpret_cast<std::uintptr_t>(place) & ~(blockSize - 1));
+}
+
+std::size_t indexOf(std::size_t size)
+{
+    return (size - 1) / grain;
+}
+
+void insert(Block& block)
+{
+    Block*& first = block.heap->withRoom[indexOf(block.size)];
+    block.before = nullptr;
+    block.behind = first;
+    if (first)
+        first->before = &block;
+    first = &block;
+}
+
+void remove(Block& block)
+{
+    (block.before ? block.before->behind : block.heap->withRoom[indexOf(block.size)]) = block.behind;
+    if (block.behind)
+        block.behind->before = block.before;
+}
+
+Block& newBlock(Heap& heap, std::size_t index)
+{
+    constexpr std::uint32_t first = (sizeof(Block) + grain - 1) / grain * grain;
+    void* const memory = ::operator new(usable, std::align_val_t(blockSize));
+    const auto size = static_cast<std::uint32_t>((index + 1) * grain);
+    Block* const block = new (memory) Block{&heap, nullptr, nullptr, nullptr, first, 0, size};
+    insert(*block);
+    return *block;
+}
+
+} // namespace
+
+void* dmBlocks::take(std::size_t size)
+{
+    if (size > largest || size == 0 || areAlone())
+        return ::operator new(size);
+    Heap& heap = ownHeap ? *ownHeap : chooseHeap();
+    const std::size_t index = indexOf(size);
+    const DM::CoLockWordGuard guard(heap.lock);
+    Block& block = heap.withRoom[index] ? *heap.withRoom[index] : newBlock(heap, index);
+    void* place = block.given;
+    if (block.given)
+        block.given = block.given->next;
+    else
+    {
+        place = reinterpret_cast<char*>(&block) + block.fresh;
+        block.fresh += block.size;
+    }
+    ++block.taken;
+    if (!block.hasRoom())
+        remove(block);
+    return place;
+}
+
+void dmBlocks::give(void* memory, std::size_t size) noexcept
+{
+    if (size > largest || size == 0 || !memory || areAlone())
+        return ::operator delete(memory);
+    Block& block = blockOf(memory);
+    const DM::CoLockWordGuard guard(block.heap->lock);
+    const bool hadRoom = block.hasRoom();
+    block.given = new (memory) Place{block.given};
+    if (--block.taken == 0)
+    {
+        if (hadRoom)
+            remove(block);
+        ::operator delete(&block, std::align_val_t(blockSize));
+    }
+    else if (!hadRoom)
+        insert(block);
+}
+
+#endif
