@@ -30,7 +30,7 @@ std::string sourceOf(int srcLength, int relIn)
 {
     return R"({"DmSourceNode":{"classId":3,"name":"shot","mediaType":1,"recIn":0,"recLength":20,"relIn":)" +
            std::to_string(relIn) + R"(,"srcInput":{"MediaInput":{"mediaType":1,"srcLength":)" +
-           std::to_string(srcLength) + "}}}}";
+           std::to_string(srcLength) + R"(,"srcInfo":{"DmSourceInfo":{"path":"/a.mov"}}}}}})";
 }
 
 const std::string twoGaps = gapAt(0, "a") + "," + gapAt(10, "b");
@@ -42,22 +42,23 @@ TEST(DmtreeCheck, FindsWhatBreaksTheRulesAndSaysWhere)
 {
     const std::string sameIdText =
         ": V1, 00:00:00:10: Its id \"a\" is that of the segment at 00:00:00:00, too [DM111]\n";
-    const std::string sameIdFound = "-: error" + sameIdText + "-: 1 violation\n";
+    const std::string emptyTrack = "-: note: children[0]: There is nothing on the track V1 [DM309]\n";
+    const std::string sameIdFound = emptyTrack + "-: error" + sameIdText + "-: 1 violation\n";
     const struct
     {
         std::string document;
         CommandCase command;
     } cases[] = {
-        {layerOf(""), {{}, 0, "-: valid\n"}},
+        {layerOf(""), {{}, 0, emptyTrack + "-: valid\n"}},
         {layerOf(twoGaps),
          {{},
           1,
-          "-: error: V1, 00:00:00:10: Between it and the segment in front a cut is missing [DM103]\n"
-          "-: 1 violation\n"}},
-        {layerOf(sameId), {{}, 0, "-: warning" + sameIdText + "-: valid\n"}},
+          emptyTrack + "-: error: V1, 00:00:00:10: Between it and the segment in front a cut is missing [DM103]\n"
+                       "-: 1 violation\n"}},
+        {layerOf(sameId), {{}, 0, emptyTrack + "-: warning" + sameIdText + "-: valid\n"}},
         {layerOf(sameId), {{"--fail-on-warning"}, 1, "..."}},
         {layerOf(sameId, 5), {{"--exit-zero"}, 0, sameIdFound}},
-        {layerOf(sameId, 5), {{"--ignore", "id-twice"}, 0, "-: valid\n"}},
+        {layerOf(sameId, 5), {{"--ignore", "id-twice,DM309"}, 0, "-: valid\n"}},
         {layerOf(sameId, 5), {{"--select", "times,DM2"}, 0, "-: valid\n"}},
         {layerOf(sameId, 5), {{}, 1, sameIdFound}},
         {layerOf(sameId), {{"--all"}, 1, sameIdFound}},
@@ -101,7 +102,8 @@ TEST(DmtreeCheck, PrintsAnObjectALineForSchedulers)
          2,
          R"({"file":"-","result":"violations","violations":[{"path":"children[0]/children[0]/children[0]/children[1]",)"
          R"("record":"00:00:00:10","message":"Between it and the segment in front a cut is missing","code":"DM103",)"
-         R"("track":"V1"}],"warnings":[]})"
+         R"("track":"V1"}],"warnings":[],"notes":[{"path":"children[0]","message":)"
+         R"("There is nothing on the track V1","code":"DM309"}]})"
          "\n{\"file\":\"" +
              commercial +
              R"(","result":"valid","violations":[],"warnings":[]})"
@@ -231,8 +233,8 @@ TEST(DmtreeDocuments, ALargeFileShowsABarOnATerminalAndNowhereElse)
     const std::string file = directory.write("long.json", document);
     ASSERT_GT(document.size(), 5000000u);
 
-    check({{"check", "-", file}, 0, "-: valid\n" + file + ": valid\n"}, {.input = document});
-    const std::string onTerminal = std::string(zrTest::dmtreeProgram()) + " check " + file;
+    check({{"check", "--ignore", "empty-track", "-", file}, 0, "-: valid\n" + file + ": valid\n"}, {.input = document});
+    const std::string onTerminal = std::string(zrTest::dmtreeProgram()) + " check --ignore DM309 " + file;
     const auto seen = zrTest::runCommand({"script", "-qec", onTerminal, "/dev/null"});
     EXPECT_TRUE(matches(seen.out, "...[#########################] 100 %\r\x1b[K" + file + ": valid...")) << seen.out;
     // What is wrong at the beginning ends the reading.

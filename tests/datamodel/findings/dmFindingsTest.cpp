@@ -38,8 +38,8 @@ TEST(Findings, RulesAreSelectedByCodeBeginNameAndGroup)
         {{"DM103"}, {}, {"DM103"}},
         {{"DM1"}, {"transition-length"}, {"DM103"}},
         {{"missing-transition", "times"}, {}, {"DM103"}},
-        {{"all"}, {"DM10"}, {}},
-        {{"media"}, {}, {}},
+        {{"all"}, {"DM10", "no-origin"}, {}},
+        {{"media"}, {}, {"DM401"}},
         {{"dm1"}, {"Structure"}, {}},
     };
     for (const auto& row : rows)
@@ -94,7 +94,8 @@ TEST(Findings, HostsAddRulesOfTheirOwn)
     EXPECT_FALSE(findings.addRule(noMusic));
     EXPECT_FALSE(findings.addRule({.code = "HOUSE2", .name = "hole", .find = [](DmRuleRun&) {}}));
     EXPECT_FALSE(findings.addRule({.code = "HOUSE2", .name = "nothing"}));
-    EXPECT_EQ(allSaid(findings.find(*Cut{"AAAA"}.tree()), "HOUSE1"), std::vector<std::string>{": there is no sound"});
+    EXPECT_EQ(allSaid(findings.find(*Cut{"AAAA"}.tree()), "HOUSE1"),
+              std::vector<std::string>{"cut: there is no sound"});
     EXPECT_EQ(allSaid(findings.find(*Cut{"AAAA\naaaa"}.tree()), "HOUSE1"), std::vector<std::string>());
     EXPECT_STREQ(dmFindingGroup("HOUSE1"), "added");
 }

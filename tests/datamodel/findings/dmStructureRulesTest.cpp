@@ -115,7 +115,7 @@ const RuleCase cases[] = {
      Mending::Safe},
     {"DM116",
      {"AAAA|BBBB", "", [](Composition& it) { static_cast<void>(it.setCompLength(50.0)); }},
-     {": The composition says 00:00:02:00, its tracks are 8 frames"},
+     {"cut: The composition says 00:00:02:00, its tracks are 8 frames"},
      {"AAAA|BBBB\naaa", "", [](Composition& it) { static_cast<void>(it.setCompLength(8.0)); }},
      Mending::Safe},
     {"DM117",
@@ -146,7 +146,7 @@ TEST(StructureRules, NothingStandsWhereItHasNoPlace)
     const auto root = Cut{"AAAA"}.tree();
     const auto reel = DmReelNode::create();
     root->addChild(reel);
-    EXPECT_EQ(DmFindings().find(*root), std::vector<DmFinding>());
+    EXPECT_EQ(allSaid(DmFindings().find(*root), "DM101"), std::vector<std::string>());
     reel->addChild(DmTrackNode::create(1, DM_MEDIA_VIDEO));
     const auto findings = DmFindings().find(*root);
     ASSERT_EQ(allSaid(findings, "DM101"), std::vector<std::string>{": It stands outside of a composition"});

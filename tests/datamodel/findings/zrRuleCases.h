@@ -59,6 +59,38 @@ inline DmSourceNode::MediaInput& mediaAt(DmCompositionNode& composition, int pos
     return dynamic_cast<DmSourceNode::MediaInput&>(*at<DmSourceNode>(composition, position, track).getSrcInput());
 }
 
+using Change = std::function<void(DmCompositionNode&)>;
+
+/// Gives each source a file of its letter, "/media/A.mov" for A and a, then does the rest.
+inline Change withFiles(const Change& rest = {})
+{
+    return [rest](DmCompositionNode& it)
+    {
+        for (int t = 0; t < it.getNbChildren(); ++t)
+            for (int i = 0; i < layerOf(it, t).getNbChildren(); ++i)
+                if (auto* const source = dynamic_cast<DmSourceNode*>(layerOf(it, t).getChild(i)))
+                {
+                    const auto letter =
+                        static_cast<wchar_t>(std::toupper(static_cast<int>(source->getName().c_str()[0])));
+                    const std::wstring path = std::wstring(L"/media/") + letter + L".mov";
+                    static_cast<void>(mediaAt(it, i, t).getSrcInfo()->setPath(DmString(path.c_str())));
+                }
+        if (rest)
+            rest(it);
+    };
+}
+
+/// Lets a shot play from a frame of its material.
+inline Change from(int position, double relIn, int track = 0)
+{
+    return [=](DmCompositionNode& it)
+    {
+        auto& segment = at<DmSegmentNode>(it, position, track);
+        static_cast<void>(mediaAt(it, position, track).setSrcLength(relIn + segment.getRecLength()));
+        static_cast<void>(segment.setRelIn(relIn));
+    };
+}
+
 inline std::string said(const DmFinding& finding)
 {
     std::string text;

@@ -130,9 +130,15 @@ DmRuleRun::Added DmRuleRun::add(std::string path, std::string text)
 DmRuleRun::Added DmRuleRun::add(const DmCutView& cut, std::string text, std::optional<double> time)
 {
     const Added added = add(cut.path, std::move(text));
+    const DmString& name = cut.composition->getName();
+    added->clip = name == L"untitled" ? "" : dmUtf8(name);
+    Item& item = _items.back();
+    item.cut = cut.index;
     if (time)
+    {
         added->record = cut.composition->getRecordLabel(*time);
-    _items.back().cut = cut.index;
+        item.time = *time;
+    }
     return added;
 }
 
@@ -143,6 +149,7 @@ DmRuleRun::Added DmRuleRun::add(const DmCutView& cut, const DmLaneView& lane, st
     std::string& path = added->nodePath;
     path += (path.empty() ? "children[" : "/children[") + std::to_string(lane.trackIndex) + "]/children[" +
             std::to_string(lane.layerIndex) + ']';
+    added->clip = "";
     added->track = lane.name;
     _items.back().lane = static_cast<int>(&lane - cut.lanes.data());
     return added;

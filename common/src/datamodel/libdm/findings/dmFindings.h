@@ -26,6 +26,7 @@
 #include "dmFinding.h"
 
 #include <functional>
+#include <limits>
 #include <optional>
 #include <span>
 #include <string>
@@ -128,6 +129,7 @@ private:
         DmFinding finding;
         int cut = -1;
         int lane = -1;
+        double time = -std::numeric_limits<double>::infinity();
         int position = -1;
         Mending kind = Mending::Unsafe;
         std::function<eDmErrorId()> how;
