@@ -4,6 +4,9 @@
 #include "jsonLine.h"
 #include "modes.h"
 
+#include "dmTrackNode.h"
+#include "dmUtf8.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -26,6 +29,8 @@ struct Options
     std::string to;
     std::string composition;
     std::vector<std::string> tracks;
+    std::string reelLength;
+    bool splitTracks = false;
     bool lenient = false;
     bool each = false;
     bool json = false;
@@ -40,6 +45,8 @@ struct Options
         conversion.lenient = lenient;
         conversion.composition = composition;
         conversion.tracks = tracks;
+        if (!reelLength.empty())
+            conversion.more["reel-length"] = reelLength;
         return conversion;
     }
 };
@@ -53,17 +60,63 @@ struct Job
     std::vector<DmFinding> findings;
 };
 
+/// The names of the tracks that are written, as --track takes them.
+std::vector<std::string> tracksOf(const DmRoot& root, const Options& options)
+{
+    std::vector<std::string> names = options.tracks;
+    const auto add = [&](const DmTreeNode& composition)
+    {
+        for (int i = 0; i < composition.getNbChildren(); ++i)
+            if (const auto* const track = dynamic_cast<const DmTrackNode*>(composition.getChild(i)))
+                if (std::string name =
+                        (track->getMediaType() == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(track->getTrackNum());
+                    std::ranges::find(names, name) == names.end())
+                    names.push_back(std::move(name));
+    };
+    if (!names.empty())
+        return names;
+    for (int i = 0; i < root.getNbChildren(); ++i)
+        if (const DmTreeNode* const child = root.getChild(i); child && child->whatIs() == DM_COMPOSITION_NODE)
+            if (options.composition.empty() || dmUtf8(child->getName()) == options.composition)
+            {
+                add(*child);
+                break;
+            }
+    return names;
+}
+
+/// "cut.edl" as "cut-V1.edl".
+std::string pathOfTrack(const std::string& path, const std::string& track)
+{
+    const std::filesystem::path whole(path);
+    return (whole.parent_path() / (whole.stem().string() + '-' + track + whole.extension().string())).string();
+}
+
 void convert(const Options& options, Job& job)
 {
     dmtree::Document document = dmtree::openDocument(job.in, options.conversion(options.from));
     job.findings = std::move(document.findings);
     if (!document.root)
         return;
-    const interchange::Options writing = options.conversion(options.to);
-    interchange::Writing written = job.out == "-" ? interchange::writeStream(*document.root, std::cout, writing)
-                                                  : interchange::writeFile(*document.root, job.out, writing);
-    job.done = written.done;
-    std::ranges::move(written.findings, std::back_inserter(job.findings));
+    interchange::Options writing = options.conversion(options.to);
+    const auto write = [&](const std::string& out)
+    {
+        interchange::Writing written = out == "-" ? interchange::writeStream(*document.root, std::cout, writing)
+                                                  : interchange::writeFile(*document.root, out, writing);
+        std::ranges::move(written.findings, std::back_inserter(job.findings));
+        return written.done;
+    };
+    if (!options.splitTracks)
+    {
+        job.done = write(job.out);
+        return;
+    }
+    job.done = true;
+    for (const std::string& track : tracksOf(*document.root, options))
+    {
+        writing.tracks = {track};
+        job.done = write(pathOfTrack(job.out, track)) && job.done;
+    }
 }
 
 void printText(const Job& job, const Options& options)
@@ -102,6 +155,8 @@ void printJson(const Job& job)
 std::vector<Job> jobsOf(const Options& options)
 {
     const std::string& out = options.files.back();
+    if (options.splitTracks && out == "-")
+        throw std::runtime_error("--split-tracks writes a file a track: name a file or a directory");
     std::vector<Job> jobs;
     const bool isDirectory = out != "-" && (out.ends_with('/') || std::filesystem::is_directory(out));
     if (!isDirectory && options.files.size() > 2)
@@ -187,10 +242,12 @@ void dmtree::addConvert(CLI::App& app, Run& run)
         ->type_name("FORMAT")
         ->check(checkFormat);
     command
-        ->add_option("--fcm", options->fcm,
-                     "Frame-code mode: of an .edl, which does not say it (without it '24 fps' where no label drops, "
-                     "'29.97 fps DF' otherwise); of an .otio, to convert its rates to (without it that of its first "
-                     "time); of a document whose composition names none")
+        ->add_option(
+            "--fcm", options->fcm,
+            "Frame-code mode: of an .edl, which does not say it (without it that of a FRAME RATE comment, else "
+            "the lowest of 24, 25, 29.97, 50 and 59.94 that has all labels); of an .otio, to convert its rates to "
+            "(without it that of its first "
+            "time); of a document whose composition names none")
         ->type_name("NAME")
         ->check(checkMode);
     command->add_flag("--lenient", options->lenient,
@@ -200,6 +257,15 @@ void dmtree::addConvert(CLI::App& app, Run& run)
     command->add_option("--track", options->tracks, "Write these tracks only: V1, A2, ...")
         ->type_name("TRACK")
         ->allow_extra_args(false);
+    command->add_flag("--split-tracks", options->splitTracks,
+                      "Write a file each of the tracks: cut-V1.edl, cut-A1.edl, ...");
+    command
+        ->add_option(
+            "--reel-length", options->reelLength,
+            "The most characters that a reel's name has in an .edl; 32 unless given. The whole name stands in a "
+            "note beside a shorter one")
+        ->type_name("N")
+        ->check(CLI::Range(1, 1000));
     command->add_flag("--each", options->each, "Show every finding of a kind, not only the first five");
     command->add_flag("--json", options->json, "Say what there is to say as a JSON object a file");
     command->add_flag("--fail-on-warning", options->failOnWarning, "Exit with 1 where there was a warning");

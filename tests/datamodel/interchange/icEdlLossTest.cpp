@@ -268,3 +268,175 @@ TEST(EdlLoss, ReadsListsInOtherOrdersThanTheRecords)
     ok(sourceOf(*root, 0).setBaseBlob(nullptr));
     EXPECT_TRUE(write(*root).text.starts_with(head + "001  A        V     C        01:00:05:00"));
 }
+
+TEST(EdlLoss, UnderstandsWhatSystemsSayInTheirOwnWords)
+{
+    const std::string times = "01:00:00:00 01:00:02:00 00:00:00:00 00:00:02:00\n";
+    struct Case
+    {
+        std::string lines; ///< behind an event of reel AX
+        const wchar_t* name;
+        const wchar_t* reel;
+        const wchar_t* path;
+    };
+    const Case cases[] = {
+        {"* FROM CLIP NAME: shot FF\nM2   AX             000.0                01:00:00:00\n", L"shot", L"AX", L""},
+        {"* FROM CLIP NAME: shot FF\n", L"shot FF", L"AX", L""},
+        {"REEL AX IS CLIP harbour\n", L"harbour", L"AX", L""},
+        {"FINAL CUT PRO REEL: Card 4 day 2 REPLACED BY: AX\n", L"001", L"Card 4 day 2", L""},
+        {"* FROM FILE: /rushes/a.mov\n", L"001", L"AX", L"/rushes/a.mov"},
+        {"* FROM CLIP: S:\\rushes\\a.mov\n", L"001", L"AX", L"S:\\rushes\\a.mov"},
+        {"* FROM CLIP: harbour\n", L"harbour", L"AX", L""},
+        {"GPI 001\nDLEDL: START TC: 01:00:00:00\n>>> SOURCE 024\n", L"001", L"AX", L""},
+        {"* TO CLIP NAME: other\n* FROM CLIP NAME: own\n", L"own", L"AX", L""},
+        {"* FROM CLIP NAME:\n", L"001", L"AX", L""},
+        {"* LOC: 23:00:00:00 PINK    outside\n* LOC: 00:00:01:00 TEAL\n", L"001", L"AX", L""},
+    };
+    for (const Case& each : cases)
+    {
+        const bool isFrozen = each.lines.find("M2") != each.lines.npos;
+        std::string speed;
+        std::string notes = each.lines;
+        if (isFrozen) // as lists have it, the speed comes first
+        {
+            speed = notes.substr(notes.find("M2"));
+            notes.erase(notes.find("M2"));
+        }
+        const std::string text = head + "001  AX       V     C        " + times + speed + notes;
+        const CoSharedPtr<DmRoot> root = document(readClean(text, DM::FCM_24));
+        const DmSourceNode& source = sourceOf(*root, 0);
+        EXPECT_EQ(source.getName(), each.name) << text;
+        EXPECT_EQ(source.getSrcInput()->getSrcInfo()->getReelName(), each.reel) << text;
+        EXPECT_EQ(source.getSrcInput()->getSrcInfo()->getPath(), each.path) << text;
+        EXPECT_EQ(write(*root).text, text);
+        EXPECT_EQ(again(text, DM::FCM_24, "otio"), text);
+    }
+    // Forms of keys, a speed of another reel, and a list without a title.
+    for (const std::string& lines : std::initializer_list<std::string>{
+             "001  A        V     K B  (F) " + times, "001  A        V     K B      " + times,
+             "001  A        V     K (F) 012 " + times, "001  A        V     K O  000 " + times,
+             "001  A        V     C        " + times + "M2   B              000.0                01:00:00:00\n"})
+        EXPECT_EQ(again("FCM: NON-DROP FRAME\n" + lines, DM::FCM_24), "FCM: NON-DROP FRAME\n" + lines);
+}
+
+TEST(EdlLoss, FindsTheRateThatAListCountsAt)
+{
+    const auto event = [](const char* in, const char* out)
+    { return "001 A V C " + std::string(in) + ' ' + out + ' ' + in + ' ' + out + '\n'; };
+    const std::string rate = "* FRAME RATE: 25 fps\n";
+    struct Case
+    {
+        std::string text;
+        DM::FrameCodeModes given;
+        DM::FrameCodeModes fcm;
+        const char* message; ///< a part; empty for none at all
+    };
+    const auto none = DM::FCM_NOT_DEFINED;
+    const Case cases[] = {
+        {event("00:00:00:00", "00:00:01:23"), none, DM::FCM_24, "read as 24 fps, the lowest"},
+        {event("00:00:00:00", "00:00:01:24"), none, DM::FCM_25, "read as 25 fps"},
+        {event("00:00:00:00", "00:00:01:25"), none, DM::FCM_29_97_NDF, "read as 29.97 fps NDF"},
+        {event("00:00:00:00", "00:00:01;00"), none, DM::FCM_29_97_DF, "read as 29.97 fps DF"},
+        {event("00:00:00:00", "00:00:01:49"), none, DM::FCM_50, "read as 50 fps"},
+        {event("00:00:00:00", "00:00:01;49"), none, DM::FCM_59_94_DF, "read as 59.94 fps DF"},
+        {event("00:00:00:00", "00:00:01:59"), none, DM::FCM_59_94_NDF, "read as 59.94 fps NDF"},
+        {rate + event("00:00:00:00", "00:00:01:23"), none, DM::FCM_25, ""},
+        {rate + event("00:00:00:00", "00:00:01:23"), DM::FCM_24, DM::FCM_24, "the list says 25 fps: read as 24 fps"},
+        {"FCM: NON-DROP FRAME\n* FRAME RATE: 29.97 fps DF\n" + event("00:00:00:00", "00:00:01:23"), none,
+         DM::FCM_29_97_NDF, "the list says 29.97 fps DF, and counts in 29.97 fps NDF by its FCM and its labels"},
+        {"* FRAME RATE: film\n" + event("00:00:00:00", "00:00:01:23"), DM::FCM_24, DM::FCM_24,
+         "'film' is no frame-code mode; kept as a comment"},
+    };
+    for (const Case& each : cases)
+    {
+        const icTest::Read result = icTest::read(each.text, each.given);
+        ASSERT_TRUE(result.list) << result.messages;
+        EXPECT_EQ(result.list->fcm, each.fcm) << each.text;
+        EXPECT_NE(result.messages.find(each.message), result.messages.npos) << result.messages;
+        EXPECT_EQ(result.messages.empty(), *each.message == 0) << result.messages;
+    }
+    EXPECT_NE(
+        icTest::read(event("00:00:00:00", "00:00:01:24"), DM::FCM_24).messages.find("all labels exist at '25 fps'"),
+        std::string::npos);
+    // A list at 24 that is read at 25.
+    std::string film;
+    for (int i = 0; i < 4; ++i)
+        film += "00" + std::to_string(i) + " A V C 00:00:00:20 00:00:01:04 00:00:0" + std::to_string(i) +
+                ":00 00:00:0" + std::to_string(i) + ":08\n";
+    EXPECT_NE(icTest::read(film, DM::FCM_25)
+                  .messages.find("4 events have lengths that differ by a frame or two; in '24 fps' none has"),
+              std::string::npos);
+}
+
+TEST(EdlLoss, GivesReelsOneShortNameThroughout)
+{
+    const Cut cut;
+    cut.add(1, DM_MEDIA_VIDEO,
+            {shot(L"Card 4 day 2 camera B", DM_MEDIA_VIDEO, 0, 24, 0),
+             shot(L"Card 4 day 2 camera C", DM_MEDIA_VIDEO, 0, 24, 0),
+             shot(L"Card 4 day 2 camera B", DM_MEDIA_VIDEO, 48, 24, 0), shot(L"A001", DM_MEDIA_VIDEO, 0, 24, 0)});
+    Options options;
+    options.more["reel-length"] = "8";
+    const std::string text = write(*cut.root, options).text;
+    const auto reel = [&text](const char* number) { return text.substr(text.find(std::string("\n") + number) + 6, 9); };
+    EXPECT_EQ(reel("001") + reel("002") + reel("003") + reel("004"), "Card_4_d Card_4_1 Card_4_d A001     ") << text;
+    EXPECT_NE(text.find("FINAL CUT PRO REEL: Card 4 day 2 camera C REPLACED BY: Card_4_1\n"), text.npos);
+    // Read back, they have their whole names, and go out as they came.
+    const CoSharedPtr<DmRoot> back = document(readClean(text, DM::FCM_24));
+    EXPECT_EQ(sourceOf(*back, 2).getSrcInput()->getSrcInfo()->getReelName(), L"Card 4 day 2 camera C");
+    EXPECT_EQ(write(*back).text, text);
+    EXPECT_EQ(again(head + line("001", "Card 4", "V", "01:00:00:00 01:00:02:00 00:00:00:00 00:00:02:00"), DM::FCM_24),
+              head + line("001", "Card 4", "V", "01:00:00:00 01:00:02:00 00:00:00:00 00:00:02:00"));
+    options.more["reel-length"] = "many";
+    EXPECT_EQ(write(*cut.root, options).messages, "cut: 'many' is no length of a reel's name\n");
+}
+
+TEST(EdlLoss, NamesWhatItLosesWithClipTrackTimeAndPlace)
+{
+    const Cut cut;
+    const auto early = shot(L"A", DM_MEDIA_VIDEO, 10, 48, -34);
+    ok(early->setName(L"two\nlines"));
+    ok(cut.composition->setName(L"untitled"));
+    cut.add(1, DM_MEDIA_VIDEO, {shot(L"Z", DM_MEDIA_VIDEO, 0, 24, 0)});
+    cut.add(3, DM_MEDIA_VIDEO, {early});
+    Report report;
+    const std::optional<EdlList> list = treeToEdl(*cut.root, {}, report);
+    // Tracks of pictures are channels by their numbers; times wrap at midnight; no name of our own gets out.
+    EXPECT_EQ(icTest::written(*list), "TITLE:\nFCM: NON-DROP FRAME\n" +
+                                          line("001", "Z", "V", "00:00:00:00 00:00:01:00 00:00:00:00 00:00:01:00") +
+                                          "* FROM CLIP NAME: Z\n" +
+                                          line("002", "A", "V3", "23:59:59:00 00:00:01:00 00:00:00:00 00:00:02:00") +
+                                          "* FROM CLIP NAME: two lines\n");
+    ASSERT_EQ(report.findings().size(), 2U) << report.toString("cut");
+    for (const DmFinding& finding : report.findings())
+        EXPECT_EQ(finding.clip + '|' + finding.track + '|' + finding.record + '|' + finding.nodePath,
+                  "two\nlines|V3|00:00:00:00|children[0]/children[1]/children[0]/children[0]");
+    EXPECT_STREQ(report.findings()[0].code, "DM719");
+    EXPECT_STREQ(report.findings()[1].code, "DM733");
+}
+
+TEST(EdlLoss, TellsWhichLineEachNodeCameFrom)
+{
+    const std::string text = head + "* FRAME RATE: 24 fps\n" +
+                             line("001", "A", "AA/V", "01:00:00:00 01:00:02:00 00:00:00:00 00:00:02:00") + "\n" +
+                             line("002", "B", "V", "01:00:00:00 01:00:02:00 00:00:02:00 00:00:04:00");
+    Options options;
+    options.places = true;
+    const Reading reading = readBuffer(text, options);
+    std::vector<std::pair<std::string, std::uint32_t>> lines;
+    for (const NodePlace& place : reading.places)
+        lines.emplace_back(dmUtf8(place.node->getName()), place.line);
+    EXPECT_EQ(lines, (std::vector<std::pair<std::string, std::uint32_t>>{{"A", 4}, {"B", 6}, {"A", 4}, {"A", 4}}));
+    EXPECT_TRUE(readBuffer(text).places.empty());
+}
+
+TEST(EdlLoss, ReadsTheNotesOfOlderDocuments)
+{
+    const CoSharedPtr<DmRoot> root = document(
+        readClean(head + line("007", "A", "V", "01:00:00:00 01:00:02:00 00:00:00:00 00:00:02:00"), DM::FCM_24));
+    DmSourceNode& source = sourceOf(*root, 0);
+    ok(source.setBaseBlob(
+        DmBlobNode::create(L"edl", L"event=0 number=9 transition=3 pattern=0 length=0\n0 a note\n2 A")));
+    EXPECT_EQ(write(*root).text, head + "009  A        V     K B      01:00:00:00 01:00:02:00 00:00:00:00 00:00:02:00\n"
+                                        "* a note\n* FROM CLIP NAME: A\n");
+}

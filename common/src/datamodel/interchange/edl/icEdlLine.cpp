@@ -334,7 +334,8 @@ void EdlLineMaker::setNotes(EdlLine& line, const DmSourceNode& source, const Edl
     const auto from = std::ranges::find(notes, NoteKind::FromClipName, &Note::kind);
     // Its transition has gone, and with it the clip that it came from.
     if (!isMix && to != notes.end() && from != notes.end() && to->text == name && from->text != name)
-        notes.erase(to);
+        std::erase_if(notes, [](const Note& note)
+                      { return note.kind == NoteKind::ToClipName || note.kind == NoteKind::EffectName; });
     const bool hasTo = isMix && (!kept || kept->find(NoteKind::ToClipName));
     EdlKept now;
     now.notes = notes;

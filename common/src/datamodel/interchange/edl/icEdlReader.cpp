@@ -132,8 +132,8 @@ private:
     std::int64_t frames(const TimeLabel& label, DM::FrameCodeModes mode, std::string_view name);
     /// Whether the range lies in order, perhaps across midnight, which it then counts through.
     static bool order(EdlRange& range, std::int64_t day);
-    /// The guess has not all of the list's labels.
-    void guessHigher(const TimeLabel& label);
+    /// The rate may not have the label; `line`: of an event.
+    void guessHigher(const TimeLabel& label, std::uint32_t line = 0);
 
     // What needs the whole list
 
@@ -184,6 +184,11 @@ private:
     Certainty _certainty;
     DM::FrameCodeModes _otherRate = DM::FCM_NOT_DEFINED;
     DM::FrameCodeModes _statedRate = DM::FCM_NOT_DEFINED;
+    struct
+    {
+        std::uint32_t line = 0; ///< of the first label that the rate has not
+        DM::FrameCodeModes rate = DM::FCM_NOT_DEFINED;
+    } _missing; ///< the lowest rate that has all labels
     bool _saidThatNothingDrops = false;
     bool _hasTitle = false;
     bool _skipping = false;          ///< behind an event that was left out
@@ -350,16 +355,20 @@ bool Reader::frameRate(std::string_view text)
     return true;
 }
 
-void Reader::guessHigher(const TimeLabel& label)
+void Reader::guessHigher(const TimeLabel& label, std::uint32_t line)
 {
-    if (_certainty != Certainty::Guessed || label.frames < DM::FcmUtil::getIntFPS(_rate))
+    if (label.frames < DM::FcmUtil::getIntFPS(_rate))
         return;
     const bool drops = _recordDrop.value_or(false) || _sourceDrop.value_or(false) || label.drop;
     const auto* const higher = std::ranges::find_if(
         guesses, [&](DM::FrameCodeModes guess)
         { return label.frames < DM::FcmUtil::getIntFPS(guess) && (!drops || DM::FcmUtil::toDrop(guess) != guess); });
-    if (higher != guesses.end())
+    if (higher == guesses.end())
+        return;
+    if (_certainty == Certainty::Guessed)
         _otherRate = *higher;
+    else if (line != 0 && (_missing.line == 0 || *higher > _missing.rate))
+        _missing = {_missing.line == 0 ? line : _missing.line, *higher};
 }
 
 EdlEvent* Reader::outgoing()
@@ -484,7 +493,7 @@ void Reader::event(std::string_view line)
         return mistake(std::move(*wrong), leftOut);
     settleDropFrame(read);
     for (const TimeLabel& label : read.labels)
-        guessHigher(label);
+        guessHigher(label, event.line);
     if (_otherRate != DM::FCM_NOT_DEFINED || !settleTimes(read))
         return;
     if (event.reel.empty())
@@ -573,6 +582,12 @@ void Reader::finishEvents()
     settleOrder();
     if (!_list.hasOwnOrder)
         checkNumbers();
+    if (_missing.line != 0)
+        _report.add(Report::Notice, _missing.line,
+                    std::string("all labels exist at '") +
+                        DM::FcmUtil::getFCMString(_recordDrop.value_or(false) ? DM::FcmUtil::toDrop(_missing.rate)
+                                                                              : _missing.rate) +
+                        "': --fcm names the mode");
     suggestRate();
     for (EdlEvent& event : _list.events)
         checkLengths(event);

@@ -125,13 +125,15 @@ private:
                    _text.append(transitionTexts[static_cast<std::size_t>(event.transition)]);
                    if (event.transition == EdlTransition::Wipe)
                        number(event.wipePattern, 3);
-                   if (event.keyFades)
+                   if (event.keyFades && event.transitionLength != 0)
                        _text.append(" (F)");
                });
         column(3,
                [&]
                {
-                   if (event.isTransition() || event.transitionLength != 0)
+                   if (event.keyFades && event.transitionLength == 0)
+                       _text.append("(F)");
+                   else if (event.isTransition() || event.transitionLength != 0)
                        number(event.transitionLength, 3);
                });
         column(11, [&] { appendTimeLabel(_text, event.source.in, sourceFcm); });

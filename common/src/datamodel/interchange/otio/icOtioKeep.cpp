@@ -97,7 +97,8 @@ void Keep::take(DmTreeNode& node, const Value& object, const Value* own) const
                 last = dynamic_cast<DmTreeNode*>(set.get());
             }
     }
-    if (shownNotes(node) != notes)
+    // A line and a comment look the same there.
+    if (!std::ranges::equal(shownNotes(node), notes, {}, noteText, noteText))
         setNotes(node, notes);
 }
 
