@@ -9,11 +9,14 @@
 #include "dmCompositionNode.h"
 #include "dmTreeTool.h"
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
 #include <optional>
+#include <span>
 #include <string>
 
 using namespace interchange;
@@ -40,8 +43,8 @@ void checkDocument(const EdlList& list, Report& report)
            report, writeEdl(list));
     Options options;
     options.fcm = list.fcm;
-    const bool isWhole = report.count(Report::Warning) == 0;
     const std::optional<EdlList> back = treeToEdl(*root, options, report);
+    const bool isWhole = report.count(Report::Warning) == 0;
     expect(back && (!isWhole || *back == list), report, writeEdl(list) + (back ? writeEdl(*back) : ""));
 }
 
@@ -64,7 +67,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text = writeEdl(*list);
     Report again(leniency);
     const std::optional<EdlList> copy = readEdl(text, list->fcm, again);
-    expect(copy && *copy == *list, again, text + (copy ? writeEdl(*copy) : ""));
+    // Control characters become blanks.
+    const std::span<const std::uint8_t> bytes(data + 2, size - 2);
+    const bool hasControls =
+        std::ranges::any_of(bytes, [](std::uint8_t c) { return (c < ' ' && !std::isspace(c)) || c == '\x7F'; });
+    expect(copy && (hasControls || *copy == *list), again, text + (copy ? writeEdl(*copy) : ""));
     checkDocument(*list, report);
     return 0;
 }

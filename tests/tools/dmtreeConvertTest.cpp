@@ -93,6 +93,12 @@ TEST_F(DmtreeConvert, TakesStandardInputAndOutputAndWritesManyIntoADirectory)
              "dmtree: out/a.edl: both a.edl and b/a.otio would be..."});
     convert({{"a.edl", "b", "c.json"}, 2, "", "dmtree: c.json: no directory, ..."});
     convert({{"a.edl", "b", "out"}, 2, "", "dmtree: out: a directory has no extension: ..."});
+    convert({{"--fcm", "25 fps", "--split-tracks", "a.edl", "split.edl"}});
+    EXPECT_TRUE(matches(read("split-A2.edl"), "...001  A        A2    C ..."));
+    EXPECT_TRUE(matches(read("split-V1.edl"), "...001  A        V     C ...002  B        V     D ..."));
+    convert(
+        {{"--split-tracks", "a.edl", "-", "--to", "edl"}, 2, "", "dmtree: --split-tracks writes a file a track..."});
+    convert({{"--reel-length", "0", "a.edl", "c.edl"}, 2, "", "--reel-length: ..."});
     convert({{"--track", "V2", "a.edl", "c.edl"}, 2, "", "...a.edl: there is no track V2\n"});
     convert({{"--track", "A1", "--fcm", "25 fps", "a.edl", "-", "--to", "edl"}, 0, "...001  A        A     C ...", ""});
 }

@@ -54,11 +54,12 @@ bool isSame(const EdlLine& a, const EdlLine& b)
     return fields(a) == fields(b);
 }
 
-/// Whether a name is one that the reader made up.
-bool isMadeName(const DmTreeNode& node)
+/// Whether a source is called what its list called it, or what the reader made up where that named none.
+bool isNamedAsRead(const DmTreeNode& node)
 {
     const std::optional<EdlKept> kept = EdlKept::of(node);
-    return kept && !kept->madeName.empty() && kept->madeName == clipName(node);
+    const std::string name = clipName(node);
+    return kept && (kept->madeName == name || clipNameOf(*kept, {}, false) == name);
 }
 
 /// Adds the channel of an edit to another one that is the same clip but for that: of the same medium, source and record
@@ -348,7 +349,7 @@ void ListMaker::addEdit(const Played& played, double recOut, const Place& place)
         const bool hasNote = note != incoming.notes.end();
         if (!kept && !hasNote && !from.empty())
             incoming.notes.insert(incoming.notes.begin(), {NoteKind::FromClipName, from});
-        else if (hasNote && !from.empty() && (!kept || (attached && hasTo && !isMadeName(*attached))))
+        else if (hasNote && !from.empty() && (!kept || (attached && hasTo && !isNamedAsRead(*attached))))
             note->text = from;
     }
     edit.lines.push_back(std::move(incoming));
@@ -458,12 +459,27 @@ EdlList ListMaker::written()
         for (const Note& note : head->notes)
             list.addNote(note.kind, list.keep(note.text));
     }
+    // Lists that were read say it once, wherever they do.
+    std::set<std::string, std::less<>> said;
+    const auto hear = [&said](const auto& notes)
+    {
+        for (const auto& each : notes)
+            if (each.kind == NoteKind::Reel)
+                if (const std::optional<EdlLongReel> names = longReelOf(each.text))
+                    said.insert(std::string(names->longName) + " REPLACED BY: " + std::string(names->shortName));
+    };
+    hear(list.notes);
+    for (const Edit& edit : _edits)
+        for (const EdlLine& line : edit.lines)
+            hear(line.notes);
+    const auto isSaid = [&said](const std::string& text) { return said.contains(text); };
     for (Edit& edit : _edits)
         for (EdlLine& line : edit.lines)
         {
             const std::string& reel = _reels.ofList(line.reel);
-            if (reel != line.reel && std::ranges::count(line.notes, NoteKind::Reel, &Note::kind) == 0)
-                line.notes.push_back({NoteKind::Reel, line.reel + " REPLACED BY: " + reel});
+            std::string whole = reel != line.reel ? line.reel + " REPLACED BY: " + reel : std::string();
+            if (!whole.empty() && !isSaid(whole))
+                line.notes.push_back({NoteKind::Reel, std::move(whole)});
             line.event.reel = list.keep(reel);
             line.event.speedReel = line.speedReel.empty() ? std::string_view() : list.keep(std::move(line.speedReel));
             list.addEvent(line.event);
