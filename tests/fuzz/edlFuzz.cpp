@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
@@ -69,8 +68,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::optional<EdlList> copy = readEdl(text, list->fcm, again);
     // Control characters become blanks.
     const std::span<const std::uint8_t> bytes(data + 2, size - 2);
-    const bool hasControls =
-        std::ranges::any_of(bytes, [](std::uint8_t c) { return (c < ' ' && !std::isspace(c)) || c == '\x7F'; });
+    const bool hasControls = std::ranges::any_of(
+        bytes, [](std::uint8_t c) { return (c < ' ' && c != '\t' && c != '\n' && c != '\r') || c == '\x7F'; });
     expect(copy && (hasControls || *copy == *list), again, text + (copy ? writeEdl(*copy) : ""));
     checkDocument(*list, report);
     return 0;
