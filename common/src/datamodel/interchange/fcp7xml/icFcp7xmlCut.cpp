@@ -4,6 +4,8 @@
 #include "icText.h"
 
 #include "dmGapNode.h"
+#include "dmMaterial.h"
+#include "dmPlayed.h"
 #include "dmReelNode.h"
 #include "dmStoredLabel.h"
 #include "dmTreeTool.h"
@@ -53,6 +55,11 @@ const DmSegmentNode* attachedOf(const DmTreeNode& node)
 }
 
 } // namespace
+
+Extent extentOf(const Item& item)
+{
+    return {item.before ? item.before->getRecIn() : item.recIn, item.behind ? item.behind->getRecOut() : item.recOut};
+}
 
 // Values
 
@@ -334,26 +341,7 @@ void Cut::addClips(Sequence& sequence)
                 containers.push_back(container);
                 continue;
             }
-            const std::string key = keyOf(segment, hint);
-            if (key.empty())
-                continue;
-            _fileKeys[&segment] = key;
-            const auto [found, isNew] = _files.try_emplace(key);
-            File& file = found->second;
-            if (isNew && !hint.media.empty() && _takenFiles.insert(hint.media).second)
-                file.id = hint.media;
-            else if (isNew)
-                _unnamedFiles.push_back(&file);
-            if (!file.definer || (!hint.isReference && hintOf(*file.definer).isReference))
-                file.definer = &segment;
-            if (track.node->getMediaType() == DM_MEDIA_VIDEO)
-                file.hasPicture = true;
-            else
-            {
-                const auto& input = *static_cast<const DmSourceNode&>(segment).getSrcInput();
-                const DmAudioProperties* const audio = input.getAudioProperties();
-                file.channels = std::max({file.channels, 1, audio ? std::min(audio->getChannelIdx(), 1000) + 1 : 1});
-            }
+            addFile(sequence, track, item, hint);
         }
     }
     for (const DmContainerNode* const container : containers)
@@ -365,6 +353,50 @@ void Cut::addClips(Sequence& sequence)
                 _linksOf[member.segment] = &members;
                 _unnamed.push_back(member.segment);
             }
+}
+
+void Cut::addFile(const Sequence& sequence, const Track& track, const Item& item, const Hint& hint)
+{
+    const DmSegmentNode& segment = *item.segment;
+    const std::string key = keyOf(segment, hint);
+    if (key.empty())
+        return;
+    _fileKeys[&segment] = key;
+    const auto [found, isNew] = _files.try_emplace(key);
+    File& file = found->second;
+    if (isNew && !hint.media.empty() && _takenFiles.insert(hint.media).second)
+        file.id = hint.media;
+    else if (isNew)
+        _unnamedFiles.push_back(&file);
+    if (!file.definer || (!hint.isReference && hintOf(*file.definer).isReference))
+        file.definer = &segment;
+    const auto& input = *static_cast<const DmSourceNode&>(segment).getSrcInput();
+    if (track.node->getMediaType() == DM_MEDIA_VIDEO)
+        file.hasPicture = true;
+    else
+    {
+        const DmAudioProperties* const audio = input.getAudioProperties();
+        file.channels = std::max({file.channels, 1, audio ? std::min(audio->getChannelIdx(), 1000) + 1 : 1});
+    }
+    const DmMaterial material = dmMaterialOf(segment, sequence.fcm);
+    double begin = material.begin;
+    double end = material.begin + material.length;
+    file.isKnown = material.isLimited();
+    if (!file.isKnown)
+    {
+        const DmPlayed played(segment, sequence.fcm);
+        const Extent extent = extentOf(item);
+        end = std::max(end, material.begin + input.getSrcLength());
+        for (const double time : {extent.start, extent.end})
+            if (const std::optional<double> position = played.positionAt(time);
+                position && played.motion() == DmPlayed::Motion::Constant)
+            {
+                begin = std::min(begin, material.begin + std::floor(*position + tolerance));
+                end = std::max(end, material.begin + std::ceil(*position - tolerance));
+            }
+    }
+    file.begin = isNew ? begin : std::min(file.begin, begin);
+    file.end = isNew ? end : std::max(file.end, end);
 }
 
 void Cut::addContainer(const DmContainerNode& container, DM::FrameCodeModes fcm)

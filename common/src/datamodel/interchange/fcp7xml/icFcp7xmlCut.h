@@ -91,6 +91,14 @@ struct Item
     bool isCut = false; ///< a later one covers its end
 };
 
+/// Record time of an item with what its transitions show of it.
+struct Extent
+{
+    double start;
+    double end;
+};
+Extent extentOf(const Item& item);
+
 struct Track
 {
     const DmTrackNode* node;
@@ -115,6 +123,9 @@ struct File
     std::string id;
     bool hasPicture = false;
     int channels = 0;
+    bool isKnown = false; ///< how long it is; else it spans what plays of it
+    double begin = 0;     ///< the label time of its first frame, in frames of its mode
+    double end = 0;
     const DmSegmentNode* definer = nullptr; ///< where it is defined; null where the file's own words do that elsewhere
 };
 
@@ -150,6 +161,7 @@ public:
 private:
     void collect(const DmTreeNode& node, DM::FrameCodeModes fcm);
     Sequence& addSequence(const DmCompositionNode& node, DM::FrameCodeModes otherwise, bool isTop);
+    void addFile(const Sequence& sequence, const Track& track, const Item& item, const Hint& hint);
     void addTrack(Sequence& sequence, const DmTrackNode& node, int number);
     void addClips(Sequence& sequence);
     void addContainer(const DmContainerNode& container, DM::FrameCodeModes fcm);

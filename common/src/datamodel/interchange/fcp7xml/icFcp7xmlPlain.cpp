@@ -141,11 +141,6 @@ const GeneratorKind* generatorOf(std::string_view effectId)
     return found == generators.end() ? nullptr : &*found;
 }
 
-Extent extentOf(const Item& item)
-{
-    return {item.before ? item.before->getRecIn() : item.recIn, item.behind ? item.behind->getRecOut() : item.recOut};
-}
-
 bool isSound(const Track& track)
 {
     return track.node->getMediaType() == DM_MEDIA_AUDIO;
@@ -356,6 +351,7 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
     const auto* const generated = dynamic_cast<const DmSourceNode::GeneratedInput*>(input);
     const bool sound = isSound(track);
     const Hint hint = _cut.hintOf(segment);
+    const File* const file = _cut.fileOf(segment);
 
     // Times: of the clip at its own rate, and at its speed.
     const DmPlayed played(segment, sequence.fcm);
@@ -365,6 +361,7 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
     const double materialFps = recordFps * played.rate();
     const bool isConstant = played.motion() == DmPlayed::Motion::Constant;
     const double speed = isConstant ? std::abs(played.speed()) : 1.0;
+    const double offset = file && !file->isKnown ? material.begin - file->begin : 0.0; ///< in the file
     Rate clipRate = hint.rate.value_or(Rate::of(played.fcm()));
     struct Range
     {
@@ -377,7 +374,7 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
         const double head = item.recIn - extent.start;
         const double tail = extent.end - item.recOut;
         const double perRecord = fps / recordFps;
-        const double begin = segment.getRelIn() / speed * fps / materialFps;
+        const double begin = (segment.getRelIn() + offset) / speed * fps / materialFps;
         Range range{begin, 0, begin};
         if (played.motion() == DmPlayed::Motion::Keyed)
             range.at = hint.at;
@@ -394,7 +391,8 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
             clipRate = Rate::of(played.fcm());
         }
     const double clipFps = clipRate.fps();
-    double duration = material.isLimited() || container ? material.length / speed * clipFps / materialFps : range.out;
+    const double length = file ? file->end - file->begin : material.length;
+    double duration = file || container ? length / speed * clipFps / materialFps : range.out;
     if (material.isEndless() && input)
         duration = std::max(range.out, input->getSrcLength() * clipFps / materialFps);
     if (range.in < 0)
@@ -415,7 +413,7 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
     add(made, "out", timeText(range.out));
     optional(add(made, "pproTicksIn", ticks(range.in, clipFps)));
     optional(add(made, "pproTicksOut", ticks(range.out, clipFps)));
-    if (const File* const file = _cut.fileOf(segment))
+    if (file)
     {
         pugi::xml_node child = add(made, "file");
         child.append_attribute("id") = file->id.c_str();
@@ -447,10 +445,10 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
         const int channel = audio ? std::clamp(audio->getChannelIdx(), 0, 100000) + 1 : 1;
         add(origin, "trackindex", std::to_string(channel));
     }
-    effects(made, sequence, item, range.at, clipFps / recordFps);
+    effects(made, sequence, item, range.at, clipFps / recordFps, offset);
     for (const DmPropertySetPtr& each : segment.getSegmentMarks())
         if (const auto* const mark = static_cast<const DmCueMark*>(each.get()))
-            marker(made, *mark, 0, clipFps / materialFps / speed);
+            marker(made, *mark, -offset, clipFps / materialFps / speed);
     if (const std::vector<Linked>* const links = _cut.linksOf(segment))
         for (const Linked& each : *links)
         {
@@ -470,7 +468,7 @@ pugi::xml_node Plain::file(pugi::xml_node parent, const Sequence& sequence, cons
         static_cast<const DmSourceNode::MediaInput&>(*static_cast<const DmSourceNode&>(segment).getSrcInput());
     const DmSourceInfo* const info = media.getSrcInfo();
     const DmPlayed played(segment, sequence.fcm);
-    const DmMaterial material = dmMaterialOf(segment, sequence.fcm);
+    const std::string length = timeText(file->end - file->begin);
     const std::string path = info ? dmUtf8(info->getPath()) : "";
     std::string name = info ? dmUtf8(info->getName()) : "";
     if (name.empty())
@@ -484,12 +482,12 @@ pugi::xml_node Plain::file(pugi::xml_node parent, const Sequence& sequence, cons
     if (!path.empty())
         text(made, "pathurl", urlOfPath(path, "localhost"));
     rate(made, Rate::of(played.fcm()));
-    add(made, "duration", timeText(material.known ? material.length : media.getSrcLength()));
+    add(made, "duration", length);
     const DmString none;
-    timecode(made, material.begin, played.fcm(), info ? &info->getReelName() : &none);
+    timecode(made, file->begin, played.fcm(), info ? &info->getReelName() : &none);
     const pugi::xml_node kinds = add(made, "media");
     if (file->hasPicture)
-        add(add(kinds, "video"), "duration", timeText(material.known ? material.length : media.getSrcLength()));
+        add(add(kinds, "video"), "duration", length);
     if (file->channels > 0)
         add(add(kinds, "audio"), "channelcount", std::to_string(file->channels));
     return made;
@@ -569,7 +567,7 @@ void Plain::channels(pugi::xml_node clip, const Sequence& sequence, const DmEffe
 }
 
 void Plain::effects(pugi::xml_node clip, const Sequence& sequence, const Item& item, double clipTime,
-                    double clipPerRecord)
+                    double clipPerRecord, double offset)
 {
     bool hasSpeed = false;
     bool hasLook = false;
@@ -608,7 +606,8 @@ void Plain::effects(pugi::xml_node clip, const Sequence& sequence, const Item& i
                 {
                     const pugi::xml_node node = add(graph, "keyframe");
                     add(node, "when", timeText(clipTime + static_cast<double>(key->getFrame()) * clipPerRecord));
-                    add(node, "value", timeText(item.segment->getRelIn() + static_cast<double>(key->getValue())));
+                    add(node, "value",
+                        timeText(item.segment->getRelIn() + offset + static_cast<double>(key->getValue())));
                 }
         }
         else if (look && !hasLook && !look->isMuted() && toLook(*look).isFinite())

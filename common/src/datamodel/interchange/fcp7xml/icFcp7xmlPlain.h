@@ -37,13 +37,6 @@ struct GeneratorKind
 };
 const GeneratorKind* generatorOf(std::string_view effectId);
 
-/// Record time of an item with what its transitions show of it.
-struct Extent
-{
-    double start;
-    double end;
-};
-Extent extentOf(const Item& item);
 bool isSound(const Track& track);
 void sizeOf(const DmCompositionNode& composition, int& width, int& height);
 
@@ -74,8 +67,8 @@ private:
     void marker(pugi::xml_node parent, const DmCueMark& mark, double origin, double ratio);
     pugi::xml_node transition(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item);
     pugi::xml_node clip(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item);
-    void effects(pugi::xml_node clip, const Sequence& sequence, const Item& item, double clipTime,
-                 double clipPerRecord);
+    void effects(pugi::xml_node clip, const Sequence& sequence, const Item& item, double clipTime, double clipPerRecord,
+                 double offset);
     pugi::xml_node filter(pugi::xml_node clip, const char* name, const char* id, bool isSound,
                           const DmEffectSettings& effect);
     void channels(pugi::xml_node clip, const Sequence& sequence, const DmEffectSettings& effect, const char* filter,

@@ -437,12 +437,8 @@ bool Maker::readClip(const Stage& stage, Entry& entry, Entry* before, const Entr
     entry.speed = speedOf(element);
     const double recordPerClip = stage.fps / entry.rate.fps();
     entry.in = numberOf(element, "in").value_or(0);
-    if (entry.in < 0)
-    {
-        if (entry.in != -1)
-            mistake(element, "an in-point before zero", "taken as zero");
+    if (entry.in == -1 && numberOf(element, "out").value_or(-1) == -1) // neither is set
         entry.in = 0;
-    }
     const double start = numberOf(element, "start").value_or(-1);
     const double end = numberOf(element, "end").value_or(-1);
     double out = numberOf(element, "out").value_or(-1);
@@ -892,6 +888,16 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     }
     if (const double nearest = std::round(relIn); mediaType != DM_MEDIA_AUDIO || std::abs(nearest - relIn) < 1e-3)
         relIn = std::abs(nearest - relIn) < 1e-3 ? nearest : relIn;
+    double before = 0; ///< the file's begin
+    if (relIn < 0)
+    {
+        warn(element, "plays from before its file begins, from frame " + timeText(relIn));
+        before = -relIn;
+        medium.begin -= before;
+        if (medium.length)
+            *medium.length += before;
+        relIn = 0;
+    }
     const double playedEnd = entry.speed.factor == 0 ? relIn + 1
                              : entry.speed.isKeyed   ? relIn
                                                      : relIn + length / stage.fps * fps * speed;
@@ -914,7 +920,7 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
         require(node->setMuted(true));
     addEffects(stage, *node, entry, medium, hint);
     for (const pugi::xml_node marker : element.children("marker"))
-        require(node->addSegmentMark(mark(marker, 0, fps / clipFps * speed)));
+        require(node->addSegmentMark(mark(marker, before, fps / clipFps * speed)));
 
     hint.media = (inside ? place : file).attribute("id").value();
     hint.isReference = !(inside ? place : file).first_child();
