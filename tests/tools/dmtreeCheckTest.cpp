@@ -55,3 +55,53 @@ TEST(DmtreeCheckJobs, ReportsKeepTheOrderOfTheFiles)
     }
     check({arguments, 2, expected});
 }
+
+TEST(DmtreeCheckFix, MendsSafelyOrAllAndLeavesNothingToMendAgain)
+{
+    const ZrTempDir directory;
+    const std::string safe = directory.path("safe.json");
+    const std::string all = directory.path("all.json");
+    const std::string again = directory.path("again.json");
+    const std::string cut = mistakes + ": mended: slice macro, V1, 10:00:08:12: ... [DM103]\n";
+    const CommandCase cases[] = {
+        {{"check", "--fix", "-o", safe, mistakes},
+         1,
+         cut + mistakes + ": error: crate drop, ... [DM201]\n...1 violation\n"},
+        {{"check", "--unsafe-fixes", "-o", all, mistakes},
+         0,
+         mistakes + ": mended: crate drop, ...\n" + cut + "...valid\n"},
+        {{"check", "--unsafe-fixes", "-o", again, all},
+         0,
+         all + ": warning: V1, 10:00:07:17: ...[DM304]\n" + all + ": valid\n"},
+        {{"check", "--fix", mistakes}, 2, "", "...--fix requires -o..."},
+        {{"check", "--fix", "-o", safe, mistakes, mistakes}, 2, "", "...one FILE..."},
+    };
+    for (const CommandCase& row : cases)
+        check(row);
+    EXPECT_EQ(ZrTempDir::read(all), ZrTempDir::read(again));
+}
+
+TEST(DmtreeCheckConfig, IsThatOfTheNearestFolderAndNamesItsMistakes)
+{
+    const ZrTempDir directory;
+    const CommandCase cases[] = {
+        {{"ignore = [\"structure\", 'beyond-material']\n"}, 0, mistakes + ": valid\n"},
+        {{"ignore = ['DM2']\nfail-on-warning = true\n"}, 1, "...[DM103]...1 violation\n"},
+        {{"[per-path]\n'*with-mistakes*' = ['all']\n"}, 0, mistakes + ": valid\n"},
+        {{"[per-path]\n'*without*' = ['all']\n"}, 1, "...2 violations\n"},
+        {{"start-label = '10:00:00:01'\nselect = ['start-label']\n"},
+         0,
+         "...begins at 10:00:00:00 instead of 10:00:00:01..."},
+        {{"handels = 5\n"}, 2, "", "....dmtree.toml:1: nobody asks for \"handels\"\n"},
+        {{"\nhandles = 'five'\n"}, 2, "", "....dmtree.toml:2: this is not a number\n"},
+        {{"handles = -1\n"}, 2, "", "....dmtree.toml:1: this is not 0 or more\n"},
+        {{"ignore = 'DM2'\n"}, 2, "", "....dmtree.toml:1: this is no list of texts\n"},
+        {{"ignore = ['DM2\n"}, 2, "", "....dmtree.toml:1: ..."},
+    };
+    for (const CommandCase& row : cases)
+    {
+        directory.write(".dmtree.toml", row.arguments.front());
+        check({{"check", mistakes}, row.exitCode, row.out, row.err}, {.directory = directory.path()});
+    }
+    check({{"check", "--no-config", commercial}, 0, commercial + ": valid\n"}, {.directory = directory.path()});
+}

@@ -164,7 +164,7 @@ TEST(DmtreeInfo, SaysWhatADocumentHolds)
            0,
            R"({"file":"-","identification":{},"compositions":[{"name":"untitled","rate":"25 fps",)"
            R"("start":"00:00:00:00","duration":"00:00:00:20","picture":"","videoTracks":1,"audioTracks":0,)"
-           R"("nested":false}],"media":[{"name":"","kind":"video","reel":"","path":"","uses":1}],"classes":{...)"},
+           R"("nested":false}],"media":[{"name":"","kind":"video","reel":"","path":"/a.mov","uses":1}],"classes":{...)"},
           {.input = layerOf(sourceOf(50, 0))});
 }
 

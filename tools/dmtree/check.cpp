@@ -1,4 +1,5 @@
 // dmtree check: what is wrong with documents and cut lists, for a person's eyes or for a job scheduler's.
+#include "checkConfig.h"
 #include "checkReport.h"
 #include "dmtree.h"
 #include "documents.h"
@@ -35,14 +36,21 @@ struct Options
     std::string form = "text";
     std::string explain;
     std::string fcm;
+    std::string config;
+    std::vector<std::pair<std::string, std::vector<std::string>>> perPath; ///< what is not looked for in which files
     DmFindingOptions rules;
     unsigned jobs = 1;
     bool repair = false;
+    bool fix = false;
+    bool unsafeFixes = false;
     bool json = false;
     bool lenient = false;
     bool statistics = false;
     bool failOnWarning = false;
     bool exitZero = false;
+    bool noConfig = false;
+
+    bool mends() const { return repair || fix || unsafeFixes; }
 };
 
 /// What reading had to say. A value that is not kept as it stands is a fault, unless that is asked for; what is taken
@@ -92,25 +100,38 @@ void addLines(const dmtree::Document& document, std::vector<DmFinding>& findings
             finding.line = found->second;
 }
 
-dmtree::FileReport checkFile(const std::string& file, const Options& options, const DmFindings& rules)
+void mend(DmRoot& root, const Options& options, const DmFindings& rules)
 {
+    eDmErrorId status = options.repair ? DmTreeTool::repairTimes(&root) : DM_NO_ERROR;
+    if (status == DM_NO_ERROR && (options.fix || options.unsafeFixes))
+        status = rules.mend(root, options.unsafeFixes ? DmRuleRun::Mending::Unsafe : DmRuleRun::Mending::Safe).status;
+    if (status != DM_NO_ERROR)
+        throw std::runtime_error("not all that was found could be mended");
+}
+
+dmtree::FileReport checkFile(const std::string& file, const Options& options)
+{
+    DmFindingOptions ofFile = options.rules;
+    for (const auto& [pattern, ignored] : options.perPath)
+        if (dmMatchesPattern(file, pattern))
+            ofFile.ignore.insert(ofFile.ignore.end(), ignored.begin(), ignored.end());
+    const DmFindings rules(std::move(ofFile));
     dmtree::FileReport report{file, {}, {}, {}};
     interchange::Options reading;
     reading.lenient = true; // a list with mistakes is checked, too
     reading.places = true;
     reading.fcm = dmtree::modeOf(options.fcm);
     dmtree::Document document = dmtree::openDocument(file, reading);
-    if (options.repair && !options.lenient)
+    if (options.mends() && !options.lenient)
         document.refuseChanges();
     report.error = document.what();
     if (!document.root)
         return report;
     addReading(document.findings, options, rules, report.findings);
     std::vector<DmFinding> found = rules.find(*document.root);
-    if (options.repair)
+    if (options.mends())
     {
-        if (DmTreeTool::repairTimes(document.root.get()) != DM_NO_ERROR)
-            throw std::runtime_error(file + ": not all times could be repaired");
+        mend(*document.root, options, rules);
         std::vector<DmFinding> left = rules.find(*document.root);
         for (DmFinding& each : found)
             if (std::ranges::find(left, each) == left.end())
@@ -136,9 +157,8 @@ int exitCodeOf(const dmtree::FileReport& report, const Options& options)
 class Jobs
 {
 public:
-    Jobs(const Options& options, const DmFindings& rules)
+    explicit Jobs(const Options& options)
         : _options(options)
-        , _rules(rules)
     {
         const std::size_t count = std::min<std::size_t>(options.jobs, options.files.size());
         for (std::size_t i = 0; count > 1 && i < count; ++i)
@@ -161,7 +181,7 @@ public:
     dmtree::FileReport take()
     {
         if (_threads.empty())
-            return checkFile(_options.files[_taken++], _options, _rules);
+            return checkFile(_options.files[_taken++], _options);
         std::unique_lock lock(_mutex);
         _changed.wait(lock, [this] { return _done.contains(_taken); });
         auto node = _done.extract(_taken++);
@@ -187,7 +207,7 @@ private:
             std::pair<dmtree::FileReport, std::exception_ptr> result;
             try
             {
-                result.first = checkFile(_options.files[mine], _options, _rules);
+                result.first = checkFile(_options.files[mine], _options);
             }
             catch (...)
             {
@@ -200,7 +220,6 @@ private:
     }
 
     const Options& _options;
-    const DmFindings& _rules;
     std::mutex _mutex;
     std::condition_variable _changed;
     std::size_t _next = 0;  ///< the file that is checked next
@@ -208,6 +227,36 @@ private:
     std::map<std::size_t, std::pair<dmtree::FileReport, std::exception_ptr>> _done;
     std::vector<std::thread> _threads;
 };
+
+/// Takes what the command line does not say from the configuration.
+void configure(const CLI::App& command, Options& options)
+{
+    const std::string path = options.noConfig         ? ""
+                             : options.config.empty() ? dmtree::findCheckConfig()
+                                                      : options.config;
+    if (path.empty())
+        return;
+    dmtree::CheckConfig config = dmtree::readCheckConfig(path);
+    const DmFindingOptions said = std::move(options.rules);
+    options.rules = std::move(config.rules);
+    if (!said.select.empty())
+        options.rules.select = said.select;
+    options.rules.ignore.insert(options.rules.ignore.end(), said.ignore.begin(), said.ignore.end());
+    options.rules.all = options.rules.all || said.all;
+    if (said.handles)
+        options.rules.handles = said.handles;
+    if (command.count("--media-root") != 0)
+        options.rules.mediaRoot = said.mediaRoot;
+    options.failOnWarning = options.failOnWarning || config.failOnWarning;
+    options.perPath = std::move(config.perPath);
+    for (const auto& [pattern, ignored] : options.perPath)
+    {
+        DmFindingOptions words;
+        words.ignore = ignored;
+        if (const std::vector<std::string> unknown = DmFindings(words).unknownWords(); !unknown.empty())
+            throw std::runtime_error(path + ": there is no rule and no group \"" + unknown.front() + '"');
+    }
+}
 
 int checkAll(const Options& options)
 {
@@ -228,7 +277,7 @@ int checkAll(const Options& options)
         options.statistics ? dmtree::statisticsPrinter()
                            : dmtree::checkPrinter(options.json ? "json" : options.form, rules, colour);
     int worst = dmtree::Fine;
-    Jobs jobs(options, rules);
+    Jobs jobs(options);
     printer->begin(std::cout);
     for (std::size_t i = 0; i < options.files.size(); ++i)
     {
@@ -258,20 +307,28 @@ void dmtree::addCheck(CLI::App& app, Run& run)
     command->add_option("--handles", options->rules.handles, "Ask for N frames of material beside each shot")
         ->type_name("N")
         ->check(CLI::NonNegativeNumber);
+    command->add_option("--media-root", options->rules.mediaRoot, "Look whether the files of sources are in a folder")
+        ->type_name("DIR")
+        ->check(CLI::ExistingDirectory);
     command->add_option("--fcm", options->fcm, std::string("The mode of lists that do not say theirs: ") + modeHelp)
         ->type_name("MODE")
         ->check(checkMode);
-    CLI::Option* const repair =
-        command->add_flag("--repair", options->repair, "Repair the times of sources and write the document to OUT");
-    CLI::Option* const output =
-        command->add_option("-o,--output", options->output, "Where to; may be FILE itself")->type_name("OUT");
-    repair->needs(output);
-    output->needs(repair);
+    command->add_flag(
+        "--fix", options->fix,
+        "Mend what can be mended with every frame that plays left as it is, and write the document to OUT");
+    command->add_flag("--unsafe-fixes", options->unsafeFixes, "Mend all that can be mended, and write it to OUT");
+    command->add_flag("--repair", options->repair, "Repair the times of sources and write the document to OUT");
+    command->add_option("-o,--output", options->output, "Where to; may be FILE itself")->type_name("OUT");
     dmtree::addLenient(*command, options->lenient);
     command->add_flag("--json", options->json, "Print one JSON object a file, on one line");
     command->add_option("--output-format", options->form, "text, json (as --json), github or sarif")
         ->type_name("FORM")
         ->check(CLI::IsMember({"text", "json", "github", "sarif"}));
+    CLI::Option* const config =
+        command->add_option("--config", options->config, "The configuration, instead of .dmtree.toml")
+            ->type_name("TOML")
+            ->check(CLI::ExistingFile);
+    command->add_flag("--no-config", options->noConfig, "Read no configuration")->excludes(config);
     command->add_flag("--statistics", options->statistics, "Count the findings of each rule instead of naming them");
     command->add_flag("--fail-on-warning", options->failOnWarning, "Exit with 1 for warnings, too");
     command->add_flag("--exit-zero", options->exitZero, "Exit with 0 whatever is found");
@@ -286,19 +343,31 @@ void dmtree::addCheck(CLI::App& app, Run& run)
         "  FILE: unreadable: WHY\n"
         "Violations are errors: a broken structure, times that cannot be played. A value of a document that "
         "would not be\n"
-        "kept as it stands is one; with --repair such a document is not opened. With --lenient it is a "
-        "warning.\n"
-        "With --repair, the findings are those of the document that was written.\n"
+        "kept as it stands is one; such a document is not mended. With --lenient it is a warning.\n"
+        "With --fix, --unsafe-fixes and --repair, what was mended is told, and the findings are those of the "
+        "document that was\n"
+        "written. It is a document, whatever the format of FILE.\n"
+        "What the command line does not say, the file .dmtree.toml of this folder, or of the nearest one "
+        "above it, says.\n"
         "Exit code: 0, or 1 when there was an error, or 2 when a file was unreadable.");
     command->callback(
-        [&run, options]
+        [&run, options, command]
         {
             if (options->explain.empty() && options->files.empty())
                 throw CLI::RequiredError("FILE");
-            if (options->repair && options->files.size() > 1)
-                throw CLI::ValidationError("--repair takes one FILE");
-            if (options->repair && options->output == "-")
-                throw CLI::ValidationError("--repair writes to a file: standard output has the report");
-            run = [options] { return checkAll(*options); };
+            const char* const mending = options->repair ? "--repair" : options->fix ? "--fix" : "--unsafe-fixes";
+            if (options->mends() && options->output.empty())
+                throw CLI::RequiresError(mending, "-o");
+            if (!options->mends() && !options->output.empty())
+                throw CLI::RequiresError("-o", "--fix, --unsafe-fixes or --repair");
+            if (options->mends() && options->files.size() > 1)
+                throw CLI::ValidationError(std::string(mending) + " takes one FILE");
+            if (options->mends() && options->output == "-")
+                throw CLI::ValidationError(std::string(mending) + " writes to a file: standard output has the report");
+            run = [options, command]
+            {
+                configure(*command, *options);
+                return checkAll(*options);
+            };
         });
 }
