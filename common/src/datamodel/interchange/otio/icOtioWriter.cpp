@@ -84,6 +84,7 @@ struct Item
     const DmTreeNode* node;       ///< on the layer
     const DmSegmentNode* segment; ///< itself, or the one that travels with a gap; null for a transition
     const DmTrxEffectNode* mix;   ///< null for a segment
+    int index = 0;                ///< on the layer
     std::vector<const DmTreeNode*> before;
     double start = 0;  ///< in record time
     double length = 0; ///< as it is written
@@ -125,7 +126,7 @@ Layout layoutOf(const DmLayerNode& layer, double origin)
             ++layout.others;
             continue;
         }
-        Item item{node, dynamic_cast<const DmSegmentNode*>(node), dynamic_cast<const DmTrxEffectNode*>(node), {}};
+        Item item{node, dynamic_cast<const DmSegmentNode*>(node), dynamic_cast<const DmTrxEffectNode*>(node), i, {}};
         if (item.segment && node->whatIs() == DM_GAP_NODE)
             if (const auto* const attached = dynamic_cast<const DmSegmentNode*>(node->getBaseBlob()))
                 item.segment = attached;
@@ -250,16 +251,19 @@ private:
     void composition(const DmCompositionNode& node, const std::string& path, const DmRoot* root);
     void tracks(Stage& stage);
     void track(Stage& stage, const DmTrackNode& node, const std::string& path);
-    void layer(Stage& stage, const DmTrackNode& track, const Layout& layout, const std::string& path, double origin);
+    /// `path`: of the layer.
+    void layer(Stage& stage, const DmTrackNode& track, const Layout& layout, const std::string& path);
     void hole(double length, Trim trim);
-    void element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index);
+    void element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index,
+                 const std::string& path);
     void container(const DmContainerNode& node, Value made, Value own, const Form& form, const std::string& path);
     /// What stands in front of an item, or behind the last, where that is not the usual.
     void tellBetween(Value& own, const char* name, const std::vector<const DmTreeNode*>& nodes,
                      const DmTreeNode* previous, const DmTreeNode* next, eDmTreeMediaType mediaType, double time);
     void add(Value& own, const char* name, Value value);
     double insideLength(const DmCompositionNode& composition, double origin, DM::FrameCodeModes fcm) const;
-    void warn(Stage& stage, const DmTrackNode& track, const Item& item);
+    void lose(const Loss& loss, Stage& stage, const DmTrackNode& track, const Item& item, const std::string& path);
+    void warn(Stage& stage, const DmTrackNode& track, const Item& item, const std::string& path);
     bool chooseMode(const DmCompositionNode& node);
 
     DM::FrameCodeModes _fcm;
@@ -520,12 +524,13 @@ void Maker::track(Stage& stage, const DmTrackNode& node, const std::string& path
         }
         else
             add(own, "isEmpty", Value(true));
+        const std::string layerPath = path + "/children[" + std::to_string(index) + ']';
         if (form.isImplied && isBase && own.IsNull() && layout.items.size() == 1 && layout.items[0].hole == 0)
-            return layer(stage, node, layout, path, stage.origin);
+            return layer(stage, node, layout, layerPath);
         setOwn(object, std::move(own));
         if (layerNode)
             letHaveChildren(object, *layerNode);
-        write(object, "children", [&] { layer(stage, node, layout, path, stage.origin); });
+        write(object, "children", [&] { layer(stage, node, layout, layerPath); });
     };
     writeLayer(base);
     for (int i = 0; i < node.getNbChildren(); ++i)
@@ -558,34 +563,34 @@ void Maker::hole(double length, Trim trim)
     write(gap);
 }
 
-void Maker::layer(Stage& stage, const DmTrackNode& track, const Layout& layout, const std::string& path, double origin)
+void Maker::layer(Stage& stage, const DmTrackNode& track, const Layout& layout, const std::string& path)
 {
-    static_cast<void>(origin);
-    static_cast<void>(path);
     for (std::size_t i = 0; i < layout.items.size(); ++i)
     {
         const bool isLeaf = !layout.items[i].segment || layout.items[i].segment->whatIs() != DM_CONTAINER_NODE;
         Allocator& outer = allocator();
         if (isLeaf)
             _parts.setAllocator(_leaf);
-        element(stage, track, layout, i);
+        element(stage, track, layout, i, path);
         _parts.setAllocator(outer);
         if (isLeaf)
             _leaf.Clear();
     }
 }
 
-void Maker::warn(Stage& stage, const DmTrackNode& track, const Item& item)
+void Maker::lose(const Loss& loss, Stage& stage, const DmTrackNode& track, const Item& item, const std::string& path)
 {
-    _report.at({item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix,
-                track.getMediaType(),
-                track.getTrackNum(),
-                stage.composition.getLabelTime(item.start),
-                stage.fcm,
-                {}});
+    _report.at({item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix, track.getMediaType(),
+                track.getTrackNum(), stage.composition.getLabelTime(item.start), stage.fcm,
+                path + "/children[" + std::to_string(item.index) + ']'});
+    _report.lose(loss);
+}
+
+void Maker::warn(Stage& stage, const DmTrackNode& track, const Item& item, const std::string& path)
+{
     if (item.mix &&
         textOf(&static_cast<const Value&>(_parts.transition(*item.mix)), "transition_type") == "Custom_Transition")
-        _report.lose(otherMix);
+        lose(otherMix, stage, track, item, path);
     bool hasSpeed = false;
     bool hasLook = false;
     if (item.segment)
@@ -597,11 +602,12 @@ void Maker::warn(Stage& stage, const DmTrackNode& track, const Item& item)
             hasSpeed = hasSpeed || isSpeed;
             hasLook = hasLook || isLook;
             if (effect && !isSpeed && !isLook)
-                _report.lose(hiddenEffect);
+                lose(hiddenEffect, stage, track, item, path);
         }
 }
 
-void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index)
+void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index,
+                    const std::string& path)
 {
     const Item& item = layout.items[index];
     const auto mixAt = [&](std::size_t at) { return at < layout.items.size() ? layout.items[at].mix : nullptr; };
@@ -613,9 +619,9 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     const auto tailBefore = [](const DmTrxEffectNode* mix) { return mix ? mix->getRelIn() : 0.0; };
     if (item.hole > 0)
         hole(item.hole, {headBehind(index > 0 ? mixAt(index - 1) : nullptr), tailBefore(item.mix)});
-    warn(stage, track, item);
+    warn(stage, track, item, path);
     if (std::ranges::find(layout.covered, index) != layout.covered.end())
-        _report.lose(overlap);
+        lose(overlap, stage, track, item, path);
 
     Value difference;
     Value own;
@@ -654,7 +660,7 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     _keep.tell(own, segment, read, object);
     if (container)
         return this->container(*container, std::move(object), std::move(own), form,
-                               stage.path + '/' + std::to_string(index));
+                               path + "/children[" + std::to_string(item.index) + "]/composition");
     setOwn(object, std::move(own));
     write(object);
 }
@@ -703,7 +709,7 @@ void Maker::container(const DmContainerNode& node, Value object, Value own, cons
                   tracks(stage);
               else if (const int base = only ? baseLayerOf(*only) : -1; base >= 0)
                   layer(stage, *only, layoutOf(static_cast<const DmLayerNode&>(*only->getChild(base)), stage.origin),
-                        "", stage.origin);
+                        path + "/children[0]/children[" + std::to_string(base) + ']');
           });
     --_depth;
     _items.setMode(outer);
