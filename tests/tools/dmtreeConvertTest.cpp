@@ -60,7 +60,7 @@ TEST_F(DmtreeConvert, NamesMistakesAndLeavesTheOutputAsItWas)
         {{"wrong.json", "there.edl"}, "wrong.json:2:1: JSON parse error : ..."},
         {{"none.json", "there.edl"}, "none.json: the document holds no composition\n"},
         {{"absent.edl", "there.json"}, "absent.edl: No such file or directory\n"},
-        {{"list.edl", "there.xml"}, "...list.edl: there.xml: the extension names no format that there is; ..."},
+        {{"list.edl", "there.mov"}, "...list.edl: there.mov: the extension names no format that there is; ..."},
         {{"list", "there.json"}, "list: No such file or directory\n"},
         {{"--fcm", "25 fps", "list.edl", "no/where.edl"}, "list.edl: no/where.edl: No such file or directory\n"},
         {{"--fcm", "26 fps", "list.edl", "there.json"}, "--fcm: '26 fps' is no frame-code mode. ..."},
