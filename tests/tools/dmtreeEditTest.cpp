@@ -33,6 +33,23 @@ TEST(DmtreeEdit, EditsSeveralTimesInARow)
     EXPECT_NE(dumped(out).find("\"slice macro\" 10:00:08:00"), std::string::npos);
 }
 
+TEST(DmtreeEdit, LeavesUnlockedTracksAndFitsFourPoints)
+{
+    const ZrTempDir dir;
+    const std::string out = dir.path("out.json");
+    // Of both sound tracks: else material of theirs would be taken out.
+    check({{"edit", soda, "-o", out, "ripple", "V1@10:00:07:00", "tail", "-12"}, 2, "", "...would take material..."});
+    check({{"edit", soda, "-o", out, "--unlocked", "A1,A2", "ripple", "V1@10:00:07:00", "tail", "-12"}, 0});
+    EXPECT_NE(dumped(out).find("\"slice macro\" 10:00:08:00"), std::string::npos);
+    check({{"edit", soda, "-o", out, "--unlocked", "A9", "slip", "V1@10:00:07:00", "1"}, 2, "", "...no such track..."});
+    const std::vector<std::string> fill{"fill", "V1@10:00:08:00", "10:00:09:00", "V1@10:00:07:00", "0", "50"};
+    std::vector<std::string> words{"edit", soda, "-o", out, "--fit"};
+    words.insert(words.end(), fill.begin(), fill.end());
+    check({words, 0});
+    check({{"check", "--all", out}, 0, "..."});
+    EXPECT_NE(dumped(out).find("\"crate drop\" 10:00:08:00 - 10:00:09:00"), std::string::npos) << dumped(out);
+}
+
 TEST(DmtreeEdit, RefusesWithTheReasonAndWritesNothing)
 {
     const ZrTempDir dir;

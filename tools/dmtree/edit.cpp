@@ -41,6 +41,7 @@ struct Options
     bool unlinked = false;
     bool unsynced = false;
     bool shorten = false;
+    std::string unlockedTracks;
 };
 
 using Words = std::vector<std::string>;
@@ -322,12 +323,12 @@ const Operation operations[] = {
          const Room::At at = r.at(w[1]);
          return r.edit().move(r.segment(w[0]), at.layer, at.time);
      }},
-    {"fill", 4, 4, "AT OUT SEGMENT SOURCE-IN", "fill V1@01:00:02:00 01:00:03:00 V1@01:00:08:00 25",
+    {"fill", 4, 5, "AT OUT SEGMENT SOURCE-IN [SOURCE-OUT]", "fill V1@01:00:02:00 01:00:03:00 V1@01:00:08:00 25",
      [](const Room& r, const Words& w)
      {
          const Room::At at = r.at(w[0]);
          return r.edit().fill(at.layer, r.material(w[2], at.layer), at.time, r.time(w[1]), Room::number(w[3]),
-                              dmNoTime);
+                              w.size() > 4 ? Room::number(w[4]) : dmNoTime);
      }},
     {"dissolve", 2, 3, "SEAM LENGTH [begins|centred|ends]", "dissolve V1@01:00:04:00 12 centred",
      [](const Room& r, const Words& w) { return onSeam(r, w, nullptr); }},
@@ -521,7 +522,9 @@ int edit(const Options& given)
     {
         try
         {
-            status = step.operation->run(Room(session, options), step.arguments);
+            const Room room(session, options);
+            session.options().unlockedTracks = room.tracks(options.unlockedTracks);
+            status = step.operation->run(room, step.arguments);
         }
         catch (const std::exception& error)
         {
@@ -583,9 +586,14 @@ void dmtree::addEdit(CLI::App& app, Run& run)
     command->add_flag("--by-medium", options->edit.linkByMedium,
                       "Take picture and sound of one medium that are in sync for linked");
     command->add_flag("--no-sync", options->unsynced, "Leave the other tracks where they are");
+    command->add_option("--unlocked", options->unlockedTracks,
+                        "Leave these tracks where they are, separated by commas");
     command->add_flag("--cut-synced", options->edit.cutSynced, "Close up on the other tracks whatever plays there");
     command->add_flag("--shorten", options->shorten, "Shorten a transition that an edit meets, instead of a cut");
     command->add_flag("--insert", options->edit.insert, "Moves and fills push what is there, instead of replacing it");
+    command->add_flag("--fit", options->edit.fit, "A fill with four points changes the speed");
+    command->add_flag("--keys-follow", options->edit.keysFollow,
+                      "Keys move with the picture when a segment is slipped");
     command->add_flag("--keep-frames", options->edit.keepFrames, "Another speed changes the length");
     command->add_flag("--ripple", options->edit.ripple, "And pulls what is behind along");
     addLenient(*command, options->lenient);

@@ -282,3 +282,63 @@ TEST(EditQuestions, AnswerAsTheOperationWouldAndLeaveNoTrace)
     ASSERT_TRUE(edit.roll(at(1), 1).ok());
     EXPECT_FALSE(edit.can().roll(at(1), 1).ok()) << "about the session as it is now";
 }
+
+TEST(EditModes, AmountsAreTheCompositionsFramesMaterialCountsItsOwn)
+{
+    // Of the material's 25, a frame is two of 50.
+    const struct
+    {
+        const char* name;
+        const wchar_t* fcm;
+        const char* before;
+        const char* materials;
+        std::function<DmStatus(DmEdit&)> operation;
+        const char* after;
+        const char* positions;
+    } cases[] = {
+        {"head trim", L"50 fps", "AAAA|BBBBBB", "B3/20", [](DmEdit& e) { return e.trim(at(2), DM_HEAD, 4); },
+         "AAAA|----|BB", "A0 B5"},
+        {"handles", L"50 fps", "AAAA|BBBB", "A0/4 B3/20", [](DmEdit& e) { return e.roll(at(1), 5); }, "! there are 3",
+         ""},
+        {"half a frame of the material", L"50 fps", "AAAA|BBBBBB", "B3/20", [](DmEdit& e) { return e.roll(at(1), 1); },
+         "AAAAA|BBBBB", "A0 B3.5"},
+        {"split", L"50 fps", "AAAAAA", "A3/20", [](DmEdit& e) { return e.split(layer(), 2); }, "AA|AAAA", "A3 A4"},
+        {"labels that drop frames", L"29.97 fps DF", "AAAA|BBBB", "",
+         [](DmEdit& e) { return e.trim(at(0), DM_TAIL, 1); }, "! \"B\" at 00:00:00;04", ""},
+        {"a refusal in the composition's own labels", L"25 fps", "AAAA|BBBB", "",
+         [](DmEdit& e) { return e.trim(at(0), DM_TAIL, 1); }, "! \"B\" at 00:00:00:04", ""},
+    };
+    for (const auto& each : cases)
+    {
+        SCOPED_TRACE(each.name);
+        DmEdit edit(timeline(each.before, each.materials, false, each.fcm));
+        const DmStatus status = each.operation(edit);
+        if (each.after[0] == '!')
+        {
+            EXPECT_NE(dmUtf8(status.info()).find(each.after + 2), std::string::npos) << dmUtf8(status.info());
+            continue;
+        }
+        ASSERT_TRUE(status.ok()) << dmUtf8(status.info());
+        EXPECT_EQ(draw(edit.timeline()), each.after);
+        EXPECT_EQ(positions(edit.timeline()), each.positions);
+        EXPECT_TRUE(DmTreeTool::findViolations(edit.timeline().composition(), DM_VALIDATE_ALL).empty());
+    }
+}
+
+TEST(EditModes, SubFramesAreKeptAndLabelsCountFromTheStart)
+{
+    const auto root = zrDrawing::tree("AAAA|BBBB", "A3/20 B3/20");
+    auto* const composition = static_cast<DmCompositionNode*>(root->getChild(0));
+    ASSERT_EQ(composition->setStartTC(90000, L"25 fps"), DM_NO_ERROR);
+    DmEdit edit(DmTimeline::publish(root));
+    const DmStatus status = edit.can().trim(at(0), DM_TAIL, 1);
+    EXPECT_NE(dmUtf8(status.info()).find("\"B\" at 01:00:00:04"), std::string::npos) << dmUtf8(status.info());
+    ASSERT_TRUE(edit.roll(at(1), 0.5).ok());
+    EXPECT_EQ(edit.timeline().recOut(at(0)), 4.5);
+    EXPECT_EQ(edit.timeline().element(at(2))->asSegment()->getRelIn(), 3.5);
+    EXPECT_FALSE(edit.insert(layer(), 0.25, five()).ok()) << "less than half a frame would be left";
+    EXPECT_TRUE(edit.insert(layer(), 1.25, five()).ok());
+    EXPECT_EQ(edit.timeline().recIn(at(4)), 6.25);
+    EXPECT_EQ(edit.timeline().element(at(4))->asSegment()->getRelIn(), 4.25);
+    EXPECT_TRUE(DmTreeTool::findViolations(edit.timeline().composition(), DM_VALIDATE_ALL).empty());
+}

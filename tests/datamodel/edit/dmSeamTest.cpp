@@ -105,6 +105,18 @@ TEST(EditPieces, ReplaceSwapMoveFill)
          "AA|XXXX|AA", "A0 X6 A6"},
         {"four points", "AAAAAAAA", "", [](DmEdit& e) { return e.fill(layer(), five(), 2, 6, 7, 9); }, "AA|XXXX|AA",
          "A0 X7 A6"},
+        {"four points that fit",
+         "AAAAAAAA",
+         "",
+         [](DmEdit& e)
+         {
+             const DmStatus status = e.fill(layer(), five(), 2, 6, 7, 9);
+             EXPECT_EQ(DmPlayed(*e.timeline().element(at(2))->asSegment(), DM::FCM_25).frameAt(5), 8.0);
+             return status;
+         },
+         "AA|XXXX|AA",
+         "A0 X7 A6",
+         {.fit = true}},
         {"two points", "AAAAAAAA", "", [](DmEdit& e) { return e.fill(layer(), five(), 2, dmNoTime, 7, dmNoTime); },
          "! Three points", ""},
     });

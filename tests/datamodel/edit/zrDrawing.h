@@ -114,10 +114,12 @@ inline CoSharedPtr<DmLayerNode> layerOf(const std::string& line, const std::map<
     return builder.finish();
 }
 
-/// A composition at 25 fps that counts from 0. `linked`: shots of one letter, in upper and in lower case, are linked.
-inline CoSharedPtr<DmRoot> tree(const std::string& drawing, const std::string& materials = "", bool linked = false)
+/// A composition that counts from 0; its material is at 25 fps. `linked`: shots of one letter, in upper and in lower
+/// case, are linked.
+inline CoSharedPtr<DmRoot> tree(const std::string& drawing, const std::string& materials = "", bool linked = false,
+                                const wchar_t* fcm = L"25 fps")
 {
-    const auto composition = DmCompositionNode::create(L"cut", L"25 fps", nullptr);
+    const auto composition = DmCompositionNode::create(L"cut", fcm, nullptr);
     std::istringstream lines(drawing);
     int number = 0;
     double length = 0.0;
@@ -135,9 +137,10 @@ inline CoSharedPtr<DmRoot> tree(const std::string& drawing, const std::string& m
     return root;
 }
 
-inline DmTimeline timeline(const std::string& drawing, const std::string& materials = "", bool linked = false)
+inline DmTimeline timeline(const std::string& drawing, const std::string& materials = "", bool linked = false,
+                           const wchar_t* fcm = L"25 fps")
 {
-    return DmTimeline::takeOver(tree(drawing, materials, linked));
+    return DmTimeline::takeOver(tree(drawing, materials, linked, fcm));
 }
 
 inline std::string draw(const DmTimeline& timeline)

@@ -124,7 +124,14 @@ inline std::string run(Source& source, int steps)
         double from = 0.0;
         double to = end + 100.0;
         double shift = dmNoTime; // what the end of the layer moved by, unless the operation says
-        const int kind = static_cast<int>(source.below(11));
+        const int other = static_cast<int>(source.below(static_cast<unsigned>(count) + 1));
+        // With the transitions beside it, which play its frames.
+        const auto lastOut = [&](int index) {
+            return count > 0 ? before.recOut({0, 0, std::min(index, count - 1)}) : 0.0;
+        };
+        const double reachIn = before.recIn({0, 0, std::max(0, element.index - 1)});
+        const double reachOut = lastOut(element.index + 1);
+        const int kind = static_cast<int>(source.below(25));
         DmStatus status;
         switch (kind)
         {
@@ -187,6 +194,86 @@ inline std::string run(Source& source, int steps)
             to = out + 8;
             shift = 0.0;
             break;
+        case 10:
+            status = edit.rippleTrim(element, DM_HEAD, by);
+            from = reachIn;
+            to = in; // and what is taken off
+            break;
+        case 11:
+            status = edit.trim(element, DM_TAIL, by);
+            from = out - 8;
+            to = out + 8;
+            shift = out == end ? std::max(0.0, edit.timeline().recOut({0, 0, element.index}) - end) : 0.0;
+            break;
+        case 12:
+            status = edit.slide(element, by);
+            from = before.recIn({0, 0, std::max(0, element.index - 3)});
+            to = lastOut(element.index + 3);
+            shift = 0.0;
+            break;
+        case 13:
+            status = edit.join(element);
+            from = to = in;
+            shift = 0.0;
+            break;
+        case 14:
+            status = edit.replace(element, fresh);
+            from = reachIn;
+            to = reachOut;
+            shift = 0.0;
+            break;
+        case 15:
+            status = edit.swap(element, {0, 0, other});
+            from = before.recIn({0, 0, std::max(0, std::min(element.index, other) - 1)});
+            to = lastOut(std::max(element.index, other) + 1);
+            shift = 0.0;
+            break;
+        case 16:
+            status = edit.move(element, {0, 0}, time);
+            shift = std::max(0.0, time + out - in - end);
+            from = 0.0; // two places at least
+            break;
+        case 17:
+            status = edit.fill({0, 0}, fresh, time, time + length, 4, dmNoTime);
+            from = time;
+            to = time + length;
+            shift = std::max(0.0, time + length - end);
+            break;
+        case 18:
+            status = edit.speed(element, by / 2.0);
+            from = reachIn;
+            to = reachOut;
+            shift = 0.0;
+            break;
+        case 19:
+            status = edit.freeze(element, in + source.below(4));
+            from = reachIn;
+            to = reachOut;
+            shift = 0.0;
+            break;
+        case 20:
+            status = edit.reverse(element);
+            from = reachIn;
+            to = reachOut;
+            shift = 0.0;
+            break;
+        case 21:
+            status = edit.extractSegment(element);
+            from = in;
+            to = out;
+            shift = in - out;
+            break;
+        case 22:
+            status = edit.liftSegment(element);
+            from = in;
+            to = out;
+            shift = 0.0;
+            break;
+        case 23:
+            status = edit.dropTransitions();
+            from = to = 0.0;
+            shift = 0.0;
+            break;
         default:
             status = edit.cut(element);
             from = in;
@@ -203,6 +290,8 @@ inline std::string run(Source& source, int steps)
         const DmTimeline after = edit.timeline();
         if (shift == dmNoTime)
             shift = edit.changes().empty() ? 0.0 : edit.changes().front().shift;
+        if (kind == 10)
+            to = in - std::min(0.0, shift);
         if (const std::string why = broken(before, after, kind, from, to, shift); !why.empty())
             return why;
         history.add(L"step", edit);

@@ -73,6 +73,8 @@ struct ZR_DM_API DmEditOptions
     bool keepFrames = false;
     /// And pulls what is behind along.
     bool ripple = false;
+    /// An edit inside a container changes this use only, not all uses of its composition.
+    bool ownComposition = false;
     /// With four points, fits the source range into the record range.
     bool fit = false;
 };
@@ -180,6 +182,11 @@ public:
                          const CoSharedPtr<DmKeyFrame>& key);
     /// Any change to one element but its times: the function gets a copy to change, and its status decides.
     DmStatus change(const DmElementPlace& element, const std::function<eDmErrorId(DmTreeNode&)>& how);
+
+    /// Edits the composition that a container plays: the function gets a session about it, and a status of it that is
+    /// not ok refuses all. Every container of that composition plays the new one, unless options say otherwise. None
+    /// may be left without frames that it plays.
+    DmStatus inside(const DmElementPlace& container, const std::function<DmStatus(DmEdit& session)>& edits);
 
     // Whole timelines.
 

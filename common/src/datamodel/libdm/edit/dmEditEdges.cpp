@@ -41,6 +41,7 @@ DmStatus DmEdit::trim(const DmElementPlace& segment, eDmEdge edge, double by)
                     if (!atEnd && !lane.isGap(neighbour))
                         dmRefuse("%s is in the way; a roll moves the seam, a ripple trim pushes it.",
                                  neighbour < 0 ? "The begin of the layer" : lane.called(neighbour).c_str());
+                    lane.needFrames(each.index);
                     const DmPlayedBeside sides = lane.beside(each.index);
                     const double inTransition = tail ? sides.behind : sides.before;
                     if (!atEnd)
@@ -151,6 +152,8 @@ DmStatus DmEdit::rippleTrim(const DmElementPlace& segment, eDmEdge edge, double 
                 }
                 change.settle(lane.beside(each.index));
                 lane.put(each.index, each.index + 1, {own}, grows ? amount : -amount);
+                if (tail)
+                    lane.attachedFollows(each.index + 1, grows ? amount : -amount);
                 lane.tidy(each.index);
             }
             if (grows)
@@ -175,8 +178,9 @@ void rollOne(DmLane& lane, int seam, double by)
     rightChange.moveHead(by);
     leftChange.settle(lane.beside(seam - 1));
     rightChange.settle(lane.beside(seam + 1));
-    static_cast<void>(between->setRecIn(between->getRecIn() + by));
+    dmStandAt(*between, between->getRecIn() + by);
     lane.put(seam - 1, seam + 2, {left, between, right}, 0.0);
+    lane.attachedFollows(seam, by);
     lane.tidy(seam);
 }
 
@@ -257,6 +261,7 @@ DmStatus DmEdit::slip(const DmElementPlace& segment, double by)
                 change.slip(by > 0.0 ? amount : -amount, _imp->options().keysFollow);
                 change.settle(lane.beside(each.index));
                 lane.put(each.index, each.index + 1, {own}, 0.0);
+                lane.attachedFollows(each.index + 1, by > 0.0 ? amount : -amount);
             }
         });
 }
@@ -297,7 +302,7 @@ DmStatus DmEdit::slide(const DmElementPlace& segment, double by)
                     if (lane.transition(k))
                     {
                         const CoSharedPtr<DmTransitionNode> between = lane.own<DmTransitionNode>(k);
-                        static_cast<void>(between->setRecIn(between->getRecIn() + move));
+                        dmStandAt(*between, between->getRecIn() + move);
                         nodes.push_back(between);
                         continue;
                     }
@@ -313,6 +318,7 @@ DmStatus DmEdit::slide(const DmElementPlace& segment, double by)
                     nodes.push_back(own);
                 }
                 lane.put(i - 2, i + 3, nodes, 0.0);
+                lane.attachedFollows(i - 1, move);
                 lane.tidy(i);
             }
         });

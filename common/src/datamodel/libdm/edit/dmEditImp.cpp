@@ -240,6 +240,12 @@ void DmEdit::Imp::progress(double done) const
         dmRefuse("Cancelled.");
 }
 
+void DmEdit::Imp::progressOf(const DmLayerPlace& layer, int element, int count) const
+{
+    if (host && element % 256 == 0)
+        progress((layer.track + double(element) / count) / double(draft.value.tracks.size()));
+}
+
 /// "layerLength" and "compLength" follow the elements.
 void DmEdit::Imp::followLengths(const DmTimelineValue& before)
 {

@@ -6,6 +6,8 @@
 #include <new>
 #include <set>
 
+class DmRewrite;
+
 class DmEdit::Imp
 {
 public:
@@ -74,10 +76,12 @@ public:
 
     CoSharedPtr<DmCompositionNode> ownComposition() const;
     void setComposition(const CoSharedPtr<DmCompositionNode>& composition);
-    /// Changes a copy of the whole tree in place, and goes on with that.
-    void rewrite(const std::function<void(DmTreeNode& tree, DmCompositionNode& composition)>& how);
+    /// Throughout the tree; whether anything changed.
+    bool rewrite(DmRewrite& how);
     /// Whether the host goes on; else refuses.
     void progress(double done) const;
+    /// Of work that goes through the layers, element by element.
+    void progressOf(const DmLayerPlace& layer, int element, int count) const;
 
     /// Marks of the composition and of the layers go along when time opens at `time`, or closes in front of it.
     void shiftMarks(double time, double by);

@@ -152,6 +152,7 @@ DmStatus DmEdit::replace(const DmElementPlace& segment, const CoSharedPtr<DmSegm
             needMaterial(*own, _imp->draft.fcm, lane.beside(segment.index));
             DmSegmentChange(*own, _imp->draft.fcm, lane.beside(segment.index)).settle(lane.beside(segment.index));
             lane.put(segment.index, segment.index + 1, {own}, 0.0);
+            lane.dropAttached(segment.index + 1);
         });
 }
 
@@ -227,6 +228,7 @@ DmStatus DmEdit::swap(const DmElementPlace& a, const DmElementPlace& b)
                 const DmLane::Segment own = lane.ownSegment(index);
                 lane.change(own, index).settle(lane.beside(index));
                 lane.put(index, index + 1, {own}, 0.0);
+                lane.dropAttached(index + 1);
             }
         });
 }

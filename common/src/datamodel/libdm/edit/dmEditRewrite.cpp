@@ -1,37 +1,22 @@
-// Operations that touch every node, inside containers too: they change a copy of the tree in place and publish it.
+// Operations that reach every node, inside containers too, and share what they do not change.
 #include "dmEditImp.h"
+#include "dmRewriteImp.h"
 
 #include "dmContainerNode.h"
 #include "dmKeyFrame.h"
 #include "dmSetTools.h"
 #include "dmSourceInput.h"
 #include "dmStoredLabel.h"
-#include "dmTreeTool.h"
 #include "dmTrxEffectNode.h"
 #include "dmUtf8.h"
 #include "tuTimeUnit.h"
 
 #include <algorithm>
 #include <cmath>
-#include <unordered_set>
+#include <unordered_map>
 
 namespace
 {
-
-/// Calls `visit` for a set and for all that it holds, each once.
-template <class Visit>
-void forEachSet(DmPropertySet& set, std::unordered_set<const DmPropertySet*>& seen, const Visit& visit)
-{
-    if (set.isFrozen() || !seen.insert(&set).second)
-        return;
-    visit(set);
-    dmForEachHeld(set,
-                  [&](const DmPropertySetPtr& held)
-                  {
-                      forEachSet(*held, seen, visit);
-                      return true;
-                  });
-}
 
 bool isOneOf(const DmString& name, std::initializer_list<std::wstring_view> names)
 {
@@ -64,10 +49,11 @@ private:
 class Redaction
 {
 public:
-    void operator()(DmPropertySet& set)
+    bool operator()(DmPropertySet& set)
     {
         const bool isEffect = dynamic_cast<DmEffectSettings*>(&set) != nullptr;
         const bool isChannel = dynamic_cast<DmChannel*>(&set) != nullptr;
+        bool any = false;
         const DmPropertySetData& data = set.classData();
         for (int i = 0; i < data.size(); ++i)
         {
@@ -79,15 +65,19 @@ public:
                     continue;
                 const DmString now = isChannel ? channelText(def._name, was) : text(set, def._name, was, isEffect);
                 if (now != was)
-                    static_cast<void>(set.setPropertyValue(i, def._type, &now));
+                    any = set.setPropertyValue(i, def._type, &now) == DM_NO_ERROR || any;
             }
-            else if (def._type == DM_VECTOR_STRING)
-                static_cast<void>(set.clearList(i, DM_VECTOR_STRING));
+            else if (int size = 0; def._type == DM_VECTOR_STRING &&
+                                   set.getListSize(i, DM_VECTOR_STRING, size) == DM_NO_ERROR && size > 0)
+                any = set.clearList(i, DM_VECTOR_STRING) == DM_NO_ERROR || any;
         }
         if (auto* const node = dynamic_cast<DmTreeNode*>(&set); node && node->getBaseBlob())
-            static_cast<void>(node->setBaseBlob(nullptr));
+            any = node->setBaseBlob(nullptr) == DM_NO_ERROR || any;
         if (auto* const media = dynamic_cast<DmSourceNode::MediaInput*>(&set))
-            redactEntries(*media);
+            any = redactEntries(*media) || any;
+        if (auto* const layer = dynamic_cast<DmLayerNode*>(&set))
+            any = redactMarks(*layer) || any;
+        return any;
     }
 
 private:
@@ -130,13 +120,28 @@ private:
         return DmString(std::wstring_view(id));
     }
 
-    static void redactEntries(DmSourceNode::MediaInput& media)
+    static bool redactEntries(DmSourceNode::MediaInput& media)
     {
+        bool any = false;
         for (int i = media.getExtraDataDictionary().count(); i-- > 0;)
             if (const DmSourceNode::DictionaryEntry* const entry = media.getExtraDataDictionary().at(i);
                 !entry || entry->getKey() != DmString(dmMaterialLengthKey))
-                static_cast<void>(media.removeValueFromPropertyList(DmSourceNode::MediaInput::ExtraDataDictionary,
-                                                                    DM_VECTOR_PROPERTY_SET, i));
+                any = media.removeValueFromPropertyList(DmSourceNode::MediaInput::ExtraDataDictionary,
+                                                        DM_VECTOR_PROPERTY_SET, i) == DM_NO_ERROR ||
+                      any;
+        return any;
+    }
+
+    /// They are no property: the copy's are its own.
+    static bool redactMarks(DmLayerNode& layer)
+    {
+        for (int i = 0; i < layer.getCueMarks().count(); ++i)
+            if (DmCueMark* const mark = layer.getCueMarks().at(i))
+            {
+                static_cast<void>(mark->setCueMarkName(DmString()));
+                static_cast<void>(mark->setCueMarkComment(DmString()));
+            }
+        return layer.getCueMarks().count() > 0;
     }
 
     Neutral _clips{"clip "};
@@ -156,28 +161,59 @@ bool replaceBegin(DmString& text, const DmString& from, const DmString& to)
 
 } // namespace
 
-/// Changes a copy of the tree, that nobody else sees, in place.
-void DmEdit::Imp::rewrite(const std::function<void(DmTreeNode& tree, DmCompositionNode& composition)>& how)
+bool DmEdit::Imp::rewrite(DmRewrite& how)
 {
-    const DmTimeline now(std::make_shared<const DmTimelineValue>(draft.value), _timeline);
-    CoSharedPtr<DmTreeNode> own = dmThawed(*now.tree());
-    if (!own)
-        dmRefuse("The tree cannot be copied.");
-    CoSharedPtr<DmTreeNode> node = own;
-    for (const int step : draft.value.path)
-        node = CoSharedPtr<DmTreeNode>(node->getChild(step));
-    how(*own, static_cast<DmCompositionNode&>(*node));
-    node.reset();
-    const int nextLayer = draft.value.nextLayer;
-    const DmTimeline rewritten = DmTimeline::takeOver(std::move(own), draft.value.number);
-    if (!rewritten)
-        dmRefuse("The tree cannot be published.");
-    draft.value = *rewritten.value();
-    draft.value.nextLayer += nextLayer;
-    for (DmTimelineValue::Track& track : draft.value.tracks)
-        for (DmTimelineValue::Layer& layer : track.layers)
-            draft.bytes += std::size_t(layer.runs.count()) * (sizeof(DmSourceNode) + 256);
-    draft.fcm = dmModeOrDefault(dmFcmFromText(draft.value.bare->getFCM()));
+    int count = 1;
+    for (const DmTimelineValue::Track& track : draft.value.tracks)
+        for (const DmTimelineValue::Layer& layer : track.layers)
+            count += layer.runs.count();
+    int done = 0;
+    bool any = false;
+    const auto rewritten = [&]<class Node>(CoSharedPtr<Node>& pointer)
+    {
+        if (!pointer)
+            return;
+        const CoSharedPtr<Node> was = pointer;
+        pointer = DM::staticPointerCast<Node>(how(DmPropertySetPtr(was)));
+        any = any || pointer != was;
+    };
+    rewritten(draft.value.top);
+    rewritten(draft.value.bare);
+    for (int t = 0; t < int(draft.value.tracks.size()); ++t)
+    {
+        DmTimelineValue::Track& track = draft.value.tracks[std::size_t(t)];
+        rewritten(track.bare);
+        rewritten(track.other);
+        for (int l = 0; l < int(track.layers.size()); ++l)
+        {
+            DmTimelineValue::Layer& layer = track.layers[std::size_t(l)];
+            rewritten(layer.bare);
+            rewritten(layer.other);
+            bool idsChanged = false;
+            const DmRuns now = layer.runs.mapped(
+                [&](const DmRuns::Node& was)
+                {
+                    if (done++ % 1024 == 0)
+                        progress(double(done) / count);
+                    const auto is = DM::staticPointerCast<DmTreeNode>(how(DmPropertySetPtr(was)));
+                    if (const DmSegmentNode* const segment = dmSegment(was.get()); segment && is != was)
+                        idsChanged = idsChanged || dmSegment(is.get())->getSegmentId() != segment->getSegmentId();
+                    return is;
+                },
+                [&](int first, int number)
+                {
+                    draft.changes.push_back({{t, l}, first, number, number, 0.0});
+                    draft.bytes += sizeof(DmSourceNode) + 256;
+                    any = true;
+                });
+            if (idsChanged)
+                draft.value.leave(layer);
+            layer.runs = now;
+            if (idsChanged)
+                draft.value.enter(layer);
+        }
+    }
+    return any;
 }
 
 DmStatus DmEdit::relink(const Relink& how)
@@ -185,8 +221,7 @@ DmStatus DmEdit::relink(const Relink& how)
     return _imp->run(
         [&]
         {
-            int changed = 0;
-            const auto relinkSet = [&](DmPropertySet& set)
+            const auto relinked = [&](DmPropertySet& set)
             {
                 bool any = false;
                 if (auto* const info = dynamic_cast<DmSourceInfo*>(&set))
@@ -209,18 +244,16 @@ DmStatus DmEdit::relink(const Relink& how)
                 if (auto* const derived = dynamic_cast<DmSourceNode::DerivedInput*>(&set))
                     if (!how.fromReel.empty() && derived->getReelName() == how.fromReel)
                         any = derived->setReelName(how.toReel) == DM_NO_ERROR;
-                if (auto* const relinked = dynamic_cast<DmSourceNode::RelinkedInput*>(&set))
-                    if (!how.fromReel.empty() && relinked->getReelName() == how.fromReel)
-                        any = relinked->setReelName(how.toReel) == DM_NO_ERROR;
-                changed += any;
+                if (auto* const input = dynamic_cast<DmSourceNode::RelinkedInput*>(&set))
+                    if (!how.fromReel.empty() && input->getReelName() == how.fromReel)
+                        any = input->setReelName(how.toReel) == DM_NO_ERROR;
+                return any;
             };
-            _imp->rewrite(
-                [&](DmTreeNode& tree, DmCompositionNode&)
-                {
-                    std::unordered_set<const DmPropertySet*> seen;
-                    forEachSet(tree, seen, relinkSet);
-                });
-            if (changed == 0)
+            DmRewrite all(
+                [](const DmPropertySet& set)
+                { return dynamic_cast<const DmSourceInfo*>(&set) || dynamic_cast<const DmSourceNode::Input*>(&set); },
+                relinked);
+            if (!_imp->rewrite(all))
                 dmRefuse("No source has such a path, name or reel.");
         });
 }
@@ -230,27 +263,66 @@ DmStatus DmEdit::redact()
     return _imp->run(
         [&]
         {
-            _imp->rewrite(
-                [](DmTreeNode& tree, DmCompositionNode&)
-                {
-                    std::unordered_set<const DmPropertySet*> seen;
-                    Redaction redaction;
-                    forEachSet(tree, seen, [&](DmPropertySet& set) { redaction(set); });
-                });
-            for (DmTimelineValue::Track& track : _imp->draft.value.tracks)
-                for (DmTimelineValue::Layer& layer : track.layers)
-                    if (layer.bare && layer.bare->getCueMarks().count() > 0)
-                    {
-                        const CoSharedPtr<DmLayerNode> bare = dmEditCopy(*layer.bare);
-                        for (int i = 0; i < bare->getCueMarks().count(); ++i)
-                            if (DmCueMark* const mark = bare->getCueMarks().at(i))
-                            {
-                                static_cast<void>(mark->setCueMarkName(DmString()));
-                                static_cast<void>(mark->setCueMarkComment(DmString()));
-                            }
-                        bare->freeze();
-                        layer.bare = bare;
-                    }
+            Redaction redaction;
+            DmRewrite all([](const DmPropertySet&) { return true; },
+                          [&](DmPropertySet& set) { return redaction(set); });
+            static_cast<void>(_imp->rewrite(all));
+        });
+}
+
+DmStatus DmEdit::inside(const DmElementPlace& container, const std::function<DmStatus(DmEdit&)>& edits)
+{
+    return _imp->run(
+        [&]
+        {
+            DmLane lane = _imp->lane(container);
+            const auto* const node = dynamic_cast<const DmContainerNode*>(&lane.needSegment(container.index));
+            if (!node || !node->getComposition())
+                dmRefuse("%s is no container of a composition.", lane.called(container.index).c_str());
+            const CoSharedPtr<DmCompositionNode> was(node->getComposition());
+            const std::size_t changesBefore = _imp->draft.changes.size();
+            DmEdit session(DmTimeline::publish(was), _imp->options());
+            session.setProgress(_imp->host);
+            session._imp->draft.seeded = _imp->draft.seeded;
+            if (const DmStatus status = edits(session); !status.ok())
+                throw DmRefusal{status};
+            _imp->draft.seeded = session._imp->draft.seeded;
+            const CoSharedPtr<DmCompositionNode> is = session.timeline().composition();
+            if (!is)
+                dmRefuse("There is not enough memory for the edit.");
+            if (is == was)
+                return;
+            _imp->draft.bytes += session.bytes();
+            _imp->notes.insert(_imp->notes.end(), session.notes().begin(), session.notes().end());
+            if (_imp->options().ownComposition)
+            {
+                const auto own = lane.own<DmContainerNode>(container.index);
+                static_cast<void>(own->setComposition(is));
+                lane.put(container.index, container.index + 1, {own}, 0.0);
+            }
+            else
+            {
+                DmRewrite all(
+                    {}, {}, [](const DmPropertySet& set) { return dynamic_cast<const DmTreeNode*>(&set) != nullptr; });
+                all.replace(*was, is);
+                static_cast<void>(_imp->rewrite(all));
+            }
+            for (std::size_t i = changesBefore; i < _imp->draft.changes.size(); ++i)
+            {
+                const Change& change = _imp->draft.changes[i];
+                const DmLane changed = _imp->lane(change.layer);
+                const auto* const use = dynamic_cast<const DmContainerNode*>(changed.segment(change.first));
+                if (!use || use->getComposition() != is.get())
+                    continue;
+                const CoSharedPtr<DmContainerNode> before = dmEditCopy(*use);
+                static_cast<void>(before->setComposition(was));
+                const DmReach now(*use, _imp->draft.fcm, {});
+                const double end = now.played().end();
+                if (now.material().isLimited() && end > now.material().length + 1e-3 &&
+                    end <= dmMaterialOf(*before, _imp->draft.fcm).length + 1e-3)
+                    dmRefuse("%s plays the composition up to frame %g; it would have %g.",
+                             changed.called(change.first).c_str(), end, now.material().length);
+            }
         });
 }
 
@@ -261,25 +333,27 @@ namespace
 class Conforming
 {
 public:
-    Conforming(const DmCompositionNode& composition, DM::FrameCodeModes from, DM::FrameCodeModes to, bool byClock)
+    Conforming(const DmTimelineValue& value, DM::FrameCodeModes from, DM::FrameCodeModes to, bool byClock)
         : _from(from)
         , _to(to)
         , _byClock(byClock)
-        , _start(composition.getStartTC())
-        , _recordStart(composition.getRecordStart())
-        , _isAbsolute(composition.countsAbsolutely())
+        , _start(value.bare->getStartTC())
+        , _recordStart(_start - value.labelShift())
         , _newStart(relabelled(_start))
     {
     }
 
+    DM::FrameCodeModes from() const { return _from; }
+    DM::FrameCodeModes to() const { return _to; }
     double ratio() const { return DM::FcmUtil::getDoubleFPS(_to) / DM::FcmUtil::getDoubleFPS(_from); }
     double newStart() const { return _newStart; }
+    double recordStart() const { return _recordStart; }
 
     double time(double record) const
     {
         if (!dmIsTime(record))
             return record;
-        const double newRecordStart = _isAbsolute ? _newStart : 0.0;
+        const double newRecordStart = _recordStart != 0.0 ? _newStart : 0.0;
         if (_byClock)
             return newRecordStart + std::round((record - _recordStart) * ratio());
         return relabelled(record - _recordStart + _start) - _newStart + newRecordStart;
@@ -306,7 +380,6 @@ private:
     DM::FrameCodeModes _from, _to;
     bool _byClock;
     double _start, _recordStart;
-    bool _isAbsolute;
     double _newStart;
 };
 
@@ -329,55 +402,120 @@ void conformMark(DmCueMark& mark, const Conforming& to)
     static_cast<void>(mark.setCueMarkDuration(std::round(mark.getCueMarkDuration() * to.ratio())));
 }
 
-void conformLayer(DmLayerNode& layer, const Conforming& to, const DmString& oldFcm, DM::FrameCodeModes fcm)
+/// The elements of a layer, each a fresh copy at its time.
+class ConformedElements
 {
-    const double end = layer.getLayerStartTC() + layer.getLayerLength();
-    const double start = to.time(layer.getLayerStartTC());
-    static_cast<void>(layer.setLayerStartTC(start));
-    static_cast<void>(layer.setLayerLength(to.time(end) - start));
-    for (int i = 0; i < layer.getCueMarks().count(); ++i)
-        if (DmCueMark* const mark = layer.getCueMarks().at(i))
-            conformMark(*mark, to);
-    for (int i = 0; i < layer.getNbChildren(); ++i)
+public:
+    explicit ConformedElements(const Conforming& to)
+        : _to(to)
+        , _oldFcm(dmFcmText(to.from()))
     {
-        if (DmSegmentNode* const segment = dmSegment(layer.getChild(i)))
-        {
-            // Material without a mode of its own counts in what was the composition's.
-            if (auto* const source = dynamic_cast<DmSourceNode*>(segment); source && source->getSrcInput())
-                if (dmFcmFromText(source->getSrcInput()->getFcm()) == DM::FCM_NOT_DEFINED)
-                    static_cast<void>(source->getSrcInput()->setFcm(oldFcm));
-            if (auto* const container = dynamic_cast<DmContainerNode*>(segment);
-                container && container->getComposition())
-                if (dmFcmFromText(container->getComposition()->getFCM()) == DM::FCM_NOT_DEFINED)
-                    static_cast<void>(container->getComposition()->setFCM(oldFcm));
-            const double in = to.time(segment->getRecIn());
-            const double length = to.time(segment->getRecOut()) - in;
-            if (length < dmLeastLength && segment->whatIs() != DM_GAP_NODE)
-                dmRefuse("In that mode \"%s\" would be left without a frame.", dmUtf8(segment->getName()).c_str());
-            DmSegmentChange change(*segment, fcm, {});
-            static_cast<void>(segment->setRecIn(in));
-            static_cast<void>(segment->setRecLength(length));
-            for (int e = 0; e < segment->getEffects().count(); ++e)
-                if (const DmEffectSettings* const effect = segment->getEffects().at(e))
-                    scaleKeys(*effect, to.ratio());
-            change.settle({});
-        }
-        else if (DmTransitionNode* const transition = dmTransition(layer.getChild(i)))
-        {
-            const double in = to.time(transition->getRecIn());
-            const double length = to.time(transition->getRecOut()) - in;
-            static_cast<void>(transition->setRecIn(in));
-            static_cast<void>(transition->setRecLength(length));
-            static_cast<void>(transition->setRelIn(std::round(transition->getRelIn() * to.ratio())));
-            if (auto* const node = dynamic_cast<DmTrxEffectNode*>(transition); node && node->getEffect())
-            {
-                double was = 0.0;
-                if (node->getEffect()->getPropertyValue(L"length", DM_DOUBLE, &was) == DM_NO_ERROR && was > 0.0)
-                    static_cast<void>(node->getEffect()->setPropertyValue(L"length", DM_DOUBLE, &length));
-                scaleKeys(*node->getEffect(), to.ratio());
-            }
-        }
     }
+
+    void operator()(DmTreeNode& node)
+    {
+        if (DmSegmentNode* const segment = dmSegment(&node))
+            conform(*segment);
+        else if (DmTransitionNode* const transition = dmTransition(&node))
+            conform(*transition);
+    }
+
+private:
+    /// A copy of the set with the mode that was the composition's, one for all that share it.
+    template <class Set, class Change>
+    CoSharedPtr<Set> withMode(Set& set, const Change& change)
+    {
+        DmPropertySetPtr& copy = _withMode[&set];
+        if (!copy)
+        {
+            copy = set.clone();
+            if (!copy)
+                throw std::bad_alloc();
+            static_cast<void>(change(static_cast<Set&>(*copy)));
+            copy->freeze();
+        }
+        return DM::staticPointerCast<Set>(copy);
+    }
+
+    void conform(DmSegmentNode& segment)
+    {
+        // Material without a mode of its own counts in what was the composition's.
+        if (auto* const source = dynamic_cast<DmSourceNode*>(&segment); source && source->getSrcInput())
+            if (dmFcmFromText(source->getSrcInput()->getFcm()) == DM::FCM_NOT_DEFINED)
+                static_cast<void>(source->setSrcInput(
+                    withMode(*source->getSrcInput(), [this](auto& input) { return input.setFcm(_oldFcm); })));
+        if (auto* const container = dynamic_cast<DmContainerNode*>(&segment); container && container->getComposition())
+            if (dmFcmFromText(container->getComposition()->getFCM()) == DM::FCM_NOT_DEFINED)
+                static_cast<void>(container->setComposition(
+                    withMode(*container->getComposition(), [this](auto& nested) { return nested.setFCM(_oldFcm); })));
+        const double in = _to.time(segment.getRecIn());
+        const double length = _to.time(segment.getRecOut()) - in;
+        if (length < dmLeastLength && segment.whatIs() != DM_GAP_NODE)
+            dmRefuse("In that mode \"%s\" would be left without a frame.", dmUtf8(segment.getName()).c_str());
+        DmSegmentChange change(segment, _to.to(), {});
+        static_cast<void>(segment.setRecIn(in));
+        static_cast<void>(segment.setRecLength(length));
+        for (int e = 0; e < segment.getEffects().count(); ++e)
+            if (const DmEffectSettings* const effect = segment.getEffects().at(e))
+                scaleKeys(*effect, _to.ratio());
+        change.settle({});
+    }
+
+    void conform(DmTransitionNode& transition) const
+    {
+        const double in = _to.time(transition.getRecIn());
+        const double length = _to.time(transition.getRecOut()) - in;
+        static_cast<void>(transition.setRecIn(in));
+        static_cast<void>(transition.setRecLength(length));
+        static_cast<void>(transition.setRelIn(std::round(transition.getRelIn() * _to.ratio())));
+        auto* const node = dynamic_cast<DmTrxEffectNode*>(&transition);
+        if (!node || !node->getEffect())
+            return;
+        const CoSharedPtr<DmEffectSettings> effect =
+            DM::staticPointerCast<DmEffectSettings>(node->getEffect()->clone());
+        double was = 0.0;
+        if (effect->getPropertyValue(L"length", DM_DOUBLE, &was) == DM_NO_ERROR && was > 0.0)
+            static_cast<void>(effect->setPropertyValue(L"length", DM_DOUBLE, &length));
+        scaleKeys(*effect, _to.ratio());
+        static_cast<void>(node->setEffect(effect));
+    }
+
+    const Conforming& _to;
+    DmString _oldFcm;
+    std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _withMode;
+};
+
+CoSharedPtr<DmLayerNode> conformed(const DmLayerNode& bare, const Conforming& to)
+{
+    CoSharedPtr<DmLayerNode> layer = dmEditCopy(bare);
+    const double end = layer->getLayerStartTC() + layer->getLayerLength();
+    const double start = to.time(layer->getLayerStartTC());
+    static_cast<void>(layer->setLayerStartTC(start));
+    static_cast<void>(layer->setLayerLength(to.time(end) - start));
+    for (int i = 0; i < layer->getCueMarks().count(); ++i)
+        if (DmCueMark* const mark = layer->getCueMarks().at(i))
+            conformMark(*mark, to);
+    layer->freeze();
+    return layer;
+}
+
+void conformTimes(DmCompositionNode& composition, const Conforming& to)
+{
+    const double length = to.time(to.recordStart() + composition.getCompLength()) - to.time(to.recordStart());
+    static_cast<void>(composition.setCompLength(length));
+    for (int i = 0; i < composition.getCueMarks().count(); ++i)
+        if (DmCueMark* const mark = composition.getCueMarks().at(i))
+            conformMark(*mark, to);
+    for (const int mark : {DmCompositionNode::InMark, DmCompositionNode::OutMark, DmCompositionNode::EmbInMark,
+                           DmCompositionNode::EmbOutMark})
+    {
+        double was = dmNoTime;
+        static_cast<void>(composition.getPropertyValue(mark, DM_DOUBLE, &was));
+        const double now = to.time(was);
+        static_cast<void>(composition.setPropertyValue(mark, DM_DOUBLE, &now));
+    }
+    static_cast<void>(composition.setStartTC(to.newStart(), dmFcmText(to.to())));
+    static_cast<void>(composition.setFCM(dmFcmText(to.to())));
 }
 
 } // namespace
@@ -392,31 +530,45 @@ DmStatus DmEdit::conform(DM::FrameCodeModes fcm, Conform keep)
                 dmRefuse("Both modes must be known.");
             if (from == fcm)
                 return;
-            _imp->rewrite(
-                [&](DmTreeNode&, DmCompositionNode& composition)
+            const Conforming to(_imp->draft.value, from, fcm, keep == Conform::Clock);
+            ConformedElements conform(to);
+            std::size_t done = 0;
+            std::size_t all = 1;
+            for (const DmTimelineValue::Track& track : _imp->draft.value.tracks)
+                for (const DmTimelineValue::Layer& layer : track.layers)
+                    all += std::size_t(layer.runs.count());
+            for (int t = 0; t < int(_imp->draft.value.tracks.size()); ++t)
+                for (int l = 0; l < int(_imp->draft.value.tracks[std::size_t(t)].layers.size()); ++l)
                 {
-                    const Conforming to(composition, from, fcm, keep == Conform::Clock);
-                    const DmString oldFcm = dmFcmText(from);
-                    const double length = to.time(composition.getRecordStart() + composition.getCompLength()) -
-                                          to.time(composition.getRecordStart());
-                    for (int t = 0; t < composition.getNbChildren(); ++t)
-                        for (int l = 0; composition.getChild(t) && l < composition.getChild(t)->getNbChildren(); ++l)
-                            if (auto* const layer = dynamic_cast<DmLayerNode*>(composition.getChild(t)->getChild(l)))
-                                conformLayer(*layer, to, oldFcm, fcm);
-                    static_cast<void>(composition.setCompLength(length));
-                    for (int i = 0; i < composition.getCueMarks().count(); ++i)
-                        if (DmCueMark* const mark = composition.getCueMarks().at(i))
-                            conformMark(*mark, to);
-                    for (const int mark : {DmCompositionNode::InMark, DmCompositionNode::OutMark,
-                                           DmCompositionNode::EmbInMark, DmCompositionNode::EmbOutMark})
-                    {
-                        double was = dmNoTime;
-                        static_cast<void>(composition.getPropertyValue(mark, DM_DOUBLE, &was));
-                        const double now = to.time(was);
-                        static_cast<void>(composition.setPropertyValue(mark, DM_DOUBLE, &now));
-                    }
-                    static_cast<void>(composition.setStartTC(to.newStart(), dmFcmText(fcm)));
-                    static_cast<void>(composition.setFCM(dmFcmText(fcm)));
-                });
+                    DmTimelineValue::Layer* const layer = _imp->draft.value.layer({t, l});
+                    if (!layer)
+                        continue;
+                    std::vector<DmRuns::Node> nodes;
+                    layer->runs.forEach(0, layer->runs.count(),
+                                        [&](const DmRuns::Element& element)
+                                        {
+                                            if (done++ % 1024 == 0)
+                                                _imp->progress(double(done) / double(all));
+                                            DmRuns::Node copy = element.node ? dmEditCopy(*element.node) : nullptr;
+                                            if (copy)
+                                            {
+                                                dmStandAt(*copy, element.recIn());
+                                                conform(*copy);
+                                                copy->freeze();
+                                            }
+                                            nodes.push_back(std::move(copy));
+                                        });
+                    const int count = layer->runs.count();
+                    _imp->draft.changes.push_back({{t, l}, 0, count, count, 0.0});
+                    _imp->draft.bytes += std::size_t(count) * (sizeof(DmSourceNode) + 256);
+                    _imp->draft.value.leave(*layer);
+                    layer->bare = conformed(*layer->bare, to);
+                    layer->runs = DmRuns(std::move(nodes));
+                    _imp->draft.value.enter(*layer);
+                }
+            const CoSharedPtr<DmCompositionNode> composition = _imp->ownComposition();
+            conformTimes(*composition, to);
+            _imp->setComposition(composition);
+            _imp->draft.fcm = fcm;
         });
 }

@@ -136,7 +136,7 @@ DmStatus DmEdit::transition(const DmElementPlace& seam, double length, eDmSeamAl
             {
                 node = lane.own<DmTrxEffectNode>(seam.index);
                 static_cast<void>(node->setEffect(settings));
-                static_cast<void>(node->setRecIn(newA));
+                dmStandAt(*node, newA);
                 static_cast<void>(node->setRecLength(taken));
                 static_cast<void>(node->setRelIn(0.0));
             }
@@ -151,6 +151,7 @@ DmStatus DmEdit::transition(const DmElementPlace& seam, double length, eDmSeamAl
             firstChange.settle({lane.beside(left).before, taken});
             secondChange.settle({taken, lane.beside(right).behind});
             lane.put(left, right + 1, {first, node, second}, 0.0);
+            lane.attachedFollows(seam.index, newA - a);
         });
 }
 
@@ -283,6 +284,7 @@ DmStatus DmEdit::speed(const DmElementPlace& segment, double speed)
                                  lane.called(each.index).c_str(), low, high, material.length);
                 }
                 change.settle(sides);
+                lane.dropAttached(each.index + 1);
                 const double out = lane.out(each.index);
                 if (each == segment)
                 {
@@ -346,6 +348,7 @@ DmStatus DmEdit::freeze(const DmElementPlace& segment, double time)
             change.setBegin(*frame);
             change.settle(lane.beside(segment.index));
             lane.put(segment.index, segment.index + 1, {own}, 0.0);
+            lane.dropAttached(segment.index + 1);
         });
 }
 
@@ -370,6 +373,7 @@ DmStatus DmEdit::reverse(const DmElementPlace& segment)
                 dmSetSpeedOf(*own, -played.speed());
                 change.settle(sides);
                 lane.put(each.index, each.index + 1, {own}, 0.0);
+                lane.dropAttached(each.index + 1);
             }
         });
 }

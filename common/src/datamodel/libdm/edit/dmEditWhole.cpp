@@ -44,7 +44,7 @@ std::pair<double, double> extent(DmEditDraft& draft)
 DmRuns::Node adopted(DmEditDraft& draft, const DmTimelineValue& before, const DmRuns::Element& element, double shift)
 {
     DmRuns::Node copy = dmEditCopy(*element.node);
-    static_cast<void>(dmWithElement(copy.get(), [&](auto& node) { return node.setRecIn(element.recIn() + shift); }));
+    dmStandAt(*copy, element.recIn() + shift);
     if (DmSegmentNode* const segment = dmSegment(copy.get()))
         if (!segment->getSegmentId().empty() && !before.group(segment->getSegmentId()).empty())
             draft.reidentify(*segment);
@@ -81,20 +81,21 @@ DmStatus DmEdit::trimToRange(double in, double out)
             int all = 0;
             forEachLayer(_imp->draft.value, [&](const DmLayerPlace&) { ++all; });
             int done = 0;
-            forEachLayer(_imp->draft.value,
-                         [&](const DmLayerPlace& place)
-                         {
-                             _imp->progress(double(done++) / all);
-                             _imp->close(place, std::max(out, _imp->lane(place).begin()), dmNoTime / 2);
-                             if (by <= 0.0)
-                                 return;
-                             DmLane lane = _imp->lane(place);
-                             if (lane.begin() > begin + dmEditTolerance && lane.count() > 0)
-                                 dmRefuse("Track %d begins later than others: its shots would come to lie in front of "
-                                          "its begin.",
-                                          place.track + 1);
-                             _imp->close(place, lane.begin(), in);
-                         });
+            forEachLayer(
+                _imp->draft.value,
+                [&](const DmLayerPlace& place)
+                {
+                    _imp->progress(double(done++) / all);
+                    _imp->close(place, std::max(out, _imp->lane(place).begin()), dmNoTime / 2);
+                    if (by <= 0.0)
+                        return;
+                    DmLane lane = _imp->lane(place);
+                    if (lane.begin() > begin + dmEditTolerance && lane.count() > 0)
+                        dmRefuse(
+                            "Track %d begins later than others: its shots would come to lie in front of its begin.",
+                            place.track + 1);
+                    _imp->close(place, lane.begin(), in);
+                });
             _imp->shiftMarks(end, -std::max(0.0, end - out));
             _imp->shiftMarks(in, -by);
         });
@@ -197,8 +198,10 @@ DmStatus DmEdit::stack(const DmTimeline& other)
                 if (track.bare && unsigned(track.bare->getMediaType()) < 3U)
                     number[track.bare->getMediaType()] =
                         std::max(number[track.bare->getMediaType()], track.bare->getTrackNum());
+            std::size_t done = 0;
             for (const DmTimelineValue::Track& track : theirs.value.tracks)
             {
+                _imp->progress(double(done++) / double(theirs.value.tracks.size()));
                 if (!track.bare)
                     continue;
                 DmTimelineValue::Track fresh;
@@ -392,8 +395,11 @@ DmStatus DmEdit::dropTransitions()
                          {
                              DmLane lane = _imp->lane(place);
                              for (int i = 1; i + 1 < lane.count(); ++i)
+                             {
+                                 _imp->progressOf(place, i, lane.count());
                                  if (lane.transition(i) && lane.length(i) > dmEditTolerance)
                                      lane.cutTransition(i, dmCutTimeOf(*lane.transition(i), lane.in(i)));
+                             }
                              lane.tidy(0);
                              lane.tidy(lane.count() - 1);
                          });
@@ -415,6 +421,7 @@ DmStatus DmEdit::dropEffects()
                              DmLane lane = _imp->lane(place);
                              for (int i = 0; i < lane.count(); ++i)
                              {
+                                 _imp->progressOf(place, i, lane.count());
                                  const DmSegmentNode* const segment = lane.segment(i);
                                  bool any = false;
                                  for (int e = 0; segment && e < segment->getEffects().count(); ++e)

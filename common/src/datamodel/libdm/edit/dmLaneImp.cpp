@@ -122,7 +122,15 @@ const DmSegmentNode& DmLane::needSegment(int index) const
 bool DmLane::isGap(int index) const
 {
     const DmSegmentNode* const found = segment(index);
-    return found && found->whatIs() == DM_GAP_NODE;
+    return found && found->whatIs() == DM_GAP_NODE && !covered(index);
+}
+
+const DmSourceNode* DmLane::covered(int index) const
+{
+    const DmSegmentNode* const found = segment(index);
+    return found && found->whatIs() == DM_GAP_NODE && found->getRecLength() <= dmEditTolerance
+               ? dynamic_cast<const DmSourceNode*>(found->getBaseBlob())
+               : nullptr;
 }
 
 bool DmLane::isCut(int index) const
@@ -167,22 +175,33 @@ DmPlayedBeside DmLane::beside(int index) const
 
 DmReach DmLane::reach(int index) const
 {
-    return DmReach(needSegment(index), _draft.fcm, beside(index));
+    const DmSegmentNode& segment = needSegment(index);
+    const DmSourceNode* const shot = covered(index);
+    return DmReach(shot ? *shot : segment, _draft.fcm, beside(index));
+}
+
+void DmLane::needFrames(int index) const
+{
+    if (reach(index).played().motion() == DmPlayed::Motion::Keyed)
+        dmRefuse("%s plays at a keyed speed, whose frames beside its keys are not known.", called(index).c_str());
 }
 
 double DmLane::roomBefore(int index) const
 {
+    needFrames(index);
     return std::max(0.0, reach(index).before() - beside(index).before);
 }
 
 double DmLane::roomBehind(int index) const
 {
+    needFrames(index);
     return std::max(0.0, reach(index).behind() - beside(index).behind);
 }
 
 std::string DmLane::called(int index) const
 {
-    const DmTreeNode* const node = layer().runs.at(index).node;
+    const DmSourceNode* const shot = covered(index);
+    const DmTreeNode* const node = shot ? shot : layer().runs.at(index).node;
     return node ? '"' + dmUtf8(node->getName()) + "\" at " + _draft.label(in(index)) : std::string("nothing");
 }
 
@@ -207,11 +226,54 @@ void DmLane::needSeam(int seam) const
     needWhole(seam + 1);
 }
 
-void DmLane::put(int first, int last, const std::vector<Node>& nodes, double shiftBehind)
+DmLane::Segment DmLane::ownSegment(int index) const
 {
+    const DmSourceNode* const shot = covered(index);
+    if (!shot)
+        return own<DmSegmentNode>(index);
+    Segment copy = dmEditCopy<DmSegmentNode>(*shot);
+    static_cast<void>(copy->setRecIn(in(index)));
+    static_cast<void>(copy->setRecLength(0.0));
+    return copy;
+}
+
+void DmLane::put(int first, int last, std::vector<Node> nodes, double shiftBehind)
+{
+    for (Node& node : nodes)
+        if (const auto* const source = dynamic_cast<const DmSourceNode*>(node.get());
+            source && source->getRecLength() <= dmEditTolerance)
+        {
+            const Segment gap = makeGap(source->getRecIn(), 0.0);
+            static_cast<void>(gap->setBaseBlob(node));
+            node = gap;
+        }
     _draft.bytes += layer().runs.bytesOfSplice() + nodes.size() * (sizeof(DmSourceNode) + 256);
     _draft.value.splice(layer(), first, last, nodes, shiftBehind);
     _draft.changes.push_back({_place, first, last - first, static_cast<int>(nodes.size()), shiftBehind});
+}
+
+void DmLane::attachedFollows(int index, double by)
+{
+    const DmTransitionNode* const node = transition(index);
+    if (!node || !dynamic_cast<const DmSourceNode*>(node->getBaseBlob()))
+        return;
+    const CoSharedPtr<DmTransitionNode> copy = own<DmTransitionNode>(index);
+    DmSourceNode& attached = *dmOwnAttached(*copy);
+    const DmPlayed played(attached, _draft.fcm);
+    if (played.motion() == DmPlayed::Motion::Constant)
+        static_cast<void>(attached.setRelIn(std::max(0.0, attached.getRelIn() + by * played.speed() * played.rate())));
+    static_cast<void>(attached.setRecLength(std::min(attached.getRecLength(), copy->getRecLength())));
+    put(index, index + 1, {copy}, 0.0);
+}
+
+void DmLane::dropAttached(int index)
+{
+    const DmTransitionNode* const node = transition(index);
+    if (!node || !dynamic_cast<const DmSourceNode*>(node->getBaseBlob()))
+        return;
+    const CoSharedPtr<DmTransitionNode> copy = own<DmTransitionNode>(index);
+    static_cast<void>(copy->setBaseBlob(nullptr));
+    put(index, index + 1, {copy}, 0.0);
 }
 
 DmLane::Node DmLane::makeCut(double time) const
@@ -258,7 +320,8 @@ int DmLane::seamAt(double time)
         dmRefuse("%s lies in front of the layer's begin, %s.", _draft.label(time).c_str(),
                  _draft.label(begin()).c_str());
     if (count() > 0 && !segment(count() - 1))
-        put(count(), count(), {makeGap(end(), 0.0)}, 0.0); // a transition has a segment at its end
+        put(count(), count(), {makeGap(end(), 0.0)},
+            0.0); // a transition has a segment at its end
     if (count() == 0 || time > end() - dmEditTolerance)
     {
         fillTo(time);
@@ -356,6 +419,7 @@ int DmLane::cutTransition(int index, double time)
         rightChange.moveHead(time - 1.0 - b);
         rightChange.settle({time - 1.0 - a, beside(index + 1).behind});
         put(index, index + 2, {shorter, right}, 0.0);
+        attachedFollows(index, 0.0);
         return splitSegment(index + 1, time);
     }
     const Segment left = ownSegment(index - 1);
@@ -364,8 +428,10 @@ int DmLane::cutTransition(int index, double time)
     DmSegmentChange rightChange = change(right, index + 1);
     leftChange.moveTail(time - a);
     rightChange.moveHead(time - b);
-    needLength(*left);
-    needLength(*right);
+    if (!covered(index - 1))
+        needLength(*left);
+    if (!covered(index + 1))
+        needLength(*right);
     leftChange.settle({beside(index - 1).before, 0.0});
     rightChange.settle({0.0, beside(index + 1).behind});
     put(index - 1, index + 2, {left, makeCut(time), right}, 0.0);

@@ -58,7 +58,10 @@ public:
     const DmTransitionNode* transition(int index) const;
     /// Refuses what is no segment, with its place.
     const DmSegmentNode& needSegment(int index) const;
+    /// One that nothing plays in: not one that keeps the place of a shot that two transitions cover wholly.
     bool isGap(int index) const;
+    /// That shot, which is attached to a gap of no length; null for every other element.
+    const DmSourceNode* covered(int index) const;
     double in(int index) const { return layer().runs.at(index).recIn(); }
     double length(int index) const;
     double out(int index) const { return in(index) + length(index); }
@@ -67,7 +70,10 @@ public:
     /// Lengths of the transitions beside a segment.
     DmPlayedBeside beside(int index) const;
     DmReach reach(int index) const;
+    /// Refuses a segment of which nobody knows what it plays beside what it plays: a keyed speed is not evaluated.
+    void needFrames(int index) const;
     /// Frames that the segment's head can move earlier, and its tail later, when the transitions beside it stay.
+    /// Refused as above.
     double roomBefore(int index) const;
     double roomBehind(int index) const;
     /// "Shot 12" at 01:00:00:00, for messages.
@@ -86,15 +92,21 @@ public:
     {
         const DmRuns::Element element = layer().runs.at(index);
         CoSharedPtr<T> copy = DM::staticPointerCast<T>(dmEditCopy(static_cast<const T&>(*element.node)));
-        static_cast<void>(copy->setRecIn(element.recIn()));
+        dmStandAt(*copy, element.recIn());
         return copy;
     }
-    Segment ownSegment(int index) const { return own<DmSegmentNode>(index); }
+    /// Of a shot that transitions cover, the shot itself, without a frame.
+    Segment ownSegment(int index) const;
     DmSegmentChange change(const Segment& segment, int was) const
     {
         return DmSegmentChange(*segment, _draft.fcm, beside(was));
     }
-    void put(int first, int last, const std::vector<Node>& nodes, double shiftBehind);
+    void put(int first, int last, std::vector<Node> nodes, double shiftBehind);
+    /// Of a transition that begins so many frames later over the outgoing picture: the source that is attached to it
+    /// follows, and lasts no longer than it. Of others, and without such a source, nothing changes.
+    void attachedFollows(int index, double by);
+    /// Takes such a source off: it is no longer what is outgoing.
+    void dropAttached(int index);
 
     Node makeCut(double time) const;
     Segment makeGap(double time, double length) const;

@@ -1,6 +1,6 @@
 // How a tree becomes a timeline: copied, or frozen in place where nobody else holds it.
 #include "dmNesting.h"
-#include "dmSetAccessImp.h"
+#include "dmRewriteImp.h"
 #include "dmSetTools.h"
 #include "dmTimelineTreeImp.h"
 #include "dmTreeTool.h"
@@ -15,7 +15,8 @@ CoSharedPtr<Node> bareCopy(const Node& node)
 {
     CoSharedPtr<Node> bare = dmEditCopy(node);
     if (bare)
-        static_cast<void>(bare->clearList(DmCollectionNode::Children, DM_VECTOR_PROPERTY_SET)); // fresh: cannot fail
+        static_cast<void>(bare->clearList(DmCollectionNode::Children,
+                                          DM_VECTOR_PROPERTY_SET)); // fresh: cannot fail
     return bare;
 }
 
@@ -61,44 +62,6 @@ void copyLayerMarks(const DmTreeNode* from, DmTreeNode* to)
         copyLayerMarks(from->getChild(i), to->getChild(i));
 }
 
-/// Asks for each set that a set holds itself whether another is to stand in its place: `replace` changes the pointer
-/// and says so. False when a setter refused one.
-template <class Replace>
-bool replaceHeld(DmPropertySet& owner, Replace&& replace)
-{
-    const DmPropertySetData& data = owner.classData();
-    for (int i = 0; i < data.size(); ++i)
-    {
-        DmPropertySetPtr held;
-        if (data.at(i)->_type == DM_PROPERTY_SET)
-        {
-            if (owner.getPropertyValue(i, DM_PROPERTY_SET, &held) == DM_NO_ERROR && held && replace(held) &&
-                owner.setPropertyValue(i, DM_PROPERTY_SET, &held) != DM_NO_ERROR)
-                return false;
-        }
-        else if (data.at(i)->_type == DM_VECTOR_PROPERTY_SET)
-        {
-            int size = 0;
-            static_cast<void>(owner.getListSize(i, DM_VECTOR_PROPERTY_SET, size));
-            for (int element = 0; element < size; ++element)
-                if (owner.getValueFromPropertyList(i, DM_VECTOR_PROPERTY_SET, element, &held) == DM_NO_ERROR && held &&
-                    replace(held) &&
-                    DmSetAccess::replace(owner, DmStore::Announced, i, *data.at(i), element, held) != DM_NO_ERROR)
-                    return false;
-        }
-        else if (data.at(i)->_type == DM_MAP_PROPERTY_SET)
-        {
-            DmStringArray keys;
-            static_cast<void>(owner.getKeysFromPropertyMap(i, DM_MAP_PROPERTY_SET, keys));
-            for (const DmString& key : keys)
-                if (owner.getValueFromPropertyMap(i, DM_MAP_PROPERTY_SET, key, &held) == DM_NO_ERROR && held &&
-                    replace(held) && owner.setValueFromPropertyMap(i, DM_MAP_PROPERTY_SET, key, &held) != DM_NO_ERROR)
-                    return false;
-        }
-    }
-    return true;
-}
-
 /// Who holds what of a tree that is handed over.
 class HandOver
 {
@@ -112,7 +75,7 @@ public:
     /// Replaces what others hold too by copies. False when one cannot be made.
     bool separate(DmPropertySet& owner)
     {
-        return replaceHeld(owner, [this](DmPropertySetPtr& held) { return isChanged(held); }) && !_failed;
+        return dmReplaceHeld(owner, [this](const DmPropertySetPtr& held) { return own(held); });
     }
 
     /// Whether anything is held by others.
@@ -136,42 +99,30 @@ private:
                       });
     }
 
-    /// Whether the pointer points to another object now.
-    bool isChanged(DmPropertySetPtr& held)
+    /// The set itself, or a copy; null where none can be made.
+    DmPropertySetPtr own(const DmPropertySetPtr& held)
     {
         if (held->isFrozen())
-            return false;
-        const auto known = _copies.find(held.get());
-        if (known != _copies.end())
-        {
-            if (known->second == held)
-                return false;
-            held = known->second;
-            return true;
-        }
+            return held;
+        if (const auto known = _copies.find(held.get()); known != _copies.end())
+            return known->second;
         // One more is the caller's pointer.
         if (held->refCount() - 1 <= _met[held.get()])
         {
             _copies[held.get()] = held;
-            _failed = _failed || !separate(*held);
-            return false;
+            return separate(*held) ? held : DmPropertySetPtr();
         }
         DmPropertySetPtr copy;
         if (dmDeepCopy(*held, copy) != DM_NO_ERROR)
-        {
-            _failed = true;
-            return false;
-        }
+            return {};
         if (const auto* const node = dynamic_cast<const DmTreeNode*>(held.get()))
             copyLayerMarks(node, static_cast<DmTreeNode*>(copy.get()));
         _copies[held.get()] = copy;
-        held = copy;
-        return true;
+        return copy;
     }
 
     std::unordered_map<const DmPropertySet*, int> _met; ///< how often each is held inside the tree
     std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _copies;
-    bool _failed = false;
 };
 
 /// The value of a tree that is constant.
@@ -240,56 +191,6 @@ std::shared_ptr<DmTimelineValue> valueOf(const CoSharedPtr<DmTreeNode>& tree, in
 }
 
 } // namespace
-
-namespace
-{
-
-/// Copies of constants to change in place: what is held twice is held twice again.
-class Thaw
-{
-public:
-    DmPropertySetPtr operator()(const DmPropertySet& set)
-    {
-        DmPropertySetPtr& copy = _copies[&set];
-        if (copy)
-            return copy;
-        if (const auto* const node = dynamic_cast<const DmTreeNode*>(&set))
-            copy = dmEditCopy(*node);
-        else
-            copy = set.clone();
-        const DmPropertySetPtr own = copy; // the map may move
-        return thawHeld(*own) ? own : DmPropertySetPtr();
-    }
-
-private:
-    bool thawHeld(DmPropertySet& owner)
-    {
-        bool done = true;
-        const bool replaced = replaceHeld(owner,
-                                          [&](DmPropertySetPtr& held)
-                                          {
-                                              // A clone's own things are fresh already; what they hold may not be.
-                                              if (!held->isFrozen())
-                                              {
-                                                  done = thawHeld(*held) && done;
-                                                  return false;
-                                              }
-                                              held = (*this)(*held);
-                                              done = held && done;
-                                              return bool(held);
-                                          });
-        return replaced && done;
-    }
-
-    std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _copies;
-};
-
-} // namespace
-
-CoSharedPtr<DmTreeNode> dmThawed(const DmTreeNode& tree)
-{
-    return DM::staticPointerCast<DmTreeNode>(Thaw()(tree));
-}
 
 DmTimeline DmTimeline::publish(const DmTreeNode* tree, int composition, DmStatus* status)
 {

@@ -318,6 +318,45 @@ DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double 
     return result;
 }
 
+DmRuns DmRuns::mapped(const Map& map, const std::function<void(int first, int count)>& changed) const
+{
+    DmRuns result = *this;
+    int first = 0;
+    for (std::size_t s = 0; _root && s < _root->stretches.size(); ++s)
+    {
+        CoSharedPtr<Stretch> stretch;
+        for (std::size_t r = 0; r < _root->stretches[s].stretch->runs.size(); ++r)
+        {
+            const Run& run = *_root->stretches[s].stretch->runs[r].run;
+            CoSharedPtr<Run> other;
+            for (std::size_t i = 0; i < run.nodes.size(); ++i, ++first)
+            {
+                if (!run.nodes[i])
+                    continue;
+                const Node was(static_cast<DmTreeNode*>(run.nodes[i].get()));
+                const Node is = map(was);
+                if (is == was)
+                    continue;
+                if (!other)
+                    other = CoSharedPtr<Run>(new Run(run));
+                other->nodes[i] = is;
+                changed(first, 1);
+            }
+            if (!other)
+                continue;
+            if (!stretch)
+                stretch = CoSharedPtr<Stretch>(new Stretch(*_root->stretches[s].stretch));
+            stretch->runs[r].run = other;
+        }
+        if (!stretch)
+            continue;
+        if (result._root == _root)
+            result._root = CoSharedPtr<Root>(new Root(*_root));
+        result._root->stretches[s].stretch = stretch;
+    }
+    return result;
+}
+
 std::vector<DmRuns::PlacedRun> DmRuns::placedRuns() const
 {
     std::vector<PlacedRun> placed;

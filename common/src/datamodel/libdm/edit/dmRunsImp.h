@@ -97,6 +97,11 @@ public:
     /// is told the key of each node that has a new one, and which it had: 0 for one that comes in.
     DmRuns spliced(int first, int last, std::span<const Node> nodes, double shiftBehind, const Rekeyed& rekeyed) const;
 
+    using Map = std::function<Node(const Node&)>;
+    /// With what `map` answers in the place of each node: another one that stands at the same time, or the same. Runs
+    /// of which none changed stay shared. `changed(first, count)` learns where others stand.
+    DmRuns mapped(const Map& map, const std::function<void(int first, int count)>& changed) const;
+
     std::vector<PlacedRun> placedRuns() const;
     /// Calls `visit(element)` for the elements of [first, last).
     template <class Visit>

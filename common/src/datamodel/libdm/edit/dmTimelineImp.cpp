@@ -2,9 +2,34 @@
 
 #include "dmNoTime.h"
 #include "dmSetAccessImp.h"
+#include "dmSourceNode.h"
 
 #include <algorithm>
 #include <cmath>
+#include <new>
+
+DmSourceNode* dmOwnAttached(DmTreeNode& copy)
+{
+    const auto* const attached = dynamic_cast<const DmSourceNode*>(copy.getBaseBlob());
+    if (!attached)
+        return nullptr;
+    if (attached->isFrozen())
+    {
+        const CoSharedPtr<DmSourceNode> own = dmEditCopy(*attached);
+        if (!own)
+            throw std::bad_alloc();
+        static_cast<void>(copy.setBaseBlob(own));
+    }
+    return static_cast<DmSourceNode*>(copy.getBaseBlob());
+}
+
+void dmStandAt(DmTreeNode& copy, double recIn)
+{
+    const double by = recIn - dmStoredRecIn(&copy);
+    static_cast<void>(dmWithElement(&copy, [&](auto& node) { return node.setRecIn(recIn); }));
+    if (DmSourceNode* const attached = by != 0.0 && dmIsTime(recIn) ? dmOwnAttached(copy) : nullptr)
+        static_cast<void>(attached->setRecIn(attached->getRecIn() + by));
+}
 
 void dmAddUnchecked(DmCollectionNode& parent, const CoSharedPtr<DmTreeNode>& child)
 {

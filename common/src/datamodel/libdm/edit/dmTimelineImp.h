@@ -7,6 +7,8 @@
 
 #include <map>
 
+class DmSourceNode;
+
 /// A node for an edit to change: equal in all but its listeners, its comment, its ids and its channels' members
 /// included, and not constant.
 template <class Node>
@@ -18,6 +20,11 @@ CoSharedPtr<Node> dmEditCopy(const Node& node)
     return copy;
 }
 
+/// The source that readers of lists attach to a gap or a transition, as the copy's own; null where there is none.
+DmSourceNode* dmOwnAttached(DmTreeNode& copy);
+/// Moves a copy of an element, and the source that may be attached to it, to a record time.
+void dmStandAt(DmTreeNode& copy, double recIn);
+
 /// Adds a child as it stands in the document, an empty one too: what classes take is no concern of a copy.
 void dmAddUnchecked(DmCollectionNode& parent, const CoSharedPtr<DmTreeNode>& child);
 /// Likewise, in place of a child of a copy.
@@ -25,10 +32,6 @@ void dmReplaceUnchecked(DmTreeNode& parent, int index, const CoSharedPtr<DmTreeN
 
 /// Where an element ends.
 double dmRecOut(const DmRuns::Element& element);
-
-/// A published tree as one to change in place: its nodes keep their ids, comments and marks. Null where it cannot be
-/// copied.
-CoSharedPtr<DmTreeNode> dmThawed(const DmTreeNode& tree);
 
 class DmTimelineValue
 {

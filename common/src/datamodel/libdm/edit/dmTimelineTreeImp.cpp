@@ -47,7 +47,7 @@ std::unique_ptr<const DmPropertySetPtr[]> DmPlacedRuns::make(const DmRuns::Place
         const DmRuns::Node copy = dmEditCopy(*node);
         if (!copy)
             throw std::bad_alloc();
-        static_cast<void>(dmWithElement(copy.get(), [&](auto& element) { return element.setRecIn(stored + by); }));
+        dmStandAt(*copy, stored + by);
         copy->freeze();
         elements[i] = copy;
     }

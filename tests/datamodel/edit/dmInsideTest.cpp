@@ -1,0 +1,251 @@
+// What one timeline holds in several places: compositions of containers, inputs of sources, and the constants that
+// versions share.
+#include "zrEditCases.h"
+
+#include "dmResizeSettings.h"
+#include "dmTimewarpSettings.h"
+
+using namespace zrEditCases;
+
+namespace
+{
+
+/// A shot, and twice a container of "AAAA|BBBB", of which the second one plays the last four frames.
+DmTimeline nested()
+{
+    const auto inner = DM::staticPointerCast<DmCompositionNode>(
+        CoSharedPtr<DmTreeNode>(zrDrawing::tree("AAAA|BBBB", "A2/20 B3/20")->getChild(0)));
+    const auto root = zrDrawing::tree("XXXX");
+    DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
+    EXPECT_EQ(builder.append(shot('X', 0, 4, {3, 20})), DM_NO_ERROR);
+    EXPECT_EQ(builder.append(DmContainerNode::create(inner, DM_MEDIA_VIDEO, 0, 8)), DM_NO_ERROR);
+    EXPECT_EQ(builder.append(DmContainerNode::create(inner, DM_MEDIA_VIDEO, 0, 4, 4)), DM_NO_ERROR);
+    auto* const track = static_cast<DmTrackNode*>(root->getChild(0)->getChild(0));
+    track->removeChild(0);
+    track->addChild(builder.finish());
+    return DmTimeline::takeOver(root->clone() ? CoSharedPtr<DmTreeNode>(root) : nullptr);
+}
+
+DmCompositionNode* compositionOf(const DmTimeline& timeline, int index)
+{
+    return dynamic_cast<const DmContainerNode*>(timeline.storedElement({0, 0, index}))->getComposition();
+}
+
+std::string drawn(const DmCompositionNode* composition)
+{
+    return draw(DmTimeline::publish(composition));
+}
+
+} // namespace
+
+TEST(EditInside, AnEditInAContainerChangesAllItsUsesOrThisOneOnly)
+{
+    const auto roll = [](DmEdit& inside) { return inside.roll({0, 0, 1}, 2); };
+    const DmTimeline before = nested();
+    DmEdit all(before);
+    ASSERT_TRUE(all.inside(at(2), roll).ok());
+    EXPECT_EQ(drawn(compositionOf(all.timeline(), 2)), "AAAAAA|BB");
+    EXPECT_EQ(compositionOf(all.timeline(), 2), compositionOf(all.timeline(), 4)) << "one composition still";
+    EXPECT_EQ(drawn(compositionOf(before, 2)), "AAAA|BBBB");
+    EXPECT_EQ(all.timeline().storedElement(at(0)), before.storedElement(at(0))) << "the shot beside it is shared";
+    EXPECT_TRUE(compositionOf(all.timeline(), 4)->isFrozen());
+    EXPECT_TRUE(DmTreeTool::findViolations(all.timeline().composition(), DM_VALIDATE_ALL).empty());
+
+    DmEditOptions options;
+    options.ownComposition = true;
+    DmEdit one(before, options);
+    ASSERT_TRUE(one.inside(at(2), roll).ok());
+    EXPECT_EQ(drawn(compositionOf(one.timeline(), 2)), "AAAAAA|BB");
+    EXPECT_EQ(compositionOf(one.timeline(), 4), compositionOf(before, 4));
+
+    const struct
+    {
+        const char* name;
+        int container;
+        std::function<DmStatus(DmEdit&)> edits;
+        const char* why;
+    } refused[] = {
+        {"no container", 0, roll, "is no container"},
+        {"what the function refuses", 2,
+         [](DmEdit& e) {
+             return e.roll({0, 0, 1}, 9);
+         },
+         "there are 3"},
+        {"too short for the other use", 2,
+         [](DmEdit& e) {
+             return e.rippleTrim({0, 0, 2}, DM_TAIL, -1);
+         },
+         "up to frame 8; it would have 7"},
+    };
+    for (const auto& each : refused)
+    {
+        SCOPED_TRACE(each.name);
+        DmEdit edit(before);
+        const DmStatus status = edit.inside(at(each.container), each.edits);
+        EXPECT_NE(dmUtf8(status.info()).find(each.why), std::string::npos) << dmUtf8(status.info());
+        EXPECT_TRUE(edit.timeline() == before);
+    }
+}
+
+TEST(EditInside, RelinkingAndRedactingReachContainersAndShareTheRest)
+{
+    auto tree = DM::staticPointerCast<DmRoot>(DmTreeTool::deepClone(nested().tree()));
+    auto* const layerNode = tree->getChild(0)->getChild(0)->getChild(0);
+    auto* const inner = static_cast<DmContainerNode*>(layerNode->getChild(2))->getComposition();
+    auto* const innerSource = static_cast<DmSourceNode*>(inner->getChild(0)->getChild(0)->getChild(2));
+    ASSERT_EQ(innerSource->getSrcInput()->getSrcInfo()->setPath(L"/old/b.mov"), DM_NO_ERROR);
+    const auto resize = DmResizeSettings::create();
+    ASSERT_EQ(static_cast<DmSegmentNode*>(layerNode->getChild(0))->addEffect(resize), DM_NO_ERROR);
+    const DmTimeline before = DmTimeline::publish(tree);
+
+    DmEdit edit(before);
+    ASSERT_TRUE(edit.relink({L"/old/", L"/new/", {}, {}, {}, {}}).ok());
+    const DmTimeline after = edit.timeline();
+    EXPECT_EQ(after.storedElement(at(0)), before.storedElement(at(0)));
+    EXPECT_NE(compositionOf(after, 2), compositionOf(before, 2));
+    EXPECT_EQ(compositionOf(after, 2), compositionOf(after, 4));
+    const auto childOf = [](const DmCompositionNode* composition, int index)
+    { return static_cast<const DmSourceNode*>(composition->getChild(0)->getChild(0)->getChild(index)); };
+    EXPECT_EQ(childOf(compositionOf(after, 2), 0), childOf(compositionOf(before, 2), 0));
+    EXPECT_EQ(dmUtf8(childOf(compositionOf(after, 2), 2)->getSrcInput()->getSrcInfo()->getPath()), "/new/b.mov");
+    EXPECT_EQ(edit.changes().size(), 2U) << "the two containers";
+
+    DmEdit dropped(after);
+    ASSERT_TRUE(dropped.redact().ok());
+    EXPECT_EQ(dmUtf8(childOf(compositionOf(dropped.timeline(), 2), 2)->getSrcInput()->getSrcInfo()->getPath()), "");
+    ASSERT_TRUE(dropped.redact().ok());
+    const DmTimeline redacted = dropped.timeline();
+    EXPECT_EQ(redacted.storedElement(at(0))->asSegment()->getEffects().count(), 1);
+    // A cancelled one changes nothing.
+    DmEdit cancelled(before);
+    cancelled.setProgress([](double done) { return done > 1.0; });
+    EXPECT_FALSE(cancelled.redact().ok());
+    EXPECT_FALSE(cancelled.conform(DM::FCM_50, DmEdit::Conform::Clock).ok());
+    EXPECT_FALSE(cancelled.trimToRange(2, 6).ok());
+    EXPECT_TRUE(cancelled.timeline() == before);
+}
+
+TEST(EditWhole, DroppingEffectsKeepsTimewarps)
+{
+    DmEdit edit(timeline("AAAA|BBBB", "A0/20 B0/20"));
+    ASSERT_TRUE(edit.addEffect(at(0), DmResizeSettings::create()).ok());
+    ASSERT_TRUE(edit.speed(at(0), 2).ok());
+    const DmTimeline before = edit.timeline();
+    ASSERT_TRUE(edit.dropEffects().ok());
+    const auto& effects = edit.timeline().storedElement(at(0))->asSegment()->getEffects();
+    ASSERT_EQ(effects.count(), 1);
+    EXPECT_NE(dynamic_cast<const DmTimewarpSettings*>(effects.at(0)), nullptr);
+    EXPECT_EQ(edit.timeline().storedElement(at(2)), before.storedElement(at(2)));
+}
+
+TEST(EditLinks, ByMediumWhereNoIdSaysSo)
+{
+    const DmEditOptions byMedium{.linkByMedium = true};
+    const auto trimFirst = [](DmEdit& e) { return e.trim(at(0), DM_TAIL, -1); };
+    check({
+        {"in sync", "AAAA|BB\nAAAA|CC", "A5", trimFirst, "AAA|-|BB\nAAAA|CC", "", byMedium},
+        {"asked for nothing", "AAAA|BB\naaaa|bb", "A5 a5", trimFirst, "AAA|-|BB\naaaa|bb", ""},
+    });
+    // Sound of the same medium has the same name.
+    const auto withSound = [](double soundIn)
+    {
+        const auto root = zrDrawing::tree("AAAA|BB\naaaa|bb", "A5/20 a" + std::to_string(int(soundIn)) + "/20");
+        auto* const sound = static_cast<DmSourceNode*>(root->getChild(0)->getChild(1)->getChild(0)->getChild(0));
+        EXPECT_EQ(sound->getSrcInput()->setName(L"A"), DM_NO_ERROR);
+        return DmTimeline::takeOver(DmTreeTool::deepClone(root));
+    };
+    DmEdit synced(withSound(5), byMedium);
+    ASSERT_TRUE(trimFirst(synced).ok());
+    EXPECT_EQ(draw(synced.timeline()), "AAA|-|BB\naaa|-|bb");
+    DmEdit slipped(withSound(6), byMedium);
+    ASSERT_TRUE(trimFirst(slipped).ok());
+    EXPECT_EQ(draw(slipped.timeline()), "AAA|-|BB\naaaa|bb");
+}
+
+namespace
+{
+
+/// AAAA, a dissolve to a shot X that it and the next one cover wholly, and BBBB: X stands in a gap of no length. The
+/// first dissolve has the outgoing source attached, as lists write it.
+DmTimeline covered()
+{
+    const auto root = zrDrawing::tree("AAAA");
+    DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
+    const auto dissolve = [](char outgoing, double recIn, const zrDrawing::Material& material)
+    {
+        const auto effect = DmVDissolveSettings::create();
+        const double length = 2.0;
+        EXPECT_EQ(effect->setPropertyValue(L"length", DM_DOUBLE, &length), DM_NO_ERROR);
+        const auto node = DmTrxEffectNode::create(effect, 0.0, length);
+        if (outgoing)
+            EXPECT_EQ(node->setBaseBlob(shot(outgoing, recIn, 0, material)), DM_NO_ERROR);
+        return node;
+    };
+    EXPECT_EQ(builder.append(shot('A', 0, 4, {3, 20})), DM_NO_ERROR);
+    EXPECT_EQ(builder.append(dissolve('A', 4, {7, 20})), DM_NO_ERROR);
+    const auto gap = DmGapNode::create(DM_MEDIA_VIDEO, 0.0, 0.0);
+    EXPECT_EQ(gap->setBaseBlob(shot('X', 6, 0, {5, 20})), DM_NO_ERROR);
+    EXPECT_EQ(builder.append(gap), DM_NO_ERROR);
+    EXPECT_EQ(builder.append(dissolve(0, 6, {})), DM_NO_ERROR);
+    EXPECT_EQ(builder.append(shot('B', 8, 4, {9, 20})), DM_NO_ERROR);
+    auto* const track = static_cast<DmTrackNode*>(root->getChild(0)->getChild(0));
+    track->removeChild(0);
+    track->addChild(builder.finish());
+    return DmTimeline::publish(root);
+}
+
+/// "A7 at 4": the source that is attached to an element.
+std::string attached(const DmTimeline& timeline, int index)
+{
+    const CoSharedPtr<DmTreeNode> element = timeline.element(at(index));
+    const auto* const source = dynamic_cast<const DmSourceNode*>(element->getBaseBlob());
+    if (!source)
+        return "none";
+    std::ostringstream text;
+    text << dmUtf8(source->getName()) << source->getRelIn() << " at " << source->getRecIn();
+    return text.str();
+}
+
+} // namespace
+
+TEST(EditAttached, SourcesFollowTheirNodeAndAreNeverLost)
+{
+    const struct
+    {
+        const char* name;
+        std::function<DmStatus(DmEdit&)> operation;
+        const char* after;
+        const char* positions;
+        int index; ///< of the attached source
+        const char* source;
+    } cases[] = {
+        {"roll of its dissolve", [](DmEdit& e) { return e.cut(at(3)).ok() ? e.roll(at(1), -1) : DmStatus(); },
+         "AAA//X|BBBBBB", "A3 X5 B7", 1, "A6 at 3"},
+        {"pushed", [](DmEdit& e) { return e.insert(layer(), 0, five('Y')); }, "YYYYY|AAAA//.//BBBB", "Y3 A3 B9", 3,
+         "A7 at 9"},
+        {"ripple trim of what is outgoing", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, -1); }, "AAA//.//BBBB",
+         "A3 B9", 1, "A6 at 3"},
+        {"and what it covers is pulled", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, -1); }, "AAA//.//BBBB",
+         "A3 B9", 2, "X5 at 5"},
+        {"slip of what is outgoing", [](DmEdit& e) { return e.slip(at(0), 2); }, "AAAA//.//BBBB", "A5 B9", 1,
+         "A9 at 4"},
+        {"other material", [](DmEdit& e) { return e.replace(at(0), five('Y')); }, "YYYY//.//BBBB", "Y3 B9", 1, "none"},
+        {"slip of what is covered", [](DmEdit& e) { return e.slip(at(2), 1); }, "AAAA//.//BBBB", "A3 B9", 2, "X6 at 6"},
+        {"trimmed out of the first dissolve", [](DmEdit& e) { return e.cut(at(1)); }, "AAAA|XX//BBBB", "A3 X3 B9", 2,
+         "none"},
+        {"and out of the second", [](DmEdit& e) { return e.cut(at(3)); }, "AAAA//.|BBBBBB", "A3 B7", 2, "X5 at 6"},
+        {"lifted in a range beside it", [](DmEdit& e) { return e.lift(layer(), 9, 11); }, "AAAA//.//B|--|B",
+         "A3 B9 B12", 2, "X5 at 6"},
+    };
+    for (const auto& each : cases)
+    {
+        SCOPED_TRACE(each.name);
+        DmEdit edit(covered());
+        const DmStatus status = each.operation(edit);
+        ASSERT_TRUE(status.ok()) << dmUtf8(status.info());
+        EXPECT_EQ(draw(edit.timeline()), each.after);
+        EXPECT_EQ(positions(edit.timeline()), each.positions);
+        EXPECT_EQ(attached(edit.timeline(), each.index), each.source);
+        EXPECT_TRUE(DmTreeTool::findViolations(edit.timeline().composition(), DM_VALIDATE_ALL).empty());
+    }
+}
