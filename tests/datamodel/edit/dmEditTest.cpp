@@ -304,7 +304,7 @@ TEST(EditModes, AmountsAreTheCompositionsFramesMaterialCountsItsOwn)
          "AAAAA|BBBBB", "A0 B3.5"},
         {"split", L"50 fps", "AAAAAA", "A3/20", [](DmEdit& e) { return e.split(layer(), 2); }, "AA|AAAA", "A3 A4"},
         {"labels that drop frames", L"29.97 fps DF", "AAAA|BBBB", "",
-         [](DmEdit& e) { return e.trim(at(0), DM_TAIL, 1); }, "! \"B\" at 00:00:00;04", ""},
+         [](DmEdit& e) { return e.trim(at(0), DM_TAIL, 1); }, "! \"B\" at 00;00;00;04", ""},
         {"a refusal in the composition's own labels", L"25 fps", "AAAA|BBBB", "",
          [](DmEdit& e) { return e.trim(at(0), DM_TAIL, 1); }, "! \"B\" at 00:00:00:04", ""},
     };

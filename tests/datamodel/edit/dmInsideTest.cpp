@@ -23,7 +23,7 @@ DmTimeline nested()
     auto* const track = static_cast<DmTrackNode*>(root->getChild(0)->getChild(0));
     track->removeChild(0);
     track->addChild(builder.finish());
-    return DmTimeline::takeOver(root->clone() ? CoSharedPtr<DmTreeNode>(root) : nullptr);
+    return DmTimeline::publish(root);
 }
 
 DmCompositionNode* compositionOf(const DmTimeline& timeline, int index)
@@ -177,8 +177,7 @@ DmTimeline covered()
         const double length = 2.0;
         EXPECT_EQ(effect->setPropertyValue(L"length", DM_DOUBLE, &length), DM_NO_ERROR);
         const auto node = DmTrxEffectNode::create(effect, 0.0, length);
-        if (outgoing)
-            EXPECT_EQ(node->setBaseBlob(shot(outgoing, recIn, 0, material)), DM_NO_ERROR);
+        EXPECT_EQ(outgoing ? node->setBaseBlob(shot(outgoing, recIn, 0, material)) : DM_NO_ERROR, DM_NO_ERROR);
         return node;
     };
     EXPECT_EQ(builder.append(shot('A', 0, 4, {3, 20})), DM_NO_ERROR);
@@ -220,7 +219,7 @@ TEST(EditAttached, SourcesFollowTheirNodeAndAreNeverLost)
         const char* source;
     } cases[] = {
         {"roll of its dissolve", [](DmEdit& e) { return e.cut(at(3)).ok() ? e.roll(at(1), -1) : DmStatus(); },
-         "AAA//X|BBBBBB", "A3 X5 B7", 1, "A6 at 3"},
+         "AAA//X|BBBBBB", "A3 X4 B7", 1, "A6 at 3"},
         {"pushed", [](DmEdit& e) { return e.insert(layer(), 0, five('Y')); }, "YYYYY|AAAA//.//BBBB", "Y3 A3 B9", 3,
          "A7 at 9"},
         {"ripple trim of what is outgoing", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, -1); }, "AAA//.//BBBB",

@@ -245,7 +245,7 @@ DmStatus DmEdit::slip(const DmElementPlace& segment, double by)
             for (const DmElementPlace& each : all)
             {
                 const DmLane lane = _imp->lane(each);
-                if (lane.needSegment(each.index).whatIs() == DM_GAP_NODE)
+                if (lane.isGap(each.index))
                     dmRefuse("A gap has no material that could be slipped.");
                 lane.needWhole(each.index);
                 amount = _imp->within(amount, by > 0.0 ? lane.roomBehind(each.index) : lane.roomBefore(each.index),
