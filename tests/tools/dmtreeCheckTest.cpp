@@ -1,6 +1,9 @@
 #include "commandCases.h"
 #include "zrTempDir.h"
 
+#include <algorithm>
+#include <sstream>
+
 using zrTest::runDmtree;
 
 namespace
@@ -104,4 +107,30 @@ TEST(DmtreeCheckConfig, IsThatOfTheNearestFolderAndNamesItsMistakes)
         check({{"check", mistakes}, row.exitCode, row.out, row.err}, {.directory = directory.path()});
     }
     check({{"check", "--no-config", commercial}, 0, commercial + ": valid\n"}, {.directory = directory.path()});
+}
+
+/// What a conversion loses, check says of its format.
+TEST(DmtreeCheckProfile, NamesTheLossesThatAConversionNames)
+{
+    const ZrTempDir directory;
+    std::size_t losses = 0;
+    for (const std::string& file : {commercial, mistakes, std::string(ZR_EXAMPLES "/feature-23.976.json"),
+                                    std::string(ZR_EXAMPLES "/news-29.97df.json")})
+        for (const char* const name : {"edl", "otio", "fcp7xml", "json"})
+        {
+            const std::string format = name;
+            SCOPED_TRACE(file + " as " + format);
+            const auto converted =
+                runDmtree({"convert", "--to", format, "--each", file, directory.path("out." + format)});
+            std::istringstream said(converted.err);
+            const auto checked = runDmtree({"check", "--select", "writing", "--profile", format, file});
+            std::size_t count = 0;
+            for (std::string line; std::getline(said, line); ++count)
+                EXPECT_NE(checked.out.find(line.substr(std::min(line.rfind(": "), line.size()))), std::string::npos)
+                    << line;
+            EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(checked.out, '\n')), count + 1) << checked.out;
+            losses += count;
+        }
+    EXPECT_GT(losses, 10u);
+    check({{"check", "--profile", "vhs", commercial}, 2, "", "...there is no format vhs..."});
 }

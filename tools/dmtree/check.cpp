@@ -37,6 +37,7 @@ struct Options
     std::string explain;
     std::string fcm;
     std::string config;
+    std::string profile;
     std::vector<std::pair<std::string, std::vector<std::string>>> perPath; ///< what is not looked for in which files
     DmFindingOptions rules;
     unsigned jobs = 1;
@@ -100,6 +101,25 @@ void addLines(const dmtree::Document& document, std::vector<DmFinding>& findings
             finding.line = found->second;
 }
 
+/// Takes what is written to it for written.
+class Nowhere final : public interchange::Sink
+{
+public:
+    bool write(std::string_view /*bytes*/) override { return true; }
+};
+
+/// What a conversion into the profile's format would say.
+void addProfile(const DmRoot& root, const Options& options, const DmFindings& rules, std::vector<DmFinding>& findings)
+{
+    interchange::Options writing;
+    writing.format = options.profile;
+    writing.fcm = dmtree::modeOf(options.fcm);
+    Nowhere nowhere;
+    for (DmFinding& each : interchange::writeSink(root, nowhere, writing).findings)
+        if (rules.isOn(each.code))
+            findings.push_back(std::move(each));
+}
+
 void mend(DmRoot& root, const Options& options, const DmFindings& rules)
 {
     eDmErrorId status = options.repair ? DmTreeTool::repairTimes(&root) : DM_NO_ERROR;
@@ -141,6 +161,8 @@ dmtree::FileReport checkFile(const std::string& file, const Options& options)
     }
     addLines(document, found);
     std::ranges::move(found, std::back_inserter(report.findings));
+    if (!options.profile.empty())
+        addProfile(*document.root, options, rules, report.findings);
     return report;
 }
 
@@ -324,6 +346,13 @@ void dmtree::addCheck(CLI::App& app, Run& run)
     command->add_option("--output-format", options->form, "text, json (as --json), github or sarif")
         ->type_name("FORM")
         ->check(CLI::IsMember({"text", "json", "github", "sarif"}));
+    command
+        ->add_option("--profile", options->profile,
+                     "Find what would be lost in a format that is delivered, by its name: edl, otio, ...")
+        ->type_name("FORMAT")
+        ->check(CLI::Validator([](const std::string& name)
+                               { return interchange::formatNamed(name) ? "" : "there is no format " + name; },
+                               ""));
     CLI::Option* const config =
         command->add_option("--config", options->config, "The configuration, instead of .dmtree.toml")
             ->type_name("TOML")
