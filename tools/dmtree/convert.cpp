@@ -28,6 +28,7 @@ struct Options
     std::string from;
     std::string to;
     std::string composition;
+    std::string media; ///< what fills in what a list does not say; empty for none
     std::vector<std::string> tracks;
     std::string reelLength;
     bool splitTracks = false;
@@ -92,12 +93,14 @@ std::string pathOfTrack(const std::string& path, const std::string& track)
     return (whole.parent_path() / (whole.stem().string() + '-' + track + whole.extension().string())).string();
 }
 
-void convert(const Options& options, Job& job)
+void convert(const Options& options, const DmRoot* media, Job& job)
 {
     dmtree::Document document = dmtree::openDocument(job.in, options.conversion(options.from));
     job.findings = std::move(document.findings);
     if (!document.root)
         return;
+    if (media)
+        std::ranges::move(interchange::fillMedia(*document.root, *media), std::back_inserter(job.findings));
     interchange::Options writing = options.conversion(options.to);
     const auto write = [&](const std::string& out)
     {
@@ -197,9 +200,11 @@ int convertAll(const Options& options)
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         std::signal(signal, interrupted);
     int worst = dmtree::Fine;
+    const CoSharedPtr<DmRoot> media =
+        options.media.empty() ? CoSharedPtr<DmRoot>() : dmtree::requireDocument(options.media, options.lenient);
     for (Job& job : jobsOf(options))
     {
-        convert(options, job);
+        convert(options, media.get(), job);
         if (options.json)
             printJson(job);
         else
@@ -253,6 +258,11 @@ void dmtree::addConvert(CLI::App& app, Run& run)
     command->add_flag("--lenient", options->lenient,
                       "Carry on where a list has a mistake, or a document a value that would not be kept as it stands: "
                       "each is a warning that says what was chosen");
+    command
+        ->add_option("--media", options->media,
+                     "A list of media (.ale, or any other file) that fills in the paths, reels and looks that a list "
+                     "does not say")
+        ->type_name("FILE");
     command->add_option("--composition", options->composition, "Write this composition only")->type_name("NAME");
     command->add_option("--track", options->tracks, "Write these tracks only: V1, A2, ...")
         ->type_name("TRACK")

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -272,6 +273,42 @@ TEST(Ale, ACutIsARowAMedium)
     EXPECT_EQ(
         messages,
         "x.ale: note: an ALE lists media: where, how fast and with which effects a cut plays them is not in it\n");
+}
+
+TEST(Ale, FillsInWhatAListDoesNotSay)
+{
+    const Read media = read(head + "Column\nName\tStart\tEnd\tTape\tUNC Path\tASC_SAT\nData\n"
+                                   "x\t10:00:00:00\t10:01:00:00\tt1\t/m/t1.mov\t0.5\n"
+                                   "y\t11:00:00:00\t11:01:00:00\tA001C002_0412AB\t/m/y.mov\t\n"
+                                   "clip\t12:00:00:00\t12:01:00:00\t\t/m/clip.mov\t\n"
+                                   "a\t13:00:00:00\t13:01:00:00\tT4\t/m/a.mov\t\n"
+                                   "b\t13:00:00:00\t13:02:00:00\tT4\t/m/b.mov\t\n"
+                                   "late\t15:00:00:00\t15:01:00:00\tT5\t/m/late.mov\t\n");
+    ASSERT_TRUE(media.root) << media.messages;
+    Options options;
+    options.format = "edl";
+    options.fcm = DM::FCM_25;
+    const Read cut = read("TITLE: X\nFCM: NON-DROP FRAME\n"
+                          "001  T1 V     C        10:00:10:00 10:00:12:00 01:00:00:00 01:00:02:00\n"
+                          "002  A001C002 V C      11:00:00:00 11:00:01:00 01:00:02:00 01:00:03:00\n"
+                          "003  T3 V     C        12:00:00:00 12:00:01:00 01:00:03:00 01:00:04:00\n"
+                          "* FROM CLIP NAME: Clip\n* SOURCE FILE: said\n"
+                          "004  T4 V     C        13:00:00:00 13:00:01:00 01:00:04:00 01:00:05:00\n"
+                          "005  T5 V     C        14:59:59:00 15:00:01:00 01:00:05:00 01:00:07:00\n",
+                          options);
+    ASSERT_TRUE(cut.root) << cut.messages;
+    const std::string messages = dmFindingsText("x.edl", fillMedia(*cut.root, *media.root));
+    const auto info = [&](int number) -> const DmSourceInfo&
+    { return *cut.source(number).getSrcInput()->getSrcInfo(); };
+    EXPECT_EQ(info(0).getPath(), L"/m/t1.mov");
+    EXPECT_EQ(info(0).getReelName(), L"T1") << "what the list says stays";
+    EXPECT_EQ(cut.source(0).getEffects().count(), 1);
+    EXPECT_EQ(info(1).getPath(), L"/m/y.mov") << "the list has cut the reel";
+    EXPECT_EQ(info(2).getPath(), L"/m/clip.mov");
+    EXPECT_EQ(info(3).getPath(), L"");
+    EXPECT_EQ(info(4).getPath(), L"") << "plays from before the row begins";
+    EXPECT_NE(messages.find("01:00:04:00: clips that two rows of a list of media fit"), std::string::npos) << messages;
+    EXPECT_EQ(std::ranges::count(messages, '\n'), 1) << messages;
 }
 
 } // namespace

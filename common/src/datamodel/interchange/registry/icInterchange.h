@@ -55,6 +55,14 @@ ZR_DM_API Reading readBuffer(std::string_view bytes, const Options& options = {}
 ZR_DM_API Reading readStream(std::istream& stream, const Options& options = {}, std::string_view name = {});
 ZR_DM_API Reading readSource(Source& source, const Options& options = {}, std::string_view name = {});
 
+// Completing
+
+/// Fills in what a cut does not say of its media (paths, reels, looks) from a document whose sources are media, as an
+/// ALE is read. A row fits where its reel, or else its source file or name, is the source's reel or clip name, case
+/// aside, and its range holds what plays; a reel that a list has cut short counts if nothing else fits. What the cut
+/// says stays. Where two rows fit, nothing is filled in, which a finding names.
+ZR_DM_API std::vector<DmFinding> fillMedia(DmRoot& cut, const DmRoot& media);
+
 // Writing
 
 struct Writing
