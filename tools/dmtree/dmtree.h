@@ -34,6 +34,7 @@ void addEdit(CLI::App& app, Run& run);
 void addEnv(CLI::App& app, Run& run);
 void addFmt(CLI::App& app, Run& run);
 void addInfo(CLI::App& app, Run& run);
+void addMerge(CLI::App& app, Run& run);
 void addPatch(CLI::App& app, Run& run);
 void addSchema(CLI::App& app, Run& run);
 void addTc(CLI::App& app, Run& run);

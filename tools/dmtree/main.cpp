@@ -17,9 +17,9 @@ namespace
 
 /// One row a subcommand, in the order of --help.
 constexpr std::initializer_list<dmtree::AddSubcommand> subcommands = {
-    dmtree::addCheck, dmtree::addInfo,  dmtree::addDump,    dmtree::addFmt,    dmtree::addEdit,
-    dmtree::addDiff,  dmtree::addPatch, dmtree::addConvert, dmtree::addSchema, dmtree::addClasses,
-    dmtree::addEnv,   dmtree::addTc,    dmtree::addView,
+    dmtree::addCheck,   dmtree::addInfo,  dmtree::addDump,  dmtree::addFmt,     dmtree::addEdit,
+    dmtree::addDiff,    dmtree::addPatch, dmtree::addMerge, dmtree::addConvert, dmtree::addSchema,
+    dmtree::addClasses, dmtree::addEnv,   dmtree::addTc,    dmtree::addView,
 };
 
 } // namespace

@@ -1,8 +1,5 @@
 // A patch leads from any document to any other; on a third one it does what it can, and names the rest.
-#include "zrMutations.h"
-
-#include "dmPatch.h"
-#include "dmUtf8.h"
+#include "zrLaws.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +7,6 @@ namespace
 {
 
 using zrMutations::Source;
-using zrMutations::written;
 
 /// The patch as a file has it.
 DmPatch made(const DmRoot& before, const DmRoot& after)
@@ -24,13 +20,6 @@ DmPatch made(const DmRoot& before, const DmRoot& after)
     return back;
 }
 
-std::string patched(const DmPatch& patch, const DmRoot& document, DmPatchReport& report)
-{
-    CoSharedPtr<DmRoot> result;
-    const DmStatus status = patch.apply(document, result, report);
-    return status.ok() ? written(*result) : dmUtf8(status.info());
-}
-
 DmSegmentNode& shotAt(const CoSharedPtr<DmRoot>& root, int element)
 {
     return *root->getChild(0)->getChild(0)->getChild(0)->getChild(element)->asSegment();
@@ -42,19 +31,11 @@ TEST(Patch, LeadsFromAnyDocumentToAnyOther)
 {
     for (unsigned seed = 1; seed <= 60; ++seed)
     {
-        SCOPED_TRACE(seed);
         Source source(seed);
         const auto a = zrMutations::randomDocument(source);
-        auto b = zrMutations::reread(*a);
-        for (unsigned n = source.below(8); n-- > 0;)
-            zrMutations::mutate(*b, source);
-        b = source.below(5) == 0 ? zrMutations::randomDocument(source) : zrMutations::reread(*b);
+        const auto b = source.below(5) == 0 ? zrMutations::randomDocument(source) : zrLaws::changed(*a, source);
         ASSERT_TRUE(a && b);
-        DmPatchReport report;
-        const DmPatch patch = made(*a, *b);
-        ASSERT_EQ(patched(patch, *a, report), written(*b)) << patch.json();
-        EXPECT_TRUE(report.left.empty());
-        EXPECT_EQ(patch.isEmpty(), written(*a) == written(*b));
+        EXPECT_EQ(zrLaws::patchFault(*a, *b), "") << seed;
     }
 }
 

@@ -1,0 +1,106 @@
+// dmtree merge: what two editors did to one cut, put together.
+#include "dmtree.h"
+#include "documents.h"
+#include "modes.h"
+
+#include "dmMerge.h"
+#include "dmUtf8.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+namespace
+{
+
+struct Options
+{
+    std::string base;
+    std::string ours;
+    std::string theirs;
+    std::string output = "-";
+    std::string name;
+    std::string fcm;
+    bool lenient = false;
+    bool favourOurs = false;
+    bool favourTheirs = false;
+};
+
+bool isEmpty(const std::string& path)
+{
+    std::error_code error;
+    return path == "/dev/null" ||
+           (std::filesystem::is_regular_file(path, error) && std::filesystem::file_size(path, error) == 0);
+}
+
+CoSharedPtr<DmRoot> open(const std::string& path, const Options& options)
+{
+    interchange::Options reading;
+    reading.fcm = dmtree::modeOf(options.fcm);
+    return dmtree::requireDocument(path, options.lenient, reading, options.name);
+}
+
+/// A document, or a list of the format that the name tells.
+void save(const DmRoot& root, const Options& options)
+{
+    const std::string& named = interchange::formatOfPath(options.output) ? options.output : options.name;
+    const auto format = interchange::formatOfPath(named);
+    if (!format || format->name() == "json" || options.output == "-")
+        return dmtree::saveDocument(root, options.output, DmTreeJsonBuilder::Layout::Environment);
+    interchange::Options writing;
+    writing.format = std::string(format->name());
+    writing.fcm = dmtree::modeOf(options.fcm);
+    const interchange::Writing written = interchange::writeFile(root, options.output, writing);
+    std::cerr << dmFindingsText(options.output, written.findings);
+    if (!written.done)
+        throw std::runtime_error(options.output + ": not written");
+}
+
+int merge(const Options& options)
+{
+    CoSharedPtr<DmRoot> base;
+    if (!isEmpty(options.base))
+        base = open(options.base, options);
+    const CoSharedPtr<DmRoot> ours = open(options.ours, options);
+    const CoSharedPtr<DmRoot> theirs = open(options.theirs, options);
+    const DmMerge merge = DmMerge::merge(base.get(), *ours, *theirs,
+                                         options.favourTheirs ? DmMergeFavour::Theirs
+                                         : options.favourOurs ? DmMergeFavour::Ours
+                                                              : DmMergeFavour::OursAndMark);
+    if (!merge.result())
+        throw std::runtime_error("merge: " + dmUtf8(merge.status().info()));
+    for (const std::string& note : merge.notes())
+        std::cerr << "note: " << note << '\n';
+    for (const DmMergeConflict& conflict : merge.conflicts())
+        std::cerr << "conflict: " << conflict.text() << '\n';
+    save(*merge.result(), options);
+    return merge.conflicts().empty() ? dmtree::Fine : dmtree::Finding;
+}
+
+} // namespace
+
+void dmtree::addMerge(CLI::App& app, Run& run)
+{
+    CLI::App* const command = app.add_subcommand("merge", "Put together what two editors did to one cut");
+    const auto options = std::make_shared<Options>();
+    command->add_option("BASE", options->base, "What both come from; an empty file where nobody knows")->required();
+    command->add_option("OURS", options->ours, fileHelp)->required();
+    command->add_option("THEIRS", options->theirs, fileHelp)->required();
+    command
+        ->add_option("-o,--output", options->output, "Where to; may be one of the others. Standard output without it")
+        ->type_name("OUT");
+    command->add_option("--name", options->name, "The file's name, which tells its format: %P to git")
+        ->type_name("NAME");
+    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + std::string(modeHelp))
+        ->check(CLI::Validator(checkMode, "MODE"));
+    auto* const favour =
+        command->add_flag("--ours", options->favourOurs, "In a conflict ours stands, and nothing marks it");
+    command->add_flag("--theirs", options->favourTheirs, "In a conflict theirs stands")->excludes(favour);
+    addLenient(*command, options->lenient);
+    command->callback([&run, options] { run = [options] { return merge(*options); }; });
+}
