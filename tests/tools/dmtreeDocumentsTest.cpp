@@ -160,12 +160,13 @@ TEST(DmtreeInfo, SaysWhatADocumentHolds)
            0,
            "...m.okafor...Reel 3, locked cut...23.976 fps...03:00:00:00...4096x1716..."
            "/scans/B115/042B-1.0172800.dpx...DmPPFxTWSettings..."});
-    check({{"info", "--json", "-"},
-           0,
-           R"({"file":"-","identification":{},"compositions":[{"name":"untitled","rate":"25 fps",)"
-           R"("start":"00:00:00:00","duration":"00:00:00:20","picture":"","videoTracks":1,"audioTracks":0,)"
-           R"("nested":false}],"media":[{"name":"","kind":"video","reel":"","path":"/a.mov","uses":1}],"classes":{...)"},
-          {.input = layerOf(sourceOf(50, 0))});
+    check(
+        {{"info", "--json", "-"},
+         0,
+         R"({"file":"-","identification":{},"compositions":[{"name":"untitled","rate":"25 fps",)"
+         R"("start":"00:00:00:00","duration":"00:00:00:20","picture":"","videoTracks":1,"audioTracks":0,)"
+         R"("nested":false}],"media":[{"name":"","kind":"video","reel":"","path":"/a.mov","uses":1}],"classes":{...)"},
+        {.input = layerOf(sourceOf(50, 0))});
 }
 
 TEST(DmtreeDocuments, WhatIsUnreadableOrUnwritableIsNamed)

@@ -3,7 +3,7 @@
 /// A new object counts zero: an interface that hands out a raw pointer hands it out uncounted, and the caller puts it
 /// in a CoSharedPtr, which deletes it with its last reference.
 ///
-/// While the process has one thread no count is a locked instruction: those were a tenth of an import.
+/// While the process has one thread no count is a locked instruction.
 #pragma once
 
 #include "zrExport.h"

@@ -1203,8 +1203,8 @@ std::string DmChange::text() const
         return what + ": " + quoted(was) + (became.empty() ? " is gone" : " -> " + quoted(became));
     };
     const auto plain = [this](const std::string& what) { return what + ": " + was + " -> " + became; };
-    const auto longer = [this](double by) { return framesText(by) + (by > 0.0 ? " longer" : " shorter"); };
-    const auto later = [this](double by) { return framesText(by) + (by > 0.0 ? " later" : " earlier"); };
+    const auto longer = [](double by) { return framesText(by) + (by > 0.0 ? " longer" : " shorter"); };
+    const auto later = [](double by) { return framesText(by) + (by > 0.0 ? " later" : " earlier"); };
     switch (kind)
     {
     case Kind::Added:

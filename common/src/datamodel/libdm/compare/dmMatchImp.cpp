@@ -239,10 +239,12 @@ private:
         std::ranges::sort(after);
         std::ranges::sort(before);
         auto from = after.begin();
-        for (const auto& [medium, srcIn, i] : before)
+        for (const Entry& wanted : before)
         {
+            const auto& medium = std::get<0>(wanted);
+            const int i = std::get<2>(wanted);
             const Shot& shot = _before[std::size_t(i)];
-            from = std::lower_bound(from, after.end(), Entry{medium, srcIn, -1});
+            from = std::lower_bound(from, after.end(), Entry{medium, std::get<1>(wanted), -1});
             int best = -1;
             double most = 0.0;
             const auto look = [&](auto entry)

@@ -223,7 +223,7 @@ private:
     template <class Value>
     void values(const std::vector<Value>& a, const std::vector<Value>& b, const Step& step)
     {
-        const auto text = [&step](const std::vector<Value>& list)
+        const auto text = [&](const std::vector<Value>& list)
         {
             std::string all;
             for (std::size_t i = 0; i < list.size() && all.size() <= longestText; ++i)

@@ -149,8 +149,8 @@ const std::vector<DmRule>& dmStructureRules()
          .find =
              [](DmRuleRun& run)
          {
-             const auto look = [&run](const DmTreeNode& parent, const std::string& path, auto isAllowed,
-                                      const char* what, const auto& add)
+             const auto look = [](const DmTreeNode& parent, const std::string& path, auto isAllowed, const char* what,
+                                  const auto& add)
              {
                  for (int i = 0; i < parent.getNbChildren(); ++i)
                  {

@@ -1,12 +1,11 @@
 /// Memory for the objects of a tree: places of equal size, side by side in blocks of 8192 bytes.
 ///
 /// A block goes back to the C library's allocator when the last object in it is released, so an object that outlives
-/// its document keeps one block alive. Objects are made and released by any thread. Each is
-/// allocated alone in builds with a sanitizer, in processes with ZR_EACH_OBJECT_ALONE in their environment, which is
-/// for tools that watch the allocator, and when it has more than 512 bytes.
+/// its document keeps one block alive. Objects are made and released by any thread. Each is allocated alone in builds
+/// with a sanitizer, in processes with ZR_EACH_OBJECT_ALONE in their environment, which is for tools that watch the
+/// allocator, and when it has more than 512 bytes.
 ///
-/// What pays for it: the allocator's own eight bytes an object and its rounding to sixteen, which are a tenth of a
-/// tree, and a third of the time that making and releasing an object takes (documentsBench, propertyBench).
+/// What pays for it: the allocator's own eight bytes an object and its rounding to sixteen (documentsBench).
 #pragma once
 
 #include "zrExport.h"

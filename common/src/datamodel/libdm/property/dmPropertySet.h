@@ -91,10 +91,7 @@ public:
     static void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept;
     static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
     static void operator delete(void* memory, std::size_t size) { dmBlocks::give(memory, size); }
-    static void operator delete(void* memory, std::size_t size, std::align_val_t alignment)
-    {
-        ::operator delete(memory, size, alignment);
-    }
+    static void operator delete(void* memory, std::align_val_t alignment) { ::operator delete(memory, alignment); }
 
     /// Declares the class's properties (dmDeclare.h); called for the first instance that the factory makes.
     virtual eDmErrorId createList() = 0;

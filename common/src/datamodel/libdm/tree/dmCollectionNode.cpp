@@ -27,7 +27,8 @@ eDmErrorId DmCollectionNode::createList()
     askBeforeHolding(
         Children, [](const DmPropertySet& owner, const DmPropertySet& held)
         { return static_cast<const DmCollectionNode&>(owner).mayHold(static_cast<const DmTreeNode*>(&held)); });
-    mayKeepElsewhere(Children, [](const DmPropertySet& owner) -> const DmListForm*
+    mayKeepElsewhere(Children,
+                     [](const DmPropertySet& owner) -> const DmListForm*
                      { return static_cast<const DmCollectionNode&>(owner)._form.get(); });
     return status;
 }
