@@ -434,15 +434,16 @@ TEST(WithoutMemory, EffectsLayersAndWalksSayThatTheyFailed)
          [](EffectFixture& f) { return f.effect->getChannelByName(f.name) ? DM_NO_ERROR : DM_BAD_VALUE; }},
         {"set an attribute's text", [](EffectFixture& f) { return f.effect->setAttributText(f.name, f.name); }},
     };
-    for (const auto& [what, change] : rows)
+    for (const auto& row : rows)
     {
+        const auto& change = row.second;
         std::unique_ptr<EffectFixture> fixture;
         refuseEach(
-            what,
+            row.first,
             [&]
             {
                 fixture = std::make_unique<EffectFixture>();
-                return [&, &change = change] { return change(*fixture); };
+                return [&] { return change(*fixture); };
             },
             [&](eDmErrorId status, bool refused)
             {
