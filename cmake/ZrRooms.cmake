@@ -95,17 +95,25 @@ function(zr_bench name)
     target_link_libraries(${name} PRIVATE ZRdmtree zr_build_flags benchmark::benchmark ${BENCH_LIBRARIES})
 endfunction()
 
-# zr_fuzz(<name> SOURCES <file>... CORPUS <dir>): a libFuzzer target; with ZR_FUZZ_RUNS inputs it is a CTest test.
+# zr_fuzz(<name> [BY_HAND] [ONE_OF <n>] SOURCES <file>... CORPUS <dir>): a libFuzzer target; with ZR_FUZZ_RUNS inputs it
+# is a CTest test, with one of n where an input takes long, with none where it is run by hand.
 # New inputs and crashes go to the build tree: the committed corpus is only read.
 function(zr_fuzz name)
-    cmake_parse_arguments(FUZZ "" "CORPUS" "SOURCES;LIBRARIES" ${ARGN})
+    cmake_parse_arguments(FUZZ "BY_HAND" "CORPUS;ONE_OF" "SOURCES;LIBRARIES" ${ARGN})
     add_executable(${name} ${FUZZ_SOURCES})
     target_link_libraries(${name} PRIVATE ZRdmtree zr_build_flags ${FUZZ_LIBRARIES})
     target_link_options(${name} PRIVATE -fsanitize=fuzzer)
     add_dependencies(zr_fuzz_programs ${name})
+    if(FUZZ_BY_HAND)
+        return()
+    endif()
+    set(runs ${ZR_FUZZ_RUNS})
+    if(FUZZ_ONE_OF)
+        math(EXPR runs "${runs} / ${FUZZ_ONE_OF}")
+    endif()
     set(found ${CMAKE_CURRENT_BINARY_DIR}/${name}-corpus)
     file(MAKE_DIRECTORY ${found})
     get_filename_component(corpus ${FUZZ_CORPUS} ABSOLUTE)
-    add_test(NAME ${name} COMMAND ${name} -runs=${ZR_FUZZ_RUNS} -timeout=20 -rss_limit_mb=4096 -seed=1
+    add_test(NAME ${name} COMMAND ${name} -runs=${runs} -timeout=20 -rss_limit_mb=4096 -seed=1
                                   -artifact_prefix=${CMAKE_CURRENT_BINARY_DIR}/${name}- ${found} ${corpus})
 endfunction()

@@ -102,7 +102,7 @@ void use(const CoSharedPtr<DmRoot>& root)
     expect(DmTreeTool::dump(root.get(), text) == DM_NO_ERROR && !text.str().empty(), "cannot be shown");
     const CoSharedPtr<DmRoot> copy = DmTreeTool::deepClone(root);
     interchange::Report report;
-    if (const auto list = interchange::treeToEdl(*root, options, report))
+    if (const auto list = interchange::treeToEdl(*root, {}, report))
         static_cast<void>(interchange::writeEdl(*list));
     static_cast<void>(interchange::writeOtio(*root, DM::FCM_24, report));
     std::string difference;

@@ -36,7 +36,7 @@ void expect(bool property, const std::string& what)
     std::abort();
 }
 
-/// Equal for values that are equal but for the order of members.
+/// Equal for values that are equal but for the order of members, and for a number's form: 24 is 24.0.
 std::string canonical(const otio::Value& value)
 {
     std::string text;
@@ -50,6 +50,8 @@ std::string canonical(const otio::Value& value)
             parts.push_back(canonical(each.name) + ':' + canonical(each.value));
         std::ranges::sort(parts);
     }
+    else if (value.IsNumber() && value.IsLosslessDouble())
+        otio::appendShortJson(text, otio::Value(value.GetDouble() + 0.0)); // -0.0 is 0.0
     else
         otio::appendShortJson(text, value);
     for (const std::string& part : parts)
@@ -120,8 +122,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Report again(leniency);
     const CoSharedPtr<DmRoot> copy = readOtio(written, fcm, again);
     expect(copy != nullptr, again.toString("again.otio") + written);
-    std::string difference;
-    expect(DmTreeTool::areEqual(root.get(), copy.get(), &difference),
-           "read otherwise at " + difference + ": " + written);
+    // The leftovers of the first reading may spell a number otherwise.
+    expect(write(*copy, fcm) == written, "written otherwise the second time: " + written);
     return 0;
 }
