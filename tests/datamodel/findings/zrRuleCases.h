@@ -42,6 +42,7 @@ struct RuleCase
     Cut nearby;                    ///< nothing is found in it
     std::optional<Mending> mending = {};
     DmFindingOptions options = {};
+    bool isCyclic = false; ///< what is found stands below itself, and would never be released
 };
 
 inline DmLayerNode& layerOf(DmCompositionNode& composition, int track = 0)
@@ -171,6 +172,12 @@ inline void check(const RuleCase& row)
                         std::ranges::any_of(first, [&](const DmFinding& each)
                                             { return std::string_view(each.code) == finding.code; }))
                 << said(finding);
+    }
+    if (row.isCyclic)
+    {
+        auto& layer = layerOf(static_cast<DmCompositionNode&>(*tree->getChild(0)));
+        while (layer.getNbChildren() > 0)
+            layer.removeChild(0);
     }
 }
 
