@@ -681,8 +681,8 @@ bool Reader::hasOwnOrder(std::size_t falls) const
     const auto isOrdered = [&](Units part) {
         return rises(part, recordIn) || rises(part, sourceIn) || isByReels(part, recordIn) || isByReels(part, sourceIn);
     };
-    std::vector<const EdlEvent*> played = units;
-    std::ranges::stable_sort(played, {}, recordIn);
+    auto played = units;
+    std::ranges::sort(played, {}, [](const EdlEvent* event) { return std::pair(event->record.in, event); });
     if (rises(played, [](const EdlEvent* event) { return event->number; }) || isOrdered(units))
         return true;
     const auto cuts = std::ranges::find_if(units, [](const EdlEvent* event) { return event->isTransition(); });
