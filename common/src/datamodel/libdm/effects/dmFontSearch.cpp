@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #ifdef ZR_FONTCONFIG
+#include <dlfcn.h>
 #include <fontconfig/fontconfig.h>
 
 #include <memory>
@@ -24,11 +25,54 @@ std::string systemName(const DmString& name)
 
 #ifdef ZR_FONTCONFIG
 
+/// The functions of fontconfig, which is loaded when a font is first looked up, and stays: a program that never asks
+/// for one starts in half the time without it and its libraries, and takes less memory (startBench).
+struct Fontconfig
+{
+    decltype(&FcPatternCreate) patternCreate;
+    decltype(&FcPatternDestroy) patternDestroy;
+    decltype(&FcPatternAddString) addString;
+    decltype(&FcPatternAddInteger) addInteger;
+    decltype(&FcPatternGetString) getString;
+    decltype(&FcDefaultSubstitute) substitute;
+    decltype(&FcFontMatch) match;
+    decltype(&FcFontList) list;
+    decltype(&FcFontSetDestroy) fontSetDestroy;
+    decltype(&FcObjectSetCreate) objectSetCreate;
+    decltype(&FcObjectSetAdd) objectSetAdd;
+    decltype(&FcObjectSetDestroy) objectSetDestroy;
+    decltype(&FcStrCmpIgnoreCase) compare;
+
+    bool isLoaded;
+
+    Fontconfig()
+    {
+        void* const library = dlopen("libfontconfig.so.1", RTLD_NOW | RTLD_LOCAL);
+        const auto find = [library]<class Function>(const char* name, Function*& function)
+        {
+            function = library ? reinterpret_cast<Function*>(dlsym(library, name)) : nullptr;
+            return function != nullptr;
+        };
+        isLoaded = find("FcPatternCreate", patternCreate) && find("FcPatternDestroy", patternDestroy) &&
+                   find("FcPatternAddString", addString) && find("FcPatternAddInteger", addInteger) &&
+                   find("FcPatternGetString", getString) && find("FcDefaultSubstitute", substitute) &&
+                   find("FcFontMatch", match) && find("FcFontList", list) && find("FcFontSetDestroy", fontSetDestroy) &&
+                   find("FcObjectSetCreate", objectSetCreate) && find("FcObjectSetAdd", objectSetAdd) &&
+                   find("FcObjectSetDestroy", objectSetDestroy) && find("FcStrCmpIgnoreCase", compare);
+    }
+};
+
+const Fontconfig& fontconfig()
+{
+    static const Fontconfig loaded;
+    return loaded;
+}
+
 struct Release
 {
-    void operator()(FcPattern* pattern) const { FcPatternDestroy(pattern); }
-    void operator()(FcFontSet* fonts) const { FcFontSetDestroy(fonts); }
-    void operator()(FcObjectSet* objects) const { FcObjectSetDestroy(objects); }
+    void operator()(FcPattern* pattern) const { fontconfig().patternDestroy(pattern); }
+    void operator()(FcFontSet* fonts) const { fontconfig().fontSetDestroy(fonts); }
+    void operator()(FcObjectSet* objects) const { fontconfig().objectSetDestroy(objects); }
 };
 using Pattern = std::unique_ptr<FcPattern, Release>;
 
@@ -41,15 +85,15 @@ const FcChar8* fcText(const std::string& text)
 const char* stringOf(const FcPattern& font, const char* object, int index)
 {
     FcChar8* text = nullptr;
-    return FcPatternGetString(&font, object, index, &text) == FcResultMatch ? reinterpret_cast<const char*>(text)
-                                                                            : nullptr;
+    return fontconfig().getString(&font, object, index, &text) == FcResultMatch ? reinterpret_cast<const char*>(text)
+                                                                                : nullptr;
 }
 
 bool sameFamily(std::string a, std::string b)
 {
     std::erase(a, ' ');
     std::erase(b, ' ');
-    return FcStrCmpIgnoreCase(fcText(a), fcText(b)) == 0;
+    return fontconfig().compare(fcText(a), fcText(b)) == 0;
 }
 
 bool hasFamily(const FcPattern& font, const std::string& family)
@@ -64,15 +108,15 @@ bool hasFamily(const FcPattern& font, const std::string& family)
 /// be looked at again.
 std::string fileOfFamily(const std::string& family, const DmFontFace& face)
 {
-    const Pattern wanted(FcPatternCreate());
-    FcPatternAddString(wanted.get(), FC_FAMILY, fcText(family));
-    FcPatternAddInteger(wanted.get(), FC_WEIGHT, face.bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
-    FcPatternAddInteger(wanted.get(), FC_SLANT, face.italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
+    const Pattern wanted(fontconfig().patternCreate());
+    fontconfig().addString(wanted.get(), FC_FAMILY, fcText(family));
+    fontconfig().addInteger(wanted.get(), FC_WEIGHT, face.bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
+    fontconfig().addInteger(wanted.get(), FC_SLANT, face.italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
     if (!face.style.empty())
-        FcPatternAddString(wanted.get(), FC_STYLE, fcText(systemName(face.style)));
-    FcDefaultSubstitute(wanted.get());
+        fontconfig().addString(wanted.get(), FC_STYLE, fcText(systemName(face.style)));
+    fontconfig().substitute(wanted.get());
     FcResult result = FcResultMatch;
-    const Pattern font(FcFontMatch(nullptr, wanted.get(), &result));
+    const Pattern font(fontconfig().match(nullptr, wanted.get(), &result));
     const char* const file = font && hasFamily(*font, family) ? stringOf(*font, FC_FILE, 0) : nullptr;
     return file ? file : std::string();
 }
@@ -80,11 +124,11 @@ std::string fileOfFamily(const std::string& family, const DmFontFace& face)
 /// The first font that has the name as the given one of its names.
 std::string fileOfFont(const char* object, const std::string& name)
 {
-    const Pattern wanted(FcPatternCreate());
-    FcPatternAddString(wanted.get(), object, fcText(name));
-    const std::unique_ptr<FcObjectSet, Release> answer(FcObjectSetCreate());
-    FcObjectSetAdd(answer.get(), FC_FILE);
-    const std::unique_ptr<FcFontSet, Release> fonts(FcFontList(nullptr, wanted.get(), answer.get()));
+    const Pattern wanted(fontconfig().patternCreate());
+    fontconfig().addString(wanted.get(), object, fcText(name));
+    const std::unique_ptr<FcObjectSet, Release> answer(fontconfig().objectSetCreate());
+    fontconfig().objectSetAdd(answer.get(), FC_FILE);
+    const std::unique_ptr<FcFontSet, Release> fonts(fontconfig().list(nullptr, wanted.get(), answer.get()));
     const char* const file = fonts && fonts->nfont > 0 ? stringOf(*fonts->fonts[0], FC_FILE, 0) : nullptr;
     return file ? file : std::string();
 }
@@ -109,6 +153,8 @@ DmString dmFindInstalledFont(const DmFontFace& face)
         return {};
     static std::mutex mutex; // the first call reads the system's configuration
     const std::lock_guard guard(mutex);
+    if (!fontconfig().isLoaded)
+        return {};
     std::string file = fileOfFamily(name, face);
     if (file.empty())
         file = fileOfFont(FC_POSTSCRIPT_NAME, name);

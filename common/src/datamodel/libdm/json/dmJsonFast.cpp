@@ -8,6 +8,7 @@
 #include "dmUtf8.h"
 #include "dmVersion.h"
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -96,7 +97,7 @@ bool FastReader::refill(const char*& at)
 }
 
 /// The next character that is no blank; zero at the end of the document, and at what JSON has not.
-char FastReader::peek()
+char FastReader::peekBehindBlanks()
 {
     for (;;)
     {
@@ -122,11 +123,31 @@ char FastReader::peek()
     }
 }
 
-bool FastReader::take(char c)
+FastReader::Expected::Expected(std::string_view name)
 {
-    if (peek() != c)
+    const auto isPlain = [](char c) { return c >= ' ' && c != '"' && c != '\\'; };
+    if (name.size() >= sizeof bytes || !std::all_of(name.begin(), name.end(), isPlain))
+        return;
+    *std::copy(name.begin(), name.end(), bytes) = '"';
+    size = static_cast<unsigned>(name.size()) + 1;
+}
+
+FastReader::Property::Property(const DmPropertyDef& definition)
+    : def(&definition)
+    , name(definition._utf8Name)
+{
+}
+
+/// At a quote: goes behind the name if it is that one. What is compared beyond the end is zero.
+bool FastReader::take(const Expected& name)
+{
+    static_assert(sizeof name.bytes == 2 * lane);
+    const char* const at = _at + 1;
+    const unsigned low = maskOf(_mm_cmpeq_epi8(load(at), load(name.bytes)));
+    const unsigned high = maskOf(_mm_cmpeq_epi8(load(at + lane), load(name.bytes + lane)));
+    if (name.size == 0 || static_cast<unsigned>(std::countr_one(high << lane | low)) < name.size)
         return false;
-    ++_at;
+    _at = at + name.size;
     return true;
 }
 
@@ -303,7 +324,7 @@ bool FastReader::set(Class& type, DmPropertySetPtr& set)
     {
         const DmPropertySetData& data = made->classData();
         for (int i = 0; i < data.size(); ++i)
-            type.properties.push_back({data.at(i)});
+            type.properties.emplace_back(*data.at(i)).follower = static_cast<std::size_t>(i) + 1;
     }
     ++_depth;
     const bool isRead = take(':') && take('{') && members(type, *made);
@@ -331,18 +352,25 @@ bool FastReader::members(Class& type, DmPropertySet& set)
     return take('}');
 }
 
-/// Of a member behind that of `index`: mostly one of the next properties.
-bool FastReader::memberName(const Class& type, int& index)
+/// Of a member behind that of `index`: mostly the one that stood there the last time, or one of those behind it.
+bool FastReader::memberName(Class& type, int& index)
 {
+    const std::size_t count = std::min(type.properties.size(), mostProperties);
+    std::size_t& guess = index < 0 ? type.first : type.properties[static_cast<std::size_t>(index)].follower;
+    if (guess < count && take(type.properties[guess].name))
+    {
+        index = static_cast<int>(guess);
+        return true;
+    }
     Text name{};
     if (!string(name))
         return false;
-    const std::size_t count = std::min(type.properties.size(), mostProperties);
     for (std::size_t i = 0; i < count; ++i)
     {
         const std::size_t place = (static_cast<std::size_t>(index + 1) + i) % count;
         if (type.properties[place].def->_utf8Name == name.raw)
         {
+            guess = place;
             index = static_cast<int>(place);
             return true;
         }
@@ -407,10 +435,20 @@ bool FastReader::number(const DmPropertyDef& def, T& value)
         return false;
     if constexpr (std::is_integral_v<T>)
     {
-        const char* const end = number.text.data() + number.text.size();
-        return number.isInteger &&
-               std::from_chars(number.text.data(), end, value) == std::from_chars_result{end, std::errc()} &&
-               isMeant(def, value);
+        if (!number.isInteger)
+            return false;
+        if (!number.isExact)
+        {
+            const char* const end = number.text.data() + number.text.size();
+            return std::from_chars(number.text.data(), end, value) == std::from_chars_result{end, std::errc()} &&
+                   isMeant(def, value);
+        }
+        if (number.isNegative && std::is_unsigned_v<T>)
+            return false;
+        if (number.digits > static_cast<std::uint64_t>(std::numeric_limits<T>::max()) + (number.isNegative ? 1 : 0))
+            return false;
+        value = static_cast<T>(number.isNegative ? 0 - number.digits : number.digits);
+        return isMeant(def, value);
     }
     else
     {
@@ -538,7 +576,7 @@ FastReader::Class* FastReader::classOf(const Text& name)
         DmString wide;
         const DmPropertyCreator creator =
             dmFromUtf8(name.raw, wide) ? DmPropertyFactory::getInstance().findCreator(wide.view()) : nullptr;
-        found = _classes.emplace(name.raw, Class{std::string(name.raw), creator, {}}).first;
+        found = _classes.emplace(name.raw, Class{std::string(name.raw), Expected(name.raw), creator, {}}).first;
     }
     return found->second.creator ? &found->second : nullptr;
 }
@@ -550,13 +588,18 @@ bool FastReader::held(Property& property, DmPropertySet& owner, DmPropertySetPtr
         return false;
     if (take('}'))
         return true;
-    Text name{};
-    if (peek() != '"' || !string(name))
+    if (peek() != '"')
         return false;
     Class* type = property.lastHeld;
-    const bool isKnown = type && type->name == name.raw;
-    if (!isKnown)
-        type = classOf(name);
+    bool isKnown = type && take(type->expected);
+    if (Text name{}; !isKnown)
+    {
+        if (!string(name))
+            return false;
+        isKnown = type && type->name == name.raw;
+        if (!isKnown)
+            type = classOf(name);
+    }
     if (!type || !set(*type, child) || !take('}'))
         return false;
     if (!isKnown)

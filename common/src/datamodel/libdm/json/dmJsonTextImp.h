@@ -30,10 +30,20 @@ public:
     /// In front of each value of an array and each name of an object.
     void next()
     {
-        char* to = _output.room(_depth + 2);
+        char* to = _output.room(_depth + around);
         if (!std::exchange(_isFirst, false))
             *to++ = ',';
         _output.wrote(isPretty && _depth > 0 ? indent(to) : to);
+    }
+    /// A name with what stands around it, as spell() gives it.
+    void member(std::string_view spelt)
+    {
+        char* to = _output.room(_depth + around + spelt.size());
+        if (!std::exchange(_isFirst, false))
+            *to++ = ',';
+        if (isPretty && _depth > 0)
+            to = indent(to);
+        _output.wrote(std::copy(spelt.begin(), spelt.end(), to));
     }
     /// A name, or a string that holds nothing but ASCII that stands for itself.
     void plain(std::string_view text)
@@ -73,7 +83,7 @@ public:
     void end(char bracket)
     {
         --_depth;
-        char* to = _output.room(_depth + 2);
+        char* to = _output.room(_depth + around);
         if (!std::exchange(_isFirst, false) && isPretty)
             to = indent(to);
         *to++ = bracket;
@@ -84,16 +94,26 @@ public:
 
 private:
     static constexpr std::size_t atOnce = 16;
+    static constexpr std::size_t few = 4;
+    /// What stands in front of a name, its indentation apart, and what may be written beyond that.
+    static constexpr std::size_t around = 2 + atOnce;
 
     char* indent(char* to) const
     {
         *to++ = '\n';
-        std::memset(to, '\t', _depth);
+        if (_depth <= atOnce)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_set1_epi8('\t'));
+        else
+            std::memset(to, '\t', _depth);
         return to + _depth;
     }
     static bool isPlain(wchar_t c) { return c >= 0x20 && c < 0x80 && c != '"' && c != '\\'; }
     /// The bytes of 16 characters; false where one of them does not stand for itself.
     static bool narrow(const wchar_t* from, char* to);
+    /// The same of 4.
+    static bool narrowFew(const wchar_t* from, char* to);
+    /// Which bytes do not stand for themselves.
+    static unsigned specials(__m128i bytes);
     static char* escaped(wchar_t c, char* to);
 
     Output& _output;
@@ -110,11 +130,28 @@ bool JsonText<isPretty>::narrow(const wchar_t* from, char* to)
     const __m128i low = _mm_packs_epi32(load(0), load(1));
     const __m128i high = _mm_packs_epi32(load(2), load(3));
     const __m128i bytes = _mm_packus_epi16(low, high);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
+    return specials(bytes) == 0;
+}
+
+template <bool isPretty>
+bool JsonText<isPretty>::narrowFew(const wchar_t* from, char* to)
+{
+    const __m128i wide = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    const __m128i words = _mm_packs_epi32(wide, wide);
+    const __m128i bytes = _mm_packus_epi16(words, words);
+    const int four = _mm_cvtsi128_si32(bytes);
+    std::memcpy(to, &four, sizeof four);
+    return specials(bytes) == 0;
+}
+
+template <bool isPretty>
+unsigned JsonText<isPretty>::specials(__m128i bytes)
+{
     const __m128i control = _mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)); // and what is above 0x7F
     const __m128i quote = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
     const __m128i escape = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
-    return _mm_movemask_epi8(_mm_or_si128(control, _mm_or_si128(quote, escape))) == 0;
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(control, _mm_or_si128(quote, escape))));
 }
 
 template <bool isPretty>
@@ -154,7 +191,13 @@ bool JsonText<isPretty>::string(std::wstring_view text)
                 to += atOnce;
                 continue;
             }
-            for (const std::size_t end = std::min(count, i + atOnce); i < end; ++i)
+            if (count - i >= few && narrowFew(&text[i], to))
+            {
+                i += few;
+                to += few;
+                continue;
+            }
+            for (const std::size_t end = std::min(count, i + few); i < end; ++i)
             {
                 const wchar_t c = text[i];
                 if (isPlain(c))

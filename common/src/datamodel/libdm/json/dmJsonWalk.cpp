@@ -14,6 +14,10 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace dmJson
 {
@@ -61,6 +65,13 @@ public:
     }
 
 private:
+    /// The names of a class and its properties with what stands around them; empty for what UTF-8 has not.
+    struct Names
+    {
+        std::string className;
+        std::vector<std::string> properties;
+    };
+
     /// Where a set's object goes. It is begun with the first property that is written: a set that writes none leaves no
     /// trace there, nor do those that hold nothing but it.
     struct Place
@@ -77,6 +88,8 @@ private:
         const DmPropertySet* set;
         Kind kind;
         bool isOpen = false;
+        std::size_t at = 0;           ///< the property that is being written
+        const Names* names = nullptr; ///< of the set's class
     };
 
     void open(Place& place)
@@ -84,15 +97,13 @@ private:
         if (place.isOpen)
             return;
         if (place.kind == Place::Member)
-        {
-            open(*place.above);
-            name(place.def->_name);
-        }
+            member(*place.above, *place.def);
         if (place.kind != Place::Top)
             begin('{');
-        // The class of a set that was made without the factory has no name yet.
-        const DmString& known = place.set->classData().className();
-        name(known.empty() ? place.set->getPSetName() : known);
+        if (!place.names->className.empty())
+            _text.member(place.names->className);
+        else // that of a set which was made without the factory has none yet
+            name(place.set->getPSetName());
         begin('{');
         place.isOpen = true;
     }
@@ -110,9 +121,13 @@ private:
         const DmPropertySet& set = *place.set;
         if (++_sets > maxDepth / 2)
             tooDeep();
+        place.names = &namesOf(set.classData());
         const int count = set.classData().size();
         for (int i = 0; i < count; ++i)
+        {
+            place.at = static_cast<std::size_t>(i);
             property(place, i, *set.classData().at(i));
+        }
         --_sets;
     }
 
@@ -168,7 +183,38 @@ private:
     void member(Place& place, const DmPropertyDef& def)
     {
         open(place);
-        name(def._name);
+        if (const std::string& spelt = place.names->properties[place.at]; !spelt.empty())
+            _text.member(spelt);
+        else
+            name(def._name);
+    }
+
+    const Names& namesOf(const DmPropertySetData& data)
+    {
+        if (_last.first == &data)
+            return *_last.second;
+        const auto [found, isNew] = _names.try_emplace(&data);
+        Names& names = found->second;
+        if (isNew)
+        {
+            names.className = spell(data.className());
+            for (int i = 0; i < data.size(); ++i)
+                names.properties.push_back(spell(data.at(i)->_name));
+        }
+        _last = {&data, &names};
+        return names;
+    }
+
+    std::string spell(const DmString& name)
+    {
+        _spelling.empty(); // of a name that could not be spelt
+        _spelling.text().clear();
+        JsonText<isPretty> text(_spelling);
+        if (name.empty() || !text.string(name.view()))
+            return {};
+        text.colon();
+        _spelling.empty();
+        return _spelling.text();
     }
 
     template <class T>
@@ -390,6 +436,9 @@ private:
     }
 
     JsonText<isPretty> _text;
+    std::unordered_map<const DmPropertySetData*, Names> _names;
+    std::pair<const DmPropertySetData*, const Names*> _last; ///< of the set before
+    TextOutput _spelling;
     std::size_t _sets = 0; ///< sets that the walk is inside of
 };
 
