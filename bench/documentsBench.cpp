@@ -1,6 +1,9 @@
-/// Documents: opening and saving them against the JSON library's own parser and writer on the same bytes, and the
-/// memory of a tree against its document. Takes the numbers of segments as arguments; 1 000, 10 000 and 100 000
-/// without.
+/// Documents: opening and saving them against the JSON library's own parser and writer on the same bytes, copying them,
+/// and the memory of a tree against its document. Takes the numbers of segments as arguments; 1 000, 10 000 and 100 000
+/// without. With --million: how what a million plain clips cost differs from what a hundred thousand do.
+///
+/// The sync of a save waits for the disk and not for us: its processor time is taken off, and what it takes by the
+/// clock is printed.
 ///
 /// Each cost is taken in a child process: it begins with a clean heap, as a host does that opens a document, and pays
 /// for the memory that it needs itself, not for what another measurement has left.
@@ -11,14 +14,17 @@
 #include <rapidjson/filewritestream.h>
 #include <rapidjson/prettywriter.h>
 
+#include <array>
+#include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <malloc.h>
 #include <string>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -41,6 +47,10 @@ struct Sample
     bool isPretty() const { return layout == Layout::Pretty; }
 };
 
+/// What the syncs of this process have taken: processor time, and time by the clock.
+double syncSeconds = 0;
+double syncWait = 0;
+
 [[noreturn]] void giveUp(const std::string& why)
 {
     std::fprintf(stderr, "documentsBench: %s\n", why.c_str());
@@ -51,6 +61,11 @@ void must(const DmStatus& status)
 {
     if (status.failed())
         giveUp(dmUtf8(status.info()));
+}
+
+void must(eDmErrorId status)
+{
+    zrDocuments::must(status);
 }
 
 CoSharedPtr<DmRoot> open(const fs::path& file)
@@ -79,8 +94,9 @@ void writeWith(const rapidjson::Document& document, const fs::path& file)
     std::fclose(out);
 }
 
-/// What `work` answers in a child process.
-double inChild(const std::function<double()>& work)
+/// What `work` answers in a child process: a number or an array of them.
+template <class Work>
+auto inChild(const Work& work)
 {
     int ends[2];
     if (pipe(ends) != 0)
@@ -89,11 +105,11 @@ double inChild(const std::function<double()>& work)
     const pid_t child = fork();
     if (child == 0)
     {
-        const double result = work();
+        const auto result = work();
         _exit(write(ends[1], &result, sizeof result) == sizeof result ? 0 : 1);
     }
     close(ends[1]);
-    double result = 0;
+    decltype(work()) result{};
     if (read(ends[0], &result, sizeof result) != sizeof result)
         giveUp("a measurement has failed");
     close(ends[0]);
@@ -105,6 +121,13 @@ double secondsToImport(const Sample& sample)
 {
     CoSharedPtr<DmRoot> root;
     return zrRatio::secondsOf([&] { root = open(sample.file); });
+}
+
+double secondsToImportFromMemory(const Sample& sample)
+{
+    const std::string text = contents(sample.file);
+    CoSharedPtr<DmRoot> root;
+    return zrRatio::secondsOf([&] { must(DmJsonImporter::importRootFromStr(text.c_str(), root)); });
 }
 
 double secondsToRelease(const Sample& sample)
@@ -123,7 +146,30 @@ double secondsToParse(const Sample& sample)
 double secondsToSave(const Sample& sample)
 {
     const CoSharedPtr<DmRoot> root = open(sample.file);
-    return zrRatio::secondsOf([&] { must(DmTreeJsonBuilder::generate(root, sample.copy.c_str(), sample.layout)); });
+    const double synced = syncSeconds;
+    const double all =
+        zrRatio::secondsOf([&] { must(DmTreeJsonBuilder::generate(root, sample.copy.c_str(), sample.layout)); });
+    return all - (syncSeconds - synced);
+}
+
+double secondsToWaitForTheDisk(const Sample& sample)
+{
+    static_cast<void>(secondsToSave(sample));
+    return syncWait;
+}
+
+double secondsToSaveToMemory(const Sample& sample)
+{
+    const CoSharedPtr<DmRoot> root = open(sample.file);
+    std::string text;
+    return zrRatio::secondsOf([&] { must(DmTreeJsonBuilder::generateUtf8(root.get(), text, sample.layout)); });
+}
+
+double secondsToCopy(const Sample& sample)
+{
+    const CoSharedPtr<DmRoot> root = open(sample.file);
+    DmPropertySetPtr copy;
+    return zrRatio::secondsOf([&] { must(dmDeepCopy(*root, copy)); });
 }
 
 double secondsToWrite(const Sample& sample)
@@ -140,22 +186,25 @@ double secondsToWrite(const Sample& sample)
         });
 }
 
-/// The bytes of a tree.
-double treeSize(const Sample& sample)
+double bytesInUse()
 {
-    const auto inUse = []
-    {
-        const struct mallinfo2 info = mallinfo2();
-        return static_cast<double>(info.uordblks + info.hblkhd);
-    };
-    const double before = inUse();
-    const CoSharedPtr<DmRoot> root = open(sample.file);
-    return inUse() - before;
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<double>(info.uordblks + info.hblkhd);
+}
+
+/// The bytes of a tree, without the tables of its classes, which a process has once.
+double treeSize(const fs::path& file)
+{
+    static_cast<void>(zrDocuments::make(1));
+    const double before = bytesInUse();
+    const CoSharedPtr<DmRoot> root = open(file);
+    return bytesInUse() - before;
 }
 
 /// The bytes that an import adds to the process while it runs.
 double peakSize(const Sample& sample)
 {
+    static_cast<void>(zrDocuments::make(1));
     const auto peak = []
     {
         rusage usage{};
@@ -182,6 +231,60 @@ std::pair<double, double> medians(Measure ours, Measure reference, const Sample&
     return {zrRatio::median(times), zrRatio::median(referenceTimes)};
 }
 
+double makePlain(int clips, const fs::path& file)
+{
+    must(DmTreeJsonBuilder::generate(zrDocuments::makePlain(clips), file.c_str(), DmTreeJsonBuilder::Layout::Compact));
+    return 0;
+}
+
+/// What is done with plain clips, in seconds a clip, and their memory.
+constexpr const char* growing[] = {"open", "check", "save", "copy", "compare", "memory"};
+using Growing = std::array<double, std::size(growing)>;
+
+/// In the process that made the tree, as in an editor's.
+Growing costsOfPlain(int clips, const fs::path& file)
+{
+    const double before = bytesInUse();
+    CoSharedPtr<DmRoot> root = zrDocuments::makePlain(clips);
+    const double memory = bytesInUse() - before;
+    const double synced = syncSeconds;
+    const double save = zrRatio::secondsOf(
+        [&] { must(DmTreeJsonBuilder::generate(root, file.c_str(), DmTreeJsonBuilder::Layout::Compact)); });
+    const double sync = syncSeconds - synced;
+    const double check = zrRatio::secondsOf([&] { static_cast<void>(DmFindings().find(*root)); });
+    DmPropertySetPtr copy;
+    const double copying = zrRatio::secondsOf([&] { must(dmDeepCopy(*root, copy)); });
+    bool equal = false;
+    const double comparing = zrRatio::secondsOf([&] { must(dmDeepEqual(*root, *copy, equal)); });
+    if (!equal)
+        giveUp("a copy is another");
+    const double opening = zrRatio::secondsOf([&] { root = open(file); });
+    Growing costs{opening, check, save - sync, copying, comparing, memory};
+    for (double& cost : costs)
+        cost /= clips;
+    return costs;
+}
+
+void reportMillion(const fs::path& directory)
+{
+    constexpr int few = 100'000;
+    constexpr int many = 1'000'000;
+    constexpr int rounds = 5;
+    std::array<std::vector<double>, std::size(growing)> ratios;
+    for (int i = 0; i < rounds; ++i)
+    {
+        const auto costs = [&](int clips)
+        { return inChild([&] { return costsOfPlain(clips, directory / "plain.json"); }); };
+        const Growing reference = costs(few);
+        const Growing grown = costs(many);
+        for (std::size_t k = 0; k < ratios.size(); ++k)
+            ratios[k].push_back(grown[k] / reference[k]);
+    }
+    for (std::size_t k = 0; k < ratios.size(); ++k)
+        std::printf("%s: a clip among %d / among %d: ratio %.2f (limit %.2f)\n", growing[k], many, few,
+                    zrRatio::median(ratios[k]), std::strcmp(growing[k], "memory") == 0 ? 1.05 : 1.2);
+}
+
 /// Seconds to import a segment.
 double report(int segments, const fs::path& directory)
 {
@@ -201,34 +304,73 @@ double report(int segments, const fs::path& directory)
 
     const int rounds = segments > 50'000 ? 3 : 15;
     double seconds = 0;
+    const auto print = [&](const char* what, double ratio, double limit)
+    { std::printf("%d segments, %s: ratio %.2f (limit %.2f)\n", segments, what, ratio, limit); };
     for (const Sample& sample : {pretty, compact})
     {
-        const auto [import, parse] = medians(secondsToImport, secondsToParse, sample, rounds);
-        const auto [save, write] = medians(secondsToSave, secondsToWrite, sample, rounds);
-        // The compact form has as many values in less than half the bytes: its import is for information.
-        std::printf("%d segments, %s: import / parse: ratio %.2f (%s)\n", segments, sample.name, import / parse,
-                    sample.isPretty() ? "limit 2.50" : "no limit");
-        std::printf("%d segments, %s: save / write: ratio %.2f (limit 3.00)\n", segments, sample.name, save / write);
+        const auto compare = [&](const char* what, Measure ours, Measure reference, double limit)
+        {
+            const auto [work, other] = medians(ours, reference, sample, rounds);
+            print((std::string(sample.name) + ": " + what).c_str(), work / other, limit);
+            return work;
+        };
+        const double import = compare("import / parse", secondsToImport, secondsToParse, 1.0);
+        compare("import from memory / from a file", secondsToImportFromMemory, secondsToImport, 1.0);
+        compare("save without the sync / write", secondsToSave, secondsToWrite, 0.7);
+        compare("save to memory / to a file without the sync", secondsToSaveToMemory, secondsToSave, 1.0);
         if (sample.isPretty())
             seconds = import / segments;
     }
-    const auto [release, import] = medians(secondsToRelease, secondsToImport, pretty, rounds);
-    std::printf("%d segments: release / import: ratio %.2f (limit 0.30)\n", segments, release / import);
-    const double tree = inChild([&] { return treeSize(pretty); });
-    std::printf("%d segments: tree in memory / compact document: ratio %.2f (limit 1.25)\n", segments, tree / size);
-    std::printf("%d segments: peak of an import less the tree / compact document: ratio %.2f (limit 0.20)\n", segments,
-                (inChild([&] { return peakSize(pretty); }) - tree) / size);
+    std::printf("%d segments, pretty: a save waits for the disk: %.0f ms by the clock\n", segments,
+                1000 * inChild([&] { return secondsToWaitForTheDisk(pretty); }));
+    const auto [copy, import] = medians(secondsToCopy, secondsToImport, pretty, rounds);
+    print("deep copy / import", copy / import, 0.5);
+    const auto [release, again] = medians(secondsToRelease, secondsToImport, pretty, rounds);
+    print("release / import", release / again, 0.3);
+    const double tree = inChild([&] { return treeSize(pretty.file); });
+    print("tree in memory / compact document", tree / size, 1.25);
+    print("peak of an import less the tree / compact document",
+          (inChild([&] { return peakSize(pretty); }) - tree) / size, 0.2);
+
+    const fs::path plain = directory / "plain.json";
+    inChild([&] { return makePlain(segments, plain); });
+    print("plain clips: tree in memory / compact document",
+          inChild([&] { return treeSize(plain); }) / static_cast<double>(fs::file_size(plain)), 1.95);
+    const Growing costs = inChild([&] { return costsOfPlain(segments, plain); });
+    for (std::size_t i = 0; i < costs.size(); ++i)
+    {
+        const bool isMemory = std::strcmp(growing[i], "memory") == 0;
+        std::printf("%d plain clips, %s: %.2f %s a clip with its cut\n", segments, growing[i],
+                    isMemory ? costs[i] / 1024 : costs[i] * 1e6, isMemory ? "KiB" : "us");
+    }
     return seconds;
 }
 
 } // namespace
 
+/// In the place of the C library's, which it calls.
+extern "C" int fsync(int file)
+{
+    const double start = zrRatio::processorSeconds();
+    const auto begin = std::chrono::steady_clock::now();
+    const auto result = static_cast<int>(syscall(SYS_fsync, file));
+    syncSeconds += zrRatio::processorSeconds() - start;
+    syncWait += std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    return result;
+}
+
 int main(int argc, char** argv)
 {
     std::vector<int> sizes;
+    bool isMillion = false;
     for (int i = 1; i < argc; ++i)
-        sizes.push_back(std::atoi(argv[i]));
-    if (sizes.empty())
+    {
+        if (std::strcmp(argv[i], "--million") == 0)
+            isMillion = true;
+        else
+            sizes.push_back(std::atoi(argv[i]));
+    }
+    if (sizes.empty() && !isMillion)
         sizes = {1'000, 10'000, 100'000};
     std::string name = (fs::temp_directory_path() / "documentsBenchXXXXXX").string();
     if (!mkdtemp(name.data()))
@@ -241,8 +383,11 @@ int main(int argc, char** argv)
         if (first == 0)
             first = last;
     }
-    std::printf("import of a segment among %d / among %d: ratio %.2f (limit 1.15)\n", sizes.back(), sizes.front(),
-                last / first);
+    if (isMillion)
+        reportMillion(name);
+    if (sizes.size() > 1)
+        std::printf("import of a segment among %d / among %d: ratio %.2f (limit 1.15)\n", sizes.back(), sizes.front(),
+                    last / first);
     fs::remove_all(name);
     return 0;
 }

@@ -2,6 +2,8 @@
 /// grade with a curve, and every fourth with a resize; cuts between them.
 ///
 ///     const CoSharedPtr<DmRoot> root = zrDocuments::make(10'000);
+///
+/// makePlain: the same of clips without format and grade.
 #pragma once
 
 #include <ZRdmtree.h>
@@ -75,7 +77,26 @@ inline CoSharedPtr<DmSourceNode> makeSegment(int number, double recIn, double le
     return source;
 }
 
-inline CoSharedPtr<DmRoot> make(int segments)
+/// A clip as a cut list brings it: its material, where that is, and what part of it plays.
+inline CoSharedPtr<DmSourceNode> makePlainSegment(int number, double recIn, double length)
+{
+    const DmString fcm = dmFcmText(DM::FCM_25);
+    const DmString name = numbered(L"A%07d_C012_0412", number);
+    const CoSharedPtr<DmSourceInfo> info = DmSourceInfo::create();
+    must(info->setSourceType(DmSourceInfo::File));
+    must(info->setName(name));
+    must(info->setReelName(numbered(L"A%03d", number % 1000)));
+    must(info->setPath(numbered(L"/projects/harbour/rushes/day_04/A%07d_C012_0412.mov", number)));
+    const auto input = DmSourceNode::MediaInput::create(length + 48, 90000.0 + number, info, fcm, DM_MEDIA_VIDEO, true);
+    must(input->setName(name));
+    CoSharedPtr<DmSourceNode> source = DmSourceNode::create(input, recIn, length, 24.0, false, false);
+    must(source->setName(name));
+    must(source->setSegmentId(numbered(L"5d41402a-%07d", number)));
+    return source;
+}
+
+template <class MakeSegment>
+CoSharedPtr<DmRoot> makeOf(int segments, const MakeSegment& makeSegment)
 {
     CoSharedPtr<DmRoot> root = DmRoot::create();
     const auto edit = DmCompositionNode::create(L"Summer", dmFcmText(DM::FCM_25), DmFrameResolution::create());
@@ -96,6 +117,16 @@ inline CoSharedPtr<DmRoot> make(int segments)
     must(layer->setLayerLength(time));
     must(edit->setCompLength(time));
     return root;
+}
+
+inline CoSharedPtr<DmRoot> make(int segments)
+{
+    return makeOf(segments, makeSegment);
+}
+
+inline CoSharedPtr<DmRoot> makePlain(int clips)
+{
+    return makeOf(clips, makePlainSegment);
 }
 
 } // namespace zrDocuments
