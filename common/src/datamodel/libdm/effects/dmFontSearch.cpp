@@ -25,8 +25,8 @@ std::string systemName(const DmString& name)
 
 #ifdef ZR_FONTCONFIG
 
-/// The functions of fontconfig, which is loaded when a font is first looked up, and stays: a program that never asks
-/// for one starts in half the time without it and its libraries, and takes less memory (startBench).
+/// The functions of fontconfig, which is loaded when a font is first looked up, and stays: loading it and its libraries
+/// took half a millisecond and 0.6 MB of every program's start.
 struct Fontconfig
 {
     decltype(&FcPatternCreate) patternCreate;

@@ -33,9 +33,8 @@ public:
     bool read(DmPropertySetPtr& set);
 
 private:
-    /// A name that is likely the next one, with its closing quote: compared where it would stand, all at once. Most
-    /// members of most documents are met so, without a look for the end of the name (documentsBench: a fifth of an
-    /// import).
+    /// A name that is likely the next one, with its closing quote: compared where it would stand, all at once, without
+    /// a look for its end. Finding names took an eighth of an import before.
     struct Expected
     {
         explicit Expected(std::string_view name);
