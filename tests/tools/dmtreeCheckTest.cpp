@@ -46,6 +46,28 @@ TEST(DmtreeCheckForms, SayTheSame)
         check(row);
 }
 
+/// Of whatever there is to say: notes, lines and columns, names that are no plain text of an URI, what cannot be read.
+TEST(DmtreeCheckForms, SarifIsValidByItsPublishedSchema)
+{
+    const ZrTempDir directory;
+    const std::string list = directory.write("reel 1 #2%\u00e9.edl", "TITLE: r\n\n"
+                                                                     "001  A001 V C 01:00:04:05 01:00:04:14 "
+                                                                     "01:00:00:00 01:00:00:09\n"
+                                                                     "002  A001 V C 01:00:04:14 01:00:x\n");
+    const auto run = runDmtree({"check", "--output-format", "sarif", "--select", "all", "--fcm", "25", mistakes, list,
+                                commercial, ZR_EXAMPLES "/../lists/reel1.edl", "/nowhere"});
+    EXPECT_EQ(run.exitCode, 2);
+    const auto validate = [&](const std::string& log) {
+        return zrTest::runCommand({ZR_PYTHON, ZR_VALIDATOR, ZR_SARIF, directory.write("log.sarif", log)});
+    };
+    EXPECT_EQ(validate(run.out).out, "valid\n");
+    for (const char* const part : {"\"level\": \"note\"", "\"startLine\": 4", "reel%201%20%232%25%C3%A9.edl"})
+        EXPECT_NE(run.out.find(part), std::string::npos) << part << run.out;
+    std::string wrong = run.out;
+    wrong.replace(wrong.find("\"startLine\": 4"), 14, "\"startLine\": 0");
+    EXPECT_EQ(validate(wrong).exitCode, 1);
+}
+
 TEST(DmtreeCheckJobs, ReportsKeepTheOrderOfTheFiles)
 {
     std::vector<std::string> arguments = {"check", "--jobs", "4"};

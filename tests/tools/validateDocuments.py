@@ -6,15 +6,17 @@
 import json
 import sys
 
-from jsonschema import Draft202012Validator
+from jsonschema import Draft202012Validator, FormatChecker
 from jsonschema.exceptions import best_match
+from jsonschema.validators import validator_for
 
 
 def main(schema_path, *documents):
     with open(schema_path, encoding="utf-8") as file:
         schema = json.load(file)
-    Draft202012Validator.check_schema(schema)
-    validator = Draft202012Validator(schema)
+    kind = validator_for(schema, default=Draft202012Validator)
+    kind.check_schema(schema)
+    validator = kind(schema, format_checker=FormatChecker())
     faults = 0
     for document in documents:
         with open(document, encoding="utf-8") as file:
