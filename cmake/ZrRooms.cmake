@@ -97,7 +97,8 @@ endfunction()
 
 # zr_fuzz(<name> [BY_HAND] [ONE_OF <n>] SOURCES <file>... CORPUS <dir>): a libFuzzer target; with ZR_FUZZ_RUNS inputs it
 # is a CTest test, with one of n where an input takes long, with none where it is run by hand.
-# New inputs and crashes go to the build tree: the committed corpus is only read.
+# New inputs and crashes go to the build tree: the committed corpus is only read. Every run begins with that alone and
+# with one seed, so that a run is what the last one was unless the code has changed.
 function(zr_fuzz name)
     cmake_parse_arguments(FUZZ "BY_HAND" "CORPUS;ONE_OF" "SOURCES;LIBRARIES" ${ARGN})
     add_executable(${name} ${FUZZ_SOURCES})
@@ -112,8 +113,10 @@ function(zr_fuzz name)
         math(EXPR runs "${runs} / ${FUZZ_ONE_OF}")
     endif()
     set(found ${CMAKE_CURRENT_BINARY_DIR}/${name}-corpus)
-    file(MAKE_DIRECTORY ${found})
     get_filename_component(corpus ${FUZZ_CORPUS} ABSOLUTE)
-    add_test(NAME ${name} COMMAND ${name} -runs=${runs} -timeout=20 -rss_limit_mb=4096 -seed=1
-                                  -artifact_prefix=${CMAKE_CURRENT_BINARY_DIR}/${name}- ${found} ${corpus})
+    set(options -runs=${runs} -timeout=120 -rss_limit_mb=4096 -seed=1
+                -artifact_prefix=${CMAKE_CURRENT_BINARY_DIR}/${name}-)
+    add_test(NAME ${name}
+             COMMAND sh -c "rm -rf \"$0\" && mkdir \"$0\" && exec \"$@\"" ${found} $<TARGET_FILE:${name}> ${options} ${found}
+                     ${corpus})
 endfunction()
