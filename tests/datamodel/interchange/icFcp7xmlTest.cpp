@@ -214,6 +214,7 @@ TEST(Fcp7xml, ComesBackElementForElement)
         xmeml("<project><name>p</name><children><bin><name>b</name><children><clip id=\"m\"><name>m</name>" +
               file("f1", 500) + "</clip>" + sequence(dissolved, "", "", rate(25), "s2") + "</children></bin>" +
               sequence(clip("n", 0, 100, 20, 120, "<sequence id=\"s2\"/>")) + "</children></project>"),
+        xmeml("<bin><name>b</name><children><x/>text" + sequence(dissolved) + "<y/></children></bin>"),
         xmeml(sequence(clip("n", 0, 100, 0, 100, sequence(dissolved, "", "", rate(25), "s2")) +
                        clip("o", 100, 150, 0, 50, "<sequence id=\"s2\"/>"))),
         // Speeds, filters with key frames, looks, markers, generators
@@ -477,6 +478,9 @@ TEST(Fcp7xml, RefusesWhatIsNoSequence)
          "x.xml:4: warning: a clip without a length; left out\n"},
         {xmeml(sequence(mix(50, 40, "center"))), "x.xml:4: a transition without a length\n",
          "x.xml:4: warning: a transition without a length; left out\n"},
+        {xmeml(sequence(dissolved + mix(94, 200, "end-black"))),
+         "x.xml:4: a transition that begins before the one before it has ended\n",
+         "x.xml:4: warning: a transition that begins before the one before it has ended; left out\n"},
         {xmeml(sequence(clip("n", 0, 100, 0, 100, "<sequence id=\"sequence-1\"/>"))),
          "x.xml:4: a sequence that holds itself\n",
          "x.xml:4: warning: a sequence that holds itself; it plays nothing there\n"},

@@ -487,6 +487,7 @@ std::vector<Entry> Maker::entriesOf(const Stage& stage, pugi::xml_node track)
 {
     std::vector<Entry> all;
     const Rate rate = Rate::of(stage.element.child("rate")).value_or(Rate::of(stage.fcm));
+    double mixEnd = stage.origin;
     for (const pugi::xml_node child : track.children())
         if (isNamed(child, "clipitem") || isNamed(child, "generatoritem") || isNamed(child, "transitionitem"))
         {
@@ -494,8 +495,18 @@ std::vector<Entry> Maker::entriesOf(const Stage& stage, pugi::xml_node track)
             entry.element = child;
             entry.isMix = isNamed(child, "transitionitem");
             entry.rate = rate;
-            if (!entry.isMix || readMix(stage, entry))
-                all.push_back(entry);
+            if (entry.isMix)
+            {
+                if (!readMix(stage, entry))
+                    continue;
+                if (entry.start < mixEnd)
+                {
+                    mistake(child, "a transition that begins before the one before it has ended", "left out");
+                    continue;
+                }
+                mixEnd = entry.end;
+            }
+            all.push_back(entry);
         }
     std::vector<Entry> entries;
     double last = stage.origin;

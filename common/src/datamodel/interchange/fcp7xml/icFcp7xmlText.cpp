@@ -450,9 +450,11 @@ void writeVerbatim(Output& out, pugi::xml_node node, const WriteItems& items, st
             return items(out, parent);
         if (isLeaf(node))
             return out.leaf(node.name(), node, {}, node.child_value());
+        // Text beside elements stands as it was; where nodes are among them, each on a line.
         const bool isMixed = std::ranges::any_of(node.children(), [](pugi::xml_node child)
                                                  { return child.type() == pugi::node_pcdata; });
-        if (!isMixed)
+        const auto isItems = [](pugi::xml_node child) { return std::string_view(child.name()) == itemsName; };
+        if (!isMixed || node.find_node(isItems))
         {
             out.open(node.name(), node, {}, false);
             for (const pugi::xml_node child : node.children())
@@ -462,7 +464,7 @@ void writeVerbatim(Output& out, pugi::xml_node node, const WriteItems& items, st
     }
     std::string text;
     print(text, node);
-    out.line(text);
+    out.line(trimmed(text));
 }
 
 } // namespace
