@@ -81,6 +81,9 @@ TEST(Ale, ComesBackRowForRow)
         // Blank, short and long rows, rows of blanks, rows without times
         usual + "\n" + first + "\n\n  \ntwo\n\t\t\t\t\t\n" + first + "three\tV\t\t\tT1\tC\tmore\t\tand more\n",
         usual + "one\tV\t01:00:00:00\t01:00:04:00\n" + "one\tV\t01:00:00:00\t01:00:04:00\tT1\tA\t\n",
+        // A short row of columns that others beside them say, a line of the heading with control characters
+        head + "Column\nName\tStart\tEnd\tTape\tDuration\tStart\tTape\nData\none\t01:00:00:00\t01:00:04:00\tT1\n",
+        "Heading\nFPS\t25\nColumn\nName\tStart\tEnd\nData\x0Bone\x01\t01:00:00:00\t01:00:01:00\n",
         // Headings on one line
         "Heading\tFIELD_DELIM\tTABS\tFPS\t25\nColumn\tName\tStart\tEnd\nData\tone\t01:00:00:00\t01:00:01:00\n",
         "HEADING\nFPS 25\ncolumn\nName\tStart\tEnd\ndata\none\t01:00:00:00\t01:00:01:00\n",

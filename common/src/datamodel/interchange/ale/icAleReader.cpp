@@ -26,11 +26,12 @@ using namespace ale;
 namespace
 {
 
-/// The cells of a row that say something of its medium.
+/// What a row says, by role: of several columns of a kind the first that says something counts.
 struct Facts
 {
-    std::string_view start, end, duration, tracks, name, rate, sop, saturation, cdl;
-    std::string_view reel, path, directory, fileName;
+    std::string_view operator[](Role role) const { return texts[static_cast<std::size_t>(role)]; }
+
+    std::array<std::string_view, static_cast<std::size_t>(Role::Cdl) + 1> texts;
     std::vector<bool> used; ///< of the columns: the model has what they say
 };
 
@@ -164,30 +165,13 @@ Facts Reader::factsOf(const std::vector<std::string_view>& cells) const
 {
     Facts facts;
     facts.used.resize(_roles.size());
-    // Of several columns of a kind the first that says something counts.
-    const auto take = [&](Role role) -> std::string_view
-    {
-        for (std::size_t i = 0; i < std::min(cells.size(), _roles.size()); ++i)
-            if (_roles[i] == role && !trimmed(cells[i]).empty())
-            {
-                facts.used[i] = true;
-                return trimmed(cells[i]);
-            }
-        return {};
-    };
-    facts.start = take(Role::Start);
-    facts.end = take(Role::End);
-    facts.duration = take(Role::Duration);
-    facts.tracks = take(Role::Tracks);
-    facts.name = take(Role::Name);
-    facts.rate = take(Role::Rate);
-    facts.sop = take(Role::Sop);
-    facts.saturation = take(Role::Saturation);
-    facts.cdl = take(Role::Cdl);
-    facts.reel = take(Role::Reel);
-    facts.path = take(Role::Path);
-    facts.directory = take(Role::Directory);
-    facts.fileName = take(Role::FileName);
+    for (std::size_t i = 0; i < std::min(cells.size(), _roles.size()); ++i)
+        if (std::string_view& text = facts.texts[static_cast<std::size_t>(_roles[i])];
+            text.empty() && _roles[i] != Role::Custom && !trimmed(cells[i]).empty())
+        {
+            text = trimmed(cells[i]);
+            facts.used[i] = true;
+        }
     return facts;
 }
 
@@ -206,12 +190,12 @@ std::optional<std::int64_t> Reader::frames(std::string_view label, const char* c
 /// None for a row without times, and, behind a mistake, for one whose times make no sense.
 std::optional<Range> Reader::range(const Facts& facts, DM::FrameCodeModes fcm)
 {
-    if (facts.start.empty() || (facts.end.empty() && facts.duration.empty()))
+    if (facts[Role::Start].empty() || (facts[Role::End].empty() && facts[Role::Duration].empty()))
         return std::nullopt;
-    const bool hasEnd = !facts.end.empty();
-    const std::optional<std::int64_t> start = frames(facts.start, "Start", fcm);
+    const bool hasEnd = !facts[Role::End].empty();
+    const std::optional<std::int64_t> start = frames(facts[Role::Start], "Start", fcm);
     const std::optional<std::int64_t> other =
-        hasEnd ? frames(facts.end, "End", fcm) : frames(facts.duration, "Duration", fcm);
+        hasEnd ? frames(facts[Role::End], "End", fcm) : frames(facts[Role::Duration], "Duration", fcm);
     if (!start || !other)
         return std::nullopt;
     const std::int64_t day = framesOfDay(fcm);
@@ -231,16 +215,16 @@ std::optional<Look> Reader::look(const Facts& facts)
     Look look;
     const auto refuse = [this](const char* column)
     { _report.add(Report::Warning, _line, std::string(column) + " is no colour correction: kept as it stands"); };
-    if (!facts.sop.empty() && !readSop(facts.sop, look))
+    if (!facts[Role::Sop].empty() && !readSop(facts[Role::Sop], look))
         refuse("ASC_SOP");
-    if (const auto numbers = numbersOf(facts.saturation); numbers.size() == 1 && numbers[0] >= 0)
+    if (const auto numbers = numbersOf(facts[Role::Saturation]); numbers.size() == 1 && numbers[0] >= 0)
     {
         look.saturation = numbers[0];
         look.hasSaturation = true;
     }
-    else if (!facts.saturation.empty())
+    else if (!facts[Role::Saturation].empty())
         refuse("ASC_SAT");
-    if (!look.hasSop && !look.hasSaturation && !facts.cdl.empty() && !readSop(facts.cdl, look))
+    if (!look.hasSop && !look.hasSaturation && !facts[Role::Cdl].empty() && !readSop(facts[Role::Cdl], look))
         refuse("CDL");
     return look.hasSop || look.hasSaturation ? std::optional(look) : std::nullopt;
 }
@@ -249,18 +233,19 @@ CoSharedPtr<DmSourceNode> Reader::source(const Facts& facts, Range range, DM::Fr
                                          double length)
 {
     const DmString fcmText = dmFcmText(fcm);
-    const bool isWholePath = facts.fileName.find_first_of("/\\") != std::string_view::npos;
-    std::string path(facts.path);
+    const bool isWholePath = facts[Role::FileName].find_first_of("/\\") != std::string_view::npos;
+    std::string path(facts[Role::Path]);
     if (path.empty() && isWholePath)
-        path = facts.fileName;
-    if (path.empty() && !facts.fileName.empty() && (facts.directory.ends_with('/') || facts.directory.ends_with('\\')))
-        path.append(facts.directory).append(facts.fileName);
+        path = facts[Role::FileName];
+    if (path.empty() && !facts[Role::FileName].empty() &&
+        (facts[Role::Directory].ends_with('/') || facts[Role::Directory].ends_with('\\')))
+        path.append(facts[Role::Directory]).append(facts[Role::FileName]);
     const auto info = made(DmSourceInfo::create());
     require(info->setSourceType(path.empty() ? DmSourceInfo::Reel : DmSourceInfo::File));
-    require(info->setReelName(toDmString(facts.reel)));
+    require(info->setReelName(toDmString(facts[Role::Reel])));
     require(info->setPath(toDmString(path)));
     if (!isWholePath)
-        require(info->setName(toDmString(facts.fileName)));
+        require(info->setName(toDmString(facts[Role::FileName])));
     require(info->setTrack(1));
     const auto media = made(DmSourceNode::MediaInput::create(std::max(static_cast<double>(range.length), length),
                                                              static_cast<double>(range.start), info, fcmText,
@@ -271,8 +256,8 @@ CoSharedPtr<DmSourceNode> Reader::source(const Facts& facts, Range range, DM::Fr
     require(media->setSrcInStr(toDmString(label)));
     require(dmSetMaterialLength(*media, static_cast<double>(range.length)));
     auto node = made(DmSourceNode::create(media, _at, length, 0, false, false));
-    if (!facts.name.empty())
-        require(node->setName(toDmString(facts.name)));
+    if (!facts[Role::Name].empty())
+        require(node->setName(toDmString(facts[Role::Name])));
     if (const std::optional<Look> found = look(facts))
     {
         if (isSound)
@@ -290,14 +275,15 @@ Kept Reader::kept(const std::vector<std::string_view>& cells, const Facts& facts
     Kept kept;
     kept.isRow = node.whatIs() == DM_GAP_NODE;
     const Row row = rowOf(node, _fcm);
-    for (std::size_t i = 0; i < std::min(cells.size(), _roles.size()); ++i)
-        if (const std::string model = row.cell(_roles[i]); cells[i] != model)
-        {
-            // What another column says beside this one is not the model's.
-            const bool isModels = facts.used[i] && _roles[i] != Role::Custom;
-            kept.cells.emplace(_keys[i],
-                               Kept::Cell{std::string(cells[i]), isModels ? std::optional(model) : std::nullopt});
-        }
+    for (std::size_t i = 0; i < _roles.size(); ++i)
+    {
+        // What another column says beside this one is not the model's; what a short row leaves out is, once it changes.
+        const bool isModels = i >= cells.size() || facts.used[i];
+        const std::string_view text = i < cells.size() ? cells[i] : std::string_view();
+        if (std::string model = row.cell(_roles[i]); text != model)
+            kept.cells.emplace(
+                _keys[i], Kept::Cell{std::string(text), isModels ? std::optional(std::move(model)) : std::nullopt});
+    }
     if (cells.size() != _keys.size())
         kept.count = cells.size();
     for (std::size_t i = _keys.size(); i < cells.size(); ++i)
@@ -311,11 +297,11 @@ void Reader::row(const Line& line)
 {
     const std::vector<std::string_view> cells = cellsOf(line.text);
     const Facts facts = factsOf(cells);
-    const std::optional<double> rate = toNumber<double>(facts.rate);
+    const std::optional<double> rate = toNumber<double>(facts[Role::Rate]);
     const DM::FrameCodeModes own =
         rate ? DM::FcmUtil::FPStoFCM(*rate, DM::FcmUtil::isDropFrame(_fcm)) : DM::FCM_NOT_DEFINED;
     const DM::FrameCodeModes fcm = own == DM::FCM_NOT_DEFINED ? _fcm : own;
-    const std::string tracks(facts.tracks);
+    const std::string tracks(facts[Role::Tracks]);
     const bool isSound = tracks.find_first_of("Vv") == tracks.npos && tracks.find_first_of("Aa") != tracks.npos;
     CoSharedPtr<DmSegmentNode> node;
     DmLayerBuilder* layer = _layers.data();
@@ -331,8 +317,8 @@ void Reader::row(const Line& line)
     else
     {
         node = made(DmGapNode::create(DM_MEDIA_VIDEO, _at, 0));
-        if (!facts.name.empty())
-            require(node->setName(toDmString(facts.name)));
+        if (!facts[Role::Name].empty())
+            require(node->setName(toDmString(facts[Role::Name])));
     }
     require(kept(cells, facts, *node, line).keepOn(*node));
     require(layer->place(node));

@@ -378,7 +378,7 @@ std::string Writer::text(std::string made)
     std::vector<Role> roles;
     std::ranges::transform(head.columns, std::back_inserter(roles), roleOf);
     std::string out(head.text);
-    if (!_lines.empty() && !out.ends_with('\n') && !out.ends_with('\r') && !out.ends_with('\t') && !out.ends_with(' '))
+    if (!_lines.empty() && !isBlank(out.back()))
         out += lineEnd;
     for (std::size_t n = 0; n < _lines.size(); ++n)
     {
