@@ -29,7 +29,6 @@ struct Options
     bool stat = false;
     bool brief = false;
     bool patch = false;
-    bool each = false;
     bool exitZero = false;
 };
 
@@ -102,7 +101,7 @@ int compare(const Options& options)
     else if (options.brief && !diff.isSame())
         std::cout << old << " and " << now << " differ\n";
     else if (!options.brief && !diff.isSame())
-        std::cout << "--- " << old << "\n+++ " << now << '\n' << diff.text(options.each);
+        std::cout << "--- " << old << "\n+++ " << now << '\n' << diff.text(options.diff.eachShift);
     // To git, another exit code than 0 is a program that failed.
     return diff.isSame() || options.exitZero || !sides.title.empty() ? dmtree::Fine : dmtree::Finding;
 }
@@ -121,7 +120,7 @@ void dmtree::addDiff(CLI::App& app, Run& run)
     command->add_flag("--brief", options->brief, "Only whether they differ");
     command->add_flag("--patch", options->patch,
                       "What leads from OLD to NEW, for dmtree patch; the other options aside");
-    command->add_flag("--each", options->each, "Shots that others shifted, too, one by one");
+    command->add_flag("--each", options->diff.eachShift, "Shots that others shifted, too, one by one");
     command->add_option("--ignore", options->diff.ignored, "Kinds of changes that do not count, separated by commas")
         ->delimiter(',')
         ->type_name("KINDS");

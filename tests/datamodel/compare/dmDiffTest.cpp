@@ -1,5 +1,6 @@
 // What changed between two cuts, in drawings: before, after, and the change list that an assistant editor expects.
 #include "zrDrawing.h"
+#include "zrMutations.h"
 #include "zrTestSmallStack.h"
 
 #include "dmColourEffects.h"
@@ -80,6 +81,10 @@ TEST(Diff, TellsWhatHappenedToShotsAndSeams)
         {"AAAA//BBBB", "AAA////BBB", "V1 B: transition length: 2 frames -> 4 frames", "B10", "B11"},
         {"AAAA////BBBB", "AAAAA////BBB", "V1 B: transition 1 frame later on the cut", "B10", "B11"},
         {"AAAA//BBBB", "AAAA//B", "V1 B: tail trimmed, 3 frames shorter"},
+        // A trim that the transition covers: it lies as it did over one shot, and otherwise over the other.
+        {"AAAA////BBBB", "AAA////BBBB", "V1 A: tail trimmed, 1 frame shorter\n1 shifted"},
+        {"AAAA//BBBBBB", "A//BBBBBB", "V1 A: tail trimmed, 3 frames shorter\n1 shifted"},
+        {"AAAA////BBBB|CC", "AAAA////BBB|CC", "V1 B: head trimmed, 1 frame shorter\n1 shifted", "B12", "B13"},
         // Other material in the same place; material whose ranges have nothing in common is another shot.
         {"AAAA|BBBB|CCCC", "AAAA|XXXX|CCCC", "V1 X: replaced: \"B\" -> \"X\"\nV1 X: renamed: \"B\" -> \"X\""},
         {"AAAA|BBBB|CCCC", "AAAA|BBBB|XXXX|CCCC", "V1 X: added, 4 frames\n1 shifted"},
@@ -180,6 +185,76 @@ TEST(Diff, KnowsShotsWhereverTheyStand)
               "V1 B: replaced: \"/sh/v001.mov\" -> \"/sh/other.mov\"");
     EXPECT_EQ(changes(withPath(L"", L"A001"), withPath(L"/x/A001.mov", L"A001")),
               "V1 B: srcInput/srcInfo/path: \"/x/A001.mov\"");
+}
+
+TEST(Diff, TellsOfVersionsOfATimelineWhatItTellsOfTheirTrees)
+{
+    // Long enough that edits leave most of it shared, which is not looked at.
+    constexpr int shots = 400;
+    const auto root = zrDrawing::tree("A");
+    auto* const track = static_cast<DmTrackNode*>(root->getChild(0)->getChild(0));
+    DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
+    for (int i = 0; i < shots; ++i)
+    {
+        const auto node = zrDrawing::shot(char('A' + i % 26), 0.0, 8.0, {100.0 * i + 20.0, 1e6});
+        static_cast<void>(node->setSegmentId((L"shot-" + std::to_wstring(i)).c_str()));
+        static_cast<void>(builder.append(node));
+        if (i % 9 == 0)
+            static_cast<void>(builder.append(DmGapNode::create(DM_MEDIA_VIDEO, 0.0, 3.0)));
+    }
+    static_cast<void>(track->removeChild(0));
+    track->addChild(builder.finish());
+    const DmTimeline start = DmTimeline::publish(root);
+    int told = 0;
+    for (unsigned seed = 1; seed <= 30; ++seed)
+    {
+        zrMutations::Source source(seed);
+        DmTimeline now = start;
+        for (unsigned n = 1 + source.below(6); n-- > 0;)
+        {
+            DmEdit edit(now);
+            edit.seedIds(seed);
+            const int count = now.elementCount({0, 0});
+            const DmElementPlace place{0, 0, int(source.below(unsigned(count)))};
+            const double time = source.below(unsigned(now.recOut({0, 0, count - 1})));
+            DmStatus status;
+            switch (source.below(8))
+            {
+            case 0:
+                status = edit.rippleTrim(place, DM_TAIL, -3);
+                break;
+            case 1:
+                status = edit.rippleTrim(place, DM_HEAD, 2);
+                break;
+            case 2:
+                status = edit.slip(place, 5);
+                break;
+            case 3:
+                status = edit.extract({0, 0}, time, time + 1 + source.below(60));
+                break;
+            case 4:
+                status = edit.insert({0, 0}, time, zrDrawing::shot('X', 0, 5, {3, 30}));
+                break;
+            case 5:
+                status = edit.lift({0, 0}, time, time + 20);
+                break;
+            case 6:
+                status = edit.roll({0, 0, place.index | 1}, 1);
+                break;
+            default:
+                status = edit.split({0, 0}, time);
+                break;
+            }
+            if (status.ok())
+                now = edit.timeline();
+        }
+        const DmDiff shared = DmDiff::between(start, now);
+        const DmDiff whole = DmDiff::between(start.tree().get(), now.tree().get());
+        EXPECT_EQ(shared.json(), whole.json()) << seed;
+        EXPECT_EQ(DmDiff::between(now, start).json(), DmDiff::between(now.tree().get(), start.tree().get()).json());
+        told += shared.isSame() ? 0 : 1;
+    }
+    EXPECT_GT(told, 25);
 }
 
 TEST(Diff, LeavesOutWhatIsAskedFor)

@@ -10,8 +10,9 @@
 #include "dmUtf8.h"
 #include "tuLabel.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cwctype>
+#include <utility>
 
 namespace dmCompare
 {
@@ -207,7 +208,90 @@ std::string laneName(const DmTrackNode& track, int layerAt)
     return layerAt == 0 ? name : name + '.' + std::to_string(layerAt + 1);
 }
 
-Cut::Cut(const DmCompositionNode& composition, std::string path)
+/// Takes a layer's elements in their order.
+class Cut::Elements
+{
+public:
+    Elements(Cut& cut, Lane& lane)
+        : _cut(cut)
+        , _lane(lane)
+    {
+    }
+
+    void take(const DmTreeNode* node, double recIn, int element, bool isShared)
+    {
+        const DmTransitionNode* const transition = node ? node->asTransition() : nullptr;
+        const DmSegmentNode* const segment = node ? node->asSegment() : nullptr;
+        const double in = recIn + _cut._toLabel;
+        if (transition && _isBehindShot && transition->getRecLength() > 0.0)
+        {
+            _cut._shots.back().behind = transition;
+            _cut._shots.back().behindAt = in;
+        }
+        _isBehindShot = false;
+        if (segment)
+            _lane.end = std::max(_lane.end, recIn + segment->getRecLength());
+        if (!segment && !transition)
+            _lane.others.push_back(node ? dmUtf8(node->getPSetName()) : "nothing");
+        if (segment && node->whatIs() != DM_GAP_NODE)
+        {
+            Shot& shot = _cut._shots.emplace_back(shotOf(*segment, _cut._fcm));
+            shot.lane = static_cast<int>(_cut._lanes.size());
+            shot.element = element;
+            shot.in = in;
+            shot.out = in + segment->getRecLength();
+            shot.inFront = _before;
+            shot.inFrontAt = _beforeAt;
+            shot.isShared = isShared;
+            shot.leftOut = std::exchange(_leftOut, 0);
+            _isBehindShot = true;
+        }
+        _before = transition && transition->getRecLength() > 0.0 ? transition : nullptr;
+        _beforeAt = in;
+    }
+    /// Of a range that is shared, what stands at its ends: up to its second shot and the element behind that, and from
+    /// the element in front of its last shot. The first one may be told to have moved, and the row of those that are
+    /// shifted by that begins with the second.
+    void takeEnds(const DmRuns& runs, const LayerSource::Range& range)
+    {
+        const int last = range.first + range.count;
+        int headEnd = range.first;
+        for (int shots = 0; shots < 2 && headEnd < last; ++headEnd)
+            shots += DmRuns::Run::isShot(runs.at(headEnd).node) ? 1 : 0;
+        headEnd = std::min(headEnd + 1, last);
+        int tail = last;
+        while (tail > headEnd && !DmRuns::Run::isShot(runs.at(--tail).node))
+            ;
+        tail = std::max(tail - 1, headEnd);
+        const std::size_t before = _cut._shots.size();
+        take(runs, range.first, headEnd, true);
+        const std::size_t between = _cut._shots.size();
+        int behind = 0;
+        runs.forEach(tail, last,
+                     [&](const DmRuns::Element& each) { behind += DmRuns::Run::isShot(each.node) ? 1 : 0; });
+        if (tail > headEnd)
+            _before = nullptr;
+        _isBehindShot = _isBehindShot && tail == headEnd;
+        _leftOut = range.shots - static_cast<int>(between - before) - behind;
+        take(runs, tail, last, true);
+    }
+    void take(const DmRuns& runs, int first, int last, bool isShared)
+    {
+        int element = first;
+        runs.forEach(first, last,
+                     [&](const DmRuns::Element& each) { take(each.node, each.recIn(), element++, isShared); });
+    }
+
+private:
+    Cut& _cut;
+    Lane& _lane;
+    const DmTransitionNode* _before = nullptr;
+    double _beforeAt = 0.0;
+    bool _isBehindShot = false;
+    int _leftOut = 0;
+};
+
+Cut::Cut(const DmCompositionNode& composition, std::string path, const LayerSources* sources)
     : _composition(&composition)
     , _path(std::move(path))
     , _fcm(dmModeOrDefault(dmFcmFromText(composition.getFCM())))
@@ -221,40 +305,47 @@ Cut::Cut(const DmCompositionNode& composition, std::string path)
         for (int l = 0; l < track->getNbChildren(); ++l)
         {
             const DmTreeNode* const layer = track->getChild(l);
-            if (layer && layer->whatIs() == DM_LAYER_NODE)
-                addLayer(static_cast<const DmTrackNode&>(*track), static_cast<const DmLayerNode&>(*layer), t, l);
+            if (!layer || layer->whatIs() != DM_LAYER_NODE)
+                continue;
+            const LayerSource* source = nullptr;
+            if (sources)
+                if (const auto found = sources->find({t, l}); found != sources->end())
+                    source = &found->second;
+            addLayer(static_cast<const DmTrackNode&>(*track), static_cast<const DmLayerNode&>(*layer), t, l, source);
         }
     }
 }
 
-void Cut::addLayer(const DmTrackNode& track, const DmLayerNode& layer, int trackAt, int layerAt)
+void Cut::addLayer(const DmTrackNode& track, const DmLayerNode& layer, int trackAt, int layerAt,
+                   const LayerSource* source)
 {
-    const auto first = static_cast<int>(_shots.size());
-    const DmTransitionNode* before = nullptr;
-    bool isBehindShot = false;
-    int element = 0;
-    for (const DmTreeNode* const node : layer.getChildren())
+    Lane lane{&track,
+              &layer,
+              trackAt,
+              layerAt,
+              static_cast<int>(_shots.size()),
+              0,
+              layer.getLayerStartTC() + _toLabel,
+              layer.getLayerStartTC(),
+              laneName(track, layerAt),
+              {}};
+    Elements elements(*this, lane);
+    int at = 0;
+    if (source)
     {
-        const DmTransitionNode* const transition = node ? node->asTransition() : nullptr;
-        if (transition && isBehindShot && transition->getRecLength() > 0.0)
-            _shots.back().behind = transition;
-        isBehindShot = false;
-        if (node && node->isSegment() && node->whatIs() != DM_GAP_NODE)
+        for (const LayerSource::Range& range : source->shared)
         {
-            const auto& segment = static_cast<const DmSegmentNode&>(*node);
-            Shot& shot = _shots.emplace_back(shotOf(segment, _fcm));
-            shot.lane = static_cast<int>(_lanes.size());
-            shot.element = element;
-            shot.in = segment.getRecIn() + _toLabel;
-            shot.out = segment.getRecOut() + _toLabel;
-            shot.inFront = before;
-            isBehindShot = true;
+            elements.take(*source->runs, at, range.first, false);
+            elements.takeEnds(*source->runs, range);
+            at = range.first + range.count;
         }
-        before = transition && transition->getRecLength() > 0.0 ? transition : nullptr;
-        ++element;
+        elements.take(*source->runs, at, source->runs->count(), false);
     }
-    _lanes.push_back({&track, &layer, trackAt, layerAt, first, static_cast<int>(_shots.size()),
-                      layer.getLayerStartTC() + _toLabel, laneName(track, layerAt)});
+    else
+        for (const DmTreeNode* const node : layer.getChildren())
+            elements.take(node, dmStoredRecIn(node), at++, false);
+    lane.last = static_cast<int>(_shots.size());
+    _lanes.push_back(std::move(lane));
 }
 
 std::string Cut::pathOf(const Lane& lane, int element) const

@@ -6,6 +6,7 @@
 
 #include "dmCompositionNode.h"
 #include "dmLayerNode.h"
+#include "dmRunsImp.h"
 #include "dmSegmentNode.h"
 #include "dmTrackNode.h"
 #include "dmTransitionNode.h"
@@ -13,6 +14,7 @@
 #include "tuFcm.h"
 
 #include <cstdint>
+#include <map>
 #include <span>
 #include <string>
 #include <vector>
@@ -46,6 +48,8 @@ struct Shot
     const DmTransitionNode* behind = nullptr;
     int lane = 0;
     int element = 0; ///< its position in the layer
+    int leftOut = 0; ///< shots in front of it that are not among these: the other cut shares them
+    bool isShared = false;
     double in = 0.0;
     double out = 0.0;
     double srcIn = 0.0; ///< what of its material it plays; both 0 where that says nothing (a still, a generator)
@@ -56,6 +60,8 @@ struct Shot
     std::uint64_t name = 0;
     Medium medium;
     bool isKeyed = false;
+    double inFrontAt = 0.0; ///< label times of the transitions
+    double behindAt = 0.0;
 
     bool plays() const { return srcOut > srcIn; }
     double lengthInFront() const { return inFront ? inFront->getRecLength() : 0.0; }
@@ -70,18 +76,36 @@ struct Lane
     int layerAt;
     int first; ///< of its shots
     int last;
-    double start;     ///< label time at which the layer begins
-    std::string name; ///< "V1", "A2", "V1.2": the track's own, where it has one
+    double start;                    ///< label time at which the layer begins
+    double end;                      ///< record time at which its last segment ends
+    std::string name;                ///< "V1", "A2", "V1.2": the track's own, where it has one
+    std::vector<std::string> others; ///< classes of what it holds that is neither segment nor transition
 
     int count() const { return last - first; }
 };
 std::string laneName(const DmTrackNode& track, int layerAt);
 
+/// Of a layer of a timeline, its elements, and those that another version of it shares.
+struct LayerSource
+{
+    const DmRuns* runs = nullptr;
+    struct Range
+    {
+        int first;
+        int count;
+        int shots;
+    };
+    std::vector<Range> shared;
+};
+/// By the positions of track and layer.
+using LayerSources = std::map<std::pair<int, int>, LayerSource>;
+
 class Cut
 {
 public:
-    /// `path`: of the composition in its document.
-    Cut(const DmCompositionNode& composition, std::string path);
+    /// `path`: of the composition in its document. Of what `sources` say is shared, only the shots at both ends of a
+    /// range are among the cut's, with the nodes that the timeline stores.
+    Cut(const DmCompositionNode& composition, std::string path, const LayerSources* sources = nullptr);
 
     const DmCompositionNode& composition() const { return *_composition; }
     const std::string& path() const { return _path; }
@@ -95,7 +119,9 @@ public:
     std::string label(double time) const;
 
 private:
-    void addLayer(const DmTrackNode& track, const DmLayerNode& layer, int trackAt, int layerAt);
+    class Elements;
+    void addLayer(const DmTrackNode& track, const DmLayerNode& layer, int trackAt, int layerAt,
+                  const LayerSource* source);
 
     const DmCompositionNode* _composition;
     std::string _path;

@@ -12,6 +12,7 @@
 /// heads and tails alike. Cuts of different rates are compared by the clock.
 ///
 /// Nothing is changed, and a diff keeps nothing of either tree: it is a value. Calls are independent of each other.
+/// What edits left shared between two versions of a timeline is not looked at.
 #pragma once
 
 #include "dmStatus.h"
@@ -81,6 +82,7 @@ struct ZR_DM_API DmChange
     std::string oldLabel; ///< empty for what was not there
     std::string newLabel; ///< empty for what is gone
     double frames = 0.0;  ///< by how much, or how long
+    int count = 1;        ///< of shots that one behind the other were shifted by as much: how many; this is the first
     std::string oldPath;  ///< "children[0]/children[0]/children[3]"; empty for what was not there
     std::string newPath;
     std::string property; ///< which, for effects and properties
@@ -97,6 +99,8 @@ struct DmDiffOptions
     double tolerance = 0.0;
     /// Kinds that are not told, by name or group.
     std::vector<std::string> ignored = {};
+    /// Tells each shot that was shifted, not a row of them as one change.
+    bool eachShift = false;
 };
 
 class ZR_DM_API DmDiff
@@ -112,7 +116,7 @@ public:
     bool isSame() const { return _changes.empty(); }
     /// By composition, track and record time; shifts among them.
     const std::vector<DmChange>& changes() const { return _changes; }
-    /// Of one kind.
+    /// Of one kind: of shifts, the shots.
     int count(DmChangeKind kind) const;
 
     /// The change list, as it is read aloud. `each`: shifts one by one, too.
@@ -123,5 +127,9 @@ public:
     std::string json() const;
 
 private:
+    struct Sharing;
+    static DmDiff of(const DmTreeNode* before, const DmTreeNode* after, const DmDiffOptions& options, DmStatus* status,
+                     const Sharing* sharing);
+
     std::vector<DmChange> _changes;
 };

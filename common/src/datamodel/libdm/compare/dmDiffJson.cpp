@@ -59,6 +59,11 @@ std::string DmDiff::json() const
         add(writer, "newRecord", change.newLabel);
         if (change.frames != 0.0)
             add(writer, "frames", change.frames);
+        if (change.count != 1)
+        {
+            writer.Key("count");
+            writer.Int(change.count);
+        }
         add(writer, "oldPath", change.oldPath);
         add(writer, "newPath", change.newPath);
         add(writer, "property", change.property);

@@ -29,8 +29,10 @@ public:
     {
     }
 
-    Match run()
+    Match run(std::span<const std::pair<int, int>> known)
     {
+        for (const auto& [a, b] : known)
+            pair(a, b);
         const auto id = [](const Shot& shot) { return isMadeUp(shot.node->getSegmentId()) ? noKey : shot.id; };
         const auto agreeing = [](const Shot& a, const Shot& b) { return agree(a.medium, b.medium) != Agreement::No; };
         const auto any = [](const Shot&, const Shot&) { return true; };
@@ -313,9 +315,9 @@ private:
 
 } // namespace
 
-Match matchShots(std::span<const Shot> before, std::span<const Shot> after)
+Match matchShots(std::span<const Shot> before, std::span<const Shot> after, std::span<const std::pair<int, int>> known)
 {
-    return Matcher(before, after).run();
+    return Matcher(before, after).run(known);
 }
 
 std::vector<int> matchLanes(const Cut& before, const Cut& after, const Match& match)
@@ -336,8 +338,8 @@ std::vector<int> matchLanes(const Cut& before, const Cut& after, const Match& ma
     std::unordered_map<std::uint64_t, int> votes;
     for (std::size_t i = 0; i < match.toNew.size(); ++i)
         if (match.toNew[i] >= 0)
-            ++votes[(std::uint64_t(before.shots()[i].lane) << 32U) |
-                    std::uint64_t(after.shots()[std::size_t(match.toNew[i])].lane)];
+            votes[(std::uint64_t(before.shots()[i].lane) << 32U) |
+                  std::uint64_t(after.shots()[std::size_t(match.toNew[i])].lane)] += 1 + before.shots()[i].leftOut;
     std::vector<std::pair<int, std::uint64_t>> order;
     for (const auto& [lanes, count] : votes)
         order.emplace_back(-count, lanes);

@@ -18,7 +18,9 @@ struct Match
     std::vector<int> toOld;
 };
 
-Match matchShots(std::span<const Shot> before, std::span<const Shot> after);
+/// `known`: positions of shots that are each other's.
+Match matchShots(std::span<const Shot> before, std::span<const Shot> after,
+                 std::span<const std::pair<int, int>> known = {});
 
 /// The lane of the other cut for each of one, by what most of the shots say, and by kind and number for the rest; -1
 /// for none.

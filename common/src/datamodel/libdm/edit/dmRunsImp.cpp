@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_map>
 
 namespace
 {
@@ -339,6 +340,7 @@ DmRuns DmRuns::mapped(const Map& map, const std::function<void(int first, int co
                     continue;
                 if (!other)
                     other = CoSharedPtr<Run>(new Run(run));
+                other->shots += (Run::isShot(is.get()) ? 1 : 0) - (Run::isShot(was.get()) ? 1 : 0);
                 other->nodes[i] = is;
                 changed(first, 1);
             }
@@ -369,6 +371,136 @@ std::vector<DmRuns::PlacedRun> DmRuns::placedRuns() const
                 first += ref.count();
             }
     return placed;
+}
+
+/// By the elements between it and an end, as far as they are the same at times that differ by as much.
+void DmRuns::extend(Shared& range, const DmRuns& other, int end, int otherEnd, bool forward) const
+{
+    const int most = forward ? std::min(end - (range.first + range.count), otherEnd - (range.otherFirst + range.count))
+                             : std::min(range.first - end, range.otherFirst - otherEnd);
+    if (most <= 0)
+        return;
+    Place place = placeOf(forward ? range.first + range.count : range.first - 1);
+    Place otherPlace = other.placeOf(forward ? range.otherFirst + range.count : range.otherFirst - 1);
+    for (int i = 0; i < most; ++i)
+    {
+        const Element ours = elementAt(place);
+        const Element theirs = other.elementAt(otherPlace);
+        if (ours.node != theirs.node || ours.shift - theirs.shift != range.later)
+            return;
+        ++range.count;
+        range.shots += Run::isShot(ours.node) ? 1 : 0;
+        if (forward)
+        {
+            stepOn(place);
+            other.stepOn(otherPlace);
+        }
+        else
+        {
+            --range.first;
+            --range.otherFirst;
+            stepBack(place);
+            other.stepBack(otherPlace);
+        }
+    }
+}
+
+std::vector<DmRuns::Shared> DmRuns::sharedWith(const DmRuns& other) const
+{
+    std::vector<Shared> all;
+    if (!_root || !other._root)
+        return all;
+    struct Numbered
+    {
+        int number;
+        int first;
+        double shift;
+    };
+    const auto& ours = _root->stretches;
+    const auto& theirs = other._root->stretches;
+    std::unordered_map<const Stretch*, Numbered> stretches;
+    int first = 0;
+    for (int i = 0; i < int(theirs.size()); first += theirs[std::size_t(i++)].count)
+        stretches.emplace(theirs[std::size_t(i)].stretch.get(), Numbered{i, first, theirs[std::size_t(i)].shift});
+
+    const auto add = [&all](const Shared& range)
+    {
+        if (!all.empty() && all.back().first + all.back().count == range.first &&
+            all.back().otherFirst + all.back().count == range.otherFirst && all.back().later == range.later)
+        {
+            all.back().count += range.count;
+            all.back().shots += range.shots;
+        }
+        else
+            all.push_back(range);
+    };
+    // Between stretches that are shared, those of the one are searched for runs of the other's.
+    int nextStretch = 0;
+    int otherFirst = 0;
+    std::unordered_map<const Run*, Numbered> runs;
+    const auto numberRuns = [&](int endStretch)
+    {
+        runs.clear();
+        int number = 0;
+        for (int i = nextStretch; i < endStretch; ++i)
+            for (const RunRef& ref : theirs[std::size_t(i)].stretch->runs)
+            {
+                runs.emplace(ref.run.get(), Numbered{number++, otherFirst, ref.shift + theirs[std::size_t(i)].shift});
+                otherFirst += ref.count();
+            }
+    };
+    const auto addRuns = [&](std::size_t begin, std::size_t end, int at)
+    {
+        int next = 0;
+        for (std::size_t i = begin; i < end; ++i)
+            for (const RunRef& ref : ours[i].stretch->runs)
+            {
+                if (const auto found = runs.find(ref.run.get()); found != runs.end() && found->second.number >= next)
+                {
+                    next = found->second.number + 1;
+                    add({at, found->second.first, ref.count(), ref.run->shots,
+                         ref.shift + ours[i].shift - found->second.shift});
+                }
+                at += ref.count();
+            }
+    };
+    std::size_t unsharedFrom = 0;
+    int unsharedFirst = 0;
+    first = 0;
+    for (std::size_t i = 0; i <= ours.size(); ++i)
+    {
+        const auto found = i < ours.size() ? stretches.find(ours[i].stretch.get()) : stretches.end();
+        const bool isShared = found != stretches.end() && found->second.number >= nextStretch;
+        if (isShared || i == ours.size())
+        {
+            numberRuns(isShared ? found->second.number : int(theirs.size()));
+            addRuns(unsharedFrom, i, unsharedFirst);
+        }
+        if (i == ours.size())
+            break;
+        if (isShared)
+        {
+            int shots = 0;
+            for (const RunRef& ref : ours[i].stretch->runs)
+                shots += ref.run->shots;
+            add({first, found->second.first, ours[i].count, shots, ours[i].shift - found->second.shift});
+            nextStretch = found->second.number + 1;
+            otherFirst = found->second.first + ours[i].count;
+            unsharedFrom = i + 1;
+            unsharedFirst = first + ours[i].count;
+        }
+        first += ours[i].count;
+    }
+    for (std::size_t i = 0; i < all.size(); ++i)
+    {
+        const bool isFirst = i == 0;
+        const bool isLast = i + 1 == all.size();
+        extend(all[i], other, isFirst ? 0 : all[i - 1].first + all[i - 1].count,
+               isFirst ? 0 : all[i - 1].otherFirst + all[i - 1].count, false);
+        extend(all[i], other, isLast ? count() : all[i + 1].first, isLast ? other.count() : all[i + 1].otherFirst,
+               true);
+    }
+    return all;
 }
 
 std::size_t DmRuns::bytesOfSplice() const

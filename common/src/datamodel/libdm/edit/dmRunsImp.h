@@ -40,11 +40,13 @@ public:
         DmPropertySetVector nodes;
         std::vector<double> shifts;
         std::vector<std::uint64_t> keys;
+        int shots = 0; ///< segments that are no gaps
 
         int count() const { return static_cast<int>(nodes.size()); }
         const DmTreeNode* node(int entry) const { return static_cast<DmTreeNode*>(nodes[std::size_t(entry)].get()); }
         void add(Entry entry)
         {
+            shots += isShot(entry.node.get()) ? 1 : 0;
             nodes.push_back(std::move(entry.node));
             shifts.push_back(entry.shift);
             keys.push_back(entry.key);
@@ -54,6 +56,10 @@ public:
             nodes.reserve(count);
             shifts.reserve(count);
             keys.reserve(count);
+        }
+        static bool isShot(const DmTreeNode* node)
+        {
+            return node && node->isSegment() && node->whatIs() != DM_GAP_NODE;
         }
         /// Whether its elements stand where their nodes say, when the run as a whole is shifted by so much.
         bool standsAsStored(double shift) const;
@@ -107,6 +113,19 @@ public:
     template <class Visit>
     void forEach(int first, int last, Visit&& visit) const;
 
+    /// Elements that two layers have in common, at times that differ by one amount.
+    struct Shared
+    {
+        int first;
+        int otherFirst;
+        int count;
+        int shots;    ///< of them
+        double later; ///< than in the other layer
+    };
+    /// What edits left shared, in both in the same order: whole runs, and what stands beside them unchanged. Looks at
+    /// what is not shared, and at no element of what is.
+    std::vector<Shared> sharedWith(const DmRuns& other) const;
+
     /// Whether both are one version: nothing was edited in between.
     bool operator==(const DmRuns& other) const { return _root == other._root; }
 
@@ -150,6 +169,7 @@ private:
     Element elementAt(const Place& place) const;
     bool stepBack(Place& place) const;
     bool stepOn(Place& place) const;
+    void extend(Shared& range, const DmRuns& other, int end, int otherEnd, bool forward) const;
     template <class Before>
     int lastWith(const Before& before) const;
 

@@ -103,6 +103,7 @@ public:
     bool sharesLayer(const DmTimeline& other, const DmLayerPlace& layer) const;
 
 private:
+    friend class DmDiff;
     friend class DmEdit;
     friend class DmHistory;
     class State;
