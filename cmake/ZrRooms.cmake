@@ -6,20 +6,27 @@
 set(ZR_PRECOMPILED <algorithm> <array> <atomic> <cmath> <cstring> <functional> <map> <memory> <mutex> <optional> <span>
                    <string> <string_view> <unordered_map> <utility> <vector>)
 
-# zr_room(<name> DIR <dir> [DEPENDS <room>...] [USES <target>...] [LINKS <target>...] [DEFINES <definition>...])
-# Sources are the .cpp files of <dir> (of <dir>/src for base modules); public headers are the .h files of <dir>, less
-# those named *Imp.h, which stay private to the library.
+# zr_room(<name> DIR <dir> [SOURCES <file>...] [DEPENDS <room>...] [USES <target>...] [LINKS <target>...]
+#         [DEFINES <definition>...])
+# Public headers are the .h files of <dir>; those of <dir>/internal are for the library's rooms and are not installed.
+# Sources are the .cpp files of <dir> and <dir>/src, less those that a room before this one named: rooms inside a base
+# module, with headers in a folder of their own, name theirs, and come first.
 # USES: libraries of headers only, needed to compile this room and by nobody else.
 # LINKS: libraries that the product is linked with. Imported targets: the package is the name before "::", its pkg-config
 # module the same in lower case; both are how a static installation names what it needs.
 function(zr_room name)
-    cmake_parse_arguments(ROOM "" "DIR" "DEPENDS;USES;LINKS;DEFINES" ${ARGN})
+    cmake_parse_arguments(ROOM "" "DIR" "SOURCES;DEPENDS;USES;LINKS;DEFINES" ${ARGN})
     set(dir ${CMAKE_CURRENT_SOURCE_DIR}/${ROOM_DIR})
     file(GLOB sources CONFIGURE_DEPENDS ${dir}/*.cpp ${dir}/src/*.cpp)
+    get_property(named GLOBAL PROPERTY ZR_NAMED_SOURCES)
+    list(REMOVE_ITEM sources ${named})
+    foreach(source IN LISTS ROOM_SOURCES)
+        file(REAL_PATH ${source} source BASE_DIRECTORY ${dir})
+        list(APPEND sources ${source})
+        set_property(GLOBAL APPEND PROPERTY ZR_NAMED_SOURCES ${source})
+    endforeach()
     file(GLOB headers CONFIGURE_DEPENDS ${dir}/*.h)
-    set(privateHeaders ${headers})
-    list(FILTER privateHeaders INCLUDE REGEX "Imp\\.h$")
-    list(FILTER headers EXCLUDE REGEX "Imp\\.h$")
+    file(GLOB privateHeaders CONFIGURE_DEPENDS ${dir}/internal/*.h)
     if(sources)
         add_library(zr_${name} OBJECT ${sources})
         set(scope PUBLIC)
@@ -33,14 +40,14 @@ function(zr_room name)
         endif()
         target_precompile_headers(zr_${name} REUSE_FROM zr_room_pch)
         set_property(GLOBAL APPEND PROPERTY ZR_ROOM_TARGETS zr_${name})
-        if(EXISTS ${dir}/src)
-            target_include_directories(zr_${name} PRIVATE ${dir}/src)
-        endif()
     else()
         add_library(zr_${name} INTERFACE)
         set(scope INTERFACE)
     endif()
     target_include_directories(zr_${name} ${scope} ${dir})
+    if(privateHeaders)
+        target_include_directories(zr_${name} ${scope} ${dir}/internal)
+    endif()
     foreach(lower IN LISTS ROOM_DEPENDS)
         target_link_libraries(zr_${name} ${scope} zr_${lower})
     endforeach()

@@ -4,6 +4,8 @@
 
 #include "dmJsonImporter.h"
 
+#include "CoFile.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -32,21 +34,17 @@ private:
 class FileSource final : public DmJsonSource
 {
 public:
-    FileSource() = default;
-    FileSource(const FileSource&) = delete;
-    FileSource& operator=(const FileSource&) = delete;
-    ~FileSource() override;
-
-    /// False for what cannot be opened or is a directory.
-    bool open(const char* path);
-    std::size_t read(char* to, std::size_t size) override;
-    bool rewind() override;
-    /// The errno of a read that has failed, after which the file seems to end; 0 otherwise.
-    int error() const { return _error; }
+    explicit FileSource(const char* path)
+        : _file(path)
+    {
+    }
+    std::size_t read(char* to, std::size_t size) override { return _file.read(to, size); }
+    bool rewind() override { return _file.seek(0); }
+    /// The errno of what has failed: opening, or a read, after which the file seems to end; 0 otherwise.
+    int error() const { return _file.error(); }
 
 private:
-    int _file = -1;
-    int _error = 0;
+    DM::CoFileReader _file;
 };
 
 /// A source, 65536 bytes at a time. What cannot be read twice is kept.

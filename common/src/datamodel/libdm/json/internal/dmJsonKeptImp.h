@@ -25,33 +25,19 @@ T numberAt(const void* stored)
     return value;
 }
 
-// Whether a value is one of those that its declaration gives.
-
-enum class Meant
-{
-    Yes,
-    NotInTable,
-    NotInRange
-};
+// Whether a value stands in the table that its declaration gives, if it gives one. A range is no such table: what is
+// outside of it is unusual, not another value.
 
 template <DmNumberStorage T>
-Meant meantBy(const DmPropertyDef& def, T value)
+bool isMeant(const DmPropertyDef& def, T value)
 {
     if constexpr (std::same_as<T, std::int32_t>)
-        if (!def._values.empty() && std::ranges::find(def._values, value, &DmNamedValue::code) == def._values.end())
-            return Meant::NotInTable;
-    const auto number = static_cast<double>(value);
-    return !def._range || (number >= def._range->least && number <= def._range->most) ? Meant::Yes : Meant::NotInRange;
+        return def._values.empty() || std::ranges::find(def._values, value, &DmNamedValue::code) != def._values.end();
+    return true;
 }
-inline Meant meantBy(const DmPropertyDef& def, const DmString& text)
+inline bool isMeant(const DmPropertyDef& def, const DmString& text)
 {
-    const bool isName = !def._texts || !def._texts->isComplete || def._texts->contains(text.view());
-    return isName ? Meant::Yes : Meant::NotInTable;
-}
-template <class T>
-bool isMeant(const DmPropertyDef& def, const T& value)
-{
-    return meantBy(def, value) == Meant::Yes;
+    return !def._texts || !def._texts->isComplete || def._texts->contains(text.view());
 }
 
 /// The value that is stored, as people write it: strings in quotes.

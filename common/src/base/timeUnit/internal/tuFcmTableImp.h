@@ -4,6 +4,7 @@
 #include "tuFcm.h"
 #include "tuTimeUnit.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -29,37 +30,35 @@ struct FcmRow
 };
 
 /// Row 0 answers for every value that is no mode, row 1 for the undefined one; the modes follow, the slowest first.
-// clang-format off
-inline constexpr std::array<FcmRow, 12> fcmRows = {{
-    {FCM_NOT_DEFINED,   0,    1,  0, 0, ':', ':', FCM_NOT_DEFINED, FCM_NOT_DEFINED, "",              "",       "",           ""},
-    {FCM_NOT_DEFINED,   0,    1,  0, 0, ':', ':', FCM_NOT_DEFINED, FCM_NOT_DEFINED, "???",           "???",    "???",        "???"},
-    {FCM_23_976,    24000, 1001, 24, 0, ':', '+', FCM_23_976,      FCM_23_976,      "23.976 fps",    "23.976", "23.976 fps", "NDF"},
-    {FCM_24,        24000, 1000, 24, 0, ':', '+', FCM_24,          FCM_24,          "24 fps",        "24",     "24 fps",     "NDF"},
-    {FCM_25,        25000, 1000, 25, 0, ':', ':', FCM_25,          FCM_25,          "25 fps",        "25",     "25 fps",     "NDF"},
-    {FCM_29_97_DF,  30000, 1001, 30, 2, ';', ';', FCM_29_97_DF,    FCM_29_97_NDF,   "29.97 fps DF",  "29.97",  "29.97 DF",   "DF"},
-    {FCM_29_97_NDF, 30000, 1001, 30, 0, ':', ':', FCM_29_97_DF,    FCM_29_97_NDF,   "29.97 fps NDF", "29.97",  "29.97 NDF",  "NDF"},
-    {FCM_30,        30000, 1000, 30, 0, ':', ':', FCM_30,          FCM_30,          "30 fps",        "30",     "30 fps",     "NDF"},
-    {FCM_50,        50000, 1000, 50, 0, ':', '#', FCM_50,          FCM_50,          "50 fps",        "50",     "50 fps",     "NDF"},
-    {FCM_59_94_DF,  60000, 1001, 60, 4, ';', '#', FCM_59_94_DF,    FCM_59_94_NDF,   "59.94 fps DF",  "59.94",  "59.94 DF",   "DF"},
-    {FCM_59_94_NDF, 60000, 1001, 60, 0, ':', '#', FCM_59_94_DF,    FCM_59_94_NDF,   "59.94 fps NDF", "59.94",  "59.94 NDF",  "NDF"},
-    {FCM_60,        60000, 1000, 60, 0, ':', '#', FCM_60,          FCM_60,          "60 fps",        "60",     "60 fps",     "NDF"},
-}};
-// clang-format on
+inline constexpr auto fcmRows = std::to_array<FcmRow>(
+    {{FCM_NOT_DEFINED, 0, 1, 0, 0, ':', ':', FCM_NOT_DEFINED, FCM_NOT_DEFINED, "", "", "", ""},
+     {FCM_NOT_DEFINED, 0, 1, 0, 0, ':', ':', FCM_NOT_DEFINED, FCM_NOT_DEFINED, "???", "???", "???", "???"},
+#define ZR_MODE(name, number, ...) {name, __VA_ARGS__},
+     ZR_FRAME_CODE_MODES(ZR_MODE)
+#undef ZR_MODE
+    });
 
 inline constexpr std::size_t firstFcmRow = 2; ///< of the modes that have a rate
+
+inline constexpr FrameCodeModes lowestFcm =
+    std::min_element(fcmRows.begin(), fcmRows.end(), [](const FcmRow& a, const FcmRow& b) { return a.fcm < b.fcm; })
+        ->fcm;
+inline constexpr FrameCodeModes highestFcm =
+    std::max_element(fcmRows.begin(), fcmRows.end(), [](const FcmRow& a, const FcmRow& b) { return a.fcm < b.fcm; })
+        ->fcm;
 
 /// The modes' rows by their distance from the lowest mode.
 inline constexpr auto fcmRowIndex = []
 {
-    std::array<std::uint8_t, FCM_59_94_NDF - FCM_60 + 1> index{};
+    std::array<std::uint8_t, highestFcm - lowestFcm + 1> index{};
     for (std::size_t row = 1; row < fcmRows.size(); ++row)
-        index[static_cast<std::size_t>(fcmRows[row].fcm - FCM_60)] = static_cast<std::uint8_t>(row);
+        index[static_cast<std::size_t>(fcmRows[row].fcm - lowestFcm)] = static_cast<std::uint8_t>(row);
     return index;
 }();
 
 constexpr const FcmRow& fcmRow(FrameCodeModes fcm)
 {
-    const std::uint32_t slot = static_cast<std::uint32_t>(fcm) - static_cast<std::uint32_t>(FCM_60);
+    const std::uint32_t slot = static_cast<std::uint32_t>(fcm) - static_cast<std::uint32_t>(lowestFcm);
     return fcmRows[slot < fcmRowIndex.size() ? fcmRowIndex[slot] : 0];
 }
 
