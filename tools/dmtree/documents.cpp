@@ -2,14 +2,13 @@
 
 #include "dmUtf8.h"
 
+#include <CoFile.h>
+
 #include <CLI/CLI.hpp>
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
@@ -22,12 +21,12 @@ namespace dmtree
 namespace
 {
 
-constexpr off_t sizeWithBar = 4 << 20; ///< smaller files are read before anybody could look at a bar
+constexpr std::uint64_t sizeWithBar = 4 << 20; ///< smaller files are read before anybody could look at a bar
 
 class ProgressBar
 {
 public:
-    ProgressBar(std::string name, off_t size)
+    ProgressBar(std::string name, std::uint64_t size)
         : _name(std::move(name))
         , _size(size)
     {
@@ -40,7 +39,7 @@ public:
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    void add(off_t bytes)
+    void add(std::uint64_t bytes)
     {
         _done += bytes;
         const auto percent = static_cast<int>(std::min(_done, _size) * 100 / _size);
@@ -53,8 +52,8 @@ public:
 
 private:
     std::string _name;
-    off_t _size;
-    off_t _done = 0;
+    std::uint64_t _size;
+    std::uint64_t _done = 0;
     int _shown = -1;
 };
 
@@ -64,53 +63,30 @@ class Input final : public interchange::Source
 public:
     explicit Input(const std::string& path)
         : _isStandard(path == "-")
-        , _file(_isStandard ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC))
     {
-        struct stat info = {};
-        if (_file < 0 || ::fstat(_file, &info) != 0)
-            _error = errno;
-        else if (S_ISDIR(info.st_mode))
-            _error = EISDIR;
-        else if (S_ISREG(info.st_mode))
-            _size = static_cast<std::uint64_t>(info.st_size);
-        if (_size && info.st_size > sizeWithBar && ::isatty(STDERR_FILENO) == 1)
-            _bar.emplace(_isStandard ? "standard input" : path, info.st_size);
+        if (_isStandard)
+            _file.emplace(STDIN_FILENO);
+        else
+            _file.emplace(path.c_str());
+        if (_file->size().value_or(0) > sizeWithBar && ::isatty(STDERR_FILENO) == 1)
+            _bar.emplace(_isStandard ? "standard input" : path, *_file->size());
     }
-    ~Input() override
-    {
-        if (!_isStandard && _file >= 0)
-            ::close(_file);
-    }
-    Input(const Input&) = delete;
-    Input& operator=(const Input&) = delete;
 
-    bool seek(std::uint64_t offset) override
-    {
-        return !_isStandard && ::lseek(_file, static_cast<off_t>(offset), SEEK_SET) >= 0;
-    }
-    std::string fault() const override { return _error == 0 ? "" : std::strerror(_error); }
-    std::optional<std::uint64_t> size() const override { return _size; }
+    bool seek(std::uint64_t offset) override { return !_isStandard && _file->seek(offset); }
+    std::string fault() const override { return _file->error() == 0 ? "" : std::strerror(_file->error()); }
+    std::optional<std::uint64_t> size() const override { return _file->size(); }
 
     std::size_t read(char* to, std::size_t size) override
     {
-        if (_error != 0)
-            return 0;
-        ssize_t got = 0;
-        do
-            got = ::read(_file, to, size);
-        while (got < 0 && errno == EINTR);
-        if (got < 0)
-            _error = errno;
-        else if (_bar)
+        const std::size_t got = _file->read(to, size);
+        if (_bar)
             _bar->add(got);
-        return got > 0 ? static_cast<std::size_t>(got) : 0;
+        return got;
     }
 
 private:
     bool _isStandard;
-    int _file;
-    int _error = 0;
-    std::optional<std::uint64_t> _size;
+    std::optional<DM::CoFileReader> _file;
     std::optional<ProgressBar> _bar;
 };
 

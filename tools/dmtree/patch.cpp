@@ -8,7 +8,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -28,15 +27,8 @@ struct Options
 
 DmPatch readPatch(const std::string& path)
 {
-    std::ostringstream text;
-    if (path == "-")
-        text << std::cin.rdbuf();
-    else if (std::ifstream file(path, std::ios::binary); file)
-        text << file.rdbuf();
-    else
-        throw std::runtime_error(path + ": cannot be read");
     DmPatch patch;
-    const DmStatus status = DmPatch::read(text.str(), patch);
+    const DmStatus status = DmPatch::read(dmtree::readText(path), patch);
     if (status.failed())
         throw std::runtime_error(path + ": " + dmUtf8(status.info()));
     return patch;

@@ -1,4 +1,4 @@
-/// Writing whole text files. What goes wrong is an exception that names the file.
+/// Whole text files. What goes wrong is an exception that names the file.
 #pragma once
 
 #include <string>
@@ -7,8 +7,10 @@
 namespace dmtree
 {
 
-/// Replaces the file as a whole or not at all, and keeps its mode. What is no regular file (a pipe, /dev/stdout) is
-/// written in place.
+/// All of a file; "-" is standard input.
+std::string readText(const std::string& path);
+
+/// Replaces the file as a whole or not at all (CoFile.h).
 void writeText(const std::string& path, std::string_view text);
 
 } // namespace dmtree

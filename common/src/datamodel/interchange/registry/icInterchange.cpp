@@ -8,13 +8,10 @@
 #include "icReplaceFile.h"
 #include "icSelect.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <CoFile.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <istream>
 #include <mutex>
@@ -151,47 +148,16 @@ class FileSource final : public Source
 {
 public:
     explicit FileSource(const std::string& path)
-        : _file(::open(path.c_str(), O_RDONLY | O_CLOEXEC))
+        : _file(path.c_str())
     {
-        struct stat info = {};
-        if (_file < 0 || ::fstat(_file, &info) != 0)
-            _error = errno;
-        else if (S_ISDIR(info.st_mode))
-            _error = EISDIR;
-        else if (S_ISREG(info.st_mode))
-            _size = static_cast<std::uint64_t>(info.st_size);
     }
-    ~FileSource() override
-    {
-        if (_file >= 0)
-            ::close(_file);
-    }
-    FileSource(const FileSource&) = delete;
-    FileSource& operator=(const FileSource&) = delete;
-
-    std::size_t read(char* to, std::size_t size) override
-    {
-        if (_error != 0)
-            return 0;
-        ssize_t got = 0;
-        do
-            got = ::read(_file, to, size);
-        while (got < 0 && errno == EINTR);
-        if (got < 0)
-            _error = errno;
-        return got > 0 ? static_cast<std::size_t>(got) : 0;
-    }
-    bool seek(std::uint64_t offset) override
-    {
-        return _error == 0 && ::lseek(_file, static_cast<off_t>(offset), SEEK_SET) >= 0;
-    }
-    std::optional<std::uint64_t> size() const override { return _size; }
-    std::string fault() const override { return _error == 0 ? "" : std::strerror(_error); }
+    std::size_t read(char* to, std::size_t size) override { return _file.read(to, size); }
+    bool seek(std::uint64_t offset) override { return _file.seek(offset); }
+    std::optional<std::uint64_t> size() const override { return _file.size(); }
+    std::string fault() const override { return _file.error() == 0 ? "" : std::strerror(_file.error()); }
 
 private:
-    int _file;
-    int _error = 0;
-    std::optional<std::uint64_t> _size;
+    DM::CoFileReader _file;
 };
 
 /// A source whose first bytes were looked at.
@@ -452,7 +418,7 @@ Writing writeStream(const DmRoot& root, std::ostream& stream, const Options& opt
 
 void removeHalfWrittenFiles()
 {
-    ReplaceFile::removeAll();
+    DM::CoReplaceFile::removeAll();
 }
 
 } // namespace interchange

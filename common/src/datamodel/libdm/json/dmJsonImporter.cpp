@@ -63,7 +63,7 @@ DmStatus asRoot(DmStatus status, const DmPropertySetPtr& set, CoSharedPtr<DmRoot
 }
 
 /// Hands the root out uncounted.
-DmStatus released(DmStatus status, CoSharedPtr<DmRoot>& made, DmRoot*& root)
+DmStatus handOut(DmStatus status, CoSharedPtr<DmRoot>& made, DmRoot*& root)
 {
     if (status.ok())
         root = made.release();
@@ -76,8 +76,8 @@ DmStatus DmJsonImporter::importSetFromFile(const char* path, CoSharedPtr<DmPrope
                                            DmJsonChanges* changes)
 {
     DmStatus status;
-    dmJson::FileSource file;
-    if (!path || !file.open(path))
+    dmJson::FileSource file(path ? path : "");
+    if (file.error() != 0)
     {
         status.fail(noCode, "Could not open file '%s'", path ? path : "");
         return status;
@@ -126,12 +126,12 @@ DmStatus DmJsonImporter::importRootFromFile(const char* path, DmRoot*& root)
 {
     CoSharedPtr<DmRoot> made;
     DmStatus status = importRootFromFile(path, made);
-    return released(std::move(status), made, root);
+    return handOut(std::move(status), made, root);
 }
 
 DmStatus DmJsonImporter::importRootFromStr(const char* json, DmRoot*& root)
 {
     CoSharedPtr<DmRoot> made;
     DmStatus status = importRootFromStr(json, made);
-    return released(std::move(status), made, root);
+    return handOut(std::move(status), made, root);
 }

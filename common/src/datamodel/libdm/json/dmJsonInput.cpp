@@ -1,11 +1,7 @@
 #include "dmJsonInputImp.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace dmJson
 {
@@ -44,37 +40,6 @@ bool TextSource::rewind()
 {
     _at = 0;
     return true;
-}
-
-FileSource::~FileSource()
-{
-    if (_file >= 0)
-        ::close(_file);
-}
-
-bool FileSource::open(const char* path)
-{
-    _file = ::open(path, O_RDONLY | O_CLOEXEC);
-    struct stat status
-    {
-    };
-    return _file >= 0 && fstat(_file, &status) == 0 && !S_ISDIR(status.st_mode);
-}
-
-std::size_t FileSource::read(char* to, std::size_t size)
-{
-    ssize_t count = 0;
-    do
-        count = ::read(_file, to, size);
-    while (count < 0 && errno == EINTR);
-    if (count < 0)
-        _error = errno;
-    return count > 0 ? static_cast<std::size_t>(count) : 0;
-}
-
-bool FileSource::rewind()
-{
-    return ::lseek(_file, 0, SEEK_SET) == 0;
 }
 
 Pieces::Pieces(DmJsonSource& source)

@@ -6,7 +6,9 @@
 
 #include "envVar.h"
 
+#include <cerrno>
 #include <cstring>
+#include <new>
 
 namespace
 {
@@ -54,10 +56,17 @@ DmStatus DmTreeJsonBuilder::generateUtf8(const DmPropertySet* root, std::string&
 {
     if (!root)
         return nullRoot();
-    dmJson::TextOutput output;
     DmStatus status;
-    if (build(*root, layout, output, status))
-        out = std::move(output.text());
+    try
+    {
+        dmJson::TextOutput output;
+        if (build(*root, layout, output, status))
+            out = std::move(output.text());
+    }
+    catch (const std::bad_alloc&)
+    {
+        status = failure("Json exception");
+    }
     return status;
 }
 
@@ -75,10 +84,17 @@ DmStatus DmTreeJsonBuilder::generate(const DmPropertySet* root, const char* path
     if (!root)
         return nullRoot();
     DmStatus status;
-    dmJson::SaveFile file;
-    if (!path || !file.open(path))
-        status.fail(noCode, "Could not open file '%s'", path ? path : "");
-    else if ((!build(*root, layout, file, status) && file.error() != 0) || (status.ok() && !file.commit()))
-        status.fail(noCode, "Could not write file '%s': %s", path, std::strerror(file.error()));
+    try
+    {
+        dmJson::SaveFile file;
+        if (!path || !file.open(path))
+            status.fail(noCode, "Could not open file '%s'", path ? path : "");
+        else if ((!build(*root, layout, file, status) && file.error() != 0) || (status.ok() && !file.commit()))
+            status.fail(noCode, "Could not write file '%s': %s", path, std::strerror(file.error()));
+    }
+    catch (const std::bad_alloc&)
+    {
+        status.fail(noCode, "Could not write file '%s': %s", path, std::strerror(ENOMEM));
+    }
     return status;
 }
