@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -486,4 +487,127 @@ TEST(WithoutMemory, EffectsLayersAndWalksSayThatTheyFailed)
     refuseEach(
         "copy a tree", [&] { return [&] { return DmTreeTool::deepClone(track); }; },
         [&](const CoSharedPtr<DmTreeNode>& copy, bool refused) { EXPECT_EQ(!copy, refused); });
+}
+
+namespace
+{
+
+/// A cut with something wrong everywhere: a track that two reels hold, a source beyond its material, a segment without
+/// an input in a container.
+struct FaultyCut
+{
+    FaultyCut()
+    {
+        const auto input = DmSourceNode::GeneratedInput::create(L"bars", 10.0, DM_MEDIA_VIDEO);
+        for (const CoSharedPtr<DmLayerNode>& layer : {inner, outer})
+            source = DmSourceNode::create(input, 0.0, 25.0, 20.0, false, false), layer->addChild(source);
+        EXPECT_EQ(source->setSegmentId(L"an id of some length"), DM_NO_ERROR);
+        nestedTrack->addChild(inner);
+        nested->addChild(nestedTrack);
+        outer->addChild(DmContainerNode::create(nested, DM_MEDIA_VIDEO, 25.0, 5.0));
+        track->addChild(outer);
+        composition->addChild(track);
+        for (int i = 0; i < 2; ++i)
+        {
+            const auto reel = DmReelNode::create();
+            reel->addChild(composition);
+            root->addChild(reel);
+        }
+    }
+    CoSharedPtr<DmLayerNode> inner = DmLayerNode::create(0, DM_MEDIA_VIDEO, 0, false);
+    CoSharedPtr<DmLayerNode> outer = DmLayerNode::create(0, DM_MEDIA_VIDEO, 0, false);
+    CoSharedPtr<DmTrackNode> nestedTrack = DmTrackNode::create(0, DM_MEDIA_VIDEO);
+    CoSharedPtr<DmTrackNode> track = DmTrackNode::create(0, DM_MEDIA_VIDEO);
+    CoSharedPtr<DmCompositionNode> nested = DmCompositionNode::create(L"nested", L"25 fps", {});
+    CoSharedPtr<DmCompositionNode> composition = DmCompositionNode::create(L"a cut of some length", L"25 fps", {});
+    CoSharedPtr<DmRoot> root = DmRoot::create();
+    CoSharedPtr<DmSourceNode> source;
+};
+
+} // namespace
+
+TEST(WithoutMemory, WhatAnswersListsSaysThatTheyAreNotWhole)
+{
+    FaultyCut cut;
+    const auto repaired = [&cut] { return DmTreeTool::findTimeFaults(cut.root).empty(); };
+    EXPECT_EQ(DmTreeTool::findTimeFaults(cut.root).size(), 2U);
+    const std::size_t violations = DmTreeTool::findViolations(cut.composition, DM_VALIDATE_ALL).size();
+    const std::size_t classes = DmPropertyFactory::getInstance().classNames().size();
+    const DmString id(L"an id of some length");
+    EXPECT_GT(violations, 2U);
+
+    // What is counted when nothing is missing.
+    using Ask = std::function<std::size_t(eDmErrorId&)>;
+    const struct
+    {
+        const char* name;
+        std::size_t expected;
+        Ask ask;
+    } rows[] = {
+        {"violations", violations,
+         [&](eDmErrorId& status)
+         { return DmTreeTool::findViolations(cut.composition, DM_VALIDATE_ALL, &status).size(); }},
+        {"time faults", 2, [&](eDmErrorId& status) { return DmTreeTool::findTimeFaults(cut.root, &status).size(); }},
+        {"class names", classes,
+         [](eDmErrorId& status) { return DmPropertyFactory::getInstance().classNames(&status).size(); }},
+        {"segment by id", 1,
+         [&](eDmErrorId& status) { return DmSegmentIndex(cut.composition).find(id, &status) ? 1U : 0U; }},
+        {"places", 2, [&](eDmErrorId& status) { return DmTreePlaces(cut.root).of(cut.source, &status).size(); }},
+        {"parents", 2,
+         [&](eDmErrorId& status) { return DmTreePlaces(cut.root).parentsOf(cut.composition.get(), &status).size(); }},
+        {"dump", 1,
+         [&](eDmErrorId& status)
+         {
+             std::ostringstream out;
+             const eDmErrorId dumped = DmTreeTool::dump(cut.root, out);
+             status = out.good() ? dumped : DM_BAD_VALUE; // the stream's own memory is its own affair
+             return 1U;
+         }},
+        {"document", 1,
+         [&](eDmErrorId& status)
+         {
+             std::string text;
+             status = DmTreeJsonBuilder::generateUtf8(cut.root.get(), text).ok() ? DM_NO_ERROR : DM_BAD_VALUE;
+             return text.empty() ? 0U : 1U;
+         }},
+        {"layer", 3,
+         [](eDmErrorId& status)
+         {
+             DmTrackBuilder builder(0, DM_MEDIA_VIDEO);
+             builder.beginLayer();
+             status = builder.fillTo(5.0);
+             const auto track = builder.finish();
+             status = track ? status : DM_BAD_VALUE;
+             return track && status == DM_NO_ERROR ? 1U + static_cast<std::size_t>(track->getNbChildren()) : 0U;
+         }},
+    };
+    for (const auto& row : rows)
+        refuseEach(
+            row.name,
+            [&]
+            {
+                return [&]
+                {
+                    eDmErrorId status = DM_NO_ERROR;
+                    const std::size_t count = row.ask(status);
+                    return std::pair(status, count);
+                };
+            },
+            [&](const std::pair<eDmErrorId, std::size_t>& answer, bool refused)
+            {
+                EXPECT_TRUE(answer.first == DM_NO_ERROR || (refused && answer.first == DM_BAD_VALUE));
+                EXPECT_TRUE(answer.first != DM_NO_ERROR || answer.second == row.expected);
+            });
+
+    const auto sound = DmCompositionNode::create(L"sound", L"25 fps", {});
+    refuseEach(
+        "a valid tree", [&] { return [&] { return DmTreeTool::isValidTree(sound); }; },
+        [](bool valid, bool refused) { EXPECT_EQ(valid, !refused); });
+    refuseEach(
+        "repair", [&] { return [&] { return DmTreeTool::repairTimes(cut.root); }; },
+        [&](eDmErrorId status, bool refused)
+        {
+            EXPECT_EQ(status, refused ? DM_BAD_VALUE : DM_NO_ERROR);
+            EXPECT_TRUE(refused || repaired());
+        });
 }

@@ -89,13 +89,15 @@ bool DmPropertyFactory::setCreateDefaultAttributes(bool create)
     return _createDefaultAttributes.exchange(create);
 }
 
-std::vector<DmString> DmPropertyFactory::classNames() const
+std::vector<DmString> DmPropertyFactory::classNames(eDmErrorId* status) const
 {
-    std::vector<DmString> names;
-    names.reserve(_creators.size());
-    for (const auto& [name, entry] : _creators)
-        if (!entry.isAlias)
-            names.emplace_back(std::wstring_view(name));
-    std::sort(names.begin(), names.end(), [](const DmString& a, const DmString& b) { return a < b; });
-    return names;
+    const auto list = [this](std::vector<DmString>& names)
+    {
+        names.reserve(_creators.size());
+        for (const auto& [name, entry] : _creators)
+            if (!entry.isAlias)
+                names.emplace_back(std::wstring_view(name));
+        std::sort(names.begin(), names.end(), [](const DmString& a, const DmString& b) { return a < b; });
+    };
+    return dmListWithMemory<DmString>(status, list);
 }

@@ -39,8 +39,9 @@ public:
     /// Whether objects get their default attributes; process-wide. Returns the setting before.
     bool setCreateDefaultAttributes(bool create);
 
-    /// Every registered class, sorted; without aliases.
-    std::vector<DmString> classNames() const;
+    /// Every registered class, sorted; without aliases. `status`, if given, is DM_BAD_VALUE where memory ran out: names
+    /// are missing then.
+    std::vector<DmString> classNames(eDmErrorId* status = nullptr) const;
 
 private:
     struct Hash

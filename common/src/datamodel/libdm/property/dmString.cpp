@@ -25,8 +25,8 @@ DmString::DmString(const char* text)
     const std::size_t count = std::mbstowcs(nullptr, text, 0); // the largest there is for what is no text
     if (count > maxLength || !allocNewBuff(static_cast<unsigned>(count)))
         return;
-    [[maybe_unused]] const std::size_t slen = std::mbstowcs(buff_, text, count + 1);
-    ZR_ASSERT_SOFT(slen == len_);
+    [[maybe_unused]] const std::size_t converted = std::mbstowcs(buff_, text, count + 1);
+    ZR_ASSERT_SOFT_AS("slen == len_", converted == len_);
     terminate();
 }
 
@@ -186,6 +186,11 @@ void DmString::terminate()
 unsigned DmString::lost()
 {
     return lostTexts;
+}
+
+void DmString::countLost()
+{
+    ++lostTexts;
 }
 
 bool DmString::growTo(std::size_t n)

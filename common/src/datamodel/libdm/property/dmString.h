@@ -88,6 +88,8 @@ public:
 
     /// How many strings of the calling thread became empty for lack of memory: who must know compares before and after.
     static unsigned lost();
+    /// Another text of the calling thread did.
+    static void countLost();
 
 protected:
     explicit DmString(DefaultText text) noexcept;

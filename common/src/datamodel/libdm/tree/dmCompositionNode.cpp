@@ -2,6 +2,7 @@
 
 #include "dmDeclare.h"
 #include "dmLayerNode.h"
+#include "dmMemoryImp.h"
 #include "dmStoredLabel.h"
 
 #include "tuLabel.h"
@@ -134,8 +135,10 @@ double DmCompositionNode::getRecordTime(double labelTime) const
 
 std::string DmCompositionNode::getRecordLabel(double recordTime) const
 {
-    return recordTime == dmNoTime ? std::string()
-                                  : DM::TimeLabel::text(DM::TimeUnit(getLabelTime(recordTime)), dmFcmFromText(_fcm));
+    if (recordTime == dmNoTime)
+        return {};
+    return dmTextWithMemory(
+        [&] { return DM::TimeLabel::text(DM::TimeUnit(getLabelTime(recordTime)), dmFcmFromText(_fcm)); });
 }
 
 eDmErrorId DmCompositionNode::mayHold(const DmTreeNode* node) const

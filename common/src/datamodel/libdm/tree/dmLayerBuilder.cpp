@@ -3,6 +3,7 @@
 #include "dmCutNode.h"
 #include "dmElementImp.h"
 #include "dmGapNode.h"
+#include "dmMemoryImp.h"
 
 #include "envVar.h"
 #include "zrPost.h"
@@ -52,8 +53,8 @@ DmLayerBuilder::DmLayerBuilder(const CoSharedPtr<DmLayerNode>& layer)
                                             _end = std::max(_end, element.getRecOut());
                                             return DM_NO_ERROR;
                                         })); // what is no element takes no time
-        if (child)
-            _held.insert(child);
+        if (child && keep(child) != DM_NO_ERROR)
+            _layer = {};
     }
 }
 
@@ -133,6 +134,16 @@ eDmErrorId DmLayerBuilder::removeSpareGap()
     return _layer->removeChild(last) == last ? DM_NO_ERROR : DM_CANNOT_LOCK;
 }
 
+eDmErrorId DmLayerBuilder::keep(const DmTreeNode* element)
+{
+    return dmWithMemory(
+        [&]
+        {
+            _held.insert(element);
+            return DM_NO_ERROR;
+        });
+}
+
 eDmErrorId DmLayerBuilder::addCut()
 {
     return add(DmCutNode::create(_layer->getMediaType(), _end), _end, 0.0);
@@ -146,9 +157,13 @@ eDmErrorId DmLayerBuilder::addGap(double length)
 eDmErrorId DmLayerBuilder::add(const CoSharedPtr<DmTreeNode>& element, double recIn, double recLength)
 {
     const int before = _layer->getNbChildren();
-    if (_layer->addChild(element) == before) // no memory for a gap or a cut; a layer that its owner froze
+    if (!element || keep(element.get()) != DM_NO_ERROR) // no memory for a gap or a cut
         return DM_BAD_VALUE;
-    _held.insert(element.get());
+    if (_layer->addChild(element) == before) // a layer that its owner froze
+    {
+        _held.erase(element.get());
+        return DM_BAD_VALUE;
+    }
     _end = recIn + recLength;
     // At notice level: who sets the variable wants to see the lines without turning every other debug message on.
     if (logSteps().getValue())

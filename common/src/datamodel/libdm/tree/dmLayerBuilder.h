@@ -30,7 +30,7 @@ public:
                    bool isResultLayer = false);
 
     /// Goes on behind the last element of a layer that there is already, and changes that one; a null one takes
-    /// nothing.
+    /// nothing, nor does one whose elements there is no memory to know.
     explicit DmLayerBuilder(const CoSharedPtr<DmLayerNode>& layer);
 
     /// Puts a segment or a transition at the end: sets its "recIn".
@@ -52,6 +52,7 @@ public:
 private:
     template <class Element>
     eDmErrorId put(Element& element, double recIn);
+    eDmErrorId keep(const DmTreeNode* element);
     eDmErrorId addCut();
     eDmErrorId addGap(double length);
     eDmErrorId add(const CoSharedPtr<DmTreeNode>& element, double recIn, double recLength);

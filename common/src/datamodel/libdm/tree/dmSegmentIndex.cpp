@@ -1,6 +1,7 @@
 #include "dmSegmentIndex.h"
 
 #include "dmIdTableImp.h"
+#include "dmMemoryImp.h"
 #include "dmTreeIterator.h"
 
 namespace
@@ -40,16 +41,20 @@ DmSegmentIndex::DmSegmentIndex(DmSegmentIndex&& other) noexcept = default;
 DmSegmentIndex& DmSegmentIndex::operator=(DmSegmentIndex&& other) noexcept = default;
 DmSegmentIndex::~DmSegmentIndex() = default;
 
-DmSegmentNode* DmSegmentIndex::find(const DmString& id)
+DmSegmentNode* DmSegmentIndex::find(const DmString& id, eDmErrorId* status)
 {
-    if (!_segments)
+    const auto walk = [this]
     {
         auto segments = std::make_unique<DmIdTable>();
         Collector collector(*segments);
         static_cast<void>(DmPreIt(_composition).applyOrThrow(collector)); // what stands below itself is in once
         _segments = std::move(segments);
-    }
-    return id.empty() ? nullptr : _segments->find(id.view());
+        return DM_NO_ERROR;
+    };
+    const eDmErrorId walked = _segments ? DM_NO_ERROR : dmWithMemory(walk);
+    if (status)
+        *status = walked;
+    return _segments && !id.empty() ? _segments->find(id.view()) : nullptr;
 }
 
 void DmSegmentIndex::refresh()

@@ -32,8 +32,9 @@ public:
     DmSegmentIndex& operator=(DmSegmentIndex&& other) noexcept;
     ~DmSegmentIndex();
 
-    /// Null when no segment has the id.
-    DmSegmentNode* find(const DmString& id);
+    /// Null when no segment has the id. `status`, if given, is DM_BAD_VALUE when there was no memory to know it: the
+    /// next question walks again.
+    DmSegmentNode* find(const DmString& id, eDmErrorId* status = nullptr);
     /// The next question walks the composition again.
     void refresh();
 

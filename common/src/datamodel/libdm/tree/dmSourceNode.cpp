@@ -1,6 +1,7 @@
 #include "dmSourceNode.h"
 
 #include "dmDeclare.h"
+#include "dmMemoryImp.h"
 #include "dmSourceInput.h"
 
 #include "envVar.h"
@@ -79,18 +80,23 @@ double DmTimeFault::repaired() const
 std::string DmTimeFault::text() const
 {
     const auto number = [](double frames) { return std::to_string(frames); };
-    switch (kind)
+    const auto said = [&]() -> std::string
     {
-    case NegativeSrcLength:
-        return "SrcLength: " + number(srcLength) + " < 0.0";
-    case NegativeRelIn:
-        return "RelIn: " + number(relIn) + " < 0";
-    case RelInBehindEnd:
-        return "RelIn: " + number(relIn) + " >= SrcLength: " + number(srcLength);
-    case EndBehindEnd:
-        return "RelIn: " + number(relIn) + " + RecLength: " + number(recLength) + " > SrcLength: " + number(srcLength);
-    }
-    return {};
+        switch (kind)
+        {
+        case NegativeSrcLength:
+            return "SrcLength: " + number(srcLength) + " < 0.0";
+        case NegativeRelIn:
+            return "RelIn: " + number(relIn) + " < 0";
+        case RelInBehindEnd:
+            return "RelIn: " + number(relIn) + " >= SrcLength: " + number(srcLength);
+        case EndBehindEnd:
+            return "RelIn: " + number(relIn) + " + RecLength: " + number(recLength) +
+                   " > SrcLength: " + number(srcLength);
+        }
+        return {};
+    };
+    return dmTextWithMemory(said);
 }
 
 namespace
@@ -98,9 +104,9 @@ namespace
 
 /// The faults of these times, in order. Each is taken as repaired before the next is looked for, if that is what
 /// happens.
-std::vector<DmTimeFault> faultsOf(double srcLength, double relIn, double recLength, bool repairing)
+DmTimeFaults faultsOf(double srcLength, double relIn, double recLength, bool repairing)
 {
-    std::vector<DmTimeFault> faults;
+    DmTimeFaults faults;
     const auto add = [&](DmTimeFault::Kind kind, double& time)
     {
         faults.push_back({kind, srcLength, relIn, recLength});
@@ -122,10 +128,10 @@ std::vector<DmTimeFault> faultsOf(double srcLength, double relIn, double recLeng
 
 } // namespace
 
-std::vector<DmTimeFault> DmSourceNode::findTimeFaults() const
+DmTimeFaults DmSourceNode::findTimeFaults() const
 {
     const Input* const input = getSrcInput();
-    return input ? faultsOf(input->getSrcLength(), getRelIn(), getRecLength(), true) : std::vector<DmTimeFault>();
+    return input ? faultsOf(input->getSrcLength(), getRelIn(), getRecLength(), true) : DmTimeFaults();
 }
 
 eDmErrorId DmSourceNode::repair(const DmTimeFault& fault)

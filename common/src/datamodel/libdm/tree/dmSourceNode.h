@@ -6,7 +6,7 @@
 
 #include "dmSegmentNode.h"
 
-#include <vector>
+#include <array>
 
 /// A time of a source that does not fit the length of its input.
 struct ZR_DM_API DmTimeFault
@@ -30,6 +30,23 @@ struct ZR_DM_API DmTimeFault
     double repaired() const;
     /// "RelIn: 110.000000 >= SrcLength: 100.000000".
     std::string text() const;
+};
+
+/// Those of one source: each kind at most once.
+class DmTimeFaults
+{
+public:
+    const DmTimeFault* begin() const { return _faults.data(); }
+    const DmTimeFault* end() const { return begin() + _count; }
+    std::size_t size() const { return _count; }
+    bool empty() const { return _count == 0; }
+    const DmTimeFault& operator[](std::size_t i) const { return _faults[i]; }
+    const DmTimeFault& back() const { return _faults[_count - 1]; }
+    void push_back(const DmTimeFault& fault) { _faults[_count++] = fault; }
+
+private:
+    std::array<DmTimeFault, 4> _faults{};
+    std::size_t _count = 0;
 };
 
 class ZR_DM_API DmSourceNode final : public DmNode<DmSourceNode, DmSegmentNode, &DmTreeVisitor::visitSourceNode>
@@ -78,7 +95,7 @@ public:
 
     /// What is wrong with the times, in the order in which it would be repaired, and each as it stands then. Empty when
     /// all is well. Changes and posts nothing.
-    std::vector<DmTimeFault> findTimeFaults() const;
+    DmTimeFaults findTimeFaults() const;
     /// Repairs the times and posts nothing. The first status that is not DM_NO_ERROR; what can be repaired is.
     eDmErrorId repairTimes();
     /// Repairs the times as well; each fault is a warning and a soft assertion before that, and with

@@ -1,5 +1,7 @@
 #include "dmTrackBuilder.h"
 
+#include "dmMemoryImp.h"
+
 #include <algorithm>
 
 DmTrackBuilder::DmTrackBuilder(int trackNum, eDmTreeMediaType mediaType, double start)
@@ -12,7 +14,12 @@ DmTrackBuilder::DmTrackBuilder(int trackNum, eDmTreeMediaType mediaType, double 
 
 void DmTrackBuilder::beginLayer(int stereoOutputChannel, bool isResultLayer)
 {
-    _layers.emplace_back(static_cast<int>(_layers.size()), _mediaType, _start, stereoOutputChannel, isResultLayer);
+    const auto begin = [&]
+    {
+        _layers.emplace_back(static_cast<int>(_layers.size()), _mediaType, _start, stereoOutputChannel, isResultLayer);
+        return DM_NO_ERROR;
+    };
+    _isWhole = _isWhole && dmWithMemory(begin) == DM_NO_ERROR;
 }
 
 double DmTrackBuilder::getEnd() const
@@ -31,13 +38,15 @@ bool DmTrackBuilder::holds(const DmTreeNode* element) const
 
 CoSharedPtr<DmTrackNode> DmTrackBuilder::finish()
 {
-    CoSharedPtr<DmTrackNode> track = DmTrackNode::create(_trackNum, _mediaType);
+    CoSharedPtr<DmTrackNode> track;
+    if (_isWhole)
+        track = DmTrackNode::create(_trackNum, _mediaType);
     for (DmLayerBuilder& builder : _layers)
     {
         const CoSharedPtr<DmLayerNode> layer = builder.finish();
-        if (!track || !layer)
+        const int before = track ? track->getNbChildren() : 0;
+        if (!track || !layer || track->addChild(layer) == before)
             return {};
-        track->addChild(layer);
     }
     return track;
 }

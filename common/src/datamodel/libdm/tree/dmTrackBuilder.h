@@ -25,14 +25,15 @@ public:
 
     eDmErrorId append(const CoSharedPtr<DmTreeNode>& element)
     {
-        return holds(element.get()) ? DM_BAD_VALUE : _layers.back().append(element);
+        return canTake(element) ? _layers.back().append(element) : DM_BAD_VALUE;
     }
     eDmErrorId place(const CoSharedPtr<DmTreeNode>& element)
     {
-        return holds(element.get()) ? DM_BAD_VALUE : _layers.back().place(element);
+        return canTake(element) ? _layers.back().place(element) : DM_BAD_VALUE;
     }
-    eDmErrorId fillTo(double time) { return _layers.back().fillTo(time); }
+    eDmErrorId fillTo(double time) { return _isWhole ? _layers.back().fillTo(time) : DM_BAD_VALUE; }
 
+    /// Without memory for it, the builder takes nothing more, and there is no track.
     void beginLayer(int stereoOutputChannel = 0, bool isResultLayer = false);
     /// Where the layer that goes furthest ends.
     double getEnd() const;
@@ -46,8 +47,11 @@ public:
     eDmErrorId addTo(DmCompositionNode& composition);
 
 private:
+    bool canTake(const CoSharedPtr<DmTreeNode>& element) const { return _isWhole && !holds(element.get()); }
+
     int _trackNum;
     eDmTreeMediaType _mediaType;
     double _start;
-    std::vector<DmLayerBuilder> _layers; ///< never empty
+    std::vector<DmLayerBuilder> _layers;
+    bool _isWhole = true; ///< every layer was begun
 };

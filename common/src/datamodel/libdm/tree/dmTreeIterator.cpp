@@ -15,10 +15,14 @@ void dmAddPathStep(std::string& text, int position)
 
 std::string DmTreePath::text() const
 {
-    std::string text;
-    for (std::size_t i = 1; i < _steps.size(); ++i)
-        dmAddPathStep(text, _steps[i].index);
-    return text;
+    return dmTextWithMemory(
+        [this]
+        {
+            std::string text;
+            for (std::size_t i = 1; i < _steps.size(); ++i)
+                dmAddPathStep(text, _steps[i].index);
+            return text;
+        });
 }
 
 /// One walk of one visitor.

@@ -2,6 +2,7 @@
 
 #include "dmCompositionNode.h"
 #include "dmLayerNode.h"
+#include "dmMemoryImp.h"
 #include "dmTrackNode.h"
 #include "dmTreeIterator.h"
 
@@ -40,10 +41,14 @@ DmCompositionNode* DmTreePlace::composition() const
 
 std::string DmTreePlace::text() const
 {
-    std::string text;
-    for (std::size_t i = 1; i < _steps.size(); ++i)
-        dmAddPathStep(text, _steps[i].position);
-    return text;
+    return dmTextWithMemory(
+        [this]
+        {
+            std::string text;
+            for (std::size_t i = 1; i < _steps.size(); ++i)
+                dmAddPathStep(text, _steps[i].position);
+            return text;
+        });
 }
 
 // All places
@@ -73,18 +78,31 @@ private:
 DmTreePlaces::DmTreePlaces(const CoSharedPtr<DmTreeNode>& tree)
     : _tree(tree)
 {
-    Collector collector(*this);
-    static_cast<void>(
-        DmPreIt(tree, {.intoContainers = true, .sharedOnce = true}).applyOrThrow(collector)); // cycles are left out
+    _status = dmWithMemory(
+        [this]
+        {
+            Collector collector(*this);
+            DmPreIt walk(_tree, {.intoContainers = true, .sharedOnce = true});
+            static_cast<void>(walk.applyOrThrow(collector)); // cycles are left out
+            return DM_NO_ERROR;
+        });
+    if (_status != DM_NO_ERROR)
+        _tree = {};
 }
 
-std::vector<DmTreePlace> DmTreePlaces::of(const DmTreeNode* node) const
+template <class Element, class Fill>
+std::vector<Element> DmTreePlaces::listOf(eDmErrorId* status, const Fill& fill) const
 {
-    // Ways that are still on their way up: the node itself first, each with the first node of the tree at its end.
-    std::vector<DmTreePlace> found;
-    std::vector<DmTreePlace> open(1);
-    if (!node || (node != _tree.get() && !_edges.contains(node)))
-        return found;
+    std::vector<Element> list = dmListWithMemory<Element>(status, fill);
+    if (status && *status == DM_NO_ERROR)
+        *status = _status;
+    return list;
+}
+
+/// All ways up from a node: each with the first node of the tree at its end.
+void DmTreePlaces::addWaysUp(const DmTreeNode* node, std::vector<DmTreePlace>& found) const
+{
+    std::vector<DmTreePlace> open(1); // still on their way
     open.front()._steps.push_back({CoSharedPtr<DmTreeNode>(const_cast<DmTreeNode*>(node)), -1});
     while (!open.empty())
     {
@@ -101,23 +119,35 @@ std::vector<DmTreePlace> DmTreePlaces::of(const DmTreeNode* node) const
             open.back()._steps.push_back({CoSharedPtr<DmTreeNode>(edge->second.parent), -1});
         }
     }
-    for (DmTreePlace& place : found)
-        std::reverse(place._steps.begin(), place._steps.end());
+}
+
+std::vector<DmTreePlace> DmTreePlaces::of(const DmTreeNode* node, eDmErrorId* status) const
+{
     const auto isBefore = [](const DmTreePlace& a, const DmTreePlace& b)
     {
         return std::lexicographical_compare(a._steps.begin(), a._steps.end(), b._steps.begin(), b._steps.end(),
                                             [](const auto& x, const auto& y) { return x.position < y.position; });
     };
-    std::sort(found.begin(), found.end(), isBefore);
-    return found;
+    return listOf<DmTreePlace>(status,
+                               [&](std::vector<DmTreePlace>& found)
+                               {
+                                   if (!node || (node != _tree.get() && !_edges.contains(node)))
+                                       return;
+                                   addWaysUp(node, found);
+                                   for (DmTreePlace& place : found)
+                                       std::reverse(place._steps.begin(), place._steps.end());
+                                   std::sort(found.begin(), found.end(), isBefore);
+                               });
 }
 
-std::vector<DmTreeNode*> DmTreePlaces::parentsOf(const DmTreeNode* node) const
+std::vector<DmTreeNode*> DmTreePlaces::parentsOf(const DmTreeNode* node, eDmErrorId* status) const
 {
-    std::vector<DmTreeNode*> parents;
-    const auto [first, last] = _edges.equal_range(node);
-    for (auto edge = first; edge != last; ++edge)
-        if (std::find(parents.begin(), parents.end(), edge->second.parent) == parents.end())
-            parents.push_back(edge->second.parent);
-    return parents;
+    return listOf<DmTreeNode*>(status,
+                               [&](std::vector<DmTreeNode*>& parents)
+                               {
+                                   const auto [first, last] = _edges.equal_range(node);
+                                   for (auto edge = first; edge != last; ++edge)
+                                       if (std::ranges::find(parents, edge->second.parent) == parents.end())
+                                           parents.push_back(edge->second.parent);
+                               });
 }

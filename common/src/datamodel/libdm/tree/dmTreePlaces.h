@@ -56,15 +56,20 @@ private:
 class ZR_DM_API DmTreePlaces
 {
 public:
-    /// Keeps the tree alive; in none, nothing stands. A node that stands below itself has no place there.
+    /// Keeps the tree alive; in none, nothing stands. A node that stands below itself has no place there. Without
+    /// memory, nothing stands in it either, and every answer's status says DM_BAD_VALUE.
     explicit DmTreePlaces(const CoSharedPtr<DmTreeNode>& tree);
 
     /// All places, in the order in which a walk comes to them; empty for a node that does not stand in the tree. With
-    /// shared nodes above it, one for each way.
-    std::vector<DmTreePlace> of(const DmTreeNode* node) const;
-    std::vector<DmTreePlace> of(const CoSharedPtr<DmTreeNode>& node) const { return of(node.get()); }
-    /// Each parent once.
-    std::vector<DmTreeNode*> parentsOf(const DmTreeNode* node) const;
+    /// shared nodes above it, one for each way. `status`, if given, is DM_BAD_VALUE where memory ran out: places are
+    /// missing then.
+    std::vector<DmTreePlace> of(const DmTreeNode* node, eDmErrorId* status = nullptr) const;
+    std::vector<DmTreePlace> of(const CoSharedPtr<DmTreeNode>& node, eDmErrorId* status = nullptr) const
+    {
+        return of(node.get(), status);
+    }
+    /// Each parent once; `status` as above.
+    std::vector<DmTreeNode*> parentsOf(const DmTreeNode* node, eDmErrorId* status = nullptr) const;
 
 private:
     class Collector;
@@ -74,7 +79,12 @@ private:
         int position;
     };
 
+    template <class Element, class Fill>
+    std::vector<Element> listOf(eDmErrorId* status, const Fill& fill) const;
+    void addWaysUp(const DmTreeNode* node, std::vector<DmTreePlace>& found) const;
+
     CoSharedPtr<DmTreeNode> _tree;
+    eDmErrorId _status = DM_NO_ERROR;                        ///< of the walk
     std::unordered_multimap<const DmTreeNode*, Edge> _edges; ///< from a node to its parents
     std::vector<CoSharedPtr<DmTreeNode>> _parents;           ///< all of them, kept alive
 };

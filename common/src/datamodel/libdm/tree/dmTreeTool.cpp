@@ -3,6 +3,7 @@
 #include "dmAsciiDumpVisitor.h"
 #include "dmElementImp.h"
 #include "dmMaterial.h"
+#include "dmMemoryImp.h"
 #include "dmPlayed.h"
 #include "dmRecordSearch.h"
 #include "dmSetTools.h"
@@ -23,8 +24,13 @@ bool DmTreeTool::isValidTree(DmCompositionNode* composition)
 {
     if (!composition)
         return false;
-    DmValidationVisitor visitor(getValidationOptions(composition));
-    return DmPreIt(composition).apply(visitor) == DM_NO_ERROR && visitor.isValid();
+    const auto validate = [composition]
+    {
+        DmValidationVisitor visitor(getValidationOptions(composition));
+        const eDmErrorId status = DmPreIt(composition).applyOrThrow(visitor);
+        return visitor.isValid() ? status : DM_BAD_VALUE;
+    };
+    return dmWithMemory(validate) == DM_NO_ERROR;
 }
 
 bool DmTreeTool::isValidTree(const CoSharedPtr<DmCompositionNode>& composition)
@@ -32,15 +38,17 @@ bool DmTreeTool::isValidTree(const CoSharedPtr<DmCompositionNode>& composition)
     return isValidTree(composition.get());
 }
 
-std::vector<DmTreeViolation> DmTreeTool::findViolations(DmCompositionNode* composition, unsigned options)
+std::vector<DmTreeViolation> DmTreeTool::findViolations(DmCompositionNode* composition, unsigned options,
+                                                        eDmErrorId* status)
 {
-    return DmValidationVisitor::findAll(composition, options);
+    return dmListWithMemory<DmTreeViolation>(status, [&](std::vector<DmTreeViolation>& found)
+                                             { DmValidationVisitor::findAll(composition, options, found); });
 }
 
 std::vector<DmTreeViolation> DmTreeTool::findViolations(const CoSharedPtr<DmCompositionNode>& composition,
-                                                        unsigned options)
+                                                        unsigned options, eDmErrorId* status)
 {
-    return findViolations(composition.get(), options);
+    return findViolations(composition.get(), options, status);
 }
 
 // Times of sources
@@ -88,21 +96,22 @@ void forEachSource(DmTreeNode* tree, const Use& use)
 
 } // namespace
 
-std::vector<DmFaultySource> DmTreeTool::findTimeFaults(const DmTreeNode* tree)
+std::vector<DmFaultySource> DmTreeTool::findTimeFaults(const DmTreeNode* tree, eDmErrorId* status)
 {
-    std::vector<DmFaultySource> found;
-    const auto look = [&found](const DmSourceNode& source, const DmTreePath& path)
+    const auto find = [tree](std::vector<DmFaultySource>& found)
     {
-        std::vector<DmTimeFault> faults = source.findTimeFaults();
-        if (faults.empty())
-            return;
-        const DmCompositionNode* const composition = compositionAbove(path);
-        found.push_back({CoSharedPtr<const DmSourceNode>(&source), path.text(),
-                         composition ? composition->getRecordLabel(source.getRecIn()) : std::string(),
-                         std::move(faults)});
+        const auto look = [&found](const DmSourceNode& source, const DmTreePath& path)
+        {
+            const DmTimeFaults faults = source.findTimeFaults();
+            if (faults.empty())
+                return;
+            const DmCompositionNode* const composition = compositionAbove(path);
+            found.push_back({CoSharedPtr<const DmSourceNode>(&source), path.text(),
+                             composition ? composition->getRecordLabel(source.getRecIn()) : std::string(), faults});
+        };
+        forEachSource(const_cast<DmTreeNode*>(tree), look); // visitors are given nodes to change: this one does not
     };
-    forEachSource(const_cast<DmTreeNode*>(tree), look); // visitors are given nodes to change: this one does not
-    return found;
+    return dmListWithMemory<DmFaultySource>(status, find);
 }
 
 eDmErrorId DmTreeTool::repairTimes(DmTreeNode* tree)
@@ -113,8 +122,13 @@ eDmErrorId DmTreeTool::repairTimes(DmTreeNode* tree)
         const eDmErrorId status = source.repairTimes();
         first = first == DM_NO_ERROR ? status : first;
     };
-    forEachSource(tree, repair);
-    return first;
+    const eDmErrorId walked = dmWithMemory(
+        [&]
+        {
+            forEachSource(tree, repair);
+            return DM_NO_ERROR;
+        });
+    return first == DM_NO_ERROR ? walked : first;
 }
 
 // Copies

@@ -42,7 +42,7 @@ struct DmFaultySource
     std::string path;
     /// The label of its record time, in the composition that it stands in; empty outside of one.
     std::string record;
-    std::vector<DmTimeFault> faults;
+    DmTimeFaults faults;
 };
 
 class ZR_DM_API DmTreeTool
@@ -57,14 +57,17 @@ public:
     static bool isValidTree(const CoSharedPtr<DmCompositionNode>& composition);
     /// Every rule that is broken, in the order in which the nodes are visited; posts nothing. `options`: a sum of
     /// eDmValidationOption. With DM_VALIDATE_DURATIONS among them, what a container holds is checked with the same
-    /// options, once if several containers share it.
-    static std::vector<DmTreeViolation> findViolations(DmCompositionNode* composition, unsigned options);
+    /// options, once if several containers share it. `status`, if given, is DM_BAD_VALUE where memory ran out:
+    /// violations are missing then.
+    static std::vector<DmTreeViolation> findViolations(DmCompositionNode* composition, unsigned options,
+                                                       eDmErrorId* status = nullptr);
     static std::vector<DmTreeViolation> findViolations(const CoSharedPtr<DmCompositionNode>& composition,
-                                                       unsigned options);
+                                                       unsigned options, eDmErrorId* status = nullptr);
 
     // Times of sources (DmSourceNode::findTimeFaults), of those in containers too, each source once
 
-    static std::vector<DmFaultySource> findTimeFaults(const DmTreeNode* tree);
+    /// `status` as above.
+    static std::vector<DmFaultySource> findTimeFaults(const DmTreeNode* tree, eDmErrorId* status = nullptr);
     /// Repairs them. The first status that is not DM_NO_ERROR; what can be repaired is.
     static eDmErrorId repairTimes(DmTreeNode* tree);
 
@@ -110,9 +113,9 @@ public:
     // The same for nodes that are held by CoSharedPtr
 
     template <class Node>
-    static std::vector<DmFaultySource> findTimeFaults(const CoSharedPtr<Node>& tree)
+    static std::vector<DmFaultySource> findTimeFaults(const CoSharedPtr<Node>& tree, eDmErrorId* status = nullptr)
     {
-        return findTimeFaults(tree.get());
+        return findTimeFaults(tree.get(), status);
     }
     template <class Node>
     static eDmErrorId repairTimes(const CoSharedPtr<Node>& tree)

@@ -113,13 +113,11 @@ DmValidationVisitor::DmValidationVisitor(unsigned options, const DmValidationVis
 
 DmValidationVisitor::~DmValidationVisitor() = default;
 
-std::vector<DmTreeViolation> DmValidationVisitor::findAll(DmCompositionNode* composition, unsigned options)
+void DmValidationVisitor::findAll(DmCompositionNode* composition, unsigned options, std::vector<DmTreeViolation>& all)
 {
-    std::vector<DmTreeViolation> all;
     DmValidationVisitor visitor(options);
     visitor._run->all = &all;
     static_cast<void>(DmPreIt(composition).applyOrThrow(visitor)); // what stands below itself breaks a rule on the way
-    return all;
 }
 
 void DmValidationVisitor::setValidFlag(bool valid, const DmString& message)

@@ -97,7 +97,7 @@ private:
     };
 
     DmValidationVisitor(unsigned options, const DmValidationVisitor* outer, const std::shared_ptr<Run>& run);
-    static std::vector<DmTreeViolation> findAll(DmCompositionNode* composition, unsigned options);
+    static void findAll(DmCompositionNode* composition, unsigned options, std::vector<DmTreeViolation>& all);
 
     bool isDone() const;
     bool broken(const DmString& message, Spot spot = {});
