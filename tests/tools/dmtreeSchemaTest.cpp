@@ -90,7 +90,6 @@ void fill(DmPropertySet& set)
         const bool isFalse = def._type == DM_BOOL && !*static_cast<const bool*>(set.fieldOf(i));
         const DmString text(isFalse                                ? L"true"
                             : def._type == DM_CHAR                 ? L"k"
-                            : def._range                           ? std::to_wstring(def._range->most).c_str()
                             : def._texts && def._texts->isComplete ? def._texts->texts.back()
                             : def._values.empty()                  ? L"77"
                                                                    : std::to_wstring(def._values.back().code).c_str());

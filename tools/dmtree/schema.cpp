@@ -205,13 +205,17 @@ private:
             addType(def);
     }
 
-    /// The meaning, then in what the number counts, then the values that make sense where others are no mistake.
+    /// The meaning, then in what the number counts, then the usual values where others are no mistake.
     void describe(const DmPropertyDef& def)
     {
         std::ostringstream text;
         text << def._meaning;
         if (*def._unit)
             text << " In " << def._unit << '.';
+        if (def._range && def._range->most < std::numeric_limits<std::int32_t>::max())
+            text << " Usually " << def._range->least << " to " << def._range->most << '.';
+        else if (def._range)
+            text << " Usually " << def._range->least << " or more.";
         if (def._texts && !def._texts->isComplete)
             for (const wchar_t* const known : def._texts->texts)
                 text << (known == def._texts->texts.front() ? " For example " : ", ")
@@ -228,19 +232,19 @@ private:
         switch (def._type)
         {
         case DM_ENUM:
-            return def._values.empty() ? integer<std::int32_t>(def) : codes(def._values);
+            return def._values.empty() ? integer<std::int32_t>() : codes(def._values);
         case DM_INT:
-            return integer<std::int32_t>(def);
+            return integer<std::int32_t>();
         case DM_UINT:
-            return integer<std::uint32_t>(def);
+            return integer<std::uint32_t>();
         case DM_SHORT:
-            return integer<std::int16_t>(def);
+            return integer<std::int16_t>();
         case DM_USHORT:
-            return integer<std::uint16_t>(def);
+            return integer<std::uint16_t>();
         case DM_INT64:
-            return integer<std::int64_t>(def);
+            return integer<std::int64_t>();
         case DM_UINT64:
-            return integer<std::uint64_t>(def);
+            return integer<std::uint64_t>();
         case DM_STRING:
             return def._texts && def._texts->isComplete ? string(patternOf(*def._texts)) : string();
         case DM_CHAR:
@@ -248,9 +252,9 @@ private:
         case DM_UCHAR:
             return string();
         case DM_FLOAT:
-            return number<float>(def);
+            return number<float>();
         case DM_DOUBLE:
-            return number<double>(def);
+            return number<double>();
         case DM_BOOL:
             return _out.add("type", "boolean");
         case DM_PROPERTY_SET:
@@ -285,29 +289,12 @@ private:
         _out.add("minimum", Wide{least});
         _out.add("maximum", Wide{most});
     }
-    /// The declared range, as far as the type goes.
-    template <class Int>
-    void integer(const DmPropertyDef& def)
-    {
-        using Limits = std::numeric_limits<Int>;
-        if (!def._range)
-            return integer<Int>();
-        const auto limit = [](double wanted, Int otherwise)
-        {
-            const bool fits =
-                wanted > static_cast<double>(Limits::min()) && wanted < static_cast<double>(Limits::max());
-            return fits ? static_cast<Int>(wanted) : otherwise;
-        };
-        integer<Int>(limit(def._range->least, Limits::min()), limit(def._range->most, Limits::max()));
-    }
     template <class Float>
-    void number(const DmPropertyDef& def)
+    void number()
     {
-        using Limits = std::numeric_limits<Float>;
-        const DmRange range = def._range.value_or(DmRange{Limits::lowest(), Limits::max()});
         _out.add("type", "number");
-        _out.add("minimum", range.least);
-        _out.add("maximum", range.most);
+        _out.add("minimum", double{std::numeric_limits<Float>::lowest()});
+        _out.add("maximum", double{std::numeric_limits<Float>::max()});
     }
     void codes(const DmEnumTable& values)
     {

@@ -133,10 +133,9 @@ TEST(JsonChanges, TellOfCodesAndNamesThatMeanNothing)
     EXPECT_EQ(changesOf(R"({"DmLayerNode":{"mediaType":2}})"), "");
     EXPECT_EQ(changesOf(R"({"DmLayerNode":{"mediaType":7}})"),
               "1:29 mediaType: 7 is none of the enumeration's values\n");
-    EXPECT_EQ(changesOf(R"({"DmFrameResolution":{"width":0,"height":-1}})"),
-              "1:42 height: -1 is out of the property's range\n");
-    EXPECT_EQ(changesOf(R"({"DmStroke":{"red":1,"green":1.0000001,"blue":0}})"),
-              "1:30 green: 1.0000001 is out of the property's range\n");
+    // Unusual, and kept as they are.
+    EXPECT_EQ(changesOf(R"({"DmFrameResolution":{"width":0,"height":-1}})"), "");
+    EXPECT_EQ(changesOf(R"({"DmStroke":{"red":1,"green":4.5,"blue":-0.25}})"), "");
 }
 
 TEST(JsonChanges, AreTheFirstThousandInTheOrderOfTheDocument)

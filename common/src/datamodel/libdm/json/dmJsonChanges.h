@@ -34,8 +34,7 @@ struct ZR_DM_API DmJsonChange
         NoVersion,  ///< a member of the version beside its two numbers
         NoProperty, ///< "VERSION" among properties
         NoName,     ///< a text that means nothing, as the name of a mode that there is not: kept as it is
-        NotInTable, ///< a value that the property's enumeration has not: kept as it is
-        NotInRange  ///< a number out of the range that its property declares: kept as it is
+        NotInTable  ///< a value that the property's enumeration has not: kept as it is
     };
 
     Reason reason = Converted;

@@ -1,9 +1,10 @@
 #include "dmJsonFormatImp.h"
 
-#include "dmNumberText.h"
 #include "dmRapidJsonImp.h"
 #include "dmUtf8.h"
 #include "dmVersion.h"
+
+#include "CoNumber.h"
 
 #include <charconv>
 #include <cmath>
@@ -80,9 +81,7 @@ std::string_view dmJson::canonicalNumber(std::string_view text, char (&buffer)[n
 
 bool dmJson::parseDouble(std::string_view number, double& value)
 {
-    if (std::from_chars(number.data(), number.data() + number.size(), value).ec == std::errc())
-        return std::isfinite(value);
-    // Out of range: what is too small has a value still.
-    value = dmNumberText::parse<double>(number);
-    return std::fabs(value) < 1;
+    std::size_t length = 0;
+    value = DM::CoNumber::read(number, length);
+    return std::isfinite(value);
 }

@@ -507,8 +507,8 @@ void LiteralReader::noteValue(const Slot& slot, const Value& value)
 template <class T>
 void LiteralReader::noteMeaning(DmJsonChange::Reason notInTable, const Value& value, const Slot& slot, const T& stored)
 {
-    if (const Meant meant = meantBy(*slot.def, stored); meant != Meant::Yes)
-        note(meant == Meant::NotInTable ? notInTable : DmJsonChange::NotInRange, value, &slot);
+    if (!isMeant(*slot.def, stored))
+        note(notInTable, value, &slot);
 }
 
 void LiteralReader::note(DmJsonChange::Reason reason, const Value& value, const Slot* slot, std::string became,
@@ -567,8 +567,6 @@ std::string DmJsonChange::text() const
         return what + " means nothing here";
     case NotInTable:
         return what + " is none of the enumeration's values";
-    case NotInRange:
-        return what + " is out of the property's range";
     }
     return what;
 }

@@ -37,7 +37,7 @@ struct DmUnit
     const char* text;
 };
 
-/// The values that make sense: setters store others too, documents are told of them.
+/// The usual values: setters and documents may go beyond (a colour brighter than white), and that is no mistake.
 struct DmRange
 {
     double least;
