@@ -1,7 +1,9 @@
 // dmtree edit: a cut room's operations on a timeline, from the command line or a script.
 #include "dmtree.h"
 #include "documents.h"
+#include "textFile.h"
 
+#include "CoNumber.h"
 #include "dmEdit.h"
 #include "dmGapNode.h"
 #include "dmSourceInput.h"
@@ -14,12 +16,11 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -80,12 +81,8 @@ public:
     }
     static double number(const std::string& word)
     {
-        const char* begin = word.c_str() + (word.starts_with('+') ? 1 : 0);
-        double value = 0.0;
-        const auto [end, error] = std::from_chars(begin, word.c_str() + word.size(), value);
-        if (error != std::errc() || *end != '\0')
-            throw std::runtime_error(word + ": no number");
-        return value;
+        const std::optional<double> value = DM::CoNumber::whole(word.starts_with('+') ? word.substr(1) : word);
+        return value ? *value : throw std::runtime_error(word + ": no number");
     }
 
     int track(const std::string& name) const
@@ -470,16 +467,9 @@ std::vector<Step> stepsOf(const Options& options)
     addSteps(steps, options.words, "");
     if (options.script.empty())
         return steps;
-    std::ifstream file;
-    if (options.script != "-")
-    {
-        file.open(options.script);
-        if (!file)
-            throw std::runtime_error(options.script + ": cannot be read");
-    }
-    std::istream& stream = options.script == "-" ? std::cin : file;
+    std::istringstream script(dmtree::readText(options.script));
     int number = 0;
-    for (std::string line; std::getline(stream, line);)
+    for (std::string line; std::getline(script, line);)
     {
         const std::string where = options.script + ':' + std::to_string(++number) + ": ";
         const Words words = wordsOf(line, where);

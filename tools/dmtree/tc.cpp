@@ -3,6 +3,7 @@
 #include "dmtree.h"
 #include "modes.h"
 
+#include "CoNumber.h"
 #include "tuLabel.h"
 #include "tuTimeUnit.h"
 
@@ -12,7 +13,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <iostream>
@@ -99,13 +99,12 @@ public:
 private:
     static Refusal readNumber(std::string_view text, TimeUnit& time)
     {
-        double frames = 0.0;
-        const char* const end = text.data() + text.size();
-        const auto [read, error] = std::from_chars(text.data(), end, frames, std::chars_format::fixed);
-        if (read != end || error == std::errc::invalid_argument || std::isnan(frames))
+        std::size_t length = 0;
+        const double frames = DM::CoNumber::read(text, length, std::chars_format::fixed);
+        if (length == 0 || length != text.size() || std::isnan(frames))
             return notUnderstood;
         time = TimeUnit(frames);
-        return error == std::errc::result_out_of_range ? tooLarge : answered;
+        return std::isfinite(frames) ? answered : tooLarge;
     }
 
     Refusal readLabel(std::string_view text, TimeUnit& time) const

@@ -3,8 +3,9 @@
 #include "icText.h"
 #include "icTree.h"
 
+#include <CoNumber.h>
+
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
 namespace interchange
@@ -70,13 +71,12 @@ std::vector<double> numbersOf(std::string_view text)
             return numbers;
         if (text.front() == '+')
             text.remove_prefix(1);
-        double value = 0;
-        const char* const end = text.data() + text.size();
-        const std::from_chars_result read = std::from_chars(text.data(), end, value);
-        if (read.ec != std::errc() || !std::isfinite(value) || (read.ptr != end && !isBetween(*read.ptr)))
+        std::size_t length = 0;
+        const double value = DM::CoNumber::read(text, length);
+        if (length == 0 || !std::isfinite(value) || (length < text.size() && !isBetween(text[length])))
             return {};
         numbers.push_back(value);
-        text.remove_prefix(static_cast<std::size_t>(read.ptr - text.data()));
+        text.remove_prefix(length);
     }
 }
 

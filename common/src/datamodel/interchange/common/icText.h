@@ -6,6 +6,8 @@
 
 #include "dmString.h"
 
+#include <CoNumber.h>
+
 #include <algorithm>
 #include <charconv>
 #include <optional>
@@ -81,12 +83,10 @@ std::optional<Number> toNumber(std::string_view text)
 {
     if (text.size() > 1 && text[0] == '+' && text[1] != '-')
         text.remove_prefix(1);
-    Number number{};
-    std::from_chars_result result{};
     if constexpr (std::is_floating_point_v<Number>)
-        result = std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
-    else
-        result = std::from_chars(text.data(), text.data() + text.size(), number);
+        return DM::CoNumber::whole(text, std::chars_format::fixed);
+    Number number{};
+    const std::from_chars_result result = std::from_chars(text.data(), text.data() + text.size(), number);
     if (result.ec != std::errc() || result.ptr != text.data() + text.size())
         return std::nullopt;
     return number;

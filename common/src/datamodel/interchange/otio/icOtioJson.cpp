@@ -4,6 +4,8 @@
 
 #include "dmUtf8.h"
 
+#include <CoNumber.h>
+
 #include <rapidjson/error/en.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
@@ -12,9 +14,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
-#include <locale>
 #include <optional>
-#include <sstream>
 
 namespace interchange::otio
 {
@@ -92,17 +92,7 @@ std::optional<double> toDouble(std::string_view number)
     constexpr double infinity = std::numeric_limits<double>::infinity();
     if (magnitude == "Infinity" || magnitude == "Inf")
         return isNegative ? -infinity : infinity;
-    double value = 0;
-    const std::from_chars_result result = std::from_chars(number.data(), number.data() + number.size(), value);
-    if (result.ec == std::errc() && result.ptr == number.data() + number.size())
-        return value;
-    if (result.ec != std::errc::result_out_of_range)
-        return std::nullopt;
-    // It does not say on which side; a stream does.
-    std::istringstream stream{std::string(number)};
-    stream.imbue(std::locale::classic());
-    stream >> value;
-    return std::abs(value) < 1 ? std::optional(value) : std::nullopt;
+    return DM::CoNumber::whole(number);
 }
 
 /// Hands all on to the document, numbers as what they are, and stops where the text is none that can be kept.

@@ -2,11 +2,11 @@
 
 #include "dmPropertyType.h"
 
-#include <clocale>
-#include <cstdlib>
+#include "CoNumber.h"
+
+#include <algorithm>
 #include <iterator>
 #include <limits>
-#include <locale.h>
 #include <string>
 
 namespace dmNumberText
@@ -64,30 +64,19 @@ T parseInteger(std::basic_string_view<Char> text)
     return static_cast<T>(negative ? std::uint64_t{0} - value : value);
 }
 
-/// strtod in the classic locale, for the values that std::from_chars does not tell apart: too large or too small.
 template <class T>
-T convertOutOfRange(const std::string& number)
+T convert(std::string_view number)
 {
-    static const locale_t classic = newlocale(LC_ALL_MASK, "C", nullptr);
+    number.remove_prefix(number.starts_with('+') ? 1 : 0);
+    std::size_t length = 0;
     T value = 0;
     if constexpr (std::is_same_v<T, float>)
-        value = strtof_l(number.c_str(), nullptr, classic);
+        value = DM::CoNumber::readFloat(number, length);
     else
-        value = strtod_l(number.c_str(), nullptr, classic);
-    constexpr T largest = std::numeric_limits<T>::max();
-    return value > largest ? largest : value < -largest ? -largest : value;
-}
-
-template <class T>
-T convert(const char* first, const char* last)
-{
-    const char* const digits = *first == '+' ? first + 1 : first; // from_chars takes no plus sign
-    T value = 0;
-    const std::from_chars_result result = std::from_chars(digits, last, value);
-    if (result.ec == std::errc::result_out_of_range)
-        return convertOutOfRange<T>(std::string(first, last));
+        value = DM::CoNumber::read(number, length);
     // All that was taken must be a number: "1e" and "." are none.
-    return result.ec == std::errc() && result.ptr == last ? value : T(0);
+    constexpr T largest = std::numeric_limits<T>::max();
+    return length == number.size() ? std::clamp(value, -largest, largest) : T(0);
 }
 
 /// The length of the longest text that a stream takes for a floating number: digits around at most one point, then
@@ -123,13 +112,13 @@ std::size_t floatingLength(std::basic_string_view<Char> text)
     return i;
 }
 
-/// Any text, by the grammar and std::from_chars.
+/// Any text, by the grammar.
 template <class T, class Char>
 T parseFloatingText(std::basic_string_view<Char> text)
 {
     const std::basic_string_view<Char> number = text.substr(0, floatingLength(text));
     const std::string narrow(number.begin(), number.end()); // of ASCII characters only
-    return narrow.empty() ? T(0) : convert<T>(narrow.data(), narrow.data() + narrow.size());
+    return convert<T>(narrow);
 }
 
 /// A number of few digits without an exponent, which is nearly every one: where its digits and the power of ten are

@@ -8,10 +8,10 @@
 #include "dmStoredLabel.h"
 #include "dmUtf8.h"
 
+#include "CoNumber.h"
 #include "tuTimeUnit.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <optional>
 
@@ -42,11 +42,8 @@ eDmErrorId setLengthEntry(MediaInput& input, const DmString& value)
 /// None for what is no length: such an entry says as much as "unknown".
 std::optional<double> lengthFrom(const DmString& text)
 {
-    const std::string value = dmUtf8(text);
-    double length = 0.0;
-    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), length);
-    const bool isLength = error == std::errc() && end == value.data() + value.size() && length >= 0.0;
-    return isLength && std::isfinite(length) ? std::optional<double>(length) : std::nullopt;
+    const std::optional<double> length = DM::CoNumber::whole(dmUtf8(text));
+    return length.value_or(-1.0) >= 0.0 ? length : std::nullopt;
 }
 
 /// The in-time of a material that has only a label of it, in frames of the material's mode.
