@@ -20,19 +20,31 @@
 namespace DM
 {
 
+// clang-format off
+/// The modes that have a rate, the slowest first; all that is known of one stands in its line. Enumerator and number (a
+/// positive one is the rate); exact rate, over 1000 or 1001; frames in a second's labels; labels dropped in a minute
+/// that is no multiple of ten; in a label, what stands before minutes and seconds, and before frames; the modes at the
+/// same rate that drop labels and that do not; the texts of getFCMString, getFPSString, getFPSOrNDFString and
+/// getDFAndNDFString.
+#define ZR_FRAME_CODE_MODES(MODE)                                                                                                      \
+    MODE(FCM_23_976,    -3, 24000, 1001, 24, 0, ':', '+', FCM_23_976,   FCM_23_976,    "23.976 fps",    "23.976", "23.976 fps", "NDF") \
+    MODE(FCM_24,        24, 24000, 1000, 24, 0, ':', '+', FCM_24,       FCM_24,        "24 fps",        "24",     "24 fps",     "NDF") \
+    MODE(FCM_25,        25, 25000, 1000, 25, 0, ':', ':', FCM_25,       FCM_25,        "25 fps",        "25",     "25 fps",     "NDF") \
+    MODE(FCM_29_97_DF,  -1, 30000, 1001, 30, 2, ';', ';', FCM_29_97_DF, FCM_29_97_NDF, "29.97 fps DF",  "29.97",  "29.97 DF",   "DF")  \
+    MODE(FCM_29_97_NDF, 30, 30000, 1001, 30, 0, ':', ':', FCM_29_97_DF, FCM_29_97_NDF, "29.97 fps NDF", "29.97",  "29.97 NDF",  "NDF") \
+    MODE(FCM_30,        -4, 30000, 1000, 30, 0, ':', ':', FCM_30,       FCM_30,        "30 fps",        "30",     "30 fps",     "NDF") \
+    MODE(FCM_50,        50, 50000, 1000, 50, 0, ':', '#', FCM_50,       FCM_50,        "50 fps",        "50",     "50 fps",     "NDF") \
+    MODE(FCM_59_94_DF,  -2, 60000, 1001, 60, 4, ';', '#', FCM_59_94_DF, FCM_59_94_NDF, "59.94 fps DF",  "59.94",  "59.94 DF",   "DF")  \
+    MODE(FCM_59_94_NDF, 60, 60000, 1001, 60, 0, ':', '#', FCM_59_94_DF, FCM_59_94_NDF, "59.94 fps NDF", "59.94",  "59.94 NDF",  "NDF") \
+    MODE(FCM_60,        -5, 60000, 1000, 60, 0, ':', '#', FCM_60,       FCM_60,        "60 fps",        "60",     "60 fps",     "NDF")
+// clang-format on
+
 enum FrameCodeModes : std::int32_t
 {
-    FCM_60 = -5,
-    FCM_30 = -4,
-    FCM_23_976 = -3,
-    FCM_59_94_DF = -2,
-    FCM_29_97_DF = -1,
     FCM_NOT_DEFINED = 0,
-    FCM_24 = 24,
-    FCM_25 = 25,
-    FCM_29_97_NDF = 30,
-    FCM_50 = 50,
-    FCM_59_94_NDF = 60
+#define ZR_MODE(name, number, ...) name = (number),
+    ZR_FRAME_CODE_MODES(ZR_MODE)
+#undef ZR_MODE
 };
 
 using FCM = FrameCodeModes;
@@ -57,7 +69,12 @@ public:
 
     // Drop frame
 
-    static bool isDropFrame(FrameCodeModes fcm) { return fcm == FCM_29_97_DF || fcm == FCM_59_94_DF; }
+    static bool isDropFrame(FrameCodeModes fcm)
+    {
+#define ZR_MODE(name, number, num, den, fps, dropped, ...) || ((dropped) != 0 && fcm == (name))
+        return false ZR_FRAME_CODE_MODES(ZR_MODE);
+#undef ZR_MODE
+    }
     /// The mode that drops labels at the same rate; modes that have none are returned as they are.
     static FrameCodeModes toDrop(FrameCodeModes fcm);
     static FrameCodeModes toNonDrop(FrameCodeModes fcm);

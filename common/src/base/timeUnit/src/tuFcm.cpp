@@ -3,9 +3,10 @@
 #include "tuFcmTableImp.h"
 #include "tuTimeUnit.h"
 
+#include "CoNumber.h"
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -30,11 +31,19 @@ struct Rung
 constexpr double wide = 0.01;
 constexpr double narrow = 0.0001F; // single precision on purpose: 9.999999747378752e-05
 
-constexpr Rung exactRungs[] = {
-    {23.976, wide, FCM_23_976, FCM_23_976},     {24.0, narrow, FCM_24, FCM_24}, {25.0, narrow, FCM_25, FCM_25},
-    {29.97, wide, FCM_29_97_NDF, FCM_29_97_DF}, {30.0, narrow, FCM_30, FCM_30}, {50.0, narrow, FCM_50, FCM_50},
-    {59.94, wide, FCM_59_94_NDF, FCM_59_94_DF}, {60.0, narrow, FCM_60, FCM_60},
-};
+/// Each mode's own: rates over 1001 are known by three decimals.
+constexpr auto exactRungs = []
+{
+    std::array<Rung, fcmRows.size() - firstFcmRow> rungs{};
+    std::transform(fcmRows.begin() + firstFcmRow, fcmRows.end(), rungs.begin(),
+                   [](const FcmRow& row)
+                   {
+                       const std::int64_t thousandths = (std::int64_t{row.num} * 1000 + row.den / 2) / row.den;
+                       return Rung{static_cast<double>(thousandths) / 1000, row.den == 1001 ? wide : narrow,
+                                   row.nonDrop, row.drop};
+                   });
+    return rungs;
+}();
 
 /// From the top. Below 24 the half rates read as their doubles; the rung at 18, the old amateur film rate, also holds
 /// 23.976 itself; the last one takes everything slower.
@@ -126,9 +135,9 @@ FrameCodeModes FcmUtil::FPStoFCM(int fps, bool drop)
 
 FrameCodeModes FcmUtil::FPStoFCM(double fps, bool drop)
 {
-    return modeOf(std::find_if(std::begin(exactRungs), std::end(exactRungs),
+    return modeOf(std::find_if(exactRungs.data(), exactRungs.data() + exactRungs.size(),
                                [fps](const Rung& rung) { return std::abs(fps - rung.fps) < rung.tolerance; }),
-                  std::end(exactRungs), drop);
+                  exactRungs.data() + exactRungs.size(), drop);
 }
 
 FrameCodeModes FcmUtil::FPStoFCM(unsigned num, unsigned den, bool drop)
@@ -193,12 +202,11 @@ FrameCodeModes FcmUtil::getFCMFromName(std::string_view name)
     const bool drop = !nonDrop && take("df");
     static_cast<void>(take("fps"));
 
-    double rate = text == "pal" ? 25.0 : text == "ntsc" ? 29.97 : 0.0;
-    const char* const end = text.data() + text.size();
-    if (rate == 0.0)
-        if (const auto [read, error] = std::from_chars(text.data(), end, rate, std::chars_format::fixed);
-            error != std::errc() || read != end)
-            return FCM_NOT_DEFINED;
+    const double rate = text == "pal"    ? 25.0
+                        : text == "ntsc" ? 29.97
+                                         : CoNumber::whole(text, std::chars_format::fixed).value_or(-1.0);
+    if (rate < 0.0)
+        return FCM_NOT_DEFINED;
     const FrameCodeModes mode = name.size() > longest ? FCM_NOT_DEFINED : FPStoFCM(rate, drop);
     return drop && !isDropFrame(mode) ? FCM_NOT_DEFINED : mode;
 }
