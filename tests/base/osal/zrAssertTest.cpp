@@ -57,6 +57,8 @@ TEST(Assertion, ReportsItsWholeExpressionAndStops)
     EXPECT_DEATH(ZR_ASSERT_HARD(entry), "Assertion `\\(entry\\) \\|\\| zrAssertLogFlush\\(\\)' failed");
     EXPECT_DEATH(ZR_ASSERT_CONTAINMENT(entry), "Assertion `\\(entry\\) \\|\\| zrAssertLogFlush\\(\\)' failed");
     EXPECT_DEATH(ZR_ASSERT_PLAIN(entry != nullptr), "Assertion `entry != nullptr' failed");
+    EXPECT_DEATH(ZR_ASSERT_PLAIN_AS("( a text )", entry), "Assertion `\\( a text \\)' failed");
+    EXPECT_IN_HOUSE_DEATH(ZR_ASSERT_SOFT_AS("( a text )", entry), "zrIsTolvane\\(\\) \\|\\| \\( \\( a text \\) \\)");
 }
 
 TEST(Assertion, FlushesTheLogsBeforeItStops)

@@ -73,22 +73,28 @@ namespace zrAssertDetail
 [[noreturn]] ZR_DM_API void fail(const char* expression, const char* file, int line, const char* function);
 } // namespace zrAssertDetail
 
-#define ZR_ASSERT_SOFT(cond)                                                                                           \
-    ((!zrIsTolvane() || (cond) || !zrAllowAssert(#cond, ZR_SOURCE_FILE, __LINE__))                                     \
+// With a text of its own in the report: a literal, where the condition is spelled in another way.
+
+#define ZR_ASSERT_SOFT_AS(text, cond)                                                                                  \
+    ((!zrIsTolvane() || (cond) || !zrAllowAssert(text, ZR_SOURCE_FILE, __LINE__))                                      \
          ? static_cast<void>(0)                                                                                        \
-         : zrAssertDetail::fail("!zrIsTolvane() || ( " #cond " ) || !zrAllowAssert(\"" #cond                           \
-                                "\", __FILE__, __LINE__)",                                                             \
+         : zrAssertDetail::fail("!zrIsTolvane() || ( " text " ) || !zrAllowAssert(\"" text "\", __FILE__, __LINE__)",  \
                                 ZR_SOURCE_FILE, __LINE__, __PRETTY_FUNCTION__))
 
-#define ZR_ASSERT_HARD(cond)                                                                                           \
+#define ZR_ASSERT_HARD_AS(text, cond)                                                                                  \
     (((cond) || zrAssertLogFlush())                                                                                    \
          ? static_cast<void>(0)                                                                                        \
-         : zrAssertDetail::fail("(" #cond ") || zrAssertLogFlush()", ZR_SOURCE_FILE, __LINE__, __PRETTY_FUNCTION__))
+         : zrAssertDetail::fail("(" text ") || zrAssertLogFlush()", ZR_SOURCE_FILE, __LINE__, __PRETTY_FUNCTION__))
 
-#define ZR_ASSERT_CONTAINMENT(cond)                                                                                    \
-    (((cond) || !zrAllowAssert(#cond, ZR_SOURCE_FILE, __LINE__))                                                       \
+#define ZR_ASSERT_CONTAINMENT_AS(text, cond)                                                                           \
+    (((cond) || !zrAllowAssert(text, ZR_SOURCE_FILE, __LINE__))                                                        \
          ? static_cast<void>(0)                                                                                        \
-         : zrAssertDetail::fail("(" #cond ") || zrAssertLogFlush()", ZR_SOURCE_FILE, __LINE__, __PRETTY_FUNCTION__))
+         : zrAssertDetail::fail("(" text ") || zrAssertLogFlush()", ZR_SOURCE_FILE, __LINE__, __PRETTY_FUNCTION__))
 
-#define ZR_ASSERT_PLAIN(cond)                                                                                          \
-    ((cond) ? static_cast<void>(0) : zrAssertDetail::fail(#cond, ZR_SOURCE_FILE, __LINE__, __PRETTY_FUNCTION__))
+#define ZR_ASSERT_PLAIN_AS(text, cond)                                                                                 \
+    ((cond) ? static_cast<void>(0) : zrAssertDetail::fail(text, ZR_SOURCE_FILE, __LINE__, __PRETTY_FUNCTION__))
+
+#define ZR_ASSERT_SOFT(cond) ZR_ASSERT_SOFT_AS(#cond, cond)
+#define ZR_ASSERT_HARD(cond) ZR_ASSERT_HARD_AS(#cond, cond)
+#define ZR_ASSERT_CONTAINMENT(cond) ZR_ASSERT_CONTAINMENT_AS(#cond, cond)
+#define ZR_ASSERT_PLAIN(cond) ZR_ASSERT_PLAIN_AS(#cond, cond)

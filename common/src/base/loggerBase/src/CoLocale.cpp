@@ -71,7 +71,7 @@ void CoLocale::dumpRegistry(const char* file)
 
 const char* CoLocale::lookupTag(const char* tag)
 {
-    ZR_ASSERT_PLAIN(tag != 0); // NOLINT(modernize-use-nullptr): the text that the report shows
+    ZR_ASSERT_PLAIN_AS("tag != 0", tag);
     for (const Entry* const entry : registry())
         if (entry->tag() == tag)
             return entry->text().c_str();

@@ -52,7 +52,7 @@ void evMsgLevelChanged(void* /*data*/)
 
 void formatText(char (&text)[CoMsg::textBufferSize], const char* fmt, va_list args)
 {
-    ZR_ASSERT_PLAIN(fmt != 0); // NOLINT(modernize-use-nullptr): the text that the report shows
+    ZR_ASSERT_PLAIN_AS("fmt != 0", fmt);
     CoFormat::vformat(text, sizeof(text), fmt, args);
 }
 

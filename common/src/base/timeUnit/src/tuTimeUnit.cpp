@@ -218,13 +218,10 @@ TimeUnit& TimeUnit::fromTimeCode(int sciHours, int sciMinutes, int sciSeconds, i
     }
     else
     {
-        // The reports quote these expressions as they stand.
-        // clang-format off
-        ZR_ASSERT_PLAIN(sciHours >= 0);
-        ZR_ASSERT_PLAIN(( sciMinutes >= 0 ) && ( sciMinutes < 60 ));
-        ZR_ASSERT_PLAIN(( sciSeconds >= 0 ) && ( sciSeconds < 60 ));
-        ZR_ASSERT_PLAIN(( sciFrames >= 0 ) && ( sciFrames < frameRate ));
-        // clang-format on
+        ZR_ASSERT_PLAIN_AS("sciHours >= 0", sciHours >= 0);
+        ZR_ASSERT_PLAIN_AS("( sciMinutes >= 0 ) && ( sciMinutes < 60 )", sciMinutes >= 0 && sciMinutes < 60);
+        ZR_ASSERT_PLAIN_AS("( sciSeconds >= 0 ) && ( sciSeconds < 60 )", sciSeconds >= 0 && sciSeconds < 60);
+        ZR_ASSERT_PLAIN_AS("( sciFrames >= 0 ) && ( sciFrames < frameRate )", sciFrames >= 0 && sciFrames < frameRate);
     }
     if (bump && !labelExists(sciMinutes, sciSeconds, sciFrames, count))
         dfBumpModeTest(getDfBumpMode(), count, sciMinutes, sciSeconds, sciFrames);

@@ -11,17 +11,11 @@ template class DmEffect<DmVDissolveSettings>;
 namespace
 {
 
-bool EQUAL(float a, float b)
-{
-    return std::fabs(a - b) < 0.0001F;
-}
-
 bool isUsableScale(float limit)
 {
-    // clang-format off
-    ZR_ASSERT_SOFT(!EQUAL( limit, 0.0f )); // the text of the report, blanks included
-    // clang-format on
-    return !EQUAL(limit, 0) && std::isfinite(limit);
+    const bool isZero = std::fabs(limit) < 0.0001F;
+    ZR_ASSERT_SOFT_AS("!EQUAL( limit, 0.0f )", !isZero);
+    return !isZero && std::isfinite(limit);
 }
 
 /// False for what is no number, too.

@@ -200,7 +200,7 @@ private:
         {
             if constexpr (requires { typename Member::Held; })
                 def->_held = dmHeldClassOf<typename Member::Held>();
-            (tell(*def, facts), ...);
+            (describe(*def, facts), ...);
             if constexpr ((dmIsRare<Facts> || ...))
                 def->_offset = static_cast<const char*>(storage(member)) -
                                static_cast<const char*>(def->_rare->read(rareOf(*def)));
@@ -252,7 +252,7 @@ private:
     }
 
     template <class Block>
-    void tell(DmPropertyDef& def, const DmRareView<Block>& rare)
+    void describe(DmPropertyDef& def, const DmRareView<Block>& rare)
     {
         def._rare = DmRareBlock::of<Block>();
         def._rareAt = reinterpret_cast<const char*>(&rare.all()) -
@@ -262,11 +262,11 @@ private:
     {
         return reinterpret_cast<const char*>(static_cast<DmPropertySet*>(&_set)) + def._rareAt;
     }
-    static void tell(DmPropertyDef& def, const char* meaning) { def._meaning = meaning; }
-    static void tell(DmPropertyDef& def, const DmUnit& unit) { def._unit = unit.text; }
-    static void tell(DmPropertyDef& def, const DmRange& range) { def._range = range; }
-    static void tell(DmPropertyDef& def, const DmEnumTable& values) { def._values = values; }
-    static void tell(DmPropertyDef& def, const DmTextTable& texts) { def._texts = &texts; }
+    static void describe(DmPropertyDef& def, const char* meaning) { def._meaning = meaning; }
+    static void describe(DmPropertyDef& def, const DmUnit& unit) { def._unit = unit.text; }
+    static void describe(DmPropertyDef& def, const DmRange& range) { def._range = range; }
+    static void describe(DmPropertyDef& def, const DmEnumTable& values) { def._values = values; }
+    static void describe(DmPropertyDef& def, const DmTextTable& texts) { def._texts = &texts; }
 
     DmDeclaration& fixed()
     {

@@ -64,9 +64,7 @@ eDmErrorId DmPropertySet::addProperty(const DmString& name, eDmPropType type, vo
     if (name == DmVersion::getKey())
     {
         ZR_POST_ERROR("%s is a reserved name\n", dmUtf8(DmVersion::getKey()).c_str());
-        // clang-format off
-        ZR_ASSERT_SOFT(! "Reserved property name"); // the blank is printed
-        // clang-format on
+        ZR_ASSERT_SOFT_AS("! \"Reserved property name\"", false);
         return DM_PROPERTY_ALREADY_EXIST;
     }
     // A class that declares twice, or out of order, is told so and keeps its first declaration: the answer stays

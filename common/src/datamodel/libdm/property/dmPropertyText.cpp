@@ -112,12 +112,10 @@ eDmErrorId DmPropertySet_Str_Utils::textOfValue(const DmPropertyDef& def, const 
 
 eDmErrorId DmPropertySet::getStrFromPropertyValue(int index, eDmPropType type, DmString& out, bool* hasSerializer) const
 {
-    const int propertyIdx = index;
-    const int nbProperties = _data->size();
-    ZR_ASSERT_SOFT(propertyIdx >= 0);
-    ZR_ASSERT_SOFT(propertyIdx < nbProperties);
-    const DmPropertyDef* const property = _data->at(propertyIdx);
-    if (!property || propertyIdx >= nbProperties)
+    ZR_ASSERT_SOFT_AS("propertyIdx >= 0", index >= 0);
+    ZR_ASSERT_SOFT_AS("propertyIdx < nbProperties", index < _data->size());
+    const DmPropertyDef* const property = _data->at(index);
+    if (!property)
         return DM_BAD_PROPERTY_TYPE;
     ZR_ASSERT_SOFT(type == property->_type);
     if (type != property->_type)

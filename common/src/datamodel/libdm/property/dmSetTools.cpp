@@ -414,19 +414,18 @@ eDmErrorId Copy::field(const DmPropertySet& source, DmPropertySet& target, int i
 } // namespace
 
 std::string DmPropertyPath::text() const
-try
 {
-    std::string text = above ? above->text() + '/' : std::string();
-    text += def()._utf8Name;
-    if (element >= 0)
-        text += '[' + std::to_string(element) + ']';
-    if (key)
-        text += "[\"" + dmUtf8(*key) + "\"]";
-    return text;
-}
-catch (const std::bad_alloc&)
-{
-    return {};
+    return dmTextWithMemory(
+        [this]
+        {
+            std::string text = above ? above->text() + '/' : std::string();
+            text += def()._utf8Name;
+            if (element >= 0)
+                text += '[' + std::to_string(element) + ']';
+            if (key)
+                text += "[\"" + dmUtf8(*key) + "\"]";
+            return text;
+        });
 }
 
 DmWalkStep DmPropertyWalker::held(const DmPropertyPath& /*path*/, const DmPropertySet& /*set*/)
@@ -455,6 +454,23 @@ eDmErrorId dmDeepCopy(const DmPropertySet& source, CoSharedPtr<DmPropertySet>& c
         copy = result;
     return status;
 }
+
+namespace
+{
+
+/// Whether two definitions say the same of where a value is.
+bool areAlike(const DmPropertyDef& def, const DmPropertyDef& other)
+{
+    const bool name = def._name == other._name;
+    const bool type = def._type == other._type;
+    const bool offset = def._offset == other._offset;
+    ZR_ASSERT_SOFT_AS("propertyDef._name == defaultPropertyDef._name", name);
+    ZR_ASSERT_SOFT_AS("propertyDef._type == defaultPropertyDef._type", type);
+    ZR_ASSERT_SOFT_AS("propertyDef._offset == defaultPropertyDef._offset", offset);
+    return name && type && offset;
+}
+
+} // namespace
 
 bool DmPropertySet_Atomic_Utils::compareAtomicManip(const DmPropertySet& set, int index, const void* value)
 {
@@ -494,18 +510,8 @@ bool DmPropertySet_Atomic_Utils::compareAtomicManip(const DmPropertySet& set, in
                 }
                 for (int i = 0; i < data.size(); ++i)
                 {
-                    const DmPropertyDef& propertyDef = *data.at(i);
-                    const DmPropertyDef& defaultPropertyDef = *otherData.at(i);
-                    if (!sameClass)
-                    {
-                        ZR_ASSERT_SOFT(propertyDef._name == defaultPropertyDef._name);
-                        ZR_ASSERT_SOFT(propertyDef._type == defaultPropertyDef._type);
-                        ZR_ASSERT_SOFT(propertyDef._offset == defaultPropertyDef._offset);
-                        if (propertyDef._name != defaultPropertyDef._name ||
-                            propertyDef._type != defaultPropertyDef._type ||
-                            propertyDef._offset != defaultPropertyDef._offset)
-                            return false; // going on would read one class's memory with the other's offsets
-                    }
+                    if (!sameClass && !areAlike(*data.at(i), *otherData.at(i)))
+                        return false; // going on would read one class's memory with the other's offsets
                     if (!compareAtomicManip(*nested, i, other->fieldOf(i)))
                         return false;
                 }

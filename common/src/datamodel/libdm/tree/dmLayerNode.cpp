@@ -66,14 +66,16 @@ void DmLayerNode::checkChild(const DmTreeNode* node) const
 {
     if (node->isTransition())
     {
-        if (const auto* const transitionNode = dynamic_cast<const DmTransitionNode*>(node))
-            ZR_ASSERT_CONTAINMENT(transitionNode->getMediaType() == getMediaType());
+        if (const auto* const transition = dynamic_cast<const DmTransitionNode*>(node))
+            ZR_ASSERT_CONTAINMENT_AS("transitionNode->getMediaType() == getMediaType()",
+                                     transition->getMediaType() == getMediaType());
     }
     else if (node->isSegment())
     {
-        if (const auto* const segmentNode = dynamic_cast<const DmSegmentNode*>(node))
-            ZR_ASSERT_CONTAINMENT(segmentNode->getMediaType() == getMediaType());
+        if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(node))
+            ZR_ASSERT_CONTAINMENT_AS("segmentNode->getMediaType() == getMediaType()",
+                                     segment->getMediaType() == getMediaType());
     }
-    else // NOLINTNEXTLINE(modernize-use-nullptr): printed as it stands
-        ZR_ASSERT_CONTAINMENT("A layer only contains transition or segment nodes" == 0);
+    else
+        ZR_ASSERT_CONTAINMENT_AS("\"A layer only contains transition or segment nodes\" == 0", false);
 }
