@@ -8,7 +8,8 @@ set(ZR_PRECOMPILED <algorithm> <array> <atomic> <cmath> <cstring> <functional> <
 
 # zr_room(<name> DIR <dir> [SOURCES <file>...] [DEPENDS <room>...] [USES <target>...] [LINKS <target>...]
 #         [DEFINES <definition>...])
-# Public headers are the .h files of <dir>; those of <dir>/internal are for the library's rooms and are not installed.
+# Public headers are the .h files of <dir>; those of <dir>/internal, which are named *Imp.h, are for the library's rooms and
+# are not installed.
 # Sources are the .cpp files of <dir> and <dir>/src, less those that a room before this one named: rooms inside a base
 # module, with headers in a folder of their own, name theirs, and come first.
 # USES: libraries of headers only, needed to compile this room and by nobody else.
@@ -26,6 +27,7 @@ function(zr_room name)
         set_property(GLOBAL APPEND PROPERTY ZR_NAMED_SOURCES ${source})
     endforeach()
     file(GLOB headers CONFIGURE_DEPENDS ${dir}/*.h)
+    list(FILTER headers EXCLUDE REGEX "Imp\\.h$")
     file(GLOB privateHeaders CONFIGURE_DEPENDS ${dir}/internal/*.h)
     if(sources)
         add_library(zr_${name} OBJECT ${sources})
