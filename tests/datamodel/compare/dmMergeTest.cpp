@@ -1,6 +1,7 @@
 // What two editors did to one cut, put together: drawings for each pair of edits, and what holds for any three
 // documents.
 #include "zrLaws.h"
+#include "zrNaive.h"
 
 #include "dmTreeTool.h"
 
@@ -170,6 +171,227 @@ TEST(Merge, PutsDifferentRespectsOfOneShotTogether)
     EXPECT_EQ(mark->getCueMarkComment(), L"both changed it; theirs: Beach");
     const DmMerge favoured = DmMerge::merge(base.get(), *ours, *theirs, DmMergeFavour::Theirs);
     EXPECT_EQ(shotAt(favoured.result(), 2).getName(), L"Beach");
+}
+
+TEST(Merge, LeadsEditsToEachPartOfASplitShot)
+{
+    const DmLayerPlace lane{0, 0};
+    const DmElementPlace shot{0, 0, 2};
+    const auto split = [&](double time) { return [=](DmEdit& edit) { return edit.split(lane, time); }; };
+    const auto trim = [&](eDmEdge edge, double by)
+    { return [=](DmEdit& edit) { return edit.rippleTrim(shot, edge, by); }; };
+    const auto insert = [&](double time) {
+        return [=](DmEdit& edit) { return edit.insert(lane, time, zrDrawing::shot('X', 0, 2, {3, 30})); };
+    };
+    const auto name = [&](DmEdit& edit) { return edit.rename(shot, L"N"); };
+    const auto grade = [&](DmEdit& edit) { return edit.addEffect(shot, DmColourSettings::create()); };
+    const struct
+    {
+        const char* what;
+        std::function<DmStatus(DmEdit&)> ours;
+        std::function<DmStatus(DmEdit&)> theirs;
+        const char* merged;
+        const char* plays; ///< of each shot, from where
+        int effects = 0;
+        const char* conflicts = "";
+    } rows[] = {
+        {"graded", split(7), grade, "AAAA|BBB|BBB|CCCC", "A0 B10 B13 C0", 2},
+        {"named", split(7), name, "AAAA|NNN|NNN|CCCC", "A0 N10 N13 C0"},
+        {"tail", split(7), trim(DM_TAIL, -2), "AAAA|BBB|B|CCCC", "A0 B10 B13 C0"},
+        {"tail, past the split", split(9), trim(DM_TAIL, -3), "AAAA|BBB|CCCC", "A0 B10 C0"},
+        {"head", split(7), trim(DM_HEAD, 1), "AAAA|BB|BBB|CCCC", "A0 B11 B13 C0"},
+        {"something in between", insert(7), trim(DM_TAIL, -2), "AAAA|BBB|XX|B|CCCC", "A0 B10 X3 B13 C0"},
+        {"something in between, head", insert(7), trim(DM_HEAD, 1), "AAAA|BB|XX|BBB|CCCC", "A0 B11 X3 B13 C0"},
+        {"something in its place",
+         [&](DmEdit& edit) {
+             return edit.overwrite(lane, 6, zrDrawing::shot('X', 0, 2, {3, 30}));
+         },
+         grade, "AAAA|BB|XX|BB|CCCC", "A0 B10 X3 B14 C0", 2},
+        {"something taken out", [&](DmEdit& edit) { return edit.extract(lane, 6, 8); }, name, "AAAA|NN|NN|CCCC",
+         "A0 N10 N14 C0"},
+        {"both", split(5), split(7), "AAAA|B|BB|BBB|CCCC", "A0 B10 B11 B13 C0"},
+        {"both, with something in between", insert(5), split(7), "AAAA|B|XX|BB|BBB|CCCC", "A0 B10 X3 B11 B13 C0"},
+        {"removed", split(7), [&](DmEdit& edit) { return edit.extractSegment(shot); }, "AAAA|BBB|BBB|CCCC",
+         "A0 B10 B13 C0", 0, "B: one side removed what the other changed"},
+    };
+    const auto base = zrDrawing::timeline("AAAA|BBBBBB|CCCC", "A0/40 B10/40 C0/40", true);
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        const auto edited = [&](const std::function<DmStatus(DmEdit&)>& how)
+        {
+            DmEdit edit(base);
+            const DmStatus status = how(edit);
+            EXPECT_TRUE(status.ok()) << dmUtf8(status.info());
+            return edit.timeline().root();
+        };
+        const auto ours = edited(row.ours);
+        const auto theirs = edited(row.theirs);
+        for (const bool swapped : {false, true})
+        {
+            const DmMerge merge = swapped ? DmMerge::merge(base.root().get(), *theirs, *ours, DmMergeFavour::Theirs)
+                                          : DmMerge::merge(base.root().get(), *ours, *theirs);
+            EXPECT_EQ(drawn(merge), row.merged) << swapped;
+            EXPECT_EQ(conflictsOf(merge), row.conflicts) << swapped;
+            const DmTimeline merged = DmTimeline::publish(merge.result());
+            EXPECT_EQ(zrDrawing::positions(merged), row.plays) << swapped;
+            int effects = 0;
+            for (int i = 0; i < merged.elementCount(lane); ++i)
+                if (const auto* const segment = merged.storedElement({0, 0, i})->asSegment())
+                    effects += segment->getEffects().count();
+            EXPECT_EQ(effects, row.effects);
+        }
+    }
+}
+
+TEST(Merge, KeepsWhatGapsAndSeamsAreCalled)
+{
+    const auto base = zrDrawing::tree("AAAA|--|BBBB|CCCC|---|DDDD");
+    const auto ours = zrDrawing::tree("AA|--|BBBB|CCCC|---|DDDD");
+    const auto theirs = zrDrawing::tree("AAAA|--|BBBB|CCCC|---|DD");
+    for (const auto& root : {base, ours, theirs})
+    {
+        DmTreeNode* const layer = root->getChild(0)->getChild(0)->getChild(0);
+        static_cast<void>(layer->getChild(2)->setName(L"reel change"));
+        static_cast<void>(layer->getChild(5)->setName(L"music"));
+    }
+    static_cast<void>(shotAt(theirs, 8).setName(L"missing"));
+    const DmMerge merge = DmMerge::merge(base.get(), *ours, *theirs);
+    EXPECT_EQ(conflictsOf(merge), "");
+    EXPECT_EQ(drawn(merge), "AA|--|BBBB|CCCC|---|DD");
+    const DmTreeNode* const layer = merge.result()->getChild(0)->getChild(0)->getChild(0);
+    EXPECT_EQ(layer->getChild(2)->getName(), L"reel change");
+    EXPECT_EQ(layer->getChild(5)->getName(), L"music");
+    EXPECT_EQ(layer->getChild(8)->getName(), L"missing");
+}
+
+TEST(Merge, LeavesOutWhatDoesNotFitAndNoMore)
+{
+    // Both play so much more of B at either end that there is not as much of it; D is beside that.
+    const auto base = zrDrawing::tree("AAAA|BBBB|CCCC|DDDD", "B2/8");
+    const auto ours = zrDrawing::tree("AA|BBBBBB|CCCC|DDDD", "B0/8");
+    const auto theirs = zrDrawing::tree("AAAA|BBBB|----|CC|DDDD|EE", "B2/8");
+    const DmMerge merge = DmMerge::merge(base.get(), *ours, *theirs);
+    EXPECT_EQ(conflictsOf(merge), "");
+    EXPECT_EQ(drawn(merge), "AA|BBBBBB|----|CC|DDDD|EE");
+    // A dissolve that needs frames which the other side's trim used up.
+    const auto dissolve = zrDrawing::tree("AAAA|BB////CC|DDDD", "B2/8 C2");
+    const auto longer = zrDrawing::tree("AAAA|BBBBBB|CCCC|DD", "B2/8");
+    const DmMerge other = DmMerge::merge(base.get(), *longer, *dissolve);
+    EXPECT_EQ(conflictsOf(other), "C: the edits of both do not fit together here");
+    EXPECT_EQ(drawn(other), "AAAA|BBBBBB|CCCC|DD");
+}
+
+TEST(Merge, PlaysWhatANaiveModelPlays)
+{
+    // The model knows frames only: of two edited rows of them, what was taken out of either is out, and what was put in
+    // is in.
+    struct Script
+    {
+        std::vector<bool> keeps;
+        std::vector<zrNaive::Frames> puts; ///< in front of each frame, and at the end
+    };
+    const auto scriptOf = [](const zrNaive::Frames& before, const zrNaive::Frames& after)
+    {
+        Script script{std::vector<bool>(before.size()), std::vector<zrNaive::Frames>(before.size() + 1)};
+        std::size_t next = 0;
+        for (const std::string& frame : after)
+        {
+            const auto found = std::find(before.begin() + std::ptrdiff_t(next), before.end(), frame);
+            if (found != before.end())
+            {
+                next = std::size_t(found - before.begin());
+                script.keeps[next++] = true;
+            }
+            else
+                script.puts[next].push_back(frame);
+        }
+        return script;
+    };
+    int merged = 0;
+    for (unsigned seed = 1; seed <= 60; ++seed)
+    {
+        Source source(seed);
+        std::string drawing;
+        std::string materials;
+        for (char name = 'A'; name < 'I'; ++name)
+        {
+            drawing += (name == 'A' ? "" : "|") + std::string(8 + source.below(5), name);
+            materials += std::string(1, name) + "20/60 ";
+        }
+        const DmTimeline base = zrDrawing::timeline(drawing, materials, true);
+        // Ours works on every fourth shot, theirs on those between: no seam is touched by both.
+        const auto edited = [&](int first, char fresh)
+        {
+            DmTimeline now = base;
+            for (unsigned n = 1 + source.below(4); n-- > 0;)
+            {
+                const int letter = first + 4 * int(source.below(2));
+                const auto place = now.find(DmString((std::string(1, char('A' + letter)) + "#T0").c_str()));
+                const unsigned kind = source.below(7);
+                if (!place)
+                    continue;
+                DmEdit edit(now);
+                edit.seedIds(seed * 10 + n + unsigned(first));
+                const double by = 1 + source.below(3);
+                DmStatus status;
+                switch (kind)
+                {
+                case 0:
+                    status = edit.rippleTrim(*place, DM_TAIL, source.below(2) == 0 ? -by : by);
+                    break;
+                case 1:
+                    status = edit.rippleTrim(*place, DM_HEAD, source.below(2) == 0 ? -by : by);
+                    break;
+                case 2:
+                    status = edit.slip(*place, by);
+                    break;
+                case 3:
+                    status = edit.extractSegment(*place);
+                    break;
+                case 4:
+                    status = edit.insert({0, 0}, now.recIn(*place) + source.below(5),
+                                         zrDrawing::shot(fresh, 0, by, {double(10 * n), 90}));
+                    break;
+                case 5:
+                    status = edit.split({0, 0}, now.recIn(*place) + by);
+                    break;
+                default:
+                    if (place->index > 0)
+                        status = edit.transition({0, 0, place->index - 1}, 2, DM_SEAM_CENTER);
+                    break;
+                }
+                if (status.ok())
+                    now = edit.timeline();
+            }
+            return now;
+        };
+        const DmTimeline ours = edited(0, 'X');
+        const DmTimeline theirs = edited(2, 'Y');
+        const zrNaive::Frames frames = zrNaive::framesOf(base, 0);
+        const Script one = scriptOf(frames, zrNaive::framesOf(ours, 0));
+        const Script other = scriptOf(frames, zrNaive::framesOf(theirs, 0));
+        zrNaive::Frames expected;
+        for (std::size_t i = 0; i <= frames.size(); ++i)
+        {
+            expected.insert(expected.end(), one.puts[i].begin(), one.puts[i].end());
+            expected.insert(expected.end(), other.puts[i].begin(), other.puts[i].end());
+            if (i < frames.size() && one.keeps[i] && other.keeps[i])
+                expected.push_back(frames[i]);
+        }
+        const std::string what = std::to_string(seed) + "\n" + zrDrawing::draw(base) + "\n" + zrDrawing::draw(ours) +
+                                 "\n" + zrDrawing::draw(theirs);
+        for (const bool swapped : {false, true})
+        {
+            const DmMerge merge =
+                DmMerge::merge(base.root().get(), *(swapped ? theirs : ours).root(), *(swapped ? ours : theirs).root());
+            EXPECT_EQ(conflictsOf(merge), "") << what;
+            EXPECT_EQ(zrNaive::framesOf(DmTimeline::publish(merge.result()), 0), expected) << what << "\n"
+                                                                                           << drawn(merge);
+        }
+        merged += frames == expected ? 0 : 1;
+    }
+    EXPECT_GT(merged, 50);
 }
 
 TEST(Merge, HoldsItsIdentitiesForAnyDocuments)

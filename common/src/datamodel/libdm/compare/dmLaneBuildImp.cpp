@@ -1,0 +1,341 @@
+// A merged layer's elements: what stands where the plan says.
+#include "dmLaneMergeImp.h"
+
+#include "dmValueMergeImp.h"
+
+#include "dmEditImp.h"
+#include "dmGapNode.h"
+#include "dmJsonImporter.h"
+#include "dmMaterial.h"
+#include "dmReachImp.h"
+#include "dmSourceInput.h"
+#include "dmSourceNode.h"
+#include "dmTimelineImp.h"
+
+#include <cmath>
+
+namespace dmCompare
+{
+namespace
+{
+
+/// What stands between two shots of a cut that are neighbours, or between one and an end of its layer.
+std::vector<const DmTreeNode*> elementsBetween(const Cut& cut, const Lane& lane, int left, int right)
+{
+    std::vector<const DmTreeNode*> elements;
+    const int first = left < 0 ? 0 : cut.shots()[std::size_t(left)].element + 1;
+    const int last = right < 0 ? lane.layer->getNbChildren() : cut.shots()[std::size_t(right)].element;
+    for (int i = first; i < last; ++i)
+        elements.push_back(lane.layer->getChild(i));
+    return elements;
+}
+
+bool isFiller(const DmTreeNode* node)
+{
+    return node && (node->whatIs() == DM_GAP_NODE || node->whatIs() == DM_CUT_NODE);
+}
+
+/// As they would stand anywhere.
+std::string textOf(const std::vector<const DmTreeNode*>& elements)
+{
+    std::string text;
+    for (const DmTreeNode* const node : elements)
+    {
+        json::Document value;
+        if (!node || !elementOf(*node, value))
+            return {};
+        for (const char* const time : {"recIn", "recLength"})
+            membersOf(value)->RemoveMember(time);
+        text += dmCompare::textOf(value);
+    }
+    return text;
+}
+
+} // namespace
+
+/// What lies between two shots of a cut that stand beside each other, or between one and a gap or an end.
+LaneMerge::Joint LaneMerge::jointOf(const Cut& cut, const Seams& seams, int left, int right)
+{
+    const std::vector<Shot>& shots = cut.shots();
+    const Shot* const a = left < 0 ? nullptr : &shots[std::size_t(left)];
+    const Shot* const b = right < 0 ? nullptr : &shots[std::size_t(right)];
+    const auto before = [&] { return seams.out[std::size_t(left)] - a->out; };
+    const auto behind = [&] { return b->in - seams.in[std::size_t(right)]; };
+    if (a && b)
+        return a->behind && a->behind == b->inFront ? Joint{a->behind, before(), behind()} : Joint();
+    if (a && a->behind && (std::size_t(left) + 1 == shots.size() || a[1].inFront != a->behind))
+        return {a->behind, before(), a->lengthBehind() - before()};
+    if (b && b->inFront && (right == 0 || b[-1].behind != b->inFront))
+        return {b->inFront, b->lengthInFront() - behind(), behind()};
+    return {};
+}
+
+LaneMerge::Joint LaneMerge::chooseJoint(const Piece* left, const Piece* right)
+{
+    const auto in = [&](const Cut& cut, const Seams& seams, int Piece::*which, Joint& joint)
+    {
+        const int a = left ? left->*which : -1;
+        const int b = right ? right->*which : -1;
+        const bool isThere =
+            left && right ? a >= 0 && b == a + 1 && cut.shots()[std::size_t(a)].lane == cut.shots()[std::size_t(b)].lane
+                          : a >= 0 || b >= 0;
+        if (isThere)
+            joint = jointOf(cut, seams, a, b);
+        return isThere;
+    };
+    Joint base;
+    Joint ours;
+    Joint theirs;
+    in(_base, _seams, &Piece::base, base);
+    const bool inOurs = in(_ours.cut(), _ours.seams(), &Piece::ours, ours);
+    const bool inTheirs = in(_theirs.cut(), _theirs.seams(), &Piece::theirs, theirs);
+    if (!inTheirs)
+        return ours;
+    if (!inOurs)
+        return theirs;
+    const auto same = [](const Joint& a, const Joint& b)
+    {
+        if (!a.node || !b.node)
+            return a.node == b.node;
+        json::Document one;
+        json::Document other;
+        const bool read = elementOf(*a.node, one) && elementOf(*b.node, other);
+        for (json::Document* const each : {&one, &other})
+            if (Value* const members = read ? membersOf(*each) : nullptr)
+                members->RemoveMember("recIn");
+        return read && isNothing(a.before - b.before) && isNothing(a.behind - b.behind) && isSame(one, other);
+    };
+    if (same(ours, theirs) || same(base, theirs))
+        return ours;
+    if (same(base, ours))
+        return theirs;
+    DmMergeConflict& found =
+        _sides.tell(_conflicts, 0, right ? right->ours : left->ours, "both changed the transition");
+    const auto shown = [](const Joint& joint) {
+        return joint.node ? std::to_string(std::llround(joint.node->getRecLength())) + " frames" : std::string("a cut");
+    };
+    found.ours = shown(ours);
+    found.theirs = shown(theirs);
+    return _sides.favoured == 1 ? theirs : ours;
+}
+
+/// What the shot has beside its times, keys standing as they did in the old cut.
+CoSharedPtr<DmSegmentNode> LaneMerge::contents(const Piece& piece)
+{
+    json::Document base;
+    json::Document ours;
+    json::Document theirs;
+    const auto valueIn = [&](const Side& side, int shot, json::Document& value)
+    {
+        const Shot& at = side.shot(shot);
+        double shift = piece.base < 0 ? 0.0 : side.edit(piece.base).shift;
+        if (piece.base >= 0)
+            for (const Part& part : side.edit(piece.base).parts)
+                shift = part.shot == shot ? part.shift : shift;
+        valueOfShot(at, piece.base < 0 ? 0.0 : at.in - shift - _base.shots()[std::size_t(piece.base)].in, value);
+    };
+    if (piece.base >= 0)
+        valueOfShot(_base.shots()[std::size_t(piece.base)], 0.0, base);
+    if (piece.ours >= 0)
+        valueIn(_ours, piece.ours, ours);
+    if (piece.theirs >= 0)
+        valueIn(_theirs, piece.theirs, theirs);
+    const auto orNull = [](const json::Document& value)
+    { return value.IsNull() ? nullptr : static_cast<const Value*>(&value); };
+    const Value* const one = orNull(ours);
+    const Value* const other = orNull(theirs);
+    json::Document result;
+    std::string text;
+    if (one && other)
+    {
+        Conflicts found;
+        ValueMerge merge(result.GetAllocator(), _sides.favoured == 1, found);
+        bool isThere = false;
+        const Value merged = merge.merge(orNull(base), one, other, "/DmLayerNode", isThere);
+        text = textOf(merged);
+        for (const DmMergeConflict& each : found)
+        {
+            DmMergeConflict& told = _sides.tell(_conflicts, 0, piece.ours, "");
+            told.what = each.what;
+            told.path += each.path.substr(std::string_view("/DmLayerNode").size());
+            told.ours = each.ours;
+            told.theirs = each.theirs;
+        }
+    }
+    else if (one || other)
+        text = textOf(one ? *one : *other);
+    CoSharedPtr<DmPropertySet> set;
+    if (text.empty() || DmJsonImporter::importSetFromStr(text, set).failed())
+        return {};
+    return CoSharedPtr<DmSegmentNode>(dynamic_cast<DmSegmentNode*>(set.get()));
+}
+
+CoSharedPtr<DmSegmentNode> LaneMerge::makeShot(const Piece& piece, const Joint& inFront, const Joint& behind)
+{
+    const CoSharedPtr<DmSegmentNode> node = contents(piece);
+    if (!node)
+        return {};
+    const Shot& like = *piece.like;
+    const double in = piece.in + inFront.behind;
+    const double out = piece.out - behind.before;
+    const double head = in - like.in - piece.later;
+    const double tail = out - like.out - piece.later;
+    if (out - in < dmLeastLength)
+        return {};
+    if (piece.base >= 0)
+        DmSegmentChange::shiftKeys(*node, -(in - piece.later - _base.shots()[std::size_t(piece.base)].in));
+    if (auto* const source = dynamic_cast<DmSourceNode*>(node.get()))
+        DmSegmentChange::ownInput(*source);
+    const DM::FrameCodeModes fcm = _base.fcm();
+    const DmPlayedBeside beside{inFront.before + inFront.behind, behind.before + behind.behind};
+    const DmMaterial material = dmMaterialOf(*node, fcm);
+    DmSegmentChange change(*node, fcm, beside);
+    const double pace = like.rate * std::abs(like.speed);
+    if (like.plays() && !like.isKeyed)
+    {
+        const double srcIn =
+            like.speed < 0.0 ? like.srcIn - (tail + piece.slip) * pace : like.srcIn + (head + piece.slip) * pace;
+        change.setBegin(srcIn - material.begin);
+    }
+    if (node->setRecLength(out - in) != DM_NO_ERROR)
+        return {};
+    change.settle(beside);
+    const DmMaterial now = dmMaterialOf(*node, fcm);
+    if (now.isLimited() && like.plays() && !like.isKeyed && like.speed > 0.0 &&
+        (node->getRelIn() - beside.before * pace < -leastDifference ||
+         node->getRelIn() + (out - in + beside.behind) * pace > now.length + leastDifference))
+        return {}; // there is not that much
+    return node;
+}
+
+bool LaneMerge::placeFillers(DmLayerBuilder& builder, int laneAt, const Piece* left, const Piece* right, double in,
+                             double out)
+{
+    const Lane* lanes[] = {&_base.lanes()[std::size_t(laneAt)],
+                           &_ours.cut().lanes()[std::size_t(_ours.lanes()[std::size_t(laneAt)])],
+                           &_theirs.cut().lanes()[std::size_t(_theirs.lanes()[std::size_t(laneAt)])]};
+    const auto of = [&](const Cut& cut, const Lane& lane, int Piece::*which, std::vector<const DmTreeNode*>& elements)
+    {
+        const int a = left ? left->*which : -1;
+        const int b = right ? right->*which : -1;
+        const bool isThere = (!left || (a >= lane.first && a < lane.last)) &&
+                             (!right || (b >= lane.first && b < lane.last)) &&
+                             (left ? a + 1 : lane.first) == (right ? b : lane.last);
+        if (isThere)
+            elements = elementsBetween(cut, lane, a, b);
+        return isThere;
+    };
+    std::vector<const DmTreeNode*> base;
+    std::vector<const DmTreeNode*> ours;
+    std::vector<const DmTreeNode*> theirs;
+    const bool inBase = of(_base, *lanes[0], &Piece::base, base);
+    const bool inOurs = of(_ours.cut(), *lanes[1], &Piece::ours, ours);
+    const bool inTheirs = of(_theirs.cut(), *lanes[2], &Piece::theirs, theirs);
+    const bool isTheirs = inTheirs && (!inOurs || (inBase && textOf(base) == textOf(ours)));
+    if (!inOurs && !inTheirs)
+        return true;
+    const std::vector<const DmTreeNode*>& chosen = isTheirs ? theirs : ours;
+    std::vector<const DmTreeNode*> fillers;
+    double length = 0.0;
+    int gaps = 0;
+    for (const DmTreeNode* const node : chosen)
+        if (isFiller(node))
+        {
+            fillers.push_back(node);
+            if (node->whatIs() == DM_GAP_NODE)
+            {
+                length += node->asSegment()->getRecLength();
+                ++gaps;
+            }
+        }
+    // A gap that another edit made longer or shorter is the same gap; of several, nobody knows which.
+    if (!isNothing(length - (out - in)) && gaps != 1)
+        return true;
+    if (gaps == 1 && out - in < leastDifference && !isNothing(length))
+        return true;
+    for (const DmTreeNode* const node : fillers)
+    {
+        const CoSharedPtr<DmPropertySet> copy = copyOf(*node);
+        if (auto* const gap = dynamic_cast<DmGapNode*>(copy.get()))
+        {
+            const double gapLength = gaps == 1 ? out - in : gap->getRecLength();
+            if (gap->setRecLength(gapLength) != DM_NO_ERROR)
+                return false;
+            dmStandAt(*gap, in);
+            in += gapLength;
+        }
+        else if (copy)
+            dmStandAt(static_cast<DmTreeNode&>(*copy), in);
+        if (!copy || builder.place(CoSharedPtr<DmTreeNode>(static_cast<DmTreeNode*>(copy.get()))) != DM_NO_ERROR)
+            return false;
+    }
+    return true;
+}
+
+CoSharedPtr<DmLayerNode> LaneMerge::build(int laneAt, const std::vector<Piece>& pieces, const Piece*& misfit)
+{
+    const Lane& own = _ours.cut().lanes()[std::size_t(_ours.lanes()[std::size_t(laneAt)])];
+    const double toRecord = own.layer->getLayerStartTC() - own.start;
+    // What a shot has in front of it and behind it; of shots that meet, both are one.
+    std::vector<Joint> fronts(pieces.size());
+    std::vector<Joint> backs(pieces.size());
+    const auto meets = [&](std::size_t i)
+    { return i > 0 && i < pieces.size() && isNothing(pieces[i - 1].out - pieces[i].in); };
+    for (std::size_t i = 0; i < pieces.size(); ++i)
+    {
+        fronts[i] = meets(i) ? backs[i - 1] : chooseJoint(nullptr, &pieces[i]);
+        backs[i] = chooseJoint(&pieces[i], meets(i + 1) ? &pieces[i + 1] : nullptr);
+    }
+    DmLayerBuilder builder(own.layer->getLayerNum(), own.layer->getMediaType(), own.layer->getLayerStartTC());
+    const auto placeJoint = [&](const Joint& joint, double seam)
+    {
+        const CoSharedPtr<DmPropertySet> copy = copyOf(*joint.node);
+        auto* const transition = dynamic_cast<DmTransitionNode*>(copy.get());
+        if (!transition || transition->setRecLength(joint.before + joint.behind) != DM_NO_ERROR)
+            return false;
+        dmStandAt(*transition, seam - joint.before + toRecord);
+        return builder.place(CoSharedPtr<DmTreeNode>(transition)) == DM_NO_ERROR;
+    };
+    for (std::size_t i = 0; i < pieces.size(); ++i)
+    {
+        const Piece& piece = pieces[i];
+        misfit = &piece;
+        const bool isJoined = meets(i);
+        if (!isJoined || !fronts[i].node)
+        {
+            const double in = i == 0 ? own.start : pieces[i - 1].out + (isJoined ? 0.0 : backs[i - 1].behind);
+            const double out = piece.in - (isJoined ? 0.0 : fronts[i].before);
+            if (out < in - leastDifference || !placeFillers(builder, laneAt, i == 0 ? nullptr : &pieces[i - 1], &piece,
+                                                            in + toRecord, out + toRecord))
+                return {};
+        }
+        if (fronts[i].node && !placeJoint(fronts[i], piece.in))
+            return {};
+        const CoSharedPtr<DmSegmentNode> shot = makeShot(piece, fronts[i], backs[i]);
+        if (!shot)
+            return {};
+        dmStandAt(*shot, piece.in + fronts[i].behind + toRecord);
+        if (builder.place(CoSharedPtr<DmTreeNode>(shot.get())) != DM_NO_ERROR)
+            return {};
+        if (backs[i].node && !meets(i + 1) && !placeJoint(backs[i], piece.out))
+            return {};
+    }
+    // A gap at the end is as long as it was.
+    const auto lengthBehind = [](const Side& side, int laneNumber)
+    {
+        const Lane& lane = side.cut().lanes()[std::size_t(side.lanes()[std::size_t(laneNumber)])];
+        const double last =
+            lane.count() == 0 ? lane.start : side.shot(lane.last - 1).out + side.shot(lane.last - 1).lengthBehind();
+        return std::max(0.0, lane.end - lane.layer->getLayerStartTC() + lane.start - last);
+    };
+    const double behind = std::max(lengthBehind(_ours, laneAt), lengthBehind(_theirs, laneAt));
+    const double end = pieces.empty() ? own.start : pieces.back().out + backs.back().behind;
+    if (behind > leastDifference && (!placeFillers(builder, laneAt, pieces.empty() ? nullptr : &pieces.back(), nullptr,
+                                                   end + toRecord, end + behind + toRecord) ||
+                                     builder.fillTo(end + behind + toRecord) != DM_NO_ERROR))
+        return {};
+    misfit = nullptr;
+    return builder.finish();
+}
+
+} // namespace dmCompare

@@ -1,0 +1,110 @@
+/// Where everything goes in a layer that both sides of a merge have.
+///
+/// What a side did to the old cut are events (dmSideImp.h), not times: of two neighbours, the difference of how far
+/// they were pushed along is what happened between them. So pushes of both sides add up, and the same edit on both is
+/// one.
+#pragma once
+
+#include "dmMerge.h"
+#include "dmSideImp.h"
+
+#include <set>
+
+namespace dmCompare
+{
+
+/// A shot of the merged layer, between its seams.
+struct Piece
+{
+    int base = -1; ///< which shot it is in the old cut, in ours, in theirs
+    int ours = -1;
+    int theirs = -1;
+    double in = 0.0;
+    double out = 0.0;
+    const Shot* like = nullptr; ///< whose material times it has, ...
+    double later = 0.0;         ///< ... and by how much later in the record
+    double slip = 0.0;
+    double pushed = 0.0;  ///< against the old cut
+    bool isWhole = false; ///< an old shot in its place, which a side may have split
+    int seam = 0;         ///< number of the old shot that it is, or stands in front of
+};
+
+/// The three cuts of a merge, and how it is decided.
+struct MergeSides
+{
+    const Cut& base;
+    const Seams& seams; ///< of the old cut
+    const Side& ours;
+    const Side& theirs;
+    int favoured; ///< 0: ours, 1: theirs
+
+    const Side& side(int number) const { return number == 0 ? ours : theirs; }
+    DmMergeConflict& tell(std::vector<DmMergeConflict>& conflicts, int number, int shot, const char* what) const;
+    std::string pointerOf(const Shot& shotOfOurs) const;
+};
+
+class LanePlan
+{
+public:
+    using Conflicts = std::vector<DmMergeConflict>;
+
+    /// `refused`: seams in front of old shots at which what the side that is not favoured did is left out.
+    LanePlan(const MergeSides& sides, int lane, const std::set<int>& refused, Conflicts& conflicts);
+
+    const std::vector<Piece>& pieces() const { return _pieces; }
+    /// A piece that is too short, or overlaps the one in front of it; null when all fit.
+    const Piece* misfit() const;
+
+    struct Push
+    {
+        double time; ///< in the side that is pushed
+        double by;
+    };
+    /// How far a side's shots were pushed by the other side.
+    const std::vector<Push>& pushesOf(int side) const { return _pushes[side]; }
+
+private:
+    /// A part of a shot that a side split, in times of the old cut, and how far it was pushed further than the first.
+    struct Slice
+    {
+        double from;
+        double to;
+        double push;
+        int shots[2];
+        int side;
+        int inserted; ///< shots of that side behind it, up to the next part
+    };
+
+    bool isRefused(int side, int seam) const { return side != _sides.favoured && _refused.contains(seam); }
+    const SideEdit& edit(int side, int base) const { return _sides.side(side).edit(base); }
+    double tail(int side, int seam) const;
+    double pick(double ours, double theirs, bool& clashes) const;
+    void collectAdded();
+    bool decideRemoved(int base, double (&dropped)[2]);
+    void noteBothMoved(int base);
+    void placeOld(int base);
+    void placeKept(int base, const double (&events)[2]);
+    void placeAdded(int seam);
+    Piece added(int side, int shot, int seam, bool isFirst) const;
+    void closeTail(int seam);
+    void splitPieces();
+    std::vector<Slice> slicesOf(int side, int base) const;
+    std::vector<Slice> slicesOfBoth(const Piece& piece);
+    void addSlices(const Piece& piece, const std::vector<Slice>& slices, std::vector<Piece>& to) const;
+
+    const MergeSides& _sides;
+    const Lane& _lane;
+    int _laneAt;
+    const std::set<int>& _refused;
+    Conflicts& _conflicts;
+    std::vector<Piece> _pieces;
+    std::vector<Push> _pushes[2];
+    std::vector<std::vector<int>> _put[2]; ///< what each side puts in front of which old shot
+    double _pushed = 0.0;                  ///< the merged shift so far
+    double _shifts[2] = {0.0, 0.0};        ///< each side's
+    double _restored[2] = {0.0, 0.0};      ///< lengths that a side took out, and that stay
+    int _last = -1; ///< the old shot in front that is in place on both sides, while its tail is not placed
+    int _lastPiece = -1;
+};
+
+} // namespace dmCompare
