@@ -165,6 +165,10 @@ TEST(Diff, KnowsShotsWhereverTheyStand)
               "V1 X: added, 4 frames\nV1 B: segmentId: \"b\" -> \"c\"\n2 shifted");
     EXPECT_EQ(changes(withIds("AAAA|BBBB", {L"1-V1", L"2-V1"}), withIds("XX|AAAA|BBBB", {L"1-V1", L"2-V1", L"3-V1"})),
               "V1 X: added, 2 frames\n2 shifted");
+    EXPECT_EQ(changes(withIds("AAAA|BBBB", {L"1", L"2"}), withIds("XX|AAAA|BBBB", {L"1", L"2", L"3"})),
+              "V1 X: added, 2 frames\n2 shifted");
+    EXPECT_EQ(changes(withIds("AAAA|BBBB", {L"1", L"2"}), withIds("XX|AAAA", {L"7", L"2"})),
+              "V1 A: segmentId: \"1\" -> \"2\"\nV1 X: added, 2 frames\nV1 B: removed, 4 frames\n1 shifted");
     // Ids used twice are nobody's.
     EXPECT_EQ(changes(withIds("AAAA|BBBB", {L"a", L"a"}), withIds("BBBB|AAAA", {L"a", L"a"})),
               "V1 A: moved 4 frames later\n1 shifted");

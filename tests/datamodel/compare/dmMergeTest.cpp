@@ -278,7 +278,7 @@ TEST(Merge, LeavesOutWhatDoesNotFitAndNoMore)
     const auto dissolve = zrDrawing::tree("AAAA|BB////CC|DDDD", "B2/8 C2");
     const auto longer = zrDrawing::tree("AAAA|BBBBBB|CCCC|DD", "B2/8");
     const DmMerge other = DmMerge::merge(base.get(), *longer, *dissolve);
-    EXPECT_EQ(conflictsOf(other), "C: the edits of both do not fit together here");
+    EXPECT_EQ(conflictsOf(other), "B: the edits of both do not fit together here");
     EXPECT_EQ(drawn(other), "AAAA|BBBBBB|CCCC|DD");
 }
 
@@ -358,7 +358,7 @@ TEST(Merge, PlaysWhatANaiveModelPlays)
                     break;
                 default:
                     if (place->index > 0)
-                        status = edit.transition({0, 0, place->index - 1}, 2, DM_SEAM_CENTER);
+                        status = edit.transition({0, 0, place->index - 1}, 2, DM_CENTRED_ON_CUT);
                     break;
                 }
                 if (status.ok())

@@ -1,5 +1,7 @@
 #include "dmChangesImp.h"
 
+#include "dmMatchImp.h"
+
 #include "dmCueMark.h"
 #include "dmUtf8.h"
 
@@ -41,6 +43,7 @@ Changes::Changes(const Cut& before, const Cut& after, double tolerance, bool eac
     , _after(after)
     , _tolerance(std::max(tolerance, leastTime))
     , _eachShift(eachShift)
+    , _countsShots(areNumbered(before.shots()) && areNumbered(after.shots()))
     , _changes(changes)
 {
     const double old = rateOf(before.fcm());

@@ -89,9 +89,10 @@ LaneMerge::Joint LaneMerge::chooseJoint(const Piece* left, const Piece* right)
     in(_base, _seams, &Piece::base, base);
     const bool inOurs = in(_ours.cut(), _ours.seams(), &Piece::ours, ours);
     const bool inTheirs = in(_theirs.cut(), _theirs.seams(), &Piece::theirs, theirs);
-    if (!inTheirs)
+    const bool isRefused = _refused.contains(right ? right->seam : left->seam + 1);
+    if (!inTheirs || (inOurs && isRefused && _sides.favoured == 0))
         return ours;
-    if (!inOurs)
+    if (!inOurs || (isRefused && _sides.favoured == 1))
         return theirs;
     const auto same = [](const Joint& a, const Joint& b)
     {
@@ -140,6 +141,20 @@ CoSharedPtr<DmSegmentNode> LaneMerge::contents(const Piece& piece)
         valueIn(_ours, piece.ours, ours);
     if (piece.theirs >= 0)
         valueIn(_theirs, piece.theirs, theirs);
+    // Of parts that both sides made, each is called what the side calls it that begins it.
+    if (piece.called >= 0 && piece.ours >= 0 && piece.theirs >= 0)
+    {
+        json::Document& from = piece.called == 0 ? ours : theirs;
+        json::Document& to = piece.called == 0 ? theirs : ours;
+        for (const char* const name : {"segmentId", "originalID", "segmentPreviousIds"})
+            if (Value* const members = membersOf(to))
+            {
+                members->RemoveMember(name);
+                if (const Value* const value = memberOf(membersOf(from), name))
+                    members->AddMember(Value(name, to.GetAllocator()), Value(*value, to.GetAllocator()),
+                                       to.GetAllocator());
+            }
+    }
     const auto orNull = [](const json::Document& value)
     { return value.IsNull() ? nullptr : static_cast<const Value*>(&value); };
     const Value* const one = orNull(ours);

@@ -130,39 +130,39 @@ CoSharedPtr<DmLayerNode> LaneMerge::mergeLane(int lane)
 {
     constexpr int tries = 64;
     const std::size_t conflicts = _conflicts.size();
-    std::set<int> refused;
+    _refused.clear();
     for (int i = 0; i < tries; ++i)
     {
         _conflicts.resize(conflicts);
-        const LanePlan plan(_sides, lane, refused, _conflicts);
+        const LanePlan plan(_sides, lane, _refused, _conflicts);
         const Piece* misfit = plan.misfit();
         const CoSharedPtr<DmLayerNode> layer = misfit ? CoSharedPtr<DmLayerNode>() : build(lane, plan.pieces(), misfit);
         if (layer)
         {
-            tellRefused(refused, _base.lanes()[std::size_t(lane)]);
+            tellRefused(_base.lanes()[std::size_t(lane)]);
             for (int s = 0; lane == 0 && s < 2; ++s)
                 _pushes[s] = plan.pushesOf(s);
             return layer;
         }
-        if (!misfit || !refuse(*misfit, refused))
+        if (!misfit || !refuse(*misfit))
             return {};
     }
     return {};
 }
 
 /// Leaves out what the other side did at the seams of a piece; false where that is done already.
-bool LaneMerge::refuse(const Piece& piece, std::set<int>& refused) const
+bool LaneMerge::refuse(const Piece& piece)
 {
-    const bool inFront = refused.insert(piece.seam).second;
-    const bool behind = piece.base >= 0 && refused.insert(piece.seam + 1).second;
+    const bool inFront = _refused.insert(piece.seam).second;
+    const bool behind = piece.base >= 0 && _refused.insert(piece.seam + 1).second;
     return inFront || behind;
 }
 
-void LaneMerge::tellRefused(const std::set<int>& refused, const Lane& lane)
+void LaneMerge::tellRefused(const Lane& lane)
 {
     const int favoured = _sides.favoured;
     std::set<int> told;
-    for (const int seam : refused)
+    for (const int seam : _refused)
     {
         int base = std::min(seam, lane.last - 1);
         while (base >= lane.first && !_sides.side(favoured).edit(base).isThere)

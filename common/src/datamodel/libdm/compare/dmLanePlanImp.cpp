@@ -357,6 +357,7 @@ std::vector<LanePlan::Slice> LanePlan::slicesOf(int s, int base) const
                     parts[k].shift - parts[0].shift,
                     {edit(0, base).at, edit(1, base).at},
                     s,
+                    -1,
                     isLast ? 0 : parts[k + 1].shot - parts[k].shot - 1};
         slice.shots[s] = parts[k].shot;
         slices.push_back(slice);
@@ -397,6 +398,7 @@ std::vector<LanePlan::Slice> LanePlan::slicesOfBoth(const Piece& piece)
             slice.from = std::max(one.from, two.from);
             slice.to = std::min(one.to, two.to);
             slice.shots[two.side] = two.shots[two.side];
+            slice.called = two.from > one.from + leastDifference ? two.side : one.side;
             if (!near(slice.to, one.to))
                 slice.inserted = 0;
             if (slice.to - slice.from > dmLeastLength)
@@ -419,6 +421,7 @@ void LanePlan::addSlices(const Piece& piece, const std::vector<Slice>& slices, s
         part.later += slice.push;
         part.ours = slice.shots[0];
         part.theirs = slice.shots[1];
+        part.called = slice.called;
         const double end = part.out;
         if (part.out - part.in > dmLeastLength - leastDifference)
             to.push_back(part);

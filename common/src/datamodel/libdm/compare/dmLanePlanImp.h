@@ -26,6 +26,7 @@ struct Piece
     double slip = 0.0;
     double pushed = 0.0;  ///< against the old cut
     bool isWhole = false; ///< an old shot in its place, which a side may have split
+    int called = -1;      ///< the side whose ids it has; -1 where they merge
     int seam = 0;         ///< number of the old shot that it is, or stands in front of
 };
 
@@ -72,6 +73,7 @@ private:
         double push;
         int shots[2];
         int side;
+        int called;   ///< as in Piece
         int inserted; ///< shots of that side behind it, up to the next part
     };
 

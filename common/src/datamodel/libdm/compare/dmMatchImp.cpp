@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <tuple>
 #include <unordered_map>
 
@@ -31,9 +32,11 @@ public:
 
     Match run(std::span<const std::pair<int, int>> known)
     {
+        const bool numbered = areNumbered(_before) && areNumbered(_after);
         for (const auto& [a, b] : known)
             pair(a, b);
-        const auto id = [](const Shot& shot) { return isMadeUp(shot.node->getSegmentId()) ? noKey : shot.id; };
+        const auto id = [numbered](const Shot& shot)
+        { return numbered || isMadeUp(shot.node->getSegmentId()) ? noKey : shot.id; };
         const auto agreeing = [](const Shot& a, const Shot& b) { return agree(a.medium, b.medium) != Agreement::No; };
         const auto any = [](const Shot&, const Shot&) { return true; };
         byKey(id, agreeing, Repeated::Left);
@@ -314,6 +317,26 @@ private:
 };
 
 } // namespace
+
+bool areNumbered(std::span<const Shot> shots)
+{
+    constexpr std::size_t longest = 9;
+    std::map<int, long> last; // by lane
+    for (const Shot& shot : shots)
+    {
+        const std::wstring_view text = shot.node->getSegmentId().view();
+        if (text.empty() || text.size() > longest || text.find_first_not_of(L"0123456789") != text.npos)
+            return false;
+        long number = 0;
+        for (const wchar_t digit : text)
+            number = number * 10 + (digit - L'0');
+        const auto [lane, isFirst] = last.try_emplace(shot.lane, number);
+        if (!isFirst && number != lane->second + 1 + shot.leftOut)
+            return false;
+        lane->second = number;
+    }
+    return !shots.empty();
+}
 
 Match matchShots(std::span<const Shot> before, std::span<const Shot> after, std::span<const std::pair<int, int>> known)
 {

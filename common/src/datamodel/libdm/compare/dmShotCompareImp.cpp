@@ -203,7 +203,7 @@ void ShotCompare::compareEffect(const Shot& a, const Shot& b, const DmPropertySe
 void ShotCompare::compareRest(const Shot& a, const Shot& b)
 {
     const bool replaced = isReplaced(a, b);
-    const bool otherId = isMadeUp(a.node->getSegmentId()) || isMadeUp(b.node->getSegmentId());
+    const bool otherId = _changes.countsShots() || isMadeUp(a.node->getSegmentId()) || isMadeUp(b.node->getSegmentId());
     const auto isLeftover = [](const DmPropertySet* blob) { return !blob || (blob->getPSetName() == L"DmBlobNode"); };
     const bool leftovers = isLeftover(a.node->getBaseBlob()) && isLeftover(b.node->getBaseBlob());
     const std::string path = _changes.after().pathOf(b);

@@ -39,6 +39,8 @@ public:
     /// Frames of the old cut for one of the new one.
     double toOld() const { return _toOld; }
     bool isNothing(double frames) const;
+    /// Whether the ids of both cuts are their shots' numbers.
+    bool countsShots() const { return _countsShots; }
     Edges edgesOf(const Shot& a, const Shot& b) const;
 
     DmChange& tell(Kind kind);
@@ -74,6 +76,7 @@ private:
     double _tolerance;
     bool _eachShift;
     double _toOld = 1.0;
+    bool _countsShots;
     std::vector<DmChange>& _changes;
     std::unordered_set<long long> _explained;
     bool _isSound = true;

@@ -41,8 +41,8 @@ private:
     };
 
     CoSharedPtr<DmLayerNode> mergeLane(int lane);
-    bool refuse(const Piece& piece, std::set<int>& refused) const;
-    void tellRefused(const std::set<int>& refused, const Lane& lane);
+    bool refuse(const Piece& piece);
+    void tellRefused(const Lane& lane);
 
     CoSharedPtr<DmLayerNode> build(int lane, const std::vector<Piece>& pieces, const Piece*& misfit);
     static Joint jointOf(const Cut& cut, const Seams& seams, int left, int right);
@@ -60,6 +60,7 @@ private:
     Side _ours;
     Side _theirs;
     MergeSides _sides;
+    std::set<int> _refused;                 ///< in the lane at hand: seams at which what the other side did is left out
     std::vector<LanePlan::Push> _pushes[2]; ///< of ours by theirs, and of theirs by ours
 };
 

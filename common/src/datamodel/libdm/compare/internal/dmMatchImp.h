@@ -12,6 +12,9 @@
 namespace dmCompare
 {
 
+/// Whether ids are numbers that count the shots of each lane: a reader or a list made them up, from positions.
+bool areNumbered(std::span<const Shot> shots);
+
 struct Match
 {
     std::vector<int> toNew; ///< by the position of an old shot; -1 for one that is gone
