@@ -1,12 +1,12 @@
 #include "pyConvert.h"
 
 #include "pyFindings.h"
+#include "pyRelease.h"
 #include "pySet.h"
 #include "pyTime.h"
+#include "pyWalk.h"
 
 #include "icInterchange.h"
-
-#include <optional>
 
 namespace zrpy
 {
@@ -66,40 +66,30 @@ py::tuple readBytes(const py::bytes& document, const std::string& name, const st
     return reading(name, [&] { return interchange::readBuffer(bytes, options, name); });
 }
 
-const DmRoot& requireRoot(const py::object& object)
-{
-    const auto* const root = dynamic_cast<const DmRoot*>(&requireSet(object, "the document"));
-    if (!root)
-        raiseType("a cut list is made of a DmRoot");
-    return *root;
-}
-
 /// A tree that may be changed is written with the interpreter held, so that nobody changes it meanwhile.
 template <class Write>
 interchange::Writing writing(const DmRoot& root, Write&& write)
 {
-    std::optional<py::gil_scoped_release> others;
-    if (root.isFrozen())
-        others.emplace();
+    const OthersRun others{&root};
     return write();
 }
 
 py::tuple writeFile(const py::object& object, const py::bytes& path, const std::string& name, const std::string& format,
                     const py::object& fcm)
 {
-    const DmRoot& root = requireRoot(object);
+    const CoSharedPtr<DmRoot> root = requireRoot(object);
     const std::string file = path;
     const interchange::Options options = optionsOf(format, fcm, false);
-    interchange::Writing made = writing(root, [&] { return interchange::writeFile(root, file, options); });
+    interchange::Writing made = writing(*root, [&] { return interchange::writeFile(*root, file, options); });
     return answer(made.done ? py::object(py::bool_(true)) : py::none(), std::move(made.findings), name);
 }
 
 py::tuple writeBytes(const py::object& object, const std::string& format, const py::object& fcm)
 {
-    const DmRoot& root = requireRoot(object);
+    const CoSharedPtr<DmRoot> root = requireRoot(object);
     const interchange::Options options = optionsOf(format, fcm, false);
     std::string bytes;
-    interchange::Writing made = writing(root, [&] { return interchange::writeBuffer(root, bytes, options); });
+    interchange::Writing made = writing(*root, [&] { return interchange::writeBuffer(*root, bytes, options); });
     return answer(made.done ? py::object(py::bytes(bytes)) : py::none(), std::move(made.findings), "<document>");
 }
 

@@ -1,9 +1,12 @@
 #include "pyDocuments.h"
 
+#include "pyRelease.h"
 #include "pySet.h"
+#include "pyWalk.h"
 
 #include "dmJsonImporter.h"
 #include "dmRoot.h"
+#include "dmTimeline.h"
 #include "dmTreeJsonBuilder.h"
 #include "dmUtf8.h"
 
@@ -58,11 +61,23 @@ DmTreeJsonBuilder::Layout layoutOf(bool compact)
     return compact ? DmTreeJsonBuilder::Layout::Compact : DmTreeJsonBuilder::Layout::Environment;
 }
 
+/// What a document is written of: any object, or the tree of a timeline.
+DmPropertySetPtr requireDocument(const py::object& object)
+{
+    if (py::isinstance<DmTimeline>(object))
+        return requireTree(object);
+    return DmPropertySetPtr(&requireSet(object, "the document"));
+}
+
 py::bytes dumps(const py::object& object, bool compact)
 {
+    const DmPropertySetPtr set = requireDocument(object);
     std::string text;
-    const DmStatus status =
-        DmTreeJsonBuilder::generateUtf8(&requireSet(object, "the document"), text, layoutOf(compact));
+    DmStatus status;
+    {
+        const OthersRun others{set.get()};
+        status = DmTreeJsonBuilder::generateUtf8(set.get(), text, layoutOf(compact));
+    }
     if (status.failed())
         raiseDmError(status.reason(), dmUtf8(status.info()));
     return {text};
@@ -70,9 +85,13 @@ py::bytes dumps(const py::object& object, bool compact)
 
 void saveTo(const py::object& object, const py::bytes& target, bool compact)
 {
+    const DmPropertySetPtr set = requireDocument(object);
     const std::string path = target;
-    const DmStatus status =
-        DmTreeJsonBuilder::generate(&requireSet(object, "the document"), path.c_str(), layoutOf(compact));
+    DmStatus status;
+    {
+        const OthersRun others{set.get()};
+        status = DmTreeJsonBuilder::generate(set.get(), path.c_str(), layoutOf(compact));
+    }
     if (status.failed())
         raiseDmError(status.reason(), path + ": " + dmUtf8(status.info()));
 }

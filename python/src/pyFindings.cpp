@@ -1,103 +1,149 @@
 #include "pyFindings.h"
 
+#include "pyRelease.h"
+#include "pySet.h"
+#include "pyValue.h"
 #include "pyWalk.h"
 
-#include "dmNoTime.h"
-#include "dmTreeTool.h"
+#include "dmFindings.h"
 #include "dmUtf8.h"
 
-#include <optional>
+#include <algorithm>
+#include <cmath>
 
 namespace zrpy
 {
 namespace
 {
 
-/// Of what stands in a tree, the rules of compositions; of roots and reels, that nothing else stands in them.
-class Check
+// What rules go by, from keywords
+
+std::string textOf(py::handle value, const std::string& name)
 {
-public:
-    explicit Check(bool allRules)
-        : _allRules(allRules)
-    {
-    }
+    return dmUtf8(toText(value, name));
+}
 
-    void node(DmTreeNode& node, const std::string& path, int depth)
-    {
-        if (node.whatIs() == DM_COMPOSITION_NODE)
-            composition(static_cast<DmCompositionNode&>(node), path);
-        else if (node.whatIs() == DM_ROOT_NODE || node.whatIs() == DM_REEL_NODE)
-            collection(node, path, depth);
-        else if (node.whatIs() != DM_BLOB_NODE)
-            add(path, "It stands outside of a composition.");
-    }
+std::vector<std::string> textsOf(py::handle value, const std::string& name)
+{
+    if (PyUnicode_Check(value.ptr()))
+        return {textOf(value, name)};
+    std::vector<std::string> all;
+    for (const py::handle each : py::iter(value))
+        all.push_back(textOf(each, name));
+    return all;
+}
 
-    std::vector<DmFinding> findings;
+double numberOf(py::handle value, const std::string& name)
+{
+    if (!PyNumber_Check(value.ptr()) || PyBool_Check(value.ptr()))
+        raiseType(name + " is a number of frames");
+    const double number = PyFloat_AsDouble(value.ptr());
+    if (number == -1.0 && PyErr_Occurred())
+        throw py::error_already_set();
+    if (!std::isfinite(number) || number < 0.0)
+        raiseValue(name + " is a number of frames, from 0 on");
+    return number;
+}
 
-private:
-    /// Reels in reels; far beyond what documents can hold.
-    static constexpr int deepest = 1000;
+using Option = void (*)(DmFindingOptions&, py::handle, const std::string&);
 
-    void collection(DmTreeNode& collection, const std::string& path, int depth)
-    {
-        if (depth == deepest)
-        {
-            add(path, "It stands too deep, or below itself.");
-            return;
-        }
-        for (int i = 0; i < collection.getNbChildren(); ++i)
-        {
-            const std::string childPath = (path.empty() ? "" : path + '/') + "children[" + std::to_string(i) + ']';
-            if (DmTreeNode* const child = collection.getChild(i))
-                node(*child, childPath, depth + 1);
-            else
-                add(childPath, "Nothing stands here.");
-        }
-    }
+template <auto member>
+constexpr Option text = [](DmFindingOptions& options, py::handle value, const std::string& name)
+{ options.*member = textOf(value, name); };
+template <auto member>
+constexpr Option texts = [](DmFindingOptions& options, py::handle value, const std::string& name)
+{ options.*member = textsOf(value, name); };
+template <auto member>
+constexpr Option number = [](DmFindingOptions& options, py::handle value, const std::string& name)
+{ options.*member = numberOf(value, name); };
 
-    void composition(DmCompositionNode& composition, const std::string& path)
-    {
-        const unsigned options =
-            _allRules ? static_cast<unsigned>(DM_VALIDATE_ALL) : DmTreeTool::getValidationOptions(&composition);
-        for (const DmTreeViolation& violation : DmTreeTool::findViolations(&composition, options))
-        {
-            const DmValidationPlace& place = violation.place;
-            DmFinding& made = add(path + (path.empty() || violation.path.empty() ? "" : "/") + violation.path,
-                                  dmUtf8(violation.message));
-            if (place.mediaType != DM_MEDIA_UNDEFINED)
-                made.track = (place.mediaType == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(place.trackIndex);
-            if (place.recordFrame != dmNoTime)
-                made.record = composition.getRecordLabel(place.recordFrame);
-        }
-    }
-
-    DmFinding& add(const std::string& path, std::string text)
-    {
-        DmFinding& made = findings.emplace_back();
-        made.severity = DmFinding::Error;
-        made.nodePath = path;
-        made.text = std::move(text);
-        return made;
-    }
-
-    const bool _allRules;
+constexpr std::pair<std::string_view, Option> optionNames[] = {
+    {"select", texts<&DmFindingOptions::select>},
+    {"ignore", texts<&DmFindingOptions::ignore>},
+    {"handles", number<&DmFindingOptions::handles>},
+    {"flash", number<&DmFindingOptions::flash>},
+    {"jump", number<&DmFindingOptions::jump>},
+    {"dupe_handles", number<&DmFindingOptions::dupeHandles>},
+    {"start", text<&DmFindingOptions::startLabel>},
+    {"mark_words", texts<&DmFindingOptions::markWords>},
+    {"media_root", text<&DmFindingOptions::mediaRoot>},
+    {"required_paths", texts<&DmFindingOptions::requiredPaths>},
+    {"forbidden_paths", texts<&DmFindingOptions::forbiddenPaths>},
+    {"shot_names", text<&DmFindingOptions::shotNames>},
+    {"reel_length", [](DmFindingOptions& options, py::handle value, const std::string& name)
+     { options.reelLength = static_cast<std::size_t>(std::min(numberOf(value, name), 1e9)); }},
 };
 
-py::list check(const py::object& node, bool allRules)
+DmFindings rulesOf(bool all, const py::kwargs& keywords)
 {
-    DmTreeNode& first = requireNode(node);
-    const eDmTreeNodeClassId kind = first.whatIs();
-    if (kind != DM_COMPOSITION_NODE && kind != DM_ROOT_NODE && kind != DM_REEL_NODE)
-        raiseValue("the rules are those of compositions: check a composition, or what holds some");
-    Check check(allRules);
+    DmFindingOptions options;
+    options.all = all;
+    for (const auto& [key, value] : keywords)
     {
-        // Nobody changes a constant tree: the interpreter goes on meanwhile.
-        std::optional<py::gil_scoped_release> others;
-        if (first.isFrozen())
-            others.emplace();
-        check.node(first, "", 0);
+        const auto name = py::cast<std::string>(key);
+        const auto* const option = std::ranges::find(optionNames, name, [](const auto& each) { return each.first; });
+        if (option == std::end(optionNames))
+            raiseType("check() and fix() have no option '" + name + "'");
+        if (!value.is_none())
+            option->second(options, value, name);
     }
-    return toPython(std::move(check.findings));
+    DmFindings rules(std::move(options));
+    if (const std::vector<std::string> unknown = rules.unknownWords(); !unknown.empty())
+        raiseValue("there is no rule, group or code '" + unknown.front() + "': zrdmtree.rules() has them");
+    return rules;
+}
+
+CoSharedPtr<DmTreeNode> requireCompositions(const py::object& object)
+{
+    CoSharedPtr<DmTreeNode> tree = requireTree(object);
+    const eDmTreeNodeClassId kind = tree->whatIs();
+    if (kind != DM_COMPOSITION_NODE && kind != DM_ROOT_NODE && kind != DM_REEL_NODE)
+        raiseValue("the rules are those of compositions: a composition is asked for, or what holds some");
+    return tree;
+}
+
+py::list check(const py::object& node, bool allRules, const py::kwargs& options)
+{
+    const CoSharedPtr<DmTreeNode> tree = requireCompositions(node);
+    const DmFindings rules = rulesOf(allRules, options);
+    std::vector<DmFinding> found;
+    {
+        const OthersRun others{tree.get()};
+        found = rules.find(*tree);
+    }
+    return toPython(std::move(found));
+}
+
+int fix(const py::object& node, bool unsafe, bool allRules, const py::kwargs& options)
+{
+    const CoSharedPtr<DmTreeNode> tree = requireCompositions(node);
+    if (tree->isFrozen())
+        raiseStatus(DM_CANNOT_LOCK, "fix()");
+    const DmFindings::Mended mended =
+        rulesOf(allRules, options).mend(*tree, unsafe ? DmRuleRun::Mending::Unsafe : DmRuleRun::Mending::Safe);
+    if (mended.status != DM_NO_ERROR)
+        raiseStatus(mended.status, "fix()");
+    return mended.count;
+}
+
+py::list ruleList()
+{
+    py::list all;
+    for (const DmRule& rule : DmFindings::ownRules())
+    {
+        py::dict each;
+        each["code"] = rule.code;
+        each["name"] = rule.name;
+        each["group"] = dmFindingGroup(rule.code);
+        DmFinding like;
+        like.severity = rule.severity;
+        each["severity"] = like.severityName();
+        each["on"] = rule.isOn;
+        each["finds"] = rule.line;
+        each["page"] = dmRulePage(rule);
+        all.append(each);
+    }
+    return all;
 }
 
 } // namespace
@@ -132,8 +178,17 @@ void addFindings(py::module_& module)
              { return "<Finding: " + self.toString(self.nodePath.empty() ? "document" : self.nodePath) + ">"; })
         .attr("__hash__") = py::none();
     module.def("check", &check, py::arg("node"), py::arg("all_rules") = false,
-               "What of a tree breaks the rules of a timeline's structure; an empty list for a valid one.\n\n"
-               "all_rules: also those that a composition does not ask for itself.");
+               "What there is to say about a cut: a list of Finding, in the order of the tree; empty for one without "
+               "fault.\n\nall_rules: also those that a composition does not ask for itself. select, ignore: rules by "
+               "code (\"DM301\"),\nname (\"flash-frame\") or group (\"cut\"); \"all\" for all that rules() names. "
+               "handles, flash, jump,\ndupe_handles, start, mark_words, media_root, required_paths, forbidden_paths, "
+               "shot_names, reel_length:\nwhat the rules go by.");
+    module.def("fix", &fix, py::arg("node"), py::kw_only(), py::arg("unsafe") = false, py::arg("all_rules") = false,
+               "Mends what check() finds with the same options, and what comes of that: how many findings it were.\n\n"
+               "unsafe: also where other frames play then, or at other times.");
+    module.def("rules", &ruleList,
+               "The rules of check(): for each its code, name, group, severity, whether it is on by itself, what it "
+               "finds, and its\npage in words.");
 }
 
 } // namespace zrpy

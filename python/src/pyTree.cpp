@@ -22,7 +22,7 @@ namespace
 std::string dump(const py::object& node, int maxDepth)
 {
     std::ostringstream text;
-    if (const eDmErrorId status = DmTreeTool::dump(&requireNode(node), text, maxDepth); status != DM_NO_ERROR)
+    if (const eDmErrorId status = DmTreeTool::dump(requireTree(node), text, maxDepth); status != DM_NO_ERROR)
         raiseStatus(status, "a tree that holds itself");
     return text.str();
 }
@@ -71,14 +71,14 @@ private:
     std::vector<CoSharedPtr<DmSourceNode>> _fixed;
 };
 
-py::list fix(const py::object& node)
+py::list repairTimes(const py::object& node)
 {
     Fixer fixer;
     eDmErrorId status = DmPreIt(&requireNode(node), {.intoContainers = true, .sharedOnce = true}).apply(fixer);
     if (status == DM_NO_ERROR)
         status = fixer.status();
     if (status != DM_NO_ERROR)
-        raiseStatus(status, "fix()");
+        raiseStatus(status, "repair_times()");
     py::list all;
     for (const CoSharedPtr<DmSourceNode>& each : fixer.fixed())
         all.append(wrap(each.get()));
@@ -90,7 +90,7 @@ py::list fix(const py::object& node)
 void addTrees(py::module_& module)
 {
     module.def("_segments", &segmentList, py::arg("node"), py::arg("track"), py::arg("at"), py::arg("into_containers"));
-    module.def("fix", &fix, py::arg("node"),
+    module.def("repair_times", &repairTimes, py::arg("node"),
                "Repairs the record times of sources that do not fit their material; those that it changed.");
     module.def("_channel", &channel, py::arg("effect"), py::arg("name"));
     module.def("dump", &dump, py::arg("node"), py::arg("max_depth") = -1,

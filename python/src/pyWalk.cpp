@@ -8,6 +8,7 @@
 #include "dmGapNode.h"
 #include "dmSourceNode.h"
 #include "dmStoredLabel.h"
+#include "dmTimeline.h"
 #include "dmTreeIterator.h"
 #include "dmTreeUtil.h"
 #include "dmUtf8.h"
@@ -106,10 +107,27 @@ DmTreeNode& requireNode(py::handle object)
     return *node;
 }
 
+CoSharedPtr<DmTreeNode> requireTree(py::handle object)
+{
+    if (py::isinstance<DmTimeline>(object))
+        if (const auto& timeline = py::cast<const DmTimeline&>(object))
+            return timeline.tree();
+    return CoSharedPtr<DmTreeNode>(&requireNode(object));
+}
+
+CoSharedPtr<DmRoot> requireRoot(py::handle object)
+{
+    const CoSharedPtr<DmTreeNode> tree = requireTree(object);
+    if (tree->whatIs() != DM_ROOT_NODE)
+        raiseType("a DmRoot is asked for, or a timeline of one, not " + dmUtf8(tree->getPSetName()));
+    return DM::staticPointerCast<DmRoot>(tree);
+}
+
 std::vector<SegmentPlace> segmentsOf(const py::object& node, const py::object& track, const py::object& at,
                                      bool intoContainers)
 {
-    DmTreeNode& first = requireNode(node);
+    const CoSharedPtr<DmTreeNode> tree = requireTree(node);
+    DmTreeNode& first = *tree;
     std::optional<std::string> name;
     if (!track.is_none())
         name = dmUtf8(toText(track, "a track's name"));

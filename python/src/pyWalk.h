@@ -5,6 +5,7 @@
 
 #include "dmCompositionNode.h"
 #include "dmLayerNode.h"
+#include "dmRoot.h"
 #include "dmSegmentNode.h"
 #include "dmTrackNode.h"
 
@@ -27,6 +28,10 @@ struct SegmentPlace
 
 /// Raises TypeError for what is no node.
 DmTreeNode& requireNode(py::handle object);
+/// The same, or the tree of a timeline.
+CoSharedPtr<DmTreeNode> requireTree(py::handle object);
+/// The same, of which other formats and merges are made.
+CoSharedPtr<DmRoot> requireRoot(py::handle object);
 
 /// Whether a track has that name, or that kind and number ("V1").
 bool isCalled(const DmTrackNode& track, const std::string& name);

@@ -82,4 +82,4 @@ def test_nulls_and_cycles_are_answered():
             bad()
     with pytest.raises(DmValueError):
         zrdmtree.check(gap())
-    assert zrdmtree.check(zrdmtree.DmRoot(children=[reel, gap()]))[0].text == "It stands outside of a composition."
+    assert zrdmtree.check(zrdmtree.DmRoot(children=[reel, gap()]))[0].text == "It stands outside of a composition"

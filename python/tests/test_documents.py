@@ -52,17 +52,29 @@ def test_what_is_wrong_is_said_with_its_place(path, tmp_path):
         zrdmtree.save(zrdmtree.DmRoot(), tmp_path / "nowhere" / "x.json")
 
 
-def test_eight_threads_load_eight_documents(path):
+def test_timelines_are_written_as_their_trees(path, tmp_path):
+    timeline = zrdmtree.load(path).publish()
+    assert zrdmtree.dumps(timeline) == path.read_bytes()
+    zrdmtree.save(timeline, tmp_path / "copy.json")
+    assert (tmp_path / "copy.json").read_bytes() == path.read_bytes()
+    assert zrdmtree.dumps(timeline, format="otio") == zrdmtree.dumps(timeline.root, format="otio")
+    with pytest.raises(TypeError):
+        zrdmtree.dumps(timeline.composition.publish(), format="otio")
+
+
+def test_eight_threads_load_and_check_eight_documents(path):
     document, results = path.read_bytes(), []
     expected = zrdmtree.loads(document)
 
     def work():
         for _ in range(5):
-            results.append(zrdmtree.loads(document))
+            timeline = zrdmtree.loads(document).publish()
+            results.append((timeline.root, zrdmtree.check(timeline), zrdmtree.dumps(timeline)))
 
     threads = [threading.Thread(target=work) for _ in range(8)]
     for thread in threads:
         thread.start()
     for thread in threads:
         thread.join()
-    assert len(results) == 40 and all(root == expected for root in results)
+    assert len(results) == 40
+    assert all(root == expected and found == [] and written == document for root, found, written in results)

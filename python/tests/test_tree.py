@@ -1,5 +1,6 @@
 """Walks and tables."""
 
+import copy
 import csv
 import io
 
@@ -76,11 +77,33 @@ def test_what_plays_at_a_time(commercial):
 
 def test_checks_find_and_fixes_mend(examples):
     root = zrdmtree.load(examples / "documents" / "commercial-with-mistakes.json")
-    findings = zrdmtree.check(root)
-    assert [(each.track, each.record, each.severity) for each in findings] == [
-        ("V1", "10:00:08:12", "error"), ("V1", "10:00:06:12", "error")]
-    assert "Missing transition" in findings[0].text and findings[0].path.endswith("children[5]")
-    assert [each.name for each in zrdmtree.fix(root)] == ["crate drop"] and len(zrdmtree.check(root)) == 1
+    faults = [each for each in zrdmtree.check(root) if each.severity == "error"]
+    assert [(each.track, each.record, each.code[:3]) for each in faults] == [
+        ("V1", "10:00:06:12", "DM2"), ("V1", "10:00:08:12", "DM1")]
+    assert "cut is missing" in faults[1].text and faults[1].path.endswith("children[5]")
+    timeline = root.publish()
+    assert zrdmtree.check(timeline) == zrdmtree.check(root)
+    assert zrdmtree.fix(root) == 1 and zrdmtree.fix(root) == 0
+    assert [each.code for each in zrdmtree.check(root)] == [faults[0].code]
+    with pytest.raises(zrdmtree.DmError, match="edit"):
+        zrdmtree.fix(timeline)
+    assert [each.name for each in zrdmtree.repair_times(copy.deepcopy(timeline.root))] == ["crate drop"]
+
+
+def test_rules_are_chosen_and_told_what_to_go_by(commercial):
+    rules = {rule["name"]: rule for rule in zrdmtree.rules()}
+    assert rules["flash-frame"]["group"] == "cut" and rules["flash-frame"]["finds"] in rules["flash-frame"]["page"]
+    commercial.segments(track="V1")[0].shotName = "a"
+    for options, code in [({"flash": 100, "select": ["flash-frame"]}, rules["flash-frame"]["code"]),
+                          ({"start": "01:00:00:00"}, "DM"), ({"forbidden_paths": ["/media/*"]}, "DM")]:
+        found = zrdmtree.check(commercial, **options)
+        assert len(found) > len(zrdmtree.check(commercial)) or {each.code for each in found} == {code}
+    assert zrdmtree.check(commercial, flash=100, select="flash-frame", ignore=["cut"]) == []
+    for options, error in [({"select": ["nothing-such"]}, zrdmtree.DmValueError), ({"flash": -1}, zrdmtree.DmValueError),
+                           ({"flash": "x"}, TypeError), ({"flahs": 1}, TypeError), ({"select": 3}, TypeError),
+                           ({"start": 3}, TypeError), ({"handles": float("nan")}, zrdmtree.DmValueError)]:
+        with pytest.raises(error):
+            zrdmtree.check(commercial, **options)
 
 
 def test_the_schema_is_there():
