@@ -1,4 +1,5 @@
 // The module _zrdmtree, which the package zrdmtree is made of.
+#include "pyCompare.h"
 #include "pyConvert.h"
 #include "pyDocuments.h"
 #include "pyEdit.h"
@@ -8,6 +9,7 @@
 #include "pyList.h"
 #include "pyListener.h"
 #include "pyMap.h"
+#include "pyPicture.h"
 #include "pySet.h"
 #include "pyTable.h"
 #include "pyTime.h"
@@ -33,6 +35,8 @@ PYBIND11_MODULE(_zrdmtree, module)
     zrpy::addConversions(module);
     zrpy::addTrees(module);
     zrpy::addFindings(module);
+    zrpy::addComparisons(module);
     zrpy::addTables(module);
     zrpy::addEdits(module);
+    zrpy::addPictures(module);
 }

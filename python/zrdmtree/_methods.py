@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import base64
+
 from . import _zrdmtree
 
 
@@ -27,10 +29,30 @@ def publish(self) -> Timeline:
     return _zrdmtree.publish(self)
 
 
+def _repr_svg_(self) -> str | None:
+    """The picture of a notebook; None where there is no composition to draw."""
+    try:
+        return _zrdmtree.picture(self)
+    except _zrdmtree.DmError:
+        return None
+
+
+def _repr_html_(self) -> str | None:
+    """The same as a page shows it, whose styles stay its own."""
+    svg = _repr_svg_(self)
+    if svg is None:
+        return None
+    return f'<img style="max-width:100%" src="data:image/svg+xml;base64,{base64.b64encode(svg.encode()).decode()}">'
+
+
 def channel(self, name: str) -> DmAnimationChannel:
     """The animation channel of that name, which is made if there is none."""
     return _zrdmtree._channel(self, name)
 
 
 _zrdmtree._methods["DmTreeNode"] = {"segments": segments, "dump": dump, "publish": publish}
+for _drawn in ("DmRoot", "DmReelNode", "DmCompositionNode"):
+    _zrdmtree._methods[_drawn] = {"_repr_svg_": _repr_svg_, "_repr_html_": _repr_html_}
+_zrdmtree.Timeline._repr_svg_ = _repr_svg_
+_zrdmtree.Timeline._repr_html_ = _repr_html_
 _zrdmtree._methods["DmEffectSettings"] = {"channel": channel}
