@@ -1,11 +1,12 @@
 #include "pyEdit.h"
 
+#include "pyDraft.h"
 #include "pySet.h"
-#include "pyState.h"
 #include "pyTime.h"
 #include "pyValue.h"
 #include "pyWalk.h"
 
+#include "dmContainerNode.h"
 #include "dmCueMark.h"
 #include "dmEdit.h"
 #include "dmEffectSettings.h"
@@ -16,6 +17,7 @@
 
 #include <pybind11/stl.h>
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <utility>
@@ -31,11 +33,17 @@ void check(const DmStatus& status)
         raiseDmError(status.reason(), dmUtf8(status.info()));
 }
 
+/// What an edit would say: true where it could be done, else the reason in words.
+struct Answer
+{
+    std::string reason;
+};
+
 /// A session on a timeline: operations, and nodes that can be set.
 ///
-/// Nodes to set are those of a copy of the tree, which the first that is reached makes. An operation publishes that
-/// copy and makes it constant: nodes that were reached before it say so when they are set, and are reached anew behind
-/// it.
+/// Nodes to set are those of a copy of the tree, which the first that is reached makes. An operation publishes what was
+/// set, without what was not, and makes the copy constant: nodes that were reached before it say so when they are set,
+/// and are reached anew behind it.
 class Session
 {
 public:
@@ -47,47 +55,64 @@ public:
     }
 
     const std::string& name() const { return _name; }
-    bool isOpen() const { return _open; }
+    const std::vector<std::string>& notes() const { return _notes; }
 
     CoSharedPtr<DmTreeNode> tree()
     {
         requireOpen();
-        if (!_tree)
-            _tree = DmTreeTool::deepClone(_current.tree());
-        if (_tree && _tree->isFrozen()) // copies share what is constant; every property of this one is set anew
-            _tree = CoSharedPtr<DmTreeNode>(dynamic_cast<DmTreeNode*>(unwrap(restore(stateOf(*_tree)))));
-        if (!_tree)
-            throw std::bad_alloc();
-        return _tree;
+        if (_inside)
+            raiseValue("nodes in a container are set through the session around it");
+        if (!_draft)
+            _draft.emplace(_current.tree());
+        return _draft->tree();
     }
 
-    /// What the operations, and what was set, have made of it so far.
+    /// What the operations, and what was set, have made of it so far; nodes that were reached stay as they are.
+    DmTimeline peek() const
+    {
+        CoSharedPtr<DmTreeNode> tree = _draft ? _draft->read() : CoSharedPtr<DmTreeNode>();
+        if (!tree || tree.get() == _current.tree().get())
+            return _current;
+        DmStatus status;
+        DmTimeline published = DmTimeline::takeOver(std::move(tree), 0, &status);
+        check(status);
+        return published;
+    }
+    /// The same, and the nodes become constant.
     DmTimeline current()
     {
-        if (_tree)
-        {
-            DmStatus status;
-            const DmTimeline published = DmTimeline::publish(_tree, 0, &status);
-            check(status);
-            _current = published;
-            _tree->freeze();
-            _tree.reset();
-        }
+        _current = peek();
+        drop();
         return _current;
     }
 
+    /// A session about the composition that a container plays; `self` is this one.
+    Session inside(const py::object& self, const py::object& container, const DmEditOptions& options)
+    {
+        const DmElementPlace at = place(container);
+        const CoSharedPtr<DmTreeNode> element = current().element(at);
+        const auto* const node = dynamic_cast<const DmContainerNode*>(element.get());
+        if (!node || !node->getComposition())
+            raiseValue("the element is no container of a composition");
+        Session inner(DmTimeline::publish(node->getComposition()), _name);
+        inner._inside = Inside{self, at, options, _current, {}};
+        return inner;
+    }
+    bool isInside() const { return _inside.has_value(); }
+
     void leave(bool failed)
     {
+        requireOpen();
         if (failed)
         {
             _current = _start;
-            if (_tree)
-                _tree->freeze();
-            _tree.reset();
+            drop();
         }
         else
             current();
         _open = false;
+        if (_inside && !failed)
+            takeInside();
     }
 
     const DmTimeline& result() const
@@ -105,24 +130,96 @@ public:
         DmEdit edit(current(), options);
         check(operation(edit));
         _current = edit.timeline();
+        if (_inside)
+            _inside->done.emplace_back(options, operation);
+        for (const DmString& note : edit.notes())
+            _notes.push_back(dmUtf8(note));
+    }
+    /// Whether it could be done.
+    template <class Operation>
+    Answer ask(const DmEditOptions& options, Operation&& operation) const
+    {
+        requireOpen();
+        DmEdit edit = DmEdit(peek(), options).can();
+        const DmStatus status = operation(edit);
+        return {status.failed() ? dmUtf8(status.info()) : std::string()};
     }
 
-    DmElementPlace place(const py::object& element);
-    DmLayerPlace layer(const py::object& layer);
-    double time(const py::object& time);
+    DmElementPlace place(const py::object& element) const;
+    DmLayerPlace layer(const py::object& layer) const;
+    double time(const py::object& time) const;
 
 private:
+    struct Inside
+    {
+        py::object outer;
+        DmElementPlace container;
+        DmEditOptions options;
+        DmTimeline opened; ///< the outer session's
+        std::vector<std::pair<DmEditOptions, std::function<DmStatus(DmEdit&)>>> done;
+    };
+
+    /// Does in the container what was done here.
+    void takeInside()
+    {
+        auto& outer = py::cast<Session&>(_inside->outer);
+        if (!(outer.peek() == _inside->opened))
+            raiseValue("the session around was changed while the one inside was open");
+        if (_inside->done.empty())
+            return;
+        outer.apply(_inside->options,
+                    [container = _inside->container, done = _inside->done](DmEdit& edit)
+                    {
+                        return edit.inside(container,
+                                           [&done](DmEdit& inner)
+                                           {
+                                               DmStatus status;
+                                               for (const auto& [options, operation] : done)
+                                               {
+                                                   inner.options() = options;
+                                                   if (status = operation(inner); status.failed())
+                                                       break;
+                                               }
+                                               return status;
+                                           });
+                    });
+    }
+
     void requireOpen() const
     {
         if (!_open)
             raiseValue("the session has ended: timeline.edit() opens another one");
     }
+    void drop()
+    {
+        if (_draft)
+            _draft->tree()->freeze();
+        _draft.reset();
+    }
+    CoSharedPtr<DmCompositionNode> shown() const;
 
     DmTimeline _start;
     DmTimeline _current;
-    CoSharedPtr<DmTreeNode> _tree; ///< null until a node to set is asked for
+    std::optional<Draft> _draft; ///< none until a node to set is asked for
     std::string _name;
+    std::vector<std::string> _notes;
+    std::optional<Inside> _inside;
     bool _open = true;
+};
+
+/// A session's question: its operations answer whether they could be done.
+struct Question
+{
+    const Session& session;
+
+    DmElementPlace place(const py::object& element) const { return session.place(element); }
+    DmLayerPlace layer(const py::object& layer) const { return session.layer(layer); }
+    double time(const py::object& time) const { return session.time(time); }
+    template <class Operation>
+    Answer apply(const DmEditOptions& options, Operation&& operation) const
+    {
+        return session.ask(options, operation);
+    }
 };
 
 int indexOf(const DmTreeNode& parent, const DmPropertySet& child)
@@ -144,8 +241,13 @@ CoSharedPtr<DmCompositionNode> firstComposition(DmTreeNode& node)
     return {};
 }
 
+CoSharedPtr<DmCompositionNode> Session::shown() const
+{
+    return _draft ? firstComposition(*_draft->tree()) : _current.composition();
+}
+
 /// A segment, or a transition, of the session's tree or timeline; or its position (track, layer, index).
-DmElementPlace Session::place(const py::object& element)
+DmElementPlace Session::place(const py::object& element) const
 {
     if (py::isinstance<py::tuple>(element) && py::len(element) == 3)
     {
@@ -153,8 +255,7 @@ DmElementPlace Session::place(const py::object& element)
         return {py::cast<int>(position[0]), py::cast<int>(position[1]), py::cast<int>(position[2])};
     }
     const DmTreeNode& node = requireNode(element);
-    for (const CoSharedPtr<DmCompositionNode>& composition :
-         {_tree ? firstComposition(*_tree) : CoSharedPtr<DmCompositionNode>(), _current.composition()})
+    for (const CoSharedPtr<DmCompositionNode>& composition : {shown(), _current.composition()})
         for (int track = 0; composition && track < composition->getNbChildren(); ++track)
             for (int layer = 0; composition->getChild(track) && layer < composition->getChild(track)->getNbChildren();
                  ++layer)
@@ -162,20 +263,20 @@ DmElementPlace Session::place(const py::object& element)
                     if (const int index = indexOf(*at, node); index >= 0)
                         return {track, layer, index};
     if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(&node))
-        if (const std::optional<DmElementPlace> found = current().placeOf(*segment))
+        if (const std::optional<DmElementPlace> found = peek().placeOf(*segment))
             return *found;
     raiseValue("the element is not one of the session's timeline: reach it through the session");
 }
 
 /// "V1", a track or a layer of the session, or a position (track, layer).
-DmLayerPlace Session::layer(const py::object& layer)
+DmLayerPlace Session::layer(const py::object& layer) const
 {
     if (py::isinstance<py::tuple>(layer) && py::len(layer) == 2)
     {
         const auto position = py::cast<py::tuple>(layer);
         return {py::cast<int>(position[0]), py::cast<int>(position[1])};
     }
-    const CoSharedPtr<DmCompositionNode> composition = _tree ? firstComposition(*_tree) : _current.composition();
+    const CoSharedPtr<DmCompositionNode> composition = shown();
     for (int track = 0; composition && track < composition->getNbChildren(); ++track)
     {
         const auto* const at = dynamic_cast<const DmTrackNode*>(composition->getChild(track));
@@ -200,9 +301,9 @@ DmLayerPlace Session::layer(const py::object& layer)
 }
 
 /// Record time: frames, or a label or a Time of the composition.
-double Session::time(const py::object& time)
+double Session::time(const py::object& time) const
 {
-    const CoSharedPtr<DmCompositionNode> composition = _tree ? firstComposition(*_tree) : _current.composition();
+    const CoSharedPtr<DmCompositionNode> composition = shown();
     const DM::FrameCodeModes mode = dmFcmFromText(composition->getFCM());
     const double frames = toFrames(time, mode);
     return PyUnicode_Check(time.ptr()) || py::isinstance<Time>(time) ? composition->getRecordTime(frames) : frames;
@@ -250,6 +351,7 @@ DmEditOptions optionsOf(const py::kwargs& keywords)
         {"keep_frames", &options.keepFrames},
         {"ripple", &options.ripple},
         {"fit", &options.fit},
+        {"own_composition", &options.ownComposition},
     };
     for (const auto& [key, value] : keywords)
     {
@@ -280,7 +382,8 @@ DmEditOptions optionsOf(const py::kwargs& keywords)
     return options;
 }
 
-std::vector<int> tracksOf(Session& self, const py::object& tracks)
+template <class Target>
+std::vector<int> tracksOf(const Target& self, const py::object& tracks)
 {
     std::vector<int> all;
     for (const py::handle each : py::iter(tracks))
@@ -289,7 +392,8 @@ std::vector<int> tracksOf(Session& self, const py::object& tracks)
     return all;
 }
 
-double optionalTime(Session& self, const py::object& time)
+template <class Target>
+double optionalTime(const Target& self, const py::object& time)
 {
     return time.is_none() ? dmNoTime : self.time(time);
 }
@@ -302,108 +406,111 @@ double optionalFrames(const py::object& frames)
 using Object = const py::object&;
 using Keywords = const py::kwargs&;
 
-void addOperations(py::class_<Session>& type)
+/// To a session, or to its question.
+template <class Target>
+void addOperations(py::class_<Target>& type)
 {
     type.def(
             "insert",
-            [](Session& self, Object layer, Object time, Object segment, Keywords options)
+            [](Target& self, Object layer, Object time, Object segment, Keywords options)
             {
                 const DmLayerPlace place = self.layer(layer);
                 const double at = self.time(time);
                 const auto what = requireOf<DmSegmentNode>(segment, "a segment");
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.insert(place, at, what); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.insert(place, at, what); });
             },
             py::arg("layer"), py::arg("time"), py::arg("segment"),
             "Splits what plays there, and pushes it and all behind it away.")
         .def(
             "overwrite",
-            [](Session& self, Object layer, Object time, Object segment, Keywords options)
+            [](Target& self, Object layer, Object time, Object segment, Keywords options)
             {
                 const DmLayerPlace place = self.layer(layer);
                 const double at = self.time(time);
                 const auto what = requireOf<DmSegmentNode>(segment, "a segment");
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.overwrite(place, at, what); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.overwrite(place, at, what); });
             },
             py::arg("layer"), py::arg("time"), py::arg("segment"), "Replaces what plays there.")
         .def(
             "lift",
-            [](Session& self, Object layer, Object begin, Object end, Keywords options)
+            [](Target& self, Object layer, Object begin, Object end, Keywords options)
             {
                 const DmLayerPlace place = self.layer(layer);
                 const double in = self.time(begin), out = self.time(end);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.lift(place, in, out); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.lift(place, in, out); });
             },
             py::arg("layer"), py::arg("begin"), py::arg("end"), "Takes a range out and leaves a gap.")
         .def(
             "extract",
-            [](Session& self, Object layer, Object begin, Object end, Keywords options)
+            [](Target& self, Object layer, Object begin, Object end, Keywords options)
             {
                 const DmLayerPlace place = self.layer(layer);
                 const double in = self.time(begin), out = self.time(end);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.extract(place, in, out); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.extract(place, in, out); });
             },
             py::arg("layer"), py::arg("begin"), py::arg("end"), "Takes a range out and closes up.")
         .def(
             "split",
-            [](Session& self, Object layer, Object time, Keywords options)
+            [](Target& self, Object layer, Object time, Keywords options)
             {
                 const DmLayerPlace place = self.layer(layer);
                 const double at = self.time(time);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.split(place, at); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.split(place, at); });
             },
             py::arg("layer"), py::arg("time"), "Both halves play the frames that they played.")
         .def(
             "move",
-            [](Session& self, Object element, Object layer, Object time, Keywords options)
+            [](Target& self, Object element, Object layer, Object time, Keywords options)
             {
                 const DmElementPlace what = self.place(element);
                 const DmLayerPlace to = self.layer(layer);
                 const double at = self.time(time);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.move(what, to, at); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.move(what, to, at); });
             },
             py::arg("element"), py::arg("layer"), py::arg("time"), "To another time or track.")
         .def(
             "swap",
-            [](Session& self, Object a, Object b, Keywords options)
+            [](Target& self, Object a, Object b, Keywords options)
             {
                 const DmElementPlace one = self.place(a), other = self.place(b);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.swap(one, other); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.swap(one, other); });
             },
             py::arg("a"), py::arg("b"), "Two segments change places.")
         .def(
             "replace",
-            [](Session& self, Object element, Object material, Keywords options)
+            [](Target& self, Object element, Object material, Keywords options)
             {
                 const DmElementPlace what = self.place(element);
                 const auto with = requireOf<DmSegmentNode>(material, "a segment");
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.replace(what, with); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.replace(what, with); });
             },
             py::arg("element"), py::arg("material"), "Other material under the same times.")
         .def(
             "fill",
-            [](Session& self, Object layer, Object material, Object recordIn, Object recordOut, Object sourceIn,
+            [](Target& self, Object layer, Object material, Object recordIn, Object recordOut, Object sourceIn,
                Object sourceOut, Keywords options)
             {
                 const DmLayerPlace place = self.layer(layer);
                 const auto with = requireOf<DmSegmentNode>(material, "a segment");
                 const double in = optionalTime(self, recordIn), out = optionalTime(self, recordOut);
                 const double from = optionalFrames(sourceIn), to = optionalFrames(sourceOut);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.fill(place, with, in, out, from, to); });
+                return self.apply(optionsOf(options),
+                                  [=](DmEdit& edit) { return edit.fill(place, with, in, out, from, to); });
             },
             py::arg("layer"), py::arg("material"), py::arg("record_in") = py::none(),
             py::arg("record_out") = py::none(), py::arg("source_in") = py::none(), py::arg("source_out") = py::none(),
             "Three- and four-point editing; source times are frames of the material.")
         .def(
             "transition",
-            [](Session& self, Object seam, double length, const std::string& alignment, Object effect, Keywords options)
+            [](Target& self, Object seam, double length, const std::string& alignment, Object effect, Keywords options)
             {
                 const DmElementPlace at = self.place(seam);
                 const eDmSeamAlignment where = alignmentOf(alignment);
                 CoSharedPtr<DmEffectSettings> settings;
                 if (!effect.is_none())
                     settings = requireOf<DmEffectSettings>(effect, "an effect");
-                self.apply(optionsOf(options),
-                           [&](DmEdit& edit) { return edit.transition(at, length, where, settings); });
+                return self.apply(optionsOf(options),
+                                  [=](DmEdit& edit) { return edit.transition(at, length, where, settings); });
             },
             py::arg("seam"), py::arg("length"), py::arg("alignment") = "centred", py::arg("effect") = py::none(),
             "Puts a transition on a seam, a dissolve by default, or changes the one there.");
@@ -422,10 +529,10 @@ void addOperations(py::class_<Session>& type)
           Moving{"speed", &DmEdit::speed, "1 is normal, negative backwards."}})
         type.def(
             each.name,
-            [how = each.how](Session& self, Object element, double by, Keywords options)
+            [how = each.how](Target& self, Object element, double by, Keywords options)
             {
                 const DmElementPlace place = self.place(element);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return (edit.*how)(place, by); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return (edit.*how)(place, by); });
             },
             py::arg("element"), py::arg("by"), each.doc);
     struct Trimming
@@ -438,11 +545,11 @@ void addOperations(py::class_<Session>& type)
                                  Trimming{"ripple_trim", &DmEdit::rippleTrim, "Moves an edge and all behind it."}})
         type.def(
             each.name,
-            [how = each.how](Session& self, Object element, const std::string& edge, double by, Keywords options)
+            [how = each.how](Target& self, Object element, const std::string& edge, double by, Keywords options)
             {
                 const DmElementPlace place = self.place(element);
                 const eDmEdge which = edgeOf(edge);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return (edit.*how)(place, which, by); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return (edit.*how)(place, which, by); });
             },
             py::arg("element"), py::arg("edge"), py::arg("by"), each.doc);
     struct Single
@@ -458,19 +565,19 @@ void addOperations(py::class_<Session>& type)
                                Single{"reverse", &DmEdit::reverse, "Plays the same frames backwards."}})
         type.def(
             each.name,
-            [how = each.how](Session& self, Object element, Keywords options)
+            [how = each.how](Target& self, Object element, Keywords options)
             {
                 const DmElementPlace place = self.place(element);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return (edit.*how)(place); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return (edit.*how)(place); });
             },
             py::arg("element"), each.doc);
     type.def(
         "freeze",
-        [](Session& self, Object element, Object time, Keywords options)
+        [](Target& self, Object element, Object time, Keywords options)
         {
             const DmElementPlace place = self.place(element);
             const double at = self.time(time);
-            self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.freeze(place, at); });
+            return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.freeze(place, at); });
         },
         py::arg("element"), py::arg("time"), "Holds the frame that plays then.");
 
@@ -487,45 +594,91 @@ void addOperations(py::class_<Session>& type)
                               Whole{"redact", &DmEdit::redact, "Takes names, comments, paths and notes out."}})
         type.def(
             each.name,
-            [how = each.how](Session& self, Keywords options)
-            { self.apply(optionsOf(options), [&](DmEdit& edit) { return (edit.*how)(); }); },
+            [how = each.how](Target& self, Keywords options)
+            { return self.apply(optionsOf(options), [=](DmEdit& edit) { return (edit.*how)(); }); },
             each.doc);
     type.def(
             "trim_to_range",
-            [](Session& self, Object begin, Object end, Keywords options)
+            [](Target& self, Object begin, Object end, Keywords options)
             {
                 const double in = self.time(begin), out = self.time(end);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.trimToRange(in, out); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.trimToRange(in, out); });
             },
             py::arg("begin"), py::arg("end"), "Keeps a range.")
         .def(
             "concatenate",
-            [](Session& self, const DmTimeline& other, Keywords options)
-            { self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.concatenate(other); }); },
+            [](Target& self, const DmTimeline& other, Keywords options)
+            { return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.concatenate(other); }); },
             py::arg("other"), "The other timeline behind this one.")
         .def(
             "stack",
-            [](Session& self, const DmTimeline& other, Keywords options)
-            { self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.stack(other); }); },
+            [](Target& self, const DmTimeline& other, Keywords options)
+            { return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.stack(other); }); },
             py::arg("other"), "The other timeline's tracks on top of these.")
         .def(
             "keep_tracks",
-            [](Session& self, Object tracks, Keywords options)
+            [](Target& self, Object tracks, Keywords options)
             {
                 const std::vector<int> which = tracksOf(self, tracks);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.keepTracks(which); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.keepTracks(which); });
             },
             py::arg("tracks"))
         .def(
             "drop_tracks",
-            [](Session& self, Object tracks, Keywords options)
+            [](Target& self, Object tracks, Keywords options)
             {
                 const std::vector<int> which = tracksOf(self, tracks);
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.dropTracks(which); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.dropTracks(which); });
             },
             py::arg("tracks"))
+        .def(
+            "mute",
+            [](Target& self, Object element, bool muted, Keywords options)
+            {
+                const DmElementPlace place = self.place(element);
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.mute(place, muted); });
+            },
+            py::arg("element"), py::arg("muted") = true, "So that it is neither seen nor heard.")
+        .def(
+            "rename",
+            [](Target& self, Object element, Object name, Keywords options)
+            {
+                const DmElementPlace place = self.place(element);
+                const DmString text = toText(name, "a name");
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.rename(place, text); });
+            },
+            py::arg("element"), py::arg("name"), "The element's own name.")
+        .def(
+            "add_mark",
+            [](Target& self, Object mark, Object element, Keywords options)
+            {
+                const auto what = requireOf<DmCueMark>(mark, "a cue mark");
+                std::optional<DmElementPlace> place;
+                if (!element.is_none())
+                    place = self.place(element);
+                return self.apply(optionsOf(options), [=](DmEdit& edit)
+                                  { return place ? edit.addMark(*place, what) : edit.addMark(what); });
+            },
+            py::arg("mark"), py::arg("element") = py::none(), "To a segment; to the composition without one.")
+        .def(
+            "add_effect",
+            [](Target& self, Object element, Object effect, Keywords options)
+            {
+                const DmElementPlace place = self.place(element);
+                const auto what = requireOf<DmEffectSettings>(effect, "an effect");
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.addEffect(place, what); });
+            },
+            py::arg("element"), py::arg("effect"), "Behind those that the segment has.")
+        .def(
+            "remove_effect",
+            [](Target& self, Object element, int index, Keywords options)
+            {
+                const DmElementPlace place = self.place(element);
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.removeEffect(place, index); });
+            },
+            py::arg("element"), py::arg("index"), "By its position among the segment's effects.")
         .def("relink",
-             [](Session& self, const std::map<std::string, std::pair<std::string, std::string>>& how)
+             [](Target& self, const std::map<std::string, std::pair<std::string, std::string>>& how)
              {
                  DmEdit::Relink relink;
                  for (const auto& [what, names] : how)
@@ -538,17 +691,17 @@ void addOperations(py::class_<Session>& type)
                          !dmFromUtf8(names.second, to))
                          raiseValue("relink takes path, name and reel");
                  }
-                 self.apply({}, [&](DmEdit& edit) { return edit.relink(relink); });
+                 return self.apply({}, [=](DmEdit& edit) { return edit.relink(relink); });
              })
         .def(
             "conform",
-            [](Session& self, Object mode, const std::string& keep, Keywords options)
+            [](Target& self, Object mode, const std::string& keep, Keywords options)
             {
                 const DM::FrameCodeModes fcm = toMode(mode);
                 if (keep != "labels" && keep != "clock")
                     raiseValue("conform keeps 'labels' or the 'clock', not '" + keep + "'");
                 const DmEdit::Conform what = keep == "labels" ? DmEdit::Conform::Labels : DmEdit::Conform::Clock;
-                self.apply(optionsOf(options), [&](DmEdit& edit) { return edit.conform(fcm, what); });
+                return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.conform(fcm, what); });
             },
             py::arg("mode"), py::arg("keep") = "labels", "To another mode: seams keep their labels, or the clock.");
 }
@@ -577,6 +730,24 @@ void addEdits(py::module_& module)
             { return segmentList(wrap(self.composition().get()), track, at, false); },
             py::kw_only(), py::arg("track") = py::none(), py::arg("at") = py::none())
         .def(
+            "find",
+            [](const DmTimeline& self, Object id) -> py::object
+            {
+                const std::optional<DmElementPlace> found = self.find(toText(id, "a segment's id"));
+                return found ? wrap(self.element(*found).get()) : py::none();
+            },
+            py::arg("segment_id"), "The segment of an id; None when there is none.")
+        .def(
+            "linked",
+            [](const DmTimeline& self, Object id)
+            {
+                py::list all;
+                for (const DmElementPlace& place : self.linkedWith(toText(id, "a segment's id")))
+                    all.append(wrap(self.element(place).get()));
+                return all;
+            },
+            py::arg("segment_id"), "The segments that are edited together with that of the id, itself among them.")
+        .def(
             "edit", [](const DmTimeline& self, const std::string& name) { return Session(self, name); },
             py::arg("name") = "", "A session: `with timeline.edit('grade') as e:`; the new timeline is e.result.")
         .def("__eq__", [](const DmTimeline& self, Object other)
@@ -587,6 +758,7 @@ void addEdits(py::module_& module)
 
     py::class_<Session> session(module, "Edit", "A session on a timeline: operations, and nodes that can be set.");
     session.def_property_readonly("name", &Session::name)
+        .def_property_readonly("notes", &Session::notes, "What operations had to say beside that they were done.")
         .def_property_readonly(
             "root", [](Session& self) { return wrap(self.tree().get()); },
             "The tree, whose nodes can be set. After an operation they are reached anew.")
@@ -594,7 +766,11 @@ void addEdits(py::module_& module)
         .def(
             "segments",
             [](Session& self, Object track, Object at)
-            { return segmentList(wrap(firstComposition(*self.tree()).get()), track, at, false); },
+            {
+                const CoSharedPtr<DmCompositionNode> composition =
+                    self.isInside() ? self.peek().composition() : firstComposition(*self.tree());
+                return segmentList(wrap(composition.get()), track, at, false);
+            },
             py::kw_only(), py::arg("track") = py::none(), py::arg("at") = py::none(),
             "The segments, which can be set, as of a node.")
         .def_property_readonly(
@@ -603,7 +779,26 @@ void addEdits(py::module_& module)
         .def("__enter__", [](Object self) { return self; })
         .def("__exit__",
              [](Session& self, Object type, Object /*error*/, Object /*trace*/) { self.leave(!type.is_none()); });
+    session
+        .def(
+            "can", [](const Session& self) { return Question{self}; }, py::keep_alive<0, 1>(),
+            "The session's question: `e.can().roll(seam, 5)` is true where that could be done, and changes nothing.")
+        .def(
+            "inside",
+            [](Object self, Object container, Keywords options)
+            { return py::cast<Session&>(self).inside(self, container, optionsOf(options)); },
+            py::arg("container"),
+            "A session about the composition that a container plays, `with e.inside(container) as inner:`. Every "
+            "container of it\nplays the new one, unless own_composition=True says that only this one does.");
     addOperations(session);
+    py::class_<Answer>(module, "Answer", "Whether an edit could be done: true, or false with a reason.")
+        .def_readonly("reason", &Answer::reason)
+        .def("__bool__", [](const Answer& self) { return self.reason.empty(); })
+        .def("__repr__", [](const Answer& self)
+             { return self.reason.empty() ? std::string("<Answer: yes>") : "<Answer: no: " + self.reason + ">"; });
+    py::class_<Question> question(module, "Question",
+                                  "A session's operations, which answer whether they could be done.");
+    addOperations(question);
 
     py::class_<DmHistory>(module, "History", "What was done to a timeline, step by step, and the way back.")
         .def(py::init<DmTimeline>(), py::arg("start"))

@@ -1,5 +1,6 @@
 #include "pySet.h"
 
+#include "pyDraft.h"
 #include "pyListener.h"
 #include "pyState.h"
 #include "pyTypes.h"
@@ -174,14 +175,7 @@ PyObject* copy(PyObject* self, PyObject* /*none*/)
 
 PyObject* deepCopy(PyObject* self, PyObject* /*memo*/)
 {
-    return guarded<PyObject*>(nullptr,
-                              [&]
-                              {
-                                  DmPropertySetPtr made;
-                                  if (const eDmErrorId status = dmDeepCopy(setOf(self), made); status != DM_NO_ERROR)
-                                      raiseStatus(status, "copying " + std::string(Py_TYPE(self)->tp_name));
-                                  return wrap(made).release().ptr();
-                              });
+    return guarded<PyObject*>(nullptr, [&] { return wrap(deepCopyOf(setOf(self))).release().ptr(); });
 }
 
 PyObject* reduce(PyObject* self, PyObject* /*none*/)

@@ -1,5 +1,8 @@
 """Timelines as values: publishing, sessions, history."""
 
+import copy
+import json
+import re
 import threading
 
 import pytest
@@ -15,6 +18,10 @@ def timeline(commercial):
 
 def pictures(timeline):
     return [(each.name, each.recIn, each.recLength) for each in timeline.segments(track="V1")]
+
+
+def faults(timeline):
+    return [each for each in zrdmtree.check(timeline) if each.severity == "error"]
 
 
 def test_published_nodes_are_constant_and_the_tree_is_not(commercial, timeline):
@@ -46,7 +53,7 @@ def test_a_session_sets_nodes_and_applies_operations(timeline):
     assert pictures(timeline) == before
     assert after[1] == ("hands", before[1][1], before[1][2] - 10) and e.result.segments(track="V1")[1].shotName == "S2"
     assert after[2][1] == before[2][1] - 10 and e.name == "grade"
-    assert zrdmtree.check(e.result.root) == []
+    assert faults(e.result) == []
     with pytest.raises(DmValueError, match="ended"):
         e.segments()
 
@@ -69,7 +76,7 @@ def test_operations_take_labels_places_and_nodes(timeline):
         e.insert("V1", 0, zrdmtree.DmGapNode(mediaType=1, recLength=25))
     names = [each[0] for each in pictures(e.result)]
     assert names.count("hands picking") == 3 and len(names) > len(pictures(timeline)) + 2
-    assert zrdmtree.check(e.result.root) == []
+    assert faults(e.result) == []
 
 
 REFUSED = [
@@ -101,6 +108,117 @@ def test_what_cannot_be_done_raises_and_changes_nothing(timeline, attempt):
         with pytest.raises(error):
             operation(e)
     assert e.result == timeline
+
+
+def test_what_a_session_does_not_change_is_shared(timeline):
+    with timeline.edit() as e:
+        clip = e.segments(track="V1")[1]
+        clip.effects[0].channelList["gain"].keyFrameList[0].value = 0.25
+        clip.comment = "graded"
+        e.root.comment = "day 2"
+        others = e.segments(track="V1")[2:]  # reached and read, and nothing more
+        assert all(other.recIn > clip.recIn for other in others)
+    old, new = timeline.root, e.result.root
+    assert (new.comment, new.segments(track="V1")[1].comment) == ("day 2", "graded")
+    assert new.segments(track="V1")[1].effects[0].channelList["gain"].keyFrameList[0].value == 0.25
+    assert old.segments(track="V1")[1] != new.segments(track="V1")[1]
+    for i, (was, now) in enumerate(zip(old.segments(), new.segments())):
+        assert (was is now) == (i != 1)
+    assert new.segments(track="V1")[1].srcInput is old.segments(track="V1")[1].srcInput
+    with timeline.edit() as e:
+        assert e.segments()[0].recIn == 0
+    assert e.result == timeline
+
+
+def test_what_is_shared_inside_a_timeline_is_set_once_for_all(timeline):
+    with timeline.edit() as e:
+        layer = e.composition.children[0].children[0]
+        clips = [each for each in layer.children if isinstance(each, zrdmtree.DmSourceNode)]
+        clips[1].srcInput = clips[0].srcInput
+        clips[0].srcInput.srcInfo.reelName = "B007"
+    with e.result.edit() as second:
+        second.segments(track="V1")[0].srcInput.name = "both"
+    clips = [each for each in second.result.segments(track="V1") if isinstance(each, zrdmtree.DmSourceNode)]
+    assert clips[0].srcInput is clips[1].srcInput and clips[1].srcInput.srcInfo.reelName == "B007"
+    assert clips[1].srcInput.name == "both"
+
+
+def test_marks_of_layers_stay(examples):
+    content = (examples / "lists" / "promo.otio").read_bytes()
+    document = json.loads(content)
+    marker = {"OTIO_SCHEMA": "Marker.2", "name": "of the track", "color": "RED", "metadata": {},
+              "marked_range": {"OTIO_SCHEMA": "TimeRange.1",
+                               "start_time": {"OTIO_SCHEMA": "RationalTime.1", "rate": 25.0, "value": 3.0},
+                               "duration": {"OTIO_SCHEMA": "RationalTime.1", "rate": 25.0, "value": 0.0}}}
+    document["tracks"]["children"][0]["markers"] = [marker]
+    root = zrdmtree.loads(json.dumps(document), format="otio")
+    assert b"of the track" in zrdmtree.dumps(root, format="otio")
+    with root.publish().edit() as e:
+        e.segments()[0].comment = "seen"
+    for kept in (e.result, copy.deepcopy(root), copy.deepcopy(e.result.root)):
+        assert zrdmtree.dumps(kept, format="otio").count(b"of the track") == 1
+
+
+def test_a_question_changes_nothing(timeline):
+    with timeline.edit() as e:
+        clip = e.segments(track="V1")[0]
+        yes, no = e.can().slip(clip, -5), e.can().trim(clip, "tail", 100000)
+        assert yes and yes.reason == "" and not no and no.reason and no.reason in repr(no)
+        with pytest.raises(DmError, match=re.escape(no.reason)):
+            e.trim(clip, "tail", 100000)
+        with pytest.raises(TypeError):
+            e.can().trim(None, "tail", 1)
+        question = e.can()
+    assert e.result == timeline
+    with pytest.raises(DmValueError, match="ended"):
+        question.cut((0, 0, 1))
+
+
+def test_properties_are_edited_by_operations(timeline):
+    with timeline.edit() as e:
+        first = (0, 0, 0)
+        e.rename(first, "opening")
+        e.mute(first)
+        e.add_effect(first, zrdmtree.DmLookSettings())
+        e.add_mark(zrdmtree.DmCueMark(cueMarkName="in the shot", cueMarkTime=3), first)
+        e.add_mark(zrdmtree.DmCueMark(cueMarkName="in the cut", cueMarkTime=3))
+    clip = e.result.find(timeline.segments()[0].segmentId)
+    assert (clip.name, clip.muted, clip.segmentMarks[-1].cueMarkName) == ("opening", True, "in the shot")
+    assert e.result.composition.cueMarks[-1].cueMarkName == "in the cut" and e.notes == []
+    assert e.result.find("nothing such") is None and clip in e.result.linked(clip.segmentId)
+
+
+@pytest.fixture
+def feature(examples):
+    return zrdmtree.load(examples / "documents" / "feature-23.976.json").publish()
+
+
+def container_of(nodes):
+    return next(each for each in nodes if isinstance(each, zrdmtree.DmContainerNode))
+
+
+def test_edits_go_inside_containers(feature):
+    with feature.edit() as e:
+        with e.inside(container_of(e.segments()), own_composition=True) as inner:
+            shot = inner.segments()[0]
+            inner.rename(shot, "renamed inside")
+            assert inner.can().mute(shot) and not inner.can().trim(shot, "tail", 1e6)
+            with pytest.raises(DmValueError, match="around"):
+                inner.root
+    assert container_of(e.result.segments()).composition.segments()[0].name == "renamed inside"
+    assert container_of(feature.segments()).composition.segments()[0].name != "renamed inside"
+    with feature.edit() as e:
+        with pytest.raises(ZeroDivisionError):
+            with e.inside(container_of(e.segments())) as inner:
+                inner.rename(inner.segments()[0], "half done")
+                1 / 0
+        with pytest.raises(DmValueError, match="container"):
+            e.inside((0, 0, 0))
+        with pytest.raises(DmValueError, match="while"):
+            with e.inside(container_of(e.segments())) as inner:
+                inner.rename(inner.segments()[0], "inside")
+                e.rename((0, 0, 0), "outside")
+    assert container_of(e.result.segments()).composition == container_of(feature.segments()).composition
 
 
 def test_history_goes_back_and_forth(timeline):
