@@ -4,6 +4,7 @@
     PYTHONPATH=build/release/python pythonBench.py build/release/bench/pythonLoad
 """
 
+import concurrent.futures
 import gc
 import os
 import subprocess
@@ -61,6 +62,10 @@ def set_all(clips):
         clip.recLength = 48.0
 
 
+def examine(path):
+    return zrdmtree.check(zrdmtree.load(path).publish())
+
+
 def current():
     with open("/proc/self/statm") as file:
         return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") // 1024
@@ -95,6 +100,14 @@ def main(program):
         print(f"table: {quickest(lambda: zrdmtree.table(root)) / cells * 1e6:.3f} us a cell (bound 0.15)")
         three = ["name", "recIn", "recLength"]
         print(f"table of three: {quickest(lambda: zrdmtree.table(root, three)) / (3 * CLIPS) * 1e6:.3f} us a cell")
+
+        middle = os.path.join(folder, "middle.json")
+        zrdmtree.save(document(CLIPS // 10), middle)
+        with concurrent.futures.ThreadPoolExecutor(8) as threads:
+            side = quickest(lambda: list(threads.map(examine, [middle] * 8)))
+        behind = quickest(lambda: [examine(middle) for _ in range(8)])
+        print(f"eight documents loaded and checked by eight threads: {side / behind:.2f} of one thread's time, "
+              f"on {os.cpu_count()} processors")
 
         for _ in range(50):
             zrdmtree.load(small)

@@ -90,7 +90,7 @@ def on_dask(paths: list[str], address: str, workers: int | None = None) -> Itera
 
     local = {"processes": True, "n_workers": workers, "threads_per_worker": 1, "host": "127.0.0.1",
              "dashboard_address": None} if address == "local" else {"address": address}
-    with distributed.Client(**local) as client:
+    with distributed.Client(**local) as client:  # type: ignore[no-untyped-call]
         for path, future in [(path, client.submit(examine, path, pure=False)) for path in paths]:
             try:
                 yield future.result()
