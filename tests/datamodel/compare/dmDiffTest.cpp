@@ -210,7 +210,7 @@ TEST(Diff, TellsOfVersionsOfATimelineWhatItTellsOfTheirTrees)
     track->addChild(builder.finish());
     const DmTimeline start = DmTimeline::publish(root);
     int told = 0;
-    for (unsigned seed = 1; seed <= 30; ++seed)
+    for (unsigned seed = 1; seed <= 16; ++seed)
     {
         zrMutations::Source source(seed);
         DmTimeline now = start;
@@ -258,7 +258,7 @@ TEST(Diff, TellsOfVersionsOfATimelineWhatItTellsOfTheirTrees)
         EXPECT_EQ(DmDiff::between(now, start).json(), DmDiff::between(now.tree().get(), start.tree().get()).json());
         told += shared.isSame() ? 0 : 1;
     }
-    EXPECT_GT(told, 25);
+    EXPECT_GT(told, 12);
 }
 
 TEST(Diff, LeavesOutWhatIsAskedFor)

@@ -309,7 +309,7 @@ TEST(Merge, PlaysWhatANaiveModelPlays)
         return script;
     };
     int merged = 0;
-    for (unsigned seed = 1; seed <= 60; ++seed)
+    for (unsigned seed = 1; seed <= 32; ++seed)
     {
         Source source(seed);
         std::string drawing;
@@ -391,7 +391,7 @@ TEST(Merge, PlaysWhatANaiveModelPlays)
         }
         merged += frames == expected ? 0 : 1;
     }
-    EXPECT_GT(merged, 50);
+    EXPECT_GT(merged, 26);
 }
 
 TEST(Merge, HoldsItsIdentitiesForAnyDocuments)

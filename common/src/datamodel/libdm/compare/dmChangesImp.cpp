@@ -38,6 +38,12 @@ std::string childPath(const std::string& above, int position)
     return (above.empty() ? above : above + '/') + "children[" + std::to_string(position) + ']';
 }
 
+bool haveLeftovers(const DmTreeNode& a, const DmTreeNode& b)
+{
+    const auto isLeftover = [](const DmPropertySet* blob) { return !blob || blob->getPSetName() == L"DmBlobNode"; };
+    return isLeftover(a.getBaseBlob()) && isLeftover(b.getBaseBlob());
+}
+
 Changes::Changes(const Cut& before, const Cut& after, double tolerance, bool eachShift, std::vector<DmChange>& changes)
     : _before(before)
     , _after(after)

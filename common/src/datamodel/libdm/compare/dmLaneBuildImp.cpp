@@ -123,18 +123,36 @@ LaneMerge::Joint LaneMerge::chooseJoint(const Piece* left, const Piece* right)
 /// What the shot has beside its times, keys standing as they did in the old cut.
 CoSharedPtr<DmSegmentNode> LaneMerge::contents(const Piece& piece)
 {
+    // By how much later than the old shot's picture a side's begins.
+    const auto headIn = [&](const Side& side, int shot)
+    {
+        if (piece.base < 0)
+            return 0.0;
+        double shift = side.edit(piece.base).shift;
+        for (const Part& part : side.edit(piece.base).parts)
+            shift = part.shot == shot ? part.shift : shift;
+        return side.shot(shot).in - shift - _base.shots()[std::size_t(piece.base)].in;
+    };
+    if (piece.base >= 0 && piece.ours >= 0 && piece.theirs >= 0 && piece.like->plays() && !piece.like->isKeyed)
+    {
+        // Where one side alone changed it, it is that one's.
+        const bool sameOurs = _ours.edit(piece.base).isSame;
+        if (sameOurs || _theirs.edit(piece.base).isSame)
+        {
+            const Side& side = sameOurs ? _theirs : _ours;
+            const int shot = sameOurs ? piece.theirs : piece.ours;
+            const CoSharedPtr<DmPropertySet> copy = copyOf(*side.shot(shot).node);
+            auto* const segment = dynamic_cast<DmSegmentNode*>(copy.get());
+            if (segment)
+                DmSegmentChange::shiftKeys(*segment, headIn(side, shot));
+            return CoSharedPtr<DmSegmentNode>(segment);
+        }
+    }
     json::Document base;
     json::Document ours;
     json::Document theirs;
     const auto valueIn = [&](const Side& side, int shot, json::Document& value)
-    {
-        const Shot& at = side.shot(shot);
-        double shift = piece.base < 0 ? 0.0 : side.edit(piece.base).shift;
-        if (piece.base >= 0)
-            for (const Part& part : side.edit(piece.base).parts)
-                shift = part.shot == shot ? part.shift : shift;
-        valueOfShot(at, piece.base < 0 ? 0.0 : at.in - shift - _base.shots()[std::size_t(piece.base)].in, value);
-    };
+    { valueOfShot(side.shot(shot), headIn(side, shot), value); };
     if (piece.base >= 0)
         valueOfShot(_base.shots()[std::size_t(piece.base)], 0.0, base);
     if (piece.ours >= 0)

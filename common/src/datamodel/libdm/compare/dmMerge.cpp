@@ -6,6 +6,7 @@
 #include "dmCueMark.h"
 #include "dmJsonImporter.h"
 #include "dmReelNode.h"
+#include "dmTreeJsonBuilder.h"
 #include "dmTreeTool.h"
 #include "dmUtf8.h"
 
@@ -304,32 +305,37 @@ DmMerge DmMerge::merge(const DmRoot* base, const DmRoot& ours, const DmRoot& the
     DmMerge merge;
     const CoSharedPtr<DmRoot> none = base ? CoSharedPtr<DmRoot>() : DmRoot::create();
     const DmRoot& from = base ? *base : *none;
-    json::Document a;
-    json::Document b;
-    json::Document c;
-    const std::pair<const DmRoot*, json::Document*> documents[] = {{&from, &a}, {&ours, &b}, {&theirs, &c}};
-    for (const auto& [root, value] : documents)
-        if (merge._status.ok())
-            merge._status = valueOf(*root, *value);
+    std::string texts[3];
+    const DmRoot* const roots[] = {&from, &ours, &theirs};
+    for (int i = 0; i < 3 && merge._status.ok(); ++i)
+        merge._status = DmTreeJsonBuilder::generateUtf8(roots[i], texts[i], DmTreeJsonBuilder::Layout::Compact);
     if (merge._status.failed())
         return merge;
-    const auto read = [](const Value& value, CoSharedPtr<DmRoot>& result)
-    { return DmJsonImporter::importRootFromStr(textOf(value).c_str(), result); };
-    if (isSame(b, c) || isSame(a, c))
+    const auto read = [](const std::string& text, CoSharedPtr<DmRoot>& result)
+    { return DmJsonImporter::importRootFromStr(text.c_str(), result); };
+    if (texts[1] == texts[2] || texts[0] == texts[2])
     {
-        merge._status = read(b, merge._result);
+        merge._status = read(texts[1], merge._result);
         return merge;
     }
-    if (isSame(a, b))
+    if (texts[0] == texts[1])
     {
-        merge._status = read(c, merge._result);
+        merge._status = read(texts[2], merge._result);
         return merge;
     }
+    json::Document values[3];
+    for (int i = 0; i < 3; ++i)
+        if (std::string why; !parse(texts[i], values[i], why))
+        {
+            merge._status.fail(DM_BAD_VALUE, "%s", why.c_str());
+            return merge;
+        }
     const bool favoursTheirs = favour == DmMergeFavour::Theirs;
     json::Document result;
-    Merger(from, ours, theirs, favoursTheirs, merge._conflicts, merge._notes).run(a, b, c, result);
+    Merger(from, ours, theirs, favoursTheirs, merge._conflicts, merge._notes)
+        .run(values[0], values[1], values[2], result);
     CoSharedPtr<DmRoot> root;
-    const DmStatus status = read(result, root);
+    const DmStatus status = read(textOf(result), root);
     // Never a document that breaks rules that both kept.
     if (status.failed() || isWorse(*root, ours, theirs))
     {
@@ -338,7 +344,7 @@ DmMerge DmMerge::merge(const DmRoot* base, const DmRoot& ours, const DmRoot& the
         conflict.what = "the edits cannot be put together";
         conflict.ours = "as it stands";
         conflict.theirs = "as it stands";
-        merge._status = read(favoursTheirs ? c : b, root);
+        merge._status = read(texts[favoursTheirs ? 2 : 1], root);
         if (merge._status.failed())
             return merge;
     }

@@ -204,8 +204,7 @@ void ShotCompare::compareRest(const Shot& a, const Shot& b)
 {
     const bool replaced = isReplaced(a, b);
     const bool otherId = _changes.countsShots() || isMadeUp(a.node->getSegmentId()) || isMadeUp(b.node->getSegmentId());
-    const auto isLeftover = [](const DmPropertySet* blob) { return !blob || (blob->getPSetName() == L"DmBlobNode"); };
-    const bool leftovers = isLeftover(a.node->getBaseBlob()) && isLeftover(b.node->getBaseBlob());
+    const bool leftovers = haveLeftovers(*a.node, *b.node);
     const std::string path = _changes.after().pathOf(b);
     const std::string track = _changes.after().laneOf(b).name;
     if (a.node->getPSetName() != b.node->getPSetName())
@@ -269,7 +268,11 @@ void ShotCompare::compareRest(const Shot& a, const Shot& b)
     };
     const Tell inputSink = [&](const Difference& difference)
     {
-        if (difference.path.find("extraDataDictionary") == std::string::npos || old.known || now.known)
+        // Of shots that a list's reader called, what one list does not say nobody changed.
+        const auto isSilent = [](const std::string& text) { return text.empty() || text == "0" || text == "Unknown"; };
+        const bool unsaid = otherId && (isSilent(difference.was) || isSilent(difference.became));
+        const bool isExtra = difference.path.find("extraDataDictionary") != std::string::npos;
+        if (!unsaid && (!isExtra || old.known || now.known))
             sink(difference);
     };
     _changes.compare(*one, *other, "srcInput", input, inputSink);

@@ -1,5 +1,7 @@
 #include "dmSideImp.h"
 
+#include "dmSetCompareImp.h"
+
 #include "dmEditImp.h"
 #include "dmReachImp.h"
 #include "dmSetTools.h"
@@ -204,6 +206,16 @@ void Side::study(int base)
     if (edit.parts.empty())
         _partOf[std::size_t(edit.at)] = {base, edit.shift};
 
+    if (!edit.parts.empty())
+        return;
+    if (head == 0.0)
+    {
+        const LeftOut times = [](int index)
+        { return index == DmSegmentNode::RecIn || index == DmSegmentNode::RecLength || index == DmSegmentNode::RelIn; };
+        bool differs = false;
+        edit.isSame = compareSets(*a.node, *b.node, {}, times, [&](const Difference&) { differs = true; }) && !differs;
+        return;
+    }
     json::Document one;
     json::Document other;
     valueOfShot(a, 0.0, one);
@@ -211,7 +223,7 @@ void Side::study(int base)
     for (json::Document* const value : {&one, &other})
         if (Value* const members = membersOf(*value))
             members->RemoveMember("relIn");
-    edit.isSame = edit.parts.empty() && isSame(one, other);
+    edit.isSame = isSame(one, other);
 }
 
 bool Side::isUntouched(int base) const

@@ -63,6 +63,7 @@ void TrackCompare::compareCompositions()
                         {
                             return index == DmCompositionNode::Children || index == DmCompositionNode::Fcm ||
                                    index == DmCompositionNode::CueMarks ||
+                                   (index == DmCompositionNode::BaseBlob && haveLeftovers(a, b)) ||
                                    (startFollows &&
                                     (index == DmCompositionNode::StartTC || index == DmCompositionNode::StartTCStr)) ||
                                    (index == DmCompositionNode::CompLength && lengthFollows);
@@ -150,7 +151,10 @@ void TrackCompare::compareTracks()
             change.became = std::to_string(order[i] + 1);
         }
         _changes.compareAny(track, now, childPath(_changes.after().path(), order[i]), laneName(now, 0),
-                            [](int index) { return index == DmTrackNode::Children; });
+                            [&](int index) {
+                                return index == DmTrackNode::Children ||
+                                       (index == DmTrackNode::BaseBlob && haveLeftovers(track, now));
+                            });
     }
     for (int b = 0; b < _changes.after().composition().getNbChildren(); ++b)
         if (const DmTrackNode* const track = trackAt(_changes.after(), b); track && !backwards.contains(b))
@@ -202,6 +206,7 @@ void TrackCompare::compareLayers(const std::map<int, int>& tracks, const std::ma
                             [&](int index)
                             {
                                 return index == DmLayerNode::Children ||
+                                       (index == DmLayerNode::BaseBlob && haveLeftovers(*lane.layer, *now.layer)) ||
                                        (index == DmLayerNode::LayerLength && lengthFollows) ||
                                        (index == DmLayerNode::LayerStartTC && sameStart);
                             });

@@ -19,6 +19,8 @@ using Kind = DmChangeKind;
 
 std::string framesText(double frames);
 std::string childPath(const std::string& above, int position);
+/// Whether the blobs of two nodes, where there are such, are what a list's reader kept for its writer.
+bool haveLeftovers(const DmTreeNode& a, const DmTreeNode& b);
 
 /// What a pair of shots says about what each plays: by how much its edges moved over the material, in record frames,
 /// transitions not considered.
