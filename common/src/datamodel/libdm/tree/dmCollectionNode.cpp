@@ -68,7 +68,19 @@ DmTreeNode* DmCollectionNode::childOfForm(int index) const
     if (index < 0 || index >= _formSize)
         return nullptr;
     const DmListRun run = _form->runAt(index);
-    return run.elements ? static_cast<DmTreeNode*>(run.elements[index - run.first].get()) : nullptr;
+    if (!run.elements)
+        return nullptr;
+    const int at = index - run.first;
+    // Who walks by position asks for the next ones soon, and to find each takes longer than in a list: that one's
+    // memory is fetched meanwhile.
+    constexpr int ahead = 4;
+    if (at + ahead < run.count)
+    {
+        const auto* const next = reinterpret_cast<const char*>(run.elements[at + ahead].get());
+        __builtin_prefetch(next);
+        __builtin_prefetch(next + 64);
+    }
+    return static_cast<DmTreeNode*>(run.elements[at].get());
 }
 
 void DmCollectionNode::checkChild(const DmTreeNode* /*node*/) const {}
