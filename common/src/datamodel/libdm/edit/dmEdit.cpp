@@ -1,6 +1,10 @@
 #include "dmEditImp.h"
 
 #include "dmKeyFrame.h"
+#include "dmTreeTool.h"
+#include "dmUtf8.h"
+
+#include <algorithm>
 
 DmEdit::DmEdit(DmTimeline timeline, DmEditOptions options)
     : _imp(std::make_unique<Imp>(std::move(timeline), std::move(options)))
@@ -68,6 +72,25 @@ void DmEdit::setProgress(std::function<bool(double)> progress)
 
 // Properties
 
+namespace
+{
+
+/// Rules that an element breaks by itself. What a container holds is not asked: no change of the container does that.
+std::vector<DmTreeViolation> violationsOf(const CoSharedPtr<DmTreeNode>& element, eDmTreeMediaType mediaType)
+{
+    if (element->whatIs() == DM_CONTAINER_NODE)
+        return {};
+    const auto composition = DmCompositionNode::create(L"", L"", nullptr);
+    const auto track = DmTrackNode::create(1, mediaType);
+    const auto layer = DmLayerNode::create(1, mediaType, 0, false);
+    dmAddUnchecked(*layer, element);
+    dmAddUnchecked(*track, layer);
+    dmAddUnchecked(*composition, track);
+    return DmTreeTool::findViolations(composition, DM_VALIDATE_ALL);
+}
+
+} // namespace
+
 DmStatus DmEdit::change(const DmElementPlace& element, const std::function<eDmErrorId(DmTreeNode&)>& how)
 {
     return _imp->run(
@@ -84,6 +107,15 @@ DmStatus DmEdit::change(const DmElementPlace& element, const std::function<eDmEr
                 own = lane.ownSegment(element.index);
             else
                 own = lane.own<DmTransitionNode>(element.index);
+            const std::vector<DmTreeViolation> had = violationsOf(own, lane.mediaType());
+            const DmPlayedBeside sides = lane.beside(element.index);
+            std::optional<DmSegmentChange> settling;
+            std::optional<DmPlayed> was;
+            if (DmSegmentNode* const segment = dmSegment(own.get()))
+            {
+                settling.emplace(*segment, _imp->draft.fcm, sides);
+                was.emplace(*segment, _imp->draft.fcm);
+            }
             if (how(*own) != DM_NO_ERROR)
                 dmRefuse("%s takes no such change.", lane.called(element.index).c_str());
             static_cast<void>(dmWithElement(own.get(),
@@ -92,6 +124,15 @@ DmStatus DmEdit::change(const DmElementPlace& element, const std::function<eDmEr
                                                 static_cast<void>(node.setRecIn(in));
                                                 return node.setRecLength(length);
                                             }));
+            if (const DmSegmentNode* const segment = dmSegment(own.get()))
+                if (const DmPlayed now(*segment, _imp->draft.fcm);
+                    now.motion() != was->motion() || now.begin() != was->begin() || now.end() != was->end())
+                {
+                    dmNeedMaterial(*segment, _imp->draft.fcm, sides);
+                    settling->settle(sides);
+                }
+            if (const std::vector<DmTreeViolation> has = violationsOf(own, lane.mediaType()); has.size() > had.size())
+                dmRefuse("%s", dmUtf8(has.back().message).c_str());
             lane.put(element.index, element.index + 1, {own}, 0.0);
         });
 }

@@ -7,11 +7,10 @@
 namespace
 {
 
-/// Removes the gap of no length that a trim may leave, with the cut behind it.
-void dropEmpty(DmLane& lane, int gap)
+/// How far a segment can give frames away and be left with one.
+double spare(const DmLane& lane, int index)
 {
-    if (lane.isGap(gap) && lane.length(gap) <= dmEditTolerance)
-        lane.tidy(gap);
+    return lane.length(index) - (lane.isGap(index) ? 0.0 : 1.0);
 }
 
 } // namespace
@@ -32,9 +31,11 @@ DmStatus DmEdit::trim(const DmElementPlace& segment, eDmEdge edge, double by)
                 DmLane lane = _imp->lane(each);
                 lane.needWhole(each.index);
                 const int neighbour = each.index + (tail ? 2 : -2);
+                if (lane.isGap(each.index))
+                    dmRefuse("A gap opens no gap; trim what is beside it.");
                 if (!grows)
-                    amount = _imp->within(amount, lane.length(each.index) - (lane.isGap(each.index) ? 0.0 : 1.0),
-                                          ("Trimming " + lane.called(each.index)).c_str());
+                    amount =
+                        _imp->within(amount, spare(lane, each.index), ("Trimming " + lane.called(each.index)).c_str());
                 else
                 {
                     const bool atEnd = tail && neighbour >= lane.count();
@@ -54,57 +55,42 @@ DmStatus DmEdit::trim(const DmElementPlace& segment, eDmEdge edge, double by)
             }
             if (amount <= 0.0)
                 dmRefuse("There is nothing to trim.");
+            const double move = by > 0.0 ? amount : -amount;
             for (const DmElementPlace& each : all)
             {
                 DmLane lane = _imp->lane(each);
-                int index = each.index;
-                const double oldIn = lane.in(index);
-                const double oldOut = lane.out(index);
+                const int index = each.index;
+                const double was = tail ? lane.out(index) : lane.in(index);
+                const double is = was + move;
                 // A transition at the edge becomes a cut there.
-                if (tail && lane.transition(index + 1) && lane.length(index + 1) > dmEditTolerance)
-                    lane.cutTransition(index + 1, oldOut);
-                if (!tail && lane.transition(index - 1) && lane.length(index - 1) > dmEditTolerance)
-                    lane.cutTransition(index - 1, oldIn);
+                if (const int seam = index + (tail ? 1 : -1); lane.length(seam) > dmEditTolerance)
+                    lane.cutTransition(seam, was);
                 const DmLane::Segment own = lane.ownSegment(index);
                 DmSegmentChange change = lane.change(own, index);
-                const DmPlayedBeside sides = lane.beside(index);
                 if (tail)
-                {
-                    change.moveTail(grows ? amount : -amount);
-                    change.settle(sides);
-                    const double newOut = oldOut + (grows ? amount : -amount);
-                    if (!grows)
-                    {
-                        lane.put(index, index + 1, {own, lane.makeCut(newOut), lane.makeGap(newOut, amount)}, 0.0);
-                        lane.tidy(index + 2);
-                    }
-                    else if (index + 2 < lane.count())
-                    {
-                        const DmLane::Segment gap = lane.ownSegment(index + 2);
-                        static_cast<void>(gap->setRecIn(newOut));
-                        static_cast<void>(gap->setRecLength(gap->getRecLength() - amount));
-                        lane.put(index, index + 3, {own, lane.makeCut(newOut), gap}, 0.0);
-                        dropEmpty(lane, index + 2);
-                    }
-                    else
-                        lane.put(index, index + 1, {own}, 0.0);
-                    continue;
-                }
-                change.moveHead(grows ? -amount : amount);
-                change.settle(sides);
-                const double newIn = own->getRecIn();
-                if (!grows)
-                {
-                    lane.put(index, index + 1, {lane.makeGap(oldIn, amount), lane.makeCut(newIn), own}, 0.0);
-                    lane.tidy(index);
-                }
+                    change.moveTail(move);
                 else
+                    change.moveHead(move);
+                change.settle(lane.beside(index));
+
+                // From the segment on, as its tail goes; a head's are the other way round.
+                std::vector<DmLane::Node> nodes{own};
+                int gap = index;
+                if (const int neighbour = index + (tail ? 2 : -2); !grows)
+                    nodes.insert(nodes.end(), {lane.makeCut(is), lane.makeGap(std::min(was, is), amount)});
+                else if (lane.segment(neighbour))
                 {
-                    const DmLane::Segment gap = lane.ownSegment(index - 2);
-                    static_cast<void>(gap->setRecLength(gap->getRecLength() - amount));
-                    lane.put(index - 2, index + 1, {gap, lane.makeCut(newIn), own}, 0.0);
-                    dropEmpty(lane, index - 2);
+                    gap = neighbour;
+                    const DmLane::Segment rest = lane.ownSegment(gap);
+                    static_cast<void>(rest->setRecLength(rest->getRecLength() - amount));
+                    if (tail)
+                        static_cast<void>(rest->setRecIn(is));
+                    nodes.insert(nodes.end(), {lane.makeCut(is), rest});
                 }
+                if (!tail)
+                    std::ranges::reverse(nodes);
+                lane.put(std::min(index, gap), std::max(index, gap) + 1, std::move(nodes), 0.0);
+                lane.tidy(index);
             }
         });
 }
@@ -127,7 +113,7 @@ DmStatus DmEdit::rippleTrim(const DmElementPlace& segment, eDmEdge edge, double 
                 lane.needWhole(each.index);
                 if (!done.insert(dmKeyOf(each.inLayer())).second)
                     dmRefuse("Two linked segments lie on one layer; edit them unlinked.");
-                const double room = !grows ? lane.length(each.index) - (lane.isGap(each.index) ? 0.0 : 1.0)
+                const double room = !grows ? spare(lane, each.index)
                                     : tail ? lane.roomBehind(each.index)
                                            : lane.roomBefore(each.index);
                 amount = _imp->within(amount, room,
@@ -184,12 +170,6 @@ void rollOne(DmLane& lane, int seam, double by)
     lane.tidy(seam);
 }
 
-/// How far a segment can give frames away and be left with one.
-double spare(const DmLane& lane, int index)
-{
-    return lane.length(index) - (lane.isGap(index) ? 0.0 : 1.0);
-}
-
 } // namespace
 
 DmStatus DmEdit::roll(const DmElementPlace& seam, double by)
@@ -199,20 +179,7 @@ DmStatus DmEdit::roll(const DmElementPlace& seam, double by)
         {
             if (!std::isfinite(by) || by == 0.0)
                 dmRefuse("The amount is no number of frames.");
-            _imp->lane(seam).needSeam(seam.index);
-            // Partners whose seam lies at the same time move with it; others lie where the editor put them.
-            std::vector<DmElementPlace> seams{seam};
-            const double point = _imp->lane(seam).in(seam.index);
-            const std::size_t side = _imp->lane(seam).isGap(seam.index + 1) ? 0 : 1;
-            for (const DmElementPlace& each :
-                 _imp->together({seam.track, seam.layer, seam.index + (side == 1 ? 1 : -1)}))
-            {
-                const DmLane lane = _imp->lane(each);
-                const int theirs = each.index + (side == 1 ? -1 : 1);
-                if (each.inLayer() != seam.inLayer() && lane.transition(theirs) && lane.segment(theirs - 1) &&
-                    lane.segment(theirs + 1) && std::abs(lane.in(theirs)-point) <= dmEditTolerance)
-                    seams.push_back({each.track, each.layer, theirs});
-            }
+            const std::vector<DmElementPlace> seams = _imp->seamsTogether(seam);
             double amount = std::abs(by);
             for (const DmElementPlace& each : seams)
             {

@@ -60,6 +60,23 @@ std::vector<DmElementPlace> DmEdit::Imp::together(const DmElementPlace& place)
     return all;
 }
 
+std::vector<DmElementPlace> DmEdit::Imp::seamsTogether(const DmElementPlace& seam)
+{
+    const DmLane own = lane(seam);
+    own.needSeam(seam.index);
+    std::vector<DmElementPlace> seams{seam};
+    const int side = own.isGap(seam.index + 1) ? -1 : 1;
+    for (const DmElementPlace& each : together({seam.track, seam.layer, seam.index + side}))
+    {
+        const DmLane other = lane(each);
+        const int theirs = each.index - side;
+        if (each.inLayer() != seam.inLayer() && other.transition(theirs) && other.segment(theirs - 1) &&
+            other.segment(theirs + 1) && std::abs(other.in(theirs)-own.in(seam.index)) <= dmEditTolerance)
+            seams.push_back({each.track, each.layer, theirs});
+    }
+    return seams;
+}
+
 double DmEdit::Imp::within(double wanted, double there, const char* what) const
 {
     if (wanted <= there + dmEditTolerance)
@@ -110,10 +127,14 @@ void DmEdit::Imp::ripple(double time, double by, const std::set<std::pair<int, i
     std::set<int> tracksDone;
     for (const auto& [track, layer] : done)
         tracksDone.insert(track);
+    const auto moves = [&](int track)
+    {
+        const bool isOff = std::ranges::find(options().unlockedTracks, track) != options().unlockedTracks.end();
+        return tracksDone.contains(track) || (options().syncLock && !isOff);
+    };
     for (int t = 0; t < int(draft.value.tracks.size()); ++t)
     {
-        const bool isOff = std::ranges::find(options().unlockedTracks, t) != options().unlockedTracks.end();
-        if (!tracksDone.contains(t) && (!options().syncLock || isOff))
+        if (!moves(t))
             continue;
         for (int l = 0; l < int(draft.value.tracks[std::size_t(t)].layers.size()); ++l)
         {
@@ -146,7 +167,7 @@ void DmEdit::Imp::ripple(double time, double by, const std::set<std::pair<int, i
             close({t, l}, in, out);
         }
     }
-    shiftMarks(time, by);
+    shiftMarks(time, by, moves);
 }
 
 namespace
@@ -185,14 +206,14 @@ std::vector<DmPropertySetPtr> movedMarks(const DmSetList<DmCueMark>& marks, doub
 
 } // namespace
 
-void DmEdit::Imp::shiftMarks(double time, double by)
+void DmEdit::Imp::shiftMarks(double time, double by, const std::function<bool(int track)>& isMoved)
 {
     const CoSharedPtr<DmCompositionNode> composition = ownComposition();
     const std::vector<DmPropertySetPtr> marks = movedMarks(draft.value.bare->getCueMarks(), time, by);
     for (std::size_t i = 0; i < marks.size(); ++i)
         static_cast<void>(composition->setValueFromPropertyList(DmCompositionNode::CueMarks, DM_VECTOR_PROPERTY_SET,
                                                                 int(i), &marks[i]));
-    bool isMoved = !marks.empty();
+    bool any = !marks.empty();
     for (const int mark : {DmCompositionNode::InMark, DmCompositionNode::OutMark, DmCompositionNode::EmbInMark,
                            DmCompositionNode::EmbOutMark})
     {
@@ -201,14 +222,14 @@ void DmEdit::Imp::shiftMarks(double time, double by)
         const double now = moved(was, time, by);
         if (now == was)
             continue;
-        isMoved = true;
+        any = true;
         static_cast<void>(composition->setPropertyValue(mark, DM_DOUBLE, &now));
     }
-    if (isMoved)
+    if (any)
         setComposition(composition);
-    for (DmTimelineValue::Track& track : draft.value.tracks)
-        for (DmTimelineValue::Layer& layer : track.layers)
-            if (layer.bare && layer.bare->getCueMarks().count() > 0)
+    for (std::size_t t = 0; t < draft.value.tracks.size(); ++t)
+        for (DmTimelineValue::Layer& layer : draft.value.tracks[t].layers)
+            if (layer.bare && layer.bare->getCueMarks().count() > 0 && isMoved(int(t)))
             {
                 const std::vector<DmPropertySetPtr> layerMarks = movedMarks(layer.bare->getCueMarks(), time, by);
                 if (layerMarks.empty())

@@ -64,6 +64,49 @@ bool sameMedium(const DmSegmentNode& a, const DmSegmentNode& b)
     return same;
 }
 
+/// Makes the segments beside a cut one, or refuses.
+void joinOne(DmLane& lane, int seam, DM::FrameCodeModes fcm)
+{
+    if (lane.length(seam) > dmEditTolerance)
+        dmRefuse("A transition lies on the seam.");
+    const DmLane::Segment left = lane.ownSegment(seam - 1);
+    const DmLane::Segment right = lane.ownSegment(seam + 1);
+    const DmPlayed before(*left, fcm);
+    const DmPlayed behind(*right, fcm);
+    const double point = lane.in(seam + 1);
+    const bool gaps = lane.isGap(seam - 1) && lane.isGap(seam + 1);
+    if (!gaps)
+    {
+        if (left->whatIs() != right->whatIs() || !sameMedium(*left, *right))
+            dmRefuse("The two segments are not of one medium.");
+        const double leftBegin = dmMaterialOf(*left, fcm).begin;
+        const double rightBegin = dmMaterialOf(*right, fcm).begin;
+        const std::optional<double> ends = before.positionAt(point);
+        const std::optional<double> begins = behind.positionAt(point);
+        if (before.motion() == DmPlayed::Motion::Keyed || before.motion() != behind.motion() ||
+            before.speed() != behind.speed() || !ends || !begins ||
+            std::abs(*ends + leftBegin - *begins - rightBegin) > 1e-3)
+            dmRefuse("The second segment does not go on where the first one stops.");
+        // Keys of the second half count from its begin.
+        const DmLane::Segment shifted = lane.ownSegment(seam + 1);
+        DmSegmentChange::shiftKeys(*shifted, left->getRecLength());
+        bool same =
+            left->getEffects().count() == shifted->getEffects().count() && left->getMuted() == shifted->getMuted();
+        for (int i = 0; same && i < left->getEffects().count(); ++i)
+            if (dmDeepEqual(*left->getEffects().at(i), *shifted->getEffects().at(i), same) != DM_NO_ERROR)
+                same = false;
+        if (!same)
+            dmRefuse("The two segments carry different effects.");
+    }
+    DmSegmentChange change = lane.change(left, seam - 1);
+    change.moveTail(right->getRecLength());
+    change.settle({lane.beside(seam - 1).before, lane.beside(seam + 1).behind});
+    for (int i = 0; i < right->getSegmentMarks().count(); ++i)
+        if (DmCueMark* const mark = right->getSegmentMarks().at(i))
+            static_cast<void>(left->addSegmentMark(CoSharedPtr<DmCueMark>(mark)));
+    lane.put(seam - 1, seam + 2, {left}, 0.0);
+}
+
 } // namespace
 
 DmStatus DmEdit::join(const DmElementPlace& seam)
@@ -71,54 +114,15 @@ DmStatus DmEdit::join(const DmElementPlace& seam)
     return _imp->run(
         [&]
         {
-            DmLane lane = _imp->lane(seam);
-            lane.needSeam(seam.index);
-            if (lane.length(seam.index) > dmEditTolerance)
-                dmRefuse("A transition lies on the seam.");
-            const DmLane::Segment left = lane.ownSegment(seam.index - 1);
-            const DmLane::Segment right = lane.ownSegment(seam.index + 1);
-            const DmPlayed before(*left, _imp->draft.fcm);
-            const DmPlayed behind(*right, _imp->draft.fcm);
-            const double point = lane.in(seam.index + 1);
-            const bool gaps = lane.isGap(seam.index - 1) && lane.isGap(seam.index + 1);
-            if (!gaps)
+            for (const DmElementPlace& each : _imp->seamsTogether(seam))
             {
-                if (left->whatIs() != right->whatIs() || !sameMedium(*left, *right))
-                    dmRefuse("The two segments are not of one medium.");
-                const double leftBegin = dmMaterialOf(*left, _imp->draft.fcm).begin;
-                const double rightBegin = dmMaterialOf(*right, _imp->draft.fcm).begin;
-                const std::optional<double> ends = before.positionAt(point);
-                const std::optional<double> begins = behind.positionAt(point);
-                if (before.motion() == DmPlayed::Motion::Keyed || before.motion() != behind.motion() ||
-                    before.speed() != behind.speed() || !ends || !begins ||
-                    std::abs(*ends + leftBegin - *begins - rightBegin) > 1e-3)
-                    dmRefuse("The second segment does not go on where the first one stops.");
-                // Keys of the second half count from its begin.
-                const DmLane::Segment shifted = lane.ownSegment(seam.index + 1);
-                DmSegmentChange::shiftKeys(*shifted, left->getRecLength());
-                bool same = left->getEffects().count() == shifted->getEffects().count() &&
-                            left->getMuted() == shifted->getMuted();
-                for (int i = 0; same && i < left->getEffects().count(); ++i)
-                    if (dmDeepEqual(*left->getEffects().at(i), *shifted->getEffects().at(i), same) != DM_NO_ERROR)
-                        same = false;
-                if (!same)
-                    dmRefuse("The two segments carry different effects.");
+                DmLane lane = _imp->lane(each);
+                joinOne(lane, each.index, _imp->draft.fcm);
             }
-            DmSegmentChange change = lane.change(left, seam.index - 1);
-            change.moveTail(right->getRecLength());
-            change.settle({lane.beside(seam.index - 1).before, lane.beside(seam.index + 1).behind});
-            for (int i = 0; i < right->getSegmentMarks().count(); ++i)
-                if (DmCueMark* const mark = right->getSegmentMarks().at(i))
-                    static_cast<void>(left->addSegmentMark(CoSharedPtr<DmCueMark>(mark)));
-            lane.put(seam.index - 1, seam.index + 2, {left}, 0.0);
         });
 }
 
-namespace
-{
-
-/// Refuses material that does not reach as far as it is to play, transitions beside it included.
-void needMaterial(const DmSegmentNode& segment, DM::FrameCodeModes fcm, DmPlayedBeside beside)
+void dmNeedMaterial(const DmSegmentNode& segment, DM::FrameCodeModes fcm, DmPlayedBeside beside)
 {
     const DmReach reach(segment, fcm, {});
     if (reach.played().motion() != DmPlayed::Motion::Constant || !reach.material().isLimited())
@@ -130,8 +134,6 @@ void needMaterial(const DmSegmentNode& segment, DM::FrameCodeModes fcm, DmPlayed
         dmRefuse("\"%s\" is too short: frames %g to %g of its material are wanted, there are %g.",
                  dmUtf8(segment.getName()).c_str(), low, high, reach.material().length);
 }
-
-} // namespace
 
 DmStatus DmEdit::replace(const DmElementPlace& segment, const CoSharedPtr<DmSegmentNode>& material)
 {
@@ -149,7 +151,7 @@ DmStatus DmEdit::replace(const DmElementPlace& segment, const CoSharedPtr<DmSegm
             static_cast<void>(own->setSegmentId(old.getSegmentId()));
             static_cast<void>(own->setOriginalID(old.getOriginalID()));
             static_cast<void>(own->setSegmentPreviousIds(old.getSegmentPreviousIds()));
-            needMaterial(*own, _imp->draft.fcm, lane.beside(segment.index));
+            dmNeedMaterial(*own, _imp->draft.fcm, lane.beside(segment.index));
             DmSegmentChange(*own, _imp->draft.fcm, lane.beside(segment.index)).settle(lane.beside(segment.index));
             lane.put(segment.index, segment.index + 1, {own}, 0.0);
             lane.dropAttached(segment.index + 1);
@@ -195,6 +197,8 @@ DmStatus DmEdit::swap(const DmElementPlace& a, const DmElementPlace& b)
             const bool oneLayer = a.inLayer() == b.inLayer();
             if (!oneLayer && std::abs(lengthA - lengthB) > dmEditTolerance)
                 dmRefuse("Segments of different tracks must be of one length to change places.");
+            const CoSharedPtr<DmSourceNode> goesOnA = first.attachedTo(a.index + 1);
+            const CoSharedPtr<DmSourceNode> goesOnB = second.attachedTo(b.index + 1);
             const DmLane::Segment ownA = first.ownSegment(a.index);
             const DmLane::Segment ownB = second.ownSegment(b.index);
             const double inA = ownA->getRecIn();
@@ -222,13 +226,14 @@ DmStatus DmEdit::swap(const DmElementPlace& a, const DmElementPlace& b)
             }
             cutWhereShort(first, indexA, _imp->draft.fcm);
             cutWhereShort(second, indexB, _imp->draft.fcm);
-            for (const auto& [place, index] : {std::pair(a.inLayer(), indexA), std::pair(b.inLayer(), indexB)})
+            for (const auto& [place, index, goesOn] :
+                 {std::tuple(a.inLayer(), indexA, goesOnB), std::tuple(b.inLayer(), indexB, goesOnA)})
             {
                 DmLane lane = _imp->lane(place);
                 const DmLane::Segment own = lane.ownSegment(index);
                 lane.change(own, index).settle(lane.beside(index));
                 lane.put(index, index + 1, {own}, 0.0);
-                lane.dropAttached(index + 1);
+                lane.attachedIsOf(index, goesOn);
             }
         });
 }
@@ -260,6 +265,9 @@ DmStatus DmEdit::move(const DmElementPlace& segment, const DmLayerPlace& to, dou
                                lane.in(each.index) + by, lane.ownSegment(each.index)});
             }
             const bool insert = _imp->options().insert;
+            for (const Moved& each : all)
+                if (insert && std::abs(each.out - each.in - (all.front().out - all.front().in)) > dmEditTolerance)
+                    dmRefuse("Linked segments of different lengths would lose their sync; edit them unlinked.");
             std::set<std::pair<int, int>> left;
             std::set<std::pair<int, int>> entered;
             for (const Moved& each : all)
@@ -270,7 +278,7 @@ DmStatus DmEdit::move(const DmElementPlace& segment, const DmLayerPlace& to, dou
                     _imp->lane(each.from).lift(each.in, each.out);
                 left.insert(dmKeyOf(each.from));
             }
-            double length = all.front().out - all.front().in;
+            const double length = all.front().out - all.front().in;
             if (insert)
                 _imp->ripple(all.front().out, -length, left);
             for (Moved& each : all)
@@ -281,10 +289,11 @@ DmStatus DmEdit::move(const DmElementPlace& segment, const DmLayerPlace& to, dou
                     each.target -= each.out - each.in;
                 else if (insert && each.target > each.in)
                     each.target = each.in;
+                const double own = each.out - each.in;
                 lane.seamAt(each.target);
-                const int last = lane.seamAt(insert ? each.target : std::min(each.target + length, lane.end()));
+                const int last = lane.seamAt(insert ? each.target : std::min(each.target + own, lane.end()));
                 const int first = lane.seamAt(each.target);
-                lane.replace(first, last, {each.node}, insert ? each.out - each.in : 0.0);
+                lane.replace(first, last, {each.node}, insert ? own : 0.0);
                 lane.tidy(first);
                 entered.insert(dmKeyOf(each.to));
             }

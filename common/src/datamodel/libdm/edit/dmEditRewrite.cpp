@@ -4,6 +4,7 @@
 
 #include "dmContainerNode.h"
 #include "dmKeyFrame.h"
+#include "dmNesting.h"
 #include "dmSetTools.h"
 #include "dmSourceInput.h"
 #include "dmStoredLabel.h"
@@ -72,7 +73,7 @@ public:
                 any = set.clearList(i, DM_VECTOR_STRING) == DM_NO_ERROR || any;
         }
         if (auto* const node = dynamic_cast<DmTreeNode*>(&set); node && node->getBaseBlob())
-            any = node->setBaseBlob(nullptr) == DM_NO_ERROR || any;
+            any = node->setBaseBlob(attachedTo(*node)) == DM_NO_ERROR || any;
         if (auto* const media = dynamic_cast<DmSourceNode::MediaInput*>(&set))
             any = redactEntries(*media) || any;
         if (auto* const layer = dynamic_cast<DmLayerNode*>(&set))
@@ -118,6 +119,16 @@ private:
         id += L'#';
         id += _ids(DmString(was.view().substr(group.size() + 1))).view();
         return DmString(std::wstring_view(id));
+    }
+
+    /// Leftovers go, wherever they stand in the chain; a source that a gap or a transition plays stays.
+    static DmPropertySetPtr attachedTo(const DmTreeNode& node)
+    {
+        const bool isHolder = node.whatIs() == DM_GAP_NODE || dynamic_cast<const DmTransitionNode*>(&node);
+        const DmTreeNode* at = isHolder ? dynamic_cast<DmTreeNode*>(node.getBaseBlob()) : nullptr;
+        for (int i = 0; i < dmMaxNesting && at && !dynamic_cast<const DmSourceNode*>(at); ++i)
+            at = dynamic_cast<DmTreeNode*>(at->getBaseBlob());
+        return DmPropertySetPtr(const_cast<DmTreeNode*>(at));
     }
 
     static bool redactEntries(DmSourceNode::MediaInput& media)
@@ -282,6 +293,7 @@ DmStatus DmEdit::inside(const DmElementPlace& container, const std::function<DmS
             const CoSharedPtr<DmCompositionNode> was(node->getComposition());
             const std::size_t changesBefore = _imp->draft.changes.size();
             DmEdit session(DmTimeline::publish(was), _imp->options());
+            session.options().unlockedTracks.clear(); // they are tracks of this timeline
             session.setProgress(_imp->host);
             session._imp->draft.seeded = _imp->draft.seeded;
             if (const DmStatus status = edits(session); !status.ok())
@@ -415,9 +427,15 @@ public:
     void operator()(DmTreeNode& node)
     {
         if (DmSegmentNode* const segment = dmSegment(&node))
+        {
             conform(*segment);
+            if (segment->getRecLength() < dmLeastLength && segment->whatIs() != DM_GAP_NODE)
+                dmRefuse("In that mode \"%s\" would be left without a frame.", dmUtf8(segment->getName()).c_str());
+        }
         else if (DmTransitionNode* const transition = dmTransition(&node))
             conform(*transition);
+        if (DmSourceNode* const attached = dmOwnAttached(node))
+            conform(*attached);
     }
 
 private:
@@ -450,8 +468,6 @@ private:
                     withMode(*container->getComposition(), [this](auto& nested) { return nested.setFCM(_oldFcm); })));
         const double in = _to.time(segment.getRecIn());
         const double length = _to.time(segment.getRecOut()) - in;
-        if (length < dmLeastLength && segment.whatIs() != DM_GAP_NODE)
-            dmRefuse("In that mode \"%s\" would be left without a frame.", dmUtf8(segment.getName()).c_str());
         DmSegmentChange change(segment, _to.to(), {});
         static_cast<void>(segment.setRecIn(in));
         static_cast<void>(segment.setRecLength(length));

@@ -99,16 +99,20 @@ DmStatus DmEdit::transition(const DmElementPlace& seam, double length, eDmSeamAl
                 {
                     const double newA = point - inFront(frames, alignment);
                     const double newB = newA + frames;
-                    const bool fits = newA - lane.in(left) >= (lane.isGap(left) ? -dmEditTolerance : 1.0) &&
-                                      lane.out(right) - newB >= (lane.isGap(right) ? -dmEditTolerance : 1.0) &&
-                                      (newB - lane.out(left) <= lane.reach(left).behind() + dmEditTolerance ||
-                                       newB <= b + dmEditTolerance) &&
-                                      (lane.in(right)-newA <= lane.reach(right).before() + dmEditTolerance ||
-                                       newA >= a - dmEditTolerance);
+                    // What the transition takes already, nobody asks for again.
+                    const bool fits = (newA >= a - dmEditTolerance ||
+                                       (newA - lane.in(left) >= (lane.isGap(left) ? -dmEditTolerance : 1.0) &&
+                                        lane.in(right)-newA <= lane.reach(right).before() + dmEditTolerance)) &&
+                                      (newB <= b + dmEditTolerance ||
+                                       (lane.out(right) - newB >= (lane.isGap(right) ? -dmEditTolerance : 1.0) &&
+                                        newB - lane.out(left) <= lane.reach(left).behind() + dmEditTolerance));
                     if (fits || frames < 1.0)
                         return frames < 1.0 ? 0.0 : frames;
                 }
             }();
+            if (most < length - dmEditTolerance)
+                for (const int index : {left, right})
+                    lane.needFrames(index);
             const double taken =
                 _imp->within(length, most, ("A transition on the cut at " + _imp->draft.label(point)).c_str());
             if (taken < dmLeastLength)
@@ -214,8 +218,8 @@ void dmSetSpeedOf(DmSegmentNode& segment, double speed)
         CoSharedPtr<DmATimewarpSettings> warp = DM::dynamicPointerCast<DmATimewarpSettings>(kept);
         if (!warp)
             warp = DmATimewarpSettings::create();
-        if (!warp || speed == 0.0)
-            dmRefuse("Sound does not play at that speed.");
+        if (!warp || !(speed > 0.0))
+            dmRefuse("Sound plays neither backwards nor still; edit it unlinked.");
         if (warp->setRatio(static_cast<float>(1.0 / speed)) != DM_NO_ERROR)
             dmRefuse("Sound does not play at that speed.");
         kept = warp;
@@ -284,7 +288,6 @@ DmStatus DmEdit::speed(const DmElementPlace& segment, double speed)
                                  lane.called(each.index).c_str(), low, high, material.length);
                 }
                 change.settle(sides);
-                lane.dropAttached(each.index + 1);
                 const double out = lane.out(each.index);
                 if (each == segment)
                 {
@@ -296,6 +299,7 @@ DmStatus DmEdit::speed(const DmElementPlace& segment, double speed)
                 if (by == 0.0 || _imp->options().ripple)
                 {
                     lane.put(each.index, each.index + 1, {own}, by);
+                    lane.attachedIsOf(each.index, {});
                     continue;
                 }
                 // Without a ripple the difference is a gap's.
@@ -332,7 +336,9 @@ DmStatus DmEdit::freeze(const DmElementPlace& segment, double time)
             const DmPlayed played(lane.needSegment(segment.index), _imp->draft.fcm);
             if (lane.mediaType() == DM_MEDIA_AUDIO)
                 dmRefuse("Sound cannot be frozen.");
-            if (time < lane.in(segment.index) - dmEditTolerance || time >= lane.out(segment.index))
+            const DmPlayedBeside sides = lane.beside(segment.index);
+            if (time < lane.in(segment.index) - sides.before - dmEditTolerance ||
+                time >= lane.out(segment.index) + sides.behind)
                 dmRefuse("%s does not play at %s.", lane.called(segment.index).c_str(),
                          _imp->draft.label(time).c_str());
             const DmLane::Segment own = lane.ownSegment(segment.index);
@@ -348,7 +354,7 @@ DmStatus DmEdit::freeze(const DmElementPlace& segment, double time)
             change.setBegin(*frame);
             change.settle(lane.beside(segment.index));
             lane.put(segment.index, segment.index + 1, {own}, 0.0);
-            lane.dropAttached(segment.index + 1);
+            lane.attachedIsOf(segment.index, {});
         });
 }
 
@@ -362,6 +368,7 @@ DmStatus DmEdit::reverse(const DmElementPlace& segment)
                 DmLane lane = _imp->lane(each);
                 const DmLane::Segment own = lane.ownSegment(each.index);
                 const DmPlayed played(*own, _imp->draft.fcm);
+                lane.needFrames(each.index);
                 if (played.motion() != DmPlayed::Motion::Constant)
                     dmRefuse("%s does not play at a constant speed.", lane.called(each.index).c_str());
                 const DmPlayedBeside sides = lane.beside(each.index);
@@ -373,7 +380,7 @@ DmStatus DmEdit::reverse(const DmElementPlace& segment)
                 dmSetSpeedOf(*own, -played.speed());
                 change.settle(sides);
                 lane.put(each.index, each.index + 1, {own}, 0.0);
-                lane.dropAttached(each.index + 1);
+                lane.attachedIsOf(each.index, {});
             }
         });
 }

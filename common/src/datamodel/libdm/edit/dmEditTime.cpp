@@ -36,6 +36,12 @@ const DmSegmentNode& given(const CoSharedPtr<DmSegmentNode>& segment)
     return *segment;
 }
 
+void needOwnFrames(const DmLane& lane, int index)
+{
+    if (lane.length(index) <= dmEditTolerance)
+        dmRefuse("%s has no frame of its own to be taken out.", lane.called(index).c_str());
+}
+
 } // namespace
 
 DmStatus DmEdit::insert(const DmLayerPlace& layer, double time, const CoSharedPtr<DmSegmentNode>& segment)
@@ -79,6 +85,7 @@ DmStatus DmEdit::liftSegment(const DmElementPlace& segment)
             {
                 const DmLane lane = _imp->lane(each);
                 lane.needWhole(each.index);
+                needOwnFrames(lane, each.index);
                 ranges.push_back({each.inLayer(), {lane.in(each.index), lane.out(each.index)}});
             }
             for (const auto& [layer, range] : ranges)
@@ -97,6 +104,7 @@ DmStatus DmEdit::extractSegment(const DmElementPlace& segment)
             {
                 const DmLane lane = _imp->lane(each);
                 lane.needWhole(each.index);
+                needOwnFrames(lane, each.index);
                 ranges.push_back({each.inLayer(), {lane.in(each.index), lane.out(each.index)}});
                 if (!done.insert(dmKeyOf(each.inLayer())).second)
                     dmRefuse("Two linked segments lie on one layer; edit them unlinked.");

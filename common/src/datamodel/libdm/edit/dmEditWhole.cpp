@@ -51,7 +51,9 @@ DmRuns::Node adopted(DmEditDraft& draft, const DmTimelineValue& before, const Dm
     return copy;
 }
 
-void setMarks(DmCompositionNode& composition, const DmSetList<DmCueMark>& marks, double shift)
+/// Copies of marks, for a composition or a layer whose times lie elsewhere.
+template <class Holder>
+void addMarks(Holder& holder, const DmSetList<DmCueMark>& marks, double shift)
 {
     for (int i = 0; i < marks.count(); ++i)
         if (const DmCueMark* const mark = marks.at(i))
@@ -59,8 +61,20 @@ void setMarks(DmCompositionNode& composition, const DmSetList<DmCueMark>& marks,
             const CoSharedPtr<DmCueMark> copy = DM::staticPointerCast<DmCueMark>(mark->clone());
             if (dmIsTime(copy->getCueMarkTime()))
                 static_cast<void>(copy->setCueMarkTime(copy->getCueMarkTime() + shift));
-            static_cast<void>(composition.addCueMark(copy));
+            static_cast<void>(holder.addCueMark(copy));
         }
+}
+
+/// A layer without its elements, for another timeline.
+CoSharedPtr<DmLayerNode> adopted(const DmLayerNode& layer, double start, double shift)
+{
+    const CoSharedPtr<DmLayerNode> bare = dmEditCopy(layer);
+    static_cast<void>(bare->setLayerStartTC(start));
+    for (int i = 0; i < bare->getCueMarks().count(); ++i)
+        if (DmCueMark* const mark = bare->getCueMarks().at(i); mark && dmIsTime(mark->getCueMarkTime()))
+            static_cast<void>(mark->setCueMarkTime(mark->getCueMarkTime() + shift));
+    bare->freeze();
+    return bare;
 }
 
 } // namespace
@@ -96,8 +110,9 @@ DmStatus DmEdit::trimToRange(double in, double out)
                             place.track + 1);
                     _imp->close(place, lane.begin(), in);
                 });
-            _imp->shiftMarks(end, -std::max(0.0, end - out));
-            _imp->shiftMarks(in, -by);
+            const auto all_ = [](int) { return true; };
+            _imp->shiftMarks(end, -std::max(0.0, end - out), all_);
+            _imp->shiftMarks(in, -by, all_);
         });
 }
 
@@ -146,11 +161,15 @@ DmStatus DmEdit::concatenate(const DmTimeline& other)
                     {
                         DmTimelineValue::Layer fresh;
                         fresh.number = _imp->draft.value.nextLayer++;
-                        const CoSharedPtr<DmLayerNode> bare = dmEditCopy(*track.layers[l].bare);
-                        static_cast<void>(bare->setLayerStartTC(begin));
-                        bare->freeze();
-                        fresh.bare = bare;
+                        fresh.bare = adopted(*track.layers[l].bare, begin, shift);
                         layers.push_back(fresh);
+                    }
+                    else if (const auto& marks = track.layers[l].bare->getCueMarks(); marks.count() > 0)
+                    {
+                        const CoSharedPtr<DmLayerNode> bare = dmEditCopy(*layers[l].bare);
+                        addMarks(*bare, marks, shift);
+                        bare->freeze();
+                        layers[l].bare = bare;
                     }
                     const int layer = int(std::min(l, layers.size() - 1));
                     DmLane lane = _imp->lane(DmLayerPlace{int(ours), layer});
@@ -173,7 +192,7 @@ DmStatus DmEdit::concatenate(const DmTimeline& other)
                 _imp->progress(double(t + 1) / double(theirs.value.tracks.size()));
             }
             const CoSharedPtr<DmCompositionNode> composition = _imp->ownComposition();
-            setMarks(*composition, theirs.value.bare->getCueMarks(), shift);
+            addMarks(*composition, theirs.value.bare->getCueMarks(), shift);
             _imp->setComposition(composition);
         });
 }
@@ -216,10 +235,7 @@ DmStatus DmEdit::stack(const DmTimeline& other)
                     copy.number = _imp->draft.value.nextLayer++;
                     if (layer.bare)
                     {
-                        const CoSharedPtr<DmLayerNode> bareLayer = dmEditCopy(*layer.bare);
-                        static_cast<void>(bareLayer->setLayerStartTC(bareLayer->getLayerStartTC() + shift));
-                        bareLayer->freeze();
-                        copy.bare = bareLayer;
+                        copy.bare = adopted(*layer.bare, layer.bare->getLayerStartTC() + shift, shift);
                         std::vector<DmRuns::Node> nodes;
                         layer.runs.forEach(0, layer.runs.count(),
                                            [&](const DmRuns::Element& element)

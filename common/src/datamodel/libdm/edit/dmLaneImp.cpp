@@ -276,6 +276,39 @@ void DmLane::dropAttached(int index)
     put(index, index + 1, {copy}, 0.0);
 }
 
+CoSharedPtr<DmSourceNode> DmLane::attachedTo(int index) const
+{
+    const DmTransitionNode* const node = transition(index);
+    return CoSharedPtr<DmSourceNode>(node ? dynamic_cast<DmSourceNode*>(node->getBaseBlob()) : nullptr);
+}
+
+void DmLane::attachedIsOf(int segment, const CoSharedPtr<DmSourceNode>& theirs)
+{
+    const int index = segment + 1;
+    if (!transition(index) || length(index) <= dmEditTolerance || (!theirs && !attachedTo(index)))
+        return dropAttached(index);
+    CoSharedPtr<DmSourceNode> goesOn = theirs ? dmEditCopy(*theirs) : nullptr;
+    if (const Segment own = theirs ? Segment() : ownSegment(segment); dynamic_cast<const DmSourceNode*>(own.get()))
+    {
+        DmSegmentChange tail = change(own, segment);
+        tail.moveTail(length(index));
+        tail.moveHead(length(segment));
+        tail.settle({});
+        static_cast<void>(own->setSegmentId(DmString()));
+        static_cast<void>(own->setComment(DmString()));
+        static_cast<void>(own->setBaseBlob(nullptr));
+        static_cast<void>(own->clearList(DmSegmentNode::SegmentMarks, DM_VECTOR_PROPERTY_SET));
+        goesOn = DM::staticPointerCast<DmSourceNode>(own);
+    }
+    if (!goesOn)
+        return dropAttached(index);
+    static_cast<void>(goesOn->setRecIn(in(index)));
+    static_cast<void>(goesOn->setRecLength(std::min(goesOn->getRecLength(), length(index))));
+    const CoSharedPtr<DmTransitionNode> copy = own<DmTransitionNode>(index);
+    static_cast<void>(copy->setBaseBlob(goesOn));
+    put(index, index + 1, {copy}, 0.0);
+}
+
 DmLane::Node DmLane::makeCut(double time) const
 {
     return DmCutNode::create(mediaType(), time);

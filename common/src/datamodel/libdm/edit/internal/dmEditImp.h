@@ -24,10 +24,15 @@ public:
             return status;
         }
         const DmTimelineValue before = draft.value;
-        const DM::FrameCodeModes fcmBefore = draft.fcm;
-        const std::size_t changesBefore = draft.changes.size();
-        const std::size_t bytesBefore = draft.bytes;
-        const std::size_t notesBefore = notes.size();
+        const auto undo =
+            [&, fcm = draft.fcm, changes = draft.changes.size(), bytes = draft.bytes, noteCount = notes.size()]
+        {
+            draft.value = before;
+            draft.fcm = fcm;
+            draft.changes.resize(changes);
+            draft.bytes = bytes;
+            notes.resize(noteCount);
+        };
         draft.freshGroups.clear();
         DmStatus status;
         try
@@ -48,11 +53,12 @@ public:
         {
             status.fail(DM_BAD_VALUE, "There is not enough memory for the edit.");
         }
-        draft.value = before;
-        draft.fcm = fcmBefore;
-        draft.changes.resize(changesBefore);
-        draft.bytes = bytesBefore;
-        notes.resize(notesBefore);
+        catch (...) // of a host's function: its own to handle
+        {
+            undo();
+            throw;
+        }
+        undo();
         return status;
     }
 
@@ -62,6 +68,9 @@ public:
 
     /// The segment itself, and those that are edited together with it.
     std::vector<DmElementPlace> together(const DmElementPlace& segment);
+    /// A seam, which must be whole, and those of linked segments that lie at the same time; others lie where the editor
+    /// put them.
+    std::vector<DmElementPlace> seamsTogether(const DmElementPlace& seam);
     /// What the other layers do when time opens (`by` > 0) at a record time, or closes in front of it: those of the
     /// same track, and of the tracks in sync. `done`: layers that moved themselves.
     void ripple(double time, double by, const std::set<std::pair<int, int>>& done);
@@ -83,8 +92,9 @@ public:
     /// Of work that goes through the layers, element by element.
     void progressOf(const DmLayerPlace& layer, int element, int count) const;
 
-    /// Marks of the composition and of the layers go along when time opens at `time`, or closes in front of it.
-    void shiftMarks(double time, double by);
+    /// Marks of the composition, and of the layers that move, go along when time opens at `time`, or closes in front of
+    /// it.
+    void shiftMarks(double time, double by, const std::function<bool(int track)>& isMoved);
 
     DmEditDraft draft;
     std::vector<DmString> notes;
@@ -99,6 +109,9 @@ private:
 
 /// The time of the cut that a transition lies on.
 double dmCutTimeOf(const DmTransitionNode& node, double recIn);
+
+/// Refuses material that does not reach as far as it is to play, transitions beside it included.
+void dmNeedMaterial(const DmSegmentNode& segment, DM::FrameCodeModes fcm, DmPlayedBeside beside);
 
 /// Gives a segment, a fresh copy, one timewarp of a constant speed in the place of those that it has; none for normal
 /// speed.

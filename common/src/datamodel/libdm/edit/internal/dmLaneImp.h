@@ -107,6 +107,11 @@ public:
     void attachedFollows(int index, double by);
     /// Takes such a source off: it is no longer what is outgoing.
     void dropAttached(int index);
+    /// The source that is attached to a transition; null for none.
+    CoSharedPtr<DmSourceNode> attachedTo(int index) const;
+    /// Where a source is attached to the transition behind a segment, another one goes in its place: `theirs`, which
+    /// came with the segment, or what the segment goes on with.
+    void attachedIsOf(int segment, const CoSharedPtr<DmSourceNode>& theirs);
 
     Node makeCut(double time) const;
     Segment makeGap(double time, double length) const;
