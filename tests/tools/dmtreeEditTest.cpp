@@ -2,7 +2,17 @@
 #include "commandCases.h"
 #include "zrTempDir.h"
 
+#include "dmContainerNode.h"
+#include "dmLayerBuilder.h"
+#include "dmRoot.h"
+#include "dmSourceInput.h"
+#include "dmTrackNode.h"
+#include "dmTreeJsonBuilder.h"
+
+#include <algorithm>
+#include <cctype>
 #include <fstream>
+#include <iterator>
 
 namespace
 {
@@ -12,6 +22,18 @@ const std::string soda = ZR_EXAMPLES "/commercial-25.json";
 std::string dumped(const std::string& path)
 {
     return zrTest::runDmtree({"dump", path}).out;
+}
+
+std::string textOf(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void replaceAll(std::string& text, const std::string& from, const std::string& to)
+{
+    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
 }
 
 } // namespace
@@ -70,6 +92,60 @@ TEST(DmtreeEdit, RefusesWithTheReasonAndWritesNothing)
     EXPECT_FALSE(std::ifstream(out).good());
 }
 
+TEST(DmtreeEdit, AsksOfEachOperationByItself)
+{
+    check({{"edit", soda, "--can", "--no-sync", "roll", "V1@10:00:03:20", "5", "roll", "V1@10:00:03:20", "500", "slip",
+            "V9@10:00:07:00", "1"},
+           1,
+           "roll V1@10:00:03:20 5: can be done\nroll V1@10:00:03:20 500: ...frames are wanted, there are ...\n"
+           "slip V9@10:00:07:00 1: V9: no such track\n"});
+}
+
+TEST(DmtreeEdit, EditsInsideContainers)
+{
+    const ZrTempDir dir;
+    const std::string in = dir.path("in.json");
+    const auto root = DmRoot::create();
+    const auto made = [](const wchar_t* name, const CoSharedPtr<DmLayerNode>& layer, double length)
+    {
+        const auto composition = DmCompositionNode::create(name, L"25 fps", nullptr);
+        const auto track = DmTrackNode::create(1, DM_MEDIA_VIDEO);
+        track->addChild(layer);
+        composition->addChild(track);
+        EXPECT_EQ(composition->setCompLength(length), DM_NO_ERROR);
+        return composition;
+    };
+    const auto filled = [](const std::vector<CoSharedPtr<DmTreeNode>>& nodes)
+    {
+        DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
+        for (const auto& node : nodes)
+            EXPECT_EQ(builder.append(node), DM_NO_ERROR);
+        return builder.finish();
+    };
+    const auto black = [](double length)
+    {
+        return DmSourceNode::create(DmSourceNode::GeneratedInput::create(L"INPUT_BLACK", length, DM_MEDIA_VIDEO), 0.0,
+                                    length, 0.0, false, false);
+    };
+    const auto inner = made(L"inner", filled({black(25), black(25)}), 50);
+    root->addChild(made(L"cut",
+                        filled({DmContainerNode::create(inner, DM_MEDIA_VIDEO, 0, 50),
+                                DmContainerNode::create(inner, DM_MEDIA_VIDEO, 0, 50)}),
+                        100));
+    ASSERT_TRUE(DmTreeJsonBuilder::generate(root.get(), in.c_str()).ok());
+
+    check(
+        {{"edit", in, "-o", dir.path("out.json"), "inside", "V1@00:00:02:00", "rename", "V1@00:00:01:00", "night"}, 0});
+    const std::string text = textOf(dir.path("out.json"));
+    EXPECT_EQ(text.find("\"night\""), text.rfind("\"night\"")) << "the other container has a composition of its own";
+    EXPECT_NE(text.find("\"night\""), std::string::npos);
+    check({{"edit", in, "-o", "-", "inside", "V1@00:00:02:00", "roll", "V1@00:00:01:00", "99"},
+           2,
+           "",
+           "...inside V1@00:00:02:00 roll V1@00:00:01:00 99: ...there are 24..."});
+    check({{"edit", in, "-o", "-", "inside", "V1@00:00:02:00"}, 2, "", "...inside: wants SEGMENT OPERATION..."});
+}
+
 TEST(DmtreeEdit, ReadsScriptsAndTriesThem)
 {
     const ZrTempDir dir;
@@ -112,5 +188,55 @@ TEST(DmtreeEdit, EditsBesideDissolvesGoOutAsCutLists)
             check({{"check", "--all", back}, 0, "..."});
             EXPECT_NE(dumped(back).find(each.edl), std::string::npos) << each.operation[0] << " as " << name << "\n"
                                                                       << dumped(back);
+        }
+}
+
+TEST(DmtreeEdit, RedactingLeavesNoOldWordInAnyFormat)
+{
+    const ZrTempDir dir;
+    // A word that no format has of itself, wherever a document or a list takes one.
+    std::ofstream(dir.path("cut.edl"))
+        << "TITLE: SECRET TITLE\nFCM: NON-DROP FRAME\n* FRAME RATE: 25 fps\n* A SECRET NOTE IN FRONT\n"
+           "001  SECRET1 AA/V  C        01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n"
+           "* FROM CLIP NAME: Secret wide\n* SOURCE FILE: secret.mov\n* LOC: 10:00:01:00 RED     SECRET FOCUS\n"
+           "002  SECRET1 V     C        01:00:04:00 01:00:04:00 10:00:04:00 10:00:04:00\n"
+           "002  SECRET2 V     D    025 02:10:00:00 02:10:03:00 10:00:04:00 10:00:07:00\n"
+           "EFFECTS NAME IS CROSS DISSOLVE\n* FROM CLIP NAME: Secret wide\n* TO CLIP NAME: Secret gulls\n"
+           "003  SECRET3 V     C        03:00:00:00 03:00:04:00 10:00:07:00 10:00:09:00\n"
+           "M2   SECRET3       050.0                03:00:00:00\n* a secret, until the shot is there\n";
+    std::string otio = textOf(ZR_EXAMPLES "/../lists/promo.otio");
+    replaceAll(otio, "\"metadata\": {}", "\"metadata\": {\"secret key\": {\"a\": \"secret\"}}");
+    replaceAll(otio, "\"metadata\": {\n", "\"metadata\": {\"secret key\": \"secret\",\n");
+    for (const char* const key : {"name", "reel", "target_url", "comment"})
+        replaceAll(otio, '"' + std::string(key) + "\": \"", '"' + std::string(key) + "\": \"secret ");
+    std::ofstream(dir.path("cut.otio")) << otio;
+    std::string document = textOf(soda);
+    for (const char* const key : {"name", "comment", "reelName", "path", "cueMarkName", "cueMarkComment", "segmentId",
+                                  "originalID", "shotName", "user", "hostName", "application"})
+    {
+        const std::string begin = '"' + std::string(key) + "\": \"";
+        for (std::size_t at = document.find(begin); at != std::string::npos; at = document.find(begin, at + 1))
+        {
+            // Channels are called as their effect's class says.
+            const std::size_t opens = document.rfind('{', at);
+            if (document.substr(opens - 12, 12).find("Channel") == std::string::npos)
+                document.insert(at + begin.size(), "secret ");
+        }
+    }
+    std::ofstream(dir.path("cut.json")) << document;
+    check({{"convert", dir.path("cut.edl"), dir.path("cut.xml")}, 0, "...", "..."});
+
+    for (const char* const from : {"cut.edl", "cut.otio", "cut.json", "cut.xml"})
+        for (const char* const to : {"out.edl", "out.otio", "out.json", "out.xml", "out.ale"})
+        {
+            SCOPED_TRACE(std::string(from) + " to " + to);
+            std::string words = textOf(dir.path(from));
+            ASSERT_NE(words.find("ecret"), std::string::npos);
+            check({{"edit", dir.path(from), "-o", dir.path(to), "redact"}, 0, "", "..."});
+            words = textOf(dir.path(to));
+            ASSERT_FALSE(words.empty());
+            std::ranges::transform(words, words.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+            const std::size_t at = words.find("secret");
+            EXPECT_EQ(at, std::string::npos) << words.substr(at < 60 ? 0 : at - 60, 140);
         }
 }

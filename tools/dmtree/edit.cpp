@@ -6,6 +6,9 @@
 #include "CoNumber.h"
 #include "dmEdit.h"
 #include "dmGapNode.h"
+#include "dmKeyFrame.h"
+#include "dmPlayed.h"
+#include "dmPropertyFactory.h"
 #include "dmSourceInput.h"
 #include "dmStoredLabel.h"
 #include "dmUtf8.h"
@@ -38,6 +41,7 @@ struct Options
     int composition = 1;
     bool lenient = false;
     bool dryRun = false;
+    bool ask = false;
     DmEditOptions edit;
     bool unlinked = false;
     bool unsynced = false;
@@ -65,6 +69,8 @@ public:
     /// The record time of a label.
     double time(const std::string& label) const
     {
+        if (label == "-")
+            return dmNoTime; // a point that is not given
         DM::TimeUnit read;
         const DM::TimeLabel::Status status = DM::TimeLabel::read(label, fcm(), read);
         if (status != DM::TimeLabel::Good)
@@ -272,9 +278,13 @@ const Operation operations[] = {
          const Room::At at = r.at(w[0]);
          return r.edit().overwrite(at.layer, at.time, r.material(w[1], at.layer));
      }},
-    {"lift", 2, 2, "AT OUT", "lift V1@01:00:02:00 01:00:03:00",
+    {"lift", 1, 2, "SEGMENT | AT OUT", "lift V1@01:00:02:00 01:00:03:00",
      [](const Room& r, const Words& w)
-     { return onRange(r, w, [&](auto layer, double in, double out) { return r.edit().lift(layer, in, out); }); }},
+     {
+         return w.size() == 1
+                    ? r.edit().liftSegment(r.segment(w[0]))
+                    : onRange(r, w, [&](auto layer, double in, double out) { return r.edit().lift(layer, in, out); });
+     }},
     {"extract", 2, 2, "AT OUT", "extract V1@01:00:02:00 01:00:03:00",
      [](const Room& r, const Words& w)
      { return onRange(r, w, [&](auto layer, double in, double out) { return r.edit().extract(layer, in, out); }); }},
@@ -320,12 +330,13 @@ const Operation operations[] = {
          const Room::At at = r.at(w[1]);
          return r.edit().move(r.segment(w[0]), at.layer, at.time);
      }},
-    {"fill", 4, 5, "AT OUT SEGMENT SOURCE-IN [SOURCE-OUT]", "fill V1@01:00:02:00 01:00:03:00 V1@01:00:08:00 25",
+    {"fill", 4, 5, "AT OUT SEGMENT SOURCE-IN [SOURCE-OUT]", "fill V1@01:00:02:00 - V1@01:00:08:00 25 75",
      [](const Room& r, const Words& w)
      {
          const Room::At at = r.at(w[0]);
-         return r.edit().fill(at.layer, r.material(w[2], at.layer), at.time, r.time(w[1]), Room::number(w[3]),
-                              w.size() > 4 ? Room::number(w[4]) : dmNoTime);
+         const auto position = [&](std::size_t word)
+         { return w.size() > word && w[word] != "-" ? Room::number(w[word]) : dmNoTime; };
+         return r.edit().fill(at.layer, r.material(w[2], at.layer), at.time, r.time(w[1]), position(3), position(4));
      }},
     {"dissolve", 2, 3, "SEAM LENGTH [begins|centred|ends]", "dissolve V1@01:00:04:00 12 centred",
      [](const Room& r, const Words& w) { return onSeam(r, w, nullptr); }},
@@ -345,13 +356,44 @@ const Operation operations[] = {
      [](const Room& r, const Words& w) { return r.edit().mute(r.segment(w[0]), false); }},
     {"rename", 2, 2, "SEGMENT NAME", "rename V1@01:00:02:00 'Shot 12'",
      [](const Room& r, const Words& w) { return r.edit().rename(r.element(w[0]), wide(w[1])); }},
-    {"mark", 2, 2, "LABEL NAME", "mark 01:00:02:00 'check this'",
+    {"mark", 2, 2, "LABEL|SEGMENT NAME", "mark 01:00:02:00 'check this'",
      [](const Room& r, const Words& w)
      {
          const CoSharedPtr<DmCueMark> mark = DmCueMark::create();
-         static_cast<void>(mark->setCueMarkTime(r.time(w[0])));
          static_cast<void>(mark->setCueMarkName(wide(w[1])));
-         return r.edit().addMark(mark);
+         if (w[0].find('@') == std::string::npos)
+         {
+             static_cast<void>(mark->setCueMarkTime(r.time(w[0])));
+             return r.edit().addMark(mark);
+         }
+         // A segment's counts from its material's begin.
+         const DmElementPlace place = r.segment(w[0]);
+         const CoSharedPtr<DmTreeNode> element = r.now().element(place);
+         static_cast<void>(mark->setCueMarkTime(
+             DmPlayed(*element->asSegment(), r.fcm()).frameAt(r.at(w[0]).time).value_or(dmNoTime)));
+         return r.edit().addMark(place, mark);
+     }},
+    {"effect", 2, 2, "SEGMENT CLASS", "effect V1@01:00:02:00 DmResizeSettings",
+     [](const Room& r, const Words& w)
+     {
+         DmPropertySet* made = nullptr;
+         static_cast<void>(DmPropertyFactory::getInstance().createPropertySetInstance(wide(w[1]), {}, 0, made));
+         const auto effect = DM::dynamicPointerCast<DmEffectSettings>(DmPropertySetPtr(made));
+         if (!effect)
+             throw std::runtime_error(w[1] + ": no class of effects");
+         return r.edit().addEffect(r.segment(w[0]), effect);
+     }},
+    {"drop-effect", 2, 2, "SEGMENT NUMBER", "drop-effect V1@01:00:02:00 1",
+     [](const Room& r, const Words& w)
+     { return r.edit().removeEffect(r.segment(w[0]), static_cast<int>(Room::number(w[1])) - 1); }},
+    {"key", 4, 4, "SEGMENT NUMBER CHANNEL VALUE", "key V1@01:00:02:00 1 scale_x 0.5",
+     [](const Room& r, const Words& w)
+     {
+         const DmElementPlace place = r.segment(w[0]);
+         const CoSharedPtr<DmKeyFrame> key = DmKeyFrame::create();
+         static_cast<void>(key->setFrame(static_cast<float>(r.at(w[0]).time - r.now().recIn(place))));
+         static_cast<void>(key->setValue(static_cast<float>(Room::number(w[3]))));
+         return r.edit().addKeyFrame(place, static_cast<int>(Room::number(w[1])) - 1, wide(w[2]), key);
      }},
     {"range", 2, 2, "IN OUT", "range 01:00:02:00 01:00:10:00",
      [](const Room& r, const Words& w) { return r.edit().trimToRange(r.time(w[0]), r.time(w[1])); }},
@@ -400,8 +442,12 @@ const Operation* operationNamed(const std::string& name)
     return found == std::end(operations) ? nullptr : found;
 }
 
+/// In front of an operation, with a container: it is done to the composition that this one plays.
+const std::string insideWord = "inside";
+
 struct Step
 {
+    Words containers; ///< that the operation is inside of, the outermost first
     const Operation* operation;
     Words arguments;
     std::string where; ///< "cut.txt:3: " of a script, else empty
@@ -412,13 +458,19 @@ void addSteps(std::vector<Step>& steps, const Words& words, const std::string& w
 {
     for (std::size_t i = 0; i < words.size();)
     {
-        const Operation* const operation = operationNamed(words[i]);
+        Step step{{}, nullptr, {}, where};
+        for (; words[i] == insideWord; i += 2)
+        {
+            if (i + 2 >= words.size())
+                throw std::runtime_error(where + insideWord + ": wants SEGMENT OPERATION");
+            step.containers.push_back(words[i + 1]);
+        }
+        const Operation* const operation = step.operation = operationNamed(words[i]);
         if (!operation)
             throw std::runtime_error(where + words[i] + ": no operation; --help lists them");
-        Step step{operation, {}, where};
         for (++i; i < words.size() && step.arguments.size() < operation->most; ++i)
         {
-            if (step.arguments.size() >= operation->least && operationNamed(words[i]))
+            if (step.arguments.size() >= operation->least && (operationNamed(words[i]) || words[i] == insideWord))
                 break;
             step.arguments.push_back(words[i]);
         }
@@ -483,10 +535,23 @@ std::vector<Step> stepsOf(const Options& options)
 
 std::string called(const Step& step)
 {
-    std::string text = step.operation->name;
+    std::string text;
+    for (const std::string& container : step.containers)
+        text += insideWord + ' ' + container + ' ';
+    text += step.operation->name;
     for (const std::string& argument : step.arguments)
         text += ' ' + argument;
     return text;
+}
+
+/// Does the step, inside the containers from `level` on; what cannot be done is a status, or is thrown as text.
+DmStatus done(DmEdit& session, const Options& options, const Step& step, std::size_t level = 0)
+{
+    const Room room(session, options);
+    if (level == step.containers.size())
+        return step.operation->run(room, step.arguments);
+    return session.inside(room.segment(step.containers[level]),
+                          [&](DmEdit& inner) { return done(inner, options, step, level + 1); });
 }
 
 int edit(const Options& given)
@@ -498,8 +563,8 @@ int edit(const Options& given)
     const std::vector<Step> steps = stepsOf(options);
     if (steps.empty())
         throw std::runtime_error("no operation is given; --help lists them");
-    if (options.out.empty() && !options.dryRun)
-        throw std::runtime_error("name what to write with -o, or only try with --dry-run");
+    if (options.out.empty() && !options.dryRun && !options.ask)
+        throw std::runtime_error("name what to write with -o, or only try with --dry-run or --can");
 
     CoSharedPtr<DmTreeNode> root = dmtree::requireDocument(options.in, options.lenient);
     DmStatus status;
@@ -508,23 +573,30 @@ int edit(const Options& given)
         throw std::runtime_error(options.in + ": " + dmUtf8(status.info()));
 
     DmEdit session(start, options.edit);
+    DmEdit question = session.can();
+    DmEdit& asked = options.ask ? question : session;
+    int refused = 0;
     for (const Step& step : steps)
     {
+        std::string why;
         try
         {
-            const Room room(session, options);
-            session.options().unlockedTracks = room.tracks(options.unlockedTracks);
-            status = step.operation->run(room, step.arguments);
+            asked.options().unlockedTracks = Room(asked, options).tracks(options.unlockedTracks);
+            if (status = done(asked, options, step); !status.ok())
+                why = dmUtf8(status.info());
         }
         catch (const std::exception& error)
         {
-            throw std::runtime_error(step.where + called(step) + ": " + error.what());
+            why = error.what();
         }
-        if (!status.ok())
-            throw std::runtime_error(step.where + called(step) + ": " + dmUtf8(status.info()));
-        if (options.dryRun)
-            std::cout << called(step) << ": can be done\n";
+        refused += !why.empty();
+        if (!why.empty() && !options.ask)
+            throw std::runtime_error(step.where + called(step) + ": " + why);
+        if (options.ask || options.dryRun)
+            std::cout << called(step) << ": " << (why.empty() ? "can be done" : why) << '\n';
     }
+    if (options.ask)
+        return refused == 0 ? dmtree::Fine : dmtree::Finding;
     for (const DmString& note : session.notes())
         std::cerr << "note: " << dmUtf8(note) << '\n';
     if (options.dryRun)
@@ -571,6 +643,8 @@ void dmtree::addEdit(CLI::App& app, Run& run)
     command->add_option("--composition", options->composition, "Which composition of the document, from 1 on")
         ->check(CLI::PositiveNumber);
     command->add_flag("--dry-run", options->dryRun, "Say what can be done, and write nothing");
+    command->add_flag("--can", options->ask,
+                      "Say of each operation by itself whether it could be done, and write nothing");
     command->add_flag("--clamp", options->edit.clamp, "Take as many frames as there are");
     command->add_flag("--unlinked", options->unlinked, "Edit a segment without those that are linked with it");
     command->add_flag("--by-medium", options->edit.linkByMedium,
@@ -595,6 +669,8 @@ void dmtree::addEdit(CLI::App& app, Run& run)
         "The first operation that cannot be done ends it: OUT then stays as it was, and the exit code is 2.\n\n"
         "Operations, each with an example:\n" +
         examples() +
+        "  inside SEGMENT OPERATION is done to the composition that a container plays, in its labels:\n"
+        "    inside V1@01:00:02:00 roll V1@00:00:04:00 +3\n"
         "\nExamples:\n"
         "  dmtree edit cut.json -o cut2.json ripple V1@01:00:02:00 tail -6 dissolve V1@01:00:04:00 12 centred\n"
         "  dmtree edit cut.edl -o cut.otio --script changes.txt");
