@@ -116,6 +116,9 @@ TEST(EditInside, RelinkingAndRedactingReachContainersAndShareTheRest)
     ASSERT_TRUE(dropped.redact().ok());
     const DmTimeline redacted = dropped.timeline();
     EXPECT_EQ(redacted.storedElement(at(0))->asSegment()->getEffects().count(), 1);
+    DmEdit shots(timeline("AAAA%%(X)//BBBB"));
+    ASSERT_TRUE(shots.redact().ok());
+    EXPECT_EQ(draw(shots.timeline()), "cccc%%(c)//cccc") << "attached shots are material, not leftovers";
     // A cancelled one changes nothing.
     DmEdit cancelled(before);
     cancelled.setProgress([](double done) { return done > 1.0; });
@@ -165,32 +168,10 @@ TEST(EditLinks, ByMediumWhereNoIdSaysSo)
 namespace
 {
 
-/// AAAA, a dissolve to a shot X that it and the next one cover wholly, and BBBB: X stands in a gap of no length. The
-/// first dissolve has the outgoing source attached, as lists write it.
+/// A shot X that two transitions cover wholly; to the first one, what goes out is attached.
 DmTimeline covered()
 {
-    const auto root = zrDrawing::tree("AAAA");
-    DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
-    const auto dissolve = [](char outgoing, double recIn, const zrDrawing::Material& material)
-    {
-        const auto effect = DmVDissolveSettings::create();
-        const double length = 2.0;
-        EXPECT_EQ(effect->setPropertyValue(L"length", DM_DOUBLE, &length), DM_NO_ERROR);
-        const auto node = DmTrxEffectNode::create(effect, 0.0, length);
-        EXPECT_EQ(outgoing ? node->setBaseBlob(shot(outgoing, recIn, 0, material)) : DM_NO_ERROR, DM_NO_ERROR);
-        return node;
-    };
-    EXPECT_EQ(builder.append(shot('A', 0, 4, {3, 20})), DM_NO_ERROR);
-    EXPECT_EQ(builder.append(dissolve('A', 4, {7, 20})), DM_NO_ERROR);
-    const auto gap = DmGapNode::create(DM_MEDIA_VIDEO, 0.0, 0.0);
-    EXPECT_EQ(gap->setBaseBlob(shot('X', 6, 0, {5, 20})), DM_NO_ERROR);
-    EXPECT_EQ(builder.append(gap), DM_NO_ERROR);
-    EXPECT_EQ(builder.append(dissolve(0, 6, {})), DM_NO_ERROR);
-    EXPECT_EQ(builder.append(shot('B', 8, 4, {9, 20})), DM_NO_ERROR);
-    auto* const track = static_cast<DmTrackNode*>(root->getChild(0)->getChild(0));
-    track->removeChild(0);
-    track->addChild(builder.finish());
-    return DmTimeline::publish(root);
+    return timeline("AAAA%%(X)//BBBB", "A3/20 X5/20 B9/20");
 }
 
 /// "A7 at 4": the source that is attached to an element.
@@ -219,21 +200,24 @@ TEST(EditAttached, SourcesFollowTheirNodeAndAreNeverLost)
         const char* source;
     } cases[] = {
         {"roll of its dissolve", [](DmEdit& e) { return e.cut(at(3)).ok() ? e.roll(at(1), -1) : DmStatus(); },
-         "AAA//X|BBBBBB", "A3 X4 B7", 1, "A6 at 3"},
-        {"pushed", [](DmEdit& e) { return e.insert(layer(), 0, five('Y')); }, "YYYYY|AAAA//.//BBBB", "Y3 A3 B9", 3,
+         "AAA%%X|BBBBBB", "A3 X4 B7", 1, "A6 at 3"},
+        {"pushed", [](DmEdit& e) { return e.insert(layer(), 0, five('Y')); }, "YYYYY|AAAA%%(X)//BBBB", "Y3 A3 B9", 3,
          "A7 at 9"},
-        {"ripple trim of what is outgoing", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, -1); }, "AAA//.//BBBB",
-         "A3 B9", 1, "A6 at 3"},
-        {"and what it covers is pulled", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, -1); }, "AAA//.//BBBB",
+        {"ripple trim of what is outgoing", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, -1); },
+         "AAA%%(X)//BBBB", "A3 B9", 1, "A6 at 3"},
+        {"and what it covers is pulled", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, -1); }, "AAA%%(X)//BBBB",
          "A3 B9", 2, "X5 at 5"},
-        {"slip of what is outgoing", [](DmEdit& e) { return e.slip(at(0), 2); }, "AAAA//.//BBBB", "A5 B9", 1,
+        {"slip of what is outgoing", [](DmEdit& e) { return e.slip(at(0), 2); }, "AAAA%%(X)//BBBB", "A5 B9", 1,
          "A9 at 4"},
-        {"other material", [](DmEdit& e) { return e.replace(at(0), five('Y')); }, "YYYY//.//BBBB", "Y3 B9", 1, "none"},
-        {"slip of what is covered", [](DmEdit& e) { return e.slip(at(2), 1); }, "AAAA//.//BBBB", "A3 B9", 2, "X6 at 6"},
+        {"other material", [](DmEdit& e) { return e.replace(at(0), five('Y')); }, "YYYY//(X)//BBBB", "Y3 B9", 1,
+         "none"},
+        {"changing places", [](DmEdit& e) { return e.swap(at(0), at(4)); }, "BBBB%%(X)//AAAA", "B9 A3", 1, "B13 at 4"},
+        {"slip of what is covered", [](DmEdit& e) { return e.slip(at(2), 1); }, "AAAA%%(X)//BBBB", "A3 B9", 2,
+         "X6 at 6"},
         {"trimmed out of the first dissolve", [](DmEdit& e) { return e.cut(at(1)); }, "AAAA|XX//BBBB", "A3 X3 B9", 2,
          "none"},
-        {"and out of the second", [](DmEdit& e) { return e.cut(at(3)); }, "AAAA//.|BBBBBB", "A3 B7", 2, "X5 at 6"},
-        {"lifted in a range beside it", [](DmEdit& e) { return e.lift(layer(), 9, 11); }, "AAAA//.//B|--|B",
+        {"and out of the second", [](DmEdit& e) { return e.cut(at(3)); }, "AAAA%%(X)|BBBBBB", "A3 B7", 2, "X5 at 6"},
+        {"lifted in a range beside it", [](DmEdit& e) { return e.lift(layer(), 9, 11); }, "AAAA%%(X)//B|--|B",
          "A3 B9 B12", 2, "X5 at 6"},
     };
     for (const auto& each : cases)

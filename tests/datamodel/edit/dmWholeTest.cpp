@@ -4,6 +4,7 @@
 #include "dmHistory.h"
 #include "dmResizeSettings.h"
 #include "dmSetTools.h"
+#include "dmTreeJsonBuilder.h"
 
 #include <atomic>
 #include <sstream>
@@ -161,6 +162,8 @@ TEST(EditThreads, ReadersSeeWholeTimelinesWhileOneEdits)
                             time = segment->getRecOut();
                         }
                     broken += time != composition->getCompLength();
+                    std::string document; // one saves what it sees
+                    broken += i == 1 && !DmTreeJsonBuilder::generateUtf8(now.tree().get(), document).ok();
                     broken += i == 0 && now.at({0, 0}, time / 2) == std::nullopt;
                 }
             });

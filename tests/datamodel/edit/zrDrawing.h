@@ -5,7 +5,11 @@
 ///                              without a length nobody knows; shots that are not named play from 0, unknown
 ///
 /// A shot's second half is drawn with the same letter. Several tracks stand below each other, one a line; small letters
-/// are sound. A line that begins with spaces begins with a gap. In a drawn result, a gap of no length is '.'.
+/// are sound. A line that begins with spaces begins with a gap. Beside these:
+///
+///     1111    a container of a composition of 50 frames, or as many as are said
+///     AA%%BB  a transition to which what goes out is attached, as readers of lists do
+///     (X)     a shot that transitions cover, attached to a gap of no length; '.' is such a gap without a shot
 #pragma once
 
 #include "dmADissolveSettings.h"
@@ -74,6 +78,13 @@ inline CoSharedPtr<DmLayerNode> layerOf(const std::string& line, const std::map<
         if (std::islower(static_cast<unsigned char>(c)))
             type = DM_MEDIA_AUDIO;
     DmLayerBuilder builder(0, type);
+    const auto materialOf = [&](char name)
+    {
+        const auto found = materials.find(name);
+        return found == materials.end() ? Material() : found->second;
+    };
+    double time = 0.0;
+    CoSharedPtr<DmSegmentNode> last;
     for (std::size_t i = 0; i < line.size();)
     {
         const char c = line[i];
@@ -82,7 +93,21 @@ inline CoSharedPtr<DmLayerNode> layerOf(const std::string& line, const std::map<
             ++end;
         const auto length = static_cast<double>(end - i);
         CoSharedPtr<DmTreeNode> node;
-        if (c == '/')
+        if (c == '(')
+        {
+            node = DmGapNode::create(type, time, 0.0);
+            static_cast<void>(node->setBaseBlob(shot(line[i + 1], time, 0.0, materialOf(line[i + 1]), type)));
+            end = i + 3;
+        }
+        else if (std::isdigit(static_cast<unsigned char>(c)))
+        {
+            const Material& material = materialOf(c);
+            const auto composition = DmCompositionNode::create(L"inner", L"25 fps", nullptr);
+            static_cast<void>(composition->setCompLength(material.length >= 0.0 ? material.length : 50.0));
+            node = DmContainerNode::create(composition, type, 0.0, length, material.relIn);
+            static_cast<void>(node->setName(DmString(std::string(1, c).c_str())));
+        }
+        else if (c == '/' || c == '%')
         {
             CoSharedPtr<DmEffectSettings> effect;
             if (type == DM_MEDIA_VIDEO)
@@ -91,24 +116,31 @@ inline CoSharedPtr<DmLayerNode> layerOf(const std::string& line, const std::map<
                 effect = DmADissolveSettings::create();
             static_cast<void>(effect->setPropertyValue(L"length", DM_DOUBLE, &length));
             node = DmTrxEffectNode::create(effect, 0.0, length);
+            if (c == '%' && last)
+                static_cast<void>(
+                    node->setBaseBlob(shot(static_cast<char>(last->getName().c_str()[0]), time, 0.0,
+                                           {last->getRelIn() + last->getRecLength(),
+                                            materialOf(static_cast<char>(last->getName().c_str()[0])).length},
+                                           type)));
         }
         else if (c == '-' || c == ' ')
             node = DmGapNode::create(type, 0.0, length);
         else if (std::isalpha(static_cast<unsigned char>(c)))
         {
-            const auto found = materials.find(c);
             std::size_t transition = end;
-            while (transition < line.size() && line[transition] == '/')
+            while (transition < line.size() && (line[transition] == '/' || line[transition] == '%'))
                 ++transition;
-            const auto source = shot(c, 0.0, length, found == materials.end() ? Material() : found->second, type,
-                                     static_cast<double>(transition - end));
+            const auto source = shot(c, 0.0, length, materialOf(c), type, static_cast<double>(transition - end));
             if (withIds)
                 static_cast<void>(
                     source->setSegmentId(DmString((std::string(1, char(std::toupper(c))) + "#" + idSuffix).c_str())));
-            node = source;
+            node = last = source;
         }
         if (node)
+        {
             static_cast<void>(builder.append(node));
+            time += c == '(' ? 0.0 : length;
+        }
         i = end;
     }
     return builder.finish();
@@ -163,14 +195,17 @@ inline std::string draw(const DmTimeline& timeline)
                 in = segment->getRecIn();
                 length = segment->getRecLength();
                 c = segment->whatIs() == DM_GAP_NODE ? '-' : static_cast<char>(segment->getName().c_str()[0]);
-                if (length == 0.0)
+                const auto* const covered = dynamic_cast<const DmTreeNode*>(segment->getBaseBlob());
+                if (length == 0.0 && c == '-' && covered)
+                    line += '(' + std::string(1, static_cast<char>(covered->getName().c_str()[0])) + ')';
+                else if (length == 0.0)
                     line += '.';
             }
             else if (const DmTransitionNode* const transition = node->asTransition())
             {
                 in = transition->getRecIn();
                 length = transition->getRecLength();
-                c = '/';
+                c = dynamic_cast<const DmSourceNode*>(transition->getBaseBlob()) ? '%' : '/';
                 if (length == 0.0)
                     line += '|';
             }

@@ -2,6 +2,8 @@
 /// library's own arithmetic is in it.
 #pragma once
 
+#include "dmATimewarpSettings.h"
+#include "dmAnimationChannel.h"
 #include "dmContainerNode.h"
 #include "dmSourceInput.h"
 #include "dmTimeline.h"
@@ -10,6 +12,7 @@
 #include "dmTransitionNode.h"
 #include "dmUtf8.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -17,41 +20,59 @@
 namespace zrNaive
 {
 
-/// "A12": frame 12 of A's medium; "-": nothing; "A12>B3 1/4": a quarter of the way from one to the other.
+/// "A1536": position 12 of A's medium, in parts of which 128 make a frame; "-": nothing; "A1536>B384 1/4": a quarter of
+/// the way from one to the other. Of a keyed speed: how far its first key is away, and from where in the material its
+/// values count.
 using Frames = std::vector<std::string>;
 
-inline std::string shown(const DmSegmentNode& segment, double time)
+inline std::string shown(const DmSegmentNode& segment, double time, double rate)
 {
-    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
-    if (!source)
+    // A shot that transitions cover stands in a gap of no length.
+    const auto* source = dynamic_cast<const DmSourceNode*>(&segment);
+    if (!source && segment.getRecLength() == 0.0)
+        source = dynamic_cast<const DmSourceNode*>(segment.getBaseBlob());
+    const auto* const container = dynamic_cast<const DmContainerNode*>(&segment);
+    if (!source && !container)
         return "-";
+    const DmSegmentNode& plays = source ? *source : segment;
     double speed = 1.0;
-    for (int i = 0; i < source->getEffects().count(); ++i)
-        if (const auto* const warp = dynamic_cast<const DmTimewarpSettings*>(source->getEffects().at(i)))
+    const DmAnimationChannel* keys = nullptr;
+    for (int i = 0; i < plays.getEffects().count(); ++i)
+        if (const auto* const warp = dynamic_cast<const DmTimewarpSettings*>(plays.getEffects().at(i)))
+        {
             speed = warp->getSpeed();
-    const auto* const media = dynamic_cast<const DmSourceNode::MediaInput*>(source->getSrcInput());
-    const double begin = media ? media->getTapeSrcIn() : 0.0;
-    const double passed = time - source->getRecIn();
-    double frame = begin + source->getRelIn() + passed * speed;
-    if (speed < 0.0)
-        frame = begin + source->getRelIn() + (source->getRecLength() - passed) * -speed - 1.0;
-    return dmUtf8(source->getName()) + std::to_string(static_cast<long>(std::floor(frame + 1e-6)));
+            keys = warp->isConstantSpeed() ? nullptr : warp->getExistingChannelByName(L"timing").get();
+        }
+        else if (const auto* const sound = dynamic_cast<const DmATimewarpSettings*>(plays.getEffects().at(i)))
+            speed = 1.0 / sound->getRatio();
+    const auto* const media = source ? dynamic_cast<const DmSourceNode::MediaInput*>(source->getSrcInput()) : nullptr;
+    const double begin = (media ? media->getTapeSrcIn() : 0.0) + plays.getRelIn();
+    const double passed = time - segment.getRecIn();
+    const std::string name = dmUtf8(plays.getName()).substr(0, 1);
+    if (keys)
+        return name + "k" + std::to_string(std::lround((passed - keys->getKeyFrame(0)->getFrame()) * 128)) + "@" +
+               std::to_string(std::lround(begin * 128));
+    const double played = speed < 0.0 ? (segment.getRecLength() - passed) * -speed : passed * speed;
+    return name + std::to_string(std::lround((begin + played * rate) * 128));
 }
 
-inline Frames framesOf(const DmTimeline& timeline, int track)
+/// `rate`: frames of the material for one of the composition.
+inline Frames framesOf(const DmTimeline& timeline, int track, double rate = 1.0)
 {
     Frames frames;
-    DmTreeNode* const layer = timeline.composition()->getChild(track)->getChild(0);
-    for (int i = 0; i < layer->getNbChildren(); ++i)
+    const auto composition = timeline.composition();
+    DmTreeNode* const layer = composition->getChild(track)->getChild(0);
+    const int count = layer->getNbChildren();
+    for (int i = 0; i < count; ++i)
     {
         DmTreeNode* const node = layer->getChild(i);
         if (const DmSegmentNode* const segment = node->asSegment())
             for (double t = segment->getRecIn(); t < segment->getRecOut() - 1e-6; t += 1.0)
-                frames.push_back(shown(*segment, t));
+                frames.push_back(shown(*segment, t, rate));
         else if (const DmTransitionNode* const transition = node->asTransition())
             for (double t = transition->getRecIn(); t < transition->getRecOut() - 1e-6; t += 1.0)
-                frames.push_back(shown(*layer->getChild(i - 1)->asSegment(), t) + ">" +
-                                 shown(*layer->getChild(i + 1)->asSegment(), t) + " " +
+                frames.push_back(shown(*layer->getChild(i - 1)->asSegment(), t, rate) + ">" +
+                                 shown(*layer->getChild(i + 1)->asSegment(), t, rate) + " " +
                                  std::to_string(std::lround(t - transition->getRecIn())) + "/" +
                                  std::to_string(std::lround(transition->getRecLength())));
     }
@@ -61,6 +82,30 @@ inline Frames framesOf(const DmTimeline& timeline, int track)
 inline bool isTransition(const std::string& frame)
 {
     return frame.find('>') != std::string::npos;
+}
+
+/// The first frame that plays something else than expected, in words; empty when there is none. A transition may have
+/// become a cut.
+inline std::string difference(const Frames& expected, const Frames& now)
+{
+    if (expected.size() != now.size())
+        return std::to_string(now.size()) + " frames instead of " + std::to_string(expected.size());
+    for (std::size_t i = 0; i < now.size(); ++i)
+        if (!expected[i].empty() && now[i] != expected[i] && (!isTransition(expected[i]) || isTransition(now[i])))
+            return "frame " + std::to_string(i) + " plays " + now[i] + " instead of " + expected[i];
+    return {};
+}
+
+/// With the frames of [from, to) others, which are empty here, and all behind them `shift` later.
+inline Frames edited(const Frames& was, double from, double to, double shift)
+{
+    const auto size = static_cast<double>(was.size());
+    const auto first = static_cast<std::ptrdiff_t>(std::clamp(from, 0.0, size));
+    const auto last = static_cast<std::ptrdiff_t>(std::clamp(to, static_cast<double>(first), size));
+    Frames now(was.begin(), was.begin() + first);
+    now.resize(static_cast<std::size_t>(std::max(static_cast<double>(first), static_cast<double>(last) + shift)));
+    now.insert(now.end(), was.begin() + last, was.end());
+    return now;
 }
 
 } // namespace zrNaive

@@ -4,6 +4,7 @@
 
 #include "zrDrawing.h"
 #include "zrNaive.h"
+#include "zrOperations.h"
 
 #include "dmEdit.h"
 #include "dmHistory.h"
@@ -57,242 +58,145 @@ inline std::string randomDrawing(Source& source)
     return drawing;
 }
 
-/// Why the operation that led from one to the other broke something; empty when all is well.
-inline std::string broken(const DmTimeline& before, const DmTimeline& after, int kind, double from, double to,
-                          double shift)
+/// What an operation must have done; empty when it did.
+class Law
 {
-    for (const DmTreeViolation& violation : DmTreeTool::findViolations(after.composition(), DM_VALIDATE_ALL))
-        return violation.path + ": " + dmUtf8(violation.message);
-    const std::string drawing = zrDrawing::draw(after);
-    if (drawing.find('?') != std::string::npos)
-        return "a hole or an overlap: " + drawing;
-    const zrNaive::Frames was = zrNaive::framesOf(before, 0);
-    const zrNaive::Frames now = zrNaive::framesOf(after, 0);
-    const auto length = static_cast<double>(was.size());
-    if (static_cast<double>(now.size()) != length + shift)
-        return "length " + std::to_string(was.size()) + " became " + std::to_string(now.size());
-    // What lies in front of the edit, and behind it, plays what it played; a transition at its edge may have become a
-    // cut.
-    for (std::size_t i = 0; i < was.size(); ++i)
+public:
+    Law(const zrOperations::Operation& operation, const zrOperations::Arguments& with, const DmTimeline& before,
+        double rate = 1.0)
+        : _operation(operation)
+        , _with(with)
+        , _before(before)
+        , _rate(rate)
     {
-        const auto time = static_cast<double>(i);
-        if (time >= from && time < to)
-            continue;
-        const std::size_t there = time < from ? i : static_cast<std::size_t>(time + shift);
-        if (zrNaive::isTransition(was[i]) && there < now.size() && !zrNaive::isTransition(now[there]))
-            continue;
-        if (there >= now.size() || now[there] != was[i])
-            return "operation " + std::to_string(kind) + ": frame " + std::to_string(i) + " played " + was[i] +
-                   ", now " + (there < now.size() ? now[there] : "nothing") + "\n" + zrDrawing::draw(before) + "\n" +
-                   drawing;
     }
-    return {};
+
+    /// `areLinked`: the operation may have been done to others as well, of which only that they are whole is said.
+    std::string broken(const DmEdit& edit, bool areLinked) const
+    {
+        const DmTimeline after = edit.timeline();
+        for (const DmTreeViolation& violation : DmTreeTool::findViolations(after.composition(), DM_VALIDATE_ALL))
+            return violation.path + ": " + dmUtf8(violation.message);
+        if (const std::string drawing = zrDrawing::draw(after); drawing.find('?') != std::string::npos)
+            return std::string(_operation.name) + " makes a hole or an overlap of\n" + zrDrawing::draw(_before) + "\n" +
+                   drawing;
+        const zrOperations::Before before{_before, _with};
+        zrOperations::Reach reach = _operation.reach(before);
+        if (edit.options().clamp) // by as much as there was
+            reach.shift = after.recOut(lastOf(after)) - before.end();
+        for (int track = 0; track < _before.trackCount(); ++track)
+        {
+            const bool isOwn = track == _with.element.track;
+            if (!isOwn && areLinked)
+                continue;
+            const zrNaive::Frames was = zrNaive::framesOf(_before, track, _rate);
+            zrNaive::Frames expected = isOwn ? zrNaive::edited(was, reach.from, reach.to, reach.shift) : was;
+            if (!isOwn && _operation.ripplesAt && moves(edit.options(), track))
+                if (const std::string why =
+                        ripple(expected, _operation.ripplesAt(before, reach.shift),
+                               reach.shift > 0.0 && _operation.isLength ? _with.amount : reach.shift);
+                    !why.empty())
+                    return why;
+            if (const std::string why = zrNaive::difference(expected, zrNaive::framesOf(after, track, _rate));
+                !why.empty())
+                return std::string(_operation.name) + ": on track " + std::to_string(track) + " " + why + "\n" +
+                       zrDrawing::draw(_before) + "\n" + zrDrawing::draw(after);
+        }
+        return {};
+    }
+
+private:
+    static bool moves(const DmEditOptions& options, int track)
+    {
+        return options.syncLock && std::ranges::find(options.unlockedTracks, track) == options.unlockedTracks.end();
+    }
+    DmElementPlace lastOf(const DmTimeline& timeline) const
+    {
+        return {_with.element.track, _with.element.layer, timeline.elementCount(_with.layer()) - 1};
+    }
+    /// Of another track: time opens, which plays nothing, or closes, which nothing may have played in.
+    static std::string ripple(zrNaive::Frames& frames, double at, double by)
+    {
+        const auto size = static_cast<double>(frames.size());
+        if (at >= size || by == 0.0)
+            return {};
+        const auto from = frames.begin() + static_cast<std::ptrdiff_t>(at);
+        if (by > 0.0)
+        {
+            frames.insert(from, static_cast<std::size_t>(by), "-");
+            return {};
+        }
+        const auto to = frames.begin() + static_cast<std::ptrdiff_t>(std::min(size, at - by));
+        if (std::any_of(from, to, [](const std::string& frame) { return frame != "-"; }))
+            return "material of another track was taken out";
+        frames.erase(from, to);
+        return {};
+    }
+
+    const zrOperations::Operation& _operation;
+    const zrOperations::Arguments& _with;
+    const DmTimeline& _before;
+    double _rate;
+};
+
+inline zrOperations::Arguments argumentsFor(const zrOperations::Operation& operation, const DmTimeline& timeline,
+                                            Source& source)
+{
+    zrOperations::Arguments with;
+    with.element.track = static_cast<int>(source.below(static_cast<unsigned>(timeline.trackCount())));
+    const auto count = static_cast<unsigned>(timeline.elementCount(with.layer()));
+    const double end = count > 0 ? timeline.recOut({with.element.track, 0, int(count) - 1}) : 0.0;
+    with.element.index = static_cast<int>(source.below(count + 1));
+    with.other = {with.element.track, 0, static_cast<int>(source.below(count + 1))};
+    with.time = source.below(static_cast<unsigned>(end) + 2);
+    with.amount = operation.isLength ? 1 + source.below(5) : static_cast<double>(source.below(9)) - 4.0;
+    return with;
 }
 
 /// Empty when all is well.
 inline std::string run(Source& source, int steps)
 {
-    const std::string drawing = randomDrawing(source);
+    // Up to two tracks of picture and one of sound; what is linked is so by the letter.
+    std::string drawing = randomDrawing(source);
+    if (source.below(3) == 0)
+        drawing += "\n" + randomDrawing(source);
+    if (source.below(2) == 0)
+    {
+        std::string sound = randomDrawing(source);
+        std::ranges::transform(sound, sound.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+        drawing += "\n" + sound;
+    }
+    const bool areLinked = source.below(4) == 0;
     std::string materials;
     for (char name = 'A'; name < 'H'; ++name)
     {
-        materials += std::string(1, name) + std::to_string(3 + source.below(4));
-        if (source.below(2) == 0)
-            materials += "/" + std::to_string(14 + source.below(12));
-        materials += " ";
+        const std::string material = std::to_string(3 + source.below(4)) +
+                                     (source.below(2) == 0 ? "/" + std::to_string(14 + source.below(12)) : "") + " ";
+        materials += std::string(1, name) + material + std::string(1, char(std::tolower(name))) + material;
     }
-    const DmTimeline start = zrDrawing::timeline(drawing, materials);
-    // A cut whose transitions have no frames to play is nobody's to hold.
+    const DmTimeline start = zrDrawing::timeline(drawing, materials, areLinked);
     DmHistory history(start);
     const CoSharedPtr<DmTreeNode> expected = DmTreeTool::deepClone(start.tree());
     for (int step = 0; step < steps; ++step)
     {
         const DmTimeline before = history.current();
+        const zrOperations::Operation& operation =
+            zrOperations::all[source.below(static_cast<unsigned>(std::size(zrOperations::all)))];
+        const zrOperations::Arguments with = argumentsFor(operation, before, source);
         DmEditOptions options;
         options.clamp = source.below(4) == 0;
+        options.syncLock = source.below(4) != 0;
+        if (source.below(3) == 0)
+            options.unlockedTracks = {static_cast<int>(source.below(3))};
         DmEdit edit(before, options);
         edit.seedIds(static_cast<std::uint64_t>(step));
-        const int count = before.elementCount({0, 0});
-        const double end = count > 0 ? before.recOut({0, 0, count - 1}) : 0.0;
-        const double time = source.below(static_cast<unsigned>(end) + 2);
-        const double length = 1 + source.below(5);
-        const DmElementPlace element{0, 0, static_cast<int>(source.below(static_cast<unsigned>(count) + 1))};
-        const double in = before.recIn(element);
-        const double out = before.recOut(element);
-        const double by = static_cast<double>(source.below(9)) - 4.0;
-        const auto fresh = zrDrawing::shot('X', 0, length, {3, 30});
-        double from = 0.0;
-        double to = end + 100.0;
-        double shift = dmNoTime; // what the end of the layer moved by, unless the operation says
-        const int other = static_cast<int>(source.below(static_cast<unsigned>(count) + 1));
-        // With the transitions beside it, which play its frames.
-        const auto lastOut = [&](int index) {
-            return count > 0 ? before.recOut({0, 0, std::min(index, count - 1)}) : 0.0;
-        };
-        const double reachIn = before.recIn({0, 0, std::max(0, element.index - 1)});
-        const double reachOut = lastOut(element.index + 1);
-        const int kind = static_cast<int>(source.below(25));
-        DmStatus status;
-        switch (kind)
-        {
-        case 0:
-            status = edit.insert({0, 0}, time, fresh);
-            from = to = time;
-            shift = length + std::max(0.0, time - end);
-            break;
-        case 1:
-            status = edit.overwrite({0, 0}, time, fresh);
-            from = time;
-            to = time + length;
-            shift = std::max(0.0, time + length - end);
-            break;
-        case 2:
-            status = edit.lift({0, 0}, time, time + length);
-            from = time;
-            to = time + length;
-            shift = 0.0;
-            break;
-        case 3:
-            status = edit.extract({0, 0}, time, time + length);
-            from = time;
-            to = time + length;
-            shift = -(std::min(end, time + length) - time);
-            break;
-        case 4:
-            status = edit.split({0, 0}, time);
-            from = to = time;
-            shift = 0.0;
-            break;
-        case 5:
-            status = edit.roll(element, by);
-            from = in - 4;
-            to = out + 4;
-            shift = 0.0;
-            break;
-        case 6:
-            status = edit.slip(element, by);
-            from = in - before.recOut({0, 0, element.index - 1}) < 1 ? in - 4 : in;
-            to = out + 4;
-            shift = 0.0;
-            break;
-        case 7:
-            status = edit.rippleTrim(element, DM_TAIL, by);
-            from = out - 4;
-            to = before.recOut({0, 0, element.index + 1}); // the transition goes along, with later frames
-            if (!(to < dmNoTime) || before.element({0, 0, element.index + 1})->asSegment())
-                to = out;
-            break;
-        case 8:
-            status = edit.trim(element, DM_HEAD, by);
-            from = in - 8;
-            to = in + 8;
-            shift = 0.0;
-            break;
-        case 9:
-            status = edit.transition(element, length, static_cast<eDmSeamAlignment>(source.below(3)));
-            from = in - 8;
-            to = out + 8;
-            shift = 0.0;
-            break;
-        case 10:
-            status = edit.rippleTrim(element, DM_HEAD, by);
-            from = reachIn;
-            to = in; // and what is taken off
-            break;
-        case 11:
-            status = edit.trim(element, DM_TAIL, by);
-            from = out - 8;
-            to = out + 8;
-            shift = out == end ? std::max(0.0, edit.timeline().recOut({0, 0, element.index}) - end) : 0.0;
-            break;
-        case 12:
-            status = edit.slide(element, by);
-            from = before.recIn({0, 0, std::max(0, element.index - 3)});
-            to = lastOut(element.index + 3);
-            shift = 0.0;
-            break;
-        case 13:
-            status = edit.join(element);
-            from = to = in;
-            shift = 0.0;
-            break;
-        case 14:
-            status = edit.replace(element, fresh);
-            from = reachIn;
-            to = reachOut;
-            shift = 0.0;
-            break;
-        case 15:
-            status = edit.swap(element, {0, 0, other});
-            from = before.recIn({0, 0, std::max(0, std::min(element.index, other) - 1)});
-            to = lastOut(std::max(element.index, other) + 1);
-            shift = 0.0;
-            break;
-        case 16:
-            status = edit.move(element, {0, 0}, time);
-            shift = std::max(0.0, time + out - in - end);
-            from = 0.0; // two places at least
-            break;
-        case 17:
-            status = edit.fill({0, 0}, fresh, time, time + length, 4, dmNoTime);
-            from = time;
-            to = time + length;
-            shift = std::max(0.0, time + length - end);
-            break;
-        case 18:
-            status = edit.speed(element, by / 2.0);
-            from = reachIn;
-            to = reachOut;
-            shift = 0.0;
-            break;
-        case 19:
-            status = edit.freeze(element, in + source.below(4));
-            from = reachIn;
-            to = reachOut;
-            shift = 0.0;
-            break;
-        case 20:
-            status = edit.reverse(element);
-            from = reachIn;
-            to = reachOut;
-            shift = 0.0;
-            break;
-        case 21:
-            status = edit.extractSegment(element);
-            from = in;
-            to = out;
-            shift = in - out;
-            break;
-        case 22:
-            status = edit.liftSegment(element);
-            from = in;
-            to = out;
-            shift = 0.0;
-            break;
-        case 23:
-            status = edit.dropTransitions();
-            from = to = 0.0;
-            shift = 0.0;
-            break;
-        default:
-            status = edit.cut(element);
-            from = in;
-            to = out;
-            shift = 0.0;
-            break;
-        }
-        if (!status.ok())
+        if (!operation.run(edit, with).ok())
         {
             if (!(edit.timeline() == before))
                 return "a refused operation changed something";
             continue;
         }
-        const DmTimeline after = edit.timeline();
-        if (shift == dmNoTime)
-            shift = edit.changes().empty() ? 0.0 : edit.changes().front().shift;
-        if (kind == 10)
-            to = in - std::min(0.0, shift);
-        if (const std::string why = broken(before, after, kind, from, to, shift); !why.empty())
+        if (const std::string why = Law(operation, with, before).broken(edit, areLinked); !why.empty())
             return why;
         history.add(L"step", edit);
     }
