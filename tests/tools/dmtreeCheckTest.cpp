@@ -106,6 +106,79 @@ TEST(DmtreeCheckFix, MendsSafelyOrAllAndLeavesNothingToMendAgain)
     EXPECT_EQ(ZrTempDir::read(all), ZrTempDir::read(again));
 }
 
+TEST(DmtreeCheckFix, ShowsBeforeAndAfterAndWritesOnlyWhereAsked)
+{
+    const ZrTempDir directory;
+    const std::string out = directory.path("out.json");
+    const CommandCase cases[] = {
+        {{"check", "--fix", "--diff", mistakes},
+         1,
+         "...[DM103]\n...--- " + mistakes +
+             "\n+++ ...\n@@ -1,12 +1,13 @@\n...-      DmLayerNode ...elements 16\n+      "
+             "DmLayerNode ...elements 17\n...\n+        DmCutNode ...1 violation\n"},
+        {{"check", "--fix", "--diff", commercial, commercial}, 0, commercial + ": valid\n" + commercial + ": valid\n"},
+        {{"check", "--diff", commercial}, 2, "", "...--diff requires --fix..."},
+        {{"check", "--fix", "--diff", "--json", "-o", out, mistakes}, 1, "{...\"diff\":\"--- ..."},
+    };
+    for (const CommandCase& row : cases)
+        check(row);
+    EXPECT_NE(ZrTempDir::read(out), "");
+}
+
+/// What was accepted stays so where it plays at another time, and not where other frames of it play.
+TEST(DmtreeCheckBaseline, KnowsWhatWasAcceptedByMediumAndSourceRange)
+{
+    const ZrTempDir directory;
+    const std::string accepted = directory.path("accepted.json");
+    const auto list = [&directory](const char* first, const char* goesOn, const char* second)
+    {
+        return directory.write("cut.edl", std::string("TITLE: cut\n\n001  A001 V C 01:00:00:00 01:00:02:00 ") + first +
+                                              "\n* FROM CLIP NAME: A\n002  A001 V C " + goesOn + second +
+                                              "\n* FROM CLIP NAME: A\n");
+    };
+    const auto run = [&](std::vector<std::string> more)
+    {
+        more.insert(more.begin(), {"check", "--fcm", "25", "--fail-on-warning", directory.path("cut.edl")});
+        return runDmtree(more);
+    };
+    list("10:00:00:00 10:00:02:00", "01:00:02:00 01:00:03:00", " 10:00:02:12 10:00:03:12");
+    const auto first = run({"--write-baseline", accepted});
+    EXPECT_EQ(first.exitCode, 0);
+    EXPECT_EQ(first.err, accepted + ": 1 accepted\n");
+    const struct
+    {
+        const char* first;
+        const char* goesOn;
+        const char* second;
+        const char* out;
+        int exitCode;
+    } rows[] = {
+        {"10:00:00:00 10:00:02:00", "01:00:02:00 01:00:03:00", " 10:00:02:12 10:00:03:12", "...: valid, 1 accepted\n",
+         0},
+        {"10:00:05:00 10:00:07:00", "01:00:02:00 01:00:03:00", " 10:00:07:12 10:00:08:12", "...: valid, 1 accepted\n",
+         0},
+        {"10:00:00:00 10:00:02:00", "01:00:02:00 01:00:03:01", " 10:00:02:12 10:00:03:13", "...[DM304]\n...: valid\n",
+         1},
+        {"10:00:00:00 10:00:02:00", "01:00:02:00 01:00:03:00", " 10:00:02:13 10:00:03:13", "...[DM304]\n...: valid\n",
+         1},
+    };
+    for (const auto& row : rows)
+    {
+        list(row.first, row.goesOn, row.second);
+        const auto result = run({"--baseline", accepted});
+        EXPECT_EQ(result.exitCode, row.exitCode) << result.out;
+        EXPECT_TRUE(matches(result.out, row.out)) << result.out;
+    }
+    const CommandCase cases[] = {
+        {{"check", "--baseline", commercial, commercial}, 2, "", "...commercial-25.json: this is no baseline..."},
+        {{"check", "--baseline", accepted, "--write-baseline", accepted, commercial}, 2, "", "...excludes..."},
+        {{"check", "--write-baseline", accepted, mistakes, mistakes}, 0, "...", "...: 2 accepted\n"},
+        {{"check", "--baseline", accepted, mistakes}, 0, mistakes + ": valid, 2 accepted\n"},
+    };
+    for (const CommandCase& row : cases)
+        check(row);
+}
+
 TEST(DmtreeCheckConfig, IsThatOfTheNearestFolderAndNamesItsMistakes)
 {
     const ZrTempDir directory;

@@ -1,9 +1,12 @@
 // dmtree check: what is wrong with documents and cut lists, for a person's eyes or for a job scheduler's.
+#include "checkBaseline.h"
 #include "checkConfig.h"
 #include "checkReport.h"
 #include "dmtree.h"
 #include "documents.h"
+#include "lineDiff.h"
 #include "modes.h"
+#include "textFile.h"
 
 #include "dmTreeTool.h"
 
@@ -38,12 +41,16 @@ struct Options
     std::string fcm;
     std::string config;
     std::string profile;
+    std::string baseline;
+    std::string newBaseline;
     std::vector<std::pair<std::string, std::vector<std::string>>> perPath; ///< what is not looked for in which files
     DmFindingOptions rules;
+    dmtree::CheckBaseline accepted;
     unsigned jobs = 1;
     bool repair = false;
     bool fix = false;
     bool unsafeFixes = false;
+    bool diff = false;
     bool json = false;
     bool lenient = false;
     bool statistics = false;
@@ -129,6 +136,14 @@ void mend(DmRoot& root, const Options& options, const DmFindings& rules)
         throw std::runtime_error("not all that was found could be mended");
 }
 
+/// A line a node.
+std::string dumpOf(DmRoot& root)
+{
+    std::ostringstream text;
+    static_cast<void>(DmTreeTool::dump(&root, text)); // of what stands below itself, as far as it goes
+    return std::move(text).str();
+}
+
 dmtree::FileReport checkFile(const std::string& file, const Options& options)
 {
     DmFindingOptions ofFile = options.rules;
@@ -136,7 +151,8 @@ dmtree::FileReport checkFile(const std::string& file, const Options& options)
         if (dmMatchesPattern(file, pattern))
             ofFile.ignore.insert(ofFile.ignore.end(), ignored.begin(), ignored.end());
     const DmFindings rules(std::move(ofFile));
-    dmtree::FileReport report{file, {}, {}, {}};
+    dmtree::FileReport report;
+    report.file = file;
     interchange::Options reading;
     reading.lenient = true; // a list with mistakes is checked, too
     reading.places = true;
@@ -151,18 +167,23 @@ dmtree::FileReport checkFile(const std::string& file, const Options& options)
     std::vector<DmFinding> found = rules.find(*document.root);
     if (options.mends())
     {
+        const std::string before = options.diff ? dumpOf(*document.root) : "";
         mend(*document.root, options, rules);
+        if (options.diff)
+            report.diff = dmtree::lineDiff(before, dumpOf(*document.root), file, file + ", mended");
         std::vector<DmFinding> left = rules.find(*document.root);
         for (DmFinding& each : found)
             if (std::ranges::find(left, each) == left.end())
                 report.mended.push_back(std::move(each));
         found = std::move(left);
-        dmtree::saveDocument(*document.root, options.output, DmTreeJsonBuilder::Layout::Environment);
+        if (!options.output.empty())
+            dmtree::saveDocument(*document.root, options.output, DmTreeJsonBuilder::Layout::Environment);
     }
     addLines(document, found);
     std::ranges::move(found, std::back_inserter(report.findings));
     if (!options.profile.empty())
         addProfile(*document.root, options, rules, report.findings);
+    report.accepted = options.accepted.hide(report.findings);
     return report;
 }
 
@@ -299,6 +320,7 @@ int checkAll(const Options& options)
         options.statistics ? dmtree::statisticsPrinter()
                            : dmtree::checkPrinter(options.json ? "json" : options.form, rules, colour);
     int worst = dmtree::Fine;
+    dmtree::CheckBaseline baseline;
     Jobs jobs(options);
     printer->begin(std::cout);
     for (std::size_t i = 0; i < options.files.size(); ++i)
@@ -307,8 +329,16 @@ int checkAll(const Options& options)
         printer->print(std::cout, report);
         std::cout.flush(); // whoever watches a long run sees how far it is
         worst = std::max(worst, exitCodeOf(report, options));
+        if (!options.newBaseline.empty())
+            baseline.accept(report.findings);
     }
     printer->end(std::cout);
+    if (!options.newBaseline.empty())
+    {
+        dmtree::writeText(options.newBaseline, baseline.text());
+        std::cerr << options.newBaseline << ": " << baseline.count() << " accepted\n";
+        worst = worst == dmtree::Finding ? dmtree::Fine : worst;
+    }
     return worst;
 }
 
@@ -358,6 +388,14 @@ void dmtree::addCheck(CLI::App& app, Run& run)
             ->type_name("TOML")
             ->check(CLI::ExistingFile);
     command->add_flag("--no-config", options->noConfig, "Read no configuration")->excludes(config);
+    CLI::Option* const baseline =
+        command->add_option("--baseline", options->baseline, "Say nothing of what was accepted before, as FILE has it")
+            ->type_name("FILE")
+            ->check(CLI::ExistingFile);
+    command->add_option("--write-baseline", options->newBaseline, "Accept what is found: write it to FILE")
+        ->type_name("FILE")
+        ->excludes(baseline);
+    command->add_flag("--diff", options->diff, "Show what mending changes, before and after; without -o, only that");
     command->add_flag("--statistics", options->statistics, "Count the findings of each rule instead of naming them");
     command->add_flag("--fail-on-warning", options->failOnWarning, "Exit with 1 for warnings, too");
     command->add_flag("--exit-zero", options->exitZero, "Exit with 0 whatever is found");
@@ -376,6 +414,9 @@ void dmtree::addCheck(CLI::App& app, Run& run)
         "With --fix, --unsafe-fixes and --repair, what was mended is told, and the findings are those of the "
         "document that was\n"
         "written. It is a document, whatever the format of FILE.\n"
+        "What was accepted before, --baseline hides, wherever it plays by now; the exit code knows nothing of it. "
+        "After\n"
+        "--write-baseline it is 0, unless a file was unreadable.\n"
         "What the command line does not say, the file .dmtree.toml of this folder, or of the nearest one "
         "above it, says.\n"
         "Exit code: 0, or 1 when there was an error, or 2 when a file was unreadable.");
@@ -385,17 +426,21 @@ void dmtree::addCheck(CLI::App& app, Run& run)
             if (options->explain.empty() && options->files.empty())
                 throw CLI::RequiredError("FILE");
             const char* const mending = options->repair ? "--repair" : options->fix ? "--fix" : "--unsafe-fixes";
-            if (options->mends() && options->output.empty())
+            if (options->diff && !options->mends())
+                throw CLI::RequiresError("--diff", "--fix, --unsafe-fixes or --repair");
+            if (options->mends() && options->output.empty() && !options->diff)
                 throw CLI::RequiresError(mending, "-o");
             if (!options->mends() && !options->output.empty())
                 throw CLI::RequiresError("-o", "--fix, --unsafe-fixes or --repair");
-            if (options->mends() && options->files.size() > 1)
+            if (options->mends() && options->files.size() > 1 && !options->output.empty())
                 throw CLI::ValidationError(std::string(mending) + " takes one FILE");
             if (options->mends() && options->output == "-")
                 throw CLI::ValidationError(std::string(mending) + " writes to a file: standard output has the report");
             run = [options, command]
             {
                 configure(*command, *options);
+                if (!options->baseline.empty())
+                    options->accepted = CheckBaseline(options->baseline);
                 return checkAll(*options);
             };
         });

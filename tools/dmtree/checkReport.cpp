@@ -55,7 +55,7 @@ public:
                  finding.severity == DmFinding::Error     ? "1;31"
                  : finding.severity == DmFinding::Warning ? "1;35"
                                                           : "36");
-        out << report.file << ": ";
+        out << report.diff << report.file << ": ";
         const std::size_t errors = report.count(DmFinding::Error);
         if (!report.error.empty())
             out << "unreadable: " << report.error;
@@ -63,6 +63,8 @@ public:
             out << "valid";
         else
             out << countOf(errors, "violation");
+        if (report.accepted != 0)
+            out << ", " << report.accepted << " accepted";
         out << '\n';
     }
 
@@ -105,6 +107,10 @@ public:
             add(line, "notes", report, DmFinding::Note);
         if (!report.mended.empty())
             line.addObjects("mended", objectsOf(report.mended));
+        if (report.accepted != 0)
+            line.add("accepted", static_cast<int>(report.accepted));
+        if (!report.diff.empty())
+            line.add("diff", report.diff);
         out << line.text() << '\n';
     }
 
@@ -333,6 +339,13 @@ private:
         }
         _writer.EndObject();
         _writer.EndArray();
+        if (!finding.subject.empty())
+        {
+            key("partialFingerprints");
+            _writer.StartObject();
+            add("subject/v1", finding.subject);
+            _writer.EndObject();
+        }
         _writer.EndObject();
     }
 

@@ -19,6 +19,8 @@ struct FileReport
     std::string error;             ///< why nothing can be read; empty where it can
     std::vector<DmFinding> mended; ///< what is no more
     std::vector<DmFinding> findings;
+    std::size_t accepted = 0; ///< findings that were accepted before, and are not among these
+    std::string diff;         ///< what mending changes, if that is asked for
 
     std::size_t count(DmFinding::Severity severity) const;
 };

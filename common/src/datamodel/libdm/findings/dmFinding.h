@@ -32,6 +32,9 @@ struct ZR_DM_API DmFinding
     std::string track;        ///< "V1", "A2"
     std::string record;       ///< the label of its record time
     std::string text;         ///< UTF-8, without a line end
+    /// By which a finding of an earlier cut is known again, wherever it plays by now: the medium and its range that
+    /// plays, or those of the shots around. Empty where there is no shot.
+    std::string subject;
 
     /// "error", "warning" or "note".
     const char* severityName() const;

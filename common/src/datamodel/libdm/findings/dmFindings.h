@@ -137,6 +137,7 @@ private:
 
     DmRuleRun(const DmTreeNode& tree, const DmFindingOptions& options);
     Item& addItem(std::string text);
+    void setTime(const DmCutView& cut, const DmLaneView* lane, double time);
 
     DmCutViews _views;
     const DmFindingOptions& _options;
