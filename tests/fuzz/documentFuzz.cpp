@@ -38,7 +38,7 @@ void expect(bool property, const std::string& what)
     std::abort();
 }
 
-/// What the library itself says of a text; empty when it is JSON.
+/// What the library itself says of a text, which ends at a NUL for it; empty when it is JSON.
 std::string parserMessage(const std::string& text)
 {
     rapidjson::BaseReaderHandler<> nobody;
@@ -53,7 +53,7 @@ void checkMessage(const std::string& text, const std::string& message)
 {
     const std::string expected = parserMessage(text);
     const bool ours = message.ends_with("nested too deeply.") || message.ends_with("Invalid encoding in string.");
-    if (!ours && (!expected.empty() || message.starts_with("JSON parse error : ")))
+    if (!ours && text.find('\0') == text.npos && (!expected.empty() || message.starts_with("JSON parse error : ")))
         expect(message == expected, message + "\ninstead of\n" + expected);
 }
 

@@ -36,7 +36,8 @@ void expect(bool property, const std::string& what)
     std::abort();
 }
 
-/// Equal for values that are equal but for the order of members, and for a number's form: 24 is 24.0.
+/// Equal for values that are equal but for the order of members, and for a number's form: 24 is 24.0. Of members of one
+/// name the first counts.
 std::string canonical(const otio::Value& value)
 {
     std::string text;
@@ -46,8 +47,9 @@ std::string canonical(const otio::Value& value)
             parts.push_back(canonical(each));
     else if (value.IsObject())
     {
-        for (const auto& each : value.GetObject())
-            parts.push_back(canonical(each.name) + ':' + canonical(each.value));
+        for (auto each = value.MemberBegin(); each != value.MemberEnd(); ++each)
+            if (value.FindMember(each->name) == each)
+                parts.push_back(canonical(each->name) + ':' + canonical(each->value));
         std::ranges::sort(parts);
     }
     else if (value.IsNumber() && value.IsLosslessDouble())
