@@ -23,7 +23,7 @@
 ///
 /// # Mistakes
 ///
-/// An error in a strict report; in a lenient one, a warning, and reading goes on as docs/lists.md says for each. Keys
+/// An error in a strict report; in a lenient one, a warning, and reading goes on as docs/edl.md says for each. Keys
 /// are kept with a warning, and so is every line whose keyword is known but not what stands behind it. Binary data and
 /// a text that holds neither event nor title are errors in any report.
 #pragma once

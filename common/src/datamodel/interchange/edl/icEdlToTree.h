@@ -1,4 +1,4 @@
-/// A cut list as a document: what the programs of the model can open, check and edit. docs/lists.md says what becomes
+/// A cut list as a document: what the programs of the model can open, check and edit. docs/edl.md says what becomes
 /// of what; all that has no property there goes into a blob (icEdlKept.h) on the source or the composition.
 ///
 /// Record times are the list's own, absolute ones. Every timeline that comes out passes validation with all options.
