@@ -20,7 +20,17 @@ std::string shortText(const DmString& text)
 
 DM::FrameCodeModes dmFcmFromText(const DmString& text)
 {
-    return FcmUtil::getFCMFromString(shortText(text).c_str(), false);
+    if (text.empty())
+        return FCM_NOT_DEFINED;
+    // Nearly all that a cut asks for is one text.
+    thread_local std::wstring last;
+    thread_local DM::FrameCodeModes mode = FCM_NOT_DEFINED;
+    if (text.view() != last)
+    {
+        mode = FcmUtil::getFCMFromString(shortText(text).c_str(), false);
+        last = text.view().substr(0, 64); // of a longer one, never the same
+    }
+    return mode;
 }
 
 DmString dmFcmText(DM::FrameCodeModes fcm)
