@@ -66,6 +66,8 @@ TEST(Findings, EveryRuleHasItsCodeItsNameAndItsPage)
         EXPECT_TRUE(names.insert(rule.name).second) << rule.name;
         for (const char* const text : {rule.line, rule.why, rule.example, rule.mending})
             EXPECT_STRNE(text, "") << rule.code;
+        const std::string_view mending = rule.mending; // by which option, or why by none
+        EXPECT_TRUE(mending.find("fix") != mending.npos || mending.find("o option") != mending.npos) << rule.code;
         const DmFindingCode* const code = dmFindingCode(rule.code);
         ASSERT_NE(code, nullptr);
         EXPECT_STREQ(code->text, rule.line);

@@ -1,6 +1,8 @@
 #include "zrRuleCases.h"
 
+#include "dmADissolveSettings.h"
 #include "dmReelNode.h"
+#include "dmVDissolveSettings.h"
 
 #include <limits>
 
@@ -30,6 +32,13 @@ const RuleCase cases[] = {
       [](Composition& it) { static_cast<void>(at<DmSegmentNode>(it, 2).setMediaType(DM_MEDIA_AUDIO)); }},
      {"B V1 00:00:00:04: a segment of media type \"audio\" stands in \"video\""},
      {"AAAA|BBBB\naaaa|bbbb"}},
+    {"DM102",
+     {"AAAA", "",
+      [](Composition& it) { static_cast<void>(at<DmSegmentNode>(it, 0).addEffect(DmADissolveSettings::create())); }},
+     {"A V1 00:00:00:00: an effect of media type \"audio\" stands in \"video\""},
+     {"AAAA", "",
+      [](Composition& it) { static_cast<void>(at<DmSegmentNode>(it, 0).addEffect(DmVDissolveSettings::create())); }},
+     Mending::Unsafe},
     {"DM103",
      {"AAAA|BBBB", "", [](Composition& it) { layerOf(it).removeChild(1); }},
      {"B V1 00:00:00:04: Between it and the segment in front a cut is missing"},
@@ -48,7 +57,8 @@ const RuleCase cases[] = {
     {"DM105",
      {"AAAA//BBBB", "", [](Composition& it) { static_cast<void>(at<DmTrxEffectNode>(it, 1).setEffect({})); }},
      {"V1 00:00:00:04: The transition has no effect"},
-     {"AAAA//BBBB"}},
+     {"AAAA//BBBB"},
+     Mending::Unsafe},
     {"DM106",
      {"AAAA|B|CCCC", "", [](Composition& it) { static_cast<void>(at<DmSegmentNode>(it, 2).setRecLength(0.0)); }},
      {"B V1 00:00:00:04: It lasts no frame"},
@@ -110,7 +120,8 @@ const RuleCase cases[] = {
     {"DM114",
      {"AAAA//BBBB", "", [](Composition& it) { static_cast<void>(at<DmTransitionNode>(it, 1).setRecLength(8.0)); }},
      {"V1 00:00:00:04: The transition lasts 8 frames, longer than a shot beside it"},
-     {"AAAA//////B"}},
+     {"AAAA//////B"},
+     Mending::Safe},
     {"DM115",
      {"AAAA|BBBB", "", [](Composition& it) { static_cast<void>(layerOf(it).setLayerLength(6.0)); }},
      {"V1: The layer ends at 00:00:00:06, and what stands in it at 00:00:00:08"},
@@ -133,7 +144,8 @@ const RuleCase cases[] = {
     {"DM118",
      {"AAAA|BBBB", "A6", [](Composition& it) { static_cast<void>(mediaAt(it, 0).setSrcLength(8.0)); }},
      {"A V1 00:00:00:00: Its in-time and length come to 10 frames, and its source says 8 frames"},
-     {"AAAA|BBBB", "A6"}},
+     {"AAAA|BBBB", "A6"},
+     Mending::Unsafe},
 };
 
 } // namespace
@@ -154,6 +166,8 @@ TEST(StructureRules, NothingStandsWhereItHasNoPlace)
     const auto findings = DmFindings().find(*root);
     ASSERT_EQ(allSaid(findings, "DM101"), std::vector<std::string>{": It stands outside of a composition"});
     EXPECT_EQ(findings.front().nodePath, "children[1]/children[0]");
+    EXPECT_EQ(DmFindings().mend(*root, Mending::Unsafe).status, DM_NO_ERROR);
+    EXPECT_EQ(reel->getNbChildren(), 0);
 }
 
 TEST(StructureRules, OnesThatAnOriginAsksForAreWarningsWithoutIt)

@@ -135,6 +135,12 @@ inline void check(const RuleCase& row)
     EXPECT_EQ(allSaid(findings.find(*tree), row.code), row.said);
     EXPECT_EQ(allSaid(findings.find(*row.nearby.tree()), row.code), std::vector<std::string>()) << row.nearby.drawing;
 
+    const auto rules = DmFindings::ownRules();
+    const auto rule =
+        std::ranges::find(rules, row.code, [](const DmRule& each) { return std::string_view(each.code); });
+    const char* const option = !row.mending ? "" : *row.mending == Mending::Safe ? "`--fix`" : "`--unsafe-fixes`";
+    EXPECT_NE(std::string_view(rule->mending).find(option), std::string_view::npos) << rule->mending;
+
     // No violation of a validation goes unsaid.
     DmFindingOptions everything = row.options;
     everything.all = true;

@@ -26,9 +26,8 @@ std::wstring_view lastPart(std::wstring_view path)
 class MediumNumbers
 {
 public:
-    int of(const DmSegmentNode& segment)
+    int of(const DmSegmentNode& segment, const DmSourceNames& names)
     {
-        const DmSourceNames names(segment);
         if (!names.path.empty())
             return number({names.path, {}, 0});
         if (!names.file.empty())
@@ -70,38 +69,47 @@ const DmSourceNode* carriedBy(const DmSegmentNode& segment)
                : nullptr;
 }
 
+/// The shot's source and what it says of its media.
+void addSource(DmShotView& shot, MediumNumbers& media)
+{
+    shot.isMuted = shot.segment->getMuted();
+    shot.effects = shot.segment->getEffects().count();
+    shot.source = shot.segment->whatIs() == DM_SOURCE_NODE ? static_cast<const DmSourceNode*>(shot.segment) : nullptr;
+    shot.input = shot.source ? shot.source->getSrcInput() : nullptr;
+    shot.media = dynamic_cast<const DmSourceNode::MediaInput*>(shot.input);
+    shot.names = DmSourceNames(*shot.segment);
+    if (shot.material.kind == DmMaterial::Kind::Moving || shot.material.kind == DmMaterial::Kind::Still)
+        shot.medium = media.of(*shot.segment, shot.names);
+}
+
 void addShots(DmLaneView& lane, DM::FrameCodeModes fcm, MediumNumbers& media)
 {
-    const DmLayerNode& layer = *lane.layer;
-    const int count = layer.getNbChildren();
-    lane.shots.reserve(static_cast<std::size_t>(count) / 2 + 1);
-    const auto mixLength = [&layer](int position)
+    const int count = lane.layer->getNbChildren();
+    lane.elements.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i)
     {
-        const DmTransitionNode* const transition = dmTransition(layer.getChild(position));
+        DmTreeNode* const node = lane.layer->getChild(i);
+        lane.elements.push_back({node, dmSegment(node), dmTransition(node)});
+    }
+    const auto mixLength = [&lane](int position)
+    {
+        const DmTransitionNode* const transition = lane.at(position).transition;
         return transition && transition->whatIs() == DM_TRX_EFFECT_NODE ? std::max(0.0, transition->getRecLength())
                                                                         : 0.0;
     };
+    lane.shots.reserve(static_cast<std::size_t>(count) / 2 + 1);
     for (int i = 0; i < count; ++i)
     {
-        const DmSegmentNode* const standing = dmSegment(layer.getChild(i));
+        const DmSegmentNode* const standing = lane.at(i).segment;
         if (!standing)
             continue;
         const DmSourceNode* const carried = carriedBy(*standing);
         const DmSegmentNode& segment = carried ? *carried : *standing;
         const DmPlayedBeside beside{mixLength(i - 1), mixLength(i + 1)};
-        DmShotView shot{&segment,
-                        i,
-                        segment.whatIs() == DM_GAP_NODE,
-                        carried != nullptr,
-                        standing->getRecIn(),
-                        standing->getRecOut(),
-                        beside.before,
-                        beside.behind,
-                        DmPlayed(segment, fcm),
-                        dmMaterialOf(segment, fcm, beside)};
-        if (shot.material.kind == DmMaterial::Kind::Moving || shot.material.kind == DmMaterial::Kind::Still)
-            shot.medium = media.of(segment);
-        lane.shots.push_back(std::move(shot));
+        lane.shots.push_back({&segment, standing, i, segment.whatIs() == DM_GAP_NODE, carried != nullptr,
+                              standing->getRecIn(), standing->getRecOut(), beside.before, beside.behind,
+                              DmPlayed(segment, fcm), dmMaterialOf(segment, fcm, beside)});
+        addSource(lane.shots.back(), media);
     }
 }
 
@@ -168,7 +176,7 @@ public:
             for (int j = 0; j < track->getNbChildren(); ++j)
                 if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(j)))
                 {
-                    DmLaneView lane{track, layer, i, j, trackName(*track, number), isPicture, {}};
+                    DmLaneView lane{track, layer, i, j, trackName(*track, number), isPicture, {}, {}};
                     addShots(lane, cut.fcm, _media);
                     cut.lanes.push_back(std::move(lane));
                 }

@@ -14,26 +14,53 @@
 #include "dmLayerNode.h"
 #include "dmMaterial.h"
 #include "dmPlayed.h"
+#include "dmSourceInput.h"
 #include "dmTrackNode.h"
 #include "tuFcm.h"
 
 #include <string>
 #include <vector>
 
+/// Where a segment's material comes from, as far as it is said: empty texts where it is not.
+struct ZR_DM_API DmSourceNames
+{
+    DmSourceNames() = default;
+    explicit DmSourceNames(const DmSegmentNode& segment);
+
+    std::wstring_view path;
+    std::wstring_view file; ///< a file's name without its folder
+    std::wstring_view reel; ///< "AX" and "BL" are none: every list has them
+};
+
+/// A child of a layer, told by class: `segment` and `transition` are null for what is neither.
+struct DmElementView
+{
+    const DmTreeNode* node = nullptr;
+    const DmSegmentNode* segment = nullptr;
+    const DmTransitionNode* transition = nullptr;
+};
+
 /// A segment of a layer, or the source that a gap of no length carries: what is seen of that one are the transitions
 /// beside it.
 struct DmShotView
 {
-    const DmSegmentNode* segment; ///< what plays
-    int position;                 ///< among the layer's children
-    bool isGap;                   ///< nothing plays
-    bool isCarried;               ///< by a gap of no length
+    const DmSegmentNode* segment;  ///< what plays
+    const DmSegmentNode* standing; ///< in the layer: that, or the gap that carries it
+    int position;                  ///< among the layer's children
+    bool isGap;                    ///< nothing plays
+    bool isCarried;                ///< by a gap of no length
     double recIn;
     double recOut;
     double mixBefore = 0.0; ///< length of the transition in front, which shows the shot too
     double mixBehind = 0.0;
     DmPlayed played;
     DmMaterial material;
+    DmSourceNames names = {};
+    const DmSourceNode* source = nullptr;            ///< the segment, where it is one
+    const DmSourceNode::Input* input = nullptr;      ///< the source's
+    const DmSourceNode::MediaInput* media = nullptr; ///< the same, where it is one
+    bool isMuted = false;
+    int effects = 0; ///< how many it has
     /// Shots of one medium have one number: of one path; else of one file name; else of one reel and clip name. -1: not
     /// known.
     int medium = -1;
@@ -63,7 +90,15 @@ struct DmLaneView
     int layerIndex;   ///< among the track's
     std::string name; ///< of the track: "V1", "A2"
     bool isPicture;
-    std::vector<DmShotView> shots; ///< in the order in which they stand
+    std::vector<DmElementView> elements; ///< the layer's children
+    std::vector<DmShotView> shots;       ///< in the order in which they stand
+
+    /// A child; nothing beside the first and the last.
+    DmElementView at(int position) const
+    {
+        const bool isThere = position >= 0 && position < static_cast<int>(elements.size());
+        return isThere ? elements[static_cast<std::size_t>(position)] : DmElementView();
+    }
 };
 
 struct DmCutView
@@ -106,14 +141,4 @@ private:
     std::vector<DmCutView> _cuts;
     std::vector<Collection> _collections;
     std::vector<NotFollowed> _notFollowed;
-};
-
-/// Where a segment's material comes from, as far as it is said: empty texts where it is not.
-struct ZR_DM_API DmSourceNames
-{
-    explicit DmSourceNames(const DmSegmentNode& segment);
-
-    std::wstring_view path;
-    std::wstring_view file; ///< a file's name without its folder
-    std::wstring_view reel; ///< "AX" and "BL" are none: every list has them
 };

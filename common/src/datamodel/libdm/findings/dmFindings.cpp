@@ -32,6 +32,12 @@ std::string dmLengthText(double frames, DM::FrameCodeModes fcm)
     return text + (rounded == 1.0 ? " frame" : " frames");
 }
 
+bool dmReachesBeyond(const DmTransitionNode& transition, const DmSegmentNode& previous, const DmSegmentNode& next)
+{
+    return transition.getRecOut() > next.getRecOut() + dmTimeTolerance ||
+           transition.getRecIn() < previous.getRecIn() - dmTimeTolerance || next.getRecLength() < 0.0;
+}
+
 std::string dmCountText(std::size_t count, const char* noun)
 {
     return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
@@ -103,7 +109,7 @@ namespace
 /// What plays in a shot: "/media/A001.mov 01:00:00:00 - 01:00:04:00".
 std::string subjectOf(const DmShotView& shot)
 {
-    const DmSourceNames names(*shot.segment);
+    const DmSourceNames& names = shot.names;
     std::string medium = dmUtf8(names.path.empty() ? names.file : names.path);
     if (medium.empty())
         medium = dmUtf8(names.reel) + (names.reel.empty() ? "" : " ") + dmUtf8(shot.name());
@@ -260,7 +266,8 @@ std::span<const DmRule> DmFindings::ownRules()
     static const std::vector<DmRule> all = []
     {
         std::vector<DmRule> rules;
-        for (const auto* const group : {&dmStructureRules(), &dmTimeRules(), &dmCutRules(), &dmMediaRules()})
+        for (const auto* const group : {&dmStructureRules(), &dmLayoutRules(), &dmTimeRules(), &dmCutRules(),
+                                        &dmProgrammeRules(), &dmMediaRules()})
             rules.insert(rules.end(), group->begin(), group->end());
         return rules;
     }();

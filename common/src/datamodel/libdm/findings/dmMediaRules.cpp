@@ -13,6 +13,7 @@
 #include <system_error>
 #include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace
 {
@@ -24,27 +25,24 @@ constexpr std::size_t mostNames = 5;
 template <class Use>
 void forEachRecorded(const DmRuleRun& run, const Use& use)
 {
-    for (const DmCutView& cut : run.cuts())
-        for (const DmLaneView& lane : cut.lanes)
-            for (const DmShotView& shot : lane.shots)
-            {
-                const auto* const source = dynamic_cast<const DmSourceNode*>(shot.segment);
-                const DmSourceNode::Input* const input = source ? source->getSrcInput() : nullptr;
-                if (input && shot.material.kind != DmMaterial::Kind::Generated)
-                    use(cut, lane, shot, *input);
-            }
+    dmForEachShot(run,
+                  [&use](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
+                  {
+                      if (shot.input && shot.material.kind != DmMaterial::Kind::Generated)
+                          use(cut, lane, shot, *shot.input);
+                  });
 }
 
 /// The same once a path.
 template <class Use>
 void forEachPath(const DmRuleRun& run, const Use& use)
 {
-    std::set<std::wstring_view> known;
+    std::unordered_set<std::wstring_view> known;
     forEachRecorded(
         run,
         [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot, const DmSourceNode::Input& /*input*/)
         {
-            const DmSourceNames names(*shot.segment);
+            const DmSourceNames& names = shot.names;
             if (!names.path.empty() && known.insert(names.path).second)
                 use(cut, lane, shot, dmUtf8(names.path));
         });
@@ -189,7 +187,7 @@ const std::vector<DmRule>& dmMediaRules()
          .why = "Nobody can conform what has no address. \"AX\" is no reel: every list has it for what it does not "
                 "know. All of them are one finding.",
          .example = "reel AX, no file                    found\nreel A001C003                       fine",
-         .mending = "Export the list again with reels or file names, or relink the clips.",
+         .mending = "Export the list again with reels or file names, or relink the clips: no option knows them.",
          .find =
              [](DmRuleRun& run)
          {
@@ -198,7 +196,7 @@ const std::vector<DmRule>& dmMediaRules()
                              [&sum](const DmCutView& cut, const DmLaneView& /*lane*/, const DmShotView& shot,
                                     const DmSourceNode::Input& /*input*/)
                              {
-                                 const DmSourceNames names(*shot.segment);
+                                 const DmSourceNames& names = shot.names;
                                  if (names.path.empty() && names.file.empty() && names.reel.empty())
                                      sum.add(cut, dmUtf8(shot.name()));
                              });
@@ -214,7 +212,9 @@ const std::vector<DmRule>& dmMediaRules()
          .why = "A CMX list has 8 characters for a reel, and no blanks among them: longer names are cut, and two reels "
                 "become one. Only when selected: cameras write longer ones, and other formats carry them.",
          .example = "A001C003_220310_R1AB                found\nA001C003                            fine",
-         .mending = "Give the list short reels, or deliver a format that carries long ones.",
+         .mending = "Give the list short reels, or deliver a format that carries long ones. No option does it: of two "
+                    "long ones one "
+                    "short one could come.",
          .find =
              [](DmRuleRun& run)
          {
@@ -223,7 +223,7 @@ const std::vector<DmRule>& dmMediaRules()
                              [&](const DmCutView& cut, const DmLaneView& /*lane*/, const DmShotView& shot,
                                  const DmSourceNode::Input& /*input*/)
                              {
-                                 const DmSourceNames names(*shot.segment);
+                                 const DmSourceNames& names = shot.names;
                                  if (!isCarriedByCmx(names.reel, run.options().reelLength))
                                      sum.add(cut, dmUtf8(names.reel));
                              });
@@ -240,7 +240,7 @@ const std::vector<DmRule>& dmMediaRules()
          .example =
              "reel A001, 01:00:00:00: /v1/a.mov and /v2/a.mov   found\nreel A001, 01:00:00:00: /v1/a.mov twice   "
              "        fine",
-         .mending = "Relink one of the shots.",
+         .mending = "Relink one of the shots. No option does it: which file is the right one, a person knows.",
          .find =
              [](DmRuleRun& run)
          {
@@ -251,7 +251,7 @@ const std::vector<DmRule>& dmMediaRules()
                  [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot,
                      const DmSourceNode::Input& /*input*/)
                  {
-                     const DmSourceNames names(*shot.segment);
+                     const DmSourceNames& names = shot.names;
                      if (!lane.isPicture || names.reel.empty() || names.path.empty())
                          return;
                      const auto [found, isFirst] =
@@ -271,7 +271,7 @@ const std::vector<DmRule>& dmMediaRules()
                 "over.",
          .example = "`--media-root /mnt/show`: /a/b.mov, no /mnt/show/a/b.mov   found\nthe same, /mnt/show/a/b.mov is "
                     "there                         fine",
-         .mending = "Restore the file, or relink the shot.",
+         .mending = "Restore the file, or relink the shot: no option can.",
          .find =
              [](DmRuleRun& run)
          {
@@ -294,7 +294,7 @@ const std::vector<DmRule>& dmMediaRules()
          .example =
              "forbidden-paths = [\"*/Desktop/*\"], /Users/me/Desktop/a.mov   found\nthe same, /mnt/show/a.mov     "
              "                               fine",
-         .mending = "Move the media to where they belong, and relink.",
+         .mending = "Move the media to where they belong, and relink. No option does it: nothing moves files.",
          .find =
              [](DmRuleRun& run)
          {
@@ -318,7 +318,7 @@ const std::vector<DmRule>& dmMediaRules()
          .line = "paths with characters that other systems choke on",
          .why = "A colon, a question mark or a blank at the end of a name is a file on one system and none on another.",
          .example = "/show/take 3?.mov                   found\n/show/take 3.mov                    fine",
-         .mending = "Rename the file, and relink.",
+         .mending = "Rename the file, and relink. No option does it: nothing renames files.",
          .find =
              [](DmRuleRun& run)
          {
@@ -339,11 +339,9 @@ const std::vector<DmRule>& dmMediaRules()
                 "composition uses shot names, and only when selected: in many cuts only the shots of one vendor have "
                 "them.",
          .example = "sc010_sh020, and one without        found\nno shot with a name                 fine",
-         .mending = "Name it.",
-         .find =
-             [](DmRuleRun& run)
-         {
-             for (const DmCutView& cut : run.cuts())
+         .mending = "Name it: no option can.",
+         .find = dmEachCut(
+             [](DmRuleRun& run, const DmCutView& cut)
              {
                  Sum sum;
                  bool areUsed = false;
@@ -358,18 +356,15 @@ const std::vector<DmRule>& dmMediaRules()
                  if (areUsed && !sum.isEmpty())
                      run.add(cut, dmCountText(sum.count(), "shot") + (sum.count() == 1 ? " has" : " have") +
                                       " no shot name" + (sum.names().empty() ? "" : ": ") + sum.names());
-             }
-         }},
+             })},
         {.code = "DM408",
          .name = "shot-name-twice",
          .line = "shot names that two shots of different media have",
          .why = "Two shots of one name overwrite each other's versions.",
          .example = "sc010_sh020 of A001 and of B003     found\nsc010_sh020 of A001, in two pieces  fine",
-         .mending = "Rename one of them.",
-         .find =
-             [](DmRuleRun& run)
-         {
-             for (const DmCutView& cut : run.cuts())
+         .mending = "Rename one of them. No option does it: others have the name by now.",
+         .find = dmEachCut(
+             [](DmRuleRun& run, const DmCutView& cut)
              {
                  std::unordered_map<std::wstring_view, const DmShotView*> first;
                  for (const DmLaneView& lane : cut.lanes)
@@ -384,14 +379,13 @@ const std::vector<DmRule>& dmMediaRules()
                                      "Its shot name \"" + dmUtf8(name) + "\" is that of the shot at " +
                                          cut.composition->getRecordLabel(found->second->recIn) + ", too");
                      }
-             }
-         }},
+             })},
         {.code = "DM409",
          .name = "shot-name-pattern",
          .line = "shot names of another form than was asked for",
          .why = "Scripts take shot names apart. Asked for in the configuration, as a pattern with * and ?.",
          .example = "shot-names = \"sc???_sh???\", sc10_sh020   found\nthe same, sc010_sh020                  fine",
-         .mending = "Rename the shot.",
+         .mending = "Rename the shot. No option does it: others have the name by now.",
          .find =
              [](DmRuleRun& run)
          {
@@ -410,7 +404,7 @@ const std::vector<DmRule>& dmMediaRules()
          .line = "pictures of another size than the composition's",
          .why = "What is of another size is scaled, by each program in its own way.",
          .example = "1280x720 in 1920x1080               found\na size that nobody says             fine",
-         .mending = "Say how it is to be scaled, or ask for the right size.",
+         .mending = "Say how it is to be scaled, or ask for the right size: no option knows how.",
          .find =
              [](DmRuleRun& run)
          {
@@ -424,7 +418,7 @@ const std::vector<DmRule>& dmMediaRules()
          .line = "pictures of another colour space than the composition's",
          .why = "What is of another colour space is converted, or not, and nobody sees which in a list.",
          .example = "log in a Rec.709 composition        found\na colour space that nobody says     fine",
-         .mending = "Say how it is to be converted.",
+         .mending = "Say how it is to be converted: no option knows how.",
          .find =
              [](DmRuleRun& run)
          {
@@ -441,7 +435,7 @@ const std::vector<DmRule>& dmMediaRules()
          .line = "sound of another sampling rate than the composition's",
          .why = "Sound that is not converted drifts, or plays at another pitch.",
          .example = "44100 in 48000                      found\na rate that nobody says             fine",
-         .mending = "Convert the file, or say that it is to be converted.",
+         .mending = "Convert the file, or say that it is to be converted. No option does it: nothing touches files.",
          .find =
              [](DmRuleRun& run)
          {

@@ -8,8 +8,10 @@
 #include <vector>
 
 const std::vector<DmRule>& dmStructureRules();
+const std::vector<DmRule>& dmLayoutRules();
 const std::vector<DmRule>& dmTimeRules();
 const std::vector<DmRule>& dmCutRules();
+const std::vector<DmRule>& dmProgrammeRules();
 const std::vector<DmRule>& dmMediaRules();
 
 /// Times agree to within this much of a frame.
@@ -23,6 +25,8 @@ inline bool dmSameTime(double a, double b)
 /// Whether a shot plays beyond the known end of its material, the speed counted. What a speed was rounded by is no
 /// fault.
 bool dmPlaysBeyond(const DmShotView& shot);
+/// Whether a transition is too long for the segments beside it.
+bool dmReachesBeyond(const DmTransitionNode& transition, const DmSegmentNode& previous, const DmSegmentNode& next);
 /// "1 frame", "16 frames"; from a second on as a label.
 std::string dmLengthText(double frames, DM::FrameCodeModes fcm);
 /// The label of a time in a mode.
@@ -34,4 +38,58 @@ template <class Node>
 CoSharedPtr<Node> dmToChange(const Node* node)
 {
     return CoSharedPtr<Node>(const_cast<Node*>(node));
+}
+
+// The function of a rule that looks at one place after the other
+
+template <class Use>
+auto dmEachCut(Use use)
+{
+    return [use](DmRuleRun& run)
+    {
+        for (const DmCutView& cut : run.cuts())
+            use(run, cut);
+    };
+}
+template <class Use>
+auto dmEachLane(Use use)
+{
+    return dmEachCut(
+        [use](DmRuleRun& run, const DmCutView& cut)
+        {
+            for (const DmLaneView& lane : cut.lanes)
+                use(run, cut, lane);
+        });
+}
+template <class Use>
+auto dmEachShot(Use use)
+{
+    return dmEachLane(
+        [use](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane)
+        {
+            for (const DmShotView& shot : lane.shots)
+                use(run, cut, lane, shot);
+        });
+}
+/// With the segments beside each, which may be null.
+template <class Use>
+auto dmEachTransition(Use use)
+{
+    return dmEachLane(
+        [use](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane)
+        {
+            for (int i = 0; i < static_cast<int>(lane.elements.size()); ++i)
+                if (const DmTransitionNode* const transition = lane.at(i).transition)
+                    use(run, cut, lane, i, *transition, lane.at(i - 1).segment, lane.at(i + 1).segment);
+        });
+}
+
+/// For what needs more than a place: a rule's function calls these.
+template <class Use>
+void dmForEachShot(const DmRuleRun& run, const Use& use)
+{
+    for (const DmCutView& cut : run.cuts())
+        for (const DmLaneView& lane : cut.lanes)
+            for (const DmShotView& shot : lane.shots)
+                use(cut, lane, shot);
 }
