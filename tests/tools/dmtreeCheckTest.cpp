@@ -209,9 +209,15 @@ TEST(DmtreeCheckProfile, NamesTheLossesThatAConversionNames)
 {
     const ZrTempDir directory;
     std::size_t losses = 0;
-    for (const std::string& file : {commercial, mistakes, std::string(ZR_EXAMPLES "/feature-23.976.json"),
-                                    std::string(ZR_EXAMPLES "/news-29.97df.json")})
-        for (const char* const name : {"edl", "otio", "fcp7xml", "json"})
+    std::vector<std::string> files = {commercial, mistakes, ZR_EXAMPLES "/feature-23.976.json",
+                                      ZR_EXAMPLES "/news-29.97df.json"};
+    for (const char* const list : {"reel1.edl", "promo.otio"}) // of which reading says something, too
+    {
+        files.push_back(directory.path(list + std::string(".json")));
+        runDmtree({"convert", "--fcm", "25", std::string(ZR_EXAMPLES "/../lists/") + list, files.back()});
+    }
+    for (const std::string& file : files)
+        for (const char* const name : {"ale", "edl", "otio", "fcp7xml", "json"})
         {
             const std::string format = name;
             SCOPED_TRACE(file + " as " + format);
