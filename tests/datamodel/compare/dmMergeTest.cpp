@@ -3,9 +3,12 @@
 #include "zrLaws.h"
 #include "zrNaive.h"
 
+#include "dmResizeSettings.h"
 #include "dmTreeTool.h"
 
 #include <gtest/gtest.h>
+
+#include <set>
 
 namespace
 {
@@ -392,6 +395,53 @@ TEST(Merge, PlaysWhatANaiveModelPlays)
         merged += frames == expected ? 0 : 1;
     }
     EXPECT_GT(merged, 26);
+}
+
+TEST(Merge, DecidesWhatBothAdded)
+{
+    using Root = CoSharedPtr<DmRoot>;
+    const auto effect = [](const CoSharedPtr<DmEffectSettings>& settings)
+    { return [=](const Root& root) { static_cast<void>(shotAt(root, 2).addEffect(settings)); }; };
+    const auto called = [](int element)
+    { return [=](const Root& root) { static_cast<void>(shotAt(root, element).setSegmentId(L"new-7")); }; };
+    const auto nothing = [](const Root&) {};
+    const struct
+    {
+        const char* what;
+        const char* ours;
+        std::function<void(const Root&)> change;
+        const char* theirs;
+        std::function<void(const Root&)> otherChange;
+        const char* merged;
+        const char* conflicts;
+    } rows[] = {
+        {"two effects on one shot", "AAAA|BBBB", effect(DmColourSettings::create()), "AAAA|BBBB",
+         effect(DmResizeSettings::create()), "AAAA|BBBB", "B: both added an effect"},
+        {"the same effect", "AAAA|BBBB", effect(DmColourSettings::create()), "AAAA|BBBB",
+         effect(DmColourSettings::create()), "AAAA|BBBB", ""},
+        {"a grade of what the other removed", "AAAA", nothing, "AAAA|BBBB", effect(DmColourSettings::create()), "AAAA",
+         "B: one side removed what the other changed"},
+        {"two tracks of one number", "AAAA|BBBB\nCCCC", nothing, "AAAA|BBBB\nDDDD", nothing, "AAAA|BBBB\nCCCC\nDDDD",
+         "both added a track 2"},
+        {"one id on two media", "AAAA|XX|BBBB", called(2), "AAAA|BBBB|YYY", called(4), "AAAA|XX|BBBB|YYY", ""},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        const auto base = zrDrawing::tree("AAAA|BBBB");
+        const auto ours = zrDrawing::tree(row.ours);
+        const auto theirs = zrDrawing::tree(row.theirs);
+        row.change(ours);
+        row.otherChange(theirs);
+        const DmMerge merge = DmMerge::merge(base.get(), *ours, *theirs);
+        EXPECT_EQ(drawn(merge), row.merged);
+        EXPECT_EQ(conflictsOf(merge), row.conflicts);
+        auto* const composition = static_cast<DmCompositionNode*>(merge.result()->getChild(0));
+        std::set<int> numbers;
+        for (int i = 0; i < composition->getNbChildren(); ++i)
+            numbers.insert(static_cast<DmTrackNode*>(composition->getChild(i))->getTrackNum());
+        EXPECT_EQ(int(numbers.size()), composition->getNbChildren());
+    }
 }
 
 TEST(Merge, HoldsItsIdentitiesForAnyDocuments)

@@ -127,6 +127,42 @@ bool isWorse(const DmRoot& result, const DmRoot& ours, const DmRoot& theirs)
                                { return !inOurs.contains(each) && !inTheirs.contains(each); });
 }
 
+std::map<std::wstring, int> idsOf(const DmRoot& root)
+{
+    std::map<std::wstring, int> ids;
+    for (const PlacedCut& placed : cutsOf(root))
+        for (const Shot& shot : placed.cut.shots())
+            ++ids[std::wstring(shot.node->getSegmentId().view())];
+    return ids;
+}
+
+/// Of shots that both sides added with one id, the later one gets another; its link group with it.
+void nameApart(DmRoot& root, const DmRoot& ours, const DmRoot& theirs)
+{
+    std::map<std::wstring, int> ids = idsOf(root);
+    const std::map<std::wstring, int> inOurs = idsOf(ours);
+    const std::map<std::wstring, int> inTheirs = idsOf(theirs);
+    std::set<std::wstring> seen;
+    const auto hasTwice = [](const std::map<std::wstring, int>& all, const std::wstring& id)
+    {
+        const auto found = all.find(id);
+        return found != all.end() && found->second > 1;
+    };
+    for (const PlacedCut& placed : cutsOf(root))
+        for (const Shot& shot : placed.cut.shots())
+        {
+            const std::wstring id(shot.node->getSegmentId().view());
+            if (id.empty() || seen.insert(id).second || hasTwice(inOurs, id) || hasTwice(inTheirs, id))
+                continue;
+            const std::size_t group = std::min(id.rfind(L'#'), id.size());
+            std::wstring other;
+            for (int number = 2; other.empty() || ids.contains(other); ++number)
+                other = id.substr(0, group) + L'-' + std::to_wstring(number) + id.substr(group);
+            ids[other] = 1;
+            static_cast<void>(const_cast<DmSegmentNode*>(shot.node)->setSegmentId(other.c_str()));
+        }
+}
+
 class Merger
 {
 public:
@@ -336,6 +372,8 @@ DmMerge DmMerge::merge(const DmRoot* base, const DmRoot& ours, const DmRoot& the
         .run(values[0], values[1], values[2], result);
     CoSharedPtr<DmRoot> root;
     const DmStatus status = read(textOf(result), root);
+    if (status.ok())
+        nameApart(*root, ours, theirs);
     // Never a document that breaks rules that both kept.
     if (status.failed() || isWorse(*root, ours, theirs))
     {
