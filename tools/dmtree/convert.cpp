@@ -32,6 +32,7 @@ struct Options
     std::vector<std::string> tracks;
     std::string reelLength;
     bool splitTracks = false;
+    bool flatten = false;
     bool lenient = false;
     bool each = false;
     bool json = false;
@@ -46,6 +47,7 @@ struct Options
         conversion.lenient = lenient;
         conversion.composition = composition;
         conversion.tracks = tracks;
+        conversion.flatten = flatten;
         if (!reelLength.empty())
             conversion.more["reel-length"] = reelLength;
         return conversion;
@@ -269,6 +271,9 @@ void dmtree::addConvert(CLI::App& app, Run& run)
         ->allow_extra_args(false);
     command->add_flag("--split-tracks", options->splitTracks,
                       "Write a file each of the tracks: cut-V1.edl, cut-A1.edl, ...");
+    command->add_flag("--flatten", options->flatten,
+                      "Write what nested compositions play in their place; one that would play otherwise then stays, "
+                      "with a warning");
     command
         ->add_option(
             "--reel-length", options->reelLength,

@@ -16,6 +16,7 @@
 #include "dmTreeTool.h"
 #include "dmTrxEffectNode.h"
 #include "dmUtf8.h"
+#include "dmWipeSettings.h"
 
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
@@ -453,6 +454,30 @@ TEST(Fcp7xml, AnEditShowsAndTheRestStaysAsItWas)
     EXPECT_NE(written.find("<start>300</start>"), std::string::npos);
 }
 
+TEST(Fcp7xml, NamesWhatNoElementSays)
+{
+    const Read made = read(xmeml(sequence(
+        clip("a", 0, -1, 0, 60, file("f1", 500) + filter("basic", parameter("rotation", value("45")))) +
+        mix(50, 60, "center", "Edge Wipe", "Wipe") + clip("b", -1, 100, 0, 50, same("f1")) +
+        clip("c", 100, 150, 0, 50, "<effect><effectid>Color</effectid></effect>", rate(25), "generatoritem"))));
+    ASSERT_TRUE(made.root) << made.messages;
+    auto& axis = const_cast<DmEffectSettings&>(static_cast<const DmEffectSettings&>(*made.segment(0).getEffects()[0]));
+    EXPECT_EQ(axis.getChannelByName(L"layerRotationX")->setValue(30), DM_NO_ERROR);
+    auto& trx = dynamic_cast<DmTrxEffectNode&>(made.element(1));
+    EXPECT_EQ(dynamic_cast<DmWipeSettings&>(*trx.getEffect()).setSoftness(0.5F),
+              DM_NO_ERROR);
+    auto& generated =
+        dynamic_cast<DmSourceNode::GeneratedInput&>(*dynamic_cast<DmSourceNode&>(made.element(3)).getSrcInput());
+    EXPECT_EQ(generated.setInputColorRed(0.25F), DM_NO_ERROR);
+    std::string messages;
+    write(*made.root, &messages);
+    EXPECT_EQ(messages,
+              "x.xml: warning: a, V1, 00:00:00:00: effects other than one constant speed and one look: what of an "
+              "axis no filter has is left out\n"
+              "x.xml: warning: V1, 00:00:02:00: settings of wipes other than their pattern: left out\n"
+              "x.xml: warning: c, V1, 00:00:04:00: colours and levels of generated sources: left out\n");
+}
+
 TEST(Fcp7xml, RefusesWhatIsNoSequence)
 {
     std::string deep;
@@ -503,6 +528,82 @@ TEST(Fcp7xml, RefusesWhatIsNoSequence)
               "x.xml:4: warning: plays up to frame 140 of 100 that there are\n");
 }
 
+/// Record and source range of all that plays, a line each.
+std::string playedOf(DmCompositionNode& composition)
+{
+    std::string all;
+    for (int i = 0; i < composition.getNbChildren(); ++i)
+        for (int k = 0; k < composition.getChild(i)->getChild(0)->getNbChildren(); ++k)
+            if (DmTreeNode* const node = composition.getChild(i)->getChild(0)->getChild(k);
+                node->whatIs() != DM_CUT_NODE)
+            {
+                const DmTimeRange record = DmTreeTool::getRecordRange(node);
+                const DmTimeRange source = DmTreeTool::getSourceRange(node, DM::FCM_25);
+                all +=
+                    std::to_string(static_cast<int>(record.in)) + '+' + std::to_string(static_cast<int>(record.length));
+                if (node->whatIs() == DM_SOURCE_NODE)
+                    all += " from " + std::to_string(static_cast<int>(source.in));
+                all += node->whatIs() == DM_CONTAINER_NODE ? " nested\n" : node->isTransition() ? " mix\n" : "\n";
+            }
+    return all;
+}
+
+TEST(Flatten, WritesWhatNestedCutsPlayInTheirPlace)
+{
+    const auto nested = [](const std::string& further = "")
+    { return sequence(dissolved, "", "", rate(25), "s2") + further; };
+    const auto speed = filter("timeremap", parameter("variablespeed", value("0")) + parameter("speed", value("50")) +
+                                               parameter("reverse", value("FALSE")));
+    const std::string stays = "x.xml: warning: n, V1, 00:00:00:00: nested compositions: they stay nested\n";
+    const struct
+    {
+        const char* what;
+        std::string picture;
+        std::string played;
+        std::string messages;
+    } cases[] = {
+        {"a dissolve inside", clip("n", 0, 100, 50, 150, nested()), "0+50 from 60\n50+12 mix\n62+38 from 42\n", ""},
+        {"the range begins and ends in the dissolve", clip("n", 0, 6, 104, 110, nested()), "0+6 from 34\n", ""},
+        {"more than there is", clip("n", 0, 50, 180, 230, nested()), "0+20 from 110\n20+30\n", ""},
+        {"beside others",
+         clip("a", 0, 50, 0, 50, file("f2", 500)) + clip("n", 50, 60, 10, 20, nested()) +
+             clip("b", 60, 80, 0, 20, same("f2")),
+         "0+50 from 0\n50+10 from 20\n60+20 from 0\n", ""},
+        {"twice", clip("n", 0, 10, 10, 20, nested()) + clip("m", 10, 20, 30, 40, "<sequence id=\"s2\"/>"),
+         "0+10 from 20\n10+10 from 40\n", ""},
+        {"inside another",
+         clip("o", 0, 10, 64, 74, sequence(clip("n", 0, 100, 50, 150, nested()), "", "", rate(25), "s3")),
+         "0+10 from 44\n", ""},
+        {"a transition that shows one shot of it",
+         clip("a", 0, -1, 0, 30, file("f2", 500)) + mix(20, 30, "end") + clip("n", -1, 60, 20, 60, nested()),
+         "0+20 from 0\n20+10 mix\n30+30 from 40\n", ""},
+        {"a transition that shows another shot of it",
+         clip("a", 0, -1, 0, 30, file("f2", 500)) + mix(20, 30, "end") + clip("n", -1, 60, 110, 150, nested()),
+         "0+20 from 0\n20+10 mix\n30+30 nested\n",
+         "x.xml: warning: n, V1, 00:00:01:05: nested compositions: they stay nested\n"},
+        {"another speed", clip("n", 0, 50, 20, 70, nested(speed)), "0+50 nested\n", stays},
+    };
+    for (const auto& each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        const Read made = read(xmeml(sequence(each.picture)));
+        ASSERT_TRUE(made.root) << made.messages;
+        Options options;
+        options.format = "json";
+        options.flatten = true;
+        std::string bytes;
+        const Writing writing = writeBuffer(*made.root, bytes, options);
+        std::string messages = dmFindingsText("x.xml", writing.findings);
+        EXPECT_EQ(messages, each.messages);
+        const Reading back = readBuffer(bytes);
+        ASSERT_TRUE(back.root);
+        auto& composition = dynamic_cast<DmCompositionNode&>(*back.root->getChild(0));
+        EXPECT_EQ(playedOf(composition), each.played);
+        for (const DmTreeViolation& violation : DmTreeTool::findViolations(&composition, DM_VALIDATE_ALL))
+            ADD_FAILURE() << violation.path << ": " << dmUtf8(violation.message);
+    }
+}
+
 TEST(Fcp7xml, AListIsWrittenAsOthersReadIt)
 {
     const std::string list = "TITLE: X\nFCM: NON-DROP FRAME\n"
@@ -525,21 +626,6 @@ TEST(Fcp7xml, AListIsWrittenAsOthersReadIt)
     const Read back = read(text);
     ASSERT_TRUE(back.root) << back.messages << text;
     auto& before = dynamic_cast<DmCompositionNode&>(*edl.root->getChild(0));
-    const auto playedOf = [](DmCompositionNode& composition)
-    {
-        std::string all;
-        for (int i = 0; i < composition.getNbChildren(); ++i)
-            for (int k = 0; k < composition.getChild(i)->getChild(0)->getNbChildren(); ++k)
-                if (DmTreeNode* const node = composition.getChild(i)->getChild(0)->getChild(k);
-                    node->whatIs() != DM_CUT_NODE)
-                {
-                    const DmTimeRange record = DmTreeTool::getRecordRange(node);
-                    const DmTimeRange source = DmTreeTool::getSourceRange(node, DM::FCM_25);
-                    all += std::to_string(record.in) + ' ' + std::to_string(record.length) + ' ' +
-                           std::to_string(source.in) + ' ' + std::to_string(source.length) + '\n';
-                }
-        return all;
-    };
     EXPECT_EQ(playedOf(back.composition()), playedOf(before)) << text;
 }
 

@@ -37,6 +37,7 @@ struct Options
     bool places = false;                          ///< reading also tells where in the file each node came from
     std::string composition;                      ///< the one to write, by its name; empty: all, or the first
     std::vector<std::string> tracks;              ///< those to write, as "V1" and "A2"; empty: all
+    bool flatten = false;                         ///< write what nested compositions play in their place
     std::map<std::string, std::string, std::less<>> more; ///< of a single format: {"reel-length", "8"}
 };
 

@@ -55,6 +55,49 @@ constexpr std::array<std::pair<const char*, const char*>, 3> motions{
 
 constexpr double silence = 1e-5; ///< a factor: -100 dB
 
+/// What a generator may be set to, and the format has no words for.
+std::array<double, 6> looksOf(const DmSourceNode::GeneratedInput& input)
+{
+    return {input.getInputColorRed(),   input.getInputColorGreen(),      input.getInputColorBlue(),
+            input.getInputColorAlpha(), input.getInputPercentageRatio(), static_cast<double>(input.getInputSoftness())};
+}
+
+/// Whether a wipe is its pattern and nothing else.
+bool isPlainWipe(const DmWipeSettings& wipe)
+{
+    const auto fresh = DmWipeSettings::create();
+    const auto looks = [](const DmWipeSettings& each)
+    {
+        return std::array<double, 8>{each.getPositionX(),
+                                     each.getPositionY(),
+                                     each.getRotationZ(),
+                                     each.getSoftness(),
+                                     each.getInverted() ? 1.0 : 0.0,
+                                     each.getScaleX(),
+                                     each.getScaleY(),
+                                     each.getScaleZ()};
+    };
+    return !fresh || looks(*fresh) == looks(wipe);
+}
+
+/// Whether an axis does something that no parameter of a filter is.
+bool hasOtherChannels(const DmAxisSettings& axis)
+{
+    const auto fresh = DmAxisSettings::create();
+    DmStringArray names;
+    axis.getChannelNames(names);
+    for (unsigned i = 0; fresh && i < names.size(); ++i)
+    {
+        const CoSharedPtr<DmAnimationChannel> channel = axis.getExistingChannelByName(names[i]);
+        const CoSharedPtr<DmAnimationChannel> usual = fresh->getChannelByName(names[i]);
+        const bool isSet =
+            channel && usual && (channel->getNbKeyFrames() > 0 || channel->getValue() != usual->getValue());
+        if (isSet && std::ranges::none_of(parameters, [&](const Parameter& each) { return names[i] == each.channel; }))
+            return true;
+    }
+    return false;
+}
+
 const char* boolText(bool value)
 {
     return value ? "TRUE" : "FALSE";
@@ -330,6 +373,8 @@ pugi::xml_node Plain::transition(pugi::xml_node parent, const Sequence& sequence
     const bool isDissolve = dynamic_cast<const DmVDissolveSettings*>(mix.getEffect()) || sound;
     if (!wipe && !isDissolve)
         lose("DM712", "written as a dissolve");
+    if (wipe && !isPlainWipe(*wipe))
+        lose("DM730", "left out");
     const char* const name = wipe ? "Edge Wipe" : sound ? "Cross Fade (+3dB)" : "Cross Dissolve";
     add(effect, "name", name);
     add(effect, "effectid", sound ? "KGAudioTransCrossFade3dB" : name);
@@ -431,6 +476,9 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
         const char* const id = kind == generators.end() ? "Slug" : kind->id;
         if (kind == generators.end())
             lose("DM715", "written as black");
+        const auto fresh = DmSourceNode::GeneratedInput::create(generated->getInputType(), 1, segment.getMediaType());
+        if (fresh && looksOf(*fresh) != looksOf(*generated))
+            lose("DM731", "left out");
         const pugi::xml_node effect = add(made, "effect");
         add(effect, "name", id);
         add(effect, "effectid", id);
@@ -621,8 +669,12 @@ void Plain::effects(pugi::xml_node clip, const Sequence& sequence, const Item& i
                 add(made, "asc_sat", numberText(values.saturation));
         }
         else if (const auto* const axis = dynamic_cast<const DmAxisSettings*>(effect))
+        {
             for (const auto& [id, name] : motions)
                 channels(clip, sequence, *axis, id, name, false, clipTime, clipPerRecord);
+            if (hasOtherChannels(*axis))
+                lose("DM711", "what of an axis no filter has is left out");
+        }
         else if (dynamic_cast<const DmAudioGainSettings*>(effect))
             channels(clip, sequence, *effect, "audiolevels", "Audio Levels", true, clipTime, clipPerRecord);
         else if (effect)

@@ -4,6 +4,7 @@
 #include "icDocumentFormat.h"
 #include "icEdlFormat.h"
 #include "icFcp7xmlFormat.h"
+#include "icFlatten.h"
 #include "icOtioFormat.h"
 #include "icReplaceFile.h"
 #include "icSelect.h"
@@ -274,8 +275,10 @@ Writing write(const Format& format, const DmRoot& root, Sink& sink, const Option
             [&]
             {
                 const bool isWhole = options.composition.empty() && options.tracks.empty();
-                const CoSharedPtr<DmRoot> part = isWhole ? CoSharedPtr<DmRoot>() : select(root, options, report);
-                writing.done = (isWhole || part) && format.write(part ? *part : root, sink, options, report);
+                CoSharedPtr<DmRoot> part = isWhole ? CoSharedPtr<DmRoot>() : select(root, options, report);
+                if (options.flatten && !report.hasErrors())
+                    part = flatten(part ? *part : root, report);
+                writing.done = !report.hasErrors() && format.write(part ? *part : root, sink, options, report);
                 if (const std::string wrong = sink.fault(); !wrong.empty() && !report.hasErrors())
                     report.add(Report::Error, 0, wrong);
             });
