@@ -195,6 +195,9 @@ TEST(Otio, GivesEveryMemberBack)
         {"markers", clip("a", range(5, 9),
                          R"(,"markers":[{"OTIO_SCHEMA":"Marker.2","color":"MINT","marked_range":)" +
                              range(6, 0, "1.0") + R"(},{"OTIO_SCHEMA":"Marker.3","color":{"r":0.5}}])")},
+        {"markers of an unknown schema",
+         clip("a", range(5, 9),
+              R"(,"markers":[{"OTIO_SCHEMA":"Odd.1","name":"m"},{"OTIO_SCHEMA":"Marker.2","name":"m"}])")},
         {"effects and mute", clip("a", range(0, 5),
                                   R"(,"enabled":false,"effects":[{"OTIO_SCHEMA":"Blur.1"},)"
                                   R"({"OTIO_SCHEMA":"LinearTimeWarp.1","time_scalar":-2.0}])")},
@@ -231,6 +234,9 @@ TEST(Otio, GivesEveryMemberBack)
         {"comments of cut lists", clip("a", range(0, 5), R"(,"metadata":{"cmx_3600":{"comments":["x",7]}})")},
         {"children that none expects", clip("a", range(0, 5), R"(,"children":[1])")},
         {"nothing", R"({"OTIO_SCHEMA":"Timeline.1","tracks":null})"},
+        {"a start, and nothing behind it",
+         R"({"OTIO_SCHEMA":"Timeline.1","name":"T","global_start_time":)" + time(100) + "}"},
+        {"a start, and tracks that hold nothing", timeline(track(""))},
         {"no children", R"({"OTIO_SCHEMA":"Timeline.1","tracks":{"OTIO_SCHEMA":"Stack.1"}})"},
     };
     for (const Case& each : cases)

@@ -402,7 +402,8 @@ CoSharedPtr<DmCompositionNode> Items::composition(const Value& object)
     const Value* const stack = isTimeline ? member(&object, "tracks") : &object;
     if (const Value* const markers = schemaOf(stack) == "Stack" ? arrayOf(stack, "markers") : nullptr)
         for (const Value& marker : markers->GetArray())
-            require(node->addCueMark(mark(marker, -start)));
+            if (schemaOf(&marker) == "Marker")
+                require(node->addCueMark(mark(marker, -start)));
     return node;
 }
 
@@ -502,7 +503,8 @@ void Items::dress(DmSegmentNode& segment, const Value& item, double origin)
         require(segment.setMuted(true));
     if (const Value* const markers = arrayOf(&item, "markers"))
         for (const Value& marker : markers->GetArray())
-            require(segment.addSegmentMark(mark(marker, origin)));
+            if (schemaOf(&marker) == "Marker")
+                require(segment.addSegmentMark(mark(marker, origin)));
     if (const auto warp = timewarp(item, segment.getMediaType()))
         require(segment.addEffect(warp));
     if (segment.getMediaType() == DM_MEDIA_VIDEO)

@@ -179,10 +179,12 @@ int baseLayerOf(const DmTrackNode& track)
     return base;
 }
 
-/// Where the record time lies that objects count from: the start, or before it what begins earlier.
+/// Where the record time lies that objects count from: the start, or before it what begins earlier. Where nothing
+/// stands, as the reader has it.
 double originOf(const DmCompositionNode& composition)
 {
     double origin = composition.getRecordStart();
+    bool holdsAny = false;
     for (int i = 0; i < composition.getNbChildren(); ++i)
         for (const DmTreeNode* const track = composition.getChild(i); track;)
         {
@@ -190,10 +192,13 @@ double originOf(const DmCompositionNode& composition)
                 if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(k)))
                     for (int n = 0; n < layer->getNbChildren(); ++n)
                         if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(layer->getChild(n)))
+                        {
                             origin = std::min(origin, segment->getRecIn());
+                            holdsAny = true;
+                        }
             break;
         }
-    return origin;
+    return holdsAny ? origin : composition.getStartTC();
 }
 
 /// A look whose numbers are finite: others have no form in a file.
