@@ -36,6 +36,7 @@ public:
             return static_cast<unsigned>(_random() % bound);
         return _at < _size ? _data[_at++] % bound : 0;
     }
+    bool isOver() const { return _data && _at >= _size; }
 
 private:
     std::mt19937 _random;
@@ -177,7 +178,7 @@ inline std::string run(Source& source, int steps)
     const DmTimeline start = zrDrawing::timeline(drawing, materials, areLinked);
     DmHistory history(start);
     const CoSharedPtr<DmTreeNode> expected = DmTreeTool::deepClone(start.tree());
-    for (int step = 0; step < steps; ++step)
+    for (int step = 0; step < steps && !source.isOver(); ++step)
     {
         const DmTimeline before = history.current();
         const zrOperations::Operation& operation =
