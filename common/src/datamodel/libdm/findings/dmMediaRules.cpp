@@ -13,7 +13,7 @@
 #include <system_error>
 #include <tuple>
 #include <unordered_map>
-#include <unordered_set>
+#include <vector>
 
 namespace
 {
@@ -33,18 +33,23 @@ void forEachRecorded(const DmRuleRun& run, const Use& use)
                   });
 }
 
-/// The same once a path.
+/// The same once a path, which is a medium's number.
 template <class Use>
 void forEachPath(const DmRuleRun& run, const Use& use)
 {
-    std::unordered_set<std::wstring_view> known;
+    std::vector<bool> known;
     forEachRecorded(
         run,
         [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot, const DmSourceNode::Input& /*input*/)
         {
-            const DmSourceNames& names = shot.names;
-            if (!names.path.empty() && known.insert(names.path).second)
-                use(cut, lane, shot, dmUtf8(names.path));
+            if (shot.names.path.empty() || shot.medium < 0)
+                return;
+            const auto number = static_cast<std::size_t>(shot.medium);
+            if (number >= known.size())
+                known.resize(2 * number + 1);
+            if (!known[number])
+                use(cut, lane, shot, dmUtf8(shot.names.path));
+            known[number] = true;
         });
 }
 

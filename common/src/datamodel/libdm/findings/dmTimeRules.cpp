@@ -371,7 +371,7 @@ const std::vector<DmRule>& dmTimeRules()
                          const int count = channel ? channel->getNbKeyFrames() : 0;
                          bool isInside = false;
                          bool changes = false;
-                         for (int k = 0; k < count; ++k)
+                         for (int k = 0; k < count && !isInside; ++k)
                          {
                              const CoSharedPtr<DmKeyFrame> key = channel->getKeyFrame(k);
                              const double frame = key ? static_cast<double>(key->getFrame()) : 0.0;
