@@ -70,6 +70,59 @@ unsigned others(__m128i bytes, char c)
 constexpr double powersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                   1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
+constexpr std::uint64_t wholePowersOfTen[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+
+/// How many digits stand there, of 16 that are looked at.
+unsigned digitsAt(const char* at)
+{
+    const __m128i values = _mm_sub_epi8(load(at), _mm_set1_epi8('0'));
+    const unsigned digits = maskOf(_mm_cmpeq_epi8(_mm_min_epu8(values, _mm_set1_epi8(9)), values));
+    return static_cast<unsigned>(std::countr_one(digits));
+}
+
+/// Text of a byte a character, into an empty string or one whose text is not needed.
+bool widen(std::string_view ascii, DmString& wide)
+{
+    constexpr std::size_t few = 4;
+    const std::size_t size = ascii.size();
+    if (size >= std::numeric_limits<unsigned>::max() || !wide.allocNewBuff(static_cast<unsigned>(size)))
+        return false;
+    if (size == 0)
+        return true;
+    wchar_t* const to = &wide[0];
+    const auto widenFew = [&](std::size_t at)
+    {
+        std::int32_t four = 0;
+        std::memcpy(&four, &ascii[at], sizeof four);
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i words = _mm_unpacklo_epi8(_mm_cvtsi32_si128(four), zero);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + at), _mm_unpacklo_epi16(words, zero));
+    };
+    if (size < few)
+        for (std::size_t i = 0; i < size; ++i)
+            to[i] = ascii[i];
+    else
+    {
+        for (std::size_t i = 0; i + few < size; i += few)
+            widenFew(i);
+        widenFew(size - few); // over some of those before
+    }
+    to[size] = 0;
+    return true;
+}
+
+/// The number that the first 1 to 8 digits are: neighbours are joined, to pairs, to fours, to all.
+std::uint64_t eightDigits(const char* at, unsigned count)
+{
+    std::uint64_t digits = 0;
+    std::memcpy(&digits, at, sizeof digits);
+    digits = (digits - 0x3030303030303030) << (64 - 8 * count); // zeros in front; a borrow stays behind
+    digits = digits * 10 + (digits >> 8);
+    return (((digits & 0x000000FF000000FF) * 0x000F424000000064) +
+            ((digits >> 16 & 0x000000FF000000FF) * 0x0000271000000001)) >>
+           32;
+}
+
 /// A double that lies between two floats of the normal range, and not in the middle: it rounds as its text does. The
 /// middle itself may not, because its text is not its exact value.
 bool roundsAsItsText(double value)
@@ -96,7 +149,6 @@ bool FastReader::refill(const char*& at)
     return isMore;
 }
 
-/// The next character that is no blank; zero at the end of the document, and at what JSON has not.
 char FastReader::peekBehindBlanks()
 {
     for (;;)
@@ -108,13 +160,13 @@ char FastReader::peekBehindBlanks()
             // The indentation of the pretty layout.
             while (*_at == '\t')
             {
-                const unsigned end = others(load(_at), '\t');
+                const unsigned end = others(load(_at), '\t') | others(load(_at + lane), '\t') << lane;
                 if (end != 0)
                 {
                     _at += std::countr_zero(end);
                     break;
                 }
-                _at += lane;
+                _at += 2 * lane;
             }
         }
         const char* at = _at;
@@ -125,30 +177,30 @@ char FastReader::peekBehindBlanks()
 
 FastReader::Expected::Expected(std::string_view name)
 {
+    constexpr std::string_view behind = "\":";
     const auto isPlain = [](char c) { return c >= ' ' && c != '"' && c != '\\'; };
-    if (name.size() >= sizeof bytes || !std::all_of(name.begin(), name.end(), isPlain))
+    if (name.size() + behind.size() > sizeof bytes || !std::all_of(name.begin(), name.end(), isPlain))
         return;
-    *std::copy(name.begin(), name.end(), bytes) = '"';
-    size = static_cast<unsigned>(name.size()) + 1;
+    std::copy(behind.begin(), behind.end(), std::copy(name.begin(), name.end(), bytes));
+    size = static_cast<unsigned>(name.size() + behind.size());
+    places = ~std::uint32_t{0} >> (sizeof bytes - size);
 }
 
-FastReader::Property::Property(const DmPropertyDef& definition)
-    : def(&definition)
-    , name(definition._utf8Name)
+FastReader::Property::Property(const DmPropertySet& object, int index)
+    : def(object.classData().at(index))
+    , isInside(def->_type <= DM_DOUBLE && !def->_rare && !def->_constant && object.getBase(index) == &object)
+    , name(def->_utf8Name)
 {
 }
 
-/// At a quote: goes behind the name if it is that one. What is compared beyond the end is zero.
-bool FastReader::take(const Expected& name)
+/// At a quote. What is compared beyond the end is zero.
+bool FastReader::isAt(const Expected& name) const
 {
     static_assert(sizeof name.bytes == 2 * lane);
     const char* const at = _at + 1;
     const unsigned low = maskOf(_mm_cmpeq_epi8(load(at), load(name.bytes)));
     const unsigned high = maskOf(_mm_cmpeq_epi8(load(at + lane), load(name.bytes + lane)));
-    if (name.size == 0 || static_cast<unsigned>(std::countr_one(high << lane | low)) < name.size)
-        return false;
-    _at = at + name.size;
-    return true;
+    return name.size != 0 && ((high << lane | low) & name.places) == name.places;
 }
 
 bool FastReader::word(std::string_view letters)
@@ -204,7 +256,42 @@ bool FastReader::string(Text& text)
     return true;
 }
 
+/// Most numbers are short: their digits are found and weighed all at once, which leaves no loop to guess the end of.
 bool FastReader::digits(Number& number)
+{
+    const char* at = _at;
+    number = {{}, 0, 0, *at == '-', true, true};
+    at += number.isNegative ? 1 : 0;
+    const unsigned whole = digitsAt(at);
+    if (whole == 0 || whole > 8 || (whole > 1 && *at == '0'))
+        return digitsOneByOne(number);
+    number.digits = eightDigits(at, whole);
+    at += whole;
+    if (*at == '.')
+    {
+        number.isInteger = false;
+        number.decimals = digitsAt(++at);
+        if (number.decimals == 0 || whole + number.decimals > 16 || isDigit(at[number.decimals]))
+            return digitsOneByOne(number);
+        unsigned rest = number.decimals;
+        if (rest > 8)
+        {
+            number.digits = number.digits * wholePowersOfTen[8] + eightDigits(at, 8);
+            at += 8;
+            rest -= 8;
+        }
+        number.digits = number.digits * wholePowersOfTen[rest] + eightDigits(at, rest);
+        at += rest;
+    }
+    // At the end of what is in sight stands a zero.
+    if (*at == 'e' || *at == 'E' || *at == '\0')
+        return digitsOneByOne(number);
+    number.text = {_at, static_cast<std::size_t>(at - _at)};
+    _at = at;
+    return true;
+}
+
+bool FastReader::digitsOneByOne(Number& number)
 {
     const char* at = _at;
     for (;;)
@@ -284,7 +371,7 @@ bool FastReader::document(DmPropertySetPtr& made)
             continue;
         }
         Class* const type = made ? nullptr : classOf(name);
-        if (!type || !set(*type, made))
+        if (!type || !take(':') || !set(*type, made))
             return false;
     } while (take(','));
     return take('}');
@@ -312,7 +399,7 @@ bool FastReader::integer(int& value)
     return std::from_chars(number.text.data(), end, value).ec == std::errc();
 }
 
-/// Behind a class's name.
+/// Behind a class's name and its colon.
 bool FastReader::set(Class& type, DmPropertySetPtr& set)
 {
     DmPropertySet* made = nullptr;
@@ -323,11 +410,11 @@ bool FastReader::set(Class& type, DmPropertySetPtr& set)
     if (type.properties.empty())
     {
         const DmPropertySetData& data = made->classData();
-        for (int i = 0; i < data.size(); ++i)
-            type.properties.emplace_back(*data.at(i)).follower = static_cast<std::size_t>(i) + 1;
+        for (std::size_t i = 0; i < std::min(static_cast<std::size_t>(data.size()), mostProperties); ++i)
+            type.properties.emplace_back(*made, static_cast<int>(i)).follower = i + 1;
     }
     ++_depth;
-    const bool isRead = take(':') && take('{') && members(type, *made);
+    const bool isRead = take('{') && members(type, *made);
     --_depth;
     return isRead;
 }
@@ -344,7 +431,7 @@ bool FastReader::members(Class& type, DmPropertySet& set)
             return false;
         std::uint64_t& word = seen[index / 64];
         const std::uint64_t bit = std::uint64_t{1} << index % 64;
-        if ((word & bit) != 0 || !take(':') || !value(type.properties[static_cast<std::size_t>(index)], set, index))
+        if ((word & bit) != 0 || !value(type.properties[static_cast<std::size_t>(index)], set, index))
             return false;
         word |= bit;
     } while (take(','));
@@ -352,27 +439,31 @@ bool FastReader::members(Class& type, DmPropertySet& set)
     return take('}');
 }
 
-/// Of a member behind that of `index`: mostly the one that stood there the last time, or one of those behind it.
+/// With its colon, of a member behind that of `index`: mostly the one that stood there the last time, or one of those
+/// behind it.
 bool FastReader::memberName(Class& type, int& index)
 {
-    const std::size_t count = std::min(type.properties.size(), mostProperties);
-    std::size_t& guess = index < 0 ? type.first : type.properties[static_cast<std::size_t>(index)].follower;
-    if (guess < count && take(type.properties[guess].name))
-    {
-        index = static_cast<int>(guess);
-        return true;
-    }
+    const std::size_t guess = index < 0 ? type.first : type.properties[static_cast<std::size_t>(index)].follower;
+    if (guess >= type.properties.size() || !take(type.properties[guess].name))
+        return findMember(type, index);
+    index = static_cast<int>(guess);
+    return true;
+}
+
+bool FastReader::findMember(Class& type, int& index)
+{
     Text name{};
     if (!string(name))
         return false;
+    const std::size_t count = type.properties.size();
     for (std::size_t i = 0; i < count; ++i)
     {
         const std::size_t place = (static_cast<std::size_t>(index + 1) + i) % count;
         if (type.properties[place].def->_utf8Name == name.raw)
         {
-            guess = place;
+            (index < 0 ? type.first : type.properties[static_cast<std::size_t>(index)].follower) = place;
             index = static_cast<int>(place);
-            return true;
+            return take(':');
         }
     }
     return false;
@@ -385,46 +476,56 @@ bool FastReader::value(Property& property, DmPropertySet& owner, int index)
     if (def._unserializer)
         return false;
     const char first = peek();
-    const auto store = [&](auto& value)
-    { return DmSetAccess::swapValue(owner, DmStore::Fresh, index, def, value) == DM_NO_ERROR; };
-    return dmVisitStorage(def._type,
-                          [&]<class T>(std::type_identity<T>)
-                          {
-                              if constexpr (std::same_as<T, DmPropertySetPtr>)
-                              {
-                                  DmPropertySetPtr child;
-                                  // An empty object leaves what is there.
-                                  return held(property, owner, child) && (!child || store(child));
-                              }
-                              else if constexpr (std::same_as<T, DmPropertySetMap>)
-                              {
-                                  DmPropertySetMap map;
-                                  return entries(property, owner, map) &&
-                                         DmSetAccess::putAll(owner, DmStore::Fresh, index, def, map) == DM_NO_ERROR;
-                              }
-                              else if constexpr (std::is_void_v<T>)
-                                  return false;
-                              else
-                              {
-                                  T value{};
-                                  bool isRead = false;
-                                  if constexpr (std::same_as<T, bool>)
-                                      isRead = boolean(value);
-                                  else if constexpr (IsCharacter<T>)
-                                      isRead = first == '"' && character(value);
-                                  else if constexpr (DmNumberStorage<T>)
-                                      isRead = number(def, value);
-                                  else if constexpr (std::same_as<T, DmString>)
-                                      isRead = def._type == DM_CDATA
-                                                   ? lines(value)
-                                                   : first == '"' && text(value) && isMeant(def, value);
-                                  else if constexpr (std::same_as<T, DmPropertySetVector>)
-                                      isRead = elements(property, owner, value);
-                                  else
-                                      isRead = values(value);
-                                  return isRead && store(value);
-                              }
-                          });
+    return dmVisitStorage(
+        def._type,
+        [&]<class T>(std::type_identity<T>)
+        {
+            if constexpr (std::same_as<T, DmPropertySetPtr>)
+            {
+                DmPropertySetPtr child;
+                // An empty object leaves what is there.
+                return held(property, owner, child) && (!child || store(property, owner, index, child));
+            }
+            else if constexpr (std::same_as<T, DmPropertySetMap>)
+            {
+                DmPropertySetMap map;
+                return entries(property, owner, map) &&
+                       DmSetAccess::putAll(owner, DmStore::Fresh, index, def, map) == DM_NO_ERROR;
+            }
+            else if constexpr (std::is_void_v<T>)
+                return false;
+            else
+            {
+                T value{};
+                bool isRead = false;
+                if constexpr (std::same_as<T, bool>)
+                    isRead = boolean(value);
+                else if constexpr (IsCharacter<T>)
+                    isRead = first == '"' && character(value);
+                else if constexpr (DmNumberStorage<T>)
+                    isRead = number(def, value);
+                else if constexpr (std::same_as<T, DmString>)
+                    isRead = def._type == DM_CDATA ? lines(value) : first == '"' && text(value) && isMeant(def, value);
+                else if constexpr (std::same_as<T, DmPropertySetVector>)
+                    isRead = elements(property, owner, value);
+                else
+                    isRead = values(value);
+                return isRead && store(property, owner, index, value);
+            }
+        });
+}
+
+/// Through the door, but for what it would only let pass: a number into a field of a fresh object's own.
+template <class T>
+bool FastReader::store(const Property& property, DmPropertySet& owner, int index, T& value)
+{
+    if constexpr (DmNumberStorage<T>)
+        if (property.isInside)
+        {
+            std::memcpy(reinterpret_cast<char*>(&owner) + property.def->_offset, &value, sizeof(T));
+            return true;
+        }
+    return DmSetAccess::swapValue(owner, DmStore::Fresh, index, *property.def, value) == DM_NO_ERROR;
 }
 
 template <class T>
@@ -477,7 +578,11 @@ bool FastReader::number(const DmPropertyDef& def, T& value)
 bool FastReader::boolean(bool& value)
 {
     value = *_at == 't';
-    return word(value ? "true" : "false");
+    const std::string_view letters = value ? "true" : "false";
+    if (std::memcmp(_at, "true", 4) != 0 && std::memcmp(_at, "false", 5) != 0)
+        return word(letters); // which may go on in the next piece
+    _at += letters.size();
+    return true;
 }
 
 template <class Character>
@@ -492,6 +597,8 @@ bool FastReader::character(Character& value)
 
 bool FastReader::toWide(const Text& text, DmString& wide)
 {
+    if (text.isPlain && text.isAscii)
+        return widen(text.raw, wide);
     if (text.isPlain)
         return dmFromUtf8(text.raw, wide);
     _decoded.clear();
@@ -599,6 +706,8 @@ bool FastReader::held(Property& property, DmPropertySet& owner, DmPropertySetPtr
         isKnown = type && type->name == name.raw;
         if (!isKnown)
             type = classOf(name);
+        if (!take(':'))
+            return false;
     }
     if (!type || !set(*type, child) || !take('}'))
         return false;
@@ -627,14 +736,19 @@ bool FastReader::elements(Property& property, DmPropertySet& owner, DmPropertySe
 {
     if (!take('['))
         return false;
-    if (peek() != ']')
-        do
-        {
-            DmPropertySetPtr child;
-            if (!held(property, owner, child) || (!child && !makeDefault(*property.def, child)))
-                return false;
-            list.push_back(std::move(child));
-        } while (take(','));
+    if (take(']'))
+        return true;
+    const std::size_t before = _elements.size();
+    do
+    {
+        DmPropertySetPtr child;
+        if (!held(property, owner, child) || (!child && !makeDefault(*property.def, child)))
+            return false;
+        _elements.push_back(std::move(child));
+    } while (take(','));
+    const auto first = _elements.begin() + static_cast<std::ptrdiff_t>(before);
+    list.assign(std::move_iterator(first), std::move_iterator(_elements.end()));
+    _elements.resize(before);
     return take(']');
 }
 
