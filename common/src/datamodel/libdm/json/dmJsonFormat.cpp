@@ -52,15 +52,18 @@ const dmJson::VersionKeys& dmJson::versionKeys()
     return keys;
 }
 
-std::string_view dmJson::formatDouble(double value, char (&buffer)[numberSize])
+char* dmJson::writeDouble(double value, char* to)
 {
-    char* out = buffer;
     if (std::signbit(value))
-        *out++ = '-';
+        *to++ = '-';
     const double magnitude = std::fabs(value);
     const bool integer = magnitude < exactIntegers && std::trunc(magnitude) == magnitude;
-    char* const end = integer ? formatInteger(magnitude, out) : formatFraction(magnitude, out);
-    return {buffer, static_cast<std::size_t>(end - buffer)};
+    return integer ? formatInteger(magnitude, to) : formatFraction(magnitude, to);
+}
+
+std::string_view dmJson::formatDouble(double value, char (&buffer)[numberSize])
+{
+    return {buffer, static_cast<std::size_t>(writeDouble(value, buffer) - buffer)};
 }
 
 std::string_view dmJson::canonicalNumber(std::string_view text, char (&buffer)[numberSize])

@@ -4,6 +4,7 @@
 #include "dmJsonTextImp.h"
 #include "dmPSetHelper.h"
 #include "dmPropertyText.h"
+#include "dmSetAccessImp.h"
 #include "dmUtf8.h"
 #include "dmVersion.h"
 
@@ -65,11 +66,20 @@ public:
     }
 
 private:
-    /// The names of a class and its properties with what stands around them; empty for what UTF-8 has not.
-    struct Names
+    using Name = typename JsonText<isPretty>::Name;
+
+    /// What is the same in all objects of a class. Names are empty where UTF-8 has not what they hold.
+    struct Property
     {
-        std::string className;
-        std::vector<std::string> properties;
+        const DmPropertyDef* def;
+        Name name;
+        bool isInside;  ///< its field lies in the object itself
+        bool isSkipped; ///< as long as the object shares the rare block that it lies in
+    };
+    struct Class
+    {
+        Name name;
+        std::vector<Property> properties;
     };
 
     /// Where a set's object goes. It is begun with the first property that is written: a set that writes none leaves no
@@ -88,8 +98,8 @@ private:
         const DmPropertySet* set;
         Kind kind;
         bool isOpen = false;
-        std::size_t at = 0;           ///< the property that is being written
-        const Names* names = nullptr; ///< of the set's class
+        std::size_t at = 0; ///< the property that is being written
+        const Class* type = nullptr;
     };
 
     void open(Place& place)
@@ -100,8 +110,8 @@ private:
             member(*place.above, *place.def);
         if (place.kind != Place::Top)
             begin('{');
-        if (!place.names->className.empty())
-            _text.member(place.names->className);
+        if (!place.type->name.empty())
+            _text.member(place.type->name);
         else // that of a set which was made without the factory has none yet
             name(place.set->getPSetName());
         begin('{');
@@ -121,12 +131,20 @@ private:
         const DmPropertySet& set = *place.set;
         if (++_sets > maxDepth / 2)
             tooDeep();
-        place.names = &namesOf(set.classData());
-        const int count = set.classData().size();
-        for (int i = 0; i < count; ++i)
+        place.type = &classOf(set);
+        const DmRareBlock* block = nullptr; ///< the one that was looked at last
+        bool isShared = false;
+        for (place.at = 0; place.at < place.type->properties.size(); ++place.at)
         {
-            place.at = static_cast<std::size_t>(i);
-            property(place, i, *set.classData().at(i));
+            const Property& known = place.type->properties[place.at];
+            if (known.isSkipped)
+            {
+                if (std::exchange(block, known.def->_rare) != known.def->_rare)
+                    isShared = DmSetAccess::isShared(set, *known.def);
+                if (isShared)
+                    continue;
+            }
+            property(place, static_cast<int>(place.at), known);
         }
         --_sets;
     }
@@ -147,9 +165,11 @@ private:
             return set.isPropertyRelevant(index);
     }
 
-    void property(Place& place, int index, const DmPropertyDef& def)
+    void property(Place& place, int index, const Property& known)
     {
-        const void* const field = place.set->fieldOf(index);
+        const DmPropertyDef& def = *known.def;
+        const void* const field =
+            known.isInside ? reinterpret_cast<const char*>(place.set) + def._offset : place.set->fieldOf(index);
         dmVisitStorage(def._type,
                        [&]<class T>(std::type_identity<T>)
                        {
@@ -162,10 +182,10 @@ private:
                                return;
                            else if constexpr (DmNumberStorage<T>)
                            {
-                               if constexpr (sizeof(T) > 1)
+                               if constexpr (sizeof(T) > 1 || std::same_as<T, bool>)
                                    if (!def._serializer)
                                        return number(place, def, numberAt<T>(field));
-                               small(place, def, field);
+                               serialized(place, def, field);
                            }
                            else if constexpr (std::same_as<T, DmPropertySetPtr>)
                                propertySetToJson(*place.set, def._type, index, place);
@@ -182,30 +202,59 @@ private:
 
     void member(Place& place, const DmPropertyDef& def)
     {
+        member(place, def, 0, [](char* to) { return to; });
+    }
+    template <class Write>
+    void member(Place& place, const DmPropertyDef& def, std::size_t most, const Write& write)
+    {
         open(place);
-        if (const std::string& spelt = place.names->properties[place.at]; !spelt.empty())
-            _text.member(spelt);
-        else
-            name(def._name);
+        if (const Name& known = place.type->properties[place.at].name; !known.empty())
+            return _text.member(known, most, write);
+        name(def._name);
+        _text.value(most, write);
     }
 
-    const Names& namesOf(const DmPropertySetData& data)
+    const Class& classOf(const DmPropertySet& set)
     {
+        const DmPropertySetData& data = set.classData();
         if (_last.first == &data)
             return *_last.second;
-        const auto [found, isNew] = _names.try_emplace(&data);
-        Names& names = found->second;
+        const auto [found, isNew] = _classes.try_emplace(&data);
+        Class& type = found->second;
         if (isNew)
         {
-            names.className = spell(data.className());
+            type.name = spell(data.className());
             for (int i = 0; i < data.size(); ++i)
-                names.properties.push_back(spell(data.at(i)->_name));
+            {
+                const DmPropertyDef& def = *data.at(i);
+                const bool isInside = !def._rare && set.getBase(i) == &set;
+                type.properties.push_back({&def, spell(def._name), isInside, isSkippedWhenShared(def)});
+            }
         }
-        _last = {&data, &names};
-        return names;
+        _last = {&data, &type};
+        return type;
     }
 
-    std::string spell(const DmString& name)
+    /// Most fields of rare blocks are at their default in the block that objects share.
+    static bool isSkippedWhenShared(const DmPropertyDef& def)
+    {
+        if (!def._rare || !def._skipIfDefault || !def._default)
+            return false;
+        const DmRares none;
+        const void* const field = static_cast<const char*>(def._rare->read(&none)) + def._offset;
+        return dmVisitStorage(def._type,
+                              [&]<class T>(std::type_identity<T>)
+                              {
+                                  if constexpr (DmNumberStorage<T>)
+                                      return numberAt<T>(field) == numberAt<T>(def._default);
+                                  else if constexpr (std::same_as<T, DmString>)
+                                      return *static_cast<const DmString*>(field) ==
+                                             *static_cast<const DmString*>(def._default);
+                                  return false;
+                              });
+    }
+
+    Name spell(const DmString& name)
     {
         _spelling.empty(); // of a name that could not be spelt
         _spelling.text().clear();
@@ -214,42 +263,31 @@ private:
             return {};
         text.colon();
         _spelling.empty();
-        return _spelling.text();
+        return Name(_spelling.text());
     }
 
     template <class T>
     void number(Place& place, const DmPropertyDef& def, T value)
     {
         if constexpr (std::is_floating_point_v<T>)
-        {
             if (!std::isfinite(value))
                 cannotWrite(*place.set, def, "is no finite number");
-            char buffer[numberSize];
-            const std::string_view text = formatDouble(value, buffer);
-            member(place, def);
-            _text.raw(text);
-        }
-        else
-        {
-            char buffer[numberSize];
-            const std::to_chars_result result = std::to_chars(buffer, buffer + numberSize, value);
-            member(place, def);
-            _text.raw({buffer, static_cast<std::size_t>(result.ptr - buffer)});
-        }
+        member(place, def, numberSize,
+               [value](char* to)
+               {
+                   if constexpr (std::same_as<T, bool>)
+                   {
+                       const std::string_view word = value ? "true" : "false";
+                       return std::copy(word.begin(), word.end(), to);
+                   }
+                   else if constexpr (std::is_floating_point_v<T>)
+                       return writeDouble(value, to);
+                   else
+                       return std::to_chars(to, to + numberSize, value).ptr;
+               });
     }
 
-    /// A bool, a character, or a number with a text form of its class's.
-    void small(Place& place, const DmPropertyDef& def, const void* field)
-    {
-        if (def._type == DM_BOOL && !def._serializer)
-        {
-            member(place, def);
-            _text.raw(numberAt<bool>(field) ? "true" : "false");
-        }
-        else
-            serialized(place, def, field);
-    }
-
+    /// A character, or what has a text form of its class's.
     void serialized(Place& place, const DmPropertyDef& def, const void* value)
     {
         const DmString text = textOf(def, value);
@@ -436,8 +474,8 @@ private:
     }
 
     JsonText<isPretty> _text;
-    std::unordered_map<const DmPropertySetData*, Names> _names;
-    std::pair<const DmPropertySetData*, const Names*> _last; ///< of the set before
+    std::unordered_map<const DmPropertySetData*, Class> _classes;
+    std::pair<const DmPropertySetData*, const Class*> _last; ///< of the set before
     TextOutput _spelling;
     std::size_t _sets = 0; ///< sets that the walk is inside of
 };

@@ -26,6 +26,8 @@ inline constexpr std::size_t numberSize = 32;
 /// A finite double in the shortest form that reads back as itself, laid out as the JSON library does: "250.0", "1e30",
 /// "0.10000000149011612".
 std::string_view formatDouble(double value, char (&buffer)[numberSize]);
+/// The same where `numberSize` bytes may be written; answers where it ends.
+char* writeDouble(double value, char* to);
 
 /// A number of a document in the form in which it would be written again, which is the text that a property is set
 /// from: "5.70" is "5.7", 1e3 is "1000.0", and an integer of more than 64 bits is a double. Empty when no double holds

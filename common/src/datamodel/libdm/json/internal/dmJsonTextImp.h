@@ -12,6 +12,7 @@
 #include <bit>
 #include <cstring>
 #include <emmintrin.h>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -35,15 +36,50 @@ public:
             *to++ = ',';
         _output.wrote(isPretty && _depth > 0 ? indent(to) : to);
     }
-    /// A name with what stands around it, as spell() gives it.
-    void member(std::string_view spelt)
+    /// A name as it stands in an object, with its quotes and its colon: written whole, since its end costs more to mind
+    /// than the bytes behind it.
+    class Name
     {
-        char* to = _output.room(_depth + around + spelt.size());
-        if (!std::exchange(_isFirst, false))
-            *to++ = ',';
+    public:
+        Name() = default;
+        explicit Name(std::string_view spelt)
+            : _bytes(spelt)
+            , _size(spelt.size())
+        {
+            _bytes.resize(std::max(_size, atLeast));
+        }
+        bool empty() const { return _size == 0; }
+
+    private:
+        friend class JsonText;
+        static constexpr std::size_t atLeast = 32;
+
+        std::string _bytes;
+        std::size_t _size = 0;
+    };
+    void member(const Name& name)
+    {
+        member(name, 0, [](char* to) { return to; });
+    }
+    /// And its value: `write` puts `most` bytes at most where it is told, and answers where they end.
+    template <class Write>
+    void member(const Name& name, std::size_t most, const Write& write)
+    {
+        char* to = _output.room(_depth + around + name._bytes.size() + most);
+        *to = ',';
+        to += std::exchange(_isFirst, false) ? 0 : 1;
         if (isPretty && _depth > 0)
             to = indent(to);
-        _output.wrote(std::copy(spelt.begin(), spelt.end(), to));
+        std::memcpy(to, name._bytes.data(), Name::atLeast);
+        if (name._size > Name::atLeast)
+            std::memcpy(to, name._bytes.data(), name._size);
+        _output.wrote(write(to + name._size));
+    }
+    /// A value alone, written in the same way.
+    template <class Write>
+    void value(std::size_t most, const Write& write)
+    {
+        _output.wrote(write(_output.room(most)));
     }
     /// A name, or a string that holds nothing but ASCII that stands for itself.
     void plain(std::string_view text)
