@@ -3,6 +3,8 @@
 
 #include "zrTestInHouse.h"
 
+#include <cstdlib>
+
 namespace
 {
 
@@ -105,6 +107,27 @@ TEST(JsonImporter, ReadsWhatTheWriterWrites)
     };
     for (const auto& [members, expected] : cases)
         EXPECT_EQ(boxAfter(members), expected) << members;
+}
+
+/// As many digits as there may be on either side of the point, and wherever the pieces end in which a file is read.
+TEST(JsonImporter, NumbersAreTheNearestOnesWhateverTheirLength)
+{
+    const std::string digits = "90718253645546372819";
+    const auto check = [](const std::string& number, std::size_t blanks)
+    {
+        const std::string value = std::string(blanks, ' ') + number;
+        const DmPropertySetPtr set = imported("{\"JsonLeaf\":{\"when\":" + value + ",\"level\":" + number + "}}");
+        ASSERT_TRUE(set) << number;
+        EXPECT_EQ(static_cast<const JsonLeaf&>(*set)._when, std::strtod(number.c_str(), nullptr)) << number;
+        EXPECT_EQ(static_cast<const JsonLeaf&>(*set)._level, std::strtof(number.c_str(), nullptr)) << number;
+    };
+    for (std::size_t whole = 1; whole <= digits.size(); ++whole)
+        for (std::size_t decimals = 0; decimals <= digits.size(); ++decimals)
+            for (const char* const sign : {"", "-"})
+                check(sign + digits.substr(0, whole) + (decimals > 0 ? "." : "") + digits.substr(0, decimals), 0);
+    constexpr std::size_t piece = 65536;
+    for (std::size_t ahead = 0; ahead < 64; ++ahead)
+        check("-90718.25364554", piece - ahead);
 }
 
 TEST(JsonImporter, VersionsUpToTheCurrentAreRead)
