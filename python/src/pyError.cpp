@@ -3,6 +3,9 @@
 #include "dmPSetHelper.h"
 #include "dmUtf8.h"
 
+#include <exception>
+#include <utility>
+
 namespace zrpy
 {
 namespace
@@ -88,6 +91,20 @@ void addErrors(py::module_& module)
         throw py::error_already_set();
     module.attr("DmError") = py::handle(dmError);
     module.attr("DmValueError") = py::handle(dmValueError);
+
+    // An argument that no value can be made of is not a failure of the program.
+    py::register_local_exception_translator(
+        [](std::exception_ptr raised)
+        {
+            try
+            {
+                std::rethrow_exception(std::move(raised));
+            }
+            catch (const py::cast_error&)
+            {
+                PyErr_SetString(PyExc_TypeError, "an argument is of a wrong kind, or beyond what can be held");
+            }
+        });
 
     py::dict names;
     for (const NamedCode& each : codes)

@@ -170,8 +170,36 @@ void addFindings(py::module_& module)
         .def_readonly("track", &DmFinding::track)
         .def_readonly("record", &DmFinding::record, "The label of its record time.")
         .def_readonly("text", &DmFinding::text)
-        .def("__eq__", [](const DmFinding& self, const py::object& other)
-             { return py::isinstance<DmFinding>(other) && self == py::cast<const DmFinding&>(other); })
+        .def(py::pickle(
+            [](const DmFinding& self)
+            {
+                return py::make_tuple(static_cast<int>(self.severity), self.code, self.line, self.column, self.nodePath,
+                                      self.clip, self.track, self.record, self.text);
+            },
+            [](const py::tuple& state)
+            {
+                DmFinding made;
+                made.severity = static_cast<DmFinding::Severity>(py::cast<int>(state[0]));
+                // Codes last as long as the program: those of the table do.
+                if (const DmFindingCode* const known = dmFindingCode(py::cast<std::string>(state[1])))
+                    made.code = known->code;
+                made.line = py::cast<std::uint32_t>(state[2]);
+                made.column = py::cast<std::uint32_t>(state[3]);
+                int next = 4;
+                for (std::string* const text : {&made.nodePath, &made.clip, &made.track, &made.record, &made.text})
+                    *text = py::cast<std::string>(state[static_cast<std::size_t>(next++)]);
+                return made;
+            }))
+        .def("__eq__",
+             [](const DmFinding& self, const py::object& other)
+             {
+                 if (!py::isinstance<DmFinding>(other))
+                     return false;
+                 auto like = py::cast<DmFinding>(other);
+                 if (std::string_view(like.code) == self.code) // wherever each has it from
+                     like.code = self.code;
+                 return self == like;
+             })
         .def("__str__",
              [](const DmFinding& self) { return self.toString(self.nodePath.empty() ? "document" : self.nodePath); })
         .def("__repr__", [](const DmFinding& self)

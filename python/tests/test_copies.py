@@ -42,3 +42,19 @@ def test_pickles_know_no_depth():
         reel.children.append(zrdmtree.DmReelNode())
         reel = reel.children[0]
     assert pickle.loads(pickle.dumps(outer)) == outer
+
+
+@pytest.mark.parametrize("duplicate", [copy.copy, copy.deepcopy, lambda each: pickle.loads(pickle.dumps(each))])
+def test_timelines_views_and_findings_travel(commercial, duplicate):
+    timeline = commercial.publish()
+    assert duplicate(timeline).root == timeline.root
+    effects = timeline.segments(track="V1")[0].effects
+    assert duplicate(effects) == effects and duplicate(effects[0].channelList) == effects[0].channelList
+    commercial.segments(track="V1")[1].recLength = 10
+    findings = zrdmtree.check(commercial)
+    assert findings and duplicate(findings) == findings
+    with pytest.raises(zrdmtree.DmError) as raised:
+        zrdmtree.loads("TITLE: x\n001 AX V C 00:00:00:00\n", format="edl")
+    again = duplicate(raised.value)
+    assert (again.code, again.text, again.findings) == (raised.value.code, raised.value.text, raised.value.findings)
+    assert again.findings

@@ -98,6 +98,14 @@ REFUSED = [
     (lambda e: e.insert("V1", 5, zrdmtree.DmGapNode(mediaType=2, recLength=5)), DmError),
     (lambda e: e.transition((0, 0, 3), 5, "sideways"), DmValueError),
     (lambda e: e.swap((0, 0, 0), (9, 9, 9)), DmError),
+    (lambda e: e.trim((0, 0, "x"), "tail", 1), TypeError),
+    (lambda e: e.trim((10**30, 0, 0), "tail", 1), TypeError),
+    (lambda e: e.trim((-1, -1, -1), "tail", 1), DmError),
+    (lambda e: e.split("V1", 5, unlocked_tracks=["x"]), TypeError),
+    (lambda e: e.keep_tracks([10**30]), TypeError),
+    (lambda e: e.relink({"name": "x"}), TypeError),
+    (lambda e: e.rename((0, 0, 0), "\ud800"), DmValueError),
+    (lambda e: e.concatenate(None), TypeError),
 ]
 
 

@@ -18,7 +18,10 @@ def program():
 
 def schema():
     """The JSON Schema of documents, as `python -m zrdmtree schema` prints it."""
-    return json.loads(subprocess.run([str(program()), "schema"], check=True, capture_output=True).stdout)
+    path = program()
+    if path is None:
+        raise FileNotFoundError("the command dmtree is not installed beside the package")
+    return json.loads(subprocess.run([path, "schema"], check=True, capture_output=True).stdout)
 
 
 def main() -> None:

@@ -51,6 +51,18 @@ def channel(self, name: str) -> DmAnimationChannel:
 
 
 _zrdmtree._methods["DmTreeNode"] = {"segments": segments, "dump": dump, "publish": publish}
+def _publish(root):
+    """What pickles of timelines call."""
+    return _zrdmtree.publish(root)
+
+
+# A timeline is a value: a copy of it is itself. A view that is copied or pickled is what it shows.
+_zrdmtree.Timeline.__copy__ = lambda self: self
+_zrdmtree.Timeline.__deepcopy__ = lambda self, memo: self
+_zrdmtree.Timeline.__reduce__ = lambda self: (_publish, (self.root,))
+_zrdmtree.ListView.__reduce__ = lambda self: (list, (list(self),))
+_zrdmtree.MapView.__reduce__ = lambda self: (dict, (dict(self),))
+
 for _drawn in ("DmRoot", "DmReelNode", "DmCompositionNode"):
     _zrdmtree._methods[_drawn] = {"_repr_svg_": _repr_svg_, "_repr_html_": _repr_html_}
 _zrdmtree.Timeline._repr_svg_ = _repr_svg_
