@@ -13,6 +13,7 @@ from __future__ import annotations
 import argparse
 import collections
 import csv
+import importlib
 import pathlib
 import sys
 from collections.abc import Iterable, Iterator
@@ -86,11 +87,10 @@ def on_processes(paths: list[str], workers: int | None = None) -> Iterator[Exami
 
 def on_dask(paths: list[str], address: str, workers: int | None = None) -> Iterator[Examined]:
     """The same function on a cluster, which gives a document whose worker died to another one, three times."""
-    import distributed
-
+    distributed: Any = importlib.import_module("distributed")
     local = {"processes": True, "n_workers": workers, "threads_per_worker": 1, "host": "127.0.0.1",
              "dashboard_address": None} if address == "local" else {"address": address}
-    with distributed.Client(**local) as client:  # type: ignore[no-untyped-call]
+    with distributed.Client(**local) as client:
         for path, future in [(path, client.submit(examine, path, pure=False)) for path in paths]:
             try:
                 yield future.result()

@@ -356,11 +356,11 @@ void addSets(py::module_& module)
         .def("__repr__", [](const Key& self) { return "<Key of " + dmUtf8(self.set->getPSetName()) + ">"; });
     module.def(
         "key", [](const py::object& object) { return Key{DmPropertySetPtr(&requireSet(object, "key()'s argument"))}; },
-        "An identity of an object, for dictionaries and sets.");
+        py::arg("object"), "An identity of an object, for dictionaries and sets.");
     module.def(
         "is_constant",
         [](const py::object& object) { return requireSet(object, "is_constant()'s argument").isFrozen(); },
-        "Whether an object cannot be changed: a shared default, or part of a published timeline.");
+        py::arg("object"), "Whether an object cannot be changed: a shared default, or part of a published timeline.");
     module.def("_restore_state", &restore);
 }
 

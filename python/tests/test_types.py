@@ -1,7 +1,11 @@
 """The stubs: what a checker of types knows of the package is what the definitions say."""
 
+import ast
+import enum
+import inspect
 import os
 import pathlib
+import re
 import subprocess
 import sys
 
@@ -12,7 +16,6 @@ import zrdmtree
 pytest.importorskip("mypy")
 
 EXAMPLES = pathlib.Path(os.environ["ZR_EXAMPLES"])
-SAMPLE = {"str": '"x"', "float": "1.5", "int": "1", "bool": "True"}
 
 
 def mypy(*paths, cwd):
@@ -41,6 +44,45 @@ def test_every_class_and_property_is_typed(tmp_path):
     program.write_text("\n".join(lines) + "\n")
     assert mypy(program, cwd=tmp_path) == (0, "Success: no issues found in 1 source file\n")
     subprocess.run([sys.executable, program], check=True, stdout=subprocess.DEVNULL)
+
+
+def test_examples_pass():
+    programs = sorted(EXAMPLES.rglob("*.py"))
+    code, output = mypy(*programs, cwd=EXAMPLES)
+    assert programs and code == 0, output
+
+
+def public(names):
+    return {name for name in names if not name.startswith("_")}
+
+
+def test_the_stubs_name_what_there_is():
+    """Names of the module, of its classes, and of what its functions take: in the stubs and nowhere else."""
+    stub = ast.parse((pathlib.Path(zrdmtree.__file__).parent / "__init__.pyi").read_text())
+    typed = {}
+    for node in stub.body:
+        for name in ([each.id for each in node.targets] if isinstance(node, ast.Assign) else
+                     [node.target.id] if isinstance(node, ast.AnnAssign) else [getattr(node, "name", None)]):
+            typed[name] = node
+    aliases = {"T", "P", "Mode", "TimeLike", "Source", "Target", "Element", "Layer"}
+    assert public(filter(None, typed)) - aliases == public(dir(zrdmtree)) - {"ListView", "MapView"}
+    for name, node in typed.items():
+        real = getattr(zrdmtree, name or "", None)
+        if isinstance(node, ast.ClassDef) and not issubclass(real, (enum.Enum, Exception)):
+            bases = [getattr(zrdmtree, base.id) for base in node.bases]
+            inherited = {each for base in bases for each in public(dir(base))}
+            names = {each.name if isinstance(each, ast.FunctionDef) else each.target.id
+                     for each in node.body if isinstance(each, (ast.FunctionDef, ast.AnnAssign))}
+            assert public(names) - inherited == public(dir(real)) - inherited, name
+        elif isinstance(node, ast.FunctionDef):
+            taken = [each.arg for each in node.args.args + node.args.kwonlyargs]
+            if inspect.isbuiltin(real):
+                head = real.__doc__.split(") ->")[0].split("(", 1)[1]
+                given = [each.split(":")[0].split("=")[0].strip() for each in re.split(r", (?=\*|\w+[:=])", head)]
+                given = [each for each in given if each and not each.startswith("*")]
+                assert given == taken[:len(given)] and (len(given) == len(taken) or "**" in head), name
+            else:
+                assert list(inspect.signature(real).parameters) == taken, name
 
 
 def test_mistakes_are_found(tmp_path):
