@@ -53,6 +53,29 @@ inline constexpr std::array<Tint, 4> audioTints = {{
 /// Material that the system makes, and nested edits.
 inline constexpr Tint generatedTint = {"#e3e3e6", "#3b3c42", "#8b8d96"};
 inline constexpr Tint containerTint = {"#f3dfd0", "#57402f", "#c07d4f"};
+/// What checks find, by severity.
+inline constexpr std::array<Tint, 3> findingTints = {{
+    {"#d9e8fb", "#20406a", "#4c8dd8"},
+    {"#fdebcf", "#5e4320", "#d98a1f"},
+    {"#fbd7da", "#612f3a", "#d23c4c"},
+}};
+
+inline constexpr std::size_t generatedAt = videoTints.size() + audioTints.size();
+inline constexpr std::size_t containerAt = generatedAt + 1;
+inline constexpr std::size_t findingsAt = containerAt + 1;
+
+/// All of them, in the order in which a scene numbers them.
+template <class Visit> void forEachTint(Visit&& visit)
+{
+    for (const Tint& tint : videoTints)
+        visit(tint);
+    for (const Tint& tint : audioTints)
+        visit(tint);
+    visit(generatedTint);
+    visit(containerTint);
+    for (const Tint& tint : findingTints)
+        visit(tint);
+}
 
 /// Everything that is not material.
 struct Theme

@@ -297,7 +297,7 @@ void transitions(Writer& json, const Composition& composition)
     effects(json, "trxEffects", composition.transitionEffects);
 }
 
-void marksAndFindings(Writer& json, const Composition& composition)
+void marksAndRemarks(Writer& json, const Composition& composition)
 {
     const auto segmentOf = [](std::uint32_t segment) { return segment == noSegment ? -1.0 : segment; };
     if (!composition.marks.empty())
@@ -314,18 +314,18 @@ void marksAndFindings(Writer& json, const Composition& composition)
         }
         json.close(']');
     }
-    if (composition.findings.empty())
+    if (composition.remarks.empty())
         return;
-    json.key("findings").open('[');
-    for (const Finding& finding : composition.findings)
+    json.key("remarks").open('[');
+    for (const Remark& remark : composition.remarks)
     {
         json.open('[');
-        json.number(static_cast<double>(finding.severity));
-        json.text(finding.code);
-        json.text(finding.text);
-        json.number(segmentOf(finding.row));
-        json.number(segmentOf(finding.segment));
-        json.number(finding.time);
+        json.number(remark.tint);
+        for (const std::string* const words : {&remark.code, &remark.where, &remark.text})
+            json.text(*words);
+        json.number(segmentOf(remark.row));
+        json.number(segmentOf(remark.segment));
+        json.number(remark.time);
         json.close(']');
     }
     json.close(']');
@@ -348,7 +348,7 @@ void compositionJson(Writer& json, const Scene& scene, const Composition& compos
     furtherProperties(json, composition);
     effects(json, "effects", composition.effects);
     transitions(json, composition);
-    marksAndFindings(json, composition);
+    marksAndRemarks(json, composition);
     json.key("properties");
     properties(json, composition.properties);
     json.close('}');
@@ -387,10 +387,7 @@ void look(Writer& json)
             json.text(colour);
         json.close(']');
     };
-    std::for_each(videoTints.begin(), videoTints.end(), tint);
-    std::for_each(audioTints.begin(), audioTints.end(), tint);
-    tint(generatedTint);
-    tint(containerTint);
+    forEachTint(tint);
     json.close(']');
     json.close('}');
 }

@@ -61,6 +61,7 @@ struct Segments
     std::vector<TextId> name;
     std::vector<TextId> reel;
     std::vector<TextId> id;
+    std::vector<std::uint32_t> position; ///< among the children of the layer
 
     std::size_t size() const { return kind.size(); }
     double out(std::size_t i) const { return in[i] + length[i]; }
@@ -121,6 +122,7 @@ enum class Shape : std::uint8_t
 struct Transition
 {
     std::uint32_t row;
+    std::uint32_t position; ///< among the children of the layer
     double in;
     double length;
     Shape shape;
@@ -151,21 +153,18 @@ struct Row
     TextId detail;       ///< the track's own name, where it has one
     std::uint32_t first; ///< its segments: [first, last)
     std::uint32_t last;
+    int trackAt;         ///< position among the composition's children
+    int layerAt;         ///< among the track's
     Properties track;
     Properties layer;
 };
 
-enum class Severity : std::uint8_t
+/// Something that is said of a place: what a check found there.
+struct Remark
 {
-    Note,
-    Warning,
-    Error
-};
-/// What a check found, at its place.
-struct Finding
-{
-    Severity severity;
+    std::uint8_t tint; ///< of its sign
     std::string code;
+    std::string where; ///< "crate drop, V1, 10:00:03:00"
     std::string text;
     std::uint32_t row;     ///< noSegment: of no row
     std::uint32_t segment; ///< noSegment: of no segment
@@ -175,6 +174,7 @@ struct Finding
 struct Composition
 {
     TextId name;
+    std::string path; ///< in the document; empty for what a container holds
     std::uint16_t mode;
     double labelStart; ///< the label time of record time 0
     double begin;      ///< of what is drawn
@@ -189,7 +189,7 @@ struct Composition
     std::vector<Transition> transitions; ///< by row, in record order
     std::vector<Effect> transitionEffects;
     std::vector<Mark> marks;
-    std::vector<Finding> findings;
+    std::vector<Remark> remarks; ///< by time
     Properties properties;
 };
 

@@ -33,8 +33,6 @@ namespace
 {
 
 constexpr double longest = 1e8; ///< frames, some three weeks: what lasts longer has no length that can be drawn
-constexpr std::uint8_t generatedAt = videoTints.size() + audioTints.size();
-constexpr std::uint8_t containerAt = generatedAt + 1;
 constexpr std::size_t mostKeys = 2000; ///< of a curve, so many are drawn
 
 bool isDrawable(double time)
@@ -116,15 +114,20 @@ public:
     {
     }
 
-    void addTops(const DmTreeNode& node)
+    void addTops(const DmTreeNode& node, const std::string& path = {})
     {
         for (int i = 0; i < node.getNbChildren(); ++i)
         {
             DmTreeNode* const child = node.getChild(i);
+            const std::string childPath =
+                path + (path.empty() ? "children[" : "/children[") + std::to_string(i) + ']';
             if (child && child->whatIs() == DM_COMPOSITION_NODE)
-                indexOf(static_cast<DmCompositionNode*>(child));
+            {
+                if (indexOf(static_cast<DmCompositionNode*>(child)) == _paths.size())
+                    _paths.push_back(childPath);
+            }
             else if (child && child->whatIs() == DM_REEL_NODE)
-                addTops(*child);
+                addTops(*child, childPath);
         }
     }
 
@@ -135,6 +138,7 @@ public:
         for (std::size_t i = 0; i < _nodes.size(); ++i)
         {
             Composition composition;
+            composition.path = i < _paths.size() ? _paths[i] : std::string();
             buildOne(*_nodes[i], composition);
             _scene.compositions.push_back(std::move(composition));
         }
@@ -156,6 +160,7 @@ private:
         DmSegmentNode* node;
         double in;
         double length;
+        int position;
         bool timeless;
     };
 
@@ -221,18 +226,18 @@ private:
             const int count = node.getNbChildren();
             int ordinal = 0;
             for (int i = 0; i < count; ++i)
-                if (const auto* track = trackAt(node, i); track && (track->getMediaType() == DM_MEDIA_AUDIO) == isAudio)
+                if (const auto* track = trackOf(node, i); track && (track->getMediaType() == DM_MEDIA_AUDIO) == isAudio)
                     ++ordinal;
             if (isAudio && ordinal > 0 && top > 0.0)
                 top += sizes.divider;
             for (int i = 0; i < count; ++i)
             {
                 const int at = isAudio ? i : count - 1 - i;
-                DmTrackNode* const track = trackAt(node, at);
+                DmTrackNode* const track = trackOf(node, at);
                 if (!track || (track->getMediaType() == DM_MEDIA_AUDIO) != isAudio)
                     continue;
                 const int number = isAudio ? ++_ordinalUp : ordinal--;
-                addTrack(*track, number, isAudio, composition, columns, top);
+                addTrack(*track, at, number, isAudio, composition, columns, top);
             }
         };
         _ordinalUp = 0;
@@ -241,14 +246,14 @@ private:
         composition.height = std::max(top, sizes.video);
     }
 
-    static DmTrackNode* trackAt(const DmCompositionNode& node, int index)
+    static DmTrackNode* trackOf(const DmCompositionNode& node, int index)
     {
         DmTreeNode* const child = node.getChild(index);
         return child && child->whatIs() == DM_TRACK_NODE ? static_cast<DmTrackNode*>(child) : nullptr;
     }
 
-    void addTrack(DmTrackNode& track, int ordinal, bool isAudio, Composition& composition, ColumnSink& columns,
-                  double& top)
+    void addTrack(DmTrackNode& track, int trackAt, int ordinal, bool isAudio, Composition& composition,
+                  ColumnSink& columns, double& top)
     {
         const std::string trackName =
             (isAudio ? "A" : "V") + std::to_string(track.getTrackNum() > 0 ? track.getTrackNum() : ordinal);
@@ -275,6 +280,8 @@ private:
                          : track.getName() == L"untitled" || dmUtf8(track.getName()) == trackName
                              ? 0
                              : text(track.getName());
+            row.trackAt = trackAt;
+            row.layerAt = at;
             row.track = trackProperties;
             row.layer = propertiesOf(_scene.texts, layer, {L"classId", L"children"});
             isTop = false;
@@ -297,7 +304,7 @@ private:
             DmTreeNode* const child = layer.getChild(i);
             if (DmSegmentNode* const segment = child ? child->asSegment() : nullptr)
             {
-                Placed place{segment, segment->getRecIn(), segment->getRecLength(), false};
+                Placed place{segment, segment->getRecIn(), segment->getRecLength(), i, false};
                 place.timeless = !isDrawable(place.in) || !isLength(place.length);
                 if (!isDrawable(place.in))
                     place.in = at;
@@ -307,7 +314,7 @@ private:
                 placed.push_back(place);
             }
             else if (DmTransitionNode* const transition = child ? child->asTransition() : nullptr)
-                addTransition(*transition, rowIndex, at, composition);
+                addTransition(*transition, rowIndex, i, at, composition);
             else
                 ++_missing;
         }
@@ -340,6 +347,7 @@ private:
         segments.name.push_back(kind == Kind::Gap && node.getName() == L"untitled" ? 0 : text(node.getName()));
         segments.reel.push_back(reel);
         segments.id.push_back(text(node.getSegmentId()));
+        segments.position.push_back(static_cast<std::uint32_t>(place.position));
         segments.tint.push_back(tintOf(kind, isAudio, reel ? reel : input ? text(input->getName()) : 0));
 
         std::uint8_t flags = node.getMuted() ? Muted : 0;
@@ -385,9 +393,9 @@ private:
     std::uint8_t tintOf(Kind kind, bool isAudio, TextId material)
     {
         if (kind == Kind::Generated || kind == Kind::Gap)
-            return generatedAt;
+            return static_cast<std::uint8_t>(generatedAt);
         if (kind == Kind::Container)
-            return containerAt;
+            return static_cast<std::uint8_t>(containerAt);
         auto& known = isAudio ? _audioTints : _videoTints;
         const std::size_t next = known.size() % (isAudio ? audioTints.size() : videoTints.size());
         const auto tint = static_cast<std::uint8_t>(next + (isAudio ? videoTints.size() : 0));
@@ -465,12 +473,13 @@ private:
         return effect;
     }
 
-    void addTransition(DmTransitionNode& node, std::uint32_t row, double at, Composition& composition)
+    void addTransition(DmTransitionNode& node, std::uint32_t row, int position, double at, Composition& composition)
     {
         if (node.whatIs() == DM_CUT_NODE && node.getRecLength() == 0.0)
             return;
         Transition transition{};
         transition.row = row;
+        transition.position = static_cast<std::uint32_t>(position);
         const bool usable = isDrawable(node.getRecIn()) && isLength(node.getRecLength());
         transition.in = usable ? node.getRecIn() : at;
         transition.length = usable ? node.getRecLength() : 0.0;
@@ -544,6 +553,7 @@ private:
 
     Scene& _scene;
     std::vector<DmCompositionNode*> _nodes;
+    std::vector<std::string> _paths; ///< of the document's own compositions
     std::unordered_map<const DmCompositionNode*, std::uint32_t> _index;
     std::map<DM::FrameCodeModes, std::uint16_t> _modes;
     std::unordered_map<TextId, std::uint8_t> _videoTints;

@@ -3,8 +3,10 @@
 
 #include "vwScene.h"
 
-#include "dmCompositionNode.h"
+#include "dmFinding.h"
 #include "dmRoot.h"
+
+#include <span>
 
 namespace view
 {
@@ -12,7 +14,7 @@ namespace view
 /// Of all compositions of the document, and what their containers hold. `title` heads the picture.
 ZR_DM_API Scene sceneOf(const DmRoot& root, const std::string& title);
 
-/// Lays what the checks find (DmTreeTool::findViolations, every rule) on a scene of the same document.
-ZR_DM_API void addFindings(Scene& scene, const DmRoot& root);
+/// Lays what checks find (DmFindings) on a scene of the same document, each at its place.
+ZR_DM_API void addFindings(Scene& scene, std::span<const DmFinding> findings);
 
 } // namespace view

@@ -30,15 +30,12 @@ void addThemeRules(std::string& out, const Theme& theme, const char* Tint::*fill
     rule(".slope,.mine", "stroke", theme.trxLine);
     rule(".mine", "fill", theme.trxLine);
     rule(".dense", "fill", theme.dense);
-    rule(".error", "fill", theme.fault);
+    rule(".sign", "stroke", theme.page);
     rule(".overlap", "stroke", theme.fault);
     int number = 0;
     const auto tint = [&](const Tint& colours)
     { rule((".t" + std::to_string(number++)).c_str(), "fill", colours.*fill); };
-    std::for_each(videoTints.begin(), videoTints.end(), tint);
-    std::for_each(audioTints.begin(), audioTints.end(), tint);
-    tint(generatedTint);
-    tint(containerTint);
+    forEachTint(tint);
 }
 
 void addStyle(std::string& out)
@@ -48,13 +45,13 @@ void addStyle(std::string& out)
            ".label{font-size:10.5px;font-variant-numeric:tabular-nums}"
            ".grid{stroke-width:1;opacity:.55}.gap{fill:none;stroke-dasharray:3 4}.slope{stroke-width:1.2;fill:none}"
            ".muted{opacity:.38}.overlap{stroke-width:2;fill:none;stroke-dasharray:5 3}"
-           ".warning{fill:#e0962b}.note{fill:#4c8dd8}";
+           ".sign{stroke-width:1}";
     int number = 0;
-    const auto edge = [&](const Tint& tint) { out += ".t" + std::to_string(number++) + "{stroke:" + tint.edge + "}"; };
-    std::for_each(videoTints.begin(), videoTints.end(), edge);
-    std::for_each(audioTints.begin(), audioTints.end(), edge);
-    edge(generatedTint);
-    edge(containerTint);
+    const auto edge = [&](const Tint& tint) {
+        const std::string at = std::to_string(number++);
+        out += ".t" + at + "{stroke:" + tint.edge + "}.s" + at + "{fill:" + tint.edge + "}";
+    };
+    forEachTint(edge);
     addThemeRules(out, light, &Tint::light);
     out += "@media (prefers-color-scheme:dark){";
     addThemeRules(out, dark, &Tint::dark);
@@ -96,8 +93,8 @@ public:
         for (std::size_t i = 0; i < _rows.size(); ++i)
             drawRow(*_rows[i], _tops[i]);
         drawMarks();
-        for (const Finding& finding : _composition.findings)
-            drawFinding(finding);
+        for (const Remark& remark : _composition.remarks)
+            drawRemark(remark);
         double y = _top + _height + noteHeight;
         for (const std::string& note : _scene.notes)
         {
@@ -345,21 +342,22 @@ private:
         }
     }
 
-    void drawFinding(const Finding& finding)
+    void drawRemark(const Remark& remark)
     {
-        const double at = x(finding.time);
+        const double at = x(remark.time);
         const auto row = std::find_if(_rows.begin(), _rows.end(),
                                       [&](const Row* one)
-                                      { return finding.row != noSegment && one == &_composition.rows[finding.row]; });
-        if (at < _left || at > right())
+                                      { return remark.row != noSegment && one == &_composition.rows[remark.row]; });
+        if (at < _left || at > right() || (remark.row != noSegment && row == _rows.end()))
             return;
         const double top = row == _rows.end()
                                ? titleHeight + sizes.ruler - 8.0
                                : _tops[static_cast<std::size_t>(row - _rows.begin())] + (*row)->height - 9.0;
-        static constexpr const char* styles[] = {"note", "warning", "error"};
-        _out += "<g><title>" + xml(finding.code + "  " + finding.text) + "</title>";
-        path(styles[static_cast<std::size_t>(finding.severity)],
-             {{at, top - 3.0}, {at + 7.0, top + 9.0}, {at - 7.0, top + 9.0}}, true);
+        _out += "<g class=\"sign\"><title>" +
+                xml(isolated(remark.where) + (remark.where.empty() ? "" : "\n") + remark.text +
+                    (remark.code.empty() ? "" : " [" + remark.code + ']')) +
+                "</title>";
+        path("s" + std::to_string(remark.tint), {{at, top - 3.0}, {at + 7.0, top + 9.0}, {at - 7.0, top + 9.0}}, true);
         _out += "</g>\n";
     }
 

@@ -1,5 +1,6 @@
 // dmtree view: stills, and what is wrong with asking for them. The page itself is tested in a browser (view/page/test).
 #include "commandCases.h"
+#include "zrTempDir.h"
 
 namespace
 {
@@ -45,11 +46,25 @@ TEST(ViewStill, ShowsWhatIsAskedFor)
 TEST(ViewStill, ShowsFindingsAtTheirPlace)
 {
     const std::string mistakes = ZR_EXAMPLES "/commercial-with-mistakes.json";
-    const std::string plain = still({}, mistakes);
+    EXPECT_EQ(countOf(still({}, mistakes), "<g class=\"sign\">"), 0U);
     const std::string found = still({"--findings"}, mistakes);
-    EXPECT_EQ(countOf(plain, "<path class=\"error\""), 0U);
-    EXPECT_EQ(countOf(found, "<path class=\"error\""), 2U);
-    EXPECT_TRUE(matches(found, "...Missing transition.</title>..."));
+    const auto check = zrTest::runDmtree({"check", "--no-config", mistakes});
+    EXPECT_EQ(countOf(found, "<g class=\"sign\">"), countOf(check.out, " [DM"));
+    EXPECT_TRUE(matches(found, "...<title>crate drop, V1, ...[DM...]</title>...")) << check.out;
+    // Of a row that is not shown, nothing.
+    EXPECT_LT(countOf(still({"--findings", "--tracks", "A1"}, mistakes), "<g class=\"sign\">"),
+              countOf(found, "<g class=\"sign\">"));
+}
+
+// Of a list with mistakes too: what could not be read stands on the picture of what could.
+TEST(ViewStill, ShowsWhatReadingAListHadToSay)
+{
+    const ZrTempDir folder;
+    const std::string list =
+        folder.write("a.edl", "TITLE: A\nFCM: NON-DROP FRAME\n"
+                              "001  TAPE1 V C 01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n"
+                              "002  TAPE1 V C 01:00:99:00 01:00:02:00 10:00:02:00 10:00:04:00\n");
+    EXPECT_TRUE(matches(still({"--findings"}, list), "...<title>line 4\n...[DM6...]</title>..."));
 }
 
 TEST(View, SaysWhatIsWrong)

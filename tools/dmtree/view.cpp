@@ -1,4 +1,5 @@
 // dmtree view: a picture of a cut, as a page or as a still.
+#include "checkConfig.h"
 #include "dmtree.h"
 #include "documents.h"
 #include "pageServer.h"
@@ -20,6 +21,8 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -108,14 +111,38 @@ std::string still(const view::Scene& scene, const Options& options)
     return view::svgOf(scene, svg);
 }
 
+/// What dmtree check finds in the file with no options: by the same configuration, and what reading it had to say.
+std::vector<DmFinding> findingsOf(const Options& options, const dmtree::Document& document)
+{
+    const std::string path = dmtree::findCheckConfig();
+    dmtree::CheckConfig config = path.empty() ? dmtree::CheckConfig() : dmtree::readCheckConfig(path);
+    for (const auto& [pattern, ignored] : config.perPath)
+        if (dmMatchesPattern(options.file, pattern))
+            config.rules.ignore.insert(config.rules.ignore.end(), ignored.begin(), ignored.end());
+    const DmFindings rules(std::move(config.rules));
+    std::vector<DmFinding> findings = rules.find(*document.root);
+    for (const DmFinding& said : document.findings)
+        if (rules.isOn(said.code) && said.severity != DmFinding::Note)
+            findings.push_back(said);
+    return findings;
+}
+
 view::Scene sceneOf(const Options& options)
 {
-    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file, options.lenient);
+    interchange::Options reading;
+    reading.lenient = options.lenient || options.findings; // what is wrong with it is what the picture is to show
+    dmtree::Document document = dmtree::openDocument(options.file, reading);
+    if (!options.lenient)
+        document.refuseChanges();
+    if (!document.root)
+        throw std::runtime_error(options.file + ": " + document.what());
     const std::string title =
         options.file == "-" ? "standard input" : std::filesystem::path(options.file).filename().string();
-    view::Scene scene = view::sceneOf(*root, title);
+    view::Scene scene = view::sceneOf(*document.root, title);
     if (options.findings)
-        view::addFindings(scene, *root);
+        view::addFindings(scene, findingsOf(options, document));
+    else
+        std::cerr << dmFindingsText(options.file, document.findings);
     return scene;
 }
 

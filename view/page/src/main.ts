@@ -4,8 +4,8 @@ import { select } from 'd3-selection';
 import { zoom, zoomIdentity, type D3ZoomEvent } from 'd3-zoom';
 import { boxesOf } from './layout';
 import { Minimap } from './minimap';
-import { paint, Words } from './paint';
-import { copy, element, recordLabel, sentence, showPlaying, showSelection, showTable } from './panels';
+import { paint, signOf, Words } from './paint';
+import { copy, element, recordLabel, remarkText, sentence, showPlaying, showRemarks, showSelection, showTable } from './panels';
 import { Scene, Written_ } from './scene';
 import { count, find, step } from './search';
 import { fromLabel, label } from './timecode';
@@ -112,19 +112,29 @@ function start(view: View) {
                 return boxes[b + 3] === 1 ? boxes[b + 2] : Math.max(view.composition.at(row, view.time(x)), boxes[b + 2]);
         return -1;
     }
+    /** The sign under the pointer; -1 for none. */
+    function remarkAt(x: number, y: number): number {
+        return view.composition.remarks.findIndex((remark) => {
+            const [signX, signY] = signOf(view, remark);
+            return Math.abs(x - signX) <= 8 && y <= signY + 1 && y >= signY - 14;
+        });
+    }
+    function revealRow(at: number) {
+        const row = view.composition.rows[at];
+        const y = view.top + row.top - view.scroll;
+        if (y < view.top)
+            scrollBy(y - view.top);
+        else if (y + row.height > view.height)
+            scrollBy(y + row.height - view.height + 6);
+    }
     function choose(i: number, reveal = true) {
         view.selected = i;
         if (i >= 0) {
-            const { start, rowOf, rows } = view.composition;
+            const { start, rowOf } = view.composition;
             const span = view.span();
             view.playhead = start[i];
             if (reveal) {
-                const row = rows[rowOf[i]];
-                const y = view.top + row.top - view.scroll;
-                if (y < view.top)
-                    scrollBy(y - view.top);
-                else if (y + row.height > view.height)
-                    scrollBy(y + row.height - view.height + 6);
+                revealRow(rowOf[i]);
                 if (start[i] < span.in || start[i] >= span.out)
                     panTo(start[i] - (span.out - span.in) / 4);
             }
@@ -151,18 +161,21 @@ function start(view: View) {
             view.open(view.way[view.way.length - 1]);
         }
     }
-    function goToFinding(by: number) {
-        const { findings } = view.composition;
-        if (findings.length === 0)
+    function goToRemark(k: number) {
+        const { remarks } = view.composition;
+        if (remarks.length === 0)
             return;
-        view.finding = (view.finding < 0 ? (by > 0 ? 0 : findings.length - 1) : view.finding + by + findings.length) % findings.length;
-        const finding = findings[view.finding];
-        if (finding.segment >= 0)
-            choose(finding.segment);
-        movePlayhead(finding.time);
-        byId('fault').textContent = `${view.finding + 1} of ${findings.length}: ${[finding.code, finding.text].filter((part) => part !== '').join(' ')}`;
-        byId('status').textContent = finding.text;
+        view.remark = (k + remarks.length) % remarks.length;
+        const remark = remarks[view.remark];
+        view.selected = remark.segment;
+        movePlayhead(remark.time);
+        if (remark.row >= 0)
+            revealRow(remark.row);
+        view.changed('selection');
+        view.changed('remark');
+        byId('status').textContent = remarkText(remark);
     }
+    const nextRemark = (by: 1 | -1) => goToRemark(view.remark < 0 ? (by > 0 ? 0 : -1) : view.remark + by);
     function goToMatch(by: 1 | -1) {
         const i = step(view, by);
         if (i >= 0)
@@ -186,7 +199,10 @@ function start(view: View) {
             view.changed('playhead');
             return;
         }
-        const over = segmentAt(event.offsetX, event.offsetY);
+        const sign = remarkAt(event.offsetX, event.offsetY);
+        if (sign >= 0)
+            byId('status').textContent = remarkText(view.composition.remarks[sign]);
+        const over = sign >= 0 ? -1 : segmentAt(event.offsetX, event.offsetY);
         if (over !== view.hovered) {
             view.hovered = over;
             view.changed('hover');
@@ -195,7 +211,10 @@ function start(view: View) {
     stage.addEventListener('pointerleave', () => { view.hovered = -1; view.changed('hover'); });
     stage.addEventListener('pointerup', () => { onRuler = false; });
     stage.addEventListener('click', (event) => {
-        if (event.offsetY >= view.sizes.ruler)
+        const sign = remarkAt(event.offsetX, event.offsetY);
+        if (sign >= 0)
+            goToRemark(sign);
+        else if (event.offsetY >= view.sizes.ruler)
             choose(segmentAt(event.offsetX, event.offsetY), false);
     });
     stage.addEventListener('dblclick', (event) => openContainer(segmentAt(event.offsetX, event.offsetY)));
@@ -239,7 +258,7 @@ function start(view: View) {
         '<': () => movePlayhead(view.playhead - second()), '>': () => movePlayhead(view.playhead + second()),
         Enter: () => openContainer(view.selected), Backspace: back,
         Escape: () => choose(-1),
-        n: () => goToFinding(1), N: () => goToFinding(-1),
+        n: () => nextRemark(1), N: () => nextRemark(-1),
         c: () => byId('curves').click(), d: () => byId('theme').click(),
         l: () => { copy(recordLabel(view, view.playhead)); byId('status').textContent = `Copied ${recordLabel(view, view.playhead)}`; },
     };
@@ -277,8 +296,8 @@ function start(view: View) {
     });
     byId('finder').addEventListener('submit', (event) => { event.preventDefault(); goToMatch(1); });
     byId('previous').addEventListener('click', () => goToMatch(-1));
-    byId('faultNext').addEventListener('click', () => goToFinding(1));
-    byId('faultBack').addEventListener('click', () => goToFinding(-1));
+    byId('faultNext').addEventListener('click', () => nextRemark(1));
+    byId('faultBack').addEventListener('click', () => nextRemark(-1));
     search.addEventListener('input', () => find(view, search.value));
     search.addEventListener('keydown', (event) => {
         if (event.key === 'Enter' && event.shiftKey) {
@@ -313,8 +332,8 @@ function start(view: View) {
         byId('name').textContent = composition.name || scene.title;
         byId('summary').textContent = `${composition.mode.name} \u00b7 ${recordLabel(view, composition.begin)} - `
             + `${recordLabel(view, composition.end)} \u00b7 ${clips} segments`;
-        byId('faults').hidden = composition.findings.length === 0;
-        byId('fault').textContent = `${composition.findings.length} findings`;
+        const { remarks } = composition;
+        byId('faults').hidden = byId('remarksPart').hidden = remarks.length === 0;
         byId('way').replaceChildren(...(view.way.length < 2 ? [] : view.way.map((at, depth) => {
             const button = element('button', '', scene.nameOf(at) || 'untitled');
             button.addEventListener('click', () => { view.way.splice(depth + 1); view.open(at); });
@@ -337,12 +356,23 @@ function start(view: View) {
             showPlaying(view, byId('plays'), time);
         if (what === 'selection' || what === 'hover')
             tell();
+        if (what === 'composition' || what === 'remark') {
+            const { remarks } = view.composition;
+            showRemarks(view, byId('remarks'), goToRemark);
+            byId('fault').textContent = view.remark < 0 ? `${remarks.length} ${remarks.length === 1 ? 'finding' : 'findings'}`
+                : `${view.remark + 1} of ${remarks.length}: ${remarkText(remarks[view.remark])}`;
+        }
         if (what === 'matches')
             byId('found').textContent = view.matches ? `${count(view)} found` : '';
         if (what === 'look')
             minimap.redraw();
         soon();
     });
+
+    // Colours of the library, for what is no canvas.
+    const colours = new CSSStyleSheet();
+    colours.replaceSync(scene.look.tints.map(([, , edge], i) => `.tint${i} { border-left-color: ${edge}; }`).join('\n'));
+    document.adoptedStyleSheets = [colours];
 
     const dark = window.matchMedia('(prefers-color-scheme: dark)');
     view.isDark = dark.matches;
@@ -364,6 +394,7 @@ function start(view: View) {
         view, label,
         boxes: (row: number) => boxesOf(view.composition, view.composition.rows[row], view.span(), view.sizes, []),
         show: (from: number, to: number) => { go(view.transformFor(from, to)); draw(); },
+        sign: (k: number) => signOf(view, view.composition.remarks[k]),
         draw, choose,
     } });
 }

@@ -1,7 +1,7 @@
 /** Draws what is seen of a composition on a canvas: boxes by colour, so that a colour is set once. */
 
 import { boxesOf, ticksOf } from './layout';
-import { flag, Gap, Row } from './scene';
+import { flag, Gap, Remark, Row } from './scene';
 import { label } from './timecode';
 import { View } from './view';
 
@@ -81,7 +81,7 @@ export function paint(context: CanvasRenderingContext2D, view: View, words: Word
     context.clip();
     paintBoxes(context, view, words, seen);
     paintTransitions(context, view, seen);
-    paintFindings(context, view);
+    paintRemarks(context, view);
     context.restore();
 
     for (const { row, y } of seen) {
@@ -325,20 +325,32 @@ function paintTransitions(context: CanvasRenderingContext2D, view: View, seen: S
     }
 }
 
-function paintFindings(context: CanvasRenderingContext2D, view: View) {
-    const { composition } = view;
-    const colours = ['#4c8dd8', '#e0962b', view.theme.fault];
-    composition.findings.forEach((finding, k) => {
-        const row = composition.rows[finding.row];
-        const x = view.x(finding.time);
-        const y = (row ? view.top + row.top - view.scroll + row.height : view.top + 10) - 9;
-        context.fillStyle = colours[finding.severity];
+/** Where the sign of a remark stands: the middle of its foot. */
+export function signOf(view: View, remark: Remark): [x: number, y: number] {
+    const row = view.composition.rows[remark.row];
+    return [view.x(remark.time), row ? view.top + row.top - view.scroll + row.height : view.top + 10];
+}
+
+function paintRemarks(context: CanvasRenderingContext2D, view: View) {
+    const { composition, scene, theme } = view;
+    const taken = new Set<string>();
+    composition.remarks.forEach((remark, k) => {
+        const [x, y] = signOf(view, remark);
+        const isChosen = k === view.remark;
+        const cell = `${remark.row} ${remark.tint} ${Math.round(x / 3)}`;
+        if (x < 0 || x > view.width || (!isChosen && taken.has(cell)))
+            return;
+        taken.add(cell);
+        const size = isChosen ? 10 : 7;
+        context.fillStyle = scene.look.tints[remark.tint][2];
+        context.strokeStyle = isChosen ? theme.text : theme.page;
         context.beginPath();
-        const size = k === view.finding ? 10 : 7;
-        context.moveTo(x, y - size / 2);
-        context.lineTo(x + size, y + 9);
-        context.lineTo(x - size, y + 9);
+        context.moveTo(x, y - 9 - size / 2);
+        context.lineTo(x + size, y);
+        context.lineTo(x - size, y);
+        context.closePath();
         context.fill();
+        context.stroke();
     });
 }
 

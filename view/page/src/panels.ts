@@ -1,7 +1,7 @@
 /** What stands beside the picture, as text: what plays at the playhead, and all that is known of the selection. */
 
 import { badgeOf, drawCurve, isolated, sourceLine } from './paint';
-import { flag, kinds, Property } from './scene';
+import { flag, kinds, Property, Remark } from './scene';
 import { label } from './timecode';
 import { View } from './view';
 
@@ -115,6 +115,12 @@ export function showSelection(view: View, box: HTMLElement) {
             box.append(element('div', '', `${curve.name}, ${curve.keys.length} keys`), curvePicture(view, curve.keys, curve.name));
         }
     }
+    const remarks = composition.remarks.filter((remark) => remark.segment === selected);
+    if (remarks.length > 0) {
+        const said = element('ul', 'said');
+        said.append(...remarks.map((remark) => element('li', '', `${remark.text}${remark.code === '' ? '' : ` [${remark.code}]`}`)));
+        list.after(said);
+    }
     const marks = composition.marks.filter((mark) => mark.segment === selected);
     if (marks.length > 0)
         box.append(element('h3', '', 'Marks'), pairs(marks.map((mark) =>
@@ -141,6 +147,40 @@ function curvePicture(view: View, keys: [number, number][], name: string): HTMLE
         drawCurve(context, keys, (frame) => 6 + (range > 0 ? (frame - first) / range : 0.5) * 288, 0, 64);
     }
     return canvas;
+}
+
+/** "crate drop, V1, 10:00:03:00: Only 2 frames are seen [DM301]" */
+export const remarkText = ({ code, where, text }: Remark): string =>
+    `${where === '' ? '' : `${isolated(where)}: `}${isolated(text)}${code === '' ? '' : ` [${code}]`}`;
+
+/** What is said of the composition, around the one that was gone to. A click goes to its place. */
+export function showRemarks(view: View, list: HTMLElement, goTo: (k: number) => void) {
+    const most = 300;
+    const { remarks } = view.composition;
+    const first = Math.max(0, Math.min(view.remark - most / 2, remarks.length - most));
+    const beyond = (count: number) => list.append(element('li', 'beyond', `${count} more`));
+    list.replaceChildren();
+    if (first > 0)
+        beyond(first);
+    remarks.slice(first, first + most).forEach((remark, at) => {
+        const item = element('li', '');
+        const button = element('button', `remark tint${remark.tint}`);
+        if (remark.where !== '')
+            button.append(element('span', 'where', remark.where));
+        button.append(element('span', '', remark.text));
+        if (remark.code !== '')
+            button.append(element('span', 'key', remark.code));
+        if (first + at === view.remark)
+            button.setAttribute('aria-current', 'true');
+        button.addEventListener('click', () => goTo(first + at));
+        item.append(button);
+        list.append(item);
+    });
+    if (first + most < remarks.length)
+        beyond(remarks.length - first - most);
+    const current = list.querySelector('[aria-current]');
+    if (current)
+        current.scrollIntoView({ block: 'nearest' });
 }
 
 /** In a line: what is under the pointer, or chosen. */

@@ -31,7 +31,8 @@ export interface Transition {
     properties: Property[]; effects: Effect[];
 }
 export interface Mark { time: number; length: number; colour: number; name: string; comment: string; segment: number }
-export interface Finding { severity: number; code: string; text: string; row: number; segment: number; time: number }
+/** Something that is said of a place. */
+export interface Remark { tint: number; code: string; where: string; text: string; row: number; segment: number; time: number }
 
 /** How a column is written: values one by one; as differences; some segments only; one value for all. */
 type Written = { v?: number[]; d?: number[]; at?: number[]; of?: number[]; all?: number };
@@ -47,7 +48,7 @@ interface WrittenComposition {
     trx?: [number, number, number, number, boolean, number, number[]][];
     trxEffects?: [number, number, boolean, number[], [number, number[]][]][];
     marks?: [number, number, number, number, number, number][];
-    findings?: [number, string, string, number, number, number][];
+    remarks?: [number, string, string, string, number, number, number][];
     properties?: number[];
 }
 export interface Written_ {
@@ -93,7 +94,7 @@ export class Composition {
     readonly rows: Row[];
     readonly transitions: Transition[];
     readonly marks: Mark[];
-    readonly findings: Finding[];
+    readonly remarks: Remark[];
     readonly properties: Property[];
     /** The latest end among a row's segments up to each: where a look-up from the left begins. */
     private readonly reach: Float64Array;
@@ -180,8 +181,8 @@ export class Composition {
             this.transitions[written[0]].effects.push(effect(written));
         this.marks = (from.marks ?? []).map(([time, length, colour, name, comment, segment]) =>
             ({ time, length, colour, name: text(name), comment: text(comment), segment }));
-        this.findings = (from.findings ?? []).map(([severity, code, words, row, segment, time]) =>
-            ({ severity, code, text: words, row, segment, time }));
+        this.remarks = (from.remarks ?? []).map(([tint, code, where, words, row, segment, time]) =>
+            ({ tint, code, where, text: words, row, segment, time }));
         this.properties = scene.pairs(from.properties);
     }
 

@@ -19,8 +19,8 @@ export class View {
     showCurves = false;
     isDark = false;
     matches: Uint8Array | null = null;
-    /** The finding that was gone to; -1: none. */
-    finding = -1;
+    /** The remark that was gone to; -1: none. */
+    remark = -1;
     private readonly listeners: ((what: Change) => void)[] = [];
 
     constructor(readonly scene: Scene) {
@@ -58,7 +58,7 @@ export class View {
 
     open(i: number) {
         this.composition = this.scene.composition(i);
-        this.selected = this.hovered = this.finding = -1;
+        this.selected = this.hovered = this.remark = -1;
         this.matches = null;
         this.scroll = 0;
         this.playhead = this.composition.begin;
@@ -66,4 +66,4 @@ export class View {
     }
 }
 
-export type Change = 'composition' | 'span' | 'selection' | 'playhead' | 'hover' | 'look' | 'matches';
+export type Change = 'composition' | 'span' | 'selection' | 'playhead' | 'hover' | 'look' | 'matches' | 'remark';

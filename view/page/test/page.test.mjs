@@ -5,7 +5,7 @@ import { createRequire } from 'node:module';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { build } from 'esbuild';
-import { changed, command, dmtree, examples, file, launch, open, pageOf, top } from './browser.mjs';
+import { changed, command, dmtree, examples, file, launch, open, pageOf, top, tried } from './browser.mjs';
 
 const commercial = join(examples, 'commercial-25.json');
 let browser;
@@ -214,17 +214,46 @@ test('nothing that axe-core knows is wrong, in light and dark', async () => {
     }
 });
 
-test('findings are gone through in order, each at its place', async () => {
-    const { page, trouble } = await open(browser, pageOf(join(examples, 'commercial-with-mistakes.json'), '--findings'));
-    assert.equal(await page.locator('#fault').innerText(), '2 findings');
+test('findings are gone through in order, each at its place, in the words of the checks', async () => {
+    const document = join(examples, 'commercial-with-mistakes.json');
+    const said = tried('check', '--no-config', document).stdout.split('\n').filter((line) => /\[DM\d+\]$/.test(line));
+    assert.ok(said.length >= 2);
+    const { page, trouble } = await open(browser, pageOf(document, '--findings'));
+    const words = () => page.locator('#fault').innerText();
+    assert.equal(await words(), `${said.length} findings`);
+    const heard = [];
+    for (let k = 1; k <= said.length; ++k) {
+        await page.locator('#faultNext').click();
+        const text = await words();
+        assert.ok(text.startsWith(`${k} of ${said.length}: `), text);
+        heard.push(text.replace(/^\d+ of \d+: /, ''));
+        const at = await page.evaluate(() => {
+            const { view } = globalThis.dmtreeView;
+            const { time, row, segment } = view.composition.remarks[view.remark];
+            return { time, playhead: view.playhead, selected: view.selected, segment, row };
+        });
+        assert.equal(at.time, at.playhead);
+        assert.equal(at.segment, at.selected);
+        assert.equal(await page.locator('#remarks [aria-current]').count(), 1);
+    }
+    const plain = (text) => text.replace(/[\u2068\u2069]/g, '');
+    assert.deepEqual(heard.map(plain).sort(), said.map((line) => line.replace(/^[^:]*: (?:warning: |note: )?/, '')).sort());
+    assert.ok(heard.some((text) => /crate drop/.test(text)));
     await page.locator('#faultNext').click();
-    const first = await page.locator('#fault').innerText();
-    assert.match(first, /^1 of 2: .*crate drop/);
-    assert.match(await page.locator('#chosen').innerText(), /crate drop/);
-    await page.locator('#faultNext').click();
-    assert.match(await page.locator('#fault').innerText(), /^2 of 2: .*Missing transition/);
-    await page.locator('#faultNext').click();
-    assert.equal(await page.locator('#fault').innerText(), first);
+    assert.match(await words(), new RegExp(`^1 of ${said.length}: `));
+    await page.locator('#stage').focus();
+    await page.keyboard.press('Shift+N');
+    assert.match(await words(), new RegExp(`^${said.length} of ${said.length}: `));
+
+    // A sign tells what it is for, and a click on it or on its words goes there.
+    const sign = await page.evaluate(() => globalThis.dmtreeView.sign(0));
+    const box = await page.locator('#stage').boundingBox();
+    await page.mouse.move(box.x + sign[0], box.y + sign[1] - 3);
+    assert.equal(plain(await page.locator('#status').innerText()), plain(heard[0]));
+    await page.mouse.click(box.x + sign[0], box.y + sign[1] - 3);
+    assert.match(await words(), /^1 of /);
+    await page.locator('#remarks button').last().click();
+    assert.match(await words(), new RegExp(`^${said.length} of `));
     assert.deepEqual(trouble, []);
     await page.close();
 });
