@@ -304,3 +304,40 @@ DmDiff DmDiff::of(const DmTreeNode* before, const DmTreeNode* after, const DmDif
                              });
     return diff;
 }
+
+std::vector<DmCounterparts> dmCounterparts(const DmTreeNode& before, const DmTreeNode& after)
+{
+    std::vector<PlacedComposition> olds;
+    std::vector<PlacedComposition> news;
+    std::vector<const DmTreeNode*> above;
+    findCompositions(before, {}, above, olds);
+    findCompositions(after, {}, above, news);
+    std::vector<DmCounterparts> all;
+    for (const auto& [a, b] : pairCompositions(olds, news))
+    {
+        if (a < 0 || b < 0)
+            continue;
+        const Cut old(*olds[std::size_t(a)].node, olds[std::size_t(a)].path);
+        const Cut now(*news[std::size_t(b)].node, news[std::size_t(b)].path);
+        const Match match = matchShots(old.shots(), now.shots());
+        DmCounterparts& found = all.emplace_back();
+        found.oldPath = old.path();
+        found.newPath = now.path();
+        const auto placeOf = [](const Lane& lane, int element) {
+            return DmCounterparts::Place{lane.trackAt, lane.layerAt, element};
+        };
+        const std::vector<int> lanes = matchLanes(old, now, match);
+        for (std::size_t i = 0; i < lanes.size(); ++i)
+            if (lanes[i] >= 0)
+                found.layers.push_back({placeOf(old.lanes()[i], -1), placeOf(now.lanes()[std::size_t(lanes[i])], -1)});
+        for (std::size_t i = 0; i < old.shots().size(); ++i)
+            if (const int at = match.toNew[i]; at >= 0)
+            {
+                const Shot& one = old.shots()[i];
+                const Shot& other = now.shots()[std::size_t(at)];
+                found.shots.push_back(
+                    {placeOf(old.laneOf(one), one.element), placeOf(now.laneOf(other), other.element)});
+            }
+    }
+    return all;
+}
