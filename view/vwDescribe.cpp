@@ -13,10 +13,12 @@ namespace
 
 constexpr const char* dot = " \xC2\xB7 "; // U+00B7
 
-std::string rangeText(const Scene& scene, const Composition& composition, double in, double out)
+std::string rangeText(const Scene& scene, const Composition& composition, Version version, double in, double out)
 {
-    const Mode& mode = scene.modes[composition.mode];
-    return labelOf(mode, in + composition.labelStart) + " - " + labelOf(mode, out + composition.labelStart);
+    const bool isOld = version == Version::Old && composition.versions;
+    const Mode& mode = scene.modes[isOld ? composition.versions->oldMode : composition.mode];
+    const double start = isOld ? composition.versions->oldLabelStart : composition.labelStart;
+    return labelOf(mode, in + start) + " - " + labelOf(mode, out + start);
 }
 
 /// Of one piece in a hundred of normal: what speed the material's own clock makes of it.
@@ -56,21 +58,14 @@ std::string summaryOf(const Scene& scene, const Composition& composition)
     { return std::to_string(count) + ' ' + one + (count == 1 ? "" : "s"); };
     const auto tracks =
         std::count_if(composition.rows.begin(), composition.rows.end(), [](const Row& row) { return row.isTrackTop; });
+    if (composition.versions)
+        return scene.modes[composition.mode].name + dot + scene.subtitle;
     const Segments& segments = composition.segments;
     const auto gaps = std::count(segments.kind.begin(), segments.kind.end(), Kind::Gap);
     return scene.modes[composition.mode].name + dot +
-           rangeText(scene, composition, composition.begin, composition.end) + dot +
+           rangeText(scene, composition, composition.version, composition.begin, composition.end) + dot +
            counted(static_cast<std::size_t>(tracks), "track") + ", " +
            counted(segments.size() - static_cast<std::size_t>(gaps), "segment");
-}
-
-const Piece* firstPiece(const Composition& composition, std::uint32_t segment)
-{
-    const auto& pieces = composition.pieces;
-    const auto found =
-        std::lower_bound(pieces.begin(), pieces.end(), segment,
-                         [](const Piece& piece, std::uint32_t wanted) { return piece.segment < wanted; });
-    return found != pieces.end() && found->segment == segment ? &*found : nullptr;
 }
 
 std::string sourceLine(const Scene& scene, const Composition& composition, std::uint32_t segment)
@@ -112,20 +107,26 @@ std::string describe(const Scene& scene, const Composition& composition, std::ui
     const std::string kind = kinds[static_cast<std::size_t>(segments.kind[segment])];
     if (!kind.empty())
         text += (text.empty() ? "" : dot) + kind;
-    text += "\n" + rangeText(scene, composition, segments.in[segment], segments.out(segment));
+    text += "\n" + rangeText(scene, composition, composition.rows[rowOf(composition, segment)].version,
+                             segments.in[segment], segments.out(segment));
     if (const std::string source = sourceLine(scene, composition, segment); !source.empty())
         text += "\n" + shortened(source, 200);
     if (const std::string badge = badgeOf(scene, composition, segment); !badge.empty())
         text += "\n" + badge;
     if (segments.flags[segment] & Muted)
         text += "\nmuted";
+    if (composition.versions)
+        for (const Remark& remark : composition.remarks)
+            if (remark.segment == segment)
+                text += "\n" + remark.text;
     return text;
 }
 
 std::string describeTransition(const Scene& scene, const Composition& composition, const Transition& transition)
 {
     return isolated(shortened(scene.texts[transition.name], 200)) + "\n" +
-           rangeText(scene, composition, transition.in, transition.in + transition.length);
+           rangeText(scene, composition, composition.rows[transition.row].version, transition.in,
+                     transition.in + transition.length);
 }
 
 std::pair<std::string, std::string> tintsBeside(const Composition& composition, const Row& row,

@@ -27,7 +27,4 @@ std::string describeTransition(const Scene& scene, const Composition& compositio
 std::pair<std::string, std::string> tintsBeside(const Composition& composition, const Row& row,
                                                 const Transition& transition);
 
-/// The first piece of a segment; null where it plays nothing.
-const Piece* firstPiece(const Composition& composition, std::uint32_t segment);
-
 } // namespace view

@@ -48,13 +48,18 @@ std::vector<Box> boxesOf(const Composition& composition, const Row& row, const W
 {
     std::vector<Box> boxes;
     const Segments& segments = composition.segments;
+    const Axis& axis = composition.axisOf(row);
     bool grows = false; // the last box stands for small segments and may take more
-    for (std::uint32_t i = row.first; i < row.last && segments.in[i] < window.out; ++i)
+    for (std::uint32_t i = row.first; i < row.last; ++i)
     {
-        if (segments.out(i) < window.in)
+        const double in = axis.placeOfIn(segments.in[i]);
+        const double out = std::max(axis.placeOfOut(segments.out(i)), in);
+        if (in >= window.out)
+            break;
+        if (out < window.in)
             continue;
-        const double left = window.x(segments.in[i]);
-        const double right = window.x(segments.out(i));
+        const double left = window.x(in);
+        const double right = window.x(out);
         const bool small = right - left < sizes.smallBox && segments.kind[i] != Kind::Gap;
         if (small && grows && left - boxes.back().right < 1.0)
         {
@@ -82,6 +87,45 @@ std::vector<Tick> ticksOf(const Mode& mode, double labelStart, const Window& win
         if (time >= window.in)
             ticks.push_back({time, std::fmod(at, parts) == 0.0});
     }
+}
+
+std::vector<Tick> ticksOf(const Scene& scene, const Composition& composition, const Window& window)
+{
+    const Mode& mode = scene.modes[composition.mode];
+    if (!composition.versions)
+        return ticksOf(mode, composition.labelStart, window);
+    // Each straight piece of the axis has labels of its own; holes and folds have none.
+    const Axis& axis = composition.axisOf(composition.version);
+    std::vector<double> bends = {window.in, window.out};
+    for (const Axis::Knot& knot : axis.knots)
+        if (knot.place > window.in && knot.place < window.out)
+            bends.push_back(knot.place);
+    std::ranges::sort(bends);
+    const auto isFolded = [&](double place)
+    {
+        return std::ranges::any_of(composition.versions->folds,
+                                   [&](const Fold& fold) { return place > fold.in && place < fold.out; });
+    };
+    std::vector<Tick> ticks;
+    double lastLabel = window.in - sizes.tickApart / window.scale();
+    for (std::size_t i = 0; i + 1 < bends.size(); ++i)
+    {
+        const double middle = (bends[i] + bends[i + 1]) / 2.0;
+        const double width = (bends[i + 1] - bends[i]) * window.scale();
+        if (width < 1.0 || axis.isHole(middle) || isFolded(middle))
+            continue;
+        const double in = axis.recordAt(bends[i]);
+        const double out = in + (axis.recordAt(middle) - in) * 2.0;
+        for (Tick tick : ticksOf(mode, composition.labelStart, {in, out, width}))
+        {
+            tick.time = bends[i] + (tick.time - in) * (bends[i + 1] - bends[i]) / (out - in);
+            tick.hasLabel = tick.hasLabel && tick.time - lastLabel >= 0.8 * sizes.tickApart / window.scale();
+            if (tick.hasLabel)
+                lastLabel = tick.time;
+            ticks.push_back(tick);
+        }
+    }
+    return ticks;
 }
 
 std::string labelOf(const Mode& mode, double labelTime)

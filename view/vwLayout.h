@@ -7,7 +7,7 @@
 namespace view
 {
 
-/// A stretch of record time over a width of pixels.
+/// A stretch of record time, or of places, over a width of pixels.
 struct Window
 {
     double in;
@@ -37,6 +37,9 @@ struct Tick
 };
 /// Ticks at whole labels: frames, seconds, minutes or hours, as far apart as `sizes.tickApart` asks for.
 ZR_DM_API std::vector<Tick> ticksOf(const Mode& mode, double labelStart, const Window& window);
+
+/// The ruler of a composition, at places: of two versions it is the new one's.
+ZR_DM_API std::vector<Tick> ticksOf(const Scene& scene, const Composition& composition, const Window& window);
 
 /// The label of a label time in the mode.
 ZR_DM_API std::string labelOf(const Mode& mode, double labelTime);

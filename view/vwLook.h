@@ -14,6 +14,8 @@ struct Sizes
     double video = 46.0;     ///< height of a video layer
     double audio = 38.0;     ///< of an audio layer
     double rowGap = 4.0;     ///< between layers
+    double versionGap = 1.0; ///< between two versions of one layer
+    double pairGap = 12.0;   ///< between layers of which there are two versions
     double divider = 14.0;   ///< between the video tracks and the audio tracks
     double radius = 4.0;     ///< of a segment's corners
     double smallBox = 3.0;   ///< segments narrower than this are drawn together where they touch
@@ -60,12 +62,33 @@ inline constexpr std::array<Tint, 3> findingTints = {{
     {"#fbd7da", "#612f3a", "#d23c4c"},
 }};
 
+/// What was changed between two versions of a cut.
+struct ChangeTint
+{
+    const char* name;
+    Tint tint;
+};
+inline constexpr std::array<ChangeTint, 8> changeTints = {{
+    {"added", {"#c9efd3", "#1c5534", "#2f9e57"}},
+    {"removed", {"#f9cfd3", "#662b36", "#cf4458"}},
+    {"moved", {"#cfdffb", "#25457a", "#3f78d8"}},
+    {"trimmed", {"#fbe5b8", "#5f4a17", "#c98a12"}},
+    {"speed", {"#e3d6fa", "#48327a", "#8a5fd6"}},
+    {"replaced", {"#f8d3ec", "#622a54", "#c94fa3"}},
+    {"transition", {"#c8ecef", "#174f58", "#2497a8"}},
+    {"other", {"#e2e4bd", "#494a1a", "#8f9430"}},
+}};
+inline constexpr Tint unchangedTint = {"#eceef2", "#2a303b", "#a8b0be"};
+
 inline constexpr std::size_t generatedAt = videoTints.size() + audioTints.size();
 inline constexpr std::size_t containerAt = generatedAt + 1;
 inline constexpr std::size_t findingsAt = containerAt + 1;
+inline constexpr std::size_t unchangedAt = findingsAt + findingTints.size();
+inline constexpr std::size_t changesAt = unchangedAt + 1;
 
 /// All of them, in the order in which a scene numbers them.
-template <class Visit> void forEachTint(Visit&& visit)
+template <class Visit>
+void forEachTint(Visit&& visit)
 {
     for (const Tint& tint : videoTints)
         visit(tint);
@@ -75,6 +98,9 @@ template <class Visit> void forEachTint(Visit&& visit)
     visit(containerTint);
     for (const Tint& tint : findingTints)
         visit(tint);
+    visit(unchangedTint);
+    for (const ChangeTint& change : changeTints)
+        visit(change.tint);
 }
 
 /// Everything that is not material.

@@ -191,6 +191,7 @@ void rows(Writer& json, const Scene& scene, const Composition& composition)
         json.number(row.height);
         json.number(row.last - row.first);
         json.number(row.isTrackTop ? 1 : 0);
+        json.number(static_cast<double>(row.version));
         properties(json, row.track);
         properties(json, row.layer);
         json.close(']');
@@ -291,6 +292,8 @@ void transitions(Writer& json, const Composition& composition)
         json.yes(one.muted);
         json.number(one.name);
         properties(json, one.properties);
+        if (one.tint != noTint)
+            json.number(one.tint);
         json.close(']');
     }
     json.close(']');
@@ -331,6 +334,61 @@ void marksAndRemarks(Writer& json, const Composition& composition)
     json.close(']');
 }
 
+void axes(Writer& json, std::string_view key, const std::array<Axis, 2>& both)
+{
+    json.key(key).open('[');
+    for (const Axis& axis : both)
+    {
+        json.open('[');
+        json.number(axis.slope);
+        json.open('[');
+        for (const Axis::Knot& knot : axis.knots)
+        {
+            json.number(knot.record);
+            json.number(knot.place);
+        }
+        json.close(']');
+        json.close(']');
+    }
+    json.close(']');
+}
+
+void versions(Writer& json, const Composition& composition)
+{
+    if (composition.version != Version::Only)
+        json.key("version").number(static_cast<double>(composition.version));
+    if (!composition.versions)
+        return;
+    const Versions& both = *composition.versions;
+    json.key("versions").open('{');
+    json.key("mode").number(both.oldMode);
+    json.key("labelStart").number(both.oldLabelStart);
+    axes(json, "axes", both.axes);
+    axes(json, "plain", both.plain);
+    numbers(json, "extent", {both.plainBegin, both.plainEnd});
+    json.key("folds").open('[');
+    for (const Fold& fold : both.folds)
+    {
+        json.open('[');
+        for (const double value : {fold.in, fold.out, fold.frames})
+            json.number(value);
+        json.close(']');
+    }
+    json.close(']');
+    json.key("counterpart");
+    std::vector<double> others; // from 1 on; 0 is none
+    for (const std::uint32_t other : both.counterpart)
+        others.push_back(other == noSegment ? 0.0 : other + 1.0);
+    if (others.empty())
+    {
+        json.open('{');
+        json.close('}');
+    }
+    else
+        column(json, others, 0.0);
+    json.close('}');
+}
+
 void compositionJson(Writer& json, const Scene& scene, const Composition& composition)
 {
     json.open('{');
@@ -349,6 +407,7 @@ void compositionJson(Writer& json, const Scene& scene, const Composition& compos
     effects(json, "effects", composition.effects);
     transitions(json, composition);
     marksAndRemarks(json, composition);
+    versions(json, composition);
     json.key("properties");
     properties(json, composition.properties);
     json.close('}');
@@ -389,6 +448,15 @@ void look(Writer& json)
     };
     forEachTint(tint);
     json.close(']');
+    json.key("changes").open('[');
+    for (std::size_t i = 0; i < changeTints.size(); ++i)
+    {
+        json.open('[');
+        json.number(static_cast<double>(changesAt + i));
+        json.text(changeTints[i].name);
+        json.close(']');
+    }
+    json.close(']');
     json.close('}');
 }
 
@@ -400,6 +468,7 @@ std::string sceneJson(const Scene& scene, std::string_view watch)
     Writer json(out);
     json.open('{');
     json.key("title").text(scene.title);
+    json.key("subtitle").text(scene.subtitle);
     if (!watch.empty())
         json.key("watch").text(watch);
     json.key("texts").open('[');

@@ -41,17 +41,23 @@ const Places::Elements& Places::elementsOf(std::size_t composition)
     return known->second;
 }
 
-std::optional<Place> Places::find(std::string_view path)
+std::optional<Place> Places::find(std::string_view path, Version version)
 {
+    const auto pathOf = [&](const Composition& composition) -> const std::string&
+    {
+        static const std::string none;
+        const bool isOld = version == Version::Old && composition.versions;
+        return isOld ? composition.versions->oldPath : composition.version == version ? composition.path : none;
+    };
     const auto holds = [&](const Composition& composition)
     {
-        return !composition.path.empty() && path.starts_with(composition.path) &&
-               (path.size() == composition.path.size() || path[composition.path.size()] == '/');
+        const std::string& its = pathOf(composition);
+        return !its.empty() && path.starts_with(its) && (path.size() == its.size() || path[its.size()] == '/');
     };
     const auto top = std::ranges::find_if(_scene.compositions, holds);
     if (top == _scene.compositions.end())
         return {};
-    path.remove_prefix(std::min(top->path.size() + 1, path.size()));
+    path.remove_prefix(std::min(pathOf(*top).size() + 1, path.size()));
     Place place{static_cast<std::size_t>(top - _scene.compositions.begin())};
     while (true)
     {
@@ -60,7 +66,10 @@ std::optional<Place> Places::find(std::string_view path)
         const int layer = takeChild(path);
         const auto row = std::ranges::find_if(composition.rows,
                                               [&](const Row& one)
-                                              { return one.trackAt == track && (one.layerAt == layer || layer < 0); });
+                                              {
+                                                  return one.trackAt == track && (one.layerAt == layer || layer < 0) &&
+                                                         (one.version == version || one.version == Version::Only);
+                                              });
         if (row == composition.rows.end())
             return place;
         place.row = static_cast<std::uint32_t>(row - composition.rows.begin());

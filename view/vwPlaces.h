@@ -28,8 +28,8 @@ public:
     }
 
     /// Of "children[0]/children[2]/children[0]/children[7]", or the nearest node above it; nothing for what stands
-    /// outside of all compositions. What a container holds is found where the container opens it.
-    std::optional<Place> find(std::string_view path);
+    /// outside of all compositions of the version. What a container holds is found where the container opens it.
+    std::optional<Place> find(std::string_view path, Version version = Version::Only);
 
 private:
     struct Element

@@ -4,6 +4,8 @@
 #include "dmUtf8.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
 #include <type_traits>
 
@@ -100,6 +102,16 @@ void map(const DmPropertySet& set, int index, const DmPropertyDef& def, const st
     }
 }
 
+/// A float as its own digits say it: 0.94, not the double that lies nearest to it.
+template <class Number>
+double readable(Number value)
+{
+    if constexpr (std::is_same_v<Number, float>)
+        return readableFloat(value);
+    else
+        return static_cast<double>(value);
+}
+
 void single(const DmPropertySet& set, int index, const DmPropertyDef& def, const std::string& path, int depth,
             PropertySink& sink)
 {
@@ -118,7 +130,7 @@ void single(const DmPropertySet& set, int index, const DmPropertyDef& def, const
                            else if constexpr (std::is_same_v<Storage, bool>)
                                sink.text(path, value ? "yes" : "no");
                            else if (std::isfinite(static_cast<double>(value)) && static_cast<double>(value) != dmNoTime)
-                               sink.number(path, static_cast<double>(value));
+                               sink.number(path, readable(value));
                            else if (static_cast<double>(value) == dmNoTime)
                                sink.text(path, "not set");
                            else
@@ -149,6 +161,15 @@ void walk(const DmPropertySet& set, const std::string& prefix, std::initializer_
 }
 
 } // namespace
+
+double readableFloat(float value)
+{
+    std::array<char, 24> text{};
+    const char* const end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+    double read = static_cast<double>(value);
+    std::from_chars(text.data(), end, read);
+    return read;
+}
 
 void forEachProperty(const DmPropertySet& set, std::initializer_list<std::wstring_view> skip, PropertySink& sink)
 {

@@ -26,4 +26,7 @@ protected:
 /// their elements, below the first few.
 void forEachProperty(const DmPropertySet& set, std::initializer_list<std::wstring_view> skip, PropertySink& sink);
 
+/// A float as its own digits say it: 0.94, not the double that lies nearest to it.
+double readableFloat(float value);
+
 } // namespace view

@@ -8,12 +8,15 @@
 /// stands where it is least in the way, and a note says so. A scene holds no node: it outlives the document.
 #pragma once
 
+#include "vwAxis.h"
 #include "vwTexts.h"
 
 #include "tuFcm.h"
 #include "zrExport.h"
 
+#include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -112,6 +115,8 @@ struct Effect
     std::vector<Curve> curves;
 };
 
+inline constexpr std::uint8_t noTint = 0xFF;
+
 enum class Shape : std::uint8_t
 {
     Dissolve,
@@ -129,6 +134,7 @@ struct Transition
     bool muted;
     TextId name;
     Properties properties;
+    std::uint8_t tint = noTint; ///< of its outline
 };
 
 struct Mark
@@ -142,24 +148,33 @@ struct Mark
 };
 inline constexpr std::uint32_t noSegment = 0xFFFFFFFF;
 
+/// Which of two versions of a cut something is of.
+enum class Version : std::uint8_t
+{
+    Only, ///< there are no two
+    Old,
+    New
+};
+
 /// A layer of a track, from the top of the picture down.
 struct Row
 {
     bool isAudio;
     bool isTrackTop; ///< the first row of its track
-    double top;      ///< pixels below the ruler and the marks
+    Version version;
+    double top; ///< pixels below the ruler and the marks
     double height;
     TextId name;         ///< "V1"; "V1.2" is the track's second layer
     TextId detail;       ///< the track's own name, where it has one
     std::uint32_t first; ///< its segments: [first, last)
     std::uint32_t last;
-    int trackAt;         ///< position among the composition's children
-    int layerAt;         ///< among the track's
+    int trackAt; ///< position among the composition's children
+    int layerAt; ///< among the track's
     Properties track;
     Properties layer;
 };
 
-/// Something that is said of a place: what a check found there.
+/// Something that is said of a place: what a check found there, what was changed.
 struct Remark
 {
     std::uint8_t tint; ///< of its sign
@@ -168,7 +183,30 @@ struct Remark
     std::string text;
     std::uint32_t row;     ///< noSegment: of no row
     std::uint32_t segment; ///< noSegment: of no segment
-    double time;
+    double time;           ///< record time of the row's version
+};
+
+/// A stretch that is drawn narrower than it is, since nothing is said of it.
+struct Fold
+{
+    double in; ///< where it is drawn
+    double out;
+    double frames;
+};
+
+/// What is beside each other in a composition of two versions: a row of the old one stands above its row of the new
+/// one. Record times are each version's own.
+struct Versions
+{
+    std::string oldPath;
+    std::uint16_t oldMode;
+    double oldLabelStart;
+    std::array<Axis, 2> axes;  ///< of the old one and of the new one
+    std::array<Axis, 2> plain; ///< the same without folds
+    double plainBegin = 0.0;
+    double plainEnd = 0.0;
+    std::vector<Fold> folds;
+    std::vector<std::uint32_t> counterpart; ///< of a segment, in the other version; noSegment: none
 };
 
 struct Composition
@@ -176,8 +214,9 @@ struct Composition
     TextId name;
     std::string path; ///< in the document; empty for what a container holds
     std::uint16_t mode;
+    Version version;   ///< New of two versions that are drawn as one composition
     double labelStart; ///< the label time of record time 0
-    double begin;      ///< of what is drawn
+    double begin;      ///< of what is drawn: places, where there are axes
     double end;
     double height; ///< of all rows
     std::vector<Row> rows;
@@ -189,13 +228,25 @@ struct Composition
     std::vector<Transition> transitions; ///< by row, in record order
     std::vector<Effect> transitionEffects;
     std::vector<Mark> marks;
-    std::vector<Remark> remarks; ///< by time
+    std::vector<Remark> remarks; ///< by place
+    std::optional<Versions> versions;
     Properties properties;
+
+    ZR_DM_API const Axis& axisOf(Version version) const;
+    const Axis& axisOf(const Row& row) const { return axisOf(row.version); }
+    /// Of no row: that of the ruler.
+    const Axis& axisOf(std::uint32_t row) const { return row == noSegment ? axisOf(version) : axisOf(rows[row]); }
 };
+
+/// The row of a segment.
+ZR_DM_API std::uint32_t rowOf(const Composition& composition, std::uint32_t segment);
+/// The first piece of a segment; null where it plays nothing.
+ZR_DM_API const Piece* firstPiece(const Composition& composition, std::uint32_t segment);
 
 struct Scene
 {
     std::string title;
+    std::string subtitle; ///< what is to be said of it as a whole
     Texts texts;
     std::vector<Mode> modes;
     std::vector<Composition> compositions; ///< those of the document first, then what containers hold

@@ -1,5 +1,6 @@
 #include "vwSceneBuild.h"
 
+#include "vwCompare.h"
 #include "vwLayout.h"
 #include "vwLook.h"
 #include "vwProperties.h"
@@ -32,7 +33,7 @@ namespace view
 namespace
 {
 
-constexpr double longest = 1e8; ///< frames, some three weeks: what lasts longer has no length that can be drawn
+constexpr double longest = 1e8;        ///< frames, some three weeks: what lasts longer has no length that can be drawn
 constexpr std::size_t mostKeys = 2000; ///< of a curve, so many are drawn
 
 bool isDrawable(double time)
@@ -114,32 +115,67 @@ public:
     {
     }
 
-    void addTops(const DmTreeNode& node, const std::string& path = {})
+    /// A composition of a document, with its path.
+    struct Top
+    {
+        DmCompositionNode* node;
+        std::string path;
+    };
+    static void findTops(const DmTreeNode& node, const std::string& path, std::vector<Top>& tops)
     {
         for (int i = 0; i < node.getNbChildren(); ++i)
         {
             DmTreeNode* const child = node.getChild(i);
-            const std::string childPath =
-                path + (path.empty() ? "children[" : "/children[") + std::to_string(i) + ']';
+            const std::string childPath = path + (path.empty() ? "children[" : "/children[") + std::to_string(i) + ']';
             if (child && child->whatIs() == DM_COMPOSITION_NODE)
-            {
-                if (indexOf(static_cast<DmCompositionNode*>(child)) == _paths.size())
-                    _paths.push_back(childPath);
-            }
+                tops.push_back({static_cast<DmCompositionNode*>(child), childPath});
             else if (child && child->whatIs() == DM_REEL_NODE)
-                addTops(*child, childPath);
+                findTops(*child, childPath, tops);
         }
+    }
+
+    void addTops(const DmTreeNode& root)
+    {
+        std::vector<Top> tops;
+        findTops(root, {}, tops);
+        for (const Top& top : tops)
+            if (indexOf(top.node) + 1 == _wanted.size() && _wanted.back().path.empty())
+                _wanted.back().path = top.path;
+    }
+
+    /// What is in both is one composition; then what is new, then what is gone.
+    void addVersions(const DmRoot& before, const DmRoot& after)
+    {
+        std::vector<Top> olds;
+        std::vector<Top> news;
+        findTops(before, {}, olds);
+        findTops(after, {}, news);
+        _matched = dmCounterparts(before, after);
+        for (const DmCounterparts& matched : _matched)
+        {
+            const auto old = std::ranges::find(olds, matched.oldPath, &Top::path);
+            const auto now = std::ranges::find(news, matched.newPath, &Top::path);
+            if (old == olds.end() || now == news.end())
+                continue;
+            _wanted.push_back({now->node, now->path, Version::New, old->node, &matched});
+            olds.erase(old);
+            news.erase(now);
+        }
+        for (const Top& top : news)
+            _wanted.push_back({top.node, top.path, Version::New});
+        for (const Top& top : olds)
+            _wanted.push_back({top.node, top.path, Version::Old});
     }
 
     /// Builds all, and what containers hold on the way: a composition once, wherever it is opened from.
     void build()
     {
-        _scene.tops = _nodes.size();
-        for (std::size_t i = 0; i < _nodes.size(); ++i)
+        _scene.tops = _wanted.size();
+        for (std::size_t i = 0; i < _wanted.size(); ++i) // those that containers hold join on the way
         {
+            const Wanted wanted = _wanted[i];
             Composition composition;
-            composition.path = i < _paths.size() ? _paths[i] : std::string();
-            buildOne(*_nodes[i], composition);
+            buildOne(wanted, composition);
             _scene.compositions.push_back(std::move(composition));
         }
         if (_withoutTime > 0)
@@ -155,6 +191,30 @@ public:
     }
 
 private:
+    struct Wanted
+    {
+        DmCompositionNode* node;
+        std::string path = {}; ///< in its document; empty for what a container holds
+        Version version = Version::Only;
+        DmCompositionNode* before = nullptr; ///< its older version
+        const DmCounterparts* matched = nullptr;
+    };
+
+    /// A layer, as a row of its own.
+    struct Lane
+    {
+        DmLayerNode* layer;
+        DmTrackNode* track;
+        int trackAt;
+        int layerAt;
+        bool isTrackTop;
+        bool isAudio;
+        Version version;
+        DM::FrameCodeModes fcm;
+        std::string name;
+        std::string detail;
+    };
+
     struct Placed
     {
         DmSegmentNode* node;
@@ -172,9 +232,9 @@ private:
 
     std::uint32_t indexOf(DmCompositionNode* node)
     {
-        const auto [known, isNew] = _index.try_emplace(node, static_cast<std::uint32_t>(_nodes.size()));
+        const auto [known, isNew] = _index.try_emplace(node, static_cast<std::uint32_t>(_wanted.size()));
         if (isNew)
-            _nodes.push_back(node);
+            _wanted.push_back({node});
         return known->second;
     }
 
@@ -200,49 +260,59 @@ private:
 
     TextId text(const DmString& value) { return value.empty() ? 0 : _scene.texts.add(dmUtf8(value)); }
 
-    void buildOne(DmCompositionNode& node, Composition& composition)
+    static double labelStartOf(const DmCompositionNode& node)
     {
-        _fcm = dmFcmFromText(node.getFCM());
+        const double start = node.getLabelTime(0.0);
+        return isDrawable(start) ? start : 0.0;
+    }
+
+    void buildOne(const Wanted& wanted, Composition& composition)
+    {
+        DmCompositionNode& node = *wanted.node;
+        composition.path = wanted.path;
+        composition.version = wanted.version;
         composition.name = text(node.getName());
-        composition.mode = modeOf(_fcm);
-        composition.labelStart = node.getLabelTime(0.0);
-        if (!isDrawable(composition.labelStart))
-            composition.labelStart = 0.0;
+        composition.mode = modeOf(dmFcmFromText(node.getFCM()));
+        composition.labelStart = labelStartOf(node);
         composition.properties = propertiesOf(_scene.texts, node, {L"classId", L"name", L"children", L"cueMarks"});
-        addRows(node, composition);
+        if (wanted.before)
+        {
+            composition.versions.emplace();
+            composition.versions->oldPath = wanted.matched->oldPath;
+            composition.versions->oldMode = modeOf(dmFcmFromText(wanted.before->getFCM()));
+            composition.versions->oldLabelStart = labelStartOf(*wanted.before);
+        }
+        addRows(wanted, composition);
         for (int i = 0; i < node.getCueMarks().count(); ++i)
             addMark(composition, node.getCueMarks().at(i), noSegment, 0.0, 0.0);
-        setExtent(node, composition);
+        if (wanted.before)
+            align(composition, _scene, *wanted.matched);
+        else
+            setExtent(node, composition);
     }
 
     // Rows: video from the highest track down, then sound.
 
-    void addRows(DmCompositionNode& node, Composition& composition)
+    void addRows(const Wanted& wanted, Composition& composition)
     {
+        std::vector<Lane> lanes = lanesOf(*wanted.node, wanted.version);
+        if (wanted.before)
+            lanes = together(lanesOf(*wanted.before, Version::Old), lanes, *wanted.matched);
         ColumnSink columns(_scene.texts, composition.columns);
         double top = 0.0;
-        const auto addTracks = [&](bool isAudio)
+        for (std::size_t i = 0; i < lanes.size(); ++i)
         {
-            const int count = node.getNbChildren();
-            int ordinal = 0;
-            for (int i = 0; i < count; ++i)
-                if (const auto* track = trackOf(node, i); track && (track->getMediaType() == DM_MEDIA_AUDIO) == isAudio)
-                    ++ordinal;
-            if (isAudio && ordinal > 0 && top > 0.0)
-                top += sizes.divider;
-            for (int i = 0; i < count; ++i)
+            const Lane& lane = lanes[i];
+            if (i > 0)
             {
-                const int at = isAudio ? i : count - 1 - i;
-                DmTrackNode* const track = trackOf(node, at);
-                if (!track || (track->getMediaType() == DM_MEDIA_AUDIO) != isAudio)
-                    continue;
-                const int number = isAudio ? ++_ordinalUp : ordinal--;
-                addTrack(*track, at, number, isAudio, composition, columns, top);
+                const bool isFollowed = lane.version == Version::New && lanes[i - 1].version == Version::Old;
+                top += isFollowed ? sizes.versionGap : wanted.before ? sizes.pairGap : sizes.rowGap;
+                if (lane.isAudio && !lanes[i - 1].isAudio)
+                    top += sizes.divider;
             }
-        };
-        _ordinalUp = 0;
-        addTracks(false);
-        addTracks(true);
+            addRow(lane, top, composition, columns);
+            top += composition.rows.back().height;
+        }
         composition.height = std::max(top, sizes.video);
     }
 
@@ -252,12 +322,32 @@ private:
         return child && child->whatIs() == DM_TRACK_NODE ? static_cast<DmTrackNode*>(child) : nullptr;
     }
 
-    void addTrack(DmTrackNode& track, int trackAt, int ordinal, bool isAudio, Composition& composition,
-                  ColumnSink& columns, double& top)
+    std::vector<Lane> lanesOf(DmCompositionNode& node, Version version)
     {
+        std::vector<Lane> lanes;
+        const int count = node.getNbChildren();
+        const auto isAudioAt = [&](int at) { return trackOf(node, at)->getMediaType() == DM_MEDIA_AUDIO; };
+        for (const bool isAudio : {false, true})
+        {
+            int ordinal = 1;
+            for (int i = 0; i < count && !isAudio; ++i)
+                ordinal += trackOf(node, i) && !isAudioAt(i) ? 1 : 0;
+            for (int i = 0; i < count; ++i)
+            {
+                const int at = isAudio ? i : count - 1 - i;
+                if (trackOf(node, at) && isAudioAt(at) == isAudio)
+                    addLanes(node, at, isAudio ? ordinal++ : --ordinal, version, lanes);
+            }
+        }
+        return lanes;
+    }
+
+    void addLanes(DmCompositionNode& node, int trackAt, int ordinal, Version version, std::vector<Lane>& lanes)
+    {
+        DmTrackNode& track = *trackOf(node, trackAt);
+        const bool isAudio = track.getMediaType() == DM_MEDIA_AUDIO;
         const std::string trackName =
             (isAudio ? "A" : "V") + std::to_string(track.getTrackNum() > 0 ? track.getTrackNum() : ordinal);
-        Properties trackProperties = propertiesOf(_scene.texts, track, {L"classId", L"children"});
         const int count = track.getNbChildren();
         bool isTop = true;
         for (int i = 0; i < count; ++i)
@@ -270,25 +360,81 @@ private:
                 continue;
             }
             auto& layer = static_cast<DmLayerNode&>(*child);
-            Row row{};
-            row.isAudio = isAudio;
-            row.isTrackTop = isTop;
-            row.top = top;
-            row.height = isAudio ? sizes.audio : sizes.video;
-            row.name = _scene.texts.add(count > 1 ? trackName + '.' + std::to_string(at + 1) : trackName);
-            row.detail = layer.isResultLayer() && count > 1 ? _scene.texts.add("result")
-                         : track.getName() == L"untitled" || dmUtf8(track.getName()) == trackName
-                             ? 0
-                             : text(track.getName());
-            row.trackAt = trackAt;
-            row.layerAt = at;
-            row.track = trackProperties;
-            row.layer = propertiesOf(_scene.texts, layer, {L"classId", L"children"});
+            const std::string ownName = track.getName() == L"untitled" ? "" : dmUtf8(track.getName());
+            lanes.push_back({&layer, &track, trackAt, at, isTop, isAudio, version, dmFcmFromText(node.getFCM()),
+                             count > 1 ? trackName + '.' + std::to_string(at + 1) : trackName,
+                             layer.isResultLayer() && count > 1 ? "result"
+                             : ownName == trackName             ? ""
+                                                                : ownName});
             isTop = false;
-            top += row.height + sizes.rowGap;
-            addLayer(layer, row, composition, columns);
-            composition.rows.push_back(std::move(row));
         }
+    }
+
+    /// Each old row above the new one that it became, in the order of the new ones; what is gone where it was.
+    static std::vector<Lane> together(std::vector<Lane> olds, std::vector<Lane> news, const DmCounterparts& matched)
+    {
+        const auto isAt = [](const Lane& lane, const DmCounterparts::Place& place)
+        { return lane.trackAt == place.track && lane.layerAt == place.layer; };
+        for (std::vector<Lane>* const lanes : {&olds, &news})
+            for (Lane& lane : *lanes)
+                lane.name += lane.version == Version::Old ? " old" : " new";
+        std::vector<bool> isLeft(olds.size(), true); // to be laid in front of what they stand in front of
+        std::vector<std::size_t> partner(news.size(), olds.size());
+        std::vector<bool> hasPartner(olds.size(), false);
+        for (const DmCounterparts::Pair& pair : matched.layers)
+        {
+            const auto old = std::ranges::find_if(olds, [&](const Lane& lane) { return isAt(lane, pair.before); });
+            const auto now = std::ranges::find_if(news, [&](const Lane& lane) { return isAt(lane, pair.after); });
+            if (old == olds.end() || now == news.end() || old->isAudio != now->isAudio)
+                continue;
+            partner[static_cast<std::size_t>(now - news.begin())] = static_cast<std::size_t>(old - olds.begin());
+            hasPartner[static_cast<std::size_t>(old - olds.begin())] = true;
+        }
+        std::vector<Lane> all;
+        const auto leave = [&](std::size_t upTo, bool isAudio)
+        {
+            for (std::size_t i = 0; i < upTo; ++i)
+                if (isLeft[i] && !hasPartner[i] && olds[i].isAudio == isAudio)
+                {
+                    isLeft[i] = false;
+                    all.push_back(olds[i]);
+                }
+        };
+        for (const bool isAudio : {false, true})
+        {
+            for (std::size_t k = 0; k < news.size(); ++k)
+            {
+                if (news[k].isAudio != isAudio)
+                    continue;
+                if (partner[k] < olds.size())
+                {
+                    leave(partner[k], isAudio);
+                    all.push_back(olds[partner[k]]);
+                }
+                all.push_back(news[k]);
+            }
+            leave(olds.size(), isAudio);
+        }
+        return all;
+    }
+
+    void addRow(const Lane& lane, double top, Composition& composition, ColumnSink& columns)
+    {
+        _fcm = lane.fcm;
+        Row row{};
+        row.isAudio = lane.isAudio;
+        row.isTrackTop = lane.isTrackTop;
+        row.version = lane.version;
+        row.top = top;
+        row.height = lane.isAudio ? sizes.audio : sizes.video;
+        row.name = _scene.texts.add(lane.name);
+        row.detail = _scene.texts.add(lane.detail);
+        row.trackAt = lane.trackAt;
+        row.layerAt = lane.layerAt;
+        row.track = propertiesOf(_scene.texts, *lane.track, {L"classId", L"children"});
+        row.layer = propertiesOf(_scene.texts, *lane.layer, {L"classId", L"children"});
+        addLayer(*lane.layer, row, composition, columns);
+        composition.rows.push_back(std::move(row));
     }
 
     // Elements
@@ -457,7 +603,7 @@ private:
             if (count == 0)
             {
                 TextSink value(_scene.texts);
-                value.number(dmUtf8(name), static_cast<double>(channel->getValue()));
+                value.number(dmUtf8(name), readableFloat(channel->getValue()));
                 effect.properties.push_back(value.properties.front());
                 continue;
             }
@@ -552,14 +698,13 @@ private:
     }
 
     Scene& _scene;
-    std::vector<DmCompositionNode*> _nodes;
-    std::vector<std::string> _paths; ///< of the document's own compositions
+    std::vector<Wanted> _wanted;
+    std::vector<DmCounterparts> _matched;
     std::unordered_map<const DmCompositionNode*, std::uint32_t> _index;
     std::map<DM::FrameCodeModes, std::uint16_t> _modes;
     std::unordered_map<TextId, std::uint8_t> _videoTints;
     std::unordered_map<TextId, std::uint8_t> _audioTints;
-    DM::FrameCodeModes _fcm = DM::FCM_NOT_DEFINED; ///< of the composition being built
-    int _ordinalUp = 0;
+    DM::FrameCodeModes _fcm = DM::FCM_NOT_DEFINED; ///< of the row being built
     std::size_t _withoutTime = 0;
     std::size_t _overlapping = 0;
     std::size_t _missing = 0;
@@ -574,6 +719,20 @@ Scene sceneOf(const DmRoot& root, const std::string& title)
     Builder builder(scene);
     builder.addTops(root);
     builder.build();
+    return scene;
+}
+
+Scene sceneOf(const DmRoot& before, const DmRoot& after, const DmDiff& diff, const std::string& title)
+{
+    Scene scene;
+    scene.title = title;
+    Builder builder(scene);
+    builder.addVersions(before, after);
+    builder.build();
+    addChanges(scene, diff);
+    for (Composition& composition : scene.compositions)
+        if (composition.versions)
+            fold(composition, scene);
     return scene;
 }
 

@@ -27,6 +27,8 @@ void addThemeRules(std::string& out, const Theme& theme, const char* Tint::*fill
     rule("text", "fill", theme.text);
     rule(".dim", "fill", theme.dim);
     rule(".gap", "stroke", theme.gap);
+    rule(".fold", "fill", theme.panel);
+    rule(".fold", "stroke", theme.gap);
     rule(".slope,.mine", "stroke", theme.trxLine);
     rule(".mine", "fill", theme.trxLine);
     rule(".dense", "fill", theme.dense);
@@ -47,9 +49,12 @@ void addStyle(std::string& out)
            ".muted{opacity:.38}.overlap{stroke-width:2;fill:none;stroke-dasharray:5 3}"
            ".sign{stroke-width:1}";
     int number = 0;
-    const auto edge = [&](const Tint& tint) {
+    const auto edge = [&](const Tint& tint)
+    {
         const std::string at = std::to_string(number++);
         out += ".t" + at + "{stroke:" + tint.edge + "}.s" + at + "{fill:" + tint.edge + "}";
+        if (number > static_cast<int>(changesAt))
+            out += ".k" + at + "{fill:none;stroke-width:2.5;stroke:" + tint.edge + "}";
     };
     forEachTint(edge);
     addThemeRules(out, light, &Tint::light);
@@ -74,7 +79,8 @@ public:
 
     std::string draw()
     {
-        const double height = _top + _height + margin + noteHeight * static_cast<double>(_scene.notes.size());
+        const double legend = _composition.versions ? noteHeight + margin : 0.0;
+        const double height = _top + _height + margin + legend + noteHeight * static_cast<double>(_scene.notes.size());
         _out = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 ";
         number(_options.width);
         _out += ' ';
@@ -92,10 +98,16 @@ public:
         drawRuler();
         for (std::size_t i = 0; i < _rows.size(); ++i)
             drawRow(*_rows[i], _tops[i]);
+        if (_composition.versions)
+        {
+            for (const Fold& fold : _composition.versions->folds)
+                drawFold(fold);
+            drawLegend();
+        }
         drawMarks();
         for (const Remark& remark : _composition.remarks)
             drawRemark(remark);
-        double y = _top + _height + noteHeight;
+        double y = _top + _height + noteHeight + legend;
         for (const std::string& note : _scene.notes)
         {
             line("small dim", margin, y, note);
@@ -108,7 +120,8 @@ public:
 private:
     const std::string& text(TextId id) const { return _scene.texts[id]; }
     const Mode& mode() const { return _scene.modes[_composition.mode]; }
-    double x(double time) const { return _left + _window.x(time); }
+    double x(double place) const { return _left + _window.x(place); }
+    double x(const Axis& axis, double time) const { return x(axis.placeOfIn(time)); }
     double right() const { return _options.width - margin; }
     void number(double value) { addPixel(_out, value); }
 
@@ -217,7 +230,7 @@ private:
     void drawRuler()
     {
         const double bottom = titleHeight + sizes.ruler;
-        for (const Tick& tick : ticksOf(mode(), _composition.labelStart, _window))
+        for (const Tick& tick : ticksOf(_scene, _composition, _window))
         {
             const double at = x(tick.time);
             path("rule", {{at, bottom - (tick.hasLabel ? 10.0 : 5.0)}, {at, bottom}}, false);
@@ -225,7 +238,8 @@ private:
                 continue;
             path("grid", {{at, bottom}, {at, _top + _height}}, false);
             if (at + 78.0 < _options.width)
-                line("label dim", at, titleHeight + 14.0, labelOf(mode(), tick.time + _composition.labelStart));
+                line("label dim", at, titleHeight + 14.0,
+                     labelOf(mode(), _composition.axisOf(noSegment).recordAt(tick.time) + _composition.labelStart));
         }
         path("rule", {{_left, bottom}, {right(), bottom}}, false);
     }
@@ -238,8 +252,7 @@ private:
             drawBox(row, box, top);
         const auto rowIndex = static_cast<std::uint32_t>(&row - _composition.rows.data());
         for (const Transition& transition : _composition.transitions)
-            if (transition.row == rowIndex && transition.in + transition.length >= _window.in &&
-                transition.in <= _window.out)
+            if (transition.row == rowIndex)
                 drawTransition(row, transition, top);
         _out += "</g>\n";
     }
@@ -287,17 +300,19 @@ private:
         for (const Mark& mark : _composition.marks)
             if (mark.segment == i)
             {
-                const double at = x(mark.time);
+                const double at = x(_composition.axisOf(row), mark.time);
                 path("mine", {{at - 4.0, top}, {at + 4.0, top}, {at, top + 6.0}}, true);
             }
     }
 
     void drawTransition(const Row& row, const Transition& transition, double top)
     {
-        const double left = std::max(x(transition.in), _left);
-        const double end = std::min(std::max(x(transition.in + transition.length), left + 1.0), right());
+        const Axis& axis = _composition.axisOf(row);
+        const double left = std::max(x(axis, transition.in), _left);
+        const double last = x(axis.placeOfOut(transition.in + transition.length));
+        const double end = std::min(std::max(last, left + 1.0), right());
         const double bottom = top + row.height;
-        if (end <= left)
+        if (end <= left || last < _left)
             return;
         _out += transition.muted ? "<g class=\"muted\">\n" : "<g>\n";
         _out += "<title>" + xml(describeTransition(_scene, _composition, transition)) + "</title>\n";
@@ -315,7 +330,54 @@ private:
             path(transition.shape == Shape::Fade ? "mine" : behind, {{left, top}, {end, top}, {end, bottom}}, true);
             path("slope", {{left, top}, {end, bottom}}, false);
         }
+        if (transition.tint != noTint)
+            path("k" + std::to_string(transition.tint), {{left, top}, {end, top}, {end, bottom}, {left, bottom}}, true);
         _out += "</g>\n";
+    }
+
+    /// A stretch that nothing is said of, over all rows, with torn edges.
+    void drawFold(const Fold& fold)
+    {
+        const double left = std::max(x(fold.in), _left);
+        const double end = std::min(x(fold.out), right());
+        if (end - left < 1.0)
+            return;
+        const double tooth = std::min(4.0, (end - left) / 4.0);
+        const double bottom = _top + _height;
+        _out += "<g class=\"fold\"><title>" + xml(lengthOf(fold) + " unchanged") + "</title><path d=\"M";
+        const auto point = [&](double px, double py)
+        {
+            number(px);
+            _out += ' ';
+            number(py);
+            _out += ' ';
+        };
+        const int teeth = std::max(static_cast<int>((bottom - _top) / 8.0), 1);
+        const auto y = [&](int at) { return _top + (bottom - _top) * at / teeth; };
+        for (int i = 0; i <= teeth; ++i)
+            point(left + (i % 2 == 0 ? 0.0 : tooth), y(i));
+        for (int i = teeth; i >= 0; --i)
+            point(end - (i % 2 == 0 ? 0.0 : tooth), y(i));
+        _out += "Z\"/></g>\n";
+        if (end - left >= 60.0)
+            line("label dim", (left + end) / 2.0, titleHeight + 14.0, lengthOf(fold), " text-anchor=\"middle\"");
+    }
+    std::string lengthOf(const Fold& fold) const { return labelOf(mode(), fold.frames); }
+
+    /// What the colours say, of those that are seen.
+    void drawLegend()
+    {
+        double at = _left;
+        const double top = _top + _height + margin;
+        for (std::size_t i = 0; i < changeTints.size(); ++i)
+        {
+            const std::size_t tint = changesAt + i;
+            if (std::ranges::none_of(_composition.remarks, [&](const Remark& remark) { return remark.tint == tint; }))
+                continue;
+            rect(("t" + std::to_string(tint)).c_str(), at, top, 12.0, 12.0, 2.0);
+            line("small", at + 18.0, top + 6.0, changeTints[i].name);
+            at += 96.0;
+        }
     }
 
     void drawMarks()
@@ -323,7 +385,7 @@ private:
         const double top = titleHeight + sizes.ruler;
         for (const Mark& mark : _composition.marks)
         {
-            const double at = x(mark.time);
+            const double at = x(_composition.axisOf(noSegment), mark.time);
             if (mark.segment != noSegment || at < _left || at > right())
                 continue;
             char colour[24] = "";
@@ -344,7 +406,7 @@ private:
 
     void drawRemark(const Remark& remark)
     {
-        const double at = x(remark.time);
+        const double at = x(_composition.axisOf(remark.row), remark.time);
         const auto row = std::find_if(_rows.begin(), _rows.end(),
                                       [&](const Row* one)
                                       { return remark.row != noSegment && one == &_composition.rows[remark.row]; });

@@ -2,6 +2,9 @@
 #include "commandCases.h"
 #include "zrTempDir.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 namespace
 {
 
@@ -60,11 +63,126 @@ TEST(ViewStill, ShowsFindingsAtTheirPlace)
 TEST(ViewStill, ShowsWhatReadingAListHadToSay)
 {
     const ZrTempDir folder;
-    const std::string list =
-        folder.write("a.edl", "TITLE: A\nFCM: NON-DROP FRAME\n"
-                              "001  TAPE1 V C 01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n"
-                              "002  TAPE1 V C 01:00:99:00 01:00:02:00 10:00:02:00 10:00:04:00\n");
+    const std::string list = folder.write("a.edl", "TITLE: A\nFCM: NON-DROP FRAME\n"
+                                                   "001  TAPE1 V C 01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n"
+                                                   "002  TAPE1 V C 01:00:99:00 01:00:02:00 10:00:02:00 10:00:04:00\n");
     EXPECT_TRUE(matches(still({"--findings"}, list), "...<title>line 4\n...[DM6...]</title>..."));
+}
+
+const std::string list = ZR_EXAMPLES "/../lists/reel1.edl";
+const std::string newList = ZR_EXAMPLES "/../lists/reel1-v2.edl";
+
+std::string stillOfBoth(const std::string& before, const std::string& after, int exitCode = 1)
+{
+    const auto result =
+        zrTest::runDmtree({"diff", "--fcm", "25 fps", "--svg", "--width", "2000", "-o", "-", before, after});
+    EXPECT_EQ(result.exitCode, exitCode) << result.err;
+    return result.out;
+}
+
+/// A list of shots of two seconds each, "A B C", laid one behind the other.
+std::string listOf(const std::string& shots)
+{
+    std::string text = "TITLE: Drawn\nFCM: NON-DROP FRAME\n";
+    int event = 0;
+    for (const char shot : shots)
+    {
+        char line[200];
+        std::snprintf(line, sizeof line,
+                      "%03d  TAPE%c V C 01:00:00:00 01:00:02:00 10:%02d:%02d:00 10:%02d:%02d:00\n"
+                      "* FROM CLIP NAME: SHOT %c\n",
+                      event + 1, shot, event * 2 / 60, event * 2 % 60, (event * 2 + 2) / 60, (event * 2 + 2) % 60,
+                      shot);
+        text += line;
+        ++event;
+    }
+    return text;
+}
+
+/// The left edge of a shot in a row of a still.
+double leftOf(const std::string& svg, const std::string& row, const std::string& shot)
+{
+    const std::size_t from = svg.find("<g data-row=\"" + row + '"');
+    const std::size_t title = svg.find("<title>" + shot + '\n', from);
+    const std::size_t at = svg.find(" x=\"", title);
+    return title == svg.npos || at == svg.npos ? -1.0 : std::atof(svg.c_str() + at + 4);
+}
+
+TEST(ViewVersions, StandOneOverTheOtherWhereTheyAreTheSame)
+{
+    const ZrTempDir folder;
+    struct Row
+    {
+        const char* before;
+        const char* after;
+        const char* same; ///< shots that stand at one place
+        const char* hole; ///< in front of this shot, the row named next is empty
+        const char* emptyRow;
+    };
+    const std::vector<Row> rows = {
+        {"ABC", "ABC", "ABC", "", ""},
+        {"ABC", "AXBC", "ABC", "SHOT B", "V1 old"}, // what was put in moves nothing apart
+        {"AXBC", "ABC", "ABC", "SHOT B", "V1 new"},
+        {"ABC", "XABC", "ABC", "", ""},
+        {"ABCDE", "ACDBE", "ACDE", "", ""}, // one moved: the others keep their order
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.after);
+        const std::string svg =
+            stillOfBoth(folder.write("a.edl", listOf(row.before)), folder.write("b.edl", listOf(row.after)),
+                        std::string(row.before) == row.after ? 0 : 1);
+        for (const char shot : std::string(row.same))
+        {
+            const double old = leftOf(svg, "V1 old", std::string("SHOT ") + shot);
+            EXPECT_GT(old, 0.0);
+            EXPECT_NEAR(old, leftOf(svg, "V1 new", std::string("SHOT ") + shot), 0.02) << shot;
+        }
+        if (*row.hole)
+            EXPECT_NEAR(leftOf(svg, row.emptyRow, row.hole) - leftOf(svg, row.emptyRow, "SHOT A"),
+                        2.0 * (leftOf(svg, std::string(row.emptyRow) == "V1 old" ? "V1 new" : "V1 old", "SHOT X") -
+                               leftOf(svg, row.emptyRow, "SHOT A")),
+                        0.05);
+    }
+}
+
+TEST(ViewVersions, ShowEachChangeInItsColourAndFoldTheRest)
+{
+    const std::string svg = stillOfBoth(list, newList);
+    const auto told = zrTest::runDmtree({"diff", "--fcm", "25 fps", "--json", list, newList});
+    const std::size_t changes = countOf(told.out, "\"kind\"") - countOf(told.out, "\"kind\": \"shifted\"") -
+                                countOf(told.out, "\"kind\":\"shifted\"");
+    EXPECT_EQ(countOf(svg, "<g class=\"sign\">"), changes) << told.out;
+    EXPECT_GT(changes, 0U);
+
+    // A long cut in which one shot went: all but what is beside it is folded, and says how long it is.
+    const ZrTempDir folder;
+    std::string shots;
+    for (int i = 0; i < 60; ++i)
+        shots += static_cast<char>(i < 26 ? 'A' + i : i < 52 ? 'a' + i - 26 : '0' + i - 52);
+    std::string fewer = shots;
+    fewer.erase(30, 1);
+    const std::string folded = stillOfBoth(folder.write("a.edl", listOf(shots)), folder.write("b.edl", listOf(fewer)));
+    EXPECT_EQ(countOf(folded, "<g class=\"fold\">"), 2U);
+    EXPECT_TRUE(matches(folded, "...<title>00:00:57:00 unchanged</title>...")) << folded.substr(0, 3000);
+    EXPECT_EQ(countOf(folded, "<g class=\"sign\">"), 1U);
+    EXPECT_TRUE(matches(folded, "...>removed</text>..."));
+}
+
+// One side may be nothing, and documents may have several compositions.
+TEST(ViewVersions, ShowWhatOnlyOneSideHas)
+{
+    EXPECT_TRUE(matches(stillOfBoth("/dev/null", list), "...V1...composition added..."));
+    EXPECT_TRUE(matches(stillOfBoth(list, "/dev/null"), "...V1...composition removed..."));
+}
+
+// Without Node the page is missing, and nothing else is.
+TEST(View, SaysThatItHasNoPageWhereItHasNone)
+{
+    const bool hasPage = ZR_PAGE_BUILT;
+    const char* const why = hasPage ? "" : "...built without Node...--svg needs none\n";
+    check({{"view", "-o", "/dev/null", commercial}, hasPage ? 0 : 2, "", why});
+    check({{"diff", "-o", "/dev/null", commercial, commercial}, hasPage ? 0 : 2, "", why});
 }
 
 TEST(View, SaysWhatIsWrong)
@@ -82,6 +200,8 @@ TEST(View, SaysWhatIsWrong)
         {{"view", "--svg", "--composition", "none", "-o", "-", commercial}, 2, "", "...there is none called 'none'\n"},
         {{"view", "--width", "900", "-o", "-", commercial}, 2, "", "...--svg..."},
         {{"view", "--svg", "--width", "nan", "-o", "-", commercial}, 2, "", "...--width..."},
+        {{"diff", "--svg", commercial, commercial}, 2, "", "...--output..."},
+        {{"diff", "--json", "-o", "/dev/null", commercial, commercial}, 2, "", "...excludes..."},
         {{"view", "--watch", "-"}, 2, "", "...standard input does not change\n"},
         {{"view", "--svg", "-o", "/nowhere/a.svg", commercial}, 2, "", "...No such file or directory\n"},
     };

@@ -2,7 +2,11 @@
 #include "dmtree.h"
 #include "documents.h"
 #include "modes.h"
-#include "textFile.h"
+#include "picture.h"
+
+#include "vwPage.h"
+#include "vwSceneBuild.h"
+#include "vwSvg.h"
 
 #include "dmDiff.h"
 #include "dmPatch.h"
@@ -10,6 +14,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -24,6 +29,9 @@ struct Options
     std::vector<std::string> files; ///< OLD and NEW; or the seven, or nine, arguments of git's external diff
     std::string fcm;
     DmDiffOptions diff;
+    std::string out;
+    double width = 1200.0;
+    bool svg = false;
     bool lenient = false;
     bool json = false;
     bool stat = false;
@@ -61,6 +69,11 @@ CoSharedPtr<DmRoot> open(const std::string& path, const Options& options)
     return dmtree::requireDocument(path, options.lenient, reading);
 }
 
+std::string fileName(const std::string& path)
+{
+    return path == "-" ? "standard input" : std::filesystem::path(path).filename().string();
+}
+
 /// What leads from one to the other, as dmtree patch reads it; nothing is a document without contents.
 std::string patchText(const CoSharedPtr<DmRoot>& before, const CoSharedPtr<DmRoot>& after)
 {
@@ -75,6 +88,17 @@ std::string patchText(const CoSharedPtr<DmRoot>& before, const CoSharedPtr<DmRoo
 std::string countText(const DmDiff& diff)
 {
     return diff.isSame() ? "the same" : diff.stat();
+}
+
+/// One over the other, as a page or as a still of the first composition.
+void drawBoth(const CoSharedPtr<DmRoot>& before, const CoSharedPtr<DmRoot>& after, const DmDiff& diff,
+              const Options& options, const std::string& title)
+{
+    const view::PageParts* const page = options.svg ? nullptr : &dmtree::requirePage("diff");
+    const CoSharedPtr<DmRoot> none = DmRoot::create();
+    const view::Scene scene = view::sceneOf(before ? *before : *none, after ? *after : *none, diff, title);
+    dmtree::writePicture("diff", options.out,
+                         page ? view::pageOf(scene, *page) : view::svgOf(scene, {.width = options.width}), scene);
 }
 
 int compare(const Options& options)
@@ -94,7 +118,9 @@ int compare(const Options& options)
         throw std::runtime_error("diff: " + dmUtf8(status.info()));
     const std::string old = sides.title.empty() ? sides.before : "a/" + sides.title;
     const std::string now = sides.title.empty() ? sides.after : "b/" + sides.title;
-    if (options.json)
+    if (!options.out.empty())
+        drawBoth(before, after, diff, options, fileName(old) + " \xE2\x86\x92 " + fileName(now));
+    else if (options.json)
         std::cout << diff.json() << '\n';
     else if (options.stat)
         std::cout << countText(diff) << '\n';
@@ -115,11 +141,22 @@ void dmtree::addDiff(CLI::App& app, Run& run)
     command->add_option("FILES", options->files, "OLD and NEW: documents or cut lists of any format; /dev/null is none")
         ->required()
         ->expected(2, int(gitArguments) + 2);
-    command->add_flag("--json", options->json, "One JSON object");
-    command->add_flag("--stat", options->stat, "One line: how many changes of which kind");
-    command->add_flag("--brief", options->brief, "Only whether they differ");
-    command->add_flag("--patch", options->patch,
-                      "What leads from OLD to NEW, for dmtree patch; the other options aside");
+    CLI::Option* const out =
+        command
+            ->add_option("-o,--output", options->out,
+                         "A picture of both, one over the other, with the changes beside it: a page for any browser")
+            ->type_name("FILE");
+    CLI::Option* const svg = command->add_flag("--svg", options->svg, "As a still, without the list")->needs(out);
+    command->add_option("--width", options->width, "Of a still, in pixels")
+        ->type_name("PIXELS")
+        ->check(CLI::Range(200, 20000).description(""))
+        ->needs(svg);
+    command->add_flag("--json", options->json, "One JSON object")->excludes(out);
+    command->add_flag("--stat", options->stat, "One line: how many changes of which kind")->excludes(out);
+    command->add_flag("--brief", options->brief, "Only whether they differ")->excludes(out);
+    command
+        ->add_flag("--patch", options->patch, "What leads from OLD to NEW, for dmtree patch; the other options aside")
+        ->excludes(out);
     command->add_flag("--each", options->diff.eachShift, "Shots that others shifted, too, one by one");
     command->add_option("--ignore", options->diff.ignored, "Kinds of changes that do not count, separated by commas")
         ->delimiter(',')

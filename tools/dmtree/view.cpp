@@ -3,7 +3,7 @@
 #include "dmtree.h"
 #include "documents.h"
 #include "pageServer.h"
-#include "textFile.h"
+#include "picture.h"
 
 #include "vwLayout.h"
 #include "vwPageParts.h"
@@ -147,10 +147,11 @@ view::Scene sceneOf(const Options& options)
 }
 
 /// Shows the file as it changes, until the command is ended.
-int watch(const Options& options, const view::PageParts& page)
+int watch(const Options& options)
 {
     if (options.file == "-")
         throw std::runtime_error("--watch: standard input does not change");
+    const view::PageParts& page = dmtree::requirePage("view");
     dmtree::PageServer server([&](const std::string& path) { return view::pageOf(sceneOf(options), page, path); },
                               options.file);
     std::cout << server.address() << std::endl;
@@ -160,21 +161,13 @@ int watch(const Options& options, const view::PageParts& page)
 
 int picture(const Options& options)
 {
-    const view::PageParts* const page = view::pageParts();
-    if (!options.svg && !page)
-        throw std::runtime_error("view: this dmtree was built without Node and has no page; --svg needs none");
     if (options.watch)
-        return watch(options, *page);
+        return watch(options);
     if (options.out.empty())
         throw std::runtime_error("view: where does the picture go? -o FILE, or --watch");
+    const view::PageParts* const page = options.svg ? nullptr : &dmtree::requirePage("view");
     const view::Scene scene = sceneOf(options);
-    const std::string text = options.svg ? still(scene, options) : view::pageOf(scene, *page);
-    if (options.out == "-")
-        std::cout << text;
-    else
-        dmtree::writeText(options.out, text);
-    for (const std::string& note : scene.notes)
-        std::cerr << "dmtree view: " << options.file << ": " << note << '\n';
+    dmtree::writePicture("view", options.out, page ? view::pageOf(scene, *page) : still(scene, options), scene);
     return dmtree::Fine;
 }
 

@@ -14,15 +14,20 @@ export const scaleOf = (span: Span): number => span.width / (span.out - span.in)
 
 /** What of a row is seen: four numbers a box, left, right, first segment, count. */
 export function boxesOf(composition: Composition, row: Row, span: Span, sizes: Sizes, to: number[]): number[] {
-    const { start, length, kind } = composition;
+    const { kind } = composition;
+    const axis = composition.axisOf(row);
     const scale = scaleOf(span);
     to.length = 0;
     let grows = false;
-    for (let i = composition.firstReaching(row, span.in); i < row.last && start[i] < span.out; ++i) {
-        if (start[i] + length[i] < span.in)
+    for (let i = composition.firstReaching(row, axis.recordAt(span.in)); i < row.last; ++i) {
+        const from = axis.placeOfIn(composition.start[i]);
+        const out = Math.max(axis.placeOfOut(composition.out(i)), from);
+        if (from >= span.out)
+            break;
+        if (out < span.in)
             continue;
-        const left = (start[i] - span.in) * scale;
-        const right = (start[i] + length[i] - span.in) * scale;
+        const left = (from - span.in) * scale;
+        const right = (out - span.in) * scale;
         const small = right - left < sizes.smallBox && kind[i] !== Gap;
         const last = to.length - 4;
         if (small && grows && left - to[last + 1] < 1) {
@@ -55,7 +60,7 @@ function tickStep(mode: Mode, least: number): number {
     return hours * 3600 * fps;
 }
 
-export function ticksOf(mode: Mode, labelStart: number, span: Span, sizes: Sizes): Tick[] {
+function ticksAt(mode: Mode, labelStart: number, span: Span, sizes: Sizes): Tick[] {
     const ticks: Tick[] = [];
     const step = tickStep(mode, sizes.tickApart / scaleOf(span));
     const parts = step < 5 ? step : 5;
@@ -67,4 +72,32 @@ export function ticksOf(mode: Mode, labelStart: number, span: Span, sizes: Sizes
         if (time >= span.in)
             ticks.push({ time, hasLabel: at % parts === 0 });
     }
+}
+
+/** The ruler, at places: of two versions it is the new one's. */
+export function ticksOf(composition: Composition, span: Span, sizes: Sizes): Tick[] {
+    const { mode, labelStart, folds } = composition;
+    if (!composition.isCompared)
+        return ticksAt(mode, labelStart, span, sizes);
+    // Each straight piece of the axis has labels of its own; holes and folds have none.
+    const axis = composition.axisOf(undefined);
+    const bends = [span.in, ...axis.place.filter((place) => place > span.in && place < span.out), span.out];
+    const ticks: Tick[] = [];
+    let lastLabel = span.in - sizes.tickApart / scaleOf(span);
+    for (let i = 0; i + 1 < bends.length; ++i) {
+        const middle = (bends[i] + bends[i + 1]) / 2;
+        const width = (bends[i + 1] - bends[i]) * scaleOf(span);
+        if (width < 1 || axis.isHole(middle) || folds.some((fold) => middle > fold.in && middle < fold.out))
+            continue;
+        const from = axis.recordAt(bends[i]);
+        const out = from + (axis.recordAt(middle) - from) * 2;
+        for (const tick of ticksAt(mode, labelStart, { in: from, out, width }, sizes)) {
+            const time = bends[i] + (tick.time - from) * (bends[i + 1] - bends[i]) / (out - from);
+            const hasLabel = tick.hasLabel && time - lastLabel >= 0.8 * sizes.tickApart / scaleOf(span);
+            if (hasLabel)
+                lastLabel = time;
+            ticks.push({ time, hasLabel });
+        }
+    }
+    return ticks;
 }

@@ -5,7 +5,7 @@ import { zoom, zoomIdentity, type D3ZoomEvent } from 'd3-zoom';
 import { boxesOf } from './layout';
 import { Minimap } from './minimap';
 import { paint, signOf, Words } from './paint';
-import { copy, element, recordLabel, remarkText, sentence, showPlaying, showRemarks, showSelection, showTable } from './panels';
+import { copy, element, placeLabel, recordLabel, remarkText, sentence, showPlaying, showRemarks, showSelection, showTable } from './panels';
 import { Scene, Written_ } from './scene';
 import { count, find, step } from './search';
 import { fromLabel, label } from './timecode';
@@ -109,7 +109,7 @@ function start(view: View) {
         const boxes = boxesOf(view.composition, row, view.span(), view.sizes, []);
         for (let b = 0; b < boxes.length; b += 4)
             if (x - header >= boxes[b] && x - header < boxes[b + 1])
-                return boxes[b + 3] === 1 ? boxes[b + 2] : Math.max(view.composition.at(row, view.time(x)), boxes[b + 2]);
+                return boxes[b + 3] === 1 ? boxes[b + 2] : Math.max(view.composition.atPlace(row, view.time(x)), boxes[b + 2]);
         return -1;
     }
     /** The sign under the pointer; -1 for none. */
@@ -130,13 +130,14 @@ function start(view: View) {
     function choose(i: number, reveal = true) {
         view.selected = i;
         if (i >= 0) {
-            const { start, rowOf } = view.composition;
+            const { rowOf } = view.composition;
+            const start = view.composition.placeOfIn(i);
             const span = view.span();
-            view.playhead = start[i];
+            view.playhead = start;
             if (reveal) {
                 revealRow(rowOf[i]);
-                if (start[i] < span.in || start[i] >= span.out)
-                    panTo(start[i] - (span.out - span.in) / 4);
+                if (start < span.in || start >= span.out)
+                    panTo(start - (span.out - span.in) / 4);
             }
         }
         view.changed('selection');
@@ -168,7 +169,7 @@ function start(view: View) {
         view.remark = (k + remarks.length) % remarks.length;
         const remark = remarks[view.remark];
         view.selected = remark.segment;
-        movePlayhead(remark.time);
+        movePlayhead(view.composition.axisOf(view.composition.rows[remark.row]).placeOfIn(remark.time));
         if (remark.row >= 0)
             revealRow(remark.row);
         view.changed('selection');
@@ -242,7 +243,7 @@ function start(view: View) {
         for (let k = (view.selected < 0 ? -1 : composition.rowOf[view.selected]) + by; k >= 0 && k < composition.rows.length; k += by) {
             const row = composition.rows[k];
             if (row.first < row.last)
-                return choose(Math.min(Math.max(composition.at(row, view.playhead), row.first), row.last - 1));
+                return choose(Math.min(Math.max(composition.atPlace(row, view.playhead), row.first), row.last - 1));
         }
     }
     const toggle = (id: string, on: boolean) => byId(id).setAttribute('aria-pressed', String(on));
@@ -260,7 +261,8 @@ function start(view: View) {
         Escape: () => choose(-1),
         n: () => nextRemark(1), N: () => nextRemark(-1),
         c: () => byId('curves').click(), d: () => byId('theme').click(),
-        l: () => { copy(recordLabel(view, view.playhead)); byId('status').textContent = `Copied ${recordLabel(view, view.playhead)}`; },
+        l: () => { copy(placeLabel(view, view.playhead)); byId('status').textContent = `Copied ${placeLabel(view, view.playhead)}`; },
+        u: () => view.composition.hasFolds && byId('unfold').click(),
     };
     stage.addEventListener('keydown', (event) => {
         const act = event.ctrlKey || event.metaKey || event.altKey ? undefined : keys[event.key] ?? keys[event.key.toLowerCase()];
@@ -294,6 +296,16 @@ function start(view: View) {
         document.documentElement.className = view.isDark ? 'dark' : 'light';
         view.changed('look');
     });
+    byId('unfold').addEventListener('click', () => {
+        const isFolded = view.composition.folds.length > 0;
+        const seen = view.composition.axisOf(undefined).recordAt(view.playhead);
+        view.composition.fold(!isFolded);
+        toggle('unfold', isFolded);
+        view.playhead = view.composition.axisOf(undefined).placeOfIn(seen);
+        size();
+        fit();
+        view.changed('playhead');
+    });
     byId('finder').addEventListener('submit', (event) => { event.preventDefault(); goToMatch(1); });
     byId('previous').addEventListener('click', () => goToMatch(-1));
     byId('faultNext').addEventListener('click', () => nextRemark(1));
@@ -311,7 +323,7 @@ function start(view: View) {
         const typed = fromLabel(view.composition.mode, time.value);
         time.setAttribute('aria-invalid', String(typed === undefined));
         if (typed !== undefined)
-            movePlayhead(typed - view.composition.labelStart);
+            movePlayhead(view.composition.axisOf(undefined).placeOfIn(typed - view.composition.labelStart));
     });
 
     const picker = byId<HTMLSelectElement>('composition');
@@ -330,8 +342,18 @@ function start(view: View) {
         const { composition } = view;
         const clips = composition.kind.reduce((sum, kind) => sum + (kind === 3 ? 0 : 1), 0);
         byId('name').textContent = composition.name || scene.title;
-        byId('summary').textContent = `${composition.mode.name} \u00b7 ${recordLabel(view, composition.begin)} - `
-            + `${recordLabel(view, composition.end)} \u00b7 ${clips} segments`;
+        byId('summary').textContent = composition.isCompared ? `${composition.mode.name} \u00b7 ${scene.subtitle}`
+            : `${composition.mode.name} \u00b7 ${recordLabel(view, composition.begin)} - ${recordLabel(view, composition.end)} \u00b7 ${clips} segments`;
+        const what = scene.isCompared ? 'change' : 'finding';
+        byId('remarksHead').textContent = scene.isCompared ? 'Changes' : 'Findings';
+        byId('faultBack').textContent = `Previous ${what}`;
+        byId('faultNext').textContent = `Next ${what}`;
+        byId('unfold').hidden = !composition.hasFolds;
+        toggle('unfold', false);
+        composition.fold(true);
+        byId('legend').replaceChildren(...(scene.isCompared ? scene.look.changes : [])
+            .filter(([tint]) => composition.remarks.some((remark) => remark.tint === tint))
+            .map(([tint, word]) => element('li', `chip tint${tint}`, word)));
         const { remarks } = composition;
         byId('faults').hidden = byId('remarksPart').hidden = remarks.length === 0;
         byId('way').replaceChildren(...(view.way.length < 2 ? [] : view.way.map((at, depth) => {
@@ -359,7 +381,8 @@ function start(view: View) {
         if (what === 'composition' || what === 'remark') {
             const { remarks } = view.composition;
             showRemarks(view, byId('remarks'), goToRemark);
-            byId('fault').textContent = view.remark < 0 ? `${remarks.length} ${remarks.length === 1 ? 'finding' : 'findings'}`
+            const what = scene.isCompared ? 'change' : 'finding';
+            byId('fault').textContent = view.remark < 0 ? `${remarks.length} ${what}${remarks.length === 1 ? '' : 's'}`
                 : `${view.remark + 1} of ${remarks.length}: ${remarkText(remarks[view.remark])}`;
         }
         if (what === 'matches')

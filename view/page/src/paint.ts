@@ -5,6 +5,7 @@ import { flag, Gap, Remark, Row } from './scene';
 import { label } from './timecode';
 import { View } from './view';
 
+const noTint = 255;
 const font = '"DejaVu Sans", system-ui, sans-serif';
 export const nameFont = `600 12px ${font}`;
 export const smallFont = `10.5px ${font}`;
@@ -62,7 +63,7 @@ export function paint(context: CanvasRenderingContext2D, view: View, words: Word
     for (const { row, y } of seen)
         context.fillRect(sizes.header, y, view.lane, row.height);
 
-    const ticks = ticksOf(composition.mode, composition.labelStart, span, sizes);
+    const ticks = ticksOf(composition, span, sizes);
     context.strokeStyle = theme.line;
     context.globalAlpha = 0.55;
     context.beginPath();
@@ -81,6 +82,7 @@ export function paint(context: CanvasRenderingContext2D, view: View, words: Word
     context.clip();
     paintBoxes(context, view, words, seen);
     paintTransitions(context, view, seen);
+    paintFolds(context, view);
     paintRemarks(context, view);
     context.restore();
 
@@ -223,7 +225,7 @@ function paintTexts(context: CanvasRenderingContext2D, view: View, words: Words,
     for (const mark of composition.marks)
         if (mark.segment >= 0) {
             const row = composition.rows[composition.rowOf[mark.segment]];
-            const x = view.x(mark.time);
+            const x = view.x(composition.axisOf(row).placeOfIn(mark.time));
             const y = view.top + row.top - view.scroll;
             context.beginPath();
             context.moveTo(x - 4, y);
@@ -248,8 +250,7 @@ export function drawCurve(context: CanvasRenderingContext2D, keys: [number, numb
 
 function paintCurves(context: CanvasRenderingContext2D, view: View, x: number, y: number, width: number, height: number, i: number) {
     const { composition, scene } = view;
-    const pixels = view.lane / (view.span().out - view.span().in);
-    const begin = view.x(composition.start[i]);
+    const axis = composition.axisOf(composition.row(i));
     context.save();
     context.beginPath();
     context.rect(x, y, width, height);
@@ -257,7 +258,7 @@ function paintCurves(context: CanvasRenderingContext2D, view: View, x: number, y
     context.strokeStyle = context.fillStyle = scene.look.tints[composition.tint[i]][2];
     for (const effect of composition.effectsOf(i))
         for (const curve of effect.curves)
-            drawCurve(context, curve.keys, (frame) => begin + frame * pixels, y, height);
+            drawCurve(context, curve.keys, (frame) => view.x(axis.placeOfIn(composition.start[i] + frame)), y, height);
     context.restore();
 }
 
@@ -265,8 +266,8 @@ function paintChosen(context: CanvasRenderingContext2D, view: View) {
     const { composition, theme } = view;
     const outline = (i: number, width: number, colour: string) => {
         const row = composition.rows[composition.rowOf[i]];
-        const from = view.x(composition.start[i]);
-        const to = Math.max(view.x(composition.out(i)), from + 1);
+        const from = view.x(composition.placeOfIn(i));
+        const to = Math.max(view.x(composition.placeOfOut(i)), from + 1);
         context.strokeStyle = colour;
         context.lineWidth = width;
         context.beginPath();
@@ -277,6 +278,9 @@ function paintChosen(context: CanvasRenderingContext2D, view: View) {
     };
     if (view.hovered >= 0 && view.hovered !== view.selected)
         outline(view.hovered, 1.5, theme.dim);
+    const other = view.selected < 0 ? -1 : composition.counterpart(view.selected);
+    if (other >= 0)
+        outline(other, 1.5, view.isDark ? '#7fb0ff' : '#1d5fc4');
     if (view.selected >= 0)
         outline(view.selected, 2.5, view.isDark ? '#7fb0ff' : '#1d5fc4');
 }
@@ -287,8 +291,9 @@ function paintTransitions(context: CanvasRenderingContext2D, view: View, seen: S
     const lanes = new Map(seen.map((one) => [one.index, one]));
     for (const transition of composition.transitions) {
         const lane = lanes.get(transition.row);
-        const from = view.x(transition.in);
-        const to = Math.max(view.x(transition.in + transition.length), from + 1);
+        const axis = composition.axisOf(composition.rows[transition.row]);
+        const from = view.x(axis.placeOfIn(transition.in));
+        const to = Math.max(view.x(axis.placeOfOut(transition.in + transition.length)), from + 1);
         if (!lane || to < view.sizes.header || from > view.width)
             continue;
         const { row, y } = lane;
@@ -321,14 +326,45 @@ function paintTransitions(context: CanvasRenderingContext2D, view: View, seen: S
         context.moveTo(transition.shape === 1 ? middle : from, y);
         context.lineTo(transition.shape === 1 ? middle : to, bottom);
         context.stroke();
+        if (transition.tint !== noTint) {
+            context.strokeStyle = scene.look.tints[transition.tint][2];
+            context.lineWidth = 2.5;
+            context.strokeRect(from, y, to - from, row.height);
+            context.lineWidth = 1;
+        }
         context.globalAlpha = 1;
+    }
+}
+
+/** Stretches that nothing is said of, over all rows, with torn edges. */
+function paintFolds(context: CanvasRenderingContext2D, view: View) {
+    const { composition, theme } = view;
+    const bottom = Math.min(view.top + composition.height - view.scroll, view.height);
+    for (const fold of composition.folds) {
+        const from = view.x(fold.in);
+        const to = view.x(fold.out);
+        if (to < view.sizes.header || from > view.width || to - from < 1)
+            continue;
+        const tooth = Math.min(4, (to - from) / 4);
+        const teeth = Math.max(Math.trunc((bottom - view.top) / 8), 1);
+        const y = (at: number) => view.top + (bottom - view.top) * at / teeth;
+        context.beginPath();
+        for (let i = 0; i <= teeth; ++i)
+            context.lineTo(from + (i % 2 === 0 ? 0 : tooth), y(i));
+        for (let i = teeth; i >= 0; --i)
+            context.lineTo(to - (i % 2 === 0 ? 0 : tooth), y(i));
+        context.closePath();
+        context.fillStyle = theme.panel;
+        context.strokeStyle = theme.gap;
+        context.fill();
+        context.stroke();
     }
 }
 
 /** Where the sign of a remark stands: the middle of its foot. */
 export function signOf(view: View, remark: Remark): [x: number, y: number] {
     const row = view.composition.rows[remark.row];
-    return [view.x(remark.time), row ? view.top + row.top - view.scroll + row.height : view.top + 10];
+    return [view.x(view.composition.axisOf(row).placeOfIn(remark.time)), row ? view.top + row.top - view.scroll + row.height : view.top + 10];
 }
 
 function paintRemarks(context: CanvasRenderingContext2D, view: View) {
@@ -356,6 +392,7 @@ function paintRemarks(context: CanvasRenderingContext2D, view: View) {
 
 function paintRuler(context: CanvasRenderingContext2D, view: View, words: Words, ticks: { time: number; hasLabel: boolean }[]) {
     const { composition, theme, sizes } = view;
+    const axis = composition.axisOf(undefined);
     context.fillStyle = theme.panel;
     context.fillRect(0, 0, view.width, view.top - 4);
     context.save();
@@ -374,15 +411,20 @@ function paintRuler(context: CanvasRenderingContext2D, view: View, words: Words,
     context.fillStyle = theme.dim;
     for (const tick of ticks)
         if (tick.hasLabel)
-            context.fillText(label(composition.mode, tick.time + composition.labelStart), view.x(tick.time) + 1, 13);
+            context.fillText(label(composition.mode, axis.recordAt(tick.time) + composition.labelStart), view.x(tick.time) + 1, 13);
+    context.textAlign = 'center';
+    for (const fold of composition.folds)
+        if (view.x(fold.out) - view.x(fold.in) >= 60)
+            context.fillText(label(composition.mode, fold.frames), (view.x(fold.in) + view.x(fold.out)) / 2, 13);
+    context.textAlign = 'left';
     for (const mark of composition.marks)
         if (mark.segment < 0) {
-            const x = view.x(mark.time);
+            const x = view.x(axis.placeOfIn(mark.time));
             const colour = mark.colour ? `#${mark.colour.toString(16).padStart(6, '0')}` : theme.trxLine;
             context.fillStyle = colour;
             if (mark.length > 0) {
                 context.globalAlpha = 0.35;
-                context.fillRect(x, sizes.ruler + 3, view.x(mark.time + mark.length) - x, 8);
+                context.fillRect(x, sizes.ruler + 3, view.x(axis.placeOfOut(mark.time + mark.length)) - x, 8);
                 context.globalAlpha = 1;
             }
             context.fill(new Path2D(`M${x} ${sizes.ruler + 3}h8l-3 4l3 4h-8v8h-1.5v-16z`));

@@ -1,7 +1,7 @@
 /** What stands beside the picture, as text: what plays at the playhead, and all that is known of the selection. */
 
 import { badgeOf, drawCurve, isolated, sourceLine } from './paint';
-import { flag, kinds, Property, Remark } from './scene';
+import { flag, kinds, Property, Remark, Row, snapped } from './scene';
 import { label } from './timecode';
 import { View } from './view';
 
@@ -14,11 +14,22 @@ export function element<K extends keyof HTMLElementTagNameMap>(name: K, classNam
     return made;
 }
 
-export const recordLabel = (view: View, time: number) => label(view.composition.mode, time + view.composition.labelStart);
+/** Of a record time of a row; of none, of the composition. */
+export const recordLabel = ({ composition }: View, time: number, row?: Row) =>
+    label(composition.modeOf(row), time + composition.labelStartOf(row));
+/** Of a place, on the ruler. */
+export const placeLabel = (view: View, place: number) => recordLabel(view, view.composition.axisOf(undefined).recordAt(place));
+/** Where a segment begins and ends, as labels. */
+const inLabel = (view: View, i: number) => recordLabel(view, view.composition.start[i], view.composition.row(i));
+const outLabel = (view: View, i: number) => recordLabel(view, view.composition.out(i), view.composition.row(i));
 
 /** "orchard dawn, A001C002 · 10:00:41:22", of what a row plays at a time. */
-function playing(view: View, row: number, time: number): string {
+function playing(view: View, row: number, place: number): string {
     const { composition } = view;
+    const axis = composition.axisOf(composition.rows[row]);
+    if (axis.isHole(place))
+        return '';
+    const time = snapped(axis.recordAt(place));
     const one = (i: number) => {
         const source = composition.kind[i] === 1 ? undefined : composition.sourceFrame(i, time);
         const at = source ? `${source.rough ? 'about ' : ''}${label(source.mode, source.frame)}` : '';
@@ -40,7 +51,7 @@ function playing(view: View, row: number, time: number): string {
 export function showPlaying(view: View, list: HTMLElement, time: HTMLInputElement) {
     list.replaceChildren();
     if (document.activeElement !== time)
-        time.value = recordLabel(view, view.playhead);
+        time.value = placeLabel(view, view.playhead);
     view.composition.rows.forEach((row, index) => {
         if (index >= 64)
             return;
@@ -95,9 +106,12 @@ export function showSelection(view: View, box: HTMLElement) {
     add('Name', composition.nameOf(selected));
     add('Kind', kinds[composition.kind[selected]] + (composition.has(selected, flag.muted) ? ', muted' : ''));
     add('Layer', row.name);
-    copyable(list, 'In', recordLabel(view, composition.start[selected]));
-    copyable(list, 'Out', recordLabel(view, composition.out(selected)));
-    add('Length', label(composition.mode, composition.length[selected]));
+    copyable(list, 'In', inLabel(view, selected));
+    copyable(list, 'Out', outLabel(view, selected));
+    add('Length', label(composition.modeOf(row), composition.length[selected]));
+    const other = composition.counterpart(selected);
+    if (other >= 0)
+        add(composition.row(other).name, `${inLabel(view, other)} - ${outLabel(view, other)}`);
     add('Reel', composition.reelOf(selected));
     const source = composition.sourceFrame(selected, composition.start[selected]);
     if (source && composition.kind[selected] !== 1)
@@ -124,7 +138,7 @@ export function showSelection(view: View, box: HTMLElement) {
     const marks = composition.marks.filter((mark) => mark.segment === selected);
     if (marks.length > 0)
         box.append(element('h3', '', 'Marks'), pairs(marks.map((mark) =>
-            [recordLabel(view, mark.time), [mark.name, mark.comment].filter((part) => part !== '').join(': ')])));
+            [recordLabel(view, mark.time, row), [mark.name, mark.comment].filter((part) => part !== '').join(': ')])));
     const properties = composition.propertiesOf(selected);
     if (properties.length > 0)
         box.append(element('h3', '', 'Properties'), pairs(properties));
@@ -188,7 +202,7 @@ export function sentence(view: View, i: number): string {
     const { composition } = view;
     return [composition.rows[composition.rowOf[i]].name, isolated(composition.nameOf(i)),
         composition.kind[i] === 0 ? '' : kinds[composition.kind[i]],
-        `${recordLabel(view, composition.start[i])} - ${recordLabel(view, composition.out(i))}`,
+        `${inLabel(view, i)} - ${outLabel(view, i)}`,
         isolated(sourceLine(view, i)), badgeOf(view, i), composition.has(i, flag.muted) ? 'muted' : '']
         .filter((part) => part !== '').join('  ');
 }
@@ -217,7 +231,7 @@ export function showTable(view: View, box: HTMLElement) {
         if (i === view.selected)
             line.setAttribute('aria-current', 'true');
         for (const text of [composition.rows[composition.rowOf[i]].name, composition.nameOf(i), kinds[composition.kind[i]],
-            recordLabel(view, composition.start[i]), recordLabel(view, composition.out(i)), sourceLine(view, i), badgeOf(view, i)])
+            inLabel(view, i), outLabel(view, i), sourceLine(view, i), badgeOf(view, i)])
             line.append(element('td', '', text));
         body.append(line);
     }

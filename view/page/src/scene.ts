@@ -1,5 +1,6 @@
 /** The scene as the page keeps it: columns of numbers, one entry a segment. What was not written has its default. */
 
+import { Axis } from './axis';
 import { Mode } from './timecode';
 
 export const Gap = 3;
@@ -17,42 +18,53 @@ export interface Look {
     dark: Theme;
     /** Fill on light, fill on dark, edge. */
     tints: [string, string, string][];
+    /** What colours of changes say: tint and word. */
+    changes: [number, string][];
 }
 
 export type Property = [name: string, value: string];
 export interface Row {
-    name: string; detail: string; audio: boolean; top: number; height: number;
+    name: string; detail: string; audio: boolean; version: number; top: number; height: number;
     first: number; last: number; track: Property[]; layer: Property[];
 }
 export interface Curve { name: string; keys: [frame: number, value: number][] }
 export interface Effect { name: string; muted: boolean; properties: Property[]; curves: Curve[] }
 export interface Transition {
     row: number; in: number; length: number; shape: number; muted: boolean; name: string;
-    properties: Property[]; effects: Effect[];
+    properties: Property[]; effects: Effect[]; tint: number;
 }
 export interface Mark { time: number; length: number; colour: number; name: string; comment: string; segment: number }
 /** Something that is said of a place. */
 export interface Remark { tint: number; code: string; where: string; text: string; row: number; segment: number; time: number }
+
+/** A stretch that is drawn narrower than it is. */
+export interface Fold { in: number; out: number; frames: number }
+export const Version = { only: 0, old: 1, new: 2 } as const;
 
 /** How a column is written: values one by one; as differences; some segments only; one value for all. */
 type Written = { v?: number[]; d?: number[]; at?: number[]; of?: number[]; all?: number };
 
 interface WrittenComposition {
     name: number; mode: number; labelStart?: number; begin?: number; end: number; height: number; count?: number;
-    rows: [string, string, number, number, number, number, number, number[]?, number[]?][];
+    rows: [string, string, number, number, number, number, number, number, number[]?, number[]?][];
     cols: Record<string, Written>;
     pieces: Record<string, Written> & { count?: Written };
     opens?: number[];
     props?: [number, boolean, Written][];
     effects?: [number, number, boolean, number[], [number, number[]][]][];
-    trx?: [number, number, number, number, boolean, number, number[]][];
+    trx?: [number, number, number, number, boolean, number, number[], number?][];
     trxEffects?: [number, number, boolean, number[], [number, number[]][]][];
     marks?: [number, number, number, number, number, number][];
+    version?: number;
+    versions?: {
+        mode: number; labelStart: number; axes: [number, number[]][]; plain: [number, number[]][];
+        extent: [number, number]; folds: [number, number, number][]; counterpart: Written;
+    };
     remarks?: [number, string, string, string, number, number, number][];
     properties?: number[];
 }
 export interface Written_ {
-    title: string; texts: string[]; modes: Mode[]; tops: number; notes: string[]; look: Look;
+    title: string; subtitle: string; texts: string[]; modes: Mode[]; tops: number; notes: string[]; look: Look;
     compositions: WrittenComposition[]; watch?: string;
 }
 
@@ -74,6 +86,10 @@ function unpack<T extends Float64Array | Uint32Array | Uint8Array>(written: Writ
     return to;
 }
 
+const plain = new Axis();
+/** Without what arithmetic left behind a frame's begin. */
+export const snapped = (time: number): number => Math.round(time * 1e6) / 1e6;
+
 export class Composition {
     readonly count: number;
     readonly kind: Uint8Array;
@@ -88,14 +104,23 @@ export class Composition {
     readonly name: string;
     readonly mode: Mode;
     readonly labelStart: number;
-    readonly begin: number;
-    readonly end: number;
+    /** Of two versions, both folded and not. */
+    begin: number;
+    end: number;
     readonly height: number;
     readonly rows: Row[];
     readonly transitions: Transition[];
     readonly marks: Mark[];
     readonly remarks: Remark[];
     readonly properties: Property[];
+    readonly version: number;
+    /** Whether two versions are drawn. */
+    readonly isCompared: boolean;
+    folds: Fold[] = [];
+    private readonly counterpartIds: Uint32Array | null = null;
+    private readonly oldMode: Mode;
+    private readonly oldLabelStart: number;
+    private axes: Axis[] = [];
     /** The latest end among a row's segments up to each: where a look-up from the left begins. */
     private readonly reach: Float64Array;
     private readonly pieceFirst: Uint32Array;
@@ -107,7 +132,7 @@ export class Composition {
     private readonly effectMap = new Map<number, Effect[]>();
     private readonly columns: { name: string; isText: boolean; at: Uint32Array | null; values: Float64Array }[] = [];
 
-    constructor(private readonly scene: Scene, from: WrittenComposition) {
+    constructor(private readonly scene: Scene, private readonly from: WrittenComposition) {
         const text = (id: number) => scene.texts[id];
         const n = this.count = from.count ?? 0;
         const { cols } = from;
@@ -128,7 +153,7 @@ export class Composition {
         this.rowOf = new Uint32Array(n);
         this.reach = new Float64Array(n);
         let first = 0;
-        this.rows = from.rows.map(([name, detail, audio, top, height, count, , track, layer], row) => {
+        this.rows = from.rows.map(([name, detail, audio, top, height, count, , version, track, layer], row) => {
             let at = 0;
             let reach = -Infinity;
             for (let i = first; i < first + count; ++i) { // written as what lies between it and the one in front
@@ -138,7 +163,7 @@ export class Composition {
                 this.reach[i] = reach = Math.max(reach, at);
             }
             const made: Row = {
-                name, detail, audio: audio === 1, top, height, first, last: first + count,
+                name, detail, audio: audio === 1, version, top, height, first, last: first + count,
                 track: scene.pairs(track), layer: scene.pairs(layer),
             };
             first += count;
@@ -175,8 +200,8 @@ export class Composition {
         });
         for (const written of from.effects ?? [])
             this.effectMap.set(written[0], [...this.effectMap.get(written[0]) ?? [], effect(written)]);
-        this.transitions = (from.trx ?? []).map(([row, start, length, shape, muted, name, properties]) =>
-            ({ row, in: start, length, shape, muted, name: text(name), properties: scene.pairs(properties), effects: [] }));
+        this.transitions = (from.trx ?? []).map(([row, start, length, shape, muted, name, properties, tint]) =>
+            ({ row, in: start, length, shape, muted, name: text(name), properties: scene.pairs(properties), effects: [], tint: tint ?? 255 }));
         for (const written of from.trxEffects ?? [])
             this.transitions[written[0]].effects.push(effect(written));
         this.marks = (from.marks ?? []).map(([time, length, colour, name, comment, segment]) =>
@@ -184,6 +209,43 @@ export class Composition {
         this.remarks = (from.remarks ?? []).map(([tint, code, where, words, row, segment, time]) =>
             ({ tint, code, where, text: words, row, segment, time }));
         this.properties = scene.pairs(from.properties);
+        this.version = from.version ?? Version.only;
+        this.isCompared = from.versions !== undefined;
+        this.oldMode = scene.modes[from.versions?.mode ?? from.mode];
+        this.oldLabelStart = from.versions?.labelStart ?? this.labelStart;
+        if (from.versions)
+            this.counterpartIds = unpack(from.versions.counterpart, new Uint32Array(n));
+        this.fold(true);
+    }
+
+    /** Draws long unchanged stretches narrow, or as they are. */
+    fold(isFolded: boolean) {
+        const { versions } = this.from;
+        if (!versions)
+            return;
+        this.axes = (isFolded ? versions.axes : versions.plain).map(([slope, knots]) => new Axis(slope, knots));
+        this.folds = isFolded ? versions.folds.map(([start, out, frames]) => ({ in: start, out, frames })) : [];
+        this.begin = isFolded ? this.from.begin ?? 0 : versions.extent[0];
+        this.end = isFolded ? this.from.end : versions.extent[1];
+    }
+    get hasFolds(): boolean { return (this.from.versions?.folds.length ?? 0) > 0; }
+
+    /** Of a row; of none, that of the ruler. */
+    axisOf(row: Row | undefined): Axis {
+        return this.isCompared ? this.axes[row?.version === Version.old ? 0 : 1] : plain;
+    }
+    modeOf(row: Row | undefined): Mode { return row?.version === Version.old ? this.oldMode : this.mode; }
+    labelStartOf(row: Row | undefined): number { return row?.version === Version.old ? this.oldLabelStart : this.labelStart; }
+    row(i: number): Row { return this.rows[this.rowOf[i]]; }
+    /** Where a segment is drawn. */
+    placeOfIn(i: number): number { return this.axisOf(this.row(i)).placeOfIn(this.start[i]); }
+    placeOfOut(i: number): number { return Math.max(this.axisOf(this.row(i)).placeOfOut(this.out(i)), this.placeOfIn(i)); }
+    /** The same shot in the other version; -1 for none. */
+    counterpart(i: number): number { return this.counterpartIds ? this.counterpartIds[i] - 1 : -1; }
+    /** The segment of a row that plays at a place. */
+    atPlace(row: Row, place: number): number {
+        const axis = this.axisOf(row);
+        return axis.isHole(place) ? -1 : this.at(row, snapped(axis.recordAt(place)));
     }
 
     nameOf(i: number): string { return this.scene.texts[this.nameId[i]]; }
@@ -292,6 +354,7 @@ export class Scene {
     readonly modes: Mode[];
     readonly look: Look;
     readonly title: string;
+    readonly subtitle: string;
     readonly notes: string[];
     readonly tops: number;
     private readonly made: (Composition | undefined)[];
@@ -301,12 +364,14 @@ export class Scene {
         this.modes = written.modes;
         this.look = written.look;
         this.title = written.title;
+        this.subtitle = written.subtitle;
         this.notes = written.notes;
         this.tops = written.tops;
         this.made = written.compositions.map(() => undefined);
     }
 
     get count(): number { return this.made.length; }
+    get isCompared(): boolean { return this.written.compositions.some((one) => one.version !== undefined); }
     composition(i: number): Composition { return this.made[i] ??= new Composition(this, this.written.compositions[i]); }
     nameOf(i: number): string { return this.texts[this.written.compositions[i].name]; }
     pairs(ids: number[] | undefined): Property[] {

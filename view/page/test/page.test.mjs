@@ -34,6 +34,30 @@ test('labels are the library\'s, in every mode', async () => {
     }
 });
 
+/** The boxes that a still draws of each row, against those of the page: the same segments, to a fiftieth of a pixel. */
+function holdBoxes(svg, rows, drawn, lane, where) {
+    for (const [r, row] of rows.entries()) {
+        const group = svg.split(`<g data-row="${row}">`)[1].split(/<g data-row=|<g class="fold">|<\/svg>\n$/)[0];
+        const stills = [...group.matchAll(/data-segment="(\d+)" data-count="(\d+)"[^>]*>\s*<title>[^]*?<\/title>\s*<rect class="(\w+)" x="([\d.-]+)" y="[\d.]+" width="([\d.]+)"/g)]
+            .map(([, segment, count, kind, x, width]) => {
+                const inset = kind === 'gap' ? 1.5 : kind === 'dense' ? 0 : 0.5;
+                return { segment: +segment, count: +count, left: +x - inset - 144, right: +x + +width + inset - 144 };
+            });
+        const onPage = [];
+        for (let b = 0; b < drawn[r].length; b += 4) {
+            const [left, right, segment, count] = drawn[r].slice(b, b + 4);
+            if (Math.min(right, lane) > Math.max(left, 0))
+                onPage.push({ segment, count, left: Math.max(left, 0), right: Math.min(right, lane) });
+        }
+        assert.equal(stills.length, onPage.length, `${where}, ${row}`);
+        stills.forEach((still, i) => {
+            assert.deepEqual([still.segment, still.count], [onPage[i].segment, onPage[i].count]);
+            assert.ok(Math.abs(still.left - onPage[i].left) < 0.02, `left of ${i} in ${row}, ${where}`);
+            assert.ok(onPage[i].right - onPage[i].left < 4 || Math.abs(still.right - onPage[i].right) < 0.02, `right of ${i} in ${row}, ${where}`);
+        });
+    }
+}
+
 test('each example opens, and is drawn box for box as the still is, at three zooms', async () => {
     for (const name of readdirSync(examples)) {
         const document = join(examples, name);
@@ -52,26 +76,7 @@ test('each example opens, and is drawn box for box as the still is, at three zoo
                 show(a, b);
                 return view.composition.rows.map((_, row) => boxes(row));
             }, [from, to]);
-            for (const [r, row] of rows.entries()) {
-                const group = svg.split(`<g data-row="${row}">`)[1].split(/<g data-row=|<\/svg>\n$/)[0];
-                const stills = [...group.matchAll(/data-segment="(\d+)" data-count="(\d+)"[^>]*>\s*<title>[^]*?<\/title>\s*<rect class="(\w+)" x="([\d.-]+)" y="[\d.]+" width="([\d.]+)"/g)]
-                    .map(([, segment, count, kind, x, width]) => {
-                        const inset = kind === 'gap' ? 1.5 : kind === 'dense' ? 0 : 0.5;
-                        return { segment: +segment, count: +count, left: +x - inset - 144, right: +x + +width + inset - 144 };
-                    });
-                const onPage = [];
-                for (let b = 0; b < drawn[r].length; b += 4) {
-                    const [left, right, segment, count] = drawn[r].slice(b, b + 4);
-                    if (Math.min(right, lane) > Math.max(left, 0))
-                        onPage.push({ segment, count, left: Math.max(left, 0), right: Math.min(right, lane) });
-                }
-                assert.equal(stills.length, onPage.length, `${name}, ${row}, ${from} to ${to}`);
-                stills.forEach((still, i) => {
-                    assert.deepEqual([still.segment, still.count], [onPage[i].segment, onPage[i].count]);
-                    assert.ok(Math.abs(still.left - onPage[i].left) < 0.02, `left of ${i} in ${row} of ${name}`);
-                    assert.ok(onPage[i].right - onPage[i].left < 4 || Math.abs(still.right - onPage[i].right) < 0.02, `right of ${i} in ${row} of ${name}`);
-                });
-            }
+            holdBoxes(svg, rows, drawn, lane, `${name}, ${from} to ${to}`);
         }
         assert.deepEqual(trouble, [], name);
         await page.close();
@@ -254,6 +259,86 @@ test('findings are gone through in order, each at its place, in the words of the
     assert.match(await words(), /^1 of /);
     await page.locator('#remarks button').last().click();
     assert.match(await words(), new RegExp(`^${said.length} of `));
+    assert.deepEqual(trouble, []);
+    await page.close();
+});
+
+test('two versions of a cut stand one over the other, and each change is gone to', async () => {
+    const [before, after] = ['reel1.edl', 'reel1-v2.edl'].map((name) => join(top, 'examples/lists', name));
+    const options = ['diff', '--exit-zero', '--fcm', '25 fps', before, after];
+    const path = file('', 'html');
+    dmtree(...options, '-o', path);
+    const { page, trouble } = await open(browser, path);
+    const told = JSON.parse(dmtree(...options, '--json')).changes.filter((change) => change.kind !== 'shifted');
+    assert.ok(told.length > 2);
+    assert.equal(await page.locator('#remarks button').count(), told.length);
+    assert.equal(await page.locator('#remarksHead').innerText(), 'CHANGES');
+    const { lane, rows, drawn } = await page.evaluate(() => {
+        const { view, boxes } = globalThis.dmtreeView;
+        const { rows } = view.composition;
+        return { lane: view.lane, rows: rows.map((row) => row.name), drawn: rows.map((_, row) => boxes(row)) };
+    });
+    assert.ok(rows.includes('V1 old') && rows.includes('V1 new'));
+    holdBoxes(dmtree(...options, '--svg', '--width', String(lane + 132 + 24), '-o', '-'), rows, drawn, lane, 'two versions');
+
+    const heard = [];
+    await page.locator('#stage').focus();
+    for (let k = 0; k < told.length; ++k) {
+        await page.keyboard.press('n');
+        heard.push((await page.locator('#fault').innerText()).replace(/^\d+ of \d+: /, ''));
+        const at = await page.evaluate(() => {
+            const { view } = globalThis.dmtreeView;
+            const { composition, remark, selected } = view;
+            const shown = selected < 0 ? null : composition.nameOf(selected);
+            return { shown, tint: composition.remarks[remark].tint, ofShot: selected < 0 ? -1 : composition.tint[selected] };
+        });
+        if (at.shown !== null)
+            assert.ok(heard.at(-1).includes(at.shown), `${heard.at(-1)} is said of ${at.shown}`);
+    }
+    for (const change of told)
+        assert.ok(heard.some((text) => text.includes(change.track ?? '')), JSON.stringify(change));
+    // The same shot in both versions is known as such; what plays is told of each version.
+    const pairs = await page.evaluate(() => {
+        const { composition } = globalThis.dmtreeView.view;
+        return [...Array(composition.count).keys()].filter((i) => composition.counterpart(i) >= 0)
+            .map((i) => [i, composition.counterpart(composition.counterpart(i)), composition.row(i).version, composition.row(composition.counterpart(i)).version]);
+    });
+    assert.ok(pairs.length > 4);
+    for (const [i, back, version, other] of pairs) {
+        assert.equal(back, i);
+        assert.equal(version + other, 3);
+    }
+    assert.match(await page.locator('#plays').innerText(), /V1 old[^]*V1 new/);
+    assert.deepEqual(trouble, []);
+    await page.close();
+});
+
+test('what is unchanged is folded, and unfolds', async () => {
+    const shots = (names) => 'TITLE: Long\n' + names.map((name, i) => {
+        const label = (seconds) => `10:${String(Math.floor(seconds / 60)).padStart(2, '0')}:${String(seconds % 60).padStart(2, '0')}:00`;
+        return `${String(i + 1).padStart(3, '0')}  T${name} V C 01:00:00:00 01:00:02:00 ${label(2 * i)} ${label(2 * i + 2)}\n* FROM CLIP NAME: SHOT ${name}\n`;
+    }).join('');
+    const names = [...Array(90).keys()].map(String);
+    const path = file('', 'html');
+    tried('diff', '--fcm', '25', file(shots(names), 'edl'), file(shots(names.filter((name) => name !== '40')), 'edl'), '-o', path);
+    const { page, trouble } = await open(browser, path);
+    const all = () => page.evaluate(() => {
+        const { composition } = globalThis.dmtreeView.view;
+        return { folds: composition.folds.length, length: composition.end - composition.begin };
+    });
+    const folded = await all();
+    assert.equal(folded.folds, 2);
+    assert.ok(folded.length < 60 * 25);
+    await page.locator('#stage').focus();
+    await page.keyboard.press('u');
+    assert.deepEqual(await all(), { folds: 0, length: 180 * 25 });
+    assert.equal(await page.locator('#unfold').getAttribute('aria-pressed'), 'true');
+    await page.keyboard.press('u');
+    assert.deepEqual(await all(), folded);
+    // A label that lies in the new version is gone to, wherever it is drawn.
+    await page.locator('#time').fill('10:02:01:00');
+    await page.keyboard.press('Enter');
+    assert.match(await page.locator('#plays').innerText(), /SHOT 61[^]*SHOT 61/);
     assert.deepEqual(trouble, []);
     await page.close();
 });

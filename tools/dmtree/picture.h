@@ -1,0 +1,23 @@
+/// Pictures as the subcommands write them.
+#pragma once
+
+#include "vwScene.h"
+
+#include <string>
+
+namespace view
+{
+struct PageParts;
+}
+
+namespace dmtree
+{
+
+/// What a page is made of. Throws where this command was built without it.
+const view::PageParts& requirePage(const std::string& subcommand);
+
+/// To a file, or to standard output for "-"; what the scene has to note goes to standard error.
+void writePicture(const std::string& subcommand, const std::string& path, const std::string& text,
+                  const view::Scene& scene);
+
+} // namespace dmtree
