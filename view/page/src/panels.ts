@@ -60,10 +60,21 @@ export function showPlaying(view: View, list: HTMLElement, time: HTMLInputElemen
     });
 }
 
+/** What is longer, as the notes of another program, opens on request. */
+const longText = 240;
+
+function folded(text: string): HTMLElement {
+    const made = element('dd', '');
+    const details = element('details', '');
+    details.append(element('summary', '', `${text.slice(0, 40)}\u2026`), element('div', '', text));
+    made.append(details);
+    return made;
+}
+
 function pairs(list: readonly Property[]): HTMLElement {
     const made = element('dl', '');
     for (const [name, value] of list)
-        made.append(element('dt', '', name), element('dd', '', value));
+        made.append(element('dt', '', name), value.length > longText ? folded(value) : element('dd', '', value));
     return made;
 }
 
