@@ -2,6 +2,7 @@
 #include "vwPlaces.h"
 #include "vwSceneBuild.h"
 
+#include "dmFindings.h"
 #include "tuTimeUnit.h"
 
 #include <algorithm>
@@ -59,6 +60,11 @@ void addFindings(Scene& scene, std::span<const DmFinding> findings)
     }
     for (Composition& composition : scene.compositions)
         std::ranges::stable_sort(composition.remarks, {}, &Remark::time);
+}
+
+void addFindings(Scene& scene, const DmRoot& root)
+{
+    addFindings(scene, DmFindings().find(root));
 }
 
 } // namespace view

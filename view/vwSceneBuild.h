@@ -22,5 +22,7 @@ ZR_DM_API Scene sceneOf(const DmRoot& before, const DmRoot& after, const DmDiff&
 
 /// Lays what checks find (DmFindings) on a scene of the same document, each at its place.
 ZR_DM_API void addFindings(Scene& scene, std::span<const DmFinding> findings);
+/// What all rules that are on by themselves find.
+ZR_DM_API void addFindings(Scene& scene, const DmRoot& root);
 
 } // namespace view
