@@ -4,6 +4,7 @@
 
 #include "vwScene.h"
 
+#include "dmCounterparts.h"
 #include "dmDiff.h"
 
 namespace view

@@ -1,5 +1,6 @@
 #include "dmDiff.h"
 
+#include "dmCounterparts.h"
 #include "dmCutCompareImp.h"
 
 #include "dmReelNode.h"
