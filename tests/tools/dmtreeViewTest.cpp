@@ -139,10 +139,12 @@ TEST(ViewVersions, StandOneOverTheOtherWhereTheyAreTheSame)
             EXPECT_NEAR(old, leftOf(svg, "V1 new", std::string("SHOT ") + shot), 0.02) << shot;
         }
         if (*row.hole)
+        {
             EXPECT_NEAR(leftOf(svg, row.emptyRow, row.hole) - leftOf(svg, row.emptyRow, "SHOT A"),
                         2.0 * (leftOf(svg, std::string(row.emptyRow) == "V1 old" ? "V1 new" : "V1 old", "SHOT X") -
                                leftOf(svg, row.emptyRow, "SHOT A")),
                         0.05);
+        }
     }
 }
 

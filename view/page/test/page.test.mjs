@@ -242,7 +242,7 @@ test('findings are gone through in order, each at its place, in the words of the
         assert.equal(await page.locator('#remarks [aria-current]').count(), 1);
     }
     const plain = (text) => text.replace(/[\u2068\u2069]/g, '');
-    assert.deepEqual(heard.map(plain).sort(), said.map((line) => line.replace(/^[^:]*: (?:warning: |note: )?/, '')).sort());
+    assert.deepEqual(heard.map(plain).sort(), said.map((line) => line.replace(/^[^:]*: (?:error: |warning: |note: )?/, '')).sort());
     assert.ok(heard.some((text) => /crate drop/.test(text)));
     await page.locator('#faultNext').click();
     assert.match(await words(), new RegExp(`^1 of ${said.length}: `));
