@@ -464,8 +464,7 @@ TEST(Fcp7xml, NamesWhatNoElementSays)
     auto& axis = const_cast<DmEffectSettings&>(static_cast<const DmEffectSettings&>(*made.segment(0).getEffects()[0]));
     EXPECT_EQ(axis.getChannelByName(L"layerRotationX")->setValue(30), DM_NO_ERROR);
     auto& trx = dynamic_cast<DmTrxEffectNode&>(made.element(1));
-    EXPECT_EQ(dynamic_cast<DmWipeSettings&>(*trx.getEffect()).setSoftness(0.5F),
-              DM_NO_ERROR);
+    EXPECT_EQ(dynamic_cast<DmWipeSettings&>(*trx.getEffect()).setSoftness(0.5F), DM_NO_ERROR);
     auto& generated =
         dynamic_cast<DmSourceNode::GeneratedInput&>(*dynamic_cast<DmSourceNode&>(made.element(3)).getSrcInput());
     EXPECT_EQ(generated.setInputColorRed(0.25F), DM_NO_ERROR);
