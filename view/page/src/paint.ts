@@ -369,12 +369,14 @@ export function signOf(view: View, remark: Remark): [x: number, y: number] {
 
 function paintRemarks(context: CanvasRenderingContext2D, view: View) {
     const { composition, scene, theme } = view;
-    const taken = new Set<string>();
+    const taken = new Set<number>(); // of signs that would lie on each other, one is drawn
     composition.remarks.forEach((remark, k) => {
         const [x, y] = signOf(view, remark);
         const isChosen = k === view.remark;
-        const cell = `${remark.row} ${remark.tint} ${Math.round(x / 3)}`;
-        if (x < 0 || x > view.width || (!isChosen && taken.has(cell)))
+        if (x < 0 || x > view.width)
+            return;
+        const cell = ((remark.row + 1) * 64 + remark.tint) * 65536 + Math.round(x / 3);
+        if (!isChosen && taken.has(cell))
             return;
         taken.add(cell);
         const size = isChosen ? 10 : 7;
