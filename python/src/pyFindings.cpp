@@ -174,7 +174,7 @@ void addFindings(py::module_& module)
             [](const DmFinding& self)
             {
                 return py::make_tuple(static_cast<int>(self.severity), self.code, self.line, self.column, self.nodePath,
-                                      self.clip, self.track, self.record, self.text);
+                                      self.clip, self.track, self.record, self.text, self.subject);
             },
             [](const py::tuple& state)
             {
@@ -186,7 +186,8 @@ void addFindings(py::module_& module)
                 made.line = py::cast<std::uint32_t>(state[2]);
                 made.column = py::cast<std::uint32_t>(state[3]);
                 int next = 4;
-                for (std::string* const text : {&made.nodePath, &made.clip, &made.track, &made.record, &made.text})
+                for (std::string* const text :
+                     {&made.nodePath, &made.clip, &made.track, &made.record, &made.text, &made.subject})
                     *text = py::cast<std::string>(state[static_cast<std::size_t>(next++)]);
                 return made;
             }))
