@@ -6,7 +6,6 @@
 #include "dmPropertySet.h"
 
 #include <initializer_list>
-#include <optional>
 
 namespace zrpy
 {
@@ -21,11 +20,18 @@ public:
         for (const DmPropertySet* const set : sets)
             if (set && !set->isFrozen())
                 return;
-        _released.emplace();
+        _held = PyEval_SaveThread();
+    }
+    OthersRun(const OthersRun&) = delete;
+    OthersRun& operator=(const OthersRun&) = delete;
+    ~OthersRun()
+    {
+        if (_held)
+            PyEval_RestoreThread(_held);
     }
 
 private:
-    std::optional<py::gil_scoped_release> _released;
+    PyThreadState* _held = nullptr;
 };
 
 } // namespace zrpy

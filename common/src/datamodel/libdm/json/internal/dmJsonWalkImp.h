@@ -3,7 +3,7 @@
 ///
 /// A Double on its way into the file runs through dmTreeJsonBuilder.cpp, dmJsonWalk.cpp (the property, by its type:
 /// dmPropertyType.h; its field: dmPropertySet.cpp), dmJsonFormat.cpp (its digits), dmJsonTextImp.h, dmJsonOutputImp.h,
-/// dmSaveFile.cpp (the bytes).
+/// CoFile.cpp (the bytes).
 #pragma once
 
 #include "dmJsonOutputImp.h"
