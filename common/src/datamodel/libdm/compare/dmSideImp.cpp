@@ -91,7 +91,6 @@ Seams seamsOf(const Cut& cut)
 
 Side::Side(const Cut& base, const Seams& baseSeams, const Cut& cut)
     : _base(base)
-    , _baseSeams(baseSeams)
     , _cut(&cut)
     , _match(matchShots(base.shots(), cut.shots()))
     , _lanes(matchLanes(base, cut, _match))

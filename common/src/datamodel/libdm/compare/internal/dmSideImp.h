@@ -71,7 +71,6 @@ private:
     void study(int base);
 
     const Cut& _base;
-    const Seams& _baseSeams;
     const Cut* _cut;
     Match _match;
     std::vector<int> _lanes;
