@@ -1,6 +1,7 @@
 #include "dmJsonKeptImp.h"
 
 #include "dmJsonFormatImp.h"
+#include "dmNumberAtImp.h"
 #include "dmPropertyText.h"
 #include "dmUtf8.h"
 
@@ -98,9 +99,9 @@ bool isKept(const DmPropertyDef& def, const Value& value, const void* stored)
                                   return kind == Parsed::True || kind == Parsed::False;
                               else if constexpr (std::same_as<T, signed char> || std::same_as<T, unsigned char>)
                                   return kind == Parsed::String &&
-                                         isCharacter(value.text(), numberAt<unsigned char>(stored));
+                                         isCharacter(value.text(), dmNumberAt<unsigned char>(stored));
                               else if constexpr (DmNumberStorage<T>)
-                                  return kind == Parsed::Number && isSame(value.raw(), numberAt<T>(stored));
+                                  return kind == Parsed::Number && isSame(value.raw(), dmNumberAt<T>(stored));
                               else
                                   return def._type == DM_STRING && kind == Parsed::String;
                           });
@@ -122,7 +123,7 @@ bool isElementKept(const DmPropertyDef& def, const Value& value, const void* sto
                                   {
                                       const std::string text = value.text();
                                       return isNumber(text, std::is_floating_point_v<Element>) &&
-                                             isSame(std::string_view(text), numberAt<Element>(stored));
+                                             isSame(std::string_view(text), dmNumberAt<Element>(stored));
                                   }
                               }
                               return true;

@@ -2,6 +2,7 @@
 
 #include "dmJsonFormatImp.h"
 #include "dmJsonKeptImp.h"
+#include "dmNumberAtImp.h"
 #include "dmPSetHelper.h"
 #include "dmPropertyFactory.h"
 #include "dmRapidJsonImp.h"
@@ -500,7 +501,7 @@ void LiteralReader::noteValue(const Slot& slot, const Value& value)
                        else if constexpr (std::same_as<T, DmString>)
                            noteMeaning(DmJsonChange::NoName, value, slot, *static_cast<const T*>(stored));
                        else if constexpr (DmNumberStorage<T>)
-                           noteMeaning(DmJsonChange::NotInTable, value, slot, numberAt<T>(stored));
+                           noteMeaning(DmJsonChange::NotInTable, value, slot, dmNumberAt<T>(stored));
                    });
 }
 

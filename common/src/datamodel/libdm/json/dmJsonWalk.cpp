@@ -2,6 +2,7 @@
 
 #include "dmJsonFormatImp.h"
 #include "dmJsonTextImp.h"
+#include "dmNumberAtImp.h"
 #include "dmPSetHelper.h"
 #include "dmPropertyText.h"
 #include "dmSetAccessImp.h"
@@ -24,14 +25,6 @@ namespace dmJson
 {
 namespace
 {
-
-template <class T>
-T numberAt(const void* field)
-{
-    T value;
-    std::memcpy(&value, field, sizeof(T));
-    return value;
-}
 
 /// A value for which JSON has no word.
 [[noreturn]] void cannotWrite(const DmPropertySet& set, const DmPropertyDef& def, const char* what)
@@ -158,7 +151,7 @@ private:
         if (!def._default)
             return set.isPropertyRelevant(index);
         if constexpr (DmNumberStorage<T>)
-            return numberAt<T>(field) != numberAt<T>(def._default);
+            return dmNumberAt<T>(field) != dmNumberAt<T>(def._default);
         else if constexpr (std::same_as<T, DmString>)
             return !(*static_cast<const DmString*>(field) == *static_cast<const DmString*>(def._default));
         else
@@ -184,7 +177,7 @@ private:
                            {
                                if constexpr (sizeof(T) > 1 || std::same_as<T, bool>)
                                    if (!def._serializer)
-                                       return number(place, def, numberAt<T>(field));
+                                       return number(place, def, dmNumberAt<T>(field));
                                serialized(place, def, field);
                            }
                            else if constexpr (std::same_as<T, DmPropertySetPtr>)
@@ -246,7 +239,7 @@ private:
                               [&]<class T>(std::type_identity<T>)
                               {
                                   if constexpr (DmNumberStorage<T>)
-                                      return numberAt<T>(field) == numberAt<T>(def._default);
+                                      return dmNumberAt<T>(field) == dmNumberAt<T>(def._default);
                                   else if constexpr (std::same_as<T, DmString>)
                                       return *static_cast<const DmString*>(field) ==
                                              *static_cast<const DmString*>(def._default);

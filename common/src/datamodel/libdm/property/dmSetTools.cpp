@@ -2,6 +2,7 @@
 
 #include "dmMemoryImp.h"
 #include "dmNesting.h"
+#include "dmNumberAtImp.h"
 #include "dmPropertyFactory.h"
 #include "dmSetAccessImp.h"
 #include "dmUtf8.h"
@@ -35,14 +36,6 @@ struct Level
         return DM_NO_ERROR;
     }
 };
-
-template <class T>
-T numberAt(const void* field)
-{
-    T value;
-    std::memcpy(&value, field, sizeof(T));
-    return value;
-}
 
 template <class T>
 bool sameNumber(T a, T b)
@@ -255,7 +248,7 @@ eDmErrorId Comparison::fields(DmPropertyPath& path, const DmPropertySet& a, cons
             if constexpr (std::is_void_v<T>)
                 return DM_TYPE_NOT_IMPLEMENTED;
             else if constexpr (DmNumberStorage<T>)
-                return sameNumber(numberAt<T>(left), numberAt<T>(right)) ? DM_NO_ERROR : differs(&path, equal);
+                return sameNumber(dmNumberAt<T>(left), dmNumberAt<T>(right)) ? DM_NO_ERROR : differs(&path, equal);
             else if constexpr (std::same_as<T, DmPropertySetVector>)
                 return lists(path, a.elementsOf(path.index), b.elementsOf(path.index), level, equal);
             else if constexpr (dmIsVector<T>)
@@ -496,7 +489,7 @@ eDmErrorId Copy::field(const DmPropertySet& source, DmPropertySet& target, int i
                 return DM_TYPE_NOT_IMPLEMENTED;
             else if constexpr (DmNumberStorage<T>)
             {
-                T value = numberAt<T>(from);
+                T value = dmNumberAt<T>(from);
                 return DmSetAccess::swapValue(target, DmStore::Fresh, index, def, value);
             }
             else
@@ -594,7 +587,7 @@ bool DmPropertySet_Atomic_Utils::compareAtomicManip(const DmPropertySet& set, in
                 return false;
             }
             else if constexpr (DmNumberStorage<T>)
-                return numberAt<T>(field) == numberAt<T>(value);
+                return dmNumberAt<T>(field) == dmNumberAt<T>(value);
             else if constexpr (std::same_as<T, DmString>)
                 return *static_cast<const DmString*>(field) == *static_cast<const DmString*>(value);
             else if constexpr (std::same_as<T, DmPropertySetPtr>)
@@ -640,7 +633,7 @@ bool DmPropertySet_Atomic_Utils::equalsItself(const DmPropertySet& set)
                                            [&]<class T>(std::type_identity<T>)
                                            {
                                                if constexpr (DmNumberStorage<T>)
-                                                   return numberAt<T>(field) == numberAt<T>(field);
+                                                   return dmNumberAt<T>(field) == dmNumberAt<T>(field);
                                                else if constexpr (std::same_as<T, DmPropertySetPtr>)
                                                {
                                                    const auto& nested = *static_cast<const DmPropertySetPtr*>(field);

@@ -5,7 +5,6 @@
 #include "dmPropertyDef.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace dmJson
 {
@@ -15,15 +14,6 @@ bool isKept(const DmPropertyDef& def, const Value& value, const void* stored);
 
 /// Of an element of a vector of values, or of a line; `stored` is the element, null for a line.
 bool isElementKept(const DmPropertyDef& def, const Value& value, const void* stored);
-
-/// A number where it is stored: an enumeration is no object of type T.
-template <class T>
-T numberAt(const void* stored)
-{
-    T value;
-    std::memcpy(&value, stored, sizeof(T));
-    return value;
-}
 
 // Whether a value stands in the table that its declaration gives, if it gives one. A range is no such table: what is
 // outside of it is unusual, not another value.
