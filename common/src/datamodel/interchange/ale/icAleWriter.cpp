@@ -2,6 +2,7 @@
 
 #include "icAleColumns.h"
 #include "icIds.h"
+#include "icMode.h"
 #include "icText.h"
 #include "icTree.h"
 
@@ -51,14 +52,6 @@ std::string clean(std::string text, Report& report)
     if (isChanged)
         report.lose(otherText);
     return text;
-}
-
-DM::FrameCodeModes modeOf(const DmCompositionNode& node, DM::FrameCodeModes otherwise)
-{
-    for (const DmString& text : {node.getFCM(), node.getStartTcFcm()})
-        if (const DM::FrameCodeModes fcm = dmFcmFromText(text); fcm != DM::FCM_NOT_DEFINED)
-            return fcm;
-    return otherwise;
 }
 
 /// A row to be written.

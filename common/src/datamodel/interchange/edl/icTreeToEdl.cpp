@@ -2,6 +2,7 @@
 
 #include "icEdlKept.h"
 #include "icEdlLine.h"
+#include "icMode.h"
 #include "icText.h"
 
 #include "dmCompositionNode.h"
@@ -530,10 +531,7 @@ std::optional<EdlList> treeToEdl(const DmRoot& root, const Options& options, Rep
         return std::nullopt;
     }
     const DmCompositionNode& composition = *compositions.front().composition;
-    DM::FrameCodeModes fcm = options.fcm;
-    for (const DmString* const text : {&composition.getStartTcFcm(), &composition.getFCM()})
-        if (const DM::FrameCodeModes own = dmFcmFromText(*text); own != DM::FCM_NOT_DEFINED)
-            fcm = own;
+    const DM::FrameCodeModes fcm = modeOf(composition, options.fcm);
     if (fcm == DM::FCM_NOT_DEFINED)
     {
         report.add("DM701", Report::Error, 0,

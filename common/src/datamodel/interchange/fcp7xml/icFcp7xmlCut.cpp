@@ -1,6 +1,7 @@
 #include "icFcp7xmlCut.h"
 
 #include "icIds.h"
+#include "icMode.h"
 #include "icText.h"
 
 #include "dmGapNode.h"
@@ -143,14 +144,6 @@ std::string timeText(double value)
     std::string text;
     appendDecimal(text, value == 0 ? 0.0 : value, 1, 0);
     return text;
-}
-
-DM::FrameCodeModes modeOf(const DmCompositionNode& node, DM::FrameCodeModes otherwise)
-{
-    for (const DmString& text : {node.getFCM(), node.getStartTcFcm()})
-        if (const DM::FrameCodeModes fcm = dmFcmFromText(text); fcm != DM::FCM_NOT_DEFINED)
-            return fcm;
-    return otherwise;
 }
 
 // The cut

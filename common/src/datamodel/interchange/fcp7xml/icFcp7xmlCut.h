@@ -74,7 +74,6 @@ private:
 
 /// A number as files have it: whole where it is.
 std::string timeText(double value);
-DM::FrameCodeModes modeOf(const DmCompositionNode& node, DM::FrameCodeModes otherwise);
 
 /// What stands on a track.
 struct Item

@@ -1,6 +1,7 @@
 #include "icOtioWriter.h"
 
 #include "icIds.h"
+#include "icMode.h"
 #include "icOtioKeep.h"
 #include "icOtioOwn.h"
 #include "icText.h"
@@ -34,13 +35,6 @@ constexpr Loss hiddenEffect{"DM711", "other programs do not see them"};
 constexpr Loss otherMix{"DM712", "written as Custom_Transition"};
 constexpr Loss overlap{"DM703", "the later one covers the end of the earlier"};
 constexpr double tolerance = 1e-6; ///< of frames
-
-/// The frame-code mode that a composition names.
-DM::FrameCodeModes modeOf(const DmCompositionNode& node)
-{
-    const DM::FrameCodeModes own = dmFcmFromText(node.getFCM());
-    return own != DM::FCM_NOT_DEFINED ? own : dmFcmFromText(node.getStartTcFcm());
-}
 
 // Output
 
