@@ -43,7 +43,7 @@ struct Options
     std::string profile;
     std::string baseline;
     std::string newBaseline;
-    std::vector<std::pair<std::string, std::vector<std::string>>> perPath; ///< what is not looked for in which files
+    dmtree::PerPath perPath; ///< what is not looked for in which files
     DmFindingOptions rules;
     dmtree::CheckBaseline accepted;
     unsigned jobs = 1;
@@ -146,11 +146,7 @@ std::string dumpOf(DmRoot& root)
 
 dmtree::FileReport checkFile(const std::string& file, const Options& options)
 {
-    DmFindingOptions ofFile = options.rules;
-    for (const auto& [pattern, ignored] : options.perPath)
-        if (dmMatchesPattern(file, pattern))
-            ofFile.ignore.insert(ofFile.ignore.end(), ignored.begin(), ignored.end());
-    const DmFindings rules(std::move(ofFile));
+    const DmFindings rules(dmtree::optionsFor(file, options.rules, options.perPath));
     dmtree::FileReport report;
     report.file = file;
     interchange::Options reading;

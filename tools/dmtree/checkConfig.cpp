@@ -130,4 +130,12 @@ catch (const toml::parse_error& error)
     fail(path, error.source(), error.description());
 }
 
+DmFindingOptions optionsFor(const std::string& file, DmFindingOptions options, const PerPath& perPath)
+{
+    for (const auto& [pattern, ignored] : perPath)
+        if (dmMatchesPattern(file, pattern))
+            options.ignore.insert(options.ignore.end(), ignored.begin(), ignored.end());
+    return options;
+}
+
 } // namespace dmtree

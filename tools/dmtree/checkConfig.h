@@ -19,17 +19,21 @@
 namespace dmtree
 {
 
+using PerPath = std::vector<std::pair<std::string, std::vector<std::string>>>;
+
 struct CheckConfig
 {
     DmFindingOptions rules;
     bool failOnWarning = false;
     /// Patterns of files, and the rules that are not looked for in them.
-    std::vector<std::pair<std::string, std::vector<std::string>>> perPath;
+    PerPath perPath;
 };
 
 /// Empty where there is none.
 std::string findCheckConfig();
 /// Throws, with the file and the line, for what cannot be read and for what nobody asks for.
 CheckConfig readCheckConfig(const std::string& path);
+/// What is looked for in a file.
+DmFindingOptions optionsFor(const std::string& file, DmFindingOptions options, const PerPath& perPath);
 
 } // namespace dmtree

@@ -116,10 +116,7 @@ std::vector<DmFinding> findingsOf(const Options& options, const dmtree::Document
 {
     const std::string path = dmtree::findCheckConfig();
     dmtree::CheckConfig config = path.empty() ? dmtree::CheckConfig() : dmtree::readCheckConfig(path);
-    for (const auto& [pattern, ignored] : config.perPath)
-        if (dmMatchesPattern(options.file, pattern))
-            config.rules.ignore.insert(config.rules.ignore.end(), ignored.begin(), ignored.end());
-    const DmFindings rules(std::move(config.rules));
+    const DmFindings rules(dmtree::optionsFor(options.file, std::move(config.rules), config.perPath));
     std::vector<DmFinding> findings = rules.find(*document.root);
     for (const DmFinding& said : document.findings)
         if (rules.isOn(said.code) && said.severity != DmFinding::Note)
