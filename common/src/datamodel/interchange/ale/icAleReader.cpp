@@ -103,21 +103,21 @@ CoSharedPtr<DmRoot> Reader::read()
         row(takeLine(rest));
     }
     const DmString fcm = dmFcmText(_fcm);
-    auto composition = made(DmCompositionNode::create(L"untitled", fcm, {}));
+    auto composition = orBadAlloc(DmCompositionNode::create(L"untitled", fcm, {}));
     require(composition->setStartTC(0, fcm));
     require(composition->setCompLength(_at));
     require(composition->setPrimaryVideoTrackIndex(0));
     for (std::size_t i = 0; i < (_hasSound ? 2U : 1U); ++i)
     {
-        const auto track = made(DmTrackNode::create(1, i == 0 ? DM_MEDIA_VIDEO : DM_MEDIA_AUDIO));
+        const auto track = orBadAlloc(DmTrackNode::create(1, i == 0 ? DM_MEDIA_VIDEO : DM_MEDIA_AUDIO));
         require(track->setTrackChannel(1));
-        track->addChild(made(_layers[i].finish()));
+        track->addChild(orBadAlloc(_layers[i].finish()));
         composition->addChild(track);
     }
     require(setLeftover(*composition, leftoverType, _head.text));
     if (_options.places)
         _report.came(*composition, 1);
-    auto root = made(DmRoot::create());
+    auto root = orBadAlloc(DmRoot::create());
     root->addChild(composition);
     return _report.hasErrors() ? CoSharedPtr<DmRoot>() : root;
 }
@@ -240,22 +240,22 @@ CoSharedPtr<DmSourceNode> Reader::source(const Facts& facts, Range range, DM::Fr
     if (path.empty() && !facts[Role::FileName].empty() &&
         (facts[Role::Directory].ends_with('/') || facts[Role::Directory].ends_with('\\')))
         path.append(facts[Role::Directory]).append(facts[Role::FileName]);
-    const auto info = made(DmSourceInfo::create());
+    const auto info = orBadAlloc(DmSourceInfo::create());
     require(info->setSourceType(path.empty() ? DmSourceInfo::Reel : DmSourceInfo::File));
     require(info->setReelName(toDmString(facts[Role::Reel])));
     require(info->setPath(toDmString(path)));
     if (!isWholePath)
         require(info->setName(toDmString(facts[Role::FileName])));
     require(info->setTrack(1));
-    const auto media = made(DmSourceNode::MediaInput::create(std::max(static_cast<double>(range.length), length),
-                                                             static_cast<double>(range.start), info, fcmText,
-                                                             isSound ? DM_MEDIA_AUDIO : DM_MEDIA_VIDEO, !path.empty()));
+    const auto media = orBadAlloc(DmSourceNode::MediaInput::create(
+        std::max(static_cast<double>(range.length), length), static_cast<double>(range.start), info, fcmText,
+        isSound ? DM_MEDIA_AUDIO : DM_MEDIA_VIDEO, !path.empty()));
     require(media->setFcm(fcmText));
     std::string label;
     appendTimeLabel(label, range.start, fcm);
     require(media->setSrcInStr(toDmString(label)));
     require(dmSetMaterialLength(*media, static_cast<double>(range.length)));
-    auto node = made(DmSourceNode::create(media, _at, length, 0, false, false));
+    auto node = orBadAlloc(DmSourceNode::create(media, _at, length, 0, false, false));
     if (!facts[Role::Name].empty())
         require(node->setName(toDmString(facts[Role::Name])));
     if (const std::optional<Look> found = look(facts))
@@ -316,7 +316,7 @@ void Reader::row(const Line& line)
     }
     else
     {
-        node = made(DmGapNode::create(DM_MEDIA_VIDEO, _at, 0));
+        node = orBadAlloc(DmGapNode::create(DM_MEDIA_VIDEO, _at, 0));
         if (!facts[Role::Name].empty())
             require(node->setName(toDmString(facts[Role::Name])));
     }

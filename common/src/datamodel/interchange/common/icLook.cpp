@@ -21,7 +21,7 @@ constexpr const wchar_t* onlySaturation = L"ASC_SAT";
 
 CoSharedPtr<DmLookSettings> toLookSettings(const Look& look)
 {
-    auto settings = made(DmLookSettings::create());
+    auto settings = orBadAlloc(DmLookSettings::create());
     require(settings->setSlopeR(look.slope[0]));
     require(settings->setSlopeG(look.slope[1]));
     require(settings->setSlopeB(look.slope[2]));

@@ -31,8 +31,9 @@ inline void require(eDmErrorId status)
         throw Refusal(status);
 }
 
+/// The object; throws where it is null, which creators answer when memory runs out.
 template <class T>
-const CoSharedPtr<T>& made(const CoSharedPtr<T>& object)
+const CoSharedPtr<T>& orBadAlloc(const CoSharedPtr<T>& object)
 {
     if (!object)
         throw std::bad_alloc();

@@ -173,7 +173,7 @@ void TreeMaker::lose(const Loss& loss, const EdlEvent& event)
 CoSharedPtr<DmRoot> TreeMaker::make()
 {
     const DmString fcm = DmString(DM::FcmUtil::getFCMString(_list.fcm));
-    const auto composition = made(DmCompositionNode::create(toDmString(_list.title), fcm, {}));
+    const auto composition = orBadAlloc(DmCompositionNode::create(toDmString(_list.title), fcm, {}));
     EdlKept head = kept(_list, _list.headNotes);
     head.isUntitled = _list.isUntitled;
     head.hasOwnOrder = _list.hasOwnOrder;
@@ -210,14 +210,14 @@ CoSharedPtr<DmRoot> TreeMaker::make()
         require(composition->setPrimaryVideoTrackIndex(0));
     addTracks(DM_MEDIA_AUDIO, audio);
 
-    auto root = made(DmRoot::create());
+    auto root = orBadAlloc(DmRoot::create());
     root->addChild(composition);
     return root;
 }
 
 CoSharedPtr<DmTrackNode> TreeMaker::track(Channel channel, const Events& events)
 {
-    auto track = made(DmTrackNode::create(channel.number, channel.mediaType));
+    auto track = orBadAlloc(DmTrackNode::create(channel.number, channel.mediaType));
     require(track->setTrackChannel(channel.number));
     require(track->setName(toDmString(nameOf(channel))));
 
@@ -343,31 +343,32 @@ CoSharedPtr<DmLayerNode> TreeMaker::layer(int number, Channel channel, const Eve
             require(builder.place(node));
             continue;
         }
-        const auto gap = made(DmGapNode::create(channel.mediaType, node->getRecIn(), 0.0));
+        const auto gap = orBadAlloc(DmGapNode::create(channel.mediaType, node->getRecIn(), 0.0));
         require(gap->setBaseBlob(node));
         require(builder.place(gap));
     }
-    return made(builder.finish());
+    return orBadAlloc(builder.finish());
 }
 
 CoSharedPtr<DmTrxEffectNode> TreeMaker::transition(const EdlEvent& event, Channel channel, std::int64_t length) const
 {
     const auto effect = mix(event, channel.mediaType, static_cast<double>(length));
-    return made(DmTrxEffectNode::create(effect, static_cast<double>(event.record.in), static_cast<double>(length)));
+    return orBadAlloc(
+        DmTrxEffectNode::create(effect, static_cast<double>(event.record.in), static_cast<double>(length)));
 }
 
 CoSharedPtr<DmEffectSettings> TreeMaker::mix(const EdlEvent& event, eDmTreeMediaType mediaType, double length) const
 {
     const auto ofLength = [length](const auto& effect) -> CoSharedPtr<DmEffectSettings>
     {
-        require(made(effect)->setLength(length));
+        require(orBadAlloc(effect)->setLength(length));
         return effect;
     };
     if (mediaType == DM_MEDIA_AUDIO)
         return ofLength(DmADissolveSettings::create());
     if (event.transition != EdlTransition::Wipe)
         return ofLength(DmVDissolveSettings::create());
-    const auto wipe = made(DmWipeSettings::create());
+    const auto wipe = orBadAlloc(DmWipeSettings::create());
     require(wipe->setSmptePattern(event.wipePattern));
     return ofLength(wipe);
 }
@@ -458,8 +459,8 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(const Piece& piece, Channel channel,
     const auto own = static_cast<double>(std::max<std::int64_t>(event.source.length(), 0));
     const double srcLength =
         speed == 0 && own == 1.0 ? own : std::max({own, relIn + length * std::max(1.0, std::abs(speed)), 1.0});
-    auto node = made(DmSourceNode::create(input(event, channel, kept, srcLength), static_cast<double>(piece.in + mixed),
-                                          length, relIn, false, false));
+    auto node = orBadAlloc(DmSourceNode::create(input(event, channel, kept, srcLength),
+                                                static_cast<double>(piece.in + mixed), length, relIn, false, false));
     require(node->setName(toDmString(name)));
     if (event.speed && speed != 1.0)
         addSpeed(*node, speed, channel.mediaType);
@@ -496,11 +497,11 @@ CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel
                                     : isAudio                  ? L"INPUT_TONE"
                                     : fcm == DM::FCM_25        ? L"INPUT_PAL_BARS"
                                                                : L"INPUT_SMPTE_BARS";
-        const auto generated = made(DmSourceNode::GeneratedInput::create(type, srcLength, channel.mediaType));
+        const auto generated = orBadAlloc(DmSourceNode::GeneratedInput::create(type, srcLength, channel.mediaType));
         require(generated->setFcm(fcmText));
         return generated;
     }
-    const auto info = made(DmSourceInfo::create());
+    const auto info = orBadAlloc(DmSourceInfo::create());
     require(info->setSourceType(DmSourceInfo::Reel));
     require(info->setReelName(toDmString(kept.longReel.empty() ? event.reel : std::string_view(kept.longReel))));
     require(info->setTrack(channel.number));
@@ -508,8 +509,8 @@ CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel
         require(info->setName(toDmString(file->text)));
     if (const Note* const path = pathNote(kept.notes))
         require(info->setPath(toDmString(path->text)));
-    const auto media = made(DmSourceNode::MediaInput::create(srcLength, static_cast<double>(event.source.in), info,
-                                                             fcmText, channel.mediaType, false));
+    const auto media = orBadAlloc(DmSourceNode::MediaInput::create(srcLength, static_cast<double>(event.source.in),
+                                                                   info, fcmText, channel.mediaType, false));
     require(media->setFcm(fcmText));
     char label[DM::TimeUnit::labelSize];
     DM::TimeUnit(static_cast<double>(event.source.in)).toTimeCode(label, sizeof label, fcm);
@@ -522,13 +523,13 @@ void TreeMaker::addSpeed(DmSourceNode& node, double speed, eDmTreeMediaType medi
 {
     if (mediaType == DM_MEDIA_VIDEO)
     {
-        const auto warp = made(DmVTimewarpSettings::create());
+        const auto warp = orBadAlloc(DmVTimewarpSettings::create());
         require(warp->setSpeed(speed));
         require(node.addEffect(warp));
     }
     else
     {
-        const auto warp = made(DmATimewarpSettings::create());
+        const auto warp = orBadAlloc(DmATimewarpSettings::create());
         require(warp->setRatio(static_cast<float>(1 / speed)));
         require(node.addEffect(warp));
     }
@@ -539,7 +540,7 @@ void TreeMaker::addMarks(DmSourceNode& node, const EdlEvent& event) const
     for (const EdlMarker& marker : _list.markersOf(event))
     {
         const double time = static_cast<double>(marker.at) - (node.getRecIn() - node.getRelIn());
-        const auto mark = made(DmCueMark::create(toDmString(marker.text), time));
+        const auto mark = orBadAlloc(DmCueMark::create(toDmString(marker.text), time));
         for (const NamedColour& colour : namedColours())
             if (colour.name == marker.colour)
             {

@@ -228,7 +228,7 @@ void Maker::addSequences(DmRoot& root)
                 CoSharedPtr<DmReelNode>& reel = reels[bin.internal_object()];
                 if (!reel)
                 {
-                    reel = interchange::made(DmReelNode::create());
+                    reel = orBadAlloc(DmReelNode::create());
                     if (const std::string_view name = textOf(bin, "name"); !name.empty())
                         require(reel->setName(toDmString(name)));
                     came(*reel, bin);
@@ -260,7 +260,7 @@ CoSharedPtr<DmRoot> Maker::make()
         return {};
     }
     findDefinitions();
-    auto root = made(DmRoot::create());
+    auto root = orBadAlloc(DmRoot::create());
     addSequences(*root);
     if (root->getNbChildren() == 0)
         mistake(_xml.root(), "no sequence", "the document holds nothing");
@@ -308,7 +308,8 @@ CoSharedPtr<DmCompositionNode> Maker::sequence(pugi::xml_node element, bool isTo
     const DM::FrameCodeModes fcm = modeOf(element);
     const DmString fcmText = dmFcmText(fcm);
     const std::string_view name = textOf(element, "name");
-    auto node = made(DmCompositionNode::create(name.empty() ? DmString(L"untitled") : toDmString(name), fcmText, {}));
+    auto node =
+        orBadAlloc(DmCompositionNode::create(name.empty() ? DmString(L"untitled") : toDmString(name), fcmText, {}));
     if (!isTop)
         require(node->setIsContainerComp(true));
     const std::optional<Rate> said = Rate::of(element.child("rate"));
@@ -363,13 +364,13 @@ void Maker::addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaT
     {
         ++number;
         const std::string label = (mediaType == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(number);
-        const auto track = made(DmTrackNode::create(number, mediaType));
+        const auto track = orBadAlloc(DmTrackNode::create(number, mediaType));
         const std::optional<double> channel = numberOf(element, "outputchannelindex");
         require(
             track->setTrackChannel(channel && *channel >= 0 && *channel <= 1e6 ? static_cast<int>(*channel) : number));
         DmLayerBuilder layer(0, mediaType, stage.origin);
         place(stage, layer, entriesOf(stage, element), mediaType, label);
-        track->addChild(made(layer.finish()));
+        track->addChild(orBadAlloc(layer.finish()));
         stage.end = std::max(stage.end, layer.getEnd());
         const int index = stage.node.addChild(track) - 1;
         if (mediaType == DM_MEDIA_VIDEO && number == 1)
@@ -561,9 +562,9 @@ void Maker::place(Stage& stage, DmLayerBuilder& layer, const std::vector<Entry>&
     // With a cut behind it where a segment follows: the builder takes a bare one for its own, and away.
     const auto nothing = [&](double time, bool isBehindMix)
     {
-        require(layer.place(made(DmGapNode::create(mediaType, time, 0))));
+        require(layer.place(orBadAlloc(DmGapNode::create(mediaType, time, 0))));
         if (isBehindMix)
-            require(layer.place(made(DmCutNode::create(mediaType, time))));
+            require(layer.place(orBadAlloc(DmCutNode::create(mediaType, time))));
     };
     const Entry* previous = nullptr;
     for (const Entry& entry : entries)
@@ -594,7 +595,7 @@ void Maker::place(Stage& stage, DmLayerBuilder& layer, const std::vector<Entry>&
             else
             {
                 // Its transitions leave nothing of it.
-                const auto gap = made(DmGapNode::create(mediaType, entry.recIn, 0));
+                const auto gap = orBadAlloc(DmGapNode::create(mediaType, entry.recIn, 0));
                 require(gap->setBaseBlob(node));
                 require(layer.place(gap));
             }
@@ -618,7 +619,7 @@ CoSharedPtr<DmTrxEffectNode> Maker::transition(const Entry& entry, eDmTreeMediaT
     CoSharedPtr<DmEffectSettings> settings;
     const auto ofLength = [length](const auto& made) -> CoSharedPtr<DmEffectSettings>
     {
-        require(interchange::made(made)->setLength(length));
+        require(orBadAlloc(made)->setLength(length));
         return made;
     };
     if (mediaType == DM_MEDIA_AUDIO)
@@ -627,12 +628,12 @@ CoSharedPtr<DmTrxEffectNode> Maker::transition(const Entry& entry, eDmTreeMediaT
         settings = ofLength(DmVDissolveSettings::create());
     else
     {
-        const auto wipe = made(DmWipeSettings::create());
+        const auto wipe = orBadAlloc(DmWipeSettings::create());
         constexpr double highest = 999;
         require(wipe->setSmptePattern(static_cast<int>(std::clamp(code.value_or(1), 0.0, highest))));
         settings = ofLength(wipe);
     }
-    auto node = made(DmTrxEffectNode::create(settings, entry.recIn, length, std::min(entry.cut, length)));
+    auto node = orBadAlloc(DmTrxEffectNode::create(settings, entry.recIn, length, std::min(entry.cut, length)));
     if (const std::string_view name = textOf(entry.element, "name"); !name.empty())
         require(node->setName(toDmString(name)));
     return node;
@@ -681,17 +682,18 @@ CoSharedPtr<DmSourceNode::Input> Maker::input(const Entry& entry, const Medium& 
             _report.lose({"DM615", "play as black"}, _xml.lineOf(entry.element));
         const wchar_t* const otherwise = mediaType == DM_MEDIA_AUDIO ? L"INPUT_SILENCE" : L"INPUT_BLACK";
         const auto generated =
-            made(DmSourceNode::GeneratedInput::create(kind ? kind->type : otherwise, length, mediaType));
+            orBadAlloc(DmSourceNode::GeneratedInput::create(kind ? kind->type : otherwise, length, mediaType));
         require(generated->setFcm(fcmText));
         return generated;
     }
     const std::string path = pathOfUrl(trimmed(textOf(medium.element, "pathurl")));
-    const auto info = made(DmSourceInfo::create());
+    const auto info = orBadAlloc(DmSourceInfo::create());
     require(info->setSourceType(path.empty() ? DmSourceInfo::Unknown : DmSourceInfo::File));
     require(info->setName(toDmString(textOf(medium.element, "name"))));
     require(info->setPath(toDmString(path)));
     require(info->setReelName(toDmString(textOf(medium.element.child("timecode").child("reel"), "name"))));
-    auto media = made(DmSourceNode::MediaInput::create(length, medium.begin, info, fcmText, mediaType, !path.empty()));
+    auto media =
+        orBadAlloc(DmSourceNode::MediaInput::create(length, medium.begin, info, fcmText, mediaType, !path.empty()));
     require(media->setFcm(fcmText));
     std::string label;
     appendTimeLabel(label, std::llround(medium.begin), medium.fcm);
@@ -703,7 +705,7 @@ CoSharedPtr<DmSourceNode::Input> Maker::input(const Entry& entry, const Medium& 
     if (mediaType == DM_MEDIA_AUDIO)
     {
         const double channel = numberOf(entry.element.child("sourcetrack"), "trackindex").value_or(1);
-        const auto audio = made(DmAudioProperties::create());
+        const auto audio = orBadAlloc(DmAudioProperties::create());
         require(audio->setChannelIdx(static_cast<int>(std::clamp(channel, 1.0, 1e5)) - 1));
         require(media->setAudioProperties(audio));
         require(info->setTrack(static_cast<int>(std::clamp(channel, 1.0, 1e5))));
@@ -715,7 +717,7 @@ CoSharedPtr<DmCueMark> Maker::mark(pugi::xml_node marker, double origin, double 
 {
     const double in = numberOf(marker, "in").value_or(0);
     const double out = numberOf(marker, "out").value_or(-1);
-    auto made = interchange::made(DmCueMark::create(toDmString(textOf(marker, "name")), origin + in * ratio));
+    auto made = orBadAlloc(DmCueMark::create(toDmString(textOf(marker, "name")), origin + in * ratio));
     require(made->setCueMarkComment(toDmString(textOf(marker, "comment"))));
     if (out > in)
         require(made->setCueMarkDuration((out - in) * ratio));
@@ -743,7 +745,7 @@ bool Maker::addChannels(const Stage& stage, DmEffectSettings& effect, pugi::xml_
         const auto open = [&]
         {
             if (!channel)
-                channel = made(effect.getChannelByName(each->channel));
+                channel = orBadAlloc(effect.getChannelByName(each->channel));
             hasAny = true;
         };
         const auto stored = [&](double value)
@@ -755,7 +757,7 @@ bool Maker::addChannels(const Stage& stage, DmEffectSettings& effect, pugi::xml_
             if (!when || !value)
                 continue;
             open();
-            const auto made = interchange::made(DmKeyFrame::create2(
+            const auto made = orBadAlloc(DmKeyFrame::create2(
                 static_cast<float>((*when - clipTime) * recordPerClip), stored(*value), {}, DmKeyFrame::InterpOrder{1},
                 0, 0, 0, 0, DmKeyFrame::AutoRightVelocityFlag | DmKeyFrame::AutoLeftVelocityFlag));
             require(channel->addKeyFrame(made));
@@ -792,21 +794,21 @@ void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, co
                     warn(filter, "a speed that sound cannot play at: kept as it stands");
                     continue;
                 }
-                const auto warp = interchange::made(DmATimewarpSettings::create());
+                const auto warp = orBadAlloc(DmATimewarpSettings::create());
                 require(warp->setRatio(static_cast<float>(1 / entry.speed.factor)));
                 made = warp;
             }
             else
             {
-                const auto warp = interchange::made(DmVTimewarpSettings::create());
+                const auto warp = orBadAlloc(DmVTimewarpSettings::create());
                 if (entry.speed.isKeyed)
                 {
                     require(warp->setConstantSpeed(false));
-                    const auto timing = interchange::made(warp->getChannelByName(L"timing"));
+                    const auto timing = orBadAlloc(warp->getChannelByName(L"timing"));
                     const double fps = DM::FcmUtil::getDoubleFPS(medium.fcm);
                     for (const pugi::xml_node key : parameterOf(effect, "graphdict").children("keyframe"))
                         if (const auto when = numberOf(key, "when"), value = numberOf(key, "value"); when && value)
-                            require(timing->addKeyFrame(interchange::made(DmKeyFrame::create2(
+                            require(timing->addKeyFrame(orBadAlloc(DmKeyFrame::create2(
                                 static_cast<float>((*when - clipTime) * recordPerClip),
                                 static_cast<float>(*value * fps / medium.rate.fps() - node.getRelIn()), {},
                                 DmKeyFrame::InterpOrder{1}, 0, 0, 0, 0,
@@ -820,13 +822,13 @@ void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, co
         }
         else if (!isSound && (id == "basic" || id == "crop" || id == "opacity"))
         {
-            const auto axis = interchange::made(DmAxisSettings::create());
+            const auto axis = orBadAlloc(DmAxisSettings::create());
             if (addChannels(stage, *axis, effect, clipTime, recordPerClip))
                 made = axis;
         }
         else if (isSound && id == "audiolevels")
         {
-            const auto gain = interchange::made(DmAudioGainSettings::create());
+            const auto gain = orBadAlloc(DmAudioGainSettings::create());
             if (addChannels(stage, *gain, effect, clipTime, recordPerClip))
                 made = gain;
         }
@@ -921,10 +923,10 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
 
     CoSharedPtr<DmSegmentNode> node;
     if (inside)
-        node = made(DmContainerNode::create(inside, mediaType, entry.recIn, length, relIn));
+        node = orBadAlloc(DmContainerNode::create(inside, mediaType, entry.recIn, length, relIn));
     else
-        node = made(DmSourceNode::create(input(entry, medium, materialLength, mediaType), entry.recIn, length, relIn,
-                                         false, false));
+        node = orBadAlloc(DmSourceNode::create(input(entry, medium, materialLength, mediaType), entry.recIn, length,
+                                               relIn, false, false));
     if (const std::string_view name = textOf(element, "name"); !name.empty())
         require(node->setName(toDmString(name)));
     if (element.child("enabled") && !isTrue(textOf(element, "enabled")))

@@ -232,7 +232,7 @@ void Items::lose(const Loss& loss)
         _report->lose(loss);
 }
 
-void Items::tell()
+void Items::reportWarnings()
 {
     if (!_report || _moved == 0)
         return;
@@ -337,7 +337,7 @@ CoSharedPtr<DmSourceNode::Input> Items::generator(const Value& media, double len
     if (!isKnown)
         lose(otherGenerator);
     const auto generated =
-        made(DmSourceNode::GeneratedInput::create(isKnown ? known->type : L"INPUT_BLACK", length, mediaType));
+        orBadAlloc(DmSourceNode::GeneratedInput::create(isKnown ? known->type : L"INPUT_BLACK", length, mediaType));
     require(generated->setFcm(_fcmText));
     require(generated->setName(toDmString(textOf(&media, "name"))));
     return generated;
@@ -368,8 +368,8 @@ CoSharedPtr<DmSourceNode::Input> Items::input(const Value& clip, const Value* me
     const bool isSequence = schema == "ImageSequenceReference";
     // It copies the info that it is given: this one is filled where it stays.
     static const CoSharedPtr<DmSourceInfo> fresh = DmSourceInfo::create();
-    const auto recorded = made(DmSourceNode::MediaInput::create(extent.materialLength, extent.base, fresh, _fcmText,
-                                                                mediaType, isFile || isSequence));
+    const auto recorded = orBadAlloc(DmSourceNode::MediaInput::create(extent.materialLength, extent.base, fresh,
+                                                                      _fcmText, mediaType, isFile || isSequence));
     require(recorded->setFcm(_fcmText));
     DmSourceInfo* const info = recorded->getSrcInfo();
     if (!info)
@@ -395,7 +395,7 @@ CoSharedPtr<DmSourceNode::Input> Items::input(const Value& clip, const Value* me
 CoSharedPtr<DmCompositionNode> Items::composition(const Value& object)
 {
     const std::string_view name = textOf(&object, "name");
-    auto node = made(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _fcmText, {}));
+    auto node = orBadAlloc(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _fcmText, {}));
     const bool isTimeline = schemaOf(&object) == "Timeline";
     const double start = isTimeline ? frames(member(&object, "global_start_time")) : 0.0;
     require(node->setStartTC(start, _fcmText));
@@ -409,7 +409,7 @@ CoSharedPtr<DmCompositionNode> Items::composition(const Value& object)
 
 CoSharedPtr<DmTrackNode> Items::track(const Value& object, eDmTreeMediaType mediaType, int number)
 {
-    auto node = made(DmTrackNode::create(number, mediaType));
+    auto node = orBadAlloc(DmTrackNode::create(number, mediaType));
     require(node->setTrackChannel(number));
     setName(*node, object);
     return node;
@@ -418,9 +418,9 @@ CoSharedPtr<DmTrackNode> Items::track(const Value& object, eDmTreeMediaType medi
 CoSharedPtr<DmSegmentNode> Items::gap(const Value& item, eDmTreeMediaType mediaType)
 {
     const Range played = range(member(&item, "source_range")).value_or(Range{0, 0});
-    const auto node = made(DmGapNode::create(mediaType, 0, played.length));
+    const auto node = orBadAlloc(DmGapNode::create(mediaType, 0, played.length));
     require(node->setRelIn(played.start));
-    dress(*node, item, 0);
+    addEffectsAndMarks(*node, item, 0);
     return node;
 }
 
@@ -428,14 +428,14 @@ CoSharedPtr<DmContainerNode> Items::container(const Value& item, const CoSharedP
                                               double length, eDmTreeMediaType mediaType)
 {
     const Extent extent = this->extent(item, Range{0, length});
-    auto node = made(DmContainerNode::create(inside, mediaType, 0, extent.length, extent.start - extent.base));
-    dress(*node, item, extent.base);
+    auto node = orBadAlloc(DmContainerNode::create(inside, mediaType, 0, extent.length, extent.start - extent.base));
+    addEffectsAndMarks(*node, item, extent.base);
     return node;
 }
 
 CoSharedPtr<DmTrxEffectNode> Items::transition(const Value& item, eDmTreeMediaType mediaType, double in, double out)
 {
-    auto node = made(DmTrxEffectNode::create(mix(item, mediaType, in + out), 0, in + out, in));
+    auto node = orBadAlloc(DmTrxEffectNode::create(mix(item, mediaType, in + out), 0, in + out, in));
     setName(*node, item);
     return node;
 }
@@ -444,9 +444,9 @@ CoSharedPtr<DmSourceNode> Items::clip(const Value& item, eDmTreeMediaType mediaT
 {
     const Value* const media = mediaOf(item);
     const Extent extent = clipExtent(item, media);
-    auto node = made(DmSourceNode::create(input(item, media, extent, mediaType), 0, extent.length,
-                                          extent.start - extent.base, false, false));
-    dress(*node, item, extent.base);
+    auto node = orBadAlloc(DmSourceNode::create(input(item, media, extent, mediaType), 0, extent.length,
+                                                extent.start - extent.base, false, false));
+    addEffectsAndMarks(*node, item, extent.base);
     return node;
 }
 
@@ -454,7 +454,7 @@ CoSharedPtr<DmEffectSettings> Items::mix(const Value& transition, eDmTreeMediaTy
 {
     const auto ofLength = [length](const auto& effect) -> CoSharedPtr<DmEffectSettings>
     {
-        require(made(effect)->setLength(length));
+        require(orBadAlloc(effect)->setLength(length));
         return effect;
     };
     const Mix mix = mixOf(transition);
@@ -464,7 +464,7 @@ CoSharedPtr<DmEffectSettings> Items::mix(const Value& transition, eDmTreeMediaTy
         return ofLength(DmADissolveSettings::create());
     if (mix != Mix::Wipe)
         return ofLength(DmVDissolveSettings::create());
-    const auto wipe = made(DmWipeSettings::create());
+    const auto wipe = orBadAlloc(DmWipeSettings::create());
     if (const std::optional<int> pattern = wipePattern(transition))
         require(wipe->setSmptePattern(*pattern));
     return ofLength(wipe);
@@ -474,7 +474,7 @@ CoSharedPtr<DmCueMark> Items::mark(const Value& marker, double origin)
 {
     const Value* const marked = member(&marker, "marked_range");
     const Range at = range(marked).value_or(Range{0, 0});
-    auto mark = made(DmCueMark::create(toDmString(textOf(&marker, "name")), at.start - origin));
+    auto mark = orBadAlloc(DmCueMark::create(toDmString(textOf(&marker, "name")), at.start - origin));
     require(mark->setCueMarkDuration(at.length));
     require(mark->setCueMarkComment(toDmString(textOf(&marker, "comment"))));
     std::array<int, 3> colour{};
@@ -496,7 +496,7 @@ CoSharedPtr<DmCueMark> Items::mark(const Value& marker, double origin)
     return mark;
 }
 
-void Items::dress(DmSegmentNode& segment, const Value& item, double origin)
+void Items::addEffectsAndMarks(DmSegmentNode& segment, const Value& item, double origin)
 {
     setName(segment, item);
     if (const Value* const enabled = member(&item, "enabled"); enabled && enabled->IsFalse())
@@ -519,7 +519,7 @@ CoSharedPtr<DmEffectSettings> Items::timewarp(const Value& item, eDmTreeMediaTyp
         return {};
     if (mediaType == DM_MEDIA_VIDEO)
     {
-        const auto warp = made(DmVTimewarpSettings::create());
+        const auto warp = orBadAlloc(DmVTimewarpSettings::create());
         require(warp->setSpeed(*speed));
         return warp;
     }
@@ -527,7 +527,7 @@ CoSharedPtr<DmEffectSettings> Items::timewarp(const Value& item, eDmTreeMediaTyp
     constexpr double fastest = 1e6;
     if (*speed < slowest || *speed > fastest)
         return {};
-    const auto warp = made(DmATimewarpSettings::create());
+    const auto warp = orBadAlloc(DmATimewarpSettings::create());
     require(warp->setRatio(static_cast<float>(1 / *speed)));
     return warp;
 }

@@ -98,7 +98,7 @@ public:
     void add(Report::Level level, const Value* object, std::string what);
     void lose(const Loss& loss);
     /// Says what conversions between rates have cost.
-    void tell();
+    void reportWarnings();
 
     // Any node
 
@@ -133,7 +133,7 @@ public:
     /// Null without one, and for sound that would stand still, run backwards or beyond what can be heard.
     static CoSharedPtr<DmEffectSettings> timewarp(const Value& item, eDmTreeMediaType mediaType);
     /// Name, mute, markers, timewarp and look of any segment.
-    void dress(DmSegmentNode& segment, const Value& item, double origin);
+    void addEffectsAndMarks(DmSegmentNode& segment, const Value& item, double origin);
 
 private:
     std::uint32_t lineOf(const Value* object) const;

@@ -69,10 +69,10 @@ Between usualBetween(const DmTreeNode* before, const DmTreeNode* behind)
 CoSharedPtr<DmTreeNode> makeBetween(Between what, eDmTreeMediaType mediaType, double time)
 {
     if (what == Between::EmptyGap)
-        return made(DmGapNode::create(mediaType, time, 0));
+        return orBadAlloc(DmGapNode::create(mediaType, time, 0));
     if (what == Between::Nothing)
         return {};
-    const auto cut = made(DmCutNode::create());
+    const auto cut = orBadAlloc(DmCutNode::create());
     require(cut->setMediaType(mediaType));
     require(cut->setRecIn(time));
     return cut;
@@ -181,9 +181,9 @@ CoSharedPtr<DmTreeNode> Keep::read(const Value& object, const DmTreeNode& like, 
         return _items.composition(object);
     CoSharedPtr<DmTreeNode> collection;
     if (like.whatIs() == DM_ROOT_NODE)
-        collection = made(DmRoot::create());
+        collection = orBadAlloc(DmRoot::create());
     else
-        collection = made(DmReelNode::create());
+        collection = orBadAlloc(DmReelNode::create());
     Items::setName(*collection, object);
     return collection;
 }
@@ -210,7 +210,7 @@ Value Keep::attached(const DmTreeNode& node)
     return chain;
 }
 
-void Keep::tell(Value& own, const DmTreeNode& node, const DmTreeNode& read, const Value& object)
+void Keep::describeDifference(Value& own, const DmTreeNode& node, const DmTreeNode& read, const Value& object)
 {
     Allocator& allocator = _parts.allocator();
     const auto add = [&](const char* name, Value value)

@@ -55,7 +55,7 @@ public:
     /// place it has. `number`: of a track among its kind.
     CoSharedPtr<DmTreeNode> read(const Value& object, const DmTreeNode& like, double length, int number);
     /// Sets "node" and "attached" of an object's own member, which stays null where there is nothing to say.
-    void tell(Value& own, const DmTreeNode& node, const DmTreeNode& read, const Value& object);
+    void describeDifference(Value& own, const DmTreeNode& node, const DmTreeNode& read, const Value& object);
 
 private:
     Value attached(const DmTreeNode& node);

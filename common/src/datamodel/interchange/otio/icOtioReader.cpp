@@ -191,7 +191,7 @@ DM::FrameCodeModes nearestMode(double rate)
 
 CoSharedPtr<DmRoot> Maker::root(const Value& top)
 {
-    auto root = made(DmRoot::create());
+    auto root = orBadAlloc(DmRoot::create());
     const Value* const members = arrayOf(&top, "children");
     const bool isRoot = isTrue(ownOf(&top), "isRoot");
     if (!top.IsObject())
@@ -226,7 +226,7 @@ CoSharedPtr<DmRoot> Maker::root(const Value& top)
 
 CoSharedPtr<DmReelNode> Maker::reel(const Value& object)
 {
-    auto reel = made(DmReelNode::create());
+    auto reel = orBadAlloc(DmReelNode::create());
     Items::setName(*reel, object);
     if (const Value* const members = arrayOf(&object, "children"))
         for (const Value& each : members->GetArray())
@@ -407,7 +407,7 @@ double Maker::addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaTyp
 CoSharedPtr<DmLayerNode> Maker::layer(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries& entries)
 {
     const Value* const own = ownOf(object);
-    auto layer = made(DmLayerNode::create(0, mediaType, 0, false));
+    auto layer = orBadAlloc(DmLayerNode::create(0, mediaType, 0, false));
     _at = to.start;
     _from = to.start;
     _previous = nullptr;
@@ -550,7 +550,8 @@ CoSharedPtr<DmSegmentNode> Maker::container(const Value& item, eDmTreeMediaType 
 CoSharedPtr<DmCompositionNode> Maker::inside(const Value& item) const
 {
     const std::string_view name = textOf(&item, "name");
-    auto inside = made(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _items.fcmText(), {}));
+    auto inside =
+        orBadAlloc(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _items.fcmText(), {}));
     require(inside->setIsContainerComp(true));
     return inside;
 }
@@ -647,7 +648,7 @@ void Maker::place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType 
     if (length < leastLength && segment.whatIs() != DM_GAP_NODE)
     {
         // Nothing of it is left to play: it travels with a gap of no length.
-        node = made(DmGapNode::create(mediaType, _at, 0));
+        node = orBadAlloc(DmGapNode::create(mediaType, _at, 0));
         require(node->setBaseBlob(entry.segment));
     }
     addBetween(layer, own, "before", node.get(), mediaType);
@@ -670,7 +671,7 @@ CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& repo
     }
     Items items(&report, &text, places);
     CoSharedPtr<DmRoot> root = Maker(items, fcm).root(document);
-    items.tell();
+    items.reportWarnings();
     return report.hasErrors() ? CoSharedPtr<DmRoot>() : root;
 }
 

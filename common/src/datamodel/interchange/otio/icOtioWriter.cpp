@@ -103,7 +103,7 @@ bool isEmptyGap(const DmTreeNode& node)
     const auto* const gap = node.whatIs() == DM_GAP_NODE ? static_cast<const DmGapNode*>(&node) : nullptr;
     if (!gap || gap->getRecLength() != 0 || gap->getBaseBlob())
         return false;
-    const auto fresh = made(DmGapNode::create(gap->getMediaType(), gap->getRecIn(), 0));
+    const auto fresh = orBadAlloc(DmGapNode::create(gap->getMediaType(), gap->getRecIn(), 0));
     bool isEqual = false;
     return dmDeepEqual(*gap, *fresh, isEqual) == DM_NO_ERROR && isEqual;
 }
@@ -363,10 +363,11 @@ void Maker::collection(const DmTreeNode& node, const std::string& path, const Dm
         holdsReel = holdsReel || (node.getChild(i) && node.getChild(i)->whatIs() == DM_REEL_NODE);
     if (node.whatIs() == DM_ROOT_NODE && !holdsReel)
         add(own, "isRoot", Value(true));
-    _keep.tell(own, node, *_keep.read(object, node, 0, 0), object);
+    _keep.describeDifference(own, node, *_keep.read(object, node, 0, 0), object);
     if (root)
         if (Value ofRoot;
-            _keep.tell(ofRoot, *root, *made(DmRoot::create()), Value(json::kObjectType)), !ofRoot.IsNull())
+            _keep.describeDifference(ofRoot, *root, *orBadAlloc(DmRoot::create()), Value(json::kObjectType)),
+            !ofRoot.IsNull())
             add(own, "root", std::move(ofRoot));
     setOwn(object, std::move(own));
     letHaveChildren(object, node);
@@ -445,9 +446,10 @@ void Maker::composition(const DmCompositionNode& node, const std::string& path, 
     const Value unnamed(json::kObjectType);
     if (form.isImplied && node.getNbChildren() == 1 && own.IsNull() && !root)
         return tracks(stage);
-    _keep.tell(own, node, *read, object);
+    _keep.describeDifference(own, node, *read, object);
     if (root)
-        if (Value ofRoot; _keep.tell(ofRoot, *root, *made(DmRoot::create()), unnamed), !ofRoot.IsNull())
+        if (Value ofRoot;
+            _keep.describeDifference(ofRoot, *root, *orBadAlloc(DmRoot::create()), unnamed), !ofRoot.IsNull())
             add(own, "root", std::move(ofRoot));
     if (form.isImplied && node.getNbChildren() == 1)
     {
@@ -508,14 +510,14 @@ void Maker::track(Stage& stage, const DmTrackNode& node, const std::string& path
         if (index > 0)
             add(own, "index", Value(index));
         if (isBase)
-            _keep.tell(own, node, *_keep.read(object, node, 0, number), object);
+            _keep.describeDifference(own, node, *_keep.read(object, node, 0, number), object);
         if (layerNode)
         {
-            const auto read = made(DmLayerNode::create(0, mediaType, 0, false));
+            const auto read = orBadAlloc(DmLayerNode::create(0, mediaType, 0, false));
             require(read->setLayerStartTC(stage.origin));
             require(read->setLayerLength(layout.end - stage.origin));
             Value ofLayer;
-            _keep.tell(ofLayer, *layerNode, *read, Value(json::kObjectType));
+            _keep.describeDifference(ofLayer, *layerNode, *read, Value(json::kObjectType));
             if (!ofLayer.IsNull())
                 add(own, "layer", std::move(ofLayer));
             const DmTreeNode* const last = layout.items.empty() ? nullptr : layout.items.back().node;
@@ -631,7 +633,7 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
         _keep.formOf(*item.mix, difference);
         Value object = _parts.transition(*item.mix);
         applyDifference(object, difference, allocator());
-        _keep.tell(own, *item.mix, *_keep.read(object, *item.mix, 0, 0), object);
+        _keep.describeDifference(own, *item.mix, *_keep.read(object, *item.mix, 0, 0), object);
         setOwn(object, std::move(own));
         return write(object);
     }
@@ -656,7 +658,7 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     require(read.setRecLength(read.getRecLength() - trim.in - trim.out));
     require(read.setSegmentId(toDmString(stage.ids.make(read))));
     stage.ids.take(dmUtf8(segment.getSegmentId()));
-    _keep.tell(own, segment, read, object);
+    _keep.describeDifference(own, segment, read, object);
     if (container)
         return this->container(*container, std::move(object), std::move(own), form,
                                path + "/children[" + std::to_string(item.index) + "]/composition");
@@ -685,7 +687,7 @@ void Maker::container(const DmContainerNode& node, Value object, Value own, cons
     // As the reader makes it of the object.
     const std::string_view name = textOf(&object, "name");
     const auto read =
-        made(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _items.fcmText(), {}));
+        orBadAlloc(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _items.fcmText(), {}));
     require(read->setIsContainerComp(true));
     require(read->setCompLength(insideLength(*nested, stage.origin, mode)));
     const bool isOfTrack = !form.schema.empty();
@@ -694,7 +696,7 @@ void Maker::container(const DmContainerNode& node, Value object, Value own, cons
             track && track->getMediaType() == DM_MEDIA_VIDEO)
             require(read->setPrimaryVideoTrackIndex(i));
     Value ofInside;
-    _keep.tell(ofInside, *nested, *read, Value(json::kObjectType));
+    _keep.describeDifference(ofInside, *nested, *read, Value(json::kObjectType));
     if (!ofInside.IsNull())
         add(own, "inside", std::move(ofInside));
     setOwn(object, std::move(own));

@@ -123,8 +123,8 @@ Nodes insideOf(const DmContainerNode& container, double before, double behind)
         if (until - end <= tolerance)
             return;
         if (!nodes.empty() && nodes.back()->isSegment())
-            nodes.push_back(made(DmCutNode::create(mediaType, end)));
-        nodes.push_back(made(DmGapNode::create(mediaType, end, until - end)));
+            nodes.push_back(orBadAlloc(DmCutNode::create(mediaType, end)));
+        nodes.push_back(orBadAlloc(DmGapNode::create(mediaType, end, until - end)));
         end = until;
     };
     for (int i = 0; i < timeline.elementCount(*place); ++i)
@@ -134,7 +134,7 @@ Nodes insideOf(const DmContainerNode& container, double before, double behind)
         const double recOut = timeline.recOut(at);
         if (recIn < in - tolerance || recOut > out + tolerance)
             continue;
-        const CoSharedPtr<DmTreeNode> node = DmTreeTool::deepClone(made(timeline.element(at)));
+        const CoSharedPtr<DmTreeNode> node = DmTreeTool::deepClone(orBadAlloc(timeline.element(at)));
         // The seams at the ends are the container's own.
         if (node->isTransition() && (nodes.empty() || recOut >= out - tolerance))
             continue;
@@ -142,7 +142,7 @@ Nodes insideOf(const DmContainerNode& container, double before, double behind)
         {
             fill(recIn + by);
             if (!nodes.empty())
-                nodes.push_back(made(DmCutNode::create(mediaType, end)));
+                nodes.push_back(orBadAlloc(DmCutNode::create(mediaType, end)));
         }
         move(*node, by);
         nodes.push_back(node);
@@ -165,7 +165,7 @@ void Flattener::takeMarks(DmCompositionNode& outer, const DmContainerNode& conta
                 const double time = mark->getCueMarkTime() - from + container.getRecIn();
                 if (mark->getCueMarkTime() == dmNoTime || time < container.getRecIn() || time >= container.getRecOut())
                     continue;
-                const CoSharedPtr<DmPropertySet> copy = made(mark->clone());
+                const CoSharedPtr<DmPropertySet> copy = orBadAlloc(mark->clone());
                 require(static_cast<DmCueMark&>(*copy).setCueMarkTime(time));
                 require(outer.addCueMark(CoSharedPtr<DmCueMark>(static_cast<DmCueMark*>(copy.get()))));
             }

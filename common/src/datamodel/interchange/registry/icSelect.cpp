@@ -47,7 +47,7 @@ std::string nameOf(const DmTrackNode& track)
 CoSharedPtr<DmCompositionNode> withTracks(const DmCompositionNode& composition, const std::vector<std::string>& tracks,
                                           Report& report)
 {
-    const CoSharedPtr<DmPropertySet> copy = made(composition.clone());
+    const CoSharedPtr<DmPropertySet> copy = orBadAlloc(composition.clone());
     CoSharedPtr<DmCompositionNode> chosen(static_cast<DmCompositionNode*>(copy.get()));
     std::vector<std::string> missing = tracks;
     int primary = -1;
@@ -76,7 +76,7 @@ CoSharedPtr<DmCompositionNode> withTracks(const DmCompositionNode& composition, 
 
 CoSharedPtr<DmRoot> select(const DmRoot& root, const Options& options, Report& report)
 {
-    auto chosen = made(DmRoot::create());
+    auto chosen = orBadAlloc(DmRoot::create());
     std::string others;
     CoSharedPtr<DmCompositionNode> composition;
     if (!options.composition.empty())

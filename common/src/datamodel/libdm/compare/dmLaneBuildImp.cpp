@@ -111,7 +111,7 @@ LaneMerge::Joint LaneMerge::chooseJoint(const Piece* left, const Piece* right)
     if (same(base, ours))
         return theirs;
     DmMergeConflict& found =
-        _sides.tell(_conflicts, 0, right ? right->ours : left->ours, "both changed the transition");
+        _sides.addConflict(_conflicts, 0, right ? right->ours : left->ours, "both changed the transition");
     const auto shown = [](const Joint& joint) {
         return joint.node ? std::to_string(std::llround(joint.node->getRecLength())) + " frames" : std::string("a cut");
     };
@@ -188,7 +188,7 @@ CoSharedPtr<DmSegmentNode> LaneMerge::contents(const Piece& piece)
         text = textOf(merged);
         for (const DmMergeConflict& each : found)
         {
-            DmMergeConflict& told = _sides.tell(_conflicts, 0, piece.ours, "");
+            DmMergeConflict& told = _sides.addConflict(_conflicts, 0, piece.ours, "");
             told.what = each.what;
             told.path += each.path.substr(std::string_view("/DmLayerNode").size());
             told.ours = each.ours;

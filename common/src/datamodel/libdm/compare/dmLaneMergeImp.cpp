@@ -170,8 +170,8 @@ void LaneMerge::tellRefused(const Lane& lane)
         // Both seams of a shot are one conflict.
         if (base >= lane.first && !told.contains(base - 1) && told.insert(base).second)
         {
-            DmMergeConflict& found = _sides.tell(_conflicts, favoured, _sides.side(favoured).edit(base).at,
-                                                 "the edits of both do not fit together here");
+            DmMergeConflict& found = _sides.addConflict(_conflicts, favoured, _sides.side(favoured).edit(base).at,
+                                                        "the edits of both do not fit together here");
             found.ours = favoured == 0 ? "as it stands" : "left out";
             found.theirs = favoured == 0 ? "left out" : "as it stands";
         }

@@ -39,7 +39,8 @@ std::string MergeSides::pointerOf(const Shot& shot) const
            std::to_string(lane.layerAt) + "/DmLayerNode/children/" + std::to_string(shot.element);
 }
 
-DmMergeConflict& MergeSides::tell(std::vector<DmMergeConflict>& conflicts, int number, int shot, const char* what) const
+DmMergeConflict& MergeSides::addConflict(std::vector<DmMergeConflict>& conflicts, int number, int shot,
+                                         const char* what) const
 {
     const Cut& cut = side(number).cut();
     const Shot& at = cut.shots()[std::size_t(shot)];
@@ -120,7 +121,7 @@ bool LanePlan::decideRemoved(int base, double (&dropped)[2])
         return true;
     if (_sides.side(keeper).isUntouched(base))
         return false;
-    DmMergeConflict& found = _sides.tell(_conflicts, keeper, kept.at, "one side removed what the other changed");
+    DmMergeConflict& found = _sides.addConflict(_conflicts, keeper, kept.at, "one side removed what the other changed");
     found.ours = keeper == 0 ? "changed" : "removed";
     found.theirs = keeper == 0 ? "removed" : "changed";
     if (keeper == favoured)
@@ -139,7 +140,7 @@ void LanePlan::noteBothMoved(int base)
     };
     if (standsBehind(0) == standsBehind(1))
         return;
-    DmMergeConflict& found = _sides.tell(_conflicts, 0, edit(0, base).at, "both moved it");
+    DmMergeConflict& found = _sides.addConflict(_conflicts, 0, edit(0, base).at, "both moved it");
     found.ours = found.label;
     found.theirs = _sides.theirs.cut().label(_sides.theirs.shot(edit(1, base).at).in);
 }
@@ -187,7 +188,8 @@ void LanePlan::placeKept(int i, const double (&events)[2])
     {
         head = heads[favoured];
         lastTail = tails[favoured];
-        DmMergeConflict& found = _sides.tell(_conflicts, favoured, edit(favoured, i).at, "both trimmed this cut");
+        DmMergeConflict& found =
+            _sides.addConflict(_conflicts, favoured, edit(favoured, i).at, "both trimmed this cut");
         const auto cutOf = [&](int s)
         {
             const Side& side = _sides.side(s);
@@ -231,7 +233,7 @@ void LanePlan::placeKept(int i, const double (&events)[2])
     }
     if (slipClashes)
     {
-        DmMergeConflict& found = _sides.tell(_conflicts, favoured, edit(favoured, i).at, "both slipped it");
+        DmMergeConflict& found = _sides.addConflict(_conflicts, favoured, edit(favoured, i).at, "both slipped it");
         found.ours = std::to_string(std::llround(edit(0, i).slip)) + " frames";
         found.theirs = std::to_string(std::llround(edit(1, i).slip)) + " frames";
     }
@@ -302,7 +304,7 @@ void LanePlan::placeAdded(int seam)
     else if (!all[0].empty() && !all[1].empty() && std::ranges::any_of(all[0], meets))
     {
         const int j = favoured == 0 ? all[0].front().ours : all[1].front().theirs;
-        DmMergeConflict& found = _sides.tell(_conflicts, favoured, j, "both put other material at one place");
+        DmMergeConflict& found = _sides.addConflict(_conflicts, favoured, j, "both put other material at one place");
         found.ours = clipName(*all[0].front().like->node);
         found.theirs = clipName(*all[1].front().like->node);
         // What it pushed along stays where it is.
@@ -333,7 +335,7 @@ void LanePlan::closeTail(int seam)
         const SideEdit& o = edit(0, _last);
         const SideEdit& t = edit(1, _last);
         DmMergeConflict& found =
-            _sides.tell(_conflicts, _sides.favoured, edit(_sides.favoured, _last).at, "both trimmed this cut");
+            _sides.addConflict(_conflicts, _sides.favoured, edit(_sides.favoured, _last).at, "both trimmed this cut");
         found.ours = _sides.ours.cut().label(_sides.ours.out(o.end));
         found.theirs = _sides.theirs.cut().label(_sides.theirs.out(t.end));
     }
@@ -384,7 +386,7 @@ std::vector<LanePlan::Slice> LanePlan::slicesOfBoth(const Piece& piece)
     if (!isPlain(other))
     {
         DmMergeConflict& found =
-            _sides.tell(_conflicts, _sides.favoured, favoured.front().shots[_sides.favoured], "both split it");
+            _sides.addConflict(_conflicts, _sides.favoured, favoured.front().shots[_sides.favoured], "both split it");
         found.ours = "in " + std::to_string(ours.size()) + " parts";
         found.theirs = "in " + std::to_string(theirs.size()) + " parts";
         return favoured;

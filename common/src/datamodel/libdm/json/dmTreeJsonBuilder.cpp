@@ -1,6 +1,6 @@
 #include "dmTreeJsonBuilder.h"
 
-#include "dmJsonWalkImp.h"
+#include "dmJsonWriterImp.h"
 #include "dmSaveFileImp.h"
 #include "dmUtf8.h"
 

@@ -27,7 +27,7 @@ eDmErrorId make(DmPropertyCreator creator, bool attributes, DmPropertySet*& out,
     }
     if (!isWhole)
     {
-        const DmPropertySetPtr released(std::exchange(made, nullptr));
+        const DmPropertySetPtr lastReference(std::exchange(made, nullptr));
         status = DM_BAD_VALUE;
     }
     out = made;

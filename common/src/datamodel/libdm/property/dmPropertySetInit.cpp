@@ -77,7 +77,7 @@ eDmErrorId DmClassRecord::create(Constructor constructor, const DmNodeId& id, Dm
         if (object)
             object->forgetClass();
     }
-    const DmPropertySetPtr released(object);
+    const DmPropertySetPtr lastReference(object);
     out = nullptr;
     return DM_BAD_VALUE;
 }

@@ -40,7 +40,7 @@ struct MergeSides
     int favoured; ///< 0: ours, 1: theirs
 
     const Side& side(int number) const { return number == 0 ? ours : theirs; }
-    DmMergeConflict& tell(std::vector<DmMergeConflict>& conflicts, int number, int shot, const char* what) const;
+    DmMergeConflict& addConflict(std::vector<DmMergeConflict>& conflicts, int number, int shot, const char* what) const;
     std::string pointerOf(const Shot& shotOfOurs) const;
 };
 

@@ -82,7 +82,7 @@ public:
         _output.wrote(write(_output.room(most)));
     }
     /// A name, or a string that holds nothing but ASCII that stands for itself.
-    void plain(std::string_view text)
+    void asciiString(std::string_view text)
     {
         char* to = _output.room(text.size() + 2);
         *to++ = '"';

@@ -1,7 +1,7 @@
 /// Writes a property set and all that it holds as a document, straight from the definitions of its class: no document
 /// is held in memory.
 ///
-/// A Double on its way into the file runs through dmTreeJsonBuilder.cpp, dmJsonWalk.cpp (the property, by its type:
+/// A Double on its way into the file runs through dmTreeJsonBuilder.cpp, dmJsonWriter.cpp (the property, by its type:
 /// dmPropertyType.h; its field: dmPropertySet.cpp), dmJsonFormat.cpp (its digits), dmJsonTextImp.h, dmJsonOutputImp.h,
 /// CoFile.cpp (the bytes).
 #pragma once

@@ -1,4 +1,4 @@
-#include "dmJsonWalkImp.h"
+#include "dmJsonWriterImp.h"
 
 #include "dmJsonFormatImp.h"
 #include "dmJsonTextImp.h"
@@ -392,7 +392,7 @@ private:
             }
             else
                 result = std::to_chars(buffer, buffer + numberSize, one);
-            _text.plain({buffer, static_cast<std::size_t>(result.ptr - buffer)});
+            _text.asciiString({buffer, static_cast<std::size_t>(result.ptr - buffer)});
         }
     }
 
@@ -439,13 +439,13 @@ private:
         int minor = 0;
         DmVersion::getCurrent().get(major, minor);
         _text.next();
-        _text.plain(versionKeys().version);
+        _text.asciiString(versionKeys().version);
         _text.colon();
         begin('{');
         for (const auto& [key, number] : {std::pair(&versionKeys().major, major), {&versionKeys().minor, minor}})
         {
             _text.next();
-            _text.plain(*key);
+            _text.asciiString(*key);
             _text.colon();
             _text.raw(std::to_string(number));
         }
