@@ -1,113 +1,13 @@
-/// Every class of node and record with its properties: names and types are what documents are made of.
+/// Every class with its properties, attributes and channels: names and types are what documents are made of.
 #include <ZRdmtree.h>
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
+
 namespace
 {
-
-/// A class with its properties in order, each by its type (of class <slot>; ? when it is left out of documents where
-/// it has its default), name and what a fresh object holds: the text of a value, the code of a character; "shared" (the
-/// frozen default) or "own" for a nested set; nothing for the text, number, list or set that is empty.
-struct Class
-{
-    const char* name;
-    std::string properties;
-};
-
-std::string node(int kind)
-{
-    return "Enum classId" + (kind == 0 ? "" : " = " + std::to_string(kind)) +
-           ", String name = untitled, String comment, Property-Set baseBlob";
-}
-
-std::string collection(int kind)
-{
-    return node(kind) + ", Vector-Property-Set<DmTreeNode> children";
-}
-
-std::string segment(int kind)
-{
-    return node(kind) +
-           ", Double? recIn, Double? recLength, Double? relIn, "
-           "Vector-Property-Set<DmEffectSettings> effects, Vector-Property-Set<DmCueMark> segmentMarks, "
-           "Enum mediaType, String originalID, String segmentId, Vector-String segmentPreviousIds, String shotName, "
-           "Bool? muted";
-}
-
-std::string transition(int kind)
-{
-    return node(kind) + ", Double? recIn, Double? recLength, Double? relIn, Enum mediaType";
-}
-
-const std::string input =
-    "String? name, Enum mediaType, Double srcLength, String? srcFcm = ???, "
-    "Property-Set<DmFrameResolution> primaryResolution, Vector-Property-Set<DmFrameNode> primaryFrames, "
-    "Property-Set<DmFrameResolution>? altResolution = shared, Vector-Property-Set<DmFrameNode> altFrames, "
-    "Property-Set<DmAudioProperties>? audioProperties = shared, Vector-Property-Set<DmFrameNode> audioFrames, "
-    "Bool processed, String? comment, Enum? anamorphicFlag, Bool? hasMedia";
-
-const Class classes[] = {
-    {"DmRoot", collection(10) + ", Property-Set<DmIdentification> identification = own"},
-    {"DmReelNode", collection(9)},
-    {"DmCompositionNode",
-     collection(0) +
-         ", String? fcm = ???, Double? compLength, "
-         "Property-Set<DmFrameResolution>? resolution = shared, "
-         "Property-Set<DmFrameResolution>? altResolution = shared, Double? samplingRate, String startTCStr, "
-         "Double startTC, String? startTcFcm = ???, Vector-Property-Set<DmCueMark> cueMarks, "
-         "Double? inMark = 2147483647, Double? outMark = 2147483647, Enum origin, Double? embInMark = 2147483647, "
-         "Double? embOutMark = 2147483647, Bool? isContainerComp, Bool? isMatteContainerComp, "
-         "Bool? isSubClipContainerComp, String currentVersionUid, String currentVersionName, String? colourSpace, "
-         "Int? primaryVideoTrackIndex = -1, Int? secondaryVideoTrackIndex = -1"},
-    {"DmTrackNode", collection(1) + ", Int trackNum, Int trackChannel, Enum mediaType, Bool hasStereoFx"},
-    {"DmLayerNode", collection(2) + ", Int layerNum, Enum mediaType, Double layerStartTC, Double layerLength, "
-                                    "Int layerStereoOutputChannel, Bool isResultLayer"},
-    {"DmSourceNode", segment(3) + ", Property-Set<Input> srcInput, Vector-Property-Set<Input>? srcMultiInput, "
-                                  "Bool? isMultiChannel, Double? fxChecksum = 2147483647"},
-    {"DmContainerNode", segment(4) + ", Property-Set<DmCompositionNode> composition"},
-    {"DmGapNode", segment(5)},
-    {"DmCutNode", transition(6)},
-    {"DmTrxEffectNode", transition(7) + ", Property-Set<DmEffectSettings> effect"},
-    {"DmBlobNode", node(8) + ", String? blobType, CDATA data"},
-    {"DmBatchFxNode", segment(11) + ", String? setupFileName, CDATA setup"},
-    {"DmIdentification",
-     "String name, String ipAddress, String host, String osName, String manuf, "
-     "String appName, String appVersion, String date, String time, String user, String filePathsRoot, "
-     "String companyName, Int? appMajorVersion, Int? appMinorVersion, Int? appTertiaryVersion, "
-     "Int? appPatchVersion, String? appVersionType"},
-    {"DmFrameResolution",
-     "Int width, Int height, Float ratio, String scanFormat, Int bitsPerPixel, "
-     "Int bitsPerChannel, Int numChannels, Int bufSize, Bool byteOrder, Bool isFloat, String? colourSpace, "
-     "Double? centerX, Double? centerY, Double? sizeX, Double? sizeY"},
-    {"DmCueMark", "String? cueMarkName, String? cueMarkComment, Double? cueMarkTime = 2147483647, "
-                  "Int? cueMarkColorRed, Int? cueMarkColorGreen, Int? cueMarkColorBlue, Double? cueMarkDuration"},
-    {"DmAudioProperties", "Double samplingRate, String? storageFormat = unknown, UInt nbSamples, "
-                          "UInt startSample, Int nbChannels, Int channelIdx"},
-    {"DmFrameNode", "Int frame, String? path, UInt64? frameId"},
-    {"MediaInput", input +
-                       ", String? srcInStr, Double srcIn, String? srcInFcm = ???, Double? srcInOffset, "
-                       "Property-Set<DmSourceInfo> srcInfo, Vector-Property-Set<DictionaryEntry>? extraDataDictionary"},
-    {"GeneratedInput",
-     input + ", String inputType = INPUT_BLACK, Float inputColorRed, Float inputColorGreen, "
-             "Float inputColorBlue, Float inputColorAlpha, Float inputPercentageRatio, Int inputSoftness, "
-             "Double inputAudioFrequency, Double inputAudioLevel"},
-    {"DerivedInput", input + ", String srcInStr, Double srcIn, Property-Set<DmSourceInfo> srcInfo, String reelName"},
-    {"RelinkedInput", input + ", String reelName, String sourceName"},
-    {"DictionaryEntry", "String? key, String? value"},
-    {"DmSourceInfo",
-     "Enum sourceType, String? name, String? reelName, Int track, String? mediaOrigin, "
-     "Enum? fileType, String? path, Vector-String fileList, Int? fileSeqBegin, Int? fileSeqEnd, "
-     "String? essenceUID, String? sourceUID, String? originalSourceUID, Bool? imageUseResize, "
-     "String? imageResizeType = RESIZE_INVALID_TYPE, String? imageFilterType = IP_FILTER_INVALID, "
-     "Bool? imageKeepAspect, Int? imagePanX, Int? imagePanY, String? imageLut, Enum imageChannels, "
-     "Bool? softImport, Bool? PDCaptureMode, String PDFrameType, Double? PDRefFrame, Double? PDDFRefFrame, "
-     "Bool? PDDropFrame, Bool? PDTimewarpSource, Bool? VaricamCaptureMode, Double? VaricamTimecode, "
-     "String? VaricamFcm = ???, Property-Set<DmKKInfo>? kkInfo = shared, Vector-String sequence, "
-     "Double? ConsolidateOffset, CDATA aafOptions, CDATA MIOInfo"},
-    {"DmKKInfo", "Char manuf, Char filmID, Int prefix, Int count, Int frame, Int footRef, String filmGauge, "
-                 "String telecineSpeed, Bool isValid"},
-};
 
 /// A new object of a class; null when the factory does not know it.
 DmPropertySetPtr fresh(const DmString& className)
@@ -129,7 +29,7 @@ std::string valueText(const DmPropertySet& set, int index)
 {
     const DmPropertyDef& def = *set.classData().at(index);
     int size = 0;
-    if (set.getListSize(index, def._type, size) == DM_NO_ERROR)
+    if (set.getListSize(index, def._type, size) == DM_NO_ERROR || set.getMapSize(index, def._type, size) == DM_NO_ERROR)
         return std::to_string(size);
     if (def._type == DM_PROPERTY_SET)
     {
@@ -143,42 +43,100 @@ std::string valueText(const DmPropertySet& set, int index)
     return dmUtf8(text);
 }
 
-std::string described(const DmPropertySet& set)
+/// One property: its type (of class <slot>; ? when it is left out of documents where it has its default), name and what
+/// a fresh object holds: the text of a value, the code of a character; "shared" (the frozen default) or "own" for a
+/// nested set; nothing for the text, number, list or set that is empty.
+std::string described(const DmPropertySet& set, int index)
+{
+    const DmPropertyDef& def = *set.classData().at(index);
+    std::string text = dmUtf8(DmPSetHelper::getInstance().getStrFromType(def._type));
+    text += def._held ? '<' + dmUtf8(def._held->name) + '>' : "";
+    text += (def._skipIfDefault ? "? " : " ") + def._utf8Name;
+    const std::string value = valueText(set, index);
+    return text + (value.empty() || value == "0" || value == "false" ? "" : " = " + value);
+}
+
+std::string described(const DmNameTable& table)
+{
+    std::string names;
+    for (int id = 0; id < table.size(); ++id)
+        names += ' ' + dmUtf8(table[id]);
+    return names;
+}
+
+/// What an effect is beside its properties.
+std::string describedEffect(const DmEffectSettings& effect)
+{
+    std::string text = "    \"" + dmUtf8(effect.getName()) + "\" on";
+    text += effect.isSegmentCompatible() ? " segments" : "";
+    text += effect.isTrxCompatible() ? " transitions" : "";
+    text += std::string(" of ") + dmMediaTypeText(effect.getMediaType()) + '\n';
+    DmStringArray keys;
+    const auto whole = dmCreateEffect(effect.getPSetName().c_str());
+    EXPECT_EQ(whole->getKeysFromPropertyMap(DmEffectSettings::AttributList, DM_MAP_PROPERTY_SET, keys), DM_NO_ERROR);
+    for (const DmString& key : keys)
+        text += "    made with " + dmUtf8(key) + " \"" + dmUtf8(whole->getAttributText(key)) + "\"\n";
+    if (effect.getAttributTable().size() > 0)
+        text += "    attributes:" + described(effect.getAttributTable()) + '\n';
+    if (effect.getChannelTable().size() > 0)
+        text += "    channels:" + described(effect.getChannelTable()) + '\n';
+    return text;
+}
+
+/// The properties of a class from `first` to before `end`, a line each.
+std::string described(const DmPropertySet& set, int first, int end)
 {
     std::string text;
-    for (int i = 0; i < set.classData().size(); ++i)
+    for (int i = first; i < end; ++i)
     {
-        const DmPropertyDef& def = *set.classData().at(i);
-        EXPECT_EQ(set.isPropertyRelevant(i), !def._skipIfDefault) << dmUtf8(def._name);
-        text += (i > 0 ? ", " : "") + dmUtf8(DmPSetHelper::getInstance().getStrFromType(def._type));
-        text += def._held ? '<' + dmUtf8(def._held->name) + '>' : "";
-        text += (def._skipIfDefault ? "? " : " ") + dmUtf8(def._name);
-        const std::string value = valueText(set, i);
-        text += value.empty() || value == "0" || value == "false" ? "" : " = " + value;
+        text += "    " + std::to_string(i) + ' ' + described(set, i) + '\n';
+        EXPECT_EQ(set.isPropertyRelevant(i), !set.classData().at(i)->_skipIfDefault) << text;
     }
     return text;
 }
 
+/// All that are not effects.
+std::vector<DmString> nodeClasses()
+{
+    std::vector<DmString> names;
+    for (const DmString& name : DmPropertyFactory::getInstance().classNames())
+        if (!DM::dynamicPointerCast<DmEffectSettings>(fresh(name)))
+            names.push_back(name);
+    return names;
+}
+
 } // namespace
 
-TEST(TreeClasses, HaveTheirPropertiesInOrder)
+/// Against what is written down. What is found is left beside the program: where a change is meant, it takes its place.
+TEST(Classes, AreWhatIsWrittenDown)
 {
-    for (const Class& c : classes)
+    constexpr int own = DmEffectSettings::EffectPropertyCount;
+    std::string found = "every effect\n" + described(*fresh(L"DmPPFxSettings"), 0, own);
+    const std::string ofEffects = found.substr(found.find('\n') + 1);
+    for (const DmString& name : DmPropertyFactory::getInstance().classNames())
     {
-        const DmPropertySetPtr set = fresh(wide(c.name));
+        const DmPropertySetPtr set = fresh(name);
         ASSERT_TRUE(set);
-        EXPECT_EQ(dmUtf8(set->getPSetName()), c.name);
-        EXPECT_EQ(described(*set), c.properties) << c.name;
+        EXPECT_EQ(set->getPSetName(), name);
+        const auto effect = DM::dynamicPointerCast<DmEffectSettings>(set);
+        found += dmUtf8(name) + '\n' + (effect ? describedEffect(*effect) : "");
+        found += described(*set, effect ? own : 0, set->classData().size());
+        EXPECT_EQ(effect ? described(*set, 0, own) : ofEffects, ofEffects) << dmUtf8(name);
     }
+    std::ofstream("classes.txt") << found;
+    std::ifstream file(ZR_TEST_CLASSES);
+    std::ostringstream written;
+    written << file.rdbuf();
+    EXPECT_EQ(found, written.str()) << "The classes as they are stand in classes.txt, here where the test ran.";
 }
 
 TEST(TreeClasses, RefuseObjectsOfAnotherClassInTheirSlots)
 {
     const DmPropertySetPtr key = fresh(L"DmKeyFrame");
     const DmPropertySetPtr blob = fresh(L"DmBlobNode");
-    for (const Class& c : classes)
+    for (const DmString& name : nodeClasses())
     {
-        const DmPropertySetPtr set = fresh(wide(c.name));
+        const DmPropertySetPtr set = fresh(name);
         for (int i = 0; i < set->classData().size(); ++i)
         {
             const DmPropertyDef& def = *set->classData().at(i);
@@ -190,26 +148,25 @@ TEST(TreeClasses, RefuseObjectsOfAnotherClassInTheirSlots)
                               : set->setPropertyValue(i, def._type, &value);
             };
             const DmString slot = def._held ? def._held->name : L"";
-            EXPECT_EQ(store(key), slot.empty() ? DM_NO_ERROR : DM_BAD_PROPERTY_TYPE) << c.name << ' ' << def._utf8Name;
+            EXPECT_EQ(store(key), slot.empty() || slot == L"DmKeyFrame" ? DM_NO_ERROR : DM_BAD_PROPERTY_TYPE)
+                << dmUtf8(name) << ' ' << def._utf8Name;
             // Three classes hold some nodes only.
-            const bool holdsSome = std::string_view(c.name) == "DmCompositionNode" ||
-                                   std::string_view(c.name) == "DmTrackNode" ||
-                                   std::string_view(c.name) == "DmLayerNode";
+            const bool holdsSome = name == L"DmCompositionNode" || name == L"DmTrackNode" || name == L"DmLayerNode";
             EXPECT_EQ(store(blob),
                       slot.empty() || (slot == L"DmTreeNode" && !holdsSome) ? DM_NO_ERROR : DM_BAD_PROPERTY_TYPE)
-                << c.name << ' ' << def._utf8Name;
+                << dmUtf8(name) << ' ' << def._utf8Name;
         }
     }
 }
 
 TEST(TreeClasses, KeepTheirKindWhateverADocumentSays)
 {
-    for (const Class& c : classes)
+    for (const DmString& name : nodeClasses())
     {
-        const auto treeNode = DM::dynamicPointerCast<DmTreeNode>(fresh(wide(c.name)));
+        const auto treeNode = DM::dynamicPointerCast<DmTreeNode>(fresh(name));
         if (!treeNode)
             continue;
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(dmUtf8(name));
         const int kind = treeNode->whatIs();
         EXPECT_EQ(std::to_string(kind), valueText(*treeNode, 0));
         const std::int32_t other = kind ^ 1;

@@ -57,6 +57,8 @@ public:
     CoSharedPtr<DmKeyFrame> getKeyFrame(int index) const { return CoSharedPtr<DmKeyFrame>(_curve.keyFrames.at(index)); }
     /// Appends. Null is DM_BAD_VALUE.
     eDmErrorId addKeyFrame(const CoSharedPtr<DmKeyFrame>& keyFrame) { return addTo(KeyFrameList, keyFrame); }
+    /// DM_BAD_INDEX when there is no such key.
+    eDmErrorId removeKeyFrame(int index) { return removeFrom(KeyFrameList, index); }
     /// The constant value, unless a key stands at exactly that frame: then the first such key's value. No
     /// interpolation.
     float storedValueAt(float frame) const;

@@ -53,12 +53,16 @@ public:
     bool isSegmentCompatible() const override;
     bool isTrxCompatible() const override;
     eDmTreeMediaType getMediaType() const override;
+    const DmNameTable& getAttributTable() const override;
+    const DmNameTable& getChannelTable() const override;
 
     // By an id of the class's tables. (`Effect` is the class itself, whose tables are not known before its end.) An id
     // outside the table is null, an empty name, or DM_BAD_INDEX.
 
     using Base::getAttribut;
     using Base::getAttributName;
+    using Base::removeAttribut;
+    using Base::removeChannel;
     using Base::setAttribut;
 
     template <class Effect = T>
@@ -75,6 +79,11 @@ public:
     eDmErrorId setAttribut(typename Effect::AttributId id, const CoSharedPtr<DmSimpleChannel>& attribut)
     {
         return this->setAttributAt(Effect::attributNames[id], attribut);
+    }
+    template <class Effect = T>
+    eDmErrorId removeAttribut(typename Effect::AttributId id)
+    {
+        return this->removeAttribut(Effect::attributNames[id]);
     }
 
     /// Made if there is none.
@@ -97,6 +106,11 @@ public:
     eDmErrorId setChannel(typename Effect::ChannelId id, const CoSharedPtr<DmAnimationChannel>& channel)
     {
         return this->setChannelAt(Effect::channelNames[id], channel);
+    }
+    template <class Effect = T>
+    eDmErrorId removeChannel(typename Effect::ChannelId id)
+    {
+        return this->removeChannel(Effect::channelNames[id]);
     }
 
 protected:

@@ -40,3 +40,15 @@ eDmTreeMediaType DmEffect<T, Base>::getMediaType() const
 {
     return T::use.media;
 }
+
+template <class T, class Base>
+const DmNameTable& DmEffect<T, Base>::getAttributTable() const
+{
+    return T::attributNames;
+}
+
+template <class T, class Base>
+const DmNameTable& DmEffect<T, Base>::getChannelTable() const
+{
+    return T::channelNames;
+}

@@ -87,6 +87,11 @@ eDmErrorId DmEffectSettings::setAttributByName(const DmString& name, const CoSha
     return putSilently(AttributList, name, attribut);
 }
 
+eDmErrorId DmEffectSettings::removeAttribut(const DmString& name)
+{
+    return removeValueFromPropertyMap(AttributList, DM_MAP_PROPERTY_SET, name);
+}
+
 DmString DmEffectSettings::getAttributText(const DmString& name) const
 {
     const CoSharedPtr<DmSimpleChannel> attribut = getAttributByName(name);
@@ -155,6 +160,11 @@ eDmErrorId DmEffectSettings::setChannelByName(const DmString& name, const CoShar
 {
     ZR_ASSERT_PLAIN(!name.empty());
     return putSilently(ChannelList, name, channel);
+}
+
+eDmErrorId DmEffectSettings::removeChannel(const DmString& name)
+{
+    return removeValueFromPropertyMap(ChannelList, DM_MAP_PROPERTY_SET, name);
 }
 
 void DmEffectSettings::getChannelNames(DmStringArray& names) const

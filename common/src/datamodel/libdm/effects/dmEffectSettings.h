@@ -61,6 +61,9 @@ public:
     virtual bool isSegmentCompatible() const = 0;
     virtual bool isTrxCompatible() const = 0;
     virtual eDmTreeMediaType getMediaType() const = 0;
+    /// The names that its class knows, in the order of their ids. What this effect has are the keys of its maps.
+    virtual const DmNameTable& getAttributTable() const { return attributNames; }
+    virtual const DmNameTable& getChannelTable() const { return channelNames; }
 
     /// Whether an attribute or a channel may have a name: DM_EMPTY_ID, where the operations below stop the process, or
     /// DM_BAD_VALUE for one with a zero in it.
@@ -74,6 +77,8 @@ public:
     CoSharedPtr<DmSimpleChannel> getAttributByName(const DmString& name) const;
     /// Inserts or replaces under `name`, whatever the attribute's own name is; tells no listener.
     eDmErrorId setAttributByName(const DmString& name, const CoSharedPtr<DmSimpleChannel>& attribut);
+    /// DM_BAD_INDEX when there is none, as under the empty name.
+    eDmErrorId removeAttribut(const DmString& name);
 
     CoSharedPtr<DmSimpleChannel> getAttribut(BlobAttributId id) const { return attributAt(Imp::attributNames[id]); }
     eDmErrorId setAttribut(BlobAttributId id, const CoSharedPtr<DmSimpleChannel>& attribut)
@@ -102,6 +107,8 @@ public:
     CoSharedPtr<DmAnimationChannel> getChannelByName(const DmString& name) const;
     /// Inserts or replaces under `name`, whatever the channel's own name is; tells no listener.
     eDmErrorId setChannelByName(const DmString& name, const CoSharedPtr<DmAnimationChannel>& channel);
+    /// DM_BAD_INDEX when there is none, as under the empty name. Asked for again, it is a new one.
+    eDmErrorId removeChannel(const DmString& name);
     /// All keys, in order.
     void getChannelNames(DmStringArray& names) const;
     /// Posts one debug message a channel: name, number of key frames, constant value.
