@@ -492,6 +492,96 @@ TEST(WithoutMemory, EffectsLayersAndWalksSayThatTheyFailed)
 namespace
 {
 
+CoSharedPtr<DmTreeNode> gap(double recIn)
+{
+    return DmGapNode::create(DM_MEDIA_VIDEO, recIn, 10);
+}
+
+CoSharedPtr<DmTreeNode> mix(double recIn)
+{
+    return DmTrxEffectNode::create(DmVDissolveSettings::create(), recIn, 4);
+}
+
+/// A layer that is being built, and what comes next.
+struct Growing
+{
+    Growing(const CoSharedPtr<DmTreeNode>& last, const CoSharedPtr<DmTreeNode>& next)
+        : element(next)
+    {
+        EXPECT_EQ(builder.append(gap(0)), DM_NO_ERROR);
+        EXPECT_EQ(builder.append(last), DM_NO_ERROR);
+        layer = builder.finish(); // behind a transition stands a gap of no length
+        before = state();
+    }
+    /// Where the builder is, whether it holds the element, and the times of that and of all that the layer holds.
+    std::vector<double> state() const
+    {
+        std::vector<double> numbers{builder.getEnd(), builder.holds(element.get()) ? 1.0 : 0.0};
+        const auto add = [&](DmTreeNode* node)
+        {
+            const DmTimeRange range = DmTreeTool::getRecordRange(node);
+            numbers.insert(numbers.end(), {static_cast<double>(node->whatIs()), range.in, range.out()});
+        };
+        add(element.get());
+        for (int i = 0; i < layer->getNbChildren(); ++i)
+        {
+            EXPECT_TRUE(builder.holds(layer->getChild(i)));
+            add(layer->getChild(i));
+        }
+        return numbers;
+    }
+
+    DmLayerBuilder builder{0, DM_MEDIA_VIDEO};
+    CoSharedPtr<DmTreeNode> element;
+    CoSharedPtr<DmLayerNode> layer;
+    std::vector<double> before;
+};
+
+} // namespace
+
+TEST(WithoutMemory, ALayerTakesAnElementWithAllInFrontOfItOrNothing)
+{
+    const struct
+    {
+        const char* name;
+        CoSharedPtr<DmTreeNode> (*last)(double recIn);
+        CoSharedPtr<DmTreeNode> (*next)(double recIn);
+        eDmErrorId (DmLayerBuilder::*put)(const CoSharedPtr<DmTreeNode>&);
+        int more; ///< elements than before
+    } rows[] = {
+        {"a seam", gap, gap, &DmLayerBuilder::append, 2},
+        {"a hole", gap, gap, &DmLayerBuilder::place, 4},
+        {"a hole in front of a transition", gap, mix, &DmLayerBuilder::place, 3},
+        {"behind a transition", mix, gap, &DmLayerBuilder::append, 0},
+        {"a hole behind a transition", mix, gap, &DmLayerBuilder::place, 2},
+        {"a transition behind one", mix, mix, &DmLayerBuilder::append, 1},
+    };
+    for (const auto& row : rows)
+    {
+        std::unique_ptr<Growing> growing;
+        refuseEach(
+            row.name,
+            [&]
+            {
+                growing = std::make_unique<Growing>(row.last(0), row.next(50));
+                return [&] { return (growing->builder.*row.put)(growing->element); };
+            },
+            [&](eDmErrorId status, bool refused)
+            {
+                EXPECT_EQ(status, refused ? DM_BAD_VALUE : DM_NO_ERROR);
+                const int elements = static_cast<int>(growing->before.size() - 5) / 3;
+                if (refused)
+                    EXPECT_EQ(growing->state(), growing->before);
+                else
+                    EXPECT_EQ(growing->layer->getNbChildren(), elements + row.more);
+                EXPECT_EQ((growing->builder.*row.put)(growing->element), refused ? DM_NO_ERROR : DM_BAD_VALUE);
+            });
+    }
+}
+
+namespace
+{
+
 /// A cut with something wrong everywhere: a track that two reels hold, a source beyond its material, a segment without
 /// an input in a container.
 struct FaultyCut

@@ -31,6 +31,84 @@ double leastLength(const DmTransitionNode& /*transition*/)
 
 } // namespace
 
+/// What goes into the layer at once, and out again when a part of it cannot.
+class DmLayerBuilder::Step
+{
+public:
+    explicit Step(DmLayerBuilder& builder)
+        : _builder(builder)
+        , _end(builder._end)
+        , _endsInSegment(builder.endsInSegment())
+    {
+    }
+
+    bool endsInSegment() const { return _endsInSegment; }
+    void dropSpareGap()
+    {
+        _dropsSpareGap = _builder.endsInSpareGap();
+        _endsInSegment = _endsInSegment && !_dropsSpareGap;
+    }
+    void fillTo(double time)
+    {
+        if (time <= _end + tolerance)
+            return;
+        dropSpareGap();
+        if (_endsInSegment)
+            addCut();
+        addGap(time - _end);
+    }
+    void addCut() { add(DmCutNode::create(mediaType(), _end), _end, 0.0); }
+    void addGap(double length) { add(DmGapNode::create(mediaType(), _end, length), _end, length); }
+    void add(const CoSharedPtr<DmTreeNode>& element, double recIn, double recLength)
+    {
+        _pieces[_count++] = {element, recIn};
+        _end = recIn + recLength;
+        _endsInSegment = dmSegment(element.get()) != nullptr;
+    }
+
+    eDmErrorId take()
+    {
+        DmLayerNode& layer = *_builder._layer;
+        const int before = layer.getNbChildren();
+        int in = 0;
+        while (in < _count && _builder.add(_pieces[in].element))
+            ++in;
+        // Last, so that nothing is to be put back where one of them is refused.
+        if (in < _count || (_dropsSpareGap && !_builder.remove(before - 1)))
+        {
+            while (in-- > 0)
+                _builder.remove(before + in);
+            return DM_BAD_VALUE;
+        }
+        _builder._end = _end;
+        // At notice level: who sets the variable wants to see the lines without turning every other debug message on.
+        for (int i = 0; logSteps().getValue() && i < _count; ++i)
+        {
+            const DmTreeNode& element = *_pieces[i].element;
+            ZR_POST_NOTICE("DmLayerBuilder: layer %d, element %d: %ls \"%ls\" from %f to %f", layer.getLayerNum(),
+                           before + i - (_dropsSpareGap ? 1 : 0), element.getPSetName().c_str(),
+                           element.getName().c_str(), _pieces[i].recIn, i + 1 < _count ? _pieces[i + 1].recIn : _end);
+        }
+        return DM_NO_ERROR;
+    }
+
+private:
+    struct Piece
+    {
+        CoSharedPtr<DmTreeNode> element; ///< null where there was no memory for it
+        double recIn = 0.0;
+    };
+
+    eDmTreeMediaType mediaType() const { return _builder._layer->getMediaType(); }
+
+    DmLayerBuilder& _builder;
+    Piece _pieces[4]; ///< a cut and a gap up to the element, a cut or a gap at its edge, itself
+    int _count = 0;
+    double _end;
+    bool _endsInSegment;
+    bool _dropsSpareGap = false;
+};
+
 DmLayerBuilder::DmLayerBuilder(int layerNum, eDmTreeMediaType mediaType, double start, int stereoOutputChannel,
                                bool isResultLayer)
     : _layer(DmLayerNode::create(layerNum, mediaType, stereoOutputChannel, isResultLayer))
@@ -77,35 +155,47 @@ eDmErrorId DmLayerBuilder::put(Element& element, double recIn)
         length < leastLength(element) || !std::isfinite(recIn) || recIn < _end - tolerance || holds(&element))
         return DM_BAD_VALUE;
 
+    const double oldRecIn = element.getRecIn();
+    const double oldLength = element.getRecLength();
     eDmErrorId status = isCut ? element.setRecLength(0.0) : DM_NO_ERROR;
     if (status == DM_NO_ERROR)
         status = element.setRecIn(recIn);
-    constexpr bool isTransition = std::is_same_v<Element, DmTransitionNode>;
-    if (status == DM_NO_ERROR && !isTransition)
-        status = removeSpareGap();
     if (status == DM_NO_ERROR)
-        status = fillTo(recIn);
-    if (status == DM_NO_ERROR && isTransition != endsInSegment())
-        status = isTransition ? addGap(0.0) : addCut();
-    return status == DM_NO_ERROR ? add(CoSharedPtr<DmTreeNode>(&element), recIn, length) : status;
+    {
+        constexpr bool isTransition = std::is_same_v<Element, DmTransitionNode>;
+        Step step(*this);
+        if (!isTransition)
+            step.dropSpareGap();
+        step.fillTo(recIn);
+        if (isTransition != step.endsInSegment())
+            isTransition ? step.addGap(0.0) : step.addCut();
+        step.add(CoSharedPtr<DmTreeNode>(&element), recIn, length);
+        status = step.take();
+    }
+    if (status != DM_NO_ERROR && element.setRecIn(oldRecIn) == DM_NO_ERROR)
+        static_cast<void>(element.setRecLength(oldLength)); // a constant has kept both
+    return status;
 }
 
 eDmErrorId DmLayerBuilder::fillTo(double time)
 {
     if (!_layer || !std::isfinite(time))
         return DM_BAD_VALUE;
-    if (time <= _end + tolerance)
-        return DM_NO_ERROR;
-    eDmErrorId status = removeSpareGap();
-    if (status == DM_NO_ERROR && endsInSegment())
-        status = addCut();
-    return status == DM_NO_ERROR ? addGap(time - _end) : status;
+    Step step(*this);
+    step.fillTo(time);
+    return step.take();
 }
 
 CoSharedPtr<DmLayerNode> DmLayerBuilder::finish()
 {
     const bool lacksSegment = _layer && _layer->getNbChildren() > 0 && !endsInSegment();
-    if (!_layer || (lacksSegment && addGap(0.0) != DM_NO_ERROR) || _layer->setLayerStartTC(_start) != DM_NO_ERROR ||
+    const auto close = [this]
+    {
+        Step step(*this);
+        step.addGap(0.0);
+        return step.take();
+    };
+    if (!_layer || (lacksSegment && close() != DM_NO_ERROR) || _layer->setLayerStartTC(_start) != DM_NO_ERROR ||
         _layer->setLayerLength(_end - _start) != DM_NO_ERROR)
         return {};
     return _layer;
@@ -125,15 +215,6 @@ bool DmLayerBuilder::endsInSpareGap() const
            dmTransition(_layer->getChild(count - 2)) && _layer->getChild(count - 2)->whatIs() != DM_CUT_NODE;
 }
 
-eDmErrorId DmLayerBuilder::removeSpareGap()
-{
-    if (!endsInSpareGap())
-        return DM_NO_ERROR;
-    const int last = _layer->getNbChildren() - 1;
-    _held.erase(_layer->getChild(last));
-    return _layer->removeChild(last) == last ? DM_NO_ERROR : DM_CANNOT_LOCK;
-}
-
 eDmErrorId DmLayerBuilder::keep(const DmTreeNode* element)
 {
     return dmWithMemory(
@@ -144,30 +225,24 @@ eDmErrorId DmLayerBuilder::keep(const DmTreeNode* element)
         });
 }
 
-eDmErrorId DmLayerBuilder::addCut()
-{
-    return add(DmCutNode::create(_layer->getMediaType(), _end), _end, 0.0);
-}
-
-eDmErrorId DmLayerBuilder::addGap(double length)
-{
-    return add(DmGapNode::create(_layer->getMediaType(), _end, length), _end, length);
-}
-
-eDmErrorId DmLayerBuilder::add(const CoSharedPtr<DmTreeNode>& element, double recIn, double recLength)
+/// False for null, without memory, and for a layer that its owner froze.
+bool DmLayerBuilder::add(const CoSharedPtr<DmTreeNode>& element)
 {
     const int before = _layer->getNbChildren();
-    if (!element || keep(element.get()) != DM_NO_ERROR) // no memory for a gap or a cut
-        return DM_BAD_VALUE;
-    if (_layer->addChild(element) == before) // a layer that its owner froze
-    {
-        _held.erase(element.get());
-        return DM_BAD_VALUE;
-    }
-    _end = recIn + recLength;
-    // At notice level: who sets the variable wants to see the lines without turning every other debug message on.
-    if (logSteps().getValue())
-        ZR_POST_NOTICE("DmLayerBuilder: layer %d, element %d: %ls \"%ls\" from %f to %f", _layer->getLayerNum(), before,
-                       element->getPSetName().c_str(), element->getName().c_str(), recIn, _end);
-    return DM_NO_ERROR;
+    if (!element || keep(element.get()) != DM_NO_ERROR)
+        return false;
+    if (_layer->addChild(element) != before)
+        return true;
+    _held.erase(element.get());
+    return false;
+}
+
+bool DmLayerBuilder::remove(int index)
+{
+    const int before = _layer->getNbChildren();
+    const DmTreeNode* const element = _layer->getChild(index);
+    if (_layer->removeChild(index) == before)
+        return false;
+    _held.erase(element);
+    return true;
 }

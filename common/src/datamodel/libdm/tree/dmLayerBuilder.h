@@ -12,10 +12,11 @@
 /// Between two transitions, and where a layer begins or ends with one, stands a gap of no length. Elements are
 /// shared, not copied; each goes in once. Times are frames of the composition's mode.
 ///
-/// DM_BAD_VALUE, and nothing has changed, for an element that is null, that the layer holds already, that is of another
-/// media type or of a kind that layers do not take, whose length is negative or infinite (of a segment that is no gap:
-/// less than half a frame), or that is placed before the end of what is there. ZR_DEBUG_DM_LAYER_BUILDER posts each
-/// step.
+/// An element goes in with all that must stand in front of it, or nothing has changed, its own times included: then it
+/// is DM_BAD_VALUE, for an element that is null, that the layer holds already, that is of another media type or of a
+/// kind that layers do not take, whose length is negative or infinite (of a segment that is no gap: less than half a
+/// frame), or that is placed before the end of what is there, and where memory runs out. ZR_DEBUG_DM_LAYER_BUILDER
+/// posts each step.
 #pragma once
 
 #include "dmLayerNode.h"
@@ -50,15 +51,15 @@ public:
     CoSharedPtr<DmLayerNode> finish();
 
 private:
+    class Step;
+
     template <class Element>
     eDmErrorId put(Element& element, double recIn);
     eDmErrorId keep(const DmTreeNode* element);
-    eDmErrorId addCut();
-    eDmErrorId addGap(double length);
-    eDmErrorId add(const CoSharedPtr<DmTreeNode>& element, double recIn, double recLength);
+    bool add(const CoSharedPtr<DmTreeNode>& element);
+    bool remove(int index);
     bool endsInSegment() const;
     bool endsInSpareGap() const;
-    eDmErrorId removeSpareGap();
 
     CoSharedPtr<DmLayerNode> _layer;
     double _start;
