@@ -5,6 +5,7 @@
 #include "zrTestInHouse.h"
 
 #include <cmath>
+#include <functional>
 #include <limits>
 
 namespace
@@ -19,6 +20,16 @@ CoSharedPtr<DmLayerNode> layer(eDmTreeMediaType type)
 {
     return DmLayerNode::create(0, type, 0, false);
 }
+
+class Announced : public DmPropertyListener
+{
+public:
+    void onPropertyChanged(const DmNodeId& /*id*/, eDmPropType /*type*/, const DmString& propertyName) override
+    {
+        names.emplace_back(propertyName.view());
+    }
+    std::vector<std::wstring> names;
+};
 
 } // namespace
 
@@ -60,6 +71,91 @@ TEST(Collection, CountsItsChildrenAndRefusesWhatIsNotThere)
     marked->freeze();
     EXPECT_EQ(marked->addCueMark(DmCueMark::create()), DM_CANNOT_LOCK);
     EXPECT_EQ(mark->setCueMarkTime(3), DM_CANNOT_LOCK) << "a layer's marks are no property, and constant with it";
+}
+
+TEST(Removals, TakeOneAwayAreAnnouncedOnceAndAreRefusedByAConstant)
+{
+    const auto named = [](const auto& channel, const wchar_t* name)
+    {
+        ok(channel->setName(name));
+        return channel;
+    };
+    const auto effect = someEffect();
+    const auto channel = DmAnimationChannel::create();
+    const auto input = DmSourceNode::MediaInput::create();
+    const auto marked = layer(DM_MEDIA_VIDEO);
+    constexpr const wchar_t* names[] = {L"gain", L"mix"};
+    for (const wchar_t* const name : names)
+    {
+        ok(effect->addAttribut(named(DmSimpleChannel::create(), name)));
+        ok(effect->addChannel(named(DmAnimationChannel::create(), name)));
+        ok(channel->addKeyFrame(DmKeyFrame::create()));
+        ok(marked->addCueMark(DmCueMark::create()));
+        ok(input->addPrimaryFrame(DmFrameNode::create()));
+        ok(input->addAltFrame(DmFrameNode::create()));
+        ok(input->addAudioFrame(DmFrameNode::create()));
+        ok(input->addExtraData(DmSourceNode::DictionaryEntry::create(name, L"")));
+    }
+    const auto nameOf = [&](int index) { return DmString(index == 0 || index == 1 ? names[index] : L"other"); };
+    const auto inList = [](const auto& list) { return std::vector<DmPropertySetPtr>(list.begin(), list.end()); };
+    const auto inMap = [&](const auto& at)
+    {
+        std::vector<DmPropertySetPtr> held;
+        for (const wchar_t* const name : names)
+            if (const DmPropertySetPtr found = at(name))
+                held.push_back(found);
+        return held;
+    };
+    const struct
+    {
+        const char* what;
+        DmPropertySetPtr owner;
+        std::function<eDmErrorId(int)> remove;
+        std::function<std::vector<DmPropertySetPtr>()> held;
+        const wchar_t* announced;
+    } rows[] = {
+        {"attribute", effect, [&](int i) { return effect->removeAttribut(nameOf(i)); },
+         [&] { return inMap([&](const DmString& name) { return effect->getAttributByName(name); }); }, L"attributList"},
+        {"channel", effect, [&](int i) { return effect->removeChannel(nameOf(i)); },
+         [&] { return inMap([&](const DmString& name) { return effect->getExistingChannelByName(name); }); },
+         L"channelList"},
+        {"key frame", channel, [&](int i) { return channel->removeKeyFrame(i); },
+         [&] { return inList(channel->elementsOf(DmAnimationChannel::KeyFrameList)); }, L"keyFrameList"},
+        {"layer mark", marked, [&](int i) { return marked->removeCueMark(i); },
+         [&] { return inList(marked->getCueMarks()); }, nullptr},
+        {"frame", input, [&](int i) { return input->removePrimaryFrame(i); },
+         [&] { return inList(input->getPrimaryFrames()); }, L"primaryFrames"},
+        {"alternative frame", input, [&](int i) { return input->removeAltFrame(i); },
+         [&] { return inList(input->getAltFrames()); }, L"altFrames"},
+        {"sound frame", input, [&](int i) { return input->removeAudioFrame(i); },
+         [&] { return inList(input->getAudioFrames()); }, L"audioFrames"},
+        {"extra data", input, [&](int i) { return input->removeExtraData(i); },
+         [&] { return inList(input->getExtraDataDictionary()); }, L"extraDataDictionary"},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        std::vector<DmPropertySetPtr> held = row.held();
+        ASSERT_EQ(held.size(), 2U);
+        Announced announced;
+        ok(row.owner->registerListener(&announced));
+        for (const int absent : {-1, 2, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
+            EXPECT_EQ(row.remove(absent), DM_BAD_INDEX) << absent;
+        EXPECT_EQ(announced.names, std::vector<std::wstring>());
+        ok(row.remove(0));
+        EXPECT_EQ(row.held(), std::vector<DmPropertySetPtr>{held[1]});
+        EXPECT_EQ(held[0]->refCount(), 1);
+        EXPECT_EQ(announced.names,
+                  row.announced ? std::vector<std::wstring>{row.announced} : std::vector<std::wstring>());
+        ok(row.owner->unregisterListener(&announced));
+    }
+    EXPECT_EQ(effect->removeChannel(DmString()), DM_BAD_INDEX) << "an empty name stops no process";
+    for (const auto& row : rows)
+    {
+        row.owner->freeze();
+        EXPECT_EQ(row.remove(0), DM_CANNOT_LOCK) << row.what;
+        EXPECT_EQ(row.held().size(), 1U) << row.what;
+    }
 }
 
 TEST(Containment, StopsTheProcessUnlessTheHostOpensTheGate)

@@ -49,6 +49,20 @@ eDmErrorId DmLayerNode::addCueMark(const CoSharedPtr<DmCueMark>& mark)
     return changeSilently([&] { _cueMarks.push_back(mark); });
 }
 
+eDmErrorId DmLayerNode::removeCueMark(int index)
+{
+    DmPropertySetPtr removed; // released behind the mutex
+    const eDmErrorId status = changeSilently(
+        [&]
+        {
+            if (static_cast<std::size_t>(index) >= _cueMarks.size())
+                return;
+            removed.swap(_cueMarks[static_cast<std::size_t>(index)]);
+            _cueMarks.erase(_cueMarks.begin() + index);
+        });
+    return status != DM_NO_ERROR || removed ? status : DM_BAD_INDEX;
+}
+
 eDmErrorId DmLayerNode::mayHold(const DmTreeNode* node) const
 {
     if (!node)

@@ -49,6 +49,8 @@ public:
     const DmSetList<DmCueMark>& getCueMarks() const { return _cueMarks; }
     /// Null is DM_BAD_VALUE.
     eDmErrorId addCueMark(const CoSharedPtr<DmCueMark>& mark);
+    /// DM_BAD_INDEX when there is no such mark.
+    eDmErrorId removeCueMark(int index);
 
     /// A segment or a transition of the layer's media type.
     eDmErrorId mayHold(const DmTreeNode* node) const override;

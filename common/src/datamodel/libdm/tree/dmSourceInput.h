@@ -71,12 +71,15 @@ public:
     const DmSetList<DmFrameNode>& getPrimaryFrames() const { return rare()->primaryFrames; }
     int getNumberOfPrimaryFrames() const { return rare()->primaryFrames.count(); }
     eDmErrorId addPrimaryFrame(const CoSharedPtr<DmFrameNode>& frame) { return addTo(PrimaryFrames, frame); }
+    eDmErrorId removePrimaryFrame(int index) { return removeFrom(PrimaryFrames, index); }
     const DmSetList<DmFrameNode>& getAltFrames() const { return rare()->altFrames; }
     int getNumberOfAltFrames() const { return rare()->altFrames.count(); }
     eDmErrorId addAltFrame(const CoSharedPtr<DmFrameNode>& frame) { return addTo(AltFrames, frame); }
+    eDmErrorId removeAltFrame(int index) { return removeFrom(AltFrames, index); }
     const DmSetList<DmFrameNode>& getAudioFrames() const { return rare()->audioFrames; }
     int getNumberOfAudioFrames() const { return rare()->audioFrames.count(); }
     eDmErrorId addAudioFrame(const CoSharedPtr<DmFrameNode>& frame) { return addTo(AudioFrames, frame); }
+    eDmErrorId removeAudioFrame(int index) { return removeFrom(AudioFrames, index); }
 
     bool getProcessed() const { return rare()->processed; }
     eDmErrorId setProcessed(bool processed) { return set(Processed, processed); }
@@ -199,6 +202,7 @@ public:
 
     const DmSetList<DictionaryEntry>& getExtraDataDictionary() const { return rare()->extraDataDictionary; }
     eDmErrorId addExtraData(const CoSharedPtr<DictionaryEntry>& entry) { return addTo(ExtraDataDictionary, entry); }
+    eDmErrorId removeExtraData(int index) { return removeFrom(ExtraDataDictionary, index); }
 
 private:
     /// What few media inputs have.
