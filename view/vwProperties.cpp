@@ -1,5 +1,6 @@
 #include "vwProperties.h"
 
+#include "CoNumber.h"
 #include "dmNoTime.h"
 #include "dmUtf8.h"
 
@@ -166,9 +167,7 @@ double readableFloat(float value)
 {
     std::array<char, 24> text{};
     const char* const end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
-    double read = static_cast<double>(value);
-    std::from_chars(text.data(), end, read);
-    return read;
+    return DM::CoNumber::whole({text.data(), end}).value_or(static_cast<double>(value));
 }
 
 void forEachProperty(const DmPropertySet& set, std::initializer_list<std::wstring_view> skip, PropertySink& sink)

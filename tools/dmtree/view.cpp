@@ -10,6 +10,7 @@
 #include "vwSceneBuild.h"
 #include "vwSvg.h"
 
+#include "CoNumber.h"
 #include "tuTimeUnit.h"
 
 #include <CLI/CLI.hpp>
@@ -59,7 +60,7 @@ double recordTime(const view::Scene& scene, const view::Composition& composition
     const view::Mode& mode = scene.modes[composition.mode];
     const bool isCount = !text.empty() && text.find_first_not_of("0123456789") == text.npos;
     if (isCount)
-        return std::stod(text.substr(0, 12));
+        return DM::CoNumber::whole(std::string_view(text).substr(0, 12)).value_or(0.0);
     int hours = 0;
     int minutes = 0;
     int seconds = 0;
