@@ -95,6 +95,70 @@ std::string described(const DmPropertySet& set, int first, int end)
     return text;
 }
 
+/// A new object that a property may hold: of the class that it holds, or of the first that derives from it.
+DmPropertySetPtr freshFor(const DmPropertySet& owner, const DmPropertyDef& def)
+{
+    for (const DmString& name : DmPropertyFactory::getInstance().classNames())
+        if (const DmPropertySetPtr set = fresh(name);
+            (!def._held || def._held->accepts(*set)) && (!def._mayHold || def._mayHold(owner, *set) == DM_NO_ERROR))
+            return set;
+    ADD_FAILURE() << "nothing goes into " << def._utf8Name;
+    return {};
+}
+
+/// A text that the property takes, and that a fresh object does not have.
+DmString unusualText(const DmPropertySet& set, int index)
+{
+    const DmPropertyDef& def = *set.classData().at(index);
+    const std::string now = valueText(set, index);
+    if (def._type == DM_BOOL)
+        return now == "true" ? L"false" : L"true";
+    for (const DmNamedValue& value : def._values)
+        if (const std::string code = std::to_string(value.code); code != now)
+            return wide(code);
+    if (def._texts)
+        for (const wchar_t* const text : def._texts->texts)
+            if (*text && dmUtf8(text) != now) // empty ones are not written
+                return text;
+    return def._type == DM_STRING || def._type == DM_CDATA || def._type == DM_VECTOR_STRING ? L"Été \n <&\"" : L"42";
+}
+
+/// Gives every property another value, and what it holds too.
+void fill(DmPropertySet& set, int depth = 0)
+{
+    for (int i = 0; i < set.classData().size(); ++i)
+    {
+        const DmPropertyDef& def = *set.classData().at(i);
+        const bool isMap = def._type == DM_MAP_PROPERTY_SET;
+        const bool isList = def._type == DM_VECTOR_PROPERTY_SET;
+        SCOPED_TRACE(def._utf8Name);
+        if (!isMap && !isList && def._type != DM_PROPERTY_SET)
+        {
+            const DmString text = def._constant ? wide(valueText(set, i)) : unusualText(set, i);
+            EXPECT_EQ(set.setPropertyValueFromStr(def._name, def._type, text), DM_NO_ERROR);
+            continue;
+        }
+        if (depth > 1)
+            continue;
+        const DmPropertySetPtr held = freshFor(set, def);
+        ASSERT_TRUE(held);
+        EXPECT_EQ(isMap    ? set.addValueInPropertyMap(i, def._type, L"gain", &held)
+                  : isList ? set.addValueInPropertyList(i, def._type, &held)
+                           : set.setPropertyValue(i, def._type, &held),
+                  DM_NO_ERROR);
+        fill(*held, depth + 1);
+    }
+}
+
+/// The path of the first difference, empty when two sets are deeply equal.
+std::string difference(const DmPropertySet& a, const DmPropertySet& b)
+{
+    bool equal = false;
+    std::string path;
+    EXPECT_EQ(dmDeepEqual(a, b, equal, &path), DM_NO_ERROR);
+    return equal ? "" : path.empty() ? "(class)" : path;
+}
+
 /// All that are not effects.
 std::vector<DmString> nodeClasses()
 {
@@ -128,6 +192,30 @@ TEST(Classes, AreWhatIsWrittenDown)
     std::ostringstream written;
     written << file.rdbuf();
     EXPECT_EQ(found, written.str()) << "The classes as they are stand in classes.txt, here where the test ran.";
+}
+
+TEST(Classes, ComeBackWholeFromDocuments)
+{
+    // As the importer makes them.
+    EXPECT_FALSE(DmPropertyFactory::getInstance().setCreateDefaultAttributes(true));
+    for (const DmString& name : DmPropertyFactory::getInstance().classNames())
+    {
+        SCOPED_TRACE(dmUtf8(name));
+        const DmPropertySetPtr set = fresh(name);
+        fill(*set);
+        for (int i = 0; i < set->classData().size(); ++i)
+            EXPECT_TRUE(set->isPropertyRelevant(i)) << set->classData().at(i)->_utf8Name;
+        EXPECT_NE(difference(*set, *fresh(name)), "");
+
+        std::string text;
+        DmPropertySetPtr read;
+        DmJsonChanges changes;
+        ASSERT_TRUE(DmTreeJsonBuilder::generateUtf8(set.get(), text).ok());
+        ASSERT_TRUE(DmJsonImporter::importSetFromStr(text, read, nullptr, &changes).ok());
+        EXPECT_EQ(difference(*set, *read), "");
+        EXPECT_EQ(changes.size(), 0U) << changes.list[0].text();
+    }
+    DmPropertyFactory::getInstance().setCreateDefaultAttributes(false);
 }
 
 TEST(TreeClasses, RefuseObjectsOfAnotherClassInTheirSlots)
