@@ -39,20 +39,6 @@ TEST(KeyFrame, Create2FillsEveryFieldAndIgnoresTheGapsBetweenTheFlags)
     }
 }
 
-TEST(KeyFrame, SettersReachTheirOwnPropertyAndTellListeners)
-{
-    const auto key = DmKeyFrame::create();
-    ChangeLog log(*key);
-    for (const eDmErrorId status :
-         {key->setFrame(1), key->setValue(2), key->setInterpMode(mode), key->setInterpOrder(order),
-          key->setRightHandleDX(5), key->setRightHandleDY(6), key->setLeftHandleDX(7), key->setLeftHandleDY(8),
-          key->setBreakVel(true), key->setAutoRightVel(false), key->setAutoLeftVel(false), key->setBreakValue(true),
-          key->setPlateauVel(true)})
-        EXPECT_EQ(status, DM_NO_ERROR);
-    EXPECT_EQ(log.changes.size(), 13U);
-    EXPECT_EQ(difference(*key, *DmKeyFrame::create2(1, 2, mode, order, 5, 6, 7, 8, 0x181)), "");
-}
-
 TEST(AnimationChannel, KeepsKeyFramesInTheOrderInWhichTheyWereAdded)
 {
     const auto channel = DmAnimationChannel::create();

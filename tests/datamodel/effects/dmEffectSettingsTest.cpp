@@ -144,24 +144,16 @@ TEST(EffectSettings, BlobAttributesHaveTheirOwnIds)
     EXPECT_EQ(effect->getAttributByName(L"blob_size"), size);
 }
 
-TEST(EffectSettings, PlainSettingsGoThroughThePropertyLayerAndOutputDoesNot)
+TEST(EffectSettings, OutputIsSetWithoutTellingListeners)
 {
     const auto effect = someEffect();
     const auto media = DmMediaNode::create();
-    ChangeLog log(*effect);
-    EXPECT_EQ(effect->setSetupFileName(L"/setups/a"), DM_NO_ERROR);
-    EXPECT_EQ(effect->setSetup(L"line 1\nline 2"), DM_NO_ERROR);
-    EXPECT_EQ(effect->setComment(L"first pass"), DM_NO_ERROR);
-    EXPECT_EQ(effect->setMuted(true), DM_NO_ERROR);
+    const ChangeLog log(*effect);
     effect->setOutput(media);
-    EXPECT_EQ(log.changes, (Names{L"setupFileName", L"setup", L"comment", L"muted"}));
-    EXPECT_EQ(effect->getSetupFileName(), L"/setups/a");
-    EXPECT_EQ(effect->getSetup(), L"line 1\nline 2");
-    EXPECT_EQ(effect->getComment(), L"first pass");
-    EXPECT_TRUE(effect->isMuted());
     EXPECT_EQ(effect->getOutput(), media);
     effect->setOutput(nullptr);
     EXPECT_EQ(media->refCount(), 1);
+    EXPECT_TRUE(log.changes.empty());
 }
 
 TEST(EffectSettings, ACloneSharesNothingButTheOutput)
@@ -210,8 +202,4 @@ TEST(EffectLayer, FrameRangeIsSetWithoutTellingListeners)
     EXPECT_EQ(layer->getStartFrame(), -12);
     EXPECT_EQ(layer->getDuration(), 48U);
     EXPECT_TRUE(log.changes.empty());
-    for (const eDmErrorId status :
-         {layer->setHold(true), layer->setGhost(true), layer->setGhostAfter(5), layer->setGhostBefore(6)})
-        EXPECT_EQ(status, DM_NO_ERROR);
-    EXPECT_EQ(log.changes, (Names{L"hold", L"ghost", L"ghostAfter", L"ghostBefore"}));
 }
