@@ -294,8 +294,9 @@ struct CopyPlan
             const std::size_t size = !def._rare && set.getBase(i) == &set ? sizeOfNumber(def._type) : 0;
             if (size == 0)
                 groupOf(def).properties.push_back(i);
-            else if (!def._constant)
-                numbers.push_back({def._offset, size});
+            else if (const Bytes bytes{def._offset, size};
+                     !def._constant && (numbers.empty() || !joined(numbers.back(), bytes)))
+                numbers.push_back(bytes);
         }
         joinNeighbours();
     }
@@ -318,15 +319,19 @@ private:
                 return group;
         return groups.emplace_back(Group{def._rare ? &def : nullptr, {}});
     }
+    /// False when the one does not begin where the other ends.
+    static bool joined(Bytes& last, const Bytes& next)
+    {
+        const bool isNext = last.offset + static_cast<std::ptrdiff_t>(last.size) == next.offset;
+        last.size += isNext ? next.size : 0;
+        return isNext;
+    }
     void joinNeighbours()
     {
         std::ranges::sort(numbers, {}, &Bytes::offset);
         std::size_t count = 0;
         for (const Bytes& next : numbers)
-            if (count > 0 &&
-                numbers[count - 1].offset + static_cast<std::ptrdiff_t>(numbers[count - 1].size) == next.offset)
-                numbers[count - 1].size += next.size;
-            else
+            if (count == 0 || !joined(numbers[count - 1], next))
                 numbers[count++] = next;
         numbers.resize(count);
     }
