@@ -2,9 +2,11 @@
 
 #include "dmElementImp.h"
 #include "dmGapNode.h"
+#include "dmRulesImp.h"
 #include "dmSourceInput.h"
 #include "dmStoredLabel.h"
 #include "dmTreeIterator.h"
+#include "dmUtf8.h"
 
 #include <algorithm>
 #include <functional>
@@ -118,6 +120,40 @@ void addShots(DmLaneView& lane, DM::FrameCodeModes fcm, MediumNumbers& media)
 const DmString& DmShotView::name() const
 {
     return segment->getName() == L"untitled" ? noName : segment->getName();
+}
+
+// By which findings are known again
+
+namespace
+{
+
+/// What plays in a shot: "/media/A001.mov 01:00:00:00 - 01:00:04:00".
+std::string subjectOf(const DmShotView& shot)
+{
+    const DmSourceNames& names = shot.names;
+    std::string medium = dmUtf8(names.path.empty() ? names.file : names.path);
+    if (medium.empty())
+        medium = dmUtf8(names.reel) + (names.reel.empty() ? "" : " ") + dmUtf8(shot.name());
+    const auto label = [&shot](double position) { return dmLabelText(shot.sourceTime(position), shot.played.fcm()); };
+    return medium + ' ' + label(shot.played.begin()) + " - " + label(shot.played.end());
+}
+
+} // namespace
+
+std::string DmLaneView::subjectAt(int position) const
+{
+    const auto at = std::ranges::lower_bound(shots, position, {}, &DmShotView::position);
+    const bool isShot = at != shots.end() && at->position == position && !at->isGap;
+    return isShot ? subjectOf(*at) : subjectAround(at);
+}
+
+std::string DmLaneView::subjectAround(std::vector<DmShotView>::const_iterator behind) const
+{
+    const auto isShot = [](const DmShotView& shot) { return !shot.isGap; };
+    const auto before = std::find_if(std::reverse_iterator(behind), shots.rend(), isShot);
+    behind = std::find_if(behind, shots.end(), isShot);
+    return (before == shots.rend() ? "" : subjectOf(*before)) + " | " +
+           (behind == shots.end() ? "" : subjectOf(*behind));
 }
 
 DmSourceNames::DmSourceNames(const DmSegmentNode& segment)

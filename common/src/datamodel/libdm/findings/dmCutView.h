@@ -82,7 +82,7 @@ struct DmShotView
 };
 
 /// A layer.
-struct DmLaneView
+struct ZR_DM_API DmLaneView
 {
     const DmTrackNode* track;
     const DmLayerNode* layer;
@@ -99,6 +99,13 @@ struct DmLaneView
         const bool isThere = position >= 0 && position < static_cast<int>(elements.size());
         return isThere ? elements[static_cast<std::size_t>(position)] : DmElementView();
     }
+
+    // By which what is said here is known again in a later version (DmFinding::subject)
+
+    /// Of a child: what plays in the shot, or in those on both sides of what is none.
+    std::string subjectAt(int position) const;
+    /// Of what lies in front of a shot.
+    std::string subjectAround(std::vector<DmShotView>::const_iterator behind) const;
 };
 
 struct DmCutView

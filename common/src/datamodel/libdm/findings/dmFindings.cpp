@@ -103,40 +103,6 @@ std::string dmRulePage(const DmRule& rule)
 
 // A run
 
-namespace
-{
-
-/// What plays in a shot: "/media/A001.mov 01:00:00:00 - 01:00:04:00".
-std::string subjectOf(const DmShotView& shot)
-{
-    const DmSourceNames& names = shot.names;
-    std::string medium = dmUtf8(names.path.empty() ? names.file : names.path);
-    if (medium.empty())
-        medium = dmUtf8(names.reel) + (names.reel.empty() ? "" : " ") + dmUtf8(shot.name());
-    const auto label = [&shot](double position) { return dmLabelText(shot.sourceTime(position), shot.played.fcm()); };
-    return medium + ' ' + label(shot.played.begin()) + " - " + label(shot.played.end());
-}
-
-/// The same of the shots on both sides of a place, where no shot is.
-std::string subjectAround(const DmLaneView& lane, std::vector<DmShotView>::const_iterator behind)
-{
-    const auto isShot = [](const DmShotView& shot) { return !shot.isGap; };
-    const auto before = std::find_if(std::reverse_iterator(behind), lane.shots.rend(), isShot);
-    behind = std::find_if(behind, lane.shots.end(), isShot);
-    return (before == lane.shots.rend() ? "" : subjectOf(*before)) + " | " +
-           (behind == lane.shots.end() ? "" : subjectOf(*behind));
-}
-
-/// Of what stands at a position of a layer.
-std::string subjectAt(const DmLaneView& lane, int position)
-{
-    const auto at = std::ranges::lower_bound(lane.shots, position, {}, &DmShotView::position);
-    const bool isShot = at != lane.shots.end() && at->position == position && !at->isGap;
-    return isShot ? subjectOf(*at) : subjectAround(lane, at);
-}
-
-} // namespace
-
 DmRuleRun::DmRuleRun(const DmTreeNode& tree, const DmFindingOptions& options)
     : _views(tree)
     , _options(options)
@@ -188,7 +154,7 @@ void DmRuleRun::setTime(const DmCutView& cut, const DmLaneView* lane, double tim
         lane = &*picture;
     if (lane)
         item.finding.subject =
-            subjectAround(*lane, std::ranges::upper_bound(lane->shots, time, {}, &DmShotView::recIn)) + ": " +
+            lane->subjectAround(std::ranges::upper_bound(lane->shots, time, {}, &DmShotView::recIn)) + ": " +
             item.finding.text;
 }
 
@@ -221,7 +187,7 @@ DmRuleRun::Added DmRuleRun::add(const DmCutView& cut, const DmLaneView& lane, in
     added->nodePath += "/children[" + std::to_string(position) + ']';
     if (segment && segment->getName() != L"untitled")
         added->clip = dmUtf8(segment->getName());
-    added->subject = subjectAt(lane, position);
+    added->subject = lane.subjectAt(position);
     _items.back().position = position;
     return added;
 }
