@@ -14,7 +14,11 @@
 #include "dmTransitionNode.h"
 #include "dmTreeTool.h"
 
+#include <algorithm>
+#include <functional>
+#include <map>
 #include <set>
+#include <string>
 #include <vector>
 
 namespace interchange
@@ -43,9 +47,12 @@ private:
     void composition(DmCompositionNode& node);
     void layer(DmCompositionNode& composition, const DmTrackNode& track, DmLayerNode& layer);
     static void takeMarks(DmCompositionNode& outer, const DmContainerNode& container, double inner);
+    using Ids = std::set<std::wstring, std::less<>>;
+    static void nameAnew(const Nodes& nodes, Ids& ids);
 
     Report& _report;
     std::set<const DmCompositionNode*> _done;
+    std::map<const DmCompositionNode*, Ids> _ids; ///< of the segments that stand there
 };
 
 /// The record length of a transition that stands at an index; 0 for a cut, and where there is none.
@@ -174,6 +181,25 @@ void Flattener::takeMarks(DmCompositionNode& outer, const DmContainerNode& conta
     take(container.getSegmentMarks(), container.getRelIn());
 }
 
+/// What a composition plays that stands there twice comes there twice: the ids of the second get a count, before the
+/// part that tells linked ones apart.
+void Flattener::nameAnew(const Nodes& nodes, Ids& ids)
+{
+    for (const CoSharedPtr<DmTreeNode>& node : nodes)
+    {
+        DmSegmentNode* const segment = node->asSegment();
+        const std::wstring id(segment ? segment->getSegmentId().view() : std::wstring_view());
+        if (id.empty() || ids.insert(id).second)
+            continue;
+        const std::size_t group = std::min(id.rfind(L'#'), id.size());
+        std::wstring fresh;
+        for (int count = 2; fresh.empty() || !ids.insert(fresh).second; ++count)
+            fresh = id.substr(0, group) + L'/' + std::to_wstring(count) + id.substr(group);
+        require(segment->addSegmentPreviousId(segment->getSegmentId()));
+        require(segment->setSegmentId(DmString(fresh.c_str())));
+    }
+}
+
 void Flattener::layer(DmCompositionNode& composition, const DmTrackNode& track, DmLayerNode& layer)
 {
     const DM::FrameCodeModes fcm = dmFcmFromText(composition.getFCM());
@@ -192,16 +218,13 @@ void Flattener::layer(DmCompositionNode& composition, const DmTrackNode& track, 
             nodes = insideOf(*container, mixAt(layer, i - 1), mixAt(layer, i + 1));
         if (nodes.empty())
         {
-            _report.at({container.get(),
-                        track.getMediaType(),
-                        track.getTrackNum(),
-                        composition.getLabelTime(container->getRecIn()),
-                        fcm,
-                        {}});
+            _report.at({container.get(), track.getMediaType(), track.getTrackNum(),
+                        composition.getLabelTime(container->getRecIn()), fcm});
             _report.lose(nested);
             _report.at({});
             continue;
         }
+        nameAnew(nodes, _ids[&composition]);
         takeMarks(composition, *container, inside.getRecordStart() + container->getRelIn());
         layer.removeChild(i);
         for (const CoSharedPtr<DmTreeNode>& each : nodes)
@@ -214,11 +237,23 @@ void Flattener::composition(DmCompositionNode& node)
 {
     if (!_done.insert(&node).second)
         return;
-    for (int t = 0; t < node.getNbChildren(); ++t)
-        if (auto* const track = dynamic_cast<DmTrackNode*>(node.getChild(t)))
-            for (int l = 0; l < track->getNbChildren(); ++l)
-                if (auto* const layer = dynamic_cast<DmLayerNode*>(track->getChild(l)))
-                    this->layer(node, *track, *layer);
+    const auto forEachLayer = [&node](const auto& visit)
+    {
+        for (int t = 0; t < node.getNbChildren(); ++t)
+            if (auto* const track = dynamic_cast<DmTrackNode*>(node.getChild(t)))
+                for (int l = 0; l < track->getNbChildren(); ++l)
+                    if (auto* const layer = dynamic_cast<DmLayerNode*>(track->getChild(l)))
+                        visit(*track, *layer);
+    };
+    Ids& ids = _ids[&node];
+    forEachLayer(
+        [&ids](const DmTrackNode&, DmLayerNode& layer)
+        {
+            for (int i = 0; i < layer.getNbChildren(); ++i)
+                if (const DmSegmentNode* const segment = layer.getChild(i) ? layer.getChild(i)->asSegment() : nullptr)
+                    ids.insert(std::wstring(segment->getSegmentId().view()));
+        });
+    forEachLayer([&](const DmTrackNode& track, DmLayerNode& layer) { this->layer(node, track, layer); });
 }
 
 void Flattener::collection(DmTreeNode& node)
