@@ -75,7 +75,8 @@ TEST_F(DmtreeConvert, NamesMistakesAndLeavesTheOutputAsItWas)
     convert({{"--fcm", "25 fps", "--lenient", "--fail-on-warning", "--json", "wrong.edl", "there.json"},
              1,
              "{\"in\":\"wrong.edl\",\"out\":\"there.json\",\"result\":\"converted\",\"findings\":[{\"severity\":"
-             "\"warning\",\"code\":\"DM602\",\"line\":7,\"text\":\"...\"}]}\n",
+             "\"warning\",\"code\":\"DM602\",\"line\":7,\"path\":\"children[0]/children[0]/children[0]/children[4]\","
+             "\"clip\":\"A\",\"track\":\"V1\",\"record\":\"10:00:04:00\",\"text\":\"...\"}]}\n",
              ""});
 }
 

@@ -399,20 +399,24 @@ TEST(EdlLoss, NamesWhatItLosesWithClipTrackTimeAndPlace)
     ok(cut.composition->setName(L"untitled"));
     cut.add(1, DM_MEDIA_VIDEO, {shot(L"Z", DM_MEDIA_VIDEO, 0, 24, 0)});
     cut.add(3, DM_MEDIA_VIDEO, {early});
-    Report report;
-    const std::optional<EdlList> list = treeToEdl(*cut.root, {}, report);
+    Options options;
+    options.format = "edl";
+    std::string text;
+    const Writing writing = writeBuffer(*cut.root, text, options);
     // Tracks of pictures are channels by their numbers; times wrap at midnight; no name of our own gets out.
-    EXPECT_EQ(icTest::written(*list), "TITLE:\nFCM: NON-DROP FRAME\n" +
-                                          line("001", "Z", "V", "00:00:00:00 00:00:01:00 00:00:00:00 00:00:01:00") +
-                                          "* FROM CLIP NAME: Z\n" +
-                                          line("002", "A", "V3", "23:59:59:00 00:00:01:00 00:00:00:00 00:00:02:00") +
-                                          "* FROM CLIP NAME: two lines\n");
-    ASSERT_EQ(report.findings().size(), 2U) << report.toString("cut");
-    for (const DmFinding& finding : report.findings())
-        EXPECT_EQ(finding.clip + '|' + finding.track + '|' + finding.record + '|' + finding.nodePath,
-                  "two\nlines|V3|00:00:00:00|children[0]/children[1]/children[0]/children[0]");
-    EXPECT_STREQ(report.findings()[0].code, "DM719");
-    EXPECT_STREQ(report.findings()[1].code, "DM733");
+    EXPECT_EQ(icTest::withoutRate(text), "TITLE:\nFCM: NON-DROP FRAME\n" +
+                                             line("001", "Z", "V", "00:00:00:00 00:00:01:00 00:00:00:00 00:00:01:00") +
+                                             "* FROM CLIP NAME: Z\n" +
+                                             line("002", "A", "V3", "23:59:59:00 00:00:01:00 00:00:00:00 00:00:02:00") +
+                                             "* FROM CLIP NAME: two lines\n");
+    ASSERT_EQ(writing.findings.size(), 2U) << dmFindingsText("cut", writing.findings);
+    for (const DmFinding& finding : writing.findings)
+        EXPECT_EQ(finding.clip + '|' + finding.track + '|' + finding.record + '|' + finding.nodePath + '|' +
+                      finding.subject,
+                  "two\nlines|V3|00:00:00:00|children[0]/children[1]/children[0]/children[0]|"
+                  "A two\nlines -00:00:01:00 - 00:00:01:00");
+    EXPECT_STREQ(writing.findings[0].code, "DM719");
+    EXPECT_STREQ(writing.findings[1].code, "DM733");
 }
 
 TEST(EdlLoss, TellsWhichLineEachNodeCameFrom)

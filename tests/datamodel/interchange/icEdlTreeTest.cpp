@@ -249,7 +249,7 @@ TEST(EdlTree, SaysWhatOfAListItLeavesOut)
     EXPECT_EQ(toTree(readClean(head + "001 A A C 01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n* ASC_SAT 0.5\n"
                                       "002 A NONE C 01:00:00:00 01:00:04:00 10:00:04:00 10:00:08:00\n"))
                   .messages,
-              "cut.edl:3: warning: A1, 10:00:00:00: colour corrections of events without a picture: left out\n"
+              "cut.edl:3: warning: A, A1, 10:00:00:00: colour corrections of events without a picture: left out\n"
               "cut.edl:5: warning: 10:00:04:00: events on no channel: left out\n");
 }
 
@@ -350,18 +350,17 @@ TEST(EdlTree, WritesAnyDocumentAndSaysWhatAListCannot)
                          "* FROM CLIP NAME: A\n* TO CLIP NAME: B\n"
                          "* LOC: 01:00:02:10 here\n"
                          "004  AX       V     C        00:00:00:00 00:00:00:24 01:00:04:01 01:00:05:00\n");
-    EXPECT_EQ(list.messages, "cut.json: warning: further compositions: left out\n"
-                             "cut.json: warning: A, V1, 01:00:00:00: effects other than one constant speed and one "
-                             "look: left out\n"
-                             "cut.json: warning: A, V1, 01:00:00:00: effects other than one constant speed and one "
-                             "look: left out\n"
-                             "cut.json: warning: B, V1, 01:00:02:00: times between two frames: moved to the nearest "
-                             "one\n"
-                             "cut.json: warning: V1, 01:00:04:00: times between two frames: moved to the nearest "
-                             "one\n"
-                             "cut.json: warning: V1, 01:00:04:00: nested compositions: written as events of reel AX\n"
-                             "cut.json: warning: V1, 01:00:40:00: cue marks of the composition where no event plays: "
-                             "left out\n");
+    EXPECT_EQ(list.messages,
+              "cut.json: warning: further compositions: left out\n"
+              "cut.json: warning: A, V1, 01:00:00:00: effects that the format has no words for: left out\n"
+              "cut.json: warning: A, V1, 01:00:00:00: effects that the format has no words for: left out\n"
+              "cut.json: warning: B, V1, 01:00:02:00: times between two frames: moved to the nearest "
+              "one\n"
+              "cut.json: warning: V1, 01:00:04:00: times between two frames: moved to the nearest "
+              "one\n"
+              "cut.json: warning: V1, 01:00:04:00: nested compositions: written as events of reel AX\n"
+              "cut.json: warning: Edit, V1, 01:00:40:00: cue marks of the composition where no event plays: "
+              "left out\n");
     readClean(list.text);
 }
 

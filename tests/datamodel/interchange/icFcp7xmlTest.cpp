@@ -1,4 +1,5 @@
 #include "icInterchange.h"
+#include "icLeftovers.h"
 
 #include "dmAudioEffects.h"
 #include "dmColourEffects.h"
@@ -22,6 +23,7 @@
 #include <pugixml.hpp>
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -470,11 +472,29 @@ TEST(Fcp7xml, NamesWhatNoElementSays)
     EXPECT_EQ(generated.setInputColorRed(0.25F), DM_NO_ERROR);
     std::string messages;
     write(*made.root, &messages);
-    EXPECT_EQ(messages,
-              "x.xml: warning: a, V1, 00:00:00:00: effects other than one constant speed and one look: what of an "
-              "axis no filter has is left out\n"
-              "x.xml: warning: V1, 00:00:02:00: settings of wipes other than their pattern: left out\n"
-              "x.xml: warning: c, V1, 00:00:04:00: colours and levels of generated sources: left out\n");
+    EXPECT_EQ(messages, "x.xml: warning: a, V1, 00:00:00:00: effects that the format has no words for: what of an "
+                        "axis no filter has is left out\n"
+                        "x.xml: warning: V1, 00:00:02:00: settings of wipes other than their pattern: left out\n"
+                        "x.xml: warning: c, V1, 00:00:04:00: colours and levels of generated sources: left out\n");
+
+    // What is set and stands in no element, at any depth; what hangs on a node; what another format said
+    DmCompositionNode& composition = made.composition();
+    auto& shot = dynamic_cast<DmSourceNode&>(made.element(2));
+    EXPECT_EQ(shot.setShotName(L"s1"), DM_NO_ERROR);
+    EXPECT_EQ(shot.addSegmentPreviousId(L"old"), DM_NO_ERROR);
+    EXPECT_EQ(shot.getSrcInput()->getSrcInfo()->setImageLut(L"day"), DM_NO_ERROR);
+    EXPECT_EQ(setLeftover(shot, {"otio", 2}, "{}"), DM_NO_ERROR);
+    EXPECT_EQ(composition.setColourSpace(L"P3"), DM_NO_ERROR);
+    EXPECT_EQ(made.layer().setBaseBlob(DmCueMark::create()), DM_NO_ERROR);
+    write(*made.root, &messages);
+    const char* const expected[] = {
+        "x.xml: warning: cut: properties that the format has no words for: colourSpace: left out\n",
+        "x.xml: warning: V1: attached sets that the format has no words for: DmCueMark: left out\n",
+        "x.xml: warning: b, V1, 00:00:02:10: properties that the format has no words for: segmentPreviousIds, "
+        "shotName, srcInput.srcInfo.imageLut: left out\n",
+        "x.xml: note: what only the format has words for that it was read from: otio: left out\n"};
+    for (const char* const each : expected)
+        EXPECT_NE(messages.find(each), std::string::npos) << each << messages;
 }
 
 TEST(Fcp7xml, RefusesWhatIsNoSequence)
@@ -495,8 +515,9 @@ TEST(Fcp7xml, RefusesWhatIsNoSequence)
         {xmeml("<sequence>\n<x></sequence>"), "x.xml:5: no XML: Start-end tags mismatch\n", nullptr},
         {xmeml(""), "x.xml:3: no sequence\n", "x.xml:3: warning: no sequence; the document holds nothing\n"},
         {xmeml(sequence(clip("a", 0, 48, 0, 48, file("f", 100), rate(48)), "", "", rate(48))),
-         "x.xml:4: a sequence at 48 frames a second, which no frame-code mode has\n",
-         "x.xml:4: warning: a sequence at 48 frames a second, which no frame-code mode has; its times are converted to "
+         "x.xml:4: cut: a sequence at 48 frames a second, which no frame-code mode has\n",
+         "x.xml:4: warning: cut: a sequence at 48 frames a second, which no frame-code mode has; its times are "
+         "converted to "
          "'24 fps'\n"},
         {xmeml(sequence(clip("a", 50, 50, 0, 0, file("f", 100)))), "x.xml:4: a clip without a length\n",
          "x.xml:4: warning: a clip without a length; left out\n"},
@@ -506,8 +527,8 @@ TEST(Fcp7xml, RefusesWhatIsNoSequence)
          "x.xml:4: a transition that begins before the one before it has ended\n",
          "x.xml:4: warning: a transition that begins before the one before it has ended; left out\n"},
         {xmeml(sequence(clip("n", 0, 100, 0, 100, "<sequence id=\"sequence-1\"/>"))),
-         "x.xml:4: a sequence that holds itself\n",
-         "x.xml:4: warning: a sequence that holds itself; it plays nothing there\n"},
+         "x.xml:4: n: a sequence that holds itself\n",
+         "x.xml:4: warning: n, V1, 00:00:00:00: a sequence that holds itself; it plays nothing there\n"},
     };
     for (const auto& each : cases)
     {
@@ -524,7 +545,7 @@ TEST(Fcp7xml, RefusesWhatIsNoSequence)
     nested.erase(nested.find("<a></a>"), 7);
     EXPECT_EQ(read(nested + "</xmeml>").messages, "x.xml:1: no sequence\n");
     EXPECT_EQ(read(xmeml(sequence(clip("a", 0, 50, 90, 140, file("f", 100))))).messages,
-              "x.xml:4: warning: plays up to frame 140 of 100 that there are\n");
+              "x.xml:4: warning: a, V1, 00:00:00:00: plays up to frame 140 of 100 that there are\n");
 }
 
 /// Record and source range of all that plays, a line each.
@@ -570,6 +591,9 @@ TEST(Flatten, WritesWhatNestedCutsPlayInTheirPlace)
          "0+50 from 0\n50+10 from 20\n60+20 from 0\n", ""},
         {"twice", clip("n", 0, 10, 10, 20, nested()) + clip("m", 10, 20, 30, 40, "<sequence id=\"s2\"/>"),
          "0+10 from 20\n10+10 from 40\n", ""},
+        {"the same of it twice",
+         clip("n", 0, 10, 10, 20, nested()) + clip("m", 10, 20, 10, 20, "<sequence id=\"s2\"/>"),
+         "0+10 from 20\n10+10 from 20\n", ""},
         {"inside another",
          clip("o", 0, 10, 64, 74, sequence(clip("n", 0, 100, 50, 150, nested()), "", "", rate(25), "s3")),
          "0+10 from 44\n", ""},
@@ -598,6 +622,13 @@ TEST(Flatten, WritesWhatNestedCutsPlayInTheirPlace)
         ASSERT_TRUE(back.root);
         auto& composition = dynamic_cast<DmCompositionNode&>(*back.root->getChild(0));
         EXPECT_EQ(playedOf(composition), each.played);
+        std::set<std::string> ids;
+        const DmTreeNode& layer = *composition.getChild(0)->getChild(0);
+        for (int i = 0; i < layer.getNbChildren(); ++i)
+            if (const auto* const source = dynamic_cast<const DmSourceNode*>(layer.getChild(i)))
+            {
+                EXPECT_TRUE(ids.insert(dmUtf8(source->getSegmentId())).second) << dmUtf8(source->getSegmentId());
+            }
         for (const DmTreeViolation& violation : DmTreeTool::findViolations(&composition, DM_VALIDATE_ALL))
             ADD_FAILURE() << violation.path << ": " << dmUtf8(violation.message);
     }

@@ -30,11 +30,14 @@ inline Read read(std::string text, DM::FrameCodeModes fcm = DM::FCM_25,
 }
 
 /// As it is written, but for the line that says the rate, which every list gets.
-inline std::string written(const interchange::EdlList& list)
+inline std::string withoutRate(std::string text)
 {
-    std::string text = interchange::writeEdl(list);
     const std::size_t rate = text.find("* FRAME RATE: ");
     return text.erase(rate, text.find('\n', rate) + 1 - rate);
+}
+inline std::string written(const interchange::EdlList& list)
+{
+    return withoutRate(interchange::writeEdl(list));
 }
 
 /// An event line of one second at 25 fps.

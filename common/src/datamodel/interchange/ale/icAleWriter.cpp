@@ -149,12 +149,8 @@ void Writer::forEachSegment(const DmCompositionNode& composition, DM::FrameCodeM
 
 void Writer::at(const Place& place, const DmTreeNode& node, double time)
 {
-    _report.at({&node,
-                place.track.getMediaType(),
-                place.track.getTrackNum(),
-                place.composition.getLabelTime(time),
-                place.fcm,
-                {}});
+    _report.at({&node, place.track.getMediaType(), place.track.getTrackNum(), place.composition.getLabelTime(time),
+                place.fcm});
 }
 
 // A row a source
@@ -424,7 +420,7 @@ std::optional<std::string> Writer::write(const DmRoot& root)
         addRows(first);
         for (std::size_t i = 1; i < compositions.size(); ++i)
         {
-            _report.at({compositions[i], DM_MEDIA_UNDEFINED, 0, dmNoTime, DM::FCM_NOT_DEFINED, {}});
+            _report.at({compositions[i], DM_MEDIA_UNDEFINED, 0, dmNoTime, DM::FCM_NOT_DEFINED});
             _report.lose(furtherComposition);
         }
         head = headOf(*kept);

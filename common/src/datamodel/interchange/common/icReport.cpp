@@ -3,7 +3,10 @@
 #include "icTimeCode.h"
 #include "icTree.h"
 
+#include "dmCutView.h"
 #include "dmPSetHelper.h"
+#include "dmSegmentNode.h"
+#include "dmTransitionNode.h"
 #include "dmUtf8.h"
 
 #include <algorithm>
@@ -23,6 +26,13 @@ constexpr double limit = 1e12; ///< of times, in frames
 /// The codes of what has none of its own, by level.
 constexpr std::array<const char*, 3> plainCodes{"DM604", "DM603", "DM601"};
 
+/// That of a clip or a composition; empty for what nobody named.
+std::string nameOf(const DmTreeNode& node)
+{
+    const bool isPlace = node.whatIs() == DM_TRACK_NODE || node.whatIs() == DM_LAYER_NODE;
+    return isPlace || node.getName() == L"untitled" ? std::string() : dmUtf8(node.getName());
+}
+
 } // namespace
 
 void Report::add(Level level, std::uint32_t line, std::string text)
@@ -37,21 +47,109 @@ void Report::add(const char* code, Level level, std::uint32_t line, std::string 
     finding.code = code;
     finding.line = line;
     finding.text = std::move(text);
-    finding.nodePath = _where.path;
-    if (_where.node && !(_where.node->getName() == L"untitled"))
-        finding.clip = dmUtf8(_where.node->getName());
+    if (_where.node)
+        finding.clip = nameOf(*_where.node);
     if (_where.track != 0)
         finding.track = (_where.mediaType == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(_where.track);
     if (_where.time != dmNoTime && _where.fcm != DM::FCM_NOT_DEFINED)
         appendTimeLabel(finding.record, static_cast<std::int64_t>(std::clamp(_where.time, -limit, limit)), _where.fcm);
     add(std::move(finding));
+    if (_where.node && _nodes.size() == _findings.size())
+        _nodes.back().reset(const_cast<DmTreeNode*>(_where.node));
 }
 
 void Report::add(DmFinding finding)
 {
     ++_counts[finding.severity];
-    if (_findings.size() < mostFindings)
-        _findings.push_back(std::move(finding));
+    if (_findings.size() >= mostFindings)
+        return;
+    if (finding.line != 0)
+        _expected.emplace(finding.line, _findings.size());
+    _findings.push_back(std::move(finding));
+    _nodes.emplace_back();
+}
+
+void Report::about(std::size_t from, const DmTreeNode& node)
+{
+    for (std::size_t i = from; i < _findings.size(); ++i)
+    {
+        if (_nodes[i])
+            continue;
+        _nodes[i].reset(const_cast<DmTreeNode*>(&node));
+        if (_findings[i].clip.empty())
+            _findings[i].clip = nameOf(node);
+    }
+}
+
+void Report::settle(std::uintptr_t thing, const DmTreeNode& node)
+{
+    if (_expected.empty())
+        return;
+    const auto [first, last] = _expected.equal_range(thing);
+    for (auto each = first; each != last; ++each)
+        if (!_nodes[each->second])
+        {
+            _nodes[each->second].reset(const_cast<DmTreeNode*>(&node));
+            _findings[each->second].clip = nameOf(node);
+        }
+    _expected.erase(first, last);
+}
+
+void Report::locate(const DmRoot& root, bool paths)
+{
+    std::unordered_multimap<const DmTreeNode*, DmFinding*> wanted;
+    for (std::size_t i = 0; i < _findings.size(); ++i)
+        if (_nodes[i])
+            wanted.emplace(_nodes[i].get(), &_findings[i]);
+    if (wanted.empty())
+        return;
+    const auto tell = [&wanted, paths](const DmTreeNode* node, const auto& say)
+    {
+        const auto [first, last] = wanted.equal_range(node);
+        for (auto each = first; each != last; ++each)
+        {
+            const std::string path = each->second->nodePath;
+            say(*each->second);
+            if (!paths)
+                each->second->nodePath = path;
+        }
+    };
+    const DmCutViews views(root);
+    for (const DmCutViews::Collection& each : views.collections())
+        tell(each.node, [&each](DmFinding& finding) { finding.nodePath = each.path; });
+    for (const DmCutView& cut : views.cuts())
+    {
+        tell(cut.composition, [&cut](DmFinding& finding) { finding.nodePath = cut.path; });
+        for (const DmLaneView& lane : cut.lanes)
+        {
+            const std::string track = cut.path + "/children[" + std::to_string(lane.trackIndex) + ']';
+            const std::string layer = track + "/children[" + std::to_string(lane.layerIndex) + ']';
+            const auto sayPlace = [&lane](DmFinding& finding, const std::string& path)
+            {
+                finding.nodePath = path;
+                if (finding.track.empty())
+                    finding.track = lane.name;
+            };
+            tell(lane.track, [&](DmFinding& finding) { sayPlace(finding, track); });
+            tell(lane.layer, [&](DmFinding& finding) { sayPlace(finding, layer); });
+            for (std::size_t i = 0; i < lane.elements.size(); ++i)
+            {
+                const DmElementView& element = lane.elements[i];
+                const auto say = [&](DmFinding& finding)
+                {
+                    sayPlace(finding, layer + "/children[" + std::to_string(i) + ']');
+                    finding.subject = lane.subjectAt(static_cast<int>(i));
+                    if (finding.record.empty() && (element.segment || element.transition))
+                        finding.record = cut.composition->getRecordLabel(
+                            element.segment ? element.segment->getRecIn() : element.transition->getRecIn());
+                };
+                if (!element.node)
+                    continue;
+                tell(element.node, say);
+                tell(dynamic_cast<const DmTreeNode*>(element.node->getBaseBlob()), say);
+            }
+        }
+    }
 }
 
 void Report::mistake(std::uint32_t line, std::string what, std::string_view choice)
@@ -64,7 +162,8 @@ void Report::mistake(std::uint32_t line, std::string what, std::string_view choi
 void Report::lose(const Loss& loss, std::uint32_t line)
 {
     const DmFindingCode* const kind = dmFindingCode(loss.code);
-    add(loss.code, Warning, line, std::string(kind ? kind->text : loss.code).append(": ").append(loss.choice));
+    add(loss.code, kind ? kind->severity : Warning, line,
+        std::string(kind ? kind->text : loss.code).append(": ").append(loss.choice));
 }
 
 void Report::addException()

@@ -15,6 +15,7 @@
 #include "dmFinding.h"
 #include "dmMediaType.h"
 #include "dmNoTime.h"
+#include "dmRoot.h"
 #include "dmTreeNode.h"
 #include "tuFcm.h"
 
@@ -23,6 +24,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace interchange
@@ -43,7 +45,6 @@ struct Where
     int track = 0;                                   ///< its number
     double time = dmNoTime;                          ///< in frames of the mode, as labels count
     DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED;
-    std::string path; ///< of the node, from the root on
 };
 
 /// Where in the file a node came from.
@@ -83,6 +84,16 @@ public:
     void lose(const Loss& loss, std::uint32_t line = 0);
     /// The conversion has come there: what is added from now on is about that.
     void at(const Where& where) { _where = where; }
+    /// So are the findings from there on that are about no node yet.
+    void about(std::size_t from, const DmTreeNode& node);
+    /// The last finding is about something of the file; what is made of that may come later.
+    void expect(const void* thing) { _expected.emplace(reinterpret_cast<std::uintptr_t>(thing), lastIndex()); }
+    void became(const void* thing, const DmTreeNode& node) { settle(reinterpret_cast<std::uintptr_t>(thing), node); }
+    /// The same of a format that has no more than one thing a line.
+    void lineBecame(std::uint32_t line, const DmTreeNode& node) { settle(line, node); }
+    /// Tells of each finding where in the tree its node stands, and what it is known by in a later version. `paths`:
+    /// not where the tree is a copy that nobody sees.
+    void locate(const DmRoot& root, bool paths = true);
     /// To be called in a catch block: makes an error of what was thrown, and of a setter that was refused what it is.
     void addException();
 
@@ -93,6 +104,7 @@ public:
 
     bool isLenient() const { return _leniency == Lenient; }
     bool hasErrors() const { return _counts[Error] != 0; }
+    std::size_t size() const { return _findings.size(); }
     std::size_t count(Level level) const { return _counts[level]; }
     /// Those of lines in their order, behind those of the file as a whole. Of very many of a code only so many are
     /// kept, that no hostile file fills the memory.
@@ -103,9 +115,14 @@ public:
     std::string toString(std::string_view fileName) const { return dmFindingsText(fileName, findings()); }
 
 private:
+    std::size_t lastIndex() const { return _findings.empty() ? 0 : _findings.size() - 1; }
+    void settle(std::uintptr_t thing, const DmTreeNode& node);
+
     Leniency _leniency;
     Where _where;
     std::vector<DmFinding> _findings;
+    std::vector<CoSharedPtr<DmTreeNode>> _nodes;                    ///< that they are about
+    std::unordered_multimap<std::uintptr_t, std::size_t> _expected; ///< by what they are about: a thing, or its line
     std::vector<NodePlace> _places;
     std::array<std::size_t, 3> _counts{}; ///< of findings added
 };

@@ -115,6 +115,8 @@ private:
     void lose(const Loss& loss, const EdlEvent& event);
     void came(const DmTreeNode& node, const EdlEvent& event)
     {
+        if (event.line != 0)
+            _report.lineBecame(event.line, node);
         if (_tellsPlaces && event.line != 0)
             _report.came(node, event.line);
     }
@@ -159,13 +161,10 @@ void TreeMaker::readReels()
 
 void TreeMaker::lose(const Loss& loss, const EdlEvent& event)
 {
-    _report.at({nullptr,
-                event.channels.video != 0 ? DM_MEDIA_VIDEO : DM_MEDIA_AUDIO,
+    _report.at({nullptr, event.channels.video != 0 ? DM_MEDIA_VIDEO : DM_MEDIA_AUDIO,
                 std::countr_zero(event.channels.video != 0 ? event.channels.video : event.channels.audio) % 64 +
                     (event.channels.isEmpty() ? 0 : 1),
-                static_cast<double>(event.record.in),
-                _list.fcm,
-                {}});
+                static_cast<double>(event.record.in), _list.fcm});
     _report.lose(loss, event.line);
     _report.at({});
 }

@@ -2,8 +2,10 @@
 
 #include "icEdlKept.h"
 #include "icEdlLine.h"
+#include "icLeftovers.h"
 #include "icMode.h"
 #include "icText.h"
+#include "icUnsaid.h"
 
 #include "dmCompositionNode.h"
 #include "dmLayerNode.h"
@@ -90,13 +92,42 @@ bool merge(Edit& into, const Edit& from)
     return true;
 }
 
+/// The properties of nodes that a list says, or has no need to.
+constexpr std::wstring_view saidProperties[] = {L"name",
+                                                L"effects",
+                                                L"segmentMarks",
+                                                L"cueMarks",
+                                                L"muted",
+                                                L"effect",
+                                                L"fcm",
+                                                L"startTC",
+                                                L"startTCStr",
+                                                L"startTcFcm",
+                                                L"trackNum",
+                                                L"srcInput.name",
+                                                L"srcInput.mediaType",
+                                                L"srcInput.srcLength",
+                                                L"srcInput.srcFcm",
+                                                L"srcInput.srcIn",
+                                                L"srcInput.srcInStr",
+                                                L"srcInput.srcInFcm",
+                                                L"srcInput.srcInOffset",
+                                                L"srcInput.hasMedia",
+                                                L"srcInput.extraDataDictionary",
+                                                L"srcInput.srcInfo.sourceType",
+                                                L"srcInput.srcInfo.fileType",
+                                                L"srcInput.srcInfo.name",
+                                                L"srcInput.srcInfo.reelName",
+                                                L"srcInput.srcInfo.track",
+                                                L"srcInput.srcInfo.path",
+                                                L"srcInput.reelName",
+                                                L"srcInput.inputType"};
+
 class ListMaker
 {
 public:
-    ListMaker(const DmCompositionNode& composition, std::string path, DM::FrameCodeModes fcm, std::size_t reelLength,
-              Report& report)
+    ListMaker(const DmCompositionNode& composition, DM::FrameCodeModes fcm, std::size_t reelLength, Report& report)
         : _composition(composition)
-        , _path(std::move(path))
         , _report(report)
         , _fcm(fcm)
         , _offset(composition.getLabelTime(0.0))
@@ -115,10 +146,9 @@ private:
     struct Place
     {
         const DmTrackNode& track;
-        std::string path; ///< of what is added
         EdlChannels channel;
     };
-    void addTrack(const DmTrackNode& track, int index, EdlChannels channel);
+    void addTrack(const DmTrackNode& track, EdlChannels channel);
     void addLayer(const DmLayerNode& layer, const Place& place, bool isFirst);
     std::optional<int> freeChannel(const DmTrackNode& track, std::uint64_t& used);
 
@@ -128,7 +158,6 @@ private:
         const DmSegmentNode* segment;
         const DmTrxEffectNode* mix;
         const DmTreeNode* previous;
-        int index; ///< on its layer
 
         double recIn() const { return mix ? mix->getRecIn() : segment->getRecIn(); }
     };
@@ -147,7 +176,6 @@ private:
     EdlList written();
 
     const DmCompositionNode& _composition;
-    std::string _path; ///< from the root on
     Report& _report;
     DM::FrameCodeModes _fcm;
     double _offset; ///< from the record times of nodes to those of the list
@@ -155,11 +183,14 @@ private:
     EdlLineMaker _lines;
     std::set<std::tuple<std::uint32_t, std::uint64_t, std::uint64_t>> _taken; ///< positions, by channel
     std::vector<Edit> _edits;
+    Unsaid _unsaid{edlLeftover.format, saidProperties};
     std::size_t _pictures = 0; ///< how many of the edits are the primary track's
 };
 
 EdlList ListMaker::make()
 {
+    _report.at({.node = &_composition});
+    _unsaid.tell(_composition, _report);
     chooseTracks();
     addCompositionMarks();
     settleOrder();
@@ -204,9 +235,8 @@ void ListMaker::chooseTracks()
         const DmTrackNode& node = *track(index);
         const bool isAudio = node.getMediaType() == DM_MEDIA_AUDIO;
         if (const std::optional<int> channel = freeChannel(node, isAudio ? audio : video))
-            return addTrack(node, index, isAudio ? EdlChannels{0, bit(*channel)} : EdlChannels{bit(*channel), 0});
-        _report.at({nullptr, node.getMediaType(), node.getTrackNum(), dmNoTime, _fcm,
-                    _path + "/children[" + std::to_string(index) + ']'});
+            return addTrack(node, isAudio ? EdlChannels{0, bit(*channel)} : EdlChannels{bit(*channel), 0});
+        _report.at({&node, node.getMediaType(), node.getTrackNum(), dmNoTime, _fcm});
         _report.lose(lostTrack);
     };
     if (primary < count)
@@ -217,14 +247,13 @@ void ListMaker::chooseTracks()
             add(i);
 }
 
-void ListMaker::addTrack(const DmTrackNode& track, int index, EdlChannels channel)
+void ListMaker::addTrack(const DmTrackNode& track, EdlChannels channel)
 {
     bool isFirst = true;
-    const std::string path = _path + "/children[" + std::to_string(index) + "]/children[";
     for (int i = 0; i < track.getNbChildren(); ++i)
         if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track.getChild(i)))
         {
-            addLayer(*layer, {track, path + std::to_string(i) + "]/children[", channel}, isFirst);
+            addLayer(*layer, {track, channel}, isFirst);
             isFirst = false;
         }
 }
@@ -250,7 +279,7 @@ std::vector<ListMaker::Played> ListMaker::playedOf(const DmLayerNode& layer) con
         const double in = mix ? mix->getRecIn() : segment->getRecIn();
         constexpr double tolerance = 1e-6;
         const bool follows = before && std::abs(before->getRecOut() - in) <= tolerance;
-        all.push_back({segment, mix, follows || (before && before->getRecOut() > in) ? previous : nullptr, i});
+        all.push_back({segment, mix, follows || (before && before->getRecOut() > in) ? previous : nullptr});
         previous = segment;
         mix = nullptr;
     }
@@ -260,18 +289,16 @@ std::vector<ListMaker::Played> ListMaker::playedOf(const DmLayerNode& layer) con
 
 void ListMaker::at(const DmTreeNode& node, const Place& place, double recIn)
 {
-    _report.at({&node, place.track.getMediaType(), place.track.getTrackNum(), _offset + recIn, _fcm, place.path});
+    _report.at({&node, place.track.getMediaType(), place.track.getTrackNum(), _offset + recIn, _fcm});
 }
 
 void ListMaker::addLayer(const DmLayerNode& layer, const Place& place, bool isFirst)
 {
     const std::vector<Played> all = playedOf(layer);
-    Place here = place;
     for (std::size_t i = 0; i < all.size(); ++i)
     {
         const Played& played = all[i];
-        here.path = place.path + std::to_string(played.index) + ']';
-        at(*played.segment, here, played.recIn());
+        at(*played.segment, place, played.recIn());
         const std::optional<EdlKept> kept = isFirst ? std::nullopt : EdlKept::of(*played.segment);
         const bool isKey = kept && kept->transition != EdlTransition::Cut;
         const bool isPlain = played.segment->whatIs() == DM_GAP_NODE;
@@ -289,7 +316,9 @@ void ListMaker::addLayer(const DmLayerNode& layer, const Place& place, bool isFi
             _report.lose(overlap);
             recOut = std::max(all[i + 1].recIn(), played.recIn());
         }
-        addEdit(played, recOut, here);
+        if (!isPlain)
+            _unsaid.tell(*played.segment, _report);
+        addEdit(played, recOut, place);
         _edits.back().isKey = isKey;
     }
 }
@@ -366,7 +395,7 @@ void ListMaker::addCompositionMarks()
             continue;
         const auto& mark = static_cast<const DmCueMark&>(*set);
         const double time = _offset + mark.getCueMarkTime();
-        _report.at({nullptr, DM_MEDIA_VIDEO, 1, time, _fcm, _path});
+        _report.at({&_composition, DM_MEDIA_VIDEO, 1, time, _fcm});
         const auto behind = std::ranges::upper_bound(
             pictures, time, {}, [](const Edit& edit) { return static_cast<double>(edit.event().record.in); });
         if (behind == pictures.begin() || mark.getCueMarkTime() == dmNoTime ||
@@ -494,29 +523,21 @@ EdlList ListMaker::written()
     return list;
 }
 
-/// A composition, and where it stands below the root.
-struct Found
-{
-    const DmCompositionNode* composition;
-    std::string path;
-};
-
 /// The compositions of a root, in its reels too.
-std::vector<Found> compositionsOf(const DmRoot& root)
+std::vector<const DmCompositionNode*> compositionsOf(const DmRoot& root)
 {
-    std::vector<Found> found;
-    const auto add = [&found](const DmTreeNode* node, const std::string& path)
+    std::vector<const DmCompositionNode*> found;
+    const auto add = [&found](const DmTreeNode* node)
     {
         const auto* const composition = dynamic_cast<const DmCompositionNode*>(node);
         if (composition)
-            found.push_back({composition, path});
+            found.push_back(composition);
         return composition != nullptr;
     };
-    const auto name = [](int index) { return "children[" + std::to_string(index) + ']'; };
     for (int i = 0; i < root.getNbChildren(); ++i)
-        if (const DmTreeNode* const child = root.getChild(i); child && !add(child, name(i)))
+        if (const DmTreeNode* const child = root.getChild(i); child && !add(child))
             for (int j = 0; j < child->getNbChildren(); ++j)
-                add(child->getChild(j), name(i) + '/' + name(j));
+                add(child->getChild(j));
     return found;
 }
 
@@ -524,13 +545,13 @@ std::vector<Found> compositionsOf(const DmRoot& root)
 
 std::optional<EdlList> treeToEdl(const DmRoot& root, const Options& options, Report& report)
 {
-    const std::vector<Found> compositions = compositionsOf(root);
+    const std::vector<const DmCompositionNode*> compositions = compositionsOf(root);
     if (compositions.empty())
     {
         report.add("DM701", Report::Error, 0, "the document holds no composition");
         return std::nullopt;
     }
-    const DmCompositionNode& composition = *compositions.front().composition;
+    const DmCompositionNode& composition = *compositions.front();
     const DM::FrameCodeModes fcm = modeOf(composition, options.fcm);
     if (fcm == DM::FCM_NOT_DEFINED)
     {
@@ -547,10 +568,10 @@ std::optional<EdlList> treeToEdl(const DmRoot& root, const Options& options, Rep
         report.add("DM701", Report::Error, 0, "'" + given->second + "' is no length of a reel's name");
         return std::nullopt;
     }
-    ListMaker maker(composition, compositions.front().path, fcm, *length, report);
+    ListMaker maker(composition, fcm, *length, report);
     for (std::size_t i = 1; i < compositions.size(); ++i)
     {
-        report.at({compositions[i].composition, DM_MEDIA_UNDEFINED, 0, dmNoTime, fcm, compositions[i].path});
+        report.at({compositions[i], DM_MEDIA_UNDEFINED, 0, dmNoTime, fcm});
         report.lose(furtherComposition);
     }
     return maker.make();

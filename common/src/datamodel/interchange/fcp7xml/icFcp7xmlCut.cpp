@@ -233,8 +233,8 @@ Sequence& Cut::addSequence(const DmCompositionNode& node, DM::FrameCodeModes oth
 
 void Cut::addTrack(Sequence& sequence, const DmTrackNode& node, int number)
 {
-    Track track{&node, number, {}};
     const DmLayerNode* const layer = playedLayer(node);
+    Track track{&node, number, layer, {}};
     for (int i = 0; i < node.getNbChildren(); ++i)
         if (node.getChild(i) && node.getChild(i) != layer)
             left.push_back({node.getChild(i), &sequence, &node, "DM726", dmNoTime});

@@ -101,7 +101,8 @@ Extent extentOf(const Item& item);
 struct Track
 {
     const DmTrackNode* node;
-    int number; ///< among its kind, from 1 on
+    int number;               ///< among its kind, from 1 on
+    const DmLayerNode* layer; ///< the one that plays; null without any
     std::vector<Item> items;
 };
 

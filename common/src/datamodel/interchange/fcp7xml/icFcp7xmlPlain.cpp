@@ -53,6 +53,21 @@ constexpr std::array<GeneratorKind, 9> generators{{{"Slug", L"INPUT_BLACK"},
 constexpr std::array<std::pair<const char*, const char*>, 3> motions{
     {{"basic", "Basic Motion"}, {"crop", "Crop"}, {"opacity", "Opacity"}}};
 
+/// The properties of nodes that elements say, or that have no need to be said.
+constexpr std::wstring_view said[] = {
+    L"name", L"effects", L"segmentMarks", L"cueMarks", L"muted", L"effect", L"fcm", L"startTC", L"startTCStr",
+    L"startTcFcm", L"inMark", L"outMark", L"samplingRate", L"resolution.width", L"resolution.height", L"trackNum",
+    L"trackChannel", L"srcInput.mediaType", L"srcInput.name", L"srcInput.srcLength", L"srcInput.srcFcm",
+    L"srcInput.srcInStr", L"srcInput.srcIn", L"srcInput.srcInFcm", L"srcInput.hasMedia",
+    L"srcInput.extraDataDictionary", L"srcInput.srcInfo.sourceType", L"srcInput.srcInfo.name",
+    L"srcInput.srcInfo.reelName", L"srcInput.srcInfo.track", L"srcInput.srcInfo.path",
+    L"srcInput.audioProperties.channelIdx", L"srcInput.inputType",
+    // Told by what generators and channels lose of themselves
+    L"srcInput.inputColorRed", L"srcInput.inputColorGreen", L"srcInput.inputColorBlue", L"srcInput.inputColorAlpha",
+    L"srcInput.inputPercentageRatio", L"srcInput.inputSoftness", L"srcInput.audioProperties.nbChannels",
+    L"srcInput.audioProperties.startSample", L"srcInput.srcInfo.fileType", L"srcInput.srcInOffset",
+    L"srcInput.srcInfo.imageChannels", L"srcInput.srcInfo.PDFrameType"};
+
 constexpr double silence = 1e-5; ///< a factor: -100 dB
 
 /// What a generator may be set to, and the format has no words for.
@@ -189,6 +204,13 @@ bool isSound(const Track& track)
     return track.node->getMediaType() == DM_MEDIA_AUDIO;
 }
 
+Plain::Plain(const Cut& cut, Report* report)
+    : _cut(cut)
+    , _report(report)
+    , _unsaid(leftoverType.format, said)
+{
+}
+
 // Texts and times
 
 pugi::xml_node Plain::text(pugi::xml_node parent, const char* name, std::string value)
@@ -283,6 +305,7 @@ void Plain::marker(pugi::xml_node parent, const DmCueMark& mark, double origin, 
 pugi::xml_node Plain::sequence(pugi::xml_node parent, const Sequence& sequence)
 {
     const DmCompositionNode& node = *sequence.node;
+    tellUnsaid(node);
     pugi::xml_node made = add(parent, "sequence");
     if (!sequence.id.empty())
         made.append_attribute("id") = sequence.id.c_str();
@@ -314,8 +337,16 @@ pugi::xml_node Plain::sequence(pugi::xml_node parent, const Sequence& sequence)
     return made;
 }
 
-pugi::xml_node Plain::track(pugi::xml_node parent, const Sequence& /*sequence*/, const Track& track)
+pugi::xml_node Plain::track(pugi::xml_node parent, const Sequence& sequence, const Track& track)
 {
+    if (_report)
+    {
+        _report->at({.node = track.node});
+        tellUnsaid(*track.node);
+        if (track.layer)
+            tellUnsaid(*track.layer);
+        _report->at({.node = sequence.node});
+    }
     const pugi::xml_node made = add(parent, "track");
     add(made, itemsName);
     optional(add(made, "enabled", "TRUE"));
@@ -335,12 +366,9 @@ pugi::xml_node Plain::track(pugi::xml_node parent, const Sequence& /*sequence*/,
 pugi::xml_node Plain::item(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item)
 {
     if (_report)
-        _report->at({item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix,
-                     track.node->getMediaType(),
-                     track.node->getTrackNum(),
-                     sequence.node->getLabelTime(item.recIn),
-                     sequence.fcm,
-                     {}});
+        _report->at({item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix, track.node->getMediaType(),
+                     track.node->getTrackNum(), sequence.node->getLabelTime(item.recIn), sequence.fcm});
+    tellUnsaid(item.segment ? static_cast<const DmTreeNode&>(*item.segment) : *item.mix);
     return item.mix ? transition(parent, sequence, track, item) : clip(parent, sequence, track, item);
 }
 
@@ -440,6 +468,8 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
     double duration = file || container ? length / speed * clipFps / materialFps : range.out;
     if (material.isEndless() && input)
         duration = std::max(range.out, input->getSrcLength() * clipFps / materialFps);
+    if (material.isEndless() && range.in < 0) // whatever it is, it looks the same
+        range = {0, range.out - range.in, range.at - range.in};
     if (range.in < 0)
         lose("DM719", "written as they are");
     if (!isWhole(range.in) || !isWhole(range.out))

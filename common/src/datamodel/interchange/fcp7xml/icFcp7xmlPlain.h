@@ -5,6 +5,8 @@
 
 #include "icFcp7xmlCut.h"
 
+#include "icUnsaid.h"
+
 namespace interchange::xmeml
 {
 
@@ -44,11 +46,7 @@ class Plain
 {
 public:
     /// Tells losses if there is a report.
-    Plain(const Cut& cut, Report* report)
-        : _cut(cut)
-        , _report(report)
-    {
-    }
+    Plain(const Cut& cut, Report* report);
 
     // Each is added to the parent
 
@@ -79,8 +77,15 @@ private:
             _report->lose({code, choice});
     }
 
+    void tellUnsaid(const DmTreeNode& node)
+    {
+        if (_report)
+            _unsaid.tell(node, *_report);
+    }
+
     const Cut& _cut;
     Report* _report;
+    Unsaid _unsaid;
 };
 
 } // namespace interchange::xmeml

@@ -143,10 +143,16 @@ private:
     void mistake(pugi::xml_node at, std::string what, std::string_view choice)
     {
         _report.mistake(_xml.lineOf(at), std::move(what), choice);
+        _report.expect(at.internal_object());
     }
-    void warn(pugi::xml_node at, std::string what) { _report.add(Report::Warning, _xml.lineOf(at), std::move(what)); }
+    void warn(pugi::xml_node at, std::string what)
+    {
+        _report.add(Report::Warning, _xml.lineOf(at), std::move(what));
+        _report.expect(at.internal_object());
+    }
     void came(const DmTreeNode& node, pugi::xml_node at)
     {
+        _report.became(at.internal_object(), node);
         if (_options.places)
             _report.came(node, _xml.lineOf(at));
     }
@@ -569,6 +575,7 @@ void Maker::place(Stage& stage, DmLayerBuilder& layer, const std::vector<Entry>&
     const Entry* previous = nullptr;
     for (const Entry& entry : entries)
     {
+        const std::size_t before = _report.size();
         const bool touches = previous && layer.getEnd() >= entry.recIn - 1e-6;
         const double length = entry.recOut - entry.recIn;
         if (entry.isMix && length < 1)
@@ -583,6 +590,7 @@ void Maker::place(Stage& stage, DmLayerBuilder& layer, const std::vector<Entry>&
         if (entry.isMix)
         {
             const auto node = transition(entry, mediaType);
+            _report.about(before, *node);
             require(layer.place(node));
             _nodes.insert(entry.element.internal_object());
             _elements[node.get()] = entry.element;
@@ -590,6 +598,7 @@ void Maker::place(Stage& stage, DmLayerBuilder& layer, const std::vector<Entry>&
         }
         else if (const CoSharedPtr<DmSegmentNode> node = clip(stage, entry, mediaType, label))
         {
+            _report.about(before, *node);
             if (length >= leastLength)
                 require(layer.place(node));
             else

@@ -96,12 +96,10 @@ void Writer::tellLeft()
     for (const Cut::Left& each : _cut.left)
     {
         const bool isPlaced = each.sequence && each.track;
-        _report.at({each.node,
-                    isPlaced ? each.track->getMediaType() : DM_MEDIA_UNDEFINED,
+        _report.at({each.node, isPlaced ? each.track->getMediaType() : DM_MEDIA_UNDEFINED,
                     isPlaced ? each.track->getTrackNum() : 0,
                     isPlaced && each.time != dmNoTime ? each.sequence->node->getLabelTime(each.time) : dmNoTime,
-                    isPlaced ? each.sequence->fcm : DM::FCM_NOT_DEFINED,
-                    {}});
+                    isPlaced ? each.sequence->fcm : DM::FCM_NOT_DEFINED});
         const bool isCovered = std::string_view(each.code) == "DM703";
         _report.lose({each.code, isCovered ? "the later one covers the end of the earlier" : "left out"});
     }
@@ -183,7 +181,7 @@ void Writer::sequence(const Sequence& sequence)
 {
     const Form form(*sequence.node);
     pugi::xml_document scratch;
-    _report.at({sequence.node, DM_MEDIA_UNDEFINED, 0, dmNoTime, DM::FCM_NOT_DEFINED, {}});
+    _report.at({sequence.node, DM_MEDIA_UNDEFINED, 0, dmNoTime, DM::FCM_NOT_DEFINED});
     fill(_out, form.root(), _plain.sequence(scratch, sequence),
          [&](Output&, std::string_view parent)
          {

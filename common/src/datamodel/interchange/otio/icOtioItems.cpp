@@ -210,6 +210,8 @@ std::uint32_t Items::lineOf(const Value* object) const
 
 void Items::came(const DmTreeNode& node, const Value& object)
 {
+    if (_report)
+        _report->became(&object, node);
     if (_tellsPlaces && _report && _source)
         _report->came(node, _source->lineOf(object));
 }
@@ -217,13 +219,25 @@ void Items::came(const DmTreeNode& node, const Value& object)
 void Items::mistake(const Value* object, std::string what, std::string_view choice)
 {
     if (_report)
+    {
         _report->mistake(lineOf(object), std::move(what), choice);
+        _report->expect(object);
+    }
 }
 
 void Items::add(Report::Level level, const Value* object, std::string what)
 {
     if (_report)
+    {
         _report->add(level, lineOf(object), std::move(what));
+        _report->expect(object);
+    }
+}
+
+void Items::about(std::size_t from, const DmTreeNode& node)
+{
+    if (_report)
+        _report->about(from, node);
 }
 
 void Items::lose(const Loss& loss)

@@ -97,6 +97,9 @@ public:
     void warn(const Value* object, std::string what) { add(Report::Warning, object, std::move(what)); }
     void add(Report::Level level, const Value* object, std::string what);
     void lose(const Loss& loss);
+    /// How many findings there are, and: those from there on are about the node.
+    std::size_t findings() const { return _report ? _report->size() : 0; }
+    void about(std::size_t from, const DmTreeNode& node);
     /// Says what conversions between rates have cost.
     void reportWarnings();
 

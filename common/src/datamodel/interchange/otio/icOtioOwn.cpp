@@ -2,9 +2,9 @@
 
 #include "icText.h"
 #include "icTree.h"
+#include "icUnsaid.h"
 
 #include "dmJsonImporter.h"
-#include "dmSetTools.h"
 #include "dmTreeJsonBuilder.h"
 #include "dmUtf8.h"
 
@@ -136,50 +136,6 @@ Value fieldValue(const DmPropertySet& set, int index, Allocator& allocator)
                           });
 }
 
-bool areEqual(const DmPropertySet* a, const DmPropertySet* b)
-{
-    bool equal = false;
-    return a == b || (a && b && dmDeepEqual(*a, *b, equal) == DM_NO_ERROR && equal);
-}
-
-bool isSameField(const DmPropertySet& a, const DmPropertySet& b, int index)
-{
-    return dmVisitStorage(a.classData().at(index)->_type,
-                          [&](auto type)
-                          {
-                              using T = typename decltype(type)::type;
-                              if constexpr (std::is_void_v<T>)
-                                  return true;
-                              else if constexpr (std::is_same_v<T, DmPropertySetVector>)
-                              {
-                                  const DmListWindow<DmPropertySet> x = a.elementsOf(index);
-                                  const DmListWindow<DmPropertySet> y = b.elementsOf(index);
-                                  return x.size() == y.size() && std::equal(x.begin(), x.end(), y.begin(), areEqual);
-                              }
-                              else if constexpr (dmIsVector<T>)
-                                  return std::ranges::equal(a.template valuesOf<typename T::value_type>(index),
-                                                            b.template valuesOf<typename T::value_type>(index));
-                              else
-                              {
-                                  const T& x = *static_cast<const T*>(a.fieldOf(index));
-                                  const T& y = *static_cast<const T*>(b.fieldOf(index));
-                                  if constexpr (std::is_same_v<T, DmPropertySetPtr>)
-                                      return areEqual(x.get(), y.get());
-                                  else if constexpr (std::is_same_v<T, DmPropertySetMap>)
-                                      return std::ranges::equal(x, y,
-                                                                [](const auto& one, const auto& other) {
-                                                                    return one.first == other.first &&
-                                                                           areEqual(one.second.get(),
-                                                                                    other.second.get());
-                                                                });
-                                  else if constexpr (std::is_floating_point_v<T>)
-                                      return x == y || (std::isnan(x) && std::isnan(y));
-                                  else
-                                      return x == y;
-                              }
-                          });
-}
-
 template <class T>
 void setField(DmPropertySet& set, int index, eDmPropType type, const Value& value)
 {
@@ -222,7 +178,7 @@ Value ownOf(const DmPropertySet& set, const DmPropertySet& read, Allocator& allo
     for (int i = 0; i < data.size(); ++i)
     {
         const DmString& name = data.at(i)->_name;
-        if (isSameField(set, read, i) || isStructure(name))
+        if (isSameProperty(set, read, i) || isStructure(name))
             continue;
         if (!own.IsObject())
             own.SetObject();

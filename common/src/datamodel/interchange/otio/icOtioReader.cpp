@@ -462,7 +462,9 @@ void Maker::addEntry(Entries& entries, const Value& object, eDmTreeMediaType med
         return _items.mistake(&object, noObject, "left out");
     if (schemaOf(&object) != "Transition")
     {
+        const std::size_t before = _items.findings();
         CoSharedPtr<DmSegmentNode> made = segment(object, mediaType);
+        _items.about(before, *made);
         Form form = Form::of(object, made->whatIs());
         entries.push_back({&object, std::move(made), std::move(form)});
         const bool isGap = entries.back().segment->whatIs() == DM_GAP_NODE;
@@ -619,7 +621,9 @@ void Maker::place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType 
     if (!entry.segment)
     {
         const double length = entry.in + entry.out;
+        const std::size_t before = _items.findings();
         const auto node = _items.transition(*entry.object, mediaType, entry.in, entry.out);
+        _items.about(before, *node);
         addBetween(layer, own, "before", node.get(), mediaType);
         require(node->setRecIn(_at));
         _keep.take(*node, *entry.object, own);

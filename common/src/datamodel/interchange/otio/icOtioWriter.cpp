@@ -78,7 +78,6 @@ struct Item
     const DmTreeNode* node;       ///< on the layer
     const DmSegmentNode* segment; ///< itself, or the one that travels with a gap; null for a transition
     const DmTrxEffectNode* mix;   ///< null for a segment
-    int index = 0;                ///< on the layer
     std::vector<const DmTreeNode*> before;
     double start = 0;  ///< in record time
     double length = 0; ///< as it is written
@@ -120,7 +119,7 @@ Layout layoutOf(const DmLayerNode& layer, double origin)
             ++layout.others;
             continue;
         }
-        Item item{node, dynamic_cast<const DmSegmentNode*>(node), dynamic_cast<const DmTrxEffectNode*>(node), i, {}};
+        Item item{node, dynamic_cast<const DmSegmentNode*>(node), dynamic_cast<const DmTrxEffectNode*>(node), {}};
         if (item.segment && node->whatIs() == DM_GAP_NODE)
             if (const auto* const attached = dynamic_cast<const DmSegmentNode*>(node->getBaseBlob()))
                 item.segment = attached;
@@ -231,7 +230,6 @@ private:
     {
         const DmCompositionNode& composition;
         double origin;
-        std::string path;
         IdMaker ids;
         std::array<int, 3> tracks{};
         DM::FrameCodeModes fcm;
@@ -246,23 +244,25 @@ private:
     /// Children have a place, whatever the file said when there were none.
     void letHaveChildren(Value& object, const DmTreeNode& node);
 
-    void collection(const DmTreeNode& node, const std::string& path, const DmRoot* root);
-    void composition(const DmCompositionNode& node, const std::string& path, const DmRoot* root);
+    void collection(const DmTreeNode& node, const DmRoot* root);
+    void composition(const DmCompositionNode& node, const DmRoot* root);
     void tracks(Stage& stage);
-    void track(Stage& stage, const DmTrackNode& node, const std::string& path);
-    /// `path`: of the layer.
-    void layer(Stage& stage, const DmTrackNode& track, const Layout& layout, const std::string& path);
+    void track(Stage& stage, const DmTrackNode& node);
+    void layer(Stage& stage, const DmTrackNode& track, const Layout& layout);
     void hole(double length, Trim trim);
-    void element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index,
-                 const std::string& path);
-    void container(const DmContainerNode& node, Value made, Value own, const Form& form, const std::string& path);
+    void element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index);
+    void container(const DmContainerNode& node, Value made, Value own, const Form& form);
     /// What stands in front of an item, or behind the last, where that is not the usual.
     void tellBetween(Value& own, const char* name, const std::vector<const DmTreeNode*>& nodes,
                      const DmTreeNode* previous, const DmTreeNode* next, eDmTreeMediaType mediaType, double time);
     void add(Value& own, const char* name, Value value);
     double insideLength(const DmCompositionNode& composition, double origin, DM::FrameCodeModes fcm) const;
-    void lose(const Loss& loss, Stage& stage, const DmTrackNode& track, const Item& item, const std::string& path);
-    void warn(Stage& stage, const DmTrackNode& track, const Item& item, const std::string& path);
+    void lose(const Loss& loss, const DmTreeNode* node)
+    {
+        _report.at({.node = node});
+        _report.lose(loss);
+    }
+    void warn(const DmTrackNode& track, const Item& item);
     bool chooseMode(const DmCompositionNode& node);
 
     DM::FrameCodeModes _fcm;
@@ -343,15 +343,15 @@ void Maker::root(const DmRoot& root)
     if (const bool isPlain = only && (_keep.formOf(root, difference), difference.IsNull()))
     {
         if (only->whatIs() == DM_COMPOSITION_NODE)
-            return composition(static_cast<const DmCompositionNode&>(*only), "children[0]", &root);
+            return composition(static_cast<const DmCompositionNode&>(*only), &root);
         if (only->whatIs() == DM_REEL_NODE)
-            return collection(*only, "children[0]", &root);
+            return collection(*only, &root);
         static_cast<void>(isPlain);
     }
-    collection(root, "", nullptr);
+    collection(root, nullptr);
 }
 
-void Maker::collection(const DmTreeNode& node, const std::string& path, const DmRoot* root)
+void Maker::collection(const DmTreeNode& node, const DmRoot* root)
 {
     Value difference;
     _keep.formOf(node, difference);
@@ -377,14 +377,12 @@ void Maker::collection(const DmTreeNode& node, const std::string& path, const Dm
               for (int i = 0; i < node.getNbChildren(); ++i)
               {
                   const DmTreeNode* const child = node.getChild(i);
-                  const std::string childPath =
-                      path + (path.empty() ? "" : "/") + "children[" + std::to_string(i) + ']';
                   if (child && child->whatIs() == DM_COMPOSITION_NODE)
-                      composition(static_cast<const DmCompositionNode&>(*child), childPath, nullptr);
+                      composition(static_cast<const DmCompositionNode&>(*child), nullptr);
                   else if (child && child->whatIs() == DM_REEL_NODE && node.whatIs() == DM_ROOT_NODE)
-                      collection(*child, childPath, nullptr);
+                      collection(*child, nullptr);
                   else
-                      _report.lose(otherNode);
+                      lose(otherNode, child);
               }
           });
 }
@@ -413,7 +411,7 @@ double Maker::insideLength(const DmCompositionNode& composition, double origin, 
     return end - origin;
 }
 
-void Maker::composition(const DmCompositionNode& node, const std::string& path, const DmRoot* root)
+void Maker::composition(const DmCompositionNode& node, const DmRoot* root)
 {
     if (!chooseMode(node))
         return;
@@ -423,7 +421,7 @@ void Maker::composition(const DmCompositionNode& node, const std::string& path, 
         return write(*form.wholeValue);
     const bool isStack = form.schema == "Stack" && node.getStartTC() == 0;
     const double origin = originOf(node);
-    Stage stage{node, origin, path, {}, {}, _items.fcm()};
+    Stage stage{node, origin, {}, {}, _items.fcm()};
     Form written;
     written.schema = isStack ? "Stack" : "";
     Value object = _parts.composition(node, written, origin);
@@ -478,12 +476,12 @@ void Maker::tracks(Stage& stage)
 {
     for (int i = 0; i < stage.composition.getNbChildren(); ++i)
         if (const auto* const each = dynamic_cast<const DmTrackNode*>(stage.composition.getChild(i)))
-            track(stage, *each, stage.path + "/children[" + std::to_string(i) + ']');
+            track(stage, *each);
         else
-            _report.lose(otherNode);
+            lose(otherNode, stage.composition.getChild(i));
 }
 
-void Maker::track(Stage& stage, const DmTrackNode& node, const std::string& path)
+void Maker::track(Stage& stage, const DmTrackNode& node)
 {
     const eDmTreeMediaType mediaType = node.getMediaType();
     const int number = ++stage.tracks[static_cast<std::size_t>(std::clamp<int>(mediaType, 0, 2))];
@@ -495,7 +493,7 @@ void Maker::track(Stage& stage, const DmTrackNode& node, const std::string& path
         const auto* const layerNode = index < 0 ? nullptr : static_cast<const DmLayerNode*>(node.getChild(index));
         const Layout layout = layerNode ? layoutOf(*layerNode, stage.origin) : Layout{{}, {}, stage.origin, {}, 0};
         if (layout.others != 0)
-            _report.lose(otherNode);
+            lose(otherNode, layerNode);
         const bool isBase = index == base;
         Value object = _parts.track(node, mediaType);
         if (isBase)
@@ -525,13 +523,12 @@ void Maker::track(Stage& stage, const DmTrackNode& node, const std::string& path
         }
         else
             add(own, "isEmpty", Value(true));
-        const std::string layerPath = path + "/children[" + std::to_string(index) + ']';
         if (form.isImplied && isBase && own.IsNull() && layout.items.size() == 1 && layout.items[0].hole == 0)
-            return layer(stage, node, layout, layerPath);
+            return layer(stage, node, layout);
         setOwn(object, std::move(own));
         if (layerNode)
             letHaveChildren(object, *layerNode);
-        write(object, "children", [&] { layer(stage, node, layout, layerPath); });
+        write(object, "children", [&] { layer(stage, node, layout); });
     };
     writeLayer(base);
     for (int i = 0; i < node.getNbChildren(); ++i)
@@ -564,7 +561,7 @@ void Maker::hole(double length, Trim trim)
     write(gap);
 }
 
-void Maker::layer(Stage& stage, const DmTrackNode& track, const Layout& layout, const std::string& path)
+void Maker::layer(Stage& stage, const DmTrackNode& track, const Layout& layout)
 {
     for (std::size_t i = 0; i < layout.items.size(); ++i)
     {
@@ -572,26 +569,18 @@ void Maker::layer(Stage& stage, const DmTrackNode& track, const Layout& layout, 
         Allocator& outer = allocator();
         if (isLeaf)
             _parts.setAllocator(_leaf);
-        element(stage, track, layout, i, path);
+        element(stage, track, layout, i);
         _parts.setAllocator(outer);
         if (isLeaf)
             _leaf.Clear();
     }
 }
 
-void Maker::lose(const Loss& loss, Stage& stage, const DmTrackNode& track, const Item& item, const std::string& path)
-{
-    _report.at({item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix, track.getMediaType(),
-                track.getTrackNum(), stage.composition.getLabelTime(item.start), stage.fcm,
-                path + "/children[" + std::to_string(item.index) + ']'});
-    _report.lose(loss);
-}
-
-void Maker::warn(Stage& stage, const DmTrackNode& track, const Item& item, const std::string& path)
+void Maker::warn(const DmTrackNode& track, const Item& item)
 {
     if (item.mix &&
         textOf(&static_cast<const Value&>(_parts.transition(*item.mix)), "transition_type") == "Custom_Transition")
-        lose(otherMix, stage, track, item, path);
+        _report.lose(otherMix);
     bool hasSpeed = false;
     bool hasLook = false;
     if (item.segment)
@@ -603,12 +592,11 @@ void Maker::warn(Stage& stage, const DmTrackNode& track, const Item& item, const
             hasSpeed = hasSpeed || isSpeed;
             hasLook = hasLook || isLook;
             if (effect && !isSpeed && !isLook)
-                lose(hiddenEffect, stage, track, item, path);
+                _report.lose(hiddenEffect);
         }
 }
 
-void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index,
-                    const std::string& path)
+void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index)
 {
     const Item& item = layout.items[index];
     const auto mixAt = [&](std::size_t at) { return at < layout.items.size() ? layout.items[at].mix : nullptr; };
@@ -620,9 +608,10 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     const auto tailBefore = [](const DmTrxEffectNode* mix) { return mix ? mix->getRelIn() : 0.0; };
     if (item.hole > 0)
         hole(item.hole, {headBehind(index > 0 ? mixAt(index - 1) : nullptr), tailBefore(item.mix)});
-    warn(stage, track, item, path);
+    _report.at({.node = item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix});
+    warn(track, item);
     if (std::ranges::find(layout.covered, index) != layout.covered.end())
-        lose(overlap, stage, track, item, path);
+        _report.lose(overlap);
 
     Value difference;
     Value own;
@@ -660,19 +649,18 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     stage.ids.take(dmUtf8(segment.getSegmentId()));
     _keep.describeDifference(own, segment, read, object);
     if (container)
-        return this->container(*container, std::move(object), std::move(own), form,
-                               path + "/children[" + std::to_string(item.index) + "]/composition");
+        return this->container(*container, std::move(object), std::move(own), form);
     setOwn(object, std::move(own));
     write(object);
 }
 
-void Maker::container(const DmContainerNode& node, Value object, Value own, const Form& form, const std::string& path)
+void Maker::container(const DmContainerNode& node, Value object, Value own, const Form& form)
 {
     const DmCompositionNode* const nested = node.getComposition();
     if (!nested || _depth >= deepestNesting)
     {
         if (nested)
-            _report.lose(tooDeep);
+            lose(tooDeep, &node);
         setOwn(object, std::move(own));
         return write(object, "children", [] {});
     }
@@ -681,7 +669,7 @@ void Maker::container(const DmContainerNode& node, Value object, Value own, cons
     if (mode != outer)
         add(own, "mode", _parts.string(DM::FcmUtil::getFCMString(mode)));
     _items.setMode(mode);
-    Stage stage{*nested, originOf(*nested), path, {}, {}, mode};
+    Stage stage{*nested, originOf(*nested), {}, {}, mode};
     if (stage.origin != 0)
         add(own, "recordStart", Value(stage.origin));
     // As the reader makes it of the object.
@@ -709,8 +697,7 @@ void Maker::container(const DmContainerNode& node, Value object, Value own, cons
               if (!isOfTrack)
                   tracks(stage);
               else if (const int base = only ? baseLayerOf(*only) : -1; base >= 0)
-                  layer(stage, *only, layoutOf(static_cast<const DmLayerNode&>(*only->getChild(base)), stage.origin),
-                        path + "/children[0]/children[" + std::to_string(base) + ']');
+                  layer(stage, *only, layoutOf(static_cast<const DmLayerNode&>(*only->getChild(base)), stage.origin));
           });
     --_depth;
     _items.setMode(outer);

@@ -281,6 +281,9 @@ Writing write(const Format& format, const DmRoot& root, Sink& sink, const Option
                 writing.done = !report.hasErrors() && format.write(part ? *part : root, sink, options, report);
                 if (const std::string wrong = sink.fault(); !wrong.empty() && !report.hasErrors())
                     report.add(Report::Error, 0, wrong);
+                if (part)
+                    report.locate(*part, false);
+                report.locate(root);
             });
     writing.done = writing.done && !report.hasErrors();
     return writing;
@@ -346,6 +349,8 @@ Reading readSource(Source& source, const Options& options, std::string_view name
             });
     if (report.hasErrors())
         reading.root.reset();
+    else if (reading.root)
+        guarded(report, [&] { report.locate(*reading.root); });
     reading.findings = report.findings();
     reading.places = report.takePlaces();
     return reading;

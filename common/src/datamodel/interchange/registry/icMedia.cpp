@@ -180,15 +180,12 @@ std::vector<DmFinding> fillMedia(DmRoot& cut, const DmRoot& media)
                           const std::vector<const Row*> found = rows.find(source, place.fcm);
                           if (found.size() == 1)
                               return fillFrom(source, *found.front());
-                          report.at({&source,
-                                     place.track.getMediaType(),
-                                     place.track.getTrackNum(),
-                                     place.composition.getLabelTime(source.getRecIn()),
-                                     place.fcm,
-                                     {}});
+                          report.at({&source, place.track.getMediaType(), place.track.getTrackNum(),
+                                     place.composition.getLabelTime(source.getRecIn()), place.fcm});
                           if (found.size() > 1)
                               report.lose(fitsTwo);
                       });
+        report.locate(cut);
     }
     catch (...)
     {

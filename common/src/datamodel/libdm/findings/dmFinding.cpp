@@ -27,7 +27,7 @@ constexpr DmFindingCode conversions[] = {
     {"DM701", DmFinding::Error, "documents that a format cannot hold"},
     {"DM702", DmFinding::Warning, "holes in a layer"},
     {"DM703", DmFinding::Warning, "segments that overlap the one before them"},
-    {"DM711", DmFinding::Warning, "effects other than one constant speed and one look"},
+    {"DM711", DmFinding::Warning, "effects that the format has no words for"},
     {"DM712", DmFinding::Warning, "transitions other than dissolves and wipes"},
     {"DM713", DmFinding::Warning, "speeds that change"},
     {"DM714", DmFinding::Warning, "nested compositions"},
@@ -53,6 +53,9 @@ constexpr DmFindingCode conversions[] = {
     {"DM734", DmFinding::Note, "what a list of media does not say"},
     {"DM735", DmFinding::Warning, "looks that differ on one medium"},
     {"DM736", DmFinding::Warning, "transitions whose cut no alignment names"},
+    {"DM737", DmFinding::Warning, "properties that the format has no words for"},
+    {"DM738", DmFinding::Warning, "attached sets that the format has no words for"},
+    {"DM739", DmFinding::Note, "what only the format has words for that it was read from"},
 };
 static_assert(std::ranges::is_sorted(conversions, {},
                                      [](const DmFindingCode& each) { return std::string_view(each.code); }));
@@ -79,6 +82,8 @@ std::string DmFinding::toString(std::string_view fileName) const
     for (const std::string* each : {&clip, &track, &record})
         if (!each->empty())
             place.append(place.empty() ? "" : ", ").append(*each);
+    std::ranges::replace_if(
+        place, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' '); // of a name
     return out.append(place).append(place.empty() ? "" : ": ").append(text);
 }
 

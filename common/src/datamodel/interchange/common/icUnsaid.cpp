@@ -1,0 +1,182 @@
+#include "icUnsaid.h"
+
+#include "icLeftovers.h"
+#include "icNotes.h"
+
+#include "dmBlobNode.h"
+#include "dmPropertyFactory.h"
+#include "dmSetTools.h"
+#include "dmUtf8.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace interchange
+{
+
+namespace
+{
+
+constexpr const char* unsaidProperties = "DM737";
+constexpr const char* unsaidSets = "DM738";
+constexpr const char* unsaidLeftovers = "DM739";
+
+/// What the tree's structure gives, what tells a node from others, and who wrote the document: no cut list has them.
+constexpr std::wstring_view never[] = {L"classId",
+                                       L"children",
+                                       L"baseBlob",
+                                       L"composition",
+                                       L"mediaType",
+                                       L"segmentId",
+                                       L"originalID",
+                                       L"recIn",
+                                       L"recLength",
+                                       L"relIn",
+                                       L"compLength",
+                                       L"fxChecksum",
+                                       L"identification",
+                                       L"layerNum",
+                                       L"layerStartTC",
+                                       L"layerLength",
+                                       L"isResultLayer",
+                                       L"isContainerComp",
+                                       L"primaryVideoTrackIndex"};
+
+bool areEqual(const DmPropertySet* a, const DmPropertySet* b)
+{
+    bool equal = false;
+    return a == b || (a && b && dmDeepEqual(*a, *b, equal) == DM_NO_ERROR && equal);
+}
+
+} // namespace
+
+bool isSameProperty(const DmPropertySet& a, const DmPropertySet& b, int index)
+{
+    return dmVisitStorage(a.classData().at(index)->_type,
+                          [&](auto type)
+                          {
+                              using T = typename decltype(type)::type;
+                              if constexpr (std::is_void_v<T>)
+                                  return true;
+                              else if constexpr (std::is_same_v<T, DmPropertySetVector>)
+                              {
+                                  const DmListWindow<DmPropertySet> x = a.elementsOf(index);
+                                  const DmListWindow<DmPropertySet> y = b.elementsOf(index);
+                                  return x.size() == y.size() && std::equal(x.begin(), x.end(), y.begin(), areEqual);
+                              }
+                              else if constexpr (dmIsVector<T>)
+                                  return std::ranges::equal(a.template valuesOf<typename T::value_type>(index),
+                                                            b.template valuesOf<typename T::value_type>(index));
+                              else
+                              {
+                                  const T& x = *static_cast<const T*>(a.fieldOf(index));
+                                  const T& y = *static_cast<const T*>(b.fieldOf(index));
+                                  if constexpr (std::is_same_v<T, DmPropertySetPtr>)
+                                      return areEqual(x.get(), y.get());
+                                  else if constexpr (std::is_same_v<T, DmPropertySetMap>)
+                                      return std::ranges::equal(x, y,
+                                                                [](const auto& one, const auto& other) {
+                                                                    return one.first == other.first &&
+                                                                           areEqual(one.second.get(),
+                                                                                    other.second.get());
+                                                                });
+                                  else if constexpr (std::is_floating_point_v<T>)
+                                      return x == y || (std::isnan(x) && std::isnan(y));
+                                  else
+                                      return x == y;
+                              }
+                          });
+}
+
+bool Unsaid::isSaid(std::wstring_view path) const
+{
+    return std::ranges::find(_said, path) != _said.end() || std::ranges::find(never, path) != std::end(never);
+}
+
+bool Unsaid::isOnTheWay(std::wstring_view path) const
+{
+    return std::ranges::any_of(
+        _said, [path](std::wstring_view each)
+        { return each.size() > path.size() && each.starts_with(path) && each[path.size()] == L'.'; });
+}
+
+const DmPropertySet* Unsaid::freshOf(const DmPropertySet& set)
+{
+    const auto [found, isNew] = _fresh.try_emplace(&set.classData());
+    if (isNew)
+    {
+        const DmPropertyFactory& factory = DmPropertyFactory::getInstance();
+        const DmPropertyCreator creator = factory.findCreator(set.classData().className().view());
+        DmPropertySet* made = nullptr;
+        if (creator && factory.createBare(creator, made) == DM_NO_ERROR)
+            found->second.reset(made);
+    }
+    return found->second.get();
+}
+
+void Unsaid::addUnsaid(const DmPropertySet& set, const std::wstring& path, std::string& names)
+{
+    const DmPropertySet* const fresh = freshOf(set);
+    const DmPropertySetData& data = set.classData();
+    for (int i = 0; fresh && i < data.size(); ++i)
+    {
+        const std::wstring name = path + std::wstring(data.at(i)->_name.view());
+        if (isSaid(name) || isSameProperty(set, *fresh, i))
+            continue;
+        std::string inside;
+        if (data.at(i)->_type == DM_PROPERTY_SET)
+        {
+            if (const auto& held = *static_cast<const DmPropertySetPtr*>(set.fieldOf(i)))
+                addUnsaid(*held, name + L'.', inside);
+            if (inside.empty())
+                continue;
+        }
+        if (isOnTheWay(name))
+            names += inside;
+        else
+            names.append(", ").append(dmUtf8(DmString(name.c_str())));
+    }
+}
+
+void Unsaid::tell(const DmTreeNode& node, Report& report)
+{
+    const auto tellNames = [&report](const char* code, std::string names)
+    {
+        if (!names.empty())
+            report.lose({code, names.erase(0, 2).append(": left out")});
+    };
+    std::string names;
+    addUnsaid(node, {}, names);
+    tellNames(unsaidProperties, std::move(names));
+
+    std::string sets;
+    constexpr int longestChain = 64;
+    const DmPropertySet* at = node.getBaseBlob();
+    for (int i = 0; at && i < longestChain; ++i)
+    {
+        const auto* const held = dynamic_cast<const DmTreeNode*>(at);
+        const auto* const blob = dynamic_cast<const DmBlobNode*>(at);
+        const std::string type = blob ? dmUtf8(blob->getBlobType()) : std::string();
+        const std::string_view format = std::string_view(type).substr(0, type.find(' '));
+        constexpr std::array<std::string_view, 4> formats{"edl", "otio", "fcp7xml", "ale"};
+        const bool isLeftover = std::ranges::find(formats, format) != formats.end();
+        // Of lists, others hand on the notes; the rest of it is about places in the list itself.
+        const bool isSilent = format == edlLeftover.format &&
+                              std::ranges::all_of(notesOf(node), [](const Note& note) { return isOfModel(note.kind); });
+        if (!isLeftover && !(held && held->isSegment())) // what a transition or a gap carries plays
+            sets.append(", ").append(dmUtf8(at->classData().className()));
+        else if (isLeftover && format != _format && !isSilent && _toldFormats.insert(std::string(format)).second)
+        {
+            DmFinding finding;
+            finding.severity = DmFinding::Note;
+            finding.code = unsaidLeftovers;
+            finding.text = dmFindingCode(unsaidLeftovers)->text + (": " + std::string(format)) + ": left out";
+            report.add(std::move(finding));
+        }
+        at = held ? held->getBaseBlob() : nullptr;
+    }
+    tellNames(unsaidSets, std::move(sets));
+}
+
+} // namespace interchange
