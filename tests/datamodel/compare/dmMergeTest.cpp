@@ -214,6 +214,19 @@ TEST(Merge, LeadsEditsToEachPartOfASplitShot)
          "A0 N10 N14 C0"},
         {"both", split(5), split(7), "AAAA|B|BB|BBB|CCCC", "A0 B10 B11 B13 C0"},
         {"both, with something in between", insert(5), split(7), "AAAA|B|XX|BB|BBB|CCCC", "A0 B10 X3 B11 B13 C0"},
+        {"both put something into it", insert(5),
+         [&](DmEdit& edit) {
+             return edit.insert(lane, 7, zrDrawing::shot('Y', 0, 3, {3, 30}));
+         },
+         "AAAA|B|XX|BB|YYY|BBB|CCCC", "A0 B10 X3 B11 Y3 B13 C0"},
+        {"the same put into it", insert(7), insert(7), "AAAA|BBB|XX|BBB|CCCC", "A0 B10 X3 B13 C0"},
+        {"both at one place", insert(7),
+         [&](DmEdit& edit) {
+             return edit.insert(lane, 7, zrDrawing::shot('Y', 0, 3, {3, 30}));
+         },
+         "AAAA|BBB|XX|BBB|CCCC", "A0 B10 X3 B13 C0", 0, "X: both put other material at one place"},
+        {"both took out of it", [&](DmEdit& edit) { return edit.extract(lane, 5, 7); },
+         [&](DmEdit& edit) { return edit.extract(lane, 6, 9); }, "AAAA|B|B|CCCC", "A0 B10 B15 C0"},
         {"removed", split(7), [&](DmEdit& edit) { return edit.extractSegment(shot); }, "AAAA|BBB|BBB|CCCC",
          "A0 B10 B13 C0", 0, "B: one side removed what the other changed"},
     };
@@ -266,6 +279,71 @@ TEST(Merge, KeepsWhatGapsAndSeamsAreCalled)
     EXPECT_EQ(layer->getChild(2)->getName(), L"reel change");
     EXPECT_EQ(layer->getChild(5)->getName(), L"music");
     EXPECT_EQ(layer->getChild(8)->getName(), L"missing");
+}
+
+TEST(Merge, TellsWhatBothChangedOfGapsAndSeams)
+{
+    using Root = CoSharedPtr<DmRoot>;
+    const auto called = [](int element, const wchar_t* name)
+    {
+        return [=](const Root& root)
+        { static_cast<void>(root->getChild(0)->getChild(0)->getChild(0)->getChild(element)->setName(name)); };
+    };
+    const auto noted = [](const Root& root) { static_cast<void>(shotAt(root, 2).setComment(L"waits for the shoot")); };
+    const struct
+    {
+        const char* what;
+        std::function<void(const Root&)> ours;
+        std::function<void(const Root&)> theirs;
+        const char* conflicts;
+        const char* name; ///< of the gap
+        const char* mark; ///< what it says, and where
+    } rows[] = {
+        {"two names of a gap", called(2, L"M"), called(2, L"N"), "M: both changed it", "M",
+         "2 both changed it; theirs: N"},
+        {"one name", called(2, L"M"), called(2, L"M"), "", "M", ""},
+        {"a name and a note", called(2, L"M"), noted, "", "M", ""},
+        {"two names of a seam", called(1, L"M"), called(1, L"N"), "both changed it", "untitled",
+         "2 both changed it; theirs: N"},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        const auto base = zrDrawing::tree("AAAA|--|BBBB|CCCC");
+        const auto ours = zrDrawing::tree("AAAA|--|BBBB|CCCC");
+        const auto theirs = zrDrawing::tree("AA|--|BBBB|CCCC");
+        row.ours(ours);
+        row.theirs(theirs);
+        const DmMerge merge = DmMerge::merge(base.get(), *ours, *theirs);
+        EXPECT_EQ(conflictsOf(merge), row.conflicts);
+        EXPECT_EQ(dmUtf8(shotAt(merge.result(), 2).getName()), row.name);
+        std::string marks;
+        const auto* const composition = static_cast<DmCompositionNode*>(merge.result()->getChild(0));
+        for (int i = 0; i < composition->getCueMarks().count(); ++i)
+            marks += std::to_string(int(composition->getCueMarks().at(i)->getCueMarkTime())) + " " +
+                     dmUtf8(composition->getCueMarks().at(i)->getCueMarkComment());
+        EXPECT_EQ(marks, row.mark);
+        const DmMerge favoured = DmMerge::merge(base.get(), *ours, *theirs, DmMergeFavour::Theirs);
+        EXPECT_EQ(favoured.conflicts().size(), merge.conflicts().size());
+    }
+}
+
+TEST(Merge, MarksConflictsWhereTheResultHasThem)
+{
+    const auto base = zrDrawing::tree("AAAA|BBBB|CCCC");
+    const auto ours = zrDrawing::tree("AAAA|BBBB|CCCC");
+    const auto theirs = zrDrawing::tree("A|BBBB|CCCC");
+    static_cast<void>(shotAt(ours, 4).setComment(L"ours"));
+    static_cast<void>(shotAt(theirs, 4).setComment(L"theirs"));
+    for (const bool swapped : {false, true})
+    {
+        const DmMerge merge = DmMerge::merge(base.get(), swapped ? *theirs : *ours, swapped ? *ours : *theirs);
+        ASSERT_EQ(merge.conflicts().size(), 1U);
+        EXPECT_EQ(merge.conflicts()[0].path.substr(0, 25), "/DmRoot/children/0/DmComp");
+        const auto* const composition = static_cast<DmCompositionNode*>(merge.result()->getChild(0));
+        ASSERT_EQ(composition->getCueMarks().count(), 1);
+        EXPECT_EQ(composition->getCueMarks().at(0)->getCueMarkTime(), 5.0);
+    }
 }
 
 TEST(Merge, LeavesOutWhatDoesNotFitAndNoMore)

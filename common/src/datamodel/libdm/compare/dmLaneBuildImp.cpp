@@ -3,6 +3,7 @@
 
 #include "dmValueMergeImp.h"
 
+#include "dmCueMark.h"
 #include "dmEditImp.h"
 #include "dmGapNode.h"
 #include "dmJsonImporter.h"
@@ -11,6 +12,7 @@
 #include "dmSourceInput.h"
 #include "dmSourceNode.h"
 #include "dmTimelineImp.h"
+#include "dmUtf8.h"
 
 #include <cmath>
 
@@ -222,6 +224,12 @@ CoSharedPtr<DmSegmentNode> LaneMerge::makeShot(const Piece& piece, const Joint& 
     const DM::FrameCodeModes fcm = _base.fcm();
     const DmPlayedBeside beside{inFront.before + inFront.behind, behind.before + behind.behind};
     const DmMaterial material = dmMaterialOf(*node, fcm);
+    // A mark goes with the part in which its time lies.
+    for (int i = node->getSegmentMarks().count(); i-- > 0;)
+        if (const DmCueMark* const mark = node->getSegmentMarks().at(i); mark && dmIsTime(mark->getCueMarkTime()))
+            if (const double time = material.begin + mark->getCueMarkTime();
+                time < piece.marksFrom - leastDifference || time > piece.marksTo - leastDifference)
+                static_cast<void>(node->removeSegmentMark(i));
     DmSegmentChange change(*node, fcm, beside);
     const double pace = like.rate * std::abs(like.speed);
     if (like.plays() && !like.isKeyed)
@@ -239,6 +247,61 @@ CoSharedPtr<DmSegmentNode> LaneMerge::makeShot(const Piece& piece, const Joint& 
          node->getRelIn() + (out - in + beside.behind) * pace > now.length + leastDifference))
         return {}; // there is not that much
     return node;
+}
+
+/// What both changed between two shots; empty where they do not have the same there, which is told.
+std::vector<CoSharedPtr<DmPropertySet>> LaneMerge::mergeFillers(const std::vector<const DmTreeNode*>* base,
+                                                                const std::vector<const DmTreeNode*>& ours,
+                                                                const std::vector<const DmTreeNode*>& theirs,
+                                                                const Lane& lane, int left, double in)
+{
+    const auto tell = [&](std::size_t at, const std::string& what, const std::string& one, const std::string& other)
+    {
+        const int first = left < 0 ? 0 : _ours.shot(left).element + 1;
+        const auto* const segment = at < ours.size() ? ours[at]->asSegment() : nullptr;
+        DmMergeConflict& found = _conflicts.emplace_back();
+        found.path = _sides.pointerOf(lane) + '/' + std::to_string(first + int(at));
+        found.track = lane.name;
+        found.clip = segment ? dmUtf8(segment->getName()) : "";
+        found.record = segment    ? segment->getRecIn()
+                       : left < 0 ? lane.layer->getLayerStartTC()
+                                  : _ours.shot(left).node->getRecOut();
+        found.label = _ours.cut().label(found.record + lane.start - lane.layer->getLayerStartTC());
+        found.result = in;
+        found.what = what;
+        found.ours = one;
+        found.theirs = other;
+    };
+    const auto sameClass = [](const DmTreeNode* a, const DmTreeNode* b)
+    { return a && b && a->whatIs() == b->whatIs(); };
+    std::vector<CoSharedPtr<DmPropertySet>> all;
+    if (!std::ranges::equal(ours, theirs, sameClass))
+    {
+        if (base)
+            tell(0, "both changed what is between two shots", std::to_string(ours.size()) + " elements",
+                 std::to_string(theirs.size()) + " elements");
+        return all;
+    }
+    const bool isBase = base && std::ranges::equal(*base, ours, sameClass);
+    for (std::size_t i = 0; i < ours.size(); ++i)
+    {
+        json::Document values[3];
+        if ((isBase && !elementOf(*(*base)[i], values[0])) || !elementOf(*ours[i], values[1]) ||
+            !elementOf(*theirs[i], values[2]))
+            return {};
+        Conflicts found;
+        json::Document result;
+        ValueMerge merge(result.GetAllocator(), _sides.favoured == 1, found);
+        bool isThere = false;
+        const Value value = merge.merge(isBase ? &values[0] : nullptr, &values[1], &values[2], "/DmLayerNode", isThere);
+        CoSharedPtr<DmPropertySet> set;
+        if (DmJsonImporter::importSetFromStr(textOf(value), set).failed())
+            return {};
+        all.push_back(set);
+        for (const DmMergeConflict& each : found)
+            tell(i, each.what, each.ours, each.theirs);
+    }
+    return all;
 }
 
 bool LaneMerge::placeFillers(DmLayerBuilder& builder, int laneAt, const Piece* left, const Piece* right, double in,
@@ -264,10 +327,19 @@ bool LaneMerge::placeFillers(DmLayerBuilder& builder, int laneAt, const Piece* l
     const bool inBase = of(_base, *lanes[0], &Piece::base, base);
     const bool inOurs = of(_ours.cut(), *lanes[1], &Piece::ours, ours);
     const bool inTheirs = of(_theirs.cut(), *lanes[2], &Piece::theirs, theirs);
-    const bool isTheirs = inTheirs && (!inOurs || (inBase && textOf(base) == textOf(ours)));
     if (!inOurs && !inTheirs)
         return true;
-    const std::vector<const DmTreeNode*>& chosen = isTheirs ? theirs : ours;
+    const bool isTheirs = inTheirs && (!inOurs || (inBase && textOf(base) == textOf(ours)));
+    const bool differ = inOurs && inTheirs && !isTheirs && textOf(ours) != textOf(theirs) &&
+                        !(inBase && textOf(base) == textOf(theirs));
+    std::vector<CoSharedPtr<DmPropertySet>> merged;
+    if (differ)
+        merged = mergeFillers(inBase ? &base : nullptr, ours, theirs, *lanes[1], left ? left->ours : -1, in);
+    std::vector<const DmTreeNode*> chosen = isTheirs || (differ && _sides.favoured == 1) ? theirs : ours;
+    if (!merged.empty())
+        std::ranges::transform(merged, chosen.begin(),
+                               [](const CoSharedPtr<DmPropertySet>& each)
+                               { return static_cast<const DmTreeNode*>(each.get()); });
     std::vector<const DmTreeNode*> fillers;
     double length = 0.0;
     int gaps = 0;

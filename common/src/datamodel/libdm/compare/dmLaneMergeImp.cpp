@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 namespace dmCompare
 {
@@ -140,6 +141,7 @@ CoSharedPtr<DmLayerNode> LaneMerge::mergeLane(int lane)
         if (layer)
         {
             tellRefused(_base.lanes()[std::size_t(lane)]);
+            placeConflicts(plan.pieces(), lane, conflicts);
             for (int s = 0; lane == 0 && s < 2; ++s)
                 _pushes[s] = plan.pushesOf(s);
             return layer;
@@ -148,6 +150,26 @@ CoSharedPtr<DmLayerNode> LaneMerge::mergeLane(int lane)
             return {};
     }
     return {};
+}
+
+/// Conflicts of a lane were told at the times of the side that has the shot: where that is in the result.
+void LaneMerge::placeConflicts(const std::vector<Piece>& pieces, int laneAt, std::size_t first)
+{
+    const Lane& own = _ours.cut().lanes()[std::size_t(_ours.lanes()[std::size_t(laneAt)])];
+    std::map<double, double> times[2];
+    for (const Piece& piece : pieces)
+        for (int s = 0; s < 2; ++s)
+            if (const int shot = s == 0 ? piece.ours : piece.theirs; shot >= 0)
+                times[s].emplace(_sides.side(s).shot(shot).node->getRecIn(),
+                                 piece.in + own.layer->getLayerStartTC() - own.start);
+    for (std::size_t i = first; i < _conflicts.size(); ++i)
+    {
+        DmMergeConflict& conflict = _conflicts[i];
+        if (const auto& all = times[conflict.path.empty() ? 1 : 0]; all.contains(conflict.record))
+            conflict.result = all.at(conflict.record);
+        if (conflict.path.empty())
+            conflict.path = _sides.pointerOf(own);
+    }
 }
 
 /// Leaves out what the other side did at the seams of a piece; false where that is done already.

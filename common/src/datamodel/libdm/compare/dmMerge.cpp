@@ -310,7 +310,7 @@ void addMarks(DmRoot& root, const std::vector<DmMergeConflict>& conflicts)
         for (const DmMergeConflict& conflict : conflicts)
             if (conflict.path.starts_with(placed.cut.path()) ||
                 (!conflict.path.starts_with("/DmRoot/children/") && &placed == cuts.data()))
-                marks.emplace_back(conflict.record, conflict.what + "; theirs: " + conflict.theirs);
+                marks.emplace_back(conflict.result, conflict.what + "; theirs: " + conflict.theirs);
         std::ranges::sort(marks);
         for (const auto& [time, text] : marks)
         {

@@ -33,6 +33,7 @@ struct ZR_DM_API DmMergeConflict
     std::string clip;
     std::string label;  ///< of its record time
     double record = 0.; ///< record time, where there is a label
+    double result = 0.; ///< and where that is in the result
     std::string what;   ///< "both trimmed this cut"
     std::string ours;   ///< what each side has
     std::string theirs;

@@ -49,6 +49,16 @@ Seams seamsWith(const Cut& cut, const Wanted& wanted)
     return seams;
 }
 
+/// Whether a side put a transition there, or changed the one that was.
+bool isOtherTransition(const DmTransitionNode* before, const DmTransitionNode* now)
+{
+    if (!now || now == before)
+        return false;
+    bool differs = !before;
+    const LeftOut times = [](int index) { return index == DmTransitionNode::RecIn; };
+    return differs || !compareSets(*before, *now, {}, times, [&](const Difference&) { differs = true; }) || differs;
+}
+
 } // namespace
 
 bool isNothing(double frames)
@@ -184,8 +194,10 @@ void Side::study(int base)
     const Shot& a = _base.shots()[std::size_t(base)];
     const Shot& b = shot(edit.at);
     const Shot& last = shot(edit.end);
-    edit.isOther = agree(a.medium, b.medium) == Agreement::No || a.isKeyed != b.isKeyed ||
-                   !isNothing(a.speed - b.speed) || a.plays() != b.plays();
+    edit.isReplaced = agree(a.medium, b.medium) == Agreement::No || a.plays() != b.plays();
+    edit.isOther = edit.isReplaced || a.isKeyed != b.isKeyed || !isNothing(a.speed - b.speed);
+    edit.newInFront = isOtherTransition(a.inFront, b.inFront);
+    edit.newBehind = isOtherTransition(a.behind, last.behind);
     double head = 0.0;
     if (!edit.isOther && a.plays() && !a.isKeyed && a.speed != 0.0)
     {
@@ -228,7 +240,8 @@ void Side::study(int base)
 bool Side::isUntouched(int base) const
 {
     const SideEdit& edit = _edits[std::size_t(base)];
-    return edit.isThere && edit.isInPlace && edit.isSame && edit.head == 0.0 && edit.tail == 0.0 && edit.slip == 0.0;
+    return edit.isThere && edit.isInPlace && edit.isSame && edit.head == 0.0 && edit.tail == 0.0 && edit.slip == 0.0 &&
+           !edit.newInFront && !edit.newBehind;
 }
 
 bool Side::crossesLanes() const

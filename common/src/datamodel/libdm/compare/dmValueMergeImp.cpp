@@ -37,6 +37,12 @@ std::string_view viewOf(const Value& text)
     return {text.GetString(), text.GetStringLength()};
 }
 
+/// A speed is no look: one side may change the one, the other the other.
+bool isWarp(const Value& effect)
+{
+    return classOf(effect).ends_with("TimewarpSettings");
+}
+
 /// By time, then text: the same whichever side it came from.
 auto orderOf(const Value* element)
 {
@@ -141,15 +147,21 @@ void ValueMerge::addBoth(Value& list, std::vector<const Value*> ours, std::vecto
                       return found != hashes.end() && found->second-- > 0;
                   });
     const std::string_view name = lastStep(path);
-    if (!ours.empty() && !theirs.empty() && name == "effects")
-    {
-        DmMergeConflict& conflict = _conflicts.emplace_back();
-        conflict.path = path;
-        conflict.what = "both added an effect";
-        conflict.ours = shown(ours.front());
-        conflict.theirs = shown(theirs.front());
-        (_favoursTheirs ? ours : theirs).clear();
-    }
+    if (name == "effects")
+        for (const bool areWarps : {false, true})
+        {
+            const auto isOne = [&](const Value* each) { return isWarp(*each) == areWarps; };
+            const auto one = std::ranges::find_if(ours, isOne);
+            const auto other = std::ranges::find_if(theirs, isOne);
+            if (one == ours.end() || other == theirs.end())
+                continue;
+            DmMergeConflict& conflict = _conflicts.emplace_back();
+            conflict.path = path;
+            conflict.what = areWarps ? "both changed its speed" : "both added an effect";
+            conflict.ours = shown(*one);
+            conflict.theirs = shown(*other);
+            std::erase_if(_favoursTheirs ? ours : theirs, isOne);
+        }
     ours.insert(ours.end(), theirs.begin(), theirs.end());
     if (!theirs.empty() && ours.size() > theirs.size())
         std::ranges::stable_sort(ours, {}, orderOf);

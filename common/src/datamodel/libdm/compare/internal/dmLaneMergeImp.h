@@ -51,6 +51,11 @@ private:
     /// Gaps and cuts between two pieces as they stand in the side that changed them, at their times; null pieces are
     /// the ends. False where they are of no use.
     bool placeFillers(DmLayerBuilder& builder, int lane, const Piece* left, const Piece* right, double in, double out);
+    std::vector<CoSharedPtr<DmPropertySet>> mergeFillers(const std::vector<const DmTreeNode*>* base,
+                                                         const std::vector<const DmTreeNode*>& ours,
+                                                         const std::vector<const DmTreeNode*>& theirs, const Lane& lane,
+                                                         int left, double in);
+    void placeConflicts(const std::vector<Piece>& pieces, int lane, std::size_t first);
     CoSharedPtr<DmSegmentNode> makeShot(const Piece& piece, const Joint& inFront, const Joint& behind);
     CoSharedPtr<DmSegmentNode> contents(const Piece& piece);
 

@@ -8,6 +8,7 @@
 #include "dmMerge.h"
 #include "dmSideImp.h"
 
+#include <limits>
 #include <set>
 
 namespace dmCompare
@@ -27,7 +28,9 @@ struct Piece
     double pushed = 0.0;  ///< against the old cut
     bool isWhole = false; ///< an old shot in its place, which a side may have split
     int called = -1;      ///< the side whose ids it has; -1 where they merge
-    int seam = 0;         ///< number of the old shot that it is, or stands in front of
+    double marksFrom = -std::numeric_limits<double>::infinity(); ///< of a part: which of the shot's marks are its own
+    double marksTo = std::numeric_limits<double>::infinity();
+    int seam = 0; ///< number of the old shot that it is, or stands in front of
 };
 
 /// The three cuts of a merge, and how it is decided.
@@ -41,7 +44,8 @@ struct MergeSides
 
     const Side& side(int number) const { return number == 0 ? ours : theirs; }
     DmMergeConflict& addConflict(std::vector<DmMergeConflict>& conflicts, int number, int shot, const char* what) const;
-    std::string pointerOf(const Shot& shotOfOurs) const;
+    /// A JSON pointer to its elements.
+    std::string pointerOf(const Lane& laneOfOurs) const;
 };
 
 class LanePlan
@@ -60,21 +64,31 @@ public:
     {
         double time; ///< in the side that is pushed
         double by;
+        std::size_t piece;
     };
     /// How far a side's shots were pushed by the other side.
     const std::vector<Push>& pushesOf(int side) const { return _pushes[side]; }
 
 private:
-    /// A part of a shot that a side split, in times of the old cut, and how far it was pushed further than the first.
+    /// Where a side split a shot, in times of the old cut: what it took out there, and the room that it made for what
+    /// it put in.
+    struct Break
+    {
+        int side;
+        double from;
+        double to;
+        double room;
+        int left;  ///< the part in front, among the side's shots
+        int count; ///< of the shots behind that, which it put in
+    };
+    /// What is left of the shot between two of them.
     struct Slice
     {
         double from;
         double to;
-        double push;
         int shots[2];
-        int side;
-        int called;   ///< as in Piece
-        int inserted; ///< shots of that side behind it, up to the next part
+        int called;                     ///< as in Piece
+        std::vector<Break> behind = {}; ///< in their order
     };
 
     bool isRefused(int side, int seam) const { return side != _sides.favoured && _refused.contains(seam); }
@@ -82,17 +96,31 @@ private:
     double tail(int side, int seam) const;
     double pick(double ours, double theirs, bool& clashes) const;
     void collectAdded();
+    void findRuns(int side);
+    bool isInPlace(int side, int base) const { return edit(side, base).isThere && edit(side, base).isInPlace; }
+    bool closesUp(int side, int at) const { return _closesUp[side][std::size_t(at - _lane.first)]; }
+    bool isMovedFromTransition(int mover, int base) const;
+    /// Whether the side that is not favoured moved it, and that is left out.
+    bool stays(int base) const { return isMovedFromTransition(1 - _sides.favoured, base); }
+    bool isTransitionNew(int side, int seam) const;
+    bool isLike(int side, int base) const;
+    double lengthOf(int base) const { return _sides.seams.out[std::size_t(base)] - _sides.seams.in[std::size_t(base)]; }
+    double growthOf(int side, int base) const;
     bool decideRemoved(int base, double (&dropped)[2]);
     void noteBothMoved(int base);
+    void noteMovedFromTransition(int mover, int base);
     void placeOld(int base);
     void placeKept(int base, const double (&events)[2]);
     void placeAdded(int seam);
     Piece added(int side, int shot, int seam, bool isFirst) const;
     void closeTail(int seam);
     void splitPieces();
-    std::vector<Slice> slicesOf(int side, int base) const;
-    std::vector<Slice> slicesOfBoth(const Piece& piece);
-    void addSlices(const Piece& piece, const std::vector<Slice>& slices, std::vector<Piece>& to) const;
+    std::vector<Break> breaksOf(int side, int base) const;
+    std::vector<Break> breaksOfBoth(const Piece& piece);
+    int partAt(int side, int base, double time) const;
+    std::vector<Slice> slicesOf(int base, const std::vector<Break>& breaks) const;
+    double addSlices(const Piece& piece, const std::vector<Slice>& slices, std::vector<Piece>& to) const;
+    void addInserted(const Break& from, double in, int seam, std::vector<Piece>& to) const;
 
     const MergeSides& _sides;
     const Lane& _lane;
@@ -102,9 +130,11 @@ private:
     std::vector<Piece> _pieces;
     std::vector<Push> _pushes[2];
     std::vector<std::vector<int>> _put[2]; ///< what each side puts in front of which old shot
-    double _pushed = 0.0;                  ///< the merged shift so far
-    double _shifts[2] = {0.0, 0.0};        ///< each side's
-    double _restored[2] = {0.0, 0.0};      ///< lengths that a side took out, and that stay
+    std::vector<bool> _closesUp[2];      ///< by old shot: whether what is put in front pushes, and its own going pulls
+    double _pushed = 0.0;                ///< the merged shift so far
+    double _shifts[2] = {0.0, 0.0};      ///< each side's
+    double _restored[2] = {0.0, 0.0};    ///< lengths that a side took out, and that stay
+    double _closedTails[2] = {0.0, 0.0}; ///< of the shot in front, where its tail is placed
     int _last = -1; ///< the old shot in front that is in place on both sides, while its tail is not placed
     int _lastPiece = -1;
 };

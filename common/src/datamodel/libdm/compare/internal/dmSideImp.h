@@ -25,9 +25,12 @@ struct Part
 struct SideEdit
 {
     bool isThere = false;
-    bool isInPlace = false; ///< in its lane and its order
-    bool isOther = false;   ///< plays something else, or otherwise
-    bool isSame = false;    ///< its contents, times apart
+    bool isInPlace = false;  ///< in its lane and its order
+    bool isOther = false;    ///< plays something else, or otherwise
+    bool isReplaced = false; ///< plays something else
+    bool newInFront = false; ///< has another transition than it had, in front of it and behind it
+    bool newBehind = false;
+    bool isSame = false; ///< its contents, times apart
     double head = 0.0;
     double tail = 0.0;
     double slip = 0.0;
