@@ -57,6 +57,31 @@ TEST(Timeline, PublishingCopiesAndTakingOverFreezesInPlace)
     EXPECT_FALSE(status.ok());
 }
 
+TEST(Timeline, OtherElementsTakePlacesAsTheyStand)
+{
+    const DmTimeline before = timeline("AAA|BBB|CCC\nddd|eee");
+    const DmElementPlace place{0, 0, 2};
+    CoSharedPtr<DmTreeNode> other = DmTreeTool::deepClone(before.element(place));
+    EXPECT_EQ(other->asSegment()->setSegmentId(L"renamed"), DM_NO_ERROR);
+    EXPECT_EQ(other->asSegment()->setRecLength(2), DM_NO_ERROR);
+    const DmPlacedElement placed[] = {{place, other}};
+
+    const DmTimeline after = before.withElements(placed);
+    EXPECT_EQ(after.element(place).get(), other.get());
+    EXPECT_TRUE(other->isFrozen());
+    EXPECT_EQ(after.find(L"renamed"), place);
+    EXPECT_EQ(before.find(L"renamed"), std::nullopt);
+    EXPECT_EQ(after.recOut(place), before.recOut(place) - 1);
+    EXPECT_EQ(after.recIn({0, 0, 4}), before.recIn({0, 0, 4}));
+    EXPECT_TRUE(after.sharesLayer(before, {1, 0}));
+
+    for (const DmElementPlace& none : {DmElementPlace{0, 0, 5}, {0, 0, -1}, {0, 1, 0}, {2, 0, 0}})
+    {
+        const DmPlacedElement nowhere[] = {{none, other}};
+        EXPECT_FALSE(bool(before.withElements(nowhere)));
+    }
+}
+
 TEST(Timeline, VersionsShareWhatNoEditTouched)
 {
     const DmTimeline before = timeline(longCut(2000) + "\naaa|bbb");

@@ -17,6 +17,21 @@ std::shared_ptr<const DmTimelineValue> DmTimeline::shareValue() const
     return _state ? _state->value : nullptr;
 }
 
+DmTimeline DmTimeline::withElements(std::span<const DmPlacedElement> elements) const
+{
+    if (!_state)
+        return {};
+    auto changed = std::make_shared<DmTimelineValue>(*value());
+    for (const DmPlacedElement& each : elements)
+    {
+        DmTimelineValue::Layer* const layer = changed->layer(each.place.inLayer());
+        if (!each.element || !layer || each.place.index < 0 || each.place.index >= layer->runs.count())
+            return {};
+        changed->splice(*layer, each.place.index, each.place.index + 1, {&each.element, 1}, 0.0);
+    }
+    return DmTimeline(std::move(changed), *this);
+}
+
 bool DmTimeline::operator==(const DmTimeline& other) const
 {
     return value() == other.value();

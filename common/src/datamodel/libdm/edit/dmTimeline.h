@@ -21,6 +21,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 
 /// A layer of a timeline, by position: the track among the composition's children, the layer among the track's.
 struct DmLayerPlace
@@ -40,6 +41,13 @@ struct DmElementPlace
 
     DmLayerPlace inLayer() const { return {track, layer}; }
     bool operator==(const DmElementPlace&) const = default;
+};
+
+/// An element for a place.
+struct DmPlacedElement
+{
+    DmElementPlace place;
+    CoSharedPtr<DmTreeNode> element;
 };
 
 class DmTimelineValue;
@@ -62,6 +70,10 @@ public:
     /// For a tree that its owner hands over: what this pointer alone holds becomes constant in place, what others hold
     /// too is copied, so that nobody else's tree becomes constant. Nobody may change the tree meanwhile.
     static DmTimeline takeOver(CoSharedPtr<DmTreeNode>&& tree, int composition = 0, DmStatus* status = nullptr);
+
+    /// The same timeline with other elements in the place of some, which become constant: as they stand, edits ask more
+    /// (DmEdit::change). It shares all else with this one. No timeline where there is no such place.
+    DmTimeline withElements(std::span<const DmPlacedElement> elements) const;
 
     explicit operator bool() const { return _state != nullptr; }
     /// Whether both are one version: nothing was edited in between.
