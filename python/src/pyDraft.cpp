@@ -5,10 +5,10 @@
 #include "dmSetTools.h"
 #include "dmUtf8.h"
 
+#include <algorithm>
 #include <new>
 #include <unordered_set>
 #include <utility>
-#include <vector>
 
 namespace zrpy
 {
@@ -60,10 +60,70 @@ void forEachPair(const DmPropertySet& original, DmPropertySet& copy, Visit&& vis
     }
 }
 
-DmPropertySetPtr bareDeepCopy(const DmPropertySet& set)
+template <class T>
+constexpr bool holdsSets =
+    std::same_as<T, DmPropertySetPtr> || std::same_as<T, DmPropertySetVector> || std::same_as<T, DmPropertySetMap>;
+
+/// What a property holds, with `instead(held)` in the place of each.
+template <class T, class Instead>
+T heldIn(const DmPropertySet& set, int index, const Instead& instead)
 {
-    DmPropertySetPtr copy;
-    check(dmDeepCopy(set, copy), set);
+    T made{};
+    if constexpr (std::same_as<T, DmPropertySetVector>)
+    {
+        const DmListWindow<DmPropertySet> elements = set.elementsOf(index);
+        made.reserve(static_cast<std::size_t>(elements.size()));
+        for (DmPropertySet* const each : elements)
+            made.push_back(instead(DmPropertySetPtr(each)));
+    }
+    else if constexpr (std::same_as<T, DmPropertySetPtr>)
+        made = instead(*static_cast<const T*>(set.fieldOf(index)));
+    else
+    {
+        made = *static_cast<const T*>(set.fieldOf(index));
+        for (auto& [key, entry] : made)
+            entry = instead(entry);
+    }
+    return made;
+}
+
+void store(DmPropertySet& copy, int index, const DmPropertySetPtr& value)
+{
+    check(copy.setPropertyValue(index, DM_PROPERTY_SET, &value), copy);
+}
+void store(DmPropertySet& copy, int index, const DmPropertySetVector& value)
+{
+    check(copy.setPropertyList(index, DM_VECTOR_PROPERTY_SET, &value), copy);
+}
+void store(DmPropertySet& copy, int index, const DmPropertySetMap& value)
+{
+    check(copy.clearMap(index, DM_MAP_PROPERTY_SET), copy);
+    for (const auto& [key, entry] : value)
+        check(copy.setValueFromPropertyMap(index, DM_MAP_PROPERTY_SET, key, &entry), copy);
+}
+
+/// A copy that holds `instead(held)` in the place of all that the set holds.
+template <class Instead>
+DmPropertySetPtr copyWith(const DmPropertySet& set, const Instead& instead)
+{
+    // A clone has its own of some of what the set holds, and leaves a comment behind.
+    DmPropertySetPtr copy = set.clone();
+    if (!copy)
+        throw std::bad_alloc();
+    const DmPropertySetData& data = set.classData();
+    for (int i = 0; i < data.size(); ++i)
+        dmVisitStorage(data.at(i)->_type,
+                       [&]<class T>(std::type_identity<T>)
+                       {
+                           if constexpr (holdsSets<T>)
+                           {
+                               if (!data.at(i)->_constant)
+                                   store(*copy, i, heldIn<T>(set, i, instead));
+                           }
+                           else if constexpr (std::same_as<T, DmString>)
+                               if (!DmPropertySet_Atomic_Utils::compareAtomicManip(*copy, i, set.fieldOf(i)))
+                                   check(copy->setPropertyValue(i, data.at(i)->_type, set.fieldOf(i)), set);
+                       });
     return copy;
 }
 
@@ -71,150 +131,293 @@ DmPropertySetPtr bareDeepCopy(const DmPropertySet& set)
 class Reading
 {
 public:
-    explicit Reading(const std::unordered_map<const DmPropertySet*, const DmPropertySet*>& originals)
-        : _originals(originals)
+    explicit Reading(const Draft& draft)
+        : _draft(draft)
     {
     }
 
-    DmPropertySetPtr operator()(const DmPropertySetPtr& set, int depth)
+    DmPropertySetPtr operator()(const DmPropertySetPtr& set, int depth = 0)
     {
-        if (!set || set->isFrozen())
+        if (!set)
             return set;
         if (const auto known = _read.find(set.get()); known != _read.end())
             return known->second;
         if (depth >= dmMaxNesting)
             raiseValue("the tree holds itself, or is nested too deep");
-        return _read[set.get()] = read(*set, depth);
+        const auto instead = [this, depth](const DmPropertySetPtr& held) { return (*this)(held, depth + 1); };
+        const DmPropertySet& now = _draft.current(*set);
+        DmPropertySetPtr made = isChanged(now, *set, instead) ? copyWith(now, instead) : set;
+        if (made != set || set->refCount() > 1) // what one holds is met once
+            _read.emplace(set.get(), made);
+        return made;
     }
 
 private:
-    template <class T>
-    static constexpr bool holdsSets =
-        std::same_as<T, DmPropertySetPtr> || std::same_as<T, DmPropertySetVector> || std::same_as<T, DmPropertySetMap>;
-
-    template <class T>
-    static const T& field(const DmPropertySet& set, int index)
+    /// Whether a set, with what stands in the place of what it holds, is another than the constant one. One that is no
+    /// constant is somebody's own, and always copied.
+    template <class Instead>
+    static bool isChanged(const DmPropertySet& now, const DmPropertySet& was, const Instead& instead)
     {
-        return *static_cast<const T*>(set.fieldOf(index));
-    }
-
-    /// What is to be held in the place of what a property holds; false where the original holds the same.
-    template <class T>
-    bool held(const DmPropertySet& set, const DmPropertySet* original, int index, int depth, T& made)
-    {
-        if constexpr (std::same_as<T, DmPropertySetPtr>)
-        {
-            made = (*this)(field<T>(set, index), depth + 1);
-            return !original || field<T>(*original, index) != made;
-        }
-        else if constexpr (std::same_as<T, DmPropertySetMap>)
-        {
-            made = field<T>(set, index);
-            for (auto& [key, entry] : made)
-                entry = (*this)(entry, depth + 1);
-            return !original || field<T>(*original, index) != made;
-        }
-        else
-        {
-            const DmListWindow<DmPropertySet> elements = set.elementsOf(index);
-            made.reserve(static_cast<std::size_t>(elements.size()));
-            for (DmPropertySet* const each : elements)
-                made.push_back((*this)(DmPropertySetPtr(each), depth + 1));
-            if (!original || original->elementsOf(index).size() != elements.size())
-                return true;
-            auto was = made.begin();
-            for (DmPropertySet* const each : original->elementsOf(index))
-                if ((was++)->get() != each)
-                    return true;
-            return false;
-        }
-    }
-
-    static void store(DmPropertySet& copy, int index, const DmPropertySetPtr& value)
-    {
-        check(copy.setPropertyValue(index, DM_PROPERTY_SET, &value), copy);
-    }
-    static void store(DmPropertySet& copy, int index, const DmPropertySetVector& value)
-    {
-        check(copy.setPropertyList(index, DM_VECTOR_PROPERTY_SET, &value), copy);
-    }
-    static void store(DmPropertySet& copy, int index, const DmPropertySetMap& value)
-    {
-        check(copy.clearMap(index, DM_MAP_PROPERTY_SET), copy);
-        for (const auto& [key, entry] : value)
-            check(copy.setValueFromPropertyMap(index, DM_MAP_PROPERTY_SET, key, &entry), copy);
-    }
-
-    DmPropertySetPtr read(DmPropertySet& set, int depth)
-    {
-        const auto found = _originals.find(&set);
-        const DmPropertySet* const original = found == _originals.end() ? nullptr : found->second;
-        const DmPropertySetData& data = set.classData();
-        bool isChanged = !original;
-        for (int i = 0; i < data.size(); ++i)
+        const DmPropertySetData& data = now.classData();
+        bool changed = !was.isFrozen();
+        for (int i = 0; i < data.size() && !changed; ++i)
             dmVisitStorage(data.at(i)->_type,
                            [&]<class T>(std::type_identity<T>)
                            {
-                               if constexpr (holdsSets<T>)
+                               if constexpr (std::same_as<T, DmPropertySetVector>)
                                {
-                                   T made{};
-                                   isChanged |= held(set, original, i, depth, made);
+                                   const auto before = was.elementsOf(i);
+                                   const auto elements = now.elementsOf(i);
+                                   changed = !std::equal(elements.begin(), elements.end(), before.begin(), before.end(),
+                                                         [&](DmPropertySet* is, DmPropertySet* each)
+                                                         { return instead(DmPropertySetPtr(is)).get() == each; });
                                }
+                               else if constexpr (holdsSets<T>)
+                                   changed = heldIn<T>(now, i, instead) != *static_cast<const T*>(was.fieldOf(i));
                                else if constexpr (!std::is_void_v<T>)
-                                   isChanged |= !original || !(field<T>(set, i) == field<T>(*original, i));
+                                   changed = &now != &was && !(*static_cast<const T*>(now.fieldOf(i)) ==
+                                                               *static_cast<const T*>(was.fieldOf(i)));
                            });
-        if (!isChanged)
-            return DmPropertySetPtr(const_cast<DmPropertySet*>(original));
-
-        // A clone has its own of some of what the set holds, and leaves a comment behind.
-        const DmPropertySetPtr copy = set.clone();
-        if (!copy)
-            throw std::bad_alloc();
-        for (int i = 0; i < data.size(); ++i)
-            dmVisitStorage(data.at(i)->_type,
-                           [&]<class T>(std::type_identity<T>)
-                           {
-                               if constexpr (holdsSets<T>)
-                               {
-                                   T made{};
-                                   if (held(set, nullptr, i, depth, made) && !data.at(i)->_constant)
-                                       store(*copy, i, made);
-                               }
-                               else if constexpr (std::same_as<T, DmString>)
-                                   if (!(field<T>(*copy, i) == field<T>(set, i)))
-                                       check(copy->setPropertyValue(i, data.at(i)->_type, set.fieldOf(i)), set);
-                           });
-        return copy;
+        return changed;
     }
 
-    const std::unordered_map<const DmPropertySet*, const DmPropertySet*>& _originals;
+    const Draft& _draft;
     std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _read;
 };
 
-} // namespace
+using Layers = std::unordered_map<const DmPropertySet*, DmLayerPlace>;
 
-Draft::Draft(CoSharedPtr<DmTreeNode> original)
-    : _original(std::move(original))
-    , _tree(DM::staticPointerCast<DmTreeNode>(bareDeepCopy(*_original)))
+Layers layersOf(const DmTimeline& timeline)
 {
-    forEachPair(*_original, *_tree,
-                [this](const DmPropertySet& from, DmPropertySet& to)
-                {
-                    if (!_originals.try_emplace(&to, &from).second)
-                        return false;
-                    copyMarks(from, to);
-                    return true;
-                });
+    Layers layers;
+    const CoSharedPtr<DmCompositionNode> composition = timeline.composition();
+    for (int t = 0; t < timeline.trackCount(); ++t)
+        for (int l = 0; l < timeline.layerCount(t); ++l)
+            if (const auto* const layer = dynamic_cast<const DmLayerNode*>(composition->getChild(t)->getChild(l)))
+                layers[layer] = {t, l};
+    return layers;
 }
 
-CoSharedPtr<DmTreeNode> Draft::read() const
+/// What holds any of some sets; of layers, their elements are not looked at.
+template <class Wanted>
+class Search
 {
-    return DM::staticPointerCast<DmTreeNode>(Reading(_originals)(_tree, 0));
+public:
+    Search(Wanted wanted, const Layers& layers)
+        : _wanted(std::move(wanted))
+        , _layers(layers)
+    {
+    }
+
+    bool operator()(const DmPropertySet& set)
+    {
+        if (_wanted(set))
+            return true;
+        if (_layers.contains(&set))
+            return false;
+        const bool isShared = set.refCount() > 1;
+        if (isShared)
+            if (const auto met = _met.find(&set); met != _met.end())
+                return met->second;
+        const bool found = !dmForEachHeld(set, [this](const DmPropertySetPtr& held) { return !(*this)(*held); });
+        if (isShared)
+            _met.emplace(&set, found);
+        return found;
+    }
+
+private:
+    const Wanted _wanted;
+    const Layers& _layers;
+    std::unordered_map<const DmPropertySet*, bool> _met;
+};
+
+CoSharedPtr<DmCompositionNode> firstComposition(const Draft& draft, DmPropertySet* set)
+{
+    auto* const node = dynamic_cast<DmTreeNode*>(set);
+    if (!node || node->whatIs() == DM_COMPOSITION_NODE)
+        return CoSharedPtr<DmCompositionNode>(static_cast<DmCompositionNode*>(node));
+    const auto& now = static_cast<const DmTreeNode&>(draft.current(*node));
+    for (int i = 0; i < now.getNbChildren(); ++i)
+        if (CoSharedPtr<DmCompositionNode> found = firstComposition(draft, now.getChild(i)))
+            return found;
+    return {};
+}
+
+} // namespace
+
+Draft::Draft(DmTimeline timeline)
+    : _timeline(std::move(timeline))
+{
+}
+
+DmPropertySet& Draft::current(DmPropertySet& set) const
+{
+    const auto copied = _copies.find(&set);
+    return copied == _copies.end() ? set : *copied->second.copy;
+}
+
+DmPropertySet& Draft::own(DmPropertySet& set)
+{
+    if (!set.isFrozen())
+        return set;
+    if (!_isOpen)
+        raiseStatus(DM_CANNOT_LOCK, dmUtf8(set.getPSetName()));
+    if (const auto copied = _copies.find(&set); copied != _copies.end())
+        return *copied->second.copy;
+    const DmPropertySetPtr copy = copyWith(set, [](const DmPropertySetPtr& held) { return held; });
+    _copies[&set] = {DmPropertySetPtr(&set), copy};
+    return *copy;
+}
+
+void Draft::reach(DmPropertySet& held, const DmPropertySet& owner, int element)
+{
+    if (const auto [way, isNew] = _ways.try_emplace(&held); isNew)
+        way->second = {DmPropertySetPtr(&held), &owner, element};
+}
+
+DmPropertySet& Draft::settled(DmPropertySet& set)
+{
+    if (_copies.empty() || (!_isOpen && !set.isFrozen()))
+        return set;
+    DmPropertySetPtr made;
+    if (&set == _timeline.tree().get())
+        made = read().tree();
+    else if (&set == _timeline.composition().get())
+        made = read().composition();
+    else
+    {
+        made = Reading(*this)(DmPropertySetPtr(&set));
+        made->freeze();
+    }
+    _settled[&set] = made;
+    return *made;
+}
+
+DmTimeline Draft::read() const
+{
+    if (_copies.empty())
+        return _timeline;
+    std::vector<DmElementPlace> places;
+    int elements = 0;
+    for (int t = 0; t < _timeline.trackCount(); ++t)
+        for (int l = 0; l < _timeline.layerCount(t); ++l)
+            elements += _timeline.elementCount({t, l});
+    // Many places, one by one, take longer than the tree.
+    if (findElements(places) && places.size() < 8 + static_cast<std::size_t>(elements) / 16)
+    {
+        Reading reading(*this);
+        std::vector<DmPlacedElement> changed;
+        for (const DmElementPlace& place : places)
+        {
+            const CoSharedPtr<DmTreeNode> was = _timeline.element(place);
+            if (const auto is = DM::staticPointerCast<DmTreeNode>(reading(was)); is != was)
+                changed.push_back({place, is});
+        }
+        return changed.empty() ? _timeline : _timeline.withElements(changed);
+    }
+    CoSharedPtr<DmTreeNode> tree = DM::staticPointerCast<DmTreeNode>(Reading(*this)(_timeline.tree()));
+    if (tree == _timeline.tree())
+        return _timeline;
+    DmStatus status;
+    DmTimeline made = DmTimeline::takeOver(std::move(tree), 0, &status);
+    if (status.failed())
+        raiseDmError(status.reason(), dmUtf8(status.info()));
+    return made;
+}
+
+bool Draft::findElements(std::vector<DmElementPlace>& places) const
+{
+    const Layers layers = layersOf(_timeline);
+    bool isShared = false;
+    for (const auto& [original, copied] : _copies)
+    {
+        // Up to the element. A set on the way is held by its owner, and perhaps by the owner's copy; the rest is ours.
+        const DmPropertySet* top = original;
+        auto way = _ways.find(top);
+        for (; way != _ways.end() && !layers.contains(way->second.owner); way = _ways.find(top))
+        {
+            const int ours = 1 + (_copies.contains(top) ? 1 : 0) + (_objects.contains(top) ? 1 : 0);
+            const int owners = 1 + (_copies.contains(way->second.owner) ? 1 : 0);
+            isShared = isShared || top->refCount() > ours + owners;
+            top = way->second.owner;
+        }
+        if (way == _ways.end())
+            return false;
+        const DmLayerPlace& layer = layers.at(way->second.owner);
+        const DmElementPlace place{layer.track, layer.layer, way->second.element};
+        if (_timeline.element(place).get() != top)
+            return false;
+        places.push_back(place);
+    }
+    if (isShared)
+    {
+        Search holdsCopied([this](const DmPropertySet& set) { return _copies.contains(&set); }, layers);
+        if (holdsCopied(*_timeline.tree()))
+            return false;
+        for (const auto& [layer, at] : layers)
+        {
+            const auto elements = layer->elementsOf(DmLayerNode::Children);
+            for (int i = 0; i < elements.count(); ++i)
+                if (elements.at(i) && holdsCopied(*elements.at(i)))
+                    places.push_back({at.track, at.layer, i});
+        }
+    }
+    const auto order = [](const DmElementPlace& place) { return std::tie(place.track, place.layer, place.index); };
+    std::ranges::sort(places, {}, order);
+    const auto doubles = std::ranges::unique(places);
+    places.erase(doubles.begin(), doubles.end());
+    return true;
+}
+
+CoSharedPtr<DmCompositionNode> Draft::composition() const
+{
+    return firstComposition(*this, _timeline.tree().get());
+}
+
+void Draft::forEachLayer(const std::function<bool(DmTrackNode&, DmLayerNode&, const DmLayerPlace&)>& visit) const
+{
+    const CoSharedPtr<DmCompositionNode> top = composition();
+    const DmTreeNode* const now = top ? &current(*top) : nullptr;
+    for (int t = 0; now && t < now->getNbChildren(); ++t)
+    {
+        auto* const track = dynamic_cast<DmTrackNode*>(now->getChild(t));
+        const DmTrackNode* const trackNow = track ? &current(*track) : nullptr;
+        for (int l = 0; trackNow && l < trackNow->getNbChildren(); ++l)
+            if (auto* const layer = dynamic_cast<DmLayerNode*>(trackNow->getChild(l)))
+                if (!visit(*track, *layer, {t, l}))
+                    return;
+    }
+}
+
+std::optional<DmElementPlace> Draft::placeOf(const DmPropertySet& element) const
+{
+    const auto way = _ways.find(&element);
+    std::optional<DmElementPlace> place;
+    // Where it was reached first; it may have gone elsewhere since.
+    for (const bool everywhere : {false, true})
+        if (!place)
+            forEachLayer(
+                [&](const DmTrackNode& /*track*/, DmLayerNode& layer, const DmLayerPlace& at)
+                {
+                    const auto elements = current(layer).getChildren();
+                    const bool isWay = way != _ways.end() && way->second.owner == &layer;
+                    for (int i = everywhere ? 0
+                                 : isWay    ? way->second.element
+                                            : elements.count();
+                         i < elements.count() && !place; ++i)
+                        if (elements.at(i) == &element)
+                            place = {at.track, at.layer, i};
+                        else if (!everywhere)
+                            break;
+                    return !place;
+                });
+    return place;
 }
 
 DmPropertySetPtr deepCopyOf(const DmPropertySet& set)
 {
-    DmPropertySetPtr copy = bareDeepCopy(set);
+    DmPropertySetPtr copy;
+    check(dmDeepCopy(set, copy), set);
     std::unordered_set<const DmPropertySet*> met;
     if (dynamic_cast<const DmTreeNode*>(&set))
         forEachPair(set, *copy,

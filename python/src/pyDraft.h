@@ -1,33 +1,81 @@
-/// A tree to change, beside the constant one that it is a copy of.
+/// What a session sets in a timeline, which is constant: each set is copied when it is first set, alone.
 #pragma once
 
 #include "pyError.h"
 
-#include "dmTreeNode.h"
+#include "dmTimeline.h"
 
+#include <functional>
+#include <optional>
 #include <unordered_map>
+#include <vector>
 
 namespace zrpy
 {
 
-/// What nobody changed in it is told from what somebody did when it is read out: the one is the constant tree's own,
-/// the other is copied.
-class Draft
+/// Sets are known by the constant one, whether it has a copy by now or not, and copies hold constant ones: what was
+/// copied takes their places when the draft is read out.
+class Draft final : public DM::CoRefCountedMT
 {
 public:
-    /// Raises for a tree that cannot be copied.
-    explicit Draft(CoSharedPtr<DmTreeNode> original);
+    explicit Draft(DmTimeline timeline);
+    Draft(const Draft&) = delete;
+    Draft& operator=(const Draft&) = delete;
 
-    const CoSharedPtr<DmTreeNode>& tree() const { return _tree; }
-    /// The tree as it is now, which shares nothing with the draft. The original itself where nothing was changed.
-    CoSharedPtr<DmTreeNode> read() const;
+    const DmTimeline& timeline() const { return _timeline; }
+    bool isOpen() const { return _isOpen; }
+    /// From now on nothing can be set.
+    void close() { _isOpen = false; }
+
+    /// A set as it is now, to read: of what it holds, `current` again.
+    DmPropertySet& current(DmPropertySet& set) const;
+    template <class Node>
+    Node& current(Node& node) const
+    {
+        return static_cast<Node&>(current(static_cast<DmPropertySet&>(node)));
+    }
+    /// Its copy; of what is no constant, itself. Raises when the draft is closed, and where none can be made.
+    DmPropertySet& own(DmPropertySet& set);
+    /// Remembers that a set was found in an owner, at a position of one of its lists.
+    void reach(DmPropertySet& held, const DmPropertySet& owner, int element);
+
+    /// The set with all that it holds, constant, for those who know nothing of drafts. It lives until it is asked for
+    /// again.
+    DmPropertySet& settled(DmPropertySet& set);
+    /// The timeline with what was set; itself where nothing was.
+    DmTimeline read() const;
+
+    CoSharedPtr<DmCompositionNode> composition() const;
+    /// Where an element stands in what read() answers.
+    std::optional<DmElementPlace> placeOf(const DmPropertySet& element) const;
+    /// Until `visit(track, layer, place)` returns false.
+    void forEachLayer(const std::function<bool(DmTrackNode&, DmLayerNode&, const DmLayerPlace&)>& visit) const;
+
+    /// The objects of Python that stand for sets of the draft: not counted.
+    std::unordered_map<const DmPropertySet*, PyObject*>& objects() { return _objects; }
 
 private:
-    void pair(const DmPropertySet& original, DmPropertySet& copy);
+    struct Copy
+    {
+        DmPropertySetPtr original;
+        DmPropertySetPtr copy;
+    };
+    struct Way
+    {
+        DmPropertySetPtr held;
+        const DmPropertySet* owner;
+        int element;
+    };
 
-    CoSharedPtr<DmTreeNode> _original;
-    CoSharedPtr<DmTreeNode> _tree;
-    std::unordered_map<const DmPropertySet*, const DmPropertySet*> _originals; ///< by copy
+    /// The elements below which something was copied; false where something was elsewhere.
+    bool findElements(std::vector<DmElementPlace>& places) const;
+
+    DmTimeline _timeline;
+    std::unordered_map<const DmPropertySet*, Copy> _copies; ///< by original
+    std::unordered_map<const DmPropertySet*, Way> _ways;    ///< by what was found
+    std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _settled;
+    std::unordered_map<const DmPropertySet*, PyObject*> _objects;
+    bool _isOpen = true;
 };
 
 /// A copy that shares nothing; marks of layers, which are no property, come along. Raises where none can be made.

@@ -1,23 +1,18 @@
 #include "pyEdit.h"
 
-#include "pyDraft.h"
+#include "pySession.h"
 #include "pySet.h"
 #include "pyTime.h"
 #include "pyValue.h"
 #include "pyWalk.h"
 
-#include "dmContainerNode.h"
 #include "dmCueMark.h"
-#include "dmEdit.h"
 #include "dmEffectSettings.h"
 #include "dmHistory.h"
-#include "dmStoredLabel.h"
-#include "dmTreeTool.h"
 #include "dmUtf8.h"
 
 #include <pybind11/stl.h>
 
-#include <functional>
 #include <map>
 #include <optional>
 #include <utility>
@@ -26,288 +21,6 @@ namespace zrpy
 {
 namespace
 {
-
-void check(const DmStatus& status)
-{
-    if (status.failed())
-        raiseDmError(status.reason(), dmUtf8(status.info()));
-}
-
-/// What an edit would say: true where it could be done, else the reason in words.
-struct Answer
-{
-    std::string reason;
-};
-
-/// A session on a timeline: operations, and nodes that can be set.
-///
-/// Nodes to set are those of a copy of the tree, which the first that is reached makes. An operation publishes what was
-/// set, without what was not, and makes the copy constant: nodes that were reached before it say so when they are set,
-/// and are reached anew behind it.
-class Session
-{
-public:
-    Session(DmTimeline timeline, std::string name)
-        : _start(timeline)
-        , _current(std::move(timeline))
-        , _name(std::move(name))
-    {
-    }
-
-    const std::string& name() const { return _name; }
-    const std::vector<std::string>& notes() const { return _notes; }
-
-    CoSharedPtr<DmTreeNode> tree()
-    {
-        requireOpen();
-        if (_inside)
-            raiseValue("nodes in a container are set through the session around it");
-        if (!_draft)
-            _draft.emplace(_current.tree());
-        return _draft->tree();
-    }
-
-    /// What the operations, and what was set, have made of it so far; nodes that were reached stay as they are.
-    DmTimeline peek() const
-    {
-        CoSharedPtr<DmTreeNode> tree = _draft ? _draft->read() : CoSharedPtr<DmTreeNode>();
-        if (!tree || tree.get() == _current.tree().get())
-            return _current;
-        DmStatus status;
-        DmTimeline published = DmTimeline::takeOver(std::move(tree), 0, &status);
-        check(status);
-        return published;
-    }
-    /// The same, and the nodes become constant.
-    DmTimeline current()
-    {
-        _current = peek();
-        drop();
-        return _current;
-    }
-
-    /// A session about the composition that a container plays; `self` is this one.
-    Session inside(const py::object& self, const py::object& container, const DmEditOptions& options)
-    {
-        const DmElementPlace at = place(container);
-        const CoSharedPtr<DmTreeNode> element = current().element(at);
-        const auto* const node = dynamic_cast<const DmContainerNode*>(element.get());
-        if (!node || !node->getComposition())
-            raiseValue("the element is no container of a composition");
-        Session inner(DmTimeline::publish(node->getComposition()), _name);
-        inner._inside = Inside{self, at, options, _current, {}};
-        return inner;
-    }
-    bool isInside() const { return _inside.has_value(); }
-
-    void leave(bool failed)
-    {
-        requireOpen();
-        if (failed)
-        {
-            _current = _start;
-            drop();
-        }
-        else
-            current();
-        _open = false;
-        if (_inside && !failed)
-            takeInside();
-    }
-
-    const DmTimeline& result() const
-    {
-        if (_open)
-            raiseValue("the session is still open: its result is there when the with block has ended");
-        return _current;
-    }
-
-    /// One operation on the current timeline, whole or not at all.
-    template <class Operation>
-    void apply(const DmEditOptions& options, Operation&& operation)
-    {
-        requireOpen();
-        DmEdit edit(current(), options);
-        check(operation(edit));
-        _current = edit.timeline();
-        if (_inside)
-            _inside->done.emplace_back(options, operation);
-        for (const DmString& note : edit.notes())
-            _notes.push_back(dmUtf8(note));
-    }
-    /// Whether it could be done.
-    template <class Operation>
-    Answer ask(const DmEditOptions& options, Operation&& operation) const
-    {
-        requireOpen();
-        DmEdit edit = DmEdit(peek(), options).can();
-        const DmStatus status = operation(edit);
-        return {status.failed() ? dmUtf8(status.info()) : std::string()};
-    }
-
-    DmElementPlace place(const py::object& element) const;
-    DmLayerPlace layer(const py::object& layer) const;
-    double time(const py::object& time) const;
-
-private:
-    struct Inside
-    {
-        py::object outer;
-        DmElementPlace container;
-        DmEditOptions options;
-        DmTimeline opened; ///< the outer session's
-        std::vector<std::pair<DmEditOptions, std::function<DmStatus(DmEdit&)>>> done;
-    };
-
-    /// Does in the container what was done here.
-    void takeInside()
-    {
-        auto& outer = py::cast<Session&>(_inside->outer);
-        if (!(outer.peek() == _inside->opened))
-            raiseValue("the session around was changed while the one inside was open");
-        if (_inside->done.empty())
-            return;
-        outer.apply(_inside->options,
-                    [container = _inside->container, done = _inside->done](DmEdit& edit)
-                    {
-                        return edit.inside(container,
-                                           [&done](DmEdit& inner)
-                                           {
-                                               DmStatus status;
-                                               for (const auto& [options, operation] : done)
-                                               {
-                                                   inner.options() = options;
-                                                   if (status = operation(inner); status.failed())
-                                                       break;
-                                               }
-                                               return status;
-                                           });
-                    });
-    }
-
-    void requireOpen() const
-    {
-        if (!_open)
-            raiseValue("the session has ended: timeline.edit() opens another one");
-    }
-    void drop()
-    {
-        if (_draft)
-            _draft->tree()->freeze();
-        _draft.reset();
-    }
-    CoSharedPtr<DmCompositionNode> shown() const;
-
-    DmTimeline _start;
-    DmTimeline _current;
-    std::optional<Draft> _draft; ///< none until a node to set is asked for
-    std::string _name;
-    std::vector<std::string> _notes;
-    std::optional<Inside> _inside;
-    bool _open = true;
-};
-
-/// A session's question: its operations answer whether they could be done.
-struct Question
-{
-    const Session& session;
-
-    DmElementPlace place(const py::object& element) const { return session.place(element); }
-    DmLayerPlace layer(const py::object& layer) const { return session.layer(layer); }
-    double time(const py::object& time) const { return session.time(time); }
-    template <class Operation>
-    Answer apply(const DmEditOptions& options, Operation&& operation) const
-    {
-        return session.ask(options, operation);
-    }
-};
-
-int indexOf(const DmTreeNode& parent, const DmPropertySet& child)
-{
-    for (int i = 0; i < parent.getNbChildren(); ++i)
-        if (parent.getChild(i) == &child)
-            return i;
-    return -1;
-}
-
-CoSharedPtr<DmCompositionNode> firstComposition(DmTreeNode& node)
-{
-    if (node.whatIs() == DM_COMPOSITION_NODE)
-        return CoSharedPtr<DmCompositionNode>(static_cast<DmCompositionNode*>(&node));
-    for (int i = 0; i < node.getNbChildren(); ++i)
-        if (DmTreeNode* const child = node.getChild(i))
-            if (CoSharedPtr<DmCompositionNode> found = firstComposition(*child))
-                return found;
-    return {};
-}
-
-CoSharedPtr<DmCompositionNode> Session::shown() const
-{
-    return _draft ? firstComposition(*_draft->tree()) : _current.composition();
-}
-
-/// A segment, or a transition, of the session's tree or timeline; or its position (track, layer, index).
-DmElementPlace Session::place(const py::object& element) const
-{
-    if (py::isinstance<py::tuple>(element) && py::len(element) == 3)
-    {
-        const auto position = py::cast<py::tuple>(element);
-        return {py::cast<int>(position[0]), py::cast<int>(position[1]), py::cast<int>(position[2])};
-    }
-    const DmTreeNode& node = requireNode(element);
-    for (const CoSharedPtr<DmCompositionNode>& composition : {shown(), _current.composition()})
-        for (int track = 0; composition && track < composition->getNbChildren(); ++track)
-            for (int layer = 0; composition->getChild(track) && layer < composition->getChild(track)->getNbChildren();
-                 ++layer)
-                if (const DmTreeNode* const at = composition->getChild(track)->getChild(layer))
-                    if (const int index = indexOf(*at, node); index >= 0)
-                        return {track, layer, index};
-    if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(&node))
-        if (const std::optional<DmElementPlace> found = peek().placeOf(*segment))
-            return *found;
-    raiseValue("the element is not one of the session's timeline: reach it through the session");
-}
-
-/// "V1", a track or a layer of the session, or a position (track, layer).
-DmLayerPlace Session::layer(const py::object& layer) const
-{
-    if (py::isinstance<py::tuple>(layer) && py::len(layer) == 2)
-    {
-        const auto position = py::cast<py::tuple>(layer);
-        return {py::cast<int>(position[0]), py::cast<int>(position[1])};
-    }
-    const CoSharedPtr<DmCompositionNode> composition = shown();
-    for (int track = 0; composition && track < composition->getNbChildren(); ++track)
-    {
-        const auto* const at = dynamic_cast<const DmTrackNode*>(composition->getChild(track));
-        if (!at)
-            continue;
-        if (PyUnicode_Check(layer.ptr()))
-        {
-            if (isCalled(*at, dmUtf8(toText(layer, "a track's name"))))
-                return {track, 0};
-        }
-        else if (DmPropertySet* const node = unwrap(layer))
-        {
-            if (node == at)
-                return {track, 0};
-            if (const int index = indexOf(*at, *node); index >= 0)
-                return {track, index};
-        }
-    }
-    if (!PyUnicode_Check(layer.ptr()) && !unwrap(layer))
-        raiseType("a layer is a track's name (\"V1\"), a track, a layer, or (track, layer)");
-    raiseValue("there is no such track in the session's timeline");
-}
-
-/// Record time: frames, or a label or a Time of the composition.
-double Session::time(const py::object& time) const
-{
-    const CoSharedPtr<DmCompositionNode> composition = shown();
-    const DM::FrameCodeModes mode = dmFcmFromText(composition->getFCM());
-    const double frames = toFrames(time, mode);
-    return PyUnicode_Check(time.ptr()) || py::isinstance<Time>(time) ? composition->getRecordTime(frames) : frames;
-}
 
 eDmEdge edgeOf(const std::string& edge)
 {
@@ -759,20 +472,15 @@ void addEdits(py::module_& module)
     py::class_<Session> session(module, "Edit", "A session on a timeline: operations, and nodes that can be set.");
     session.def_property_readonly("name", &Session::name)
         .def_property_readonly("notes", &Session::notes, "What operations had to say beside that they were done.")
-        .def_property_readonly(
-            "root", [](Session& self) { return wrap(self.tree().get()); },
-            "The tree, whose nodes can be set. After an operation they are reached anew.")
-        .def_property_readonly("composition", [](Session& self) { return wrap(firstComposition(*self.tree()).get()); })
-        .def(
-            "segments",
-            [](Session& self, Object track, Object at)
-            {
-                const CoSharedPtr<DmCompositionNode> composition =
-                    self.isInside() ? self.peek().composition() : firstComposition(*self.tree());
-                return segmentList(wrap(composition.get()), track, at, false);
-            },
-            py::kw_only(), py::arg("track") = py::none(), py::arg("at") = py::none(),
-            "The segments, which can be set, as of a node.")
+        .def_property_readonly("root", &Session::root,
+                               "The tree, whose nodes can be set. After an operation they are reached anew.")
+        .def_property_readonly("composition", &Session::composition)
+        .def("segments", &Session::segments, py::kw_only(), py::arg("track") = py::none(), py::arg("at") = py::none(),
+             "The segments, which can be set, as of a node.")
+        .def("find", &Session::find, py::arg("segment_id"),
+             "The segment of an id, which can be set; None when there is none.")
+        .def("element", &Session::element, py::arg("position"),
+             "The element at (track, layer, index), which can be set.")
         .def_property_readonly(
             "result", [](const Session& self) { return self.result(); },
             "The new timeline, once the session has ended; the old one after an exception.")

@@ -1,6 +1,5 @@
 #include "pyList.h"
 
-#include "pySet.h"
 #include "pyValue.h"
 
 #include <algorithm>
@@ -12,7 +11,7 @@ namespace
 
 struct ListObject
 {
-    PyObject_HEAD DmPropertySet* set; ///< holds one reference
+    PyObject_HEAD PyObject* owner; ///< holds one reference
     int index;
 };
 
@@ -44,28 +43,28 @@ class List
                                   if constexpr (dmIsVector<T>)
                                       return visitor(std::type_identity<typename T::value_type>());
                                   else
-                                      raiseStatus(DM_TYPE_NOT_IMPLEMENTED, nameOf(_set, _def));
+                                      raiseStatus(DM_TYPE_NOT_IMPLEMENTED, name());
                               });
     }
 
 public:
-    List(DmPropertySet& set, int index)
-        : _set(set)
+    List(const Reached& owner, int index)
+        : _owner(owner)
         , _index(index)
-        , _def(*set.classData().at(index))
+        , _def(*owner.set().classData().at(index))
     {
     }
     explicit List(PyObject* self)
-        : List(*reinterpret_cast<ListObject*>(self)->set, reinterpret_cast<ListObject*>(self)->index)
+        : List(*reachedBy(reinterpret_cast<ListObject*>(self)->owner), reinterpret_cast<ListObject*>(self)->index)
     {
     }
 
-    std::string name() const { return nameOf(_set, _def); }
+    std::string name() const { return nameOf(_owner.set(), _def); }
 
     Py_ssize_t size() const
     {
         int size = 0;
-        check(_set.getListSize(_index, _def._type, size));
+        check(_owner.read().getListSize(_index, _def._type, size));
         return size;
     }
 
@@ -75,8 +74,8 @@ public:
             [&]<class T>(std::type_identity<T>) -> py::object
             {
                 T value{};
-                check(_set.getValueFromPropertyList(_index, _def._type, static_cast<int>(element), &value));
-                return toPython(value, slot());
+                check(_owner.read().getValueFromPropertyList(_index, _def._type, static_cast<int>(element), &value));
+                return toPython(value, {_owner, _def, static_cast<int>(element)});
             });
     }
 
@@ -86,7 +85,8 @@ public:
             [&]<class T>(std::type_identity<T>)
             {
                 const T converted = convert<T>(value, false);
-                check(_set.setValueFromPropertyList(_index, _def._type, static_cast<int>(element), &converted));
+                check(
+                    _owner.write().setValueFromPropertyList(_index, _def._type, static_cast<int>(element), &converted));
             });
     }
 
@@ -96,13 +96,14 @@ public:
             [&]<class T>(std::type_identity<T>)
             {
                 const T converted = convert<T>(value, false);
-                check(_set.insertValueInPropertyList(_index, _def._type, static_cast<int>(element), &converted));
+                check(_owner.write().insertValueInPropertyList(_index, _def._type, static_cast<int>(element),
+                                                               &converted));
             });
     }
 
     void removeAt(Py_ssize_t element)
     {
-        check(_set.removeValueFromPropertyList(_index, _def._type, static_cast<int>(element)));
+        check(_owner.write().removeValueFromPropertyList(_index, _def._type, static_cast<int>(element)));
     }
 
     /// All elements, as a list of Python.
@@ -126,7 +127,7 @@ public:
                 made.reserve(after.size());
                 for (const py::handle value : after)
                     made.push_back(convert<T>(value, hasNull));
-                check(_set.setPropertyList(_index, _def._type, &made));
+                check(_owner.write().setPropertyList(_index, _def._type, &made));
             });
     }
 
@@ -142,17 +143,17 @@ public:
             {
                 std::vector<T> made(static_cast<std::size_t>(size()));
                 for (std::size_t i = 0; i < made.size(); ++i)
-                    check(_set.getValueFromPropertyList(_index, _def._type, static_cast<int>(i), &made[i]));
+                    check(_owner.read().getValueFromPropertyList(_index, _def._type, static_cast<int>(i), &made[i]));
                 for (const py::handle value : added)
                     made.push_back(convert<T>(value, false));
-                check(_set.setPropertyList(_index, _def._type, &made));
+                check(_owner.write().setPropertyList(_index, _def._type, &made));
             });
     }
 
-    void clear() { check(_set.clearList(_index, _def._type)); }
+    void clear() { check(_owner.write().clearList(_index, _def._type)); }
 
 private:
-    Slot slot() const { return {_set, _def}; }
+    Slot slot() const { return {_owner, _def}; }
 
     void check(eDmErrorId status) const
     {
@@ -162,7 +163,7 @@ private:
             raiseStatus(status, name());
     }
 
-    DmPropertySet& _set;
+    const Reached _owner;
     const int _index;
     const DmPropertyDef& _def;
 };
@@ -183,10 +184,7 @@ py::object operand(py::handle object)
 void dealloc(PyObject* self)
 {
     PyTypeObject* const type = Py_TYPE(self);
-    {
-        const DmPropertySetPtr set(reinterpret_cast<ListObject*>(self)->set);
-        static_cast<void>(set->unref()); // `set` holds another
-    }
+    Py_XDECREF(reinterpret_cast<ListObject*>(self)->owner);
     type->tp_free(self);
     Py_DECREF(type);
 }
@@ -480,20 +478,20 @@ PyType_Spec spec = {"zrdmtree.ListView", sizeof(ListObject), 0,
 
 } // namespace
 
-py::object listView(DmPropertySet& set, int index)
+py::object listView(const Reached& owner, int index)
 {
     PyObject* const object = listType->tp_alloc(listType, 0);
     if (!object)
         throw py::error_already_set();
     auto* const view = reinterpret_cast<ListObject*>(object);
-    view->set = DmPropertySetPtr(&set).detach();
+    view->owner = owner.object().release().ptr();
     view->index = index;
     return py::reinterpret_steal<py::object>(object);
 }
 
-void replaceList(DmPropertySet& set, int index, py::handle elements)
+void replaceList(const Reached& owner, int index, py::handle elements)
 {
-    List list(set, index);
+    List list(owner, index);
     if (PyUnicode_Check(elements.ptr()) || PyBytes_Check(elements.ptr()))
         raiseType(list.name() + " is a list, not a text");
     PyObject* const made = PySequence_List(operand(elements).ptr());

@@ -1,16 +1,14 @@
 /// A list property as a mutable sequence: a live view that does what a list of Python does.
 #pragma once
 
-#include "pyError.h"
-
-#include "dmPropertySet.h"
+#include "pySet.h"
 
 namespace zrpy
 {
 
-py::object listView(DmPropertySet& set, int index);
+py::object listView(const Reached& owner, int index);
 /// In place of what the list holds; nothing changes when an element does not fit.
-void replaceList(DmPropertySet& set, int index, py::handle elements);
+void replaceList(const Reached& owner, int index, py::handle elements);
 
 void addLists(py::module_& module);
 

@@ -15,11 +15,12 @@ namespace
 class Subscription final : public DmPropertyListener
 {
 public:
-    Subscription(DmPropertySet& set, py::object callable)
-        : _set(&set)
+    Subscription(const Reached& subject, py::object callable)
+        : _set(&subject.write())
+        , _subject(subject.draft() ? subject.object() : py::object())
         , _callable(std::move(callable))
     {
-        if (const eDmErrorId status = set.registerListener(this); status != DM_NO_ERROR)
+        if (const eDmErrorId status = _set->registerListener(this); status != DM_NO_ERROR)
             raiseStatus(status, "listen()");
     }
     Subscription(const Subscription&) = delete;
@@ -32,6 +33,7 @@ public:
             return;
         static_cast<void>(_set->unregisterListener(this)); // registered, as `_set` says
         _set.reset();
+        _subject = py::object();
         _callable = py::none();
     }
     bool isOpen() const { return static_cast<bool>(_set); }
@@ -45,7 +47,7 @@ public:
         try
         {
             if (_set)
-                callable(wrap(_set), fromText(propertyName));
+                callable(_subject ? _subject : wrap(_set), fromText(propertyName));
         }
         catch (py::error_already_set& error)
         {
@@ -56,16 +58,17 @@ public:
 
 private:
     DmPropertySetPtr _set; ///< null when closed
+    py::object _subject;   ///< of a session; else the set's own object
     py::object _callable;
 };
 
 } // namespace
 
-py::object subscribe(DmPropertySet& set, py::handle callable)
+py::object subscribe(const Reached& subject, py::handle callable)
 {
     if (!PyCallable_Check(callable.ptr()))
         raiseType("listen() takes a callable");
-    return py::cast(std::make_unique<Subscription>(set, py::reinterpret_borrow<py::object>(callable)));
+    return py::cast(std::make_unique<Subscription>(subject, py::reinterpret_borrow<py::object>(callable)));
 }
 
 void addListeners(py::module_& module)

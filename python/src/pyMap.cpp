@@ -1,6 +1,5 @@
 #include "pyMap.h"
 
-#include "pySet.h"
 #include "pyValue.h"
 
 #include <utility>
@@ -15,26 +14,27 @@ namespace
 class Map
 {
 public:
-    Map(DmPropertySet& set, int index)
-        : _set(&set)
+    Map(const Reached& owner, int index)
+        : _object(owner.object())
+        , _owner(owner)
         , _index(index)
-        , _def(set.classData().at(index))
+        , _def(owner.set().classData().at(index))
     {
     }
 
-    std::string name() const { return nameOf(*_set, *_def); }
+    std::string name() const { return nameOf(_owner.set(), *_def); }
 
     int size() const
     {
         int size = 0;
-        check(_set->getMapSize(_index, _def->_type, size));
+        check(_owner.read().getMapSize(_index, _def->_type, size));
         return size;
     }
 
     py::list keys() const
     {
         DmStringArray keys;
-        check(_set->getKeysFromPropertyMap(_index, _def->_type, keys));
+        check(_owner.read().getKeysFromPropertyMap(_index, _def->_type, keys));
         py::list all;
         for (const DmString& each : keys)
             all.append(fromText(each));
@@ -46,7 +46,7 @@ public:
         if (!PyUnicode_Check(key.ptr()))
             return false;
         DmStringArray keys;
-        check(_set->getKeysFromPropertyMap(_index, _def->_type, keys));
+        check(_owner.read().getKeysFromPropertyMap(_index, _def->_type, keys));
         const DmString text = keyOf(key);
         for (const DmString& each : keys)
             if (each == text)
@@ -59,29 +59,29 @@ public:
         if (!PyUnicode_Check(key.ptr()))
             missing(key);
         DmPropertySetPtr entry;
-        check(_set->getValueFromPropertyMap(_index, _def->_type, keyOf(key), &entry));
+        check(_owner.read().getValueFromPropertyMap(_index, _def->_type, keyOf(key), &entry));
         if (!entry && !contains(key))
             missing(key);
-        return wrap(entry);
+        return _owner.held(entry.get(), *_def);
     }
 
     void setAt(py::handle key, py::handle value)
     {
         const DmPropertySetPtr entry = convert(value);
-        check(_set->setValueFromPropertyMap(_index, _def->_type, newKey(key), &entry));
+        check(_owner.write().setValueFromPropertyMap(_index, _def->_type, newKey(key), &entry));
     }
 
     void remove(py::handle key)
     {
         if (!PyUnicode_Check(key.ptr()))
             missing(key);
-        const eDmErrorId status = _set->removeValueFromPropertyMap(_index, _def->_type, keyOf(key));
+        const eDmErrorId status = _owner.write().removeValueFromPropertyMap(_index, _def->_type, keyOf(key));
         if (status == DM_BAD_INDEX)
             missing(key);
         check(status);
     }
 
-    void clear() { check(_set->clearMap(_index, _def->_type)); }
+    void clear() { check(_owner.write().clearMap(_index, _def->_type)); }
 
     void replace(const py::dict& entries)
     {
@@ -90,7 +90,7 @@ public:
             made.emplace_back(newKey(key), convert(value));
         clear();
         for (const auto& [key, entry] : made)
-            check(_set->setValueFromPropertyMap(_index, _def->_type, key, &entry));
+            check(_owner.write().setValueFromPropertyMap(_index, _def->_type, key, &entry));
     }
 
 private:
@@ -117,7 +117,7 @@ private:
         if (value.is_none())
             raiseType(name() + " holds objects, not None");
         DmPropertySetPtr entry;
-        fromPython(value, entry, Slot{*_set, *_def});
+        fromPython(value, entry, Slot{_owner, *_def});
         return entry;
     }
 
@@ -127,21 +127,22 @@ private:
             raiseStatus(status, name());
     }
 
-    DmPropertySetPtr _set;
+    py::object _object; ///< keeps the owner alive
+    Reached _owner;
     int _index;
     const DmPropertyDef* _def;
 };
 
 } // namespace
 
-py::object mapView(DmPropertySet& set, int index)
+py::object mapView(const Reached& owner, int index)
 {
-    return py::cast(Map(set, index));
+    return py::cast(Map(owner, index));
 }
 
-void replaceMap(DmPropertySet& set, int index, py::handle entries)
+void replaceMap(const Reached& owner, int index, py::handle entries)
 {
-    Map map(set, index);
+    Map map(owner, index);
     PyObject* const dict = PyDict_New();
     const auto made = py::reinterpret_steal<py::dict>(dict);
     if (PyDict_Update(dict, entries.ptr()) != 0)

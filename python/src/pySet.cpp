@@ -24,32 +24,67 @@ namespace
 struct SetObject
 {
     PyObject_HEAD DmPropertySet* set; ///< holds one reference
+    Draft* draft;                     ///< of the session that it was reached through, holds one reference; or null
     PyObject* weakReferences;
 };
 
 /// The living object of each set that has one: not counted, taken out when it dies.
-std::unordered_map<const DmPropertySet*, SetObject*>& objects()
+std::unordered_map<const DmPropertySet*, PyObject*>& objects(Draft* draft)
 {
-    static auto* const all = new std::unordered_map<const DmPropertySet*, SetObject*>;
-    return *all;
+    static auto* const all = new std::unordered_map<const DmPropertySet*, PyObject*>;
+    return draft ? draft->objects() : *all;
 }
 
 PyTypeObject* baseType = nullptr;
 
-DmPropertySet& setOf(PyObject* self)
+Reached reached(PyObject* self)
 {
-    return *reinterpret_cast<SetObject*>(self)->set;
+    const auto* const object = reinterpret_cast<SetObject*>(self);
+    return {*object->set, object->draft};
 }
 
-PyObject* makeObject(PyTypeObject* type, DmPropertySet* set)
+DmPropertySet& settled(PyObject* self)
 {
-    PyObject* const object = type->tp_alloc(type, 0);
+    return reached(self).settled();
+}
+
+void setDraft(SetObject& object, Draft* draft)
+{
+    const CoSharedPtr<Draft> before(object.draft);
+    if (before)
+        static_cast<void>(before->unref()); // `before` holds another
+    object.draft = CoSharedPtr<Draft>(draft).detach();
+}
+
+/// A constant has an object in each session, and one beside them. What can be changed has one, which goes over to the
+/// session that it is reached through.
+py::object objectOf(DmPropertySet* set, Draft* draft)
+{
+    auto& all = objects(set->isFrozen() ? draft : nullptr);
+    if (const auto found = all.find(set); found != all.end())
+    {
+        auto& known = *reinterpret_cast<SetObject*>(found->second);
+        if (draft && known.draft != draft)
+            setDraft(known, draft);
+        return py::reinterpret_borrow<py::object>(found->second);
+    }
+    PyTypeObject* const type = typeOf(*set);
+    auto object = py::reinterpret_steal<py::object>(type->tp_alloc(type, 0));
     if (!object)
         throw py::error_already_set();
-    auto* const made = reinterpret_cast<SetObject*>(object);
+    auto* const made = reinterpret_cast<SetObject*>(object.ptr());
     made->set = DmPropertySetPtr(set).detach();
-    objects()[set] = made;
+    setDraft(*made, draft);
+    all[set] = object.ptr();
     return object;
+}
+
+/// What can be changed may have become a constant since.
+void forget(PyObject* self, const DmPropertySet* set, Draft* draft)
+{
+    auto& all = objects(draft);
+    if (const auto found = all.find(set); found != all.end() && found->second == self)
+        all.erase(found);
 }
 
 void dealloc(PyObject* self)
@@ -57,11 +92,15 @@ void dealloc(PyObject* self)
     PyTypeObject* const type = Py_TYPE(self);
     auto* const object = reinterpret_cast<SetObject*>(self);
     DmPropertySetPtr set;
+    const CoSharedPtr<Draft> draft(object->draft);
     if (object->set)
     {
-        objects().erase(object->set);
+        forget(self, object->set, nullptr);
+        if (draft)
+            forget(self, object->set, draft.get());
         set.reset(object->set);
         static_cast<void>(object->set->unref()); // `set` holds another
+        setDraft(*object, nullptr);
     }
     if (object->weakReferences)
         PyObject_ClearWeakRefs(self);
@@ -105,9 +144,9 @@ PyObject* compare(PyObject* a, PyObject* b, int operation)
     return guarded<PyObject*>(nullptr,
                               [&]
                               {
-                                  bool equal = &setOf(a) == &setOf(b);
+                                  bool equal = a == b;
                                   if (!equal)
-                                      if (const eDmErrorId status = dmDeepEqual(setOf(a), setOf(b), equal);
+                                      if (const eDmErrorId status = dmDeepEqual(settled(a), settled(b), equal);
                                           status != DM_NO_ERROR)
                                           raiseStatus(status, "comparing " + std::string(Py_TYPE(a)->tp_name));
                                   return py::bool_(equal == (operation == Py_EQ)).release().ptr();
@@ -121,7 +160,7 @@ PyObject* represent(PyObject* self)
         nullptr,
         [&]
         {
-            const DmPropertySet& set = setOf(self);
+            const DmPropertySet& set = reached(self).read();
             const DmPropertySetData& data = set.classData();
             std::string text;
             const auto add = [&](const DmPropertyDef& def, const std::string& value)
@@ -144,7 +183,7 @@ PyObject* represent(PyObject* self)
                          !(def._default && DmPropertySet_Atomic_Utils::compareAtomicManip(set, i, def._default)))
                 {
                     if (def._type != DM_PROPERTY_SET)
-                        add(def, py::repr(getValue(setOf(self), i)));
+                        add(def, py::repr(getValue(reached(self), i)));
                     else if (const auto& held = *static_cast<const DmPropertySetPtr*>(set.fieldOf(i)))
                         add(def, "<" + dmUtf8(held->getPSetName()) + ">");
                 }
@@ -159,7 +198,7 @@ PyObject* copy(PyObject* self, PyObject* /*none*/)
     return guarded<PyObject*>(nullptr,
                               [&]
                               {
-                                  const DmPropertySet& set = setOf(self);
+                                  const DmPropertySet& set = settled(self);
                                   const DmPropertySetPtr made = set.clone();
                                   const DmPropertySetData& data = set.classData();
                                   for (int i = 0; i < data.size(); ++i)
@@ -175,17 +214,18 @@ PyObject* copy(PyObject* self, PyObject* /*none*/)
 
 PyObject* deepCopy(PyObject* self, PyObject* /*memo*/)
 {
-    return guarded<PyObject*>(nullptr, [&] { return wrap(deepCopyOf(setOf(self))).release().ptr(); });
+    return guarded<PyObject*>(nullptr, [&] { return wrap(deepCopyOf(settled(self))).release().ptr(); });
 }
 
 PyObject* reduce(PyObject* self, PyObject* /*none*/)
 {
-    return guarded<PyObject*>(nullptr,
-                              [&]
-                              {
-                                  const py::object restore = py::module_::import("zrdmtree").attr("_restore");
-                                  return py::make_tuple(restore, py::make_tuple(stateOf(setOf(self)))).release().ptr();
-                              });
+    return guarded<PyObject*>(
+        nullptr,
+        [&]
+        {
+            const py::object restore = py::module_::import("zrdmtree").attr("_restore");
+            return py::make_tuple(restore, py::make_tuple(stateOf(settled(self)))).release().ptr();
+        });
 }
 
 /// A shared default is replaced by a copy, so that it can be changed; what is the owner's own stays.
@@ -195,7 +235,8 @@ PyObject* own(PyObject* self, PyObject* name)
         nullptr,
         [&]
         {
-            DmPropertySet& set = setOf(self);
+            const Reached owner = reached(self);
+            const DmPropertySet& set = owner.read();
             const int index = set.classData().find(toText(name, "a property's name").view());
             const DmPropertyDef* const def = set.classData().at(index);
             if (!def || def->_type != DM_PROPERTY_SET)
@@ -203,19 +244,19 @@ PyObject* own(PyObject* self, PyObject* name)
             const DmPropertySetPtr held(*static_cast<const DmPropertySetPtr*>(set.fieldOf(index)));
             if (held && (held->isFrozen() || set.isFrozen()))
             {
-                const DmPropertySetPtr copied = held->clone();
-                if (const eDmErrorId status = set.setPropertyValue(index, DM_PROPERTY_SET, &copied);
+                const DmPropertySetPtr copied = owner.draft() ? owner.draft()->settled(*held).clone() : held->clone();
+                if (const eDmErrorId status = owner.write().setPropertyValue(index, DM_PROPERTY_SET, &copied);
                     status != DM_NO_ERROR)
                     raiseStatus(status, nameOf(set, *def));
-                return wrap(copied).release().ptr();
+                return owner.held(copied.get(), *def).release().ptr();
             }
-            return wrap(held).release().ptr();
+            return owner.held(held.get(), *def).release().ptr();
         });
 }
 
 PyObject* listen(PyObject* self, PyObject* callable)
 {
-    return guarded<PyObject*>(nullptr, [&] { return subscribe(setOf(self), callable).release().ptr(); });
+    return guarded<PyObject*>(nullptr, [&] { return subscribe(reached(self), callable).release().ptr(); });
 }
 
 PyObject* noSubclass(PyObject* /*type*/, PyObject* /*args*/, PyObject* /*keywords*/)
@@ -228,12 +269,19 @@ PyObject* noSubclass(PyObject* /*type*/, PyObject* /*args*/, PyObject* /*keyword
 /// An identity for dictionaries: equal for the same object only, which it keeps alive.
 struct Key
 {
+    explicit Key(const Reached& reached)
+        : set(&reached.set())
+        , draft(reached.draft())
+    {
+    }
+
     DmPropertySetPtr set;
+    CoSharedPtr<Draft> draft;
 };
 
 PyObject* key(PyObject* self, void* /*unused*/)
 {
-    return guarded<PyObject*>(nullptr, [&] { return py::cast(Key{DmPropertySetPtr(&setOf(self))}).release().ptr(); });
+    return guarded<PyObject*>(nullptr, [&] { return py::cast(Key(reached(self))).release().ptr(); });
 }
 
 PyMethodDef methods[] = {
@@ -282,27 +330,73 @@ PyType_Spec spec = {"zrdmtree.DmPropertySet", sizeof(SetObject), 0, Py_TPFLAGS_D
 
 } // namespace
 
+// Reached
+
+DmPropertySet& Reached::read() const
+{
+    return _draft ? _draft->current(*_set) : *_set;
+}
+
+DmPropertySet& Reached::write() const
+{
+    return _draft ? _draft->own(*_set) : *_set;
+}
+
+DmPropertySet& Reached::settled() const
+{
+    return _draft ? _draft->settled(*_set) : *_set;
+}
+
+bool Reached::isConstant() const
+{
+    return _set->isFrozen() && !(_draft && _draft->isOpen());
+}
+
+py::object Reached::object() const
+{
+    return objectOf(_set, _draft);
+}
+
+py::object Reached::held(DmPropertySet* held, const DmPropertyDef& def, int element) const
+{
+    // A shared default is nobody's to set.
+    const bool isDefault = def._type == DM_PROPERTY_SET && def._default &&
+                           static_cast<const DmPropertySetPtr*>(def._default)->get() == held;
+    if (!held || !_draft || isDefault)
+        return wrap(held);
+    _draft->reach(*held, *_set, element);
+    return objectOf(held, _draft);
+}
+
 py::object wrap(DmPropertySet* set)
 {
-    if (!set)
-        return py::none();
-    if (const auto found = objects().find(set); found != objects().end())
-        return py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(found->second));
-    return py::reinterpret_steal<py::object>(makeObject(typeOf(*set), set));
+    return set ? objectOf(set, nullptr) : py::none();
+}
+
+std::optional<Reached> reachedBy(py::handle object)
+{
+    if (!PyObject_TypeCheck(object.ptr(), baseType))
+        return {};
+    return reached(object.ptr());
 }
 
 DmPropertySet* unwrap(py::handle object)
 {
-    return PyObject_TypeCheck(object.ptr(), baseType) ? reinterpret_cast<SetObject*>(object.ptr())->set : nullptr;
+    return PyObject_TypeCheck(object.ptr(), baseType) ? &settled(object.ptr()) : nullptr;
+}
+
+Reached requireReached(py::handle object, const char* what)
+{
+    const std::optional<Reached> found = reachedBy(object);
+    if (!found)
+        raiseType(std::string(what) + " is an object of the model, not " +
+                  (object.is_none() ? "None" : Py_TYPE(object.ptr())->tp_name));
+    return *found;
 }
 
 DmPropertySet& requireSet(py::handle object, const char* what)
 {
-    DmPropertySet* const set = unwrap(object);
-    if (!set)
-        raiseType(std::string(what) + " is an object of the model, not " +
-                  (object.is_none() ? "None" : Py_TYPE(object.ptr())->tp_name));
-    return *set;
+    return requireReached(object, what).settled();
 }
 
 DmPropertySetPtr createSet(const DmString& className)
@@ -349,17 +443,21 @@ void addSets(py::module_& module)
     setBaseType(baseType);
 
     py::class_<Key>(module, "Key", "Which object it is, as a key of dictionaries; keeps the object alive.")
-        .def_property_readonly("object", [](const Key& self) { return wrap(self.set); })
+        .def_property_readonly("object", [](const Key& self) { return Reached(*self.set, self.draft.get()).object(); })
         .def("__hash__", [](const Key& self) { return std::hash<const void*>()(self.set.get()) >> 4; })
-        .def("__eq__", [](const Key& self, const py::object& other)
-             { return py::isinstance<Key>(other) && py::cast<const Key&>(other).set == self.set; })
+        .def("__eq__",
+             [](const Key& self, const py::object& other)
+             {
+                 return py::isinstance<Key>(other) && py::cast<const Key&>(other).set == self.set &&
+                        py::cast<const Key&>(other).draft == self.draft;
+             })
         .def("__repr__", [](const Key& self) { return "<Key of " + dmUtf8(self.set->getPSetName()) + ">"; });
     module.def(
-        "key", [](const py::object& object) { return Key{DmPropertySetPtr(&requireSet(object, "key()'s argument"))}; },
+        "key", [](const py::object& object) { return Key(requireReached(object, "key()'s argument")); },
         py::arg("object"), "An identity of an object, for dictionaries and sets.");
     module.def(
         "is_constant",
-        [](const py::object& object) { return requireSet(object, "is_constant()'s argument").isFrozen(); },
+        [](const py::object& object) { return requireReached(object, "is_constant()'s argument").isConstant(); },
         py::arg("object"), "Whether an object cannot be changed: a shared default, or part of a published timeline.");
     module.def("_restore_state", &restore);
 }

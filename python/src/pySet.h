@@ -6,8 +6,41 @@
 
 #include "dmPropertySet.h"
 
+#include <optional>
+
 namespace zrpy
 {
+
+class Draft;
+
+/// A set as an object of Python has it: itself, or what a session made of it.
+class Reached
+{
+public:
+    Reached(DmPropertySet& set, Draft* draft = nullptr) // NOLINT(google-explicit-constructor): most are reached alone
+        : _set(&set)
+        , _draft(draft)
+    {
+    }
+
+    /// As it is known in the session: the constant one.
+    DmPropertySet& set() const { return *_set; }
+    Draft* draft() const { return _draft; }
+    DmPropertySet& read() const;
+    /// Raises when the session has gone on, or ended. What read() answered before may be another set now.
+    DmPropertySet& write() const;
+    /// Alone, with all that it holds, for those who know nothing of sessions.
+    DmPropertySet& settled() const;
+    bool isConstant() const;
+
+    py::object object() const;
+    /// The object of what the set holds, in an element of a list or elsewhere.
+    py::object held(DmPropertySet* held, const DmPropertyDef& def, int element = -1) const;
+
+private:
+    DmPropertySet* _set;
+    Draft* _draft;
+};
 
 /// None for null.
 py::object wrap(DmPropertySet* set);
@@ -16,8 +49,12 @@ inline py::object wrap(const DmPropertySetPtr& set)
     return wrap(set.get());
 }
 
-/// The set of an object; null when it is something else.
+/// The set of an object, settled; null when it is something else.
 DmPropertySet* unwrap(py::handle object);
+/// Likewise, to be set too.
+std::optional<Reached> reachedBy(py::handle object);
+/// Raises TypeError for what is no property set.
+Reached requireReached(py::handle object, const char* what);
 /// Raises TypeError for what is no property set; `what` says whose argument it is.
 DmPropertySet& requireSet(py::handle object, const char* what);
 

@@ -29,7 +29,8 @@ std::string dump(const py::object& node, int maxDepth)
 
 py::object channel(const py::object& effect, const py::object& name)
 {
-    auto* const settings = dynamic_cast<DmEffectSettings*>(&requireSet(effect, "channel()'s owner"));
+    const Reached owner = requireReached(effect, "channel()'s owner");
+    auto* const settings = dynamic_cast<DmEffectSettings*>(&owner.read());
     if (!settings)
         raiseType("an effect is asked for");
     const DmString text = toText(name, "a channel's name");
@@ -37,11 +38,13 @@ py::object channel(const py::object& effect, const py::object& name)
         raiseValue("a channel's name is not empty");
     if (text.view().find(L'\0') != std::wstring_view::npos)
         raiseValue("a channel's name holds no zero character");
-    const CoSharedPtr<DmAnimationChannel> found =
-        settings->isFrozen() ? settings->getExistingChannelByName(text) : settings->getChannelByName(text);
-    if (!found)
+    CoSharedPtr<DmAnimationChannel> found = settings->getExistingChannelByName(text);
+    if (!found && owner.isConstant())
         raiseStatus(DM_CANNOT_LOCK, "making the channel \"" + dmUtf8(text) + "\"");
-    return wrap(found.get());
+    if (!found)
+        found = static_cast<DmEffectSettings&>(owner.write()).getChannelByName(text);
+    const DmPropertySetData& data = owner.set().classData();
+    return owner.held(found.get(), *data.at(data.find(L"channelList")));
 }
 
 /// Repairs the record times of sources that do not fit their material.

@@ -117,9 +117,9 @@ PyObject* get(PyObject* self, void* closure)
     return guarded<PyObject*>(nullptr,
                               [&]
                               {
-                                  DmPropertySet& set = *unwrap(self);
+                                  const Reached owner = *reachedBy(self);
                                   const auto& access = *static_cast<const PropertyAccess*>(closure);
-                                  return getValue(set, indexIn(set, access)).release().ptr();
+                                  return getValue(owner, indexIn(owner.set(), access)).release().ptr();
                               });
 }
 
@@ -128,11 +128,11 @@ int set(PyObject* self, PyObject* value, void* closure)
     return guarded<int>(-1,
                         [&]
                         {
-                            DmPropertySet& owner = *unwrap(self);
+                            const Reached owner = *reachedBy(self);
                             const auto& access = *static_cast<const PropertyAccess*>(closure);
-                            const int index = indexIn(owner, access);
+                            const int index = indexIn(owner.set(), access);
                             if (!value)
-                                raiseType(nameOf(owner, *access.def) + " is a property and cannot be deleted");
+                                raiseType(nameOf(owner.set(), *access.def) + " is a property and cannot be deleted");
                             setValue(owner, index, value);
                             return 0;
                         });

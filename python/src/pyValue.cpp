@@ -52,7 +52,7 @@ py::object toIndex(py::handle value, const Slot& slot)
 
 std::string Slot::name() const
 {
-    return nameOf(owner, def);
+    return nameOf(owner.set(), def);
 }
 
 py::object fromText(const DmString& text)
@@ -95,23 +95,24 @@ py::object toPython(const DmString& value, const Slot& /*slot*/)
     return fromText(value);
 }
 
-py::object toPython(const DmPropertySetPtr& value, const Slot& /*slot*/)
+py::object toPython(const DmPropertySetPtr& value, const Slot& slot)
 {
-    return wrap(value);
+    return slot.owner.held(value.get(), slot.def, slot.element);
 }
 
-py::object getValue(DmPropertySet& set, int index)
+py::object getValue(const Reached& owner, int index)
 {
+    DmPropertySet& set = owner.read();
     const DmPropertyDef& def = *set.classData().at(index);
     return dmVisitStorage(def._type,
                           [&]<class T>(std::type_identity<T>) -> py::object
                           {
                               if constexpr (dmIsVector<T>)
-                                  return listView(set, index);
+                                  return listView(owner, index);
                               else if constexpr (std::same_as<T, DmPropertySetMap>)
-                                  return mapView(set, index);
+                                  return mapView(owner, index);
                               else if constexpr (DmAtomicStorage<T>)
-                                  return toPython(*static_cast<const T*>(set.fieldOf(index)), Slot{set, def});
+                                  return toPython(*static_cast<const T*>(set.fieldOf(index)), Slot{owner, def});
                               else
                                   raiseStatus(DM_TYPE_NOT_IMPLEMENTED, nameOf(set, def));
                           });
@@ -183,41 +184,47 @@ void fromPython(py::handle value, DmPropertySetPtr& out, const Slot& slot)
         out.reset();
         return;
     }
-    DmPropertySet* const set = unwrap(value);
+    // In a session, sets are known by the constant ones.
+    const std::optional<Reached> given = reachedBy(value);
+    const bool isOfSession = given && (given->draft() == slot.owner.draft() || !given->set().isFrozen());
+    DmPropertySet* const set = !given ? nullptr : isOfSession ? &given->set() : &given->settled();
     if (!set || (slot.def._held && !slot.def._held->accepts(*set)))
         raiseType(slot.name() + " holds " + (slot.def._held ? dmUtf8(slot.def._held->name) : "a property set") +
                   ", not " + typeName(value));
-    if (holds(*set, slot.owner))
+    if (holds(*set, slot.owner.set()))
         raiseValue(slot.name() + ": an object cannot stand below itself");
     out = DmPropertySetPtr(set);
+    if (!set->isFrozen() && slot.owner.draft())
+        static_cast<void>(Reached(*set, slot.owner.draft()).object()); // from now on the session's
 }
 
-void setValue(DmPropertySet& set, int index, py::handle value)
+void setValue(const Reached& owner, int index, py::handle value)
 {
-    const DmPropertyDef& def = *set.classData().at(index);
-    const Slot slot{set, def};
-    const eDmErrorId status = dmVisitStorage(def._type,
-                                             [&]<class T>(std::type_identity<T>) -> eDmErrorId
-                                             {
-                                                 if constexpr (dmIsVector<T>)
-                                                 {
-                                                     replaceList(set, index, value);
-                                                     return DM_NO_ERROR;
-                                                 }
-                                                 else if constexpr (std::same_as<T, DmPropertySetMap>)
-                                                 {
-                                                     replaceMap(set, index, value);
-                                                     return DM_NO_ERROR;
-                                                 }
-                                                 else if constexpr (DmAtomicStorage<T>)
-                                                 {
-                                                     T converted{};
-                                                     fromPython(value, converted, slot);
-                                                     return set.setPropertyValue(index, def._type, &converted);
-                                                 }
-                                                 else
-                                                     return DM_TYPE_NOT_IMPLEMENTED;
-                                             });
+    const DmPropertyDef& def = *owner.set().classData().at(index);
+    const Slot slot{owner, def};
+    const eDmErrorId status =
+        dmVisitStorage(def._type,
+                       [&]<class T>(std::type_identity<T>) -> eDmErrorId
+                       {
+                           if constexpr (dmIsVector<T>)
+                           {
+                               replaceList(owner, index, value);
+                               return DM_NO_ERROR;
+                           }
+                           else if constexpr (std::same_as<T, DmPropertySetMap>)
+                           {
+                               replaceMap(owner, index, value);
+                               return DM_NO_ERROR;
+                           }
+                           else if constexpr (DmAtomicStorage<T>)
+                           {
+                               T converted{};
+                               fromPython(value, converted, slot);
+                               return owner.write().setPropertyValue(index, def._type, &converted);
+                           }
+                           else
+                               return DM_TYPE_NOT_IMPLEMENTED;
+                       });
     if (status != DM_NO_ERROR)
         raiseStatus(status, slot.name());
 }

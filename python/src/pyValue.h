@@ -2,9 +2,7 @@
 /// stored as it is.
 #pragma once
 
-#include "pyError.h"
-
-#include "dmPropertySet.h"
+#include "pySet.h"
 
 #include <optional>
 
@@ -12,9 +10,9 @@ namespace zrpy
 {
 
 /// The value of a property: a number, a text, an object, a view of a list or of a map.
-py::object getValue(DmPropertySet& set, int index);
+py::object getValue(const Reached& owner, int index);
 /// Of a list or a map: replaces what it holds.
-void setValue(DmPropertySet& set, int index, py::handle value);
+void setValue(const Reached& owner, int index, py::handle value);
 
 constexpr bool holdsObjects(eDmPropType type)
 {
@@ -28,8 +26,9 @@ DmString toText(py::handle value, const std::string& what);
 /// One value of a storage type; `slot` is the property that it comes from or is meant for.
 struct Slot
 {
-    const DmPropertySet& owner;
+    Reached owner;
     const DmPropertyDef& def;
+    int element = -1; ///< of a list
 
     std::string name() const;
 };

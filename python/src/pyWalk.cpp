@@ -1,11 +1,13 @@
 #include "pyWalk.h"
 
+#include "pyDraft.h"
 #include "pySet.h"
 #include "pyTime.h"
 #include "pyValue.h"
 
 #include "dmContainerNode.h"
 #include "dmGapNode.h"
+#include "dmNesting.h"
 #include "dmSourceNode.h"
 #include "dmStoredLabel.h"
 #include "dmTimeline.h"
@@ -89,6 +91,85 @@ private:
     std::vector<SegmentPlace> _places;
 };
 
+/// The segments below a node of a session, as objects of it.
+class Reach
+{
+public:
+    Reach(Draft& draft, std::optional<std::string> track, const py::object& at, bool intoContainers)
+        : _draft(draft)
+        , _track(std::move(track))
+        , _at(at)
+        , _intoContainers(intoContainers)
+    {
+        if (!at.is_none() && !isLabel())
+            _time = toFrames(at, DM::FCM_NOT_DEFINED);
+    }
+
+    void operator()(DmTreeNode& node, int depth = 0)
+    {
+        if (depth >= dmMaxNesting)
+            raiseStatus(DM_BAD_VALUE, "a tree that holds itself");
+        const DmTreeNode& now = _draft.current(node);
+        if (now.whatIs() == DM_COMPOSITION_NODE && isLabel())
+        {
+            const auto& composition = static_cast<const DmCompositionNode&>(_draft.settled(node));
+            _time = composition.getRecordTime(toFrames(_at, dmFcmFromText(composition.getFCM())));
+        }
+        else if (now.whatIs() == DM_TRACK_NODE && _track && !isCalled(static_cast<const DmTrackNode&>(now), *_track))
+            return;
+        for (int i = 0; i < now.getNbChildren(); ++i)
+            if (DmTreeNode* const child = now.getChild(i))
+                meet(node, *child, *now.classData().at(DmCollectionNode::Children), i, depth);
+    }
+
+    const py::list& found() const { return _found; }
+
+private:
+    bool isLabel() const { return PyUnicode_Check(_at.ptr()) || py::isinstance<Time>(_at); }
+
+    void meet(DmTreeNode& parent, DmTreeNode& child, const DmPropertyDef& def, int index, int depth)
+    {
+        DmTreeNode& now = _draft.current(child);
+        const auto* const segment = dynamic_cast<const DmSegmentNode*>(&now);
+        if (segment && (!_time || (*_time >= segment->getRecIn() && *_time < segment->getRecOut())))
+            _found.append(Reached(parent, &_draft).held(&child, def, index));
+        if (!segment)
+        {
+            _draft.reach(child, parent, index);
+            (*this)(child, depth + 1);
+        }
+        else if (const auto* const container = dynamic_cast<const DmContainerNode*>(segment);
+                 container && _intoContainers && container->getComposition())
+        {
+            _draft.reach(child, parent, index);
+            _draft.reach(*container->getComposition(), child, -1);
+            (*this)(*container->getComposition(), depth + 1);
+        }
+    }
+
+    Draft& _draft;
+    const std::optional<std::string> _track;
+    const py::object _at;
+    const bool _intoContainers;
+    std::optional<double> _time;
+    py::list _found;
+};
+
+/// The same asks for both walks.
+std::optional<std::string> trackName(const py::object& track)
+{
+    if (track.is_none())
+        return {};
+    return dmUtf8(toText(track, "a track's name"));
+}
+
+void requireLabelled(const DmTreeNode& first, const py::object& at)
+{
+    if (PyUnicode_Check(at.ptr()) && first.whatIs() != DM_ROOT_NODE && first.whatIs() != DM_REEL_NODE &&
+        first.whatIs() != DM_COMPOSITION_NODE)
+        raiseValue("a label is one of a composition: ask the composition, or give record time in frames");
+}
+
 } // namespace
 
 bool isCalled(const DmTrackNode& track, const std::string& name)
@@ -128,13 +209,8 @@ std::vector<SegmentPlace> segmentsOf(const py::object& node, const py::object& t
 {
     const CoSharedPtr<DmTreeNode> tree = requireTree(node);
     DmTreeNode& first = *tree;
-    std::optional<std::string> name;
-    if (!track.is_none())
-        name = dmUtf8(toText(track, "a track's name"));
-    if (PyUnicode_Check(at.ptr()) && first.whatIs() != DM_ROOT_NODE && first.whatIs() != DM_REEL_NODE &&
-        first.whatIs() != DM_COMPOSITION_NODE)
-        raiseValue("a label is one of a composition: ask the composition, or give record time in frames");
-    Collector collector(std::move(name), at);
+    requireLabelled(first, at);
+    Collector collector(trackName(track), at);
     DmWalkOptions options;
     options.intoContainers = intoContainers;
     const eDmErrorId status = DmPreIt(&first, options).apply(collector);
@@ -146,6 +222,15 @@ std::vector<SegmentPlace> segmentsOf(const py::object& node, const py::object& t
 
 py::list segmentList(const py::object& node, const py::object& track, const py::object& at, bool intoContainers)
 {
+    if (const std::optional<Reached> reached = reachedBy(node); reached && reached->draft())
+    {
+        static_cast<void>(requireNode(node));
+        auto& first = static_cast<DmTreeNode&>(reached->set());
+        requireLabelled(first, at);
+        Reach reach(*reached->draft(), trackName(track), at, intoContainers);
+        reach(first);
+        return reach.found();
+    }
     const std::vector<SegmentPlace> places = segmentsOf(node, track, at, intoContainers);
     py::list all(places.size());
     Py_ssize_t i = 0;

@@ -5,6 +5,8 @@ import json
 import re
 import threading
 
+import hypothesis
+import hypothesis.strategies as st
 import pytest
 
 import zrdmtree
@@ -136,6 +138,96 @@ def test_what_a_session_does_not_change_is_shared(timeline):
     with timeline.edit() as e:
         assert e.segments()[0].recIn == 0
     assert e.result == timeline
+
+
+def layer_of(root):
+    return root.children[0].children[0].children[0]
+
+
+def swap_looks(root):
+    first, second = layer_of(root).children[0], layer_of(root).children[2]
+    first.effects, second.effects = list(second.effects), list(first.effects)
+
+
+def move_up(root):
+    track = root.children[0].children[1]
+    moved = zrdmtree.DmTrackNode(name="moved", trackNum=9, mediaType=2)
+    moved.children.append(track.children.pop(0))
+    root.children[0].children.append(moved)
+    moved.children[0].children[0].name = "in the new track"
+
+
+# What a session does to a constant tree, and plain setting to one that can be changed.
+SETTINGS = [
+    lambda root: setattr(root.segments(track="V1")[0], "name", "opening"),
+    lambda root: setattr(root.segments(at="10:00:04:12")[0], "recLength", 60.0),
+    lambda root: setattr(root.segments(track="V1")[1].srcInput.srcInfo, "reelName", "B007"),
+    lambda root: setattr(root.segments(track="V1")[1].srcInput, "name", "both"),
+    lambda root: setattr(root.segments(track="V1")[0], "srcInput", root.segments(track="V1")[1].srcInput),
+    lambda root: root.segments(track="V1")[1].effects[0].channel("gain").keyFrameList.clear(),
+    lambda root: root.segments(track="V1")[1].effects[0].channel("new").keyFrameList.append(
+        zrdmtree.DmKeyFrame(frame=3, value=0.5)),
+    lambda root: root.segments(track="V1")[1].effects[0].channelList.pop("new", None),
+    lambda root: root.segments()[2].effects.append(zrdmtree.DmLookSettings()),
+    lambda root: setattr(root.segments()[2].effects[-1], "name", "once more") if root.segments()[2].effects else None,
+    lambda root: root.children[0].cueMarks.append(zrdmtree.DmCueMark(cueMarkName="here", cueMarkTime=12.0)),
+    lambda root: setattr(root.children[0].own("resolution"), "width", 1234),
+    lambda root: setattr(root, "comment", "day 2"),
+    lambda root: layer_of(root).children.pop(0),
+    lambda root: layer_of(root).children.insert(1, zrdmtree.DmSourceNode(
+        name="new", mediaType=1, srcInput=root.segments(track="V1")[0].srcInput)),
+    lambda root: layer_of(root).children[1].effects.extend(copy.deepcopy(list(layer_of(root).children[0].effects or []))),
+    lambda root: layer_of(root).children.reverse(),
+    swap_looks,
+    move_up,
+]
+
+
+@hypothesis.given(st.lists(st.integers(0, len(SETTINGS) - 1), min_size=1, max_size=10), st.integers(1, 4))
+@hypothesis.settings(max_examples=60, suppress_health_check=list(hypothesis.HealthCheck))
+def test_setting_in_a_session_does_what_setting_in_a_tree_does(commercial, order, length):
+    def outcome(step, root):
+        try:
+            SETTINGS[step](root)
+        except (DmError, AttributeError, IndexError, TypeError) as error:
+            return type(error)
+
+    tree, start = copy.deepcopy(commercial), commercial.publish()
+    timeline, before = start, zrdmtree.dumps(start)
+    for begin in range(0, len(order), length):
+        with timeline.edit() as e:
+            for step in order[begin:begin + length]:
+                assert outcome(step, e.root) == outcome(step, tree), step
+                assert e.root == tree, step
+        assert e.result.root == tree
+        timeline = e.result
+    assert zrdmtree.dumps(start) == before
+
+
+def test_nodes_of_a_session_are_the_same_ones_before_and_after_they_are_set(timeline):
+    with timeline.edit() as e:
+        clip = e.segments(track="V1")[1]
+        key, effects = clip.key, clip.effects
+        assert not zrdmtree.is_constant(clip) and clip is not timeline.segments(track="V1")[1]
+        assert clip == timeline.segments(track="V1")[1]
+        clip.name = "set"
+        assert clip is e.segments(track="V1")[1] is e.element((0, 0, 2)) is e.find(clip.segmentId) is key.object
+        assert key == clip.key and key != timeline.segments(track="V1")[1].key and clip != timeline.segments()[1]
+        heard = []
+        subscription = clip.listen(lambda node, name: heard.append((node is clip, name)))
+        clip.effects.clear()
+        assert len(effects) == 0 and heard == [(True, "effects")] and "set" in repr(clip)
+        subscription.close()
+        taken = zrdmtree.DmSourceNode(srcInput=clip.srcInput)
+        assert e.find("nothing such") is None and copy.deepcopy(clip) == clip
+        with pytest.raises(IndexError):
+            e.element((0, 0, 999))
+        with pytest.raises(DmError, match="edit"):
+            zrdmtree.fix(e.root)
+    assert zrdmtree.is_constant(clip) and clip.name == "set"
+    assert zrdmtree.is_constant(taken.srcInput) and e.result.segments(track="V1")[1] == clip
+    with pytest.raises(DmError, match="edit"):
+        clip.name = "too late"
 
 
 def test_what_is_shared_inside_a_timeline_is_set_once_for_all(timeline):
