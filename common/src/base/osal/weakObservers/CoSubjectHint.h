@@ -5,7 +5,10 @@
 ///     public:
 ///         static int class_id() { static const int id = unique_SH_id(); return id; }
 ///         explicit ClipMoved(double frames) : CoSubjectHint(class_id()), _frames(frames) {}
-///         ...
+///         double frames() const { return _frames; }
+///     private:
+///         double _frames;
+///     };
 #pragma once
 
 #include "zrExport.h"

@@ -4,7 +4,9 @@
 ///     {
 ///         void notify(const DM::CoWeakSubject& subject, const DM::CoSubjectHint& hint) override;
 ///     };
-///     timeline.addObserver(monitor);
+///
+///     Monitor monitor;
+///     subject.addObserver(monitor);
 #pragma once
 
 #include "zrExport.h"

@@ -1,9 +1,9 @@
 /// What a conversion has to say: it collects findings (dmFinding.h), each with the line, or the clip, it is about.
 ///
 ///     Report report(Report::Strict);
-///     std::optional<EdlList> list = readEdl(std::move(bytes), DM::FCM_NOT_DEFINED, report);
+///     const CoSharedPtr<DmRoot> root = format.read(file, {}, report);
 ///     std::cerr << dmFindingsText("reel1.edl", report.findings());
-///     if (!list)
+///     if (!root)
 ///         return 2;
 ///
 /// A *mistake* is something wrong in the file of which the reader knows how to carry on. Whether it does is the

@@ -4,8 +4,9 @@
 /// channel is made when it is first asked for; attributes are those of a new effect (createAttributes), and those set.
 ///
 ///     CoSharedPtr<DmResizeSettings> resize = DmResizeSettings::create();
-///     resize->setConvertType(L"RESIZE_FIT");
-///     resize->getChannel(DmResizeSettings::ChannelId::scale_x)->addKeyFrame(key);
+///     if (const eDmErrorId status = resize->setConvertType(L"RESIZE_FIT"); status != DM_NO_ERROR)
+///         return status;
+///     return resize->getChannel(DmResizeSettings::ChannelId::scale_x)->addKeyFrame(key);
 ///
 /// A clone shares nothing with its source but the "output" media. Empty names stop the process: they are programming
 /// errors. An entry that is null, as a document may bring it, counts as missing.

@@ -1,11 +1,12 @@
 /// Titles: text over the picture, in layers.
 ///
 ///     const CoSharedPtr<DmTextParagraph> paragraph = DmTextParagraph::create();
-///     paragraph->setTextStr(L"Été 1982");
 ///     const CoSharedPtr<DmTextLayer> layer = DmTextLayer::create();
-///     layer->addParagraph(paragraph);
 ///     const CoSharedPtr<DmTextSettings> titles = DmTextSettings::create();
-///     titles->addLayer(layer);
+///     for (const eDmErrorId status :
+///          {paragraph->setTextStr(L"Été 1982"), layer->addParagraph(paragraph), titles->addLayer(layer)})
+///         if (status != DM_NO_ERROR)
+///             return status;
 #pragma once
 
 #include "dmTextLayer.h"

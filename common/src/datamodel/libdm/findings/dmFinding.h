@@ -1,9 +1,8 @@
 /// Something that is to be said about a document or a cut list: what is wrong with it, what a conversion cannot carry,
 /// what was taken for granted. One type for checks and conversions, whose codes stand in one table.
 ///
-///     for (const DmFinding& finding : findings)
-///         std::cerr << finding.toString("reel1.edl") << '\n'; // reel1.edl:12: warning: the record time passes
-///         midnight
+///     for (const DmFinding& finding : found)
+///         std::cerr << finding.toString("reel1.edl") << '\n'; // reel1.edl:12: warning: a gap of 3 frames
 #pragma once
 
 #include "zrExport.h"

@@ -1,10 +1,9 @@
 /// The base of every object of the data model: an object whose typed fields are described once per class by a table of
 /// definitions, which drives access by name and by index, relevance, comparison, text forms and documents.
 ///
-///     DmCueMark mark ...;
 ///     double time = 0;
-///     mark.getPropertyValue(L"cueMarkTime", DM_DOUBLE, &time);
-///     mark.setPropertyValueFromStr(L"cueMarkTime", L"86400");
+///     if (mark->getPropertyValue(L"cueMarkTime", DM_DOUBLE, &time) == DM_NO_ERROR && time < 86400)
+///         return mark->setPropertyValueFromStr(L"cueMarkTime", L"86400");
 ///
 /// How a class declares its properties: dmDeclare.h. Objects are counted and held through CoSharedPtr.
 ///

@@ -2,11 +2,12 @@
 /// the cuts and gaps that must stand between them. What an element lacks by itself, a source its input, stays so.
 ///
 ///     DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
-///     builder.append(source);          // at the end of what is there
-///     builder.append(dissolve);
-///     builder.append(next);
-///     title->setRecIn(500.0);
-///     builder.place(title);            // where it says: the hole in front of it becomes a gap, each seam a cut
+///     for (const eDmErrorId status :
+///          {builder.append(source), builder.append(dissolve), builder.append(next), // at the end of what is there
+///           title->setRecIn(500.0),
+///           builder.place(title)}) // where it says: the hole in front of it becomes a gap, each seam a cut
+///         if (status != DM_NO_ERROR)
+///             return status;
 ///     CoSharedPtr<DmLayerNode> layer = builder.finish();
 ///
 /// Between two transitions, and where a layer begins or ends with one, stands a gap of no length. Elements are

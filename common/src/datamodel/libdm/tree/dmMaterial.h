@@ -1,7 +1,7 @@
 /// The material of a segment: where it begins and how much of it there is, as far as anybody knows.
 ///
-///     const DmMaterial material = dmMaterialOf(source);
-///     if (material.isLimited() && source.getRelIn() + wanted > material.length)
+///     const DmMaterial material = dmMaterialOf(*segment);
+///     if (material.isLimited() && segment->getRelIn() + wanted > material.length)
 ///         ...   // there are not that many frames
 ///
 /// Frames are those of the material's own mode: a source's "srcFcm", a nested composition's "fcm"; where that is

@@ -1,8 +1,8 @@
 /// What a segment plays: which frame of its material stands at a record time, and the other way round.
 ///
-///     const DmPlayed played(segment, dmFcmFromText(composition->getFCM()));
+///     const DmPlayed played(*segment, dmFcmFromText(composition->getFCM()));
 ///     if (const std::optional<double> frame = played.frameAt(playhead))
-///         show(*frame + dmMaterialOf(segment).begin);
+///         show(*frame + dmMaterialOf(*segment).begin);
 ///
 /// Record times ("recIn", "recLength") are frames of the composition's mode; positions in the material ("relIn",
 /// "srcLength") are frames of the material's mode and count from its begin. Both are points in time: the frame f of the

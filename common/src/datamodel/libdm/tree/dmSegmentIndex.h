@@ -1,7 +1,8 @@
 /// Finds the segments of a composition by their "segmentId".
 ///
 ///     DmSegmentIndex index(composition);
-///     if (DmSegmentNode* const segment = index.find(L"a1"))
+///     if (const DmSegmentNode* const segment = index.find(L"a1"))
+///         show(segment);
 ///
 /// The composition is walked once, on the first question; from then on an answer takes constant time. What containers
 /// hold has ids of its own and is not part of it. Of segments with one id, the first of the walk is found; an empty id

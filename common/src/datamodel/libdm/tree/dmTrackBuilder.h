@@ -1,12 +1,13 @@
 /// Makes a track, layer by layer, each of which keeps the rules (dmLayerBuilder.h), and puts it into a composition.
 ///
 ///     DmTrackBuilder builder(1, DM_MEDIA_VIDEO);
-///     builder.append(shot);
-///     builder.append(dissolve);
-///     builder.append(next);
+///     for (const CoSharedPtr<DmTreeNode>& element : {source, dissolve, next})
+///         if (const eDmErrorId status = builder.append(element); status != DM_NO_ERROR)
+///             return status;
 ///     builder.beginLayer();
-///     builder.place(title);
-///     builder.addTo(*composition);
+///     if (const eDmErrorId status = builder.place(title); status != DM_NO_ERROR)
+///         return status;
+///     return builder.addTo(*composition);
 #pragma once
 
 #include "dmCompositionNode.h"

@@ -1,8 +1,7 @@
 /// The rules of a timeline's structure, and the visitor that checks them.
 ///
 ///     DmValidationVisitor visitor(DM_VALIDATE_ALL);
-///     DmPreIt(composition).apply(visitor);
-///     if (!visitor.isValid())
+///     if (DmPreIt(composition).apply(visitor) != DM_NO_ERROR || !visitor.isValid())
 ///         ...   // the first rule that is broken has been posted as an error
 ///
 /// Usually through DmTreeTool (dmTreeTool.h): isValidTree for a yes or no, findViolations for all that is wrong.
