@@ -34,12 +34,14 @@ const char* kindOf(const DmChange& change)
     return dmChangeKinds()[static_cast<std::size_t>(change.kind)].name;
 }
 
-DmDiff diff(const py::object& before, const py::object& after, double tolerance, const py::object& ignore)
+DmDiff diff(const py::object& before, const py::object& after, double tolerance, const py::object& ignore,
+            bool eachShift)
 {
     DmDiffOptions options;
     if (!std::isfinite(tolerance) || tolerance < 0.0)
         raiseValue("tolerance is a number of frames, from 0 on");
     options.tolerance = tolerance;
+    options.eachShift = eachShift;
     if (PyUnicode_Check(ignore.ptr()))
         raiseType("ignore is a list of kinds");
     for (const py::handle each : py::iter(ignore))
@@ -89,6 +91,8 @@ void addDiffs(py::module_& module)
         .def_readonly("old_label", &DmChange::oldLabel, "Empty for what was not there.")
         .def_readonly("new_label", &DmChange::newLabel, "Empty for what is gone.")
         .def_readonly("frames", &DmChange::frames, "By how much, or how long; later is positive.")
+        .def_readonly("count", &DmChange::count,
+                      "Of shots that one behind the other were shifted by as much: how many; this is the first.")
         .def_readonly("old_path", &DmChange::oldPath)
         .def_readonly("new_path", &DmChange::newPath)
         .def_readonly("property", &DmChange::property, "Which, for effects and properties.")
@@ -119,10 +123,11 @@ void addDiffs(py::module_& module)
         .def("__str__", [](const DmDiff& self) { return self.text(); })
         .def("__repr__", [](const DmDiff& self) { return "<Diff: " + (self.isSame() ? "same" : self.stat()) + ">"; });
     module.def("diff", &diff, py::arg("before"), py::arg("after"), py::kw_only(), py::arg("tolerance") = 0.0,
-               py::arg("ignore") = py::tuple(),
+               py::arg("ignore") = py::tuple(), py::arg("each_shift") = false,
                "What changed between two trees or timelines, in an editor's words; None for one that was not "
                "there.\n\ntolerance: times that differ by no more frames are the same. ignore: kinds that are not "
-               "told, of CHANGE_KINDS\nor a group (\"transition\").");
+               "told, of CHANGE_KINDS\nor a group (\"transition\"). each_shift: each shot that was shifted, not a row "
+               "of them as one change.");
     py::list kinds;
     for (const DmChangeKindName& each : dmChangeKinds())
         kinds.append(each.name);
@@ -224,6 +229,7 @@ void addMerges(py::module_& module)
         .def_readonly("clip", &DmMergeConflict::clip)
         .def_readonly("label", &DmMergeConflict::label, "Of its record time.")
         .def_readonly("record", &DmMergeConflict::record)
+        .def_readonly("result", &DmMergeConflict::result, "Where that is in the result.")
         .def_readonly("what", &DmMergeConflict::what, "\"both trimmed this cut\".")
         .def_readonly("ours", &DmMergeConflict::ours)
         .def_readonly("theirs", &DmMergeConflict::theirs)

@@ -36,10 +36,11 @@ std::vector<DmPropertySet*> heldBy(const DmPropertySet& set)
 /// The marks of a layer, of which a deep copy has none.
 void copyMarks(const DmPropertySet& from, DmPropertySet& to)
 {
-    const auto* const layer = dynamic_cast<const DmLayerNode*>(&from);
-    for (int i = 0; layer && i < layer->getCueMarks().count(); ++i)
-        if (const DmCueMark* const mark = layer->getCueMarks().at(i))
-            check(static_cast<DmLayerNode&>(to).addCueMark(DM::staticPointerCast<DmCueMark>(mark->clone())), from);
+    DmPropertySetVector marks = marksOf(from);
+    for (DmPropertySetPtr& mark : marks)
+        mark = mark->clone();
+    if (!marks.empty())
+        storeMarks(to, marks);
 }
 
 /// Calls `visit(original, copy)` for both of all sets that an equal copy has of its own, each once.
@@ -124,6 +125,12 @@ DmPropertySetPtr copyWith(const DmPropertySet& set, const Instead& instead)
                                if (!DmPropertySet_Atomic_Utils::compareAtomicManip(*copy, i, set.fieldOf(i)))
                                    check(copy->setPropertyValue(i, data.at(i)->_type, set.fieldOf(i)), set);
                        });
+    if (DmPropertySetVector marks = marksOf(set); !marks.empty())
+    {
+        for (DmPropertySetPtr& mark : marks)
+            mark = instead(mark);
+        storeMarks(*copy, marks);
+    }
     return copy;
 }
 
@@ -159,7 +166,10 @@ private:
     static bool isChanged(const DmPropertySet& now, const DmPropertySet& was, const Instead& instead)
     {
         const DmPropertySetData& data = now.classData();
-        bool changed = !was.isFrozen();
+        DmPropertySetVector marks = marksOf(now);
+        for (DmPropertySetPtr& mark : marks)
+            mark = instead(mark);
+        bool changed = !was.isFrozen() || marks != marksOf(was);
         for (int i = 0; i < data.size() && !changed; ++i)
             dmVisitStorage(data.at(i)->_type,
                            [&]<class T>(std::type_identity<T>)
@@ -412,6 +422,27 @@ std::optional<DmElementPlace> Draft::placeOf(const DmPropertySet& element) const
                     return !place;
                 });
     return place;
+}
+
+DmPropertySetVector marksOf(const DmPropertySet& set)
+{
+    DmPropertySetVector marks;
+    const auto* const layer = dynamic_cast<const DmLayerNode*>(&set);
+    for (int i = 0; layer && i < layer->getCueMarks().count(); ++i)
+        if (DmCueMark* const mark = layer->getCueMarks().at(i))
+            marks.emplace_back(mark);
+    return marks;
+}
+
+void storeMarks(DmPropertySet& layer, const DmPropertySetVector& marks)
+{
+    auto& node = dynamic_cast<DmLayerNode&>(layer);
+    if (node.isFrozen())
+        raiseStatus(DM_CANNOT_LOCK, "marks of a layer");
+    while (node.getCueMarks().count() > 0)
+        check(node.removeCueMark(0), layer);
+    for (const DmPropertySetPtr& mark : marks)
+        check(node.addCueMark(DM::staticPointerCast<DmCueMark>(mark)), layer);
 }
 
 DmPropertySetPtr deepCopyOf(const DmPropertySet& set)

@@ -78,6 +78,11 @@ private:
     bool _isOpen = true;
 };
 
+/// The marks of a layer, which are no property; nothing for what is no layer.
+DmPropertySetVector marksOf(const DmPropertySet& set);
+/// In the place of those that it has. Raises for a constant.
+void storeMarks(DmPropertySet& layer, const DmPropertySetVector& marks);
+
 /// A copy that shares nothing; marks of layers, which are no property, come along. Raises where none can be made.
 DmPropertySetPtr deepCopyOf(const DmPropertySet& set);
 

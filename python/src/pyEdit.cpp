@@ -9,6 +9,7 @@
 #include "dmCueMark.h"
 #include "dmEffectSettings.h"
 #include "dmHistory.h"
+#include "dmKeyFrame.h"
 #include "dmUtf8.h"
 
 #include <pybind11/stl.h>
@@ -49,10 +50,10 @@ CoSharedPtr<T> requireOf(const py::object& object, const char* what)
     return CoSharedPtr<T>(found);
 }
 
-/// Keywords of every operation: the fields of DmEditOptions.
-DmEditOptions optionsOf(const py::kwargs& keywords)
+/// Keywords of every operation: the fields of DmEditOptions, and who is told how far it is.
+EditOptions optionsOf(const py::kwargs& keywords)
 {
-    DmEditOptions options;
+    EditOptions options;
     const std::pair<const char*, bool*> flags[] = {
         {"clamp", &options.clamp},
         {"linked", &options.linked},
@@ -87,6 +88,13 @@ DmEditOptions optionsOf(const py::kwargs& keywords)
         {
             for (const py::handle each : value)
                 options.unlockedTracks.push_back(py::cast<int>(each));
+            known = true;
+        }
+        else if (name == "progress")
+        {
+            if (!PyCallable_Check(value.ptr()))
+                raiseType("progress is a callable");
+            options.progress = py::reinterpret_borrow<py::object>(value);
             known = true;
         }
         if (!known)
@@ -390,6 +398,22 @@ void addOperations(py::class_<Target>& type)
                 return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.removeEffect(place, index); });
             },
             py::arg("element"), py::arg("index"), "By its position among the segment's effects.")
+        .def(
+            "add_key_frame",
+            [](Target& self, Object element, int effect, Object channel, Object key, Keywords options)
+            {
+                const DmElementPlace place = self.place(element);
+                const DmString name = toText(channel, "a channel's name");
+                if (name.view().find(L'\0') != std::wstring_view::npos)
+                    raiseValue("a channel's name holds no zero character");
+                const auto what = requireOf<DmKeyFrame>(key, "a key frame");
+                return self.apply(optionsOf(options),
+                                  [=](DmEdit& edit) { return edit.addKeyFrame(place, effect, name, what); });
+            },
+            py::arg("element"), py::arg("effect"), py::arg("channel"), py::arg("key_frame"),
+            "To a channel of an effect, which is named by its position among the segment's; the channel is made if "
+            "there "
+            "is none.")
         .def("relink",
              [](Target& self, const std::map<std::string, std::pair<std::string, std::string>>& how)
              {
@@ -518,9 +542,11 @@ void addEdits(py::module_& module)
                 DmString name;
                 if (!dmFromUtf8(step.name(), name))
                     raiseValue("a step's name is text");
-                self.add(name, step.result());
+                self.add(name, step.result(), step.bytes());
             },
             py::arg("edit"), "The timeline is the session's result from now on.")
+        .def_property_readonly("can_undo", &DmHistory::canUndo)
+        .def_property_readonly("can_redo", &DmHistory::canRedo)
         .def("undo", &DmHistory::undo, "False when there is nothing to undo.")
         .def("redo", &DmHistory::redo, "False when there is nothing to redo.")
         .def_property_readonly("undo_name", [](const DmHistory& self) { return dmUtf8(self.undoName()); })
@@ -528,6 +554,38 @@ void addEdits(py::module_& module)
         .def("__len__", &DmHistory::count)
         .def(
             "set_limit", [](DmHistory& self, std::size_t steps) { self.setLimit(steps); }, py::arg("steps"))
+        .def(
+            "set_byte_limit", [](DmHistory& self, std::size_t bytes) { self.setByteLimit(bytes); }, py::arg("bytes"),
+            "Of what the steps hold themselves; the oldest go. 0 is no limit.")
+        .def_property_readonly("position", &DmHistory::position, "How many steps led to the current timeline.")
+        .def_property_readonly("bytes", &DmHistory::bytes)
+        .def(
+            "open", [](DmHistory& self, Object name) { self.open(toText(name, "a step's name")); }, py::arg("name"),
+            "A step for a drag: each update begins anew from `start`, and only the last one is kept.")
+        .def_property_readonly("is_open", &DmHistory::isOpen)
+        .def_property_readonly("start", &DmHistory::start, "What each update's session begins on.")
+        .def(
+            "update",
+            [](DmHistory& self, const Session& step)
+            {
+                if (!self.isOpen())
+                    raiseValue("no step is open: open(name) opens one");
+                self.update(step.result(), step.bytes());
+            },
+            py::arg("edit"))
+        .def("close", &DmHistory::close, "Keeps the last update as a step; one that changed nothing leaves none.")
+        .def("abandon", &DmHistory::abandon, "Back to the open step's start.")
+        .def("keep_branches", &DmHistory::keepBranches, py::arg("keep") = true,
+             "Whether what an edit after an undo would drop is kept as a branch.")
+        .def_property_readonly("branch_count", &DmHistory::branchCount)
+        .def(
+            "take_branch",
+            [](DmHistory& self, std::size_t branch)
+            {
+                if (!self.takeBranch(branch))
+                    throw py::index_error("there is no such branch of the history that could be taken now");
+            },
+            py::arg("branch"), "Makes a branch the steps to come; those that are undone then become one.")
         .def("mark_saved", &DmHistory::markSaved)
         .def_property_readonly("is_saved", &DmHistory::isSaved);
 

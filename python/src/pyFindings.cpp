@@ -1,6 +1,7 @@
 #include "pyFindings.h"
 
 #include "pyRelease.h"
+#include "pyRules.h"
 #include "pySet.h"
 #include "pyValue.h"
 #include "pyWalk.h"
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ranges>
 
 namespace zrpy
 {
@@ -74,7 +76,7 @@ constexpr std::pair<std::string_view, Option> optionNames[] = {
      { options.reelLength = static_cast<std::size_t>(std::min(numberOf(value, name), 1e9)); }},
 };
 
-DmFindings rulesOf(bool all, const py::kwargs& keywords)
+DmFindingOptions optionsOf(bool all, const py::kwargs& keywords)
 {
     DmFindingOptions options;
     options.all = all;
@@ -87,10 +89,13 @@ DmFindings rulesOf(bool all, const py::kwargs& keywords)
         if (!value.is_none())
             option->second(options, value, name);
     }
-    DmFindings rules(std::move(options));
+    return options;
+}
+
+void requireKnown(const DmFindings& rules)
+{
     if (const std::vector<std::string> unknown = rules.unknownWords(); !unknown.empty())
         raiseValue("there is no rule, group or code '" + unknown.front() + "': zrdmtree.rules() has them");
-    return rules;
 }
 
 CoSharedPtr<DmTreeNode> requireCompositions(const py::object& object)
@@ -105,12 +110,15 @@ CoSharedPtr<DmTreeNode> requireCompositions(const py::object& object)
 py::list check(const py::object& node, bool allRules, const py::kwargs& options)
 {
     const CoSharedPtr<DmTreeNode> tree = requireCompositions(node);
-    const DmFindings rules = rulesOf(allRules, options);
+    DmFindings rules(optionsOf(allRules, options));
+    HostRules host(rules, *tree);
+    requireKnown(rules);
     std::vector<DmFinding> found;
     {
         const OthersRun others{tree.get()};
         found = rules.find(*tree);
     }
+    host.raise();
     return toPython(std::move(found));
 }
 
@@ -119,8 +127,11 @@ int fix(const py::object& node, bool unsafe, bool allRules, const py::kwargs& op
     const CoSharedPtr<DmTreeNode> tree = requireCompositions(node);
     if (tree->isFrozen())
         raiseStatus(DM_CANNOT_LOCK, "fix()");
-    const DmFindings::Mended mended =
-        rulesOf(allRules, options).mend(*tree, unsafe ? DmRuleRun::Mending::Unsafe : DmRuleRun::Mending::Safe);
+    DmFindings rules(optionsOf(allRules, options));
+    HostRules host(rules, *tree);
+    requireKnown(rules);
+    const DmFindings::Mended mended = rules.mend(*tree, unsafe ? DmRuleRun::Mending::Unsafe : DmRuleRun::Mending::Safe);
+    host.raise();
     if (mended.status != DM_NO_ERROR)
         raiseStatus(mended.status, "fix()");
     return mended.count;
@@ -128,20 +139,24 @@ int fix(const py::object& node, bool unsafe, bool allRules, const py::kwargs& op
 
 py::list ruleList()
 {
+    std::vector<const DmRule*> rules = hostRules();
+    for (const DmRule& rule : std::views::reverse(DmFindings::ownRules()))
+        rules.insert(rules.begin(), &rule);
     py::list all;
-    for (const DmRule& rule : DmFindings::ownRules())
+    for (const DmRule* const each : rules)
     {
-        py::dict each;
-        each["code"] = rule.code;
-        each["name"] = rule.name;
-        each["group"] = dmFindingGroup(rule.code);
+        const DmRule& rule = *each;
+        py::dict entry;
+        entry["code"] = rule.code;
+        entry["name"] = rule.name;
+        entry["group"] = dmFindingGroup(rule.code);
         DmFinding like;
         like.severity = rule.severity;
-        each["severity"] = like.severityName();
-        each["on"] = rule.isOn;
-        each["finds"] = rule.line;
-        each["page"] = dmRulePage(rule);
-        all.append(each);
+        entry["severity"] = like.severityName();
+        entry["on"] = rule.isOn;
+        entry["finds"] = rule.line;
+        entry["page"] = dmRulePage(rule);
+        all.append(entry);
     }
     return all;
 }
@@ -170,6 +185,10 @@ void addFindings(py::module_& module)
         .def_readonly("track", &DmFinding::track)
         .def_readonly("record", &DmFinding::record, "The label of its record time.")
         .def_readonly("text", &DmFinding::text)
+        .def_readonly(
+            "subject", &DmFinding::subject,
+            "By which it is known again in a later version of the cut, wherever it plays by then; empty where "
+            "there is\nno shot.")
         .def(py::pickle(
             [](const DmFinding& self)
             {
@@ -180,9 +199,7 @@ void addFindings(py::module_& module)
             {
                 DmFinding made;
                 made.severity = static_cast<DmFinding::Severity>(py::cast<int>(state[0]));
-                // Codes last as long as the program: those of the table do.
-                if (const DmFindingCode* const known = dmFindingCode(py::cast<std::string>(state[1])))
-                    made.code = known->code;
+                made.code = lastingCode(py::cast<std::string>(state[1]));
                 made.line = py::cast<std::uint32_t>(state[2]);
                 made.column = py::cast<std::uint32_t>(state[3]);
                 int next = 4;
@@ -216,7 +233,8 @@ void addFindings(py::module_& module)
                "Mends what check() finds with the same options, and what comes of that: how many findings it were.\n\n"
                "unsafe: also where other frames play then, or at other times.");
     module.def("rules", &ruleList,
-               "The rules of check(): for each its code, name, group, severity, whether it is on by itself, what it "
+               "The rules of check(), those of add_rule() behind the library's: for each its code, name, group, "
+               "severity, whether it is on by itself, what it "
                "finds, and its\npage in words.");
 }
 

@@ -10,6 +10,7 @@
 #include "pyListener.h"
 #include "pyMap.h"
 #include "pyPicture.h"
+#include "pyRules.h"
 #include "pySet.h"
 #include "pyTable.h"
 #include "pyTime.h"
@@ -35,6 +36,7 @@ PYBIND11_MODULE(_zrdmtree, module)
     zrpy::addConversions(module);
     zrpy::addTrees(module);
     zrpy::addFindings(module);
+    zrpy::addRules(module);
     zrpy::addComparisons(module);
     zrpy::addTables(module);
     zrpy::addEdits(module);

@@ -108,7 +108,7 @@ DmTimeline Session::current()
     return _current;
 }
 
-Session Session::inside(const py::object& self, const py::object& container, const DmEditOptions& options)
+Session Session::inside(const py::object& self, const py::object& container, const EditOptions& options)
 {
     const DmElementPlace at = place(container);
     const CoSharedPtr<DmTreeNode> element = current().element(at);

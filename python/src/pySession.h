@@ -17,6 +17,11 @@ namespace zrpy
 /// Raises what a status that is not ok says.
 void check(const DmStatus& status);
 
+struct EditOptions : DmEditOptions
+{
+    py::object progress = {}; ///< a callable, which is told how much is done, and answers False to cancel; or nothing
+};
+
 /// What an edit would say: true where it could be done, else the reason in words.
 struct Answer
 {
@@ -49,18 +54,23 @@ public:
     /// The same, and nodes that were reached become constant.
     DmTimeline current();
     /// A session about the composition that a container plays; `self` is this one.
-    Session inside(const py::object& self, const py::object& container, const DmEditOptions& options);
+    Session inside(const py::object& self, const py::object& container, const EditOptions& options);
     void leave(bool failed);
     const DmTimeline& result() const;
+    /// About how much memory the operations made anew.
+    std::size_t bytes() const { return _bytes; }
 
     /// One operation on the current timeline, whole or not at all.
     template <class Operation>
-    void apply(const DmEditOptions& options, Operation&& operation)
+    void apply(const EditOptions& options, Operation&& operation)
     {
         requireOpen();
         DmEdit edit(current(), options);
+        if (options.progress)
+            edit.setProgress([&options](double done) { return options.progress(done).ptr() != Py_False; });
         check(operation(edit));
         _current = edit.timeline();
+        _bytes += edit.bytes();
         if (_inside)
             _inside->done.emplace_back(options, operation);
         for (const DmString& note : edit.notes())
@@ -68,7 +78,7 @@ public:
     }
     /// Whether it could be done.
     template <class Operation>
-    Answer ask(const DmEditOptions& options, Operation&& operation) const
+    Answer ask(const EditOptions& options, Operation&& operation) const
     {
         requireOpen();
         DmEdit edit = DmEdit(peek(), options).can();
@@ -87,7 +97,7 @@ private:
     {
         py::object outer;
         DmElementPlace container;
-        DmEditOptions options;
+        EditOptions options;
         DmTimeline opened; ///< the outer session's
         std::vector<std::pair<DmEditOptions, std::function<DmStatus(DmEdit&)>>> done;
     };
@@ -107,6 +117,7 @@ private:
     std::string _name;
     std::vector<std::string> _notes;
     std::optional<Inside> _inside;
+    std::size_t _bytes = 0;
     bool _open = true;
 };
 
@@ -119,7 +130,7 @@ struct Question
     DmLayerPlace layer(const py::object& layer) const { return session.layer(layer); }
     double time(const py::object& time) const { return session.time(time); }
     template <class Operation>
-    Answer apply(const DmEditOptions& options, Operation&& operation) const
+    Answer apply(const EditOptions& options, Operation&& operation) const
     {
         return session.ask(options, operation);
     }

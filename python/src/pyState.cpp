@@ -1,5 +1,6 @@
 #include "pyState.h"
 
+#include "pyDraft.h"
 #include "pySet.h"
 #include "pyValue.h"
 
@@ -143,7 +144,10 @@ py::list stateOf(DmPropertySet& set)
         for (int index = 0; index < data.size(); ++index)
             if (!data.at(index)->_constant && each.isPropertyRelevant(index))
                 values[data.at(index)->_utf8Name.c_str()] = valueOf(each, index, number);
-        state.append(py::make_tuple(dmUtf8(each.getPSetName()), values));
+        py::list marks;
+        for (const DmPropertySetPtr& mark : marksOf(each))
+            marks.append(number(mark));
+        state.append(py::make_tuple(dmUtf8(each.getPSetName()), values, marks));
     }
     return state;
 }
@@ -173,6 +177,14 @@ py::object restore(const py::list& state)
             if (holdsObjects(sets[i]->classData().at(index)->_type) == (step >= sets.size()))
                 setFrom(*sets[i], index, value, sets);
         }
+    for (std::size_t i = 0; i < sets.size(); ++i)
+    {
+        DmPropertySetVector marks;
+        for (const py::handle position : py::list(py::reinterpret_borrow<py::tuple>(state[i])[2]))
+            marks.push_back(sets.at(py::cast<std::size_t>(position)));
+        if (!marks.empty())
+            storeMarks(*sets[i], marks);
+    }
     return wrap(sets.front());
 }
 

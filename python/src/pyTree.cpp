@@ -1,10 +1,12 @@
 #include "pyTree.h"
 
+#include "pyDraft.h"
 #include "pySet.h"
 #include "pyValue.h"
 #include "pyWalk.h"
 
 #include "dmEffectSettings.h"
+#include "dmLayerNode.h"
 #include "dmSourceNode.h"
 #include "dmTreeIterator.h"
 #include "dmTreeTool.h"
@@ -45,6 +47,39 @@ py::object channel(const py::object& effect, const py::object& name)
         found = static_cast<DmEffectSettings&>(owner.write()).getChannelByName(text);
     const DmPropertySetData& data = owner.set().classData();
     return owner.held(found.get(), *data.at(data.find(L"channelList")));
+}
+
+Reached requireLayer(const py::object& object)
+{
+    const Reached layer = requireReached(object, "the owner of marks");
+    if (!dynamic_cast<DmLayerNode*>(&layer.set()))
+        raiseType("a layer is asked for");
+    return layer;
+}
+
+py::list marks(const py::object& object)
+{
+    const Reached layer = requireLayer(object);
+    const DmPropertyDef mark{};
+    py::list all;
+    for (const DmPropertySetPtr& each : marksOf(layer.read()))
+        all.append(layer.held(each.get(), mark));
+    return all;
+}
+
+void setMarks(const py::object& object, const py::list& marks)
+{
+    const Reached layer = requireLayer(object);
+    DmPropertySetVector made;
+    for (const py::handle each : marks)
+    {
+        const std::optional<Reached> mark = reachedBy(each);
+        if (!mark || !dynamic_cast<DmCueMark*>(&mark->set()))
+            raiseType(std::string("a layer's marks are of DmCueMark, not ") + Py_TYPE(each.ptr())->tp_name);
+        const bool isOfSession = mark->draft() == layer.draft() || !mark->set().isFrozen();
+        made.emplace_back(isOfSession ? &mark->set() : &mark->settled());
+    }
+    storeMarks(layer.write(), made);
 }
 
 /// Repairs the record times of sources that do not fit their material.
@@ -95,6 +130,8 @@ void addTrees(py::module_& module)
     module.def("_segments", &segmentList, py::arg("node"), py::arg("track"), py::arg("at"), py::arg("into_containers"));
     module.def("repair_times", &repairTimes, py::arg("node"),
                "Repairs the record times of sources that do not fit their material; those that it changed.");
+    module.def("_marks", &marks, py::arg("layer"));
+    module.def("_set_marks", &setMarks, py::arg("layer"), py::arg("marks"));
     module.def("_channel", &channel, py::arg("effect"), py::arg("name"));
     module.def("dump", &dump, py::arg("node"), py::arg("max_depth") = -1,
                "The tree as indented text, one line for each node, its times as labels.");

@@ -29,6 +29,9 @@ def test_a_diff_tells_what_was_edited(base):
     assert found.count("shifted") > 0 and len(found) == len(list(found)) and len(found.text(True)) > len(found.text())
     assert found.stat() == "1 tail trimmed, 1 renamed; 9 shifted" and found[-1].text and str(found) == found.text()
     assert json.loads(found.json())["changes"]
+    rows = [change.count for change in found if change.kind == "shifted"]
+    each = [change.count for change in zrdmtree.diff(base, after, each_shift=True) if change.kind == "shifted"]
+    assert len(rows) < len(each) and set(each) == {1} and sum(rows) == len(each)
     assert not zrdmtree.diff(base, base.publish()) and len(zrdmtree.diff(None, base)) > 0
     assert zrdmtree.diff(base, after, ignore=["shifted", "renamed"]).stat() == "1 tail trimmed"
 

@@ -36,6 +36,25 @@ def test_what_is_held_twice_is_held_twice_in_the_copy(duplicate):
     assert twin.children[0] is twin.children[1] is not gap
 
 
+@pytest.mark.parametrize("duplicate", [copy.copy, copy.deepcopy, lambda each: pickle.loads(pickle.dumps(each))])
+def test_marks_of_layers_go_along(duplicate):
+    track = zrdmtree.DmTrackNode(trackNum=1, mediaType=1)
+    track.children.append(zrdmtree.DmLayerNode(mediaType=1))
+    layer = track.children[0]
+    layer.cueMarks = [zrdmtree.DmCueMark(cueMarkName=name) for name in ("a", "b")]
+    layer.cueMarks.insert(1, zrdmtree.DmCueMark(cueMarkName="between"))
+    del layer.cueMarks[0]
+    twin = duplicate(layer)
+    assert twin.cueMarks == layer.cueMarks and twin.cueMarks[0] is not layer.cueMarks[0]
+    twin.cueMarks.pop()
+    assert [[each.cueMarkName for each in both.cueMarks] for both in (layer, twin)] == [["between", "b"], ["between"]]
+    assert duplicate(layer.cueMarks) == layer.cueMarks and "between" in repr(layer.cueMarks)
+    for bad in (None, 3, zrdmtree.DmKeyFrame(), "between"):
+        with pytest.raises(TypeError):
+            layer.cueMarks.append(bad)
+    assert len(layer.cueMarks) == 2
+
+
 def test_pickles_know_no_depth():
     outer = reel = zrdmtree.DmReelNode()
     for _ in range(500):

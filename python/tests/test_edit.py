@@ -338,6 +338,77 @@ def test_history_goes_back_and_forth(timeline):
     assert zrdmtree.dumps(history.current.root) == documents[-1] and history.redo_name == ""
 
 
+def test_a_drag_is_one_step_and_branches_are_kept(timeline):
+    history = zrdmtree.History(timeline)
+    history.keep_branches()
+
+    def trim(start, frames):
+        with start.edit(f"trim {frames}") as e:
+            e.ripple_trim((0, 0, 0), "tail", -frames, sync_lock=False)
+        return e
+
+    history.open("drag")
+    for frames in (1, 2, 3):
+        history.update(trim(history.start, frames))
+        assert history.is_open and pictures(history.current)[0][2] == pictures(timeline)[0][2] - frames
+    history.close()
+    dragged = history.current
+    assert (len(history), history.position, history.undo_name, history.bytes > 0) == (1, 1, "drag", True)
+    history.open("another")
+    history.update(trim(history.start, 9))
+    history.abandon()
+    assert history.current == dragged and not history.is_open and history.can_undo and not history.can_redo
+    with pytest.raises(DmValueError, match="open"):
+        history.update(trim(timeline, 1))
+
+    assert history.undo()
+    history.add(trim(timeline, 5))
+    assert history.branch_count == 1
+    history.take_branch(0)
+    assert history.redo() and history.current == dragged and history.branch_count == 1
+    for bad in (7, 10**30, -1, None):
+        with pytest.raises((IndexError, TypeError)):
+            history.take_branch(bad)
+    history.set_byte_limit(1)
+    assert len(history) == 1 and history.current == dragged
+
+
+def test_long_operations_tell_how_far_they_are_and_can_be_cancelled(timeline):
+    told = []
+    with timeline.edit() as e:
+        with pytest.raises(DmError):
+            e.redact(progress=lambda done: told.append(done) or False)
+        with pytest.raises(ZeroDivisionError):
+            e.redact(progress=lambda done: 1 / 0)
+        with pytest.raises(TypeError):
+            e.redact(progress=3)
+    assert e.result == timeline and told and all(0 <= done <= 1 for done in told)
+    with timeline.edit() as e:
+        e.redact(progress=told.append)
+    assert e.result != timeline
+
+
+def test_key_frames_and_marks_of_layers_are_edited(timeline):
+    with timeline.edit() as e:
+        e.add_key_frame((0, 0, 2), 0, "gain", zrdmtree.DmKeyFrame(frame=7, value=0.5))
+        with pytest.raises(DmError):
+            e.add_key_frame((0, 0, 2), 99, "gain", zrdmtree.DmKeyFrame())
+        for bad, error in (("", DmError), ("a\0b", DmValueError), (None, TypeError)):
+            with pytest.raises(error):
+                e.add_key_frame((0, 0, 2), 0, bad, zrdmtree.DmKeyFrame())
+        layer = e.composition.children[0].children[0]
+        layer.cueMarks.append(zrdmtree.DmCueMark(cueMarkName="here"))
+    keys = e.result.segments(track="V1")[1].effects[0].channelList["gain"].keyFrameList
+    assert (keys[-1].frame, keys[-1].value) == (7, 0.5)
+    with e.result.edit() as second:
+        second.composition.children[0].children[0].cueMarks[0].cueMarkName = "there"
+    names = [[mark.cueMarkName for mark in each.composition.children[0].children[0].cueMarks]
+             for each in (timeline, e.result, second.result)]
+    assert names == [[], ["here"], ["there"]]
+    with pytest.raises(DmError, match="edit"):
+        e.result.composition.children[0].children[0].cueMarks.clear()
+
+
 def test_threads_read_what_one_edits(timeline):
     expected, wrong, done = pictures(timeline), [], threading.Event()
 

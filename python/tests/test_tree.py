@@ -3,6 +3,7 @@
 import copy
 import csv
 import io
+import pickle
 
 import pytest
 
@@ -104,6 +105,60 @@ def test_rules_are_chosen_and_told_what_to_go_by(commercial):
                            ({"start": 3}, TypeError), ({"handles": float("nan")}, zrdmtree.DmValueError)]:
         with pytest.raises(error):
             zrdmtree.check(commercial, **options)
+
+
+@pytest.fixture
+def house_rule():
+    def find(tree):
+        for clip in tree.segments(track="V1"):
+            if clip.name.startswith("orchard"):
+                yield clip, f"{clip.name} is not cleared", lambda clip=clip: setattr(clip, "name", "cleared")
+
+    zrdmtree.add_rule("HOUSE1", "uncleared", find, severity="error", line="shots that are not cleared", why="Ask first.",
+                      safe=True)
+    yield find
+    zrdmtree.remove_rule("HOUSE1")
+
+
+def test_rules_of_a_host_are_rules(commercial, house_rule):
+    (found,) = [each for each in zrdmtree.check(commercial) if each.code == "HOUSE1"]
+    assert (found.severity, found.track, found.clip, found.record, found.text) == (
+        "error", "V1", "orchard dawn", "10:00:00:00", "orchard dawn is not cleared")
+    assert found.path and found.subject and pickle.loads(pickle.dumps(found)) == found
+    timeline = commercial.publish()
+    assert found in zrdmtree.check(timeline) and zrdmtree.check(timeline, select=["uncleared"]) == [found]
+    assert zrdmtree.check(commercial, ignore=["HOUSE1", "all"]) == []
+    assert zrdmtree.rules()[-1]["finds"] == "shots that are not cleared" and zrdmtree.rules()[-1]["group"] == "added"
+    assert zrdmtree.fix(commercial, select="HOUSE1") == 1 and commercial.segments(track="V1")[0].name == "cleared"
+    assert zrdmtree.check(commercial, select="HOUSE1") == []
+
+
+def test_what_a_host_says_wrong_about_a_rule_raises(commercial, house_rule):
+    for code, name, more, error in [("HOUSE1", "other", {}, zrdmtree.DmValueError), ("", "other", {}, zrdmtree.DmValueError),
+                                    ("H2", "uncleared", {}, zrdmtree.DmValueError), ("H2", None, {}, TypeError),
+                                    ("DM101", "other", {}, zrdmtree.DmValueError),
+                                    ("H2", "other", {"severity": "bad"}, zrdmtree.DmValueError)]:
+        with pytest.raises(error):
+            zrdmtree.add_rule(code, name, house_rule, **more)
+    with pytest.raises(TypeError):
+        zrdmtree.add_rule("H2", "other", None)
+    with pytest.raises(zrdmtree.DmValueError):
+        zrdmtree.remove_rule("H2")
+
+    stranger = zrdmtree.DmGapNode()
+    for find, error in [(lambda tree: 1 / 0, ZeroDivisionError), (lambda tree: 3, TypeError),
+                        (lambda tree: [3], TypeError), (lambda tree: [(tree, 3)], TypeError),
+                        (lambda tree: [(None, "x")], zrdmtree.DmValueError),
+                        (lambda tree: [(stranger, "x")], zrdmtree.DmValueError),
+                        (lambda tree: [(tree, "x", 3)], TypeError)]:
+        zrdmtree.add_rule("H2", "other", find)
+        try:
+            for tree in (commercial, commercial.publish()):
+                with pytest.raises(error):
+                    zrdmtree.check(tree)
+        finally:
+            zrdmtree.remove_rule("H2")
+    assert zrdmtree.check(commercial)
 
 
 def test_the_schema_is_there():

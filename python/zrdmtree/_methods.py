@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import base64
+import collections.abc
 
 from . import _zrdmtree
 
@@ -50,6 +51,51 @@ def channel(self, name: str) -> DmAnimationChannel:
     return _zrdmtree._channel(self, name)
 
 
+class LayerMarks(collections.abc.MutableSequence):
+    """The marks of a layer: a live view, which changes the layer."""
+
+    def __init__(self, layer: DmLayerNode) -> None:
+        self._layer = layer
+
+    def _change(self, change):
+        marks = _zrdmtree._marks(self._layer)
+        change(marks)
+        _zrdmtree._set_marks(self._layer, marks)
+
+    def __len__(self) -> int:
+        return len(_zrdmtree._marks(self._layer))
+
+    def __getitem__(self, index):
+        return _zrdmtree._marks(self._layer)[index]
+
+    def __setitem__(self, index, marks) -> None:
+        self._change(lambda all: all.__setitem__(index, marks))
+
+    def __delitem__(self, index) -> None:
+        self._change(lambda all: all.__delitem__(index))
+
+    def insert(self, index: int, mark: DmCueMark) -> None:
+        self._change(lambda all: all.insert(index, mark))
+
+    def __eq__(self, other) -> bool:
+        return list(self) == list(other) if isinstance(other, (list, LayerMarks)) else NotImplemented
+
+    __hash__ = None
+
+    def __repr__(self) -> str:
+        return repr(list(self))
+
+    def __reduce__(self):
+        return list, (list(self),)
+
+
+def _set_marks(self, marks) -> None:
+    _zrdmtree._set_marks(self, list(marks))
+
+
+_zrdmtree._methods["DmLayerNode"] = {
+    "cueMarks": property(LayerMarks, _set_marks, doc="The layer's marks. They go along in copies, not in documents."),
+}
 _zrdmtree._methods["DmTreeNode"] = {"segments": segments, "dump": dump, "publish": publish}
 def _publish(root):
     """What pickles of timelines call."""
