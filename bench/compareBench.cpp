@@ -1,5 +1,6 @@
 /// What it costs to compare two versions of a long cut: of values that share structure against one deep comparison, of
-/// trees that share nothing against one deep copy; how that grows, and what it holds meanwhile.
+/// trees that share nothing against one deep copy; how that grows, and what it holds meanwhile. What patches and merges
+/// cost beside that, which no limit is promised for but that they grow as it does.
 #include "zrDocuments.h"
 #include "zrRatio.h"
 
@@ -121,6 +122,52 @@ void reading(int segments)
     zrRatio::print("memory of that diff / one tree", 0.3, static_cast<double>(most - heldBefore) / tree);
 }
 
+/// What one editor did to every hundredth segment, from `first` on: half of it trims, half of it names.
+Tree editedBy(const Tree& base, int first, const wchar_t* name)
+{
+    const Tree copy = copyOf(base);
+    DmTreeNode* const layer = copy->getChild(0)->getChild(0)->getChild(0);
+    for (int i = first; 2 * i < layer->getNbChildren(); i += 100)
+    {
+        DmSegmentNode* const segment = layer->getChild(2 * i)->asSegment();
+        zrDocuments::must(i % 200 < 100 ? segment->setName(name) : segment->setComment(name));
+    }
+    return copy;
+}
+
+/// Two editors, who changed one segment in a hundred each, and never the same.
+void puttingTogether(int segments)
+{
+    const Tree base = zrDocuments::make(segments);
+    const Tree ours = editedBy(base, 10, L"Beach");
+    const Tree theirs = editedBy(base, 60, L"Coast");
+    const auto merge = [&]
+    {
+        const DmMerge merged = DmMerge::merge(base.get(), *ours, *theirs);
+        if (!merged.result() || !merged.conflicts().empty())
+            std::abort();
+    };
+    DmPatch patch;
+    need(DmPatch::make(*base, *ours, patch));
+    const auto apply = [&]
+    {
+        Tree result;
+        DmPatchReport report;
+        need(patch.apply(*base, result, report));
+    };
+    const auto copy = [&] { copyOf(base); };
+    std::printf("merge of %d, one in a hundred changed by each / a deep copy: ratio %.1f\n", segments,
+                zrRatio::of(merge, copy, 3));
+    std::printf("making that patch / a deep copy: ratio %.1f\n", zrRatio::of(
+                                                                     [&]
+                                                                     {
+                                                                         DmPatch made;
+                                                                         need(DmPatch::make(*base, *ours, made));
+                                                                     },
+                                                                     copy, 3));
+    std::printf("patching / a deep copy: ratio %.1f\n", zrRatio::of(apply, copy, 3));
+}
+
 /// A cut of `segments` pieces, one clip again and again or each of its own range; forwards or backwards.
 Tree plain(int segments, bool oneClip, bool backwards)
 {
@@ -163,6 +210,26 @@ void growth()
         zrRatio::print(
             name.c_str(), limit, [one = large, other = largeAfter] { changesBetween(one, other); },
             [one = small, other = smallAfter] { changesBetween(one, other); }, 3);
+        const auto patched = [](const Tree& one, const Tree& other)
+        {
+            DmPatch patch;
+            Tree result;
+            DmPatchReport report;
+            need(DmPatch::make(*one, *other, patch));
+            need(patch.apply(*one, result, report));
+        };
+        const auto merged = [](const Tree& one, const Tree& other)
+        {
+            const Tree third = editedBy(one, 50, L"Coast");
+            if (!DmMerge::merge(one.get(), *third, *other).result())
+                std::abort();
+        };
+        zrRatio::print((std::string("patch of 100000 / of 25000: ") + row.name).c_str(), limit,
+                       [&, one = large, other = largeAfter] { patched(one, other); },
+                       [&, one = small, other = smallAfter] { patched(one, other); }, 1);
+        zrRatio::print((std::string("merge of 100000 / of 25000: ") + row.name).c_str(), limit,
+                       [&, one = large, other = largeAfter] { merged(one, other); },
+                       [&, one = small, other = smallAfter] { merged(one, other); }, 1);
     }
 }
 
@@ -172,6 +239,7 @@ int main()
 {
     sharing(100'000);
     reading(100'000);
+    puttingTogether(100'000);
     growth();
     return 0;
 }

@@ -139,6 +139,19 @@ TEST(DmtreeEdit, EditsInsideContainers)
     const std::string text = textOf(dir.path("out.json"));
     EXPECT_EQ(text.find("\"night\""), text.rfind("\"night\"")) << "the other container has a composition of its own";
     EXPECT_NE(text.find("\"night\""), std::string::npos);
+    // A copy plays the same composition, unless it is asked for one of its own.
+    for (const bool own : {false, true})
+    {
+        std::vector<std::string> words = {"edit", in, "-o", dir.path("out.json")};
+        if (own)
+            words.emplace_back("--own");
+        for (const char* const word : {"overwrite", "V1@00:00:00:00", "V1@00:00:02:00", "inside", "V1@00:00:02:00",
+                                       "rename", "V1@00:00:01:00", "night"})
+            words.emplace_back(word);
+        check({words, 0});
+        const std::string both = textOf(dir.path("out.json"));
+        EXPECT_EQ(both.find("\"night\"") == both.rfind("\"night\""), own);
+    }
     check({{"edit", in, "-o", "-", "inside", "V1@00:00:02:00", "roll", "V1@00:00:01:00", "99"},
            2,
            "",

@@ -71,11 +71,10 @@ public:
     {
         if (label == "-")
             return dmNoTime; // a point that is not given
-        DM::TimeUnit read;
-        const DM::TimeLabel::Status status = DM::TimeLabel::read(label, fcm(), read);
-        if (status != DM::TimeLabel::Good)
-            throw std::runtime_error(label + ": " + DM::TimeLabel::reason(status));
-        return now().composition()->getRecordTime(read.getFrames());
+        double read = 0.0;
+        if (const DmStatus status = now().readLabel(label, read); status.failed())
+            throw std::runtime_error(dmUtf8(status.info()));
+        return read;
     }
 
     /// "12" and "-12" are frames, "@LABEL" is what leads from `from` to that time.
@@ -656,6 +655,8 @@ void dmtree::addEdit(CLI::App& app, Run& run)
     command->add_flag("--shorten", options->shorten, "Shorten a transition that an edit meets, instead of a cut");
     command->add_flag("--insert", options->edit.insert, "Moves and fills push what is there, instead of replacing it");
     command->add_flag("--fit", options->edit.fit, "A fill with four points changes the speed");
+    command->add_flag("--own", options->edit.ownComposition,
+                      "With inside: this use of the composition gets one of its own, others keep theirs");
     command->add_flag("--keys-follow", options->edit.keysFollow,
                       "Keys move with the picture when a segment is slipped");
     command->add_flag("--keep-frames", options->edit.keepFrames, "Another speed changes the length");

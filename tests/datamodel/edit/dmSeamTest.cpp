@@ -1,6 +1,8 @@
 // Transitions, speeds, places: what is more than a piece of time.
 #include "zrEditCases.h"
 
+#include "dmVDissolveSettings.h"
+
 #include "dmKeyFrame.h"
 #include "dmPlayed.h"
 #include "dmResizeSettings.h"
@@ -258,6 +260,66 @@ TEST(EditLinks, HalvesAndCopiesGetFreshIdsAndSayWhereTheyComeFrom)
     ASSERT_TRUE(one.split({0, 0}, 2).ok() && other.split({0, 0}, 2).ok());
     EXPECT_FALSE(one.timeline().element({0, 0, 2})->asSegment()->getSegmentId() ==
                  other.timeline().element({0, 0, 2})->asSegment()->getSegmentId());
+}
+
+TEST(EditLinks, AreEditedTogetherUnlessUnlinked)
+{
+    const auto both = [](const char* picture)
+    {
+        std::string sound = picture;
+        std::ranges::transform(sound, sound.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+        return std::string(picture) + "\n" + sound;
+    };
+    const auto all = [&](const char* name, const char* before, const std::function<DmStatus(DmEdit&)>& operation,
+                         const char* after, const char* alone)
+    {
+        const std::string was = both(before);
+        const std::string together = both(after);
+        const std::string unlinked = std::string(alone) + "\n" + was.substr(was.find('\n') + 1);
+        check(
+            {{name, was.c_str(), "A5 B5 C5 D5 a5 b5 c5 d5", operation, together.c_str(), "", {}, true},
+             {name, was.c_str(), "A5 B5 C5 D5 a5 b5 c5 d5", operation, unlinked.c_str(), "", {.linked = false}, true}});
+    };
+    all(
+        "swap", "AAAA|BBBB|CC", [](DmEdit& e) { return e.swap(at(0), at(4)); }, "CC|BBBB|AAAA", "CC|BBBB|AAAA");
+    all(
+        "dissolve", "AAAA|BBBB", [](DmEdit& e) { return e.transition(at(1), 3, DM_CENTRED_ON_CUT); }, "AAA///BB",
+        "AAA///BB");
+    all(
+        "a dissolve of picture's kind", "AAAA|BBBB",
+        [](DmEdit& e) { return e.transition(at(1), 2, DM_BEGINS_AT_CUT, DmVDissolveSettings::create()); }, "AAAA//BB",
+        "AAAA//BB");
+    all(
+        "cut", "AAAA//BBBB", [](DmEdit& e) { return e.cut(at(1)); }, "AAAA|BBBBBB", "AAAA|BBBBBB");
+    check({{"what is linked has no partner to change places with",
+            "AAAA|BBBB\naaaa|cccc",
+            "",
+            [](DmEdit& e) { return e.swap(at(0), at(2)); },
+            "! swap them unlinked",
+            "",
+            {},
+            true},
+           {"of other lengths",
+            "AAAA|BBBB\naaaa|bbb",
+            "",
+            [](DmEdit& e) { return e.swap(at(0), at(2)); },
+            "! would lose their sync",
+            "",
+            {},
+            true}});
+    for (const bool linked : {true, false})
+    {
+        const DmTimeline before = timeline("AAAA\nAAAA\naaaa", "A3 a3", true);
+        DmEdit edit(before, {.linked = linked});
+        ASSERT_TRUE(edit.mute(at(0), true).ok());
+        ASSERT_TRUE(edit.freeze(at(0), 2).ok()) << "sound goes on";
+        for (int track = 0; track < 3; ++track)
+        {
+            const CoSharedPtr<DmTreeNode> element = edit.timeline().element(at(0, track));
+            EXPECT_EQ(element->asSegment()->getMuted(), linked || track == 0);
+            EXPECT_EQ(element->asSegment()->getEffects().count(), track == 0 || (linked && track == 1) ? 1 : 0);
+        }
+    }
 }
 
 TEST(EditMarks, OfTheCompositionMoveWithWhatRipples)

@@ -181,3 +181,41 @@ TEST(Timeline, RandomEditsKeepOrderTimesAndPlaces)
     for (const auto& [old, drawing] : history)
         EXPECT_EQ(draw(old), drawing);
 }
+
+TEST(Timeline, ReadsLabelsToTheLetter)
+{
+    const auto root = zrDrawing::tree("AAAA|BBBB", "", false, L"29.97 fps df");
+    auto* const composition = static_cast<DmCompositionNode*>(root->getChild(0));
+    static_cast<void>(composition->setFCM(dmFcmText(DM::FCM_29_97_DF)));
+    ASSERT_EQ(composition->setStartTC(17982, dmFcmText(DM::FCM_29_97_DF)), DM_NO_ERROR);
+    const DmTimeline timeline = DmTimeline::publish(root);
+    const struct
+    {
+        const char* label;
+        double time;
+        const char* why;
+    } rows[] = {
+        {"00:10:00;00", 0.0, ""},
+        {"00:10:00;04", 4.0, ""},
+        {"00:11:00;00", 0.0, "drops the label"},
+        {"00:10:00;31", 0.0, "out of range"},
+        {"four", 0.0, "four: "},
+        {"", 0.0, ": "},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.label);
+        double time = -1.0;
+        const DmStatus status = timeline.readLabel(row.label, time);
+        EXPECT_EQ(status.ok(), *row.why == '\0');
+        EXPECT_NE(dmUtf8(status.info()).find(row.why), std::string::npos) << dmUtf8(status.info());
+        EXPECT_EQ(time, status.ok() ? row.time : -1.0);
+        if (status.ok())
+        {
+            EXPECT_EQ(timeline.labelOf(time), row.label);
+        }
+    }
+    double time = 0.0;
+    EXPECT_FALSE(DmTimeline().readLabel("00:00:00:00", time).ok());
+    EXPECT_EQ(DmTimeline().labelOf(0.0), "");
+}

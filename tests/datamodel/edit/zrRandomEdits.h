@@ -45,16 +45,25 @@ private:
     std::size_t _at = 0;
 };
 
+/// Shots, gaps, containers, and shots that two transitions cover.
 inline std::string randomDrawing(Source& source)
 {
     std::string drawing;
     const unsigned shots = 2 + source.below(6);
     for (unsigned i = 0; i < shots; ++i)
     {
-        if (i > 0)
-            drawing += source.below(3) == 0 ? std::string(1 + source.below(3), '/') : std::string("|");
-        const bool gap = source.below(5) == 0;
-        drawing += std::string(1 + source.below(7), gap ? '-' : static_cast<char>('A' + i));
+        const auto transition = [&] { return std::string(1 + source.below(3), '/'); };
+        if (i > 0 && source.below(3) == 0)
+        {
+            drawing += transition();
+            if (source.below(6) == 0)
+                drawing += '(' + std::string(1, static_cast<char>('P' + i)) + ')' + transition();
+        }
+        else if (i > 0)
+            drawing += '|';
+        const unsigned kind = source.below(10);
+        const char name = static_cast<char>(kind < 2 ? '-' : kind == 2 ? '1' + i : 'A' + i);
+        drawing += std::string(1 + source.below(7), name);
     }
     return drawing;
 }

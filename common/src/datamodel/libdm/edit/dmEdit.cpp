@@ -91,50 +91,51 @@ std::vector<DmTreeViolation> violationsOf(const CoSharedPtr<DmTreeNode>& element
 
 } // namespace
 
+void DmEdit::Imp::change(const DmElementPlace& element, const std::function<eDmErrorId(DmTreeNode&)>& how)
+{
+    DmLane lane = this->lane(element);
+    if (!lane.segment(element.index) && !lane.transition(element.index))
+        dmRefuse("There is no element %d in the layer.", element.index);
+    const double in = lane.in(element.index);
+    const double length = lane.length(element.index);
+    const bool isSegment = lane.segment(element.index) != nullptr;
+    DmRuns::Node own;
+    if (isSegment)
+        own = lane.ownSegment(element.index);
+    else
+        own = lane.own<DmTransitionNode>(element.index);
+    const std::vector<DmTreeViolation> had = violationsOf(own, lane.mediaType());
+    const DmPlayedBeside sides = lane.beside(element.index);
+    std::optional<DmSegmentChange> settling;
+    std::optional<DmPlayed> was;
+    if (DmSegmentNode* const segment = dmSegment(own.get()))
+    {
+        settling.emplace(*segment, draft.fcm, sides);
+        was.emplace(*segment, draft.fcm);
+    }
+    if (how(*own) != DM_NO_ERROR)
+        dmRefuse("%s takes no such change.", lane.called(element.index).c_str());
+    static_cast<void>(dmWithElement(own.get(),
+                                    [&](auto& node)
+                                    {
+                                        static_cast<void>(node.setRecIn(in));
+                                        return node.setRecLength(length);
+                                    }));
+    if (const DmSegmentNode* const segment = dmSegment(own.get()))
+        if (const DmPlayed now(*segment, draft.fcm);
+            now.motion() != was->motion() || now.begin() != was->begin() || now.end() != was->end())
+        {
+            dmNeedMaterial(*segment, draft.fcm, sides);
+            settling->settle(sides);
+        }
+    if (const std::vector<DmTreeViolation> has = violationsOf(own, lane.mediaType()); has.size() > had.size())
+        dmRefuse("%s", dmUtf8(has.back().message).c_str());
+    lane.put(element.index, element.index + 1, {own}, 0.0);
+}
+
 DmStatus DmEdit::change(const DmElementPlace& element, const std::function<eDmErrorId(DmTreeNode&)>& how)
 {
-    return _imp->run(
-        [&]
-        {
-            DmLane lane = _imp->lane(element);
-            if (!lane.segment(element.index) && !lane.transition(element.index))
-                dmRefuse("There is no element %d in the layer.", element.index);
-            const double in = lane.in(element.index);
-            const double length = lane.length(element.index);
-            const bool isSegment = lane.segment(element.index) != nullptr;
-            DmRuns::Node own;
-            if (isSegment)
-                own = lane.ownSegment(element.index);
-            else
-                own = lane.own<DmTransitionNode>(element.index);
-            const std::vector<DmTreeViolation> had = violationsOf(own, lane.mediaType());
-            const DmPlayedBeside sides = lane.beside(element.index);
-            std::optional<DmSegmentChange> settling;
-            std::optional<DmPlayed> was;
-            if (DmSegmentNode* const segment = dmSegment(own.get()))
-            {
-                settling.emplace(*segment, _imp->draft.fcm, sides);
-                was.emplace(*segment, _imp->draft.fcm);
-            }
-            if (how(*own) != DM_NO_ERROR)
-                dmRefuse("%s takes no such change.", lane.called(element.index).c_str());
-            static_cast<void>(dmWithElement(own.get(),
-                                            [&](auto& node)
-                                            {
-                                                static_cast<void>(node.setRecIn(in));
-                                                return node.setRecLength(length);
-                                            }));
-            if (const DmSegmentNode* const segment = dmSegment(own.get()))
-                if (const DmPlayed now(*segment, _imp->draft.fcm);
-                    now.motion() != was->motion() || now.begin() != was->begin() || now.end() != was->end())
-                {
-                    dmNeedMaterial(*segment, _imp->draft.fcm, sides);
-                    settling->settle(sides);
-                }
-            if (const std::vector<DmTreeViolation> has = violationsOf(own, lane.mediaType()); has.size() > had.size())
-                dmRefuse("%s", dmUtf8(has.back().message).c_str());
-            lane.put(element.index, element.index + 1, {own}, 0.0);
-        });
+    return _imp->run([&] { _imp->change(element, how); });
 }
 
 namespace
@@ -154,7 +155,12 @@ std::function<eDmErrorId(DmTreeNode&)> onSegment(Change change)
 
 DmStatus DmEdit::mute(const DmElementPlace& segment, bool muted)
 {
-    return change(segment, onSegment([muted](DmSegmentNode& node) { return node.setMuted(muted); }));
+    return _imp->run(
+        [&]
+        {
+            for (const DmElementPlace& each : _imp->together(segment))
+                _imp->change(each, onSegment([muted](DmSegmentNode& node) { return node.setMuted(muted); }));
+        });
 }
 
 DmStatus DmEdit::rename(const DmElementPlace& element, const DmString& name)

@@ -179,62 +179,89 @@ void cutWhereShort(DmLane& lane, int& index, DM::FrameCodeModes fcm)
 
 } // namespace
 
+void DmEdit::Imp::swap(const DmElementPlace& a, const DmElementPlace& b)
+{
+    if (a == b)
+        dmRefuse("A segment cannot change places with itself.");
+    DmLane first = this->lane(a);
+    DmLane second = this->lane(b);
+    const double lengthA = first.needSegment(a.index).getRecLength();
+    const double lengthB = second.needSegment(b.index).getRecLength();
+    first.needWhole(a.index);
+    second.needWhole(b.index);
+    if (first.mediaType() != second.mediaType())
+        dmRefuse("The two segments are of different media types.");
+    const bool oneLayer = a.inLayer() == b.inLayer();
+    if (!oneLayer && std::abs(lengthA - lengthB) > dmEditTolerance)
+        dmRefuse("Segments of different tracks must be of one length to change places.");
+    const CoSharedPtr<DmSourceNode> goesOnA = first.attachedTo(a.index + 1);
+    const CoSharedPtr<DmSourceNode> goesOnB = second.attachedTo(b.index + 1);
+    const DmLane::Segment ownA = first.ownSegment(a.index);
+    const DmLane::Segment ownB = second.ownSegment(b.index);
+    const double inA = ownA->getRecIn();
+    const double inB = ownB->getRecIn();
+    int indexA = a.index;
+    int indexB = b.index;
+    static_cast<void>(ownA->setRecIn(inB));
+    static_cast<void>(ownB->setRecIn(inA));
+    if (oneLayer && lengthA != lengthB)
+    {
+        const bool aFirst = a.index < b.index;
+        const int low = std::min(a.index, b.index);
+        const int high = std::max(a.index, b.index);
+        const double by = aFirst ? lengthB - lengthA : lengthA - lengthB;
+        const DmLane::Segment& nowLow = aFirst ? ownB : ownA;
+        const DmLane::Segment& nowHigh = aFirst ? ownA : ownB;
+        static_cast<void>(nowHigh->setRecIn((aFirst ? inB : inA) + by));
+        first.put(low, low + 1, {nowLow}, by);
+        first.put(high, high + 1, {nowHigh}, -by);
+    }
+    else
+    {
+        first.put(a.index, a.index + 1, {ownB}, 0.0);
+        second.put(b.index, b.index + 1, {ownA}, 0.0);
+    }
+    cutWhereShort(first, indexA, draft.fcm);
+    cutWhereShort(second, indexB, draft.fcm);
+    for (const auto& [place, index, goesOn] :
+         {std::tuple(a.inLayer(), indexA, goesOnB), std::tuple(b.inLayer(), indexB, goesOnA)})
+    {
+        DmLane lane = this->lane(place);
+        const DmLane::Segment own = lane.ownSegment(index);
+        lane.change(own, index).settle(lane.beside(index));
+        lane.put(index, index + 1, {own}, 0.0);
+        lane.attachedIsOf(index, goesOn);
+    }
+}
+
 DmStatus DmEdit::swap(const DmElementPlace& a, const DmElementPlace& b)
 {
     return _imp->run(
         [&]
         {
-            if (a == b)
-                dmRefuse("A segment cannot change places with itself.");
-            DmLane first = _imp->lane(a);
-            DmLane second = _imp->lane(b);
-            const double lengthA = first.needSegment(a.index).getRecLength();
-            const double lengthB = second.needSegment(b.index).getRecLength();
-            first.needWhole(a.index);
-            second.needWhole(b.index);
-            if (first.mediaType() != second.mediaType())
-                dmRefuse("The two segments are of different media types.");
-            const bool oneLayer = a.inLayer() == b.inLayer();
-            if (!oneLayer && std::abs(lengthA - lengthB) > dmEditTolerance)
-                dmRefuse("Segments of different tracks must be of one length to change places.");
-            const CoSharedPtr<DmSourceNode> goesOnA = first.attachedTo(a.index + 1);
-            const CoSharedPtr<DmSourceNode> goesOnB = second.attachedTo(b.index + 1);
-            const DmLane::Segment ownA = first.ownSegment(a.index);
-            const DmLane::Segment ownB = second.ownSegment(b.index);
-            const double inA = ownA->getRecIn();
-            const double inB = ownB->getRecIn();
-            int indexA = a.index;
-            int indexB = b.index;
-            static_cast<void>(ownA->setRecIn(inB));
-            static_cast<void>(ownB->setRecIn(inA));
-            if (oneLayer && lengthA != lengthB)
+            const auto lengthOf = [&](const DmElementPlace& place) { return _imp->lane(place).length(place.index); };
+            std::vector<DmElementPlace> ofA = _imp->together(a);
+            std::vector<DmElementPlace> ofB = _imp->together(b);
+            std::erase_if(ofA, [&](const DmElementPlace& each) { return each == a || each == b; });
+            std::erase_if(ofB, [&](const DmElementPlace& each) { return each == a || each == b; });
+            std::vector<std::pair<DmElementPlace, DmElementPlace>> pairs{{a, b}};
+            for (const DmElementPlace& each : ofA)
             {
-                const bool aFirst = a.index < b.index;
-                const int low = std::min(a.index, b.index);
-                const int high = std::max(a.index, b.index);
-                const double by = aFirst ? lengthB - lengthA : lengthA - lengthB;
-                const DmLane::Segment& nowLow = aFirst ? ownB : ownA;
-                const DmLane::Segment& nowHigh = aFirst ? ownA : ownB;
-                static_cast<void>(nowHigh->setRecIn((aFirst ? inB : inA) + by));
-                first.put(low, low + 1, {nowLow}, by);
-                first.put(high, high + 1, {nowHigh}, -by);
+                const auto partner = std::ranges::find_if(ofB, [&](const DmElementPlace& other)
+                                                          { return other.inLayer() == each.inLayer(); });
+                if (partner == ofB.end())
+                    dmRefuse("%s is linked, and what it would change places with is not; swap them unlinked.",
+                             _imp->lane(each).called(each.index).c_str());
+                if (std::abs(lengthOf(*partner) - lengthOf(each) - (lengthOf(b) - lengthOf(a))) > dmEditTolerance)
+                    dmRefuse("Linked segments of different lengths would lose their sync; edit them unlinked.");
+                pairs.emplace_back(each, *partner);
+                ofB.erase(partner);
             }
-            else
-            {
-                first.put(a.index, a.index + 1, {ownB}, 0.0);
-                second.put(b.index, b.index + 1, {ownA}, 0.0);
-            }
-            cutWhereShort(first, indexA, _imp->draft.fcm);
-            cutWhereShort(second, indexB, _imp->draft.fcm);
-            for (const auto& [place, index, goesOn] :
-                 {std::tuple(a.inLayer(), indexA, goesOnB), std::tuple(b.inLayer(), indexB, goesOnA)})
-            {
-                DmLane lane = _imp->lane(place);
-                const DmLane::Segment own = lane.ownSegment(index);
-                lane.change(own, index).settle(lane.beside(index));
-                lane.put(index, index + 1, {own}, 0.0);
-                lane.attachedIsOf(index, goesOn);
-            }
+            for (const DmElementPlace& each : ofB)
+                dmRefuse("%s is linked, and what it would change places with is not; swap them unlinked.",
+                         _imp->lane(each).called(each.index).c_str());
+            for (const auto& [one, other] : pairs)
+                _imp->swap(one, other);
         });
 }
 

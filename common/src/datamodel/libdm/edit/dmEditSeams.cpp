@@ -77,86 +77,118 @@ DmStatus DmEdit::transition(const DmElementPlace& seam, double length, eDmSeamAl
     return _imp->run(
         [&]
         {
-            DmLane lane = _imp->lane(seam);
-            const DmTransitionNode* const was = lane.transition(seam.index);
-            if (!was || !lane.segment(seam.index - 1) || !lane.segment(seam.index + 1))
-                dmRefuse("Element %d of the layer is no seam between two segments.", seam.index);
-            lane.needWhole(seam.index - 1);
-            lane.needWhole(seam.index + 1);
-            if (!(length >= dmLeastLength) || !dmIsTime(length))
-                dmRefuse("A transition lasts a frame at least.");
-            const double a = lane.in(seam.index);
-            const double b = lane.out(seam.index);
-            const double point = dmCutTimeOf(*was, a);
-            const int left = seam.index - 1;
-            const int right = seam.index + 1;
-
-            // Both neighbours keep a frame of their own, and have the material to play all along.
-            const double most = [&]
+            _imp->lane(seam).needSeam(seam.index);
+            for (const DmElementPlace& each : _imp->seamsTogether(seam))
             {
-                double frames = length;
-                for (;; --frames)
-                {
-                    const double newA = point - inFront(frames, alignment);
-                    const double newB = newA + frames;
-                    // What the transition takes already, nobody asks for again.
-                    const bool fits = (newA >= a - dmEditTolerance ||
-                                       (newA - lane.in(left) >= (lane.isGap(left) ? -dmEditTolerance : 1.0) &&
-                                        lane.in(right)-newA <= lane.reach(right).before() + dmEditTolerance)) &&
-                                      (newB <= b + dmEditTolerance ||
-                                       (lane.out(right) - newB >= (lane.isGap(right) ? -dmEditTolerance : 1.0) &&
-                                        newB - lane.out(left) <= lane.reach(left).behind() + dmEditTolerance));
-                    if (fits || frames < 1.0)
-                        return frames < 1.0 ? 0.0 : frames;
-                }
-            }();
-            if (most < length - dmEditTolerance)
-                for (const int index : {left, right})
-                    lane.needFrames(index);
-            const double taken =
-                _imp->within(length, most, ("A transition on the cut at " + _imp->draft.label(point)).c_str());
-            if (taken < dmLeastLength)
-                dmRefuse("There are no frames for a transition on the cut at %s.", _imp->draft.label(point).c_str());
-            const double newA = point - inFront(taken, alignment);
-            const double newB = newA + taken;
-
-            CoSharedPtr<DmEffectSettings> settings;
-            const auto* const old = dynamic_cast<const DmTrxEffectNode*>(was);
-            if (effect)
-                settings = DM::staticPointerCast<DmEffectSettings>(effect->clone());
-            else if (old && old->getEffect())
-                settings = DM::staticPointerCast<DmEffectSettings>(old->getEffect()->clone());
-            else if (lane.mediaType() == DM_MEDIA_AUDIO)
-                settings = DmADissolveSettings::create();
-            else
-                settings = DmVDissolveSettings::create();
-            if (!settings || !settings->isTrxCompatible() || settings->getMediaType() != lane.mediaType())
-                dmRefuse("The effect is none for a transition of this layer.");
-            setEffectLength(*settings, taken);
-            static_cast<void>(settings->setFocusAlignment(focusOf(alignment)));
-
-            CoSharedPtr<DmTrxEffectNode> node;
-            if (old)
-            {
-                node = lane.own<DmTrxEffectNode>(seam.index);
-                static_cast<void>(node->setEffect(settings));
-                dmStandAt(*node, newA);
-                static_cast<void>(node->setRecLength(taken));
-                static_cast<void>(node->setRelIn(0.0));
+                // What is linked and of the other media type gets a dissolve of its own.
+                const bool fits = each == seam || !effect || effect->getMediaType() == _imp->lane(each).mediaType();
+                _imp->putTransition(each, length, alignment, fits ? effect : CoSharedPtr<DmEffectSettings>());
             }
-            else
-                node = DmTrxEffectNode::create(settings, newA, taken);
-            const DmLane::Segment first = lane.ownSegment(left);
-            const DmLane::Segment second = lane.ownSegment(right);
-            DmSegmentChange firstChange = lane.change(first, left);
-            DmSegmentChange secondChange = lane.change(second, right);
-            firstChange.moveTail(newA - a);
-            secondChange.moveHead(newB - b);
-            firstChange.settle({lane.beside(left).before, taken});
-            secondChange.settle({taken, lane.beside(right).behind});
-            lane.put(left, right + 1, {first, node, second}, 0.0);
-            lane.attachedFollows(seam.index, newA - a);
         });
+}
+
+void DmEdit::Imp::putTransition(const DmElementPlace& seam, double length, eDmSeamAlignment alignment,
+                                const CoSharedPtr<DmEffectSettings>& effect)
+{
+    DmLane lane = this->lane(seam);
+    const DmTransitionNode* const was = lane.transition(seam.index);
+    lane.needWhole(seam.index - 1);
+    lane.needWhole(seam.index + 1);
+    if (!(length >= dmLeastLength) || !dmIsTime(length))
+        dmRefuse("A transition lasts a frame at least.");
+    const double a = lane.in(seam.index);
+    const double b = lane.out(seam.index);
+    const double point = dmCutTimeOf(*was, a);
+    const int left = seam.index - 1;
+    const int right = seam.index + 1;
+
+    // Both neighbours keep a frame of their own, and have the material to play all along.
+    const double most = [&]
+    {
+        double frames = length;
+        for (;; --frames)
+        {
+            const double newA = point - inFront(frames, alignment);
+            const double newB = newA + frames;
+            // What the transition takes already, nobody asks for again.
+            const bool fits = (newA >= a - dmEditTolerance ||
+                               (newA - lane.in(left) >= (lane.isGap(left) ? -dmEditTolerance : 1.0) &&
+                                lane.in(right)-newA <= lane.reach(right).before() + dmEditTolerance)) &&
+                              (newB <= b + dmEditTolerance ||
+                               (lane.out(right) - newB >= (lane.isGap(right) ? -dmEditTolerance : 1.0) &&
+                                newB - lane.out(left) <= lane.reach(left).behind() + dmEditTolerance));
+            if (fits || frames < 1.0)
+                return frames < 1.0 ? 0.0 : frames;
+        }
+    }();
+    if (most < length - dmEditTolerance)
+        for (const int index : {left, right})
+            lane.needFrames(index);
+    const double taken = within(length, most, ("A transition on the cut at " + draft.label(point)).c_str());
+    if (taken < dmLeastLength)
+        dmRefuse("There are no frames for a transition on the cut at %s.", draft.label(point).c_str());
+    const double newA = point - inFront(taken, alignment);
+    const double newB = newA + taken;
+
+    CoSharedPtr<DmEffectSettings> settings;
+    const auto* const old = dynamic_cast<const DmTrxEffectNode*>(was);
+    if (effect)
+        settings = DM::staticPointerCast<DmEffectSettings>(effect->clone());
+    else if (old && old->getEffect())
+        settings = DM::staticPointerCast<DmEffectSettings>(old->getEffect()->clone());
+    else if (lane.mediaType() == DM_MEDIA_AUDIO)
+        settings = DmADissolveSettings::create();
+    else
+        settings = DmVDissolveSettings::create();
+    if (!settings || !settings->isTrxCompatible() || settings->getMediaType() != lane.mediaType())
+        dmRefuse("The effect is none for a transition of this layer.");
+    setEffectLength(*settings, taken);
+    static_cast<void>(settings->setFocusAlignment(focusOf(alignment)));
+
+    CoSharedPtr<DmTrxEffectNode> node;
+    if (old)
+    {
+        node = lane.own<DmTrxEffectNode>(seam.index);
+        static_cast<void>(node->setEffect(settings));
+        dmStandAt(*node, newA);
+        static_cast<void>(node->setRecLength(taken));
+        static_cast<void>(node->setRelIn(0.0));
+    }
+    else
+        node = DmTrxEffectNode::create(settings, newA, taken);
+    const DmLane::Segment first = lane.ownSegment(left);
+    const DmLane::Segment second = lane.ownSegment(right);
+    DmSegmentChange firstChange = lane.change(first, left);
+    DmSegmentChange secondChange = lane.change(second, right);
+    firstChange.moveTail(newA - a);
+    secondChange.moveHead(newB - b);
+    firstChange.settle({lane.beside(left).before, taken});
+    secondChange.settle({taken, lane.beside(right).behind});
+    lane.put(left, right + 1, {first, node, second}, 0.0);
+    lane.attachedFollows(seam.index, newA - a);
+}
+
+void DmEdit::Imp::cutSeam(const DmElementPlace& seam)
+{
+    DmLane lane = this->lane(seam);
+    const DmTransitionNode* const was = lane.transition(seam.index);
+    if (was->getRecLength() <= dmEditTolerance)
+        dmRefuse("The seam at %s is a cut already.", draft.label(lane.in(seam.index)).c_str());
+    const DmAtTransition before = draft.options.atTransition;
+    draft.options.atTransition = DmAtTransition::Cut;
+    const double a = lane.in(seam.index);
+    const double point = std::clamp(dmCutTimeOf(*was, a), a, lane.out(seam.index));
+    try
+    {
+        lane.cutTransition(seam.index, point);
+    }
+    catch (...)
+    {
+        draft.options.atTransition = before;
+        throw;
+    }
+    draft.options.atTransition = before;
+    lane.tidy(seam.index);
 }
 
 DmStatus DmEdit::cut(const DmElementPlace& seam)
@@ -164,27 +196,9 @@ DmStatus DmEdit::cut(const DmElementPlace& seam)
     return _imp->run(
         [&]
         {
-            DmLane lane = _imp->lane(seam);
-            const DmTransitionNode* const was = lane.transition(seam.index);
-            if (!was || !lane.segment(seam.index - 1) || !lane.segment(seam.index + 1))
-                dmRefuse("Element %d of the layer is no seam between two segments.", seam.index);
-            if (was->getRecLength() <= dmEditTolerance)
-                dmRefuse("The seam at %s is a cut already.", _imp->draft.label(lane.in(seam.index)).c_str());
-            const DmAtTransition before = _imp->draft.options.atTransition;
-            _imp->draft.options.atTransition = DmAtTransition::Cut;
-            const double a = lane.in(seam.index);
-            const double point = std::clamp(dmCutTimeOf(*was, a), a, lane.out(seam.index));
-            try
-            {
-                lane.cutTransition(seam.index, point);
-            }
-            catch (...)
-            {
-                _imp->draft.options.atTransition = before;
-                throw;
-            }
-            _imp->draft.options.atTransition = before;
-            lane.tidy(seam.index);
+            for (const DmElementPlace& each : _imp->seamsTogether(seam))
+                if (each == seam || _imp->lane(each).length(each.index) > dmEditTolerance)
+                    _imp->cutSeam(each);
         });
 }
 
@@ -332,30 +346,36 @@ DmStatus DmEdit::freeze(const DmElementPlace& segment, double time)
     return _imp->run(
         [&]
         {
-            DmLane lane = _imp->lane(segment);
-            const DmPlayed played(lane.needSegment(segment.index), _imp->draft.fcm);
-            if (lane.mediaType() == DM_MEDIA_AUDIO)
+            if (_imp->lane(segment).mediaType() == DM_MEDIA_AUDIO)
                 dmRefuse("Sound cannot be frozen.");
-            const DmPlayedBeside sides = lane.beside(segment.index);
-            if (time < lane.in(segment.index) - sides.before - dmEditTolerance ||
-                time >= lane.out(segment.index) + sides.behind)
-                dmRefuse("%s does not play at %s.", lane.called(segment.index).c_str(),
-                         _imp->draft.label(time).c_str());
-            const DmLane::Segment own = lane.ownSegment(segment.index);
-            // Stored in-times are the layer's: what plays there is asked of the copy, which stands at its time.
-            const std::optional<double> frame = DmPlayed(*own, _imp->draft.fcm).frameAt(time);
-            if (!frame)
-                dmRefuse(played.motion() == DmPlayed::Motion::Keyed
-                             ? "%s plays at a keyed speed, whose frames between the keys are not known."
-                             : "%s plays no material.",
-                         lane.called(segment.index).c_str());
-            DmSegmentChange change = lane.change(own, segment.index);
-            dmSetSpeedOf(*own, 0.0);
-            change.setBegin(*frame);
-            change.settle(lane.beside(segment.index));
-            lane.put(segment.index, segment.index + 1, {own}, 0.0);
-            lane.attachedIsOf(segment.index, {});
+            for (const DmElementPlace& each : _imp->together(segment))
+                if (each == segment || _imp->lane(each).mediaType() != DM_MEDIA_AUDIO)
+                    _imp->freeze(each, time);
         });
+}
+
+void DmEdit::Imp::freeze(const DmElementPlace& segment, double time)
+{
+    DmLane lane = this->lane(segment);
+    const DmPlayed played(lane.needSegment(segment.index), draft.fcm);
+    const DmPlayedBeside sides = lane.beside(segment.index);
+    if (time < lane.in(segment.index) - sides.before - dmEditTolerance ||
+        time >= lane.out(segment.index) + sides.behind)
+        dmRefuse("%s does not play at %s.", lane.called(segment.index).c_str(), draft.label(time).c_str());
+    const DmLane::Segment own = lane.ownSegment(segment.index);
+    // Stored in-times are the layer's: what plays there is asked of the copy, which stands at its time.
+    const std::optional<double> frame = DmPlayed(*own, draft.fcm).frameAt(time);
+    if (!frame)
+        dmRefuse(played.motion() == DmPlayed::Motion::Keyed
+                     ? "%s plays at a keyed speed, whose frames between the keys are not known."
+                     : "%s plays no material.",
+                 lane.called(segment.index).c_str());
+    DmSegmentChange change = lane.change(own, segment.index);
+    dmSetSpeedOf(*own, 0.0);
+    change.setBegin(*frame);
+    change.settle(lane.beside(segment.index));
+    lane.put(segment.index, segment.index + 1, {own}, 0.0);
+    lane.attachedIsOf(segment.index, {});
 }
 
 DmStatus DmEdit::reverse(const DmElementPlace& segment)

@@ -2,6 +2,9 @@
 
 #include "dmTimelineTreeImp.h"
 
+#include "dmStoredLabel.h"
+#include "tuLabel.h"
+
 DmTimeline::DmTimeline(std::shared_ptr<const DmTimelineValue> value, const DmTimeline& before)
     : _state(std::make_shared<State>(std::move(value), before._state.get()))
 {
@@ -54,6 +57,32 @@ CoSharedPtr<DmCompositionNode> DmTimeline::composition() const
         for (const int step : value()->path)
             node = CoSharedPtr<DmTreeNode>(node->getChild(step));
     return DM::dynamicPointerCast<DmCompositionNode>(node);
+}
+
+DmStatus DmTimeline::readLabel(std::string_view label, double& recordTime) const
+{
+    DmStatus status;
+    const std::string text(label);
+    if (!value())
+    {
+        status.fail(DM_BAD_VALUE, "%s: there is no timeline", text.c_str());
+        return status;
+    }
+    DM::TimeUnit time;
+    const DM::FrameCodeModes fcm = dmModeOrDefault(dmFcmFromText(value()->bare->getFCM()));
+    if (const DM::TimeLabel::Status read = DM::TimeLabel::read(label, fcm, time); read != DM::TimeLabel::Good)
+        status.fail(DM_BAD_VALUE, "%s: %s", text.c_str(), DM::TimeLabel::reason(read));
+    else
+        recordTime = time.getFrames() - value()->labelShift();
+    return status;
+}
+
+std::string DmTimeline::labelOf(double recordTime) const
+{
+    if (!value() || !dmIsTime(recordTime))
+        return {};
+    return DM::TimeLabel::text(DM::TimeUnit(recordTime + value()->labelShift()),
+                               dmModeOrDefault(dmFcmFromText(value()->bare->getFCM())));
 }
 
 int DmTimeline::trackCount() const

@@ -22,6 +22,8 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
+#include <string_view>
 
 /// A layer of a timeline, by position: the track among the composition's children, the layer among the track's.
 struct DmLayerPlace
@@ -98,6 +100,16 @@ public:
     const DmTreeNode* storedElement(const DmElementPlace& place) const;
     double recIn(const DmElementPlace& place) const;
     double recOut(const DmElementPlace& place) const;
+
+    /// The record time of a label of its composition ("10:00:04:00"), to the letter: what is none of the mode is told,
+    /// and never taken for another. All times and amounts of edits can so be given as labels:
+    ///
+    ///     double time = 0.0;
+    ///     if (timeline.readLabel("10:00:04:00", time).ok())
+    ///         edit.trim(shot, DM_TAIL, time - timeline.recOut(shot));
+    DmStatus readLabel(std::string_view label, double& recordTime) const;
+    /// The label of a record time.
+    std::string labelOf(double recordTime) const;
 
     // In O(log n).
 

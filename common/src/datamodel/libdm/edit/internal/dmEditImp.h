@@ -78,6 +78,13 @@ public:
     void overwrite(const DmLayerPlace& layer, double time, const DmSegmentNode& segment);
     /// Takes [in, out) out of a layer and closes up.
     void close(const DmLayerPlace& layer, double in, double out);
+    /// Each of one element, without those that are linked with it.
+    void putTransition(const DmElementPlace& seam, double length, eDmSeamAlignment alignment,
+                       const CoSharedPtr<DmEffectSettings>& effect);
+    void cutSeam(const DmElementPlace& seam);
+    void freeze(const DmElementPlace& segment, double time);
+    void swap(const DmElementPlace& a, const DmElementPlace& b);
+    void change(const DmElementPlace& element, const std::function<eDmErrorId(DmTreeNode&)>& how);
     /// A copy of a segment that goes in.
     DmLane::Segment incoming(const DmLane& lane, const DmSegmentNode& segment);
     /// Refuses, or takes what there is where options say so. Amounts are positive.
