@@ -49,8 +49,10 @@ std::optional<double> lengthFrom(const DmString& text)
 /// The in-time of a material that has only a label of it, in frames of the material's mode.
 double labelTime(const DmString& text, const DmString& labelFcm, DM::FrameCodeModes fcm)
 {
+    if (text.empty())
+        return 0.0;
     const DmStoredLabel label(text, labelFcm);
-    if (text.empty() || label.isZero() || !label.isValid())
+    if (label.isZero() || !label.isValid())
         return 0.0;
     DM::TimeUnit time(label.toFrames());
     if (label.fcm() != DM::FCM_NOT_DEFINED && fcm != DM::FCM_NOT_DEFINED && label.fcm() != fcm)
@@ -58,10 +60,10 @@ double labelTime(const DmString& text, const DmString& labelFcm, DM::FrameCodeMo
     return time.getFrames();
 }
 
-double beginOf(const DmSourceNode::Input& input)
+/// Of an input in mode `fcm`, which `media` is, unless it is another.
+double beginOf(const DmSourceNode::Input& input, const MediaInput* media, DM::FrameCodeModes fcm)
 {
-    const DM::FrameCodeModes fcm = dmFcmFromText(input.getFcm());
-    if (const auto* const media = dynamic_cast<const MediaInput*>(&input))
+    if (media)
     {
         const double srcIn = media->getSrcIn();
         return srcIn != 0.0 ? srcIn : labelTime(media->getSrcInStr(), media->getSrcInFcm(), fcm);
@@ -76,6 +78,9 @@ double beginOf(const DmSourceNode::Input& input)
 /// segment, counted at its speed or, as lengths must be at least, as if that were normal.
 bool isJustWhatPlays(const DmSegmentNode& segment, double length, double rate, DmPlayedBeside beside)
 {
+    // Most shots leave out what no transition plays: then the speed does not matter.
+    if (beside.before == 0.0 && beside.behind == 0.0 && segment.getRelIn() > 0.5)
+        return false;
     const DmSpeed speed = dmSpeedOf(segment);
     if (speed.speed < 0.0)
         std::swap(beside.before, beside.behind);
@@ -99,14 +104,14 @@ DmMaterial materialOf(const DmSourceNode& source, DM::FrameCodeModes composition
         return material;
     material.kind = DmMaterial::Kind::Moving;
     material.fcm = dmFcmFromText(input->getFcm());
-    material.begin = beginOf(*input);
+    const auto* const media = dynamic_cast<const MediaInput*>(input);
+    material.begin = beginOf(*input, media, material.fcm);
     material.length = input->getSrcLength();
-    if (dynamic_cast<const DmSourceNode::GeneratedInput*>(input))
+    if (!media && dynamic_cast<const DmSourceNode::GeneratedInput*>(input))
     {
         material.kind = DmMaterial::Kind::Generated;
         return material;
     }
-    const auto* const media = dynamic_cast<const MediaInput*>(input);
     if (const DmSourceNode::DictionaryEntry* const entry = media ? lengthEntry(*media) : nullptr)
     {
         const std::optional<double> own = lengthFrom(entry->getValue());
@@ -165,8 +170,8 @@ DmMaterial materialOf(const DmContainerNode& container)
 
 DmMaterial dmMaterialOf(const DmSegmentNode& segment, DM::FrameCodeModes compositionFcm, DmPlayedBeside beside)
 {
-    if (const auto* const source = dynamic_cast<const DmSourceNode*>(&segment))
-        return materialOf(*source, compositionFcm, beside);
+    if (segment.whatIs() == DM_SOURCE_NODE)
+        return materialOf(static_cast<const DmSourceNode&>(segment), compositionFcm, beside);
     if (const auto* const container = dynamic_cast<const DmContainerNode*>(&segment))
         return materialOf(*container);
     return {};

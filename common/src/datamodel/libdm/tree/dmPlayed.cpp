@@ -55,6 +55,8 @@ DmSpeed dmSpeedOf(const DmSegmentNode& segment)
 
 double dmFramesPerFrame(DM::FrameCodeModes of, DM::FrameCodeModes in)
 {
+    if (of == in)
+        return 1.0;
     unsigned ofNum = 0;
     unsigned ofDen = 1;
     unsigned inNum = 0;
