@@ -40,13 +40,25 @@ Change resized(int position, int track = 0, bool bypassed = false)
     };
 }
 
-Change frozen(int position)
+Change atSpeed(int position, double speed)
 {
     return [=](Composition& it)
     {
         const auto warp = DmVTimewarpSettings::create();
-        static_cast<void>(warp->setSpeed(0.0));
+        static_cast<void>(warp->setSpeed(speed));
         static_cast<void>(at<DmSegmentNode>(it, position).addEffect(warp));
+    };
+}
+
+/// Two shots at one speed, of which the first plays from a frame of the material, and the second, too.
+Change atSpeed(double speed, double first, double second)
+{
+    return [=](Composition& it)
+    {
+        atSpeed(0, speed)(it);
+        atSpeed(2, speed)(it);
+        from(0, first)(it);
+        from(2, second)(it);
     };
 }
 
@@ -87,6 +99,16 @@ const RuleCase cases[] = {
      {"A V1 00:00:00:04: At the cut in front of it the material goes on"},
      {"AAAA|AAA|AA", "", from(2, 4.0)}, // nobody knows whether that is one medium
      Mending::Unsafe},
+    {"DM302", // at twice the speed
+     {"AAAA|A|BB", "", withFiles(atSpeed(2.0, 0.0, 8.0))},
+     {"A V1 00:00:00:04: At the cut in front of it the material goes on"},
+     {"AAAA|A|BB", "", withFiles(atSpeed(2.0, 0.0, 4.0))},
+     Mending::Unsafe},
+    {"DM302", // backwards: the second piece is the one in front in the material
+     {"AAAA|AAA|BB", "", withFiles(atSpeed(-1.0, 13.0, 10.0))},
+     {"A V1 00:00:00:04: At the cut in front of it the material goes on"},
+     {"AAAA|AAA|BB", "", withFiles(atSpeed(-1.0, 13.0, 17.0))},
+     Mending::Unsafe},
     {"DM303",
      {"AAAA|AAA|AAA", "", withFiles(both(from(2, 7.0), from(4, 8.0)))},
      {"A V1 00:00:00:04: At the cut in front of it the material skips 3 frames",
@@ -105,7 +127,7 @@ const RuleCase cases[] = {
     {"DM305",
      {"AAAA|BBBB|AAAA", "", withFiles()},
      {"A V1 00:00:00:08: 4 frames of it, from 00:00:40:00 of the source on, show in \"A\" at 00:00:00:00, too"},
-     {"AAAA|BBBB|AAAA", "", withFiles(frozen(4))}},
+     {"AAAA|BBBB|AAAA", "", withFiles(atSpeed(4, 0.0))}},
     {"DM305",
      {"AAAA|BBBB|AAAA", "", withFiles(from(4, 7.0))},
      {"A V1 00:00:00:08: It comes nearer than the handles asked for to what shows in \"A\" at 00:00:00:00, too"},

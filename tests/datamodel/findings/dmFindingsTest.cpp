@@ -119,6 +119,8 @@ TEST(Findings, PatternsMatchAsShellsMatchThem)
         {"", "?", false},
         {"abcabc", "*bc", true},
         {"abcab", "*bc", false},
+        {"caf\u00e9", "caf?", true}, // a character, however many bytes it takes
+        {"a\xff", "*", false},
     };
     for (const auto& row : rows)
         EXPECT_EQ(dmMatchesPattern(row.text, row.pattern), row.matches) << row.text << ' ' << row.pattern;

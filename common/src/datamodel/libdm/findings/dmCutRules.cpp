@@ -43,23 +43,26 @@ bool jumps(const DmShotView& a, const DmShotView& b, double most)
     return skip >= 1.0 - dmSourceTolerance && skip <= most + dmSourceTolerance;
 }
 
+/// Whether nothing is done to a shot but a change of its speed.
+bool isPlain(const DmShotView& shot)
+{
+    return shot.effects == 0 || (shot.effects == 1 && shot.isSteady() && shot.played.speed() != 1.0);
+}
+
 /// Whether a cut between two shots is there for what is done to them.
 bool areTreatedAlike(const DmShotView& a, const DmShotView& b)
 {
-    return a.isMuted == b.isMuted && a.effects == 0 && b.effects == 0;
+    return a.isMuted == b.isMuted && isPlain(a) && isPlain(b);
 }
 
 /// Whether nothing below a shot is seen: recorded pictures that nothing is done to but a change of speed. Graphics and
 /// titles, stills and generated pictures may let through what is below.
 bool covers(const DmShotView& shot)
 {
-    if (!dmIsPlaying(shot) || !shot.isMoving() || shot.segment->whatIs() != DM_SOURCE_NODE)
-        return false;
-    return shot.effects == 0 || (shot.effects == 1 && shot.isSteady() && shot.played.speed() != 1.0);
+    return dmIsPlaying(shot) && shot.isMoving() && shot.source && isPlain(shot);
 }
 
-/// Calls `use` with each picture of a composition that plays, and when it shows: nothing of another track lies over it
-/// then.
+/// Calls `use` with each picture of a composition that plays, and when other tracks lie over it.
 template <class Use>
 void forEachShown(const DmCutView& cut, const Use& use)
 {
@@ -81,7 +84,7 @@ void forEachShown(const DmCutView& cut, const Use& use)
         for (const DmShotView& shot : lane->shots)
         {
             if (dmIsPlaying(shot))
-                use(*lane, shot, above.beside(shot.seenIn(), shot.seenOut()));
+                use(*lane, shot, above);
             if (covers(shot))
                 ofTrack.add(shot.recIn, shot.recOut);
         }
@@ -132,15 +135,29 @@ private:
     const Shown* _second = nullptr;
 };
 
+/// Stretches that show and of which there may be others, by medium and source time.
 std::vector<Shown> shownOf(const DmCutView& cut)
 {
+    std::vector<int> uses; // of each medium
+    const auto isAsked = [](const DmShotView& shot) { return shot.medium >= 0 && shot.isSteady(); };
+    const auto useOf = [&uses](const DmShotView& shot) -> int&
+    {
+        const auto medium = static_cast<std::size_t>(shot.medium);
+        if (medium >= uses.size())
+            uses.resize(2 * medium + 1);
+        return uses[medium];
+    };
+    for (const DmLaneView& lane : cut.lanes)
+        for (const DmShotView& shot : lane.shots)
+            if (lane.isPicture && isAsked(shot))
+                ++useOf(shot);
     std::vector<Shown> all;
     forEachShown(cut,
-                 [&all](const DmLaneView& lane, const DmShotView& shot, const std::vector<DmIntervals::Interval>& shows)
+                 [&](const DmLaneView& lane, const DmShotView& shot, const DmIntervals& above)
                  {
-                     if (shot.medium < 0 || !shot.isSteady())
+                     if (!isAsked(shot) || useOf(shot) < 2)
                          return;
-                     for (const DmIntervals::Interval& each : shows)
+                     for (const DmIntervals::Interval& each : above.beside(shot.seenIn(), shot.seenOut()))
                      {
                          const double a = dmSourceAt(shot, each.in);
                          const double b = dmSourceAt(shot, each.out);
@@ -152,18 +169,24 @@ std::vector<Shown> shownOf(const DmCutView& cut)
     return all;
 }
 
-/// Joins a shot with the one behind it, and takes the cut between them away.
-eDmErrorId join(DmLayerNode& layer, DmSourceNode& first, const DmSourceNode& second)
+/// Joins a shot with the one behind it, and takes the cut between them away: together they play `played` frames. What
+/// plays backwards begins at its end, so it is the second that says where the material of both begins.
+eDmErrorId join(DmLayerNode& layer, DmSourceNode& first, const DmSourceNode& second, bool isReverse, double played)
 {
     for (int i = 0; i + 2 < layer.getNbChildren(); ++i)
     {
         if (layer.getChild(i) != &first || layer.getChild(i + 2) != &second)
             continue;
         const double length = first.getRecLength() + second.getRecLength();
-        DmSourceNode::Input* const input = first.getSrcInput();
         eDmErrorId status = first.setRecLength(length);
-        if (status == DM_NO_ERROR && input && input->getSrcLength() < first.getRelIn() + length)
-            status = input->setSrcLength(first.getRelIn() + length);
+        if (status == DM_NO_ERROR && isReverse)
+            status = first.setSrcInput(CoSharedPtr<DmSourceNode::Input>(second.getSrcInput()));
+        if (status == DM_NO_ERROR && isReverse)
+            status = first.setRelIn(second.getRelIn());
+        DmSourceNode::Input* const input = first.getSrcInput();
+        const double end = first.getRelIn() + std::max(length, played);
+        if (status == DM_NO_ERROR && input && input->getSrcLength() < end)
+            status = input->setSrcLength(end);
         const int count = layer.getNbChildren();
         if (status == DM_NO_ERROR && (layer.removeChild(i + 2) != count - 1 || layer.removeChild(i + 1) != count - 2))
             status = DM_CANNOT_LOCK;
@@ -189,42 +212,41 @@ const std::vector<DmRule>& dmCutRules()
                     " fine",
          .mending =
              "Take it out, or make it longer. No option does it: what is to be seen instead is a matter of taste.",
-         .find = dmEachLane(
-             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane)
+         .find = dmEachShot(
+             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
              {
-                 for (std::size_t i = 0; lane.isPicture && !cut.isNested && i < lane.shots.size(); ++i)
-                 {
-                     const DmShotView& first = lane.shots[i];
-                     while (i + 1 < lane.shots.size() && goesOn(lane.shots[i], lane.shots[i + 1]))
-                         ++i;
-                     const double seen = lane.shots[i].seenOut() - first.seenIn();
-                     if (dmIsPlaying(first) && seen > 0.0 && seen < run.options().flash - dmSourceTolerance)
-                         run.add(cut, lane, first, "It is seen for " + dmLengthText(seen, cut.fcm) + " only");
-                 }
+                 const DmShotView* const before = dmInFrontOf(lane, shot);
+                 if (!lane.isPicture || cut.isNested || !dmIsPlaying(shot) || (before && goesOn(*before, shot)))
+                     return;
+                 const DmShotView* last = &shot;
+                 while (last != &lane.shots.back() && goesOn(last[0], last[1]))
+                     ++last;
+                 const double seen = last->seenOut() - shot.seenIn();
+                 if (seen > 0.0 && seen < run.options().flash - dmSourceTolerance)
+                     run.add(cut, lane, shot, "It is seen for " + dmLengthText(seen, cut.fcm) + " only");
              })},
         {.code = "DM302",
          .name = "through-edit",
          .severity = DmFinding::Note,
          .line = "cuts at which the material goes on",
          .why = "Nobody sees such a cut, and everybody behind it has to: it makes two shots of one for grading, "
-                "effects and sound. Where effects lie on one of the pieces, the cut is there for them.",
+                "effects and sound. Where effects lie on one of the pieces, other than one speed on both, the cut is "
+                "there for "
+                "them.",
          .example = "A 0 to 50 | A 50 to 90              found\nA 0 to 50 | A 70 to 90              fine",
          .mending = "Join the pieces. `--unsafe-fixes` does it; marks and ids of the second piece are lost.",
-         .find = dmEachLane(
-             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane)
+         .find = dmEachShot(
+             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
              {
-                 for (std::size_t i = 1; i < lane.shots.size(); ++i)
-                 {
-                     const DmShotView& a = lane.shots[i - 1];
-                     const DmShotView& b = lane.shots[i];
-                     if (!goesOn(a, b) || !areTreatedAlike(a, b))
-                         continue;
-                     const auto added = run.add(cut, lane, b, "At the cut in front of it the material goes on");
-                     // A piece that plays backwards begins at its end: which one it is joined to is another matter.
-                     if (a.source && b.source && !a.isCarried && !b.isCarried && !a.played.isReverse())
-                         added.mend(Mending::Unsafe, [layer = dmToChange(lane.layer), one = dmToChange(a.source),
-                                                      two = dmToChange(b.source)] { return join(*layer, *one, *two); });
-                 }
+                 const DmShotView* const before = dmInFrontOf(lane, shot);
+                 if (!before || !goesOn(*before, shot) || !areTreatedAlike(*before, shot))
+                     return;
+                 const auto added = run.add(cut, lane, shot, "At the cut in front of it the material goes on");
+                 if (before->source && shot.source && !before->isCarried && !shot.isCarried)
+                     added.mend(Mending::Unsafe, [layer = dmToChange(lane.layer), one = dmToChange(before->source),
+                                                  two = dmToChange(shot.source), isReverse = shot.played.isReverse(),
+                                                  played = before->played.length() + shot.played.length()]
+                                { return join(*layer, *one, *two, isReverse, played); });
              })},
         {.code = "DM303",
          .name = "jump-cut",
@@ -236,22 +258,18 @@ const std::vector<DmRule>& dmCutRules()
          .mending = "Trim one side so that the material goes on, or cut away between them. No option does it: either "
                     "side, or the jump, "
                     "may be what is meant.",
-         .find = dmEachLane(
-             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane)
+         .find = dmEachShot(
+             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
              {
-                 for (std::size_t i = 1; lane.isPicture && i < lane.shots.size(); ++i)
-                 {
-                     const DmShotView& a = lane.shots[i - 1];
-                     const DmShotView& b = lane.shots[i];
-                     if (!jumps(a, b, run.options().jump))
-                         continue;
-                     const double skip = skipped(a, b);
-                     run.add(cut, lane, b,
-                             skip > 0.0
-                                 ? "At the cut in front of it the material skips " + dmLengthText(skip, b.played.fcm())
-                                 : "At the cut in front of it " + dmLengthText(-skip, b.played.fcm()) +
-                                       " of the material show twice");
-                 }
+                 const DmShotView* const before = dmInFrontOf(lane, shot);
+                 if (!lane.isPicture || !before || !jumps(*before, shot, run.options().jump))
+                     return;
+                 const double skip = skipped(*before, shot);
+                 const DM::FrameCodeModes fcm = shot.played.fcm();
+                 run.add(cut, lane, shot,
+                         skip > 0.0
+                             ? "At the cut in front of it the material skips " + dmLengthText(skip, fcm)
+                             : "At the cut in front of it " + dmLengthText(-skip, fcm) + " of the material show twice");
              })},
         {.code = "DM304",
          .name = "black",
@@ -372,14 +390,15 @@ const std::vector<DmRule>& dmCutRules()
          {
              for (const DmCutView& cut : run.cuts())
                  forEachShown(cut,
-                              [&](const DmLaneView& lane, const DmShotView& shot,
-                                  const std::vector<DmIntervals::Interval>& shows)
+                              [&](const DmLaneView& lane, const DmShotView& shot, const DmIntervals& above)
                               {
-                                  if (shows.empty() && shot.seenOut() > shot.seenIn())
-                                      run.add(cut, lane, shot, "It lies wholly under picture of another track")
-                                          .mend(Mending::Unsafe,
-                                                [layer = dmToChange(lane.layer), standing = dmToChange(shot.standing)]
-                                                { return dmMakeGap(*layer, *standing); });
+                                  if (above.isEmpty() || !(shot.seenOut() > shot.seenIn()) ||
+                                      !above.beside(shot.seenIn(), shot.seenOut()).empty())
+                                      return;
+                                  run.add(cut, lane, shot, "It lies wholly under picture of another track")
+                                      .mend(Mending::Unsafe,
+                                            [layer = dmToChange(lane.layer), standing = dmToChange(shot.standing)]
+                                            { return dmMakeGap(*layer, *standing); });
                               });
          }},
         {.code = "DM309",

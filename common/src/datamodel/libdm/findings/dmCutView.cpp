@@ -1,6 +1,7 @@
 #include "dmCutView.h"
 
 #include "dmElementImp.h"
+#include "dmFirstsImp.h"
 #include "dmGapNode.h"
 #include "dmRulesImp.h"
 #include "dmSourceInput.h"
@@ -9,9 +10,7 @@
 #include "dmUtf8.h"
 
 #include <algorithm>
-#include <functional>
-#include <tuple>
-#include <unordered_map>
+#include <unordered_set>
 
 namespace
 {
@@ -24,37 +23,36 @@ std::wstring_view lastPart(std::wstring_view path)
     return slash == path.npos ? path : path.substr(slash + 1);
 }
 
-/// Gives media their numbers. The texts stay with the nodes.
+/// Gives media their numbers.
 class MediumNumbers
 {
 public:
+    explicit MediumNumbers(std::size_t mostShots)
+        : _firsts(mostShots)
+    {
+    }
+
     int of(const DmSegmentNode& segment, const DmSourceNames& names)
     {
         if (!names.path.empty())
-            return number({names.path, {}, 0});
+            return number({.text = names.path, .kind = 0});
         if (!names.file.empty())
-            return number({names.file, {}, 1});
+            return number({.text = names.file, .kind = 1});
         const DmString& clip = segment.getName();
         if (!names.reel.empty() && !clip.empty() && clip != L"untitled")
-            return number({names.reel, clip.view(), 2});
+            return number({.text = names.reel, .second = clip.view(), .kind = 2});
         return -1;
     }
 
 private:
-    using Key = std::tuple<std::wstring_view, std::wstring_view, int>;
-    struct Hash
+    int number(const DmFirstsKey& key)
     {
-        std::size_t operator()(const Key& key) const
-        {
-            const std::hash<std::wstring_view> hash;
-            return hash(std::get<0>(key)) * 31 + hash(std::get<1>(key)) * 3 +
-                   static_cast<std::size_t>(std::get<2>(key));
-        }
-    };
+        const int next = static_cast<int>(_firsts.size());
+        const int* const known = _firsts.add(key, next);
+        return known ? *known : next;
+    }
 
-    int number(const Key& key) { return _numbers.try_emplace(key, static_cast<int>(_numbers.size())).first->second; }
-
-    std::unordered_map<Key, int, Hash> _numbers;
+    DmFirsts<int> _firsts;
 };
 
 std::string trackName(const DmTrackNode& track, int positionOfKind)
@@ -72,19 +70,17 @@ const DmSourceNode* carriedBy(const DmSegmentNode& segment)
 }
 
 /// The shot's source and what it says of its media.
-void addSource(DmShotView& shot, MediumNumbers& media)
+void addSource(DmShotView& shot)
 {
     shot.isMuted = shot.segment->getMuted();
     shot.effects = shot.segment->getEffects().count();
     shot.source = shot.segment->whatIs() == DM_SOURCE_NODE ? static_cast<const DmSourceNode*>(shot.segment) : nullptr;
     shot.input = shot.source ? shot.source->getSrcInput() : nullptr;
     shot.media = dynamic_cast<const DmSourceNode::MediaInput*>(shot.input);
-    shot.names = DmSourceNames(*shot.segment);
-    if (shot.material.kind == DmMaterial::Kind::Moving || shot.material.kind == DmMaterial::Kind::Still)
-        shot.medium = media.of(*shot.segment, shot.names);
+    shot.names = DmSourceNames(shot.input, shot.media);
 }
 
-void addShots(DmLaneView& lane, DM::FrameCodeModes fcm, MediumNumbers& media)
+void addShots(DmLaneView& lane, DM::FrameCodeModes fcm)
 {
     const int count = lane.layer->getNbChildren();
     lane.elements.reserve(static_cast<std::size_t>(count));
@@ -111,8 +107,18 @@ void addShots(DmLaneView& lane, DM::FrameCodeModes fcm, MediumNumbers& media)
         lane.shots.push_back({&segment, standing, i, segment.whatIs() == DM_GAP_NODE, carried != nullptr,
                               standing->getRecIn(), standing->getRecOut(), beside.before, beside.behind,
                               DmPlayed(segment, fcm), dmMaterialOf(segment, fcm, beside)});
-        addSource(lane.shots.back(), media);
+        addSource(lane.shots.back());
     }
+}
+
+void numberMedia(std::vector<DmCutView>& cuts)
+{
+    MediumNumbers numbers(dmCountShots(cuts));
+    for (DmCutView& cut : cuts)
+        for (DmLaneView& lane : cut.lanes)
+            for (DmShotView& shot : lane.shots)
+                if (shot.material.kind == DmMaterial::Kind::Moving || shot.material.kind == DmMaterial::Kind::Still)
+                    shot.medium = numbers.of(*shot.segment, shot.names);
 }
 
 } // namespace
@@ -158,8 +164,14 @@ std::string DmLaneView::subjectAround(std::vector<DmShotView>::const_iterator be
 
 DmSourceNames::DmSourceNames(const DmSegmentNode& segment)
 {
-    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
-    const DmSourceNode::Input* const input = source ? source->getSrcInput() : nullptr;
+    if (segment.whatIs() != DM_SOURCE_NODE)
+        return;
+    const DmSourceNode::Input* const input = static_cast<const DmSourceNode&>(segment).getSrcInput();
+    *this = DmSourceNames(input, dynamic_cast<const DmSourceNode::MediaInput*>(input));
+}
+
+DmSourceNames::DmSourceNames(const DmSourceNode::Input* input, const DmSourceNode::MediaInput* media)
+{
     if (!input)
         return;
     if (const DmSourceInfo* const info = input->getSrcInfo())
@@ -170,10 +182,13 @@ DmSourceNames::DmSourceNames(const DmSegmentNode& segment)
         file = path.empty() ? info->getName().view() : lastPart(path);
         reel = info->getReelName().view();
     }
-    if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(input); derived && reel.empty())
-        reel = derived->getReelName().view();
-    if (const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(input))
-        reel = relinked->getReelName().view();
+    if (!media)
+    {
+        if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(input); derived && reel.empty())
+            reel = derived->getReelName().view();
+        if (const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(input))
+            reel = relinked->getReelName().view();
+    }
     if (reel == L"AX" || reel == L"ax" || reel == L"BL" || reel == L"bl")
         reel = {};
 }
@@ -213,7 +228,7 @@ public:
                 if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(j)))
                 {
                     DmLaneView lane{track, layer, i, j, trackName(*track, number), isPicture, {}, {}};
-                    addShots(lane, cut.fcm, _media);
+                    addShots(lane, cut.fcm);
                     cut.lanes.push_back(std::move(lane));
                 }
         }
@@ -229,7 +244,6 @@ private:
     void addCollection() { _views._collections.push_back({path()->node(), path()->text()}); }
 
     DmCutViews& _views;
-    MediumNumbers _media;
     std::unordered_set<const DmCompositionNode*> _known;
 };
 
@@ -239,4 +253,5 @@ DmCutViews::DmCutViews(const DmTreeNode& tree)
     // Visitors are given nodes to change: this one changes none. What stands below itself is noted on the way.
     static_cast<void>(
         DmPreIt(const_cast<DmTreeNode*>(&tree), {.intoContainers = true, .sharedOnce = true}).apply(collector));
+    numberMedia(_cuts);
 }

@@ -26,6 +26,8 @@ struct ZR_DM_API DmSourceNames
 {
     DmSourceNames() = default;
     explicit DmSourceNames(const DmSegmentNode& segment);
+    /// Of an input, or of null; `media` is the same, where it is one.
+    DmSourceNames(const DmSourceNode::Input* input, const DmSourceNode::MediaInput* media);
 
     std::wstring_view path;
     std::wstring_view file; ///< a file's name without its folder

@@ -51,7 +51,7 @@ const char* dmFindingGroup(std::string_view code)
     return "added";
 }
 
-bool dmMatchesPattern(std::string_view text, std::string_view pattern)
+bool dmMatchesPattern(std::wstring_view text, std::wstring_view pattern)
 {
     std::size_t t = 0;
     std::size_t p = 0;
@@ -59,12 +59,12 @@ bool dmMatchesPattern(std::string_view text, std::string_view pattern)
     std::size_t from = 0;
     while (t < text.size())
     {
-        if (p < pattern.size() && pattern[p] == '*')
+        if (p < pattern.size() && pattern[p] == L'*')
         {
             star = p++;
             from = t;
         }
-        else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == text[t]))
+        else if (p < pattern.size() && (pattern[p] == L'?' || pattern[p] == text[t]))
         {
             ++p;
             ++t;
@@ -77,7 +77,15 @@ bool dmMatchesPattern(std::string_view text, std::string_view pattern)
         else
             return false;
     }
-    return pattern.find_first_not_of('*', p) == pattern.npos;
+    return pattern.find_first_not_of(L'*', p) == pattern.npos;
+}
+
+bool dmMatchesPattern(std::string_view text, std::string_view pattern)
+{
+    DmString wideText;
+    DmString widePattern;
+    return dmFromUtf8(text, wideText) && dmFromUtf8(pattern, widePattern) &&
+           dmMatchesPattern(wideText.view(), widePattern.view());
 }
 
 std::string dmRulePage(const DmRule& rule)
@@ -103,10 +111,43 @@ std::string dmRulePage(const DmRule& rule)
 
 // A run
 
-DmRuleRun::DmRuleRun(const DmTreeNode& tree, const DmFindingOptions& options)
+DmRuleRun::DmRuleRun(const DmTreeNode& tree, const DmFindingOptions& options, std::vector<const DmRule*> rules)
     : _views(tree)
     , _options(options)
+    , _rules(std::move(rules))
 {
+}
+
+template <class Function, class... Place>
+void DmRuleRun::call(const std::vector<Of<Function>>& all, const Place&... place)
+{
+    for (const Of<Function>& each : all)
+    {
+        _rule = each.rule;
+        each.function(*this, place...);
+    }
+}
+
+void DmRuleRun::look()
+{
+    for (_rule = 0; _rule < _rules.size(); ++_rule)
+        _rules[_rule]->find(*this);
+    // Shot by shot, and not rule by rule: what a shot is made of lies in a dozen places of memory, which are fetched
+    // once for all rules.
+    for (const DmCutView& cut : cuts())
+        for (const DmLaneView& lane : cut.lanes)
+        {
+            auto shot = lane.shots.begin();
+            for (int i = 0; i < static_cast<int>(lane.elements.size()); ++i)
+            {
+                call(_seeElement, cut, lane, i);
+                if (shot != lane.shots.end() && shot->position == i)
+                    call(_seeShot, cut, lane, *shot++);
+            }
+        }
+    call(_atEnd);
+    std::ranges::stable_sort(
+        _items, {}, [](const Item& item) { return std::tuple(item.cut, item.lane, item.position, item.rule); });
 }
 
 const DmRuleRun::Added& DmRuleRun::Added::mend(Mending kind, std::function<eDmErrorId()> how) const
@@ -120,8 +161,9 @@ const DmRuleRun::Added& DmRuleRun::Added::mend(Mending kind, std::function<eDmEr
 DmRuleRun::Item& DmRuleRun::addItem(std::string text)
 {
     Item& item = _items.emplace_back();
-    item.finding.code = _rule->code;
-    item.finding.severity = _rule->severity;
+    item.rule = _rule;
+    item.finding.code = _rules[_rule]->code;
+    item.finding.severity = _rules[_rule]->severity;
     item.finding.text = std::move(text);
     return item;
 }
@@ -147,7 +189,6 @@ DmRuleRun::Added DmRuleRun::add(const DmCutView& cut, std::string text, std::opt
 void DmRuleRun::setTime(const DmCutView& cut, const DmLaneView* lane, double time)
 {
     Item& item = _items.back();
-    item.time = time;
     item.finding.record = cut.composition->getRecordLabel(time);
     if (const auto picture = std::ranges::find_if(cut.lanes, &DmLaneView::isPicture);
         !lane && picture != cut.lanes.end())
@@ -287,16 +328,10 @@ std::vector<std::string> DmFindings::unknownWords() const
 
 DmRuleRun DmFindings::run(const DmTreeNode& tree) const
 {
-    DmRuleRun run(tree, _options);
-    for (const DmRule* const rule : rules())
-    {
-        if (!isOn(rule->code))
-            continue;
-        run._rule = rule;
-        rule->find(run);
-    }
-    std::ranges::stable_sort(
-        run._items, {}, [](const DmRuleRun::Item& item) { return std::tuple(item.cut, item.lane, item.position); });
+    std::vector<const DmRule*> on = rules();
+    std::erase_if(on, [this](const DmRule* rule) { return !isOn(rule->code); });
+    DmRuleRun run(tree, _options, std::move(on));
+    run.look();
     return run;
 }
 

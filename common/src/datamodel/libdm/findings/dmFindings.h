@@ -26,7 +26,6 @@
 #include "dmFinding.h"
 
 #include <functional>
-#include <limits>
 #include <optional>
 #include <span>
 #include <string>
@@ -103,6 +102,17 @@ public:
     const DmCutViews& views() const { return _views; }
     const DmFindingOptions& options() const { return _options; }
 
+    // Places, for a rule's function that does not look for itself: it is shown each, in the order of the tree. All
+    // rules look in one walk, behind the last rule's function.
+
+    using SeeElement = std::function<void(DmRuleRun&, const DmCutView&, const DmLaneView&, int position)>;
+    using SeeShot = std::function<void(DmRuleRun&, const DmCutView&, const DmLaneView&, const DmShotView&)>;
+    /// Each child of each layer, of any kind or null.
+    void eachElement(SeeElement see) { _seeElement.push_back({_rule, std::move(see)}); }
+    void eachShot(SeeShot see) { _seeShot.push_back({_rule, std::move(see)}); }
+    /// What is left to say when all has been seen.
+    void atEnd(std::function<void(DmRuleRun&)> say) { _atEnd.push_back({_rule, std::move(say)}); }
+
     // A finding of the rule that runs, good until the next one
 
     /// At a shot.
@@ -127,21 +137,37 @@ private:
     struct Item
     {
         DmFinding finding;
+        std::size_t rule;
         int cut = -1;
         int lane = -1;
-        double time = -std::numeric_limits<double>::infinity();
         int position = -1;
         Mending kind = Mending::Unsafe;
         std::function<eDmErrorId()> how;
     };
 
-    DmRuleRun(const DmTreeNode& tree, const DmFindingOptions& options);
+    /// What a rule asks to be called for.
+    template <class Function>
+    struct Of
+    {
+        std::size_t rule;
+        Function function;
+    };
+
+    DmRuleRun(const DmTreeNode& tree, const DmFindingOptions& options, std::vector<const DmRule*> rules);
+    /// All rules over the tree.
+    void look();
+    template <class Function, class... Place>
+    void call(const std::vector<Of<Function>>& all, const Place&... place);
     Item& addItem(std::string text);
     void setTime(const DmCutView& cut, const DmLaneView* lane, double time);
 
     DmCutViews _views;
     const DmFindingOptions& _options;
-    const DmRule* _rule = nullptr;
+    std::vector<const DmRule*> _rules;
+    std::size_t _rule = 0; ///< that runs
+    std::vector<Of<SeeElement>> _seeElement;
+    std::vector<Of<SeeShot>> _seeShot;
+    std::vector<Of<std::function<void(DmRuleRun&)>>> _atEnd;
     std::vector<Item> _items;
 };
 
@@ -187,4 +213,6 @@ ZR_DM_API const char* dmFindingGroup(std::string_view code);
 /// The page of a rule, as Markdown.
 ZR_DM_API std::string dmRulePage(const DmRule& rule);
 /// Whether a text is as the pattern says, in which * stands for any text and ? for any character.
+ZR_DM_API bool dmMatchesPattern(std::wstring_view text, std::wstring_view pattern);
+/// Of UTF-8; false for what is none.
 ZR_DM_API bool dmMatchesPattern(std::string_view text, std::string_view pattern);

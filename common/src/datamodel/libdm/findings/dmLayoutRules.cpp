@@ -57,38 +57,31 @@ const std::vector<DmRule>& dmLayoutRules()
                 "the hole, and every shot behind it moves.",
          .example = "A to 100, then B from 110           found\nA to 100, a gap, B from 110         fine",
          .mending = "Put a gap there. `--fix` does it.",
-         .find = dmEachLane(
-             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane)
+         .find = dmEachShot(
+             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
              {
-                 double end = lane.layer->getLayerStartTC();
-                 bool isTransition = false;
-                 for (int i = 0; i < static_cast<int>(lane.elements.size()); ++i)
-                 {
-                     if (const DmTransitionNode* const transition = lane.at(i).transition)
-                         isTransition = transition->whatIs() == DM_TRX_EFFECT_NODE;
-                     const DmSegmentNode* const segment = lane.at(i).segment;
-                     if (!segment)
-                         continue;
-                     // Without a length, the layer does not say where it begins.
-                     const bool isSaid = i != 0 || lane.layer->getLayerLength() > 0.0;
-                     if (isSaid && !isTransition && isHole(end, segment->getRecIn()))
-                         run.add(cut, lane, i,
-                                 "In front of it nothing fills " + dmLengthText(segment->getRecIn() - end, cut.fcm))
-                             .mend(Mending::Safe,
-                                   [layer = dmToChange(lane.layer), node = dmToChange(segment), end]
-                                   {
-                                       const eDmErrorId status = dmInsertBefore(
-                                           *layer, node.get(),
-                                           DmGapNode::create(node->getMediaType(), end, node->getRecIn() - end));
-                                       return status == DM_NO_ERROR
-                                                  ? dmInsertBefore(
-                                                        *layer, node.get(),
-                                                        DmCutNode::create(node->getMediaType(), node->getRecIn()))
-                                                  : status;
-                                   });
-                     end = segment->getRecOut();
-                     isTransition = false;
-                 }
+                 const DmTransitionNode* const transition = lane.at(shot.position - 1).transition;
+                 if (transition && transition->whatIs() == DM_TRX_EFFECT_NODE)
+                     return;
+                 const DmShotView* const previous = dmInFrontOf(lane, shot);
+                 // Without a length, the layer does not say where it begins.
+                 if (shot.position == 0 && !(lane.layer->getLayerLength() > 0.0))
+                     return;
+                 const double end = previous ? previous->recOut : lane.layer->getLayerStartTC();
+                 if (isHole(end, shot.recIn))
+                     run.add(cut, lane, shot.position,
+                             "In front of it nothing fills " + dmLengthText(shot.recIn - end, cut.fcm))
+                         .mend(Mending::Safe,
+                               [layer = dmToChange(lane.layer), node = dmToChange(shot.standing), end]
+                               {
+                                   const eDmErrorId status = dmInsertBefore(
+                                       *layer, node.get(),
+                                       DmGapNode::create(node->getMediaType(), end, node->getRecIn() - end));
+                                   return status == DM_NO_ERROR ? dmInsertBefore(*layer, node.get(),
+                                                                                 DmCutNode::create(node->getMediaType(),
+                                                                                                   node->getRecIn()))
+                                                                : status;
+                               });
              })},
         {.code = "DM113",
          .name = "cut-place",
@@ -206,35 +199,37 @@ const std::vector<DmRule>& dmLayoutRules()
          .why = "No program finds a frame at such a time, and a label has two digits for its hours.",
          .example = "a shot at 2147483647                found\na shot at 23:59:59:24               fine",
          .mending = "Find out what was meant: no option can.",
-         .find = dmEachLane(
-             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane)
+         .find = dmEachElement(
+             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, int i)
              {
                  constexpr double hours = 100.0 * 3600.0;
-                 unsigned num = 0;
-                 unsigned den = 1;
-                 const bool hasRate = DM::FcmUtil::getRational(cut.fcm, num, den, false) && den != 0;
-                 const double most = hours * (hasRate ? static_cast<double>(num) / den : 120.0);
-                 const auto look = [&](int i, const auto& element)
+                 const auto look = [&](const auto& element)
                  {
-                     const std::pair<const char*, double> times[] = {{"Its record time", element.getRecIn()},
-                                                                     {"Its length", element.getRecLength()},
-                                                                     {"Its in-time", element.getRelIn()}};
-                     const auto isWrong = [most](const auto& each) { return !(std::abs(each.second) < most); };
+                     const double times[] = {element.getRecIn(), element.getRecLength(), element.getRelIn()};
+                     static constexpr const char* names[] = {"Its record time", "Its length", "Its in-time"};
+                     constexpr double lowest = hours * 10.0; // of all rates
+                     const auto isPlain = [](double time) { return std::abs(time) < lowest; };
+                     if (std::ranges::all_of(times, isPlain))
+                         return;
+                     unsigned num = 0;
+                     unsigned den = 1;
+                     const bool hasRate = DM::FcmUtil::getRational(cut.fcm, num, den, false) && den != 0;
+                     const double most = hours * (hasRate ? static_cast<double>(num) / den : 120.0);
+                     const auto isWrong = [most](double time) { return !(std::abs(time) < most); };
                      const auto* const wrong = std::ranges::find_if(times, isWrong);
                      if (wrong == std::end(times))
                          return;
-                     const bool isNumber = std::isfinite(wrong->second);
+                     const bool isNumber = std::isfinite(*wrong);
                      const auto added = run.add(cut, lane, i,
-                                                std::string(wrong->first) +
+                                                std::string(names[wrong - times]) +
                                                     (isNumber ? " is beyond what labels can say" : " is no number"));
                      if (!isNumber)
                          added->record = "";
                  };
-                 for (int i = 0; i < static_cast<int>(lane.elements.size()); ++i)
-                     if (const DmElementView element = lane.at(i); element.segment)
-                         look(i, *element.segment);
-                     else if (element.transition)
-                         look(i, *element.transition);
+                 if (const DmElementView element = lane.at(i); element.segment)
+                     look(*element.segment);
+                 else if (element.transition)
+                     look(*element.transition);
              })},
         {.code = "DM118",
          .name = "source-length",

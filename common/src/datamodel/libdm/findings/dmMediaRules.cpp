@@ -1,4 +1,5 @@
 // Rules about media: whether others find them, and whether they are what the composition is.
+#include "dmFirstsImp.h"
 #include "dmRulesImp.h"
 
 #include "dmSourceInput.h"
@@ -8,11 +9,12 @@
 #include <cmath>
 #include <filesystem>
 #include <map>
+#include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <system_error>
-#include <tuple>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace
@@ -21,36 +23,38 @@ namespace
 /// How many names a sum tells.
 constexpr std::size_t mostNames = 5;
 
-/// Calls `use` with each shot that plays recorded media, and its input.
+/// Lets a rule see each shot that plays recorded media, and its input.
 template <class Use>
-void forEachRecorded(const DmRuleRun& run, const Use& use)
+void eachRecorded(DmRuleRun& run, Use use)
 {
-    dmForEachShot(run,
-                  [&use](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
-                  {
-                      if (shot.input && shot.material.kind != DmMaterial::Kind::Generated)
-                          use(cut, lane, shot, *shot.input);
-                  });
+    run.eachShot(
+        [use](DmRuleRun& each, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
+        {
+            if (shot.input && shot.material.kind != DmMaterial::Kind::Generated)
+                use(each, cut, lane, shot);
+        });
 }
 
-/// The same once a path, which is a medium's number.
+/// Lets a rule see the first shot of each path, which is a medium's number.
 template <class Use>
-void forEachPath(const DmRuleRun& run, const Use& use)
+auto dmEachPath(Use use)
 {
-    std::vector<bool> known;
-    forEachRecorded(
-        run,
-        [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot, const DmSourceNode::Input& /*input*/)
-        {
-            if (shot.names.path.empty() || shot.medium < 0)
-                return;
-            const auto number = static_cast<std::size_t>(shot.medium);
-            if (number >= known.size())
-                known.resize(2 * number + 1);
-            if (!known[number])
-                use(cut, lane, shot, dmUtf8(shot.names.path));
-            known[number] = true;
-        });
+    return [use](DmRuleRun& run)
+    {
+        eachRecorded(run,
+                     [use, known = std::make_shared<std::vector<bool>>()](
+                         DmRuleRun& each, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
+                     {
+                         if (shot.names.path.empty() || shot.medium < 0)
+                             return;
+                         const auto number = static_cast<std::size_t>(shot.medium);
+                         if (number >= known->size())
+                             known->resize(2 * number + 1);
+                         if (!(*known)[number])
+                             use(each, cut, lane, shot, shot.names.path);
+                         (*known)[number] = true;
+                     });
+    };
 }
 
 /// Things that are told together: the first shot with each, and all names.
@@ -86,18 +90,36 @@ private:
     std::size_t _unnamed = 0;
 };
 
-/// "3 sources are 720x576, the composition is 1920x1080: A, B, C".
-void reportOthers(DmRuleRun& run, const std::map<std::pair<int, std::string>, Sum>& others, const char* what)
+/// A rule that tells in one finding of which recorded media something holds: `name` gives the name to add, or none.
+/// `said` is what follows "3 reels".
+template <class Name>
+auto dmSumOfRecorded(const char* noun, std::pair<const char*, const char*> said, Name name)
 {
-    for (const auto& [key, sum] : others)
-        run.add(sum.cut(), dmCountText(sum.count(), "source") + (sum.count() == 1 ? " has " : " have ") + what +
-                               key.second + (sum.names().empty() ? "" : ": ") + sum.names());
+    return [=](DmRuleRun& run)
+    {
+        const auto sum = std::make_shared<Sum>();
+        eachRecorded(
+            run,
+            [sum, name](DmRuleRun& each, const DmCutView& cut, const DmLaneView& /*lane*/, const DmShotView& shot)
+            {
+                if (std::optional<std::string> named = name(each, shot))
+                    sum->add(cut, std::move(*named));
+            });
+        run.atEnd(
+            [sum, noun, said](DmRuleRun& each)
+            {
+                if (!sum->isEmpty())
+                    each.add(sum->cut(), dmCountText(sum->count(), noun) +
+                                             (sum->count() == 1 ? said.first : said.second) +
+                                             (sum->names().empty() ? "" : ": ") + sum->names());
+            });
+    };
 }
 
 /// Names that say a number with a pattern stand for many files.
-bool isPatternOfFiles(std::string_view path)
+bool isPatternOfFiles(std::wstring_view path)
 {
-    return path.find_first_of("%#*?[{") != path.npos;
+    return path.find_first_of(L"%#*?[{") != path.npos;
 }
 
 bool isThere(const std::string& path, const std::string& root)
@@ -111,31 +133,43 @@ bool isThere(const std::string& path, const std::string& root)
 }
 
 /// What other systems do not take in names of files: empty where there is nothing.
-std::string oddIn(std::string_view path)
+std::string oddIn(std::wstring_view path)
 {
-    if (const std::size_t scheme = path.find("://"); scheme != path.npos)
+    if (const std::size_t scheme = path.find(L"://"); scheme != path.npos)
         path.remove_prefix(scheme + 3);
-    else if (path.size() > 1 && path[1] == ':')
+    else if (path.size() > 1 && path[1] == L':')
         path.remove_prefix(2);
-    for (const char c : path)
+    for (const wchar_t c : path)
     {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
+        if (c < 0x20 || c == 0x7F)
             return "a control character";
-        if (std::string_view("<>:\"|?*").find(c) != std::string_view::npos)
-            return std::string("the character ") + c;
+        if (std::wstring_view(L"<>:\"|?*").find(c) != std::wstring_view::npos)
+            return std::string("the character ") + static_cast<char>(c);
     }
     std::size_t begin = 0;
     while (begin <= path.size())
     {
-        const std::size_t end = std::min(path.find_first_of("/\\", begin), path.size());
-        const std::string_view part = path.substr(begin, end - begin);
-        if (!part.empty() && (part.front() == ' ' || part.back() == ' '))
+        const std::size_t end = std::min(path.find_first_of(L"/\\", begin), path.size());
+        const std::wstring_view part = path.substr(begin, end - begin);
+        if (!part.empty() && (part.front() == L' ' || part.back() == L' '))
             return "a blank at the end of a name";
-        if (part.size() > 2 && part.back() == '.')
+        if (part.size() > 2 && part.back() == L'.')
             return "a dot at the end of a name";
         begin = end + 1;
     }
     return {};
+}
+
+/// Patterns of UTF-8, as paths and names are compared with; of bytes that are none, what matches nothing.
+std::vector<std::wstring> wideOf(const std::vector<std::string>& patterns)
+{
+    std::vector<std::wstring> all;
+    for (const std::string& pattern : patterns)
+    {
+        DmString wide;
+        all.emplace_back(dmFromUtf8(pattern, wide) ? wide.view() : std::wstring_view());
+    }
+    return all;
 }
 
 bool isCarriedByCmx(std::wstring_view reel, std::size_t length)
@@ -143,42 +177,60 @@ bool isCarriedByCmx(std::wstring_view reel, std::size_t length)
     return reel.size() <= length && std::ranges::all_of(reel, [](wchar_t c) { return c > L' ' && c < wchar_t(0x7F); });
 }
 
-std::string sizeOf(const DmFrameResolution* format)
+// What formats say: what is not said is a value of its type's default.
+
+std::pair<int, int> sizeOf(const DmFrameResolution* format)
 {
-    int width = 0;
-    int height = 0;
+    std::pair<int, int> size;
     if (format)
     {
-        format->getWidth(width);
-        format->getHeight(height);
+        format->getWidth(size.first);
+        format->getHeight(size.second);
     }
-    return width > 0 && height > 0 ? std::to_string(width) + 'x' + std::to_string(height) : std::string();
+    return size.first > 0 && size.second > 0 ? size : std::pair<int, int>();
 }
 
-std::string colourSpaceOf(const DmFrameResolution* format)
+std::wstring colourSpaceOf(const DmFrameResolution* format)
 {
     DmString name;
     if (format)
         format->getColorSpace(name);
-    return dmUtf8(name);
+    return std::wstring(name.view());
 }
 
-/// Reports what of its format a source says otherwise than its composition: `value` gives both, as text.
-template <class Value>
-void compareFormats(DmRuleRun& run, bool isPicture, const char* what, const Value& value)
+long samplingRateOf(double rate)
 {
-    std::map<std::pair<int, std::string>, Sum> others;
-    forEachRecorded(
-        run,
-        [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot, const DmSourceNode::Input& input)
-        {
-            if (lane.isPicture != isPicture)
-                return;
-            const auto [own, composition] = value(*cut.composition, input);
-            if (!own.empty() && !composition.empty() && own != composition)
-                others[{cut.index, own + ", the composition " + composition}].add(cut, dmUtf8(shot.name()));
-        });
-    reportOthers(run, others, what);
+    return rate > 0.0 ? std::lround(rate) : 0;
+}
+
+/// A rule about what sources say of their format otherwise than their composition: `values` gives both, `text` tells
+/// one.
+template <class Values, class Text>
+auto dmOtherFormat(bool isPicture, const char* what, Values values, Text text)
+{
+    return [=](DmRuleRun& run)
+    {
+        using Others = std::map<std::pair<int, std::string>, Sum>;
+        const auto others = std::make_shared<Others>();
+        eachRecorded(run,
+                     [=](DmRuleRun& /*each*/, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
+                     {
+                         if (lane.isPicture != isPicture)
+                             return;
+                         const auto both = values(*cut.composition, *shot.input);
+                         const decltype(both.first) unsaid{};
+                         if (both.first != unsaid && both.second != unsaid && both.first != both.second)
+                             (*others)[{cut.index, text(both.first) + ", the composition " + text(both.second)}].add(
+                                 cut, dmUtf8(shot.name()));
+                     });
+        run.atEnd(
+            [others, what](DmRuleRun& each)
+            {
+                for (const auto& [key, sum] : *others)
+                    each.add(sum.cut(), dmCountText(sum.count(), "source") + (sum.count() == 1 ? " has " : " have ") +
+                                            what + key.second + (sum.names().empty() ? "" : ": ") + sum.names());
+            });
+    };
 }
 
 } // namespace
@@ -193,22 +245,14 @@ const std::vector<DmRule>& dmMediaRules()
                 "know. All of them are one finding.",
          .example = "reel AX, no file                    found\nreel A001C003                       fine",
          .mending = "Export the list again with reels or file names, or relink the clips: no option knows them.",
-         .find =
-             [](DmRuleRun& run)
-         {
-             Sum sum;
-             forEachRecorded(run,
-                             [&sum](const DmCutView& cut, const DmLaneView& /*lane*/, const DmShotView& shot,
-                                    const DmSourceNode::Input& /*input*/)
-                             {
-                                 const DmSourceNames& names = shot.names;
-                                 if (names.path.empty() && names.file.empty() && names.reel.empty())
-                                     sum.add(cut, dmUtf8(shot.name()));
-                             });
-             if (!sum.isEmpty())
-                 run.add(sum.cut(), dmCountText(sum.count(), "source") + (sum.count() == 1 ? " has" : " have") +
-                                        " neither reel nor path" + (sum.names().empty() ? "" : ": ") + sum.names());
-         }},
+         .find = dmSumOfRecorded("source", {" has neither reel nor path", " have neither reel nor path"},
+                                 [](const DmRuleRun& /*run*/, const DmShotView& shot)
+                                 {
+                                     const DmSourceNames& names = shot.names;
+                                     const bool isSaid =
+                                         !names.path.empty() || !names.file.empty() || !names.reel.empty();
+                                     return isSaid ? std::optional<std::string>() : dmUtf8(shot.name());
+                                 })},
         {.code = "DM402",
          .name = "long-reel",
          .severity = DmFinding::Note,
@@ -220,22 +264,14 @@ const std::vector<DmRule>& dmMediaRules()
          .mending = "Give the list short reels, or deliver a format that carries long ones. No option does it: of two "
                     "long ones one "
                     "short one could come.",
-         .find =
-             [](DmRuleRun& run)
-         {
-             Sum sum;
-             forEachRecorded(run,
-                             [&](const DmCutView& cut, const DmLaneView& /*lane*/, const DmShotView& shot,
-                                 const DmSourceNode::Input& /*input*/)
-                             {
-                                 const DmSourceNames& names = shot.names;
-                                 if (!isCarriedByCmx(names.reel, run.options().reelLength))
-                                     sum.add(cut, dmUtf8(names.reel));
-                             });
-             if (!sum.isEmpty())
-                 run.add(sum.cut(), dmCountText(sum.count(), "reel") + (sum.count() == 1 ? " is" : " are") +
-                                        " more than a CMX list carries: " + sum.names());
-         }},
+         .find = dmSumOfRecorded("reel", {" is more than a CMX list carries", " are more than a CMX list carries"},
+                                 [](const DmRuleRun& run, const DmShotView& shot)
+                                 {
+                                     const std::wstring_view reel = shot.names.reel;
+                                     return isCarriedByCmx(reel, run.options().reelLength)
+                                                ? std::optional<std::string>()
+                                                : dmUtf8(reel);
+                                 })},
         {.code = "DM403",
          .name = "two-paths",
          .line = "pictures of one reel and label that are two files",
@@ -249,24 +285,25 @@ const std::vector<DmRule>& dmMediaRules()
          .find =
              [](DmRuleRun& run)
          {
-             std::map<std::tuple<std::wstring_view, double, DM::FrameCodeModes>, std::wstring_view> paths;
-             std::set<std::wstring_view> told;
-             forEachRecorded(
-                 run,
-                 [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot,
-                     const DmSourceNode::Input& /*input*/)
-                 {
-                     const DmSourceNames& names = shot.names;
-                     if (!lane.isPicture || names.reel.empty() || names.path.empty())
-                         return;
-                     const auto [found, isFirst] =
-                         paths.try_emplace({names.reel, shot.material.begin, shot.played.fcm()}, names.path);
-                     if (!isFirst && found->second != names.path && told.insert(names.path).second)
-                         run.add(cut, lane, shot,
-                                 "Reel \"" + dmUtf8(names.reel) + "\" at " +
-                                     dmLabelText(shot.material.begin, shot.played.fcm()) + " is \"" +
-                                     dmUtf8(names.path) + "\" here and \"" + dmUtf8(found->second) + "\" elsewhere");
-                 });
+             DmFirsts<const DmShotView*> firsts(dmCountShots(run.cuts()));
+             std::set<int> told; // media
+             for (const DmCutView& cut : run.cuts())
+                 for (const DmLaneView& lane : cut.lanes)
+                     for (const DmShotView& shot : lane.shots)
+                     {
+                         const DmSourceNames& names = shot.names;
+                         if (!lane.isPicture || shot.material.kind == DmMaterial::Kind::Generated ||
+                             names.reel.empty() || names.path.empty())
+                             continue;
+                         const DmShotView* const* const first = firsts.add(
+                             {.text = names.reel, .number = shot.material.begin, .kind = shot.played.fcm()}, &shot);
+                         if (first && (*first)->medium != shot.medium && told.insert(shot.medium).second)
+                             run.add(cut, lane, shot,
+                                     "Reel \"" + dmUtf8(names.reel) + "\" at " +
+                                         dmLabelText(shot.material.begin, shot.played.fcm()) + " is \"" +
+                                         dmUtf8(names.path) + "\" here and \"" + dmUtf8((*first)->names.path) +
+                                         "\" elsewhere");
+                     }
          }},
         {.code = "DM404",
          .name = "missing-file",
@@ -277,20 +314,16 @@ const std::vector<DmRule>& dmMediaRules()
          .example = "`--media-root /mnt/show`: /a/b.mov, no /mnt/show/a/b.mov   found\nthe same, /mnt/show/a/b.mov is "
                     "there                         fine",
          .mending = "Restore the file, or relink the shot: no option can.",
-         .find =
-             [](DmRuleRun& run)
-         {
-             const std::string& root = run.options().mediaRoot;
-             if (root.empty())
-                 return;
-             forEachPath(
-                 run,
-                 [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot, const std::string& path)
-                 {
-                     if (path.find("://") == path.npos && !isPatternOfFiles(path) && !isThere(path, root))
-                         run.add(cut, lane, shot, "There is no file \"" + path + '"');
-                 });
-         }},
+         .find = dmEachPath(
+             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot,
+                std::wstring_view path)
+             {
+                 const std::string& root = run.options().mediaRoot;
+                 if (root.empty() || path.find(L"://") != path.npos || isPatternOfFiles(path))
+                     return;
+                 if (const std::string file = dmUtf8(path); !isThere(file, root))
+                     run.add(cut, lane, shot, "There is no file \"" + file + '"');
+             })},
         {.code = "DM405",
          .name = "path-pattern",
          .line = "paths that must not be",
@@ -303,20 +336,23 @@ const std::vector<DmRule>& dmMediaRules()
          .find =
              [](DmRuleRun& run)
          {
-             const auto& required = run.options().requiredPaths;
-             const auto& forbidden = run.options().forbiddenPaths;
-             forEachPath(
-                 run,
-                 [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot, const std::string& path)
+             const DmFindingOptions& options = run.options();
+             if (options.requiredPaths.empty() && options.forbiddenPaths.empty())
+                 return;
+             dmEachPath(
+                 [required = wideOf(options.requiredPaths), forbidden = wideOf(options.forbiddenPaths)](
+                     DmRuleRun& each, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot,
+                     std::wstring_view path)
                  {
-                     const auto matches = [&path](const std::string& pattern)
+                     const auto matches = [path](const std::wstring& pattern)
                      { return dmMatchesPattern(path, pattern); };
                      if (const auto found = std::ranges::find_if(forbidden, matches); found != forbidden.end())
-                         run.add(cut, lane, shot,
-                                 "The path \"" + path + "\" is of the forbidden form \"" + *found + '"');
+                         each.add(cut, lane, shot,
+                                  "The path \"" + dmUtf8(path) + "\" is of the forbidden form \"" + dmUtf8(*found) +
+                                      '"');
                      else if (!required.empty() && std::ranges::none_of(required, matches))
-                         run.add(cut, lane, shot, "The path \"" + path + "\" is of no required form");
-                 });
+                         each.add(cut, lane, shot, "The path \"" + dmUtf8(path) + "\" is of no required form");
+                 })(run);
          }},
         {.code = "DM406",
          .name = "odd-characters",
@@ -324,17 +360,13 @@ const std::vector<DmRule>& dmMediaRules()
          .why = "A colon, a question mark or a blank at the end of a name is a file on one system and none on another.",
          .example = "/show/take 3?.mov                   found\n/show/take 3.mov                    fine",
          .mending = "Rename the file, and relink. No option does it: nothing renames files.",
-         .find =
-             [](DmRuleRun& run)
-         {
-             forEachPath(
-                 run,
-                 [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot, const std::string& path)
-                 {
-                     if (const std::string odd = oddIn(path); !odd.empty())
-                         run.add(cut, lane, shot, "The path \"" + path + "\" has " + odd);
-                 });
-         }},
+         .find = dmEachPath(
+             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot,
+                std::wstring_view path)
+             {
+                 if (const std::string odd = oddIn(path); !odd.empty())
+                     run.add(cut, lane, shot, "The path \"" + dmUtf8(path) + "\" has " + odd);
+             })},
         {.code = "DM407",
          .name = "no-shot-name",
          .severity = DmFinding::Note,
@@ -371,18 +403,18 @@ const std::vector<DmRule>& dmMediaRules()
          .find = dmEachCut(
              [](DmRuleRun& run, const DmCutView& cut)
              {
-                 std::unordered_map<std::wstring_view, const DmShotView*> first;
+                 DmFirsts<const DmShotView*> firsts(dmCountShots(cut));
                  for (const DmLaneView& lane : cut.lanes)
                      for (const DmShotView& shot : lane.shots)
                      {
                          const DmString& name = shot.segment->getShotName();
                          if (!lane.isPicture || name.empty() || shot.medium < 0)
                              continue;
-                         const auto [found, isFirst] = first.try_emplace(name.view(), &shot);
-                         if (!isFirst && found->second->medium != shot.medium)
+                         const DmShotView* const* const first = firsts.add({.text = name.view()}, &shot);
+                         if (first && (*first)->medium != shot.medium)
                              run.add(cut, lane, shot,
                                      "Its shot name \"" + dmUtf8(name) + "\" is that of the shot at " +
-                                         cut.composition->getRecordLabel(found->second->recIn) + ", too");
+                                         cut.composition->getRecordLabel((*first)->recIn) + ", too");
                      }
              })},
         {.code = "DM409",
@@ -394,14 +426,17 @@ const std::vector<DmRule>& dmMediaRules()
          .find =
              [](DmRuleRun& run)
          {
-             const std::string& pattern = run.options().shotNames;
-             for (const DmCutView& cut : run.cuts())
-                 for (const DmLaneView& lane : cut.lanes)
-                     for (const DmShotView& shot : lane.shots)
-                         if (const DmString& name = shot.segment->getShotName();
-                             !pattern.empty() && !name.empty() && !dmMatchesPattern(dmUtf8(name), pattern))
-                             run.add(cut, lane, shot,
-                                     "Its shot name \"" + dmUtf8(name) + "\" is not of the form \"" + pattern + '"');
+             if (!run.options().shotNames.empty())
+                 run.eachShot(
+                     [pattern = wideOf({run.options().shotNames}).front()](
+                         DmRuleRun& each, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
+                     {
+                         const DmString& name = shot.segment->getShotName();
+                         if (!name.empty() && !dmMatchesPattern(name.view(), pattern))
+                             each.add(cut, lane, shot,
+                                      "Its shot name \"" + dmUtf8(name) + "\" is not of the form \"" + dmUtf8(pattern) +
+                                          '"');
+                     });
          }},
         {.code = "DM410",
          .name = "other-resolution",
@@ -410,13 +445,11 @@ const std::vector<DmRule>& dmMediaRules()
          .why = "What is of another size is scaled, by each program in its own way.",
          .example = "1280x720 in 1920x1080               found\na size that nobody says             fine",
          .mending = "Say how it is to be scaled, or ask for the right size: no option knows how.",
-         .find =
-             [](DmRuleRun& run)
-         {
-             compareFormats(run, true, "a size of ",
-                            [](const DmCompositionNode& composition, const DmSourceNode::Input& input)
-                            { return std::pair(sizeOf(input.getPrimaryRes()), sizeOf(composition.getResolution())); });
-         }},
+         .find = dmOtherFormat(
+             true, "a size of ",
+             [](const DmCompositionNode& composition, const DmSourceNode::Input& input)
+             { return std::pair(sizeOf(input.getPrimaryRes()), sizeOf(composition.getResolution())); },
+             [](std::pair<int, int> size) { return std::to_string(size.first) + 'x' + std::to_string(size.second); })},
         {.code = "DM411",
          .name = "other-colour-space",
          .severity = DmFinding::Note,
@@ -424,36 +457,31 @@ const std::vector<DmRule>& dmMediaRules()
          .why = "What is of another colour space is converted, or not, and nobody sees which in a list.",
          .example = "log in a Rec.709 composition        found\na colour space that nobody says     fine",
          .mending = "Say how it is to be converted: no option knows how.",
-         .find =
-             [](DmRuleRun& run)
-         {
-             compareFormats(run, true, "the colour space ",
-                            [](const DmCompositionNode& composition, const DmSourceNode::Input& input)
-                            {
-                                std::string whole = dmUtf8(composition.getColourSpace());
-                                return std::pair(colourSpaceOf(input.getPrimaryRes()),
-                                                 whole.empty() ? colourSpaceOf(composition.getResolution()) : whole);
-                            });
-         }},
+         .find = dmOtherFormat(
+             true, "the colour space ",
+             [](const DmCompositionNode& composition, const DmSourceNode::Input& input)
+             {
+                 const DmString& whole = composition.getColourSpace();
+                 return std::pair(colourSpaceOf(input.getPrimaryRes()), whole.empty()
+                                                                            ? colourSpaceOf(composition.getResolution())
+                                                                            : std::wstring(whole.view()));
+             },
+             [](const std::wstring& name) { return dmUtf8(name); })},
         {.code = "DM412",
          .name = "other-sampling-rate",
          .line = "sound of another sampling rate than the composition's",
          .why = "Sound that is not converted drifts, or plays at another pitch.",
          .example = "44100 in 48000                      found\na rate that nobody says             fine",
          .mending = "Convert the file, or say that it is to be converted. No option does it: nothing touches files.",
-         .find =
-             [](DmRuleRun& run)
-         {
-             const auto text = [](double rate)
-             { return rate > 0.0 ? std::to_string(std::lround(rate)) : std::string(); };
-             compareFormats(run, false, "a sampling rate of ",
-                            [&text](const DmCompositionNode& composition, const DmSourceNode::Input& input)
-                            {
-                                const DmAudioProperties* const sound = input.getAudioProperties();
-                                return std::pair(text(sound ? sound->getSamplingRate() : 0.0),
-                                                 text(composition.getSamplingRate()));
-                            });
-         }},
+         .find = dmOtherFormat(
+             false, "a sampling rate of ",
+             [](const DmCompositionNode& composition, const DmSourceNode::Input& input)
+             {
+                 const DmAudioProperties* const sound = input.getAudioProperties();
+                 return std::pair(samplingRateOf(sound ? sound->getSamplingRate() : 0.0),
+                                  samplingRateOf(composition.getSamplingRate()));
+             },
+             [](long rate) { return std::to_string(rate); })},
     };
     return rules;
 }

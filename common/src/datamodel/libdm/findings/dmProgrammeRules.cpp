@@ -53,12 +53,20 @@ std::wstring_view linkGroupOf(const DmString& id)
     return mark == std::wstring_view::npos ? std::wstring_view() : id.view().substr(0, mark);
 }
 
-void reportStretches(DmRuleRun& run, const DmCutView& cut, const DmIntervals& of, const DmIntervals& without,
-                     const char* text)
+/// Finds where picture, or sound, plays without the other, in compositions that have both.
+auto playsAlone(bool isPicture, const char* text)
 {
-    for (const DmIntervals::Interval& each : of.all())
-        for (const DmIntervals::Interval& bare : without.beside(each.in, each.out))
-            run.add(cut, std::string(text) + dmLengthText(bare.out - bare.in, cut.fcm), bare.in);
+    return dmEachCut(
+        [isPicture, text](DmRuleRun& run, const DmCutView& cut)
+        {
+            const DmIntervals other = dmPlaying(cut, !isPicture);
+            if (other.isEmpty())
+                return;
+            const DmIntervals own = dmPlaying(cut, isPicture);
+            for (const DmIntervals::Interval& each : own.all())
+                for (const DmIntervals::Interval& bare : other.beside(each.in, each.out))
+                    run.add(cut, text + dmLengthText(bare.out - bare.in, cut.fcm), bare.in);
+        });
 }
 
 } // namespace
@@ -106,13 +114,7 @@ const std::vector<DmRule>& dmProgrammeRules()
                 "when selected: many cuts are silent for good reasons.",
          .example = "AAAABBBB / aaaa                     found\nAAAABBBB / aaaaaaaa                 fine",
          .mending = "Ask for the sound, or lay room tone. No option does it: it is not there.",
-         .find = dmEachCut(
-             [](DmRuleRun& run, const DmCutView& cut)
-             {
-                 const DmIntervals sound = dmPlaying(cut, false);
-                 if (!sound.isEmpty())
-                     reportStretches(run, cut, dmPlaying(cut, true), sound, "Picture plays without sound for ");
-             })},
+         .find = playsAlone(true, "Picture plays without sound for ")},
         {.code = "DM312",
          .name = "sound-without-picture",
          .isOn = false,
@@ -121,13 +123,7 @@ const std::vector<DmRule>& dmProgrammeRules()
                 "when selected.",
          .example = "AAAA----BBBB / aaaaaaaaaaaa         found\nAAAABBBB / aaaaaaaa                 fine",
          .mending = "Ask for the picture, or put a generated black there. No option does it: it is not there.",
-         .find = dmEachCut(
-             [](DmRuleRun& run, const DmCutView& cut)
-             {
-                 const DmIntervals picture = dmPlaying(cut, true);
-                 if (!picture.isEmpty())
-                     reportStretches(run, cut, dmPlaying(cut, false), picture, "Sound plays without picture for ");
-             })},
+         .find = playsAlone(false, "Sound plays without picture for ")},
         {.code = "DM313",
          .name = "out-of-sync",
          .line = "sound that does not stand where its picture stands",
@@ -141,22 +137,23 @@ const std::vector<DmRule>& dmProgrammeRules()
              [](DmRuleRun& run, const DmCutView& cut)
              {
                  std::map<std::pair<std::wstring_view, int>, std::vector<const DmShotView*>> pictures;
-                 const auto key = [](const DmShotView& shot)
-                 { return std::pair(linkGroupOf(shot.segment->getSegmentId()), shot.medium); };
-                 const auto isAsked = [](const DmShotView& shot)
+                 const auto groupOf = [](const DmShotView& shot)
                  {
-                     return shot.medium >= 0 && shot.isSteady() && shot.played.speed() == 1.0 &&
-                            !linkGroupOf(shot.segment->getSegmentId()).empty();
+                     return shot.medium >= 0 && shot.isSteady() && shot.played.speed() == 1.0
+                                ? linkGroupOf(shot.segment->getSegmentId())
+                                : std::wstring_view();
                  };
+                 if (std::ranges::all_of(cut.lanes, &DmLaneView::isPicture))
+                     return;
                  for (const DmLaneView& lane : cut.lanes)
                      for (const DmShotView& shot : lane.shots)
-                         if (lane.isPicture && isAsked(shot))
-                             pictures[key(shot)].push_back(&shot);
+                         if (const auto group = lane.isPicture ? groupOf(shot) : std::wstring_view(); !group.empty())
+                             pictures[{group, shot.medium}].push_back(&shot);
                  for (const DmLaneView& lane : cut.lanes)
                      for (const DmShotView& shot : lane.shots)
                      {
-                         const auto found =
-                             lane.isPicture || !isAsked(shot) ? pictures.end() : pictures.find(key(shot));
+                         const auto group = lane.isPicture ? std::wstring_view() : groupOf(shot);
+                         const auto found = group.empty() ? pictures.end() : pictures.find({group, shot.medium});
                          if (found == pictures.end())
                              continue;
                          double nearest = std::numeric_limits<double>::infinity();
@@ -232,24 +229,27 @@ const std::vector<DmRule>& dmProgrammeRules()
                              run.add(cut, std::move(asked),
                                      mark->getCueMarkTime() == dmNoTime ? std::optional<double>()
                                                                         : mark->getCueMarkTime());
-                 for (const DmLaneView& lane : cut.lanes)
-                     for (const DmShotView& shot : lane.shots)
-                         for (int i = 0; i < shot.segment->getSegmentMarks().count(); ++i)
-                         {
-                             const DmCueMark* const mark = shot.segment->getSegmentMarks().at(i);
-                             std::string asked = mark ? askedBy(*mark, words) : std::string();
-                             if (asked.empty())
-                                 continue;
-                             const double time = mark->getCueMarkTime();
-                             const std::optional<double> at =
-                                 time == dmNoTime ? std::nullopt : shot.played.recordTimeOf(time);
-                             if (at && (*at < shot.seenIn() - dmTimeTolerance || *at >= shot.seenOut()))
-                                 continue;
-                             const auto added = run.add(cut, lane, shot, std::move(asked));
-                             if (at)
-                                 added->record = cut.composition->getRecordLabel(*at);
-                         }
              }
+             run.eachShot(
+                 [](DmRuleRun& each, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
+                 {
+                     const DmSetList<DmCueMark>& marks = shot.segment->getSegmentMarks();
+                     for (int i = 0; i < marks.count(); ++i)
+                     {
+                         const DmCueMark* const mark = marks.at(i);
+                         std::string asked = mark ? askedBy(*mark, each.options().markWords) : std::string();
+                         if (asked.empty())
+                             continue;
+                         const double time = mark->getCueMarkTime();
+                         const std::optional<double> at =
+                             time == dmNoTime ? std::nullopt : shot.played.recordTimeOf(time);
+                         if (at && (*at < shot.seenIn() - dmTimeTolerance || *at >= shot.seenOut()))
+                             continue;
+                         const auto added = each.add(cut, lane, shot, std::move(asked));
+                         if (at)
+                             added->record = cut.composition->getRecordLabel(*at);
+                     }
+                 });
          }},
     };
     return rules;

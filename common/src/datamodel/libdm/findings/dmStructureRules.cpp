@@ -1,4 +1,5 @@
 // Rules about the structure of a tree that a validation has as well (dmTreeUtil.h).
+#include "dmFirstsImp.h"
 #include "dmMendImp.h"
 #include "dmRulesImp.h"
 
@@ -16,7 +17,6 @@
 #include <cstdio>
 #include <random>
 #include <string>
-#include <unordered_map>
 
 namespace
 {
@@ -113,16 +113,17 @@ const std::vector<DmRule>& dmStructureRules()
                              *track, (cut.path.empty() ? "" : cut.path + '/') + "children[" + std::to_string(i) + ']',
                              [](const DmTreeNode& child) { return child.whatIs() == DM_LAYER_NODE; },
                              "A track holds layers only", addTo);
-                 for (const DmLaneView& lane : cut.lanes)
-                     for (int i = 0; i < static_cast<int>(lane.elements.size()); ++i)
-                         if (const DmElementView child = lane.at(i); !child.segment && !child.transition)
-                             run.add(cut, lane, i,
-                                     child.node ? "A layer holds segments and transitions only" : "Nothing stands here")
-                                 .mend(
-                                     child.node ? Mending::Unsafe : Mending::Safe,
-                                     [layer = dmToChange(lane.layer), node = CoSharedPtr<const DmTreeNode>(child.node)]
-                                     { return dmRemove(*layer, node.get()); });
              }
+             run.eachElement(
+                 [](DmRuleRun& each, const DmCutView& cut, const DmLaneView& lane, int i)
+                 {
+                     if (const DmElementView child = lane.at(i); !child.segment && !child.transition)
+                         each.add(cut, lane, i,
+                                  child.node ? "A layer holds segments and transitions only" : "Nothing stands here")
+                             .mend(child.node ? Mending::Unsafe : Mending::Safe,
+                                   [layer = dmToChange(lane.layer), node = CoSharedPtr<const DmTreeNode>(child.node)]
+                                   { return dmRemove(*layer, node.get()); });
+                 });
          }},
         {.code = "DM102",
          .name = "media-type",
@@ -137,42 +138,41 @@ const std::vector<DmRule>& dmStructureRules()
          .find =
              [](DmRuleRun& run)
          {
-             const auto text = [](const char* what, eDmTreeMediaType is, eDmTreeMediaType among)
+             static constexpr auto text = [](const char* what, eDmTreeMediaType is, eDmTreeMediaType among)
              {
                  return std::string(what) + " of media type \"" + dmMediaTypeText(is) + "\" stands in \"" +
                         dmMediaTypeText(among) + '"';
              };
              dmEachLane(
-                 [&text](DmRuleRun& each, const DmCutView& cut, const DmLaneView& lane)
+                 [](DmRuleRun& each, const DmCutView& cut, const DmLaneView& lane)
+                 {
+                     if (lane.layer->getMediaType() != lane.track->getMediaType())
+                         each.add(cut, lane, text("a layer", lane.layer->getMediaType(), lane.track->getMediaType()));
+                 })(run);
+             run.eachElement(
+                 [](DmRuleRun& each, const DmCutView& cut, const DmLaneView& lane, int i)
                  {
                      const eDmTreeMediaType type = lane.layer->getMediaType();
-                     if (type != lane.track->getMediaType())
-                         each.add(cut, lane, text("a layer", type, lane.track->getMediaType()));
-                     for (int i = 0; i < static_cast<int>(lane.elements.size()); ++i)
-                     {
-                         const auto [node, segment, transition] = lane.at(i);
-                         if (segment && segment->getMediaType() != type)
-                             each.add(cut, lane, i, text("a segment", segment->getMediaType(), type));
-                         if (transition && transition->getMediaType() != type)
-                             each.add(cut, lane, i, text("a transition", transition->getMediaType(), type))
-                                 .mend(Mending::Unsafe,
-                                       [to = dmToChange(transition), type] { return to->setMediaType(type); });
-                         const DmEffectSettings* const effect = effectOf(transition);
-                         if (effect && effect->getMediaType() != transition->getMediaType())
-                             each.add(cut, lane, i,
-                                      text("an effect", effect->getMediaType(), transition->getMediaType()));
-                         for (int j = 0; segment && j < segment->getEffects().count(); ++j)
-                             if (const DmEffectSettings* const own = segment->getEffects().at(j);
-                                 own && own->getMediaType() != segment->getMediaType())
-                             {
-                                 const auto added = each.add(
-                                     cut, lane, i, text("an effect", own->getMediaType(), segment->getMediaType()));
-                                 added->nodePath += "/effects[" + std::to_string(j) + ']';
-                                 added.mend(Mending::Unsafe,
-                                            [of = dmToChange(segment), j] { return of->removeEffect(j); });
-                             }
-                     }
-                 })(run);
+                     const auto [node, segment, transition] = lane.at(i);
+                     if (segment && segment->getMediaType() != type)
+                         each.add(cut, lane, i, text("a segment", segment->getMediaType(), type));
+                     if (transition && transition->getMediaType() != type)
+                         each.add(cut, lane, i, text("a transition", transition->getMediaType(), type))
+                             .mend(Mending::Unsafe,
+                                   [to = dmToChange(transition), type] { return to->setMediaType(type); });
+                     const DmEffectSettings* const effect = effectOf(transition);
+                     if (effect && effect->getMediaType() != transition->getMediaType())
+                         each.add(cut, lane, i, text("an effect", effect->getMediaType(), transition->getMediaType()));
+                     for (int j = 0; segment && j < segment->getEffects().count(); ++j)
+                         if (const DmEffectSettings* const own = segment->getEffects().at(j);
+                             own && own->getMediaType() != segment->getMediaType())
+                         {
+                             const auto added = each.add(
+                                 cut, lane, i, text("an effect", own->getMediaType(), segment->getMediaType()));
+                             added->nodePath += "/effects[" + std::to_string(j) + ']';
+                             added.mend(Mending::Unsafe, [of = dmToChange(segment), j] { return of->removeEffect(j); });
+                         }
+                 });
          }},
         {.code = "DM103",
          .name = "missing-transition",
@@ -181,21 +181,16 @@ const std::vector<DmRule>& dmStructureRules()
          .why = "Between two segments of a layer stands a cut, or an effect that takes time.",
          .example = "AAAABBBB   with nothing between     found\nAAAA|BBBB                           fine",
          .mending = "Put a cut between them. `--fix` does it.",
-         .find = dmEachLane(
-             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane)
+         .find = dmEachShot(
+             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
              {
-                 for (int i = 1; i < static_cast<int>(lane.elements.size()); ++i)
-                 {
-                     const DmSegmentNode* const behind = lane.at(i).segment;
-                     if (!behind || !lane.at(i - 1).segment)
-                         continue;
-                     run.add(cut, lane, i, "Between it and the segment in front a cut is missing")
+                 if (lane.at(shot.position - 1).segment)
+                     run.add(cut, lane, shot.position, "Between it and the segment in front a cut is missing")
                          .mend(Mending::Safe,
-                               [layer = dmToChange(lane.layer), next = dmToChange(behind)] {
+                               [layer = dmToChange(lane.layer), next = dmToChange(shot.standing)] {
                                    return dmInsertBefore(*layer, next.get(),
                                                          DmCutNode::create(next->getMediaType(), next->getRecIn()));
                                });
-                 }
              })},
         {.code = "DM104",
          .name = "missing-segment",
@@ -368,26 +363,19 @@ const std::vector<DmRule>& dmStructureRules()
                 "origin asks for it, or with `--all`, else a warning.",
          .example = "A to 100, then B from 95            found\nA to 100, then B from 100           fine",
          .mending = "Trim one of them, or move one to another layer. `--unsafe-fixes` ends the one in front earlier.",
-         .find = dmEachLane(
-             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane)
+         .find = dmEachShot(
+             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
              {
-                 const DmSegmentNode* previous = nullptr;
-                 for (const DmShotView& shot : lane.shots)
-                 {
-                     const DmSegmentNode* const segment = shot.standing;
-                     if (previous && segment->getRecIn() < previous->getRecOut() - dmTimeTolerance)
-                     {
-                         const auto added =
-                             run.add(cut, lane, shot.position,
-                                     "It begins " + dmLengthText(previous->getRecOut() - segment->getRecIn(), cut.fcm) +
-                                         " before the segment in front of it has ended");
-                         added->severity = run.strictSeverity(cut);
-                         if (segment->getRecIn() - previous->getRecIn() >= 1.0)
-                             added.mend(Mending::Unsafe, [node = dmToChange(previous), out = segment->getRecIn()]
-                                        { return node->setRecLength(out - node->getRecIn()); });
-                     }
-                     previous = segment;
-                 }
+                 const DmShotView* const previous = dmInFrontOf(lane, shot);
+                 if (!previous || !(shot.recIn < previous->recOut - dmTimeTolerance))
+                     return;
+                 const auto added = run.add(cut, lane, shot.position,
+                                            "It begins " + dmLengthText(previous->recOut - shot.recIn, cut.fcm) +
+                                                " before the segment in front of it has ended");
+                 added->severity = run.strictSeverity(cut);
+                 if (shot.recIn - previous->recIn >= 1.0)
+                     added.mend(Mending::Unsafe, [node = dmToChange(previous->standing), out = shot.recIn]
+                                { return node->setRecLength(out - node->getRecIn()); });
              })},
         {.code = "DM111",
          .name = "id-twice",
@@ -403,15 +391,17 @@ const std::vector<DmRule>& dmStructureRules()
          .find = dmEachCut(
              [](DmRuleRun& run, const DmCutView& cut)
              {
-                 std::unordered_map<std::wstring_view, const DmSegmentNode*> first;
+                 DmFirsts<const DmSegmentNode*> firsts(dmCountShots(cut));
                  for (const DmLaneView& lane : cut.lanes)
                      for (const DmShotView& shot : lane.shots)
                      {
                          const DmSegmentNode* const segment = shot.standing;
                          const DmString& id = segment->getSegmentId();
-                         if (id.empty() || first.try_emplace(id.view(), segment).second)
+                         const DmSegmentNode* const* const first =
+                             id.empty() ? nullptr : firsts.add({.text = id.view()}, segment);
+                         if (!first)
                              continue;
-                         const DmSegmentNode& other = *first[id.view()];
+                         const DmSegmentNode& other = **first;
                          const auto added = run.add(cut, lane, shot.position,
                                                     "Its id \"" + dmUtf8(id) + "\" is that of the segment at " +
                                                         cut.composition->getRecordLabel(other.getRecIn()) + ", too");

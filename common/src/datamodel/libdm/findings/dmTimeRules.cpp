@@ -67,6 +67,19 @@ eDmErrorId roundTimes(DmSegmentNode& segment, bool withMaterial)
     return status == DM_NO_ERROR && withMaterial ? segment.setRelIn(std::round(segment.getRelIn())) : status;
 }
 
+bool isBetween(double time)
+{
+    return std::isfinite(time) && std::abs(time - std::round(time)) > sourceTolerance;
+}
+
+/// "12.5".
+std::string placeText(double time)
+{
+    std::string text = std::to_string(time);
+    text.erase(text.find_last_not_of('0') + 1);
+    return text;
+}
+
 bool isNormal(const DmShotView& shot)
 {
     return shot.source && shot.isSteady() && shot.played.speed() == 1.0 && shot.played.rate() == 1.0;
@@ -165,10 +178,12 @@ const std::vector<DmRule>& dmTimeRules()
          .find =
              [](DmRuleRun& run)
          {
-             const auto isWrong = [](const DmString& text, const DmString& fcm)
+             static constexpr auto isWrong = [](const DmString& text, const DmString& fcm)
              {
+                 if (text.empty())
+                     return false;
                  const DmStoredLabel label(text, fcm);
-                 return !text.empty() && label.fcm() != DM::FCM_NOT_DEFINED && !label.isValid();
+                 return label.fcm() != DM::FCM_NOT_DEFINED && !label.isValid();
              };
              for (const DmCutView& cut : run.cuts())
              {
@@ -177,15 +192,15 @@ const std::vector<DmRule>& dmTimeRules()
                      run.add(cut, "There is no start label \"" + dmUtf8(composition.getStartTCStr()) + "\" at " +
                                       dmUtf8(composition.getStartTcFcm()));
              }
-             dmForEachShot(run,
-                           [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
-                           {
-                               const DmSourceNode::MediaInput* const media = shot.media;
-                               if (media && isWrong(media->getSrcInStr(), media->getSrcInFcm()))
-                                   run.add(cut, lane, shot,
-                                           "There is no source label \"" + dmUtf8(media->getSrcInStr()) + "\" at " +
-                                               dmUtf8(media->getSrcInFcm()));
-                           });
+             run.eachShot(
+                 [](DmRuleRun& each, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
+                 {
+                     const DmSourceNode::MediaInput* const media = shot.media;
+                     if (media && isWrong(media->getSrcInStr(), media->getSrcInFcm()))
+                         each.add(cut, lane, shot,
+                                  "There is no source label \"" + dmUtf8(media->getSrcInStr()) + "\" at " +
+                                      dmUtf8(media->getSrcInFcm()));
+                 });
          }},
         {.code = "DM204",
          .name = "between-frames",
@@ -194,37 +209,25 @@ const std::vector<DmRule>& dmTimeRules()
                 "a frame is lost or shown twice. Sound may be cut anywhere.",
          .example = "a shot of 12.5 frames               found\na shot of 12 frames, sound of 12.5  fine",
          .mending = "Move the seam to a frame. `--unsafe-fixes` moves it to the nearest.",
-         .find =
-             [](DmRuleRun& run)
-         {
-             const auto isBetween = [](double time)
-             { return std::isfinite(time) && std::abs(time - std::round(time)) > sourceTolerance; };
-             dmForEachShot(run,
-                           [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
-                           {
-                               if (!lane.isPicture || shot.isGap || shot.isCarried)
-                                   return;
-                               const auto place = [](double time)
-                               {
-                                   std::string text = std::to_string(time);
-                                   text.erase(text.find_last_not_of('0') + 1);
-                                   return text;
-                               };
-                               const bool isPlain = isNormal(shot);
-                               std::string text;
-                               if (isBetween(shot.recIn))
-                                   text = "It begins between two frames, at " + place(shot.recIn);
-                               else if (isBetween(shot.recOut))
-                                   text = "It ends between two frames, at " + place(shot.recOut);
-                               else if (isPlain && isBetween(shot.played.begin()))
-                                   text = "It plays from between two frames of its source, from " +
-                                          place(shot.played.begin());
-                               if (!text.empty())
-                                   run.add(cut, lane, shot, std::move(text))
-                                       .mend(Mending::Unsafe, [segment = dmToChange(shot.segment), isPlain]
-                                             { return roundTimes(*segment, isPlain); });
-                           });
-         }},
+         .find = dmEachShot(
+             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
+             {
+                 if (!lane.isPicture || shot.isGap || shot.isCarried)
+                     return;
+                 const bool hasPlainSource = isNormal(shot);
+                 std::string text;
+                 if (isBetween(shot.recIn))
+                     text = "It begins between two frames, at " + placeText(shot.recIn);
+                 else if (isBetween(shot.recOut))
+                     text = "It ends between two frames, at " + placeText(shot.recOut);
+                 else if (hasPlainSource && isBetween(shot.played.begin()))
+                     text = "It plays from between two frames of its source, from " + placeText(shot.played.begin());
+                 else
+                     return;
+                 run.add(cut, lane, shot, std::move(text))
+                     .mend(Mending::Unsafe, [segment = dmToChange(shot.segment), hasPlainSource]
+                           { return roundTimes(*segment, hasPlainSource); });
+             })},
         {.code = "DM205",
          .name = "short-handles",
          .line = "shots with less material beside them than was asked for",
@@ -233,35 +236,28 @@ const std::vector<DmRule>& dmTimeRules()
                 "nested, and files that are used whole have none to give; material of unknown length is passed over.",
          .example = "`--handles 12`: 5 frames in front    found\n`--handles 12`: 12 frames on each side  fine",
          .mending = "Ask for a longer piece of the file, or make do. No option makes frames.",
-         .find =
-             [](DmRuleRun& run)
-         {
-             if (!run.options().handles)
-                 return;
-             const double wanted = *run.options().handles;
-             dmForEachShot(run,
-                           [&](const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
-                           {
-                               if (!hasLimitedFile(shot))
-                                   return;
-                               const Handles have = handlesOf(shot);
-                               const Handles used = usedHandles(shot);
-                               const double before = have.before - used.before;
-                               const double behind = have.behind - used.behind;
-                               const bool isWhole = before <= sourceTolerance && behind <= sourceTolerance;
-                               const auto frames = [&](double length)
-                               { return dmLengthText(std::max(0.0, length), shot.played.fcm()); };
-                               std::string text;
-                               if (!isWhole && before < wanted - sourceTolerance)
-                                   text = "It has " + frames(before) + " in front";
-                               if (!isWhole && behind < wanted - sourceTolerance)
-                                   text += (text.empty() ? "It has " : " and ") + frames(behind) + " behind";
-                               if (!text.empty())
-                                   run.add(cut, lane, shot,
-                                           text + ", and " + dmLengthText(wanted, DM::FCM_NOT_DEFINED) +
-                                               " are asked for");
-                           });
-         }},
+         .find = dmEachShot(
+             [](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, const DmShotView& shot)
+             {
+                 if (!run.options().handles || !hasLimitedFile(shot))
+                     return;
+                 const double wanted = *run.options().handles;
+                 const Handles have = handlesOf(shot);
+                 const Handles used = usedHandles(shot);
+                 const double before = have.before - used.before;
+                 const double behind = have.behind - used.behind;
+                 const bool isWhole = before <= sourceTolerance && behind <= sourceTolerance;
+                 const auto frames = [&](double length)
+                 { return dmLengthText(std::max(0.0, length), shot.played.fcm()); };
+                 std::string text;
+                 if (!isWhole && before < wanted - sourceTolerance)
+                     text = "It has " + frames(before) + " in front";
+                 if (!isWhole && behind < wanted - sourceTolerance)
+                     text += (text.empty() ? "It has " : " and ") + frames(behind) + " behind";
+                 if (!text.empty())
+                     run.add(cut, lane, shot,
+                             text + ", and " + dmLengthText(wanted, DM::FCM_NOT_DEFINED) + " are asked for");
+             })},
         {.code = "DM206",
          .name = "no-handles",
          .severity = DmFinding::Error,

@@ -33,6 +33,20 @@ std::string dmLengthText(double frames, DM::FrameCodeModes fcm);
 std::string dmLabelText(double frames, DM::FrameCodeModes fcm);
 /// "1 shot", "3 shots".
 std::string dmCountText(std::size_t count, const char* noun);
+inline std::size_t dmCountShots(const DmCutView& cut)
+{
+    std::size_t count = 0;
+    for (const DmLaneView& lane : cut.lanes)
+        count += lane.shots.size();
+    return count;
+}
+inline std::size_t dmCountShots(const std::vector<DmCutView>& cuts)
+{
+    std::size_t count = 0;
+    for (const DmCutView& cut : cuts)
+        count += dmCountShots(cut);
+    return count;
+}
 /// Rules change what they mend: views show constant nodes.
 template <class Node>
 CoSharedPtr<Node> dmToChange(const Node* node)
@@ -64,32 +78,27 @@ auto dmEachLane(Use use)
 template <class Use>
 auto dmEachShot(Use use)
 {
-    return dmEachLane(
-        [use](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane)
-        {
-            for (const DmShotView& shot : lane.shots)
-                use(run, cut, lane, shot);
-        });
+    return [use](DmRuleRun& run) { run.eachShot(use); };
+}
+template <class Use>
+auto dmEachElement(Use use)
+{
+    return [use](DmRuleRun& run) { run.eachElement(use); };
 }
 /// With the segments beside each, which may be null.
 template <class Use>
 auto dmEachTransition(Use use)
 {
-    return dmEachLane(
-        [use](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane)
+    return dmEachElement(
+        [use](DmRuleRun& run, const DmCutView& cut, const DmLaneView& lane, int i)
         {
-            for (int i = 0; i < static_cast<int>(lane.elements.size()); ++i)
-                if (const DmTransitionNode* const transition = lane.at(i).transition)
-                    use(run, cut, lane, i, *transition, lane.at(i - 1).segment, lane.at(i + 1).segment);
+            if (const DmTransitionNode* const transition = lane.at(i).transition)
+                use(run, cut, lane, i, *transition, lane.at(i - 1).segment, lane.at(i + 1).segment);
         });
 }
 
-/// For what needs more than a place: a rule's function calls these.
-template <class Use>
-void dmForEachShot(const DmRuleRun& run, const Use& use)
+/// The shot in front of another one in its layer; null for the first.
+inline const DmShotView* dmInFrontOf(const DmLaneView& lane, const DmShotView& shot)
 {
-    for (const DmCutView& cut : run.cuts())
-        for (const DmLaneView& lane : cut.lanes)
-            for (const DmShotView& shot : lane.shots)
-                use(cut, lane, shot);
+    return &shot == lane.shots.data() ? nullptr : &shot - 1;
 }

@@ -21,7 +21,11 @@ public:
 
     void add(double in, double out)
     {
-        if (out > in)
+        if (!(out > in))
+            return;
+        if (!_all.empty() && in >= _all.back().in && in <= _all.back().out + dmTimeTolerance)
+            _all.back().out = std::max(_all.back().out, out); // shots of a layer mostly touch
+        else
             _all.push_back({in, out});
     }
     /// Puts what was added in order, and together.
