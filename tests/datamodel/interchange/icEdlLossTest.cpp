@@ -5,7 +5,9 @@
 #include "icTestLists.h"
 #include "icTreeToEdl.h"
 
+#include "dmContainerNode.h"
 #include "dmPlayed.h"
+#include "dmTimewarpSettings.h"
 #include "dmTrackBuilder.h"
 
 using namespace interchange;
@@ -417,6 +419,38 @@ TEST(EdlLoss, NamesWhatItLosesWithClipTrackTimeAndPlace)
                   "A two\nlines -00:00:01:00 - 00:00:01:00");
     EXPECT_STREQ(writing.findings[0].code, "DM719");
     EXPECT_STREQ(writing.findings[1].code, "DM733");
+}
+
+TEST(EdlLoss, NamesWhatOfNestedCutsTracksAndSoundAListCannotSay)
+{
+    const Cut cut;
+    const auto nested =
+        DmContainerNode::create(DmCompositionNode::create(L"in", L"24 fps", {}), DM_MEDIA_VIDEO, 0, 24, 12);
+    const auto warp = DmVTimewarpSettings::create();
+    ok(warp->setSpeed(0.5));
+    ok(nested->addEffect(warp));
+    ok(nested->setShotName(L"s1"));
+    cut.add(1, DM_MEDIA_VIDEO, {nested});
+    ok(cut.composition->getChild(0)->setName(L"hero"));
+    Options options;
+    options.format = "edl";
+    std::string text;
+    const Writing writing = writeBuffer(*cut.root, text, options);
+    EXPECT_EQ(icTest::withoutRate(text), head +
+                                             line("001", "AX", "V", "00:00:00:12 00:00:01:00 00:00:00:00 00:00:01:00") +
+                                             "M2   AX             012.0                00:00:00:12\n");
+    EXPECT_EQ(dmFindingsText("cut", writing.findings),
+              "cut: warning: V1: properties that the format has no words for: name \"hero\": left out\n"
+              "cut: warning: V1, 00:00:00:00: properties that the format has no words for: shotName: left out\n"
+              "cut: warning: V1, 00:00:00:00: nested compositions: written as events of reel AX\n");
+    const std::string backwards = head + line("001", "A", "AA/V", "01:00:00:00 01:00:02:00 00:00:00:00 00:00:02:00") +
+                                  "M2   A              -024.0               01:00:00:00\n";
+    const Reading reading = readBuffer(backwards, options);
+    EXPECT_NE(
+        dmFindingsText("cut", reading.findings)
+            .find("cut:3: warning: A, A2, 00:00:00:00: speeds that sound cannot play at: plays at normal speed\n"),
+        std::string::npos)
+        << dmFindingsText("cut", reading.findings);
 }
 
 TEST(EdlLoss, TellsWhichLineEachNodeCameFrom)

@@ -67,6 +67,7 @@ TEST(EdlTree, GivesEveryListBackEventForEvent)
         const char* feature;
         DM::FrameCodeModes fcm;
         std::string text;
+        std::string messages = {};
     };
     const auto n = [](const char* body) { return head + body; };
     const Case cases[] = {
@@ -122,7 +123,8 @@ TEST(EdlTree, GivesEveryListBackEventForEvent)
            "004  C        V     D    024 03:00:00:00 03:00:00:01 10:00:06:00 10:00:08:00\n"
            "M2   C              000.0                03:00:00:00\n"
            "005  A        V     C        01:00:04:00 01:00:06:00 10:00:08:00 10:00:10:00\n"
-           "M2   A              024.0                01:00:04:00\n")},
+           "M2   A              024.0                01:00:04:00\n"),
+         "cut.edl:5: warning: A, A1, 10:00:02:00: speeds that sound cannot play at: plays at normal speed\n"},
         {"looks", DM::FCM_24,
          n("001  A        V     C        01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n"
            "* ASC_SOP (0.9000 1.0000 1.1000)(-0.0125 0.0000 0.0000)(1.0000 1.0000 1.23456)\n"
@@ -157,7 +159,7 @@ TEST(EdlTree, GivesEveryListBackEventForEvent)
         ASSERT_TRUE(result.list) << result.messages;
         EXPECT_EQ(icTest::written(*result.list), c.text);
         const Converted tree = toTree(*result.list);
-        EXPECT_EQ(tree.messages, "");
+        EXPECT_EQ(tree.messages, c.messages);
 
         std::string json;
         ASSERT_FALSE(DmTreeJsonBuilder::generateUtf8(tree.root.get(), json).failed());

@@ -497,6 +497,16 @@ TEST(Fcp7xml, NamesWhatNoElementSays)
         EXPECT_NE(messages.find(each), std::string::npos) << each << messages;
 }
 
+TEST(Fcp7xml, AMarkInFrontOfItsFileIsAPoint)
+{
+    const Read made = read(xmeml(sequence(
+        clip("a", 0, 50, 10, 60, file("f1", 500) + "<marker><name>m</name><in>-20</in><out>-1</out></marker>"))));
+    ASSERT_TRUE(made.root) << made.messages;
+    const auto& mark = static_cast<const DmCueMark&>(*made.segment(0).getSegmentMarks()[0]);
+    EXPECT_EQ(mark.getCueMarkTime(), -20);
+    EXPECT_EQ(mark.getCueMarkDuration(), 0);
+}
+
 TEST(Fcp7xml, RefusesWhatIsNoSequence)
 {
     std::string deep;

@@ -616,6 +616,22 @@ TEST(Otio, SaysWhatIsWrongAndWhere)
     }
 }
 
+TEST(Otio, KeepsIntegersOfSixtyFourBitsAndNamesLonger)
+{
+    for (const char* const number :
+         {"0", "-1", "9223372036854775807", "-9223372036854775808", "9223372036854775808", "18446744073709551615"})
+    {
+        const std::string text = R"("metadata":{"uid":)" + std::string(number) + "}";
+        const Read made = read(clip("a", range(0, 5), "," + text));
+        ASSERT_TRUE(made.root) << made.messages;
+        EXPECT_EQ(made.messages, "");
+        EXPECT_NE(write(*made.root).find(text), std::string::npos) << write(*made.root);
+    }
+    for (const char* const number : {"18446744073709551616", "-9223372036854775809", "123456789012345678901234567890"})
+        EXPECT_EQ(read("\n" + clip("a", range(0, 5), R"(,"metadata":{"uid":)" + std::string(number) + "}")).messages,
+                  "cut.otio:2: warning: integers beyond 64 bits (1): kept to 17 digits\n");
+}
+
 TEST(Otio, ConvertsRatesAndTellsByHowMuch)
 {
     const Read exact = read(track(clip("a", range(25, 50)) + "," + clip("b", range(50, 100, "50.0"))));

@@ -107,6 +107,7 @@ private:
     Report& _report;
     std::vector<Line> _lines;
     std::unordered_map<std::string, std::size_t> _media; ///< where in the lines
+    std::set<std::size_t> _severalNames;                 ///< those whose clips have more than one
     std::set<const DmCompositionNode*> _seen;
 };
 
@@ -288,7 +289,10 @@ void Writer::addMedium(const Place& place, const DmSegmentNode& segment)
     }
     medium.start = std::min(medium.start, row.start);
     medium.end = std::max(medium.end, row.end);
-    if (medium.name != row.name) // of several clips of it: the medium's own
+    // Of several clips of it: the medium's own. A clip that nobody named is called by its reel.
+    if (medium.name == medium.reel && !_severalNames.contains(found->second))
+        medium.name = row.name;
+    else if (medium.name != row.name && row.name != row.reel && _severalNames.insert(found->second).second)
         medium.name = !medium.fileName.empty() ? medium.fileName : !medium.reel.empty() ? medium.reel : medium.name;
     if (medium.tracks.find(row.tracks) == std::string::npos)
         medium.tracks = isSound ? medium.tracks + row.tracks : row.tracks + medium.tracks;

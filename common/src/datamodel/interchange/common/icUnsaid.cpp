@@ -6,6 +6,7 @@
 #include "dmBlobNode.h"
 #include "dmPropertyFactory.h"
 #include "dmSetTools.h"
+#include "dmTrackNode.h"
 #include "dmUtf8.h"
 
 #include <algorithm>
@@ -147,6 +148,14 @@ void Unsaid::tell(const DmTreeNode& node, Report& report)
             report.lose({code, names.erase(0, 2).append(": left out")});
     };
     std::string names;
+    if (const auto* const track = dynamic_cast<const DmTrackNode*>(&node))
+    {
+        // No list names its tracks but by their numbers.
+        const std::wstring usual =
+            (track->getMediaType() == DM_MEDIA_AUDIO ? L"A" : L"V") + std::to_wstring(track->getTrackNum());
+        if (const DmString& name = track->getName(); !name.empty() && name != L"untitled" && name.view() != usual)
+            names.append(", name \"").append(dmUtf8(name)).append("\"");
+    }
     addUnsaid(node, {}, names);
     tellNames(unsaidProperties, std::move(names));
 

@@ -126,18 +126,16 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const Part& part)
         return line;
     }
     setEffects(line, segment);
+    setMaterial(line, segment, part);
     if (const auto* const source = dynamic_cast<const DmSourceNode*>(&segment))
     {
-        setMaterial(line, *source, part);
         setNotes(line, *source, kept, line.event.isTransition());
     }
     else
     {
         _report.lose(nestedComposition);
-        line.reel = noReel;
         line.notes = notesOf(segment);
         setNote(line, mix ? NoteKind::ToClipName : NoteKind::FromClipName, clipName(segment));
-        line.medium = clipName(segment);
     }
     for (const DmPropertySetPtr& mark : segment.getSegmentMarks())
         if (mark)
@@ -235,30 +233,32 @@ double EdlLineMaker::materialStart(const DmSourceNode::Input* input, bool& drop)
     return std::round(time.getFrames());
 }
 
-EdlLineMaker::Range EdlLineMaker::rangeOf(const DmSourceNode& source, bool& drop)
+EdlLineMaker::Range EdlLineMaker::rangeOf(const DmSegmentNode& segment, bool& drop)
 {
-    const double start = materialStart(source.getSrcInput(), drop);
-    const DmPlayed played(source, _fcm);
+    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
+    const double start = source ? materialStart(source->getSrcInput(), drop) : 0.0;
+    const DmPlayed played(segment, _fcm);
     switch (played.motion())
     {
     case DmPlayed::Motion::Constant:
     case DmPlayed::Motion::Freeze:
         return {start + played.begin() / played.rate(), start + played.end() / played.rate(), played.speed()};
     default:
-        return {start + source.getRelIn(), start + source.getRelIn() + source.getRecLength(), 1.0};
+        return {start + segment.getRelIn(), start + segment.getRelIn() + segment.getRecLength(), 1.0};
     }
 }
 
-void EdlLineMaker::setMaterial(EdlLine& line, const DmSourceNode& source, const Part& part)
+void EdlLineMaker::setMaterial(EdlLine& line, const DmSegmentNode& segment, const Part& part)
 {
     EdlEvent& event = line.event;
     const EdlKept* const kept = part.kept;
-    const DmSourceNode::Input* const input = source.getSrcInput();
+    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
+    const DmSourceNode::Input* const input = source ? source->getSrcInput() : nullptr;
     line.reel = reel(input, kept);
-    Range range = rangeOf(source, event.sourceDrop);
+    Range range = rangeOf(segment, event.sourceDrop);
     // In front of the segment plays what its transition has of it, and of its end what nobody covers.
     const double mixed = part.mix ? part.mix->getRecLength() : 0.0;
-    const double covered = source.getRecOut() - part.recOut;
+    const double covered = segment.getRecOut() - part.recOut;
     const bool isReverse = range.speed < 0;
     range.in += isReverse ? -covered * range.speed : -mixed * range.speed;
     range.out += isReverse ? -mixed * range.speed : -covered * range.speed;
@@ -284,7 +284,7 @@ void EdlLineMaker::setMaterial(EdlLine& line, const DmSourceNode& source, const 
                               : event.source.in;
 
     const DmSourceInfo* const info = input ? input->getSrcInfo() : nullptr;
-    line.medium = info && !info->getPath().empty() ? dmUtf8(info->getPath()) : line.reel + '\n' + clipName(source);
+    line.medium = info && !info->getPath().empty() ? dmUtf8(info->getPath()) : line.reel + '\n' + clipName(segment);
 }
 
 void EdlLineMaker::setSpeed(EdlLine& line, double speed, const EdlKept* kept) const

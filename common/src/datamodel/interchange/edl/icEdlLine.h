@@ -77,8 +77,8 @@ private:
     };
     std::int64_t frames(double time);
     void setTransition(EdlLine& line, const DmTrxEffectNode& mix, const EdlKept* kept);
-    void setMaterial(EdlLine& line, const DmSourceNode& source, const Part& part);
-    Range rangeOf(const DmSourceNode& source, bool& drop);
+    void setMaterial(EdlLine& line, const DmSegmentNode& segment, const Part& part);
+    Range rangeOf(const DmSegmentNode& segment, bool& drop);
     std::string reel(const DmSourceNode::Input* input, const EdlKept* kept);
     /// Where an input's material starts, in the list's mode or its source mode.
     double materialStart(const DmSourceNode::Input* input, bool& drop);

@@ -40,6 +40,7 @@ namespace
 
 constexpr Loss noChannel{"DM611", "left out"};
 constexpr Loss lookOfSound{"DM612", "left out"};
+constexpr Loss speedOfSound{"DM617", "plays at normal speed"};
 
 constexpr std::size_t mostLayers = 16; ///< of keys over keys: what finds no room is covered by the next one
 
@@ -112,7 +113,7 @@ private:
     static double speedOf(const EdlList& list, const EdlEvent& event, eDmTreeMediaType mediaType);
     static void addSpeed(DmSourceNode& node, double speed, eDmTreeMediaType mediaType);
     void readReels();
-    void lose(const Loss& loss, const EdlEvent& event);
+    void lose(const Loss& loss, const EdlEvent& event, std::optional<Channel> channel = {});
     void came(const DmTreeNode& node, const EdlEvent& event)
     {
         if (event.line != 0)
@@ -159,12 +160,14 @@ void TreeMaker::readReels()
     }
 }
 
-void TreeMaker::lose(const Loss& loss, const EdlEvent& event)
+void TreeMaker::lose(const Loss& loss, const EdlEvent& event, std::optional<Channel> channel)
 {
-    _report.at({nullptr, event.channels.video != 0 ? DM_MEDIA_VIDEO : DM_MEDIA_AUDIO,
-                std::countr_zero(event.channels.video != 0 ? event.channels.video : event.channels.audio) % 64 +
-                    (event.channels.isEmpty() ? 0 : 1),
-                static_cast<double>(event.record.in), _list.fcm});
+    const bool isVideo = event.channels.video != 0;
+    const std::uint64_t channels = isVideo ? event.channels.video : event.channels.audio;
+    const Channel first{isVideo ? DM_MEDIA_VIDEO : DM_MEDIA_AUDIO,
+                        event.channels.isEmpty() ? 0 : std::countr_zero(channels) + 1};
+    const Channel told = channel.value_or(first);
+    _report.at({nullptr, told.mediaType, told.number, static_cast<double>(event.record.in), _list.fcm});
     _report.lose(loss, event.line);
     _report.at({});
 }
@@ -463,6 +466,8 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(const Piece& piece, Channel channel,
     require(node->setName(toDmString(name)));
     if (event.speed && speed != 1.0)
         addSpeed(*node, speed, channel.mediaType);
+    if (channel.mediaType == DM_MEDIA_AUDIO && _list.speedOf(event) <= 0 && piece.isHead)
+        lose(speedOfSound, event, channel);
     if (event.speed)
         kept.plays = DmPlayed(*node, _list.fcm).speed();
     if (!isOutgoing(piece.position))

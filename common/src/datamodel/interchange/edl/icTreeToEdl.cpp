@@ -104,6 +104,7 @@ constexpr std::wstring_view saidProperties[] = {L"name",
                                                 L"startTCStr",
                                                 L"startTcFcm",
                                                 L"trackNum",
+                                                L"trackChannel",
                                                 L"srcInput.name",
                                                 L"srcInput.mediaType",
                                                 L"srcInput.srcLength",
@@ -249,6 +250,8 @@ void ListMaker::chooseTracks()
 
 void ListMaker::addTrack(const DmTrackNode& track, EdlChannels channel)
 {
+    _report.at({.node = &track});
+    _unsaid.tell(track, _report);
     bool isFirst = true;
     for (int i = 0; i < track.getNbChildren(); ++i)
         if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track.getChild(i)))

@@ -37,6 +37,7 @@ namespace
 {
 
 constexpr int deepestNesting = 75; ///< of sequences: what documents can be read again with
+constexpr Loss speedOfSound{"DM617", "plays at normal speed"};
 constexpr double leastLength = 0.5;
 constexpr double limit = 1e12; ///< of times, in frames
 
@@ -728,7 +729,7 @@ CoSharedPtr<DmCueMark> Maker::mark(pugi::xml_node marker, double origin, double 
     const double out = numberOf(marker, "out").value_or(-1);
     auto made = orBadAlloc(DmCueMark::create(toDmString(textOf(marker, "name")), origin + in * ratio));
     require(made->setCueMarkComment(toDmString(textOf(marker, "comment"))));
-    if (out > in)
+    if (out > in && out != -1) // a point
         require(made->setCueMarkDuration((out - in) * ratio));
     if (const pugi::xml_node colour = marker.child("color"))
     {
@@ -800,7 +801,7 @@ void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, co
             {
                 if (entry.speed.isKeyed || entry.speed.factor <= 0 || entry.speed.factor > fastest)
                 {
-                    warn(filter, "a speed that sound cannot play at: kept as it stands");
+                    _report.lose(speedOfSound, _xml.lineOf(filter));
                     continue;
                 }
                 const auto warp = orBadAlloc(DmATimewarpSettings::create());

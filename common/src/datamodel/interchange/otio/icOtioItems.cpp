@@ -30,6 +30,7 @@ namespace
 
 constexpr Loss otherTransition{"DM614", "play as dissolves"};
 constexpr Loss otherGenerator{"DM615", "play black"};
+constexpr Loss speedOfSound{"DM617", "plays at normal speed"};
 
 struct Generator
 {
@@ -540,7 +541,10 @@ CoSharedPtr<DmEffectSettings> Items::timewarp(const Value& item, eDmTreeMediaTyp
     constexpr double slowest = 1e-6;
     constexpr double fastest = 1e6;
     if (*speed < slowest || *speed > fastest)
+    {
+        lose(speedOfSound);
         return {};
+    }
     const auto warp = orBadAlloc(DmATimewarpSettings::create());
     require(warp->setRatio(static_cast<float>(1 / *speed)));
     return warp;

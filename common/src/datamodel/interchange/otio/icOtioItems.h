@@ -134,7 +134,7 @@ public:
     CoSharedPtr<DmCueMark> mark(const Value& marker, double origin);
     CoSharedPtr<DmEffectSettings> mix(const Value& transition, eDmTreeMediaType mediaType, double length);
     /// Null without one, and for sound that would stand still, run backwards or beyond what can be heard.
-    static CoSharedPtr<DmEffectSettings> timewarp(const Value& item, eDmTreeMediaType mediaType);
+    CoSharedPtr<DmEffectSettings> timewarp(const Value& item, eDmTreeMediaType mediaType);
     /// Name, mute, markers, timewarp and look of any segment.
     void addEffectsAndMarks(DmSegmentNode& segment, const Value& item, double origin);
 

@@ -100,6 +100,7 @@ struct Handler
 {
     json::Document& to;
     std::vector<const char*>* escapedLines;
+    std::vector<const char*>* wideIntegers;
     int depth = 0;
     bool isFirst = false; ///< the next name is the first one of its object
     const char* fault = nullptr;
@@ -135,6 +136,8 @@ struct Handler
             return to.Int64(*integer);
         if (const std::optional<std::uint64_t> integer = toInteger<std::uint64_t>(number))
             return to.Uint64(*integer);
+        if (wideIntegers && number != "-0" && number.find_first_not_of("-0123456789") == number.npos)
+            wideIntegers->push_back(text);
         const std::optional<double> value = toDouble(number);
         return value ? to.Double(*value) : stop("a number that is too large, or none");
     }
@@ -173,7 +176,7 @@ struct Handler
 };
 
 bool parseInPlace(json::Document& document, char* text, std::size_t size, JsonFault& fault,
-                  std::vector<const char*>* escapedLines)
+                  std::vector<const char*>* escapedLines, std::vector<const char*>* wideIntegers)
 {
     constexpr unsigned flags = json::kParseInsituFlag | json::kParseNumbersAsStringsFlag | json::kParseNanAndInfFlag;
     json::Reader reader;
@@ -181,7 +184,7 @@ bool parseInPlace(json::Document& document, char* text, std::size_t size, JsonFa
     const char* stopped = nullptr;
     const auto generate = [&](json::Document& to)
     {
-        Handler handler{to, escapedLines};
+        Handler handler{to, escapedLines, wideIntegers};
         Stream stream(text, size);
         result = reader.Parse<flags>(stream, handler);
         stopped = handler.fault;
@@ -209,14 +212,14 @@ std::string_view nonFiniteToken(double value)
 
 bool parse(json::Document& document, char* text, JsonFault& fault)
 {
-    return parseInPlace(document, text, std::strlen(text), fault, nullptr);
+    return parseInPlace(document, text, std::strlen(text), fault, nullptr, nullptr);
 }
 
 bool ParsedText::parse(json::Document& document, JsonFault& fault)
 {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     const std::size_t mark = _text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0;
-    if (parseInPlace(document, _text.data() + mark, _text.size() - mark, fault, &_escapedLines))
+    if (parseInPlace(document, _text.data() + mark, _text.size() - mark, fault, &_escapedLines, &_wideIntegers))
         return true;
     fault.offset += mark;
     return false;

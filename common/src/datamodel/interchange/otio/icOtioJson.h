@@ -65,9 +65,16 @@ public:
     /// From 1 on; 0 for what is no object with members.
     std::uint32_t lineOf(const Value& object) const;
     std::uint32_t lineAt(std::size_t offset) const;
+    /// Integers that 64 bits do not hold, and the line of the first.
+    std::size_t wideIntegers() const { return _wideIntegers.size(); }
+    std::uint32_t lineOfWideInteger() const
+    {
+        return lineAt(static_cast<std::size_t>(_wideIntegers.front() - _text.data()));
+    }
 
 private:
     std::string _text;
+    std::vector<const char*> _wideIntegers;
     std::vector<const char*> _escapedLines; ///< line ends inside strings, which were escaped in the file
 };
 

@@ -202,6 +202,11 @@ void Parts::set(Value& object, const char* name, Value value) const
         object.AddMember(string(name), value, *_allocator);
 }
 
+void Parts::put(Value& object, const char* name, Value value) const
+{
+    object.AddMember(json::StringRef(name), value, *_allocator);
+}
+
 Value& Parts::inner(Value& object, const char* name) const
 {
     if (!object.HasMember(name) || !object[name].IsObject())
@@ -212,28 +217,28 @@ Value& Parts::inner(Value& object, const char* name) const
 Value Parts::object(const char* schema, const DmTreeNode* node) const
 {
     Value made(json::kObjectType);
-    set(made, "OTIO_SCHEMA", string(schema));
-    set(made, "metadata", Value(json::kObjectType));
+    put(made, "OTIO_SCHEMA", string(schema));
+    put(made, "metadata", Value(json::kObjectType));
     const bool isNamed = node && !(node->getName() == L"untitled");
-    set(made, "name", string(isNamed ? dmUtf8(node->getName()) : std::string()));
+    put(made, "name", string(isNamed ? dmUtf8(node->getName()) : std::string()));
     return made;
 }
 
 Value Parts::time(double frames) const
 {
     Value made(json::kObjectType);
-    set(made, "OTIO_SCHEMA", string("RationalTime.1"));
-    set(made, "rate", Value(_items.fps()));
-    set(made, "value", Value(frames));
+    put(made, "OTIO_SCHEMA", string("RationalTime.1"));
+    put(made, "rate", Value(_items.fps()));
+    put(made, "value", Value(frames));
     return made;
 }
 
 Value Parts::range(double start, double length) const
 {
     Value made(json::kObjectType);
-    set(made, "OTIO_SCHEMA", string("TimeRange.1"));
-    set(made, "duration", time(length));
-    set(made, "start_time", time(start));
+    put(made, "OTIO_SCHEMA", string("TimeRange.1"));
+    put(made, "duration", time(length));
+    put(made, "start_time", time(start));
     return made;
 }
 
@@ -242,9 +247,9 @@ Value Parts::range(double start, double length) const
 Value Parts::item(const char* schema, const DmSegmentNode& node, double markOrigin)
 {
     Value made = object(schema, &node);
-    set(made, "effects", effects(node));
-    set(made, "markers", marks(node.getSegmentMarks(), markOrigin));
-    set(made, "enabled", Value(!node.getMuted()));
+    put(made, "effects", effects(node));
+    put(made, "markers", marks(node.getSegmentMarks(), markOrigin));
+    put(made, "enabled", Value(!node.getMuted()));
     setLook(made, node);
     setNotes(made, node);
     return made;
@@ -258,7 +263,7 @@ Value Parts::segment(const DmSegmentNode& node, Trim trim, const Form& form, std
     const DM::FrameCodeModes own = input ? dmFcmFromText(input->getFcm()) : DM::FCM_NOT_DEFINED;
     const double ratio = own == DM::FCM_NOT_DEFINED ? 1.0 : _items.fps() / DM::FcmUtil::getDoubleFPS(own);
     Value made = item(source ? "Clip.2" : "Gap.1", node, base);
-    set(made, "source_range",
+    put(made, "source_range",
         range(base + ratio * node.getRelIn() - headOf(node, trim),
               length.value_or(node.getRecLength()) + trim.in + trim.out));
     if (!source)
@@ -269,11 +274,11 @@ Value Parts::segment(const DmSegmentNode& node, Trim trim, const Form& form, std
             set(inner(inner(made, "metadata"), "cmx_3600"), "reel", string(dmUtf8(reel)));
     if (form.isSingle)
     {
-        set(made, "media_reference", std::move(media));
+        put(made, "media_reference", std::move(media));
         return made;
     }
     const std::string key = form.key.empty() ? "DEFAULT_MEDIA" : form.key;
-    set(made, "active_media_reference_key", string(key));
+    put(made, "active_media_reference_key", string(key));
     set(inner(made, "media_references"), key.c_str(), std::move(media));
     return made;
 }
@@ -282,34 +287,34 @@ Value Parts::container(const DmContainerNode& node, Trim trim, const Form& form,
 {
     const bool isOfTrack = !form.schema.empty();
     Value made = item(isOfTrack ? "Track.1" : "Stack.1", node, 0);
-    set(made, "source_range",
+    put(made, "source_range",
         range(node.getRelIn() - headOf(node, trim), length.value_or(node.getRecLength()) + trim.in + trim.out));
     if (isOfTrack)
-        set(made, "kind", string(node.getMediaType() == DM_MEDIA_AUDIO ? "Audio" : "Video"));
-    set(made, "children", Value(json::kArrayType));
+        put(made, "kind", string(node.getMediaType() == DM_MEDIA_AUDIO ? "Audio" : "Video"));
+    put(made, "children", Value(json::kArrayType));
     return made;
 }
 
 Value Parts::gap(double length)
 {
     Value made = object("Gap.1", nullptr);
-    set(made, "effects", Value(json::kArrayType));
-    set(made, "enabled", Value(true));
-    set(made, "markers", Value(json::kArrayType));
-    set(made, "source_range", range(0, length));
+    put(made, "effects", Value(json::kArrayType));
+    put(made, "enabled", Value(true));
+    put(made, "markers", Value(json::kArrayType));
+    put(made, "source_range", range(0, length));
     return made;
 }
 
 Value Parts::transition(const DmTrxEffectNode& node)
 {
     Value made = object("Transition.1", &node);
-    set(made, "in_offset", time(node.getRelIn()));
-    set(made, "out_offset", time(node.getRecLength() - node.getRelIn()));
+    put(made, "in_offset", time(node.getRelIn()));
+    put(made, "out_offset", time(node.getRecLength() - node.getRelIn()));
     const DmEffectSettings* const effect = node.getEffect();
     const auto* const wipe = dynamic_cast<const DmWipeSettings*>(effect);
     const bool isDissolve =
         dynamic_cast<const DmVDissolveSettings*>(effect) || dynamic_cast<const DmADissolveSettings*>(effect);
-    set(made, "transition_type", string(wipe ? "SMPTE_Wipe" : isDissolve ? "SMPTE_Dissolve" : "Custom_Transition"));
+    put(made, "transition_type", string(wipe ? "SMPTE_Wipe" : isDissolve ? "SMPTE_Dissolve" : "Custom_Transition"));
     if (wipe)
     {
         char event[16];
@@ -323,12 +328,12 @@ Value Parts::transition(const DmTrxEffectNode& node)
 Value Parts::track(const DmTreeNode& node, eDmTreeMediaType mediaType)
 {
     Value made = object("Track.1", &node);
-    set(made, "kind", string(mediaType == DM_MEDIA_AUDIO ? "Audio" : "Video"));
-    set(made, "source_range", Value());
-    set(made, "effects", Value(json::kArrayType));
-    set(made, "markers", Value(json::kArrayType));
-    set(made, "enabled", Value(true));
-    set(made, "children", Value(json::kArrayType));
+    put(made, "kind", string(mediaType == DM_MEDIA_AUDIO ? "Audio" : "Video"));
+    put(made, "source_range", Value());
+    put(made, "effects", Value(json::kArrayType));
+    put(made, "markers", Value(json::kArrayType));
+    put(made, "enabled", Value(true));
+    put(made, "children", Value(json::kArrayType));
     return made;
 }
 
@@ -336,25 +341,25 @@ Value Parts::composition(const DmCompositionNode& node, const Form& form, double
 {
     const bool isStack = form.schema == "Stack";
     Value stack = object("Stack.1", isStack ? &node : nullptr);
-    set(stack, "source_range", Value());
-    set(stack, "effects", Value(json::kArrayType));
-    set(stack, "markers", marks(node.getCueMarks(), -origin));
-    set(stack, "enabled", Value(true));
-    set(stack, "children", Value(json::kArrayType));
+    put(stack, "source_range", Value());
+    put(stack, "effects", Value(json::kArrayType));
+    put(stack, "markers", marks(node.getCueMarks(), -origin));
+    put(stack, "enabled", Value(true));
+    put(stack, "children", Value(json::kArrayType));
     if (isStack)
         return stack;
     set(stack, "name", string("tracks"));
     Value made = object("Timeline.1", &node);
-    set(made, "global_start_time", node.getStartTC() == 0 ? Value() : time(node.getStartTC()));
+    put(made, "global_start_time", node.getStartTC() == 0 ? Value() : time(node.getStartTC()));
     setNotes(made, node);
-    set(made, "tracks", std::move(stack));
+    put(made, "tracks", std::move(stack));
     return made;
 }
 
 Value Parts::collection(const DmTreeNode& node)
 {
     Value made = object("SerializableCollection.1", &node);
-    set(made, "children", Value(json::kArrayType));
+    put(made, "children", Value(json::kArrayType));
     return made;
 }
 
@@ -363,20 +368,20 @@ Value Parts::reference(const DmSourceNode::Input& input, double base, const DmSo
     const std::string_view schema = referenceSchema(input);
     Value made = object(schema.data(), nullptr);
     set(made, "name", string(dmUtf8(nameOf(input))));
-    set(made, "available_image_bounds", Value());
+    put(made, "available_image_bounds", Value());
     const DmSourceInfo* const info = input.getSrcInfo();
     if (info && schema == "ExternalReference.1")
-        set(made, "target_url", string(urlOfPath(dmUtf8(info->getPath()))));
+        put(made, "target_url", string(urlOfPath(dmUtf8(info->getPath()))));
     if (info && schema == "ImageSequenceReference.1")
         made = sequence(std::move(made), *info);
     if (const auto* const generated = dynamic_cast<const DmSourceNode::GeneratedInput*>(&input))
     {
-        set(made, "generator_kind", string(generatorKind(*generated)));
-        set(made, "parameters", Value(json::kObjectType));
+        put(made, "generator_kind", string(generatorKind(*generated)));
+        put(made, "parameters", Value(json::kObjectType));
     }
     const std::optional<double> stored = storedLength(input);
     const double length = stored.value_or(materialOf(input, _items.fps()).length);
-    set(made, "available_range", stored && *stored < 0 ? Value() : range(base, length));
+    put(made, "available_range", stored && *stored < 0 ? Value() : range(base, length));
     static_cast<void>(node);
     return made;
 }
@@ -386,14 +391,14 @@ Value Parts::sequence(Value reference, const DmSourceInfo& info) const
     const std::string pattern = dmUtf8(info.getFileList().front());
     const std::size_t digits = std::min(pattern.find('#'), pattern.size());
     const std::size_t behind = std::min(pattern.find_first_not_of('#', digits), pattern.size());
-    set(reference, "target_url_base", string(urlOfPath(dmUtf8(info.getPath()))));
-    set(reference, "name_prefix", string(std::string_view(pattern).substr(0, digits)));
-    set(reference, "name_suffix", string(std::string_view(pattern).substr(behind)));
-    set(reference, "frame_zero_padding", Value(static_cast<int>(behind - digits)));
-    set(reference, "start_frame", Value(info.getFileSeqBegin()));
-    set(reference, "frame_step", Value(1));
-    set(reference, "rate", Value(_items.fps()));
-    set(reference, "missing_frame_policy", string("error"));
+    put(reference, "target_url_base", string(urlOfPath(dmUtf8(info.getPath()))));
+    put(reference, "name_prefix", string(std::string_view(pattern).substr(0, digits)));
+    put(reference, "name_suffix", string(std::string_view(pattern).substr(behind)));
+    put(reference, "frame_zero_padding", Value(static_cast<int>(behind - digits)));
+    put(reference, "start_frame", Value(info.getFileSeqBegin()));
+    put(reference, "frame_step", Value(1));
+    put(reference, "rate", Value(_items.fps()));
+    put(reference, "missing_frame_policy", string("error"));
     return reference;
 }
 
@@ -407,10 +412,10 @@ Value Parts::marks(const DmSetList<DmCueMark>& marks, double origin) const
             continue;
         Value made = object("Marker.2", nullptr);
         set(made, "name", string(dmUtf8(mark->getCueMarkName())));
-        set(made, "comment", string(dmUtf8(mark->getCueMarkComment())));
-        set(made, "color", string(colourName(*mark)));
+        put(made, "comment", string(dmUtf8(mark->getCueMarkComment())));
+        put(made, "color", string(colourName(*mark)));
         const double length = mark->getCueMarkDuration();
-        set(made, "marked_range",
+        put(made, "marked_range",
             range(mark->getCueMarkTime() == dmNoTime ? 0.0 : mark->getCueMarkTime() + origin,
                   length == dmNoTime ? 0.0 : length));
         list.PushBack(made, *_allocator);
@@ -428,8 +433,8 @@ Value Parts::effects(const DmSegmentNode& node) const
     if (!speed || !std::isfinite(*speed))
         return list;
     Value made = object(*speed == 0 ? "FreezeFrame.1" : "LinearTimeWarp.1", nullptr);
-    set(made, "effect_name", string(*speed == 0 ? "FreezeFrame" : "LinearTimeWarp"));
-    set(made, "time_scalar", Value(*speed));
+    put(made, "effect_name", string(*speed == 0 ? "FreezeFrame" : "LinearTimeWarp"));
+    put(made, "time_scalar", Value(*speed));
     list.PushBack(made, *_allocator);
     return list;
 }

@@ -60,6 +60,8 @@ public:
 
     Value string(std::string_view text) const;
     void set(Value& object, const char* name, Value value) const;
+    /// The same of a literal that the object has no member of.
+    void put(Value& object, const char* name, Value value) const;
     /// The object that a member is; made one where it is none.
     Value& inner(Value& object, const char* name) const;
     Value time(double frames) const;

@@ -37,6 +37,14 @@ void put(Value& patch, const char* part, const Value& name, Value value, Allocat
     patch[part].AddMember(Value(name, allocator), value, allocator);
 }
 
+/// Looks first where the member stands in an object that has its members in the same order.
+Value::ConstMemberIterator find(const Value& object, const Value& name, json::SizeType hint)
+{
+    if (hint < object.MemberCount() && (object.MemberBegin() + static_cast<std::ptrdiff_t>(hint))->name == name)
+        return object.MemberBegin() + static_cast<std::ptrdiff_t>(hint);
+    return object.FindMember(name);
+}
+
 Value listDifference(const Value& ours, const Value& theirs, Allocator& allocator)
 {
     std::vector<bool> used(ours.Size());
@@ -121,12 +129,13 @@ const Value* pairAt(const Value& pair)
 Value differenceOf(const Value& ours, const Value& theirs, Allocator& allocator, bool leavesChildren)
 {
     Value patch;
-    for (auto each = theirs.MemberBegin(); each != theirs.MemberEnd(); ++each)
+    json::SizeType hint = 0;
+    for (auto each = theirs.MemberBegin(); each != theirs.MemberEnd(); ++each, ++hint)
     {
         const std::string_view name = text(&each->name);
         if ((leavesChildren && name == "children") || name == ownKey || theirs.FindMember(each->name) != each)
             continue;
-        const auto own = ours.FindMember(each->name);
+        const auto own = find(ours, each->name, hint);
         if (own == ours.MemberEnd())
         {
             put(patch, "added", each->name, Value(each->value, allocator), allocator);
@@ -150,8 +159,9 @@ Value differenceOf(const Value& ours, const Value& theirs, Allocator& allocator,
             put(patch, "other", each->name, std::move(pair), allocator);
         }
     }
-    for (auto own = ours.MemberBegin(); own != ours.MemberEnd(); ++own)
-        if (!theirs.HasMember(own->name))
+    hint = 0;
+    for (auto own = ours.MemberBegin(); own != ours.MemberEnd(); ++own, ++hint)
+        if (find(theirs, own->name, hint) == theirs.MemberEnd())
             put(patch, "missing", own->name, Value(own->value, allocator), allocator);
     return patch;
 }

@@ -673,6 +673,9 @@ CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& repo
         report.add(Report::Error, text.lineAt(fault.offset), fault.what);
         return {};
     }
+    if (const std::size_t count = text.wideIntegers())
+        report.add("DM618", Report::Warning, text.lineOfWideInteger(),
+                   "integers beyond 64 bits (" + std::to_string(count) + "): kept to 17 digits");
     Items items(&report, &text, places);
     CoSharedPtr<DmRoot> root = Maker(items, fcm).root(document);
     items.reportWarnings();

@@ -319,8 +319,16 @@ void Maker::write(const Value& object, const char* holder, Children&& children)
 
 void Maker::setOwn(Value& object, Value own)
 {
-    if (!own.IsNull())
-        _parts.set(_parts.inner(object, "metadata"), ownKey, std::move(own));
+    if (own.IsNull())
+        return;
+    const bool isNew = !object.HasMember("metadata");
+    _parts.set(_parts.inner(object, "metadata"), ownKey, std::move(own));
+    // Behind the schema, where we write it when the file has it, too.
+    for (auto each = object.MemberEnd() - 1; isNew && each > object.MemberBegin() + 1; --each)
+    {
+        each->name.Swap((each - 1)->name);
+        each->value.Swap((each - 1)->value);
+    }
 }
 
 void Maker::letHaveChildren(Value& object, const DmTreeNode& node)

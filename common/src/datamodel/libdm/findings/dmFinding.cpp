@@ -24,6 +24,8 @@ constexpr DmFindingCode conversions[] = {
     {"DM614", DmFinding::Warning, "transitions other than dissolves and wipes"},
     {"DM615", DmFinding::Warning, "generators of unknown kinds"},
     {"DM616", DmFinding::Warning, "clips that two rows of a list of media fit"},
+    {"DM617", DmFinding::Warning, "speeds that sound cannot play at"},
+    {"DM618", DmFinding::Warning, "integers beyond 64 bits"},
     {"DM701", DmFinding::Error, "documents that a format cannot hold"},
     {"DM702", DmFinding::Warning, "holes in a layer"},
     {"DM703", DmFinding::Warning, "segments that overlap the one before them"},
