@@ -12,6 +12,7 @@
 #include "zrAssert.h"
 #include "zrPost.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -43,7 +44,8 @@ class Walk
 {
 public:
     explicit Walk(Output& output)
-        : _text(output)
+        : _output(output)
+        , _text(output)
     {
     }
 
@@ -68,6 +70,18 @@ private:
         Name name;
         bool isInside;  ///< its field lies in the object itself
         bool isSkipped; ///< as long as the object shares the rare block that it lies in
+        /// Of a field inside the object that is left out at its default: the bytes of a number, or a text that is
+        /// empty. Most fields are, so that they are looked at before anything is done by type: a fifth of a save's time
+        /// went into that.
+        enum AtDefault : std::uint8_t
+        {
+            Unknown,
+            Byte,
+            FourBytes,
+            EightBytes,
+            EmptyText
+        } atDefault;
+        std::uint64_t bytes;
     };
     struct Class
     {
@@ -130,6 +144,8 @@ private:
         for (place.at = 0; place.at < place.type->properties.size(); ++place.at)
         {
             const Property& known = place.type->properties[place.at];
+            if (isAtDefault(set, known))
+                continue;
             if (known.isSkipped)
             {
                 if (std::exchange(block, known.def->_rare) != known.def->_rare)
@@ -140,6 +156,51 @@ private:
             property(place, static_cast<int>(place.at), known);
         }
         --_sets;
+    }
+
+    /// False for what is to be looked at more closely, too.
+    static bool isAtDefault(const DmPropertySet& set, const Property& known)
+    {
+        const void* const field = reinterpret_cast<const char*>(&set) + known.def->_offset;
+        switch (known.atDefault)
+        {
+        case Property::Byte:
+            return dmNumberAt<std::uint8_t>(field) == known.bytes;
+        case Property::FourBytes:
+            return dmNumberAt<std::uint32_t>(field) == known.bytes;
+        case Property::EightBytes:
+            return dmNumberAt<std::uint64_t>(field) == known.bytes;
+        case Property::EmptyText:
+            return static_cast<const DmString*>(field)->empty();
+        case Property::Unknown:
+            break;
+        }
+        return false;
+    }
+    static void addDefault(Property& known)
+    {
+        const DmPropertyDef& def = *known.def;
+        if (!known.isInside || !def._skipIfDefault || !def._default)
+            return;
+        dmVisitStorage(def._type,
+                       [&]<class T>(std::type_identity<T>)
+                       {
+                           if constexpr (DmNumberStorage<T>)
+                           {
+                               if constexpr (std::is_floating_point_v<T>)
+                                   if (std::isnan(dmNumberAt<T>(def._default)))
+                                       return; // what is no number is never at its default
+                               known.atDefault = sizeof(T) == 1   ? Property::Byte
+                                                 : sizeof(T) == 4 ? Property::FourBytes
+                                                 : sizeof(T) == 8 ? Property::EightBytes
+                                                                  : Property::Unknown;
+                               std::memcpy(&known.bytes, def._default, std::min(sizeof(T), sizeof known.bytes));
+                           }
+                           else if constexpr (std::same_as<T, DmString>)
+                               known.atDefault = static_cast<const DmString*>(def._default)->empty()
+                                                     ? Property::EmptyText
+                                                     : Property::Unknown;
+                       });
     }
 
     /// Whether a property is worth saving, without a call for those that are compared with their default quickly.
@@ -221,7 +282,9 @@ private:
             {
                 const DmPropertyDef& def = *data.at(i);
                 const bool isInside = !def._rare && set.getBase(i) == &set;
-                type.properties.push_back({&def, spell(def._name), isInside, isSkippedWhenShared(def)});
+                type.properties.push_back(
+                    {&def, spell(def._name), isInside, isSkippedWhenShared(def), Property::Unknown, 0});
+                addDefault(type.properties.back());
             }
         }
         _last = {&data, &type};
@@ -323,11 +386,18 @@ private:
         ZR_ASSERT_SOFT(type == DM_VECTOR_PROPERTY_SET);
         member(json, *set.classData().at(index));
         begin('[');
-        for (const DmPropertySet* const held : set.elementsOf(index))
+        const DmListWindow<DmPropertySet> elements = set.elementsOf(index);
+        const double part = _part; // of the document, that the list is taken to be
+        _part = part / static_cast<double>(std::max<std::size_t>(elements.size(), 1));
+        double reached = _reached;
+        for (const DmPropertySet* const held : elements)
         {
+            _output.reached(_reached = reached);
             _text.next();
             element(held);
+            reached += _part;
         }
+        _part = part;
         _text.end(']');
     }
 
@@ -466,7 +536,10 @@ private:
         _text.begin(bracket);
     }
 
+    Output& _output;
     JsonText<isPretty> _text;
+    double _part = 1.0;    ///< of the document, that is being written
+    double _reached = 0.0; ///< where that begins
     std::unordered_map<const DmPropertySetData*, Class> _classes;
     std::pair<const DmPropertySetData*, const Class*> _last; ///< of the set before
     TextOutput _spelling;
