@@ -81,11 +81,11 @@ protected:
         return dmUtf8(status.info());
     }
 
-private:
     static constexpr unsigned nobody = 65534;
-
-    const ZrTempDir _directory;
     const bool _superuser = geteuid() == 0;
+
+private:
+    const ZrTempDir _directory;
 };
 
 } // namespace
@@ -102,6 +102,20 @@ TEST_F(JsonFile, ASaveReplacesTheFileAndKeepsItsMode)
     EXPECT_EQ(contents(file()), textOf(small));
     EXPECT_EQ(statOf(file()).st_mode & 07777, 0640U);
     EXPECT_EQ(filesInDirectory(), 1);
+}
+
+TEST_F(JsonFile, ASaveByTheSuperuserLeavesTheFileItsOwner)
+{
+    if (!_superuser)
+        GTEST_SKIP() << "no one else may give files away";
+    write("edit.json", "old");
+    ASSERT_EQ(seteuid(0) + setegid(0), 0);
+    EXPECT_EQ(save(box(L"new"), file()), "");
+    EXPECT_EQ(save(box(L"new"), file("another.json")), "");
+    ASSERT_EQ(setegid(nobody) + seteuid(nobody), 0);
+    EXPECT_EQ(contents(file()), textOf(box(L"new")));
+    EXPECT_EQ(std::pair(statOf(file()).st_uid, statOf(file()).st_gid), std::pair(nobody, nobody));
+    EXPECT_EQ(statOf(file("another.json")).st_uid, 0U);
 }
 
 TEST_F(JsonFile, LinksAreFollowed)
