@@ -1,9 +1,6 @@
+#include "zrFilled.h"
 #include "zrRunCommand.h"
 #include "zrTempDir.h"
-
-#include <ZRdmtree.h>
-
-#include <gtest/gtest.h>
 
 #include <sstream>
 
@@ -52,56 +49,6 @@ bool isBeyondSchema(const DmJsonChange& change)
            (change.reason == DmJsonChange::Converted && (isElement || vanished));
 }
 
-DmPropertySetPtr create(const DmString& className)
-{
-    DmPropertySet* made = nullptr;
-    EXPECT_EQ(DmPropertyFactory::getInstance().createPropertySetInstance(className, DmNodeId(), 0, made), DM_NO_ERROR);
-    return DmPropertySetPtr(made);
-}
-
-bool takes(const DmPropertySet& set, const DmPropertyDef& def, const DmPropertySet& held)
-{
-    const auto* const collection = dynamic_cast<const DmCollectionNode*>(&set);
-    const auto* const node = dynamic_cast<const DmTreeNode*>(&held);
-    if (collection && node && def._type == DM_VECTOR_PROPERTY_SET)
-        return collection->mayHold(node) == DM_NO_ERROR;
-    return !def._held || def._held->accepts(held);
-}
-
-/// The first class, by name, that a property of the set takes.
-DmPropertySetPtr createFor(const DmPropertySet& set, const DmPropertyDef& def)
-{
-    for (const DmString& name : DmPropertyFactory::getInstance().classNames())
-        if (DmPropertySetPtr made = create(name); made && takes(set, def, *made))
-            return made;
-    return {};
-}
-
-/// Gives every property a value that is written.
-void fill(DmPropertySet& set)
-{
-    const DmPropertySetData& data = set.classData();
-    for (int i = 0; i < data.size(); ++i)
-    {
-        const DmPropertyDef& def = *data.at(i);
-        if (def._constant)
-            continue;
-        const DmPropertySetPtr held = createFor(set, def);
-        const bool isFalse = def._type == DM_BOOL && !*static_cast<const bool*>(set.fieldOf(i));
-        const DmString text(isFalse                                ? L"true"
-                            : def._type == DM_CHAR                 ? L"k"
-                            : def._texts && def._texts->isComplete ? def._texts->texts.back()
-                            : def._values.empty()                  ? L"77"
-                                                                   : std::to_wstring(def._values.back().code).c_str());
-        const eDmErrorId status =
-            def._type == DM_PROPERTY_SET          ? set.setPropertyValue(i, def._type, &held)
-            : def._type == DM_VECTOR_PROPERTY_SET ? set.addValueInPropertyList(i, def._type, &held)
-            : def._type == DM_MAP_PROPERTY_SET    ? set.setValueFromPropertyMap(i, def._type, L"a key", &held)
-                                                  : set.setPropertyValueFromStr(def._name, text);
-        EXPECT_EQ(status, DM_NO_ERROR) << def._utf8Name;
-    }
-}
-
 } // namespace
 
 TEST_F(DmtreeSchema, AcceptsEveryClassWithEveryPropertyAndTheExamples)
@@ -112,10 +59,10 @@ TEST_F(DmtreeSchema, AcceptsEveryClassWithEveryPropertyAndTheExamples)
     for (const DmString& name : DmPropertyFactory::getInstance().classNames())
         for (const bool filled : {false, true})
         {
-            const DmPropertySetPtr set = create(name);
+            const DmPropertySetPtr set = zrTest::fresh(name);
             ASSERT_TRUE(set) << dmUtf8(name);
             if (filled)
-                fill(*set);
+                zrTest::fill(*set);
             const CoSharedPtr<DmBlobNode> carrier = DmBlobNode::create();
             ASSERT_EQ(carrier->setBaseBlob(set), DM_NO_ERROR) << dmUtf8(name);
             root->addChild(carrier);
