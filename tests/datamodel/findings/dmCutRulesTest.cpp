@@ -140,6 +140,11 @@ const RuleCase cases[] = {
      {"A V1 00:00:00:00: Its effect \"Resize\" is bypassed"},
      {"AAAA|BB", "", resized(0)},
      Mending::Unsafe},
+    {"DM307", // behind one that is not, and two of them
+     {"AAAA|BB", "", both(resized(0), both(resized(0, 0, true), resized(0, 0, true)))},
+     {"A V1 00:00:00:00: Its effect \"Resize\" is bypassed", "A V1 00:00:00:00: Its effect \"Resize\" is bypassed"},
+     {"AAAA|BB", "", both(resized(0), resized(0))},
+     Mending::Unsafe},
     {"DM308",
      {"AA|BBBB|CC\n-|DDDDDD"},
      {"B V1 00:00:00:02: It lies wholly under picture of another track"},

@@ -369,7 +369,7 @@ const std::vector<DmRule>& dmCutRules()
                  {
                      const DmEffectSettings* const effect = shot.segment->getEffects().at(i);
                      if (!effect || !effect->isMuted())
-                         return;
+                         continue;
                      const auto added =
                          run.add(cut, lane, shot, "Its effect \"" + dmUtf8(effect->getName()) + "\" is bypassed");
                      added->nodePath += "/effects[" + std::to_string(i) + ']';
