@@ -94,6 +94,89 @@ TEST(DmtreeDiff, WritesPatchesThatLeadToTheOtherFile)
     check({{"diff", "--patch", soda, soda}, 0, "{\"patch\":1,\"shots\":[],\"changes\":[]}\n"});
 }
 
+TEST(DmtreeDiff, AnswersOrRefusesWhateverItIsGiven)
+{
+    const ZrTempDir dir;
+    const auto cutOf = [](const std::string& elements)
+    {
+        return R"({"DmCompositionNode":{"name":"a","children":[{"DmTrackNode":{"trackNum":1,"mediaType":0,"children":[)"
+               R"({"DmLayerNode":{"mediaType":0,"children":[)" +
+               elements + "]}}]}}]}}";
+    };
+    const auto rootOf = [](const std::string& children) { return R"({"DmRoot":{"children":[)" + children + "]}}"; };
+    const auto gap = [](const char* in, const char* id)
+    {
+        return std::string(R"({"DmGapNode":{"recLength":4,"mediaType":0,"recIn":)") + in + R"(,"segmentId":")" + id +
+               "\"}}";
+    };
+    const std::string shot = gap("0", "x");
+    const std::pair<const char*, std::string> documents[] = {
+        {"nothing", R"({"DmRoot":{}})"},
+        {"empty elements", rootOf("{},{}")},
+        {"two compositions of one name", rootOf(cutOf(shot) + ',' + cutOf(shot))},
+        {"a composition and a reel", rootOf(cutOf(shot) + R"(,{"DmReelNode":{"children":[)" + cutOf(shot) + "]}}")},
+        {"an id used twice, and empty elements", rootOf(cutOf(shot + ",{}," + gap("4", "x") + ',' + shot))},
+        {"no ids", rootOf(cutOf(gap("0", "") + ',' + gap("4", "")))},
+        {"out of order", rootOf(cutOf(gap("8", "z") + ',' + gap("0", "y") + ',' + gap("-4", "x")))},
+        {"far away", rootOf(cutOf(gap("1e300", "x") + ',' + gap("-1e300", "y")))},
+        {"a container in a container",
+         rootOf(cutOf(R"({"DmContainerNode":{"recLength":4,"mediaType":0,"composition":)" +
+                      cutOf(R"({"DmContainerNode":{"recLength":4,"mediaType":0,"composition":)" + cutOf(shot) + "}}") +
+                      "}}"))},
+    };
+    const auto write = [&](const std::string& name, const std::string& text)
+    {
+        std::ofstream(dir.path(name)) << text;
+        return dir.path(name);
+    };
+    const std::string patch = dir.path("patch.json");
+    const std::string out = dir.path("out.json");
+    for (std::size_t i = 0; i < std::size(documents); ++i)
+        for (const std::size_t by : {0, 1, 4})
+        {
+            const auto& [oldName, oldText] = documents[i];
+            const auto& [newName, newText] = documents[(i + by) % std::size(documents)];
+            SCOPED_TRACE(std::string(oldName) + ", " + newName);
+            const std::string a = write("a.json", oldText);
+            const std::string b = write("b.json", newText);
+            const std::string wanted = zrTest::runDmtree({"fmt", b}).out;
+            const int same = oldText == newText ? 0 : 1;
+            EXPECT_EQ(zrTest::runDmtree({"diff", a, b}).exitCode, same);
+            const auto made = zrTest::runDmtree({"diff", "--patch", a, b});
+            EXPECT_EQ(made.exitCode, same);
+            std::ofstream(patch) << made.out;
+            check({{"patch", a, patch, "-o", out}, 0});
+            EXPECT_EQ(zrTest::runDmtree({"fmt", out}).out, wanted);
+            EXPECT_LE(zrTest::runDmtree({"merge", soda, a, b, "-o", out}).exitCode, 1);
+            check({{"merge", a, a, b, "-o", out}, 0});
+            EXPECT_EQ(zrTest::runDmtree({"fmt", out}).out, wanted);
+        }
+    // What is no document, and no patch, is named, and nothing is written.
+    const std::string good = write("good.json", documents[5].second);
+    const std::string none = dir.path("none.json");
+    for (const std::string& text :
+         {std::string(), std::string("[]"), std::string("3"), std::string(5000, '['), cutOf(shot), shot,
+          documents[4].second.substr(0, 150), std::string("{\"DmRoot\":{\"children\":[\xff]}}")})
+    {
+        SCOPED_TRACE(text.substr(0, 60));
+        const std::string bad = write("bad.json", text);
+        for (const std::vector<std::string>& words : {std::vector<std::string>{"diff", good, bad},
+                                                      {"diff", bad, good},
+                                                      {"diff", "--patch", good, bad},
+                                                      {"patch", good, bad, "-o", none},
+                                                      {"merge", good, good, bad, "-o", none},
+                                                      {"merge", good, bad, good, "-o", none}})
+            check({words, 2, "", "...bad.json..."});
+    }
+    const std::string whole = zrTest::runDmtree({"diff", "--patch", good, soda}).out;
+    for (std::size_t end = 1; end + 2 < whole.size(); end += whole.size() / 20)
+    {
+        std::ofstream(patch) << whole.substr(0, end);
+        check({{"patch", good, patch, "-o", none}, 2, "", "...patch.json..."});
+    }
+    EXPECT_FALSE(std::ifstream(none).good());
+}
+
 TEST(DmtreeDiff, ServesGitAsItsExternalDiff)
 {
     const ZrTempDir dir;
