@@ -616,6 +616,16 @@ TEST(Otio, SaysWhatIsWrongAndWhere)
     }
 }
 
+TEST(Otio, APartOfAFrameCoversNothing)
+{
+    std::string part = range(3, 1);
+    part.replace(part.find("1.0}"), 3, "0.25");
+    const std::string text = track(clip("a", range(0, 5)) + "," + clip("b", part) + "," + clip("c", range(0, 5)));
+    const Read made = read(text);
+    ASSERT_TRUE(made.root) << made.messages;
+    EXPECT_EQ(canonical(write(*made.root)), canonical(text));
+}
+
 TEST(Otio, KeepsIntegersOfSixtyFourBitsAndNamesLonger)
 {
     for (const char* const number :

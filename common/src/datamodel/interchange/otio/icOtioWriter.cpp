@@ -34,7 +34,8 @@ constexpr Loss tooDeep{"DM729", "written without what is inside"};
 constexpr Loss hiddenEffect{"DM711", "other programs do not see them"};
 constexpr Loss otherMix{"DM712", "written as Custom_Transition"};
 constexpr Loss overlap{"DM703", "the later one covers the end of the earlier"};
-constexpr double tolerance = 1e-6; ///< of frames
+constexpr double tolerance = 1e-6;  ///< of frames
+constexpr double leastLength = 0.5; ///< of a segment that a layer takes, as the reader has it
 
 // Output
 
@@ -149,6 +150,13 @@ Layout layoutOf(const DmLayerNode& layer, double origin)
         item.length = std::max(0.0, item.recIn() + item.recLength() - item.start);
         if (std::abs(item.length - item.recLength()) <= tolerance)
             item.length = item.recLength();
+        if (item.segment && item.segment != item.node && item.segment->getRecLength() < leastLength)
+        {
+            // It travels with a gap, and takes no time.
+            item.length = item.segment->getRecLength();
+            layout.end = item.start;
+            continue;
+        }
         const bool isCovered =
             i + 1 < layout.items.size() && item.start + item.length - layout.items[i + 1].recIn() > tolerance;
         if (isCovered)
