@@ -169,6 +169,7 @@ TEST(Otio, GivesEveryMemberBack)
     const Case cases[] = {
         {"unknown members and metadata", clip("a", range(0, 5), R"(,"metadata":{"x":[1,null,{"y":2.5}]},"odd":true)")},
         {"bare clip", one},
+        {"children that are none", R"({"OTIO_SCHEMA":"Stack.1","name":"s","children":7.5})"},
         {"bare track", track(one, "Audio")},
         {"bare stack of clips", stack(one + "," + one)},
         {"timeline", timeline(track(one) + "," + track(one, "Audio"))},

@@ -133,7 +133,8 @@ Value differenceOf(const Value& ours, const Value& theirs, Allocator& allocator,
     for (auto each = theirs.MemberBegin(); each != theirs.MemberEnd(); ++each, ++hint)
     {
         const std::string_view name = text(&each->name);
-        if ((leavesChildren && name == "children") || name == ownKey || theirs.FindMember(each->name) != each)
+        if ((leavesChildren && name == "children" && each->value.IsArray()) || name == ownKey ||
+            theirs.FindMember(each->name) != each)
             continue;
         const auto own = find(ours, each->name, hint);
         if (own == ours.MemberEnd())

@@ -313,7 +313,7 @@ void Maker::write(const Value& object, const char* holder, Children&& children)
         _out.Key(each.name.GetString(), each.name.GetStringLength());
         if (*holder && text(&each.name) == holder && each.value.IsObject())
             write(each.value, "children", children);
-        else if (std::string_view(holder) == "children" && text(&each.name) == holder)
+        else if (std::string_view(holder) == "children" && text(&each.name) == holder && each.value.IsArray())
         {
             _out.StartArray();
             children();
