@@ -78,7 +78,7 @@ int main()
 {
     const std::string text = makeList(10'000);
     zrRatio::print(
-        "read a cut list of 10 000 events / split it into lines", 4,
+        "read a cut list of 10 000 events / split it into lines", 3,
         [&]
         {
             Report report;
