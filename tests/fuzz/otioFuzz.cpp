@@ -1,6 +1,6 @@
 /// OpenTimelineIO documents: whatever is read, by a strict or a lenient reader at any rate, is a tree that keeps all
-/// rules, and is written as a document that reads back as an equal tree. What was read without a warning comes back
-/// member for member. The first two bytes choose the rate and the leniency.
+/// rules, and is written as a document that reads back as an equal tree. What was read without a warning, at
+/// the file's own rate, comes back member for member. The first two bytes choose the rate and the leniency.
 #define RAPIDJSON_NAMESPACE zrInterchangeRapidjson
 #include "icOtioReader.h"
 #include "icOtioShort.h"
@@ -119,12 +119,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     expect(DmPreIt(root, {.intoContainers = true}).apply(checks) == DM_NO_ERROR, "cannot be walked");
 
     const std::string written = write(*root, fcm);
-    if (report.count(Report::Warning) == 0)
+    if (report.count(Report::Warning) == 0 && fcm == DM::FCM_NOT_DEFINED) // a mode that was given is told
         expect(canonical(text) == canonical(written), text + "\ncame back as\n" + written);
     Report again(leniency);
     const CoSharedPtr<DmRoot> copy = readOtio(written, fcm, again);
     expect(copy != nullptr, again.toString("again.otio") + written);
     // The leftovers of the first reading may spell a number otherwise.
-    expect(write(*copy, fcm) == written, "written otherwise the second time: " + written);
+    expect(canonical(write(*copy, fcm)) == canonical(written), "written otherwise the second time: " + written);
     return 0;
 }
