@@ -95,8 +95,9 @@ inline CoSharedPtr<DmSourceNode> makePlainSegment(int number, double recIn, doub
     return source;
 }
 
+/// Segments of `shortest` frames and fewer than `more` frames more.
 template <class MakeSegment>
-CoSharedPtr<DmRoot> makeOf(int segments, const MakeSegment& makeSegment)
+CoSharedPtr<DmRoot> makeOf(int segments, int shortest, int more, const MakeSegment& makeSegment)
 {
     CoSharedPtr<DmRoot> root = DmRoot::create();
     const auto edit = DmCompositionNode::create(L"Summer", dmFcmText(DM::FCM_25), DmFrameResolution::create());
@@ -110,7 +111,7 @@ CoSharedPtr<DmRoot> makeOf(int segments, const MakeSegment& makeSegment)
     {
         if (i > 0)
             layer->addChild(DmCutNode::create(DM_MEDIA_VIDEO, time));
-        const double length = 30 + i % 90;
+        const double length = shortest + i % more;
         layer->addChild(makeSegment(i, time, length));
         time += length;
     }
@@ -121,12 +122,13 @@ CoSharedPtr<DmRoot> makeOf(int segments, const MakeSegment& makeSegment)
 
 inline CoSharedPtr<DmRoot> make(int segments)
 {
-    return makeOf(segments, makeSegment);
+    return makeOf(segments, 30, 90, makeSegment);
 }
 
+/// Short ones: a million end before label time does, which a check would say of each.
 inline CoSharedPtr<DmRoot> makePlain(int clips)
 {
-    return makeOf(clips, makePlainSegment);
+    return makeOf(clips, 4, 9, makePlainSegment);
 }
 
 } // namespace zrDocuments
