@@ -374,8 +374,7 @@ bool Draft::findElements(std::vector<DmElementPlace>& places) const
     }
     const auto order = [](const DmElementPlace& place) { return std::tie(place.track, place.layer, place.index); };
     std::ranges::sort(places, {}, order);
-    const auto doubles = std::ranges::unique(places);
-    places.erase(doubles.begin(), doubles.end());
+    places.erase(std::unique(places.begin(), places.end()), places.end());
     return true;
 }
 

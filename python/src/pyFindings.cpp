@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <ranges>
 
 namespace zrpy
 {
@@ -139,9 +138,11 @@ int fix(const py::object& node, bool unsafe, bool allRules, const py::kwargs& op
 
 py::list ruleList()
 {
-    std::vector<const DmRule*> rules = hostRules();
-    for (const DmRule& rule : std::views::reverse(DmFindings::ownRules()))
-        rules.insert(rules.begin(), &rule);
+    std::vector<const DmRule*> rules;
+    for (const DmRule& rule : DmFindings::ownRules())
+        rules.push_back(&rule);
+    for (const DmRule* const rule : hostRules())
+        rules.push_back(rule);
     py::list all;
     for (const DmRule* const each : rules)
     {
