@@ -502,6 +502,14 @@ CoSharedPtr<DmTreeNode> mix(double recIn)
     return DmTrxEffectNode::create(DmVDissolveSettings::create(), recIn, 4);
 }
 
+/// Of a length, which a layer takes from it.
+CoSharedPtr<DmTreeNode> longCut(double recIn)
+{
+    auto cut = DmCutNode::create(DM_MEDIA_VIDEO, recIn);
+    EXPECT_EQ(cut->setRecLength(7), DM_NO_ERROR);
+    return cut;
+}
+
 /// A layer that is being built, and what comes next.
 struct Growing
 {
@@ -555,6 +563,7 @@ TEST(WithoutMemory, ALayerTakesAnElementWithAllInFrontOfItOrNothing)
         {"behind a transition", mix, gap, &DmLayerBuilder::append, 0},
         {"a hole behind a transition", mix, gap, &DmLayerBuilder::place, 2},
         {"a transition behind one", mix, mix, &DmLayerBuilder::append, 1},
+        {"a cut", gap, longCut, &DmLayerBuilder::append, 1},
     };
     for (const auto& row : rows)
     {
