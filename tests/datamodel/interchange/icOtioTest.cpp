@@ -579,7 +579,11 @@ TEST(Otio, SaysWhatIsWrongAndWhere)
     std::string deep = clip("a", range(0, 5));
     for (int i = 0; i < 100; ++i)
         deep = stack(track(deep));
+    std::string many;
+    for (int i = 0; i < 300; ++i)
+        many += clip("a", range(0, 5)) + ",\n";
     const Case cases[] = {
+        {track(many + clip("b", "null")), "cut.otio:301: b: an item without a length", "taken as zero"},
         {deep, "stacks nested too deeply", "what is inside plays as a gap"},
         {"", "cut.otio:1: The document is empty."},
         {"{\n\n\"a\":", "cut.otio:3: "},

@@ -202,11 +202,7 @@ void Items::setMode(DM::FrameCodeModes fcm)
 
 std::uint32_t Items::lineOf(const Value* object) const
 {
-    // A line is counted from the file's begin: not for messages that nobody will see.
-    constexpr std::size_t most = 100;
-    if (!_source || !object || _report->count(Report::Warning) + _report->count(Report::Error) > most)
-        return 0;
-    return _source->lineOf(*object);
+    return _source && object ? _source->lineOf(*object) : 0;
 }
 
 void Items::came(const DmTreeNode& node, const Value& object)

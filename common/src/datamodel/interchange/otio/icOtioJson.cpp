@@ -227,8 +227,19 @@ bool ParsedText::parse(json::Document& document, JsonFault& fault)
 
 std::uint32_t ParsedText::lineAt(std::size_t offset) const
 {
-    const char* const end = _text.data() + std::min(offset, _text.size());
-    const auto lines = std::count(_text.data(), end, '\n');
+    constexpr std::size_t block = 4096;
+    if (_linesBefore.empty())
+    {
+        std::uint32_t lines = 0;
+        for (std::size_t at = 0; at <= _text.size(); at += block)
+        {
+            _linesBefore.push_back(lines);
+            lines += static_cast<std::uint32_t>(std::ranges::count(std::string_view(_text).substr(at, block), '\n'));
+        }
+    }
+    offset = std::min(offset, _text.size());
+    const char* const end = _text.data() + offset;
+    const auto lines = _linesBefore[offset / block] + std::count(end - offset % block, end, '\n');
     const auto escaped = std::ranges::lower_bound(_escapedLines, end) - _escapedLines.begin();
     return 1 + static_cast<std::uint32_t>(lines - escaped);
 }

@@ -75,7 +75,8 @@ public:
 private:
     std::string _text;
     std::vector<const char*> _wideIntegers;
-    std::vector<const char*> _escapedLines; ///< line ends inside strings, which were escaped in the file
+    std::vector<const char*> _escapedLines;          ///< line ends inside strings, which were escaped in the file
+    mutable std::vector<std::uint32_t> _linesBefore; ///< of each block of the text, counted when a line is first asked
 };
 
 /// What the member is called that tells an object's schema.
