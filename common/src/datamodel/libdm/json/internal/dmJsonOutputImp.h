@@ -64,10 +64,13 @@ private:
         const std::size_t needed = _text.size() + text.size();
         if (_text.capacity() < needed)
         {
+            // The part is a guess: doubling is what a wrong one may cost, and address space of some size.
             constexpr double slack = 1.1;
-            constexpr double most = 64.0; // of what stands there: the part is a guess
-            const double times = std::clamp(slack / std::max(part(), slack / most), 2.0, most);
-            _text.reserve(static_cast<std::size_t>(times * static_cast<double>(needed)));
+            constexpr double most = 64.0;
+            constexpr std::size_t ahead = std::size_t(1) << 28;
+            const double times = slack / std::max(part(), slack / most);
+            const auto guessed = static_cast<std::size_t>(times * static_cast<double>(needed));
+            _text.reserve(std::max(2 * needed, std::min(guessed, needed + ahead)));
         }
         _text += text;
     }
