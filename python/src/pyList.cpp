@@ -400,26 +400,35 @@ PyObject* clear(PyObject* self, PyObject* /*none*/)
                               });
 }
 
-/// A method of list on the elements, which may change them.
+/// A method of list on the elements.
+py::object callAsList(const py::list& elements, const char* name, PyObject* args, PyObject* keywords)
+{
+    PyObject* const result = PyObject_Call(elements.attr(name).ptr(), args, keywords);
+    if (!result)
+        throw py::error_already_set();
+    return py::reinterpret_steal<py::object>(result);
+}
+
+/// One that may change them.
 template <const auto& name>
 PyObject* asListDoes(PyObject* self, PyObject* args, PyObject* keywords)
 {
     return guarded<PyObject*>(nullptr,
                               [&]
                               {
-                                  return through(self,
-                                                 [&](const py::list& elements) -> py::object
-                                                 {
-                                                     const py::object method = elements.attr(name);
-                                                     PyObject* const result =
-                                                         PyObject_Call(method.ptr(), args, keywords);
-                                                     if (!result)
-                                                         throw py::error_already_set();
-                                                     return py::reinterpret_steal<py::object>(result);
-                                                 })
+                                  return through(self, [&](const py::list& elements)
+                                                 { return callAsList(elements, name, args, keywords); })
                                       .release()
                                       .ptr();
                               });
+}
+
+/// One that only looks at them.
+template <const auto& name>
+PyObject* asListSays(PyObject* self, PyObject* args, PyObject* keywords)
+{
+    return guarded<PyObject*>(nullptr,
+                              [&] { return callAsList(List(self).elements(), name, args, keywords).release().ptr(); });
 }
 
 constexpr char removeName[] = "remove";
@@ -429,11 +438,10 @@ constexpr char indexName[] = "index";
 constexpr char countName[] = "count";
 constexpr char copyName[] = "copy";
 
-template <const auto& name>
-PyMethodDef likeList(const char* doc)
+PyMethodDef likeList(const char* name, PyCFunctionWithKeywords method, const char* doc)
 {
-    return {name, reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(&asListDoes<name>)),
-            METH_VARARGS | METH_KEYWORDS, doc};
+    return {name, reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(method)), METH_VARARGS | METH_KEYWORDS,
+            doc};
 }
 
 PyMethodDef methods[] = {
@@ -442,12 +450,12 @@ PyMethodDef methods[] = {
     {"insert", insert, METH_VARARGS, "Inserts an element before the index."},
     {"pop", pop, METH_VARARGS, "Removes and returns the element at the index, by default the last."},
     {"clear", clear, METH_NOARGS, "Removes all elements."},
-    likeList<removeName>("Removes the first element equal to the value."),
-    likeList<reverseName>("Reverses the order."),
-    likeList<sortName>("Sorts in place; key and reverse as for a list."),
-    likeList<indexName>("The first index of an element equal to the value."),
-    likeList<countName>("How many elements equal the value."),
-    likeList<copyName>("The elements, as a list."),
+    likeList(removeName, asListDoes<removeName>, "Removes the first element equal to the value."),
+    likeList(reverseName, asListDoes<reverseName>, "Reverses the order."),
+    likeList(sortName, asListDoes<sortName>, "Sorts in place; key and reverse as for a list."),
+    likeList(indexName, asListSays<indexName>, "The first index of an element equal to the value."),
+    likeList(countName, asListSays<countName>, "How many elements equal the value."),
+    likeList(copyName, asListSays<copyName>, "The elements, as a list."),
     {nullptr, nullptr, 0, nullptr},
 };
 

@@ -181,6 +181,17 @@ def test_maps_do_what_a_dict_does(steps):
         assert list(view) == sorted(model) and all(key in view for key in model)
 
 
+def test_asking_a_list_changes_nothing():
+    gap = zrdmtree.DmGapNode(segmentPreviousIds=["a", "b", "a"])
+    heard = []
+    ids = gap.segmentPreviousIds
+    with gap.listen(lambda *change: heard.append(change)):
+        assert (ids.count("a"), ids.index("b"), ids.copy()) == (2, 1, ["a", "b", "a"]) and not heard
+    root = zrdmtree.DmRoot(children=[zrdmtree.DmCompositionNode(name="cut")])
+    children = root.publish().root.children
+    assert (children.index(children[0]), children.count(children[0])) == (0, 1) and children.copy() == list(children)
+
+
 def test_channels_are_made_by_asking_and_never_by_reading():
     effect = zrdmtree.DmLookSettings()
     with pytest.raises(KeyError, match="gain"):
