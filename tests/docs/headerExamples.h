@@ -52,7 +52,7 @@ CoSharedPtr<DmCueMark> mark;
 CoSharedPtr<DmKeyFrame> key;
 DmTimeline timeline;
 DmEdit edit(timeline);
-DmElementPlace place, seam;
+DmElementPlace place, seam, shot;
 DmFindings findings;
 std::vector<DmFinding> found;
 constexpr double playhead = 1.0;
