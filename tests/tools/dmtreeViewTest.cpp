@@ -66,7 +66,8 @@ TEST(ViewStill, ShowsWhatReadingAListHadToSay)
     const std::string list = folder.write("a.edl", "TITLE: A\nFCM: NON-DROP FRAME\n"
                                                    "001  TAPE1 V C 01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n"
                                                    "002  TAPE1 V C 01:00:99:00 01:00:02:00 10:00:02:00 10:00:04:00\n");
-    EXPECT_TRUE(matches(still({"--findings"}, list), "...<title>line 4, TAPE1, V1, 10:00:02:00\n...[DM6...]</title>..."));
+    EXPECT_TRUE(
+        matches(still({"--findings"}, list), "...<title>line 4, TAPE1, V1, 10:00:02:00\n...[DM6...]</title>..."));
 }
 
 const std::string list = ZR_EXAMPLES "/../lists/reel1.edl";

@@ -105,8 +105,9 @@ public:
     /// and never taken for another. All times and amounts of edits can so be given as labels:
     ///
     ///     double time = 0.0;
-    ///     if (timeline.readLabel("10:00:04:00", time).ok())
-    ///         edit.trim(shot, DM_TAIL, time - timeline.recOut(shot));
+    ///     DmStatus status = timeline.readLabel("10:00:04:00", time);
+    ///     if (status.ok())
+    ///         status = edit.trim(shot, DM_TAIL, time - timeline.recOut(shot));
     DmStatus readLabel(std::string_view label, double& recordTime) const;
     /// The label of a record time.
     std::string labelOf(double recordTime) const;
