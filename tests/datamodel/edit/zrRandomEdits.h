@@ -93,7 +93,7 @@ public:
         const zrOperations::Before before{_before, _with};
         zrOperations::Reach reach = _operation.reach(before);
         if (edit.options().clamp) // by as much as there was
-            reach.shift = after.recOut(lastOf(after)) - before.end();
+            reach.shift = endOf(after) - before.end();
         for (int track = 0; track < _before.trackCount(); ++track)
         {
             const bool isOwn = track == _with.element.track;
@@ -120,9 +120,10 @@ private:
     {
         return options.syncLock && std::ranges::find(options.unlockedTracks, track) == options.unlockedTracks.end();
     }
-    DmElementPlace lastOf(const DmTimeline& timeline) const
+    double endOf(const DmTimeline& timeline) const
     {
-        return {_with.element.track, _with.element.layer, timeline.elementCount(_with.layer()) - 1};
+        const int count = timeline.elementCount(_with.layer());
+        return count > 0 ? timeline.recOut({_with.element.track, _with.element.layer, count - 1}) : 0.0;
     }
     /// Of another track: time opens, which plays nothing, or closes, which nothing may have played in.
     static std::string ripple(zrNaive::Frames& frames, double at, double by)
