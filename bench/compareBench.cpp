@@ -239,7 +239,7 @@ int main()
 {
     sharing(100'000);
     reading(100'000);
-    puttingTogether(100'000);
+    puttingTogether(10'000);
     growth();
     return 0;
 }
