@@ -3,7 +3,7 @@
     checkConsole.py             any difference fails
     checkConsole.py --write     puts the real output into the pages
 
-A fenced block of the kind "console" holds commands, each a line "$ COMMAND" followed by all its output. They run from the
+A block of the kind "cpp" in README is to stand in one of the examples, word for word. A fenced block of the kind "console" holds commands, each a line "$ COMMAND" followed by all its output. They run from the
 top of the repository, in a shell whose environment has none of the system's own variables.
 """
 
@@ -15,6 +15,7 @@ import sys
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
 BLOCK = re.compile(r"(?<=^```console\n).*?(?=^```$)", re.DOTALL | re.MULTILINE)
+CODE = re.compile(r"(?<=^```cpp\n).*?(?=^```$)", re.DOTALL | re.MULTILINE)
 STEP = re.compile(r"^\$ (?P<command>.*)\n(?P<output>(?:(?!\$ ).*\n)*)", re.MULTILINE)
 
 
@@ -43,11 +44,16 @@ def mended(page, text):
 
 def main(arguments):
     total = wrong = 0
+    examples = [file.read_text(encoding="utf-8") for file in (TOP / "examples").glob("*/*.cpp")]
     for page in [TOP / "README.md", *sorted((TOP / "docs").glob("*.md"))]:
         text = page.read_text(encoding="utf-8")
         result, commands, differences = mended(page, text)
         total += commands
         wrong += differences
+        for code in CODE.findall(text) if page.name == "README.md" else ():
+            if not any(code in example for example in examples):
+                wrong += 1
+                print(f"{page.name}: no example has this\n{code}---")
         if arguments == ["--write"] and result != text:
             page.write_text(result, encoding="utf-8")
     print(f"{total} commands, {wrong} with another output than shown")
