@@ -3,6 +3,7 @@
 #include "zrAssert.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 #include <utility>
 
@@ -204,6 +205,23 @@ bool DmString::growTo(std::size_t n)
 
 DmString& DmString::assign(const wchar_t* text, std::size_t count)
 {
+    // A string without text, as a copy begins: no text of its own may be the one that is assigned.
+    if (isKept() && count != 0 && count <= maxLength)
+    {
+        const std::size_t bytes = count * sizeof(wchar_t);
+        auto* const block = static_cast<wchar_t*>(std::malloc(bytes + sizeof(wchar_t)));
+        if (!block)
+        {
+            disown();
+            ++lostTexts;
+            return *this;
+        }
+        std::memcpy(block, text, bytes);
+        block[count] = 0;
+        buff_ = block;
+        len_ = static_cast<unsigned>(count);
+        return *this;
+    }
     // The text may lie in our own buffer (s = s.c_str() + 1): its place is kept as an offset across the realloc, and a
     // shrinking realloc must not cut it off, so it is moved to the front first.
     if (!isKept() && !std::less<>()(text, buff_) && std::less_equal<>()(text, buff_ + len_))
