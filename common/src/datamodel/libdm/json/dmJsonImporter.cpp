@@ -16,7 +16,8 @@ namespace
 
 constexpr int noCode = -1;
 
-DmStatus read(DmJsonSource& source, DmPropertySetPtr& set, DmJsonPlace* place, DmJsonChanges* changes)
+DmStatus read(DmJsonSource& source, DmPropertySetPtr& set, DmJsonPlace* place, DmJsonChanges* changes,
+              bool mayChange = true)
 {
     if (changes)
         *changes = {};
@@ -26,7 +27,7 @@ DmStatus read(DmJsonSource& source, DmPropertySetPtr& set, DmJsonPlace* place, D
     DmStatus status;
     try
     {
-        dmJson::Pieces pieces(source);
+        dmJson::Pieces pieces(source, mayChange);
         if (!dmJson::FastReader(pieces).read(made))
         {
             std::string text;
@@ -95,7 +96,7 @@ DmStatus DmJsonImporter::importSetFromStr(std::string_view json, CoSharedPtr<DmP
                                           DmJsonChanges* changes)
 {
     dmJson::TextSource text(json);
-    return read(text, set, place, changes);
+    return read(text, set, place, changes, false);
 }
 
 DmStatus DmJsonImporter::importRootFromFile(const char* path, CoSharedPtr<DmRoot>& root, DmJsonPlace* place,

@@ -42,9 +42,10 @@ bool TextSource::rewind()
     return true;
 }
 
-Pieces::Pieces(DmJsonSource& source)
+Pieces::Pieces(DmJsonSource& source, bool mayChange)
     : _source(source)
     , _keeps(!source.rewind())
+    , _mayChange(mayChange)
 {
     more(nullptr);
 }
@@ -54,7 +55,7 @@ std::size_t Pieces::read(char* to, std::size_t size)
     const std::size_t count = _source.read(to, size);
     if (_keeps)
         _kept.append(to, count);
-    else
+    else if (_mayChange)
         _seen.push_back({count, sumOf({to, count})});
     return count;
 }

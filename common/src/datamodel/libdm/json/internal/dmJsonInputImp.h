@@ -47,14 +47,15 @@ private:
     DM::CoFileReader _file;
 };
 
-/// A source, 65536 bytes at a time. What cannot be read twice is kept.
+/// A source, 65536 bytes at a time. What cannot be read twice is kept; what may be another text the second time is known
+/// again by sums, which a text in memory is spared.
 class Pieces
 {
 public:
     /// How many bytes behind the end may be looked at: they are zero.
     static constexpr std::size_t margin = 32;
 
-    explicit Pieces(DmJsonSource& source);
+    explicit Pieces(DmJsonSource& source, bool mayChange = true);
 
     /// What is in sight; a zero stands at `end`.
     char* at() { return _buffer.get(); }
@@ -79,8 +80,9 @@ private:
 
     DmJsonSource& _source;
     bool _keeps;
+    bool _mayChange;
     std::string _kept;
-    std::vector<Seen> _seen; ///< of a source that is not kept; one of no bytes is the end
+    std::vector<Seen> _seen; ///< of a source that is not kept and may change; one of no bytes is the end
     std::size_t _capacity = 0;
     std::unique_ptr<char[]> _buffer;
     char* _end = nullptr;
