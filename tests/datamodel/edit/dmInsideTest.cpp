@@ -58,6 +58,16 @@ TEST(EditInside, AnEditInAContainerChangesAllItsUsesOrThisOneOnly)
     EXPECT_EQ(drawn(compositionOf(one.timeline(), 2)), "AAAAAA|BB");
     EXPECT_EQ(compositionOf(one.timeline(), 4), compositionOf(before, 4));
 
+    // What a session of the caller's own made of it.
+    DmEdit own(DmTimeline::publish(compositionOf(before, 2)));
+    ASSERT_TRUE(roll(own).ok());
+    DmEdit taken(before);
+    ASSERT_TRUE(taken.inside(at(4), own.timeline()).ok());
+    EXPECT_EQ(drawn(compositionOf(taken.timeline(), 2)), "AAAAAA|BB");
+    EXPECT_EQ(compositionOf(taken.timeline(), 2), compositionOf(taken.timeline(), 4));
+    EXPECT_FALSE(taken.inside(at(2), DmTimeline()).ok());
+    EXPECT_FALSE(taken.inside(at(0), own.timeline()).ok());
+
     const struct
     {
         const char* name;

@@ -82,6 +82,74 @@ TEST(Timeline, OtherElementsTakePlacesAsTheyStand)
     }
 }
 
+TEST(Timeline, OtherNodesSayTheirOwnAndKeepWhatStandsBelow)
+{
+    const DmTimeline before = timeline("AAA|BBB\nddd");
+    const auto composition = before.composition();
+    const auto renamed = [](const DmTreeNode* was, const wchar_t* name)
+    {
+        const auto is = DM::staticPointerCast<DmTreeNode>(was->clone());
+        EXPECT_EQ(is->setName(name), DM_NO_ERROR);
+        return DmRenewedNode{was, is};
+    };
+    DmTreeNode* const track = composition->getChild(0);
+    DmRenewedNode nodes[] = {renamed(before.tree().get(), L"root"), renamed(composition.get(), L"cut"),
+                             renamed(track, L"track"), renamed(track->getChild(0), L"layer")};
+    auto& layer = static_cast<DmLayerNode&>(*nodes[3].is);
+    EXPECT_EQ(layer.addCueMark(DmCueMark::create()), DM_NO_ERROR);
+    EXPECT_EQ(layer.clearList(DmLayerNode::Children, DM_VECTOR_PROPERTY_SET), DM_NO_ERROR);
+
+    const DmTimeline after = before.withNodes(nodes);
+    ASSERT_TRUE(bool(after));
+    const auto names = [](const DmTimeline& timeline)
+    {
+        std::string all;
+        for (const DmTreeNode* node = timeline.tree().get(); all.size() < 100 && node && !node->isSegment();
+             node = node->getChild(0))
+            all += dmUtf8(node->getName()) + ' ';
+        return all;
+    };
+    EXPECT_EQ(names(after), "root cut track layer ");
+    EXPECT_NE(names(before), names(after));
+    EXPECT_EQ(draw(after), draw(before));
+    EXPECT_EQ(after.layer({0, 0})->getCueMarks().count(), 1);
+    EXPECT_EQ(after.storedElement({0, 0, 2}), before.storedElement({0, 0, 2}));
+    EXPECT_TRUE(after.sharesLayer(before, {1, 0}));
+    DmEdit edit(after, {.syncLock = false});
+    ASSERT_TRUE(edit.rippleTrim({0, 0, 0}, DM_TAIL, -1).ok());
+    EXPECT_EQ(names(edit.timeline()), "root cut track layer ");
+
+    const DmRenewedNode wrong[] = {renamed(before.element({0, 0, 0}).get(), L"no such"),
+                                   {track, composition},
+                                   {track, nullptr},
+                                   renamed(after.composition().get(), L"of another version")};
+    for (const DmRenewedNode& each : wrong)
+        EXPECT_FALSE(bool(before.withNodes({&each, 1})));
+    EXPECT_FALSE(bool(DmTimeline().withNodes(nodes)));
+}
+
+TEST(Timeline, WhoHoldsASetIsFoundInAnyDepth)
+{
+    const auto root = zrDrawing::tree("AAA|BBB|1111|CCC\nddd");
+    const auto elementAt = [&](int track, int index)
+    { return root->getChild(0)->getChild(track)->getChild(0)->getChild(index); };
+    auto& first = static_cast<DmSourceNode&>(*elementAt(0, 0));
+    EXPECT_EQ(static_cast<DmSourceNode*>(elementAt(1, 0))->setSrcInput(CoSharedPtr(first.getSrcInput())), DM_NO_ERROR);
+    const auto inner =
+        DM::staticPointerCast<DmCompositionNode>(CoSharedPtr<DmTreeNode>(zrDrawing::tree("EEE")->getChild(0)));
+    DmTreeNode* const inside = inner->getChild(0)->getChild(0)->getChild(0);
+    EXPECT_EQ(static_cast<DmSourceNode*>(inside)->setSrcInput(CoSharedPtr(first.getSrcInput())), DM_NO_ERROR);
+    EXPECT_EQ(static_cast<DmContainerNode*>(elementAt(0, 4))->setComposition(inner), DM_NO_ERROR);
+    const DmTimeline timeline = DmTimeline::publish(root);
+
+    const auto* const source = static_cast<const DmSourceNode*>(timeline.storedElement({0, 0, 0}));
+    const DmPropertySet* const sets[] = {source->getSrcInput()->getSrcInfo(), timeline.storedElement({0, 0, 2})};
+    const std::vector<DmElementPlace> all{{0, 0, 0}, {0, 0, 4}, {1, 0, 0}};
+    EXPECT_EQ(timeline.holdersOf(sets), all) << "an element does not hold itself";
+    EXPECT_TRUE(timeline.holdersOf({}).empty());
+    EXPECT_TRUE(DmTimeline().holdersOf(sets).empty());
+}
+
 TEST(Timeline, VersionsShareWhatNoEditTouched)
 {
     const DmTimeline before = timeline(longCut(2000) + "\naaa|bbb");

@@ -187,6 +187,8 @@ public:
     /// not ok refuses all. Every container of that composition plays the new one, unless options say otherwise. None
     /// may be left without frames that it plays.
     DmStatus inside(const DmElementPlace& container, const std::function<DmStatus(DmEdit& session)>& edits);
+    /// The same with what became of the composition elsewhere: in a session of the caller's own, as it stands.
+    DmStatus inside(const DmElementPlace& container, const DmTimeline& edited);
 
     // Whole timelines.
 

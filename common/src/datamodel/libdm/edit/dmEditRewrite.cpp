@@ -281,18 +281,64 @@ DmStatus DmEdit::redact()
         });
 }
 
+namespace
+{
+
+DmCompositionNode& needComposition(const DmLane& lane, int index)
+{
+    const auto* const node = dynamic_cast<const DmContainerNode*>(&lane.needSegment(index));
+    if (!node || !node->getComposition())
+        dmRefuse("%s is no container of a composition.", lane.called(index).c_str());
+    return *node->getComposition();
+}
+
+} // namespace
+
+void DmEdit::Imp::playInstead(const DmElementPlace& container, const CoSharedPtr<DmCompositionNode>& is)
+{
+    DmLane lane = this->lane(container);
+    const CoSharedPtr<DmCompositionNode> was(&needComposition(lane, container.index));
+    if (is == was)
+        return;
+    const std::size_t changesBefore = draft.changes.size();
+    if (options().ownComposition)
+    {
+        const auto own = lane.own<DmContainerNode>(container.index);
+        static_cast<void>(own->setComposition(is));
+        lane.put(container.index, container.index + 1, {own}, 0.0);
+    }
+    else
+    {
+        DmRewrite all({}, {},
+                      [](const DmPropertySet& set) { return dynamic_cast<const DmTreeNode*>(&set) != nullptr; });
+        all.replace(*was, is);
+        static_cast<void>(rewrite(all));
+    }
+    for (std::size_t i = changesBefore; i < draft.changes.size(); ++i)
+    {
+        const Change& change = draft.changes[i];
+        const DmLane changed = this->lane(change.layer);
+        const auto* const use = dynamic_cast<const DmContainerNode*>(changed.segment(change.first));
+        if (!use || use->getComposition() != is.get())
+            continue;
+        const CoSharedPtr<DmContainerNode> before = dmEditCopy(*use);
+        static_cast<void>(before->setComposition(was));
+        const DmReach now(*use, draft.fcm, {});
+        const double end = now.played().end();
+        if (now.material().isLimited() && end > now.material().length + 1e-3 &&
+            end <= dmMaterialOf(*before, draft.fcm).length + 1e-3)
+            dmRefuse("%s plays the composition up to frame %g; it would have %g.", changed.called(change.first).c_str(),
+                     end, now.material().length);
+    }
+}
+
 DmStatus DmEdit::inside(const DmElementPlace& container, const std::function<DmStatus(DmEdit&)>& edits)
 {
     return _imp->run(
         [&]
         {
-            DmLane lane = _imp->lane(container);
-            const auto* const node = dynamic_cast<const DmContainerNode*>(&lane.needSegment(container.index));
-            if (!node || !node->getComposition())
-                dmRefuse("%s is no container of a composition.", lane.called(container.index).c_str());
-            const CoSharedPtr<DmCompositionNode> was(node->getComposition());
-            const std::size_t changesBefore = _imp->draft.changes.size();
-            DmEdit session(DmTimeline::publish(was), _imp->options());
+            DmEdit session(DmTimeline::publish(&needComposition(_imp->lane(container), container.index)),
+                           _imp->options());
             session.options().unlockedTracks.clear(); // they are tracks of this timeline
             session.setProgress(_imp->host);
             session._imp->draft.seeded = _imp->draft.seeded;
@@ -301,40 +347,22 @@ DmStatus DmEdit::inside(const DmElementPlace& container, const std::function<DmS
             _imp->draft.seeded = session._imp->draft.seeded;
             const CoSharedPtr<DmCompositionNode> is = session.timeline().composition();
             if (!is)
-                dmRefuse("There is not enough memory for the edit.");
-            if (is == was)
-                return;
+                throw std::bad_alloc();
+            _imp->playInstead(container, is);
             _imp->draft.bytes += session.bytes();
             _imp->notes.insert(_imp->notes.end(), session.notes().begin(), session.notes().end());
-            if (_imp->options().ownComposition)
-            {
-                const auto own = lane.own<DmContainerNode>(container.index);
-                static_cast<void>(own->setComposition(is));
-                lane.put(container.index, container.index + 1, {own}, 0.0);
-            }
-            else
-            {
-                DmRewrite all(
-                    {}, {}, [](const DmPropertySet& set) { return dynamic_cast<const DmTreeNode*>(&set) != nullptr; });
-                all.replace(*was, is);
-                static_cast<void>(_imp->rewrite(all));
-            }
-            for (std::size_t i = changesBefore; i < _imp->draft.changes.size(); ++i)
-            {
-                const Change& change = _imp->draft.changes[i];
-                const DmLane changed = _imp->lane(change.layer);
-                const auto* const use = dynamic_cast<const DmContainerNode*>(changed.segment(change.first));
-                if (!use || use->getComposition() != is.get())
-                    continue;
-                const CoSharedPtr<DmContainerNode> before = dmEditCopy(*use);
-                static_cast<void>(before->setComposition(was));
-                const DmReach now(*use, _imp->draft.fcm, {});
-                const double end = now.played().end();
-                if (now.material().isLimited() && end > now.material().length + 1e-3 &&
-                    end <= dmMaterialOf(*before, _imp->draft.fcm).length + 1e-3)
-                    dmRefuse("%s plays the composition up to frame %g; it would have %g.",
-                             changed.called(change.first).c_str(), end, now.material().length);
-            }
+        });
+}
+
+DmStatus DmEdit::inside(const DmElementPlace& container, const DmTimeline& edited)
+{
+    return _imp->run(
+        [&]
+        {
+            const CoSharedPtr<DmCompositionNode> is = edited.composition();
+            if (!is)
+                dmRefuse("There is no timeline to play.");
+            _imp->playInstead(container, is);
         });
 }
 

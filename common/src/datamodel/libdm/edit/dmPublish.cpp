@@ -125,6 +125,29 @@ private:
     std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _copies;
 };
 
+/// The nodes from the top down to the composition's parent.
+std::vector<const DmTreeNode*> wayTo(const DmTreeNode& top, const std::vector<int>& path)
+{
+    std::vector<const DmTreeNode*> way;
+    for (const DmTreeNode* node = &top; way.size() < path.size(); node = node->getChild(path[way.size() - 1]))
+        way.push_back(node);
+    return way;
+}
+
+/// What stands above keeps the composition's place, not the composition: its elements are the runs'.
+CoSharedPtr<DmTreeNode> topOf(const std::vector<const DmTreeNode*>& above, const DmTimelineValue& value)
+{
+    CoSharedPtr<DmTreeNode> below = value.bare;
+    for (std::size_t i = above.size(); i-- > 0;)
+    {
+        const CoSharedPtr<DmTreeNode> copy = dmEditCopy(*above[i]);
+        dmReplaceUnchecked(*copy, value.path[i], below);
+        copy->freeze();
+        below = copy;
+    }
+    return below;
+}
+
 /// The value of a tree that is constant.
 std::shared_ptr<DmTimelineValue> valueOf(const CoSharedPtr<DmTreeNode>& tree, int number)
 {
@@ -173,20 +196,7 @@ std::shared_ptr<DmTimelineValue> valueOf(const CoSharedPtr<DmTreeNode>& tree, in
         }
     }
 
-    // What stands above keeps the composition's place, not the composition: its elements are the runs'.
-    CoSharedPtr<DmTreeNode> below = value->bare;
-    std::vector<const DmTreeNode*> above;
-    for (const DmTreeNode* each = tree.get(); above.size() < value->path.size();
-         each = each->getChild(value->path[above.size() - 1]))
-        above.push_back(each);
-    for (std::size_t i = above.size(); i-- > 0;)
-    {
-        const CoSharedPtr<DmTreeNode> copy = dmEditCopy(*above[i]);
-        dmReplaceUnchecked(*copy, value->path[i], below);
-        copy->freeze();
-        below = copy;
-    }
-    value->top = below;
+    value->top = topOf(wayTo(*tree, value->path), *value);
     return value;
 }
 
@@ -241,4 +251,54 @@ DmTimeline DmTimeline::takeOver(CoSharedPtr<DmTreeNode>&& tree, int composition,
     if (!value)
         fail(status, "The tree has no such composition.");
     return value ? DmTimeline(value) : DmTimeline();
+}
+
+DmTimeline DmTimeline::withNodes(std::span<const DmRenewedNode> nodes) const
+{
+    if (!_state)
+        return {};
+    std::unordered_map<const DmTreeNode*, const DmTreeNode*> others;
+    for (const DmRenewedNode& each : nodes)
+        if (!each.is || &each.is->classData() != &each.was->classData() ||
+            !others.emplace(each.was, each.is.get()).second)
+            return {};
+    std::size_t met = 0;
+    const auto renewed = [&](const DmTreeNode* node) -> const DmTreeNode*
+    {
+        const auto other = others.find(node);
+        if (other == others.end())
+            return nullptr;
+        ++met;
+        return other->second;
+    };
+    auto changed = std::make_shared<DmTimelineValue>(*value());
+    const auto renew = [&]<class Node>(CoSharedPtr<Node>& bare, const DmTreeNode* node)
+    {
+        const DmTreeNode* const is = bare ? renewed(node) : nullptr;
+        if (!is)
+            return;
+        bare = bareCopy(static_cast<const Node&>(*is));
+        bare->freeze();
+    };
+
+    const CoSharedPtr<DmTreeNode> tree = this->tree();
+    std::vector<const DmTreeNode*> above = wayTo(*tree, value()->path);
+    const CoSharedPtr<DmCompositionNode> composition = this->composition();
+    renew(changed->bare, composition.get());
+    for (std::size_t t = 0; t < changed->tracks.size(); ++t)
+    {
+        const DmTreeNode* const track = composition->getChild(int(t));
+        renew(changed->tracks[t].bare, track);
+        for (std::size_t l = 0; l < changed->tracks[t].layers.size(); ++l)
+            renew(changed->tracks[t].layers[l].bare, track->getChild(int(l)));
+    }
+    const std::size_t metBelow = met;
+    for (const DmTreeNode*& node : above)
+        if (const DmTreeNode* const is = renewed(node))
+            node = is;
+    if (met != others.size())
+        return {};
+    if (met > metBelow)
+        changed->top = topOf(above, *changed);
+    return DmTimeline(std::move(changed), *this);
 }

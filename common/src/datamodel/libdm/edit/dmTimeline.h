@@ -52,6 +52,13 @@ struct DmPlacedElement
     CoSharedPtr<DmTreeNode> element;
 };
 
+/// A node for one of a timeline's tree that stands above its elements.
+struct DmRenewedNode
+{
+    const DmTreeNode* was;
+    CoSharedPtr<DmTreeNode> is;
+};
+
 class DmTimelineValue;
 
 class ZR_DM_API DmTimeline
@@ -76,6 +83,11 @@ public:
     /// The same timeline with other elements in the place of some, which become constant: as they stand, edits ask more
     /// (DmEdit::change). It shares all else with this one. No timeline where there is no such place.
     DmTimeline withElements(std::span<const DmPlacedElement> elements) const;
+    /// The same timeline with what other nodes say of themselves in the place of some nodes of its tree: of the
+    /// composition, a track or a layer all but their children, a layer's marks too; of what stands above the
+    /// composition all but the way to it. What they hold becomes constant. No timeline where one stands elsewhere, or
+    /// is of another class.
+    DmTimeline withNodes(std::span<const DmRenewedNode> nodes) const;
 
     explicit operator bool() const { return _state != nullptr; }
     /// Whether both are one version: nothing was edited in between.
@@ -123,6 +135,9 @@ public:
     /// The segments of an id's link group (the part before its last '#'), that one among them; that one alone where it
     /// has no group.
     std::vector<DmElementPlace> linkedWith(const DmString& segmentId) const;
+
+    /// The elements that hold any of the sets, in any depth: what a change of shared media touches. Looks at all.
+    std::vector<DmElementPlace> holdersOf(std::span<const DmPropertySet* const> sets) const;
 
     /// Whether a layer is one version in both, whatever happened to others.
     bool sharesLayer(const DmTimeline& other, const DmLayerPlace& layer) const;

@@ -85,6 +85,7 @@ public:
     void freeze(const DmElementPlace& segment, double time);
     void swap(const DmElementPlace& a, const DmElementPlace& b);
     void change(const DmElementPlace& element, const std::function<eDmErrorId(DmTreeNode&)>& how);
+    void playInstead(const DmElementPlace& container, const CoSharedPtr<DmCompositionNode>& composition);
     /// A copy of a segment that goes in.
     DmLane::Segment incoming(const DmLane& lane, const DmSegmentNode& segment);
     /// Refuses, or takes what there is where options say so. Amounts are positive.
