@@ -6,6 +6,7 @@
 #include "pyWalk.h"
 
 #include "dmMaterial.h"
+#include "dmNoTime.h"
 #include "dmPlayed.h"
 #include "dmSourceInfo.h"
 #include "dmSourceInput.h"
@@ -14,19 +15,56 @@
 
 #include <algorithm>
 #include <optional>
+#include <unordered_map>
 
 namespace zrpy
 {
 namespace
 {
 
+/// What rows have in common is made once.
+class Common
+{
+public:
+    struct Composition
+    {
+        const DmCompositionNode* node = nullptr;
+        DM::FrameCodeModes mode = DM::FCM_NOT_DEFINED;
+        double labelShift = 0.0;
+        py::object name = py::none();
+    };
+
+    const Composition& of(const DmCompositionNode* node)
+    {
+        if (node && node != _composition.node)
+            _composition = {node, dmFcmFromText(node->getFCM()), node->getLabelTime(0.0), fromText(node->getName())};
+        return node ? _composition : _none;
+    }
+    /// What `make` answers, the first time.
+    template <class Make>
+    py::object once(const void* key, const Make& make)
+    {
+        py::object& known = _made[key];
+        if (!known)
+            known = make();
+        return known;
+    }
+
+private:
+    Composition _composition;
+    const Composition _none;
+    std::unordered_map<const void*, py::object> _made; ///< by what they are made of, which the rows keep
+};
+
 /// One segment, with what several columns ask of it.
 struct Row
 {
-    explicit Row(const SegmentPlace& at)
+    Row(const SegmentPlace& at, Common& all)
         : place(at)
         , segment(*at.segment)
-        , mode(at.composition ? dmFcmFromText(at.composition->getFCM()) : DM::FCM_NOT_DEFINED)
+        , common(all)
+        , composition(all.of(at.composition))
+        , mode(composition.mode)
         , source(segment.whatIs() == DM_SOURCE_NODE ? static_cast<const DmSourceNode&>(segment).getSrcInput() : nullptr)
         , info(source ? source->getSrcInfo() : nullptr)
     {
@@ -47,6 +85,8 @@ struct Row
 
     const SegmentPlace& place;
     const DmSegmentNode& segment;
+    Common& common;
+    const Common::Composition& composition;
     const DM::FrameCodeModes mode;
     const DmSourceNode::Input* const source;
     const DmSourceInfo* const info;
@@ -63,7 +103,9 @@ py::object text(const std::string& utf8)
 
 py::object recordLabel(const Row& row, double time)
 {
-    return row.place.composition ? text(row.place.composition->getRecordLabel(time)) : py::none();
+    if (!row.composition.node)
+        return py::none();
+    return text(time == dmNoTime ? std::string() : labelOf(time + row.composition.labelShift, row.mode));
 }
 
 /// The label of a frame of the material that plays; None for what has no frames of its own.
@@ -114,15 +156,20 @@ struct Column
 };
 
 constexpr Column columns[] = {
-    {"composition",
+    {"composition", [](Row& row) -> py::object { return row.composition.name; }},
+    {"track",
      [](Row& row) -> py::object
-     { return row.place.composition ? fromText(row.place.composition->getName()) : py::none(); }},
-    {"track", [](Row& row) -> py::object { return row.place.track ? text(trackName(*row.place.track)) : py::none(); }},
+     {
+         const DmTrackNode* const track = row.place.track;
+         return track ? row.common.once(track, [track] { return text(trackName(*track)); }) : py::none();
+     }},
     {"layer",
      [](Row& row) -> py::object
      { return row.place.layer ? py::object(py::int_(row.place.layer->getLayerNum())) : py::none(); }},
     {"index", [](Row& row) -> py::object { return py::int_(row.place.index); }},
-    {"kind", [](Row& row) -> py::object { return fromText(row.segment.getPSetName()); }},
+    {"kind",
+     [](Row& row) -> py::object
+     { return row.common.once(&row.segment.classData(), [&row] { return fromText(row.segment.getPSetName()); }); }},
     {"name", [](Row& row) -> py::object { return fromText(row.segment.getName()); }},
     {"shot", [](Row& row) -> py::object { return fromText(row.segment.getShotName()); }},
     {"recIn", [](Row& row) -> py::object { return py::float_(row.segment.getRecIn()); }},
@@ -131,9 +178,26 @@ constexpr Column columns[] = {
     {"recOut", [](Row& row) -> py::object { return py::float_(row.segment.getRecOut()); }},
     {"in", [](Row& row) -> py::object { return recordLabel(row, row.segment.getRecIn()); }},
     {"out", [](Row& row) -> py::object { return recordLabel(row, row.segment.getRecOut()); }},
-    {"media", [](Row& row) -> py::object { return row.source ? fromText(row.source->getName()) : py::none(); }},
-    {"reel", [](Row& row) -> py::object { return row.info ? fromText(row.info->getReelName()) : py::none(); }},
-    {"path", [](Row& row) -> py::object { return row.info ? text(pathOf(*row.info)) : py::none(); }},
+    {"media",
+     [](Row& row) -> py::object
+     {
+         const auto* const source = row.source;
+         return source ? row.common.once(&source->getName(), [source] { return fromText(source->getName()); })
+                       : py::none();
+     }},
+    {"reel",
+     [](Row& row) -> py::object
+     {
+         const auto* const info = row.info;
+         return info ? row.common.once(&info->getReelName(), [info] { return fromText(info->getReelName()); })
+                     : py::none();
+     }},
+    {"path",
+     [](Row& row) -> py::object
+     {
+         const auto* const info = row.info;
+         return info ? row.common.once(info, [info] { return text(pathOf(*info)); }) : py::none();
+     }},
     {"sourceIn", [](Row& row) -> py::object { return materialLabel(row, row.played().begin()); }},
     {"sourceOut", [](Row& row) -> py::object { return materialLabel(row, row.played().end()); }},
     {"speed",
@@ -189,10 +253,11 @@ py::list table(const py::object& node, const py::object& names, const py::object
 
     const std::vector<SegmentPlace> places = segmentsOf(node, track, at, intoContainers);
     py::list rows(places.size());
+    Common common;
     Py_ssize_t next = 0;
     for (const SegmentPlace& place : places)
     {
-        Row row(place);
+        Row row(place, common);
         py::dict record;
         for (std::size_t i = 0; i < asked.size(); ++i)
             if (PyDict_SetItem(record.ptr(), keys[i].ptr(), asked[i]->value(row).ptr()) != 0)
@@ -207,9 +272,10 @@ py::list playing(const py::object& node, const py::object& at, const py::object&
     if (at.is_none())
         raiseType("a time is asked for: record time in frames, a label, or a Time");
     py::list all;
+    Common common;
     for (const SegmentPlace& place : segmentsOf(node, track, at, false))
     {
-        Row row(place);
+        Row row(place, common);
         const std::optional<double> frame = row.played().frameAt(*place.at);
         py::dict record;
         record["segment"] = wrap(place.segment.get());
