@@ -96,7 +96,7 @@ public:
 private:
     [[noreturn]] static void missing(py::handle key)
     {
-        PyErr_SetObject(PyExc_KeyError, key.ptr());
+        PyErr_SetObject(PyExc_KeyError, py::make_tuple(key).ptr()); // as a dict says it, of tuples too
         throw py::error_already_set();
     }
 

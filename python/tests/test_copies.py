@@ -77,3 +77,14 @@ def test_timelines_views_and_findings_travel(commercial, duplicate):
     again = duplicate(raised.value)
     assert (again.code, again.text, again.findings) == (raised.value.code, raised.value.text, raised.value.findings)
     assert again.findings
+
+
+@pytest.mark.parametrize("protocol", range(pickle.HIGHEST_PROTOCOL + 1))
+def test_every_protocol_of_pickle_answers(commercial, protocol):
+    timeline = commercial.publish()
+    for kept in (commercial, timeline, zrdmtree.Time(5, "25 fps"), commercial.segments()[0].effects):
+        again = pickle.loads(pickle.dumps(kept, protocol))
+        assert again == kept or again.root == kept.root
+    for passing in (zrdmtree.History(timeline), timeline.edit(), zrdmtree.diff(commercial, None)):
+        with pytest.raises(TypeError, match="pickle"):
+            pickle.dumps(passing, protocol)

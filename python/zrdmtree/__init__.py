@@ -24,6 +24,8 @@ def _restore(state):
 
 def __getattr__(name):
     """Classes are made when they are first asked for, a host's own included."""
+    if name == "__all__":
+        return __dir__()
     if not name.startswith("_"):
         for made in (_zrdmtree._type(name), _zrdmtree._enum(name)):
             if made is not None:

@@ -77,6 +77,12 @@ class LayerMarks(collections.abc.MutableSequence):
     def insert(self, index: int, mark: DmCueMark) -> None:
         self._change(lambda all: all.insert(index, mark))
 
+    def index(self, mark, *range) -> int:
+        return list(self).index(mark, *range)
+
+    def remove(self, mark) -> None:
+        del self[self.index(mark)]
+
     def __eq__(self, other) -> bool:
         return list(self) == list(other) if isinstance(other, (list, LayerMarks)) else NotImplemented
 
@@ -108,6 +114,17 @@ _zrdmtree.Timeline.__deepcopy__ = lambda self, memo: self
 _zrdmtree.Timeline.__reduce__ = lambda self: (_publish, (self.root,))
 _zrdmtree.ListView.__reduce__ = lambda self: (list, (list(self),))
 _zrdmtree.MapView.__reduce__ = lambda self: (dict, (dict(self),))
+
+
+
+def _reduce_ex(self, protocol):
+    """The oldest protocols of pickle make an object of the binding's own base, which would end the process."""
+    return object.__reduce_ex__(self, max(protocol, 2))
+
+
+for _bound in vars(_zrdmtree).values():
+    if isinstance(_bound, type) and _bound.__module__ == _zrdmtree.__name__:
+        _bound.__reduce_ex__ = _reduce_ex
 
 for _drawn in ("DmRoot", "DmReelNode", "DmCompositionNode"):
     _zrdmtree._methods[_drawn] = {"_repr_svg_": _repr_svg_, "_repr_html_": _repr_html_}
