@@ -103,19 +103,26 @@ void store(DmPropertySet& copy, int index, const DmPropertySetMap& value)
         check(copy.setValueFromPropertyMap(index, DM_MAP_PROPERTY_SET, key, &entry), copy);
 }
 
-/// A copy that holds `instead(held)` in the place of all that the set holds.
+/// A property that is left alone.
+constexpr int none = -1;
+
+/// A copy that holds `instead(held)` in the place of all that the set holds, and nothing in one property.
 template <class Instead>
-DmPropertySetPtr copyWith(const DmPropertySet& set, const Instead& instead)
+DmPropertySetPtr copyWith(const DmPropertySet& set, const Instead& instead, int without = none)
 {
     // A clone has its own of some of what the set holds, and leaves a comment behind.
     DmPropertySetPtr copy = set.clone();
     if (!copy)
         throw std::bad_alloc();
     const DmPropertySetData& data = set.classData();
+    if (without != none)
+        check(copy->clearList(without, data.at(without)->_type), set);
     for (int i = 0; i < data.size(); ++i)
         dmVisitStorage(data.at(i)->_type,
                        [&]<class T>(std::type_identity<T>)
                        {
+                           if (i == without)
+                               return;
                            if constexpr (holdsSets<T>)
                            {
                                if (!data.at(i)->_constant)
@@ -138,14 +145,18 @@ DmPropertySetPtr copyWith(const DmPropertySet& set, const Instead& instead)
 class Reading
 {
 public:
-    explicit Reading(const Draft& draft)
+    using Kept = std::unordered_set<const DmPropertySet*>;
+
+    /// `kept`: what stands as it is, with all that it holds.
+    explicit Reading(const Draft& draft, const Kept& kept = {})
         : _draft(draft)
+        , _kept(kept)
     {
     }
 
     DmPropertySetPtr operator()(const DmPropertySetPtr& set, int depth = 0)
     {
-        if (!set)
+        if (!set || _kept.contains(set.get()))
             return set;
         if (const auto known = _read.find(set.get()); known != _read.end())
             return known->second;
@@ -159,11 +170,21 @@ public:
         return made;
     }
 
+    /// A node by what it holds beside its elements; null where that is what it was.
+    DmPropertySetPtr beside(DmTreeNode& node)
+    {
+        const auto instead = [this](const DmPropertySetPtr& held) { return (*this)(held); };
+        const DmPropertySet& now = _draft.current(node);
+        const int without = node.whatIs() == DM_LAYER_NODE ? int(DmLayerNode::Children) : none;
+        return isChanged(now, node, instead, without) ? copyWith(now, instead, without) : DmPropertySetPtr();
+    }
+
 private:
     /// Whether a set, with what stands in the place of what it holds, is another than the constant one. One that is no
     /// constant is somebody's own, and always copied.
     template <class Instead>
-    static bool isChanged(const DmPropertySet& now, const DmPropertySet& was, const Instead& instead)
+    static bool isChanged(const DmPropertySet& now, const DmPropertySet& was, const Instead& instead,
+                          int without = none)
     {
         const DmPropertySetData& data = now.classData();
         DmPropertySetVector marks = marksOf(now);
@@ -174,6 +195,8 @@ private:
             dmVisitStorage(data.at(i)->_type,
                            [&]<class T>(std::type_identity<T>)
                            {
+                               if (i == without)
+                                   return;
                                if constexpr (std::same_as<T, DmPropertySetVector>)
                                {
                                    const auto before = was.elementsOf(i);
@@ -192,30 +215,16 @@ private:
     }
 
     const Draft& _draft;
+    const Kept _kept;
     std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _read;
 };
 
-using Layers = std::unordered_map<const DmPropertySet*, DmLayerPlace>;
-
-Layers layersOf(const DmTimeline& timeline)
-{
-    Layers layers;
-    const CoSharedPtr<DmCompositionNode> composition = timeline.composition();
-    for (int t = 0; t < timeline.trackCount(); ++t)
-        for (int l = 0; l < timeline.layerCount(t); ++l)
-            if (const auto* const layer = dynamic_cast<const DmLayerNode*>(composition->getChild(t)->getChild(l)))
-                layers[layer] = {t, l};
-    return layers;
-}
-
-/// What holds any of some sets; of layers, their elements are not looked at.
-template <class Wanted>
+/// Whether a set is one of some, or holds one.
 class Search
 {
 public:
-    Search(Wanted wanted, const Layers& layers)
+    Search(std::function<bool(const DmPropertySet&)> wanted)
         : _wanted(std::move(wanted))
-        , _layers(layers)
     {
     }
 
@@ -223,8 +232,6 @@ public:
     {
         if (_wanted(set))
             return true;
-        if (_layers.contains(&set))
-            return false;
         const bool isShared = set.refCount() > 1;
         if (isShared)
             if (const auto met = _met.find(&set); met != _met.end())
@@ -236,10 +243,62 @@ public:
     }
 
 private:
-    const Wanted _wanted;
-    const Layers& _layers;
+    const std::function<bool(const DmPropertySet&)> _wanted;
     std::unordered_map<const DmPropertySet*, bool> _met;
 };
+
+/// Whether a node is the composition of a cut, one of its tracks or a layer: what stands below it are no properties.
+bool isOfCut(const DmTreeNode& node)
+{
+    const eDmTreeNodeClassId kind = node.whatIs();
+    return kind == DM_COMPOSITION_NODE || kind == DM_TRACK_NODE || kind == DM_LAYER_NODE;
+}
+
+bool isChildOfCut(const DmTreeNode& node, const DmPropertySet* held)
+{
+    for (int i = 0; isOfCut(node) && node.whatIs() != DM_LAYER_NODE && i < node.getNbChildren(); ++i)
+        if (node.getChild(i) == held)
+            return true;
+    return false;
+}
+
+/// What a node holds, without a layer's elements.
+DmPropertySetVector heldBeside(const DmTreeNode& node)
+{
+    DmPropertySetVector all = marksOf(node);
+    const DmPropertySetData& data = node.classData();
+    for (int i = 0; i < data.size(); ++i)
+        if (node.whatIs() != DM_LAYER_NODE || i != DmLayerNode::Children)
+            dmVisitStorage(data.at(i)->_type,
+                           [&]<class T>(std::type_identity<T>)
+                           {
+                               const auto add = [&all](const DmPropertySetPtr& held)
+                               {
+                                   if (held)
+                                       all.push_back(held);
+                                   return held;
+                               };
+                               if constexpr (std::same_as<T, DmPropertySetMap>)
+                                   for (const auto& [key, entry] : *static_cast<const T*>(node.fieldOf(i)))
+                                       add(entry);
+                               else if constexpr (holdsSets<T>)
+                                   static_cast<void>(heldIn<T>(node, i, add));
+                           });
+    return all;
+}
+
+/// The nodes from one down to a composition.
+bool findWay(DmTreeNode& node, const DmCompositionNode& composition, std::vector<DmTreeNode*>& way)
+{
+    way.push_back(&node);
+    if (&node == &composition)
+        return true;
+    for (int i = 0; node.whatIs() != DM_COMPOSITION_NODE && i < node.getNbChildren(); ++i)
+        if (DmTreeNode* const child = node.getChild(i); child && findWay(*child, composition, way))
+            return true;
+    way.pop_back();
+    return false;
+}
 
 CoSharedPtr<DmCompositionNode> firstComposition(const Draft& draft, DmPropertySet* set)
 {
@@ -257,7 +316,23 @@ CoSharedPtr<DmCompositionNode> firstComposition(const Draft& draft, DmPropertySe
 
 Draft::Draft(DmTimeline timeline)
     : _timeline(std::move(timeline))
+    , _tree(_timeline.tree())
 {
+    const CoSharedPtr<DmCompositionNode> composition = _timeline.composition();
+    if (!composition || !findWay(*_tree, *composition, _frame))
+        return;
+    for (int t = 0; t < composition->getNbChildren(); ++t)
+    {
+        auto* const track = dynamic_cast<DmTrackNode*>(composition->getChild(t));
+        if (track)
+            _frame.push_back(track);
+        for (int l = 0; track && l < track->getNbChildren(); ++l)
+            if (auto* const layer = dynamic_cast<DmLayerNode*>(track->getChild(l)))
+            {
+                _frame.push_back(layer);
+                _layers[layer] = {t, l};
+            }
+    }
 }
 
 DmPropertySet& Draft::current(DmPropertySet& set) const
@@ -290,7 +365,7 @@ DmPropertySet& Draft::settled(DmPropertySet& set)
     if (_copies.empty() || (!_isOpen && !set.isFrozen()))
         return set;
     DmPropertySetPtr made;
-    if (&set == _timeline.tree().get())
+    if (&set == _tree.get())
         made = read().tree();
     else if (&set == _timeline.composition().get())
         made = read().composition();
@@ -307,26 +382,32 @@ DmTimeline Draft::read() const
 {
     if (_copies.empty())
         return _timeline;
-    std::vector<DmElementPlace> places;
-    int elements = 0;
-    for (int t = 0; t < _timeline.trackCount(); ++t)
-        for (int l = 0; l < _timeline.layerCount(t); ++l)
-            elements += _timeline.elementCount({t, l});
+    std::size_t elements = 0;
+    for (const auto& [layer, place] : _layers)
+        elements += static_cast<std::size_t>(_timeline.elementCount(place));
     // Many places, one by one, take longer than the tree.
-    if (findElements(places) && places.size() < 8 + static_cast<std::size_t>(elements) / 16)
+    if (const std::optional<Touched> found = touched(); found && found->elements.size() < 8 + elements / 16)
     {
-        Reading reading(*this);
+        Reading reading(*this, found->kept);
+        std::vector<DmRenewedNode> nodes;
+        for (DmTreeNode* const node : found->nodes)
+            if (const DmPropertySetPtr is = reading.beside(*node))
+                nodes.push_back({node, DM::staticPointerCast<DmTreeNode>(is)});
         std::vector<DmPlacedElement> changed;
-        for (const DmElementPlace& place : places)
+        for (const DmElementPlace& place : found->elements)
         {
             const CoSharedPtr<DmTreeNode> was = _timeline.element(place);
             if (const auto is = DM::staticPointerCast<DmTreeNode>(reading(was)); is != was)
                 changed.push_back({place, is});
         }
-        return changed.empty() ? _timeline : _timeline.withElements(changed);
+        DmTimeline made = nodes.empty() ? _timeline : _timeline.withNodes(nodes);
+        if (!changed.empty())
+            made = made.withElements(changed);
+        if (made)
+            return made;
     }
-    CoSharedPtr<DmTreeNode> tree = DM::staticPointerCast<DmTreeNode>(Reading(*this)(_timeline.tree()));
-    if (tree == _timeline.tree())
+    CoSharedPtr<DmTreeNode> tree = DM::staticPointerCast<DmTreeNode>(Reading(*this)(_tree));
+    if (tree == _tree)
         return _timeline;
     DmStatus status;
     DmTimeline made = DmTimeline::takeOver(std::move(tree), 0, &status);
@@ -335,47 +416,85 @@ DmTimeline Draft::read() const
     return made;
 }
 
-bool Draft::findElements(std::vector<DmElementPlace>& places) const
+std::optional<Draft::Touched> Draft::touched() const
 {
-    const Layers layers = layersOf(_timeline);
+    Touched found;
+    found.kept.insert(_frame.begin(), _frame.end());
+    const auto isFrame = [kept = found.kept](const DmPropertySet* set) { return kept.contains(set); };
+    // A set on the way is held by its owner, and perhaps by the owner's copy; the rest is ours.
+    const auto isHeldByOthers = [this](const DmPropertySet& set, const DmPropertySet* owner)
+    {
+        const int ours = 1 + (_copies.contains(&set) ? 1 : 0) + (_objects.contains(&set) ? 1 : 0);
+        const int owners = 1 + (_copies.contains(owner) ? 1 : 0);
+        return set.refCount() > ours + owners;
+    };
+    std::unordered_set<const DmPropertySet*> beside;
+    std::vector<const DmPropertySet*> below;
     bool isShared = false;
     for (const auto& [original, copied] : _copies)
     {
-        // Up to the element. A set on the way is held by its owner, and perhaps by the owner's copy; the rest is ours.
+        if (isFrame(original))
+        {
+            if (!keepsChildren(*original))
+                return {};
+            found.nodes.insert(static_cast<DmTreeNode*>(copied.original.get()));
+            continue;
+        }
+        below.push_back(original);
         const DmPropertySet* top = original;
         auto way = _ways.find(top);
-        for (; way != _ways.end() && !layers.contains(way->second.owner); way = _ways.find(top))
+        for (; way != _ways.end() && !isFrame(way->second.owner); way = _ways.find(top))
         {
-            const int ours = 1 + (_copies.contains(top) ? 1 : 0) + (_objects.contains(top) ? 1 : 0);
-            const int owners = 1 + (_copies.contains(way->second.owner) ? 1 : 0);
-            isShared = isShared || top->refCount() > ours + owners;
+            isShared = isShared || isHeldByOthers(*top, way->second.owner);
             top = way->second.owner;
         }
         if (way == _ways.end())
-            return false;
-        const DmLayerPlace& layer = layers.at(way->second.owner);
-        const DmElementPlace place{layer.track, layer.layer, way->second.element};
-        if (_timeline.element(place).get() != top)
-            return false;
-        places.push_back(place);
+            return {};
+        const auto& [held, owner, element] = way->second;
+        auto* const node = static_cast<DmTreeNode*>(const_cast<DmPropertySet*>(owner));
+        if (const auto layer = _layers.find(owner); layer != _layers.end() && element >= 0)
+        {
+            found.elements.push_back({layer->second.track, layer->second.layer, element});
+            if (_timeline.element(found.elements.back()).get() != top)
+                return {};
+            continue;
+        }
+        if (isChildOfCut(*node, top))
+            return {};
+        isShared = isShared || isHeldByOthers(*top, owner);
+        found.nodes.insert(node);
+        beside.insert(top);
     }
     if (isShared)
     {
-        Search holdsCopied([this](const DmPropertySet& set) { return _copies.contains(&set); }, layers);
-        if (holdsCopied(*_timeline.tree()))
-            return false;
-        for (const auto& [layer, at] : layers)
-        {
-            const auto elements = layer->elementsOf(DmLayerNode::Children);
-            for (int i = 0; i < elements.count(); ++i)
-                if (elements.at(i) && holdsCopied(*elements.at(i)))
-                    places.push_back({at.track, at.layer, i});
-        }
+        for (const DmElementPlace& place : _timeline.holdersOf(below))
+            found.elements.push_back(place);
+        Search isTouched([this](const DmPropertySet& set) { return _copies.contains(&set); });
+        for (DmTreeNode* const node : _frame)
+            for (const DmPropertySetPtr& held : heldBeside(*node))
+                if (!isFrame(held.get()) && isTouched(*held))
+                {
+                    if (isChildOfCut(*node, held.get()))
+                        return {};
+                    found.nodes.insert(node);
+                    beside.insert(held.get());
+                }
     }
+    for (const DmTreeNode* const node : _frame)
+        for (int i = 0; !isOfCut(*node) && i < node->getNbChildren(); ++i)
+            if (const DmTreeNode* const child = node->getChild(i); !beside.contains(child))
+                found.kept.insert(child);
     const auto order = [](const DmElementPlace& place) { return std::tie(place.track, place.layer, place.index); };
-    std::ranges::sort(places, {}, order);
-    places.erase(std::unique(places.begin(), places.end()), places.end());
-    return true;
+    std::ranges::sort(found.elements, {}, order);
+    found.elements.erase(std::unique(found.elements.begin(), found.elements.end()), found.elements.end());
+    return found;
+}
+
+bool Draft::keepsChildren(const DmPropertySet& node) const
+{
+    const auto was = node.elementsOf(DmCollectionNode::Children);
+    const auto is = current(const_cast<DmPropertySet&>(node)).elementsOf(DmCollectionNode::Children);
+    return std::equal(was.begin(), was.end(), is.begin(), is.end());
 }
 
 CoSharedPtr<DmCompositionNode> Draft::composition() const

@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace zrpy
@@ -67,10 +68,23 @@ private:
         int element;
     };
 
-    /// The elements below which something was copied; false where something was elsewhere.
-    bool findElements(std::vector<DmElementPlace>& places) const;
+    /// Below what of the timeline's tree something was copied.
+    struct Touched
+    {
+        std::vector<DmElementPlace> elements;
+        std::unordered_set<DmTreeNode*> nodes;         ///< above the elements, by what they hold beside these
+        std::unordered_set<const DmPropertySet*> kept; ///< stands as it is
+    };
+
+    /// None where layers or tracks came, went or hold other elements: then all is looked at.
+    std::optional<Touched> touched() const;
+    bool keepsChildren(const DmPropertySet& node) const;
 
     DmTimeline _timeline;
+    /// What stands above the elements, from the top down to the layers; nothing but its parent holds any of it.
+    std::vector<DmTreeNode*> _frame;
+    std::unordered_map<const DmPropertySet*, DmLayerPlace> _layers;
+    CoSharedPtr<DmTreeNode> _tree;                          ///< keeps them
     std::unordered_map<const DmPropertySet*, Copy> _copies; ///< by original
     std::unordered_map<const DmPropertySet*, Way> _ways;    ///< by what was found
     std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _settled;

@@ -411,9 +411,8 @@ void addOperations(py::class_<Target>& type)
                                   [=](DmEdit& edit) { return edit.addKeyFrame(place, effect, name, what); });
             },
             py::arg("element"), py::arg("effect"), py::arg("channel"), py::arg("key_frame"),
-            "To a channel of an effect, which is named by its position among the segment's; the channel is made if "
-            "there "
-            "is none.")
+            "To a channel of an effect, which is named by its position among the segment's; the channel is made "
+            "if there is none.")
         .def("relink",
              [](Target& self, const std::map<std::string, std::pair<std::string, std::string>>& how)
              {

@@ -60,8 +60,7 @@ py::object Session::composition()
 
 py::list Session::segments(const py::object& track, const py::object& at)
 {
-    requireOpen();
-    return segmentList(_inside ? wrap(_current.composition().get()) : composition(), track, at, false);
+    return segmentList(composition(), track, at, false);
 }
 
 py::object Session::elementAt(const DmElementPlace& place)
@@ -83,8 +82,14 @@ py::object Session::elementAt(const DmElementPlace& place)
 
 py::object Session::find(const py::object& segmentId)
 {
-    const DmTimeline timeline = peek();
-    const std::optional<DmElementPlace> found = timeline.find(toText(segmentId, "a segment's id"));
+    const DmString id = toText(segmentId, "a segment's id");
+    // Most ids are what they were when the session, or its last operation, left them.
+    if (const std::optional<DmElementPlace> at = draft().timeline().find(id))
+        if (const py::object element = elementAt(*at); const std::optional<Reached> reached = reachedBy(element))
+            if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(&reached->read());
+                segment && segment->getSegmentId() == id)
+                return element;
+    const std::optional<DmElementPlace> found = peek().find(id);
     return found ? elementAt(*found) : py::none();
 }
 
@@ -116,7 +121,7 @@ Session Session::inside(const py::object& self, const py::object& container, con
     if (!node || !node->getComposition())
         raiseValue("the element is no container of a composition");
     Session inner(DmTimeline::publish(node->getComposition()), _name);
-    inner._inside = Inside{self, at, options, _current, {}};
+    inner._inside = Inside{self, at, options, _current};
     return inner;
 }
 
@@ -151,9 +156,10 @@ DmElementPlace Session::place(const py::object& element) const
     std::optional<DmElementPlace> found;
     if (_draft && (reached.draft() == _draft.get() || !reached.draft()))
         found = _draft->placeOf(reached.set());
+    if (found)
+        return *found;
     const DmTimeline timeline = peek();
-    const auto* const segment = dynamic_cast<const DmSegmentNode*>(&node);
-    if (!found && segment)
+    if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(&node))
         found = timeline.placeOf(*segment);
     // A node of the timeline that the session was opened on, or of a version in between.
     const CoSharedPtr<DmCompositionNode> composition = timeline.composition();
@@ -210,8 +216,6 @@ void Session::requireOpen() const
 Draft& Session::draft()
 {
     requireOpen();
-    if (_inside)
-        raiseValue("nodes in a container are set through the session around it");
     if (!_draft)
         _draft.reset(new Draft(_current));
     return *_draft;
@@ -229,24 +233,12 @@ void Session::takeInside()
     auto& outer = py::cast<Session&>(_inside->outer);
     if (!(outer.peek() == _inside->opened))
         raiseValue("the session around was changed while the one inside was open");
-    if (_inside->done.empty())
+    if (_current == _start)
         return;
-    outer.apply(_inside->options,
-                [container = _inside->container, done = _inside->done](DmEdit& edit)
-                {
-                    return edit.inside(container,
-                                       [&done](DmEdit& inner)
-                                       {
-                                           DmStatus status;
-                                           for (const auto& [options, operation] : done)
-                                           {
-                                               inner.options() = options;
-                                               if (status = operation(inner); status.failed())
-                                                   break;
-                                           }
-                                           return status;
-                                       });
-                });
+    outer.apply(_inside->options, [container = _inside->container, made = _current](DmEdit& edit)
+                { return edit.inside(container, made); });
+    outer._bytes += _bytes;
+    outer._notes.insert(outer._notes.end(), _notes.begin(), _notes.end());
 }
 
 void Session::addNote(const DmString& note)

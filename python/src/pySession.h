@@ -37,7 +37,6 @@ public:
 
     const std::string& name() const { return _name; }
     const std::vector<std::string>& notes() const { return _notes; }
-    bool isInside() const { return _inside.has_value(); }
 
     // Nodes that can be set.
 
@@ -71,8 +70,6 @@ public:
         check(operation(edit));
         _current = edit.timeline();
         _bytes += edit.bytes();
-        if (_inside)
-            _inside->done.emplace_back(options, operation);
         for (const DmString& note : edit.notes())
             addNote(note);
     }
@@ -99,14 +96,13 @@ private:
         DmElementPlace container;
         EditOptions options;
         DmTimeline opened; ///< the outer session's
-        std::vector<std::pair<DmEditOptions, std::function<DmStatus(DmEdit&)>>> done;
     };
 
     void requireOpen() const;
     Draft& draft();
     void drop();
     py::object elementAt(const DmElementPlace& place);
-    /// Does in the container what was done here.
+    /// The container plays what was made here.
     void takeInside();
     void addNote(const DmString& note);
     static Answer answerOf(const DmStatus& status);

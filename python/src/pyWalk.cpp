@@ -133,7 +133,7 @@ private:
         const auto* const segment = dynamic_cast<const DmSegmentNode*>(&now);
         if (segment && (!_time || (*_time >= segment->getRecIn() && *_time < segment->getRecOut())))
             _found.append(Reached(parent, &_draft).held(&child, def, index));
-        if (!segment)
+        if (!segment && now.getNbChildren() > 0)
         {
             _draft.reach(child, parent, index);
             (*this)(child, depth + 1);

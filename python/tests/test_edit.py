@@ -173,6 +173,14 @@ SETTINGS = [
     lambda root: root.children[0].cueMarks.append(zrdmtree.DmCueMark(cueMarkName="here", cueMarkTime=12.0)),
     lambda root: setattr(root.children[0].own("resolution"), "width", 1234),
     lambda root: setattr(root, "comment", "day 2"),
+    lambda root: setattr(root.children[0], "name", "second cut"),
+    lambda root: setattr(root.children[0].cueMarks[-1], "cueMarkName", "there"),
+    lambda root: setattr(root.children[0].children[1], "name", "sound"),
+    lambda root: setattr(layer_of(root), "layerStartTC", 5.0),
+    lambda root: layer_of(root).cueMarks.append(zrdmtree.DmCueMark(cueMarkName="of the layer")),
+    lambda root: setattr(layer_of(root).cueMarks[0], "cueMarkName", "renamed"),
+    lambda root: setattr(root.children[1].segments()[0].srcInput, "name", "of the other cut"),
+    lambda root: setattr(root.children[1], "name", "the other cut"),
     lambda root: layer_of(root).children.pop(0),
     lambda root: layer_of(root).children.insert(1, zrdmtree.DmSourceNode(
         name="new", mediaType=1, srcInput=root.segments(track="V1")[0].srcInput)),
@@ -192,7 +200,12 @@ def test_setting_in_a_session_does_what_setting_in_a_tree_does(commercial, order
         except (DmError, AttributeError, IndexError, TypeError) as error:
             return type(error)
 
-    tree, start = copy.deepcopy(commercial), commercial.publish()
+    tree = copy.deepcopy(commercial)
+    tree.children.append(copy.deepcopy(tree.children[0]))  # which shares media with the first
+    for clip, other in zip(tree.segments(track="V1"), tree.children[1].segments(track="V1")):
+        if isinstance(clip, zrdmtree.DmSourceNode):
+            other.srcInput = clip.srcInput
+    start = tree.publish()
     timeline, before = start, zrdmtree.dumps(start)
     for begin in range(0, len(order), length):
         with timeline.edit() as e:
@@ -298,19 +311,26 @@ def container_of(nodes):
 
 
 def test_edits_go_inside_containers(feature):
+    uses = [each for each in feature.segments() if isinstance(each, zrdmtree.DmContainerNode)]
     with feature.edit() as e:
         with e.inside(container_of(e.segments()), own_composition=True) as inner:
             shot = inner.segments()[0]
             inner.rename(shot, "renamed inside")
             assert inner.can().mute(shot) and not inner.can().trim(shot, "tail", 1e6)
-            with pytest.raises(DmValueError, match="around"):
-                inner.root
-    assert container_of(e.result.segments()).composition.segments()[0].name == "renamed inside"
+            with pytest.raises(DmError, match="edit"):
+                shot.comment = "of the version before"
+            inner.segments()[0].comment = "set inside"
+            inner.root.comment = "set above"
+            inner.add_mark(zrdmtree.DmCueMark(cueMarkName="behind it"))
+    made = container_of(e.result.segments()).composition
+    assert (made.segments()[0].name, made.segments()[0].comment, made.comment) == (
+        "renamed inside", "set inside", "set above")
+    assert made.cueMarks[-1].cueMarkName == "behind it"
     assert container_of(feature.segments()).composition.segments()[0].name != "renamed inside"
     with feature.edit() as e:
         with pytest.raises(ZeroDivisionError):
             with e.inside(container_of(e.segments())) as inner:
-                inner.rename(inner.segments()[0], "half done")
+                inner.segments()[0].name = "half done"
                 1 / 0
         with pytest.raises(DmValueError, match="container"):
             e.inside((0, 0, 0))
@@ -318,7 +338,25 @@ def test_edits_go_inside_containers(feature):
             with e.inside(container_of(e.segments())) as inner:
                 inner.rename(inner.segments()[0], "inside")
                 e.rename((0, 0, 0), "outside")
-    assert container_of(e.result.segments()).composition == container_of(feature.segments()).composition
+        with e.inside(container_of(e.segments())) as inner:
+            assert inner.segments()[0].name
+    assert container_of(e.result.segments()).composition == uses[0].composition
+
+
+def test_what_is_set_inside_is_set_for_every_use(feature):
+    root = copy.deepcopy(feature.root)
+    first = container_of(root.segments())
+    layer = root.children[0].children[0].children[0].children[0]
+    again = copy.copy(first)
+    again.recIn, again.segmentId = layer.children[-1].recIn + layer.children[-1].recLength, "again"
+    layer.children.extend([zrdmtree.DmCutNode(mediaType=layer.mediaType, recIn=again.recIn), again])
+    assert again.composition is first.composition
+    with root.publish().edit() as e:
+        with e.inside(e.find("again")) as inner:
+            inner.find(inner.segments()[0].segmentId).name = "for both"
+    names = {each.composition.segments()[0].name for each in e.result.segments()
+             if isinstance(each, zrdmtree.DmContainerNode) and each.composition.name == first.composition.name}
+    assert names == {"for both"} and not faults(e.result)
 
 
 def test_history_goes_back_and_forth(timeline):
