@@ -1,5 +1,6 @@
 #include "dmJsonFastImp.h"
 
+#include "dmJsonBytesImp.h"
 #include "dmJsonFormatImp.h"
 #include "dmJsonKeptImp.h"
 #include "dmJsonParsedImp.h"
@@ -98,7 +99,9 @@ bool widen(std::string_view ascii, DmString& wide)
         const __m128i words = _mm_unpacklo_epi8(_mm_cvtsi32_si128(four), zero);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to + at), _mm_unpacklo_epi16(words, zero));
     };
-    if (size < few)
+    if (size >= Bytes::manyBytes)
+        Bytes::best().widen(ascii, to);
+    else if (size < few)
         for (std::size_t i = 0; i < size; ++i)
             to[i] = ascii[i];
     else
@@ -231,6 +234,8 @@ bool FastReader::string(Text& text)
         {
             high |= maskOf(bytes);
             at += lane;
+            if (static_cast<std::size_t>(at - _at) > Bytes::manyBytes)
+                at = Bytes::best().plainEnd(at, high); // and look there again
             continue;
         }
         high |= maskOf(bytes) & ((special & (~special + 1)) - 1);

@@ -264,7 +264,9 @@ eDmErrorId Comparison::fields(DmPropertyPath& path, const DmPropertySet& a, cons
 
 // Copy: a fresh object of the source's class takes over field by field. What the source's slots hold, its slots may
 // hold, and nobody else sees it yet: values go straight into its fields. What is the same in every object of a class is
-// found out once in a process: which numbers lie side by side and are copied as bytes, and where the rest is.
+// found out once in a process: which numbers lie side by side and are copied as bytes, and where the rest is. That pays
+// with a third of a copy's time, and makes copying a single set of 13 numbers cost what making it does (documentsBench,
+// propertyBench).
 
 /// How the objects of a class are copied.
 struct CopyPlan

@@ -4,6 +4,7 @@
 /// do.
 #pragma once
 
+#include "dmJsonBytesImp.h"
 #include "dmJsonOutputImp.h"
 
 #include "CoUtf8.h"
@@ -221,6 +222,12 @@ bool JsonText<isPretty>::string(std::wstring_view text)
         to = _output.room(mostBytes * count + atOnce);
         for (std::size_t i = 0; i < count;)
         {
+            if (count - i >= Bytes::manyBytes)
+            {
+                const std::size_t done = Bytes::best().narrow(text.substr(i, count - i), to);
+                i += done;
+                to += done;
+            }
             if (count - i >= atOnce && narrow(&text[i], to))
             {
                 i += atOnce;
