@@ -279,6 +279,9 @@ TEST(Interchange, FormatsAreToldByNameBytesAndExtension)
     EXPECT_EQ(nameOf(interchange::formatOfBytes("\xEF\xBB\xBF{ \"DmRoot\": {")), "json");
     EXPECT_EQ(nameOf(interchange::formatOfBytes("{\"OTIO_SCHEMA\": \"Clip.2\"")), "otio");
     EXPECT_EQ(nameOf(interchange::formatOfBytes("\n001 A V C 1:0:0:0 1:0:1:0 2:0:0:0 2:0:1:0\n")), "edl");
+    EXPECT_EQ(nameOf(interchange::formatOfBytes("<?xml version=\"1.0\"?>\n<xmeml>\nTITLE: one\n")), "fcp7xml");
+    EXPECT_EQ(nameOf(interchange::formatOfBytes("{\"OTIO_SCHEMA\": \"Clip.2\", \"name\": \"<xmeml\"")), "otio")
+        << "what was read of another format stands among the metadata";
     EXPECT_EQ(nameOf(interchange::formatOfBytes("GIF89a")), "none");
 }
 

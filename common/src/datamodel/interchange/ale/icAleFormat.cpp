@@ -17,10 +17,7 @@ public:
     std::vector<std::string_view> extensions() const override { return {"ale"}; }
     bool looksLike(std::string_view firstBytes) const override
     {
-        if (firstBytes.starts_with("\xEF\xBB\xBF"))
-            firstBytes.remove_prefix(3);
-        while (!firstBytes.empty() && isBlank(firstBytes.front()))
-            firstBytes.remove_prefix(1);
+        firstBytes = withoutBlanksInFront(firstBytes);
         return equalsNoCase(takeFirstWord(firstBytes), "HEADING");
     }
 

@@ -144,6 +144,16 @@ bool makeUtf8(std::string& bytes)
     return true;
 }
 
+std::string_view withoutBlanksInFront(std::string_view bytes)
+{
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (bytes.starts_with(byteOrderMark))
+        bytes.remove_prefix(byteOrderMark.size());
+    while (!bytes.empty() && isBlank(bytes.front()))
+        bytes.remove_prefix(1);
+    return bytes;
+}
+
 DmString toDmString(std::string_view utf8)
 {
     DmString text;

@@ -75,6 +75,9 @@ void appendDecimal(std::string& text, double value, int width, int decimals);
 /// True when it did that.
 bool makeUtf8(std::string& bytes);
 
+/// What a file begins with, behind a byte-order mark and blanks.
+std::string_view withoutBlanksInFront(std::string_view bytes);
+
 /// The data model's string of a UTF-8 text; empty when it is none.
 DmString toDmString(std::string_view utf8);
 

@@ -1,5 +1,7 @@
 #include "icDocumentFormat.h"
 
+#include "icText.h"
+
 #include "dmJsonImporter.h"
 #include "dmTreeJsonBuilder.h"
 #include "dmUtf8.h"
@@ -34,17 +36,8 @@ public:
     bool looksLike(std::string_view firstBytes) const override
     {
         // An object whose only member is called by a class of ours.
-        constexpr std::string_view blanks = " \t\r\n";
-        const auto skipBlanks = [&]
-        { firstBytes.remove_prefix(std::min(firstBytes.find_first_not_of(blanks), firstBytes.size())); };
-        if (firstBytes.starts_with("\xEF\xBB\xBF"))
-            firstBytes.remove_prefix(3);
-        skipBlanks();
-        if (!firstBytes.starts_with('{'))
-            return false;
-        firstBytes.remove_prefix(1);
-        skipBlanks();
-        return firstBytes.starts_with("\"Dm");
+        firstBytes = withoutBlanksInFront(firstBytes);
+        return firstBytes.starts_with('{') && withoutBlanksInFront(firstBytes.substr(1)).starts_with("\"Dm");
     }
 
     CoSharedPtr<DmRoot> read(Source& source, const Options& /*options*/, Report& report) const override

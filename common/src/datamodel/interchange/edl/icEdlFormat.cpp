@@ -33,8 +33,10 @@ public:
     std::vector<std::string_view> extensions() const override { return {"edl"}; }
     bool looksLike(std::string_view firstBytes) const override
     {
-        if (firstBytes.starts_with("\xEF\xBB\xBF"))
-            firstBytes.remove_prefix(3);
+        firstBytes = withoutBlanksInFront(firstBytes);
+        // A line of a list may stand in a file of another format.
+        if (firstBytes.starts_with('{') || firstBytes.starts_with("<?xml") || firstBytes.starts_with("<!"))
+            return false;
         while (!firstBytes.empty())
         {
             const std::size_t end = std::min(firstBytes.find_first_of("\r\n"), firstBytes.size());

@@ -2,6 +2,7 @@
 
 #include "icFcp7xmlReader.h"
 #include "icFcp7xmlWriter.h"
+#include "icText.h"
 
 namespace interchange
 {
@@ -14,7 +15,10 @@ class Fcp7xmlFormat final : public Format
 public:
     std::string_view name() const override { return "fcp7xml"; }
     std::vector<std::string_view> extensions() const override { return {"xml"}; }
-    bool looksLike(std::string_view firstBytes) const override { return firstBytes.find("<xmeml") != firstBytes.npos; }
+    bool looksLike(std::string_view firstBytes) const override
+    {
+        return withoutBlanksInFront(firstBytes).starts_with('<') && firstBytes.find("<xmeml") != firstBytes.npos;
+    }
 
     CoSharedPtr<DmRoot> read(Source& source, const Options& options, Report& report) const override
     {

@@ -2,6 +2,7 @@
 
 #include "icOtioReader.h"
 #include "icOtioWriter.h"
+#include "icText.h"
 
 namespace interchange
 {
@@ -16,7 +17,8 @@ public:
     std::vector<std::string_view> extensions() const override { return {"otio"}; }
     bool looksLike(std::string_view firstBytes) const override
     {
-        return firstBytes.find("\"OTIO_SCHEMA\"") != firstBytes.npos;
+        return withoutBlanksInFront(firstBytes).starts_with('{') &&
+               firstBytes.find("\"OTIO_SCHEMA\"") != firstBytes.npos;
     }
 
     CoSharedPtr<DmRoot> read(Source& source, const Options& options, Report& report) const override
