@@ -111,6 +111,16 @@ TEST(Ale, ComesBackRowForRow)
         std::string messages;
         EXPECT_EQ(write(*made.root, &messages), text);
         EXPECT_EQ(messages, "");
+        for (const char* const between : {"json", "otio"})
+        {
+            Options options;
+            options.format = between;
+            std::string bytes;
+            ASSERT_TRUE(writeBuffer(*made.root, bytes, options).done) << between;
+            const Reading again = readBuffer(bytes);
+            ASSERT_TRUE(again.root) << between;
+            EXPECT_EQ(write(*again.root), text) << between;
+        }
     }
 }
 

@@ -329,7 +329,8 @@ std::string Writer::freshHead(const DmCompositionNode& composition) const
     };
     addIfAny("Source File");
     addIfAny("UNC Path");
-    if (std::ranges::any_of(_lines, [this](const Line& line) { return line.row.fcm != _fcm; }))
+    if (std::ranges::any_of(_lines, [this](const Line& line)
+                            { return DM::FcmUtil::toNonDrop(line.row.fcm) != DM::FcmUtil::toNonDrop(_fcm); }))
         head += "\tFPS";
     addIfAny("ASC_SOP");
     addIfAny("ASC_SAT");
@@ -371,7 +372,10 @@ std::string Writer::text(std::string made)
     std::vector<Role> roles;
     std::ranges::transform(head.columns, std::back_inserter(roles), roleOf);
     std::string out(head.text);
-    if (!_lines.empty() && !isBlank(out.back()))
+    // A document has texts without the line feed at their end.
+    if (lineEnd == "\r\n" && out.ends_with('\r'))
+        out += '\n';
+    else if (!isBlank(out.back()))
         out += lineEnd;
     for (std::size_t n = 0; n < _lines.size(); ++n)
     {
