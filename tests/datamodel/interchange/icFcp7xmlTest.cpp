@@ -644,6 +644,30 @@ TEST(Flatten, WritesWhatNestedCutsPlayInTheirPlace)
     }
 }
 
+TEST(Flatten, WhetherLabelsAreDroppedDoesNotMatter)
+{
+    const std::string ntsc = rate(30, true);
+    const std::string inside =
+        sequence("<clipitem><name>a</name>" + ntsc + "<start>0</start><end>40</end><in>5</in><out>45</out>" +
+                     file("f1", 500, "", ntsc) + "</clipitem>",
+                 "", "", ntsc, "s2");
+    const std::string drops = "<timecode>" + ntsc +
+                              "<string>00:00:00;00</string><frame>0</frame>"
+                              "<displayformat>DF</displayformat></timecode>";
+    const Read made =
+        read(xmeml(sequence("<clipitem><name>n</name>" + ntsc +
+                                "<start>0</start><end>30</end><in>10</in><out>40</out>" + inside + "</clipitem>",
+                            "", drops, ntsc)));
+    ASSERT_TRUE(made.root) << made.messages;
+    EXPECT_EQ(dmUtf8(made.composition().getFCM()), "29.97 fps DF");
+    Options options;
+    options.format = "edl";
+    options.flatten = true;
+    std::string list;
+    EXPECT_EQ(dmFindingsText("x", writeBuffer(*made.root, list, options).findings).find("nested"), std::string::npos);
+    EXPECT_NE(list.find("00:00:00:15 00:00:01:15 00:00:00;00 00:00:01;00"), std::string::npos) << list;
+}
+
 TEST(Fcp7xml, AListIsWrittenAsOthersReadIt)
 {
     const std::string list = "TITLE: X\nFCM: NON-DROP FRAME\n"

@@ -924,8 +924,8 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     const double playedEnd = entry.speed.factor == 0 ? relIn + 1
                              : entry.speed.isKeyed   ? relIn
                                                      : relIn + length / stage.fps * fps * speed;
-    const bool isGenerated = isNamed(element, "generatoritem");
-    if (medium.length && playedEnd > *medium.length + 0.5 && !isGenerated)
+    const bool isEndless = isNamed(element, "generatoritem") || isTrue(textOf(element, "stillframe"));
+    if (medium.length && playedEnd > *medium.length + 0.5 && !isEndless)
         warn(element,
              "plays up to frame " + timeText(playedEnd) + " of " + timeText(*medium.length) + " that there are");
     const double materialLength =

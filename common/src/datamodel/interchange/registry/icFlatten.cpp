@@ -214,7 +214,7 @@ void Flattener::layer(DmCompositionNode& composition, const DmTrackNode& track, 
         const DM::FrameCodeModes own = dmFcmFromText(inside.getFCM());
         Nodes nodes;
         if (!container->getMuted() && container->getEffects().count() == 0 &&
-            (own == fcm || own == DM::FCM_NOT_DEFINED))
+            (own == DM::FCM_NOT_DEFINED || DM::FcmUtil::toNonDrop(own) == DM::FcmUtil::toNonDrop(fcm)))
             nodes = insideOf(*container, mixAt(layer, i - 1), mixAt(layer, i + 1));
         if (nodes.empty())
         {
