@@ -278,9 +278,11 @@ void Reader::take(std::string_view line)
 
 bool Reader::takeKeyword(std::string_view text, bool starred)
 {
+    const char first = text.empty() ? '\0' : toUpper(text.front());
     for (const Keyword& keyword : keywords)
     {
-        if (!startsWithNoCase(text, keyword.word) || (starred && keyword.star == Keyword::Never))
+        if (first != keyword.word.front() || !startsWithNoCase(text, keyword.word) ||
+            (starred && keyword.star == Keyword::Never))
             continue;
         std::string_view rest = text.substr(keyword.word.size());
         const bool parted = rest.empty() || isBlank(rest.front()) ||

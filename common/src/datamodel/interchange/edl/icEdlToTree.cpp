@@ -24,6 +24,7 @@
 #include "tuTimeUnit.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -84,6 +85,8 @@ public:
         : _list(list)
         , _report(report)
         , _tellsPlaces(tellsPlaces)
+        , _fcmTexts{DmString(DM::FcmUtil::getFCMString(DM::FcmUtil::toNonDrop(list.fcm))),
+                    DmString(DM::FcmUtil::getFCMString(DM::FcmUtil::toDrop(list.fcm)))}
         , _groups(list.events.size())
         , _lines(list.fcm, 0.0, _unheard, _reels)
     {
@@ -128,6 +131,7 @@ private:
     const EdlList& _list;
     Report& _report;
     bool _tellsPlaces;
+    std::array<DmString, 2> _fcmTexts; ///< of sources that drop no labels, and of those that do
     std::int64_t _start = 0;
     std::map<std::string_view, std::string_view> _longReels;
     std::map<std::string_view, std::string_view> _clipsOfReels;
@@ -493,7 +497,7 @@ CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel
                                                   double srcLength) const
 {
     const DM::FrameCodeModes fcm = _list.sourceFcm(event);
-    const DmString fcmText = DmString(DM::FcmUtil::getFCMString(fcm));
+    const DmString& fcmText = _fcmTexts[event.sourceDrop ? 1 : 0];
     if (const EdlReelKind kind = edlReelKind(event.reel); kind != EdlReelKind::Tape)
     {
         const bool isAudio = channel.mediaType == DM_MEDIA_AUDIO;
@@ -505,7 +509,13 @@ CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel
         require(generated->setFcm(fcmText));
         return generated;
     }
-    const auto info = orBadAlloc(DmSourceInfo::create());
+    // It copies the info that it is given: this one is filled where it stays.
+    static const CoSharedPtr<DmSourceInfo> fresh = DmSourceInfo::create();
+    const auto media = orBadAlloc(DmSourceNode::MediaInput::create(srcLength, static_cast<double>(event.source.in),
+                                                                   fresh, fcmText, channel.mediaType, false));
+    DmSourceInfo* const info = media->getSrcInfo();
+    if (!info)
+        throw std::bad_alloc();
     require(info->setSourceType(DmSourceInfo::Reel));
     require(info->setReelName(toDmString(kept.longReel.empty() ? event.reel : std::string_view(kept.longReel))));
     require(info->setTrack(channel.number));
@@ -513,12 +523,10 @@ CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel
         require(info->setName(toDmString(file->text)));
     if (const Note* const path = pathNote(kept.notes))
         require(info->setPath(toDmString(path->text)));
-    const auto media = orBadAlloc(DmSourceNode::MediaInput::create(srcLength, static_cast<double>(event.source.in),
-                                                                   info, fcmText, channel.mediaType, false));
     require(media->setFcm(fcmText));
     char label[DM::TimeUnit::labelSize];
     DM::TimeUnit(static_cast<double>(event.source.in)).toTimeCode(label, sizeof label, fcm);
-    require(media->setSrcInStr(DmString(label)));
+    require(media->setSrcInStr(toDmString(label)));
     require(dmSetMaterialLengthUnknown(*media));
     return media;
 }
