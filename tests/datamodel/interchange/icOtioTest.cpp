@@ -239,6 +239,25 @@ TEST(Otio, GivesEveryMemberBack)
          R"({"OTIO_SCHEMA":"Timeline.1","name":"T","global_start_time":)" + time(100) + "}"},
         {"a start, and tracks that hold nothing", timeline(track(""))},
         {"no children", R"({"OTIO_SCHEMA":"Timeline.1","tracks":{"OTIO_SCHEMA":"Stack.1"}})"},
+        {"sound at its own rate",
+         timeline(track(one) + "," +
+                  track(clip("w", range(481, 1001, "48000.0"), file(range(0, 480000, "48000.0"))), "Audio"))},
+        // As other systems write it in full, which is how it goes out: what only they say is all that travels.
+        {"all that is usual, and more",
+         track(
+             R"({"OTIO_SCHEMA":"Clip.2","metadata":{"cmx_3600":{"comments":["SOURCE FILE: x"],"reel":"R1","odd":[7]},)"
+             R"("studio":{"shot":{"id":1.5}}},"name":"a\u00e9","source_range":)" +
+             range(5, 20) +
+             R"(,"effects":[{"OTIO_SCHEMA":"LinearTimeWarp.1","metadata":{},"name":"","effect_name":"LinearTimeWarp",)"
+             R"("time_scalar":2.0}],"markers":[{"OTIO_SCHEMA":"Marker.2","metadata":{},"name":"m","color":"RED",)"
+             R"("comment":"c","marked_range":)" +
+             range(7, 1) +
+             R"(}],"enabled":true,"active_media_reference_key":"DEFAULT_MEDIA","media_references":{"DEFAULT_MEDIA":)"
+             R"({"OTIO_SCHEMA":"ExternalReference.1","metadata":{"codec":"x"},"name":"r","available_image_bounds":null,)"
+             R"("target_url":"file:///a%20b.mov","available_range":)" +
+             range(0, 200) +
+             R"(}},"odd":null},{"OTIO_SCHEMA":"Transition.1","metadata":{"a":{}},"name":"t","in_offset":)" + time(3) +
+             R"(,"out_offset":)" + time(2) + R"(,"transition_type":"SMPTE_Dissolve"},)" + one)},
     };
     for (const Case& each : cases)
     {
@@ -590,7 +609,11 @@ TEST(Otio, SaysWhatIsWrongAndWhere)
         {std::string("{}\0{}", 5), "cut.otio:1: a null character"},
         {std::string(100000, '['), "cut.otio:1: nested too deeply"},
         {"[]", "no timeline, stack, track or clip"},
-        {"\n" + clip("a", range(0, 5, "48.0")), "no frame-code mode has the rate 48"},
+        {"\n" + clip("a", range(0, 5, "48.0")),
+         "no frame-code mode has the rate 48; name one to convert to with --fcm, the best is '24 fps'"},
+        {"\n" + clip("a", range(0, 5, "119.88")), "--fcm, the best is '59.94 fps NDF'"},
+        {"\n" + clip("a", range(0, 5, "15.0")), "--fcm, the best is '30 fps'"},
+        {"\n" + clip("a", range(0, 5, "23.0")), "--fcm, the best is '23.976 fps'"},
         {"\n" + clip("a", "null"), "cut.otio:2: a: an item without a length", "taken as zero"},
         {"\n" + clip("a", range(0, -5)), "a negative duration", "taken as zero"},
         {track("\n7"), "a child that is no object", "left out"},

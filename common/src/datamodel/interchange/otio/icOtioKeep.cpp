@@ -102,13 +102,9 @@ void Keep::take(DmTreeNode& node, const Value& object, const Value* own) const
         setNotes(node, notes);
 }
 
-void Keep::keep(DmTreeNode& node, const Value& object, const Value& plain, const Form& form)
+void Keep::keepLeftover(DmTreeNode& node, Value leftover, const Form& form)
 {
     Allocator& allocator = _parts.allocator();
-    Value leftover =
-        form.isImplied || form.wholeValue
-            ? Value()
-            : differenceOf(plain, object, allocator, !node.isSegment() || node.whatIs() == DM_CONTAINER_NODE);
     if (const Value formValue = form.toValue(allocator); !formValue.IsNull())
     {
         if (!leftover.IsObject())
@@ -123,17 +119,22 @@ void Keep::keep(DmTreeNode& node, const Value& object, const Value& plain, const
 
 Value Keep::plainOf(const DmTreeNode& node, const Form& form)
 {
-    if (const auto* const container = dynamic_cast<const DmContainerNode*>(&node))
-        return _parts.container(*container, {}, form);
-    if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(&node))
-        return _parts.segment(*segment, {}, form);
-    if (const auto* const mix = dynamic_cast<const DmTrxEffectNode*>(&node))
-        return _parts.transition(*mix);
-    if (const auto* const track = dynamic_cast<const DmTrackNode*>(&node))
-        return _parts.track(node, track->getMediaType());
-    if (const auto* const composition = dynamic_cast<const DmCompositionNode*>(&node))
-        return _parts.composition(*composition, form, form.schema.empty() ? composition->getStartTC() : 0.0);
-    return _parts.collection(node);
+    return _parts.value(
+        [&](Listener& to)
+        {
+            if (const auto* const container = dynamic_cast<const DmContainerNode*>(&node))
+                return _parts.container(to, *container, {}, form);
+            if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(&node))
+                return _parts.segment(to, *segment, {}, form);
+            if (const auto* const mix = dynamic_cast<const DmTrxEffectNode*>(&node))
+                return _parts.transition(to, *mix);
+            if (const auto* const track = dynamic_cast<const DmTrackNode*>(&node))
+                return _parts.track(to, node, track->getMediaType());
+            if (const auto* const composition = dynamic_cast<const DmCompositionNode*>(&node))
+                return _parts.composition(to, *composition, form,
+                                          form.schema.empty() ? composition->getStartTC() : 0.0);
+            _parts.collection(to, node);
+        });
 }
 
 Form Keep::formOf(const DmTreeNode& node, Value& difference)
@@ -156,13 +157,18 @@ Form Keep::formOf(const DmTreeNode& node, Value& difference)
     const auto* const container = dynamic_cast<const DmContainerNode*>(&node);
     const double length = container && container->getComposition() ? container->getComposition()->getCompLength() : 0;
     if (const CoSharedPtr<DmTreeNode> then = read(old, node, length, 0))
-        difference =
-            differenceOf(plainOf(*then, form), old, allocator, !node.isSegment() || node.whatIs() == DM_CONTAINER_NODE);
+        difference = differenceOf(plainOf(*then, form), old, allocator, leavesChildren(node));
     return form;
 }
 
 CoSharedPtr<DmTreeNode> Keep::read(const Value& object, const DmTreeNode& like, double length, int number)
 {
+    if (const DmSegmentNode* const segment = like.asSegment())
+        _items.setMediaType(segment->getMediaType());
+    else if (const DmTransitionNode* const transition = like.asTransition())
+        _items.setMediaType(transition->getMediaType());
+    else
+        _items.setMediaType(DM_MEDIA_VIDEO);
     if (const auto* const container = dynamic_cast<const DmContainerNode*>(&like))
         return _items.container(
             object, CoSharedPtr<DmCompositionNode>(const_cast<DmCompositionNode*>(container->getComposition())), length,

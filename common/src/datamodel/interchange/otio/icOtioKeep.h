@@ -9,6 +9,7 @@
 /// For sources of this library only.
 #pragma once
 
+#include "icOtioMatch.h"
 #include "icOtioParts.h"
 
 #include "dmCompositionNode.h"
@@ -44,8 +45,9 @@ public:
 
     /// Gives the node what its object says under our key.
     void take(DmTreeNode& node, const Value& object, const Value* own) const;
-    /// Keeps what the object says beyond `plain`, which is written for the node as it is.
-    void keep(DmTreeNode& node, const Value& object, const Value& plain, const Form& form);
+    /// Keeps what the object says beyond what a listener is told, which is what is written for the node as it is.
+    template <class Tell>
+    void keep(DmTreeNode& node, const Value& object, const Form& form, Tell&& tell);
 
     // Writing
 
@@ -58,11 +60,30 @@ public:
     void describeDifference(Value& own, const DmTreeNode& node, const DmTreeNode& read, const Value& object);
 
 private:
+    /// Whether the nodes below say what stands among the object's children.
+    static bool leavesChildren(const DmTreeNode& node)
+    {
+        return !node.isSegment() || node.whatIs() == DM_CONTAINER_NODE;
+    }
+    void keepLeftover(DmTreeNode& node, Value leftover, const Form& form);
     Value attached(const DmTreeNode& node);
     Value plainOf(const DmTreeNode& node, const Form& form);
 
     Items& _items;
     Parts& _parts;
 };
+
+template <class Tell>
+void Keep::keep(DmTreeNode& node, const Value& object, const Form& form, Tell&& tell)
+{
+    if (form.isImplied || form.wholeValue)
+        return keepLeftover(node, {}, form);
+    Matcher matcher(object, leavesChildren(node));
+    tell(matcher);
+    keepLeftover(node,
+                 matcher.isMatch() ? matcher.difference(_parts.allocator())
+                                   : differenceOf(_parts.value(tell), object, _parts.allocator(), leavesChildren(node)),
+                 form);
+}
 
 } // namespace interchange::otio

@@ -31,19 +31,6 @@ bool isFinite(const Look& look)
     return areFinite(look.slope) && areFinite(look.offset) && areFinite(look.power) && std::isfinite(look.saturation);
 }
 
-/// The name of the nearest colour that has one.
-std::string_view colourName(const DmCueMark& mark)
-{
-    const auto distance = [&mark](const NamedColour& named)
-    {
-        const auto square = [](int a, int b) { return (a - b) * (a - b); };
-        return square(std::clamp(mark.getCueMarkColorRed(), 0, 255), named.red) +
-               square(std::clamp(mark.getCueMarkColorGreen(), 0, 255), named.green) +
-               square(std::clamp(mark.getCueMarkColorBlue(), 0, 255), named.blue);
-    };
-    return std::ranges::min_element(namedColours(), {}, distance)->name;
-}
-
 // Media
 
 DmString reelOf(const DmSourceNode::Input& input)
@@ -120,7 +107,26 @@ const char* generatorKind(const DmSourceNode::GeneratedInput& input)
     return "black";
 }
 
+void emptyList(Listener& to, const char* name)
+{
+    to.name(name);
+    to.beginList();
+    to.endList();
+}
+
 } // namespace
+
+const NamedColour& Parts::colourOf(const DmCueMark& mark)
+{
+    const auto distance = [&mark](const NamedColour& named)
+    {
+        const auto square = [](int a, int b) { return (a - b) * (a - b); };
+        return square(std::clamp(mark.getCueMarkColorRed(), 0, 255), named.red) +
+               square(std::clamp(mark.getCueMarkColorGreen(), 0, 255), named.green) +
+               square(std::clamp(mark.getCueMarkColorBlue(), 0, 255), named.blue);
+    };
+    return *std::ranges::min_element(namedColours(), {}, distance);
+}
 
 Form Form::of(const Value& object, eDmTreeNodeClassId kind)
 {
@@ -202,11 +208,6 @@ void Parts::set(Value& object, const char* name, Value value) const
         object.AddMember(string(name), value, *_allocator);
 }
 
-void Parts::put(Value& object, const char* name, Value value) const
-{
-    object.AddMember(json::StringRef(name), value, *_allocator);
-}
-
 Value& Parts::inner(Value& object, const char* name) const
 {
     if (!object.HasMember(name) || !object[name].IsObject())
@@ -214,269 +215,375 @@ Value& Parts::inner(Value& object, const char* name) const
     return object[name];
 }
 
-Value Parts::object(const char* schema, const DmTreeNode* node) const
+std::string_view Parts::utf8(const DmString& text) const
 {
-    Value made(json::kObjectType);
-    put(made, "OTIO_SCHEMA", string(schema));
-    put(made, "metadata", Value(json::kObjectType));
-    const bool isNamed = node && !(node->getName() == L"untitled");
-    put(made, "name", string(isNamed ? dmUtf8(node->getName()) : std::string()));
-    return made;
+    _text.clear();
+    if (!dmToUtf8(text.view(), _text))
+        _text = dmUtf8(text);
+    return _text;
 }
 
-Value Parts::time(double frames) const
+std::string_view Parts::nameOf(const DmTreeNode& node) const
 {
-    Value made(json::kObjectType);
-    put(made, "OTIO_SCHEMA", string("RationalTime.1"));
-    put(made, "rate", Value(_items.fps()));
-    put(made, "value", Value(frames));
-    return made;
+    return node.getName() == L"untitled" ? std::string_view() : utf8(node.getName());
 }
 
-Value Parts::range(double start, double length) const
+void Parts::time(Listener& to, const char* name, double frames) const
 {
-    Value made(json::kObjectType);
-    put(made, "OTIO_SCHEMA", string("TimeRange.1"));
-    put(made, "duration", time(length));
-    put(made, "start_time", time(start));
-    return made;
+    to.name(name);
+    to.beginObject();
+    to.name(schemaKey);
+    to.text("RationalTime.1");
+    to.name("rate");
+    to.number(_items.fps());
+    to.name("value");
+    to.number(frames);
+    to.endObject();
+}
+
+void Parts::range(Listener& to, const char* name, double start, double length) const
+{
+    to.name(name);
+    to.beginObject();
+    to.name(schemaKey);
+    to.text("TimeRange.1");
+    time(to, "duration", length);
+    time(to, "start_time", start);
+    to.endObject();
 }
 
 // Objects
 
-Value Parts::item(const char* schema, const DmSegmentNode& node, double markOrigin)
+void Parts::begin(Listener& to, std::string_view schema, std::string_view name, const Metadata& metadata) const
 {
-    Value made = object(schema, &node);
-    put(made, "effects", effects(node));
-    put(made, "markers", marks(node.getSegmentMarks(), markOrigin));
-    put(made, "enabled", Value(!node.getMuted()));
-    setLook(made, node);
-    setNotes(made, node);
-    return made;
+    to.beginObject();
+    to.name(schemaKey);
+    to.text(schema);
+    to.name("metadata");
+    to.beginObject();
+    if (metadata.look)
+    {
+        const Look& look = *metadata.look;
+        const auto numbers = [&to](const char* part, const std::array<double, 3>& values)
+        {
+            to.name(part);
+            to.beginList();
+            for (const double each : values)
+                to.number(each);
+            to.endList();
+        };
+        to.name("cdl");
+        to.beginObject();
+        if (look.hasSop)
+        {
+            to.name("asc_sop");
+            to.beginObject();
+            numbers("slope", look.slope);
+            numbers("offset", look.offset);
+            numbers("power", look.power);
+            to.endObject();
+        }
+        if (look.hasSaturation)
+        {
+            to.name("asc_sat");
+            to.number(look.saturation);
+        }
+        to.endObject();
+    }
+    if (!metadata.transition.empty() || !metadata.notes.empty() || !metadata.reel.empty())
+    {
+        to.name("cmx_3600");
+        to.beginObject();
+        if (!metadata.transition.empty())
+        {
+            to.name("transition");
+            to.text(metadata.transition);
+        }
+        if (!metadata.notes.empty())
+        {
+            to.name("comments");
+            to.beginList();
+            for (const Note& note : metadata.notes)
+                to.text(noteText(note));
+            to.endList();
+        }
+        if (!metadata.reel.empty())
+        {
+            to.name("reel");
+            to.text(metadata.reel);
+        }
+        to.endObject();
+    }
+    to.endObject();
+    to.name("name");
+    to.text(name);
 }
 
-Value Parts::segment(const DmSegmentNode& node, Trim trim, const Form& form, std::optional<double> length)
+void Parts::item(Listener& to, std::string_view schema, const DmSegmentNode& node, double markOrigin,
+                 std::string_view reel) const
 {
-    const auto* const source = dynamic_cast<const DmSourceNode*>(&node);
+    begin(to, schema, nameOf(node), {lookOf(node), {}, notesOf(node), reel});
+    to.name("effects");
+    effects(to, node);
+    to.name("markers");
+    marks(to, node.getSegmentMarks(), markOrigin);
+    to.name("enabled");
+    to.flag(!node.getMuted());
+}
+
+void Parts::segment(Listener& to, const DmSegmentNode& node, Trim trim, const Form& form,
+                    std::optional<double> length) const
+{
+    const auto* const source = node.whatIs() == DM_SOURCE_NODE ? static_cast<const DmSourceNode*>(&node) : nullptr;
     const DmSourceNode::Input* const input = source ? source->getSrcInput() : nullptr;
     const double base = input ? materialOf(*input, _items.fps()).start : 0.0;
     const DM::FrameCodeModes own = input ? dmFcmFromText(input->getFcm()) : DM::FCM_NOT_DEFINED;
     const double ratio = own == DM::FCM_NOT_DEFINED ? 1.0 : _items.fps() / DM::FcmUtil::getDoubleFPS(own);
-    Value made = item(source ? "Clip.2" : "Gap.1", node, base);
-    put(made, "source_range",
-        range(base + ratio * node.getRelIn() - headOf(node, trim),
-              length.value_or(node.getRecLength()) + trim.in + trim.out));
-    if (!source)
-        return made;
-    Value media = input ? reference(*input, base, *source) : object("MissingReference.1", nullptr);
-    if (input)
-        if (const DmString reel = reelOf(*input); !reel.empty())
-            set(inner(inner(made, "metadata"), "cmx_3600"), "reel", string(dmUtf8(reel)));
-    if (form.isSingle)
+    item(to, source ? "Clip.2" : "Gap.1", node, base, input ? dmUtf8(reelOf(*input)) : std::string());
+    range(to, "source_range", base + ratio * node.getRelIn() - headOf(node, trim),
+          length.value_or(node.getRecLength()) + trim.in + trim.out);
+    const auto media = [&]
     {
-        put(made, "media_reference", std::move(media));
-        return made;
+        if (input)
+            return reference(to, *input, base);
+        begin(to, "MissingReference.1", {});
+        to.endObject();
+    };
+    if (source && form.isSingle)
+    {
+        to.name("media_reference");
+        media();
     }
-    const std::string key = form.key.empty() ? "DEFAULT_MEDIA" : form.key;
-    put(made, "active_media_reference_key", string(key));
-    set(inner(made, "media_references"), key.c_str(), std::move(media));
-    return made;
+    else if (source)
+    {
+        const std::string_view key = form.key.empty() ? std::string_view("DEFAULT_MEDIA") : form.key;
+        to.name("active_media_reference_key");
+        to.text(key);
+        to.name("media_references");
+        to.beginObject();
+        to.name(key);
+        media();
+        to.endObject();
+    }
+    to.endObject();
 }
 
-Value Parts::container(const DmContainerNode& node, Trim trim, const Form& form, std::optional<double> length)
+void Parts::container(Listener& to, const DmContainerNode& node, Trim trim, const Form& form,
+                      std::optional<double> length) const
 {
     const bool isOfTrack = !form.schema.empty();
-    Value made = item(isOfTrack ? "Track.1" : "Stack.1", node, 0);
-    put(made, "source_range",
-        range(node.getRelIn() - headOf(node, trim), length.value_or(node.getRecLength()) + trim.in + trim.out));
+    item(to, isOfTrack ? "Track.1" : "Stack.1", node, 0, {});
+    range(to, "source_range", node.getRelIn() - headOf(node, trim),
+          length.value_or(node.getRecLength()) + trim.in + trim.out);
     if (isOfTrack)
-        put(made, "kind", string(node.getMediaType() == DM_MEDIA_AUDIO ? "Audio" : "Video"));
-    put(made, "children", Value(json::kArrayType));
-    return made;
-}
-
-Value Parts::gap(double length)
-{
-    Value made = object("Gap.1", nullptr);
-    put(made, "effects", Value(json::kArrayType));
-    put(made, "enabled", Value(true));
-    put(made, "markers", Value(json::kArrayType));
-    put(made, "source_range", range(0, length));
-    return made;
-}
-
-Value Parts::transition(const DmTrxEffectNode& node)
-{
-    Value made = object("Transition.1", &node);
-    put(made, "in_offset", time(node.getRelIn()));
-    put(made, "out_offset", time(node.getRecLength() - node.getRelIn()));
-    const DmEffectSettings* const effect = node.getEffect();
-    const auto* const wipe = dynamic_cast<const DmWipeSettings*>(effect);
-    const bool isDissolve =
-        dynamic_cast<const DmVDissolveSettings*>(effect) || dynamic_cast<const DmADissolveSettings*>(effect);
-    put(made, "transition_type", string(wipe ? "SMPTE_Wipe" : isDissolve ? "SMPTE_Dissolve" : "Custom_Transition"));
-    if (wipe)
     {
-        char event[16];
-        std::snprintf(event, sizeof event, "W%03d", wipe->getSmptePattern());
-        set(inner(inner(made, "metadata"), "cmx_3600"), "transition", string(event));
+        to.name("kind");
+        to.text(node.getMediaType() == DM_MEDIA_AUDIO ? "Audio" : "Video");
     }
-    setNotes(made, node);
-    return made;
+    to.name("children");
+    to.beginList();
+    to.endList();
+    to.endObject();
 }
 
-Value Parts::track(const DmTreeNode& node, eDmTreeMediaType mediaType)
+void Parts::gap(Listener& to, double length) const
 {
-    Value made = object("Track.1", &node);
-    put(made, "kind", string(mediaType == DM_MEDIA_AUDIO ? "Audio" : "Video"));
-    put(made, "source_range", Value());
-    put(made, "effects", Value(json::kArrayType));
-    put(made, "markers", Value(json::kArrayType));
-    put(made, "enabled", Value(true));
-    put(made, "children", Value(json::kArrayType));
-    return made;
+    begin(to, "Gap.1", {});
+    emptyList(to, "effects");
+    to.name("enabled");
+    to.flag(true);
+    emptyList(to, "markers");
+    range(to, "source_range", 0, length);
+    to.endObject();
 }
 
-Value Parts::composition(const DmCompositionNode& node, const Form& form, double origin)
+bool Parts::hasSchema(const DmTrxEffectNode& node)
 {
-    const bool isStack = form.schema == "Stack";
-    Value stack = object("Stack.1", isStack ? &node : nullptr);
-    put(stack, "source_range", Value());
-    put(stack, "effects", Value(json::kArrayType));
-    put(stack, "markers", marks(node.getCueMarks(), -origin));
-    put(stack, "enabled", Value(true));
-    put(stack, "children", Value(json::kArrayType));
-    if (isStack)
-        return stack;
-    set(stack, "name", string("tracks"));
-    Value made = object("Timeline.1", &node);
-    put(made, "global_start_time", node.getStartTC() == 0 ? Value() : time(node.getStartTC()));
-    setNotes(made, node);
-    put(made, "tracks", std::move(stack));
-    return made;
+    const DmEffectSettings* const effect = node.getEffect();
+    return dynamic_cast<const DmVDissolveSettings*>(effect) || dynamic_cast<const DmADissolveSettings*>(effect) ||
+           dynamic_cast<const DmWipeSettings*>(effect);
 }
 
-Value Parts::collection(const DmTreeNode& node)
+void Parts::transition(Listener& to, const DmTrxEffectNode& node) const
 {
-    Value made = object("SerializableCollection.1", &node);
-    put(made, "children", Value(json::kArrayType));
-    return made;
+    const auto* const wipe = dynamic_cast<const DmWipeSettings*>(node.getEffect());
+    char event[16] = "";
+    if (wipe)
+        std::snprintf(event, sizeof event, "W%03d", wipe->getSmptePattern());
+    begin(to, "Transition.1", nameOf(node), {{}, event, notesOf(node), {}});
+    time(to, "in_offset", node.getRelIn());
+    time(to, "out_offset", node.getRecLength() - node.getRelIn());
+    to.name("transition_type");
+    to.text(wipe ? "SMPTE_Wipe" : hasSchema(node) ? "SMPTE_Dissolve" : "Custom_Transition");
+    to.endObject();
 }
 
-Value Parts::reference(const DmSourceNode::Input& input, double base, const DmSourceNode& node)
+void Parts::track(Listener& to, const DmTreeNode& node, eDmTreeMediaType mediaType) const
+{
+    begin(to, "Track.1", nameOf(node));
+    to.name("kind");
+    to.text(mediaType == DM_MEDIA_AUDIO ? "Audio" : "Video");
+    to.name("source_range");
+    to.nothing();
+    emptyList(to, "effects");
+    emptyList(to, "markers");
+    to.name("enabled");
+    to.flag(true);
+    emptyList(to, "children");
+    to.endObject();
+}
+
+void Parts::stack(Listener& to, const DmCompositionNode& node, std::string_view name, double origin) const
+{
+    begin(to, "Stack.1", name);
+    to.name("source_range");
+    to.nothing();
+    emptyList(to, "effects");
+    to.name("markers");
+    marks(to, node.getCueMarks(), -origin);
+    to.name("enabled");
+    to.flag(true);
+    emptyList(to, "children");
+    to.endObject();
+}
+
+void Parts::composition(Listener& to, const DmCompositionNode& node, const Form& form, double origin) const
+{
+    if (form.schema == "Stack")
+        return stack(to, node, nameOf(node), origin);
+    begin(to, "Timeline.1", nameOf(node), {{}, {}, notesOf(node), {}});
+    if (node.getStartTC() != 0)
+        time(to, "global_start_time", node.getStartTC());
+    else
+    {
+        to.name("global_start_time");
+        to.nothing();
+    }
+    to.name("tracks");
+    stack(to, node, "tracks", origin);
+    to.endObject();
+}
+
+void Parts::collection(Listener& to, const DmTreeNode& node) const
+{
+    begin(to, "SerializableCollection.1", nameOf(node));
+    emptyList(to, "children");
+    to.endObject();
+}
+
+void Parts::reference(Listener& to, const DmSourceNode::Input& input, double base) const
 {
     const std::string_view schema = referenceSchema(input);
-    Value made = object(schema.data(), nullptr);
-    set(made, "name", string(dmUtf8(nameOf(input))));
-    put(made, "available_image_bounds", Value());
+    begin(to, schema, utf8(otio::nameOf(input)));
+    to.name("available_image_bounds");
+    to.nothing();
     const DmSourceInfo* const info = input.getSrcInfo();
     if (info && schema == "ExternalReference.1")
-        put(made, "target_url", string(urlOfPath(dmUtf8(info->getPath()))));
+    {
+        to.name("target_url");
+        to.text(urlOfPath(utf8(info->getPath())));
+    }
     if (info && schema == "ImageSequenceReference.1")
-        made = sequence(std::move(made), *info);
+        sequence(to, *info);
     if (const auto* const generated = dynamic_cast<const DmSourceNode::GeneratedInput*>(&input))
     {
-        put(made, "generator_kind", string(generatorKind(*generated)));
-        put(made, "parameters", Value(json::kObjectType));
+        to.name("generator_kind");
+        to.text(generatorKind(*generated));
+        to.name("parameters");
+        to.beginObject();
+        to.endObject();
     }
     const std::optional<double> stored = storedLength(input);
-    const double length = stored.value_or(materialOf(input, _items.fps()).length);
-    put(made, "available_range", stored && *stored < 0 ? Value() : range(base, length));
-    static_cast<void>(node);
-    return made;
+    if (!stored || *stored >= 0)
+        range(to, "available_range", base, stored.value_or(materialOf(input, _items.fps()).length));
+    else
+    {
+        to.name("available_range");
+        to.nothing();
+    }
+    to.endObject();
 }
 
-Value Parts::sequence(Value reference, const DmSourceInfo& info) const
+void Parts::sequence(Listener& to, const DmSourceInfo& info) const
 {
     const std::string pattern = dmUtf8(info.getFileList().front());
     const std::size_t digits = std::min(pattern.find('#'), pattern.size());
     const std::size_t behind = std::min(pattern.find_first_not_of('#', digits), pattern.size());
-    put(reference, "target_url_base", string(urlOfPath(dmUtf8(info.getPath()))));
-    put(reference, "name_prefix", string(std::string_view(pattern).substr(0, digits)));
-    put(reference, "name_suffix", string(std::string_view(pattern).substr(behind)));
-    put(reference, "frame_zero_padding", Value(static_cast<int>(behind - digits)));
-    put(reference, "start_frame", Value(info.getFileSeqBegin()));
-    put(reference, "frame_step", Value(1));
-    put(reference, "rate", Value(_items.fps()));
-    put(reference, "missing_frame_policy", string("error"));
-    return reference;
+    to.name("target_url_base");
+    to.text(urlOfPath(utf8(info.getPath())));
+    to.name("name_prefix");
+    to.text(std::string_view(pattern).substr(0, digits));
+    to.name("name_suffix");
+    to.text(std::string_view(pattern).substr(behind));
+    to.name("frame_zero_padding");
+    to.integer(static_cast<std::int64_t>(behind - digits));
+    to.name("start_frame");
+    to.integer(std::int64_t{info.getFileSeqBegin()});
+    to.name("frame_step");
+    to.integer(std::int64_t{1});
+    to.name("rate");
+    to.number(_items.fps());
+    to.name("missing_frame_policy");
+    to.text("error");
 }
 
-Value Parts::marks(const DmSetList<DmCueMark>& marks, double origin) const
+void Parts::marks(Listener& to, const DmSetList<DmCueMark>& marks, double origin) const
 {
-    Value list(json::kArrayType);
+    to.beginList();
     for (const DmPropertySetPtr& each : marks)
     {
         const auto* const mark = static_cast<const DmCueMark*>(each.get());
         if (!mark)
             continue;
-        Value made = object("Marker.2", nullptr);
-        set(made, "name", string(dmUtf8(mark->getCueMarkName())));
-        put(made, "comment", string(dmUtf8(mark->getCueMarkComment())));
-        put(made, "color", string(colourName(*mark)));
+        begin(to, "Marker.2", utf8(mark->getCueMarkName()));
+        to.name("comment");
+        to.text(utf8(mark->getCueMarkComment()));
+        to.name("color");
+        to.text(colourOf(*mark).name);
         const double length = mark->getCueMarkDuration();
-        put(made, "marked_range",
-            range(mark->getCueMarkTime() == dmNoTime ? 0.0 : mark->getCueMarkTime() + origin,
-                  length == dmNoTime ? 0.0 : length));
-        list.PushBack(made, *_allocator);
+        range(to, "marked_range", mark->getCueMarkTime() == dmNoTime ? 0.0 : mark->getCueMarkTime() + origin,
+              length == dmNoTime ? 0.0 : length);
+        to.endObject();
     }
-    return list;
+    to.endList();
 }
 
-Value Parts::effects(const DmSegmentNode& node) const
+void Parts::effects(Listener& to, const DmSegmentNode& node) const
 {
-    Value list(json::kArrayType);
+    to.beginList();
     std::optional<double> speed;
     for (const DmPropertySetPtr& effect : node.getEffects())
         if (!speed)
             speed = speedOf(effect.get());
-    if (!speed || !std::isfinite(*speed))
-        return list;
-    Value made = object(*speed == 0 ? "FreezeFrame.1" : "LinearTimeWarp.1", nullptr);
-    put(made, "effect_name", string(*speed == 0 ? "FreezeFrame" : "LinearTimeWarp"));
-    put(made, "time_scalar", Value(*speed));
-    list.PushBack(made, *_allocator);
-    return list;
-}
-
-void Parts::setLook(Value& object, const DmSegmentNode& node) const
-{
-    if (node.getMediaType() != DM_MEDIA_VIDEO)
-        return;
-    const DmLookSettings* settings = nullptr;
-    for (const DmPropertySetPtr& effect : node.getEffects())
-        if (!settings)
-            settings = dynamic_cast<const DmLookSettings*>(effect.get());
-    if (!settings || !isFinite(toLook(*settings)))
-        return;
-    const Look look = toLook(*settings);
-    Value& cdl = inner(inner(object, "metadata"), "cdl");
-    const auto setNumbers = [&](const char* name, const std::array<double, 3>& numbers)
+    if (speed && std::isfinite(*speed))
     {
-        Value list(json::kArrayType);
-        for (const double number : numbers)
-            list.PushBack(Value(number), *_allocator);
-        set(inner(cdl, "asc_sop"), name, std::move(list));
-    };
-    if (look.hasSop)
-    {
-        setNumbers("slope", look.slope);
-        setNumbers("offset", look.offset);
-        setNumbers("power", look.power);
+        begin(to, *speed == 0 ? "FreezeFrame.1" : "LinearTimeWarp.1", {});
+        to.name("effect_name");
+        to.text(*speed == 0 ? "FreezeFrame" : "LinearTimeWarp");
+        to.name("time_scalar");
+        to.number(*speed);
+        to.endObject();
     }
-    if (look.hasSaturation)
-        set(cdl, "asc_sat", Value(look.saturation));
+    to.endList();
 }
 
-/// Notes of cut lists become comments among their metadata.
-void Parts::setNotes(Value& object, const DmTreeNode& node) const
+std::optional<Look> Parts::lookOf(const DmSegmentNode& node)
 {
-    Value comments(json::kArrayType);
-    for (const Note& note : interchange::notesOf(node))
-        if (!isOfModel(note.kind))
-            comments.PushBack(string(noteText(note)), *_allocator);
-    if (!comments.Empty())
-        set(inner(inner(object, "metadata"), "cmx_3600"), "comments", std::move(comments));
+    const DmLookSettings* settings = nullptr;
+    if (node.getMediaType() == DM_MEDIA_VIDEO)
+        for (const DmPropertySetPtr& effect : node.getEffects())
+            if (!settings)
+                settings = dynamic_cast<const DmLookSettings*>(effect.get());
+    if (!settings || !isFinite(toLook(*settings)))
+        return std::nullopt;
+    return toLook(*settings);
+}
+
+std::vector<Note> Parts::notesOf(const DmTreeNode& node)
+{
+    std::vector<Note> notes = interchange::notesOf(node);
+    std::erase_if(notes, [](const Note& note) { return isOfModel(note.kind); });
+    return notes;
 }
 
 } // namespace interchange::otio

@@ -5,7 +5,9 @@
 /// For sources of this library only.
 #pragma once
 
+#include "icColours.h"
 #include "icOtioItems.h"
+#include "icOtioListener.h"
 #include "icOtioPatch.h"
 
 #include "dmCompositionNode.h"
@@ -16,6 +18,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace interchange::otio
 {
@@ -60,38 +63,66 @@ public:
 
     Value string(std::string_view text) const;
     void set(Value& object, const char* name, Value value) const;
-    /// The same of a literal that the object has no member of.
-    void put(Value& object, const char* name, Value value) const;
     /// The object that a member is; made one where it is none.
     Value& inner(Value& object, const char* name) const;
-    Value time(double frames) const;
-    Value range(double start, double length) const;
+    /// What a listener is told, as a value.
+    template <class Tell>
+    Value value(Tell&& tell) const
+    {
+        ValueMaker maker(*_allocator);
+        tell(maker);
+        return maker.take();
+    }
 
     // Objects, without children
 
     /// Of any segment but a container. `length`: what plays, where that is not the node's own.
-    Value segment(const DmSegmentNode& node, Trim trim, const Form& form, std::optional<double> length = {});
-    /// `inside`: the length of what a container holds.
-    Value container(const DmContainerNode& node, Trim trim, const Form& form, std::optional<double> length = {});
-    Value gap(double length);
-    Value transition(const DmTrxEffectNode& node);
-    Value track(const DmTreeNode& node, eDmTreeMediaType mediaType);
+    void segment(Listener& to, const DmSegmentNode& node, Trim trim, const Form& form,
+                 std::optional<double> length = {}) const;
+    void container(Listener& to, const DmContainerNode& node, Trim trim, const Form& form,
+                   std::optional<double> length = {}) const;
+    void gap(Listener& to, double length) const;
+    /// The nearest that has a name.
+    static const NamedColour& colourOf(const DmCueMark& mark);
+    /// Whether a transition is one of those that the format knows.
+    static bool hasSchema(const DmTrxEffectNode& node);
+    void transition(Listener& to, const DmTrxEffectNode& node) const;
+    void track(Listener& to, const DmTreeNode& node, eDmTreeMediaType mediaType) const;
     /// A timeline with its stack, or a bare stack; marks count from the record time `origin`.
-    Value composition(const DmCompositionNode& node, const Form& form, double origin);
-    Value collection(const DmTreeNode& node);
+    void composition(Listener& to, const DmCompositionNode& node, const Form& form, double origin) const;
+    void collection(Listener& to, const DmTreeNode& node) const;
 
 private:
-    Value object(const char* schema, const DmTreeNode* node) const;
-    Value item(const char* schema, const DmSegmentNode& node, double markOrigin);
-    Value reference(const DmSourceNode::Input& input, double base, const DmSourceNode& node);
-    Value sequence(Value reference, const DmSourceInfo& info) const;
-    Value marks(const DmSetList<DmCueMark>& marks, double origin) const;
-    Value effects(const DmSegmentNode& node) const;
-    void setLook(Value& object, const DmSegmentNode& node) const;
-    void setNotes(Value& object, const DmTreeNode& node) const;
+    /// What of a node stands among its object's metadata.
+    struct Metadata
+    {
+        std::optional<Look> look;
+        std::string_view transition; ///< as an event has it
+        std::vector<Note> notes;
+        std::string_view reel;
+    };
+
+    std::string_view utf8(const DmString& text) const;
+    std::string_view nameOf(const DmTreeNode& node) const;
+    void time(Listener& to, const char* name, double frames) const;
+    void range(Listener& to, const char* name, double start, double length) const;
+    /// Schema, metadata and name; the object stays open.
+    void begin(Listener& to, std::string_view schema, std::string_view name) const { begin(to, schema, name, {}); }
+    void begin(Listener& to, std::string_view schema, std::string_view name, const Metadata& metadata) const;
+    void item(Listener& to, std::string_view schema, const DmSegmentNode& node, double markOrigin,
+              std::string_view reel) const;
+    void stack(Listener& to, const DmCompositionNode& node, std::string_view name, double origin) const;
+    void reference(Listener& to, const DmSourceNode::Input& input, double base) const;
+    void sequence(Listener& to, const DmSourceInfo& info) const;
+    void marks(Listener& to, const DmSetList<DmCueMark>& marks, double origin) const;
+    void effects(Listener& to, const DmSegmentNode& node) const;
+    static std::optional<Look> lookOf(const DmSegmentNode& node);
+    /// Notes of cut lists become comments among their metadata.
+    static std::vector<Note> notesOf(const DmTreeNode& node);
 
     Items& _items;
     Allocator* _allocator;
+    mutable std::string _text;
 };
 
 /// Record frames of a transition's side, as frames of a segment's material.

@@ -17,12 +17,6 @@ json::GenericStringRef<char> ref(const char* name)
     return json::StringRef(name);
 }
 
-bool isTime(const Value& value)
-{
-    const std::string_view schema = schemaOf(&value);
-    return schema == "RationalTime" || schema == "TimeRange";
-}
-
 bool isList(std::string_view name)
 {
     return name == "effects" || name == "markers";
@@ -125,6 +119,12 @@ const Value* pairAt(const Value& pair)
 }
 
 } // namespace
+
+bool isTime(const Value& value)
+{
+    const std::string_view schema = schemaOf(&value);
+    return schema == "RationalTime" || schema == "TimeRange";
+}
 
 Value differenceOf(const Value& ours, const Value& theirs, Allocator& allocator, bool leavesChildren)
 {

@@ -12,14 +12,15 @@
 /// For sources of this library only.
 #pragma once
 
-#include "icOtioJson.h"
+#include "icOtioListener.h"
 
 #include <string_view>
 
 namespace interchange::otio
 {
 
-using Allocator = json::Document::AllocatorType;
+/// A time or a range, which is told whole.
+bool isTime(const Value& value);
 
 /// Null where there is none. `leavesChildren`: those of the object, and of a timeline's stack, are left to the nodes
 /// below. What stands under our own key is never one.

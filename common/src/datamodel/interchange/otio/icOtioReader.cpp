@@ -179,14 +179,24 @@ private:
     std::map<double, double> _seconds;
 };
 
-/// The mode whose rate is nearest.
-DM::FrameCodeModes nearestMode(double rate)
+/// The mode in which most times fall on frames: the lowest that counts each frame several times, else the highest that
+/// counts every so many of them, else the one whose rate is nearest.
+DM::FrameCodeModes bestMode(double rate)
 {
-    DM::FrameCodeModes nearest = DM::FCM_24;
+    constexpr double tolerance = 1e-4;
+    constexpr double many = 1e9;
+    const auto distance = [rate](DM::FrameCodeModes mode)
+    {
+        const double fps = DM::FcmUtil::getDoubleFPS(mode);
+        const double times = std::max(fps, rate) / std::min(fps, rate);
+        const bool isWhole = std::abs(times - std::round(times)) <= tolerance * times;
+        return isWhole ? (fps > rate ? times : many / 2 + times) : many + std::abs(fps - rate);
+    };
+    DM::FrameCodeModes best = DM::FCM_24;
     for (const DM::FrameCodeModes mode : DM::FcmUtil::getModes())
-        if (std::abs(DM::FcmUtil::getDoubleFPS(mode) - rate) < std::abs(DM::FcmUtil::getDoubleFPS(nearest) - rate))
-            nearest = mode;
-    return nearest;
+        if (distance(mode) < distance(best))
+            best = mode;
+    return DM::FcmUtil::toNonDrop(best);
 }
 
 CoSharedPtr<DmRoot> Maker::root(const Value& top)
@@ -238,7 +248,7 @@ CoSharedPtr<DmReelNode> Maker::reel(const Value& object)
 void Maker::finishCollection(DmCollectionNode& node, const Value& object)
 {
     _keep.take(node, object, ownOf(&object));
-    _keep.keep(node, object, _parts.collection(node), {});
+    _keep.keep(node, object, {}, [&](Listener& to) { _parts.collection(to, node); });
     _items.came(node, object);
 }
 
@@ -281,8 +291,8 @@ bool Maker::chooseMode(const Value& top)
     {
         char text[160];
         std::snprintf(text, sizeof text,
-                      "no frame-code mode has the rate %.10g; name one to convert to with --fcm, the nearest is '%s'",
-                      other, DM::FcmUtil::getFCMString(nearestMode(other)));
+                      "no frame-code mode has the rate %.10g; name one to convert to with --fcm, the best is '%s'",
+                      other, DM::FcmUtil::getFCMString(bestMode(other)));
         _items.add(Report::Error, &top, text);
         return false;
     }
@@ -295,6 +305,7 @@ bool Maker::chooseMode(const Value& top)
 CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
 {
     const bool hasMode = chooseMode(top);
+    _items.setMediaType(DM_MEDIA_VIDEO);
     auto node = _items.composition(top);
     if (!hasMode)
         return node;
@@ -331,8 +342,7 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
     require(node->setCompLength(length));
     const Value nothing(json::kObjectType);
     _keep.take(*node, form.isImplied || form.wholeValue ? nothing : top, own);
-    _keep.keep(*node, top, form.isImplied || form.wholeValue ? Value() : _parts.composition(*node, form, stage.start),
-               form);
+    _keep.keep(*node, top, form, [&](Listener& to) { _parts.composition(to, *node, form, stage.start); });
     _items.came(*node, top);
     return node;
 }
@@ -431,7 +441,8 @@ double Maker::layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType,
     Form form;
     form.isImplied = !object;
     _keep.take(*track, object ? *object : nothing, ownOf(object));
-    _keep.keep(*track, object ? *object : nothing, object ? _parts.track(*track, mediaType) : Value(), form);
+    _keep.keep(*track, object ? *object : nothing, form,
+               [&](Listener& listener) { _parts.track(listener, *track, mediaType); });
     if (object)
         _items.came(*track, *object);
     to.track = object ? track.get() : nullptr;
@@ -511,10 +522,15 @@ void Maker::finish(Stage& to, DmSegmentNode& node, const Value& item, const Form
     }
     else
         _keep.take(node, item, nullptr);
-    if (const auto* const container = dynamic_cast<const DmContainerNode*>(&node))
-        _keep.keep(node, item, _parts.container(*container, trim, form, length), form);
-    else
-        _keep.keep(node, item, _parts.segment(node, trim, form, length), form);
+    const auto* const container = dynamic_cast<const DmContainerNode*>(&node);
+    _keep.keep(node, item, form,
+               [&](Listener& listener)
+               {
+                   if (container)
+                       _parts.container(listener, *container, trim, form, length);
+                   else
+                       _parts.segment(listener, node, trim, form, length);
+               });
     _items.came(node, item);
 }
 
@@ -627,7 +643,7 @@ void Maker::place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType 
         addBetween(layer, own, "before", node.get(), mediaType);
         require(node->setRecIn(_at));
         _keep.take(*node, *entry.object, own);
-        _keep.keep(*node, *entry.object, _parts.transition(*node), {});
+        _keep.keep(*node, *entry.object, {}, [&](Listener& listener) { _parts.transition(listener, *node); });
         _items.came(*node, *entry.object);
         layer.addChild(node);
         _at += length;
@@ -678,7 +694,8 @@ CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& repo
                    "integers beyond 64 bits (" + std::to_string(count) + "): kept to 17 digits");
     Items items(&report, &text, places);
     CoSharedPtr<DmRoot> root = Maker(items, fcm).root(document);
-    items.reportWarnings();
+    if (!report.hasErrors())
+        items.reportWarnings();
     return report.hasErrors() ? CoSharedPtr<DmRoot>() : root;
 }
 

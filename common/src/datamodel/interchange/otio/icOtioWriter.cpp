@@ -4,6 +4,8 @@
 #include "icMode.h"
 #include "icOtioKeep.h"
 #include "icOtioOwn.h"
+#include "icOtioPlain.h"
+#include "icOtioText.h"
 #include "icText.h"
 #include "icTree.h"
 
@@ -14,8 +16,6 @@
 #include "dmSetTools.h"
 #include "dmStoredLabel.h"
 #include "dmUtf8.h"
-
-#include <rapidjson/prettywriter.h>
 
 #include <algorithm>
 #include <array>
@@ -36,40 +36,6 @@ constexpr Loss otherMix{"DM712", "written as Custom_Transition"};
 constexpr Loss overlap{"DM703", "the later one covers the end of the earlier"};
 constexpr double tolerance = 1e-6;  ///< of frames
 constexpr double leastLength = 0.5; ///< of a segment that a layer takes, as the reader has it
-
-// Output
-
-/// A stream, as rapidjson writes to one, that hands on what it has got in pieces.
-class SinkStream
-{
-public:
-    using Ch = char;
-
-    explicit SinkStream(Sink& sink)
-        : _sink(sink)
-    {
-        _held.reserve(size);
-    }
-    void Put(char c)
-    {
-        _held += c;
-        if (_held.size() >= size)
-            Flush();
-    }
-    void Flush()
-    {
-        _isGood = _isGood && _sink.write(_held);
-        _held.clear();
-    }
-    bool isGood() const { return _isGood; }
-
-private:
-    static constexpr std::size_t size = 1 << 16;
-
-    Sink& _sink;
-    std::string _held;
-    bool _isGood = true;
-};
 
 // Layers
 
@@ -202,6 +168,17 @@ double originOf(const DmCompositionNode& composition)
     return holdsAny ? origin : composition.getStartTC();
 }
 
+/// Whether anything stands on a composition: where not, its file has no times that would tell its rate.
+bool holdsElements(const DmCompositionNode& composition)
+{
+    for (int i = 0; i < composition.getNbChildren(); ++i)
+        if (const DmTreeNode* const track = composition.getChild(i))
+            for (int k = 0; k < track->getNbChildren(); ++k)
+                if (const DmTreeNode* const layer = track->getChild(k); layer && layer->getNbChildren() != 0)
+                    return true;
+    return false;
+}
+
 /// A look whose numbers are finite: others have no form in a file.
 bool isShownLook(const DmPropertySet* effect)
 {
@@ -219,20 +196,20 @@ class Maker
 {
 public:
     /// `fcm`: of compositions that name no mode.
-    Maker(DM::FrameCodeModes fcm, SinkStream& stream, Report& report)
+    Maker(DM::FrameCodeModes fcm, JsonText& text, Report& report)
         : _fcm(fcm)
         , _report(report)
-        , _out(stream)
+        , _out(text)
         , _items(nullptr, nullptr)
         , _parts(_items, _document.GetAllocator())
         , _keep(_items, _parts)
+        , _plain(_items)
     {
     }
 
     void root(const DmRoot& root);
 
 private:
-    using Writer = json::PrettyWriter<SinkStream>;
     /// Where the children of an object are written, in a stage that they stand on.
     struct Stage
     {
@@ -247,7 +224,9 @@ private:
     /// Writes an object; `children` is called where they stand, if it has any.
     template <class Children>
     void write(const Value& object, const char* holder, Children&& children);
-    void write(const Value& value);
+    /// Writes what is told with what the leftover adds, where there is no more to say.
+    template <class Tell>
+    void tell(const Value& difference, Tell&& tell);
     void setOwn(Value& object, Value own);
     /// Children have a place, whatever the file said when there were none.
     void letHaveChildren(Value& object, const DmTreeNode& node);
@@ -275,54 +254,48 @@ private:
 
     DM::FrameCodeModes _fcm;
     Report& _report;
-    Writer _out;
+    JsonText& _out;
     json::Document _document;
     json::MemoryPoolAllocator<> _leaf;
     Items _items;
     Parts _parts;
     Keep _keep;
+    Plain _plain;
+    /// What usually stands between two elements, of each media type.
+    std::array<std::array<CoSharedPtr<DmTreeNode>, 3>, 3> _usual;
     int _depth = 0;
 };
-
-void Maker::write(const Value& value)
-{
-    if (value.IsDouble() && !std::isfinite(value.GetDouble()))
-    {
-        const std::string_view token = nonFiniteToken(value.GetDouble());
-        _out.RawValue(token.data(), token.size(), json::kNumberType);
-    }
-    else if (value.IsObject())
-        write(value, "", [] {});
-    else if (value.IsArray())
-    {
-        _out.StartArray();
-        for (const Value& each : value.GetArray())
-            write(each);
-        _out.EndArray();
-    }
-    else
-        value.Accept(_out);
-}
 
 template <class Children>
 void Maker::write(const Value& object, const char* holder, Children&& children)
 {
-    _out.StartObject();
+    _out.beginObject();
     for (const auto& each : object.GetObject())
     {
-        _out.Key(each.name.GetString(), each.name.GetStringLength());
-        if (*holder && text(&each.name) == holder && each.value.IsObject())
+        _out.name(text(&each.name));
+        if (text(&each.name) != holder)
+            _out.value(each.value);
+        else if (each.value.IsObject())
             write(each.value, "children", children);
-        else if (std::string_view(holder) == "children" && text(&each.name) == holder && each.value.IsArray())
+        else if (std::string_view(holder) == "children" && each.value.IsArray())
         {
-            _out.StartArray();
+            _out.beginList();
             children();
-            _out.EndArray();
+            _out.endList();
         }
         else
-            write(each.value);
+            _out.value(each.value);
     }
-    _out.EndObject();
+    _out.endObject();
+}
+
+template <class Tell>
+void Maker::tell(const Value& difference, Tell&& tell)
+{
+    if (difference.IsNull())
+        return tell(_out);
+    Adder adder(_out, difference);
+    tell(adder);
 }
 
 void Maker::setOwn(Value& object, Value own)
@@ -371,7 +344,7 @@ void Maker::collection(const DmTreeNode& node, const DmRoot* root)
 {
     Value difference;
     _keep.formOf(node, difference);
-    Value object = _parts.collection(node);
+    Value object = _parts.value([&](Listener& to) { _parts.collection(to, node); });
     applyDifference(object, difference, allocator());
     Value own;
     bool holdsReel = false;
@@ -434,17 +407,17 @@ void Maker::composition(const DmCompositionNode& node, const DmRoot* root)
     Value difference;
     const Form form = _keep.formOf(node, difference);
     if (form.wholeValue && node.getNbChildren() == 0)
-        return write(*form.wholeValue);
+        return _out.value(*form.wholeValue);
     const bool isStack = form.schema == "Stack" && node.getStartTC() == 0;
     const double origin = originOf(node);
     Stage stage{node, origin, {}, {}, _items.fcm()};
     Form written;
     written.schema = isStack ? "Stack" : "";
-    Value object = _parts.composition(node, written, origin);
+    Value object = _parts.value([&](Listener& to) { _parts.composition(to, node, written, origin); });
     if (isStack == (form.schema == "Stack"))
         applyDifference(object, difference, allocator());
     Value own;
-    if (DM::FcmUtil::isDropFrame(stage.fcm) || (node.getNbChildren() == 0 && difference.IsNull()))
+    if (DM::FcmUtil::isDropFrame(stage.fcm) || (node.getStartTC() == 0 && difference.IsNull() && !holdsElements(node)))
         if (dmFcmFromText(node.getFCM()) != DM::FCM_24)
             add(own, "mode", _parts.string(DM::FcmUtil::getFCMString(stage.fcm)));
     const CoSharedPtr<DmCompositionNode> read = _items.composition(object);
@@ -482,7 +455,8 @@ void Maker::composition(const DmCompositionNode& node, const DmRoot* root)
         return write(object, "children", [&] { tracks(stage); });
     }
     if (node.getNbChildren() != 0 && (!object.HasMember("tracks") || !object["tracks"].IsObject()))
-        _parts.set(object, "tracks", std::move(_parts.composition(node, {}, origin)["tracks"]));
+        _parts.set(object, "tracks",
+                   std::move(_parts.value([&](Listener& to) { _parts.composition(to, node, {}, origin); })["tracks"]));
     if (node.getNbChildren() != 0)
         letHaveChildren(object["tracks"], node);
     write(object, "tracks", [&] { tracks(stage); });
@@ -511,7 +485,7 @@ void Maker::track(Stage& stage, const DmTrackNode& node)
         if (layout.others != 0)
             lose(otherNode, layerNode);
         const bool isBase = index == base;
-        Value object = _parts.track(node, mediaType);
+        Value object = _parts.value([&](Listener& to) { _parts.track(to, node, mediaType); });
         if (isBase)
             applyDifference(object, difference, allocator());
         Value own;
@@ -555,10 +529,17 @@ void Maker::track(Stage& stage, const DmTrackNode& node)
 void Maker::tellBetween(Value& own, const char* name, const std::vector<const DmTreeNode*>& nodes,
                         const DmTreeNode* previous, const DmTreeNode* next, eDmTreeMediaType mediaType, double time)
 {
-    const CoSharedPtr<DmTreeNode> usual = makeBetween(usualBetween(previous, next), mediaType, time);
-    bool isUsual = nodes.size() == (usual ? 1U : 0U);
-    if (isUsual && usual)
+    const Between what = usualBetween(previous, next);
+    bool isUsual = nodes.size() == (what == Between::Nothing ? 0U : 1U);
+    if (isUsual && what != Between::Nothing)
+    {
+        CoSharedPtr<DmTreeNode>& usual =
+            _usual[static_cast<std::size_t>(what)][static_cast<std::size_t>(std::clamp<int>(mediaType, 0, 2))];
+        if (!usual)
+            usual = makeBetween(what, mediaType, time);
+        require(what == Between::Cut ? usual->asTransition()->setRecIn(time) : usual->asSegment()->setRecIn(time));
         isUsual = dmDeepEqual(*nodes.front(), *usual, isUsual) == DM_NO_ERROR && isUsual;
+    }
     if (isUsual)
         return;
     Value list(json::kArrayType);
@@ -570,11 +551,11 @@ void Maker::tellBetween(Value& own, const char* name, const std::vector<const Dm
 
 void Maker::hole(double length, Trim trim)
 {
-    Value gap = _parts.gap(length + trim.in + trim.out);
+    Value gap = _parts.value([&](Listener& to) { _parts.gap(to, length + trim.in + trim.out); });
     Value own;
     add(own, "isHole", Value(true));
     setOwn(gap, std::move(own));
-    write(gap);
+    _out.value(gap);
 }
 
 void Maker::layer(Stage& stage, const DmTrackNode& track, const Layout& layout)
@@ -594,8 +575,7 @@ void Maker::layer(Stage& stage, const DmTrackNode& track, const Layout& layout)
 
 void Maker::warn(const DmTrackNode& track, const Item& item)
 {
-    if (item.mix &&
-        textOf(&static_cast<const Value&>(_parts.transition(*item.mix)), "transition_type") == "Custom_Transition")
+    if (item.mix && !Parts::hasSchema(*item.mix))
         _report.lose(otherMix);
     bool hasSpeed = false;
     bool hasLook = false;
@@ -626,7 +606,7 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
         hole(item.hole, {headBehind(index > 0 ? mixAt(index - 1) : nullptr), tailBefore(item.mix)});
     _report.at({.node = item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix});
     warn(track, item);
-    if (std::ranges::find(layout.covered, index) != layout.covered.end())
+    if (std::ranges::binary_search(layout.covered, index))
         _report.lose(overlap);
 
     Value difference;
@@ -636,18 +616,37 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     if (item.mix)
     {
         _keep.formOf(*item.mix, difference);
-        Value object = _parts.transition(*item.mix);
+        if (own.IsNull() && _plain.reads(*item.mix, difference))
+            return tell(difference, [&](Listener& to) { _parts.transition(to, *item.mix); });
+        Value object = _parts.value([&](Listener& to) { _parts.transition(to, *item.mix); });
         applyDifference(object, difference, allocator());
         _keep.describeDifference(own, *item.mix, *_keep.read(object, *item.mix, 0, 0), object);
         setOwn(object, std::move(own));
-        return write(object);
+        return _out.value(object);
     }
     const Trim trim{headBehind(mixBefore), tailBefore(mixBehind)};
     const DmSegmentNode& segment = *item.segment;
     const Form form = _keep.formOf(segment, difference);
     const auto* const container = dynamic_cast<const DmContainerNode*>(&segment);
-    Value object = container ? _parts.container(*container, trim, form, item.length)
-                             : _parts.segment(segment, trim, form, item.length);
+    const auto tellSegment = [&](Listener& to)
+    {
+        if (container)
+            _parts.container(to, *container, trim, form, item.length);
+        else
+            _parts.segment(to, segment, trim, form, item.length);
+    };
+    std::string madeUp;
+    if (own.IsNull() && _plain.reads(segment, trim, item.length, difference))
+    {
+        madeUp = stage.ids.make(segment);
+        const std::string id = dmUtf8(segment.getSegmentId());
+        if (madeUp == id)
+        {
+            stage.ids.take(id);
+            return tell(difference, tellSegment);
+        }
+    }
+    Value object = _parts.value(tellSegment);
     applyDifference(object, difference, allocator());
     double inside = 0;
     if (container && container->getComposition())
@@ -661,13 +660,13 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     auto& read = static_cast<DmSegmentNode&>(*readNode);
     require(read.setRelIn(read.getRelIn() + headOf(read, trim)));
     require(read.setRecLength(read.getRecLength() - trim.in - trim.out));
-    require(read.setSegmentId(toDmString(stage.ids.make(read))));
+    require(read.setSegmentId(toDmString(madeUp.empty() ? stage.ids.make(read) : madeUp)));
     stage.ids.take(dmUtf8(segment.getSegmentId()));
     _keep.describeDifference(own, segment, read, object);
     if (container)
         return this->container(*container, std::move(object), std::move(own), form);
     setOwn(object, std::move(own));
-    write(object);
+    _out.value(object);
 }
 
 void Maker::container(const DmContainerNode& node, Value object, Value own, const Form& form)
@@ -730,11 +729,9 @@ bool writeOtio(const DmRoot& root, DM::FrameCodeModes fcm, Sink& sink, Report& r
     }
     try
     {
-        SinkStream stream(sink);
-        Maker(fcm, stream, report).root(root);
-        stream.Put('\n');
-        stream.Flush();
-        return stream.isGood() && !report.hasErrors();
+        JsonText text(sink);
+        Maker(fcm, text, report).root(root);
+        return text.finish() && !report.hasErrors();
     }
     catch (...)
     {

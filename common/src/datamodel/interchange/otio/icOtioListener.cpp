@@ -1,0 +1,57 @@
+#include "icOtioListener.h"
+
+namespace interchange::otio
+{
+
+void Listener::value(const Value& value)
+{
+    if (value.IsObject())
+    {
+        beginObject();
+        for (const auto& each : value.GetObject())
+        {
+            name(otio::text(&each.name));
+            this->value(each.value);
+        }
+        endObject();
+    }
+    else if (value.IsArray())
+    {
+        beginList();
+        for (const Value& each : value.GetArray())
+            this->value(each);
+        endList();
+    }
+    else if (value.IsString())
+        text(otio::text(&value));
+    else if (value.IsBool())
+        flag(value.GetBool());
+    else if (value.IsNull())
+        nothing();
+    else if (value.IsDouble())
+        number(value.GetDouble());
+    else if (value.IsInt64())
+        integer(value.GetInt64());
+    else
+        integer(value.GetUint64());
+}
+
+void ValueMaker::put(Value value)
+{
+    if (_open.empty())
+        _made = std::move(value);
+    else if (Value& holder = _open.back().value; holder.IsArray())
+        holder.PushBack(value, _allocator);
+    else
+        holder.AddMember(_name, value, _allocator);
+}
+
+void ValueMaker::close()
+{
+    Open closed = std::move(_open.back());
+    _open.pop_back();
+    _name = std::move(closed.name);
+    put(std::move(closed.value));
+}
+
+} // namespace interchange::otio
