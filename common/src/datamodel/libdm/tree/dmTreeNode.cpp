@@ -5,18 +5,11 @@
 namespace
 {
 
-constexpr DmNamedValue nodeKinds[] = {{DM_COMPOSITION_NODE, "DM_COMPOSITION_NODE", "composition"},
-                                      {DM_TRACK_NODE, "DM_TRACK_NODE", "track"},
-                                      {DM_LAYER_NODE, "DM_LAYER_NODE", "layer"},
-                                      {DM_SOURCE_NODE, "DM_SOURCE_NODE", "source"},
-                                      {DM_CONTAINER_NODE, "DM_CONTAINER_NODE", "container"},
-                                      {DM_GAP_NODE, "DM_GAP_NODE", "gap"},
-                                      {DM_CUT_NODE, "DM_CUT_NODE", "cut"},
-                                      {DM_TRX_EFFECT_NODE, "DM_TRX_EFFECT_NODE", "transition effect"},
-                                      {DM_BLOB_NODE, "DM_BLOB_NODE", "blob"},
-                                      {DM_REEL_NODE, "DM_REEL_NODE", "reel"},
-                                      {DM_ROOT_NODE, "DM_ROOT_NODE", "root"},
-                                      {DM_BATCH_FX_NODE, "DM_BATCH_FX_NODE", "batch effect"}};
+constexpr DmNamedValue nodeKinds[] = {
+#define ZR_KIND(name, number, text, role) {name, #name, text},
+    ZR_TREE_NODE_KINDS(ZR_KIND)
+#undef ZR_KIND
+};
 
 } // namespace
 

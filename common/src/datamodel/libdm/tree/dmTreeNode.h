@@ -19,24 +19,51 @@
 #include "dmPropertySetInit.h"
 #include "dmTreeVisitor.h"
 
+#include <cstdint>
 #include <type_traits>
 
-/// The kinds of nodes; part of the persisted format. Their order is used: see isSegment and isTransition.
+/// The kinds of nodes: number, what people call it, and its role in a layer (DmNodeRole). Each class has its own, and
+/// documents keep the numbers, so that they never change. A line here is all that a new class needs outside its files.
+// clang-format off
+#define ZR_TREE_NODE_KINDS(KIND) \
+    KIND(DM_COMPOSITION_NODE, 0, "composition",       None)       \
+    KIND(DM_TRACK_NODE,       1, "track",             None)       \
+    KIND(DM_LAYER_NODE,       2, "layer",             None)       \
+    KIND(DM_SOURCE_NODE,      3, "source",            Segment)    \
+    KIND(DM_CONTAINER_NODE,   4, "container",         Segment)    \
+    KIND(DM_GAP_NODE,         5, "gap",               Segment)    \
+    KIND(DM_CUT_NODE,         6, "cut",               Transition) \
+    KIND(DM_TRX_EFFECT_NODE,  7, "transition effect", Transition) \
+    KIND(DM_BLOB_NODE,        8, "blob",              None)       \
+    KIND(DM_REEL_NODE,        9, "reel",              None)       \
+    KIND(DM_ROOT_NODE,       10, "root",              None)       \
+    KIND(DM_BATCH_FX_NODE,   11, "batch effect",      None)
+// clang-format on
+
 enum eDmTreeNodeClassId : int
 {
-    DM_COMPOSITION_NODE = 0,
-    DM_TRACK_NODE = 1,
-    DM_LAYER_NODE = 2,
-    DM_SOURCE_NODE = 3,
-    DM_CONTAINER_NODE = 4,
-    DM_GAP_NODE = 5,
-    DM_CUT_NODE = 6,
-    DM_TRX_EFFECT_NODE = 7,
-    DM_BLOB_NODE = 8,
-    DM_REEL_NODE = 9,
-    DM_ROOT_NODE = 10,
-    DM_BATCH_FX_NODE = 11
+#define ZR_KIND(name, number, text, role) name = (number),
+    ZR_TREE_NODE_KINDS(ZR_KIND)
+#undef ZR_KIND
 };
+
+/// What a node is to the layer that holds it.
+enum class DmNodeRole
+{
+    None,
+    Segment,
+    Transition
+};
+
+template <DmNodeRole wanted>
+constexpr bool dmIsOfRole(eDmTreeNodeClassId kind)
+{
+    constexpr std::uint32_t kinds = 0 // a bit each
+#define ZR_KIND(name, number, text, role) | std::uint32_t(DmNodeRole::role == wanted) << (number)
+        ZR_TREE_NODE_KINDS(ZR_KIND);
+#undef ZR_KIND
+    return (kinds >> kind & 1U) != 0;
+}
 
 class ZR_DM_API DmTreeNode : public DmPropertySet
 {
@@ -62,10 +89,10 @@ public:
     /// What a layer plays: sources, containers and gaps. A batch effect is none, although it derives from
     /// DmSegmentNode: layers refuse it.
     bool isSegment() const { return isSegment(_classId); }
-    static constexpr bool isSegment(eDmTreeNodeClassId kind) { return kind >= DM_SOURCE_NODE && kind < DM_CUT_NODE; }
+    static constexpr bool isSegment(eDmTreeNodeClassId kind) { return dmIsOfRole<DmNodeRole::Segment>(kind); }
     /// What stands between two segments: cuts and transition effects.
     bool isTransition() const { return isTransition(_classId); }
-    static constexpr bool isTransition(eDmTreeNodeClassId kind) { return (kind | 1) == DM_TRX_EFFECT_NODE; }
+    static constexpr bool isTransition(eDmTreeNodeClassId kind) { return dmIsOfRole<DmNodeRole::Transition>(kind); }
 
     const DmString& getName() const { return _name; }
     eDmErrorId setName(const DmString& name) { return set(Name, name); }
