@@ -26,10 +26,7 @@ std::string_view viewOf(const Value& text)
 
 std::uint64_t hashOfText(std::string_view text)
 {
-    std::uint64_t hash = 0xcbf29ce484222325U;
-    for (const char c : text)
-        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
-    return hash;
+    return std::hash<std::string_view>()(text);
 }
 
 /// Whose an element is: its class and what names it; 0 for one that nothing does.
