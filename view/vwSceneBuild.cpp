@@ -523,18 +523,7 @@ private:
                         columns);
     }
 
-    TextId reelOf(const DmSourceNode::Input* input)
-    {
-        if (!input)
-            return 0;
-        if (const DmSourceInfo* const info = input->getSrcInfo(); info && !info->getReelName().empty())
-            return text(info->getReelName());
-        if (const auto* derived = dynamic_cast<const DmSourceNode::DerivedInput*>(input))
-            return text(derived->getReelName());
-        if (const auto* relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(input))
-            return text(relinked->getReelName());
-        return 0;
-    }
+    TextId reelOf(const DmSourceNode::Input* input) { return input ? text(dmReelOf(*input)) : 0; }
 
     std::uint8_t tintOf(Kind kind, bool isAudio, TextId material)
     {

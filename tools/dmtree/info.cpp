@@ -1,5 +1,6 @@
 // dmtree info: what a document is, in short tables: who wrote it, which edits it holds, what it is made of.
 #include "columns.h"
+#include "dmMaterial.h"
 #include "dmtree.h"
 #include "documents.h"
 #include "jsonLine.h"
@@ -178,12 +179,11 @@ public:
 private:
     static Medium mediumOf(const DmSourceNode::Input& input)
     {
-        Medium medium{dmUtf8(input.getName()), dmMediaTypeText(input.getMediaType()), "", ""};
+        Medium medium{dmUtf8(input.getName()), dmMediaTypeText(input.getMediaType()), dmUtf8(dmReelOf(input)), ""};
         if (const auto* const generated = dynamic_cast<const DmSourceNode::GeneratedInput*>(&input))
             medium.path = dmUtf8(generated->getInputType());
         if (const DmSourceInfo* const info = input.getSrcInfo())
         {
-            medium.reel = dmUtf8(info->getReelName());
             medium.path = dmUtf8(info->getPath());
             if (medium.path.empty() && !info->getFileList().empty())
                 medium.path = dmUtf8(info->getFileList().front());

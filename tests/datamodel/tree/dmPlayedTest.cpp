@@ -257,6 +257,25 @@ TEST(Material, MayBeEndless)
     EXPECT_EQ(dmMaterialOf(*DmSourceNode::create({}, 0, 100, 0, false, false)).kind, Kind::None);
 }
 
+TEST(Material, IsKnownByTheReelOfItsInputElseOfItsInfo)
+{
+    const auto info = DmSourceInfo::create();
+    ok(info->setReelName(L"info"));
+    const auto media = DmSourceNode::MediaInput::create();
+    ok(media->setSrcInfo(info));
+    EXPECT_EQ(dmReelOf(*media), L"info");
+    const auto derived = DmSourceNode::DerivedInput::create();
+    EXPECT_EQ(dmReelOf(*derived), L"");
+    ok(derived->setSrcInfo(info));
+    EXPECT_EQ(dmReelOf(*derived), L"info");
+    ok(derived->setReelName(L"own"));
+    EXPECT_EQ(dmReelOf(*derived), L"own");
+    const auto relinked = DmSourceNode::RelinkedInput::create();
+    EXPECT_EQ(dmReelOf(*relinked), L"");
+    ok(relinked->setReelName(L"wanted"));
+    EXPECT_EQ(dmReelOf(*relinked), L"wanted");
+}
+
 TEST(Material, OfAContainerIsWhatItsCompositionHas)
 {
     const auto inside = compositionOf({gapOf(86400, 100), cutAt(86500), clip(L"one", 86500, 50)});

@@ -134,9 +134,10 @@ Row rowOf(const DmSegmentNode& segment, DM::FrameCodeModes compositionFcm)
     row.start = material.begin + played.begin();
     row.end = material.begin + played.end();
     row.look = lookOf(segment);
-    if (const DmSourceInfo* const info = source->getSrcInput() ? source->getSrcInput()->getSrcInfo() : nullptr)
+    const DmSourceNode::Input* const input = source->getSrcInput();
+    row.reel = input ? dmUtf8(dmReelOf(*input)) : "";
+    if (const DmSourceInfo* const info = input ? input->getSrcInfo() : nullptr)
     {
-        row.reel = dmUtf8(info->getReelName());
         row.path = dmUtf8(info->getPath());
         row.fileName = dmUtf8(info->getName());
     }

@@ -5,6 +5,7 @@
 
 #include "dmADissolveSettings.h"
 #include "dmATimewarpSettings.h"
+#include "dmMaterial.h"
 #include "dmPlayed.h"
 #include "dmStoredLabel.h"
 #include "dmTimewarpSettings.h"
@@ -194,23 +195,14 @@ std::string EdlLineMaker::reel(const DmSourceNode::Input* input, const EdlKept* 
             return kept->reel;
         return std::string(isBlack ? blackReel : isBars ? "BARS" : noReel);
     }
-    const DmSourceInfo* const info = input ? input->getSrcInfo() : nullptr;
-    const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(input);
-    const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(input);
-    const DmString* const names[] = {derived ? &derived->getReelName() : nullptr,
-                                     relinked ? &relinked->getReelName() : nullptr,
-                                     info ? &info->getReelName() : nullptr};
-    for (const DmString* const name : names)
-        if (name && !name->empty())
-        {
-            std::string text = dmUtf8(*name);
-            if (kept && kept->position && EdlReels::isPlain(text))
-                _reels.know(text, text);
-            else if (kept && !kept->reel.empty() && text == (kept->longReel.empty() ? kept->reel : kept->longReel))
-                _reels.know(text, kept->reel);
-            return text;
-        }
-    return std::string(noReel);
+    std::string text = input ? dmUtf8(dmReelOf(*input)) : "";
+    if (text.empty())
+        return std::string(noReel);
+    if (kept && kept->position && EdlReels::isPlain(text))
+        _reels.know(text, text);
+    else if (kept && !kept->reel.empty() && text == (kept->longReel.empty() ? kept->reel : kept->longReel))
+        _reels.know(text, kept->reel);
+    return text;
 }
 
 double EdlLineMaker::materialStart(const DmSourceNode::Input* input, bool& drop)

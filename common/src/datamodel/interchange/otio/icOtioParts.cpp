@@ -33,15 +33,6 @@ bool isFinite(const Look& look)
 
 // Media
 
-DmString reelOf(const DmSourceNode::Input& input)
-{
-    if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(&input))
-        return derived->getReelName();
-    if (const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(&input))
-        return relinked->getReelName();
-    return input.getSrcInfo() ? input.getSrcInfo()->getReelName() : DmString();
-}
-
 DmString nameOf(const DmSourceNode::Input& input)
 {
     if (const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(&input))
@@ -339,7 +330,7 @@ void Parts::segment(Listener& to, const DmSegmentNode& node, Trim trim, const Fo
     const double base = input ? materialOf(*input, _items.fps()).start : 0.0;
     const DM::FrameCodeModes own = input ? dmFcmFromText(input->getFcm()) : DM::FCM_NOT_DEFINED;
     const double ratio = own == DM::FCM_NOT_DEFINED ? 1.0 : _items.fps() / DM::FcmUtil::getDoubleFPS(own);
-    item(to, source ? "Clip.2" : "Gap.1", node, base, input ? dmUtf8(reelOf(*input)) : std::string());
+    item(to, source ? "Clip.2" : "Gap.1", node, base, input ? dmUtf8(dmReelOf(*input)) : std::string());
     range(to, "source_range", base + ratio * node.getRelIn() - headOf(node, trim),
           length.value_or(node.getRecLength()) + trim.in + trim.out);
     const auto media = [&]

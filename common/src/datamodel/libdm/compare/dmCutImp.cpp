@@ -94,16 +94,11 @@ MediumTexts textsOf(const DmSegmentNode& segment)
             texts.path = nested->getName().view();
         return texts;
     }
+    texts.reel = dmReelOf(*input).view();
     if (const DmSourceInfo* const info = input->getSrcInfo())
-    {
         texts.path = info->getPath().view();
-        texts.reel = info->getReelName().view();
-    }
-    if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(input);
-        derived && texts.reel.empty())
-        texts.reel = derived->getReelName().view();
-    else if (const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(input))
-        texts = {relinked->getSourceName().view(), relinked->getReelName().view()};
+    if (const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(input))
+        texts.path = relinked->getSourceName().view();
     else if (const auto* const generated = dynamic_cast<const DmSourceNode::GeneratedInput*>(input))
         texts.path = generated->getInputType().view();
     if (texts.path.empty() && texts.reel.empty())
@@ -115,10 +110,7 @@ MediumTexts textsOf(const DmSegmentNode& segment)
 
 std::uint64_t hashOf(std::wstring_view text)
 {
-    std::uint64_t hash = hashSeed;
-    for (const wchar_t c : text)
-        hash = (hash ^ static_cast<std::uint64_t>(c)) * 0x100000001b3U;
-    return text.empty() ? 0 : hash;
+    return text.empty() ? 0 : std::hash<std::wstring_view>()(text);
 }
 
 std::uint64_t mixed(std::uint64_t a, std::uint64_t b)

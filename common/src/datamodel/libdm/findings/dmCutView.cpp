@@ -3,6 +3,7 @@
 #include "dmElementImp.h"
 #include "dmFirstsImp.h"
 #include "dmGapNode.h"
+#include "dmMaterial.h"
 #include "dmRulesImp.h"
 #include "dmSourceInput.h"
 #include "dmStoredLabel.h"
@@ -180,15 +181,11 @@ DmSourceNames::DmSourceNames(const DmSourceNode::Input* input, const DmSourceNod
         if (path.empty() && !info->getFileList().empty())
             path = info->getFileList().front().view();
         file = path.empty() ? info->getName().view() : lastPart(path);
-        reel = info->getReelName().view();
+        if (media)
+            reel = info->getReelName().view();
     }
     if (!media)
-    {
-        if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(input); derived && reel.empty())
-            reel = derived->getReelName().view();
-        if (const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(input))
-            reel = relinked->getReelName().view();
-    }
+        reel = dmReelOf(*input).view();
     if (reel == L"AX" || reel == L"ax" || reel == L"BL" || reel == L"bl")
         reel = {};
 }

@@ -190,3 +190,15 @@ eDmErrorId dmSetMaterialLengthUnknown(MediaInput& input)
 {
     return setLengthEntry(input, dmMaterialLengthUnknown);
 }
+
+const DmString& dmReelOf(const DmSourceNode::Input& input)
+{
+    static const DmString none;
+    const DmString* reel = &none;
+    if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(&input))
+        reel = &derived->getReelName();
+    else if (const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(&input))
+        reel = &relinked->getReelName();
+    const DmSourceInfo* const info = reel->empty() ? input.getSrcInfo() : nullptr;
+    return info ? info->getReelName() : *reel;
+}

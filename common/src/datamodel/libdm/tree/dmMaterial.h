@@ -63,3 +63,7 @@ ZR_DM_API DmMaterial dmMaterialOf(const DmSegmentNode& segment, DM::FrameCodeMod
 /// no number is DM_BAD_VALUE; else the status of the setter.
 [[nodiscard]] ZR_DM_API eDmErrorId dmSetMaterialLength(DmSourceNode::MediaInput& input, double length);
 [[nodiscard]] ZR_DM_API eDmErrorId dmSetMaterialLengthUnknown(DmSourceNode::MediaInput& input);
+
+/// The reel that material is known by: what a derived or a relinked input says, else what its source info does; empty
+/// where neither does. Good until the input's next setter.
+ZR_DM_API const DmString& dmReelOf(const DmSourceNode::Input& input);
