@@ -4,6 +4,14 @@
 /// one shared static buffer, so an empty string costs no allocation; nor does a field that has the default text of its
 /// class (DmDefaultString), of which a tree has one or two an object. It never throws: where memory runs out the string
 /// becomes empty. Appends grow to the exact size. Not to be shared between threads while one of them changes it.
+///
+/// Text of a program's own goes in wide, DmString(L"Été"). Narrow text is taken in the C library's current locale: in
+/// the "C" locale, in which every process begins, DmString("é") is empty by definition. UTF-8 has another way in,
+/// whatever the locale:
+///
+///     DmString name;
+///     if (!dmFromUtf8("Été", name)) // dmUtf8.h
+///         return DM_BAD_VALUE;
 #pragma once
 
 #include "zrExport.h"
@@ -21,7 +29,8 @@ public:
         : buff_(defaultBuff_)
     {
     }
-    /// From multibyte text in the C library's current locale. Null, "" and invalid sequences give an empty string.
+    /// From multibyte text in the C library's current locale. Null, "" and invalid sequences give an empty string, as
+    /// everything but ASCII is in the "C" locale: UTF-8 is for dmFromUtf8.
     DmString(const char* text);
     DmString(const wchar_t* text);
     /// Exactly `count` characters, zeros included; empty when the first one is zero.
