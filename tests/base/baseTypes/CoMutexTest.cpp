@@ -16,11 +16,11 @@ extern "C" const char* __tsan_default_options()
 namespace
 {
 
-template <class Mutex>
-bool fromAnotherThread(bool (Mutex::*operation)(), Mutex& mutex)
+template <class Operation>
+bool fromAnotherThread(const Operation& operation)
 {
     bool result = false;
-    std::jthread([&] { result = (mutex.*operation)(); }).join();
+    std::jthread([&] { result = operation(); }).join();
     return result;
 }
 
@@ -50,8 +50,8 @@ TYPED_TEST(Mutex, TellsAnOwnerWhoLocksAgainAndAStrangerWhoUnlocks)
     ASSERT_TRUE(mutex.lock());
     EXPECT_FALSE(mutex.lock());
     EXPECT_FALSE(mutex.tryLock());
-    EXPECT_FALSE(fromAnotherThread(&Kind::tryLock, mutex));
-    EXPECT_FALSE(fromAnotherThread(&Kind::unlock, mutex));
+    EXPECT_FALSE(fromAnotherThread([&] { return mutex.tryLock(); }));
+    EXPECT_FALSE(fromAnotherThread([&] { return mutex.unlock(); }));
     EXPECT_TRUE(mutex.unlock());
     EXPECT_FALSE(mutex.unlock());
 }
@@ -65,7 +65,7 @@ TYPED_TEST(Mutex, AGuardReleasesOnlyWhatItTook)
         {
             const typename TypeParam::Guard inner(mutex);
         }
-        EXPECT_FALSE(fromAnotherThread(&Kind::tryLock, mutex)) << "the inner guard gave up the outer's lock";
+        EXPECT_FALSE(fromAnotherThread([&] { return mutex.tryLock(); })) << "the inner guard gave up the outer's lock";
     }
     ASSERT_TRUE(mutex.tryLock());
     EXPECT_TRUE(mutex.unlock());
@@ -117,6 +117,14 @@ TEST(LockWord, KeepsItsFlagsWhileTheMutexChangesHands)
                         const DM::CoLockWordGuard guard(word);
                 });
     }
+    {
+        DM::CoLockWordGuard guard(word);
+        DM::CoLockWordGuard inside(word); // which does not hold it
+        guard.set(2);
+        inside.set(8);
+        EXPECT_FALSE(word.has(2) || word.has(8));
+    }
+    EXPECT_TRUE(word.has(2 | 4 | 8));
     word.set(DM::CoLockWord::allFlags);
     EXPECT_TRUE(word.has(DM::CoLockWord::allFlags));
     EXPECT_TRUE(word.tryLock() && word.unlock());

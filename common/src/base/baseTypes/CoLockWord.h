@@ -37,8 +37,9 @@ public:
     [[nodiscard]] bool lock();
     /// Takes the mutex if nobody holds it, the calling thread included; never waits.
     [[nodiscard]] bool tryLock();
-    /// False when the calling thread does not hold the mutex; nothing is released then.
-    bool unlock();
+    /// Sets the flags, in one go with releasing the mutex. False when the calling thread does not hold it; nothing is
+    /// released then.
+    bool unlock(Flags flags = 0);
 
     /// Who sees a flag sees what was done before it was set.
     bool has(Flags flags) const { return (_word.load(std::memory_order_acquire) & flags) == flags; }
@@ -65,12 +66,17 @@ public:
     ~CoLockWordGuard()
     {
         if (_taken)
-            _word.unlock();
+            _word.unlock(_flags);
+        else if (_flags != 0)
+            _word.set(_flags);
     }
+    /// At the end of the scope.
+    void set(CoLockWord::Flags flags) { _flags = flags; }
 
 private:
     CoLockWord& _word;
     bool _taken;
+    CoLockWord::Flags _flags = 0;
 };
 
 } // namespace DM

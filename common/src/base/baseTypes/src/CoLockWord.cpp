@@ -125,16 +125,17 @@ bool CoLockWord::tryLock()
     return false;
 }
 
-bool CoLockWord::unlock()
+bool CoLockWord::unlock(Flags flags)
 {
     const std::uint32_t word = _word.load(std::memory_order_relaxed);
     if ((word & ownerMask) != owner())
         return false;
     if (isAlone())
     {
-        _word.store(word & ~(ownerMask | waiting), std::memory_order_relaxed);
+        _word.store((word & ~(ownerMask | waiting)) | flags, std::memory_order_relaxed);
         return true;
     }
+    set(flags);
     if ((_word.fetch_and(~(ownerMask | waiting), std::memory_order_release) & waiting) != 0)
         _word.notify_all();
     return true;

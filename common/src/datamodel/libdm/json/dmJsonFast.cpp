@@ -191,7 +191,7 @@ FastReader::Expected::Expected(std::string_view name)
 
 FastReader::Property::Property(const DmPropertySet& object, int index)
     : def(object.classData().at(index))
-    , isInside(def->_type <= DM_DOUBLE && !def->_rare && !def->_constant && object.getBase(index) == &object)
+    , isInside(def->_type <= DM_DOUBLE && !def->_constant && def->_isInside)
     , name(def->_utf8Name)
 {
 }

@@ -68,7 +68,7 @@ private:
     {
         const DmPropertyDef* def;
         Name name;
-        bool isInside;  ///< its field lies in the object itself
+        bool isInside;  ///< as the definition has it
         bool isSkipped; ///< as long as the object shares the rare block that it lies in
         /// Of a field inside the object that is left out at its default: the bytes of a number, or a text that is
         /// empty. Most fields are, so that they are looked at before anything is done by type: a fifth of a save's time
@@ -281,9 +281,8 @@ private:
             for (int i = 0; i < data.size(); ++i)
             {
                 const DmPropertyDef& def = *data.at(i);
-                const bool isInside = !def._rare && set.getBase(i) == &set;
                 type.properties.push_back(
-                    {&def, spell(def._name), isInside, isSkippedWhenShared(def), Property::Unknown, 0});
+                    {&def, spell(def._name), def._isInside, isSkippedWhenShared(def), Property::Unknown, 0});
                 addDefault(type.properties.back());
             }
         }

@@ -255,6 +255,7 @@ private:
     void describe(DmPropertyDef& def, const DmRareView<Block>& rare)
     {
         def._rare = DmRareBlock::of<Block>();
+        def._isInside = false;
         def._rareAt = reinterpret_cast<const char*>(&rare.all()) -
                       reinterpret_cast<const char*>(static_cast<DmPropertySet*>(&_set));
     }

@@ -86,6 +86,7 @@ struct DmPropertyDef
 
     const DmHeldClass* _held = nullptr;       ///< null: any property set
     bool _constant = false;                   ///< fixed by the class: setting another value is DM_BAD_VALUE
+    bool _isInside = false;                   ///< the field lies in the object itself, as it does in all of the class
     std::optional<bool> _defaultEqualsItself; ///< decided once, of a nested default that is a constant
     DmMayHold _mayHold = nullptr;             ///< null: whatever is of the class
     DmFormOf _form = nullptr;                 ///< null: always in the field

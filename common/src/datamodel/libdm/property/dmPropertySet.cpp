@@ -92,7 +92,9 @@ eDmErrorId DmPropertySet::addProperty(const DmString& name, eDmPropType type, vo
     auto def = std::make_unique<DmPropertyDef>();
     def->_name = name;
     def->_type = type;
-    def->_offset = static_cast<const char*>(fieldAddress) - static_cast<const char*>(getBase(index));
+    const void* const base = getBase(index);
+    def->_offset = static_cast<const char*>(fieldAddress) - static_cast<const char*>(base);
+    def->_isInside = base == this;
     def->_skipIfDefault = skipIfDefault;
     def->_default = defaultValue;
     def->_serializer = serializer;
@@ -223,7 +225,7 @@ const void* DmPropertySet::fieldOf(int index) const
     return def ? fieldOf(index, *def) : nullptr;
 }
 
-const void* DmPropertySet::fieldOf(int index, const DmPropertyDef& def) const
+const void* DmPropertySet::fieldOutside(int index, const DmPropertyDef& def) const
 {
     const void* const base = def._rare ? def._rare->read(rareOf(def)) : getBase(index);
     return static_cast<const char*>(base) + def._offset;

@@ -268,7 +268,11 @@ private:
     static constexpr DM::CoLockWord::Flags sharedDefaultFlag = 8;
     static constexpr DM::CoLockWord::Flags listsElsewhereFlag = 16;
 
-    const void* fieldOf(int index, const DmPropertyDef& def) const;
+    const void* fieldOf(int index, const DmPropertyDef& def) const
+    {
+        return def._isInside ? reinterpret_cast<const char*>(this) + def._offset : fieldOutside(index, def);
+    }
+    const void* fieldOutside(int index, const DmPropertyDef& def) const;
     /// To be written, inside the mutex: a field that objects share is first made this object's own.
     void* fieldForChange(int index, const DmPropertyDef& def);
     const void* rareOf(const DmPropertyDef& def) const { return reinterpret_cast<const char*>(this) + def._rareAt; }

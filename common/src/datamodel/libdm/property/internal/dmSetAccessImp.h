@@ -177,14 +177,14 @@ eDmErrorId DmSetAccess::change(DmPropertySet& set, DmStore policy, const DmPrope
     if (policy == DmStore::Fresh)
         return set.isFrozen() ? DM_CANNOT_LOCK : attempt(store);
     {
-        const DM::CoLockWordGuard guard(set._state);
+        DM::CoLockWordGuard guard(set._state);
         if (set.isFrozen())
             return DM_CANNOT_LOCK;
         if (policy == DmStore::Silent || !set._listeners)
         {
             const eDmErrorId status = attempt(store);
             if (policy == DmStore::Announced && isAnnounced(status))
-                set._state.set(DmPropertySet::dirtyFlag);
+                guard.set(DmPropertySet::dirtyFlag);
             return status;
         }
     }
