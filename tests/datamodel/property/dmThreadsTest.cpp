@@ -167,6 +167,37 @@ TEST(PropertySetThreads, ChangeSingleValuesOfOneObject)
     EXPECT_TRUE(read == texts[0] || read == texts[1]);
 }
 
+TEST(PropertySetThreads, TellListenersThatComeAndGo)
+{
+    class Counter : public DmPropertyListener
+    {
+    public:
+        void onPropertyChanged(const DmNodeId&, eDmPropType, const DmString&) override { ++heard; }
+        std::atomic<int> heard{0};
+    };
+    constexpr int rounds = 1000;
+    const auto set = TestEvery::create();
+    std::array<Counter, 10> listeners; // more than are written down without memory
+    Counter& always = listeners[0];
+    ASSERT_EQ(set->registerListener(&always), DM_NO_ERROR);
+    runOn(4,
+          [&](int thread)
+          {
+              for (std::int32_t i = 0; i < rounds; ++i)
+                  if (thread == 0)
+                      ASSERT_EQ(set->setPropertyValue(L"int", DM_INT, &i), DM_NO_ERROR);
+                  else if (thread == 1)
+                      set->notify(set->getNodeId(), DM_INT, L"int");
+                  else // each with listeners of its own
+                      for (std::size_t k = static_cast<std::size_t>(thread) - 1; k < listeners.size(); k += 2)
+                          ASSERT_EQ(i % 2 == 0 ? set->registerListener(&listeners[k])
+                                               : set->unregisterListener(&listeners[k]),
+                                    DM_NO_ERROR);
+          });
+    EXPECT_EQ(always.heard, 2 * rounds);
+    EXPECT_EQ(set->unregisterListener(&always), DM_NO_ERROR);
+}
+
 TEST(PropertySetThreads, StoreNothingOnceAFreezeHasReturned)
 {
     for (int round = 0; round < 50; ++round)

@@ -398,7 +398,7 @@ public:
         alive.reset(set.refCount() > 0 ? &set : nullptr);
         DmPropertyListener* const* const all = _many.empty() ? _few : _many.data();
         for (std::size_t i = 0; i < _count; ++i)
-            if (isRegistered(set, all[i]))
+            if (i == 0 || isStillRegistered(set, all[i]))
                 notify(*all[i], type, name);
     }
 
@@ -409,6 +409,12 @@ public:
     }
 
 private:
+    /// Listeners come and go beside a notification, in this thread and in others.
+    static bool isStillRegistered(DmPropertySet& set, const DmPropertyListener* listener)
+    {
+        const DM::CoLockWordGuard guard(set._state);
+        return isRegistered(set, listener);
+    }
     /// Each has a copy of the id; where there is no memory for it, it sees ours.
     void notify(DmPropertyListener& listener, eDmPropType type, const DmString& name) const
     {
@@ -485,8 +491,13 @@ eDmErrorId DmPropertySet::unregisterListener(DmPropertyListener* listener)
 void DmPropertySet::notify(const DmNodeId& id, eDmPropType type, const DmString& propertyName)
 {
     DmSetAccess::Hearers hearers;
+    eDmErrorId status = DM_NO_ERROR;
+    {
+        const DM::CoLockWordGuard guard(_state);
+        status = hearers.take(*this, id);
+    }
     CoSharedPtr<DmPropertySet> alive;
-    if (hearers.take(*this, id) == DM_NO_ERROR)
+    if (status == DM_NO_ERROR)
         hearers.notifyAll(*this, type, propertyName, alive);
 }
 
@@ -494,6 +505,7 @@ void DmPropertySet::notify(const DmNodeId& id, eDmPropType type, const DmString&
 
 void DmPropertySet::cleanDirty()
 {
+    const DM::CoLockWordGuard guard(_state);
     if (!isFrozen())
         _state.clear(dirtyFlag);
 }
