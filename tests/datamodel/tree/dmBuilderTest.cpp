@@ -175,6 +175,71 @@ TEST(LayerBuilder, GoesOnBehindWhatIsThere)
     EXPECT_EQ(DmLayerBuilder(CoSharedPtr<DmLayerNode>()).append(shot(0, 5)), DM_BAD_VALUE);
 }
 
+namespace
+{
+
+/// Makes a node a constant as soon as it hears of a change.
+class Freezer final : public DmPropertyListener
+{
+public:
+    explicit Freezer(DmTreeNode& node)
+        : _node(node)
+    {
+    }
+    void onPropertyChanged(const DmNodeId&, eDmPropType, const DmString&) override
+    {
+        ++heard;
+        _node.freeze();
+    }
+    int heard = 0;
+
+private:
+    DmTreeNode& _node;
+};
+
+} // namespace
+
+TEST(LayerBuilder, PutsInAllThatBelongsTogetherOrNothing)
+{
+    constexpr double atTheEnd = -1;
+    const struct
+    {
+        CoSharedPtr<DmTreeNode> first;
+        const char* before;
+        double recIn;
+        const char* after;
+    } cases[] = {
+        {nullptr, "", atTheEnd, "Source 0-10"},
+        {shot(0, 10), "Source 0-10", atTheEnd, "Source 0-10, Cut 10-10, Source 10-20"},
+        {shot(0, 10), "Source 0-10", 50, "Source 0-10, Cut 10-10, Gap 10-50, Cut 50-50, Source 50-60"},
+        {dissolveOf(0, 4), "Gap 0-0, Trx 0-4, Gap 4-4", atTheEnd, "Gap 0-0, Trx 0-4, Source 4-14"},
+        {dissolveOf(0, 4), "Gap 0-0, Trx 0-4, Gap 4-4", 20, "Gap 0-0, Trx 0-4, Gap 4-20, Cut 20-20, Source 20-30"},
+    };
+    for (const auto& c : cases)
+        for (const bool byElement : {false, true}) // whose listener makes the layer a constant
+        {
+            SCOPED_TRACE(std::string(c.after) + (byElement ? ", by the element" : ""));
+            DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
+            if (c.first)
+                ok(builder.append(DM::staticPointerCast<DmTreeNode>(c.first->clone())));
+            const auto layer = builder.finish();
+            const double end = builder.getEnd();
+            const double recIn = c.recIn == atTheEnd ? 77 : c.recIn;
+            const auto next = shot(recIn, 10);
+            Freezer freezer(*layer);
+            DmTreeNode& changed = byElement ? static_cast<DmTreeNode&>(*next) : *layer;
+            ok(changed.registerListener(&freezer));
+            EXPECT_EQ(c.recIn == atTheEnd ? builder.append(next) : builder.place(next),
+                      byElement ? DM_CANNOT_LOCK : DM_NO_ERROR);
+            ok(changed.unregisterListener(&freezer));
+            EXPECT_EQ(shapeOf(*layer), byElement ? c.before : c.after);
+            EXPECT_EQ(builder.holds(next.get()), !byElement);
+            EXPECT_EQ(builder.getEnd(), byElement ? end : next->getRecOut());
+            EXPECT_TRUE(byElement ? next->getRecIn() == recIn : freezer.heard == 1) << "one change";
+            EXPECT_EQ(builder.append(shot(0, 5)), DM_CANNOT_LOCK);
+        }
+}
+
 TEST(LayerBuilder, PostsItsStepsOnRequest)
 {
     const zrTest::CapturingRouter router;

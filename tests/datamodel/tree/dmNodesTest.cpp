@@ -73,6 +73,59 @@ TEST(Collection, CountsItsChildrenAndRefusesWhatIsNotThere)
     EXPECT_EQ(mark->setCueMarkTime(3), DM_CANNOT_LOCK) << "a layer's marks are no property, and constant with it";
 }
 
+TEST(Collection, ReplacesSeveralChildrenInOneChange)
+{
+    const struct
+    {
+        int first;
+        int count;
+        std::vector<double> recIns; ///< of the gaps that go in; a negative one is a gap of sound
+        eDmErrorId status;
+        std::vector<double> after;
+    } cases[] = {
+        {0, 0, {}, DM_NO_ERROR, {0, 1, 2, 3}},
+        {4, 0, {4, 5}, DM_NO_ERROR, {0, 1, 2, 3, 4, 5}},
+        {1, 0, {7, 8, 9}, DM_NO_ERROR, {0, 7, 8, 9, 1, 2, 3}},
+        {1, 2, {7}, DM_NO_ERROR, {0, 7, 3}},
+        {1, 1, {7, 8, 9}, DM_NO_ERROR, {0, 7, 8, 9, 2, 3}},
+        {0, 4, {}, DM_NO_ERROR, {}},
+        {2, 2, {7, 8}, DM_NO_ERROR, {0, 1, 7, 8}},
+        {3, 2, {7}, DM_BAD_INDEX, {0, 1, 2, 3}},
+        {5, 0, {7}, DM_BAD_INDEX, {0, 1, 2, 3}},
+        {-1, 1, {7}, DM_BAD_INDEX, {0, 1, 2, 3}},
+        {1, -1, {7}, DM_BAD_INDEX, {0, 1, 2, 3}},
+        {1, std::numeric_limits<int>::max(), {7}, DM_BAD_INDEX, {0, 1, 2, 3}},
+        {0, 4, {7, -1}, DM_BAD_VALUE, {0, 1, 2, 3}},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.first << ' ' << c.count << ' ' << c.recIns.size());
+        const auto parent = layer(DM_MEDIA_VIDEO);
+        std::vector<CoSharedPtr<DmTreeNode>> old;
+        for (const double recIn : {0.0, 1.0, 2.0, 3.0})
+            parent->addChild(old.emplace_back(DmGapNode::create(DM_MEDIA_VIDEO, recIn, 1)));
+        std::vector<CoSharedPtr<DmTreeNode>> nodes;
+        for (const double recIn : c.recIns)
+            nodes.emplace_back(DmGapNode::create(recIn < 0 ? DM_MEDIA_AUDIO : DM_MEDIA_VIDEO, recIn, 1));
+        Announced announced;
+        ok(parent->registerListener(&announced));
+        EXPECT_EQ(parent->replaceChildren(c.first, c.count, nodes), c.status);
+        EXPECT_EQ(announced.names.size(), c.status == DM_NO_ERROR ? 1U : 0U);
+        std::vector<double> recIns;
+        for (const DmTreeNode* const child : parent->getChildren())
+            recIns.push_back(static_cast<const DmGapNode*>(child)->getRecIn());
+        EXPECT_EQ(recIns, c.after);
+        for (const auto& node : old)
+            EXPECT_EQ(node->refCount(),
+                      1 + static_cast<int>(std::count(recIns.begin(), recIns.end(),
+                                                      static_cast<const DmGapNode&>(*node).getRecIn())));
+        EXPECT_EQ(parent->replaceChildren(0, 0, {nullptr}), DM_BAD_VALUE);
+        ok(parent->unregisterListener(&announced));
+        parent->freeze();
+        EXPECT_EQ(parent->replaceChildren(0, 0, {}), DM_CANNOT_LOCK);
+    }
+}
+
 TEST(Removals, TakeOneAwayAreAnnouncedOnceAndAreRefusedByAConstant)
 {
     const auto named = [](const auto& channel, const wchar_t* name)

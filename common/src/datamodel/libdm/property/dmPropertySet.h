@@ -241,6 +241,8 @@ protected:
     eDmErrorId changeSilently(Change&& change);
     /// insertValueInPropertyList for a caller that has looked itself whether the list may hold the element.
     eDmErrorId insertUnasked(int list, int element, const DmPropertySetPtr& value);
+    /// Puts elements in place of `count` others from `first` on: one change, announced once. Asked as insertUnasked is.
+    eDmErrorId spliceUnasked(int list, int first, int count, std::span<const DmPropertySetPtr> elements);
     // What a class's createList() says beside its properties.
 
     /// Edits, not documents, ask the owner of a property before it is given an object to hold.

@@ -178,6 +178,56 @@ eDmErrorId DmPropertySet::insertUnasked(int list, int element, const DmPropertyS
                   });
 }
 
+eDmErrorId DmPropertySet::spliceUnasked(int list, int first, int count, std::span<const DmPropertySetPtr> elements)
+{
+    const DmPropertyDef* def = nullptr;
+    int index = -1;
+    if (const eDmErrorId status = find(list, DM_VECTOR_PROPERTY_SET, def, index); status != DM_NO_ERROR)
+        return status;
+    if (isFrozen())
+        return DM_CANNOT_LOCK;
+    if (first < 0 || count < 0)
+        return DM_BAD_INDEX;
+    for (const DmPropertySetPtr& element : elements)
+        if (const eDmErrorId status = DmSetAccess::checkSlot(*this, *def, element.get()); status != DM_NO_ERROR)
+            return status;
+    const auto from = static_cast<std::size_t>(first);
+    const auto old = static_cast<std::size_t>(count);
+    const std::size_t fresh = elements.size();
+    DmPropertySetVector changed; // the new elements, which become the old ones
+    const eDmErrorId status = dmWithMemory(
+        [&]
+        {
+            changed.reserve(std::max(old, fresh));
+            changed.assign(elements.begin(), elements.end());
+            changed.resize(std::max(old, fresh));
+            return DM_NO_ERROR;
+        });
+    if (status != DM_NO_ERROR)
+        return status;
+    return DmSetAccess::change(
+        *this, DmStore::Announced, *def,
+        [&]() -> eDmErrorId
+        {
+            auto& all = DmSetAccess::collection<DmPropertySetVector>(*this, index, *def);
+            const std::size_t size = all.size();
+            if (from > size || old > size - from)
+                return DM_BAD_INDEX;
+            if (fresh > old) // behind the old ones, before anything changes
+                all.resize(size + fresh - old);
+            const auto begin = all.begin() + static_cast<std::ptrdiff_t>(from);
+            if (fresh > old)
+                std::rotate(begin + count, all.begin() + static_cast<std::ptrdiff_t>(size), all.end());
+            std::swap_ranges(changed.begin(), changed.end(), begin);
+            if (fresh < old)
+            {
+                std::rotate(begin + static_cast<std::ptrdiff_t>(fresh), begin + count, all.end());
+                all.resize(size - (old - fresh));
+            }
+            return DM_NO_ERROR;
+        });
+}
+
 eDmErrorId DmPropertySet::getListSize(DmPropertyRef property, eDmPropType type, int& size) const
 {
     return atList(property, type,

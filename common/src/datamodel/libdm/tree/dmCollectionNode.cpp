@@ -1,6 +1,7 @@
 #include "dmCollectionNode.h"
 
 #include "dmDeclare.h"
+#include "dmMemoryImp.h"
 
 DmCollectionNode::DmCollectionNode(const DmCollectionNode& other)
     : DmTreeNode(other)
@@ -54,6 +55,21 @@ int DmCollectionNode::removeChild(int index)
 {
     static_cast<void>(removeValueFromPropertyList(Children, DM_VECTOR_PROPERTY_SET, index)); // as above
     return getNbChildren();
+}
+
+eDmErrorId DmCollectionNode::replaceChildren(int first, int count, const std::vector<CoSharedPtr<DmTreeNode>>& nodes)
+{
+    for (const CoSharedPtr<DmTreeNode>& node : nodes)
+        if (const eDmErrorId status = mayHold(node.get()); status != DM_NO_ERROR)
+            return status;
+    DmPropertySetVector children;
+    const auto take = [&]
+    {
+        children.assign(nodes.begin(), nodes.end());
+        return DM_NO_ERROR;
+    };
+    const eDmErrorId status = dmWithMemory(take);
+    return status == DM_NO_ERROR ? spliceUnasked(Children, first, count, children) : status;
 }
 
 void DmCollectionNode::keepChildren(std::unique_ptr<const DmListForm> form)

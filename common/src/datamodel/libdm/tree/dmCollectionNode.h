@@ -9,6 +9,7 @@
 #include "dmTreeNode.h"
 
 #include <memory>
+#include <vector>
 
 class ZR_DM_API DmCollectionNode : public DmTreeNode
 {
@@ -48,6 +49,9 @@ public:
     int insertChild(DmTreeNode* node, int index);
     int insertChild(const CoSharedPtr<DmTreeNode>& node, int index) { return insertChild(node.get(), index); }
     int removeChild(int index);
+    /// Puts nodes in place of `count` children from `first` on, each of which must be one that this may hold: one
+    /// change, announced once, that happens as a whole or not at all.
+    eDmErrorId replaceChildren(int first, int count, const std::vector<CoSharedPtr<DmTreeNode>>& nodes);
 
     /// The children of a constant node without children: from now on they are what the form answers. Before anybody
     /// else sees the node.

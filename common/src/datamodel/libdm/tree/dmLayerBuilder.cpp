@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -31,7 +33,7 @@ double leastLength(const DmTransitionNode& /*transition*/)
 
 } // namespace
 
-/// What goes into the layer at once, and out again when a part of it cannot.
+/// What goes into the layer at once.
 class DmLayerBuilder::Step
 {
 public:
@@ -68,26 +70,42 @@ public:
 
     eDmErrorId take()
     {
+        if (_count == 0)
+            return DM_NO_ERROR;
         DmLayerNode& layer = *_builder._layer;
-        const int before = layer.getNbChildren();
-        int in = 0;
-        while (in < _count && _builder.add(_pieces[in].element))
-            ++in;
-        // Last, so that nothing is to be put back where one of them is refused.
-        if (in < _count || (_dropsSpareGap && !_builder.remove(before - 1)))
+        const int dropped = _dropsSpareGap ? 1 : 0;
+        const int first = layer.getNbChildren() - dropped;
+        const CoSharedPtr<DmTreeNode> spareGap(dropped > 0 ? layer.getChild(first) : nullptr);
+        std::vector<CoSharedPtr<DmTreeNode>> elements;
+        int known = 0;
+        eDmErrorId status = dmWithMemory(
+            [&]
+            {
+                for (; known < _count; ++known)
+                {
+                    elements.push_back(_pieces[known].element);
+                    _builder._held.insert(elements.back().get());
+                }
+                return DM_NO_ERROR;
+            });
+        const double end = std::exchange(_builder._end, _end); // who hears of the change may ask, and add more
+        if (status == DM_NO_ERROR)
+            status = layer.replaceChildren(first, dropped, elements);
+        if (status != DM_NO_ERROR)
         {
-            while (in-- > 0)
-                _builder.remove(before + in);
-            return DM_BAD_VALUE;
+            _builder._end = end;
+            while (known-- > 0)
+                _builder._held.erase(_pieces[known].element.get());
+            return status;
         }
-        _builder._end = _end;
+        _builder._held.erase(spareGap.get());
         // At notice level: who sets the variable wants to see the lines without turning every other debug message on.
         for (int i = 0; logSteps().getValue() && i < _count; ++i)
         {
             const DmTreeNode& element = *_pieces[i].element;
             ZR_POST_NOTICE("DmLayerBuilder: layer %d, element %d: %ls \"%ls\" from %f to %f", layer.getLayerNum(),
-                           before + i - (_dropsSpareGap ? 1 : 0), element.getPSetName().c_str(),
-                           element.getName().c_str(), _pieces[i].recIn, i + 1 < _count ? _pieces[i + 1].recIn : _end);
+                           first + i, element.getPSetName().c_str(), element.getName().c_str(), _pieces[i].recIn,
+                           i + 1 < _count ? _pieces[i + 1].recIn : _end);
         }
         return DM_NO_ERROR;
     }
@@ -131,7 +149,12 @@ DmLayerBuilder::DmLayerBuilder(const CoSharedPtr<DmLayerNode>& layer)
                                             _end = std::max(_end, element.getRecOut());
                                             return DM_NO_ERROR;
                                         })); // what is no element takes no time
-        if (child && keep(child) != DM_NO_ERROR)
+        const auto keep = [&]
+        {
+            _held.insert(child);
+            return DM_NO_ERROR;
+        };
+        if (child && dmWithMemory(keep) != DM_NO_ERROR)
             _layer = {};
     }
 }
@@ -213,36 +236,4 @@ bool DmLayerBuilder::endsInSpareGap() const
     DmSegmentNode* const last = count > 1 ? dmSegment(_layer->getChild(count - 1)) : nullptr;
     return last && last->whatIs() == DM_GAP_NODE && last->getRecLength() == 0.0 && !last->getBaseBlob() &&
            dmTransition(_layer->getChild(count - 2)) && _layer->getChild(count - 2)->whatIs() != DM_CUT_NODE;
-}
-
-eDmErrorId DmLayerBuilder::keep(const DmTreeNode* element)
-{
-    return dmWithMemory(
-        [&]
-        {
-            _held.insert(element);
-            return DM_NO_ERROR;
-        });
-}
-
-/// False for null, without memory, and for a layer that its owner froze.
-bool DmLayerBuilder::add(const CoSharedPtr<DmTreeNode>& element)
-{
-    const int before = _layer->getNbChildren();
-    if (!element || keep(element.get()) != DM_NO_ERROR)
-        return false;
-    if (_layer->addChild(element) != before)
-        return true;
-    _held.erase(element.get());
-    return false;
-}
-
-bool DmLayerBuilder::remove(int index)
-{
-    const int before = _layer->getNbChildren();
-    const DmTreeNode* const element = _layer->getChild(index);
-    if (_layer->removeChild(index) == before)
-        return false;
-    _held.erase(element);
-    return true;
 }

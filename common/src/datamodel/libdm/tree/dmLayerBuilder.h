@@ -13,11 +13,11 @@
 /// Between two transitions, and where a layer begins or ends with one, stands a gap of no length. Elements are
 /// shared, not copied; each goes in once. Times are frames of the composition's mode.
 ///
-/// An element goes in with all that must stand in front of it, or nothing has changed, its own times included: then it
-/// is DM_BAD_VALUE, for an element that is null, that the layer holds already, that is of another media type or of a
-/// kind that layers do not take, whose length is negative or infinite (of a segment that is no gap: less than half a
-/// frame), or that is placed before the end of what is there, and where memory runs out. ZR_DEBUG_DM_LAYER_BUILDER
-/// posts each step.
+/// An element goes in with all that must stand in front of it, in one change of the layer's children, or nothing has
+/// changed, its own times included: then it is DM_BAD_VALUE, for an element that is null, that the layer holds already,
+/// that is of another media type or of a kind that layers do not take, whose length is negative or infinite (of a
+/// segment that is no gap: less than half a frame), or that is placed before the end of what is there, and where memory
+/// runs out; DM_CANNOT_LOCK where element or layer is a constant. ZR_DEBUG_DM_LAYER_BUILDER posts each step.
 #pragma once
 
 #include "dmLayerNode.h"
@@ -56,9 +56,6 @@ private:
 
     template <class Element>
     eDmErrorId put(Element& element, double recIn);
-    eDmErrorId keep(const DmTreeNode* element);
-    bool add(const CoSharedPtr<DmTreeNode>& element);
-    bool remove(int index);
     bool endsInSegment() const;
     bool endsInSpareGap() const;
 
