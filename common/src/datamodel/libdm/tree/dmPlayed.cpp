@@ -2,6 +2,7 @@
 
 #include "dmATimewarpSettings.h"
 #include "dmMaterial.h"
+#include "dmMemoryImp.h"
 #include "dmSpeedImp.h"
 #include "dmStoredLabel.h"
 #include "dmTimewarpSettings.h"
@@ -111,10 +112,16 @@ void DmPlayed::setKeys(const DmSegmentNode& segment, const DmTimewarpSettings& w
     const double origin = _begin;
     const CoSharedPtr<DmAnimationChannel> timing =
         warp.getExistingChannelByName(DmTimewarpSettings::channelNames[DmTimewarpSettings::ChannelId::timing]);
-    for (int i = 0; timing && i < timing->getNbKeyFrames(); ++i)
-        if (const CoSharedPtr<DmKeyFrame> key = timing->getKeyFrame(i))
-            _keys.push_back(
-                {first + static_cast<double>(key->getFrame()), origin + static_cast<double>(key->getValue())});
+    const auto read = [&]
+    {
+        for (int i = 0; timing && i < timing->getNbKeyFrames(); ++i)
+            if (const CoSharedPtr<DmKeyFrame> key = timing->getKeyFrame(i))
+                _keys.push_back(
+                    {first + static_cast<double>(key->getFrame()), origin + static_cast<double>(key->getValue())});
+        return DM_NO_ERROR;
+    };
+    if (dmWithMemory(read) != DM_NO_ERROR)
+        _keys.clear();
     std::stable_sort(_keys.begin(), _keys.end(),
                      [](const Key& a, const Key& b) { return a.recordTime < b.recordTime; });
     _end = _begin;

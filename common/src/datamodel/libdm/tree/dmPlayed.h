@@ -19,7 +19,8 @@
 /// counts from "relIn" before that), its value from "relIn".
 ///
 /// Answers are given for times outside the segment too, as transitions play them: whether the material reaches that
-/// far, dmMaterialOf says. An object of this class is a plain value, made from the segment as it is.
+/// far, dmMaterialOf says. An object of this class is a plain value, made from the segment as it is; without memory for
+/// its keys it has none.
 #pragma once
 
 #include "tuFcm.h"
