@@ -88,6 +88,18 @@ CoSharedPtr<TestOptional> chain(int length, int times = 1, TestOptional** bottom
     return top;
 }
 
+/// The factory has not made one before the test does.
+class TestLate final : public DmConcrete<TestLate>
+{
+public:
+    explicit TestLate(const DmNodeId& id)
+        : DmConcrete(id, DmPropertySetInit<TestLate>::data())
+    {
+    }
+    eDmErrorId createList() override { return declare(*this).mandatory(L"number", number).status(); }
+    int number = 0;
+};
+
 bool areEqual(const DmPropertySet& a, const DmPropertySet& b)
 {
     bool equal = false;
@@ -110,6 +122,18 @@ TEST(DeepCopy, IsEqualAndIndependent)
     EXPECT_EQ(copy->getPropertyValue(L"point", DM_PROPERTY_SET, &nested), DM_NO_ERROR);
     EXPECT_EQ(nested.get(), &pointIn(*copy, 2)) << "what the source holds twice, the copy holds twice";
     EXPECT_EQ(pointIn(*source, 2).getX(), 1.5);
+}
+
+TEST(DeepCopy, OfTheFirstObjectOfAClassThatTheFactoryHasNotMadeYet)
+{
+    const CoSharedPtr<TestLate> early(new TestLate(DmNodeId()));
+    early->number = 5;
+    for (int i = 0; i < 2; ++i)
+    {
+        DmPropertySetPtr copy;
+        ASSERT_EQ(dmDeepCopy(*early, copy), DM_NO_ERROR);
+        EXPECT_EQ(static_cast<const TestLate&>(*copy).number, 5);
+    }
 }
 
 TEST(DeepCopy, SharesFrozenDefaultsAndKeepsThemFrozen)

@@ -304,7 +304,7 @@ struct CopyPlan
             const DmPropertyDef& def = *data->at(i);
             if (def._constant)
                 continue; // the class has seen to it
-            if (!def._rare && set.getBase(i) != &set)
+            if (!def._rare && !def._isInside)
                 elsewhere.push_back(i);
             else if (const std::size_t size = sizeOfNumber(def._type))
                 partOf(def).numbers.push_back({def._offset, size});
@@ -377,6 +377,20 @@ private:
         if (!known || known->data != data)
             known = &copyPlanOf(set);
         return *known;
+    }
+
+    /// An object that a public constructor made may be the first of its class: the factory makes one then, for the
+    /// table.
+    static eDmErrorId declareClass(const DmPropertySet& set)
+    {
+        const DmPropertyFactory& factory = DmPropertyFactory::getInstance();
+        const DmPropertyCreator creator = factory.findCreator(set.getPSetName().view());
+        if (!creator)
+            return DM_PROPERTY_NOT_FOUND;
+        DmPropertySet* made = nullptr;
+        const eDmErrorId status = factory.createBare(creator, made);
+        const DmPropertySetPtr lastReference(made);
+        return status;
     }
 
     eDmErrorId properties(const CopyPlan& plan, const DmPropertySet& source, DmPropertySet& target, const Level& level);
@@ -464,6 +478,9 @@ eDmErrorId Copy::copy(const DmPropertySet& source, const Level* levelAbove, DmPr
     if (const eDmErrorId status = Level::enter(levelAbove, source, level); status != DM_NO_ERROR)
         return status;
 
+    if (source.classData().className().empty())
+        if (const eDmErrorId status = declareClass(source); status != DM_NO_ERROR)
+            return status;
     const CopyPlan& plan = planOf(source);
     if (!plan.creator)
         return DM_PROPERTY_NOT_FOUND;
