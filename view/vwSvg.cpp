@@ -298,26 +298,31 @@ private:
         if (badgeWidth > 0.0)
             line("small", left + width - 6.0, middle - 8.0, badge, " text-anchor=\"end\"");
         for (const Mark& mark : _composition.marks)
-            if (mark.segment == i)
-            {
-                const double at = x(_composition.axisOf(row), mark.time);
+            if (const double at = x(_composition.axisOf(row), mark.time);
+                mark.segment == i && at >= left && at <= left + width)
                 path("mine", {{at - 4.0, top}, {at + 4.0, top}, {at, top + 6.0}}, true);
-            }
     }
 
     void drawTransition(const Row& row, const Transition& transition, double top)
     {
         const Axis& axis = _composition.axisOf(row);
-        const double left = std::max(x(axis, transition.in), _left);
-        const double last = x(axis.placeOfOut(transition.in + transition.length));
-        const double end = std::min(std::max(last, left + 1.0), right());
+        const double left = x(axis, transition.in);
+        const double end = std::max(x(axis.placeOfOut(transition.in + transition.length)), left + 1.0);
         const double bottom = top + row.height;
-        if (end <= left || last < _left)
+        if (end <= _left || left >= right())
             return;
+        const bool isCut = left < _left || end > right();
+        if (isCut)
+            openWindow(top, row.height);
         _out += transition.muted ? "<g class=\"muted\">\n" : "<g>\n";
         _out += "<title>" + xml(describeTransition(_scene, _composition, transition)) + "</title>\n";
         const auto [before, behind] = tintsBeside(_composition, row, transition);
-        if (transition.shape == Shape::Wipe)
+        if (end - left < 3.0)
+        {
+            const std::string sign = "s" + std::to_string(transition.tint);
+            rect(transition.tint == noTint ? "dense" : sign.c_str(), left, top, end - left, row.height);
+        }
+        else if (transition.shape == Shape::Wipe)
         {
             const double middle = (left + end) / 2.0;
             path(before, {{left, top}, {middle, top}, {middle, bottom}, {left, bottom}}, true);
@@ -332,7 +337,21 @@ private:
         }
         if (transition.tint != noTint)
             path("k" + std::to_string(transition.tint), {{left, top}, {end, top}, {end, bottom}, {left, bottom}}, true);
-        _out += "</g>\n";
+        _out += isCut ? "</g></svg>\n" : "</g>\n";
+    }
+
+    /// What is drawn in it ends where the time line does; its coordinates are those around it.
+    void openWindow(double top, double height)
+    {
+        const double sides[] = {_left, top, right() - _left, height};
+        const char* const names[] = {"<svg x=\"", "\" y=\"", "\" width=\"", "\" height=\""};
+        for (std::size_t i = 0; i < std::size(sides); ++i)
+            (_out += names[i]), number(sides[i]);
+        _out += "\" viewBox=\"";
+        for (const double side : sides)
+            number(side), _out += ' ';
+        _out.back() = '"';
+        _out += '>';
     }
 
     /// A stretch that nothing is said of, over all rows, with torn edges.
@@ -380,27 +399,33 @@ private:
         }
     }
 
+    /// Flags below the ruler, each with as much of its name as there is room for up to the next one.
     void drawMarks()
     {
         const double top = titleHeight + sizes.ruler;
+        std::vector<std::pair<double, const Mark*>> flags;
         for (const Mark& mark : _composition.marks)
+            if (const double at = x(_composition.axisOf(noSegment), mark.time);
+                mark.segment == noSegment && at >= _left && at <= right())
+                flags.emplace_back(at, &mark);
+        std::ranges::stable_sort(flags, {}, &std::pair<double, const Mark*>::first);
+        for (std::size_t i = 0; i < flags.size(); ++i)
         {
-            const double at = x(_composition.axisOf(noSegment), mark.time);
-            if (mark.segment != noSegment || at < _left || at > right())
-                continue;
+            const auto& [at, mark] = flags[i];
+            const double next = i + 1 < flags.size() ? flags[i + 1].first : right();
             char colour[24] = "";
-            if (mark.colour)
-                std::snprintf(colour, sizeof colour, " fill=\"#%06x\"", mark.colour);
+            if (mark->colour)
+                std::snprintf(colour, sizeof colour, " fill=\"#%06x\"", mark->colour);
             _out += "<g><title>" +
-                    xml(labelOf(mode(), mark.time + _composition.labelStart) + "  " + isolated(text(mark.name)) +
-                        (mark.comment ? "\n" + isolated(text(mark.comment)) : "")) +
+                    xml(labelOf(mode(), mark->time + _composition.labelStart) + "  " + isolated(text(mark->name)) +
+                        (mark->comment ? "\n" + isolated(text(mark->comment)) : "")) +
                     "</title><path";
-            _out.append(mark.colour ? colour : " class=\"mine\"").append(" d=\"M");
+            _out.append(mark->colour ? colour : " class=\"mine\"").append(" d=\"M");
             number(at);
             _out += ' ';
             number(top + 3.0);
             _out += "h8l-3 4l3 4h-8v8h-1.5v-16z\"/></g>\n";
-            lineWithin("small dim", at + 11.0, top + 8.0, 90.0, text(mark.name));
+            lineWithin("small dim", at + 11.0, top + 8.0, std::min(90.0, next - at - 13.0), text(mark->name));
         }
     }
 
