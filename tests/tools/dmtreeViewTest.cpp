@@ -46,6 +46,21 @@ TEST(ViewStill, ShowsWhatIsAskedFor)
     EXPECT_EQ(part, still({"--range", "100-150", "--tracks", "V1"}));
 }
 
+// What the range cuts keeps its shape: a dissolve that began before it goes on where it was.
+TEST(ViewStill, CutsATransitionWithoutBendingIt)
+{
+    const std::string part = still({"--range", "10:00:03:20-10:00:06:00", "--tracks", "V1", "--width", "1000"});
+    double left = 0.0;
+    double end = 0.0;
+    const std::size_t slope = part.find("class=\"slope\"");
+    ASSERT_NE(slope, part.npos);
+    ASSERT_EQ(std::sscanf(part.c_str() + slope, "class=\"slope\" d=\"M%lf %*fL%lf", &left, &end), 2);
+    const double lane = 1000.0 - 24.0 - 132.0;
+    EXPECT_NEAR(end - left, lane * 12.0 / 55.0, 0.02);
+    EXPECT_LT(left, 144.0);
+    EXPECT_TRUE(matches(part, "...<svg x=\"144\"..."));
+}
+
 TEST(ViewStill, ShowsFindingsAtTheirPlace)
 {
     const std::string mistakes = ZR_EXAMPLES "/commercial-with-mistakes.json";
@@ -204,6 +219,7 @@ TEST(View, SaysWhatIsWrong)
         {{"view", "--width", "900", "-o", "-", commercial}, 2, "", "...--svg..."},
         {{"view", "--svg", "--width", "nan", "-o", "-", commercial}, 2, "", "...--width..."},
         {{"diff", "--svg", commercial, commercial}, 2, "", "...--output..."},
+        {{"diff", "--svg", "--range", "9-3", "-o", "-", commercial, commercial}, 2, "", "...ends before it begins\n"},
         {{"diff", "--json", "-o", "/dev/null", commercial, commercial}, 2, "", "...excludes..."},
         {{"view", "--watch", "-"}, 2, "", "...standard input does not change\n"},
         {{"view", "--svg", "-o", "/nowhere/a.svg", commercial}, 2, "", "...No such file or directory\n"},

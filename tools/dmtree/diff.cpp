@@ -31,6 +31,7 @@ struct Options
     DmDiffOptions diff;
     std::string out;
     double width = 1200.0;
+    std::string range;
     bool svg = false;
     bool lenient = false;
     bool json = false;
@@ -97,8 +98,10 @@ void drawBoth(const CoSharedPtr<DmRoot>& before, const CoSharedPtr<DmRoot>& afte
     const view::PageParts* const page = options.svg ? nullptr : &dmtree::requirePage("diff");
     const CoSharedPtr<DmRoot> none = DmRoot::create();
     const view::Scene scene = view::sceneOf(before ? *before : *none, after ? *after : *none, diff, title);
-    dmtree::writePicture("diff", options.out,
-                         page ? view::pageOf(scene, *page) : view::svgOf(scene, {.width = options.width}), scene);
+    view::SvgOptions still{.width = options.width};
+    if (!options.range.empty() && !scene.compositions.empty())
+        still.range = dmtree::rangeOf(scene, scene.compositions.front(), options.range);
+    dmtree::writePicture("diff", options.out, page ? view::pageOf(scene, *page) : view::svgOf(scene, still), scene);
 }
 
 int compare(const Options& options)
@@ -150,6 +153,9 @@ void dmtree::addDiff(CLI::App& app, Run& run)
     command->add_option("--width", options->width, "Of a still, in pixels")
         ->type_name("PIXELS")
         ->check(CLI::Range(200, 20000).description(""))
+        ->needs(svg);
+    command->add_option("--range", options->range, "Of a still: from one label, or frame, of NEW to another")
+        ->type_name("IN-OUT")
         ->needs(svg);
     command->add_flag("--json", options->json, "One JSON object")->excludes(out);
     command->add_flag("--stat", options->stat, "One line: how many changes of which kind")->excludes(out);

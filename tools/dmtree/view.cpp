@@ -10,9 +10,6 @@
 #include "vwSceneBuild.h"
 #include "vwSvg.h"
 
-#include "CoNumber.h"
-#include "tuTimeUnit.h"
-
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -54,24 +51,6 @@ std::vector<std::string> split(const std::string& text, char at)
     return parts;
 }
 
-/// A label in the composition's mode, or a count of frames.
-double recordTime(const view::Scene& scene, const view::Composition& composition, const std::string& text)
-{
-    const view::Mode& mode = scene.modes[composition.mode];
-    const bool isCount = !text.empty() && text.find_first_not_of("0123456789") == text.npos;
-    if (isCount)
-        return DM::CoNumber::whole(std::string_view(text).substr(0, 12)).value_or(0.0);
-    int hours = 0;
-    int minutes = 0;
-    int seconds = 0;
-    int frames = 0;
-    DM::TimeUnit::parseTimeCodeString(text.c_str(), hours, minutes, seconds, frames);
-    if (text.find_first_not_of("0123456789:;+#") != text.npos || text.find_first_of(":;+#") == text.npos ||
-        !DM::TimeUnit::isValidTimeCode(hours, minutes, seconds, frames, mode.fcm))
-        throw std::runtime_error("--range: '" + text + "' is no label in " + mode.name);
-    return DM::TimeUnit().fromTimeCode(hours, minutes, seconds, frames, mode.fcm).getFrames() - composition.labelStart;
-}
-
 std::size_t compositionOf(const view::Scene& scene, const std::string& wanted)
 {
     if (wanted.empty())
@@ -89,16 +68,7 @@ std::string still(const view::Scene& scene, const Options& options)
         throw std::runtime_error(options.file + ": holds no composition");
     const view::Composition& composition = scene.compositions[svg.composition];
     if (!options.range.empty())
-    {
-        const std::vector<std::string> ends = split(options.range, '-');
-        if (ends.size() != 2)
-            throw std::runtime_error("--range: '" + options.range + "' is no IN-OUT");
-        const double in = recordTime(scene, composition, ends[0]);
-        const double out = recordTime(scene, composition, ends[1]);
-        if (out <= in)
-            throw std::runtime_error("--range: '" + options.range + "' ends before it begins");
-        svg.range = view::Window{in, out, 0.0};
-    }
+        svg.range = dmtree::rangeOf(scene, composition, options.range);
     if (!options.tracks.empty())
         svg.tracks = split(options.tracks, ',');
     for (const std::string& track : svg.tracks)
