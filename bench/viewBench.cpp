@@ -68,13 +68,13 @@ int main(int argc, char** argv)
     const CoSharedPtr<DmRoot> root = longCut(segments);
     const auto start = std::chrono::steady_clock::now();
     const view::Scene scene = view::sceneOf(*root, "Summer");
-    const std::string json = view::sceneJson(scene);
+    const std::string page = view::pageOf(scene, {});
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
     std::size_t texts = 0;
     for (std::size_t i = 0; i < scene.texts.size(); ++i)
-        texts += scene.texts[static_cast<view::TextId>(i)].size() + 3;
+        texts += scene.texts[static_cast<view::TextId>(i)].size() + 1;
     std::printf("picture of %d segments: %.2f s, %.1f bytes a segment beside its texts (limit 60)\n", segments,
-                took.count(), static_cast<double>(json.size() - texts) / segments);
+                took.count(), static_cast<double>(page.size() - texts) / segments);
     const view::PageParts* const parts = view::pageParts();
     if (argc > 1 && parts)
         std::ofstream(argv[1], std::ios::binary) << view::pageOf(scene, *parts);

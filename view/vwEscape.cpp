@@ -60,6 +60,12 @@ std::string xml(std::string_view utf8)
 void addJson(std::string& to, std::string_view utf8)
 {
     to += '"';
+    addJsonText(to, utf8);
+    to += '"';
+}
+
+void addJsonText(std::string& to, std::string_view utf8)
+{
     for (const char c : utf8)
     {
         const auto code = static_cast<unsigned char>(c);
@@ -74,7 +80,6 @@ void addJson(std::string& to, std::string_view utf8)
         else
             to += c;
     }
-    to += '"';
 }
 
 void addNumber(std::string& to, double value)

@@ -13,6 +13,8 @@ std::string xml(std::string_view utf8);
 
 /// A JSON string, in quotes, that may stand inside a script element: '<' and the line ends of scripts are escaped.
 void addJson(std::string& to, std::string_view utf8);
+/// What stands between its quotes: one line, whatever the text.
+void addJsonText(std::string& to, std::string_view utf8);
 
 /// A number in the fewest characters that read back as the same double.
 void addNumber(std::string& to, double value);

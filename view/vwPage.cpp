@@ -254,9 +254,10 @@ void segments(Writer& json, const Composition& composition)
     json.close('}');
 }
 
+/// Of each composition, the properties of its segments.
 void furtherProperties(Writer& json, const Composition& composition)
 {
-    json.key("props").open('[');
+    json.open('[');
     for (const Column& one : composition.columns)
     {
         json.open('[');
@@ -403,7 +404,6 @@ void compositionJson(Writer& json, const Scene& scene, const Composition& compos
     segments(json, composition);
     if (!composition.opens.empty())
         numbers(json, "opens", {composition.opens.begin(), composition.opens.end()});
-    furtherProperties(json, composition);
     effects(json, "effects", composition.effects);
     transitions(json, composition);
     marksAndRemarks(json, composition);
@@ -460,21 +460,16 @@ void look(Writer& json)
     json.close('}');
 }
 
-} // namespace
-
-std::string sceneJson(const Scene& scene, std::string_view watch)
+/// What the first picture needs.
+void addDrawing(std::string& out, const Scene& scene, std::string_view watch)
 {
-    std::string out;
     Writer json(out);
     json.open('{');
     json.key("title").text(scene.title);
     json.key("subtitle").text(scene.subtitle);
     if (!watch.empty())
         json.key("watch").text(watch);
-    json.key("texts").open('[');
-    for (std::size_t i = 0; i < scene.texts.size(); ++i)
-        json.text(scene.texts[static_cast<TextId>(i)]);
-    json.close(']');
+    json.key("texts").number(static_cast<double>(scene.texts.size()));
     json.key("modes").open('[');
     for (const Mode& mode : scene.modes)
     {
@@ -498,8 +493,29 @@ std::string sceneJson(const Scene& scene, std::string_view watch)
         compositionJson(json, scene, composition);
     json.close(']');
     json.close('}');
-    return out;
 }
+
+/// A line each, escaped as in JSON: the page takes a text apart when it shows it.
+void addTexts(std::string& out, const Texts& texts)
+{
+    for (std::size_t i = 0; i < texts.size(); ++i)
+    {
+        addJsonText(out, texts[static_cast<TextId>(i)]);
+        out += '\n';
+    }
+}
+
+/// What is told of a segment on request.
+void addProperties(std::string& out, const Scene& scene)
+{
+    Writer json(out);
+    json.open('[');
+    for (const Composition& composition : scene.compositions)
+        furtherProperties(json, composition);
+    json.close(']');
+}
+
+} // namespace
 
 std::string pageOf(const Scene& scene, const PageParts& parts, std::string_view watch)
 {
@@ -508,8 +524,13 @@ std::string pageOf(const Scene& scene, const PageParts& parts, std::string_view 
     out += parts.beforeTitle;
     addXml(out, scene.title);
     out += parts.beforeScene;
-    out += sceneJson(scene, watch);
+    addDrawing(out, scene, watch);
     out += parts.behindScene;
+    out += "<script type=\"text/plain\" id=\"texts\">"; // behind what draws the first picture, which shows few of them
+    addTexts(out, scene.texts);
+    out += "</script>\n<script type=\"application/json\" id=\"properties\">";
+    addProperties(out, scene);
+    out += "</script>\n</body>\n</html>\n";
     return out;
 }
 

@@ -20,11 +20,9 @@ struct PageParts
     std::string_view behindScene;
 };
 
-/// `watch`, if given, is the path that the page asks its server for a newer scene.
+/// `watch`, if given, is the path that the page asks its server for a newer scene. The scene is written as data that
+/// may stand inside script elements: some 60 bytes a segment, beside its texts (each different one once) and its
+/// effects.
 ZR_DM_API std::string pageOf(const Scene& scene, const PageParts& parts, std::string_view watch = {});
-
-/// The scene alone, as the page reads it: JSON whose texts may stand inside a script element. Some 60 bytes a segment,
-/// beside its texts (each different one once) and its effects.
-ZR_DM_API std::string sceneJson(const Scene& scene, std::string_view watch = {});
 
 } // namespace view

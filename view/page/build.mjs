@@ -27,7 +27,7 @@ const head = '<!DOCTYPE html>\n<html lang="en">\n<head>\n<meta charset="utf-8">\
     + '<meta name="viewport" content="width=device-width, initial-scale=1">\n'
     + '<meta name="color-scheme" content="light dark">\n'
     + `<title>@TITLE@</title>\n<style>${style}</style>\n</head>\n`;
-const tail = `</script>\n<script>${script}</script>\n</body>\n</html>\n`;
+const tail = `</script>\n<script>${script}</script>\n`;
 
 // Raw strings may be as long as a compiler's limit, which all share down to 64 KiB.
 const literal = (text) => {

@@ -12,15 +12,43 @@ export interface Span {
 
 export const scaleOf = (span: Span): number => span.width / (span.out - span.in);
 
-/** What of a row is seen: four numbers a box, left, right, first segment, count. */
-export function boxesOf(composition: Composition, row: Row, span: Span, sizes: Sizes, to: number[]): number[] {
-    const { kind } = composition;
+/** Four numbers a box: left, right, first segment, count. Its memory serves frame after frame. */
+export class Boxes {
+    at = new Float64Array(4096);
+    size = 0;
+    add(left: number, right: number, segment: number, count: number) {
+        if (this.size + 4 > this.at.length) {
+            const more = new Float64Array(this.at.length * 2);
+            more.set(this.at);
+            this.at = more;
+        }
+        this.at[this.size++] = left;
+        this.at[this.size++] = right;
+        this.at[this.size++] = segment;
+        this.at[this.size++] = count;
+    }
+}
+
+/** What of a row is seen. */
+export function boxesOf(composition: Composition, row: Row, span: Span, sizes: Sizes, to: Boxes): Boxes {
+    const { kind, start, blocks, isCompared } = composition;
     const axis = composition.axisOf(row);
     const scale = scaleOf(span);
-    to.length = 0;
+    const nearly = 1 - 1e-9; // runs that are on the edge are looked at one by one
+    to.size = 0;
     let grows = false;
     for (let i = composition.firstReaching(row, axis.recordAt(span.in)); i < row.last; ++i) {
-        const from = axis.placeOfIn(composition.start[i]);
+        const last = to.size - 4;
+        if (grows && !isCompared && start[i] >= span.in) {
+            const behind = blocks.passed(i, row.last, sizes.smallBox / scale * nearly, nearly / scale, span.out);
+            if (behind > i) {
+                to.at[last + 1] = Math.max(to.at[last + 1], (blocks.latestOut(i, behind) - span.in) * scale, (start[behind - 1] - span.in) * scale + 1);
+                to.at[last + 3] += behind - i;
+                i = behind - 1;
+                continue;
+            }
+        }
+        const from = axis.placeOfIn(start[i]);
         const out = Math.max(axis.placeOfOut(composition.out(i)), from);
         if (from >= span.out)
             break;
@@ -29,13 +57,12 @@ export function boxesOf(composition: Composition, row: Row, span: Span, sizes: S
         const left = (from - span.in) * scale;
         const right = (out - span.in) * scale;
         const small = right - left < sizes.smallBox && kind[i] !== Gap;
-        const last = to.length - 4;
-        if (small && grows && left - to[last + 1] < 1) {
-            to[last + 1] = Math.max(to[last + 1], right, left + 1);
-            ++to[last + 3];
+        if (small && grows && left - to.at[last + 1] < 1) {
+            to.at[last + 1] = Math.max(to.at[last + 1], right, left + 1);
+            ++to.at[last + 3];
             continue;
         }
-        to.push(left, Math.max(right, left + 1), i, 1);
+        to.add(left, Math.max(right, left + 1), i, 1);
         grows = small;
     }
     return to;

@@ -2,11 +2,13 @@
 
 import { select } from 'd3-selection';
 import { zoom, zoomIdentity, type D3ZoomEvent } from 'd3-zoom';
-import { boxesOf } from './layout';
+import { Boxes, boxesOf } from './layout';
 import { Minimap } from './minimap';
-import { paint, signOf, Words } from './paint';
-import { copy, element, placeLabel, recordLabel, remarkText, sentence, showPlaying, showRemarks, showSelection, showTable } from './panels';
-import { Scene, Written_ } from './scene';
+import { Layers, paint, signOf, Words } from './paint';
+import {
+    copy, element, everything, markSentence, placeLabel, recordLabel, remarkText, sentence, showPlaying, showRemarks, showSelection, showTable, transitionSentence,
+} from './panels';
+import { Scene, Texts, type Written_ } from './scene';
 import { count, find, step } from './search';
 import { fromLabel, label } from './timecode';
 import { View } from './view';
@@ -14,28 +16,35 @@ import { watch } from './watch';
 
 const byId = <T extends HTMLElement>(id: string) => document.getElementById(id) as T;
 
-const written = JSON.parse(byId('scene').textContent ?? '') as Written_;
-const scene = new Scene(written);
+const data = (id: string) => byId(id)?.textContent ?? '';
+const written = JSON.parse(data('scene')) as Written_;
+const texts = new Texts(written.texts);
+const scene = new Scene(written, texts, () => document.readyState === 'loading' ? undefined : JSON.parse(data('properties')));
 scene.notes.forEach((note) => byId('notes').append(element('li', '', note)));
 byId('name').textContent = scene.title;
-if (scene.count > 0)
-    start(new View(scene));
+const named = scene.count > 0 ? start(new View(scene)) : () => {};
+document.addEventListener('DOMContentLoaded', () => {
+    texts.arrived(data('texts'));
+    named();
+});
 if (written.watch)
     watch(written.watch, byId('status'));
 
-function start(view: View) {
+/** Shows the picture. What it returns is to be called when the texts are here, which stand behind this script. */
+function start(view: View): () => void {
     const stage = byId<HTMLCanvasElement>('stage');
     const map = byId<HTMLCanvasElement>('map');
     const search = byId<HTMLInputElement>('search');
     const time = byId<HTMLInputElement>('time');
     const context = stage.getContext('2d', { alpha: false })!;
     const words = new Words();
+    const layers = new Layers(scene.look.tints.length);
     const minimap = new Minimap(map, view);
     let frame = 0;
     const draw = () => {
         cancelAnimationFrame(frame);
         frame = 0;
-        paint(context, view, words);
+        paint(context, view, words, layers);
         minimap.paint();
     };
     const soon = () => { frame ||= requestAnimationFrame(draw); };
@@ -76,22 +85,34 @@ function start(view: View) {
             panTo(view.span().in + sideways * (view.span().out - view.span().in) / view.lane);
     }, { capture: true, passive: false });
 
+    /** The window has another size, or another resolution. */
     function size() {
         const ratio = Math.min(window.devicePixelRatio || 1, 2);
         const box = byId('frame').getBoundingClientRect();
-        const span = view.span();
-        view.width = Math.max(box.width, 200);
-        view.height = Math.max(box.height, 80);
-        stage.width = Math.round(view.width * ratio);
-        stage.height = Math.round(view.height * ratio);
-        context.setTransform(ratio, 0, 0, ratio, 0, 0);
         const strip = map.getBoundingClientRect();
-        map.width = Math.max(Math.round(strip.width), 2);
-        map.height = Math.max(Math.round(strip.height), 2);
-        // d3 measures the canvas; the time line is what lies behind the names.
+        const fits = (canvas: HTMLCanvasElement, width: number, height: number) => canvas.width === width && canvas.height === height;
+        const [width, height] = [Math.max(box.width, 200), Math.max(box.height, 80)];
+        const [mapWidth, mapHeight] = [strip.width, strip.height].map((side) => Math.max(Math.round(side), 2));
+        if (fits(stage, Math.round(width * ratio), Math.round(height * ratio)) && fits(map, mapWidth, mapHeight))
+            return;
+        const span = view.span();
+        view.width = width;
+        view.height = height;
+        stage.width = Math.round(width * ratio);
+        stage.height = Math.round(height * ratio);
+        context.setTransform(ratio, 0, 0, ratio, 0, 0);
+        map.width = mapWidth;
+        map.height = mapHeight;
+        limitZoom();
+        go(view.transformFor(span.in, span.out));
+        redraw();
+    }
+    /** d3 measures the canvas; the time line is what lies behind the names. */
+    function limitZoom() {
         zooming.extent([[0, 0], [view.lane, view.height]]).scaleExtent([view.least, view.most])
             .translateExtent([[-view.lane * 0.5, -Infinity], [view.lane * 1.5, Infinity]]);
-        go(view.transformFor(span.in, span.out));
+    }
+    function redraw() {
         minimap.redraw();
         draw();
     }
@@ -106,11 +127,26 @@ function start(view: View) {
         const row = view.composition.rows[rowAt(y)];
         if (!row || x < header)
             return -1;
-        const boxes = boxesOf(view.composition, row, view.span(), view.sizes, []);
-        for (let b = 0; b < boxes.length; b += 4)
-            if (x - header >= boxes[b] && x - header < boxes[b + 1])
-                return boxes[b + 3] === 1 ? boxes[b + 2] : Math.max(view.composition.atPlace(row, view.time(x)), boxes[b + 2]);
+        const { at, size } = boxesOf(view.composition, row, view.span(), view.sizes, layers.boxes);
+        for (let b = 0; b < size; b += 4)
+            if (x - header >= at[b] && x - header < at[b + 1])
+                return at[b + 3] === 1 ? at[b + 2] : Math.max(view.composition.atPlace(row, view.time(x)), at[b + 2]);
         return -1;
+    }
+    /** The transition under the pointer, where it is wide enough to be seen. */
+    function transitionAt(x: number, y: number): number {
+        const row = view.composition.rows[rowAt(y)];
+        if (!row || x < header)
+            return -1;
+        const t = view.composition.transitionAt(row, view.composition.axisOf(row).recordAt(view.time(x)));
+        return t >= 0 && view.composition.transitions[t].length * view.lane >= 3 * (view.span().out - view.span().in) ? t : -1;
+    }
+    function markAt(x: number, y: number): number {
+        const { marks } = view.composition;
+        if (y < view.sizes.ruler || y >= view.top || x < header)
+            return -1;
+        const axis = view.composition.axisOf(undefined);
+        return marks.findLastIndex(({ time, length }) => x >= view.x(axis.placeOfIn(time)) - 2 && x <= Math.max(view.x(axis.placeOfOut(time + length)), view.x(axis.placeOfIn(time)) + 9));
     }
     /** The sign under the pointer; -1 for none. */
     function remarkAt(x: number, y: number): number {
@@ -129,6 +165,7 @@ function start(view: View) {
     }
     function choose(i: number, reveal = true) {
         view.selected = i;
+        view.transition = -1;
         if (i >= 0) {
             const { rowOf } = view.composition;
             const start = view.composition.placeOfIn(i);
@@ -148,6 +185,42 @@ function start(view: View) {
         if (to < span.in || to > span.out)
             panTo(to - (span.out - span.in) / 2);
         view.changed('playhead');
+    }
+    function chooseTransition(t: number) {
+        const transition = view.composition.transitions[t];
+        view.selected = -1;
+        view.transition = t;
+        revealRow(transition.row);
+        movePlayhead(view.composition.axisOf(view.composition.rows[transition.row]).placeOfIn(transition.in));
+        view.changed('selection');
+    }
+    /** Of the row of what is selected, else of the first that has some. */
+    function nextTransition(by: 1 | -1) {
+        const { composition, selected, transition } = view;
+        const row = transition >= 0 ? composition.rows[composition.transitions[transition].row]
+            : selected >= 0 ? composition.row(selected) : composition.rows.find((one) => one.lastTransition > one.firstTransition);
+        if (!row)
+            return;
+        const time = composition.axisOf(row).recordAt(view.playhead);
+        let t = row.firstTransition;
+        while (t < row.lastTransition && (by > 0 ? composition.transitions[t].in <= time - (transition < 0 ? 1e-5 : 0) : composition.transitions[t].in < time))
+            ++t;
+        if (by < 0)
+            --t;
+        if (t >= row.firstTransition && t < row.lastTransition)
+            chooseTransition(t);
+    }
+    function goToMark(k: number) {
+        const mark = view.composition.marks[k];
+        if (!mark)
+            return;
+        movePlayhead(view.composition.axisOf(undefined).placeOfIn(mark.time));
+        byId('status').textContent = markSentence(view, mark);
+    }
+    function nextMark(by: 1 | -1) {
+        const { marks } = view.composition;
+        const time = view.composition.axisOf(undefined).recordAt(view.playhead);
+        goToMark(by > 0 ? marks.findIndex((mark) => mark.time > time + 1e-5) : marks.findLastIndex((mark) => mark.time < time - 1e-5));
     }
     function openContainer(i: number) {
         const inside = i < 0 ? undefined : view.composition.opens(i);
@@ -169,6 +242,7 @@ function start(view: View) {
         view.remark = (k + remarks.length) % remarks.length;
         const remark = remarks[view.remark];
         view.selected = remark.segment;
+        view.transition = -1;
         movePlayhead(view.composition.axisOf(view.composition.rows[remark.row]).placeOfIn(remark.time));
         if (remark.row >= 0)
             revealRow(remark.row);
@@ -203,18 +277,28 @@ function start(view: View) {
         const sign = remarkAt(event.offsetX, event.offsetY);
         if (sign >= 0)
             byId('status').textContent = remarkText(view.composition.remarks[sign]);
-        const over = sign >= 0 ? -1 : segmentAt(event.offsetX, event.offsetY);
+        const t = sign >= 0 ? -1 : transitionAt(event.offsetX, event.offsetY);
+        const over = sign >= 0 || t >= 0 ? -1 : segmentAt(event.offsetX, event.offsetY);
         if (over !== view.hovered) {
             view.hovered = over;
+            stage.title = over < 0 ? '' : everything(view, over);
             view.changed('hover');
         }
+        const mark = view.composition.marks[markAt(event.offsetX, event.offsetY)];
+        if (t >= 0 || mark)
+            byId('status').textContent = mark ? markSentence(view, mark) : transitionSentence(view, t);
     });
+    stage.addEventListener('touchstart', (event) => { if (onRuler) event.stopImmediatePropagation(); }, { capture: true, passive: true });
     stage.addEventListener('pointerleave', () => { view.hovered = -1; view.changed('hover'); });
     stage.addEventListener('pointerup', () => { onRuler = false; });
     stage.addEventListener('click', (event) => {
         const sign = remarkAt(event.offsetX, event.offsetY);
         if (sign >= 0)
             goToRemark(sign);
+        else if (markAt(event.offsetX, event.offsetY) >= 0)
+            goToMark(markAt(event.offsetX, event.offsetY));
+        else if (transitionAt(event.offsetX, event.offsetY) >= 0)
+            chooseTransition(transitionAt(event.offsetX, event.offsetY));
         else if (event.offsetY >= view.sizes.ruler)
             choose(segmentAt(event.offsetX, event.offsetY), false);
     });
@@ -260,6 +344,7 @@ function start(view: View) {
         Enter: () => openContainer(view.selected), Backspace: back,
         Escape: () => choose(-1),
         n: () => nextRemark(1), N: () => nextRemark(-1),
+        t: () => nextTransition(1), T: () => nextTransition(-1), m: () => nextMark(1), M: () => nextMark(-1),
         c: () => byId('curves').click(), d: () => byId('theme').click(),
         l: () => { copy(placeLabel(view, view.playhead)); byId('status').textContent = `Copied ${placeLabel(view, view.playhead)}`; },
         u: () => view.composition.hasFolds && byId('unfold').click(),
@@ -302,8 +387,9 @@ function start(view: View) {
         view.composition.fold(!isFolded);
         toggle('unfold', isFolded);
         view.playhead = view.composition.axisOf(undefined).placeOfIn(seen);
-        size();
+        limitZoom();
         fit();
+        minimap.redraw();
         view.changed('playhead');
     });
     byId('finder').addEventListener('submit', (event) => { event.preventDefault(); goToMatch(1); });
@@ -327,8 +413,6 @@ function start(view: View) {
     });
 
     const picker = byId<HTMLSelectElement>('composition');
-    for (let i = 0; i < scene.tops; ++i)
-        picker.append(new Option(scene.nameOf(i), String(i)));
     picker.hidden = scene.tops < 2;
     picker.addEventListener('change', () => { view.way.splice(0, view.way.length, Number(picker.value)); view.open(view.way[0]); });
 
@@ -336,7 +420,7 @@ function start(view: View) {
 
     const tell = () => {
         const i = view.hovered >= 0 ? view.hovered : view.selected;
-        byId('status').textContent = i >= 0 ? sentence(view, i) : '';
+        byId('status').textContent = i >= 0 ? sentence(view, i) : view.transition >= 0 ? transitionSentence(view, view.transition) : '';
     };
     const heads = () => {
         const { composition } = view;
@@ -367,15 +451,16 @@ function start(view: View) {
             heads();
             view.transform = zoomIdentity;
             find(view, search.value);
-            size();
+            limitZoom();
             fit();
+            minimap.redraw();
         }
         if (what === 'composition' || what === 'selection') {
             showSelection(view, byId('chosen'));
             showTable(view, byId('listing'));
         }
         if (what === 'composition' || what === 'selection' || what === 'playhead')
-            showPlaying(view, byId('plays'), time);
+            showPlaying(view, byId('plays'), time, what === 'composition');
         if (what === 'selection' || what === 'hover')
             tell();
         if (what === 'composition' || what === 'remark') {
@@ -398,26 +483,38 @@ function start(view: View) {
     document.adoptedStyleSheets = [colours];
 
     const dark = window.matchMedia('(prefers-color-scheme: dark)');
-    view.isDark = dark.matches;
+    /** What was asked for, else what the reader's system is. */
+    const isDark = () => document.documentElement.className === '' ? dark.matches : document.documentElement.className === 'dark';
+    view.isDark = isDark();
     dark.addEventListener('change', () => {
-        if (document.documentElement.className === '') {
-            view.isDark = dark.matches;
-            view.changed('look');
-        }
+        view.isDark = isDark();
+        view.changed('look');
     });
-    window.addEventListener('beforeprint', () => { view.isDark = false; size(); });
-    window.addEventListener('afterprint', () => { view.isDark = document.documentElement.className === 'dark' || dark.matches; size(); });
+    window.addEventListener('beforeprint', () => { view.isDark = false; size(); redraw(); });
+    window.addEventListener('afterprint', () => { view.isDark = isDark(); size(); redraw(); });
     new ResizeObserver(size).observe(byId('frame'));
     size();
     view.changed('composition');
+    draw();
     performance.mark('picture');
 
     // For those who test it.
     Object.assign(window, { dmtreeView: {
         view, label,
-        boxes: (row: number) => boxesOf(view.composition, view.composition.rows[row], view.span(), view.sizes, []),
+        boxes: (row: number) => {
+            const { at, size } = boxesOf(view.composition, view.composition.rows[row], view.span(), view.sizes, new Boxes());
+            return Array.from(at.subarray(0, size));
+        },
         show: (from: number, to: number) => { go(view.transformFor(from, to)); draw(); },
         sign: (k: number) => signOf(view, view.composition.remarks[k]),
         draw, choose,
     } });
+
+    return () => {
+        for (let i = 0; i < scene.tops; ++i)
+            picker.append(new Option(scene.nameOf(i), String(i)));
+        view.changed('composition');
+        draw();
+        performance.mark('named');
+    };
 }

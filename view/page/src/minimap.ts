@@ -1,6 +1,6 @@
 /** All of the composition in a strip, and the stretch that is seen. */
 
-import { boxesOf } from './layout';
+import { Boxes, boxesOf } from './layout';
 import { View } from './view';
 
 export class Minimap {
@@ -20,16 +20,16 @@ export class Minimap {
         context.fillStyle = theme.panel;
         context.fillRect(0, 0, strip.width, strip.height);
         const down = (strip.height - 6) / composition.height;
-        const boxes: number[] = [];
+        const boxes = new Boxes();
         const span = { in: composition.begin, out: composition.end, width: strip.width };
         for (const row of composition.rows) {
             boxesOf(composition, row, span, view.sizes, boxes);
-            for (let b = 0; b < boxes.length; b += 4) {
-                const i = boxes[b + 2];
+            for (let b = 0; b < boxes.size; b += 4) {
+                const [left, right, i, segments] = boxes.at.subarray(b, b + 4);
                 if (composition.kind[i] === 3)
                     continue;
-                context.fillStyle = boxes[b + 3] > 1 ? theme.dense : scene.look.tints[composition.tint[i]][2];
-                context.fillRect(boxes[b], 3 + row.top * down, Math.max(boxes[b + 1] - boxes[b] - 1, 1), Math.max(row.height * down, 1));
+                context.fillStyle = segments > 1 ? theme.dense : scene.look.tints[composition.tint[i]][2];
+                context.fillRect(left, 3 + row.top * down, Math.max(right - left - 1, 1), Math.max(row.height * down, 1));
             }
         }
         this.paint();

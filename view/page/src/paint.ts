@@ -1,41 +1,71 @@
 /** Draws what is seen of a composition on a canvas: boxes by colour, so that a colour is set once. */
 
-import { boxesOf, ticksOf } from './layout';
-import { flag, Gap, Remark, Row } from './scene';
+import { Boxes, boxesOf, ticksOf } from './layout';
+import { flag, Gap, type Remark, type Row, type Transition } from './scene';
 import { label } from './timecode';
 import { View } from './view';
 
 const noTint = 255;
+const mostLetters = 400; // of a text in a box, where letters may have no width
 const font = '"DejaVu Sans", system-ui, sans-serif';
 export const nameFont = `600 12px ${font}`;
 export const smallFont = `10.5px ${font}`;
 
-/** Cuts texts to a width, measuring each once. */
+/** Cuts texts to a width by that of their letters, each of which is measured once. */
 export class Words {
     private readonly known = new Map<string, Map<string, number>>();
-    private widths = new Map<string, number>();
+    private letters = new Map<string, number>();
 
     /** Texts are drawn, and measured, in this font from now on. */
     use(context: CanvasRenderingContext2D, font: string) {
         context.font = font;
-        this.widths = this.known.get(font) ?? new Map<string, number>();
-        this.known.set(font, this.widths);
+        this.letters = this.known.get(font) ?? new Map<string, number>();
+        this.known.set(font, this.letters);
     }
 
     fit(context: CanvasRenderingContext2D, text: string, width: number): string {
-        if (text === '' || width < 8)
+        if (width < 8)
             return '';
-        const head = text.length > 300 ? text.slice(0, 300) : text;
-        let full = this.widths.get(head);
-        if (full === undefined) {
-            if (this.widths.size > 50000)
-                this.widths.clear();
-            this.widths.set(head, full = context.measureText(head).width);
+        let used = 0;
+        let end = 0;
+        let cut = 0; // what leaves room for the dots
+        for (const letter of text) {
+            used += this.widthOf(context, letter);
+            if (used > width || end > mostLetters)
+                return cut > 0 ? isolated(text.slice(0, cut).trimEnd()) + '\u2026' : '';
+            end += letter.length;
+            if (used <= width - 9)
+                cut = end;
         }
-        if (full <= width && head.length === text.length)
-            return isolated(text);
-        const letters = Math.floor((width - 9) / (full / head.length));
-        return letters > 0 ? isolated(Array.from(head).slice(0, letters).join('')) + '\u2026' : '';
+        return isolated(text);
+    }
+
+    private widthOf(context: CanvasRenderingContext2D, letter: string): number {
+        let width = this.letters.get(letter);
+        if (width === undefined)
+            this.letters.set(letter, width = context.measureText(letter).width);
+        return width;
+    }
+}
+
+/** Boxes of one frame by what they are painted with, as left, top, width and height; their memory serves the next one. */
+export class Layers {
+    readonly boxes = new Boxes();
+    readonly solid: Boxes[];
+    readonly faint: Boxes[];
+    readonly dense = new Boxes();
+    readonly gaps = new Boxes();
+    readonly faults = new Boxes();
+    /** Those that have room for a text: left, top, width and segment. */
+    readonly texts = new Boxes();
+
+    constructor(tints: number) {
+        this.solid = Array.from({ length: tints }, () => new Boxes());
+        this.faint = Array.from({ length: tints }, () => new Boxes());
+    }
+    clear() {
+        for (const boxes of [...this.solid, ...this.faint, this.dense, this.gaps, this.faults, this.texts])
+            boxes.size = 0;
     }
 }
 
@@ -45,7 +75,7 @@ export function isolated(text: string): string {
     return /[^\u0000-\u007f]/.test(seen) ? `\u2068${seen}\u2069` : seen;
 }
 
-export function paint(context: CanvasRenderingContext2D, view: View, words: Words) {
+export function paint(context: CanvasRenderingContext2D, view: View, words: Words, layers: Layers) {
     const { composition, theme, sizes } = view;
     const span = view.span();
     context.fillStyle = theme.page;
@@ -80,8 +110,9 @@ export function paint(context: CanvasRenderingContext2D, view: View, words: Word
     context.beginPath();
     context.rect(sizes.header, 0, view.lane, view.height);
     context.clip();
-    paintBoxes(context, view, words, seen);
+    paintBoxes(context, view, words, layers, seen);
     paintTransitions(context, view, seen);
+    paintChosen(context, view);
     paintFolds(context, view);
     paintRemarks(context, view);
     context.restore();
@@ -107,69 +138,81 @@ export function paint(context: CanvasRenderingContext2D, view: View, words: Word
 
 type Seen = { row: Row; index: number; y: number }[];
 
-function paintBoxes(context: CanvasRenderingContext2D, view: View, words: Words, seen: Seen) {
+function paintBoxes(context: CanvasRenderingContext2D, view: View, words: Words, layers: Layers, seen: Seen) {
     const { composition, theme, sizes, scene, matches } = view;
     const span = view.span();
-    const look = scene.look.tints;
-    const solid = look.map(() => new Path2D());
-    const faint = look.map(() => new Path2D());
-    const dense = new Path2D();
-    const gaps = new Path2D();
-    const faults = new Path2D();
-    const texts: [x: number, y: number, width: number, height: number, segment: number][] = [];
-    const boxes: number[] = [];
-    const right = view.width;
+    const { boxes, solid, faint, dense, gaps, faults, texts } = layers;
+    layers.clear();
     for (const { row, y } of seen) {
         boxesOf(composition, row, span, sizes, boxes);
-        for (let b = 0; b < boxes.length; b += 4) {
-            const from = Math.max(sizes.header + boxes[b], sizes.header - 8);
-            const width = Math.min(sizes.header + boxes[b + 1], right + 8) - from;
-            const i = boxes[b + 2];
+        for (let b = 0; b < boxes.size; b += 4) {
+            const from = Math.max(sizes.header + boxes.at[b], sizes.header - 8);
+            const width = Math.min(sizes.header + boxes.at[b + 1], view.width + 8) - from;
+            const i = boxes.at[b + 2];
             if (width <= 0)
                 continue;
-            if (boxes[b + 3] > 1)
-                dense.rect(from, y, width, row.height);
+            if (boxes.at[b + 3] > 1)
+                dense.add(from, y, width, row.height);
             else if (composition.kind[i] === Gap)
-                gaps.rect(from + 1.5, y + 1.5, Math.max(width - 3, 0.5), row.height - 3);
+                gaps.add(from + 1.5, y + 1.5, Math.max(width - 3, 0.5), row.height - 3);
             else {
                 const isFaint = composition.has(i, flag.muted) || (matches !== null && matches[i] === 0);
-                const path = (isFaint ? faint : solid)[composition.tint[i]];
-                if (width < 8)
-                    path.rect(from + 0.5, y + 0.5, Math.max(width - 1, 0.5), row.height - 1);
-                else
-                    path.roundRect(from + 0.5, y + 0.5, width - 1, row.height - 1, sizes.radius);
+                (isFaint ? faint : solid)[composition.tint[i]].add(from + 0.5, y + 0.5, Math.max(width - 1, 0.5), row.height - 1);
                 if (width >= sizes.labelFrom)
-                    texts.push([from, y, width, row.height, i]);
+                    texts.add(from, y, width, i);
             }
             if (composition.has(i, flag.overlaps | flag.noTime))
-                faults.rect(from + 1, y + 1, Math.max(width - 2, 0.5), row.height - 2);
+                faults.add(from + 1, y + 1, Math.max(width - 2, 0.5), row.height - 2);
         }
     }
     const side = view.isDark ? 1 : 0;
     context.lineWidth = 1;
-    for (const [paths, alpha] of [[solid, 1], [faint, 0.38]] as const) {
+    for (const [all, alpha] of [[solid, 1], [faint, 0.38]] as const) {
         context.globalAlpha = alpha;
-        paths.forEach((path, tint) => {
-            context.fillStyle = look[tint][side];
-            context.strokeStyle = look[tint][2];
-            context.fill(path);
-            context.stroke(path);
+        all.forEach((one, tint) => {
+            const [light, dark, edge] = scene.look.tints[tint];
+            fillBoxes(context, one, sizes.radius, side === 0 ? light : dark, edge);
         });
     }
     context.globalAlpha = 1;
     context.fillStyle = theme.dense;
-    context.fill(dense);
+    for (let b = 0; b < dense.size; b += 4)
+        context.fillRect(dense.at[b], dense.at[b + 1], dense.at[b + 2], dense.at[b + 3]);
     context.strokeStyle = theme.gap;
     context.setLineDash([3, 4]);
-    context.stroke(gaps);
+    strokeBoxes(context, gaps);
     context.strokeStyle = theme.fault;
     context.setLineDash([5, 3]);
     context.lineWidth = 2;
-    context.stroke(faults);
+    strokeBoxes(context, faults);
     context.setLineDash([]);
     context.lineWidth = 1;
     paintTexts(context, view, words, texts);
-    paintChosen(context, view);
+}
+
+/** With round corners those that are wide enough. */
+function fillBoxes(context: CanvasRenderingContext2D, { at, size }: Boxes, radius: number, fill: string, edge: string) {
+    if (size === 0)
+        return;
+    context.fillStyle = fill;
+    context.strokeStyle = edge;
+    for (let b = 0; b < size; b += 4) {
+        const [x, y, width, height] = [at[b], at[b + 1], at[b + 2], at[b + 3]];
+        if (width < 7) {
+            context.fillRect(x, y, width, height);
+            context.strokeRect(x, y, width, height);
+        } else {
+            context.beginPath();
+            context.roundRect(x, y, width, height, radius);
+            context.fill();
+            context.stroke();
+        }
+    }
+}
+
+function strokeBoxes(context: CanvasRenderingContext2D, { at, size }: Boxes) {
+    for (let b = 0; b < size; b += 4)
+        context.strokeRect(at[b], at[b + 1], at[b + 2], at[b + 3]);
 }
 
 /** What an editor wants to see at once: "50 %", "freeze", "fx". */
@@ -194,45 +237,57 @@ export function sourceLine(view: View, i: number): string {
     return [reel, source ? label(source.mode, source.frame) : ''].filter((part) => part !== '').join(' \u00b7 ');
 }
 
-function paintTexts(context: CanvasRenderingContext2D, view: View, words: Words, texts: [number, number, number, number, number][]) {
+function paintTexts(context: CanvasRenderingContext2D, view: View, words: Words, { at, size }: Boxes) {
     const { composition, theme, sizes } = view;
+    const rowAt = (b: number) => composition.row(at[b + 3]);
+    const badges: [string, number, number][] = [];
     words.use(context, nameFont);
     context.fillStyle = theme.text;
-    const badges: [string, number, number][] = [];
-    for (const [x, y, width, height, i] of texts) {
+    for (let b = 0; b < size; b += 4) {
+        const [x, width, i] = [at[b], at[b + 2], at[b + 3]];
+        const y = at[b + 1] + rowAt(b).height / 2;
         const badge = width < 90 ? '' : badgeOf(view, i);
         const taken = badge === '' ? 0 : 8 + 6.6 * badge.length;
         if (badge !== '')
-            badges.push([badge, x + width - 6, y + height / 2 - 8]);
+            badges.push([badge, x + width - 6, y - 8]);
         const from = Math.max(x, sizes.header);
-        context.fillText(words.fit(context, composition.nameOf(i), x + width - from - 12 - taken), from + 7, y + height / 2 - 8);
+        context.fillText(words.fit(context, composition.nameOf(i), x + width - from - 12 - taken), from + 7, y - 8);
     }
     words.use(context, smallFont);
     context.fillStyle = theme.dim;
-    for (const [x, y, width, height, i] of texts) {
+    for (let b = 0; b < size; b += 4) {
+        const [x, width] = [at[b], at[b + 2]];
         const from = Math.max(x, sizes.header);
         if (width >= 56)
-            context.fillText(words.fit(context, sourceLine(view, i), x + width - from - 12), from + 7, y + height / 2 + 9);
+            context.fillText(words.fit(context, sourceLine(view, at[b + 3]), x + width - from - 12), from + 7, at[b + 1] + rowAt(b).height / 2 + 9);
     }
     context.textAlign = 'right';
     for (const [badge, x, y] of badges)
         context.fillText(badge, x, y);
     context.textAlign = 'left';
-    if (view.showCurves)
-        for (const [x, y, width, height, i] of texts)
-            paintCurves(context, view, x, y, width, height, i);
-    context.fillStyle = theme.trxLine;
-    for (const mark of composition.marks)
-        if (mark.segment >= 0) {
-            const row = composition.rows[composition.rowOf[mark.segment]];
-            const x = view.x(composition.axisOf(row).placeOfIn(mark.time));
-            const y = view.top + row.top - view.scroll;
-            context.beginPath();
-            context.moveTo(x - 4, y);
-            context.lineTo(x + 4, y);
-            context.lineTo(x, y + 6);
-            context.fill();
-        }
+    for (let b = 0; b < size; b += 4) {
+        const [x, y, width, i] = [at[b], at[b + 1], at[b + 2], at[b + 3]];
+        if (view.showCurves && composition.has(i, flag.effects))
+            paintCurves(context, view, x, y, width, rowAt(b).height, i);
+        if (composition.has(i, flag.marks))
+            paintSegmentMarks(context, view, x, y, width, i);
+    }
+}
+
+function paintSegmentMarks(context: CanvasRenderingContext2D, view: View, left: number, y: number, width: number, i: number) {
+    const { composition } = view;
+    const axis = composition.axisOf(composition.row(i));
+    context.fillStyle = view.theme.trxLine;
+    for (const { time } of composition.marksOf(i)) {
+        const x = view.x(axis.placeOfIn(time));
+        if (x < left || x > left + width)
+            continue;
+        context.beginPath();
+        context.moveTo(x - 4, y);
+        context.lineTo(x + 4, y);
+        context.lineTo(x, y + 6);
+        context.fill();
+    }
 }
 
 /** The curve of a channel in a box: through its keys in straight lines, which is as much as the library knows. */
@@ -264,10 +319,12 @@ function paintCurves(context: CanvasRenderingContext2D, view: View, x: number, y
 
 function paintChosen(context: CanvasRenderingContext2D, view: View) {
     const { composition, theme } = view;
-    const outline = (i: number, width: number, colour: string) => {
-        const row = composition.rows[composition.rowOf[i]];
-        const from = view.x(composition.placeOfIn(i));
-        const to = Math.max(view.x(composition.placeOfOut(i)), from + 1);
+    const accent = view.isDark ? '#7fb0ff' : '#1d5fc4';
+    const outline = (i: number, width: number, colour: string) =>
+        around(composition.row(i), composition.placeOfIn(i), composition.placeOfOut(i), width, colour);
+    const around = (row: Row, place: number, end: number, width: number, colour: string) => {
+        const from = view.x(place);
+        const to = Math.max(view.x(end), from + 1);
         context.strokeStyle = colour;
         context.lineWidth = width;
         context.beginPath();
@@ -280,59 +337,73 @@ function paintChosen(context: CanvasRenderingContext2D, view: View) {
         outline(view.hovered, 1.5, theme.dim);
     const other = view.selected < 0 ? -1 : composition.counterpart(view.selected);
     if (other >= 0)
-        outline(other, 1.5, view.isDark ? '#7fb0ff' : '#1d5fc4');
+        outline(other, 1.5, accent);
     if (view.selected >= 0)
-        outline(view.selected, 2.5, view.isDark ? '#7fb0ff' : '#1d5fc4');
+        outline(view.selected, 2.5, accent);
+    const transition = composition.transitions[view.transition];
+    if (transition) {
+        const row = composition.rows[transition.row];
+        const axis = composition.axisOf(row);
+        around(row, axis.placeOfIn(transition.in), axis.placeOfOut(transition.in + transition.length), 2.5, accent);
+    }
 }
 
 function paintTransitions(context: CanvasRenderingContext2D, view: View, seen: Seen) {
+    const { composition } = view;
+    const span = view.span();
+    for (const { row, y } of seen) {
+        const axis = composition.axisOf(row);
+        let drawn = -Infinity; // up to here, of those too narrow to be told apart
+        for (let t = composition.firstTransitionReaching(row, axis.recordAt(span.in)); t < row.lastTransition; ++t) {
+            const transition = composition.transitions[t];
+            const from = view.x(axis.placeOfIn(transition.in));
+            const to = Math.max(view.x(axis.placeOfOut(transition.in + transition.length)), from + 1);
+            if (from > view.width)
+                break;
+            if (to - from >= 3)
+                paintTransition(context, view, row, y, transition, from, to);
+            else if (to >= drawn + 1) {
+                context.fillStyle = transition.tint === noTint ? view.theme.dense : view.scene.look.tints[transition.tint][2];
+                context.fillRect(from, y, to - from, row.height);
+                drawn = to;
+            }
+        }
+    }
+}
+
+function paintTransition(context: CanvasRenderingContext2D, view: View, row: Row, y: number, transition: Transition, from: number, to: number) {
     const { composition, theme, scene } = view;
-    const side = view.isDark ? 1 : 0;
-    const lanes = new Map(seen.map((one) => [one.index, one]));
-    for (const transition of composition.transitions) {
-        const lane = lanes.get(transition.row);
-        const axis = composition.axisOf(composition.rows[transition.row]);
-        const from = view.x(axis.placeOfIn(transition.in));
-        const to = Math.max(view.x(axis.placeOfOut(transition.in + transition.length)), from + 1);
-        if (!lane || to < view.sizes.header || from > view.width)
-            continue;
-        const { row, y } = lane;
-        const bottom = y + row.height;
-        if (to - from < 3) {
-            context.fillStyle = theme.dense;
-            context.fillRect(from, y, to - from, row.height);
-            continue;
-        }
-        const behind = composition.firstStarting(row, transition.in + transition.length - 1e-5);
-        const tint = (i: number) => i >= row.first && i < row.last ? scene.look.tints[composition.tint[i]][side] : theme.lane;
-        const shape = (points: [number, number][], colour: string) => {
-            context.beginPath();
-            points.forEach(([px, py], k) => k === 0 ? context.moveTo(px, py) : context.lineTo(px, py));
-            context.closePath();
-            context.fillStyle = colour;
-            context.fill();
-        };
-        context.globalAlpha = transition.muted ? 0.38 : 1;
-        context.strokeStyle = theme.trxLine;
-        const middle = (from + to) / 2;
-        if (transition.shape === 1) {
-            shape([[from, y], [middle, y], [middle, bottom], [from, bottom]], tint(behind - 1));
-            shape([[middle, y], [to, y], [to, bottom], [middle, bottom]], tint(behind));
-        } else {
-            shape([[from, y], [from, bottom], [to, bottom]], tint(behind - 1));
-            shape([[from, y], [to, y], [to, bottom]], transition.shape === 2 ? theme.trxLine : tint(behind));
-        }
+    const bottom = y + row.height;
+    const tint = (i: number) => i >= 0 ? scene.look.tints[composition.tint[i]][view.isDark ? 1 : 0] : theme.lane;
+    const [front, behind] = composition.beside(transition).map(tint);
+    const shape = (colour: string, ...points: [number, number][]) => {
         context.beginPath();
-        context.moveTo(transition.shape === 1 ? middle : from, y);
-        context.lineTo(transition.shape === 1 ? middle : to, bottom);
-        context.stroke();
-        if (transition.tint !== noTint) {
-            context.strokeStyle = scene.look.tints[transition.tint][2];
-            context.lineWidth = 2.5;
-            context.strokeRect(from, y, to - from, row.height);
-            context.lineWidth = 1;
-        }
-        context.globalAlpha = 1;
+        for (const [x, at] of points)
+            context.lineTo(x, at);
+        context.fillStyle = colour;
+        context.fill();
+    };
+    const isWipe = transition.shape === 1;
+    const middle = (from + to) / 2;
+    context.globalAlpha = transition.muted ? 0.38 : 1;
+    if (isWipe) {
+        shape(front, [from, y], [middle, y], [middle, bottom], [from, bottom]);
+        shape(behind, [middle, y], [to, y], [to, bottom], [middle, bottom]);
+    } else {
+        shape(front, [from, y], [from, bottom], [to, bottom]);
+        shape(transition.shape === 2 ? theme.trxLine : behind, [from, y], [to, y], [to, bottom]);
+    }
+    context.strokeStyle = theme.trxLine;
+    context.beginPath();
+    context.moveTo(isWipe ? middle : from, y);
+    context.lineTo(isWipe ? middle : to, bottom);
+    context.stroke();
+    context.globalAlpha = 1;
+    if (transition.tint !== noTint) {
+        context.strokeStyle = scene.look.tints[transition.tint][2];
+        context.lineWidth = 2.5;
+        context.strokeRect(from, y, to - from, row.height);
+        context.lineWidth = 1;
     }
 }
 
@@ -412,33 +483,47 @@ function paintRuler(context: CanvasRenderingContext2D, view: View, words: Words,
     words.use(context, smallFont);
     context.fillStyle = theme.dim;
     for (const tick of ticks)
-        if (tick.hasLabel)
+        if (tick.hasLabel && view.x(tick.time) + 70 < view.width)
             context.fillText(label(composition.mode, axis.recordAt(tick.time) + composition.labelStart), view.x(tick.time) + 1, 13);
     context.textAlign = 'center';
     for (const fold of composition.folds)
         if (view.x(fold.out) - view.x(fold.in) >= 60)
             context.fillText(label(composition.mode, fold.frames), (view.x(fold.in) + view.x(fold.out)) / 2, 13);
     context.textAlign = 'left';
-    for (const mark of composition.marks)
-        if (mark.segment < 0) {
-            const x = view.x(axis.placeOfIn(mark.time));
-            const colour = mark.colour ? `#${mark.colour.toString(16).padStart(6, '0')}` : theme.trxLine;
-            context.fillStyle = colour;
-            if (mark.length > 0) {
-                context.globalAlpha = 0.35;
-                context.fillRect(x, sizes.ruler + 3, view.x(axis.placeOfOut(mark.time + mark.length)) - x, 8);
-                context.globalAlpha = 1;
-            }
-            context.fill(new Path2D(`M${x} ${sizes.ruler + 3}h8l-3 4l3 4h-8v8h-1.5v-16z`));
-            context.fillStyle = theme.dim;
-            context.fillText(words.fit(context, mark.name, 110), x + 11, sizes.ruler + 8);
-        }
+    paintMarks(context, view, words);
     context.restore();
     context.strokeStyle = theme.line;
     context.beginPath();
     context.moveTo(sizes.header, sizes.ruler + 0.5);
     context.lineTo(view.width, sizes.ruler + 0.5);
     context.stroke();
+}
+
+/** Flags below the ruler, each with as much of its name as there is room for up to the next one. */
+function paintMarks(context: CanvasRenderingContext2D, view: View, words: Words) {
+    const { composition, theme, sizes } = view;
+    const axis = composition.axisOf(undefined);
+    const y = sizes.ruler + 3;
+    const xs = composition.marks.map(({ time }) => view.x(axis.placeOfIn(time)));
+    composition.marks.forEach((mark, k) => {
+        const x = xs[k];
+        const end = mark.length > 0 ? view.x(axis.placeOfOut(mark.time + mark.length)) : x;
+        if (x > view.width || Math.max(end, x + 130) < sizes.header || (xs[k + 1] < x + 1 && end === x))
+            return;
+        context.fillStyle = mark.colour ? `#${mark.colour.toString(16).padStart(6, '0')}` : theme.trxLine;
+        if (end > x) {
+            context.globalAlpha = 0.35;
+            context.fillRect(x, y, end - x, 8);
+            context.globalAlpha = 1;
+        }
+        context.fillRect(x, y, 1.5, 16);
+        context.beginPath();
+        for (const [right, down] of [[0, 0], [8, 0], [5, 4], [8, 8], [0, 8]])
+            context.lineTo(x + right, y + down);
+        context.fill();
+        context.fillStyle = theme.dim;
+        context.fillText(words.fit(context, view.scene.texts.at(mark.name), Math.min(110, (xs[k + 1] ?? Infinity) - x - 15)), x + 11, y + 5);
+    });
 }
 
 function paintPlayhead(context: CanvasRenderingContext2D, view: View) {

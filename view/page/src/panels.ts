@@ -1,7 +1,7 @@
 /** What stands beside the picture, as text: what plays at the playhead, and all that is known of the selection. */
 
 import { badgeOf, drawCurve, isolated, sourceLine } from './paint';
-import { flag, kinds, Property, Remark, Row, snapped } from './scene';
+import { flag, kinds, snapped, type Effect, type Mark, type Property, type Remark, type Row, type Transition } from './scene';
 import { label } from './timecode';
 import { View } from './view';
 
@@ -24,9 +24,9 @@ const inLabel = (view: View, i: number) => recordLabel(view, view.composition.st
 const outLabel = (view: View, i: number) => recordLabel(view, view.composition.out(i), view.composition.row(i));
 
 /** "orchard dawn, A001C002 · 10:00:41:22", of what a row plays at a time. */
-function playing(view: View, row: number, place: number): string {
+function playing(view: View, row: Row, place: number): string {
     const { composition } = view;
-    const axis = composition.axisOf(composition.rows[row]);
+    const axis = composition.axisOf(row);
     if (axis.isHole(place))
         return '';
     const time = snapped(axis.recordAt(place));
@@ -36,32 +36,34 @@ function playing(view: View, row: number, place: number): string {
         return [isolated(composition.nameOf(i)), [composition.reelOf(i), at].filter((part) => part !== '').join(' \u00b7 ')]
             .filter((part) => part !== '').join('\n');
     };
-    const transition = composition.transitions.find((candidate) => candidate.row === row
-        && candidate.in <= time && time < candidate.in + candidate.length);
-    if (transition) {
-        const there = composition.rows[row];
-        const behind = composition.firstStarting(there, transition.in + transition.length - 1e-5);
-        const sides = [behind - 1, behind].filter((i) => i >= there.first && i < there.last).map(one);
-        return `${isolated(transition.name)}\n${sides.join('\nto ')}`;
+    const t = composition.transitionAt(row, time);
+    if (t >= 0) {
+        const transition = composition.transitions[t];
+        return `${isolated(view.scene.texts.at(transition.name))}\n${composition.beside(transition).filter((i) => i >= 0).map(one).join('\nto ')}`;
     }
-    const i = composition.at(composition.rows[row], time);
+    const i = composition.at(row, time);
     return i < 0 || composition.kind[i] === 3 ? '' : one(i);
 }
 
-export function showPlaying(view: View, list: HTMLElement, time: HTMLInputElement) {
-    list.replaceChildren();
+/** The lines of a composition are made once, and then say what plays now. */
+export function showPlaying(view: View, list: HTMLElement, time: HTMLInputElement, isNew: boolean) {
+    const { rows } = view.composition;
     if (document.activeElement !== time)
         time.value = placeLabel(view, view.playhead);
-    view.composition.rows.forEach((row, index) => {
-        if (index >= 64)
-            return;
-        const text = playing(view, index, view.playhead);
-        list.append(element('dt', '', row.name), element('dd', 'code', text === '' ? '\u2013' : text));
+    if (isNew)
+        list.replaceChildren(...rows.flatMap((row) => [element('dt', '', row.name), element('dd', 'code')]));
+    rows.forEach((row, index) => {
+        const line = list.children[2 * index + 1];
+        const text = playing(view, row, view.playhead) || '\u2013';
+        if (line.textContent !== text)
+            line.textContent = text;
     });
 }
 
 /** What is longer, as the notes of another program, opens on request. */
 const longText = 240;
+const mostMarks = 300;
+const mostLines = 30;
 
 function folded(text: string): HTMLElement {
     const made = element('dd', '');
@@ -103,12 +105,51 @@ export function copy(text: string) {
         byHand();
 }
 
+function effectParts(view: View, effect: Effect): HTMLElement[] {
+    return [element('h3', effect.muted ? 'muted' : '', effect.name), pairs(effect.properties), ...effect.curves.flatMap((curve) =>
+        [element('div', '', `${curve.name}, ${curve.keys.length} keys`), curvePicture(view, curve.keys, curve.name)])];
+}
+
+/** With the time as a label that can be copied. */
+function markList({ scene: { texts } }: View, marks: readonly Mark[], labelAt: (mark: Mark) => string): HTMLElement {
+    const list = element('dl', '');
+    for (const mark of marks.slice(0, mostMarks))
+        copyable(list, [mark.name, mark.comment].filter((part) => part !== 0).map((part) => texts.at(part)).join(': ') || 'Mark', labelAt(mark));
+    if (marks.length > mostMarks)
+        list.append(element('dt', 'beyond', `${marks.length - mostMarks} more`));
+    return list;
+}
+
+function showTransition(view: View, box: HTMLElement, transition: Transition) {
+    const { composition, scene } = view;
+    const row = composition.rows[transition.row];
+    const list = element('dl', '');
+    const add = (name: string, text: string) => text !== '' && list.append(element('dt', '', name), element('dd', '', text));
+    const [front, behind] = composition.beside(transition);
+    add('Name', scene.texts.at(transition.name));
+    add('Kind', `transition${transition.muted ? ', muted' : ''}`);
+    add('Layer', row.name);
+    copyable(list, 'In', recordLabel(view, transition.in, row));
+    copyable(list, 'Out', recordLabel(view, transition.in + transition.length, row));
+    add('Length', label(composition.modeOf(row), transition.length));
+    add('From', front < 0 ? '' : composition.nameOf(front));
+    add('To', behind < 0 ? '' : composition.nameOf(behind));
+    box.append(list, ...transition.effects.flatMap((effect) => effectParts(view, scene.effect(effect))));
+    const properties = scene.pairs(transition.properties);
+    if (properties.length > 0)
+        box.append(element('h3', '', 'Properties'), pairs(properties));
+}
+
 export function showSelection(view: View, box: HTMLElement) {
     const { composition, selected } = view;
     box.replaceChildren();
+    if (view.transition >= 0)
+        return showTransition(view, box, composition.transitions[view.transition]);
     if (selected < 0) {
         box.append(element('p', '', 'Nothing is selected. A click selects; so do the arrow keys.'));
         box.append(element('h3', '', 'Composition'), pairs(composition.properties));
+        if (composition.marks.length > 0)
+            box.append(element('h3', '', 'Marks'), markList(view, composition.marks, (mark) => recordLabel(view, mark.time)));
         return;
     }
     const row = composition.rows[composition.rowOf[selected]];
@@ -134,26 +175,21 @@ export function showSelection(view: View, box: HTMLElement) {
     if (composition.has(selected, flag.noTime))
         add('Note', 'Its times cannot be drawn: it stands behind what is in front of it.');
     box.append(list);
-    for (const effect of composition.effectsOf(selected)) {
-        box.append(element('h3', effect.muted ? 'muted' : '', effect.name), pairs(effect.properties));
-        for (const curve of effect.curves) {
-            box.append(element('div', '', `${curve.name}, ${curve.keys.length} keys`), curvePicture(view, curve.keys, curve.name));
-        }
-    }
+    for (const effect of composition.effectsOf(selected))
+        box.append(...effectParts(view, effect));
     const remarks = composition.remarks.filter((remark) => remark.segment === selected);
     if (remarks.length > 0) {
         const said = element('ul', 'said');
         said.append(...remarks.map((remark) => element('li', '', `${remark.text}${remark.code === '' ? '' : ` [${remark.code}]`}`)));
         list.after(said);
     }
-    const marks = composition.marks.filter((mark) => mark.segment === selected);
+    const marks = composition.marksOf(selected);
     if (marks.length > 0)
-        box.append(element('h3', '', 'Marks'), pairs(marks.map((mark) =>
-            [recordLabel(view, mark.time, row), [mark.name, mark.comment].filter((part) => part !== '').join(': ')])));
+        box.append(element('h3', '', 'Marks'), markList(view, marks, (mark) => recordLabel(view, mark.time, row)));
     const properties = composition.propertiesOf(selected);
     if (properties.length > 0)
         box.append(element('h3', '', 'Properties'), pairs(properties));
-    box.append(element('h3', '', 'Layer'), pairs(row.layer), element('h3', '', 'Track'), pairs(row.track));
+    box.append(element('h3', '', 'Layer'), pairs(view.scene.pairs(row.layer)), element('h3', '', 'Track'), pairs(view.scene.pairs(row.track)));
 }
 
 function curvePicture(view: View, keys: [number, number][], name: string): HTMLElement {
@@ -217,6 +253,29 @@ export function sentence(view: View, i: number): string {
         isolated(sourceLine(view, i)), badgeOf(view, i), composition.has(i, flag.muted) ? 'muted' : '']
         .filter((part) => part !== '').join('  ');
 }
+
+/** In lines, for what stays when the pointer does: what it is, and the properties that differ from their defaults. */
+export function everything(view: View, i: number): string {
+    const { composition } = view;
+    const shortened = (text: string) => text.length > 80 ? `${text.slice(0, 80)}\u2026` : text;
+    const effects = composition.effectsOf(i).map(({ name, muted, properties }) =>
+        `${name}${muted ? ' (muted)' : ''}: ${properties.slice(0, 8).map(([key, value]) => `${key} ${shortened(value)}`).join(', ')}`);
+    const lines = [...sentence(view, i).split('  '), ...effects, ...composition.propertiesOf(i).map(([name, value]) => `${name}: ${isolated(value)}`)];
+    return lines.slice(0, mostLines).map(shortened).join('\n');
+}
+
+export function transitionSentence(view: View, t: number): string {
+    const { composition } = view;
+    const transition = composition.transitions[t];
+    const row = composition.rows[transition.row];
+    const sides = composition.beside(transition).filter((i) => i >= 0).map((i) => isolated(composition.nameOf(i)));
+    return [row.name, isolated(view.scene.texts.at(transition.name)), 'transition',
+        `${recordLabel(view, transition.in, row)} - ${recordLabel(view, transition.in + transition.length, row)}`,
+        sides.join(' to '), transition.muted ? 'muted' : ''].filter((part) => part !== '').join('  ');
+}
+export const markSentence = (view: View, { name, comment, time, length }: Mark): string =>
+    [recordLabel(view, time), length > 0 ? `- ${recordLabel(view, time + length)}` : '', isolated(view.scene.texts.at(name)), isolated(view.scene.texts.at(comment))]
+        .filter((part) => part !== '').join('  ');
 
 /** For a screen reader: the segments around the selection, as rows of a table that knows how many there are. */
 export function showTable(view: View, box: HTMLElement) {

@@ -1,6 +1,7 @@
 /** The scene as the page keeps it: columns of numbers, one entry a segment. What was not written has its default. */
 
 import { Axis } from './axis';
+import { Blocks } from './blocks';
 import { Mode } from './timecode';
 
 export const Gap = 3;
@@ -25,21 +26,27 @@ export interface Look {
 export type Property = [name: string, value: string];
 export interface Row {
     name: string; detail: string; audio: boolean; version: number; top: number; height: number;
-    first: number; last: number; track: Property[]; layer: Property[];
+    first: number; last: number;
+    /** As they are written, like all that is told on request. */
+    track?: number[]; layer?: number[];
+    /** Its transitions: [first, last). */
+    firstTransition: number; lastTransition: number;
 }
 export interface Curve { name: string; keys: [frame: number, value: number][] }
 export interface Effect { name: string; muted: boolean; properties: Property[]; curves: Curve[] }
 export interface Transition {
-    row: number; in: number; length: number; shape: number; muted: boolean; name: string;
-    properties: Property[]; effects: Effect[]; tint: number;
+    row: number; in: number; length: number; shape: number; muted: boolean; name: number;
+    properties: number[]; effects: WrittenEffect[]; tint: number;
 }
-export interface Mark { time: number; length: number; colour: number; name: string; comment: string; segment: number }
+export interface Mark { time: number; length: number; colour: number; name: number; comment: number; segment: number }
 /** Something that is said of a place. */
 export interface Remark { tint: number; code: string; where: string; text: string; row: number; segment: number; time: number }
 
 /** A stretch that is drawn narrower than it is. */
 export interface Fold { in: number; out: number; frames: number }
 export const Version = { only: 0, old: 1, new: 2 } as const;
+
+type WrittenEffect = [owner: number, name: number, muted: boolean, properties: number[], curves: [number, number[]][]];
 
 /** How a column is written: values one by one; as differences; some segments only; one value for all. */
 type Written = { v?: number[]; d?: number[]; at?: number[]; of?: number[]; all?: number };
@@ -50,10 +57,9 @@ interface WrittenComposition {
     cols: Record<string, Written>;
     pieces: Record<string, Written> & { count?: Written };
     opens?: number[];
-    props?: [number, boolean, Written][];
-    effects?: [number, number, boolean, number[], [number, number[]][]][];
+    effects?: WrittenEffect[];
     trx?: [number, number, number, number, boolean, number, number[], number?][];
-    trxEffects?: [number, number, boolean, number[], [number, number[]][]][];
+    trxEffects?: WrittenEffect[];
     marks?: [number, number, number, number, number, number][];
     version?: number;
     versions?: {
@@ -63,8 +69,10 @@ interface WrittenComposition {
     remarks?: [number, string, string, string, number, number, number][];
     properties?: number[];
 }
+/** Properties of segments that differ from their defaults: name, whether they are texts, and their column. */
+type WrittenProperties = [number, boolean, Written][];
 export interface Written_ {
-    title: string; subtitle: string; texts: string[]; modes: Mode[]; tops: number; notes: string[]; look: Look;
+    title: string; subtitle: string; texts: number; modes: Mode[]; tops: number; notes: string[]; look: Look;
     compositions: WrittenComposition[]; watch?: string;
 }
 
@@ -86,6 +94,37 @@ function unpack<T extends Float64Array | Uint32Array | Uint8Array>(written: Writ
     return to;
 }
 
+/** Where in ascending values the first is that is not less than one. */
+export function firstNotLess(values: ArrayLike<number>, low: number, high: number, value: number): number {
+    while (low < high) {
+        const middle = (low + high) >> 1;
+        if (values[middle] < value)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return low;
+}
+
+/** The texts of the scene, one a line and escaped as JSON has it. They stand behind the first picture: until they are here all are empty. */
+export class Texts {
+    private lines = '';
+    private ends: Uint32Array | undefined;
+    constructor(readonly count: number) {}
+    arrived(lines: string) {
+        this.lines = lines;
+        this.ends = new Uint32Array(this.count);
+        for (let i = 0, at = -1; i < this.count; ++i)
+            this.ends[i] = at = lines.indexOf('\n', at + 1);
+    }
+    at(id: number): string {
+        if (!this.ends)
+            return '';
+        const line = this.lines.slice(id === 0 ? 0 : this.ends[id - 1] + 1, this.ends[id]);
+        return line.includes('\\') ? JSON.parse(`"${line}"`) as string : line;
+    }
+}
+
 const plain = new Axis();
 /** Without what arithmetic left behind a frame's begin. */
 export const snapped = (time: number): number => Math.round(time * 1e6) / 1e6;
@@ -101,7 +140,6 @@ export class Composition {
     readonly reelId: Uint32Array;
     readonly idId: Uint32Array;
     readonly rowOf: Uint32Array;
-    readonly name: string;
     readonly mode: Mode;
     readonly labelStart: number;
     /** Of two versions, both folded and not. */
@@ -110,9 +148,10 @@ export class Composition {
     readonly height: number;
     readonly rows: Row[];
     readonly transitions: Transition[];
+    /** Of the composition itself, and of its segments. */
     readonly marks: Mark[];
+    readonly segmentMarks: Mark[];
     readonly remarks: Remark[];
-    readonly properties: Property[];
     readonly version: number;
     /** Whether two versions are drawn. */
     readonly isCompared: boolean;
@@ -128,15 +167,16 @@ export class Composition {
     private readonly pieceSource: Float64Array;
     private readonly pieceSpeed: Float64Array;
     private readonly pieceMode: Uint8Array;
+    /** Likewise of a row's transitions. */
+    private readonly transitionReach: Float64Array;
+    private readonly markOwners: number[];
     private readonly opened = new Map<number, number>();
-    private readonly effectMap = new Map<number, Effect[]>();
-    private readonly columns: { name: string; isText: boolean; at: Uint32Array | null; values: Float64Array }[] = [];
+    private effectOwners: Uint32Array | undefined;
+    readonly blocks: Blocks;
 
-    constructor(private readonly scene: Scene, private readonly from: WrittenComposition) {
-        const text = (id: number) => scene.texts[id];
+    constructor(private readonly scene: Scene, private readonly from: WrittenComposition, private readonly index: number) {
         const n = this.count = from.count ?? 0;
         const { cols } = from;
-        this.name = text(from.name);
         this.mode = scene.modes[from.mode];
         this.labelStart = from.labelStart ?? 0;
         this.begin = from.begin ?? 0;
@@ -163,8 +203,8 @@ export class Composition {
                 this.reach[i] = reach = Math.max(reach, at);
             }
             const made: Row = {
-                name, detail, audio: audio === 1, version, top, height, first, last: first + count,
-                track: scene.pairs(track), layer: scene.pairs(layer),
+                name, detail, audio: audio === 1, version, top, height, first, last: first + count, firstTransition: 0, lastTransition: 0,
+                track, layer,
             };
             first += count;
             return made;
@@ -184,37 +224,33 @@ export class Composition {
                 this.pieceRecord[k] += this.start[i];
         for (let i = 0; i + 1 < (from.opens?.length ?? 0); i += 2)
             this.opened.set(from.opens![i], from.opens![i + 1]);
-        for (const [name, isText, column] of from.props ?? []) {
-            if (column.at) {
-                let at = 0;
-                this.columns.push({ name: text(name), isText, at: Uint32Array.from(column.at, (d) => at += d), values: Float64Array.from(column.of!) });
-            } else
-                this.columns.push({ name: text(name), isText, at: null, values: unpack(column, new Float64Array(n)) });
-        }
-        const effect = ([, name, muted, properties, curves]: NonNullable<WrittenComposition['effects']>[0]): Effect => ({
-            name: text(name), muted, properties: scene.pairs(properties),
-            curves: curves.map(([curve, keys]) => ({
-                name: text(curve),
-                keys: Array.from({ length: keys.length / 2 }, (_, i): [number, number] => [keys[2 * i], keys[2 * i + 1]]),
-            })),
-        });
-        for (const written of from.effects ?? [])
-            this.effectMap.set(written[0], [...this.effectMap.get(written[0]) ?? [], effect(written)]);
         this.transitions = (from.trx ?? []).map(([row, start, length, shape, muted, name, properties, tint]) =>
-            ({ row, in: start, length, shape, muted, name: text(name), properties: scene.pairs(properties), effects: [], tint: tint ?? 255 }));
+            ({ row, in: start, length, shape, muted, name, properties, effects: [], tint: tint ?? 255 }));
         for (const written of from.trxEffects ?? [])
-            this.transitions[written[0]].effects.push(effect(written));
-        this.marks = (from.marks ?? []).map(([time, length, colour, name, comment, segment]) =>
-            ({ time, length, colour, name: text(name), comment: text(comment), segment }));
+            this.transitions[written[0]].effects.push(written);
+        this.transitions.sort((a, b) => a.row - b.row || a.in - b.in);
+        this.transitionReach = new Float64Array(this.transitions.length);
+        this.transitions.forEach(({ row: at, in: start, length }, t) => {
+            const row = this.rows[at];
+            if (row.lastTransition === 0)
+                row.firstTransition = t;
+            row.lastTransition = t + 1;
+            this.transitionReach[t] = Math.max(start + length, t > row.firstTransition ? this.transitionReach[t - 1] : -Infinity);
+        });
+        const marks = (from.marks ?? []).map(([time, length, colour, name, comment, segment]) =>
+            ({ time, length, colour, name, comment, segment }));
+        this.marks = marks.filter(({ segment }) => segment < 0).sort((a, b) => a.time - b.time);
+        this.segmentMarks = marks.filter(({ segment }) => segment >= 0);
+        this.markOwners = this.segmentMarks.map(({ segment }) => segment);
         this.remarks = (from.remarks ?? []).map(([tint, code, where, words, row, segment, time]) =>
             ({ tint, code, where, text: words, row, segment, time }));
-        this.properties = scene.pairs(from.properties);
         this.version = from.version ?? Version.only;
         this.isCompared = from.versions !== undefined;
         this.oldMode = scene.modes[from.versions?.mode ?? from.mode];
         this.oldLabelStart = from.versions?.labelStart ?? this.labelStart;
         if (from.versions)
             this.counterpartIds = unpack(from.versions.counterpart, new Uint32Array(n));
+        this.blocks = new Blocks(this);
         this.fold(true);
     }
 
@@ -228,6 +264,8 @@ export class Composition {
         this.begin = isFolded ? this.from.begin ?? 0 : versions.extent[0];
         this.end = isFolded ? this.from.end : versions.extent[1];
     }
+    get name(): string { return this.scene.texts.at(this.from.name); }
+    get properties(): Property[] { return this.scene.pairs(this.from.properties); }
     get hasFolds(): boolean { return (this.from.versions?.folds.length ?? 0) > 0; }
 
     /** Of a row; of none, that of the ruler. */
@@ -248,43 +286,51 @@ export class Composition {
         return axis.isHole(place) ? -1 : this.at(row, snapped(axis.recordAt(place)));
     }
 
-    nameOf(i: number): string { return this.scene.texts[this.nameId[i]]; }
-    reelOf(i: number): string { return this.scene.texts[this.reelId[i]]; }
-    idOf(i: number): string { return this.scene.texts[this.idId[i]]; }
+    nameOf(i: number): string { return this.scene.texts.at(this.nameId[i]); }
+    reelOf(i: number): string { return this.scene.texts.at(this.reelId[i]); }
+    idOf(i: number): string { return this.scene.texts.at(this.idId[i]); }
     out(i: number): number { return this.start[i] + this.length[i]; }
     has(i: number, bit: number): boolean { return (this.flags[i] & bit) !== 0; }
-    effectsOf(i: number): Effect[] { return this.effectMap.get(i) ?? []; }
+    effectsOf(i: number): Effect[] {
+        const all = this.from.effects;
+        if (!all || !this.has(i, flag.effects))
+            return [];
+        this.effectOwners ??= Uint32Array.from(all, ([owner]) => owner);
+        const found: Effect[] = [];
+        for (let k = firstNotLess(this.effectOwners, 0, all.length, i); this.effectOwners[k] === i; ++k)
+            found.push(this.scene.effect(all[k]));
+        return found;
+    }
+    marksOf(i: number): Mark[] {
+        const found: Mark[] = [];
+        for (let k = firstNotLess(this.markOwners, 0, this.markOwners.length, i); this.markOwners[k] === i; ++k)
+            found.push(this.segmentMarks[k]);
+        return found;
+    }
     /** The composition that a container opens. */
     opens(i: number): number | undefined { return this.opened.get(i); }
 
     /** The first segment of a row that ends at or behind a time. */
-    firstReaching(row: Row, time: number): number {
-        let low = row.first;
-        let high = row.last;
-        while (low < high) {
-            const middle = (low + high) >> 1;
-            if (this.reach[middle] < time)
-                low = middle + 1;
-            else
-                high = middle;
-        }
-        return low;
-    }
-
+    firstReaching(row: Row, time: number): number { return firstNotLess(this.reach, row.first, row.last, time); }
     /** The first segment of a row that begins at or behind a time; the row's end where none does. */
-    firstStarting(row: Row, time: number): number {
-        let low = row.first;
-        let high = row.last;
-        while (low < high) {
-            const middle = (low + high) >> 1;
-            if (this.start[middle] < time)
-                low = middle + 1;
-            else
-                high = middle;
-        }
-        return low;
+    firstStarting(row: Row, time: number): number { return firstNotLess(this.start, row.first, row.last, time); }
+    /** The first transition of a row that ends at or behind a time; the end of the row's where none does. */
+    firstTransitionReaching(row: Row, time: number): number {
+        return firstNotLess(this.transitionReach, row.firstTransition, row.lastTransition, time);
     }
-
+    /** The transition of a row that plays at a time; -1 for none. */
+    transitionAt(row: Row, time: number): number {
+        for (let t = this.firstTransitionReaching(row, time); t < row.lastTransition && this.transitions[t].in <= time; ++t)
+            if (time < this.transitions[t].in + this.transitions[t].length)
+                return t;
+        return -1;
+    }
+    /** What a transition stands between: the segment in front, and the one behind; -1 for none. */
+    beside({ row: at, in: start, length }: Transition): [number, number] {
+        const row = this.rows[at];
+        const behind = this.firstStarting(row, start + length - 1e-5);
+        return [behind > row.first ? behind - 1 : -1, behind < row.last ? behind : -1];
+    }
     /** The segment of a row that plays at a time: the last one that began; -1 for none. */
     at(row: Row, time: number): number {
         for (let i = this.firstReaching(row, time); i < row.last && this.start[i] <= time; ++i)
@@ -326,31 +372,18 @@ export class Composition {
     /** All properties of a segment that differ from their defaults. */
     propertiesOf(i: number): Property[] {
         const found: Property[] = [];
-        for (const { name, isText, at, values } of this.columns) {
-            let value = NaN;
-            if (at) {
-                let low = 0;
-                let high = at.length;
-                while (low < high) {
-                    const middle = (low + high) >> 1;
-                    if (at[middle] < i)
-                        low = middle + 1;
-                    else
-                        high = middle;
-                }
-                if (at[low] !== i)
-                    continue;
-                value = values[low];
-            } else
-                value = values[i];
-            found.push([name, isText ? this.scene.texts[value] : String(value)]);
+        for (const { name, isText, at, values } of this.scene.columnsOf(this.index, this.count)) {
+            const k = at ? firstNotLess(at, 0, at.length, i) : i;
+            if (!at || at[k] === i)
+                found.push([name, isText ? this.scene.texts.at(values[k]) : String(values[k])]);
         }
         return found;
     }
 }
 
+interface Column { name: string; isText: boolean; at: Uint32Array | null; values: Float64Array }
+
 export class Scene {
-    readonly texts: string[];
     readonly modes: Mode[];
     readonly look: Look;
     readonly title: string;
@@ -358,9 +391,11 @@ export class Scene {
     readonly notes: string[];
     readonly tops: number;
     private readonly made: (Composition | undefined)[];
+    private properties: WrittenProperties[] | undefined;
+    private readonly columns: (Column[] | undefined)[] = [];
 
-    constructor(private readonly written: Written_) {
-        this.texts = written.texts;
+    /** What is told of a segment on request is read then. */
+    constructor(private readonly written: Written_, readonly texts: Texts, private readonly readProperties: () => WrittenProperties[] | undefined) {
         this.modes = written.modes;
         this.look = written.look;
         this.title = written.title;
@@ -372,12 +407,32 @@ export class Scene {
 
     get count(): number { return this.made.length; }
     get isCompared(): boolean { return this.written.compositions.some((one) => one.version !== undefined); }
-    composition(i: number): Composition { return this.made[i] ??= new Composition(this, this.written.compositions[i]); }
-    nameOf(i: number): string { return this.texts[this.written.compositions[i].name]; }
+    composition(i: number): Composition { return this.made[i] ??= new Composition(this, this.written.compositions[i], i); }
+    nameOf(i: number): string { return this.texts.at(this.written.compositions[i].name); }
     pairs(ids: number[] | undefined): Property[] {
         const pairs: Property[] = [];
         for (let i = 0; i + 1 < (ids?.length ?? 0); i += 2)
-            pairs.push([this.texts[ids![i]], this.texts[ids![i + 1]]]);
+            pairs.push([this.texts.at(ids![i]), this.texts.at(ids![i + 1])]);
         return pairs;
+    }
+    effect([, name, muted, properties, curves]: WrittenEffect): Effect {
+        return {
+            name: this.texts.at(name), muted, properties: this.pairs(properties),
+            curves: curves.map(([curve, keys]) => ({
+                name: this.texts.at(curve),
+                keys: Array.from({ length: keys.length / 2 }, (_, i): [number, number] => [keys[2 * i], keys[2 * i + 1]]),
+            })),
+        };
+    }
+    columnsOf(composition: number, count: number): Column[] {
+        this.properties ??= this.readProperties();
+        if (!this.properties)
+            return [];
+        return this.columns[composition] ??= this.properties[composition].map(([name, isText, column]) => {
+            let at = 0;
+            return column.at
+                ? { name: this.texts.at(name), isText, at: Uint32Array.from(column.at, (step) => at += step), values: Float64Array.from(column.of!) }
+                : { name: this.texts.at(name), isText, at: null, values: unpack(column, new Float64Array(count)) };
+        });
     }
 }

@@ -8,7 +8,8 @@ export function find(view: View, words: string) {
     if (wanted === '') {
         view.matches = null;
     } else {
-        const holds = Uint8Array.from(scene.texts, (text) => text.toLocaleLowerCase().includes(wanted) ? 1 : 0);
+        const { texts } = scene;
+        const holds = Uint8Array.from({ length: texts.count }, (_, id) => texts.at(id).toLocaleLowerCase().includes(wanted) ? 1 : 0);
         view.matches = new Uint8Array(composition.count);
         for (let i = 0; i < composition.count; ++i)
             view.matches[i] = holds[composition.nameId[i]] | holds[composition.reelId[i]] | holds[composition.idId[i]];

@@ -13,8 +13,11 @@ export class View {
     height = 400;
     scroll = 0;
     transform: ZoomTransform = zoomIdentity;
+    /** Segments; -1: none. */
     selected = -1;
     hovered = -1;
+    /** The transition that is selected instead; -1: none. */
+    transition = -1;
     playhead = 0;
     showCurves = false;
     isDark = false;
@@ -35,12 +38,20 @@ export class View {
     get lane() { return Math.max(this.width - this.sizes.header, 16); }
 
     private get base() { return scaleLinear().domain([this.composition.begin, this.composition.end]).range([0, this.lane]); }
-    span(): Span {
-        const [from, to] = this.transform.rescaleX(this.base).domain();
-        return { in: from, out: to, width: this.lane };
+    private made = { transform: zoomIdentity, lane: -1, begin: 0, end: 1, scale: scaleLinear(), span: { in: 0, out: 1, width: 1 } };
+    /** From time to pixels of the lane: asked for each thing in each frame, and made when what it follows from has changed. */
+    private get seen() {
+        const { transform, lane, made, composition: { begin, end } } = this;
+        if (made.transform !== transform || made.lane !== lane || made.begin !== begin || made.end !== end) {
+            const scale = transform.rescaleX(this.base);
+            const [from, to] = scale.domain();
+            this.made = { transform, lane, begin, end, scale, span: { in: from, out: to, width: lane } };
+        }
+        return this.made;
     }
-    x(time: number): number { return this.sizes.header + this.transform.rescaleX(this.base)(time); }
-    time(x: number): number { return this.transform.rescaleX(this.base).invert(x - this.sizes.header); }
+    span(): Span { return this.seen.span; }
+    x(time: number): number { return this.sizes.header + this.seen.scale(time); }
+    time(x: number): number { return this.seen.scale.invert(x - this.sizes.header); }
 
     /** The transform that shows a stretch of time over the whole width. */
     transformFor(from: number, to: number): ZoomTransform {
@@ -58,7 +69,7 @@ export class View {
 
     open(i: number) {
         this.composition = this.scene.composition(i);
-        this.selected = this.hovered = this.remark = -1;
+        this.selected = this.hovered = this.transition = this.remark = -1;
         this.matches = null;
         this.scroll = 0;
         this.playhead = this.composition.begin;

@@ -58,27 +58,49 @@ function holdBoxes(svg, rows, drawn, lane, where) {
     }
 }
 
-test('each example opens, and is drawn box for box as the still is, at three zooms', async () => {
-    for (const name of readdirSync(examples)) {
-        const document = join(examples, name);
-        const { page, trouble } = await open(browser, pageOf(document));
-        const { lane, begin, end, rows } = await page.evaluate(() => {
-            const { view } = globalThis.dmtreeView;
-            const { begin, end, rows } = view.composition;
-            return { lane: view.lane, begin, end, rows: rows.map((row) => row.name) };
+/** At three zooms, of a document or of two versions: what `still` makes of a range, against the page. */
+async function holdZooms(page, still, name) {
+    const { lane, begin, end, rows } = await page.evaluate(() => {
+        const { view } = globalThis.dmtreeView;
+        const { begin, end, rows } = view.composition;
+        return { lane: view.lane, begin, end, rows: rows.map((row) => row.name) };
+    });
+    for (const part of [1, 8, 60]) {
+        const start = begin + (end - begin) * (part === 1 ? 0 : 0.31);
+        const [from, to, drawn] = await page.evaluate(([start, out]) => {
+            const { show, boxes, view } = globalThis.dmtreeView;
+            const axis = view.composition.axisOf(undefined);
+            const from = Math.max(Math.floor(axis.recordAt(start)), 0);
+            const to = Math.max(Math.ceil(axis.recordAt(out)), from + 1);
+            show(axis.placeOfIn(from), axis.placeOfOut(to));
+            return [from, to, view.composition.rows.map((_, row) => boxes(row))];
+        }, [start, start + (end - begin) / part]);
+        const svg = still('--svg', '--width', String(lane + 132 + 24), '--range', `${from}-${to}`, '-o', '-');
+        holdBoxes(svg, rows, drawn, lane, `${name}, ${from} to ${to}`);
+    }
+}
+
+/** The commercial with so many shots on its picture track, of all lengths, with gaps and overlaps among them. */
+function long(count) {
+    return changed('commercial-25.json', (set) => {
+        const shot = set.children?.find((child) => 'DmSourceNode' in child)?.DmSourceNode;
+        if (!shot || set.children.length < 10)
+            return;
+        let at = 0;
+        set.children = Array.from({ length: count }, (_, i) => {
+            const recLength = 1 + i * i % 37 + (i % 211 === 0 ? 3000 : 0);
+            const recIn = at - (i % 97 === 5 ? 3 : 0) + (i % 301 === 7 ? 40 : 0);
+            at = recIn + recLength;
+            return i % 151 === 3 ? { DmGapNode: { classId: 5, recIn, recLength } } : { DmSourceNode: { ...shot, recIn, recLength } };
         });
-        for (const part of [1, 8, 60]) {
-            const from = Math.floor(begin + (end - begin) * (part === 1 ? 0 : 0.31));
-            const to = Math.ceil(from + (end - begin) / part);
-            const svg = dmtree('view', '--svg', '--width', String(lane + 132 + 24), '--range', `${from}-${to}`, '-o', '-', document);
-            const drawn = await page.evaluate(([a, b]) => {
-                const { show, boxes, view } = globalThis.dmtreeView;
-                show(a, b);
-                return view.composition.rows.map((_, row) => boxes(row));
-            }, [from, to]);
-            holdBoxes(svg, rows, drawn, lane, `${name}, ${from} to ${to}`);
-        }
-        assert.deepEqual(trouble, [], name);
+    });
+}
+
+test('each example opens, and is drawn box for box as the still is, at three zooms', async () => {
+    for (const document of [...readdirSync(examples).map((name) => join(examples, name)), long(3000)]) {
+        const { page, trouble } = await open(browser, pageOf(document));
+        await holdZooms(page, (...options) => dmtree('view', ...options, document), document);
+        assert.deepEqual(trouble, [], document);
         await page.close();
     }
 });
@@ -189,6 +211,31 @@ test('keys, search, pointer and playhead do what they say', async () => {
     await page.mouse.click(box.x + point[0], box.y + point[1]);
     assert.equal((await state()).selected, 'toast');
 
+    assert.match(await page.locator('#stage').getAttribute('title'), /toast[^]*A003C006[^]*srcInput/);
+
+    // Transitions and marks, by key, and by pointer.
+    await page.keyboard.press('Escape');
+    await page.keyboard.press('f');
+    await page.locator('#time').fill('10:00:00:00');
+    await page.keyboard.press('Enter');
+    await page.locator('#stage').focus();
+    await page.keyboard.press('t');
+    await page.keyboard.press('t');
+    await page.keyboard.press('Shift+T');
+    assert.match(await text('chosen'), /VDissolve[^]*10:00:03:13[^]*From\s+orchard dawn\s+To\s+hands picking[^]*renderMode/);
+    await page.keyboard.press('m');
+    assert.match(await text('status'), /10:00:14:\d\d\s+voice/);
+    const [slope, mark] = await page.evaluate(() => {
+        const { view } = globalThis.dmtreeView;
+        const { transitions, marks } = view.composition;
+        return [[view.x(transitions[2].in + 5), view.top + 20], [view.x(marks[1].time) + 3, view.sizes.ruler + 6]];
+    });
+    await page.mouse.click(box.x + slope[0], box.y + slope[1]);
+    assert.match(await text('status'), /transition .* to /);
+    await page.mouse.click(box.x + mark[0], box.y + mark[1]);
+    assert.match(await text('status'), /logo/);
+    assert.match(await text('plays'), /pack shot/);
+
     for (const [words, found] of [['A001C005', 'hands picking'], ['PACK', 'pack shot'], ['\u00e9t\u00e9', 'terrace \u00e9t\u00e9']]) {
         await page.locator('#search').fill(words);
         assert.equal(await text('found'), '1 found');
@@ -207,14 +254,17 @@ test('keys, search, pointer and playhead do what they say', async () => {
     await page.close();
 });
 
+async function faultsOf(page) {
+    await page.evaluate(readFileSync(createRequire(import.meta.url).resolve('axe-core/axe.min.js'), 'utf8'));
+    const { violations } = await page.evaluate(() => globalThis.axe.run());
+    return violations.map((one) => `${one.id}: ${one.nodes.map((node) => node.html).join(' ')}`);
+}
+
 test('nothing that axe-core knows is wrong, in light and dark', async () => {
-    const axe = readFileSync(createRequire(import.meta.url).resolve('axe-core/axe.min.js'), 'utf8');
     for (const colorScheme of ['light', 'dark']) {
         const { page } = await open(browser, pageOf(join(examples, 'commercial-with-mistakes.json'), '--findings'), { colorScheme, bypassCSP: true });
         await page.evaluate(() => globalThis.dmtreeView.choose(0));
-        await page.evaluate(axe);
-        const { violations } = await page.evaluate(() => globalThis.axe.run());
-        assert.deepEqual(violations.map((one) => `${one.id}: ${one.nodes.map((node) => node.html).join(' ')}`), []);
+        assert.deepEqual(await faultsOf(page), []);
         await page.close();
     }
 });
@@ -268,18 +318,14 @@ test('two versions of a cut stand one over the other, and each change is gone to
     const options = ['diff', '--exit-zero', '--fcm', '25 fps', before, after];
     const path = file('', 'html');
     dmtree(...options, '-o', path);
-    const { page, trouble } = await open(browser, path);
+    const { page, trouble } = await open(browser, path, { bypassCSP: true });
     const told = JSON.parse(dmtree(...options, '--json')).changes.filter((change) => change.kind !== 'shifted');
     assert.ok(told.length > 2);
     assert.equal(await page.locator('#remarks button').count(), told.length);
     assert.equal(await page.locator('#remarksHead').innerText(), 'CHANGES');
-    const { lane, rows, drawn } = await page.evaluate(() => {
-        const { view, boxes } = globalThis.dmtreeView;
-        const { rows } = view.composition;
-        return { lane: view.lane, rows: rows.map((row) => row.name), drawn: rows.map((_, row) => boxes(row)) };
-    });
-    assert.ok(rows.includes('V1 old') && rows.includes('V1 new'));
-    holdBoxes(dmtree(...options, '--svg', '--width', String(lane + 132 + 24), '-o', '-'), rows, drawn, lane, 'two versions');
+    await holdZooms(page, (...more) => dmtree(...options, ...more), 'two versions');
+    assert.deepEqual(await faultsOf(page), []);
+    await page.locator('#fit').click();
 
     const heard = [];
     await page.locator('#stage').focus();
