@@ -52,7 +52,7 @@ DmDiff diff(const py::object& before, const py::object& after, double tolerance,
     {
         const auto old = py::cast<DmTimeline>(before);
         const auto now = py::cast<DmTimeline>(after);
-        const py::gil_scoped_release others;
+        const Released others;
         made = DmDiff::between(old, now, options, &status);
     }
     else

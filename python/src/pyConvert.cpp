@@ -44,7 +44,7 @@ py::tuple reading(const std::string& name, Read&& read)
 {
     interchange::Reading made;
     {
-        const py::gil_scoped_release others;
+        const Released others;
         made = read();
     }
     return answer(wrap(made.root.get()), std::move(made.findings), name);

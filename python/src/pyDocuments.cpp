@@ -33,7 +33,7 @@ py::object imported(const std::string& name, Import&& import)
     DmJsonPlace place;
     DmStatus status;
     {
-        const py::gil_scoped_release others;
+        const Released others;
         status = import(set, place);
     }
     if (status.failed())

@@ -2,6 +2,10 @@
 
 #include "pyValue.h"
 
+#include "dmUtf8.h"
+
+#include <algorithm>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -43,23 +47,18 @@ public:
 
     bool contains(py::handle key) const
     {
-        if (!PyUnicode_Check(key.ptr()))
-            return false;
+        const std::optional<DmString> text = asked(key);
         DmStringArray keys;
         check(_owner.read().getKeysFromPropertyMap(_index, _def->_type, keys));
-        const DmString text = keyOf(key);
-        for (const DmString& each : keys)
-            if (each == text)
-                return true;
-        return false;
+        return text && std::ranges::find(keys, *text) != keys.end();
     }
 
     py::object at(py::handle key) const
     {
-        if (!PyUnicode_Check(key.ptr()))
-            missing(key);
+        const std::optional<DmString> text = asked(key);
         DmPropertySetPtr entry;
-        check(_owner.read().getValueFromPropertyMap(_index, _def->_type, keyOf(key), &entry));
+        if (text)
+            check(_owner.read().getValueFromPropertyMap(_index, _def->_type, *text, &entry));
         if (!entry && !contains(key))
             missing(key);
         return _owner.held(entry.get(), *_def);
@@ -73,9 +72,9 @@ public:
 
     void remove(py::handle key)
     {
-        if (!PyUnicode_Check(key.ptr()))
-            missing(key);
-        const eDmErrorId status = _owner.write().removeValueFromPropertyMap(_index, _def->_type, keyOf(key));
+        const std::optional<DmString> text = asked(key);
+        const eDmErrorId status =
+            text ? _owner.write().removeValueFromPropertyMap(_index, _def->_type, *text) : DM_BAD_INDEX;
         if (status == DM_BAD_INDEX)
             missing(key);
         check(status);
@@ -100,11 +99,22 @@ private:
         throw py::error_already_set();
     }
 
-    DmString keyOf(py::handle key) const { return toText(key, "a key of " + name()); }
+    /// A key to look for; none for what no map has.
+    static std::optional<DmString> asked(py::handle key)
+    {
+        DmString text;
+        Py_ssize_t size = 0;
+        const char* const utf8 = PyUnicode_Check(key.ptr()) ? PyUnicode_AsUTF8AndSize(key.ptr(), &size) : nullptr;
+        PyErr_Clear(); // lone surrogates
+        // A map would look a key up as far as its first zero.
+        if (!utf8 || std::char_traits<char>::length(utf8) != static_cast<std::size_t>(size) || !dmFromUtf8(utf8, text))
+            return {};
+        return text;
+    }
 
     DmString newKey(py::handle key) const
     {
-        DmString text = keyOf(key);
+        DmString text = toText(key, "a key of " + name());
         if (text.empty())
             raiseValue("a key of " + name() + " is not empty");
         if (text.view().find(L'\0') != std::wstring_view::npos)
@@ -163,14 +173,27 @@ void addMaps(py::module_& module)
         .def("__getitem__", &Map::at)
         .def("__setitem__", &Map::setAt)
         .def("__delitem__", &Map::remove)
+        .def("__reversed__", [](const Map& self) { return py::iter(self.keys().attr("__reversed__")()); })
         .def("clear", &Map::clear)
+        .def("copy", [](const py::object& self) { return py::dict(self); })
+        .def("popitem",
+             [](Map& self)
+             {
+                 const py::list keys = self.keys();
+                 if (keys.empty())
+                     throw py::key_error("popitem(): the mapping is empty");
+                 const py::object last = keys[keys.size() - 1];
+                 const py::tuple item = py::make_tuple(last, self.at(last));
+                 self.remove(last);
+                 return item;
+             })
         .def("__repr__", [](const py::object& self) { return py::repr(py::dict(self)); });
     type.attr("__hash__") = py::none();
 
     // The rest is what the abstract class makes of these.
     const py::object mapping = py::module_::import("collections.abc").attr("MutableMapping");
-    for (const char* const name : {"keys", "items", "values", "get", "pop", "popitem", "update", "setdefault", "__eq__",
-                                   "_MutableMapping__marker"})
+    for (const char* const name :
+         {"keys", "items", "values", "get", "pop", "update", "setdefault", "__eq__", "_MutableMapping__marker"})
         type.attr(name) = mapping.attr(name);
     mapping.attr("register")(type);
 }

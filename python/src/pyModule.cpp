@@ -24,6 +24,7 @@ PYBIND11_MODULE(_zrdmtree, module)
     // An interpreter is not stopped: where an assertion can be answered, the answer is to go on.
     zrSetAllowAssertCallback(
         [](const char* /*cond*/, const char* /*file*/, int /*line*/, void* /*data*/) { return false; }, nullptr);
+    module.attr("__module__") = "zrdmtree"; // where scripts find what is defined here
     zrpy::addErrors(module);
     zrpy::addTypes(module);
     zrpy::addEnums(module);

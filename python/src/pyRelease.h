@@ -5,13 +5,47 @@
 
 #include "dmPropertySet.h"
 
+#include <cxxabi.h>
 #include <initializer_list>
+#include <optional>
+#include <unistd.h>
 
 namespace zrpy
 {
 
-/// Lets them run as long as it lives, where all of the sets are constant or null. A tree that can be changed is worked
-/// on with the interpreter held, so that nobody changes it meanwhile.
+/// Lets them run as long as it lives.
+class Released
+{
+public:
+    Released()
+        : _held(PyEval_SaveThread())
+    {
+    }
+    Released(const Released&) = delete;
+    Released& operator=(const Released&) = delete;
+    ~Released() { restore(_held); }
+
+    /// An interpreter that ends meanwhile ends the threads that come back to it by unwinding them, which no C++ on the
+    /// way outlives: they wait here for the end of the process.
+    static void restore(PyThreadState* held) noexcept
+    {
+        try
+        {
+            PyEval_RestoreThread(held);
+        }
+        catch (abi::__forced_unwind&)
+        {
+            for (;;)
+                pause();
+        }
+    }
+
+private:
+    PyThreadState* const _held;
+};
+
+/// The same where all of the sets are constant or null. A tree that can be changed is worked on with the interpreter
+/// held, so that nobody changes it meanwhile.
 class OthersRun
 {
 public:
@@ -20,18 +54,11 @@ public:
         for (const DmPropertySet* const set : sets)
             if (set && !set->isFrozen())
                 return;
-        _held = PyEval_SaveThread();
-    }
-    OthersRun(const OthersRun&) = delete;
-    OthersRun& operator=(const OthersRun&) = delete;
-    ~OthersRun()
-    {
-        if (_held)
-            PyEval_RestoreThread(_held);
+        _released.emplace();
     }
 
 private:
-    PyThreadState* _held = nullptr;
+    std::optional<Released> _released;
 };
 
 } // namespace zrpy

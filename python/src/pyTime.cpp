@@ -55,7 +55,7 @@ double framesOfLabel(const std::string& label, FrameCodeModes mode)
 
 double numberOf(py::handle value, const char* what)
 {
-    if (PyUnicode_Check(value.ptr()) || !PyNumber_Check(value.ptr()))
+    if (PyUnicode_Check(value.ptr()) || PyComplex_Check(value.ptr()) || !PyNumber_Check(value.ptr()))
         raiseType(std::string(what) + " is a number, not " + Py_TYPE(value.ptr())->tp_name);
     const double number = PyFloat_AsDouble(value.ptr());
     if (number == -1.0 && PyErr_Occurred())
@@ -92,6 +92,33 @@ Time makeTime(const py::object& time, const py::object& mode)
 double otherFrames(const Time& self, py::handle other)
 {
     return py::isinstance<Time>(other) ? inModeOf(self, py::cast<const Time&>(other)) : numberOf(other, "frames");
+}
+
+/// What a time is multiplied with, or divided by: times have no product.
+double factorOf(const py::object& value)
+{
+    if (py::isinstance<Time>(value))
+        raiseType("a factor is a number, not a Time");
+    return numberOf(value, "a factor");
+}
+
+Time times(const Time& self, const py::object& factor)
+{
+    return {TimeUnit(self.time.getFrames() * factorOf(factor)), self.mode};
+}
+
+/// By a number, a time; by a time, how often it goes in.
+py::object divided(const Time& self, const py::object& by)
+{
+    const bool isTime = py::isinstance<Time>(by);
+    const double divisor = isTime ? otherFrames(self, by) : factorOf(by);
+    if (divisor == 0.0)
+    {
+        PyErr_SetString(PyExc_ZeroDivisionError, "division of a time by zero");
+        throw py::error_already_set();
+    }
+    const double quotient = self.time.getFrames() / divisor;
+    return isTime ? py::object(py::float_(quotient)) : py::cast(Time{TimeUnit(quotient), self.mode});
 }
 
 py::object richCompare(const Time& self, const py::object& other, int operation)
@@ -137,9 +164,15 @@ py::list labels(const py::object& frames, const py::object& mode)
 py::list frames(const py::iterable& labels, const py::object& mode)
 {
     const FrameCodeModes fcm = toMode(mode);
+    if (PyUnicode_Check(labels.ptr()))
+        raiseType("labels are a list of texts, not one");
     py::list all;
     for (const py::handle each : labels)
-        all.append(toFrames(py::str(each), fcm));
+    {
+        if (!PyUnicode_Check(each.ptr()))
+            raiseType(std::string("a label is a text, not ") + Py_TYPE(each.ptr())->tp_name);
+        all.append(toFrames(each, fcm));
+    }
     return all;
 }
 
@@ -242,14 +275,16 @@ void addTimes(py::module_& module)
              [](const Time& self, const py::object& other) {
                  return Time{TimeUnit(otherFrames(self, other) - self.time.getFrames()), self.mode};
              })
-        .def("__mul__",
-             [](const Time& self, const py::object& factor) {
-                 return Time{TimeUnit(self.time.getFrames() * numberOf(factor, "a factor")), self.mode};
+        .def("__mul__", &times)
+        .def("__rmul__", &times)
+        .def("__truediv__", &divided)
+        .def("__round__",
+             [](const Time& self) {
+                 return Time{TimeUnit(std::nearbyint(self.time.getFrames())), self.mode};
              })
-        .def("__rmul__",
-             [](const Time& self, const py::object& factor) {
-                 return Time{TimeUnit(self.time.getFrames() * numberOf(factor, "a factor")), self.mode};
-             })
+        .def("__format__", [](const Time& self, const py::str& how)
+             { return py::str(labelOf(self.time.getFrames(), self.mode)).attr("__format__")(how); })
+        .def("__pos__", [](const Time& self) { return self; })
         .def("__neg__",
              [](const Time& self) {
                  return Time{TimeUnit(-self.time.getFrames()), self.mode};

@@ -181,6 +181,22 @@ def test_maps_do_what_a_dict_does(steps):
         assert list(view) == sorted(model) and all(key in view for key in model)
 
 
+def test_maps_have_the_methods_of_dicts():
+    effect = zrdmtree.DmLookSettings(attributList={name: zrdmtree.DmSimpleChannel(value=name) for name in "bac"})
+    view = effect.attributList
+    assert list(reversed(view)) == ["c", "b", "a"] and type(view.copy()) is dict and view.copy() == view
+    assert view.popitem()[0] == "c" and len(view) == 2
+    for absent in ("\ud800", "a\0", "", None, (), 3):
+        assert absent not in view and view.get(absent) is None
+        for lookup in (view.__getitem__, view.__delitem__, view.pop):
+            with pytest.raises(KeyError) as raised:
+                lookup(absent)
+            assert raised.value.args == (absent,)
+    view.clear()
+    with pytest.raises(KeyError, match="empty"):
+        view.popitem()
+
+
 def test_asking_a_list_changes_nothing():
     gap = zrdmtree.DmGapNode(segmentPreviousIds=["a", "b", "a"])
     heard = []

@@ -48,6 +48,14 @@ def test_what_is_wrong_is_said_with_its_place(path, tmp_path):
             zrdmtree.loads(bad)
         with pytest.raises(TypeError):
             zrdmtree.save(bad, tmp_path / "x.json")
+    for target, error in ((str(tmp_path / "x") + "\0y", ValueError), (io.StringIO(), TypeError)):
+        with pytest.raises(error):
+            zrdmtree.save(zrdmtree.DmRoot(), target)
+    with open(tmp_path / "text.json", "w") as file, pytest.raises(TypeError, match="'wb'"):
+        zrdmtree.save(zrdmtree.DmRoot(), file)
+    for call in (zrdmtree.load, zrdmtree.loads, zrdmtree.dumps):
+        with pytest.raises(TypeError, match="findings"):
+            call(path.read_text() if call is zrdmtree.loads else path, findings=())
     with pytest.raises(zrdmtree.DmError, match="nowhere"):
         zrdmtree.save(zrdmtree.DmRoot(), tmp_path / "nowhere" / "x.json")
 

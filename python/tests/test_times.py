@@ -39,6 +39,26 @@ def test_arithmetic_and_order():
     assert {hour: 1}[Time(90000, Fcm.FCM_25)] == 1 and hour != 90000 and float(hour) == 90000
 
 
+def test_times_are_divided_rounded_and_formatted():
+    hour = Time("01:00:00:00", "25 fps")
+    assert hour / 4 == Time("00:15:00:00", "25 fps") and hour / Time("00:30:00:00", "24 fps") == 2
+    assert round(hour / 7) == Time(12857, "25 fps") and +hour == hour and sum([hour, hour]) == hour * 2
+    assert f"{hour}|{hour:>12}" == "01:00:00:00| 01:00:00:00"
+    for bad, error in ((lambda: hour * hour, TypeError), (lambda: hour / 0, ZeroDivisionError),
+                       (lambda: hour / "x", TypeError), (lambda: hour + None, TypeError),
+                       (lambda: hour * float("nan"), DmValueError)):
+        with pytest.raises(error):
+            bad()
+
+
+@pytest.mark.parametrize("bad", ["00:00:01:00", ["x"], [5], [None], [b"00:00:01:00"], None])
+def test_what_are_no_labels_raises(bad):
+    with pytest.raises((TypeError, DmValueError)):
+        zrdmtree.frames(bad, "25 fps")
+    with pytest.raises(TypeError):
+        zrdmtree.labels([1j], "25 fps")
+
+
 @pytest.mark.parametrize("label", ["00;01;00;00", "00:00:00:30", "", "x", "00:00:61:00", "00:00:00:00:00",
                                    "00:00:00:0\0", "1" * 400 + ":00:00:00", "-", "--1:00:00:00", "00:-1:00:00"])
 def test_labels_that_a_mode_does_not_have_raise(label):

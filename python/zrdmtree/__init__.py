@@ -9,6 +9,7 @@ Classes and their properties are those of the model: zrdmtree.DmSourceNode, clip
 AttributeError, TypeError or zrdmtree.DmError.
 """
 
+from . import _interpreter  # noqa: F401: before the binding
 from . import _zrdmtree
 from ._zrdmtree import *  # noqa: F403: what the binding offers
 from ._zrdmtree import DmError, DmErrorId, DmPropertySet, DmValueError, Fcm, Time

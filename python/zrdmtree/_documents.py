@@ -4,6 +4,7 @@
 read or written raises DmError, whose `findings` say why; what is wrong with the file itself, OSError.
 """
 
+import io
 import os
 import re
 
@@ -17,6 +18,7 @@ def load(source, *, format=None, fcm=None, lenient=False, findings=None):
     fcm: the frame-code mode of a list that does not say its own.
     lenient: carries on where a list has a mistake.
     """
+    _check(findings)
     if hasattr(source, "read"):
         name = str(getattr(source, "name", "<file>"))
         return _read_bytes(source.read(), name, format, fcm, lenient, findings)
@@ -29,6 +31,7 @@ def load(source, *, format=None, fcm=None, lenient=False, findings=None):
 
 def loads(document, *, format=None, fcm=None, lenient=False, findings=None):
     """The document or cut list that a text or bytes hold; a document may be of any object of the model."""
+    _check(findings)
     content = _bytes(document)
     if format in (None, "json") and re.match(rb'\s*\{\s*"(?!DmRoot")\w+"\s*:\s*\{', content) and b"OTIO" not in content[:4096]:
         return _zrdmtree._loads(content, "<document>")
@@ -40,12 +43,17 @@ def save(root, target, *, format=None, fcm=None, compact=False, findings=None):
 
     format: by default that of the extension, else a document.
     """
+    _check(findings)
     if hasattr(target, "write"):
+        if isinstance(target, io.TextIOBase):
+            raise TypeError("documents are written as bytes: open the file with mode 'wb'")
         name = getattr(target, "name", None)
         format = format or (_zrdmtree._format_of_path(name) if isinstance(name, str) else "")
         target.write(dumps(root, format=format, fcm=fcm, compact=compact, findings=findings))
         return
     path, name = os.fsencode(target), os.fsdecode(target).encode(errors="replace").decode()
+    if b"\0" in path:
+        raise ValueError("embedded null byte")
     format = format or _zrdmtree._format_of_path(name) or "json"
     if format == "json":
         _zrdmtree._save(root, path, compact)
@@ -55,6 +63,7 @@ def save(root, target, *, format=None, fcm=None, compact=False, findings=None):
 
 def dumps(root, *, format=None, fcm=None, compact=False, findings=None):
     """A document of a tree, or of any object of the model, or a cut list of a tree, as bytes."""
+    _check(findings)
     if format in (None, "", "json"):
         return _zrdmtree._dumps(root, compact)
     return _result(_zrdmtree._write_bytes(root, format, fcm), findings)
@@ -65,6 +74,11 @@ def convert(source, target, *, fcm=None, lenient=False):
     findings = []
     save(load(source, fcm=fcm, lenient=lenient, findings=findings), target, fcm=fcm, findings=findings)
     return findings
+
+
+def _check(findings):
+    if findings is not None and not isinstance(findings, list):
+        raise TypeError(f"findings is a list to add to, not {type(findings).__name__}")
 
 
 def _bytes(document):

@@ -123,7 +123,7 @@ def _reduce_ex(self, protocol):
 
 
 for _bound in vars(_zrdmtree).values():
-    if isinstance(_bound, type) and _bound.__module__ == _zrdmtree.__name__:
+    if type(_bound) is type(_zrdmtree.Time):
         _bound.__reduce_ex__ = _reduce_ex
 
 for _drawn in ("DmRoot", "DmReelNode", "DmCompositionNode"):
