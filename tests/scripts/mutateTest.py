@@ -32,6 +32,7 @@ MISTAKES = [
     ("sum += 2 - b;", "", "",
      ["{ if (M) { sum -= 2 - b; } else { sum += 2 - b; } }", "sum += (M ? (2 + b) : (2 - b));",
       "sum += (M ? (3 - b) : (2 - b));", "{ if (M) {  } else { sum += 2 - b; } }"]),
+    ("text = name + \": \" + other;", "", "", ["{ if (M) {  } else { text = name + \": \" + other; } }"]),
     ("break;", "", "", ["{ if (M) { continue; } else { break; } }", "{ if (M) {  } else { break; } }"]),
     ("int value = other;", "", "", []),
     ("template <class T, int n = 0>", "", "", []),
