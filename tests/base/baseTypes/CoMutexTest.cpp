@@ -133,6 +133,23 @@ TEST(LockWord, KeepsItsFlagsWhileTheMutexChangesHands)
     EXPECT_EQ(sizeof(word), 4U);
 }
 
+TEST(LockWord, IsTakenByOneOfThoseWhoTry)
+{
+    DM::CoLockWord word;
+    std::atomic<int> wrong{0};
+    std::vector<std::jthread> running;
+    for (int thread = 0; thread < 3; ++thread)
+        running.emplace_back(
+            [&]
+            {
+                for (int i = 0; i < 200000; ++i)
+                    if (word.tryLock() && !word.unlock())
+                        ++wrong; // it was another's
+            });
+    running.clear();
+    EXPECT_EQ(wrong, 0);
+}
+
 TEST(LockWord, KnowsThreadsThatLiveAtTheSameTimeApart)
 {
     // More than a word of numbers, and then again: numbers of threads that have ended come back.

@@ -108,7 +108,7 @@ TEST(VDissolve, ColourIsOnTheCallersScaleAndStaysInIt)
     } rows[] = {
         {1, {0, 0, 1.5F}, DM_BAD_VALUE},     {255, {-1, 0, 0}, DM_BAD_VALUE},     {1, {0, nan, 0}, DM_BAD_VALUE},
         {0, {0, 0, 0}, DM_BAD_VALUE},        {0.00005F, {0, 0, 0}, DM_BAD_VALUE}, {nan, {0, 0, 0}, DM_BAD_VALUE},
-        {infinity, {1, 1, 1}, DM_BAD_VALUE}, {1, {0.25F, 0.5F, 1}, DM_NO_ERROR},  {255, {0, 51, 255}, DM_NO_ERROR}};
+        {infinity, {1, 1, 1}, DM_BAD_VALUE}, {1, {0.25F, 0.5F, 1}, DM_NO_ERROR},  {255, {255, 51, 102}, DM_NO_ERROR}};
     for (const auto& row : rows)
     {
         SCOPED_TRACE(testing::Message() << row.limit << testing::PrintToString(row.given));

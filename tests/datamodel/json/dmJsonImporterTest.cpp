@@ -197,6 +197,7 @@ TEST(JsonImporter, EveryFailureSaysWhyAndHasItsCode)
     const Case members[] = {
         {R"("name":"x",)", -1, "JSON parse error : Missing a name for object member."},
         {R"(/**/)", -1, "JSON parse error : Missing a name for object member."},
+        {R"("name":"\u12G4")", -1, "JSON parse error : Incorrect hex digit after \\u escape in string."},
         {R"("name":"\ud800")", -1, "JSON parse error : The surrogate pair in string is invalid."},
         {R"("name":"a\udc00b")", -1, "JSON parse error : Invalid encoding in string."},
         {R"("leaf":{"VERSION":{"major":1,"minor":0}})", -1, "Unhandled version 1.0 (latest supported 0.1)"},

@@ -210,6 +210,18 @@ TEST(DeepEquality, FindsAnyDifferenceAndSaysWhere)
     EXPECT_FALSE(areEqual(*source, *TestPoint::create())) << "another class";
 }
 
+TEST(ValueEquality, OfSetsIsThatOfTheirClassesAndProperties)
+{
+    const auto set = full();
+    const auto equals = [&](const DmPropertySetPtr* other)
+    { return DmPropertySet_Atomic_Utils::compareAtomicManip(*set, set->classData().find(L"point"), other); };
+    const DmPropertySetPtr point(TestPoint::create());
+    const DmPropertySetPtr other(TestOptional::create());
+    EXPECT_TRUE(equals(&point));
+    EXPECT_FALSE(equals(&other));
+    EXPECT_FALSE(equals(nullptr));
+}
+
 TEST(Walk, MeetsEveryPropertyWithItsPath)
 {
     const auto set = TestOptional::create();

@@ -214,6 +214,28 @@ TEST(Validation, ReportsTheFirstViolationAndWhereItIs)
     EXPECT_EQ(router.messages[2].text(), heading + dmUtf8(std::wstring(300 - 25, L'é').c_str()) + ".\n");
 }
 
+TEST(Validation, PostsTheFirstViolationOfAListAlone)
+{
+    TestCut cut;
+    addAny(*cut.composition, DmBlobNode::create());
+    addAny(*cut.composition, DmBlobNode::create());
+    const zrTest::CapturingRouter router;
+    EXPECT_FALSE(DmTreeTool::isValidTree(cut.composition));
+    EXPECT_EQ(router.messages.size(), 1U);
+}
+
+TEST(Validation, BlamesNoElementBehindItsLayer)
+{
+    TestCut cut;
+    const auto other = DmTrackNode::create(2, DM_MEDIA_VIDEO);
+    addAny(*other, DmBlobNode::create());
+    cut.composition->addChild(other);
+    const std::vector<DmTreeViolation> found = DmTreeTool::findViolations(cut.composition, 0);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].record, "");
+    EXPECT_EQ(found[0].place.elementIndex, 0);
+}
+
 TEST(Validation, FindsEverythingInOneGo)
 {
     TestCut cut;
