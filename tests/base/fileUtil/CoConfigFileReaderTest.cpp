@@ -1,5 +1,6 @@
 #include "CoConfigFileReader.h"
 #include "CoException.h"
+#include "CoFile.h"
 #include "zrTempDir.h"
 
 #include <gtest/gtest.h>
@@ -129,5 +130,16 @@ TEST(ConfigFile, WhatIsWrittenReadsBack)
     {
         EXPECT_EQ(value(reader, "se[]ction", text), "<" + text);
         EXPECT_EQ(value(reader, "se[]ction", "<" + text), text);
+    }
+}
+
+TEST(FileReader, GivesNothingOfWhatItCannotRead)
+{
+    for (const char* const path : {"/no/such/file", "/"})
+    {
+        DM::CoFileReader reader(path);
+        char byte = 0;
+        EXPECT_EQ(reader.read(&byte, 1), 0U);
+        EXPECT_NE(reader.error(), 0);
     }
 }
