@@ -66,7 +66,7 @@ DmRuns::DmRuns(std::vector<Node> nodes)
             for (std::size_t j = 0; j < size; ++j, ++i)
                 run->add({std::move(nodes[i]), 0.0, key += keyGap});
             count += static_cast<int>(size);
-            stretch->runs.push_back({std::move(run), 0.0});
+            stretch->runs.emplace_back(std::move(run));
         }
         _root->stretches.push_back({std::move(stretch), 0.0, count});
     }
@@ -267,10 +267,7 @@ DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double 
     std::vector<RunRef> runs;
     const StretchRef& firstStretch = stretchAt(from);
     for (int i = 0; i < from.run; ++i)
-    {
-        const RunRef& ref = firstStretch.stretch->runs[std::size_t(i)];
-        runs.push_back({ref.run, ref.shift + firstStretch.shift});
-    }
+        runs.emplace_back(firstStretch.stretch->runs[std::size_t(i)], firstStretch.shift);
     const std::size_t pieces = piecesOf(entries.size(), runSize);
     for (std::size_t piece = 0; piece < pieces; ++piece)
     {
@@ -280,14 +277,11 @@ DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double 
         run->reserve(static_cast<std::size_t>(at(piece + 1) - at(piece)));
         for (auto entry = at(piece); entry != at(piece + 1); ++entry)
             run->add(std::move(*entry));
-        runs.push_back({std::move(run), 0.0});
+        runs.emplace_back(std::move(run));
     }
     const StretchRef& lastStretch = stretchAt(to);
     for (std::size_t i = std::size_t(to.run) + 1; i < lastStretch.stretch->runs.size(); ++i)
-    {
-        const RunRef& ref = lastStretch.stretch->runs[i];
-        runs.push_back({ref.run, ref.shift + lastStretch.shift + shiftBehind});
-    }
+        runs.emplace_back(lastStretch.stretch->runs[i], lastStretch.shift + shiftBehind);
 
     DmRuns result;
     result._root = CoSharedPtr<Root>(new Root);
@@ -362,12 +356,13 @@ DmRuns DmRuns::mapped(const Map& map, const std::function<void(int first, int co
 std::vector<DmRuns::PlacedRun> DmRuns::placedRuns() const
 {
     std::vector<PlacedRun> placed;
+    placed.reserve(_root ? _root->stretches.size() * stretchSize : 0);
     int first = 0;
     if (_root)
         for (const StretchRef& stretch : _root->stretches)
             for (const RunRef& ref : stretch.stretch->runs)
             {
-                placed.push_back({ref.run.get(), ref.shift + stretch.shift, first});
+                placed.push_back({ref.run.get(), ref.shift + stretch.shift, first, ref.count()});
                 first += ref.count();
             }
     return placed;

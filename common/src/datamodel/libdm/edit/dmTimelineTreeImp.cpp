@@ -15,7 +15,7 @@ DmPlacedRuns::DmPlacedRuns(const DmRuns& runs)
     for (std::size_t run = 0; run < _placed.size(); ++run)
     {
         _slots[run].first = _placed[run].first;
-        _slots[run + 1].first = _placed[run].first + _placed[run].run->count();
+        _slots[run + 1].first = _placed[run].first + _placed[run].count;
         while (_runOfBlock.size() * blockSize < std::size_t(_slots[run + 1].first))
             _runOfBlock.push_back(int(run));
     }
@@ -25,7 +25,7 @@ DmPlacedRuns::~DmPlacedRuns()
 {
     for (std::size_t run = 0; run < _placed.size(); ++run)
         if (const DmPropertySetPtr* const made = _slots[run].elements.load(std::memory_order_relaxed);
-            made != _placed[run].run->nodes.data())
+            made && made != _placed[run].run->nodes.data())
             delete[] made;
 }
 

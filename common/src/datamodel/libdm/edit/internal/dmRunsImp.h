@@ -71,6 +71,7 @@ public:
         const Run* run;
         double shift;
         int first;
+        int count;
     };
     struct Element
     {
@@ -135,10 +136,21 @@ public:
 private:
     struct RunRef
     {
-        CoSharedPtr<Run> run;
-        double shift;
+        explicit RunRef(CoSharedPtr<Run> of)
+            : run(std::move(of))
+            , size(run->count())
+        {
+        }
+        RunRef(const RunRef& other, double more)
+            : RunRef(other)
+        {
+            shift += more;
+        }
+        int count() const { return size; }
 
-        int count() const { return run->count(); }
+        CoSharedPtr<Run> run;
+        double shift = 0.0;
+        int size; ///< as the run says, which lies elsewhere in memory
     };
     struct Stretch : DM::CoRefCountedMT
     {
