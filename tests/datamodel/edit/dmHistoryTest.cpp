@@ -96,4 +96,25 @@ TEST(History, LimitsDropTheOldest)
     history.setByteLimit(bytes / 2);
     EXPECT_LE(history.bytes(), bytes / 2);
     EXPECT_LT(history.count(), 10U);
+
+    // Branches count, and go first; and with the step that they left.
+    history.setByteLimit(0);
+    history.keepBranches(true);
+    ASSERT_TRUE(history.undo());
+    const std::size_t count = history.count();
+    const std::size_t before = history.bytes();
+    step(history, L"another", 0);
+    EXPECT_EQ(history.branchCount(), 1U);
+    EXPECT_GT(history.bytes(), before);
+    history.setByteLimit(before);
+    EXPECT_EQ(history.branchCount(), 0U);
+    EXPECT_EQ(history.count(), count);
+    history.setByteLimit(0);
+    ASSERT_TRUE(history.undo());
+    step(history, L"a third", 0);
+    EXPECT_EQ(history.branchCount(), 1U);
+    history.setLimit(1);
+    EXPECT_EQ(history.branchCount(), 1U) << "the step that it left is the start now";
+    step(history, L"a fourth", 0);
+    EXPECT_EQ(history.branchCount(), 0U);
 }

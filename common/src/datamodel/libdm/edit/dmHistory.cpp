@@ -37,11 +37,15 @@ void DmHistory::keepLimits()
 {
     const auto isOver = [this]
     { return (_stepLimit > 0 && count() > _stepLimit) || (_byteLimit > 0 && bytes() > _byteLimit); };
+    while (!_branches.empty() && _byteLimit > 0 && bytes() > _byteLimit)
+        _branches.erase(_branches.begin());
     while (_position > 1 && isOver())
     {
         _steps.erase(_steps.begin());
         --_position;
     }
+    std::erase_if(_branches, [this](const Branch& branch)
+                  { return std::ranges::find(_steps, branch.from, &Step::value) == _steps.end(); });
 }
 
 void DmHistory::add(const DmString& name, const DmTimeline& timeline, std::size_t bytes)
@@ -147,6 +151,9 @@ std::size_t DmHistory::bytes() const
     std::size_t sum = 0;
     for (const Step& step : _steps)
         sum += step.bytes;
+    for (const Branch& branch : _branches)
+        for (const Step& step : branch.steps)
+            sum += step.bytes;
     return sum;
 }
 

@@ -52,10 +52,11 @@ public:
     /// Back to the step's start.
     void abandon();
 
-    // Limits: the oldest steps go; 0 is no limit. The step that led to the current timeline stays.
+    // Limits: the oldest branches go, then the oldest steps; 0 is no limit. The step that led to the current timeline
+    // stays. A branch goes with the step that it left, too.
 
     void setLimit(std::size_t steps);
-    /// Of what the steps hold themselves.
+    /// Of what the steps hold themselves, those of branches among them.
     void setByteLimit(std::size_t bytes);
     std::size_t count() const { return _steps.size() - 1; }
     std::size_t position() const { return _position; }
