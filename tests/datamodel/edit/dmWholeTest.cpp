@@ -1,5 +1,6 @@
 // Operations on whole timelines, and many threads on one.
 #include "zrEditCases.h"
+#include "zrFilled.h"
 
 #include "dmHistory.h"
 #include "dmResizeSettings.h"
@@ -62,6 +63,43 @@ TEST(EditWhole, RelinkingChangesASharedInputOnce)
     EXPECT_TRUE(sourceAt(0)->isFrozen());
 }
 
+namespace
+{
+
+/// The properties of a tree whose texts hold a word.
+std::string textsWith(const DmTreeNode& tree, const char* word)
+{
+    class Words final : public DmPropertyWalker
+    {
+    public:
+        explicit Words(const char* word)
+            : _word(word)
+        {
+        }
+        DmWalkStep property(const DmPropertyPath& path) override
+        {
+            DmString text;
+            bool own = false;
+            const eDmPropType type = path.def()._type;
+            const bool isText = type == DM_STRING || type == DM_CDATA
+                                    ? path.owner->getPropertyValue(path.index, type, &text) == DM_NO_ERROR
+                                    : type == DM_VECTOR_STRING && path.owner->getStrFromPropertyValue(
+                                                                      path.index, type, text, &own) == DM_NO_ERROR;
+            if (isText && dmUtf8(text).find(_word) != std::string::npos)
+                found += path.text() + " ";
+            return DmWalkStep::Into;
+        }
+        std::string found;
+
+    private:
+        const char* _word;
+    } words(word);
+    static_cast<void>(dmWalk(tree, words));
+    return words.found;
+}
+
+} // namespace
+
 TEST(EditWhole, RedactingLeavesNoWord)
 {
     const auto root = zrDrawing::tree("AA|BB", "", true);
@@ -90,34 +128,46 @@ TEST(EditWhole, RedactingLeavesNoWord)
     DmEdit edit(DmTimeline::publish(root));
     const std::string before = draw(edit.timeline());
     ASSERT_TRUE(edit.redact().ok());
-    class Words final : public DmPropertyWalker
-    {
-    public:
-        DmWalkStep property(const DmPropertyPath& path) override
-        {
-            DmString text;
-            bool own = false;
-            const eDmPropType type = path.def()._type;
-            if (type == DM_STRING || type == DM_CDATA)
-            {
-                if (path.owner->getPropertyValue(path.index, type, &text) == DM_NO_ERROR &&
-                    dmUtf8(text).find("secret") != std::string::npos)
-                    found += path.text() + " ";
-            }
-            else if (type == DM_VECTOR_STRING &&
-                     path.owner->getStrFromPropertyValue(path.index, type, text, &own) == DM_NO_ERROR &&
-                     dmUtf8(text).find("secret") != std::string::npos)
-                found += path.text() + " ";
-            return DmWalkStep::Into;
-        }
-        std::string found;
-    } words;
-    static_cast<void>(dmWalk(*edit.timeline().tree(), words));
-    EXPECT_EQ(words.found, "");
+    EXPECT_EQ(textsWith(*edit.timeline().tree(), "secret"), "");
     EXPECT_EQ(draw(edit.timeline()).size(), before.size());
     // Links stay links.
     const CoSharedPtr<DmTreeNode> element = edit.timeline().element({0, 0, 0});
     EXPECT_NE(dmUtf8(element->asSegment()->getSegmentId()).find('#'), std::string::npos);
+}
+
+TEST(EditWhole, RedactingReachesEveryTextOfEveryClass)
+{
+    constexpr const char* word = "\xc3\x89t\xc3\xa9"; // of zrTest::fill
+    const auto root = zrDrawing::tree("AA|BB");
+    auto* const layerNode = static_cast<DmLayerNode*>(root->getChild(0)->getChild(0)->getChild(0));
+    int effects = 0;
+    for (const DmString& name : DmPropertyFactory::getInstance().classNames())
+    {
+        SCOPED_TRACE(dmUtf8(name));
+        const DmPropertySetPtr set = zrTest::fresh(name);
+        const CoSharedPtr<DmTreeNode> node = DM::dynamicPointerCast<DmTreeNode>(set);
+        const auto effect = DM::dynamicPointerCast<DmEffectSettings>(set);
+        const auto input = DM::dynamicPointerCast<DmSourceNode::Input>(set);
+        if (!(node && (node->asSegment() || node->asTransition())) && !effect && !input)
+            continue;
+        zrTest::fill(*set);
+        const CoSharedPtr<DmSourceNode> holder = shot('S', 0, 2, {});
+        if (input)
+        {
+            EXPECT_EQ(holder->setSrcInput(input), DM_NO_ERROR);
+        }
+        if (effect && holder->addEffect(effect) != DM_NO_ERROR)
+            continue; // of the other media type, or of transitions
+        effects += effect ? 1 : 0;
+        layerNode->addChild(node ? node : CoSharedPtr<DmTreeNode>(holder));
+    }
+    EXPECT_GT(effects, 30);
+    ASSERT_NE(textsWith(*root, word), "");
+    DmEdit edit(DmTimeline::publish(root));
+    ASSERT_TRUE(edit.redact().ok());
+    EXPECT_EQ(textsWith(*edit.timeline().tree(), word), "");
+    DmEdit again(edit.timeline());
+    ASSERT_TRUE(again.redact().ok()) << "names are redacted to themselves, or to others as meaningless";
 }
 
 TEST(EditWhole, ConformingKeepsLabelsOrTheClock)
@@ -132,6 +182,11 @@ TEST(EditWhole, ConformingKeepsLabelsOrTheClock)
     DmEdit ten(timeline("AAAAAAAAAAAAAAAAAAAAAAAAA|B", "A3/40"));
     ASSERT_TRUE(ten.conform(DM::FCM_24, DmEdit::Conform::Labels).ok());
     EXPECT_EQ(draw(ten.timeline()), std::string(24, 'A') + "|B");
+    // A dissolve of which no frame is left is a cut, a gap of which none is left nothing.
+    DmEdit half(timeline("AAAAA/BBBBB|-|CC", "A3/20 B5/20 C7/20", false, L"50 fps"));
+    ASSERT_TRUE(half.conform(DM::FCM_25, DmEdit::Conform::Clock).ok());
+    EXPECT_EQ(draw(half.timeline()), "AAA|BBB|C");
+    EXPECT_TRUE(DmTreeTool::findViolations(half.timeline().composition(), DM_VALIDATE_ALL).empty());
     DmEdit same(timeline("AAAA"));
     EXPECT_FALSE(same.conform(DM::FCM_NOT_DEFINED, DmEdit::Conform::Labels).ok());
 }

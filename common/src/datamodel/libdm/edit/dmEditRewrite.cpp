@@ -2,6 +2,7 @@
 #include "dmEditImp.h"
 #include "dmRewriteImp.h"
 
+#include "CoNumber.h"
 #include "dmContainerNode.h"
 #include "dmKeyFrame.h"
 #include "dmNesting.h"
@@ -84,9 +85,9 @@ public:
 private:
     static DmString channelText(const DmString& property, const DmString& was)
     {
-        // A parameter's value, unless it is a path.
-        const bool isPath = was.view().find_first_of(L"/\\") != std::wstring_view::npos;
-        return property == DmString(L"value") && isPath ? DmString() : was;
+        // A parameter's value stays where it is a number or a switch; any other may be somebody's word.
+        const bool isParameter = DM::CoNumber::whole(dmUtf8(was)) || isOneOf(was, {L"true", L"false", L"yes", L"no"});
+        return property == DmString(L"value") && !isParameter ? DmString() : was;
     }
 
     DmString text(const DmPropertySet& set, const DmString& property, const DmString& was, bool isEffect)
@@ -105,7 +106,7 @@ private:
                        ? _clips(was)
                    : dynamic_cast<const DmTreeNode*>(&set) ? DmString(L"untitled")
                                                            : DmString();
-        if (isEffect && !isOneOf(property, {L"setup", L"setupFileName", L"comment", L"path", L"text"}))
+        if (isEffect && isOneOf(property, {L"orientationType", L"domCorrectionType"}))
             return was; // a parameter
         return {};
     }
@@ -587,6 +588,7 @@ DmStatus DmEdit::conform(DM::FrameCodeModes fcm, Conform keep)
                     DmTimelineValue::Layer* const layer = _imp->draft.value.layer({t, l});
                     if (!layer)
                         continue;
+                    DmLane lane = _imp->lane(DmLayerPlace{t, l});
                     std::vector<DmRuns::Node> nodes;
                     layer->runs.forEach(0, layer->runs.count(),
                                         [&](const DmRuns::Element& element)
@@ -598,6 +600,9 @@ DmStatus DmEdit::conform(DM::FrameCodeModes fcm, Conform keep)
                                             {
                                                 dmStandAt(*copy, element.recIn());
                                                 conform(*copy);
+                                                if (const DmTransitionNode* const transition = dmTransition(copy.get());
+                                                    transition && transition->getRecLength() <= dmEditTolerance)
+                                                    copy = lane.makeCut(transition->getRecIn());
                                                 copy->freeze();
                                             }
                                             nodes.push_back(std::move(copy));
@@ -609,6 +614,9 @@ DmStatus DmEdit::conform(DM::FrameCodeModes fcm, Conform keep)
                     layer->bare = conformed(*layer->bare, to);
                     layer->runs = DmRuns(std::move(nodes));
                     _imp->draft.value.enter(*layer);
+                    for (int i = lane.count(); i-- > 0;)
+                        if (lane.isGap(i) && lane.length(i) <= dmEditTolerance)
+                            lane.tidy(i);
                 }
             const CoSharedPtr<DmCompositionNode> composition = _imp->ownComposition();
             conformTimes(*composition, to);
