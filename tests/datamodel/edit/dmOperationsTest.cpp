@@ -10,6 +10,7 @@
 #include "tuFcm.h"
 
 #include <fstream>
+#include <set>
 
 using namespace zrEditCases;
 
@@ -19,7 +20,7 @@ namespace
 struct Row
 {
     int line;
-    std::string before, materials, operation, expected;
+    std::string before, materials, operation, expected, positions;
     std::vector<std::string> arguments;
     DmEditOptions options;
 };
@@ -29,7 +30,8 @@ std::vector<Row> rows()
     const std::pair<const char*, void (*)(DmEditOptions&)> options[] = {
         {"[clamp]", [](DmEditOptions& o) { o.clamp = true; }},
         {"[shortened]", [](DmEditOptions& o) { o.atTransition = DmAtTransition::Shortened; }},
-        {"[insert]", [](DmEditOptions& o) { o.insert = true; }},
+        {"[keep-frames]", [](DmEditOptions& o) { o.keepFrames = true; }},
+        {"[ripple]", [](DmEditOptions& o) { o.ripple = true; }},
     };
     std::ifstream file(ZR_OPERATIONS);
     std::vector<Row> all;
@@ -60,6 +62,9 @@ std::vector<Row> rows()
                 set(row.options);
                 row.expected.erase(0, row.expected.find_first_not_of(' ', row.expected.find(' ')));
             }
+        const std::size_t plays = row.expected.find(" ; ");
+        row.positions = plays == std::string::npos ? "" : row.expected.substr(plays + 3);
+        row.expected.erase(std::min(row.expected.size(), row.expected.find_last_not_of(' ', plays) + 1));
         all.push_back(row);
     }
     return all;
@@ -174,10 +179,15 @@ void check(const Row& row, const Variant& variant)
     {
         EXPECT_EQ(draw(after), row.expected);
     }
+    if (variant.speed == 1.0 && !row.positions.empty())
+    {
+        EXPECT_EQ(positions(after), row.positions);
+    }
     const double rate = DM::FcmUtil::getDoubleFPS(DM::FCM_25) /
                         DM::FcmUtil::getDoubleFPS(dmFcmFromText(before.composition()->getFCM()));
     const bool isWhole = std::floor(with.time) == with.time && std::floor(with.amount) == with.amount;
-    if (isWhole && row.options.atTransition == DmAtTransition::Cut) // the model's transitions keep their length or go
+    // The model's transitions keep their length or go, and its segments keep theirs.
+    if (isWhole && row.options.atTransition == DmAtTransition::Cut && !row.options.keepFrames)
     {
         EXPECT_EQ(zrRandomEdits::Law(*operation, with, before, rate).broken(edit, false), "");
     }
@@ -214,6 +224,18 @@ TEST(EditOperations, AreRightBesideEveryNeighbourAtEverySpeed)
             SCOPED_TRACE("line " + std::to_string(row.line) + ": " + row.operation + ", " + variant.name);
             check(row, variant);
         }
+}
+
+TEST(EditOperations, AreAllTriedBesideEveryNeighbour)
+{
+    std::map<std::string, std::set<std::string>> tried;
+    for (const Row& row : rows())
+        if (row.materials.empty())
+            tried[row.before].insert(row.operation);
+    EXPECT_EQ(tried.size(), 12U);
+    for (const auto& [drawing, operations] : tried)
+        for (const zrOperations::Operation& each : zrOperations::all)
+            EXPECT_TRUE(operations.contains(each.name)) << each.name << " on " << drawing;
 }
 
 TEST(EditOperations, AreRightInEveryMode)

@@ -1,7 +1,9 @@
 // Timelines as values: what publishing makes constant, what versions share, and how a place is found again.
 #include "zrDrawing.h"
 
+#include "dmBlobNode.h"
 #include "dmEdit.h"
+#include "dmResizeSettings.h"
 #include "dmTreeTool.h"
 #include "dmUtf8.h"
 
@@ -202,6 +204,74 @@ TEST(Timeline, ElementsAreMadeOnceARunWhenTheyAreAskedFor)
     EXPECT_EQ(copy->removeChild(3998), 3998);
     EXPECT_EQ(copy->removeChild(3997), 3997);
     EXPECT_EQ(layer->getNbChildren(), 3999);
+}
+
+TEST(Timeline, WhatAnEditCopiesKeepsAllButListeners)
+{
+    const auto root = zrDrawing::tree("AAAA|BBBB|CC", "B5", true);
+    auto* const layer = static_cast<DmLayerNode*>(root->getChild(0)->getChild(0)->getChild(0));
+    auto* const source = static_cast<DmSourceNode*>(layer->getChild(2));
+    const auto blob = DmBlobNode::create();
+    ASSERT_EQ(blob->setBlobType(L"host 1"), DM_NO_ERROR);
+    const auto effect = DmResizeSettings::create();
+    const auto channel = effect->getChannelByName(L"scale_x");
+    ASSERT_EQ(channel->setVersion(2), DM_NO_ERROR);
+    ASSERT_EQ(channel->setExtrapolation(DmAnimationChannel::ExtrapolationType(3)), DM_NO_ERROR);
+    for (const eDmErrorId status :
+         {source->setComment(L"the good one"), source->setBaseBlob(blob), source->addSegmentPreviousId(L"old"),
+          source->addEffect(effect), layer->addCueMark(DmCueMark::create()), layer->setComment(L"of the layer")})
+        ASSERT_EQ(status, DM_NO_ERROR);
+    const DmTimeline before = DmTimeline::publish(root);
+    DmEdit edit(before);
+    ASSERT_TRUE(edit.slip({0, 0, 2}, 1).ok());
+    ASSERT_TRUE(edit.rippleTrim({0, 0, 0}, DM_TAIL, -1).ok()); // makes B anew at its time, and the layer
+    const CoSharedPtr<DmTreeNode> was = before.element({0, 0, 2});
+    const CoSharedPtr<DmTreeNode> is = edit.timeline().element({0, 0, 2});
+    ASSERT_NE(was, is);
+    EXPECT_EQ(is->getComment(), L"the good one");
+    EXPECT_TRUE(is->getNodeId() == was->getNodeId());
+    const auto& segment = *is->asSegment();
+    EXPECT_EQ(segment.getSegmentId(), L"B#T0");
+    EXPECT_EQ(segment.getSegmentPreviousIds().size(), 1U) << "its id is its own still";
+    const auto* const kept = dynamic_cast<const DmBlobNode*>(segment.getBaseBlob());
+    ASSERT_NE(kept, nullptr);
+    EXPECT_EQ(kept->getBlobType(), L"host 1");
+    const auto curve = segment.getEffects().at(0)->getExistingChannelByName(L"scale_x");
+    EXPECT_EQ(curve->getVersion(), 2);
+    EXPECT_EQ(curve->getExtrapolation(), 3);
+    EXPECT_EQ(curve->getName(), channel->getName());
+    const auto* const layerNow =
+        static_cast<const DmLayerNode*>(edit.timeline().composition()->getChild(0)->getChild(0));
+    EXPECT_EQ(layerNow->getCueMarks().count(), 1);
+    EXPECT_EQ(layerNow->getComment(), L"of the layer");
+}
+
+TEST(Timeline, TimesAreWhatWasStoredPlusTheShift)
+{
+    // A hole, an overlap, fractions, a time that is not set: none of an edit's business, and kept.
+    const auto root = zrDrawing::tree("AAAA|BBBB|CCCC|DDDD|EEEE");
+    DmTreeNode* const layer = root->getChild(0)->getChild(0)->getChild(0);
+    const double times[] = {10.1, 11.3, dmNoTime};
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(layer->getChild(4 + 2 * i)->asSegment()->setRecIn(times[i]), DM_NO_ERROR);
+    const DmTimeline before = DmTimeline::publish(root);
+    DmEdit edit(before);
+    ASSERT_TRUE(edit.insert({0, 0}, 0, zrDrawing::shot('X', 0, 5, {})).ok());
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(edit.timeline().element({0, 0, 6 + 2 * i})->asSegment()->getRecIn(), i < 2 ? times[i] + 5 : dmNoTime);
+    EXPECT_EQ(edit.timeline().element({0, 0, 4})->asSegment()->getRecIn(), 9);
+    ASSERT_TRUE(edit.extract({0, 0}, 0, 5).ok());
+    std::string difference;
+    EXPECT_TRUE(DmTreeTool::areEqual(edit.timeline().composition()->getChild(0)->getChild(0)->getChild(8),
+                                     layer->getChild(8), &difference))
+        << difference;
+    for (int i = 0; i < 9; ++i)
+        EXPECT_EQ(edit.timeline().storedElement({0, 0, i}), before.storedElement({0, 0, i})) << i;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(edit.timeline().element({0, 0, 4 + 2 * i})->asSegment()->getRecIn(), times[i]) << "to the bit";
+    EXPECT_FALSE(edit.split({0, 0}, 9).ok()) << "in the hole";
+    EXPECT_FALSE(edit.slip({0, 0, 4}, 1).ok()) << "beside it";
+    EXPECT_TRUE(edit.slip({0, 0, 0}, 1).ok()) << "far from it";
 }
 
 /// Against a plain list of what every version should hold.

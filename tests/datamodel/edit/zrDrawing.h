@@ -91,7 +91,7 @@ inline CoSharedPtr<DmLayerNode> layerOf(const std::string& line, const std::map<
         std::size_t end = i;
         while (end < line.size() && line[end] == c)
             ++end;
-        const auto length = static_cast<double>(end - i);
+        const double length = c == '(' || c == '.' ? 0.0 : static_cast<double>(end - i);
         CoSharedPtr<DmTreeNode> node;
         if (c == '(')
         {
@@ -123,7 +123,7 @@ inline CoSharedPtr<DmLayerNode> layerOf(const std::string& line, const std::map<
                                             materialOf(static_cast<char>(last->getName().c_str()[0])).length},
                                            type)));
         }
-        else if (c == '-' || c == ' ')
+        else if (c == '-' || c == ' ' || c == '.')
             node = DmGapNode::create(type, 0.0, length);
         else if (std::isalpha(static_cast<unsigned char>(c)))
         {
@@ -139,7 +139,7 @@ inline CoSharedPtr<DmLayerNode> layerOf(const std::string& line, const std::map<
         if (node)
         {
             static_cast<void>(builder.append(node));
-            time += c == '(' ? 0.0 : length;
+            time += length;
         }
         i = end;
     }

@@ -4,6 +4,9 @@
 #include "zrDrawing.h"
 
 #include "dmEdit.h"
+#include "dmResizeSettings.h"
+#include "dmUtf8.h"
+#include "dmWipeSettings.h"
 
 #include <algorithm>
 
@@ -54,7 +57,7 @@ struct Operation
     const char* name;
     const char* arguments; ///< e: an element, s: a seam, t: a time, n: an amount
     DmStatus (*run)(DmEdit& edit, const Arguments& with);
-    Reach (*reach)(const Before& before);
+    Reach (*reach)(const Before& before); ///< null: the whole layer
     /// Of those that ripple: where the time that others open or close begins; else dmNoTime.
     double (*ripplesAt)(const Before& before, double shift) = nullptr;
     bool isLength = false; ///< the amount is a length: 1 or more
@@ -70,6 +73,11 @@ inline CoSharedPtr<DmSegmentNode> fresh(const DmEdit& edit, const Arguments& wit
     const DmTimeline timeline = edit.timeline();
     const DmLayerNode* const layer = timeline.layer(with.layer());
     return fresh(with.amount, layer ? layer->getMediaType() : DM_MEDIA_VIDEO);
+}
+
+inline Reach changesNoFrame(const Before& before)
+{
+    return {before.end(), before.end(), 0.0};
 }
 
 inline const Operation all[] = {
@@ -162,14 +170,33 @@ inline const Operation all[] = {
      [](const Before& b) { return b.around(1, 1); }},
     {"reverse", "e", [](DmEdit& e, const Arguments& a) { return e.reverse(a.element); },
      [](const Before& b) { return b.around(1, 1); }},
-    {"mute", "e", [](DmEdit& e, const Arguments& a) { return e.mute(a.element, true); },
-     [](const Before& b) {
-         return Reach{b.end(), b.end(), 0.0};
-     }},
-    {"drop-transitions", "", [](DmEdit& e, const Arguments&) { return e.dropTransitions(); },
-     [](const Before& b) {
-         return Reach{b.end(), b.end(), 0.0};
-     }},
+    {"mute", "e", [](DmEdit& e, const Arguments& a) { return e.mute(a.element, true); }, changesNoFrame},
+    {"drop-transitions", "", [](DmEdit& e, const Arguments&) { return e.dropTransitions(); }, changesNoFrame},
+    {"wipe", "sn",
+     [](DmEdit& e, const Arguments& a)
+     { return e.transition(a.element, a.amount, DM_BEGINS_AT_CUT, DmWipeSettings::create()); },
+     [](const Before& b) { return b.around(2, 2); }, nullptr, true},
+    {"rename", "e",
+     [](DmEdit& e, const Arguments& a)
+     {
+         const DmTreeNode* const node = e.timeline().storedElement(a.element);
+         return e.rename(a.element, DmString(((node ? dmUtf8(node->getName()) : "") + " again").c_str()));
+     },
+     changesNoFrame},
+    {"mark", "e", [](DmEdit& e, const Arguments& a) { return e.addMark(a.element, DmCueMark::create()); },
+     changesNoFrame},
+    {"effect", "e", [](DmEdit& e, const Arguments& a) { return e.addEffect(a.element, DmResizeSettings::create()); },
+     changesNoFrame},
+    {"move-insert", "et",
+     [](DmEdit& e, const Arguments& a)
+     {
+         e.options().insert = true;
+         return e.move(a.element, a.layer(), a.time);
+     },
+     nullptr},
+    {"range", "tn", [](DmEdit& e, const Arguments& a) { return e.trimToRange(a.time, a.time + a.amount); }, nullptr,
+     nullptr, true},
+    {"drop-effects", "", [](DmEdit& e, const Arguments&) { return e.dropEffects(); }, changesNoFrame},
 };
 
 } // namespace zrOperations

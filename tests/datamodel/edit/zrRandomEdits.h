@@ -90,6 +90,8 @@ public:
         if (const std::string drawing = zrDrawing::draw(after); drawing.find('?') != std::string::npos)
             return std::string(_operation.name) + " makes a hole or an overlap of\n" + zrDrawing::draw(_before) + "\n" +
                    drawing;
+        if (!_operation.reach)
+            return {};
         const zrOperations::Before before{_before, _with};
         zrOperations::Reach reach = _operation.reach(before);
         if (edit.options().clamp) // by as much as there was
