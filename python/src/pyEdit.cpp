@@ -119,9 +119,24 @@ double optionalTime(const Target& self, const py::object& time)
     return time.is_none() ? dmNoTime : self.time(time);
 }
 
-double optionalFrames(const py::object& frames)
+DmEditTime optionalPosition(const py::object& position)
 {
-    return frames.is_none() ? dmNoTime : toFrames(frames, DM::FCM_NOT_DEFINED);
+    if (position.is_none())
+        return dmNoTime;
+    if (PyUnicode_Check(position.ptr()))
+        return dmUtf8(toText(position, "a label"));
+    return toFrames(position, DM::FCM_NOT_DEFINED);
+}
+
+/// Frames; or a text: a length in labels, or "@" and the label to go to.
+DmEditAmount amountOf(const py::object& amount)
+{
+    if (PyUnicode_Check(amount.ptr()))
+        return dmUtf8(toText(amount, "an amount"));
+    const double frames = PyFloat_AsDouble(amount.ptr());
+    if (PyErr_Occurred())
+        throw py::error_already_set();
+    return frames;
 }
 
 using Object = const py::object&;
@@ -214,17 +229,18 @@ void addOperations(py::class_<Target>& type)
                 const DmLayerPlace place = self.layer(layer);
                 const auto with = requireOf<DmSegmentNode>(material, "a segment");
                 const double in = optionalTime(self, recordIn), out = optionalTime(self, recordOut);
-                const double from = optionalFrames(sourceIn), to = optionalFrames(sourceOut);
+                const DmEditTime from = optionalPosition(sourceIn), to = optionalPosition(sourceOut);
                 return self.apply(optionsOf(options),
                                   [=](DmEdit& edit) { return edit.fill(place, with, in, out, from, to); });
             },
             py::arg("layer"), py::arg("material"), py::arg("record_in") = py::none(),
             py::arg("record_out") = py::none(), py::arg("source_in") = py::none(), py::arg("source_out") = py::none(),
-            "Three- and four-point editing; source times are frames of the material.")
+            "Three- and four-point editing; source times are frames of the material, or its labels.")
         .def(
             "transition",
-            [](Target& self, Object seam, double length, const std::string& alignment, Object effect, Keywords options)
+            [](Target& self, Object seam, Object wanted, const std::string& alignment, Object effect, Keywords options)
             {
+                const DmEditAmount length = amountOf(wanted);
                 const DmElementPlace at = self.place(seam);
                 const eDmSeamAlignment where = alignmentOf(alignment);
                 CoSharedPtr<DmEffectSettings> settings;
@@ -240,35 +256,36 @@ void addOperations(py::class_<Target>& type)
     struct Moving
     {
         const char* name;
-        DmStatus (DmEdit::*how)(const DmElementPlace&, double);
+        DmStatus (DmEdit::*how)(const DmElementPlace&, const DmEditAmount&);
         const char* doc;
     };
     for (const Moving& each :
          {Moving{"roll", &DmEdit::roll, "The seam moves."},
           Moving{"slip", &DmEdit::slip, "The material moves under the segment: later frames play."},
-          Moving{"slide", &DmEdit::slide, "The segment moves between its neighbours."},
-          Moving{"speed", &DmEdit::speed, "1 is normal, negative backwards."}})
+          Moving{"slide", &DmEdit::slide, "The segment moves between its neighbours."}})
         type.def(
             each.name,
-            [how = each.how](Target& self, Object element, double by, Keywords options)
+            [how = each.how](Target& self, Object element, Object amount, Keywords options)
             {
                 const DmElementPlace place = self.place(element);
+                const DmEditAmount by = amountOf(amount);
                 return self.apply(optionsOf(options), [=](DmEdit& edit) { return (edit.*how)(place, by); });
             },
             py::arg("element"), py::arg("by"), each.doc);
     struct Trimming
     {
         const char* name;
-        DmStatus (DmEdit::*how)(const DmElementPlace&, eDmEdge, double);
+        DmStatus (DmEdit::*how)(const DmElementPlace&, eDmEdge, const DmEditAmount&);
         const char* doc;
     };
     for (const Trimming& each : {Trimming{"trim", &DmEdit::trim, "Moves an edge: opens a gap, or grows into one."},
                                  Trimming{"ripple_trim", &DmEdit::rippleTrim, "Moves an edge and all behind it."}})
         type.def(
             each.name,
-            [how = each.how](Target& self, Object element, const std::string& edge, double by, Keywords options)
+            [how = each.how](Target& self, Object element, const std::string& edge, Object amount, Keywords options)
             {
                 const DmElementPlace place = self.place(element);
+                const DmEditAmount by = amountOf(amount);
                 const eDmEdge which = edgeOf(edge);
                 return self.apply(optionsOf(options), [=](DmEdit& edit) { return (edit.*how)(place, which, by); });
             },
@@ -292,6 +309,14 @@ void addOperations(py::class_<Target>& type)
                 return self.apply(optionsOf(options), [=](DmEdit& edit) { return (edit.*how)(place); });
             },
             py::arg("element"), each.doc);
+    type.def(
+        "speed",
+        [](Target& self, Object element, double speed, Keywords options)
+        {
+            const DmElementPlace place = self.place(element);
+            return self.apply(optionsOf(options), [=](DmEdit& edit) { return edit.speed(place, speed); });
+        },
+        py::arg("element"), py::arg("by"), "1 is normal, negative backwards.");
     type.def(
         "freeze",
         [](Target& self, Object element, Object time, Keywords options)

@@ -74,6 +74,7 @@ def test_operations_take_labels_places_and_nodes(timeline):
         e.split("V1", "10:00:05:00")
         e.split((0, 0), 130)
         e.slip(e.segments(track="V1", at=100)[0], 2)
+        e.slip(e.segments(track="V1", at=100)[0], "-00:00:00:02")
         e.lift("V1", "10:00:20:00", zrdmtree.Time("10:00:21:00", "25 fps"))
         e.insert("V1", 0, zrdmtree.DmGapNode(mediaType=1, recLength=25))
     names = [each[0] for each in pictures(e.result)]
@@ -88,6 +89,9 @@ REFUSED = [
     (lambda e: e.trim(None, "tail", 1), TypeError),
     (lambda e: e.trim((0, 0, 0), "tail", None), TypeError),
     (lambda e: e.trim((0, 0, 0), "tail", float("nan")), DmError),
+    (lambda e: e.trim((0, 0, 0), "tail", "00:00:61:00"), DmError),
+    (lambda e: e.trim((0, 0, 0), "tail", "@10:00:99:00"), DmError),
+    (lambda e: e.slip((0, 0, 0), "@10:00:05:00"), DmError),
     (lambda e: e.trim((0, 0, 0), "head", 5, nonsense=True), TypeError),
     (lambda e: e.trim((0, 0, 0), "head", 5, clamp=1), TypeError),
     (lambda e: e.trim(zrdmtree.DmGapNode(), "tail", 1), DmError),

@@ -3,6 +3,7 @@
 #include "zrTempDir.h"
 
 #include "dmContainerNode.h"
+#include "dmGapNode.h"
 #include "dmLayerBuilder.h"
 #include "dmRoot.h"
 #include "dmSourceInput.h"
@@ -13,6 +14,7 @@
 #include <cctype>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 namespace
 {
@@ -28,6 +30,30 @@ std::string textOf(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+CoSharedPtr<DmCompositionNode> made(const wchar_t* name, const std::vector<CoSharedPtr<DmLayerNode>>& layers,
+                                    double length)
+{
+    const auto composition = DmCompositionNode::create(name, L"25 fps", nullptr);
+    int numbers[3] = {};
+    for (const CoSharedPtr<DmLayerNode>& layer : layers)
+    {
+        const auto track = DmTrackNode::create(++numbers[layer->getMediaType()], layer->getMediaType());
+        track->addChild(layer);
+        composition->addChild(track);
+    }
+    EXPECT_EQ(composition->setCompLength(length), DM_NO_ERROR);
+    return composition;
+}
+
+CoSharedPtr<DmLayerNode> filled(const std::vector<CoSharedPtr<DmTreeNode>>& nodes,
+                                eDmTreeMediaType type = DM_MEDIA_VIDEO)
+{
+    DmLayerBuilder builder(0, type);
+    for (const auto& node : nodes)
+        EXPECT_EQ(builder.append(node), DM_NO_ERROR);
+    return builder.finish();
 }
 
 void replaceAll(std::string& text, const std::string& from, const std::string& to)
@@ -106,31 +132,15 @@ TEST(DmtreeEdit, EditsInsideContainers)
     const ZrTempDir dir;
     const std::string in = dir.path("in.json");
     const auto root = DmRoot::create();
-    const auto made = [](const wchar_t* name, const CoSharedPtr<DmLayerNode>& layer, double length)
-    {
-        const auto composition = DmCompositionNode::create(name, L"25 fps", nullptr);
-        const auto track = DmTrackNode::create(1, DM_MEDIA_VIDEO);
-        track->addChild(layer);
-        composition->addChild(track);
-        EXPECT_EQ(composition->setCompLength(length), DM_NO_ERROR);
-        return composition;
-    };
-    const auto filled = [](const std::vector<CoSharedPtr<DmTreeNode>>& nodes)
-    {
-        DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
-        for (const auto& node : nodes)
-            EXPECT_EQ(builder.append(node), DM_NO_ERROR);
-        return builder.finish();
-    };
     const auto black = [](double length)
     {
         return DmSourceNode::create(DmSourceNode::GeneratedInput::create(L"INPUT_BLACK", length, DM_MEDIA_VIDEO), 0.0,
                                     length, 0.0, false, false);
     };
-    const auto inner = made(L"inner", filled({black(25), black(25)}), 50);
+    const auto inner = made(L"inner", {filled({black(25), black(25)})}, 50);
     root->addChild(made(L"cut",
-                        filled({DmContainerNode::create(inner, DM_MEDIA_VIDEO, 0, 50),
-                                DmContainerNode::create(inner, DM_MEDIA_VIDEO, 0, 50)}),
+                        {filled({DmContainerNode::create(inner, DM_MEDIA_VIDEO, 0, 50),
+                                 DmContainerNode::create(inner, DM_MEDIA_VIDEO, 0, 50)})},
                         100));
     ASSERT_TRUE(DmTreeJsonBuilder::generate(root.get(), in.c_str()).ok());
 
@@ -252,4 +262,83 @@ TEST(DmtreeEdit, RedactingLeavesNoOldWordInAnyFormat)
             const std::size_t at = words.find("secret");
             EXPECT_EQ(at, std::string::npos) << words.substr(at < 60 ? 0 : at - 60, 140);
         }
+}
+
+namespace
+{
+
+/// From 01:00:00:00 on: shots at 0, 4 and 8 seconds, a container at 2; a title above, and sound with a gap from 2 to 6.
+CoSharedPtr<DmRoot> cutOfTheHelp()
+{
+    const auto shot = [](double length, eDmTreeMediaType type = DM_MEDIA_VIDEO) -> CoSharedPtr<DmTreeNode>
+    {
+        const auto info = DmSourceInfo::create();
+        EXPECT_EQ(info->setPath(L"/mnt/old/A001C003.mov"), DM_NO_ERROR);
+        EXPECT_EQ(info->setReelName(L"TAPE01"), DM_NO_ERROR);
+        const auto input = DmSourceNode::MediaInput::create(500, 0, info, L"25 fps", type, true);
+        EXPECT_EQ(input->setName(L"A001C003"), DM_NO_ERROR);
+        return DmSourceNode::create(input, 0, length, 100, false, false);
+    };
+    const auto gap = [](double length, eDmTreeMediaType type = DM_MEDIA_VIDEO) -> CoSharedPtr<DmTreeNode>
+    { return DmGapNode::create(type, 0, length); };
+    const auto inner = made(L"inner", {filled({shot(100), shot(100)})}, 200);
+    const auto cut =
+        made(L"cut",
+             {filled({shot(50), DmContainerNode::create(inner, DM_MEDIA_VIDEO, 0, 50, 50), shot(100), shot(100)}),
+              filled({gap(125), shot(25), gap(150)}),
+              filled({shot(50, DM_MEDIA_AUDIO), gap(100, DM_MEDIA_AUDIO), shot(150, DM_MEDIA_AUDIO)}, DM_MEDIA_AUDIO)},
+             300);
+    EXPECT_EQ(cut->setStartTC(90000, L"25 fps"), DM_NO_ERROR);
+    const auto root = DmRoot::create();
+    root->addChild(cut);
+    return root;
+}
+
+} // namespace
+
+TEST(DmtreeEdit, EveryExampleOfTheHelpCanBeDone)
+{
+    const ZrTempDir dir;
+    const std::string in = dir.path("in.json");
+    ASSERT_TRUE(DmTreeJsonBuilder::generate(cutOfTheHelp().get(), in.c_str()).ok());
+    // What some of them go on from.
+    const std::pair<const char*, const char*> before[] = {{"join", "split V1@01:00:02:12"},
+                                                          {"cut", "dissolve V1@01:00:04:00 12"},
+                                                          {"drop-effect", "effect V1@01:00:02:00 DmResizeSettings"},
+                                                          {"key", "effect V1@01:00:02:00 DmResizeSettings"}};
+    std::istringstream help(zrTest::runDmtree({"edit", "--help"}).out);
+    int tried = 0;
+    bool isList = false;
+    for (std::string line; std::getline(help, line);)
+    {
+        isList = isList || line.starts_with("Operations, each with an example");
+        const std::size_t column = line.find_last_not_of(' ');
+        if (!isList || !line.starts_with("  ") || column == std::string::npos)
+            continue;
+        if (line.starts_with("  dmtree")) // of whole commands, with files of their own
+            break;
+        // Behind the widest of what the operations want; an example of "inside" stands in a line of its own.
+        std::string example = line.substr(line.find_first_not_of(' '));
+        const std::string name = example.substr(0, example.find(' '));
+        if (line.starts_with("  inside"))
+            continue;
+        if (!line.starts_with("    "))
+        {
+            const std::size_t at = example.rfind("  " + name);
+            ASSERT_NE(at, std::string::npos) << line;
+            example.erase(0, at + 2);
+        }
+        for (const char* const other : {"reel2.json", "titles.json"})
+            replaceAll(example, other, in);
+        std::string script;
+        for (const auto& [operation, first] : before)
+            if (name == operation)
+                script = std::string(first) + "\n";
+        std::ofstream(dir.path("script.txt")) << script << example << '\n';
+        SCOPED_TRACE(example);
+        check({{"edit", in, "-o", dir.path("out.json"), "--script", dir.path("script.txt")}, 0, "", "..."});
+        check({{"check", "--all", dir.path("out.json")}, 0, "..."});
+        ++tried;
+    }
+    EXPECT_GT(tried, 40);
 }

@@ -77,32 +77,30 @@ public:
         return read;
     }
 
-    /// "12" and "-12" are frames, "@LABEL" is what leads from `from` to that time.
-    double amount(const std::string& word, double from) const
-    {
-        if (word.starts_with('@'))
-            return time(word.substr(1)) - from;
-        return number(word);
-    }
     static double number(const std::string& word)
     {
         const std::optional<double> value = DM::CoNumber::whole(word.starts_with('+') ? word.substr(1) : word);
         return value ? *value : throw std::runtime_error(word + ": no number");
     }
 
-    int track(const std::string& name) const
+    std::optional<int> findTrack(const std::string& name) const
     {
         const DmTimeline timeline = now();
         DmString wide;
         static_cast<void>(dmFromUtf8(name, wide));
         for (int t = 0; t < timeline.trackCount(); ++t)
-            if (timeline.track(t) && timeline.track(t)->getName() == wide)
+            if (timeline.track(t) && !wide.empty() && timeline.track(t)->getName() == wide)
                 return t;
         for (int t = 0; t < timeline.trackCount(); ++t)
             if (const DmTrackNode* const node = timeline.track(t))
                 if ((node->getMediaType() == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(node->getTrackNum()) == name)
                     return t;
-        throw std::runtime_error(name + ": no such track");
+        return {};
+    }
+    int track(const std::string& name) const
+    {
+        const std::optional<int> found = findTrack(name);
+        return found ? *found : throw std::runtime_error(name + ": no such track");
     }
     std::vector<int> tracks(const std::string& names) const
     {
@@ -118,7 +116,7 @@ public:
     {
         const DmTimeline timeline = now();
         const std::size_t dot = name.rfind('.');
-        if (dot != std::string::npos)
+        if (dot != std::string::npos && !findTrack(name))
         {
             const int number = static_cast<int>(Room::number(name.substr(dot + 1)));
             const DmLayerPlace place{track(name.substr(0, dot)), number - 1};
@@ -214,8 +212,7 @@ DmStatus trimmed(const Room& room, const Words& words, bool ripple)
     if (words[1] != "head" && words[1] != "tail")
         throw std::runtime_error(words[1] + ": neither head nor tail");
     const eDmEdge edge = words[1] == "head" ? DM_HEAD : DM_TAIL;
-    const double by = room.amount(words[2], edge == DM_HEAD ? room.now().recIn(place) : room.now().recOut(place));
-    return ripple ? room.edit().rippleTrim(place, edge, by) : room.edit().trim(place, edge, by);
+    return ripple ? room.edit().rippleTrim(place, edge, words[2]) : room.edit().trim(place, edge, words[2]);
 }
 
 /// TRACK@IN OUT
@@ -223,7 +220,7 @@ template <class Do>
 DmStatus onRange(const Room& room, const Words& words, Do&& operation)
 {
     const Room::At from = room.at(words[0]);
-    return operation(from.layer, from.time, room.time(words[1]));
+    return operation(from.layer, from.time, words[1]);
 }
 
 DmStatus onSeam(const Room& room, const Words& words, const CoSharedPtr<DmEffectSettings>& effect)
@@ -233,7 +230,7 @@ DmStatus onSeam(const Room& room, const Words& words, const CoSharedPtr<DmEffect
     const std::string word = words.size() > 2 ? words[2] : "begins";
     for (const auto& [name, alignment] : alignments)
         if (word == name)
-            return room.edit().transition(room.seam(words[0]), Room::number(words[1]), alignment, effect);
+            return room.edit().transition(room.seam(words[0]), words[1], alignment, effect);
     throw std::runtime_error(word + ": neither begins, centred nor ends");
 }
 
@@ -282,11 +279,11 @@ const Operation operations[] = {
      {
          return w.size() == 1
                     ? r.edit().liftSegment(r.segment(w[0]))
-                    : onRange(r, w, [&](auto layer, double in, double out) { return r.edit().lift(layer, in, out); });
+                    : onRange(r, w, [&](auto layer, double in, auto& out) { return r.edit().lift(layer, in, out); });
      }},
     {"extract", 2, 2, "AT OUT", "extract V1@01:00:02:00 01:00:03:00",
      [](const Room& r, const Words& w)
-     { return onRange(r, w, [&](auto layer, double in, double out) { return r.edit().extract(layer, in, out); }); }},
+     { return onRange(r, w, [&](auto layer, double in, auto& out) { return r.edit().extract(layer, in, out); }); }},
     {"remove", 1, 1, "SEGMENT", "remove V1@01:00:02:00",
      [](const Room& r, const Words& w) { return r.edit().extractSegment(r.segment(w[0])); }},
     {"trim", 3, 3, "SEGMENT head|tail AMOUNT", "trim V1@01:00:02:00 tail -6",
@@ -294,19 +291,11 @@ const Operation operations[] = {
     {"ripple", 3, 3, "SEGMENT head|tail AMOUNT", "ripple V1@01:00:02:00 tail @01:00:03:12",
      [](const Room& r, const Words& w) { return trimmed(r, w, true); }},
     {"roll", 2, 2, "SEAM AMOUNT", "roll V1@01:00:04:00 +3",
-     [](const Room& r, const Words& w)
-     {
-         const DmElementPlace seam = r.seam(w[0]);
-         return r.edit().roll(seam, r.amount(w[1], r.now().recIn(seam)));
-     }},
+     [](const Room& r, const Words& w) { return r.edit().roll(r.seam(w[0]), w[1]); }},
     {"slip", 2, 2, "SEGMENT AMOUNT", "slip V1@01:00:02:00 -10",
-     [](const Room& r, const Words& w) { return r.edit().slip(r.segment(w[0]), Room::number(w[1])); }},
+     [](const Room& r, const Words& w) { return r.edit().slip(r.segment(w[0]), w[1]); }},
     {"slide", 2, 2, "SEGMENT AMOUNT", "slide V1@01:00:02:00 +5",
-     [](const Room& r, const Words& w)
-     {
-         const DmElementPlace place = r.segment(w[0]);
-         return r.edit().slide(place, r.amount(w[1], r.now().recIn(place)));
-     }},
+     [](const Room& r, const Words& w) { return r.edit().slide(r.segment(w[0]), w[1]); }},
     {"split", 1, 1, "AT", "split V1@01:00:02:12",
      [](const Room& r, const Words& w)
      {
@@ -333,8 +322,13 @@ const Operation operations[] = {
      [](const Room& r, const Words& w)
      {
          const Room::At at = r.at(w[0]);
-         const auto position = [&](std::size_t word)
-         { return w.size() > word && w[word] != "-" ? Room::number(w[word]) : dmNoTime; };
+         const auto position = [&](std::size_t word) -> DmEditTime
+         {
+             if (w.size() <= word || w[word] == "-")
+                 return dmNoTime;
+             const std::optional<double> frames = DM::CoNumber::whole(w[word]);
+             return frames ? DmEditTime(*frames) : DmEditTime(w[word]);
+         };
          return r.edit().fill(at.layer, r.material(w[2], at.layer), at.time, r.time(w[1]), position(3), position(4));
      }},
     {"dissolve", 2, 3, "SEAM LENGTH [begins|centred|ends]", "dissolve V1@01:00:04:00 12 centred",
@@ -368,8 +362,10 @@ const Operation operations[] = {
          // A segment's counts from its material's begin.
          const DmElementPlace place = r.segment(w[0]);
          const CoSharedPtr<DmTreeNode> element = r.now().element(place);
-         static_cast<void>(mark->setCueMarkTime(
-             DmPlayed(*element->asSegment(), r.fcm()).frameAt(r.at(w[0]).time).value_or(dmNoTime)));
+         const std::optional<double> frame = DmPlayed(*element->asSegment(), r.fcm()).frameAt(r.at(w[0]).time);
+         if (!frame)
+             throw std::runtime_error(w[0] + ": no frame of its material is known to play there");
+         static_cast<void>(mark->setCueMarkTime(*frame));
          return r.edit().addMark(place, mark);
      }},
     {"effect", 2, 2, "SEGMENT CLASS", "effect V1@01:00:02:00 DmResizeSettings",
@@ -395,7 +391,7 @@ const Operation operations[] = {
          return r.edit().addKeyFrame(place, static_cast<int>(Room::number(w[1])) - 1, wide(w[2]), key);
      }},
     {"range", 2, 2, "IN OUT", "range 01:00:02:00 01:00:10:00",
-     [](const Room& r, const Words& w) { return r.edit().trimToRange(r.time(w[0]), r.time(w[1])); }},
+     [](const Room& r, const Words& w) { return r.edit().trimToRange(w[0], w[1]); }},
     {"append", 1, 1, "FILE", "append reel2.json",
      [](const Room& r, const Words& w) { return r.edit().concatenate(openOther(r, w[0])); }},
     {"stack", 1, 1, "FILE", "stack titles.json",
@@ -665,8 +661,8 @@ void dmtree::addEdit(CLI::App& app, Run& run)
     command->footer(
         "A place is TRACK[.LAYER]@LABEL: the track by its name, or by V or A and its number; the layer from 1 on, by\n"
         "default the top one that plays there. SEGMENT is the one that plays at the label, SEAM a cut at exactly the\n"
-        "label or the transition that plays there. An AMOUNT is frames, later is positive, or @LABEL to go to. WHAT\n"
-        "goes in is a copy of a SEGMENT, or gap:FRAMES, black:FRAMES, bars:FRAMES.\n\n"
+        "label or the transition that plays there. An AMOUNT is frames or a length in labels, later is positive, or\n"
+        "@LABEL to go to. WHAT goes in is a copy of a SEGMENT, or gap:FRAMES, black:FRAMES, bars:FRAMES.\n\n"
         "The first operation that cannot be done ends it: OUT then stays as it was, and the exit code is 2.\n\n"
         "Operations, each with an example:\n" +
         examples() +

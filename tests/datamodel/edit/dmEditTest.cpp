@@ -342,3 +342,148 @@ TEST(EditModes, SubFramesAreKeptAndLabelsCountFromTheStart)
     EXPECT_EQ(edit.timeline().element(at(4))->asSegment()->getRelIn(), 4.25);
     EXPECT_TRUE(DmTreeTool::findViolations(edit.timeline().composition(), DM_VALIDATE_ALL).empty());
 }
+
+TEST(EditTimes, AreFramesOrLabels)
+{
+    using To = DmEditAmount;
+    check({
+        {"a time", "AAAA|BBBB", "", [](DmEdit& e) { return e.split(layer(), "00:00:00:02"); }, "AA|AA|BBBB", ""},
+        {"of a text that is made up", "AAAA", "",
+         [](DmEdit& e) { return e.insert(layer(), e.timeline().labelOf(1), five()); }, "A|XXXXX|AAA", ""},
+        {"a range", "AAAA|BBBB", "", [](DmEdit& e) { return e.lift(layer(), "00:00:00:03", 6); }, "AAA|---|BB", ""},
+        {"none of the mode", "AAAA", "", [](DmEdit& e) { return e.split(layer(), "00:00:00:25"); }, "! out of range",
+         ""},
+        {"no label", "AAAA", "", [](DmEdit& e) { return e.split(layer(), "two"); }, "! two: not a label", ""},
+        {"an empty one", "AAAA", "", [](DmEdit& e) { return e.split(layer(), ""); }, "! not a label", ""},
+        {"an amount", "AAAA|BB", "", [](DmEdit& e) { return e.trim(at(0), DM_TAIL, "-1"); }, "AAA|-|BB", ""},
+        {"with a plus sign", "AAAA|BB", "A0/9", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, "+2"); },
+         "AAAAAA|BB", ""},
+        {"as a length in labels", "AAAA|BB", "", [](DmEdit& e) { return e.trim(at(0), DM_TAIL, "-00:00:00:01"); },
+         "AAA|-|BB", ""},
+        {"to a time, in words", "AAAA|BB", "", [](DmEdit& e) { return e.trim(at(0), DM_TAIL, "@00:00:00:03"); },
+         "AAA|-|BB", ""},
+        {"a head", "AA|BBBB", "", [](DmEdit& e) { return e.trim(at(2), DM_HEAD, To::to(4)); }, "AA|--|BB", ""},
+        {"a head that ripples", "AA|BBBB|C", "",
+         [](DmEdit& e) { return e.rippleTrim(at(2), DM_HEAD, To::to("00:00:00:03")); }, "AA|BBB|C", ""},
+        {"a cut", "AAAA|BBBB", "B5", [](DmEdit& e) { return e.roll(at(1), "@00:00:00:06"); }, "AAAAAA|BB", ""},
+        {"a dissolve, by where its cut lies", "AAAAAA|BBBBBB", "B5",
+         [](DmEdit& e)
+         {
+             EXPECT_TRUE(e.transition(at(1), "00:00:00:04", DM_CENTRED_ON_CUT).ok());
+             return e.roll(at(1), To::to(5));
+         },
+         "AAA////BBBBB", ""},
+        {"a slide", "AAAA|BB|CCCC", "C5", [](DmEdit& e) { return e.slide(at(2), To::to("00:00:00:05")); },
+         "AAAAA|BB|CCC", ""},
+        {"where it is already", "AAAA|BB|CCCC", "", [](DmEdit& e) { return e.slide(at(2), To::to(4)); }, "! nothing",
+         ""},
+        {"a slip goes nowhere", "AA|BB", "", [](DmEdit& e) { return e.slip(at(0), "@00:00:00:01"); },
+         "! no time to go to", ""},
+        {"a slip by labels", "AA|BB", "", [](DmEdit& e) { return e.slip(at(0), "00:00:00:03"); }, "AA|BB", "A3 B0"},
+        {"no number", "AA|BB", "", [](DmEdit& e) { return e.slip(at(0), "1x"); }, "! 1x: not a label", ""},
+        {"no finite one", "AA|BB", "", [](DmEdit& e) { return e.slip(at(0), std::nan("")); }, "! no number", ""},
+        {"a move", "AA|BB|CCCC", "", [](DmEdit& e) { return e.move(at(2), layer(), "00:00:00:05"); }, "AA|--|C|BB|C",
+         ""},
+        {"a frame that is held", "AAAA", "A3/20", [](DmEdit& e) { return e.freeze(at(0), "00:00:00:01"); }, "AAAA",
+         "A4"},
+        {"what is kept", "AAAA|BBBB", "", [](DmEdit& e) { return e.trimToRange("00:00:00:02", "00:00:00:06"); },
+         "AA|BB", ""},
+        // The material's first frame has the label of its frame 1000.
+        {"of the material", "AAAAAAAA", "",
+         [](DmEdit& e) { return e.fill(layer(), five(), "00:00:00:02", "00:00:00:06", "00:00:40:07", dmNoTime); },
+         "AA|XXXX|AA", "A0 X7 A6"},
+    });
+    const auto root = zrDrawing::tree("AAAA|BBBB", "A3/20 B3/20", false, L"29.97 fps DF");
+    auto* const composition = static_cast<DmCompositionNode*>(root->getChild(0));
+    ASSERT_EQ(composition->setStartTC(17982, L"29.97 fps DF"), DM_NO_ERROR);
+    DmEdit dropping(DmTimeline::publish(root));
+    EXPECT_NE(dmUtf8(dropping.split(layer(), "00:11:00;00").info()).find("drops the label"), std::string::npos);
+    EXPECT_TRUE(dropping.split(layer(), "00:10:00;02").ok());
+    EXPECT_EQ(draw(dropping.timeline()), "AA|AA|BBBB");
+}
+
+TEST(EditPieces, ReplacingPlaysFromTheGivenInPoint)
+{
+    const auto with = [](double in, double length, double known) {
+        return [=](DmEdit& e) { return e.replace(at(2), shot('X', 0, length, {in, known})); };
+    };
+    check({
+        {"at a cut", "AA|BBBB|CC", "B5/20", with(7, 9, 20), "AA|XXXX|CC", "A0 X7 C0"},
+        {"just enough", "AA|BBBB|CC", "B5/20", with(7, 2, 11), "AA|XXXX|CC", "A0 X7 C0"},
+        {"a frame too few", "AA|BBBB|CC", "B5/20", with(7, 2, 10), "! there are 10", ""},
+        {"unknown material grows", "AA|BBBB|CC", "B5/20", with(7, 2, -1), "AA|XXXX|CC", "A0 X7 C0"},
+        {"beside dissolves", "AA//BBBB//CC", "A0/9 B5/20 C5/20", with(7, 4, 13), "AA//XXXX//CC", "A0 X7 C5"},
+        {"without frames for the one behind", "AA//BBBB//CC", "A0/9 B5/20 C5/20", with(7, 4, 12), "! there are 12", ""},
+        {"without frames for the one in front", "AA//BBBB//CC", "A0/9 B5/20 C5/20", with(1, 4, 20), "! frames -1 to",
+         ""},
+        {"unknown in front of its begin", "AA//BBBB|CC", "A0/9 B5/20", with(1, 4, -1), "AA//XXXX|CC", "A0 X1 C0"},
+        {"a gap", "AA|--|CC", "", with(7, 4, 20), "AA|XX|CC", "A0 X7 C0"},
+        {"of the other media type", "AA|BB|CC", "",
+         [](DmEdit& e) { return e.replace(at(2), shot('x', 0, 2, {}, DM_MEDIA_AUDIO)); }, "! no material for the layer",
+         ""},
+        {"what is linked stays",
+         "AA|BB|CC\naa|bb|cc",
+         "",
+         with(7, 4, 20),
+         "AA|XX|CC\naa|bb|cc",
+         "A0 X7 C0 a0 b0 c0",
+         {},
+         true},
+    });
+    DmEdit edit(timeline("AA|BB", "", true));
+    ASSERT_TRUE(edit.replace(at(2), five()).ok());
+    EXPECT_EQ(edit.timeline().find(L"B#T0"), at(2)) << "the id is the place's, which merges and links go by";
+}
+
+TEST(EditPieces, OfSeveralTracksMeetAtRecordTimes)
+{
+    // A layer that begins later keeps its begin: it begins with a gap.
+    const auto later = [](const char* upper)
+    {
+        const auto root = zrDrawing::tree(std::string("AAAA|BBBB|CCCC\n") + upper);
+        auto* const layerNode = static_cast<DmLayerNode*>(root->getChild(0)->getChild(1)->getChild(0));
+        EXPECT_EQ(layerNode->setLayerStartTC(6), DM_NO_ERROR);
+        for (int i = 0; i < layerNode->getNbChildren(); ++i)
+            if (DmSegmentNode* const segment = layerNode->getChild(i)->asSegment())
+            {
+                EXPECT_EQ(segment->setRecIn(segment->getRecIn() + 6), DM_NO_ERROR);
+            }
+            else
+            {
+                DmTransitionNode* const cut = layerNode->getChild(i)->asTransition();
+                EXPECT_EQ(cut->setRecIn(cut->getRecIn() + 6), DM_NO_ERROR);
+            }
+        return DmTimeline::publish(root);
+    };
+    const struct
+    {
+        const char* upper;
+        std::function<DmStatus(DmEdit&)> operation;
+        const char* after;
+        bool cutSynced = false;
+    } rows[] = {
+        {"XXX", [](DmEdit& e) { return e.insert(layer(), 2, five('Y', 3)); }, "---|XXX"},
+        {"XXX", [](DmEdit& e) { return e.insert(layer(), 7, five('Y', 3)); }, "X|---|XX"},
+        {"---|XXX", [](DmEdit& e) { return e.extract(layer(), 1, 3); }, "-|XXX"},
+        {"---|XXX", [](DmEdit& e) { return e.extract(layer(), 4, 7); }, "XXX"},
+        {"---|XXX", [](DmEdit& e) { return e.extract(layer(), 0, 4); }, "! X"},
+        {"---|XXX", [](DmEdit& e) { return e.extract(layer(), 0, 4); }, "! X", true},
+        {"XXX", [](DmEdit& e) { return e.extract(layer(), 6, 7); }, "XX", true},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.after);
+        DmEdit edit(later(row.upper), {.cutSynced = row.cutSynced});
+        const DmStatus status = row.operation(edit);
+        if (row.after[0] == '!')
+        {
+            EXPECT_NE(dmUtf8(status.info()).find("would take material of track 2: \"X\""), std::string::npos);
+            continue;
+        }
+        ASSERT_TRUE(status.ok()) << dmUtf8(status.info());
+        const std::string both = draw(edit.timeline());
+        EXPECT_EQ(both.substr(both.find('\n') + 1), row.after);
+        EXPECT_EQ(edit.timeline().layer(layer(1))->getLayerStartTC(), 6);
+        EXPECT_TRUE(DmTreeTool::findViolations(edit.timeline().composition(), DM_VALIDATE_ALL).empty());
+    }
+}

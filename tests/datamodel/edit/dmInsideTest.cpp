@@ -173,6 +173,18 @@ TEST(EditLinks, ByMediumWhereNoIdSaysSo)
     DmEdit slipped(withSound(6), byMedium);
     ASSERT_TRUE(trimFirst(slipped).ok());
     EXPECT_EQ(draw(slipped.timeline()), "AAA|-|BB\naaaa|bb");
+    // Sound that begins later is in sync too, known by its path.
+    const auto root = zrDrawing::tree("AAAA|BB\n--|aaaa", "A5/20 a7/20");
+    for (int track = 0; track < 2; ++track)
+    {
+        auto* const source =
+            static_cast<DmSourceNode*>(root->getChild(0)->getChild(track)->getChild(0)->getChild(2 * track));
+        EXPECT_EQ(source->getSrcInput()->setName(DmString()), DM_NO_ERROR);
+        EXPECT_EQ(source->getSrcInput()->getSrcInfo()->setPath(L"/rushes/A.mov"), DM_NO_ERROR);
+    }
+    DmEdit late(DmTimeline::publish(root), byMedium);
+    ASSERT_TRUE(trimFirst(late).ok());
+    EXPECT_EQ(draw(late.timeline()), "AAA|-|BB\n--|aaa|-");
 }
 
 namespace

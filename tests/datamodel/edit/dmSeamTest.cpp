@@ -173,18 +173,18 @@ namespace
 {
 
 /// A shot with a key at its frame 3, and marks at frames 11 and 13 of its material.
-DmTimeline keyed()
+DmTimeline keyed(const char* drawing = "AAAAAA|BB", int index = 0)
 {
-    DmEdit edit(timeline("AAAAAA|BB", "A10/40"));
-    EXPECT_TRUE(edit.addEffect({0, 0, 0}, DmResizeSettings::create()).ok());
+    DmEdit edit(timeline(drawing, "A10/40 C5/40 D5/40"));
+    EXPECT_TRUE(edit.addEffect({0, 0, index}, DmResizeSettings::create()).ok());
     const auto key = DmKeyFrame::create();
     EXPECT_EQ(key->setFrame(3), DM_NO_ERROR);
-    EXPECT_TRUE(edit.addKeyFrame({0, 0, 0}, 0, L"scale_x", key).ok());
+    EXPECT_TRUE(edit.addKeyFrame({0, 0, index}, 0, L"scale_x", key).ok());
     for (const double time : {11.0, 13.0})
     {
         const auto mark = DmCueMark::create();
         EXPECT_EQ(mark->setCueMarkTime(time), DM_NO_ERROR);
-        EXPECT_TRUE(edit.addMark({0, 0, 0}, mark).ok());
+        EXPECT_TRUE(edit.addMark({0, 0, index}, mark).ok());
     }
     return edit.timeline();
 }
@@ -230,6 +230,72 @@ TEST(EditKeys, KeepTheirPictureMarksTheirMaterial)
         const DmStatus status = each.operation(edit);
         ASSERT_TRUE(status.ok()) << dmUtf8(status.info());
         EXPECT_EQ(keysAndMarks(edit.timeline(), each.index), each.expected);
+    }
+}
+
+TEST(EditKeys, FollowTheBeginThatEveryOperationMoves)
+{
+    const auto dissolve = [](double length)
+    { return [=](DmEdit& e) { return e.transition(at(1), length, DM_BEGINS_AT_CUT); }; };
+    const struct
+    {
+        const char* name;
+        const char* before;
+        std::function<DmStatus(DmEdit&)> operation;
+        float key;
+    } rows[] = {
+        {"a dissolve in front", "CCCC|AAAAAA|DDDD", dissolve(2), 1},
+        {"a longer one", "CCCC//AAAAAA|DDDD", dissolve(4), 1},
+        {"a shorter one", "CCCC//AAAAAA|DDDD", dissolve(1), 4},
+        {"none", "CCCC//AAAAAA|DDDD", [](DmEdit& e) { return e.cut(at(1)); }, 5},
+        {"none, by dropping all", "CCCC//AAAAAA|DDDD", [](DmEdit& e) { return e.dropTransitions(); }, 5},
+        {"a dissolve behind", "CCCC|AAAAAA|DDDD", [](DmEdit& e) { return e.transition(at(3), 2, DM_ENDS_AT_CUT); }, 3},
+        {"a roll", "CCCC|AAAAAA|DDDD", [](DmEdit& e) { return e.roll(at(1), 1); }, 2},
+        {"a roll of a dissolve, earlier", "CCCC//AAAAAA|DDDD", [](DmEdit& e) { return e.roll(at(1), -1); }, 4},
+        {"a slide", "CCCC|AAAAAA|DDDD", [](DmEdit& e) { return e.slide(at(2), 2); }, 3},
+        {"a slide of what is in front", "DD|CCCC|AAAAAA", [](DmEdit& e) { return e.slide(at(2), 1); }, 2},
+        {"overwritten at its head", "CCCC|AAAAAA|DDDD", [](DmEdit& e) { return e.overwrite(layer(), 3, five('X', 2)); },
+         2},
+        {"lifted at its head", "CCCC|AAAAAA|DDDD", [](DmEdit& e) { return e.lift(layer(), 4, 5); }, 2},
+        {"extracted at its head", "CCCC|AAAAAA|DDDD", [](DmEdit& e) { return e.extract(layer(), 3, 5); }, 2},
+        {"cut at a point of its dissolve", "CCCC//AAAAAA|DDDD", [](DmEdit& e) { return e.split(layer(), 5); }, 4},
+        {"moved", "CCCC|AAAAAA|DDDD", [](DmEdit& e) { return e.move(at(2), layer(), 20); }, 3},
+        {"changed places", "CCCC|AAAAAA|DDDD", [](DmEdit& e) { return e.swap(at(0), at(2)); }, 3},
+        {"another speed", "CCCC|AAAAAA|DDDD", [](DmEdit& e) { return e.speed(at(2), 0.5); }, 3},
+        {"a range", "CCCC|AAAAAA|DDDD", [](DmEdit& e) { return e.trimToRange(5, 12); }, 2},
+        {"another mode", "CCCC|AAAAAA|DDDD", [](DmEdit& e) { return e.conform(DM::FCM_50, DmEdit::Conform::Clock); },
+         6},
+        {"split and joined", "CCCC|AAAAAA|DDDD",
+         [](DmEdit& e)
+         {
+             EXPECT_TRUE(e.split(layer(), 8).ok());
+             return e.join(at(3));
+         },
+         3},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.name);
+        const std::string before = row.before;
+        DmEdit edit(keyed(row.before, before.find('A') > before.find('D') ? 4 : 2));
+        const DmStatus status = row.operation(edit);
+        ASSERT_TRUE(status.ok()) << dmUtf8(status.info());
+        const DmTimeline after = edit.timeline();
+        int index = 0;
+        while (index < after.elementCount(layer()) && after.storedElement(at(index))->getName() != L"A")
+            ++index;
+        const DmSegmentNode& shot = *after.element(at(index))->asSegment();
+        bool found = false;
+        for (int i = 0; i < shot.getEffects().count(); ++i)
+            if (const auto channel = shot.getEffects().at(i)->getExistingChannelByName(L"scale_x"))
+            {
+                found = true;
+                EXPECT_EQ(channel->getKeyFrame(0)->getFrame(), row.key);
+            }
+        EXPECT_TRUE(found);
+        ASSERT_EQ(shot.getSegmentMarks().count(), 2);
+        EXPECT_EQ(shot.getSegmentMarks().at(0)->getCueMarkTime(), 11);
+        EXPECT_EQ(shot.getSegmentMarks().at(1)->getCueMarkTime(), 13);
     }
 }
 
@@ -319,6 +385,84 @@ TEST(EditLinks, AreEditedTogetherUnlessUnlinked)
             EXPECT_EQ(element->asSegment()->getMuted(), linked || track == 0);
             EXPECT_EQ(element->asSegment()->getEffects().count(), track == 0 || (linked && track == 1) ? 1 : 0);
         }
+    }
+}
+
+TEST(EditLinks, ShareNamesMarksAndWhatTheirMediaTypeTakes)
+{
+    for (const bool linked : {true, false})
+    {
+        SCOPED_TRACE(linked);
+        DmEdit edit(timeline("AAAA\nAAAA\naaaa", "A3/20 a5/20", true), {.linked = linked});
+        const auto segment = [&](int track) { return edit.timeline().element(at(0, track)); };
+        const auto mark = DmCueMark::create();
+        ASSERT_EQ(mark->setCueMarkTime(4), DM_NO_ERROR); // a frame behind the begin
+        ASSERT_TRUE(edit.rename(at(0), L"A take two").ok());
+        ASSERT_TRUE(edit.addMark(at(0), mark).ok());
+        ASSERT_TRUE(edit.addEffect(at(0), DmResizeSettings::create()).ok());
+        ASSERT_TRUE(edit.addKeyFrame(at(0), 0, L"scale_x", DmKeyFrame::create()).ok());
+        for (int track = 0; track < 3; ++track)
+        {
+            const bool has = linked || track == 0;
+            EXPECT_EQ(segment(track)->getName() == L"A take two", has);
+            const auto& marks = segment(track)->asSegment()->getSegmentMarks();
+            ASSERT_EQ(marks.count(), has ? 1 : 0);
+            EXPECT_TRUE(!has || marks.at(0)->getCueMarkTime() == (track == 2 ? 6 : 4)) << "of its own material";
+            const DmEffectSettings* const effect = segment(track)->asSegment()->getEffects().at(0);
+            ASSERT_EQ(effect != nullptr, has && track < 2);
+            EXPECT_TRUE(!effect || effect->getExistingChannelByName(L"scale_x")->getNbKeyFrames() == 1);
+        }
+        // Another effect at that place is none of theirs.
+        edit.options().linked = false;
+        ASSERT_TRUE(edit.removeEffect(at(0), 0).ok());
+        ASSERT_TRUE(edit.speed(at(0), 0.5).ok());
+        edit.options().linked = linked;
+        ASSERT_TRUE(edit.removeEffect(at(0), 0).ok());
+        EXPECT_EQ(segment(0)->asSegment()->getEffects().count(), 0);
+        EXPECT_EQ(segment(1)->asSegment()->getEffects().count(), linked ? 1 : 0);
+        EXPECT_FALSE(edit.removeEffect(at(0), 0).ok());
+    }
+    DmEdit transition(timeline("AAAA//BBBB", "B5"));
+    EXPECT_TRUE(transition.rename(at(1), L"to the night").ok());
+    EXPECT_EQ(transition.timeline().storedElement(at(1))->getName(), L"to the night");
+}
+
+TEST(EditSeams, AtAnEndOfALayerGetAGapOfNoLength)
+{
+    // A drawing cannot say what a document may: a transition without a segment on one of its sides.
+    const auto ends = [](bool front)
+    {
+        const auto root = zrDrawing::tree(front ? ".//BBBB|CC" : "CC|AAAA//.", "A3/20 B5/20");
+        auto* const layerNode = static_cast<DmLayerNode*>(root->getChild(0)->getChild(0)->getChild(0));
+        EXPECT_GE(layerNode->removeChild(front ? 0 : layerNode->getNbChildren() - 1), 0);
+        return DmTimeline::publish(root);
+    };
+    const struct
+    {
+        bool front;
+        std::function<DmStatus(DmEdit&)> operation;
+        const char* after;
+    } rows[] = {
+        {false, [](DmEdit& e) { return e.roll(at(3), -1); }, "CC|AAA//-"},
+        {false, [](DmEdit& e) { return e.cut(at(3)); }, "CC|AAAA|--"},
+        {false, [](DmEdit& e) { return e.transition(at(3), 1, DM_BEGINS_AT_CUT); }, "CC|AAAA/-"},
+        {false, [](DmEdit& e) { return e.trim(at(2), DM_TAIL, -1); }, "CC|AAA|---"},
+        {false, [](DmEdit& e) { return e.rippleTrim(at(2), DM_TAIL, -1); }, "CC|AAA//"},
+        {false, [](DmEdit& e) { return e.insert(layer(), 8, five()); }, "CC|AAAA//.|XXXXX"},
+        {false, [](DmEdit& e) { return e.lift(layer(), 7, 8); }, "CC|AAAAA|-"},
+        {true, [](DmEdit& e) { return e.roll(at(0), 1); }, "-//BBB|CC"},
+        {true, [](DmEdit& e) { return e.cut(at(0)); }, "BBBBBB|CC"},
+        {true, [](DmEdit& e) { return e.split(layer(), 1); }, "-|BBBBB|CC"},
+        {true, [](DmEdit& e) { return e.insert(layer(), 0, five()); }, "XXXXX|.//BBBB|CC"},
+        {true, [](DmEdit& e) { return e.slip(at(1), 1); }, "//BBBB|CC"},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.after);
+        DmEdit edit(ends(row.front));
+        const DmStatus status = row.operation(edit);
+        ASSERT_TRUE(status.ok()) << dmUtf8(status.info());
+        EXPECT_EQ(draw(edit.timeline()), row.after);
     }
 }
 

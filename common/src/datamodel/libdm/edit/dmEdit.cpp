@@ -153,6 +153,22 @@ std::function<eDmErrorId(DmTreeNode&)> onSegment(Change change)
 
 } // namespace
 
+/// Of segments that are edited together, those that carry an effect of one class at one place.
+std::vector<DmElementPlace> DmEdit::Imp::withEffect(const DmElementPlace& segment, int index)
+{
+    const auto effectOf = [&](const DmElementPlace& place)
+    { return lane(place).needSegment(place.index).getEffects().at(index); };
+    std::vector<DmElementPlace> all = together(segment);
+    const DmEffectSettings* const effect = effectOf(segment);
+    std::erase_if(all,
+                  [&](const DmElementPlace& each)
+                  {
+                      const DmEffectSettings* const other = effectOf(each);
+                      return each != segment && !(effect && other && &effect->classData() == &other->classData());
+                  });
+    return all;
+}
+
 DmStatus DmEdit::mute(const DmElementPlace& segment, bool muted)
 {
     return _imp->run(
@@ -165,16 +181,39 @@ DmStatus DmEdit::mute(const DmElementPlace& segment, bool muted)
 
 DmStatus DmEdit::rename(const DmElementPlace& element, const DmString& name)
 {
-    return change(element, [&name](DmTreeNode& node) { return node.setName(name); });
+    return _imp->run(
+        [&]
+        {
+            const bool isSegment = _imp->lane(element).segment(element.index) != nullptr;
+            for (const DmElementPlace& each : isSegment ? _imp->together(element) : std::vector{element})
+                _imp->change(each, [&name](DmTreeNode& node) { return node.setName(name); });
+        });
 }
 
 DmStatus DmEdit::addMark(const DmElementPlace& segment, const CoSharedPtr<DmCueMark>& mark)
 {
-    return change(segment, onSegment(
-                               [&mark](DmSegmentNode& node) {
-                                   return mark ? node.addSegmentMark(DM::staticPointerCast<DmCueMark>(mark->clone()))
-                                               : DM_BAD_VALUE;
-                               }));
+    return _imp->run(
+        [&]
+        {
+            if (!mark)
+                dmRefuse("There is no mark.");
+            const auto played = [&](const DmElementPlace& place)
+            { return DmPlayed(*_imp->lane(place).ownSegment(place.index), _imp->draft.fcm); };
+            const std::vector<DmElementPlace> all = _imp->together(segment);
+            const double position = mark->getCueMarkTime();
+            const std::optional<double> time = played(segment).recordTimeAt(position);
+            for (const DmElementPlace& each : all)
+            {
+                // At one record time in all; each counts from the begin of its own material.
+                const std::optional<double> theirs = time ? played(each).positionAt(*time) : std::nullopt;
+                if (each != segment && dmIsTime(position) && !theirs)
+                    continue;
+                const CoSharedPtr<DmCueMark> own = DM::staticPointerCast<DmCueMark>(mark->clone());
+                if (each != segment && dmIsTime(position))
+                    static_cast<void>(own->setCueMarkTime(*theirs));
+                _imp->change(each, onSegment([&own](DmSegmentNode& node) { return node.addSegmentMark(own); }));
+            }
+        });
 }
 
 DmStatus DmEdit::addMark(const CoSharedPtr<DmCueMark>& mark)
@@ -192,32 +231,48 @@ DmStatus DmEdit::addMark(const CoSharedPtr<DmCueMark>& mark)
 
 DmStatus DmEdit::addEffect(const DmElementPlace& segment, const CoSharedPtr<DmEffectSettings>& effect)
 {
-    return change(segment, onSegment(
-                               [&effect](DmSegmentNode& node)
-                               {
-                                   if (!effect || !effect->isSegmentCompatible() ||
-                                       effect->getMediaType() != node.getMediaType())
-                                       return DM_BAD_VALUE;
-                                   return node.addEffect(DM::staticPointerCast<DmEffectSettings>(effect->clone()));
-                               }));
+    return _imp->run(
+        [&]
+        {
+            const auto add = onSegment(
+                [&effect](DmSegmentNode& node)
+                {
+                    if (!effect || !effect->isSegmentCompatible() || effect->getMediaType() != node.getMediaType())
+                        return DM_BAD_VALUE;
+                    return node.addEffect(DM::staticPointerCast<DmEffectSettings>(effect->clone()));
+                });
+            for (const DmElementPlace& each : _imp->together(segment))
+                if (each == segment || _imp->lane(each).mediaType() == _imp->lane(segment).mediaType())
+                    _imp->change(each, add);
+        });
 }
 
 DmStatus DmEdit::removeEffect(const DmElementPlace& segment, int index)
 {
-    return change(segment, onSegment([index](DmSegmentNode& node) { return node.removeEffect(index); }));
+    return _imp->run(
+        [&]
+        {
+            for (const DmElementPlace& each : _imp->withEffect(segment, index))
+                _imp->change(each, onSegment([index](DmSegmentNode& node) { return node.removeEffect(index); }));
+        });
 }
 
 DmStatus DmEdit::addKeyFrame(const DmElementPlace& segment, int effect, const DmString& channel,
                              const CoSharedPtr<DmKeyFrame>& key)
 {
-    return change(segment, onSegment(
-                               [&](DmSegmentNode& node)
-                               {
-                                   DmEffectSettings* const settings = node.getEffects().at(effect);
-                                   if (!settings || !key || channel.empty())
-                                       return DM_BAD_VALUE;
-                                   const CoSharedPtr<DmAnimationChannel> curve = settings->getChannelByName(channel);
-                                   return curve ? curve->addKeyFrame(DM::staticPointerCast<DmKeyFrame>(key->clone()))
-                                                : DM_BAD_VALUE;
-                               }));
+    return _imp->run(
+        [&]
+        {
+            const auto add = onSegment(
+                [&](DmSegmentNode& node)
+                {
+                    DmEffectSettings* const settings = node.getEffects().at(effect);
+                    if (!settings || !key || channel.empty())
+                        return DM_BAD_VALUE;
+                    const CoSharedPtr<DmAnimationChannel> curve = settings->getChannelByName(channel);
+                    return curve ? curve->addKeyFrame(DM::staticPointerCast<DmKeyFrame>(key->clone())) : DM_BAD_VALUE;
+                });
+            for (const DmElementPlace& each : _imp->withEffect(segment, effect))
+                _imp->change(each, add);
+        });
 }

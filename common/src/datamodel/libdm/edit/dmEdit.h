@@ -11,12 +11,14 @@
 ///
 ///     button.enable(edit.can().roll(seam, 5).ok());
 ///
-/// Times and amounts are frames of record time; later is positive, for heads and tails alike. Every default is an
-/// option (DmEditOptions). Elements are named by their place; places are those of the session's current timeline.
+/// Times and amounts are frames of record time, or labels (dmEditTime.h); later is positive, for heads and tails alike.
+/// Every default is an option (DmEditOptions). Elements are named by their place; places are those of the session's
+/// current timeline.
 ///
 /// Threads: a session belongs to one thread; the timelines that it opens on and ends with belong to everybody.
 #pragma once
 
+#include "dmEditTime.h"
 #include "dmSourceNode.h"
 #include "dmTimeline.h"
 #include "tuFcm.h"
@@ -117,47 +119,48 @@ public:
     // Pieces of time. Segments that go in are copied; their times in the record are the edit's.
 
     /// Splits what plays there and pushes it, and all behind it, away. Behind the end, a gap fills up to the time.
-    DmStatus insert(const DmLayerPlace& layer, double time, const CoSharedPtr<DmSegmentNode>& segment);
+    DmStatus insert(const DmLayerPlace& layer, const DmEditTime& time, const CoSharedPtr<DmSegmentNode>& segment);
     /// Replaces what plays there.
-    DmStatus overwrite(const DmLayerPlace& layer, double time, const CoSharedPtr<DmSegmentNode>& segment);
+    DmStatus overwrite(const DmLayerPlace& layer, const DmEditTime& time, const CoSharedPtr<DmSegmentNode>& segment);
     /// Leaves a gap.
-    DmStatus lift(const DmLayerPlace& layer, double in, double out);
+    DmStatus lift(const DmLayerPlace& layer, const DmEditTime& in, const DmEditTime& out);
     /// Closes up.
-    DmStatus extract(const DmLayerPlace& layer, double in, double out);
+    DmStatus extract(const DmLayerPlace& layer, const DmEditTime& in, const DmEditTime& out);
     DmStatus liftSegment(const DmElementPlace& segment);
     DmStatus extractSegment(const DmElementPlace& segment);
 
     // Edges.
 
     /// Opens a gap, or grows into one; against anything else it is refused.
-    DmStatus trim(const DmElementPlace& segment, eDmEdge edge, double by);
+    DmStatus trim(const DmElementPlace& segment, eDmEdge edge, const DmEditAmount& by);
     /// Pulls all behind it; a head keeps its in-time.
-    DmStatus rippleTrim(const DmElementPlace& segment, eDmEdge edge, double by);
+    DmStatus rippleTrim(const DmElementPlace& segment, eDmEdge edge, const DmEditAmount& by);
     /// The seam (a cut, or a transition with its neighbours) moves.
-    DmStatus roll(const DmElementPlace& seam, double by);
+    DmStatus roll(const DmElementPlace& seam, const DmEditAmount& by);
     /// The material moves under the segment: later frames play.
-    DmStatus slip(const DmElementPlace& segment, double by);
+    DmStatus slip(const DmElementPlace& segment, const DmEditAmount& by);
     /// The segment moves between its neighbours, which give and take.
-    DmStatus slide(const DmElementPlace& segment, double by);
+    DmStatus slide(const DmElementPlace& segment, const DmEditAmount& by);
 
     // Pieces.
 
-    DmStatus split(const DmLayerPlace& layer, double time);
+    DmStatus split(const DmLayerPlace& layer, const DmEditTime& time);
     /// Two halves that go on from each other become one.
     DmStatus join(const DmElementPlace& seam);
-    /// Other material under the same times.
+    /// Other material under the same times, of one segment, whatever it is linked with.
     DmStatus replace(const DmElementPlace& segment, const CoSharedPtr<DmSegmentNode>& material);
     DmStatus swap(const DmElementPlace& a, const DmElementPlace& b);
-    DmStatus move(const DmElementPlace& segment, const DmLayerPlace& to, double time);
-    /// Three- and four-point editing: a time that is dmNoTime is not given. Source times are positions in the material.
-    DmStatus fill(const DmLayerPlace& layer, const CoSharedPtr<DmSegmentNode>& material, double recordIn,
-                  double recordOut, double sourceIn, double sourceOut);
+    DmStatus move(const DmElementPlace& segment, const DmLayerPlace& to, const DmEditTime& time);
+    /// Three- and four-point editing: a time that is dmNoTime is not given. Source times are positions in the material,
+    /// or its own labels.
+    DmStatus fill(const DmLayerPlace& layer, const CoSharedPtr<DmSegmentNode>& material, const DmEditTime& recordIn,
+                  const DmEditTime& recordOut, const DmEditTime& sourceIn, const DmEditTime& sourceOut);
 
     // Seams.
 
     /// Puts a transition of the effect's kind on the seam, or changes what is there. The effect is copied; null keeps
     /// the one that is there, or makes a dissolve.
-    DmStatus transition(const DmElementPlace& seam, double length, eDmSeamAlignment alignment,
+    DmStatus transition(const DmElementPlace& seam, const DmEditAmount& length, eDmSeamAlignment alignment,
                         const CoSharedPtr<DmEffectSettings>& effect = {});
     /// Takes the transition off, to the cut that it lies on.
     DmStatus cut(const DmElementPlace& seam);
@@ -167,10 +170,11 @@ public:
     /// 1 is normal, negative backwards. Keeps the record length, or the frames (options).
     DmStatus speed(const DmElementPlace& segment, double speed);
     /// Holds the frame that plays at the time.
-    DmStatus freeze(const DmElementPlace& segment, double time);
+    DmStatus freeze(const DmElementPlace& segment, const DmEditTime& time);
     DmStatus reverse(const DmElementPlace& segment);
 
-    // Properties.
+    // Properties. What is linked gets them too: marks at the same record time, effects and keys where the media type,
+    // or the effect that is there, is the same.
 
     DmStatus mute(const DmElementPlace& segment, bool muted);
     DmStatus rename(const DmElementPlace& element, const DmString& name);
@@ -193,7 +197,7 @@ public:
     // Whole timelines.
 
     /// Keeps [in, out), from the begin of the layers on.
-    DmStatus trimToRange(double in, double out);
+    DmStatus trimToRange(const DmEditTime& in, const DmEditTime& out);
     /// The other timeline behind this one, on the tracks that are alike.
     DmStatus concatenate(const DmTimeline& other);
     /// The other timeline's tracks on top of these.

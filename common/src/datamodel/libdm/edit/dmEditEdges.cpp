@@ -13,16 +13,20 @@ double spare(const DmLane& lane, int index)
     return lane.length(index) - (lane.isGap(index) ? 0.0 : 1.0);
 }
 
+double edgeTime(const DmLane& lane, int index, eDmEdge edge)
+{
+    return edge == DM_TAIL ? lane.out(index) : lane.in(index);
+}
+
 } // namespace
 
-DmStatus DmEdit::trim(const DmElementPlace& segment, eDmEdge edge, double by)
+DmStatus DmEdit::trim(const DmElementPlace& segment, eDmEdge edge, const DmEditAmount& wanted)
 {
     return _imp->run(
         [&]
         {
-            if (!std::isfinite(by) || by == 0.0)
-                dmRefuse("The amount is no number of frames.");
             const std::vector<DmElementPlace> all = _imp->together(segment);
+            const double by = _imp->frames(wanted, edgeTime(_imp->lane(segment), segment.index, edge));
             double amount = std::abs(by);
             const bool grows = (edge == DM_TAIL) == (by > 0.0);
             const bool tail = edge == DM_TAIL;
@@ -95,14 +99,13 @@ DmStatus DmEdit::trim(const DmElementPlace& segment, eDmEdge edge, double by)
         });
 }
 
-DmStatus DmEdit::rippleTrim(const DmElementPlace& segment, eDmEdge edge, double by)
+DmStatus DmEdit::rippleTrim(const DmElementPlace& segment, eDmEdge edge, const DmEditAmount& wanted)
 {
     return _imp->run(
         [&]
         {
-            if (!std::isfinite(by) || by == 0.0)
-                dmRefuse("The amount is no number of frames.");
             const std::vector<DmElementPlace> all = _imp->together(segment);
+            const double by = _imp->frames(wanted, edgeTime(_imp->lane(segment), segment.index, edge));
             const bool tail = edge == DM_TAIL;
             const bool grows = tail == (by > 0.0);
             double amount = std::abs(by);
@@ -172,14 +175,15 @@ void rollOne(DmLane& lane, int seam, double by)
 
 } // namespace
 
-DmStatus DmEdit::roll(const DmElementPlace& seam, double by)
+DmStatus DmEdit::roll(const DmElementPlace& seam, const DmEditAmount& wanted)
 {
     return _imp->run(
         [&]
         {
-            if (!std::isfinite(by) || by == 0.0)
-                dmRefuse("The amount is no number of frames.");
             const std::vector<DmElementPlace> seams = _imp->seamsTogether(seam);
+            const DmLane own = _imp->lane(seam);
+            const int index = seams.front().index;
+            const double by = _imp->frames(wanted, dmCutTimeOf(*own.transition(index), own.in(index)));
             double amount = std::abs(by);
             for (const DmElementPlace& each : seams)
             {
@@ -200,13 +204,12 @@ DmStatus DmEdit::roll(const DmElementPlace& seam, double by)
         });
 }
 
-DmStatus DmEdit::slip(const DmElementPlace& segment, double by)
+DmStatus DmEdit::slip(const DmElementPlace& segment, const DmEditAmount& wanted)
 {
     return _imp->run(
         [&]
         {
-            if (!std::isfinite(by) || by == 0.0)
-                dmRefuse("The amount is no number of frames.");
+            const double by = _imp->frames(wanted);
             const std::vector<DmElementPlace> all = _imp->together(segment);
             double amount = std::abs(by);
             for (const DmElementPlace& each : all)
@@ -233,14 +236,13 @@ DmStatus DmEdit::slip(const DmElementPlace& segment, double by)
         });
 }
 
-DmStatus DmEdit::slide(const DmElementPlace& segment, double by)
+DmStatus DmEdit::slide(const DmElementPlace& segment, const DmEditAmount& wanted)
 {
     return _imp->run(
         [&]
         {
-            if (!std::isfinite(by) || by == 0.0)
-                dmRefuse("The amount is no number of frames.");
             const std::vector<DmElementPlace> all = _imp->together(segment);
+            const double by = _imp->frames(wanted, _imp->lane(segment).in(segment.index));
             double amount = std::abs(by);
             for (const DmElementPlace& each : all)
             {
@@ -280,7 +282,7 @@ DmStatus DmEdit::slide(const DmElementPlace& segment, double by)
                     else if (k > i)
                         change.moveHead(move);
                     else
-                        change.moveTo(own->getRecIn() + move);
+                        dmStandAt(*own, own->getRecIn() + move);
                     change.settle(lane.beside(k));
                     nodes.push_back(own);
                 }

@@ -1,8 +1,10 @@
 #include "dmEditImp.h"
 
+#include "CoNumber.h"
 #include "dmSourceInput.h"
 #include "dmStoredLabel.h"
 #include "dmUtf8.h"
+#include "tuLabel.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +18,66 @@ DmEdit::Imp::Imp(DmTimeline opened, DmEditOptions options)
     draft.value = *_timeline.value();
     draft.fcm = dmModeOrDefault(dmFcmFromText(draft.value.bare->getFCM()));
 }
+
+namespace
+{
+
+/// What a label counts to.
+double read(const std::string& label, DM::FrameCodeModes fcm)
+{
+    DM::TimeUnit time;
+    if (const DM::TimeLabel::Status status = DM::TimeLabel::read(label, fcm, time); status != DM::TimeLabel::Good)
+        dmRefuse("%.80s: %s.", label.c_str(), DM::TimeLabel::reason(status));
+    return time.getFrames();
+}
+
+} // namespace
+
+double DmEdit::Imp::frames(const DmEditTime& time) const
+{
+    return time.label() ? read(*time.label(), draft.fcm) - draft.value.labelShift() : time.frames();
+}
+
+double DmEdit::Imp::frames(const DmEditAmount& amount, double from) const
+{
+    const std::string* const text = amount.value().label();
+    double by = amount.value().frames();
+    if (amount.isTo() || (text && text->starts_with('@')))
+    {
+        if (!dmIsTime(from))
+            dmRefuse("This takes an amount, and no time to go to.");
+        by = frames(amount.isTo() ? amount.value() : DmEditTime(text->substr(1))) - from;
+    }
+    else if (text)
+    {
+        const std::optional<double> number = DM::CoNumber::whole(text->starts_with('+') ? text->substr(1) : *text);
+        by = number ? *number : read(*text, draft.fcm);
+    }
+    if (!std::isfinite(by))
+        dmRefuse("The amount is no number of frames.");
+    return by;
+}
+
+double DmEdit::Imp::positionOf(const DmEditTime& time, const DmSegmentNode& material) const
+{
+    if (!time.label())
+        return time.frames();
+    const DmMaterial there = dmMaterialOf(material, draft.fcm);
+    return read(*time.label(), there.fcm == DM::FCM_NOT_DEFINED ? draft.fcm : there.fcm) - there.begin;
+}
+
+namespace
+{
+
+/// By name or by path, as far as inputs say them.
+bool isOneMedium(const DmSourceNode::Input& a, const DmSourceNode::Input& b)
+{
+    const auto pathOf = [](const DmSourceNode::Input& input)
+    { return input.getSrcInfo() ? input.getSrcInfo()->getPath() : DmString(); };
+    return (!a.getName().empty() && a.getName() == b.getName()) || (!pathOf(a).empty() && pathOf(a) == pathOf(b));
+}
+
+} // namespace
 
 std::vector<DmElementPlace> DmEdit::Imp::together(const DmElementPlace& place)
 {
@@ -47,22 +109,27 @@ std::vector<DmElementPlace> DmEdit::Imp::together(const DmElementPlace& place)
             if (!draft.value.layer({t, l}))
                 continue;
             const DmLane other(draft, {t, l});
-            const int index = DmTimelineValue::indexAt(other.layer().runs, record);
-            const auto* const partner = index >= 0 ? dynamic_cast<const DmSourceNode*>(other.segment(index)) : nullptr;
-            if (!partner || !partner->getSrcInput() || !dmLinkGroupOf(partner->getSegmentId()).empty() ||
-                other.mediaType() == lane.mediaType() ||
-                partner->getSrcInput()->getName() != source->getSrcInput()->getName())
+            if (other.mediaType() == lane.mediaType())
                 continue;
-            const double theirs = other.in(index)-dmMaterialOf(*partner, draft.fcm).begin - partner->getRelIn();
-            if (std::abs(theirs - offset) < dmEditTolerance)
-                add({t, l, index});
+            for (int index = other.layer().runs.lastBeginningBy(lane.out(place.index) - dmEditTolerance);
+                 index >= 0 && other.out(index) > record + dmEditTolerance; --index)
+            {
+                const auto* const partner = dynamic_cast<const DmSourceNode*>(other.segment(index));
+                if (!partner || !partner->getSrcInput() || !dmLinkGroupOf(partner->getSegmentId()).empty() ||
+                    !isOneMedium(*partner->getSrcInput(), *source->getSrcInput()))
+                    continue;
+                const double theirs = other.in(index)-dmMaterialOf(*partner, draft.fcm).begin - partner->getRelIn();
+                if (std::abs(theirs - offset) < dmEditTolerance)
+                    add({t, l, index});
+            }
         }
     return all;
 }
 
-std::vector<DmElementPlace> DmEdit::Imp::seamsTogether(const DmElementPlace& seam)
+std::vector<DmElementPlace> DmEdit::Imp::seamsTogether(const DmElementPlace& given)
 {
-    const DmLane own = lane(seam);
+    DmLane own = lane(given);
+    const DmElementPlace seam{given.track, given.layer, own.closeEnds(given.index)};
     own.needSeam(seam.index);
     std::vector<DmElementPlace> seams{seam};
     const int side = own.isGap(seam.index + 1) ? -1 : 1;
@@ -155,15 +222,15 @@ void DmEdit::Imp::ripple(double time, double by, const std::set<std::pair<int, i
             const double in = std::max(time + by, lane.begin());
             if (in >= lane.end() - dmEditTolerance)
                 continue;
-            const double out = std::min(time, lane.end());
-            if (!options().cutSynced)
-            {
-                const int end = lane.layer().runs.lastBeginningBy(out - dmEditTolerance);
-                for (int i = end; i >= 0 && lane.out(i) > in + dmEditTolerance; --i)
-                    if (!lane.isGap(i) && lane.length(i) > dmEditTolerance)
-                        dmRefuse("Closing %g frames would take material of track %d: %s plays there.", -by, t + 1,
-                                 lane.called(i).c_str());
-            }
+            // A layer that begins in that time, or behind it, keeps its begin: what moves, moves into gaps there.
+            const double out = std::min(std::max(time, in - by), lane.end());
+            const double taken = options().cutSynced ? time : in;
+            const int end = lane.layer().runs.lastBeginningBy(out - dmEditTolerance);
+            for (int i = end; i >= 0 && lane.out(i) > in + dmEditTolerance; --i)
+                if (!lane.isGap(i) && lane.length(i) > dmEditTolerance &&
+                    std::min(lane.out(i), out) > taken + dmEditTolerance)
+                    dmRefuse("Closing %g frames would take material of track %d: %s plays there.", -by, t + 1,
+                             lane.called(i).c_str());
             close({t, l}, in, out);
         }
     }
@@ -290,7 +357,7 @@ void DmEdit::Imp::followLengths(const DmTimelineValue& before)
         double end = -dmNoTime;
         for (const DmTimelineValue::Track& track : value.tracks)
             for (const DmTimelineValue::Layer& layer : track.layers)
-                if (layer.bare && layer.runs.count() > 0)
+                if (layer.bare && layer.runs.count() > 0 && dmIsTime(endOf(layer)))
                     end = std::max(end, endOf(layer));
         return end;
     };
@@ -302,7 +369,7 @@ void DmEdit::Imp::followLengths(const DmTimelineValue& before)
             if (!layer.bare || (was && was->number == layer.number && was->runs == layer.runs))
                 continue;
             const double length = endOf(layer) - layer.bare->getLayerStartTC();
-            if (length == layer.bare->getLayerLength())
+            if (length == layer.bare->getLayerLength() || !dmIsTime(length))
                 continue;
             const CoSharedPtr<DmLayerNode> bare = dmEditCopy(*layer.bare);
             static_cast<void>(bare->setLayerLength(length));

@@ -9,11 +9,12 @@
 #include <algorithm>
 #include <cmath>
 
-DmStatus DmEdit::split(const DmLayerPlace& layer, double time)
+DmStatus DmEdit::split(const DmLayerPlace& layer, const DmEditTime& at)
 {
     return _imp->run(
         [&]
         {
+            const double time = _imp->frames(at);
             DmLane lane = _imp->lane(layer);
             const int index = DmTimelineValue::indexAt(lane.layer().runs, time);
             if (index < 0)
@@ -265,7 +266,7 @@ DmStatus DmEdit::swap(const DmElementPlace& a, const DmElementPlace& b)
         });
 }
 
-DmStatus DmEdit::move(const DmElementPlace& segment, const DmLayerPlace& to, double time)
+DmStatus DmEdit::move(const DmElementPlace& segment, const DmLayerPlace& to, const DmEditTime& time)
 {
     return _imp->run(
         [&]
@@ -278,7 +279,7 @@ DmStatus DmEdit::move(const DmElementPlace& segment, const DmLayerPlace& to, dou
                 DmLane::Segment node;
             };
             std::vector<Moved> all;
-            const double by = time - _imp->lane(segment).in(segment.index);
+            const double by = _imp->frames(time) - _imp->lane(segment).in(segment.index);
             if (!std::isfinite(by))
                 dmRefuse("That is no time.");
             for (const DmElementPlace& each : _imp->together(segment))
@@ -329,21 +330,30 @@ DmStatus DmEdit::move(const DmElementPlace& segment, const DmLayerPlace& to, dou
         });
 }
 
-DmStatus DmEdit::fill(const DmLayerPlace& layer, const CoSharedPtr<DmSegmentNode>& material, double recordIn,
-                      double recordOut, double sourceIn, double sourceOut)
+DmStatus DmEdit::fill(const DmLayerPlace& layer, const CoSharedPtr<DmSegmentNode>& material,
+                      const DmEditTime& recordBegin, const DmEditTime& recordEnd, const DmEditTime& sourceBegin,
+                      const DmEditTime& sourceEnd)
 {
     return _imp->run(
         [&]
         {
             if (!material || !material->isSegment())
                 dmRefuse("There is no material.");
+            const double recordIn = _imp->frames(recordBegin);
+            const double recordOut = _imp->frames(recordEnd);
+            const double sourceIn = _imp->positionOf(sourceBegin, *material);
+            const double sourceOut = _imp->positionOf(sourceEnd, *material);
             const int given = dmIsTime(recordIn) + dmIsTime(recordOut) + dmIsTime(sourceIn) + dmIsTime(sourceOut);
             if (given < 3)
                 dmRefuse("Three points are needed, %d are given.", given);
             const DmLane::Segment copy = dmEditCopy(*material);
             DmSegmentChange change(*copy, _imp->draft.fcm, {});
             const DmMaterial there = dmMaterialOf(*copy, _imp->draft.fcm);
-            const double rate = DmPlayed(*copy, _imp->draft.fcm).rate();
+            const DmPlayed played(*copy, _imp->draft.fcm);
+            const bool fits = given == 4 && _imp->options().fit;
+            const double speed =
+                played.motion() == DmPlayed::Motion::Constant && !fits ? std::abs(played.speed()) : 1.0;
+            const double rate = speed * played.rate();
             const bool recordRange = dmIsTime(recordIn) && dmIsTime(recordOut);
             const double length = recordRange ? recordOut - recordIn : (sourceOut - sourceIn) / rate;
             if (!(length >= dmLeastLength))
@@ -353,7 +363,7 @@ DmStatus DmEdit::fill(const DmLayerPlace& layer, const CoSharedPtr<DmSegmentNode
                 dmRefuse("The material has %g frames too few in front.", -begin);
             static_cast<void>(copy->setRecLength(length));
             static_cast<void>(copy->setRelIn(begin));
-            if (given == 4 && _imp->options().fit)
+            if (fits)
             {
                 if (sourceOut <= sourceIn)
                     dmRefuse("The source range is empty.");

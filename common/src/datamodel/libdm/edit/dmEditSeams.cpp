@@ -71,17 +71,19 @@ double DmEdit::cutOf(const DmTimeline& timeline, const DmElementPlace& seam)
     return node ? dmCutTimeOf(*node, timeline.recIn(seam)) : dmNoTime;
 }
 
-DmStatus DmEdit::transition(const DmElementPlace& seam, double length, eDmSeamAlignment alignment,
+DmStatus DmEdit::transition(const DmElementPlace& seam, const DmEditAmount& wanted, eDmSeamAlignment alignment,
                             const CoSharedPtr<DmEffectSettings>& effect)
 {
     return _imp->run(
         [&]
         {
-            _imp->lane(seam).needSeam(seam.index);
-            for (const DmElementPlace& each : _imp->seamsTogether(seam))
+            const double length = _imp->frames(wanted);
+            const std::vector<DmElementPlace> seams = _imp->seamsTogether(seam);
+            for (const DmElementPlace& each : seams)
             {
                 // What is linked and of the other media type gets a dissolve of its own.
-                const bool fits = each == seam || !effect || effect->getMediaType() == _imp->lane(each).mediaType();
+                const bool fits =
+                    each == seams.front() || !effect || effect->getMediaType() == _imp->lane(each).mediaType();
                 _imp->putTransition(each, length, alignment, fits ? effect : CoSharedPtr<DmEffectSettings>());
             }
         });
@@ -196,8 +198,9 @@ DmStatus DmEdit::cut(const DmElementPlace& seam)
     return _imp->run(
         [&]
         {
-            for (const DmElementPlace& each : _imp->seamsTogether(seam))
-                if (each == seam || _imp->lane(each).length(each.index) > dmEditTolerance)
+            const std::vector<DmElementPlace> seams = _imp->seamsTogether(seam);
+            for (const DmElementPlace& each : seams)
+                if (each == seams.front() || _imp->lane(each).length(each.index) > dmEditTolerance)
                     _imp->cutSeam(each);
         });
 }
@@ -341,11 +344,12 @@ DmStatus DmEdit::speed(const DmElementPlace& segment, double speed)
         });
 }
 
-DmStatus DmEdit::freeze(const DmElementPlace& segment, double time)
+DmStatus DmEdit::freeze(const DmElementPlace& segment, const DmEditTime& at)
 {
     return _imp->run(
         [&]
         {
+            const double time = _imp->frames(at);
             if (_imp->lane(segment).mediaType() == DM_MEDIA_AUDIO)
                 dmRefuse("Sound cannot be frozen.");
             for (const DmElementPlace& each : _imp->together(segment))

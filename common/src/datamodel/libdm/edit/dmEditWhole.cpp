@@ -65,6 +65,19 @@ void addMarks(Holder& holder, const DmSetList<DmCueMark>& marks, double shift)
         }
 }
 
+/// A track without its layers, for another timeline: with the next number of its media type there.
+CoSharedPtr<DmTrackNode> adopted(const DmTrackNode& track, const std::vector<DmTimelineValue::Track>& among)
+{
+    const CoSharedPtr<DmTrackNode> bare = dmEditCopy(track);
+    int number = 0;
+    for (const DmTimelineValue::Track& each : among)
+        if (each.bare && each.bare->getMediaType() == track.getMediaType())
+            number = std::max(number, each.bare->getTrackNum());
+    static_cast<void>(bare->setTrackNum(number + 1));
+    bare->freeze();
+    return bare;
+}
+
 /// A layer without its elements, for another timeline.
 CoSharedPtr<DmLayerNode> adopted(const DmLayerNode& layer, double start, double shift)
 {
@@ -79,11 +92,13 @@ CoSharedPtr<DmLayerNode> adopted(const DmLayerNode& layer, double start, double 
 
 } // namespace
 
-DmStatus DmEdit::trimToRange(double in, double out)
+DmStatus DmEdit::trimToRange(const DmEditTime& from, const DmEditTime& to)
 {
     return _imp->run(
         [&]
         {
+            double in = _imp->frames(from);
+            const double out = _imp->frames(to);
             dmNeedRange(in, out);
             const auto [first, last] = extent(_imp->draft);
             const double begin = first; // a lambda cannot take the binding itself
@@ -149,7 +164,7 @@ DmStatus DmEdit::concatenate(const DmTimeline& other)
                 else
                 {
                     taken.push_back(true);
-                    _imp->draft.value.tracks.push_back({track.bare, {}, {}});
+                    _imp->draft.value.tracks.push_back({adopted(*track.bare, _imp->draft.value.tracks), {}, {}});
                     ours = _imp->draft.value.tracks.size() - 1;
                 }
                 for (std::size_t l = 0; l < track.layers.size(); ++l)
@@ -212,11 +227,6 @@ DmStatus DmEdit::stack(const DmTimeline& other)
             const double begin = extent(_imp->draft).first;
             const double theirBegin = extent(theirs).first;
             const double shift = dmIsTime(begin) && dmIsTime(theirBegin) ? begin - theirBegin : 0.0;
-            int number[3] = {0, 0, 0};
-            for (const DmTimelineValue::Track& track : before.tracks)
-                if (track.bare && unsigned(track.bare->getMediaType()) < 3U)
-                    number[track.bare->getMediaType()] =
-                        std::max(number[track.bare->getMediaType()], track.bare->getTrackNum());
             std::size_t done = 0;
             for (const DmTimelineValue::Track& track : theirs.value.tracks)
             {
@@ -224,11 +234,7 @@ DmStatus DmEdit::stack(const DmTimeline& other)
                 if (!track.bare)
                     continue;
                 DmTimelineValue::Track fresh;
-                const CoSharedPtr<DmTrackNode> bare = dmEditCopy(*track.bare);
-                if (unsigned(bare->getMediaType()) < 3U)
-                    static_cast<void>(bare->setTrackNum(++number[bare->getMediaType()]));
-                bare->freeze();
-                fresh.bare = bare;
+                fresh.bare = adopted(*track.bare, _imp->draft.value.tracks);
                 for (const DmTimelineValue::Layer& layer : track.layers)
                 {
                     DmTimelineValue::Layer copy = layer;

@@ -247,9 +247,43 @@ void DmLane::put(int first, int last, std::vector<Node> nodes, double shiftBehin
             static_cast<void>(gap->setBaseBlob(node));
             node = gap;
         }
+    for (const Node& node : nodes)
+        keepInside(node);
     _draft.bytes += layer().runs.bytesOfSplice() + nodes.size() * (sizeof(DmSourceNode) + 256);
     _draft.value.splice(layer(), first, last, nodes, shiftBehind);
     _draft.changes.push_back({_place, first, last - first, static_cast<int>(nodes.size()), shiftBehind});
+}
+
+void DmLane::keepInside(const Node& node) const
+{
+    const DmSegmentNode* const gap = dmSegment(node.get());
+    const auto* const was = gap ? dynamic_cast<const DmSourceNode*>(gap->getBaseBlob()) : nullptr;
+    if (!was || gap->whatIs() != DM_GAP_NODE || gap->getRecLength() <= dmEditTolerance)
+        return;
+    const double head = std::max(0.0, gap->getRecIn() - was->getRecIn());
+    const double tail = std::max(0.0, was->getRecOut() - gap->getRecOut());
+    if (head == 0.0 && tail == 0.0)
+        return;
+    if (!(head + tail < was->getRecLength()))
+    {
+        static_cast<void>(node->setBaseBlob(nullptr));
+        return;
+    }
+    DmSegmentChange change(*dmOwnAttached(*node), _draft.fcm, {});
+    change.moveHead(head);
+    change.moveTail(-tail);
+}
+
+int DmLane::closeEnds(int index)
+{
+    if (count() == 0)
+        return index;
+    if (transition(count() - 1))
+        put(count(), count(), {makeGap(end(), 0.0)}, 0.0);
+    if (!transition(0))
+        return index;
+    put(0, 0, {makeGap(in(0), 0.0)}, 0.0);
+    return index + 1;
 }
 
 void DmLane::attachedFollows(int index, double by)
@@ -352,9 +386,7 @@ int DmLane::seamAt(double time)
     if (time < begin() - dmEditTolerance)
         dmRefuse("%s lies in front of the layer's begin, %s.", _draft.label(time).c_str(),
                  _draft.label(begin()).c_str());
-    if (count() > 0 && !segment(count() - 1))
-        put(count(), count(), {makeGap(end(), 0.0)},
-            0.0); // a transition has a segment at its end
+    closeEnds(0);
     if (count() == 0 || time > end() - dmEditTolerance)
     {
         fillTo(time);
@@ -424,6 +456,8 @@ int DmLane::splitSegment(int index, double time)
 
 int DmLane::cutTransition(int index, double time)
 {
+    if (index + 1 == count())
+        closeEnds(0);
     const double a = in(index);
     const double b = out(index);
     needWhole(index - 1);

@@ -114,12 +114,7 @@ public:
     double recOut(const DmElementPlace& place) const;
 
     /// The record time of a label of its composition ("10:00:04:00"), to the letter: what is none of the mode is told,
-    /// and never taken for another. All times and amounts of edits can so be given as labels:
-    ///
-    ///     double time = 0.0;
-    ///     DmStatus status = timeline.readLabel("10:00:04:00", time);
-    ///     if (status.ok())
-    ///         status = edit.trim(shot, DM_TAIL, time - timeline.recOut(shot));
+    /// and never taken for another. Edits take labels themselves (dmEditTime.h).
     DmStatus readLabel(std::string_view label, double& recordTime) const;
     /// The label of a record time.
     std::string labelOf(double recordTime) const;

@@ -66,10 +66,18 @@ public:
     DmLane lane(const DmElementPlace& place) { return DmLane(draft, place.inLayer()); }
     const DmEditOptions& options() const { return draft.options; }
 
+    /// Refuses a label that is none of the mode.
+    double frames(const DmEditTime& time) const;
+    /// From where what is edited is; dmNoTime where there is no time to go to. Refuses what is no number of frames.
+    double frames(const DmEditAmount& amount, double from = dmNoTime) const;
+    /// A position in the material, whose labels count in its own mode.
+    double positionOf(const DmEditTime& time, const DmSegmentNode& material) const;
+
     /// The segment itself, and those that are edited together with it.
     std::vector<DmElementPlace> together(const DmElementPlace& segment);
+    std::vector<DmElementPlace> withEffect(const DmElementPlace& segment, int index);
     /// A seam, which must be whole, and those of linked segments that lie at the same time; others lie where the editor
-    /// put them.
+    /// put them. The first one is the seam itself, where it is then.
     std::vector<DmElementPlace> seamsTogether(const DmElementPlace& seam);
     /// What the other layers do when time opens (`by` > 0) at a record time, or closes in front of it: those of the
     /// same track, and of the tracks in sync. `done`: layers that moved themselves.

@@ -102,6 +102,9 @@ public:
         return DmSegmentChange(*segment, _draft.fcm, beside(was));
     }
     void put(int first, int last, std::vector<Node> nodes, double shiftBehind);
+    /// A transition at the begin or the end of the layer gets a gap of no length on its other side; answers where the
+    /// element of that position is then.
+    int closeEnds(int index);
     /// Of a transition that begins so many frames later over the outgoing picture: the source that is attached to it
     /// follows, and lasts no longer than it. Of others, and without such a source, nothing changes.
     void attachedFollows(int index, double by);
@@ -134,6 +137,8 @@ public:
     void needLength(const DmSegmentNode& segment) const;
 
 private:
+    /// A source that is attached to a gap plays inside it.
+    void keepInside(const Node& gap) const;
     bool isPlainGap(int index) const;
     bool isCut(int index) const;
 

@@ -44,26 +44,28 @@ void needOwnFrames(const DmLane& lane, int index)
 
 } // namespace
 
-DmStatus DmEdit::insert(const DmLayerPlace& layer, double time, const CoSharedPtr<DmSegmentNode>& segment)
+DmStatus DmEdit::insert(const DmLayerPlace& layer, const DmEditTime& time, const CoSharedPtr<DmSegmentNode>& segment)
 {
-    return _imp->run([&] { _imp->insert(layer, time, given(segment)); });
+    return _imp->run([&] { _imp->insert(layer, _imp->frames(time), given(segment)); });
 }
 
-DmStatus DmEdit::overwrite(const DmLayerPlace& layer, double time, const CoSharedPtr<DmSegmentNode>& segment)
+DmStatus DmEdit::overwrite(const DmLayerPlace& layer, const DmEditTime& time, const CoSharedPtr<DmSegmentNode>& segment)
 {
-    return _imp->run([&] { _imp->overwrite(layer, time, given(segment)); });
+    return _imp->run([&] { _imp->overwrite(layer, _imp->frames(time), given(segment)); });
 }
 
-DmStatus DmEdit::lift(const DmLayerPlace& layer, double in, double out)
+DmStatus DmEdit::lift(const DmLayerPlace& layer, const DmEditTime& in, const DmEditTime& out)
 {
-    return _imp->run([&] { _imp->lane(layer).lift(in, out); });
+    return _imp->run([&] { _imp->lane(layer).lift(_imp->frames(in), _imp->frames(out)); });
 }
 
-DmStatus DmEdit::extract(const DmLayerPlace& layer, double in, double out)
+DmStatus DmEdit::extract(const DmLayerPlace& layer, const DmEditTime& begin, const DmEditTime& behind)
 {
     return _imp->run(
         [&]
         {
+            const double in = _imp->frames(begin);
+            const double out = _imp->frames(behind);
             dmNeedRange(in, out);
             const double end = _imp->lane(layer).end();
             if (in >= end - dmEditTolerance)
