@@ -230,9 +230,9 @@ TEST(EditOperations, AreAllTriedBesideEveryNeighbour)
 {
     std::map<std::string, std::set<std::string>> tried;
     for (const Row& row : rows())
-        if (row.materials.empty())
+        if (row.materials.empty() && row.before != "AAAA///BBBB") // of the points of a transition alone
             tried[row.before].insert(row.operation);
-    EXPECT_EQ(tried.size(), 12U);
+    EXPECT_EQ(tried.size(), 13U);
     for (const auto& [drawing, operations] : tried)
         for (const zrOperations::Operation& each : zrOperations::all)
             EXPECT_TRUE(operations.contains(each.name)) << each.name << " on " << drawing;

@@ -179,7 +179,9 @@ inline const Operation all[] = {
     {"rename", "e",
      [](DmEdit& e, const Arguments& a)
      {
-         const DmTreeNode* const node = e.timeline().storedElement(a.element);
+         const DmTreeNode* node = e.timeline().storedElement(a.element);
+         if (const auto* const covered = node ? dynamic_cast<const DmSourceNode*>(node->getBaseBlob()) : nullptr)
+             node = node->asSegment() ? covered : node;
          return e.rename(a.element, DmString(((node ? dmUtf8(node->getName()) : "") + " again").c_str()));
      },
      changesNoFrame},
