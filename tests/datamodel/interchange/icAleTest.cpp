@@ -87,6 +87,11 @@ TEST(Ale, ComesBackRowForRow)
         // Headings on one line
         "Heading\tFIELD_DELIM\tTABS\tFPS\t25\nColumn\tName\tStart\tEnd\nData\tone\t01:00:00:00\t01:00:01:00\n",
         "HEADING\nFPS 25\ncolumn\nName\tStart\tEnd\ndata\none\t01:00:00:00\t01:00:01:00\n",
+        // Columns of other systems in their order, quotes that are part of a text, a column without a name at the end
+        "Heading\r\nFIELD_DELIM\tTABS\r\nVIDEO_FORMAT\t1080\r\nAUDIO_FORMAT\t48khz\r\nFPS\t25\r\n\r\nColumn\r\n"
+        "Tracks\tEnd\tStart\tName\tTape\tASC_SOP\tUNC\t\r\n\r\nData\r\n"
+        "VA1\t01:00:10:00\t01:00:00:00\t\"a, b\"\tA001\t(1.0 1.0 1.0)(0.0 0.0 0.0)(1.0 1.0 1.0)\t\\\\s\\a.mov\t\r\n"
+        "A1A2\t01:00:10:00\t01:00:00:00\tb\t\t\t\t\r\nVA1-8\t\t\tc\t\t\t\t\r\nno rest\r\n\r\n",
         // Columns that two names, or the same name, are for; a name in front of which an asterisk stands; trailing tabs
         head + "Column\nTape\tReel\tStart\tEnd\tX\tX\t*cells\t\nData\n\tR\t1:00:00:00\t01.00.01.00\ta\tb\tc\t\n"
                "T\tR\t01:00:00:00\t01:00:01:00\ta\ta\t2\td\n",
@@ -225,6 +230,8 @@ TEST(Ale, RatesAndMistakesAreNamedWithTheirLine)
         {"Heading\nFPS\t29.97\nColumn\nStart\tEnd\nData\n01:00:00;00\t01:00:01;00\n", "", "29.97 fps DF"},
         {"Heading\nFPS\t29.97\n" + rows, "", "29.97 fps NDF"},
         {"Heading\nFPS\t30\n" + rows, "", "30 fps"},
+        {"Heading\nFPS\t23.98\n" + rows, "", "23.976 fps"},
+        {"Heading\nFPS\t29.97 DF\n" + rows, "", "29.97 fps DF"},
         {"Heading\n" + rows,
          "x.ale: note: no rate in the heading, so the frame-code mode is taken to be '24 fps' "
          "(--fcm names another)\n",

@@ -138,9 +138,8 @@ bool Reader::dropsLabels(std::string_view rows) const
 
 bool Reader::chooseMode(std::string_view rows)
 {
-    const std::optional<double> rate = toNumber<double>(_head.fps);
     const bool drops = dropsLabels(rows);
-    const DM::FrameCodeModes said = rate ? DM::FcmUtil::FPStoFCM(*rate, drops) : DM::FCM_NOT_DEFINED;
+    const DM::FrameCodeModes said = _head.mode(drops);
     _fcm = _options.fcm != DM::FCM_NOT_DEFINED ? _options.fcm : said;
     if (_options.fcm != DM::FCM_NOT_DEFINED && said != DM::FCM_NOT_DEFINED &&
         DM::FcmUtil::toNonDrop(_options.fcm) != DM::FcmUtil::toNonDrop(said))

@@ -67,6 +67,12 @@ std::vector<std::string_view> cellsOf(std::string_view row)
     }
 }
 
+DM::FrameCodeModes Head::mode(bool drops) const
+{
+    const std::optional<double> rate = toNumber<double>(fps);
+    return rate ? DM::FcmUtil::FPStoFCM(*rate, drops) : DM::FcmUtil::getFCMFromName(fps);
+}
+
 std::optional<Head> Head::take(std::string_view& text)
 {
     enum

@@ -46,6 +46,8 @@ struct Head
     std::uint32_t fpsLine = 0; ///< from 1 on
     bool hasOtherDelimiter = false;
 
+    /// That of the rate, which may also be a mode's name ("23.976 fps", "PAL"); not defined for another one.
+    DM::FrameCodeModes mode(bool drops) const;
     /// Takes it from the front of the text; none where it has no columns or no data.
     static std::optional<Head> take(std::string_view& text);
 };

@@ -355,9 +355,7 @@ std::string Writer::headOf(std::string_view text) const
     for (const std::string& key : missing)
         further.append("\t").append(key);
     made.insert(static_cast<std::size_t>(head->lastLine.data() - text.data()) + head->lastLine.size(), further);
-    const std::optional<double> rate = toNumber<double>(head->fps);
-    const DM::FrameCodeModes said = rate ? DM::FcmUtil::FPStoFCM(*rate, false) : DM::FCM_NOT_DEFINED;
-    if (!head->fps.empty() && said != DM::FcmUtil::toNonDrop(_fcm))
+    if (!head->fps.empty() && DM::FcmUtil::toNonDrop(head->mode(false)) != DM::FcmUtil::toNonDrop(_fcm))
         made.replace(static_cast<std::size_t>(head->fps.data() - text.data()), head->fps.size(),
                      DM::FcmUtil::getFPSString(_fcm));
     return made;
