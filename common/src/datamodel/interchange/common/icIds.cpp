@@ -15,9 +15,14 @@ namespace interchange
 namespace
 {
 
+const DmSourceNode* sourceOf(const DmSegmentNode& segment)
+{
+    return segment.whatIs() == DM_SOURCE_NODE ? static_cast<const DmSourceNode*>(&segment) : nullptr;
+}
+
 double inTimeOf(const DmSegmentNode& segment)
 {
-    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
+    const auto* const source = sourceOf(segment);
     const auto* const media = source ? dynamic_cast<const DmSourceNode::MediaInput*>(source->getSrcInput()) : nullptr;
     const double in = (media ? media->getSrcIn() : 0.0) + segment.getRelIn();
     constexpr double limit = 1e15;
@@ -28,7 +33,7 @@ double inTimeOf(const DmSegmentNode& segment)
 
 std::string mediumOf(const DmSegmentNode& segment)
 {
-    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
+    const auto* const source = sourceOf(segment);
     const DmSourceInfo* const info = source && source->getSrcInput() ? source->getSrcInput()->getSrcInfo() : nullptr;
     std::string medium;
     if (info)
@@ -51,14 +56,13 @@ std::string freshId()
 
 std::string IdMaker::make(const DmSegmentNode& segment)
 {
-    std::string id = mediumOf(segment) + '@' + std::to_string(std::llround(inTimeOf(segment)));
-    for (;;)
-    {
-        const int count = ++_counts[id];
-        std::string candidate = count == 1 ? id : id + '/' + std::to_string(count);
-        if (take(candidate))
+    const std::string id = mediumOf(segment) + '@' + std::to_string(std::llround(inTimeOf(segment)));
+    const auto [found, isNew] = _taken.try_emplace(id, 1);
+    if (isNew)
+        return id;
+    for (int& count = found->second;;)
+        if (std::string candidate = id + '/' + std::to_string(++count); take(candidate))
             return candidate;
-    }
 }
 
 } // namespace interchange

@@ -6,7 +6,6 @@
 
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace interchange
 {
@@ -25,11 +24,10 @@ public:
     /// "T001@86400"; where that repeats, "T001@86400/2" and so on.
     std::string make(const DmSegmentNode& segment);
     /// Notes that an id stands in the composition; false where it did so before.
-    bool take(const std::string& id) { return _taken.insert(id).second; }
+    bool take(const std::string& id) { return _taken.try_emplace(id, 1).second; }
 
 private:
-    std::unordered_map<std::string, int> _counts;
-    std::unordered_set<std::string> _taken;
+    std::unordered_map<std::string, int> _taken; ///< and how often they were to be made
 };
 
 } // namespace interchange

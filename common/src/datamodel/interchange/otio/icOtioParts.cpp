@@ -33,9 +33,16 @@ bool isFinite(const Look& look)
 
 // Media
 
+/// Asked first: nearly all inputs are.
+const DmSourceNode::MediaInput* mediaInput(const DmSourceNode::Input& input)
+{
+    return dynamic_cast<const DmSourceNode::MediaInput*>(&input);
+}
+
 DmString nameOf(const DmSourceNode::Input& input)
 {
-    if (const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(&input))
+    const bool isMedia = mediaInput(input) != nullptr;
+    if (const auto* const relinked = isMedia ? nullptr : dynamic_cast<const DmSourceNode::RelinkedInput*>(&input))
         return relinked->getSourceName();
     return input.getSrcInfo() ? input.getSrcInfo()->getName() : input.getName();
 }
@@ -49,7 +56,7 @@ bool isSequence(const DmSourceNode::Input& input)
 /// The schema of a reference to such an input.
 const char* referenceSchema(const DmSourceNode::Input& input)
 {
-    if (dynamic_cast<const DmSourceNode::GeneratedInput*>(&input))
+    if (!mediaInput(input) && dynamic_cast<const DmSourceNode::GeneratedInput*>(&input))
         return "GeneratorReference.1";
     if (isSequence(input))
         return "ImageSequenceReference.1";
@@ -476,7 +483,9 @@ void Parts::reference(Listener& to, const DmSourceNode::Input& input, double bas
     }
     if (info && schema == "ImageSequenceReference.1")
         sequence(to, *info);
-    if (const auto* const generated = dynamic_cast<const DmSourceNode::GeneratedInput*>(&input))
+    const auto* const generated =
+        schema == "GeneratorReference.1" ? dynamic_cast<const DmSourceNode::GeneratedInput*>(&input) : nullptr;
+    if (generated)
     {
         to.name("generator_kind");
         to.text(generatorKind(*generated));

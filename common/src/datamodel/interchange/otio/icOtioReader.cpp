@@ -82,7 +82,7 @@ public:
     /// Without a mode, each composition gets its own.
     Maker(Items& items, DM::FrameCodeModes fcm)
         : _items(items)
-        , _parts(items, _scratch.GetAllocator())
+        , _parts(items, _scratch)
         , _keep(items, _parts)
         , _fcm(fcm)
     {
@@ -127,7 +127,8 @@ private:
     void place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType mediaType);
 
     Items& _items;
-    json::Document _scratch;
+    std::vector<char> _room = std::vector<char>(1 << 16); ///< kept from item to item
+    Allocator _scratch{_room.data(), _room.size()};
     Parts _parts;
     Keep _keep;
     DM::FrameCodeModes _fcm;
@@ -331,7 +332,7 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
     }
     else
     {
-        form.wholeValue = Value(top, _scratch.GetAllocator());
+        form.wholeValue = Value(top, _scratch);
         _items.mistake(&top,
                        schema.empty() ? noTimeline
                        : isCollection(top)
@@ -676,7 +677,7 @@ void Maker::place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType 
     _at += node == entry.segment ? length : 0.0;
     _from = _at;
     _previous = node.get();
-    _scratch.GetAllocator().Clear(); // of a single item
+    _scratch.Clear(); // of a single item
 }
 
 CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& report, bool places)

@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <vector>
 
 namespace interchange
 {
@@ -256,7 +257,8 @@ private:
     Report& _report;
     JsonText& _out;
     json::Document _document;
-    json::MemoryPoolAllocator<> _leaf;
+    std::vector<char> _room = std::vector<char>(1 << 16); ///< kept from element to element
+    Allocator _leaf{_room.data(), _room.size()};
     Items _items;
     Parts _parts;
     Keep _keep;
@@ -641,10 +643,7 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
         madeUp = stage.ids.make(segment);
         const std::string id = dmUtf8(segment.getSegmentId());
         if (madeUp == id)
-        {
-            stage.ids.take(id);
             return tell(difference, tellSegment);
-        }
     }
     Value object = _parts.value(tellSegment);
     applyDifference(object, difference, allocator());
