@@ -98,8 +98,15 @@ void map(const DmPropertySet& set, int index, const DmPropertyDef& def, const st
     for (const DmString& key : keys)
     {
         DmPropertySetPtr held;
-        if (set.getValueFromPropertyMap(index, def._type, key, &held) == DM_NO_ERROR)
-            element(held, path + '{' + dmUtf8(key) + '}', depth, sink);
+        if (set.getValueFromPropertyMap(index, def._type, key, &held) != DM_NO_ERROR || !held)
+            continue;
+        DmString name; // mostly the key, which is said already
+        const bool isKey = held->getPropertyValue(L"name", DM_STRING, &name) == DM_NO_ERROR && name == key;
+        const std::string inside = path + '{' + dmUtf8(key) + '}';
+        if (isKey)
+            walk(*held, inside, {L"name"}, depth + 1, sink);
+        else
+            walk(*held, inside, {}, depth + 1, sink);
     }
 }
 

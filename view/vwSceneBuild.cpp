@@ -184,8 +184,15 @@ public:
         if (_overlapping > 0)
             note(_overlapping, "begins before the one in front of it has ended",
                  "begin before the one in front of them has ended");
+        if (_lengthless > 0)
+            note(_lengthless, "has no length, and is drawn as a line", "have no length, and are drawn as lines");
+        if (_early > 0)
+            note(_early, "begins before record time 0", "begin before record time 0");
         if (_missing > 0)
             note(_missing, "is empty and is left out", "are empty and are left out");
+        for (std::size_t i = 0; i < _scene.tops; ++i)
+            if (const Composition& one = _scene.compositions[i]; one.segments.size() == 0)
+                _scene.notes.push_back("The composition \"" + _scene.texts[one.name] + "\" holds no segment.");
         if (_scene.tops == 0)
             _scene.notes.emplace_back("The document holds no composition.");
     }
@@ -501,6 +508,8 @@ private:
         flags |= overlaps ? Overlaps : 0;
         _withoutTime += place.timeless ? 1 : 0;
         _overlapping += overlaps ? 1 : 0;
+        _lengthless += place.length == 0.0 && !place.timeless ? 1 : 0;
+        _early += place.in < 0.0 ? 1 : 0;
         flags |= addEffects(composition.effects, node.getEffects(), index) ? HasEffects : 0;
         for (int i = 0; i < node.getSegmentMarks().count(); ++i)
         {
@@ -696,6 +705,8 @@ private:
     DM::FrameCodeModes _fcm = DM::FCM_NOT_DEFINED; ///< of the row being built
     std::size_t _withoutTime = 0;
     std::size_t _overlapping = 0;
+    std::size_t _lengthless = 0;
+    std::size_t _early = 0;
     std::size_t _missing = 0;
 };
 

@@ -63,6 +63,39 @@ void addStyle(std::string& out)
     out += "}</style>\n";
 }
 
+void openSvg(std::string& out, double width, double height, const std::string& title)
+{
+    out += "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 ";
+    addPixel(out, width);
+    out += ' ';
+    addPixel(out, height);
+    out += "\" width=\"";
+    addPixel(out, width);
+    out += "\" height=\"";
+    addPixel(out, height);
+    out += "\" role=\"img\">\n<title>" + xml(isolated(title)) + "</title>\n";
+    addStyle(out);
+}
+
+/// Of a document that holds no composition: what there is to say of it.
+std::string emptyStill(const Scene& scene, double width)
+{
+    std::string out;
+    openSvg(out, width, titleHeight + noteHeight * static_cast<double>(scene.notes.size() + 1), scene.title);
+    out += "<rect class=\"page\" width=\"100%\" height=\"100%\"/>\n";
+    double y = titleHeight;
+    for (const std::string& note : scene.notes)
+    {
+        out += "<text class=\"dim\" x=\"";
+        addPixel(out, margin);
+        out += "\" y=\"";
+        addPixel(out, y);
+        out += "\">" + xml(note) + "</text>\n";
+        y += noteHeight;
+    }
+    return out + "</svg>\n";
+}
+
 class Painter
 {
 public:
@@ -81,16 +114,7 @@ public:
     {
         const double legend = _composition.versions ? noteHeight + margin : 0.0;
         const double height = _top + _height + margin + legend + noteHeight * static_cast<double>(_scene.notes.size());
-        _out = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 ";
-        number(_options.width);
-        _out += ' ';
-        number(height);
-        _out += "\" width=\"";
-        number(_options.width);
-        _out += "\" height=\"";
-        number(height);
-        _out += "\" role=\"img\">\n<title>" + xml(isolated(text(_composition.name))) + "</title>\n";
-        addStyle(_out);
+        openSvg(_out, _options.width, height, text(_composition.name));
         rect("page", 0.0, 0.0, _options.width, height);
         drawTitle();
         for (std::size_t i = 0; i < _rows.size(); ++i)
@@ -473,7 +497,7 @@ Window windowOf(const Composition& composition, const SvgOptions& options)
 std::string svgOf(const Scene& scene, const SvgOptions& options)
 {
     if (options.composition >= scene.compositions.size())
-        return {};
+        return emptyStill(scene, options.width);
     return Painter(scene, scene.compositions[options.composition], options).draw();
 }
 

@@ -46,6 +46,24 @@ TEST(ViewStill, ShowsWhatIsAskedFor)
     EXPECT_EQ(part, still({"--range", "100-150", "--tracks", "V1"}));
 }
 
+TEST(ViewStill, SaysWhyThereIsNothingToSee)
+{
+    const ZrTempDir folder;
+    struct Row
+    {
+        const char* text;
+        const char* note;
+    };
+    const std::vector<Row> rows = {
+        {R"({"DmRoot": {"children": []}})", "The document holds no composition."},
+        {R"({"DmRoot": {"children": [{"DmCompositionNode": {"name": "Empty", "children": []}}]}})",
+         "The composition &quot;Empty&quot; holds no segment."},
+    };
+    for (const Row& row : rows)
+        EXPECT_TRUE(matches(still({"--lenient"}, folder.write("a.json", row.text)),
+                            std::string("...<rect class=\"page\"...") + row.note + "</text>...</svg>\n"));
+}
+
 // What the range cuts keeps its shape: a dissolve that began before it goes on where it was.
 TEST(ViewStill, CutsATransitionWithoutBendingIt)
 {

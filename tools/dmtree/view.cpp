@@ -65,7 +65,7 @@ std::string still(const view::Scene& scene, const Options& options)
 {
     view::SvgOptions svg{.width = options.width, .composition = compositionOf(scene, options.composition)};
     if (scene.compositions.empty())
-        throw std::runtime_error(options.file + ": holds no composition");
+        return view::svgOf(scene, svg);
     const view::Composition& composition = scene.compositions[svg.composition];
     if (!options.range.empty())
         svg.range = dmtree::rangeOf(scene, composition, options.range);

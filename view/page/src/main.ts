@@ -22,6 +22,7 @@ const texts = new Texts(written.texts);
 const scene = new Scene(written, texts, () => document.readyState === 'loading' ? undefined : JSON.parse(data('properties')));
 scene.notes.forEach((note) => byId('notes').append(element('li', '', note)));
 byId('name').textContent = scene.title;
+document.body.classList.toggle('empty', scene.count === 0);
 const named = scene.count > 0 ? start(new View(scene)) : () => {};
 document.addEventListener('DOMContentLoaded', () => {
     texts.arrived(data('texts'));

@@ -440,14 +440,16 @@ export function signOf(view: View, remark: Remark): [x: number, y: number] {
 
 function paintRemarks(context: CanvasRenderingContext2D, view: View) {
     const { composition, scene, theme } = view;
+    const { remarkPlaces } = composition;
+    const [first, last] = [view.time(view.sizes.header - 8), view.time(view.width + 8)];
     const taken = new Set<number>(); // of signs that would lie on each other, one is drawn
     composition.remarks.forEach((remark, k) => {
-        const [x, y] = signOf(view, remark);
-        const isChosen = k === view.remark;
-        if (x < 0 || x > view.width)
+        if (remarkPlaces[k] < first || remarkPlaces[k] > last)
             return;
-        const cell = ((remark.row + 1) * 64 + remark.tint) * 65536 + Math.round(x / 3);
-        if (!isChosen && taken.has(cell))
+        const isChosen = k === view.remark;
+        const [x, y] = signOf(view, remark);
+        const cell = ((remark.row + 1) * 64 + remark.tint) * 65536 + Math.round(x / 6);
+        if (!isChosen && (taken.has(cell) || y > view.height + 20))
             return;
         taken.add(cell);
         const size = isChosen ? 10 : 7;

@@ -14,6 +14,9 @@ export function element<K extends keyof HTMLElementTagNameMap>(name: K, classNam
     return made;
 }
 
+/** What is no more than a line or two, beside other things. */
+const shortened = (text: string) => text.length > 80 ? `${Array.from(text.slice(0, 160)).slice(0, 80).join('')}\u2026` : text;
+
 /** Of a record time of a row; of none, of the composition. */
 export const recordLabel = ({ composition }: View, time: number, row?: Row) =>
     label(composition.modeOf(row), time + composition.labelStartOf(row));
@@ -33,7 +36,7 @@ function playing(view: View, row: Row, place: number): string {
     const one = (i: number) => {
         const source = composition.kind[i] === 1 ? undefined : composition.sourceFrame(i, time);
         const at = source ? `${source.rough ? 'about ' : ''}${label(source.mode, source.frame)}` : '';
-        return [isolated(composition.nameOf(i)), [composition.reelOf(i), at].filter((part) => part !== '').join(' \u00b7 ')]
+        return [isolated(shortened(composition.nameOf(i))), [isolated(shortened(composition.reelOf(i))), at].filter((part) => part !== '').join(' \u00b7 ')]
             .filter((part) => part !== '').join('\n');
     };
     const t = composition.transitionAt(row, time);
@@ -73,10 +76,17 @@ function folded(text: string): HTMLElement {
     return made;
 }
 
+/** A path may break where a step ends. */
+function pathElement(name: string): HTMLElement {
+    const made = element('dt', '');
+    name.split('/').forEach((step, i) => made.append(...(i === 0 ? [step] : ['/', document.createElement('wbr'), step])));
+    return made;
+}
+
 function pairs(list: readonly Property[]): HTMLElement {
     const made = element('dl', '');
     for (const [name, value] of list)
-        made.append(element('dt', '', name), value.length > longText ? folded(value) : element('dd', '', value));
+        made.append(pathElement(name), value.length > longText ? folded(value) : element('dd', '', value));
     return made;
 }
 
@@ -257,7 +267,6 @@ export function sentence(view: View, i: number): string {
 /** In lines, for what stays when the pointer does: what it is, and the properties that differ from their defaults. */
 export function everything(view: View, i: number): string {
     const { composition } = view;
-    const shortened = (text: string) => text.length > 80 ? `${text.slice(0, 80)}\u2026` : text;
     const effects = composition.effectsOf(i).map(({ name, muted, properties }) =>
         `${name}${muted ? ' (muted)' : ''}: ${properties.slice(0, 8).map(([key, value]) => `${key} ${shortened(value)}`).join(', ')}`);
     const lines = [...sentence(view, i).split('  '), ...effects, ...composition.propertiesOf(i).map(([name, value]) => `${name}: ${isolated(value)}`)];

@@ -170,6 +170,7 @@ export class Composition {
     /** Likewise of a row's transitions. */
     private readonly transitionReach: Float64Array;
     private readonly markOwners: number[];
+    private placesOfRemarks: Float64Array | undefined;
     private readonly opened = new Map<number, number>();
     private effectOwners: Uint32Array | undefined;
     readonly blocks: Blocks;
@@ -259,6 +260,7 @@ export class Composition {
         const { versions } = this.from;
         if (!versions)
             return;
+        this.placesOfRemarks = undefined;
         this.axes = (isFolded ? versions.axes : versions.plain).map(([slope, knots]) => new Axis(slope, knots));
         this.folds = isFolded ? versions.folds.map(([start, out, frames]) => ({ in: start, out, frames })) : [];
         this.begin = isFolded ? this.from.begin ?? 0 : versions.extent[0];
@@ -266,6 +268,9 @@ export class Composition {
     }
     get name(): string { return this.scene.texts.at(this.from.name); }
     get properties(): Property[] { return this.scene.pairs(this.from.properties); }
+    get remarkPlaces(): Float64Array {
+        return this.placesOfRemarks ??= Float64Array.from(this.remarks, ({ row, time }) => this.axisOf(this.rows[row]).placeOfIn(time));
+    }
     get hasFolds(): boolean { return (this.from.versions?.folds.length ?? 0) > 0; }
 
     /** Of a row; of none, that of the ruler. */
