@@ -2,14 +2,18 @@
 ///
 /// A string is made as large as the document will be, told from how much of it stands in the first buffers: that every
 /// step of growth copied what there was, into pages that nobody had touched yet, made saving to memory take 1.3 times
-/// as long as saving to a file.
+/// as long as saving to a file. A large one asks for large pages (MADV_HUGEPAGE, where the system gives them to who
+/// asks): a sixth of what was left were the faults of its small ones.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace dmJson
 {
@@ -70,9 +74,22 @@ private:
             constexpr std::size_t ahead = std::size_t(1) << 28;
             const double times = slack / std::max(part(), slack / most);
             const auto guessed = static_cast<std::size_t>(times * static_cast<double>(needed));
-            _text.reserve(std::max(2 * needed, std::min(guessed, needed + ahead)));
+            reserve(std::max(2 * needed, std::min(guessed, needed + ahead)));
         }
         _text += text;
+    }
+    void reserve(std::size_t count)
+    {
+        constexpr std::size_t large = std::size_t(1) << 22;
+        // What the C library's allocator maps by itself, so that nothing else lies in its pages.
+        constexpr std::size_t mapped = std::size_t(1) << 25;
+        _text.reserve(count < large ? count : std::max(count, mapped));
+        if (count < large)
+            return;
+        const auto page = static_cast<std::uintptr_t>(getpagesize());
+        const auto begin = reinterpret_cast<std::uintptr_t>(_text.data());
+        const std::uintptr_t first = (begin + page - 1) / page * page;
+        static_cast<void>(madvise(reinterpret_cast<void*>(first), begin + _text.capacity() - first, MADV_HUGEPAGE));
     }
 
     std::string _text;
