@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <malloc.h>
 #include <random>
 #include <thread>
 #include <vector>
@@ -70,4 +71,17 @@ TEST(BlocksThreads, GiveEachPieceToOneOwnerWhoeverReleasesIt)
     for (const std::vector<Piece>& pieces : left)
         for (const Piece& piece : pieces)
             EXPECT_TRUE(piece.give());
+}
+
+TEST(BlocksThreads, LieSideBySide)
+{
+    constexpr int blocks = 200;
+    std::vector<Piece> pieces;
+    pieces.reserve(20 * blocks);
+    const std::size_t before = mallinfo2().fordblks;
+    while (pieces.size() < pieces.capacity())
+        pieces.emplace_back(480, 1);
+    EXPECT_LT(mallinfo2().fordblks, before + blocks / 4 * 8192);
+    for (const Piece& piece : pieces)
+        EXPECT_TRUE(piece.give());
 }

@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <mutex>
 #include <new>
 #include <pthread.h>
@@ -38,7 +39,9 @@ namespace
 constexpr std::size_t grain = 8;
 constexpr std::size_t largest = 512;
 constexpr std::size_t blockSize = 8192;
-/// What the C library's allocator keeps in front of each request: blocks then lie side by side.
+/// What the C library's allocator keeps in front of each request: blocks then lie side by side. Asked for by itself,
+/// because the aligned operator new asks for a multiple of the alignment, which leaves a hole as large as a block in
+/// front of each (14 % of the memory of ten thousand graded segments).
 constexpr std::size_t usable = blockSize - 16;
 
 /// A place that no object has.
@@ -134,7 +137,9 @@ void remove(Block& block)
 Block& newBlock(Heap& heap, std::size_t index)
 {
     constexpr std::uint32_t first = (sizeof(Block) + grain - 1) / grain * grain;
-    void* const memory = ::operator new(usable, std::align_val_t(blockSize));
+    void* memory = nullptr;
+    if (posix_memalign(&memory, blockSize, usable) != 0)
+        throw std::bad_alloc();
     const auto size = static_cast<std::uint32_t>((index + 1) * grain);
     Block* const block = new (memory) Block{&heap, nullptr, nullptr, nullptr, first, 0, size};
     insert(*block);
@@ -177,7 +182,7 @@ void dmBlocks::give(void* memory, std::size_t size) noexcept
     {
         if (hadRoom)
             remove(block);
-        ::operator delete(&block, std::align_val_t(blockSize));
+        std::free(&block);
     }
     else if (!hadRoom)
         insert(block);
