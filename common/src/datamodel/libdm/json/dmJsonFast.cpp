@@ -126,6 +126,17 @@ std::uint64_t eightDigits(const char* at, unsigned count)
            32;
 }
 
+/// Whether a field has the text already, which then goes on taking no memory.
+bool isKeptDefault(const DmString& stored, const DmString& value)
+{
+    return stored.isKept() && stored == value;
+}
+template <class T>
+bool isKeptDefault(const T& /*stored*/, const T& /*value*/)
+{
+    return false;
+}
+
 /// A double that lies between two floats of the normal range, and not in the middle: it rounds as its text does. The
 /// middle itself may not, because its text is not its exact value.
 bool roundsAsItsText(double value)
@@ -191,7 +202,7 @@ FastReader::Expected::Expected(std::string_view name)
 
 FastReader::Property::Property(const DmPropertySet& object, int index)
     : def(object.classData().at(index))
-    , isInside(def->_type <= DM_DOUBLE && !def->_constant && def->_isInside)
+    , isInside(def->_isInside && !def->_constant)
     , name(def->_utf8Name)
 {
 }
@@ -520,17 +531,18 @@ bool FastReader::value(Property& property, DmPropertySet& owner, int index)
         });
 }
 
-/// Through the door, but for what it would only let pass: a number into a field of a fresh object's own.
+/// Through the door, but for what it would only let pass: a value into a field of a fresh object's own.
 template <class T>
 bool FastReader::store(const Property& property, DmPropertySet& owner, int index, T& value)
 {
+    if (!property.isInside)
+        return DmSetAccess::swapValue(owner, DmStore::Fresh, index, *property.def, value) == DM_NO_ERROR;
+    void* const field = reinterpret_cast<char*>(&owner) + property.def->_offset;
     if constexpr (DmNumberStorage<T>)
-        if (property.isInside)
-        {
-            std::memcpy(reinterpret_cast<char*>(&owner) + property.def->_offset, &value, sizeof(T));
-            return true;
-        }
-    return DmSetAccess::swapValue(owner, DmStore::Fresh, index, *property.def, value) == DM_NO_ERROR;
+        std::memcpy(field, &value, sizeof(T));
+    else if (T& stored = *static_cast<T*>(field); !isKeptDefault(stored, value))
+        stored.swap(value);
+    return true;
 }
 
 template <class T>
@@ -702,13 +714,20 @@ bool FastReader::held(Property& property, DmPropertySet& owner, DmPropertySetPtr
         return true;
     if (peek() != '"')
         return false;
-    Class* type = property.lastHeld;
-    bool isKnown = type && take(type->expected);
+    const auto known = [&property](const auto& is)
+    {
+        const auto found = std::find_if(std::begin(property.lastHeld), std::end(property.lastHeld),
+                                        [&is](const Class* type) { return type && is(*type); });
+        return found == std::end(property.lastHeld) ? nullptr : *found;
+    };
+    Class* type = known([this](const Class& each) { return take(each.expected); });
+    bool isKnown = type != nullptr;
     if (Text name{}; !isKnown)
     {
         if (!string(name))
             return false;
-        isKnown = type && type->name == name.raw;
+        type = known([&name](const Class& each) { return each.name == name.raw; });
+        isKnown = type != nullptr;
         if (!isKnown)
             type = classOf(name);
         if (!take(':'))
@@ -720,7 +739,7 @@ bool FastReader::held(Property& property, DmPropertySet& owner, DmPropertySetPtr
     {
         if (DmSetAccess::checkSlot(owner, *property.def, child.get()) != DM_NO_ERROR)
             return false;
-        property.lastHeld = type;
+        property.lastHeld[1] = std::exchange(property.lastHeld[0], type);
     }
     return true;
 }

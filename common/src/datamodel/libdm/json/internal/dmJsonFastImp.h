@@ -44,17 +44,17 @@ private:
         unsigned size = 0;        ///< 0: too long, or spelt with escapes
     };
     struct Class;
-    /// What is known of a property: the class that its slot took last is likely the next one, and the property that
-    /// followed it last is likely the next to follow.
+    /// What is known of a property: the two classes that its slot took last are likely the next ones (shots and cuts
+    /// take turns), and the property that followed it last is likely the next to follow.
     struct Property
     {
         Property(const DmPropertySet& object, int index);
 
         const DmPropertyDef* def;
-        bool isInside; ///< a number whose field lies in the object itself, as it does in every object of a class
+        bool isInside; ///< its field lies in the object itself, as it does in every object of a class
         Expected name;
         std::size_t follower = 0;
-        Class* lastHeld = nullptr;
+        Class* lastHeld[2] = {};
     };
     struct Class
     {
