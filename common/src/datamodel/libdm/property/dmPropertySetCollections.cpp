@@ -198,9 +198,7 @@ eDmErrorId DmPropertySet::spliceUnasked(int list, int first, int count, std::spa
     const eDmErrorId status = dmWithMemory(
         [&]
         {
-            changed.reserve(std::max(old, fresh));
             changed.assign(elements.begin(), elements.end());
-            changed.resize(std::max(old, fresh));
             return DM_NO_ERROR;
         });
     if (status != DM_NO_ERROR)
@@ -213,7 +211,8 @@ eDmErrorId DmPropertySet::spliceUnasked(int list, int first, int count, std::spa
             const std::size_t size = all.size();
             if (from > size || old > size - from)
                 return DM_BAD_INDEX;
-            if (fresh > old) // behind the old ones, before anything changes
+            changed.resize(std::max(old, fresh)); // before anything changes
+            if (fresh > old)                      // behind the old ones
                 all.resize(size + fresh - old);
             const auto begin = all.begin() + static_cast<std::ptrdiff_t>(from);
             if (fresh > old)
