@@ -11,8 +11,8 @@ namespace
 
 const DmString& focusAlignmentName()
 {
-    static const DmString name(L"focusAlignment");
-    return name;
+    static constinit const DmNameTable name(L"focusAlignment");
+    return name[0];
 }
 
 CoSharedPtr<DmSimpleChannel> makeAttribut(const DmString& name, const DmString& text)
@@ -57,7 +57,8 @@ eDmErrorId DmEffectSettings::createAttributes()
 {
     if (!isTrxCompatible())
         return DM_NO_ERROR;
-    return addAttribut(makeAttribut(focusAlignmentName(), dmFocusAlignmentText(DM_FOCUS_START)));
+    const DmString& name = focusAlignmentName();
+    return name.empty() ? DM_BAD_VALUE : addAttribut(makeAttribut(name, dmFocusAlignmentText(DM_FOCUS_START)));
 }
 
 eDmErrorId DmEffectSettings::mayName(const DmString& name)
@@ -69,7 +70,7 @@ eDmErrorId DmEffectSettings::addAttribut(const CoSharedPtr<DmSimpleChannel>& att
 {
     if (!attribut)
         return DM_BAD_VALUE;
-    const DmString name = attribut->getName();
+    const DmString& name = attribut->getName();
     ZR_ASSERT_PLAIN(!name.empty());
     const DmPropertySetPtr entry(attribut);
     return addValueInPropertyMap(AttributList, DM_MAP_PROPERTY_SET, name, &entry);
@@ -94,13 +95,13 @@ eDmErrorId DmEffectSettings::removeAttribut(const DmString& name)
 
 DmString DmEffectSettings::getAttributText(const DmString& name) const
 {
-    const CoSharedPtr<DmSimpleChannel> attribut = getAttributByName(name);
+    const CoSharedPtr<DmSimpleChannel> attribut = attributAt(name);
     return attribut ? attribut->getValue() : DmString();
 }
 
 eDmErrorId DmEffectSettings::setAttributText(const DmString& name, const DmString& text)
 {
-    if (const CoSharedPtr<DmSimpleChannel> attribut = getAttributByName(name))
+    if (const CoSharedPtr<DmSimpleChannel> attribut = attributAt(name))
         return attribut->setValue(text);
     // Not addAttribut: a null entry under the name would be in its way.
     const DmPropertySetPtr entry(makeAttribut(name, text));
@@ -121,7 +122,7 @@ eDmErrorId DmEffectSettings::addChannel(const CoSharedPtr<DmAnimationChannel>& c
 {
     if (!channel)
         return DM_BAD_VALUE;
-    const DmString name = channel->getName();
+    const DmString& name = channel->getName();
     ZR_ASSERT_PLAIN(name != L"");
     const DmPropertySetPtr entry(channel);
     return addValueInPropertyMap(ChannelList, DM_MAP_PROPERTY_SET, name, &entry);
@@ -215,5 +216,5 @@ eDmErrorId DmEffectSettings::setChannelAt(const DmString& name, const CoSharedPt
 
 eDmErrorId DmEffectSettings::addEmptyAttribut(const DmString& name)
 {
-    return addAttribut(makeAttribut(name, DmString()));
+    return name.empty() ? DM_BAD_VALUE : addAttribut(makeAttribut(name, DmString()));
 }
