@@ -54,9 +54,13 @@ eDmErrorId DmClassRecord::create(Constructor constructor, const DmNodeId& id, Dm
             object->nameClass();
             result = object->createList();
         }
+        bool isWhole = true;
         if (result == DM_NO_ERROR && attributes)
+        {
             result = object->createAttributes();
-        if (lost == DmString::lost())
+            isWhole = result != DM_BAD_VALUE; // what it makes answers so where memory runs out
+        }
+        if (isWhole && lost == DmString::lost())
         {
             if (isDeclaring)
             {

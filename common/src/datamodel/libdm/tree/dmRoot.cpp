@@ -2,10 +2,14 @@
 
 #include "dmDeclare.h"
 
+#include <new>
+
 DmRoot::DmRoot(const DmNodeId& id)
     : DmNode(DM_ROOT_NODE, id, DmPropertySetInit<DmRoot>::data())
     , _identification(DmIdentification::create())
 {
+    if (!_identification)
+        throw std::bad_alloc(); // the factory answers that there is no root
 }
 
 eDmErrorId DmRoot::createList()
