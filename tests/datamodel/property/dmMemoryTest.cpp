@@ -1,6 +1,7 @@
 /// Every operation with each of its requests for memory refused in turn: nothing is stored, the answer says so, nothing
 /// is thrown.
 #include "testSets.h"
+#include "zrFilled.h"
 
 #include "dmPSetHelper.h"
 #include "dmSetTools.h"
@@ -82,12 +83,13 @@ public:
 };
 
 /// Runs `operation` once a request that it makes, refusing that one, and once more with all its memory. `after` is
-/// called with the answer, and with whether a request was refused.
+/// called with the answer, and with whether a request was refused. Of operations that make many requests the later ones
+/// may be `sparse`: each of the first so many, then every second, and so on.
 template <class Operation, class After>
-void refuseEach(const std::string& name, const Operation& operation, const After& after)
+void refuseEach(const std::string& name, const Operation& operation, const After& after, long sparse = 1000)
 {
     for (const bool all : {false, true})
-        for (long first = 0;; ++first)
+        for (long first = 0;; first += 1 + first / sparse)
         {
             ASSERT_LT(first, 1000) << name;
             Refusal current{first, all};
@@ -709,4 +711,67 @@ TEST(WithoutMemory, WhatAnswersListsSaysThatTheyAreNotWhole)
             EXPECT_EQ(status, refused ? DM_BAD_VALUE : DM_NO_ERROR);
             EXPECT_TRUE(refused || repaired());
         });
+}
+
+TEST(WithoutMemory, AnObjectOfAnyClassIsMadeCopiedAndReadWholeOrNotAtAll)
+{
+    DmPropertyFactory& factory = DmPropertyFactory::getInstance();
+    DM::CoMsg::setFilterLevel(DM::CoMsg::UserLevel); // messages are not what is looked at
+    for (const DmString& name : factory.classNames())
+    {
+        if (name.view().starts_with(L"Test"))
+            continue; // this program's
+        SCOPED_TRACE(dmUtf8(name));
+        const DmPropertySetPtr filled = zrTest::fresh(name);
+        zrTest::fill(*filled);
+        std::string json;
+        ASSERT_TRUE(DmTreeJsonBuilder::generateUtf8(filled.get(), json).ok());
+        const struct
+        {
+            const char* what;
+            std::function<eDmErrorId(DmPropertySetPtr&)> make;
+        } rows[] = {
+            {"make",
+             [&](DmPropertySetPtr& made)
+             {
+                 factory.setCreateDefaultAttributes(true);
+                 DmPropertySet* raw = nullptr;
+                 const eDmErrorId status = factory.createPropertySetInstance(name, DmNodeId(), 0, raw);
+                 factory.setCreateDefaultAttributes(false);
+                 EXPECT_EQ(raw == nullptr, status != DM_NO_ERROR);
+                 made.reset(raw);
+                 return status;
+             }},
+            {"clone",
+             [&](DmPropertySetPtr& made)
+             {
+                 made = filled->clone();
+                 return made ? DM_NO_ERROR : DM_BAD_VALUE;
+             }},
+            {"copy", [&](DmPropertySetPtr& made) { return dmDeepCopy(*filled, made); }},
+            {"read", [&](DmPropertySetPtr& made)
+             { return DmJsonImporter::importSetFromStr(json, made).ok() ? DM_NO_ERROR : DM_BAD_VALUE; }},
+        };
+        for (const auto& row : rows)
+        {
+            DmPropertySetPtr whole;
+            ASSERT_EQ(row.make(whole), DM_NO_ERROR);
+            DmPropertySetPtr made;
+            refuseEach(
+                row.what,
+                [&]
+                {
+                    made.reset();
+                    return [&] { return row.make(made); };
+                },
+                [&](eDmErrorId status, bool refused)
+                {
+                    EXPECT_TRUE(status == DM_NO_ERROR || (refused && status == DM_BAD_VALUE));
+                    EXPECT_EQ(made == nullptr, status != DM_NO_ERROR);
+                    bool equal = false;
+                    EXPECT_TRUE(!made || (dmDeepEqual(*whole, *made, equal) == DM_NO_ERROR && equal));
+                },
+                10);
+        }
+    }
 }

@@ -6,7 +6,10 @@
 
 #include "CoUtf8.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <vector>
 
 namespace dmJson
@@ -51,6 +54,21 @@ private:
     const char* _token; ///< what the parser is at
     const char* _at;
     const char* _end;
+};
+
+/// The C library's, which the parser takes to be without end: where there is none, that is thrown.
+class Memory
+{
+public:
+    static const bool kNeedFree = true;
+
+    void* Malloc(std::size_t size) { return Realloc(nullptr, 0, size); }
+    void* Realloc(void* memory, std::size_t /*size*/, std::size_t newSize)
+    {
+        void* const moved = std::realloc(memory, std::max<std::size_t>(newSize, 1));
+        return moved ? moved : throw std::bad_alloc();
+    }
+    static void Free(void* memory) { std::free(memory); }
 };
 
 bool isHex(char c, unsigned& digit)
@@ -211,7 +229,7 @@ const char* Parsed::parse(std::size_t& offset)
     constexpr unsigned flags = zrRapidjson::kParseNumbersAsStringsFlag;
     TextStream stream(_text);
     ParsedBuilder builder(*this, stream);
-    zrRapidjson::Reader parser;
+    zrRapidjson::GenericReader<zrRapidjson::UTF8<>, zrRapidjson::UTF8<>, Memory> parser;
     parser.Parse<flags>(stream, builder);
     offset = stream.token();
     if (!parser.HasParseError())
