@@ -399,7 +399,12 @@ public:
         DmPropertyListener* const* const all = _many.empty() ? _few : _many.data();
         for (std::size_t i = 0; i < _count; ++i)
             if (i == 0 || isStillRegistered(set, all[i]))
-                notify(*all[i], type, name);
+            {
+                if (i + 1 < _count)
+                    notify(*all[i], type, name);
+                else
+                    all[i]->onPropertyChanged(_id, type, name); // nobody else sees that copy any more
+            }
     }
 
     static bool isRegistered(const DmPropertySet& set, const DmPropertyListener* listener)
@@ -415,7 +420,7 @@ private:
         const DM::CoLockWordGuard guard(set._state);
         return isRegistered(set, listener);
     }
-    /// Each has a copy of the id; where there is no memory for it, it sees ours.
+    /// With a copy of the id; where there is no memory for it, ours.
     void notify(DmPropertyListener& listener, eDmPropType type, const DmString& name) const
     {
         DmNodeId copy;
