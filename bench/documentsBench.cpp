@@ -334,6 +334,9 @@ double report(int segments, const fs::path& directory)
 
     const fs::path plain = directory / "plain.json";
     inChild([&] { return makePlain(segments, plain); });
+    const Sample clips{plain, directory / "copy.json", Layout::Compact, "plain clips"};
+    const auto [opening, parsing] = medians(secondsToImport, secondsToParse, clips, rounds);
+    print("plain clips: import / parse", opening / parsing, 1.0);
     print("plain clips: tree in memory / compact document",
           inChild([&] { return treeSize(plain); }) / static_cast<double>(fs::file_size(plain)), 1.95);
     const Growing costs = inChild([&] { return costsOfPlain(segments, plain); });
