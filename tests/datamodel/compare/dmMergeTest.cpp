@@ -423,6 +423,21 @@ TEST(Merge, DecidesWhatBothAdded)
     }
 }
 
+TEST(Merge, SaysWhatMeetsATransition)
+{
+    const auto base = zrDrawing::tree("AAAA|BBBB", "B10");
+    const auto added = zrDrawing::tree("AAAA|XX|BBBB", "B10");
+    const auto dissolved = zrDrawing::tree("AAA//BBB", "B11");
+    const DmMerge merges[] = {DmMerge::merge(base.get(), *added, *dissolved),
+                              DmMerge::merge(base.get(), *dissolved, *added)};
+    const char* const told[] = {"ours: X, theirs: a transition", "ours: a transition, theirs: X"};
+    for (int i = 0; i < 2; ++i)
+    {
+        ASSERT_EQ(merges[i].conflicts().size(), 1U);
+        EXPECT_NE(merges[i].conflicts()[0].text().find(told[i]), std::string::npos) << merges[i].conflicts()[0].text();
+    }
+}
+
 TEST(Merge, HoldsItsIdentitiesForAnyDocuments)
 {
     for (unsigned seed = 1; seed <= 40; ++seed)

@@ -42,6 +42,7 @@ TEST(History, GoesBackAndForth)
     step(history, L"three", 4);
     EXPECT_FALSE(history.canRedo());
     ASSERT_EQ(history.branchCount(), 1U);
+    EXPECT_FALSE(history.takeBranch(1));
     ASSERT_TRUE(history.takeBranch(0));
     EXPECT_EQ(dmUtf8(history.redoName()), "two");
     ASSERT_TRUE(history.redo());
