@@ -191,6 +191,34 @@ TEST(Diff, KnowsShotsWhereverTheyStand)
               "V1 B: srcInput/srcInfo/path: \"/x/A001.mov\"");
 }
 
+TEST(Diff, KnowsMaterialThatIsMadeOrLookedForByItsReelAndSource)
+{
+    for (const bool isRelinked : {false, true})
+    {
+        const auto tree = [isRelinked](const char* drawing, const wchar_t* id)
+        {
+            const CoSharedPtr<DmRoot> root = zrDrawing::tree(drawing);
+            for (const int element : {0, 2, 4})
+            {
+                auto& source = static_cast<DmSourceNode&>(shotAt(root, element));
+                const DmString name = source.getName();
+                const auto derived = DmSourceNode::DerivedInput::create();
+                const auto relinked = DmSourceNode::RelinkedInput::create();
+                static_cast<void>(derived->setReelName(name));
+                static_cast<void>(relinked->setSourceName(name));
+                static_cast<void>(isRelinked ? source.setSrcInput(relinked) : source.setSrcInput(derived));
+                static_cast<void>(source.setName(L"untitled"));
+                static_cast<void>(source.setSegmentId(DmString(id + std::to_wstring(element))));
+            }
+            return root;
+        };
+        EXPECT_EQ(changes(tree("AAAA|BBBB|CCCC", L"old"), tree("CCCC|AAAA|BBBB", L"new")),
+                  "V1 A: segmentId: \"old0\" -> \"new2\"\nV1 B: segmentId: \"old2\" -> \"new4\"\n"
+                  "V1 C: moved 8 frames earlier\nV1 C: segmentId: \"old4\" -> \"new0\"\n2 shifted")
+            << isRelinked;
+    }
+}
+
 TEST(Diff, TellsOfVersionsOfATimelineWhatItTellsOfTheirTrees)
 {
     // Long enough that edits leave most of it shared, which is not looked at.

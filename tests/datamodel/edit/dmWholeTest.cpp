@@ -3,6 +3,7 @@
 #include "zrFilled.h"
 
 #include "dmHistory.h"
+#include "dmMaterial.h"
 #include "dmResizeSettings.h"
 #include "dmSetTools.h"
 #include "dmTreeJsonBuilder.h"
@@ -100,6 +101,27 @@ std::string textsWith(const DmTreeNode& tree, const char* word)
 }
 
 } // namespace
+
+TEST(EditWhole, RelinksReelsOfEveryKindOfInput)
+{
+    const CoSharedPtr<DmRoot> root = zrDrawing::tree("AAAA|BBBB");
+    const auto sourceAt = [&root](int element)
+    { return dynamic_cast<DmSourceNode*>(root->getChild(0)->getChild(0)->getChild(0)->getChild(element)); };
+    const auto derived = DmSourceNode::DerivedInput::create();
+    const auto relinked = DmSourceNode::RelinkedInput::create();
+    ASSERT_EQ(derived->setReelName(L"old"), DM_NO_ERROR);
+    ASSERT_EQ(relinked->setReelName(L"old"), DM_NO_ERROR);
+    ASSERT_EQ(sourceAt(0)->setSrcInput(derived), DM_NO_ERROR);
+    ASSERT_EQ(sourceAt(2)->setSrcInput(relinked), DM_NO_ERROR);
+    DmEdit edit(DmTimeline::publish(root));
+    ASSERT_TRUE(edit.relink({{}, {}, {}, {}, L"old", L"new"}).ok());
+    for (const int element : {0, 2})
+    {
+        const DmTimeline edited = edit.timeline();
+        const auto* const source = dynamic_cast<const DmSourceNode*>(edited.storedElement({0, 0, element}));
+        EXPECT_EQ(dmReelOf(*source->getSrcInput()), L"new") << element;
+    }
+}
 
 TEST(EditWhole, RedactingLeavesNoWord)
 {

@@ -321,6 +321,14 @@ TEST(Material, BeginsAtItsInTimeOrAtItsLabel)
     EXPECT_EQ(dmMaterialOf(*source).begin, 0) << "no label of the mode";
     ok(input.setSrcIn(240)); // at 24 as well
     EXPECT_EQ(dmMaterialOf(*source).begin, 250);
+
+    const auto derived = DmSourceNode::DerivedInput::create();
+    ok(derived->setSrcInStr(L"00:00:10:00"));
+    ok(derived->setFcm(L"25 fps"));
+    ok(source->setSrcInput(derived));
+    EXPECT_EQ(dmMaterialOf(*source).begin, 250);
+    ok(derived->setSrcIn(7));
+    EXPECT_EQ(dmMaterialOf(*source).begin, 7);
 }
 
 TEST(RecordTime, IsALabelTimeOrCountsFromTheStart)
