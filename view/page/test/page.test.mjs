@@ -359,6 +359,37 @@ test('two versions of a cut stand one over the other, and each change is gone to
     await page.close();
 });
 
+test('versions of other rates stand where the still has them', async () => {
+    for (const rates of [['25 fps', '23.976 fps'], ['29.97 fps DF', '50 fps']]) {
+        const [before, after] = rates.map((rate, k) => changed('commercial-25.json', (set) => {
+            if ('fcm' in set)
+                set.fcm = rate;
+            if (k === 1 && set.name === 'toast' && 'recLength' in set)
+                set.recLength -= 10;
+        }));
+        const path = file('', 'html');
+        tried('diff', before, after, '-o', path);
+        const { page, trouble } = await open(browser, path);
+        await holdZooms(page, (...options) => dmtree('diff', '--exit-zero', before, after, ...options), rates.join(' to '));
+        assert.deepEqual(trouble, []);
+        await page.close();
+    }
+});
+
+test('two fingers zoom', async () => {
+    const { page } = await open(browser, pageOf(commercial), { hasTouch: true });
+    const length = () => page.evaluate(() => globalThis.dmtreeView.view.span().out - globalThis.dmtreeView.view.span().in);
+    const before = await length();
+    const screen = await page.context().newCDPSession(page);
+    const touch = (type, ...xs) => screen.send('Input.dispatchTouchEvent', { type, touchPoints: xs.map((x, id) => ({ x, y: 300, id })) });
+    await touch('touchStart', 460, 540);
+    for (const apart of [60, 90, 120])
+        await touch('touchMove', 500 - apart, 500 + apart);
+    await touch('touchEnd');
+    assert.ok(Math.abs(await length() - before / 3) < 1);
+    await page.close();
+});
+
 test('what is unchanged is folded, and unfolds', async () => {
     const shots = (names) => 'TITLE: Long\n' + names.map((name, i) => {
         const label = (seconds) => `10:${String(Math.floor(seconds / 60)).padStart(2, '0')}:${String(seconds % 60).padStart(2, '0')}:00`;
