@@ -136,7 +136,12 @@ CoSharedPtr<DmAnimationChannel> DmEffectSettings::getExistingChannelByName(const
 
 CoSharedPtr<DmAnimationChannel> DmEffectSettings::getChannelByName(const DmString& name) const
 {
-    CoSharedPtr<DmAnimationChannel> channel = getExistingChannelByName(name);
+    auto& self = const_cast<DmEffectSettings&>(*this);
+    CoSharedPtr<DmAnimationChannel> channel;
+    const auto find = [&] { channel = getExistingChannelByName(name); };
+    // Who asks may make one: asking is held against other threads that do. A constant's map stays.
+    if (isFrozen() || self.changeSilently(find) != DM_NO_ERROR)
+        find();
     if (channel)
         return channel;
     channel = makeChannel(name);
@@ -145,7 +150,7 @@ CoSharedPtr<DmAnimationChannel> DmEffectSettings::getChannelByName(const DmStrin
     DmPropertySetPtr entry(channel);
     // Asking changes what the effect holds, although nobody sees a difference: its curves are made when they are
     // wanted.
-    switch (const_cast<DmEffectSettings*>(this)->putIfAbsentSilently(ChannelList, name, entry))
+    switch (self.putIfAbsentSilently(ChannelList, name, entry))
     {
     case DM_NO_ERROR:
         return staticPointerCast<DmAnimationChannel>(entry); // another thread's, if that was first
