@@ -47,8 +47,8 @@ private:
     DM::CoFileReader _file;
 };
 
-/// A source, 65536 bytes at a time. What cannot be read twice is kept; what may be another text the second time is known
-/// again by sums, which a text in memory is spared.
+/// A source, 65536 bytes at a time. What cannot be read twice is kept; what may be another text the second time is
+/// known again by sums, which a text in memory is spared.
 class Pieces
 {
 public:
