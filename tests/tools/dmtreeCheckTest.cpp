@@ -195,6 +195,7 @@ TEST(DmtreeCheckConfig, IsThatOfTheNearestFolderAndNamesItsMistakes)
         {{"handles = -1\n"}, 2, "", "....dmtree.toml:1: this is not 0 or more\n"},
         {{"ignore = 'DM2'\n"}, 2, "", "....dmtree.toml:1: this is no list of texts\n"},
         {{"ignore = ['DM2\n"}, 2, "", "....dmtree.toml:1: ..."},
+        {{"per-path = 3\n"}, 2, "", "....dmtree.toml:1: this is no table of patterns\n"},
     };
     for (const CommandCase& row : cases)
     {

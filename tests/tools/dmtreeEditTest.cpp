@@ -76,6 +76,8 @@ TEST(DmtreeEdit, EditsSeveralTimesInARow)
     EXPECT_NE(text.find("\"slice macro\" 10:00:08:00 - 10:00:11:09"), std::string::npos) << text;
     check({{"check", "--all", out}, 0, "..."});
     check({{"edit", soda, "-o", "-", "rename", "V1@10:00:07:00", "crate, tighter"}, 0, "{\n...\"crate, tighter\"..."});
+    check({{"edit", soda, "-o", out, "cut", "V1@10:00:03:20"}, 0});
+    EXPECT_NE(dumped(out).find("DmCutNode \"untitled\" 10:00:03:19 - 10:00:03:19"), std::string::npos);
     // A time to go to, instead of an amount.
     check({{"edit", soda, "-o", out, "--no-sync", "ripple", "V1@10:00:07:00", "tail", "@10:00:08:00"}, 0});
     EXPECT_NE(dumped(out).find("\"slice macro\" 10:00:08:00"), std::string::npos);

@@ -98,6 +98,7 @@ TEST_F(DmtreeSchema, RefusesWhatNoDocumentHolds)
         {"\"classId\":5", "\"classId\":5.5"},
         {",\"minor\":1", ""},
         {"DmRoot", "DmReelNode"},
+        {R"("DmRoot":{"children":[{"DmGapNode":{"classId":5,"recIn":4.5}},{}]},)", ""},
         {"\"VERSION\"", "\"comment\":\"\",\"VERSION\""},
     };
     std::vector<std::string> documents;
