@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <memory>
@@ -70,7 +71,8 @@ TEST(Message, LevelsAndTheirWords)
 TEST(Message, CarriesWhereItComesFromAndWhen)
 {
     const CapturingRouter router;
-    const std::time_t before = std::time(nullptr);
+    const auto now = [] { return std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()); };
+    const std::time_t before = now();
     const int line = __LINE__ + 1;
     ZR_MSG_WARNING("clip '%ls' at %d", L"Été", 7);
     ZR_MSG_ERROR_F("builder", "%s", "no layer");
@@ -83,7 +85,7 @@ TEST(Message, CarriesWhereItComesFromAndWhen)
     EXPECT_EQ(warning.level(), CoMsg::WarningLevel);
     EXPECT_EQ(warning.family(), "-");
     EXPECT_EQ(warning.pid(), 4242u);
-    EXPECT_TRUE(warning.seconds() >= before && warning.seconds() <= std::time(nullptr));
+    EXPECT_TRUE(warning.seconds() >= before && warning.seconds() <= now());
     EXPECT_TRUE(warning.nanoseconds() < 1000000000 && warning.nanoseconds() % 1000 == 0);
     EXPECT_EQ(router.messages[1].family(), "builder");
 }
