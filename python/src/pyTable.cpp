@@ -22,6 +22,16 @@ namespace zrpy
 namespace
 {
 
+py::object text(const std::string& utf8)
+{
+    return py::str(utf8);
+}
+
+std::string pathOf(const DmSourceInfo& info)
+{
+    return dmUtf8(info.getPath().empty() && !info.getFileList().empty() ? info.getFileList().front() : info.getPath());
+}
+
 /// What rows have in common is made once.
 class Common
 {
@@ -40,20 +50,64 @@ public:
             _composition = {node, dmFcmFromText(node->getFCM()), node->getLabelTime(0.0), fromText(node->getName())};
         return node ? _composition : _none;
     }
-    /// What `make` answers, the first time.
-    template <class Make>
-    py::object once(const void* key, const Make& make)
+    struct Media
     {
-        py::object& known = _made[key];
-        if (!known)
-            known = make();
-        return known;
+        py::object name = py::none();
+        py::object reel = py::none();
+        py::object path = py::none();
+    };
+
+    /// Looks up only what another segment may have, too.
+    Media of(const DmSourceNode::Input* input, const DmSourceInfo* info)
+    {
+        if (!input)
+            return {};
+        if (input->refCount() == 1)
+            return mediaOf(*input, info);
+        const auto [at, isNew] = _media.try_emplace(input);
+        if (isNew)
+            at->second = mediaOf(*input, info);
+        return at->second;
     }
 
+    /// The last that was made of something: most rows have the same as the row before.
+    class Last
+    {
+    public:
+        template <class Make>
+        const py::object& of(const void* from, const Make& make)
+        {
+            if (from != _from || !_made)
+            {
+                _made = make();
+                _from = from;
+            }
+            return _made;
+        }
+
+    private:
+        const void* _from = nullptr;
+        py::object _made;
+    };
+    Last track;
+    Last kind;
+
 private:
+    static Media mediaOf(const DmSourceNode::Input& input, const DmSourceInfo* info)
+    {
+        Media media;
+        media.name = fromText(input.getName());
+        if (info)
+        {
+            media.reel = fromText(info->getReelName());
+            media.path = text(pathOf(*info));
+        }
+        return media;
+    }
+
     Composition _composition;
     const Composition _none;
-    std::unordered_map<const void*, py::object> _made; ///< by what they are made of, which the rows keep
+    std::unordered_map<const DmSourceNode::Input*, Media> _media; ///< the rows' segments keep the inputs
 };
 
 /// One segment, with what several columns ask of it.
@@ -76,6 +130,12 @@ struct Row
             _played.emplace(segment, mode);
         return *_played;
     }
+    const Common::Media& media()
+    {
+        if (!_media)
+            _media = common.of(source, info);
+        return *_media;
+    }
     const DmMaterial& material()
     {
         if (!_material)
@@ -94,12 +154,8 @@ struct Row
 private:
     std::optional<DmPlayed> _played;
     std::optional<DmMaterial> _material;
+    std::optional<Common::Media> _media;
 };
-
-py::object text(const std::string& utf8)
-{
-    return py::str(utf8);
-}
 
 py::object recordLabel(const Row& row, double time)
 {
@@ -126,11 +182,6 @@ py::object secondsOf(const Row& row)
     if (row.mode == DM::FCM_NOT_DEFINED || !DM::FcmUtil::getRational(row.mode, rate, per, false))
         return py::none();
     return py::float_(row.segment.getRecLength() * per / rate);
-}
-
-std::string pathOf(const DmSourceInfo& info)
-{
-    return dmUtf8(info.getPath().empty() && !info.getFileList().empty() ? info.getFileList().front() : info.getPath());
 }
 
 py::object effectsOf(const Row& row)
@@ -161,7 +212,7 @@ constexpr Column columns[] = {
      [](Row& row) -> py::object
      {
          const DmTrackNode* const track = row.place.track;
-         return track ? row.common.once(track, [track] { return text(trackName(*track)); }) : py::none();
+         return track ? row.common.track.of(track, [track] { return text(trackName(*track)); }) : py::none();
      }},
     {"layer",
      [](Row& row) -> py::object
@@ -169,7 +220,7 @@ constexpr Column columns[] = {
     {"index", [](Row& row) -> py::object { return py::int_(row.place.index); }},
     {"kind",
      [](Row& row) -> py::object
-     { return row.common.once(&row.segment.classData(), [&row] { return fromText(row.segment.getPSetName()); }); }},
+     { return row.common.kind.of(&row.segment.classData(), [&row] { return fromText(row.segment.getPSetName()); }); }},
     {"name", [](Row& row) -> py::object { return fromText(row.segment.getName()); }},
     {"shot", [](Row& row) -> py::object { return fromText(row.segment.getShotName()); }},
     {"recIn", [](Row& row) -> py::object { return py::float_(row.segment.getRecIn()); }},
@@ -178,26 +229,9 @@ constexpr Column columns[] = {
     {"recOut", [](Row& row) -> py::object { return py::float_(row.segment.getRecOut()); }},
     {"in", [](Row& row) -> py::object { return recordLabel(row, row.segment.getRecIn()); }},
     {"out", [](Row& row) -> py::object { return recordLabel(row, row.segment.getRecOut()); }},
-    {"media",
-     [](Row& row) -> py::object
-     {
-         const auto* const source = row.source;
-         return source ? row.common.once(&source->getName(), [source] { return fromText(source->getName()); })
-                       : py::none();
-     }},
-    {"reel",
-     [](Row& row) -> py::object
-     {
-         const auto* const info = row.info;
-         return info ? row.common.once(&info->getReelName(), [info] { return fromText(info->getReelName()); })
-                     : py::none();
-     }},
-    {"path",
-     [](Row& row) -> py::object
-     {
-         const auto* const info = row.info;
-         return info ? row.common.once(info, [info] { return text(pathOf(*info)); }) : py::none();
-     }},
+    {"media", [](Row& row) -> py::object { return row.media().name; }},
+    {"reel", [](Row& row) -> py::object { return row.media().reel; }},
+    {"path", [](Row& row) -> py::object { return row.media().path; }},
     {"sourceIn", [](Row& row) -> py::object { return materialLabel(row, row.played().begin()); }},
     {"sourceOut", [](Row& row) -> py::object { return materialLabel(row, row.played().end()); }},
     {"speed",
@@ -251,6 +285,12 @@ py::list table(const py::object& node, const py::object& names, const py::object
     for (const Column* const each : asked)
         keys.push_back(py::reinterpret_steal<py::object>(PyUnicode_InternFromString(each->name)));
 
+    // A copy of a whole dict has all its keys at once, and does not grow.
+    py::dict unfilled;
+    for (const py::object& key : keys)
+        if (PyDict_SetItem(unfilled.ptr(), key.ptr(), Py_None) != 0)
+            throw py::error_already_set();
+
     const std::vector<SegmentPlace> places = segmentsOf(node, track, at, intoContainers);
     py::list rows(places.size());
     Common common;
@@ -258,11 +298,13 @@ py::list table(const py::object& node, const py::object& names, const py::object
     for (const SegmentPlace& place : places)
     {
         Row row(place, common);
-        py::dict record;
+        const py::object record = py::reinterpret_steal<py::object>(PyDict_Copy(unfilled.ptr()));
+        if (!record)
+            throw py::error_already_set();
         for (std::size_t i = 0; i < asked.size(); ++i)
             if (PyDict_SetItem(record.ptr(), keys[i].ptr(), asked[i]->value(row).ptr()) != 0)
                 throw py::error_already_set();
-        PyList_SET_ITEM(rows.ptr(), next++, record.release().ptr());
+        PyList_SET_ITEM(rows.ptr(), next++, record.inc_ref().ptr());
     }
     return rows;
 }
