@@ -7,7 +7,6 @@
 
 #include <cxxabi.h>
 #include <initializer_list>
-#include <optional>
 #include <unistd.h>
 
 namespace zrpy
@@ -54,11 +53,18 @@ public:
         for (const DmPropertySet* const set : sets)
             if (set && !set->isFrozen())
                 return;
-        _released.emplace();
+        _held = PyEval_SaveThread();
+    }
+    OthersRun(const OthersRun&) = delete;
+    OthersRun& operator=(const OthersRun&) = delete;
+    ~OthersRun()
+    {
+        if (_held)
+            Released::restore(_held);
     }
 
 private:
-    std::optional<Released> _released;
+    PyThreadState* _held = nullptr; ///< null where the interpreter is held
 };
 
 } // namespace zrpy
