@@ -60,8 +60,6 @@ private:
 class Memory
 {
 public:
-    static const bool kNeedFree = true;
-
     void* Malloc(std::size_t size) { return Realloc(nullptr, 0, size); }
     void* Realloc(void* memory, std::size_t /*size*/, std::size_t newSize)
     {
