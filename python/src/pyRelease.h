@@ -5,7 +5,6 @@
 
 #include "dmPropertySet.h"
 
-#include <cxxabi.h>
 #include <initializer_list>
 #include <unistd.h>
 
@@ -32,7 +31,7 @@ public:
         {
             PyEval_RestoreThread(held);
         }
-        catch (abi::__forced_unwind&)
+        catch (...)
         {
             for (;;)
                 pause();
