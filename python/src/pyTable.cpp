@@ -106,7 +106,7 @@ private:
     }
 
     Composition _composition;
-    const Composition _none;
+    const Composition _none{};
     std::unordered_map<const DmSourceNode::Input*, Media> _media; ///< the rows' segments keep the inputs
 };
 
