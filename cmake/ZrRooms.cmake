@@ -104,19 +104,16 @@ function(zr_bench name)
     target_link_libraries(${name} PRIVATE ZRdmtree zr_build_flags benchmark::benchmark ${BENCH_LIBRARIES})
 endfunction()
 
-# zr_fuzz(<name> [BY_HAND] [ONE_OF <n>] SOURCES <file>... CORPUS <dir>): a libFuzzer target; with ZR_FUZZ_RUNS inputs it
-# is a CTest test, with one of n where an input takes long, with none where it is run by hand.
+# zr_fuzz(<name> [ONE_OF <n>] SOURCES <file>... CORPUS <dir>): a libFuzzer target; with ZR_FUZZ_RUNS inputs it is a CTest
+# test, with one of n where an input takes long.
 # New inputs and crashes go to the build tree: the committed corpus is only read. Every run begins with that alone and
 # with one seed, so that a run is what the last one was unless the code has changed.
 function(zr_fuzz name)
-    cmake_parse_arguments(FUZZ "BY_HAND" "CORPUS;ONE_OF" "SOURCES;LIBRARIES" ${ARGN})
+    cmake_parse_arguments(FUZZ "" "CORPUS;ONE_OF" "SOURCES;LIBRARIES" ${ARGN})
     add_executable(${name} ${FUZZ_SOURCES})
     target_link_libraries(${name} PRIVATE ZRdmtree zr_build_flags ${FUZZ_LIBRARIES})
     target_link_options(${name} PRIVATE -fsanitize=fuzzer)
     add_dependencies(zr_fuzz_programs ${name})
-    if(FUZZ_BY_HAND)
-        return()
-    endif()
     set(runs ${ZR_FUZZ_RUNS})
     if(FUZZ_ONE_OF)
         math(EXPR runs "${runs} / ${FUZZ_ONE_OF}")

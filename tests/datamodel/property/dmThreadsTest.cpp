@@ -1,4 +1,5 @@
 #include "testSets.h"
+#include "zrThreads.h"
 
 #include "dmSetTools.h"
 
@@ -9,21 +10,10 @@
 #include <atomic>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace
 {
-
-/// Runs `work(thread)` on so many threads at once.
-template <class Work>
-void runOn(int threads, const Work& work)
-{
-    std::vector<std::jthread> running;
-    running.reserve(static_cast<std::size_t>(threads));
-    for (int thread = 0; thread < threads; ++thread)
-        running.emplace_back(work, thread);
-}
 
 /// One way to change a collection, and how many elements it adds when it succeeds; `resets` where that depends.
 struct Mutator

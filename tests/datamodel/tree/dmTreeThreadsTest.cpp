@@ -1,27 +1,12 @@
 /// Trees and effects in several threads: what is no property is changed, and made constant, as properties are, and who
 /// only reads changes nothing.
 #include "testCut.h"
+#include "zrThreads.h"
 
 #include <array>
 #include <atomic>
 #include <functional>
 #include <sstream>
-#include <thread>
-
-namespace
-{
-
-/// Runs `work(thread)` on so many threads at once.
-template <class Work>
-void runOn(int threads, const Work& work)
-{
-    std::vector<std::jthread> running;
-    running.reserve(static_cast<std::size_t>(threads));
-    for (int thread = 0; thread < threads; ++thread)
-        running.emplace_back(work, thread);
-}
-
-} // namespace
 
 TEST(TreeThreads, MarkOneLayerInEveryWay)
 {
