@@ -485,7 +485,7 @@ bool FastReader::findMember(Class& type, int& index)
     return false;
 }
 
-/// A value is read beside its field, and goes through the door as a fresh object's.
+/// A value is read beside its field, and stored as a fresh object's (store).
 bool FastReader::value(Property& property, DmPropertySet& owner, int index)
 {
     const DmPropertyDef& def = *property.def;

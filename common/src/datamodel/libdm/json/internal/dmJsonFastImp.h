@@ -7,7 +7,8 @@
 ///
 /// A Double on its way into its field runs through dmJsonImporter.cpp, dmJsonInput.cpp (the bytes), dmJsonFast.cpp (the
 /// number, by its property's type: dmPropertyType.h; dmJsonFormat.cpp where it has very many digits), dmJsonKeptImp.h
-/// (whether the declaration means it), dmSetAccessImp.h (the door), dmPropertySet.cpp (the field).
+/// (whether the declaration means it), and, where its field lies beside the object, dmSetAccessImp.h (the door) and
+/// dmPropertySet.cpp (the field).
 #pragma once
 
 #include "dmJsonInputImp.h"
