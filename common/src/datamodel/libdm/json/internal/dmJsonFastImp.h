@@ -52,7 +52,7 @@ private:
         Property(const DmPropertySet& object, int index);
 
         const DmPropertyDef* def;
-        bool isInside; ///< its field lies in the object itself, as it does in every object of a class
+        bool isInside; ///< its field lies in every object of the class, which does not fix its value
         Expected name;
         std::size_t follower = 0;
         Class* lastHeld[2] = {};
