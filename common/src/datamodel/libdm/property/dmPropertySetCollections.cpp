@@ -4,6 +4,7 @@
 #include "dmPropertySet.h"
 
 #include "dmSetAccessImp.h"
+#include "dmStepImp.h"
 
 #include <algorithm>
 
@@ -111,7 +112,7 @@ eDmErrorId insert(DmPropertySet& set, int index, const DmPropertyDef& def, int e
     return DmSetAccess::change(set, DmStore::Announced, def,
                                [&]() -> eDmErrorId
                                {
-                                   auto& list = DmSetAccess::collection<List>(set, index, def);
+                                   auto& list = DmSetAccess::field<List>(set, index, def);
                                    if (element == atEnd)
                                        list.push_back(std::move(copy));
                                    else if (static_cast<std::size_t>(element) <= list.size())
@@ -180,51 +181,16 @@ eDmErrorId DmPropertySet::insertUnasked(int list, int element, const DmPropertyS
 
 eDmErrorId DmPropertySet::spliceUnasked(int list, int first, int count, std::span<const DmPropertySetPtr> elements)
 {
-    const DmPropertyDef* def = nullptr;
-    int index = -1;
-    if (const eDmErrorId status = find(list, DM_VECTOR_PROPERTY_SET, def, index); status != DM_NO_ERROR)
-        return status;
-    if (isFrozen())
-        return DM_CANNOT_LOCK;
-    if (first < 0 || count < 0)
-        return DM_BAD_INDEX;
-    for (const DmPropertySetPtr& element : elements)
-        if (const eDmErrorId status = DmSetAccess::checkSlot(*this, *def, element.get()); status != DM_NO_ERROR)
-            return status;
-    const auto from = static_cast<std::size_t>(first);
-    const auto old = static_cast<std::size_t>(count);
-    const std::size_t fresh = elements.size();
-    DmPropertySetVector changed; // the new elements, which become the old ones
-    const eDmErrorId status = dmWithMemory(
-        [&]
-        {
-            changed.assign(elements.begin(), elements.end());
-            return DM_NO_ERROR;
-        });
-    if (status != DM_NO_ERROR)
-        return status;
-    return DmSetAccess::change(
-        *this, DmStore::Announced, *def,
-        [&]() -> eDmErrorId
-        {
-            auto& all = DmSetAccess::collection<DmPropertySetVector>(*this, index, *def);
-            const std::size_t size = all.size();
-            if (from > size || old > size - from)
-                return DM_BAD_INDEX;
-            changed.resize(std::max(old, fresh)); // before anything changes
-            if (fresh > old)                      // behind the old ones
-                all.resize(size + fresh - old);
-            const auto begin = all.begin() + static_cast<std::ptrdiff_t>(from);
-            if (fresh > old)
-                std::rotate(begin + count, all.begin() + static_cast<std::ptrdiff_t>(size), all.end());
-            std::swap_ranges(changed.begin(), changed.end(), begin);
-            if (fresh < old)
-            {
-                std::rotate(begin + static_cast<std::ptrdiff_t>(fresh), begin + count, all.end());
-                all.resize(size - (old - fresh));
-            }
-            return DM_NO_ERROR;
-        });
+    DmPropertySetVector copies;
+    const auto copy = [&]
+    {
+        copies.assign(elements.begin(), elements.end());
+        return DM_NO_ERROR;
+    };
+    const eDmErrorId copied = dmWithMemory(copy);
+    DmStep step;
+    step.splice(*this, list, first, count, std::move(copies));
+    return copied == DM_NO_ERROR ? step.take() : copied;
 }
 
 eDmErrorId DmPropertySet::getListSize(DmPropertyRef property, eDmPropType type, int& size) const
@@ -259,7 +225,7 @@ eDmErrorId DmPropertySet::removeValueFromPropertyList(DmPropertyRef property, eD
                       return DmSetAccess::change(*this, DmStore::Announced, def,
                                                  [&]() -> eDmErrorId
                                                  {
-                                                     auto& list = DmSetAccess::collection<List>(*this, index, def);
+                                                     auto& list = DmSetAccess::field<List>(*this, index, def);
                                                      if (!isIn(element, list.size()))
                                                          return DM_BAD_INDEX;
                                                      eraseAt(list, static_cast<std::size_t>(element), old);
@@ -378,7 +344,7 @@ eDmErrorId DmPropertySet::addValueInPropertyMap(DmPropertyRef property, eDmPropT
     return DmSetAccess::change(*this, DmStore::Announced, *def,
                                [&]() -> eDmErrorId
                                {
-                                   auto& map = DmSetAccess::collection<DmPropertySetMap>(*this, index, *def);
+                                   auto& map = DmSetAccess::field<DmPropertySetMap>(*this, index, *def);
                                    auto inserted = map.insert(std::move(node));
                                    node = std::move(inserted.node);
                                    return inserted.inserted ? DM_NO_ERROR : DM_PROPERTY_ALREADY_EXIST;
@@ -415,7 +381,7 @@ eDmErrorId DmPropertySet::removeValueFromPropertyMap(DmPropertyRef property, eDm
     return DmSetAccess::change(*this, DmStore::Announced, *def,
                                [&]() -> eDmErrorId
                                {
-                                   old = DmSetAccess::collection<DmPropertySetMap>(*this, index, *def).extract(key);
+                                   old = DmSetAccess::field<DmPropertySetMap>(*this, index, *def).extract(key);
                                    return old ? DM_NO_ERROR : DM_BAD_INDEX;
                                });
 }
@@ -443,7 +409,7 @@ eDmErrorId DmSetAccess::put(DmPropertySet& set, DmStore policy, int index, const
                   [&]
                   {
                       // A document's entries come in order.
-                      auto& map = collection<DmPropertySetMap>(set, index, def);
+                      auto& map = field<DmPropertySetMap>(set, index, def);
                       const auto place = map.insert(map.end(), std::move(node));
                       if (node)
                       {
@@ -466,7 +432,7 @@ eDmErrorId DmSetAccess::putAll(DmPropertySet& set, DmStore policy, int index, co
                   {
                       if (entries.empty())
                           return DM_NO_ERROR;
-                      auto& map = collection<DmPropertySetMap>(set, index, def);
+                      auto& map = field<DmPropertySetMap>(set, index, def);
                       if (map.empty())
                           map.swap(entries);
                       map.merge(entries); // leaves those whose keys were there
@@ -511,7 +477,7 @@ eDmErrorId DmPropertySet::putIfAbsentSilently(int map, const DmString& key, DmPr
     return DmSetAccess::change(*this, DmStore::Silent, *def,
                                [&]
                                {
-                                   auto& entries = DmSetAccess::collection<DmPropertySetMap>(*this, map, *def);
+                                   auto& entries = DmSetAccess::field<DmPropertySetMap>(*this, map, *def);
                                    const auto inserted = entries.insert(std::move(node));
                                    if (inserted.position->second)
                                        entry = inserted.position->second;

@@ -28,11 +28,11 @@ enum class DmStore
 class DmSetAccess
 {
 public:
-    /// A list or a map, to be written inside the mutex.
-    template <class Collection>
-    static Collection& collection(DmPropertySet& set, int index, const DmPropertyDef& def)
+    /// The field of a property that is stored as that, to be written inside the mutex.
+    template <class Storage>
+    static Storage& field(DmPropertySet& set, int index, const DmPropertyDef& def)
     {
-        return *static_cast<Collection*>(set.fieldForChange(index, def));
+        return *static_cast<Storage*>(set.fieldForChange(index, def));
     }
     /// Whether the field lies in a block that the object shares with others.
     static bool isShared(const DmPropertySet& set, const DmPropertyDef& def)
@@ -111,7 +111,7 @@ public:
             set, policy, def,
             [&]
             {
-                collection<std::vector<std::remove_cvref_t<T>>>(set, index, def).push_back(std::forward<T>(element));
+                field<std::vector<std::remove_cvref_t<T>>>(set, index, def).push_back(std::forward<T>(element));
                 return DM_NO_ERROR;
             });
     }
@@ -125,7 +125,7 @@ public:
                       [&]() -> eDmErrorId
                       {
                           using std::swap;
-                          auto& list = collection<std::vector<T>>(set, index, def);
+                          auto& list = field<std::vector<T>>(set, index, def);
                           if (element < 0 || static_cast<std::size_t>(element) >= list.size())
                               return DM_BAD_INDEX;
                           swap(list[static_cast<std::size_t>(element)], value);
@@ -145,9 +145,11 @@ public:
     static void touch(DmPropertySet& set) { set._state.set(DmPropertySet::dirtyFlag); }
 
 private:
-    /// Who is to be told of a change: written down before it, so that telling needs no memory.
-    class Hearers;
+    class Hearers; ///< dmHearersImp.h
     friend class DmPropertySet;
+    friend class DmStep;
+
+    static DM::CoLockWord& lockWord(DmPropertySet& set) { return set._state; }
 
     /// A type that cannot be set whole is announced as a change all the same; what is refused is not.
     static bool isAnnounced(eDmErrorId status) { return status == DM_NO_ERROR || status == DM_TYPE_NOT_IMPLEMENTED; }
