@@ -590,6 +590,43 @@ TEST(WithoutMemory, ALayerTakesAnElementWithAllInFrontOfItOrNothing)
     }
 }
 
+TEST(WithoutMemory, ATrackGoesIntoACompositionAsAWholeOrNotAtAll)
+{
+    struct Tracks
+    {
+        Tracks()
+        {
+            builder.beginLayer();
+            track = builder.finish();
+            EXPECT_EQ(builder.append(mix(0)), DM_NO_ERROR);
+            EXPECT_EQ(composition->registerListener(&listener), DM_NO_ERROR);
+        }
+        DmTrackBuilder builder{0, DM_MEDIA_VIDEO};
+        CoSharedPtr<DmTrackNode> track;
+        CoSharedPtr<DmCompositionNode> composition = DmCompositionNode::create();
+        Deaf listener;
+    };
+    std::unique_ptr<Tracks> tracks;
+    refuseEach(
+        "a track",
+        [&]
+        {
+            tracks = std::make_unique<Tracks>();
+            return [&] { return tracks->builder.addTo(*tracks->composition); };
+        },
+        [&](eDmErrorId status, bool refused)
+        {
+            const auto* const layer = static_cast<const DmLayerNode*>(tracks->track->getChild(1));
+            EXPECT_EQ(status, refused ? DM_BAD_VALUE : DM_NO_ERROR);
+            EXPECT_EQ(tracks->composition->getNbChildren(), refused ? 0 : 1);
+            EXPECT_EQ(tracks->listener.heard, refused ? 0 : 2);
+            EXPECT_EQ(layer->getNbChildren(), refused ? 2 : 3);
+            EXPECT_EQ(layer->getLayerLength() > 0.0, !refused);
+            EXPECT_EQ(tracks->builder.addTo(*tracks->composition), DM_NO_ERROR);
+            EXPECT_EQ(layer->getNbChildren(), 3);
+        });
+}
+
 namespace
 {
 

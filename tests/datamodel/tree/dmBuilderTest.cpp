@@ -178,24 +178,27 @@ TEST(LayerBuilder, GoesOnBehindWhatIsThere)
 namespace
 {
 
-/// Makes a node a constant as soon as it hears of a change.
+/// Makes nodes constants as soon as it hears of a change.
 class Freezer final : public DmPropertyListener
 {
 public:
-    explicit Freezer(DmTreeNode& node)
-        : _node(node)
+    explicit Freezer(std::vector<DmTreeNode*> nodes)
+        : _nodes(std::move(nodes))
     {
     }
-    void onPropertyChanged(const DmNodeId&, eDmPropType, const DmString&) override
+    void onPropertyChanged(const DmNodeId&, eDmPropType, const DmString& property) override
     {
-        ++heard;
-        _node.freeze();
+        heard.push_back(dmUtf8(property));
+        for (DmTreeNode* const node : _nodes)
+            node->freeze();
     }
-    int heard = 0;
+    std::vector<std::string> heard;
 
 private:
-    DmTreeNode& _node;
+    std::vector<DmTreeNode*> _nodes;
 };
+
+using Names = std::vector<std::string>;
 
 } // namespace
 
@@ -206,38 +209,111 @@ TEST(LayerBuilder, PutsInAllThatBelongsTogetherOrNothing)
     {
         CoSharedPtr<DmTreeNode> first;
         const char* before;
+        CoSharedPtr<DmTreeNode> next;
         double recIn;
         const char* after;
     } cases[] = {
-        {nullptr, "", atTheEnd, "Source 0-10"},
-        {shot(0, 10), "Source 0-10", atTheEnd, "Source 0-10, Cut 10-10, Source 10-20"},
-        {shot(0, 10), "Source 0-10", 50, "Source 0-10, Cut 10-10, Gap 10-50, Cut 50-50, Source 50-60"},
-        {dissolveOf(0, 4), "Gap 0-0, Trx 0-4, Gap 4-4", atTheEnd, "Gap 0-0, Trx 0-4, Source 4-14"},
-        {dissolveOf(0, 4), "Gap 0-0, Trx 0-4, Gap 4-4", 20, "Gap 0-0, Trx 0-4, Gap 4-20, Cut 20-20, Source 20-30"},
+        {nullptr, "", shot(0, 10), atTheEnd, "Source 0-10"},
+        {shot(0, 10), "Source 0-10", shot(0, 10), atTheEnd, "Source 0-10, Cut 10-10, Source 10-20"},
+        {shot(0, 10), "Source 0-10", shot(0, 10), 50, "Source 0-10, Cut 10-10, Gap 10-50, Cut 50-50, Source 50-60"},
+        {shot(0, 10), "Source 0-10", cutAt(0), atTheEnd, "Source 0-10, Cut 10-10"},
+        {dissolveOf(0, 4), "Gap 0-0, Trx 0-4, Gap 4-4", shot(0, 10), atTheEnd, "Gap 0-0, Trx 0-4, Source 4-14"},
+        {dissolveOf(0, 4), "Gap 0-0, Trx 0-4, Gap 4-4", shot(0, 10), 20,
+         "Gap 0-0, Trx 0-4, Gap 4-20, Cut 20-20, Source 20-30"},
+    };
+    enum Constant // what becomes one, and when
+    {
+        ByTheElement,
+        ByTheLayer,
+        TheElementBefore,
+        TheLayerBefore
     };
     for (const auto& c : cases)
-        for (const bool byElement : {false, true}) // whose listener makes the layer a constant
+        for (const Constant constant : {ByTheElement, ByTheLayer, TheElementBefore, TheLayerBefore})
         {
-            SCOPED_TRACE(std::string(c.after) + (byElement ? ", by the element" : ""));
+            SCOPED_TRACE(testing::Message() << c.after << ", " << constant);
             DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
             if (c.first)
                 ok(builder.append(DM::staticPointerCast<DmTreeNode>(c.first->clone())));
             const auto layer = builder.finish();
             const double end = builder.getEnd();
+            const auto next = DM::staticPointerCast<DmTreeNode>(c.next->clone());
             const double recIn = c.recIn == atTheEnd ? 77 : c.recIn;
-            const auto next = shot(recIn, 10);
-            Freezer freezer(*layer);
-            DmTreeNode& changed = byElement ? static_cast<DmTreeNode&>(*next) : *layer;
-            ok(changed.registerListener(&freezer));
+            double length = next->isSegment() ? 10 : 7; // of a cut, which gets none
+            ok(next->setPropertyValue(L"recIn", &recIn));
+            ok(next->setPropertyValue(L"recLength", &length));
+
+            const bool isTaken = constant == ByTheElement || constant == ByTheLayer;
+            Freezer byElement({layer.get(), next.get()});
+            Freezer byLayer({layer.get(), next.get()});
+            ok(layer->registerListener(&byLayer));
+            if (constant != ByTheLayer)
+                ok(next->registerListener(&byElement));
+            if (!isTaken)
+                (constant == TheElementBefore ? *next : static_cast<DmTreeNode&>(*layer)).freeze();
             EXPECT_EQ(c.recIn == atTheEnd ? builder.append(next) : builder.place(next),
-                      byElement ? DM_CANNOT_LOCK : DM_NO_ERROR);
-            ok(changed.unregisterListener(&freezer));
-            EXPECT_EQ(shapeOf(*layer), byElement ? c.before : c.after);
-            EXPECT_EQ(builder.holds(next.get()), !byElement);
-            EXPECT_EQ(builder.getEnd(), byElement ? end : next->getRecOut());
-            EXPECT_TRUE(byElement ? next->getRecIn() == recIn : freezer.heard == 1) << "one change";
-            EXPECT_EQ(builder.append(shot(0, 5)), DM_CANNOT_LOCK);
+                      isTaken ? DM_NO_ERROR : DM_CANNOT_LOCK);
+            EXPECT_EQ(shapeOf(*layer), isTaken ? c.after : c.before);
+            EXPECT_EQ(builder.holds(next.get()), isTaken);
+            const DmTimeRange range = DmTreeTool::getRecordRange(next.get());
+            EXPECT_EQ(builder.getEnd(), isTaken ? range.out() : end);
+            EXPECT_TRUE(isTaken || range == (DmTimeRange{recIn, length}));
+            EXPECT_EQ(byLayer.heard, isTaken ? Names{"children"} : Names());
+            EXPECT_EQ(byElement.heard.empty(), constant != ByTheElement);
         }
+}
+
+TEST(LayerBuilder, FinishesAsAWholeOrNotAtAll)
+{
+    for (const bool isConstant : {false, true})
+    {
+        DmLayerBuilder builder(0, DM_MEDIA_VIDEO, 100);
+        const auto layer = builder.finish();
+        ok(builder.append(dissolveOf(0, 4)));
+        Freezer freezer({layer.get()});
+        ok(layer->registerListener(&freezer));
+        if (isConstant)
+            layer->freeze();
+        EXPECT_EQ(builder.finish() == layer, !isConstant);
+        EXPECT_EQ(shapeOf(*layer), isConstant ? "Gap 100-100, Trx 100-104" : "Gap 100-100, Trx 100-104, Gap 104-104");
+        EXPECT_EQ(layer->getLayerStartTC(), 100);
+        EXPECT_EQ(layer->getLayerLength(), isConstant ? 0 : 4);
+        EXPECT_EQ(freezer.heard, isConstant ? Names() : (Names{"children", "layerStartTC", "layerLength"}));
+        EXPECT_EQ(builder.holds(layer->getChild(2)), !isConstant);
+    }
+}
+
+TEST(LayerBuilder, TellsNobodyWhoHasGoneMeanwhile)
+{
+    DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
+    const auto layer = builder.finish();
+    class Leaver final : public DmPropertyListener
+    {
+    public:
+        Leaver(DmLayerNode& layer, std::unique_ptr<DmPropertyListener>& self)
+            : _layer(layer)
+            , _self(self)
+        {
+        }
+        void onPropertyChanged(const DmNodeId&, eDmPropType, const DmString&) override
+        {
+            ok(_layer.unregisterListener(this));
+            _self.reset();
+        }
+
+    private:
+        DmLayerNode& _layer;
+        std::unique_ptr<DmPropertyListener>& _self;
+    };
+    std::unique_ptr<DmPropertyListener> listener;
+    listener = std::make_unique<Leaver>(*layer, listener);
+    ok(layer->registerListener(listener.get()));
+    ok(builder.append(dissolveOf(0, 4))); // the listener goes at "children"
+    EXPECT_FALSE(listener);
+    listener = std::make_unique<Leaver>(*layer, listener);
+    ok(layer->registerListener(listener.get()));
+    EXPECT_EQ(builder.finish(), layer); // of the three changes it hears the first
+    EXPECT_EQ(layer->getLayerLength(), 4);
 }
 
 TEST(LayerBuilder, PostsItsStepsOnRequest)
@@ -286,6 +362,43 @@ TEST(TrackBuilder, PutsLayersIntoAComposition)
     composition->freeze();
     EXPECT_EQ(DmTrackBuilder(2, DM_MEDIA_AUDIO).addTo(*composition), DM_CANNOT_LOCK);
     EXPECT_EQ(composition->getNbChildren(), 2);
+}
+
+TEST(TrackBuilder, GoesIntoACompositionAsAWholeOrNotAtAll)
+{
+    enum Constant // what becomes one, and when
+    {
+        TheComposition,
+        TheSecondLayer,
+        AllByTheComposition,
+        AllByTheFirstLayer
+    };
+    for (const Constant constant : {TheComposition, TheSecondLayer, AllByTheComposition, AllByTheFirstLayer})
+    {
+        SCOPED_TRACE(constant);
+        const auto composition = DmCompositionNode::create(L"cut", L"25 fps", nullptr);
+        DmTrackBuilder builder(1, DM_MEDIA_VIDEO);
+        builder.beginLayer();
+        const auto first = builder.finish();
+        const auto layer = [&](int i) { return dynamic_cast<DmLayerNode*>(first->getChild(i)); };
+        ok(builder.append(dissolveOf(0, 4)));
+        Freezer freezer({composition.get(), layer(0), layer(1)});
+        if (constant == AllByTheComposition)
+            ok(composition->registerListener(&freezer));
+        else if (constant == AllByTheFirstLayer)
+            ok(layer(0)->registerListener(&freezer));
+        else
+            (constant == TheComposition ? static_cast<DmTreeNode&>(*composition) : *layer(1)).freeze();
+
+        const bool isTaken = constant >= AllByTheComposition;
+        EXPECT_EQ(builder.addTo(*composition), isTaken ? DM_NO_ERROR : DM_CANNOT_LOCK);
+        EXPECT_EQ(composition->getNbChildren(), isTaken ? 1 : 0);
+        EXPECT_EQ(composition->getCompLength(), isTaken ? 4 : 0);
+        EXPECT_EQ(shapeOf(*layer(1)), isTaken ? "Gap 0-0, Trx 0-4, Gap 4-4" : "Gap 0-0, Trx 0-4");
+        EXPECT_EQ(layer(1)->getLayerLength(), isTaken ? 4 : 0);
+        EXPECT_EQ(static_cast<bool>(builder.finish()), constant == TheComposition)
+            << "the layers can be finished still";
+    }
 }
 
 TEST(TrackBuilder, MakesACompositionAsLongAsItTakes)

@@ -1,17 +1,13 @@
 #include "dmCompositionNode.h"
 
 #include "dmDeclare.h"
-#include "dmLayerNode.h"
+#include "dmLayerStartsImp.h"
 #include "dmMemoryImp.h"
 #include "dmStoredLabel.h"
 
 #include "tuLabel.h"
 #include "tuTimeUnit.h"
 #include "zrAssert.h"
-
-#include <algorithm>
-#include <cmath>
-#include <optional>
 
 using DM::FCM_NOT_DEFINED;
 
@@ -111,16 +107,7 @@ eDmErrorId DmCompositionNode::setStartTC(double frames, const DmString& fcm)
 
 bool DmCompositionNode::countsAbsolutely() const
 {
-    std::optional<double> least;
-    for (int i = 0; i < getNbChildren(); ++i)
-    {
-        const DmTreeNode* const track = getChild(i);
-        for (int j = 0; track && j < track->getNbChildren(); ++j)
-            if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(j));
-                layer && layer->getNbChildren() > 0)
-                least = least ? std::min(*least, layer->getLayerStartTC()) : layer->getLayerStartTC();
-    }
-    return least && std::abs(*least - getStartTC()) < std::abs(*least);
+    return DmLayerStarts(*this).areAbsolute(getStartTC());
 }
 
 double DmCompositionNode::getLabelTime(double recordTime) const

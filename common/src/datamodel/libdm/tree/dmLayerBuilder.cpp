@@ -4,6 +4,7 @@
 #include "dmElementImp.h"
 #include "dmGapNode.h"
 #include "dmMemoryImp.h"
+#include "dmStepImp.h"
 
 #include "envVar.h"
 #include "zrPost.h"
@@ -34,10 +35,10 @@ double leastLength(const DmTransitionNode& /*transition*/)
 } // namespace
 
 /// What goes into the layer at once.
-class DmLayerBuilder::Step
+class DmLayerBuilder::Batch
 {
 public:
-    explicit Step(DmLayerBuilder& builder)
+    explicit Batch(DmLayerBuilder& builder)
         : _builder(builder)
         , _end(builder._end)
         , _endsInSegment(builder.endsInSegment())
@@ -68,46 +69,61 @@ public:
         _endsInSegment = dmSegment(element.get()) != nullptr;
     }
 
-    eDmErrorId take()
+    /// Adds to a step what it changes in the layer.
+    eDmErrorId prepare(DmStep& step)
     {
         if (_count == 0)
             return DM_NO_ERROR;
         DmLayerNode& layer = *_builder._layer;
         const int dropped = _dropsSpareGap ? 1 : 0;
-        const int first = layer.getNbChildren() - dropped;
-        const CoSharedPtr<DmTreeNode> spareGap(dropped > 0 ? layer.getChild(first) : nullptr);
-        std::vector<CoSharedPtr<DmTreeNode>> elements;
-        int known = 0;
-        eDmErrorId status = dmWithMemory(
-            [&]
+        _first = layer.getNbChildren() - dropped;
+        _spareGap.reset(dropped > 0 ? layer.getChild(_first) : nullptr);
+        const auto list = [&]
+        {
+            DmPropertySetVector elements;
+            elements.reserve(static_cast<std::size_t>(_count));
+            for (; _known < _count; ++_known)
             {
-                for (; known < _count; ++known)
-                {
-                    elements.push_back(_pieces[known].element);
-                    _builder._held.insert(elements.back().get());
-                }
-                return DM_NO_ERROR;
-            });
-        const double end = std::exchange(_builder._end, _end); // who hears of the change may ask, and add more
-        if (status == DM_NO_ERROR)
-            status = layer.replaceChildren(first, dropped, elements);
+                if (!_pieces[_known].element)
+                    return DM_BAD_VALUE;
+                elements.emplace_back(_pieces[_known].element);
+                _builder._held.insert(_pieces[_known].element.get());
+            }
+            step.splice(layer, DmLayerNode::Children, _first, dropped, std::move(elements));
+            return DM_NO_ERROR;
+        };
+        return dmWithMemory(list);
+    }
+    /// Once the step has been stored, or could not be: before anybody hears of it, who may ask, and add more.
+    void end(eDmErrorId status)
+    {
         if (status != DM_NO_ERROR)
         {
-            _builder._end = end;
-            while (known-- > 0)
-                _builder._held.erase(_pieces[known].element.get());
-            return status;
+            while (_known-- > 0)
+                _builder._held.erase(_pieces[_known].element.get());
+            return;
         }
-        _builder._held.erase(spareGap.get());
+        _builder._end = _end;
+        _builder._held.erase(_spareGap.get());
         // At notice level: who sets the variable wants to see the lines without turning every other debug message on.
         for (int i = 0; logSteps().getValue() && i < _count; ++i)
         {
             const DmTreeNode& element = *_pieces[i].element;
-            ZR_POST_NOTICE("DmLayerBuilder: layer %d, element %d: %ls \"%ls\" from %f to %f", layer.getLayerNum(),
-                           first + i, element.getPSetName().c_str(), element.getName().c_str(), _pieces[i].recIn,
-                           i + 1 < _count ? _pieces[i + 1].recIn : _end);
+            ZR_POST_NOTICE("DmLayerBuilder: layer %d, element %d: %ls \"%ls\" from %f to %f",
+                           _builder._layer->getLayerNum(), _first + i, element.getPSetName().c_str(),
+                           element.getName().c_str(), _pieces[i].recIn, i + 1 < _count ? _pieces[i + 1].recIn : _end);
         }
-        return DM_NO_ERROR;
+    }
+    /// With what else the step changes.
+    eDmErrorId take(DmStep& step)
+    {
+        eDmErrorId status = prepare(step);
+        if (status == DM_NO_ERROR)
+            status = step.store();
+        end(status);
+        if (status == DM_NO_ERROR)
+            step.announce();
+        return status;
     }
 
 private:
@@ -122,6 +138,9 @@ private:
     DmLayerBuilder& _builder;
     Piece _pieces[4]; ///< a cut and a gap up to the element, a cut or a gap at its edge, itself
     int _count = 0;
+    int _known = 0; ///< to the builder
+    int _first = 0;
+    CoSharedPtr<DmTreeNode> _spareGap;
     double _end;
     bool _endsInSegment;
     bool _dropsSpareGap = false;
@@ -178,50 +197,66 @@ eDmErrorId DmLayerBuilder::put(Element& element, double recIn)
         length < leastLength(element) || !std::isfinite(recIn) || recIn < _end - tolerance || holds(&element))
         return DM_BAD_VALUE;
 
-    const double oldRecIn = element.getRecIn();
-    const double oldLength = element.getRecLength();
-    eDmErrorId status = isCut ? element.setRecLength(0.0) : DM_NO_ERROR;
-    if (status == DM_NO_ERROR)
-        status = element.setRecIn(recIn);
-    if (status == DM_NO_ERROR)
-    {
-        constexpr bool isTransition = std::is_same_v<Element, DmTransitionNode>;
-        Step step(*this);
-        if (!isTransition)
-            step.dropSpareGap();
-        step.fillTo(recIn);
-        if (isTransition != step.endsInSegment())
-            isTransition ? step.addGap(0.0) : step.addCut();
-        step.add(CoSharedPtr<DmTreeNode>(&element), recIn, length);
-        status = step.take();
-    }
-    if (status != DM_NO_ERROR && element.setRecIn(oldRecIn) == DM_NO_ERROR)
-        static_cast<void>(element.setRecLength(oldLength)); // a constant has kept both
-    return status;
+    DmStep step;
+    if (isCut)
+        step.set(element, Element::RecLength, 0.0);
+    step.set(element, Element::RecIn, recIn);
+
+    constexpr bool isTransition = std::is_same_v<Element, DmTransitionNode>;
+    Batch batch(*this);
+    if (!isTransition)
+        batch.dropSpareGap();
+    batch.fillTo(recIn);
+    if (isTransition != batch.endsInSegment())
+        isTransition ? batch.addGap(0.0) : batch.addCut();
+    batch.add(CoSharedPtr<DmTreeNode>(&element), recIn, length);
+    return batch.take(step);
 }
 
 eDmErrorId DmLayerBuilder::fillTo(double time)
 {
     if (!_layer || !std::isfinite(time))
         return DM_BAD_VALUE;
-    Step step(*this);
-    step.fillTo(time);
-    return step.take();
+    DmStep step;
+    Batch batch(*this);
+    batch.fillTo(time);
+    return batch.take(step);
 }
 
 CoSharedPtr<DmLayerNode> DmLayerBuilder::finish()
 {
-    const bool lacksSegment = _layer && _layer->getNbChildren() > 0 && !endsInSegment();
-    const auto close = [this]
+    DmStep step;
+    return finishAll({this, 1}, step) == DM_NO_ERROR ? _layer : CoSharedPtr<DmLayerNode>();
+}
+
+eDmErrorId DmLayerBuilder::finishAll(std::span<DmLayerBuilder> builders, DmStep& step)
+{
+    std::vector<Batch> closings;
+    const auto prepare = [&]
     {
-        Step step(*this);
-        step.addGap(0.0);
-        return step.take();
+        closings.reserve(builders.size());
+        for (DmLayerBuilder& builder : builders)
+        {
+            if (!builder._layer)
+                return DM_BAD_VALUE;
+            Batch& closing = closings.emplace_back(builder);
+            if (builder._layer->getNbChildren() > 0 && !closing.endsInSegment())
+                closing.addGap(0.0);
+            if (const eDmErrorId status = closing.prepare(step); status != DM_NO_ERROR)
+                return status;
+            step.set(*builder._layer, DmLayerNode::LayerStartTC, builder._start);
+            step.set(*builder._layer, DmLayerNode::LayerLength, builder._end - builder._start);
+        }
+        return DM_NO_ERROR;
     };
-    if (!_layer || (lacksSegment && close() != DM_NO_ERROR) || _layer->setLayerStartTC(_start) != DM_NO_ERROR ||
-        _layer->setLayerLength(_end - _start) != DM_NO_ERROR)
-        return {};
-    return _layer;
+    eDmErrorId status = dmWithMemory(prepare);
+    if (status == DM_NO_ERROR)
+        status = step.store();
+    for (Batch& closing : closings)
+        closing.end(status);
+    if (status == DM_NO_ERROR)
+        step.announce();
+    return status;
 }
 
 bool DmLayerBuilder::endsInSegment() const

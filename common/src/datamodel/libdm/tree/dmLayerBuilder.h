@@ -17,12 +17,16 @@
 /// changed, its own times included: then it is DM_BAD_VALUE, for an element that is null, that the layer holds already,
 /// that is of another media type or of a kind that layers do not take, whose length is negative or infinite (of a
 /// segment that is no gap: less than half a frame), or that is placed before the end of what is there, and where memory
-/// runs out; DM_CANNOT_LOCK where element or layer is a constant. ZR_DEBUG_DM_LAYER_BUILDER posts each step.
+/// runs out; DM_CANNOT_LOCK where element or layer is a constant. Listeners, of the element and of the layer, hear of
+/// it when all of it has happened; so they do of finish(). ZR_DEBUG_DM_LAYER_BUILDER posts each step.
 #pragma once
 
 #include "dmLayerNode.h"
 
+#include <span>
 #include <unordered_set>
+
+class DmStep;
 
 class ZR_DM_API DmLayerBuilder
 {
@@ -52,8 +56,11 @@ public:
     CoSharedPtr<DmLayerNode> finish();
 
 private:
-    class Step;
+    friend class DmTrackBuilder;
+    class Batch;
 
+    /// Finishes layers in one step with what else it changes: all of it, or nothing.
+    static eDmErrorId finishAll(std::span<DmLayerBuilder> builders, DmStep& step);
     template <class Element>
     eDmErrorId put(Element& element, double recIn);
     bool endsInSegment() const;

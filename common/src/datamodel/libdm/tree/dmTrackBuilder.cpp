@@ -1,6 +1,8 @@
 #include "dmTrackBuilder.h"
 
+#include "dmLayerStartsImp.h"
 #include "dmMemoryImp.h"
+#include "dmStepImp.h"
 
 #include <algorithm>
 
@@ -36,33 +38,47 @@ bool DmTrackBuilder::holds(const DmTreeNode* element) const
                        [element](const DmLayerBuilder& layer) { return layer.holds(element); });
 }
 
+CoSharedPtr<DmTrackNode> DmTrackBuilder::makeTrack() const
+{
+    const CoSharedPtr<DmTrackNode> track =
+        _isWhole ? DmTrackNode::create(_trackNum, _mediaType) : CoSharedPtr<DmTrackNode>();
+    const auto fill = [&]
+    {
+        std::vector<CoSharedPtr<DmTreeNode>> layers;
+        for (const DmLayerBuilder& builder : _layers)
+            layers.emplace_back(builder._layer);
+        return track->replaceChildren(0, 0, layers);
+    };
+    return track && dmWithMemory(fill) == DM_NO_ERROR ? track : CoSharedPtr<DmTrackNode>();
+}
+
 CoSharedPtr<DmTrackNode> DmTrackBuilder::finish()
 {
-    CoSharedPtr<DmTrackNode> track;
-    if (_isWhole)
-        track = DmTrackNode::create(_trackNum, _mediaType);
-    for (DmLayerBuilder& builder : _layers)
-    {
-        const CoSharedPtr<DmLayerNode> layer = builder.finish();
-        const int before = track ? track->getNbChildren() : 0;
-        if (!track || !layer || track->addChild(layer) == before)
-            return {};
-    }
-    return track;
+    const CoSharedPtr<DmTrackNode> track = makeTrack();
+    DmStep step;
+    return track && DmLayerBuilder::finishAll(_layers, step) == DM_NO_ERROR ? track : CoSharedPtr<DmTrackNode>();
 }
 
 eDmErrorId DmTrackBuilder::addTo(DmCompositionNode& composition)
 {
-    const CoSharedPtr<DmTrackNode> track = finish();
+    const CoSharedPtr<DmTrackNode> track = makeTrack();
     if (!track)
         return DM_BAD_VALUE;
-    const int before = composition.getNbChildren();
-    if (composition.addChild(track) == before)
-        return DM_CANNOT_LOCK;
-    // Where the composition begins depends on its tracks: this one is among them now.
-    const double length = getEnd() - composition.getRecordStart();
-    const eDmErrorId status = composition.setCompLength(std::max(composition.getCompLength(), length));
-    if (status != DM_NO_ERROR)
-        composition.removeChild(before);
-    return status;
+    // Where the composition begins depends on its tracks, this one among them.
+    DmLayerStarts starts(composition);
+    for (const DmLayerBuilder& builder : _layers)
+        starts.add(*builder._layer, builder._start);
+    const double startTC = composition.getStartTC();
+    const double length = getEnd() - (starts.areAbsolute(startTC) ? startTC : 0.0);
+
+    DmStep step;
+    const auto add = [&]
+    {
+        step.splice(composition, DmCompositionNode::Children, composition.getNbChildren(), 0, {track});
+        return DM_NO_ERROR;
+    };
+    if (const eDmErrorId status = dmWithMemory(add); status != DM_NO_ERROR)
+        return status;
+    step.set(composition, DmCompositionNode::CompLength, std::max(composition.getCompLength(), length));
+    return DmLayerBuilder::finishAll(_layers, step);
 }

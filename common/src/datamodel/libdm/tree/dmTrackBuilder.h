@@ -44,10 +44,13 @@ public:
     CoSharedPtr<DmTrackNode> finish();
     bool holds(const DmTreeNode* element) const;
     /// Finishes the track, adds it to a composition, and makes the composition as long as it takes to reach the track's
-    /// end from its own begin (DmCompositionNode::getRecordStart), if it is shorter. Set the start time code first.
+    /// end from its own begin (DmCompositionNode::getRecordStart), if it is shorter: all of it happens, before any
+    /// listener hears of it, or nothing. Set the start time code first.
     eDmErrorId addTo(DmCompositionNode& composition);
 
 private:
+    /// With the layers as they are, unfinished; null without memory.
+    CoSharedPtr<DmTrackNode> makeTrack() const;
     bool canTake(const CoSharedPtr<DmTreeNode>& element) const { return _isWhole && !holds(element.get()); }
 
     int _trackNum;
