@@ -1,5 +1,6 @@
 #include "icInterchange.h"
 
+#include "dmBlobNode.h"
 #include "dmColourEffects.h"
 #include "dmCompositionNode.h"
 #include "dmLayerNode.h"
@@ -78,6 +79,11 @@ TEST(Ale, ComesBackRowForRow)
         "Heading\r\nFPS\t24\r\n\r\nColumn\r\nName\tStart\tEnd\r\n\r\nData\r\none\t01:00:00:00\t01:00:00:10\r\n",
         "Heading\rFPS\t24\r\rColumn\rName\tStart\tEnd\r\rData\rone\t01:00:00:00\t01:00:00:10\r",
         usual + first + "two\tV\t01:00:00:00\t01:00:04:00\tT1\tA\r\n\n",
+        "Heading\r\nFPS\t24\r\rColumn\nName\tStart\tEnd\r\n\rData\rone\t01:00:00:00\t01:00:00:10\r\n",
+        "\n\r\nHeading\nFPS\t24\nColumn\nName\tStart\tEnd\nData\r\none\t01:00:00:00\t01:00:00:10\n",
+        "Heading\nFPS\t24\nColumn\nName\tStart\tEnd\n\nData",
+        // A byte-order mark
+        "\xEF\xBB\xBF" + usual + first,
         // Blank, short and long rows, rows of blanks, rows without times
         usual + "\n" + first + "\n\n  \ntwo\n\t\t\t\t\t\n" + first + "three\tV\t\t\tT1\tC\tmore\t\tand more\n",
         usual + "one\tV\t01:00:00:00\t01:00:04:00\n" + "one\tV\t01:00:00:00\t01:00:04:00\tT1\tA\t\n",
@@ -127,6 +133,31 @@ TEST(Ale, ComesBackRowForRow)
             EXPECT_EQ(write(*again.root), text) << between;
         }
     }
+}
+
+TEST(Ale, ReadsHeadsOfEarlierDocumentsAndEndsTheOneInFrontOfNewRows)
+{
+    // As documents kept them before line ends went along: the text, without the line feed at its end.
+    const std::string rows = "Column\nName\tTracks\tStart\tEnd\nData\none\tV\t01:00:00:00\t01:00:04:00\n";
+    for (const bool isDos : {false, true})
+    {
+        std::string text = "Heading\nFPS\t25\n" + rows;
+        for (std::size_t at = text.find('\n'); isDos && at != text.npos; at = text.find('\n', at + 2))
+            text.insert(at, 1, '\r');
+        const Read made = read(text);
+        ASSERT_TRUE(made.root);
+        const std::string head = text.substr(0, text.find("one\t") - 1);
+        const auto blob = DmBlobNode::create(L"ale", DmString(std::wstring(head.begin(), head.end()).c_str()));
+        ASSERT_EQ(made.composition().setBaseBlob(blob), DM_NO_ERROR);
+        EXPECT_EQ(write(*made.root), text);
+    }
+    // A row behind a head that ended the file, and one that ends it no more
+    const Read head = read("Heading\nFPS\t25\nColumn\nName\tTracks\tStart\tEnd\nData");
+    const Read row = read("Heading\nFPS\t25\n" + rows.substr(0, rows.size() - 1));
+    ASSERT_TRUE(head.root && row.root);
+    for (int i = 0; i < 2; ++i)
+        head.layer().addChild(DmTreeTool::deepClone(CoSharedPtr<DmTreeNode>(row.layer().getChild(0))));
+    EXPECT_EQ(write(*head.root), "Heading\nFPS\t25\n" + rows + "one\tV\t01:00:00:00\t01:00:04:00");
 }
 
 TEST(Ale, ARowIsASourceOnItsTrackBehindTheOneBefore)

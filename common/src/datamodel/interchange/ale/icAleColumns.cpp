@@ -47,6 +47,22 @@ constexpr std::string_view cellsKey = "*cells";
 constexpr std::string_view moreKey = "*more";
 constexpr std::string_view endKey = "*end";
 constexpr std::string_view rowKey = "*row";
+constexpr std::string_view markKey = "*mark";
+constexpr std::string_view headKey = "*head";
+
+constexpr std::array<std::pair<std::string_view, std::string_view>, 4> lineEnds{
+    {{"LF", "\n"}, {"CRLF", "\r\n"}, {"CR", "\r"}, {"none", ""}}};
+
+std::string_view nameOfEnd(std::string_view end)
+{
+    return std::ranges::find(lineEnds, end, [](const auto& each) { return each.second; })->first;
+}
+
+std::string_view endNamed(std::string_view name)
+{
+    const auto* const found = std::ranges::find(lineEnds, name, [](const auto& each) { return each.first; });
+    return found == lineEnds.end() ? std::string_view() : found->second;
+}
 
 std::string label(double frames, DM::FrameCodeModes fcm)
 {
@@ -159,7 +175,7 @@ Kept Kept::of(const DmTreeNode& node)
         else if (key == moreKey)
             kept.more = value;
         else if (key == endKey)
-            kept.end = value == "CRLF" ? "\r\n" : value == "CR" ? "\r" : value == "LF" ? "\n" : "";
+            kept.end = endNamed(value);
         else if (key == rowKey)
             kept.isRow = true;
         else
@@ -188,8 +204,68 @@ eDmErrorId Kept::keepOn(DmTreeNode& node) const
     if (!more.empty())
         add(moreKey, more);
     if (end)
-        add(endKey, *end == "\r\n" ? "CRLF" : *end == "\r" ? "CR" : *end == "\n" ? "LF" : "none");
+        add(endKey, nameOfEnd(*end));
     return setLeftover(node, leftoverType, text);
+}
+
+std::optional<KeptHead> KeptHead::of(const DmTreeNode& node)
+{
+    KeptHead head;
+    if (std::optional<std::string> first = leftoverOf(node, leftoverType))
+    {
+        head.text = std::move(*first);
+        std::string_view rest = head.text;
+        const std::string_view end = takeLine(rest).end;
+        // A document has texts without the line feed at their end.
+        if (end == "\r\n" && head.text.ends_with('\r'))
+            head.text += '\n';
+        else if (head.text.empty() || !isBlank(head.text.back()))
+            head.text += end.empty() ? "\n" : end;
+        return head;
+    }
+    const std::optional<std::string> text = leftoverOf(node, headLeftover);
+    if (!text)
+        return std::nullopt;
+    std::map<std::string, std::string_view, std::less<>> ends{{std::string(endKey), "\n"}};
+    std::string_view rest = *text;
+    for (std::string_view line; line != headKey && !rest.empty();)
+    {
+        line = takeLine(rest).text;
+        const std::size_t tab = std::min(line.find('\t'), line.size());
+        head.hasMark = head.hasMark || line == markKey;
+        if (tab != line.size())
+            ends.insert_or_assign(std::string(line.substr(0, tab)), endNamed(line.substr(tab + 1)));
+    }
+    const std::string_view usual = ends.find(endKey)->second;
+    for (std::size_t number = 1; !rest.empty(); ++number)
+    {
+        head.text.append(takeLine(rest).text);
+        const auto own = ends.find(std::string(endKey) + ' ' + std::to_string(number));
+        head.text.append(own == ends.end() ? usual : own->second);
+    }
+    return head;
+}
+
+eDmErrorId KeptHead::keepOn(DmTreeNode& node) const
+{
+    std::string kept(hasMark ? std::string(markKey) + '\n' : std::string());
+    std::string lines;
+    std::string_view rest = text;
+    std::string_view usual = "\n";
+    for (std::size_t number = 1; !rest.empty(); ++number)
+    {
+        const Line line = takeLine(rest);
+        const bool isFirst = number == 1;
+        if (line.end != usual)
+            kept.append(endKey)
+                .append(isFirst ? "" : ' ' + std::to_string(number))
+                .append("\t")
+                .append(nameOfEnd(line.end))
+                .append("\n");
+        usual = isFirst ? line.end : usual;
+        lines.append("\n").append(line.text);
+    }
+    return setLeftover(node, headLeftover, kept.append(headKey).append(lines));
 }
 
 } // namespace interchange::ale

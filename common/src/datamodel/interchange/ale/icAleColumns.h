@@ -25,6 +25,7 @@ namespace interchange::ale
 {
 
 inline constexpr LeftoverType leftoverType{"ale", 1};
+inline constexpr LeftoverType headLeftover{"ale", 2};
 
 /// What a column says.
 enum class Role
@@ -84,6 +85,24 @@ public:
     std::string more;
     std::optional<std::string> end;
     bool isRow = false; ///< of a gap: stands for a row
+};
+
+/// What stands in front of the rows: it travels with the composition, behind what its lines do not say.
+///
+///     *mark                  // a byte-order mark
+///     *end <tab> CRLF        // the end of its lines, where that is not LF
+///     *end 7 <tab> CR        // of a line that ends otherwise
+///     *head
+///     Heading
+///     ...
+struct KeptHead
+{
+    std::string text;
+    bool hasMark = false;
+
+    /// Of the first version, too, which had the bare text. None where the node has no head.
+    static std::optional<KeptHead> of(const DmTreeNode& node);
+    eDmErrorId keepOn(DmTreeNode& node) const;
 };
 
 } // namespace interchange::ale

@@ -44,8 +44,9 @@ struct Range
 class Reader
 {
 public:
-    Reader(std::string_view text, const Options& options, Report& report)
+    Reader(std::string_view text, bool hasMark, const Options& options, Report& report)
         : _text(text)
+        , _hasMark(hasMark)
         , _options(options)
         , _report(report)
     {
@@ -67,6 +68,7 @@ private:
               const Line& line) const;
 
     std::string_view _text;
+    bool _hasMark; ///< a byte-order mark before the text
     const Options& _options;
     Report& _report;
     Head _head;
@@ -114,7 +116,7 @@ CoSharedPtr<DmRoot> Reader::read()
         track->addChild(orBadAlloc(_layers[i].finish()));
         composition->addChild(track);
     }
-    require(setLeftover(*composition, leftoverType, _head.text));
+    require(KeptHead{std::string(_head.text), _hasMark}.keepOn(*composition));
     if (_options.places)
         _report.came(*composition, 1);
     auto root = orBadAlloc(DmRoot::create());
@@ -331,9 +333,10 @@ CoSharedPtr<DmRoot> readAle(std::string bytes, const Options& options, Report& r
 {
     try
     {
+        const bool hasMark = bytes.starts_with(byteOrderMark);
         if (makeUtf8(bytes))
             report.add(Report::Notice, 0, "the text is no UTF-8: taken as Latin-1");
-        return Reader(bytes, options, report).read();
+        return Reader(bytes, hasMark, options, report).read();
     }
     catch (...)
     {

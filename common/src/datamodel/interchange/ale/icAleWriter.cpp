@@ -370,10 +370,7 @@ std::string Writer::text(std::string made)
     std::vector<Role> roles;
     std::ranges::transform(head.columns, std::back_inserter(roles), roleOf);
     std::string out(head.text);
-    // A document has texts without the line feed at their end.
-    if (lineEnd == "\r\n" && out.ends_with('\r'))
-        out += '\n';
-    else if (!isBlank(out.back()))
+    if (!_lines.empty() && !isBlank(out.back()))
         out += lineEnd;
     for (std::size_t n = 0; n < _lines.size(); ++n)
     {
@@ -420,8 +417,9 @@ std::optional<std::string> Writer::write(const DmRoot& root)
                     "the composition names no frame-code mode, and no other was given (--fcm names one)");
         return std::nullopt;
     }
+    const std::optional<KeptHead> kept = KeptHead::of(first);
     std::string head;
-    if (const std::optional<std::string> kept = leftoverOf(first, leftoverType))
+    if (kept)
     {
         addRows(first);
         for (std::size_t i = 1; i < compositions.size(); ++i)
@@ -429,7 +427,7 @@ std::optional<std::string> Writer::write(const DmRoot& root)
             _report.at({compositions[i], DM_MEDIA_UNDEFINED, 0, dmNoTime, DM::FCM_NOT_DEFINED});
             _report.lose(furtherComposition);
         }
-        head = headOf(*kept);
+        head = headOf(kept->text);
     }
     else
     {
@@ -440,7 +438,8 @@ std::optional<std::string> Writer::write(const DmRoot& root)
                     "an ALE lists media: where, how fast and with which effects a cut plays them is not in it");
     }
     _report.at({});
-    return text(head.empty() ? freshHead(first) : std::move(head));
+    const std::string_view mark = kept && kept->hasMark ? byteOrderMark : std::string_view();
+    return std::string(mark) + text(head.empty() ? freshHead(first) : std::move(head));
 }
 
 } // namespace

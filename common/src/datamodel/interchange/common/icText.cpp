@@ -15,8 +15,6 @@ namespace interchange
 namespace
 {
 
-constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-
 bool isAscii(char c)
 {
     return static_cast<unsigned char>(c) < 0x80;
@@ -146,7 +144,6 @@ bool makeUtf8(std::string& bytes)
 
 std::string_view withoutBlanksInFront(std::string_view bytes)
 {
-    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (bytes.starts_with(byteOrderMark))
         bytes.remove_prefix(byteOrderMark.size());
     while (!bytes.empty() && isBlank(bytes.front()))

@@ -71,6 +71,8 @@ void appendDecimal(std::string& text, double value, int width, int decimals);
 
 // Bytes
 
+inline constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
 /// Turns the bytes of a text file into UTF-8: drops a byte-order mark, and takes bytes that are no UTF-8 for Latin-1.
 /// True when it did that.
 bool makeUtf8(std::string& bytes);
