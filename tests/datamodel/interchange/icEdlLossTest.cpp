@@ -321,6 +321,85 @@ TEST(EdlLoss, UnderstandsWhatSystemsSayInTheirOwnWords)
         EXPECT_EQ(again("FCM: NON-DROP FRAME\n" + lines, DM::FCM_24), "FCM: NON-DROP FRAME\n" + lines);
 }
 
+TEST(EdlLoss, ReadsMarksInNotesAndWritesThemAsTheyStood)
+{
+    const std::string event = line("001", "A", "V", "01:00:00:00 01:00:02:00 00:00:01:00 00:00:03:00");
+    struct Case
+    {
+        const char* note;
+        const wchar_t* name;
+        const wchar_t* comment;
+        std::array<int, 3> colour;
+        double length;
+    };
+    const Case cases[] = {
+        {" |C:ColorBlue |M:Marker 1 |D:1\n", L"Marker 1", L"", {0, 0, 255}, 0},
+        {"too dark |C:Green |M:fix: sky |D:24\n", L"fix: sky", L"too dark", {0, 255, 0}, 24},
+        {"2 of them |M:a|b\n", L"a|b", L"2 of them", {0, 0, 0}, 0},
+        {"* |C:ColorLavender |M:x\n", L"x", L"", {230, 230, 250}, 0},
+        {"* |C:Teal |D:many\n", L"", L"", {0, 0, 0}, 0},
+    };
+    for (const Case& each : cases)
+    {
+        SCOPED_TRACE(each.note);
+        const std::string text = head + event + each.note + "* FROM CLIP NAME: A\n";
+        const CoSharedPtr<DmRoot> root = document(readClean(text, DM::FCM_24));
+        DmSourceNode& source = sourceOf(*root, 0);
+        ASSERT_EQ(source.getSegmentMarks().count(), 1);
+        auto& mark = dynamic_cast<DmCueMark&>(*source.getSegmentMarks()[0]);
+        EXPECT_EQ(mark.getCueMarkName(), each.name);
+        EXPECT_EQ(mark.getCueMarkComment(), each.comment);
+        EXPECT_EQ((std::array{mark.getCueMarkColorRed(), mark.getCueMarkColorGreen(), mark.getCueMarkColorBlue()}),
+                  each.colour);
+        EXPECT_EQ(mark.getCueMarkDuration(), each.length);
+        EXPECT_EQ(mark.getCueMarkTime(), 0) << "at the event's in-time";
+        EXPECT_EQ(write(*root).text, text);
+        EXPECT_EQ(again(text, DM::FCM_24, "otio"), text);
+        // Of a mark that says something else the note is dropped, of one that has gone too.
+        ok(mark.setCueMarkName(L"new"));
+        const std::string written = write(*root).text;
+        EXPECT_EQ(written.find("|"), written.npos) << written;
+        EXPECT_NE(written.find("* LOC: 00:00:01:00 "), written.npos) << written;
+        ok(source.removeSegmentMark(0));
+        EXPECT_EQ(write(*root).text, head + event + "* FROM CLIP NAME: A\n");
+    }
+    EXPECT_NE(icTest::read(head + "|C:Blue |M:early\n" + event, DM::FCM_24).messages.find("cut.edl:3: warning"),
+              std::string::npos);
+}
+
+TEST(EdlLoss, WritesNotesMarksLooksAndModesAsTheyStood)
+{
+    const std::string event = line("001", "A", "V", "01:00:00:00 01:00:02:00 00:00:00:00 00:00:02:00");
+    const std::string next = line("002", "B", "V", "01:00:00:00 01:00:02:00 00:00:02:00 00:00:04:00");
+    const std::string lists[] = {
+        head + event + "FROM CLIP NAME: bare\n* EFFECT NAME: WIPE\n* clip name: lower\n* SOURCE FILE PATH: /a/b.mov\n",
+        head + event +
+            "* LOC: 00:00:00:10 RED     one\n* a comment\n* LOC: 00:00:01:00 two\nLOC: 00:00:01:10 GREEN   three\n",
+        head + event +
+            "* FROM CLIP NAME: a\n* ASC_SAT 0.9\n* ASC_SOP (1.1 1 1) (0, 0, 0) (1 1 1)\n* LOC: 00:00:01:00 x\n",
+        head + event +
+            "* ASC_SOP (1.1000 1.0000 1.0000)(0.0000 0.0000 0.0000)(1.0000 1.0000 1.0000)\n* b\nASC_SAT: .90\n",
+        "TITLE: T\n" + event + next,
+        "TITLE: T\nFCM: NON-DROP FRAME\nFCM: NON-DROP FRAME\n" + event + "FCM: NON-DROP FRAME\n" + next,
+    };
+    for (const std::string& text : lists)
+    {
+        SCOPED_TRACE(text);
+        for (const char* const through : {static_cast<const char*>(nullptr), "json", "otio"})
+            EXPECT_EQ(again(text, DM::FCM_24, through), text);
+    }
+    // Only as long as they say what there is.
+    const std::string text = head + event +
+                             "FROM CLIP NAME: a\nASC_SAT: .90\n* LOC: 00:00:00:10 RED     one\n* b\n"
+                             "LOC: 00:00:01:00 two\n";
+    const CoSharedPtr<DmRoot> root = document(readClean(text, DM::FCM_24));
+    DmSourceNode& source = sourceOf(*root, 0);
+    ok(source.setName(L"new"));
+    ok(dynamic_cast<DmLookSettings&>(*source.getEffects()[0]).setSaturation(0.5));
+    ok(source.removeSegmentMark(0));
+    EXPECT_EQ(write(*root).text, head + event + "* ASC_SAT 0.5000\nFROM CLIP NAME: new\n* LOC: 00:00:01:00 two\n* b\n");
+}
+
 TEST(EdlLoss, FindsTheRateThatAListCountsAt)
 {
     const auto event = [](const char* in, const char* out)

@@ -141,7 +141,8 @@ TEST(EdlReader, AttachesNotesToTheirEvent)
     {
         const EdlList list = readClean(eventLine("001 A V C") + line + "\n");
         ASSERT_EQ(list.notes.size(), 1U) << line;
-        EXPECT_EQ(list.notesOf(list.events[0])[0], (EdlNote{kind, text})) << line;
+        EXPECT_EQ(list.notes[0].kind, kind) << line;
+        EXPECT_EQ(list.notes[0].text, text) << line;
     }
 
     const EdlList list = readClean("* BEFORE\nTITLE: Notes\n");

@@ -20,7 +20,7 @@ struct Wording
     std::string_view key;
     bool isOfModel = false;
 };
-constexpr std::array<Wording, 12> wordings{{{"", "comment"},
+constexpr std::array<Wording, 15> wordings{{{"", "comment"},
                                             {"", "line"},
                                             {"FROM CLIP NAME: ", "from clip name", true},
                                             {"TO CLIP NAME: ", "to clip name", true},
@@ -31,7 +31,10 @@ constexpr std::array<Wording, 12> wordings{{{"", "comment"},
                                             {"SPLIT:    ", "split"},
                                             {"FROM FILE: ", "from file", true},
                                             {"FROM CLIP: ", "from clip", true},
-                                            {"FINAL CUT PRO REEL: ", "final cut pro reel"}}};
+                                            {"FINAL CUT PRO REEL: ", "final cut pro reel"},
+                                            {"LOC: ", "mark", true},
+                                            {"ASC_SOP ", "slope offset power", true},
+                                            {"ASC_SAT ", "saturation", true}}};
 
 constexpr LeftoverType firstVersion{"edl", 1};
 
@@ -76,6 +79,31 @@ std::string_view notePrefix(NoteKind kind)
     return wordings[static_cast<std::size_t>(kind)].prefix;
 }
 
+bool isStarred(NoteKind kind)
+{
+    constexpr std::array bare{NoteKind::Line, NoteKind::EffectName, NoteKind::Split, NoteKind::Reel};
+    return std::ranges::find(bare, kind) == bare.end();
+}
+
+bool isUsualPrefix(NoteKind kind, std::string_view written)
+{
+    const auto take = [](std::string_view& text)
+    {
+        while (!text.empty() && isBlank(text.front()))
+            text.remove_prefix(1);
+        const char first = text.empty() ? '\0' : text.front();
+        text.remove_prefix(text.empty() ? 0 : 1);
+        return first;
+    };
+    std::string_view usual = notePrefix(kind);
+    if (isStarred(kind) && take(written) != '*')
+        return false;
+    for (char c = take(written); c == take(usual); c = take(written))
+        if (c == '\0')
+            return true;
+    return false;
+}
+
 bool isOfModel(NoteKind kind)
 {
     return wordings[static_cast<std::size_t>(kind)].isOfModel;
@@ -91,7 +119,7 @@ Note noteOf(std::string_view text)
     for (std::size_t i = 0; i < wordings.size(); ++i)
     {
         const std::string_view prefix = trimmed(wordings[i].prefix);
-        if (!prefix.empty() && text.starts_with(prefix))
+        if (!prefix.empty() && text.starts_with(prefix) && !isMarkOrLook(static_cast<NoteKind>(i)))
             return {static_cast<NoteKind>(i), std::string(trimmed(text.substr(prefix.size())))};
     }
     return {NoteKind::Comment, std::string(text)};
@@ -106,20 +134,38 @@ void appendNoteLines(std::string& text, const std::vector<Note>& notes)
 {
     for (const Note& note : notes)
     {
-        text.append(text.empty() ? "" : "\n").append(wordings[static_cast<std::size_t>(note.kind)].key).append(": ");
-        std::ranges::replace_copy_if(
-            note.text, std::back_inserter(text), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+        const auto append = [&text](std::string_view part)
+        {
+            std::ranges::replace_copy_if(
+                part, std::back_inserter(text), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+        };
+        text.append(text.empty() ? "" : "\n").append(wordings[static_cast<std::size_t>(note.kind)].key);
+        if (!note.written.empty())
+        {
+            text += " (";
+            append(note.written);
+            text += ')';
+        }
+        text += ": ";
+        append(note.text);
     }
 }
 
 std::optional<Note> noteOfLine(std::string_view line)
 {
     const std::size_t colon = std::min(line.find(": "), line.size());
-    const auto* const found = std::ranges::find(wordings, line.substr(0, colon), &Wording::key);
+    std::string_view key = line.substr(0, colon);
+    std::string_view written;
+    if (const std::size_t open = key.find(" ("); open != key.npos && key.ends_with(')'))
+    {
+        written = key.substr(open + 2, key.size() - open - 3);
+        key = key.substr(0, open);
+    }
+    const auto* const found = std::ranges::find(wordings, key, &Wording::key);
     if (found == wordings.end())
         return std::nullopt;
     return Note{static_cast<NoteKind>(found - wordings.begin()),
-                std::string(line.substr(std::min(colon + 2, line.size())))};
+                std::string(line.substr(std::min(colon + 2, line.size()))), std::string(written)};
 }
 
 std::optional<std::string> edlLeftoverOf(const DmTreeNode& node)

@@ -1,5 +1,5 @@
 /// What cut lists say in words beside their events: notes, each of a kind. They travel in the leftover of the format
-/// "edl", one a line: "comment: cut on Tuesday".
+/// "edl", one a line: "comment: cut on Tuesday", "effect name (* EFFECT NAME:): WIPE".
 #pragma once
 
 #include "dmErrorId.h"
@@ -27,23 +27,40 @@ enum class NoteKind : std::uint8_t
     Split, ///< a split edit: which side is delayed, and by how much
     FromFile,
     FromClip,
-    Reel ///< "LONG REPLACED BY: SHORT", a reel's name before a system shortened it
+    Reel, ///< "LONG REPLACED BY: SHORT", a reel's name before a system shortened it
+    // What the model says, too: where among the notes it stands, and how it is written while the model still says so
+    Locator, ///< without a text: marks come in their order
+    SlopeOffsetPower,
+    Saturation
 };
 
 /// What stands before the text of a note of a kind, behind the "* " of those that have one.
 std::string_view notePrefix(NoteKind kind);
+bool isStarred(NoteKind kind);
+/// Whether a list has it like that, give or take blanks.
+bool isUsualPrefix(NoteKind kind, std::string_view written);
 
 /// A note that owns its text.
 struct Note
 {
     NoteKind kind;
     std::string text;
+    std::string written = {}; ///< what stands before the text, where that is not what we write
 
     bool operator==(const Note&) const = default;
 };
 
-/// Whether the model has what notes of a kind say: the names of clips and files.
+/// Whether the text of a kind is anything that somebody wrote.
+inline bool isFree(NoteKind kind)
+{
+    return kind == NoteKind::Comment || kind == NoteKind::Line;
+}
+/// Whether the model has what notes of a kind say: the names of clips and files, marks, looks.
 bool isOfModel(NoteKind kind);
+inline bool isMarkOrLook(NoteKind kind)
+{
+    return kind >= NoteKind::Locator;
+}
 /// As a list has it, without the "* " in front.
 std::string noteText(const Note& note);
 /// The note that such a text is: a comment, unless it begins like one of another kind.

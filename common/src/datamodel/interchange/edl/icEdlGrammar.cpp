@@ -178,6 +178,85 @@ std::optional<std::array<double, 9>> parseSlopeOffsetPower(std::string_view text
     return std::all_of(rest, end, parts) ? std::optional(values) : std::nullopt;
 }
 
+std::string slopeOffsetPowerText(const Look& look)
+{
+    std::string text;
+    for (const std::array<double, 3>* values : {&look.slope, &look.offset, &look.power})
+    {
+        for (std::size_t i = 0; i < values->size(); ++i)
+        {
+            text.push_back(i == 0 ? '(' : ' ');
+            appendDecimal(text, (*values)[i], 1, 4);
+        }
+        text.push_back(')');
+    }
+    return text;
+}
+
+std::string saturationText(const Look& look)
+{
+    std::string text;
+    appendDecimal(text, look.saturation, 1, 4);
+    return text;
+}
+
+std::optional<EdlNoteMark> parseNoteMark(std::string_view text)
+{
+    if (text.find('|') == text.npos)
+        return std::nullopt;
+    static constexpr std::array<NamedColour, 9> furtherColours{{{"FUCHSIA", 255, 0, 255},
+                                                                {"ROSE", 255, 0, 127},
+                                                                {"LAVENDER", 230, 230, 250},
+                                                                {"SKY", 135, 206, 235},
+                                                                {"MINT", 62, 180, 137},
+                                                                {"LEMON", 255, 247, 0},
+                                                                {"SAND", 194, 178, 128},
+                                                                {"COCOA", 210, 105, 30},
+                                                                {"CREAM", 255, 253, 208}}};
+    const auto fieldAt = [text](std::size_t at)
+    {
+        constexpr std::string_view letters = "CMD";
+        return at + 2 < text.size() && text[at] == '|' && text[at + 2] == ':' && (at == 0 || isBlank(text[at - 1])) &&
+               letters.find(text[at + 1]) != letters.npos;
+    };
+    const auto nextField = [&](std::size_t at)
+    {
+        while (at < text.size() && !fieldAt(at))
+            ++at;
+        return at;
+    };
+    std::size_t at = nextField(0);
+    EdlNoteMark mark;
+    mark.comment = trimmed(text.substr(0, at));
+    bool isMark = false;
+    while (at < text.size())
+    {
+        const std::size_t end = nextField(at + 1);
+        const char letter = text[at + 1];
+        const std::string_view value = trimmed(text.substr(at + 3, end - at - 3));
+        const auto isNamed = [value](const NamedColour& colour)
+        {
+            return value.size() >= colour.name.size() &&
+                   equalsNoCase(value.substr(value.size() - colour.name.size()), colour.name);
+        };
+        isMark = isMark || letter != 'D';
+        if (letter == 'M')
+            mark.name = value;
+        else if (letter == 'D')
+            mark.length = toNumber<std::int64_t>(value).value_or(0);
+        else
+            for (const std::span<const NamedColour> colours :
+                 {namedColours(), std::span<const NamedColour>(furtherColours)})
+                if (const auto found = std::ranges::find_if(colours, isNamed); found != colours.end() && !mark.colour)
+                    mark.colour = *found;
+        at = end;
+    }
+    // One frame is what a point has, and no mark is longer than a day's frames or begins behind its end.
+    constexpr std::int64_t longest = 24 * 3600 * 120;
+    mark.length = mark.length > 1 ? std::min(mark.length, longest) : 0;
+    return isMark ? std::optional(mark) : std::nullopt;
+}
+
 std::string quoted(std::string_view text)
 {
     constexpr std::size_t longest = 60;

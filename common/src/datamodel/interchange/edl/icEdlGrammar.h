@@ -45,6 +45,21 @@ std::optional<EdlSpeedLine> parseSpeed(std::string_view text);
 /// The nine numbers of an ASC_SOP, however they are grouped and spaced.
 std::optional<std::array<double, 9>> parseSlopeOffsetPower(std::string_view text);
 
+/// A mark that a note says, at the in-time of the note's event: "text |C:colour |M:name |D:frames", of which one of the
+/// colour and the name may be missing. Colours may have a word of the system's own before their name.
+struct EdlNoteMark
+{
+    std::string_view name;
+    std::string_view comment;
+    std::optional<NamedColour> colour;
+    std::int64_t length = 0; ///< 0: a point
+};
+std::optional<EdlNoteMark> parseNoteMark(std::string_view text);
+
+/// The nine numbers, and the saturation, as we write them.
+std::string slopeOffsetPowerText(const Look& look);
+std::string saturationText(const Look& look);
+
 /// A text as a message quotes it: shortened, if it is very long.
 std::string quoted(std::string_view text);
 

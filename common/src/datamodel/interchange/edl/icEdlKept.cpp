@@ -95,6 +95,11 @@ void readField(EdlKept& kept, std::string_view key, std::string_view value)
         kept.after = toNumber<std::int64_t>(value);
     else if (key == "speed reel")
         kept.speedReel = value;
+    else if (key == "fcm")
+    {
+        kept.saysFcm = value == "said";
+        kept.hasNoFcm = value == "none";
+    }
     else if (key == "title")
         kept.isUntitled = value == "none";
     else if (key == "order")
@@ -175,6 +180,8 @@ eDmErrorId EdlKept::keepOn(DmTreeNode& node) const
         fields.add("after", *after);
     if (!speedReel.empty())
         fields.add("speed reel", std::string_view(speedReel));
+    if (saysFcm || hasNoFcm)
+        fields.add("fcm", std::string_view(hasNoFcm ? "none" : "said"));
     if (isUntitled)
         fields.add("title", std::string_view("none"));
     if (hasOwnOrder)

@@ -31,6 +31,7 @@ struct EdlKept
     std::string madeName;                          ///< the clip's, where no note names it
     EdlTransition transition = EdlTransition::Cut; ///< keys, and wipes of sound
     bool keyFades = false;                         ///< of those
+    bool saysFcm = false;                          ///< an FCM line stood before it that said nothing new
     std::uint16_t wipePattern = 0;                 ///< of those
     std::uint32_t transitionLength = 0;            ///< of those
     EdlRange source;                               ///< as it was read ...
@@ -44,6 +45,7 @@ struct EdlKept
     // Of a list
 
     bool isUntitled = false;
+    bool hasNoFcm = false;
     bool hasOwnOrder = false; ///< its events are not in record order
 
     std::vector<Note> notes;

@@ -1,5 +1,6 @@
 #include "icEdlLine.h"
 
+#include "icEdlGrammar.h"
 #include "icLook.h"
 #include "icText.h"
 
@@ -56,6 +57,31 @@ void setNote(EdlLine& line, NoteKind kind, const std::string& text)
         line.notes.push_back({kind, text});
 }
 
+/// Whether a note says what of a look it would; true of one about something else.
+bool saysLook(const Note& note, const std::optional<Look>& look)
+{
+    if (note.kind == NoteKind::Saturation)
+        return look && look->hasSaturation && toNumber<double>(trimmed(note.text)) == look->saturation;
+    if (note.kind != NoteKind::SlopeOffsetPower)
+        return true;
+    const std::optional<std::array<double, 9>> said = parseSlopeOffsetPower(note.text);
+    return said && look && look->hasSop && std::equal(said->begin(), said->begin() + 3, look->slope.begin()) &&
+           std::equal(said->begin() + 3, said->begin() + 6, look->offset.begin()) &&
+           std::equal(said->begin() + 6, said->end(), look->power.begin());
+}
+
+constexpr double markTolerance = 1e-5; ///< of frames
+
+/// Whether a note says all of a mark.
+bool saysMark(const Note& note, const DmCueMark& mark)
+{
+    const std::optional<EdlNoteMark> said = isFree(note.kind) ? parseNoteMark(note.text) : std::nullopt;
+    const NamedColour colour = said && said->colour ? *said->colour : NamedColour{};
+    return said && said->name == dmUtf8(mark.getCueMarkName()) && said->comment == dmUtf8(mark.getCueMarkComment()) &&
+           static_cast<double>(said->length) == mark.getCueMarkDuration() && colour.red == mark.getCueMarkColorRed() &&
+           colour.green == mark.getCueMarkColorGreen() && colour.blue == mark.getCueMarkColorBlue();
+}
+
 } // namespace
 
 std::string clipName(const DmTreeNode& node)
@@ -110,6 +136,7 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const Part& part)
     if (kept)
     {
         line.event.number = kept->number;
+        line.event.saysFcm = kept->saysFcm;
         if (kept->transition != EdlTransition::Wipe)
         {
             line.event.transition = kept->transition;
@@ -138,9 +165,8 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const Part& part)
         line.notes = notesOf(segment);
         setNote(line, mix ? NoteKind::ToClipName : NoteKind::FromClipName, clipName(segment));
     }
-    for (const DmPropertySetPtr& mark : segment.getSegmentMarks())
-        if (mark)
-            addMark(line, static_cast<const DmCueMark&>(*mark), segment.getRecIn() - segment.getRelIn());
+    addMarks(line, segment);
+    std::erase_if(line.notes, [&line](const Note& note) { return !saysLook(note, line.look); });
     clean(line);
     return line;
 }
@@ -349,6 +375,33 @@ void EdlLineMaker::setNotes(EdlLine& line, const DmSourceNode& source, const Edl
         return;
     set(fileNote, NoteKind::SourceFile, dmUtf8(info->getName()));
     set(pathNote, NoteKind::SourcePath, dmUtf8(info->getPath()));
+}
+
+void EdlLineMaker::addMarks(EdlLine& line, const DmSegmentNode& segment)
+{
+    const double origin = segment.getRecIn() - segment.getRelIn();
+    std::vector<std::size_t> saying; // of the notes
+    for (const DmPropertySetPtr& set : segment.getSegmentMarks())
+    {
+        if (!set)
+            continue;
+        const auto& mark = static_cast<const DmCueMark&>(*set);
+        const bool isAtBegin =
+            std::abs(_offset + origin + mark.getCueMarkTime() - line.event.record.in) < markTolerance;
+        std::size_t note = isAtBegin ? 0 : line.notes.size();
+        while (note < line.notes.size() &&
+               (!saysMark(line.notes[note], mark) || std::ranges::find(saying, note) != saying.end()))
+            ++note;
+        if (note < line.notes.size())
+            saying.push_back(note);
+        else
+            addMark(line, mark, origin);
+    }
+    // Of a mark that has gone, or is another one now.
+    for (std::size_t i = line.notes.size(); i-- > 0;)
+        if (isFree(line.notes[i].kind) && parseNoteMark(line.notes[i].text) &&
+            std::ranges::find(saying, i) == saying.end())
+            line.notes.erase(line.notes.begin() + static_cast<std::ptrdiff_t>(i));
 }
 
 void EdlLineMaker::addMark(EdlLine& line, const DmCueMark& mark, double origin)

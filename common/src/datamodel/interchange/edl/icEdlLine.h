@@ -85,6 +85,7 @@ private:
     void setSpeed(EdlLine& line, double speed, const EdlKept* kept) const;
     void setEffects(EdlLine& line, const DmSegmentNode& segment);
     void setNotes(EdlLine& line, const DmSourceNode& source, const EdlKept* kept, bool isMix);
+    void addMarks(EdlLine& line, const DmSegmentNode& segment);
     void clean(EdlLine& line);
 
     DM::FrameCodeModes _fcm;

@@ -12,7 +12,7 @@ namespace interchange
 void EdlList::clear()
 {
     title = {};
-    isUntitled = hasOwnOrder = false;
+    isUntitled = hasNoFcm = hasOwnOrder = false;
     fcm = DM::FCM_NOT_DEFINED;
     events.clear();
     notes.clear();
@@ -44,6 +44,12 @@ double EdlList::speedOf(const EdlEvent& event) const
     return unevenness(fps / exact) < unevenness(fps / nominal) ? fps / exact : fps / nominal;
 }
 
+bool EdlList::hasOneFcm() const
+{
+    return std::ranges::all_of(events, [drop = DM::FcmUtil::isDropFrame(fcm)](const EdlEvent& event)
+                               { return event.sourceDrop == drop; });
+}
+
 EdlEvent& EdlList::addEvent(const EdlEvent& event)
 {
     EdlEvent& added = events.emplace_back(event);
@@ -53,9 +59,9 @@ EdlEvent& EdlList::addEvent(const EdlEvent& event)
     return added;
 }
 
-void EdlList::addNote(NoteKind kind, std::string_view text)
+void EdlList::addNote(NoteKind kind, std::string_view text, std::string_view written)
 {
-    notes.push_back({kind, text});
+    notes.push_back({kind, text, written});
     ++(events.empty() ? headNotes : events.back().notes).count;
 }
 
@@ -81,11 +87,12 @@ bool operator==(const EdlList& a, const EdlList& b)
     const auto fields = [](const EdlEvent& event)
     {
         return std::tie(event.number, event.reel, event.channels, event.transition, event.sourceDrop, event.wipePattern,
-                        event.keyFades, event.transitionLength, event.source, event.record, event.speed,
+                        event.keyFades, event.saysFcm, event.transitionLength, event.source, event.record, event.speed,
                         event.speedReel);
     };
     const auto sameLook = [](const Look* x, const Look* y) { return x && y ? *x == *y : x == y; };
-    return a.title == b.title && a.isUntitled == b.isUntitled && a.hasOwnOrder == b.hasOwnOrder && a.fcm == b.fcm &&
+    return a.title == b.title && a.isUntitled == b.isUntitled && a.hasNoFcm == b.hasNoFcm &&
+           a.hasOwnOrder == b.hasOwnOrder && a.fcm == b.fcm &&
            std::ranges::equal(a.notesOf(a.headNotes), b.notesOf(b.headNotes)) &&
            std::ranges::equal(a.events, b.events,
                               [&](const EdlEvent& x, const EdlEvent& y)

@@ -89,6 +89,7 @@ struct EdlNote
 {
     NoteKind kind = NoteKind::Comment;
     std::string_view text;
+    std::string_view written = {}; ///< what stands before the text, where that is not what we write
 
     friend bool operator==(const EdlNote&, const EdlNote&) = default;
 };
@@ -112,6 +113,7 @@ struct EdlEvent
     bool sourceDrop = false;            ///< source times count in the list's drop-frame mode
     std::uint16_t wipePattern = 0;      ///< SMPTE number of a wipe
     bool keyFades = false;              ///< a key with "(F)"
+    bool saysFcm = false;               ///< an FCM line before it repeats what held already
     std::uint32_t transitionLength = 0; ///< frames, from the record in-time on
     EdlRange source;
     EdlRange record;
@@ -135,6 +137,7 @@ public:
 
     std::string_view title;
     bool isUntitled = false;  ///< there is no title line
+    bool hasNoFcm = false;    ///< there is no FCM line
     bool hasOwnOrder = false; ///< by reels and source times, say: not by record times
     /// Mode of the record side: of the list as a whole. It also gives the rate of every source.
     DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED;
@@ -160,6 +163,8 @@ public:
     {
         return {markers.data() + event.markers.first, event.markers.count};
     }
+    /// Whether all sources count as the record side does.
+    bool hasOneFcm() const;
     /// Null if it has none.
     const Look* lookOf(const EdlEvent& event) const { return event.look < 0 ? nullptr : &looks[event.look]; }
 
@@ -172,7 +177,7 @@ public:
     EdlEvent& addEvent(const EdlEvent& event);
     /// Attaches to the last event, and before the first one to the head. The text must be one that keep() returned, or
     /// live as long as the list.
-    void addNote(NoteKind kind, std::string_view text);
+    void addNote(NoteKind kind, std::string_view text, std::string_view written = {});
     /// Attaches to the last event; there must be one.
     void addMarker(const EdlMarker& marker);
     /// The last event's look, made where there is none.

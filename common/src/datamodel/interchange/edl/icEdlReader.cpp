@@ -65,6 +65,11 @@ std::string framesText(std::int64_t frames)
     return std::to_string(frames) + (frames == 1 ? " frame" : " frames");
 }
 
+bool isControl(char c)
+{
+    return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
+}
+
 /// A picture keyed over the background that the line before it names.
 bool isKey(const EdlEvent& event)
 {
@@ -114,7 +119,13 @@ private:
     // Lines
 
     void take(std::string_view line);
-    bool takeKeyword(std::string_view text, bool starred);
+    void addNote(NoteKind kind, std::string_view text, std::string_view written = {});
+    /// Where marks stand is noted when something else stands behind them.
+    void placeMarks(std::string_view written = {});
+    /// Whether a look is written as we write it, in front of the notes.
+    bool isFirstAndOurs(std::string_view text, std::string_view ours) const;
+    /// `text` is what stands behind the star of a line that has one.
+    bool takeKeyword(std::string_view line, std::string_view text, bool starred);
     bool title(std::string_view text);
     bool fcm(std::string_view text);
     bool frameRate(std::string_view text);
@@ -191,6 +202,10 @@ private:
     } _missing; ///< the lowest rate that has all labels
     bool _saidThatNothingDrops = false;
     bool _hasTitle = false;
+    std::uint32_t _marksBehind = 0; ///< the last event's notes
+    bool _hasFcm = false;
+    bool _saysFcm = false;           ///< again, behind the last event
+    std::string_view _written;       ///< of the keyword that is read: what stands before its text, where it is not ours
     bool _skipping = false;          ///< behind an event that was left out
     std::optional<bool> _recordDrop; ///< as the first FCM line or the first event says
     std::optional<bool> _sourceDrop; ///< as the last FCM line says
@@ -240,9 +255,9 @@ const Reader::Keyword Reader::keywords[] = {
     {"DLEDL", nullptr, NoteKind::Line, Keyword::Optional, Keyword::Never},
     {">>>", nullptr, NoteKind::Line, Keyword::Optional, Keyword::Never},
     {"FRAME RATE", &Reader::frameRate},
-    {"ASC_SOP", &Reader::slopeOffsetPower, {}, Keyword::Optional, Keyword::Allowed, true},
-    {"ASC_SAT", &Reader::saturation, {}, Keyword::Optional, Keyword::Allowed, true},
-    {"LOC", &Reader::locator, {}, Keyword::Required, Keyword::Allowed, true},
+    {"ASC_SOP", &Reader::slopeOffsetPower, NoteKind::SlopeOffsetPower, Keyword::Optional, Keyword::Allowed, true},
+    {"ASC_SAT", &Reader::saturation, NoteKind::Saturation, Keyword::Optional, Keyword::Allowed, true},
+    {"LOC", &Reader::locator, NoteKind::Locator, Keyword::Required, Keyword::Allowed, true},
     {"M2", &Reader::speed, {}, Keyword::None, Keyword::Never, true},
     {"AUD", &Reader::audio, {}, Keyword::None, Keyword::Never, true},
     {"FCM", &Reader::fcm, {}, Keyword::Required, Keyword::Never},
@@ -259,6 +274,7 @@ bool Reader::read()
         return false;
     _list.fcm = mode(_recordDrop.value_or(DM::FcmUtil::isDropFrame(_rate)));
     _list.isUntitled = !_hasTitle;
+    _list.hasNoFcm = !_hasFcm && _list.hasOneFcm();
     finishEvents();
     if (_list.events.empty() && !_hasTitle && !_recordDrop && !_report.hasErrors())
         _report.add(Report::Error, _lines.number(), "no event and no title up to the end: not a cut list");
@@ -271,12 +287,29 @@ void Reader::take(std::string_view line)
         return event(line);
     const bool starred = line.front() == '*';
     const std::string_view text = starred ? trimmed(line.substr(1)) : line;
-    if (takeKeyword(text, starred) || _skipping)
+    if (takeKeyword(line, text, starred) || _skipping)
         return;
-    _list.addNote(starred ? NoteKind::Comment : NoteKind::Line, text);
+    addNote(starred ? NoteKind::Comment : NoteKind::Line, text);
 }
 
-bool Reader::takeKeyword(std::string_view text, bool starred)
+void Reader::addNote(NoteKind kind, std::string_view text, std::string_view written)
+{
+    placeMarks();
+    _list.addNote(kind, text, written);
+}
+
+void Reader::placeMarks(std::string_view written)
+{
+    for (; _marksBehind != 0; --_marksBehind)
+        _list.addNote(NoteKind::Locator, {}, _marksBehind == 1 ? written : std::string_view());
+}
+
+bool Reader::isFirstAndOurs(std::string_view text, std::string_view ours) const
+{
+    return _written.empty() && text == ours && _list.events.back().notes.count == 0 && _marksBehind == 0;
+}
+
+bool Reader::takeKeyword(std::string_view line, std::string_view text, bool starred)
 {
     const char first = text.empty() ? '\0' : toUpper(text.front());
     for (const Keyword& keyword : keywords)
@@ -295,17 +328,22 @@ bool Reader::takeKeyword(std::string_view text, bool starred)
         if (_skipping && keyword.needsEvent)
             return true;
         rest = colon ? trimmed(rest.substr(1)) : rest;
+        _written = trimmed(line.substr(0, static_cast<std::size_t>(rest.data() - line.data())));
+        if (isUsualPrefix(keyword.kind, _written) || std::ranges::any_of(_written, isControl))
+            _written = {};
         if (!keyword.take)
         {
             if (!_skipping)
-                _list.addNote(keyword.kind, keyword.kind == NoteKind::Line ? text : rest);
+                keyword.kind == NoteKind::Line ? addNote(NoteKind::Line, text) : addNote(keyword.kind, rest, _written);
             return true;
         }
         if (keyword.needsEvent && !last())
             return keep(quoted(text) + " stands before any event");
         return (this->*keyword.take)(rest);
     }
-    return starred ? false : keep(quoted(text) + " is neither an event nor a known note");
+    if (starred || (last() && parseNoteMark(text)))
+        return false;
+    return keep(quoted(text) + " is neither an event nor a known note");
 }
 
 bool Reader::title(std::string_view text)
@@ -338,6 +376,8 @@ bool Reader::fcm(std::string_view text)
     if (!nonDrop && !equalsNoCase(word, "DROP") && !equalsNoCase(word, "DF"))
         return keep(quoted(word) + " is no frame-code mode");
     const bool drop = !nonDrop && canDrop();
+    _saysFcm = _hasFcm;
+    _hasFcm = true;
     _sourceDrop = drop;
     if (!_recordDrop)
         _recordDrop = drop;
@@ -452,6 +492,9 @@ bool Reader::locator(std::string_view text)
         }
     marker.text = text;
     _list.addMarker(marker);
+    ++_marksBehind;
+    if (!_written.empty())
+        placeMarks(_written);
     return true;
 }
 
@@ -468,6 +511,8 @@ bool Reader::slopeOffsetPower(std::string_view text)
     std::copy_n(values->begin() + 3, 3, look.offset.begin());
     std::copy_n(values->begin() + 6, 3, look.power.begin());
     look.hasSop = true;
+    if (before || !isFirstAndOurs(text, slopeOffsetPowerText(look)))
+        addNote(NoteKind::SlopeOffsetPower, text, _written);
     return true;
 }
 
@@ -482,17 +527,24 @@ bool Reader::saturation(std::string_view text)
     Look& look = _list.look();
     look.saturation = *value;
     look.hasSaturation = true;
+    if (!isFirstAndOurs(text, saturationText(look)))
+        addNote(NoteKind::Saturation, text, _written);
     return true;
 }
 
 void Reader::event(std::string_view line)
 {
-    _skipping = true;
+    const bool wasSkipping = std::exchange(_skipping, true);
     EdlEventLine read;
     EdlEvent& event = read.event;
     event.line = _lines.number();
     if (std::optional<std::string> wrong = parseEventLine(line, read))
-        return mistake(std::move(*wrong), leftOut);
+    {
+        if (!last() || !parseNoteMark(line))
+            return mistake(std::move(*wrong), leftOut);
+        _skipping = wasSkipping;
+        return _skipping ? void() : addNote(NoteKind::Line, line);
+    }
     settleDropFrame(read);
     for (const TimeLabel& label : read.labels)
         guessHigher(label, event.line);
@@ -507,7 +559,10 @@ void Reader::event(std::string_view line)
         warn("what stands behind the record out-time is ignored");
     if (isKey(event))
         warn("a key: only its source and its times are understood");
+    const bool dropped = last() ? last()->sourceDrop : *_recordDrop;
+    event.saysFcm = std::exchange(_saysFcm, false) && event.sourceDrop == dropped;
     _list.addEvent(event);
+    _marksBehind = 0;
     _skipping = false;
 }
 

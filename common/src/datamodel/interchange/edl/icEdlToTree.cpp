@@ -1,5 +1,6 @@
 #include "icEdlToTree.h"
 
+#include "icEdlGrammar.h"
 #include "icEdlKept.h"
 #include "icEdlLine.h"
 #include "icIds.h"
@@ -182,6 +183,7 @@ CoSharedPtr<DmRoot> TreeMaker::make()
     const auto composition = orBadAlloc(DmCompositionNode::create(toDmString(_list.title), fcm, {}));
     EdlKept head = kept(_list, _list.headNotes);
     head.isUntitled = _list.isUntitled;
+    head.hasNoFcm = _list.hasNoFcm;
     head.hasOwnOrder = _list.hasOwnOrder;
     require(head.keepOn(*composition));
     readReels();
@@ -390,7 +392,7 @@ EdlKept TreeMaker::kept(const EdlList& list, EdlRun notes)
 {
     EdlKept kept;
     for (const EdlNote& note : list.notesOf(notes))
-        kept.notes.push_back({note.kind, std::string(note.text)});
+        kept.notes.push_back({note.kind, std::string(note.text), std::string(note.written)});
     return kept;
 }
 
@@ -415,6 +417,7 @@ EdlKept TreeMaker::keptOf(const EdlEvent& event, Channel channel, std::uint32_t 
 {
     EdlKept kept = TreeMaker::kept(_list, event.notes);
     kept.position = position;
+    kept.saysFcm = event.saysFcm;
     kept.number = event.number;
     kept.speed = event.speed;
     kept.speedReel = event.speedReel;
@@ -565,6 +568,19 @@ void TreeMaker::addMarks(DmSourceNode& node, const EdlEvent& event) const
             }
         require(node.addSegmentMark(mark));
     }
+    for (const EdlNote& note : _list.notesOf(event))
+        if (const std::optional<EdlNoteMark> said = isFree(note.kind) ? parseNoteMark(note.text) : std::nullopt)
+        {
+            const double time = static_cast<double>(event.record.in) - (node.getRecIn() - node.getRelIn());
+            const auto mark = orBadAlloc(DmCueMark::create(toDmString(said->name), time));
+            require(mark->setCueMarkComment(toDmString(said->comment)));
+            require(mark->setCueMarkDuration(static_cast<double>(said->length)));
+            const NamedColour colour = said->colour.value_or(NamedColour{});
+            require(mark->setCueMarkColorRed(colour.red));
+            require(mark->setCueMarkColorGreen(colour.green));
+            require(mark->setCueMarkColorBlue(colour.blue));
+            require(node.addSegmentMark(mark));
+        }
 }
 
 } // namespace

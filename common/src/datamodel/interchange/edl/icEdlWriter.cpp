@@ -1,24 +1,19 @@
 #include "icEdlWriter.h"
 
+#include "icEdlGrammar.h"
 #include "icText.h"
 #include "icTimeCode.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <span>
 
 namespace interchange
 {
 
 namespace
 {
-
-/// Whether notes of a kind begin with "* ".
-bool isStarred(NoteKind kind)
-{
-    constexpr std::array bare{NoteKind::Line, NoteKind::EffectName, NoteKind::Split, NoteKind::Reel};
-    return std::ranges::find(bare, kind) == bare.end();
-}
 
 constexpr std::array<std::string_view, 6> transitionTexts{"C", "D", "W", "K B", "K", "K O"};
 
@@ -40,20 +35,20 @@ public:
 
         if (!_list.isUntitled || !_list.title.empty())
             line("TITLE: ", _list.title);
-        fcm(DM::FcmUtil::isDropFrame(_list.fcm));
+        _drop = DM::FcmUtil::isDropFrame(_list.fcm);
+        if (!_list.hasNoFcm)
+            fcm(_drop);
         line("* FRAME RATE: ", DM::FcmUtil::getFCMString(_list.fcm));
-        notes(_list.headNotes);
+        notes(_list.notesOf(_list.headNotes), {});
         for (const EdlEvent& event : _list.events)
         {
-            if (event.sourceDrop != _drop)
+            if (event.sourceDrop != _drop || event.saysFcm)
                 fcm(event.sourceDrop);
             eventLine(event);
             audio(event.channels);
             speed(event);
-            look(_list.lookOf(event));
-            notes(event.notes);
-            for (const EdlMarker& marker : _list.markersOf(event))
-                locator(marker);
+            look(event);
+            notes(_list.notesOf(event), _list.markersOf(event));
         }
         return std::move(_text);
     }
@@ -89,13 +84,39 @@ private:
         _drop = drop;
     }
 
-    void notes(EdlRun run)
+    /// Marks stand where the notes have a place for them, the others behind.
+    void notes(std::span<const EdlNote> notes, std::span<const EdlMarker> markers)
     {
-        for (const EdlNote& note : _list.notesOf(run))
+        for (const EdlNote& note : notes)
         {
-            _text.append(isStarred(note.kind) ? "* " : "");
-            line(notePrefix(note.kind), note.text);
+            if (note.kind == NoteKind::Locator && markers.empty())
+                continue;
+            prefix(note.kind, note.written, note.text);
+            if (note.kind == NoteKind::Locator)
+            {
+                locator(markers.front());
+                markers = markers.subspan(1);
+            }
+            else
+                line({}, note.text);
         }
+        for (const EdlMarker& marker : markers)
+        {
+            prefix(NoteKind::Locator);
+            locator(marker);
+        }
+    }
+
+    void prefix(NoteKind kind, std::string_view written = {}, std::string_view text = {})
+    {
+        if (!written.empty())
+        {
+            oneLine(written);
+            _text.push_back(' ');
+            return;
+        }
+        // Those who read marks in notes look for a blank before each of their fields.
+        _text.append(isStarred(kind) ? "* " : text.starts_with('|') ? " " : "").append(notePrefix(kind));
     }
 
     /// Appends a column and the blank behind it.
@@ -193,33 +214,27 @@ private:
         endLine();
     }
 
-    void look(const Look* look)
+    /// But for what of it stands among the notes.
+    void look(const EdlEvent& event)
     {
+        const Look* const look = _list.lookOf(event);
+        const auto add = [&](NoteKind kind, const std::string& text)
+        {
+            const std::span<const EdlNote> notes = _list.notesOf(event);
+            if (std::ranges::find(notes, kind, &EdlNote::kind) != notes.end())
+                return;
+            prefix(kind);
+            line({}, text);
+        };
         if (look && look->hasSop)
-        {
-            _text.append("* ASC_SOP ");
-            for (const std::array<double, 3>* values : {&look->slope, &look->offset, &look->power})
-            {
-                for (std::size_t i = 0; i < values->size(); ++i)
-                {
-                    _text.push_back(i == 0 ? '(' : ' ');
-                    appendDecimal(_text, (*values)[i], 1, 4);
-                }
-                _text.push_back(')');
-            }
-            endLine();
-        }
+            add(NoteKind::SlopeOffsetPower, slopeOffsetPowerText(*look));
         if (look && look->hasSaturation)
-        {
-            _text.append("* ASC_SAT ");
-            appendDecimal(_text, look->saturation, 1, 4);
-            endLine();
-        }
+            add(NoteKind::Saturation, saturationText(*look));
     }
 
+    /// Behind its prefix.
     void locator(const EdlMarker& marker)
     {
-        _text.append("* LOC: ");
         appendTimeLabel(_text, marker.at, _list.fcm);
         _text.push_back(' ');
         if (!marker.colour.empty())

@@ -333,6 +333,7 @@ std::optional<EdlKept> ListMaker::keptOf(const DmTreeNode& node, EdlChannels cha
     {
         kept->position.reset();
         kept->number = 0;
+        kept->saysFcm = false;
         kept->notes.clear();
     }
     return kept;
@@ -352,7 +353,9 @@ EdlLine ListMaker::outgoingLine(const Played& played, const Place& place, Edit& 
     if (kept && kept->after && (!played.previous || *kept->after != line.event.source.in))
     {
         line.event.number = kept->number;
+        line.event.saysFcm = kept->saysFcm;
         line.notes = kept->notes;
+        std::erase_if(line.notes, [](const Note& note) { return isMarkOrLook(note.kind); });
         return line;
     }
     EdlLine own = _lines.line(*attached, {nullptr, place.channel, attached->getRecOut(), kept ? &*kept : nullptr});
@@ -484,13 +487,15 @@ EdlList ListMaker::written()
         _report.lose(titleControls);
     list.title = list.keep(std::move(title));
     list.fcm = _fcm;
+    bool hasNoFcm = false;
     if (const std::optional<EdlKept> head = EdlKept::of(_composition))
     {
+        hasNoFcm = head->hasNoFcm;
         list.isUntitled = head->isUntitled && list.title.empty();
         list.hasOwnOrder = head->hasOwnOrder &&
                            !std::ranges::is_sorted(_edits, {}, [](const Edit& edit) { return edit.event().record.in; });
         for (const Note& note : head->notes)
-            list.addNote(note.kind, list.keep(note.text));
+            list.addNote(note.kind, list.keep(note.text), list.keep(note.written));
     }
     // Lists that were read say it once, wherever they do.
     std::set<std::string, std::less<>> said;
@@ -519,10 +524,12 @@ EdlList ListMaker::written()
             if (line.look)
                 list.look() = *line.look;
             for (Note& note : line.notes)
-                list.addNote(note.kind, list.keep(std::move(note.text)));
+                list.addNote(note.kind, list.keep(std::move(note.text)),
+                             note.written.empty() ? std::string_view() : list.keep(std::move(note.written)));
             for (EdlLine::Mark& mark : line.marks)
                 list.addMarker({mark.at, mark.colour, list.keep(std::move(mark.text))});
         }
+    list.hasNoFcm = hasNoFcm && list.hasOneFcm();
     return list;
 }
 
