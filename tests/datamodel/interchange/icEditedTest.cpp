@@ -143,7 +143,7 @@ TEST(Edited, PlaysWhatWasEditedInEveryFormat)
 {
     const CoSharedPtr<DmRoot> root = readBuffer(list).root;
     ASSERT_TRUE(root);
-    for (const std::string format : {"edl", "otio", "json"})
+    for (const std::string format : {"edl", "otio", "json", "fcp7xml"})
         for (const EditCase& each : editCases)
         {
             SCOPED_TRACE(format + ", " + each.what);
@@ -163,6 +163,8 @@ TEST(Edited, PlaysWhatWasEditedInEveryFormat)
             ASSERT_TRUE(back.root) << dmFindingsText(format, back.findings);
             EXPECT_EQ(playedOf(*back.root), playedOf(*edited)) << bytes;
 
+            if (format == "fcp7xml") // which keeps no numbers and notes of lists
+                continue;
             options.format = "edl";
             ASSERT_TRUE(writeBuffer(*back.root, bytes, options).done);
             EXPECT_EQ(eventsOf(bytes), each.listed) << bytes;

@@ -375,6 +375,7 @@ void Cut::addFile(const Sequence& sequence, const Track& track, const Item& item
     double begin = material.begin;
     double end = material.begin + material.length;
     file.isKnown = material.isLimited();
+    file.isUnknown = file.isUnknown && !material.known && !material.isEndless();
     if (!file.isKnown)
     {
         const DmPlayed played(segment, sequence.fcm);

@@ -123,8 +123,9 @@ struct File
     std::string id;
     bool hasPicture = false;
     int channels = 0;
-    bool isKnown = false; ///< how long it is; else it spans what plays of it
-    double begin = 0;     ///< the label time of its first frame, in frames of its mode
+    bool isKnown = false;  ///< how long it is; else it spans what plays of it
+    bool isUnknown = true; ///< nobody says how long it is, and it is no still
+    double begin = 0;      ///< the label time of its first frame, in frames of its mode
     double end = 0;
     const DmSegmentNode* definer = nullptr; ///< where it is defined; null where the file's own words do that elsewhere
 };

@@ -556,6 +556,8 @@ pugi::xml_node Plain::file(pugi::xml_node parent, const Sequence& sequence, cons
     pugi::xml_node made = add(parent, "file");
     if (!file->id.empty())
         made.append_attribute("id") = file->id.c_str();
+    if (file->isUnknown)
+        made.append_attribute(lengthMark) = "unknown";
     text(made, "name", name);
     if (!path.empty())
         text(made, "pathurl", urlOfPath(path, "localhost"));

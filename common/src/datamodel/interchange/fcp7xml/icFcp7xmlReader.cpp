@@ -76,6 +76,7 @@ struct Medium
     Rate rate;
     DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED; ///< in which its material counts
     std::optional<double> length;                 ///< in frames of that
+    double span = 0;                              ///< the length, or as much as is known to be there
     double begin = 0;
 };
 
@@ -667,11 +668,17 @@ Medium Maker::mediumOf(const Stage& stage, const Entry& entry, pugi::xml_node fi
     medium.fcm = medium.rate.mode(drops);
     if (medium.fcm == DM::FCM_NOT_DEFINED)
         medium.fcm = entry.rate.mode(drops);
-    if (medium.fcm == DM::FCM_NOT_DEFINED)
+    // Without a time code of its own it drops labels as the sequence does.
+    if (medium.fcm == DM::FCM_NOT_DEFINED ||
+        (!timecode && DM::FcmUtil::toNonDrop(medium.fcm) == DM::FcmUtil::toNonDrop(stage.fcm)))
         medium.fcm = stage.fcm;
     const double fps = DM::FcmUtil::getDoubleFPS(medium.fcm);
     if (const std::optional<double> length = numberOf(medium.element, "duration"); length && *length > 0)
-        medium.length = *length * fps / medium.rate.fps();
+    {
+        medium.span = *length * fps / medium.rate.fps();
+        if (medium.element.attribute(lengthMark).value() != std::string_view("unknown"))
+            medium.length = medium.span;
+    }
     std::optional<double> begin = numberOf(timecode, "frame");
     if (!begin)
         if (const std::optional<TimeLabel> label = parseTimeLabel(trimmed(textOf(timecode, "string")));
@@ -882,7 +889,8 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     if (inside)
     {
         medium.fcm = dmFcmFromText(inside->getFCM());
-        medium.length = inside->getCompLength();
+        medium.span = inside->getCompLength();
+        medium.length = medium.span;
         medium.begin = inside->getStartTC();
     }
     const double fps = DM::FcmUtil::getDoubleFPS(medium.fcm);
@@ -917,6 +925,7 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
         warn(element, "plays from before its file begins, from frame " + timeText(relIn));
         before = -relIn;
         medium.begin -= before;
+        medium.span += before;
         if (medium.length)
             *medium.length += before;
         relIn = 0;
@@ -928,8 +937,7 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     if (medium.length && playedEnd > *medium.length + 0.5 && !isEndless)
         warn(element,
              "plays up to frame " + timeText(playedEnd) + " of " + timeText(*medium.length) + " that there are");
-    const double materialLength =
-        std::max({medium.length.value_or(0), std::ceil(playedEnd - 1e-6), relIn + length, 1.0});
+    const double materialLength = std::max({medium.span, std::ceil(playedEnd - 1e-6), relIn + length, 1.0});
 
     CoSharedPtr<DmSegmentNode> node;
     if (inside)

@@ -141,13 +141,6 @@ void print(std::string& out, pugi::xml_node node)
     node.print(writer, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
 }
 
-/// What says where a clip stands and what it plays.
-bool isPlace(std::string_view name)
-{
-    return name == "start" || name == "end" || name == "in" || name == "out" || name == "pproTicksIn" ||
-           name == "pproTicksOut";
-}
-
 class FormMaker
 {
 public:
@@ -220,7 +213,8 @@ void FormMaker::element(pugi::xml_node element, pugi::xml_node plain, std::strin
     if (!key.empty() && key != element.name())
         attribute(keyMark, key);
     for (const pugi::xml_attribute each : element.attributes())
-        attribute(each.name(), each.value());
+        if (each.name() != std::string_view(lengthMark)) // which the model says
+            attribute(each.name(), each.value());
     const bool isTop = name == element.name();
     if (isTop)
         text.append(_marks);
@@ -230,10 +224,6 @@ void FormMaker::element(pugi::xml_node element, pugi::xml_node plain, std::strin
     auto open = keyed(plain);
     Keys keys;
     bool hasItems = false;
-    // Where a file names the cut inside a transition, we write the transition's far side, and in and out with that.
-    const auto isFarSide = [&](const char* child)
-    { return textOf(plain, child) == "-1" && element.child(child) && textOf(element, child) != "-1"; };
-    const bool isOtherwisePlaced = isTop && (isFarSide("start") || isFarSide("end"));
     for (const pugi::xml_node child : element.children())
     {
         if (_nodes.contains(child.internal_object()))
@@ -259,10 +249,7 @@ void FormMaker::element(pugi::xml_node element, pugi::xml_node plain, std::strin
             open.erase(found);
             continue;
         }
-        if (isOtherwisePlaced && isPlace(child.name()))
-            text.append("<").append(ours).append(child.name()).append("/>");
-        else
-            this->element(child, found->second, std::string(ours) + child.name(), childKey);
+        this->element(child, found->second, std::string(ours) + child.name(), childKey);
         open.erase(found);
     }
     for (const auto& [childKey, child] : open)
@@ -504,12 +491,15 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
             entries.push_back({child, found->second});
         open.erase(found);
     }
-    // In and out are one statement: where one was edited, what the file said of the other no longer counts.
+    // In and out are one statement: where one was edited, what the file said of the other no longer counts. So are all
+    // four where the file names the cut inside a transition, and we the transition's far side.
     bool isRangeEdited = false;
     const auto isRange = [](const Entry& entry)
     {
-        return entry.plain &&
-               (std::string_view(entry.plain.name()) == "in" || std::string_view(entry.plain.name()) == "out");
+        const std::string_view name = entry.plain.name();
+        const bool isPlace = name == "start" || name == "end";
+        return name == "in" || name == "out" ||
+               (isPlace && std::string_view(entry.form.attribute(wasMark).value()) == "-1");
     };
     for (const Entry& entry : entries)
         if (const pugi::xml_attribute was = entry.form.attribute(wasMark); was && isRange(entry))
