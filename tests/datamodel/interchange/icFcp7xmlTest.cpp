@@ -24,6 +24,7 @@
 
 #include <functional>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -209,6 +210,9 @@ TEST(Fcp7xml, ComesBackElementForElement)
                        mix(50, 60, "end-black") + clip("b", 100, -1, 0, 60, same("f1")) + mix(140, 160, "end") +
                        clip("c", -1, -1, 0, 40, same("f1")) + mix(160, 180, "start") +
                        clip("d", -1, 300, 0, 140, same("f1")))),
+        // The cut named inside a transition, with what of the clips stands there
+        xmeml(sequence(clip("a", 0, 208, 34, 242, file("f1", 500)) + mix(196, 221, "center") +
+                       clip("b", 208, 290, 18, 100, same("f1")))),
         // Sound with links, in full and by reference, defined before and behind
         xmeml(sequence(clip("v", 0, 50, 0, 50, same("f1") + links),
                        sound(clip("s", 0, 50, 0, 50, file("f1", 500) + sourceTrack(1) + links)) +
@@ -644,6 +648,68 @@ TEST(Flatten, WritesWhatNestedCutsPlayInTheirPlace)
     }
 }
 
+TEST(Flatten, SoundInsideIsATrackEach)
+{
+    const auto shot = [](const char* id, int in)
+    { return clip(id, 0, 100, in, in + 100, file("f1", 500) + sourceTrack(1)); };
+    const auto stereo =
+        sequence("", sound(shot("l", 100), 1) + sound("", 3) + sound(shot("r", 200), 2), "", rate(25), "s2");
+    const std::string use = "<sequence id=\"s2\"/>";
+    const struct
+    {
+        const char* what;
+        std::string tracks; ///< of sound
+        std::string played; ///< and channels
+        bool stays;
+    } cases[] = {
+        {"alone", sound(clip("n", 0, 40, 10, 50, stereo), 5), "5: 0+40 from 110\n6: 0+40 from 210\n", false},
+        {"a pair of tracks", sound(clip("n", 0, 40, 10, 50, stereo), 1) + sound(clip("m", 0, 40, 10, 50, use), 2),
+         "1: 0+40 from 110\n2: 0+40 from 210\n", false},
+        {"one behind the other",
+         sound(clip("n", 0, 40, 10, 50, stereo) + clip("m", 50, 70, 0, 20, use), 1) +
+             sound(clip("x", 0, 9, 0, 9, same("f1")), 2),
+         "1: 0+40 from 110\n1: 40+10\n1: 50+20 from 100\n2: 0+9 from 0\n2: 0+40 from 210\n2: 40+10\n2: 50+20 from "
+         "200\n",
+         false},
+        {"a pair that does not play the same",
+         sound(clip("n", 0, 40, 10, 50, stereo), 1) + sound(clip("m", 5, 40, 15, 50, use), 2),
+         "1: 0+40 nested\n2: 0+5\n2: 5+35 nested\n", true},
+        {"a dissolve",
+         sound(clip("n", 0, -1, 10, 50, stereo) + mix(30, 40, "end") + clip("x", -1, 60, 0, 30, same("f1")), 1),
+         "1: 0+30 nested\n1: 30+10 mix\n1: 40+20 from 10\n", true},
+    };
+    for (const auto& each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        const Read made = read(xmeml(sequence("", each.tracks)));
+        ASSERT_TRUE(made.root) << made.messages;
+        Options options;
+        options.format = "json";
+        options.flatten = true;
+        std::string bytes;
+        const Writing writing = writeBuffer(*made.root, bytes, options);
+        EXPECT_EQ(!writing.findings.empty(), each.stays) << dmFindingsText("x", writing.findings);
+        const Reading back = readBuffer(bytes);
+        ASSERT_TRUE(back.root);
+        auto& composition = dynamic_cast<DmCompositionNode&>(*back.root->getChild(0));
+        std::string played;
+        std::set<int> numbers;
+        for (int i = 1; i < composition.getNbChildren(); ++i)
+        {
+            auto& track = dynamic_cast<DmTrackNode&>(*composition.getChild(i));
+            EXPECT_TRUE(numbers.insert(track.getTrackNum()).second);
+            const auto only = DmCompositionNode::create(L"one", L"25 fps", {});
+            only->addChild(CoSharedPtr<DmTreeNode>(&track));
+            std::istringstream lines(playedOf(*only));
+            for (std::string line; std::getline(lines, line);)
+                played += std::to_string(track.getTrackChannel()) + ": " + line + '\n';
+        }
+        EXPECT_EQ(played, each.played);
+        for (const DmTreeViolation& violation : DmTreeTool::findViolations(&composition, DM_VALIDATE_ALL))
+            ADD_FAILURE() << violation.path << ": " << dmUtf8(violation.message);
+    }
+}
+
 TEST(Flatten, WhetherLabelsAreDroppedDoesNotMatter)
 {
     const std::string ntsc = rate(30, true);
@@ -691,6 +757,18 @@ TEST(Fcp7xml, AListIsWrittenAsOthersReadIt)
     ASSERT_TRUE(back.root) << back.messages << text;
     auto& before = dynamic_cast<DmCompositionNode&>(*edl.root->getChild(0));
     EXPECT_EQ(playedOf(back.composition()), playedOf(before)) << text;
+    // A list does not say how long its media are, and neither does what is made of it; until somebody finds out.
+    EXPECT_FALSE(dmMaterialOf(back.segment(0)).known);
+    EXPECT_EQ(elements(write(*back.root)), elements(text));
+    for (const int track : {0, 1, 2})
+        for (int i = 0; i < back.layer(track).getNbChildren(); ++i)
+            if (const auto* const source = dynamic_cast<const DmSourceNode*>(back.layer(track).getChild(i)))
+                EXPECT_EQ(dmSetMaterialLength(static_cast<DmSourceNode::MediaInput&>(*source->getSrcInput()), 900),
+                          DM_NO_ERROR);
+    const Read known = read(write(*back.root));
+    ASSERT_TRUE(known.root) << known.messages;
+    EXPECT_TRUE(dmMaterialOf(known.segment(0)).known);
+    EXPECT_EQ(dmMaterialOf(known.segment(0)).length, 900);
 }
 
 } // namespace
