@@ -186,6 +186,21 @@ TEST(Ale, ARowIsASourceOnItsTrackBehindTheOneBefore)
     EXPECT_EQ(material.length, 100);
 }
 
+TEST(Ale, TheBestKnownColumnOfAKindCounts)
+{
+    const Read made = read(head + "Column\nReel Name\tReel\tTape\tUNC\tUNC Path\tStart\tEnd\nData\n"
+                                  "a\tb\tc\t/d\t/e\t10:00:00:00\t10:00:04:00\n"
+                                  "a\tb\t\t/d\t\t10:00:00:00\t10:00:04:00\n");
+    ASSERT_TRUE(made.root) << made.messages;
+    const auto reelAndPath = [&](int number)
+    {
+        const DmSourceInfo& info = *made.source(number).getSrcInput()->getSrcInfo();
+        return dmUtf8(info.getReelName()) + dmUtf8(info.getPath());
+    };
+    EXPECT_EQ(reelAndPath(0), "c/e");
+    EXPECT_EQ(reelAndPath(1), "b/d");
+}
+
 TEST(Ale, AnEditShowsAndTheRestStaysAsItWas)
 {
     const std::string text = head + "Column\nName\tStart\tEnd\tDuration\tTape\tReel\tFPS\tCamera\nData\n"

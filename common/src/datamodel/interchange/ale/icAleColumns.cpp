@@ -25,6 +25,7 @@ struct KnownColumn
     std::string_view name;
     Role role;
 };
+/// Of several of a role, the first goes before the others.
 constexpr std::array<KnownColumn, 17> knownColumns{{{"NAME", Role::Name},
                                                     {"TRACKS", Role::Tracks},
                                                     {"START", Role::Start},
@@ -82,11 +83,15 @@ std::size_t nameBegin(std::string_view path)
 
 Role roleOf(std::string_view column)
 {
-    const std::string_view name = trimmed(column);
-    for (const KnownColumn& known : knownColumns)
-        if (equalsNoCase(name, known.name))
-            return known.role;
-    return Role::Custom;
+    const std::size_t rank = rankOf(column);
+    return rank < knownColumns.size() ? knownColumns[rank].role : Role::Custom;
+}
+
+std::size_t rankOf(std::string_view column)
+{
+    const auto* const known = std::ranges::find_if(knownColumns, [name = trimmed(column)](const KnownColumn& each)
+                                                   { return equalsNoCase(name, each.name); });
+    return static_cast<std::size_t>(known - knownColumns.begin());
 }
 
 std::string Row::cell(Role role) const

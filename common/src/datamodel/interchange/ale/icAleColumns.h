@@ -46,6 +46,8 @@ enum class Role
     Cdl
 };
 Role roleOf(std::string_view column);
+/// Of several columns of a role, the one with the lowest rank says it.
+std::size_t rankOf(std::string_view column);
 
 /// A row as the model says it.
 struct Row

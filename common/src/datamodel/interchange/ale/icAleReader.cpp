@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numeric>
 
 namespace interchange
 {
@@ -26,7 +27,7 @@ using namespace ale;
 namespace
 {
 
-/// What a row says, by role: of several columns of a kind the first that says something counts.
+/// What a row says, by role: of several columns of a kind the one counts that is known best, and says something.
 struct Facts
 {
     std::string_view operator[](Role role) const { return texts[static_cast<std::size_t>(role)]; }
@@ -74,6 +75,7 @@ private:
     Head _head;
     std::vector<std::string> _keys;
     std::vector<Role> _roles;
+    std::vector<std::size_t> _byRank; ///< columns, the best known first
     DM::FrameCodeModes _fcm = DM::FCM_NOT_DEFINED;
     std::uint32_t _line = 0;
     double _at = 0;
@@ -96,6 +98,9 @@ CoSharedPtr<DmRoot> Reader::read()
         _report.mistake(1, "a field delimiter other than TABS", "taken as tabs");
     _keys = keysOf(_head.columns);
     std::ranges::transform(_head.columns, std::back_inserter(_roles), roleOf);
+    _byRank.resize(_roles.size());
+    std::iota(_byRank.begin(), _byRank.end(), std::size_t{0});
+    std::ranges::stable_sort(_byRank, {}, [this](std::size_t i) { return rankOf(_head.columns[i]); });
     if (!chooseMode(rest))
         return {};
     _line = _head.lines;
@@ -166,9 +171,9 @@ Facts Reader::factsOf(const std::vector<std::string_view>& cells) const
 {
     Facts facts;
     facts.used.resize(_roles.size());
-    for (std::size_t i = 0; i < std::min(cells.size(), _roles.size()); ++i)
+    for (const std::size_t i : _byRank)
         if (std::string_view& text = facts.texts[static_cast<std::size_t>(_roles[i])];
-            text.empty() && _roles[i] != Role::Custom && !trimmed(cells[i]).empty())
+            i < cells.size() && text.empty() && _roles[i] != Role::Custom && !trimmed(cells[i]).empty())
         {
             text = trimmed(cells[i]);
             facts.used[i] = true;

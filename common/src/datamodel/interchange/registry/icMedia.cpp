@@ -89,7 +89,9 @@ void forEachSource(const DmTreeNode& in, const Place* place, std::set<const DmTr
         }
         else if (!composition)
         {
-            auto* const source = dynamic_cast<DmSourceNode*>(node);
+            // What transitions leave nothing of travels with a gap.
+            auto* const source =
+                dynamic_cast<DmSourceNode*>(node->whatIs() == DM_GAP_NODE ? node->getBaseBlob() : node);
             if (source && place && source->getSrcInput() && source->getSrcInput()->getSrcInfo())
                 visit(*source, *place);
             forEachSource(*node, place, seen, visit);
