@@ -146,18 +146,18 @@ TEST(Ale, ReadsHeadsOfEarlierDocumentsAndEndsTheOneInFrontOfNewRows)
             text.insert(at, 1, '\r');
         const Read made = read(text);
         ASSERT_TRUE(made.root);
-        const std::string head = text.substr(0, text.find("one\t") - 1);
-        const auto blob = DmBlobNode::create(L"ale", DmString(std::wstring(head.begin(), head.end()).c_str()));
+        const std::string old = text.substr(0, text.find("one\t") - 1);
+        const auto blob = DmBlobNode::create(L"ale", DmString(std::wstring(old.begin(), old.end()).c_str()));
         ASSERT_EQ(made.composition().setBaseBlob(blob), DM_NO_ERROR);
         EXPECT_EQ(write(*made.root), text);
     }
     // A row behind a head that ended the file, and one that ends it no more
-    const Read head = read("Heading\nFPS\t25\nColumn\nName\tTracks\tStart\tEnd\nData");
+    const Read bare = read("Heading\nFPS\t25\nColumn\nName\tTracks\tStart\tEnd\nData");
     const Read row = read("Heading\nFPS\t25\n" + rows.substr(0, rows.size() - 1));
-    ASSERT_TRUE(head.root && row.root);
+    ASSERT_TRUE(bare.root && row.root);
     for (int i = 0; i < 2; ++i)
-        head.layer().addChild(DmTreeTool::deepClone(CoSharedPtr<DmTreeNode>(row.layer().getChild(0))));
-    EXPECT_EQ(write(*head.root), "Heading\nFPS\t25\n" + rows + "one\tV\t01:00:00:00\t01:00:04:00");
+        bare.layer().addChild(DmTreeTool::deepClone(CoSharedPtr<DmTreeNode>(row.layer().getChild(0))));
+    EXPECT_EQ(write(*bare.root), "Heading\nFPS\t25\n" + rows + "one\tV\t01:00:00:00\t01:00:04:00");
 }
 
 TEST(Ale, ARowIsASourceOnItsTrackBehindTheOneBefore)

@@ -763,8 +763,10 @@ TEST(Fcp7xml, AListIsWrittenAsOthersReadIt)
     for (const int track : {0, 1, 2})
         for (int i = 0; i < back.layer(track).getNbChildren(); ++i)
             if (const auto* const source = dynamic_cast<const DmSourceNode*>(back.layer(track).getChild(i)))
-                EXPECT_EQ(dmSetMaterialLength(static_cast<DmSourceNode::MediaInput&>(*source->getSrcInput()), 900),
-                          DM_NO_ERROR);
+            {
+                auto& input = static_cast<DmSourceNode::MediaInput&>(*source->getSrcInput());
+                EXPECT_EQ(dmSetMaterialLength(input, 900), DM_NO_ERROR);
+            }
     const Read known = read(write(*back.root));
     ASSERT_TRUE(known.root) << known.messages;
     EXPECT_TRUE(dmMaterialOf(known.segment(0)).known);

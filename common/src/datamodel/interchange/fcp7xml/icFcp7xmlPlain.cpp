@@ -556,13 +556,13 @@ pugi::xml_node Plain::file(pugi::xml_node parent, const Sequence& sequence, cons
     pugi::xml_node made = add(parent, "file");
     if (!file->id.empty())
         made.append_attribute("id") = file->id.c_str();
-    if (file->isUnknown)
-        made.append_attribute(lengthMark) = "unknown";
     text(made, "name", name);
     if (!path.empty())
         text(made, "pathurl", urlOfPath(path, "localhost"));
     rate(made, Rate::of(played.fcm()));
-    add(made, "duration", length);
+    pugi::xml_node duration = add(made, "duration", length);
+    if (file->isUnknown)
+        duration.append_attribute(lengthMark) = "unknown";
     const DmString none;
     timecode(made, file->begin, played.fcm(), info ? &info->getReelName() : &none);
     const pugi::xml_node kinds = add(made, "media");

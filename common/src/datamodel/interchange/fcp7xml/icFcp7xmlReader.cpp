@@ -668,15 +668,15 @@ Medium Maker::mediumOf(const Stage& stage, const Entry& entry, pugi::xml_node fi
     medium.fcm = medium.rate.mode(drops);
     if (medium.fcm == DM::FCM_NOT_DEFINED)
         medium.fcm = entry.rate.mode(drops);
-    // Without a time code of its own it drops labels as the sequence does.
+    // What has no file drops labels as the sequence does.
     if (medium.fcm == DM::FCM_NOT_DEFINED ||
-        (!timecode && DM::FcmUtil::toNonDrop(medium.fcm) == DM::FcmUtil::toNonDrop(stage.fcm)))
+        (!file && DM::FcmUtil::toNonDrop(medium.fcm) == DM::FcmUtil::toNonDrop(stage.fcm)))
         medium.fcm = stage.fcm;
     const double fps = DM::FcmUtil::getDoubleFPS(medium.fcm);
     if (const std::optional<double> length = numberOf(medium.element, "duration"); length && *length > 0)
     {
         medium.span = *length * fps / medium.rate.fps();
-        if (medium.element.attribute(lengthMark).value() != std::string_view("unknown"))
+        if (medium.element.child("duration").attribute(lengthMark).value() != std::string_view("unknown"))
             medium.length = medium.span;
     }
     std::optional<double> begin = numberOf(timecode, "frame");

@@ -496,9 +496,9 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
     bool isRangeEdited = false;
     const auto isRange = [](const Entry& entry)
     {
-        const std::string_view name = entry.plain.name();
-        const bool isPlace = name == "start" || name == "end";
-        return name == "in" || name == "out" ||
+        const std::string_view said = entry.plain.name();
+        const bool isPlace = said == "start" || said == "end";
+        return said == "in" || said == "out" ||
                (isPlace && std::string_view(entry.form.attribute(wasMark).value()) == "-1");
     };
     for (const Entry& entry : entries)

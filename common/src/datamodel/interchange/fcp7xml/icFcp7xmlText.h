@@ -71,7 +71,7 @@ inline constexpr const char* itemsName = "our:items";
 /// Marks a plain element that is only written where the form has a place for it.
 inline constexpr const char* optionalMark = "our:optional";
 
-/// An attribute of a file: "unknown" where its duration is only what is known to play.
+/// An attribute of a file's duration: "unknown" where that is only what is known to play.
 inline constexpr const char* lengthMark = "materialLength";
 /// Marks a plain file that stands here in full: it is written like the nodes inside.
 inline constexpr const char* defineMark = "our:define";
