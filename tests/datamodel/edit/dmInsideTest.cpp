@@ -254,3 +254,23 @@ TEST(EditAttached, SourcesFollowTheirNodeAndAreNeverLost)
         EXPECT_TRUE(DmTreeTool::findViolations(edit.timeline().composition(), DM_VALIDATE_ALL).empty());
     }
 }
+
+TEST(EditAttached, WhatGoesOnFromAnInputOfItsOwnIsLedInFrontOfItsBegin)
+{
+    const CoSharedPtr<DmRoot> root = zrDrawing::tree("AAAA%%BBBB", "A3 B9");
+    const auto goesOn = shot('A', 4, 0, {});
+    ASSERT_EQ(static_cast<DmSourceNode::MediaInput*>(goesOn->getSrcInput())->setSrcIn(1007), DM_NO_ERROR);
+    ASSERT_EQ(root->getChild(0)->getChild(0)->getChild(0)->getChild(1)->setBaseBlob(goesOn), DM_NO_ERROR);
+    DmEdit edit(DmTimeline::publish(root));
+    const auto plays = [&edit]
+    {
+        const auto* const source = dynamic_cast<const DmSourceNode*>(edit.timeline().element(at(1))->getBaseBlob());
+        return dmMaterialOf(*source).begin + source->getRelIn();
+    };
+    ASSERT_TRUE(edit.rippleTrim(at(0), DM_TAIL, -1).ok());
+    EXPECT_EQ(plays(), 1006);
+    ASSERT_TRUE(edit.slip(at(0), -2).ok());
+    EXPECT_EQ(plays(), 1004);
+    ASSERT_TRUE(edit.roll(at(1), 3).ok());
+    EXPECT_EQ(plays(), 1007);
+}

@@ -183,13 +183,11 @@ void check(const Row& row, const Variant& variant)
     {
         EXPECT_EQ(positions(after), row.positions);
     }
-    const double rate = DM::FcmUtil::getDoubleFPS(DM::FCM_25) /
-                        DM::FcmUtil::getDoubleFPS(dmFcmFromText(before.composition()->getFCM()));
     const bool isWhole = std::floor(with.time) == with.time && std::floor(with.amount) == with.amount;
     // The model's transitions keep their length or go, and its segments keep theirs.
     if (isWhole && row.options.atTransition == DmAtTransition::Cut && !row.options.keepFrames)
     {
-        EXPECT_EQ(zrRandomEdits::Law(*operation, with, before, rate).broken(edit, false), "");
+        EXPECT_EQ(zrRandomEdits::Law(*operation, with, before).broken(edit, false), "");
     }
     DmHistory history(before);
     const CoSharedPtr<DmTreeNode> done = DmTreeTool::deepClone(after.tree());

@@ -7,6 +7,7 @@
 /// A shot's second half is drawn with the same letter. Several tracks stand below each other, one a line; small letters
 /// are sound. A line that begins with spaces begins with a gap. Beside these:
 ///
+///     ~~XX    a layer that begins two frames later than others
 ///     1111    a container of a composition of 50 frames, or as many as are said
 ///     AA%%BB  a transition to which what goes out is attached, as readers of lists do
 ///     (X)     a shot that transitions cover, attached to a gap of no length; '.' is such a gap without a shot
@@ -77,15 +78,16 @@ inline CoSharedPtr<DmLayerNode> layerOf(const std::string& line, const std::map<
     for (const char c : line)
         if (std::islower(static_cast<unsigned char>(c)))
             type = DM_MEDIA_AUDIO;
-    DmLayerBuilder builder(0, type);
+    const std::size_t begin = std::min(line.find_first_not_of('~'), line.size());
+    DmLayerBuilder builder(0, type, double(begin));
     const auto materialOf = [&](char name)
     {
         const auto found = materials.find(name);
         return found == materials.end() ? Material() : found->second;
     };
-    double time = 0.0;
+    auto time = double(begin);
     CoSharedPtr<DmSegmentNode> last;
-    for (std::size_t i = 0; i < line.size();)
+    for (std::size_t i = begin; i < line.size();)
     {
         const char c = line[i];
         std::size_t end = i;
@@ -161,7 +163,7 @@ inline CoSharedPtr<DmRoot> tree(const std::string& drawing, const std::string& m
         const auto track = DmTrackNode::create(number + 1, layer->getMediaType());
         track->addChild(layer);
         composition->addChild(track);
-        length = std::max(length, layer->getLayerLength());
+        length = std::max(length, layer->getLayerStartTC() + layer->getLayerLength());
     }
     static_cast<void>(composition->setCompLength(length));
     const auto root = DmRoot::create();
@@ -182,8 +184,8 @@ inline std::string draw(const DmTimeline& timeline)
     for (int t = 0; t < composition->getNbChildren(); ++t)
     {
         const auto* const layer = composition->getChild(t)->getChild(0);
-        std::string line;
         double time = static_cast<const DmLayerNode*>(layer)->getLayerStartTC();
+        std::string line(static_cast<std::size_t>(time), '~');
         for (int i = 0; i < layer->getNbChildren(); ++i)
         {
             DmTreeNode* const node = layer->getChild(i);
@@ -214,7 +216,7 @@ inline std::string draw(const DmTimeline& timeline)
             line += std::string(static_cast<std::size_t>(std::lround(length)), c);
             time = in + length;
         }
-        text += (text.empty() ? "" : "\n") + line;
+        text += (t == 0 ? "" : "\n") + line;
     }
     return text;
 }

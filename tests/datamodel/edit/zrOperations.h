@@ -2,6 +2,7 @@
 #pragma once
 
 #include "zrDrawing.h"
+#include "zrNaive.h"
 
 #include "dmEdit.h"
 #include "dmResizeSettings.h"
@@ -61,7 +62,183 @@ struct Operation
     /// Of those that ripple: where the time that others open or close begins; else dmNoTime.
     double (*ripplesAt)(const Before& before, double shift) = nullptr;
     bool isLength = false; ///< the amount is a length: 1 or more
+    /// Of those on whole timelines: what each track plays then. Null for others.
+    std::vector<zrNaive::Frames> (*plays)(const Before& before) = nullptr;
 };
+
+// What whole timelines play, told from what they played.
+
+inline std::vector<zrNaive::Frames> playing(const DmTimeline& timeline)
+{
+    std::vector<zrNaive::Frames> tracks;
+    for (int track = 0; track < timeline.trackCount(); ++track)
+        tracks.push_back(zrNaive::framesOf(timeline, track));
+    return tracks;
+}
+
+inline bool isPicture(const DmTimeline& timeline, int track)
+{
+    return timeline.layer({track, 0})->getMediaType() == DM_MEDIA_VIDEO;
+}
+
+/// Where a timeline's first layer begins, and where its last one ends; of layers that hold nothing, the first begin.
+inline std::pair<std::size_t, std::size_t> extentOf(const DmTimeline& timeline)
+{
+    std::size_t begin = std::string::npos;
+    std::size_t emptyBegin = std::string::npos;
+    std::size_t end = 0;
+    for (int track = 0; track < timeline.trackCount(); ++track)
+    {
+        const auto start = std::size_t(timeline.layer({track, 0})->getLayerStartTC());
+        std::size_t& first = timeline.elementCount({track, 0}) > 0 ? begin : emptyBegin;
+        first = std::min(first, start);
+        end = std::max(end, zrNaive::framesOf(timeline, track).size());
+    }
+    return begin < end ? std::pair(begin, end) : std::pair(emptyBegin, emptyBegin);
+}
+
+inline std::vector<zrNaive::Frames> playingInRange(const Before& before)
+{
+    std::vector<zrNaive::Frames> tracks = playing(before.timeline);
+    const std::size_t begin = extentOf(before.timeline).first;
+    for (zrNaive::Frames& frames : tracks)
+    {
+        const auto at = [&frames](double time)
+        { return frames.begin() + std::ptrdiff_t(std::min(frames.size(), std::size_t(time))); };
+        frames.erase(at(before.with.time + before.with.amount), frames.end());
+        frames.erase(at(double(begin)), at(std::max(double(begin), before.with.time)));
+    }
+    return tracks;
+}
+
+/// What is put behind or on top: of the amount's turn, in the timeline's mode.
+inline DmTimeline another(const Before& before)
+{
+    static constexpr const char* drawings[] = {"XX//YY", "XX|--|YY\nxx//yy", "~~XX|Z\nYYYY\n~zz", "--|XX\nzzz"};
+    const auto turn = std::size_t(before.with.amount + 4) % std::size(drawings);
+    return zrDrawing::timeline(drawings[turn], "X3/40 Y7 x3/40 y7", false,
+                               before.timeline.composition()->getFCM().c_str());
+}
+
+/// A timeline's frames as those of another that begins at another frame.
+inline std::vector<zrNaive::Frames> playingFrom(const DmTimeline& timeline, std::size_t begin)
+{
+    std::vector<zrNaive::Frames> tracks = playing(timeline);
+    const std::size_t from = extentOf(timeline).first;
+    for (zrNaive::Frames& frames : tracks)
+        if (!frames.empty())
+        {
+            frames.erase(frames.begin(), frames.begin() + std::ptrdiff_t(from));
+            frames.insert(frames.begin(), begin, "-");
+        }
+    return tracks;
+}
+
+inline std::vector<zrNaive::Frames> playingBehind(const Before& before)
+{
+    std::vector<zrNaive::Frames> tracks = playing(before.timeline);
+    const auto [begin, end] = extentOf(before.timeline);
+    const DmTimeline other = another(before);
+    const std::vector<zrNaive::Frames> theirs = playingFrom(other, end);
+    std::vector<bool> taken(tracks.size(), false);
+    for (std::size_t t = 0; t < theirs.size(); ++t)
+    {
+        std::size_t ours = 0;
+        while (ours < taken.size() &&
+               (taken[ours] || isPicture(before.timeline, int(ours)) != isPicture(other, int(t))))
+            ++ours;
+        if (ours == taken.size())
+        {
+            tracks.emplace_back();
+            taken.push_back(true);
+        }
+        taken[ours] = true;
+        tracks[ours].resize(end, "-");
+        tracks[ours].insert(tracks[ours].end(), theirs[t].begin() + std::ptrdiff_t(end), theirs[t].end());
+    }
+    return tracks;
+}
+
+inline std::vector<zrNaive::Frames> playingStacked(const Before& before)
+{
+    std::vector<zrNaive::Frames> tracks = playing(before.timeline);
+    const std::vector<zrNaive::Frames> theirs = playingFrom(another(before), extentOf(before.timeline).first);
+    tracks.insert(tracks.end(), theirs.begin(), theirs.end());
+    return tracks;
+}
+
+/// A track's frames with those of a higher one over them.
+inline void cover(zrNaive::Frames& below, const zrNaive::Frames& above)
+{
+    for (std::size_t i = 0; i < above.size(); ++i)
+    {
+        std::string top = above[i];
+        if (zrNaive::isTransition(top)) // to nothing: it is a cut
+        {
+            if (zrNaive::sideOf(top, 0) == "-")
+                top = zrNaive::sideOf(top, 1);
+            else if (zrNaive::sideOf(top, 1) == "-")
+                top = zrNaive::sideOf(top, 0);
+        }
+        if (top == "-")
+            continue;
+        if (i >= below.size())
+            below.resize(i + 1, "-");
+        below[i] = top;
+    }
+}
+
+inline std::vector<zrNaive::Frames> playingFlattened(const Before& before)
+{
+    const DmTimeline& timeline = before.timeline;
+    int pictures = 0;
+    for (int t = 0; t < timeline.trackCount(); ++t)
+        pictures += isPicture(timeline, t) ? 1 : 0;
+    std::vector<zrNaive::Frames> tracks;
+    std::size_t flat = std::string::npos;
+    for (int t = 0; t < timeline.trackCount(); ++t)
+    {
+        const bool isFlattened = pictures > 1 && isPicture(timeline, t);
+        const zrNaive::Frames frames = zrNaive::framesOf(
+            timeline, t, zrNaive::rateOf(timeline), [](double time) { return time; }, isFlattened);
+        if (isFlattened && flat != std::string::npos)
+            cover(tracks[flat], frames);
+        else
+            tracks.push_back(frames);
+        if (isFlattened)
+            flat = std::min(flat, tracks.size() - 1);
+    }
+    return tracks;
+}
+
+inline std::vector<zrNaive::Frames> playingWithout(const Before& before)
+{
+    std::vector<zrNaive::Frames> tracks = playing(before.timeline);
+    tracks.erase(tracks.begin() + before.with.element.track);
+    return tracks;
+}
+
+/// Modes by turn, none of which drops labels.
+inline DM::FrameCodeModes modeOf(double amount)
+{
+    static constexpr DM::FrameCodeModes modes[] = {DM::FCM_25, DM::FCM_24, DM::FCM_30, DM::FCM_50};
+    return modes[std::size_t(amount + 4) % std::size(modes)];
+}
+
+inline std::vector<zrNaive::Frames> playingConformed(const Before& before)
+{
+    const double from = DM::FcmUtil::getDoubleFPS(dmFcmFromText(before.timeline.composition()->getFCM()));
+    const double to = DM::FcmUtil::getDoubleFPS(modeOf(before.with.amount));
+    const auto at = [&](double time)
+    {
+        const double second = std::floor(time / from);
+        return second * to + std::min(to - 1, std::round((time - second * from) * to / from));
+    };
+    std::vector<zrNaive::Frames> tracks;
+    for (int t = 0; t < before.timeline.trackCount(); ++t)
+        tracks.push_back(zrNaive::framesOf(before.timeline, t, 25 / to, at));
+    return tracks;
+}
 
 inline CoSharedPtr<DmSegmentNode> fresh(double length, eDmTreeMediaType type = DM_MEDIA_VIDEO)
 {
@@ -197,8 +374,30 @@ inline const Operation all[] = {
      },
      nullptr},
     {"range", "tn", [](DmEdit& e, const Arguments& a) { return e.trimToRange(a.time, a.time + a.amount); }, nullptr,
-     nullptr, true},
+     nullptr, true, playingInRange},
     {"drop-effects", "", [](DmEdit& e, const Arguments&) { return e.dropEffects(); }, changesNoFrame},
+};
+
+/// Those that no table tries beside every neighbour: they have neither an element nor a time.
+inline const Operation whole[] = {
+    {"append", "n",
+     [](DmEdit& e, const Arguments& a) {
+         return e.concatenate(another({e.timeline(), a}));
+     },
+     nullptr, nullptr, false, playingBehind},
+    {"stack", "n",
+     [](DmEdit& e, const Arguments& a) {
+         return e.stack(another({e.timeline(), a}));
+     },
+     nullptr, nullptr, false, playingStacked},
+    {"flatten", "", [](DmEdit& e, const Arguments&) { return e.flatten(); }, nullptr, nullptr, false, playingFlattened},
+    {"drop-track", "e",
+     [](DmEdit& e, const Arguments& a) { // the last one stays
+         return e.dropTracks({e.timeline().trackCount() > 1 ? a.element.track : -1});
+     },
+     nullptr, nullptr, false, playingWithout},
+    {"conform", "n", [](DmEdit& e, const Arguments& a) { return e.conform(modeOf(a.amount), DmEdit::Conform::Labels); },
+     nullptr, nullptr, false, playingConformed},
 };
 
 } // namespace zrOperations

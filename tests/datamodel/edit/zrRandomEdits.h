@@ -72,12 +72,10 @@ inline std::string randomDrawing(Source& source)
 class Law
 {
 public:
-    Law(const zrOperations::Operation& operation, const zrOperations::Arguments& with, const DmTimeline& before,
-        double rate = 1.0)
+    Law(const zrOperations::Operation& operation, const zrOperations::Arguments& with, const DmTimeline& before)
         : _operation(operation)
         , _with(with)
         , _before(before)
-        , _rate(rate)
     {
     }
 
@@ -90,9 +88,11 @@ public:
         if (const std::string drawing = zrDrawing::draw(after); drawing.find('?') != std::string::npos)
             return std::string(_operation.name) + " makes a hole or an overlap of\n" + zrDrawing::draw(_before) + "\n" +
                    drawing;
+        const zrOperations::Before before{_before, _with};
+        if (_operation.plays)
+            return whole(_operation.plays(before), after);
         if (!_operation.reach)
             return {};
-        const zrOperations::Before before{_before, _with};
         zrOperations::Reach reach = _operation.reach(before);
         if (edit.options().clamp) // by as much as there was
             reach.shift = endOf(after) - before.end();
@@ -101,7 +101,7 @@ public:
             const bool isOwn = track == _with.element.track;
             if (!isOwn && areLinked)
                 continue;
-            const zrNaive::Frames was = zrNaive::framesOf(_before, track, _rate);
+            const zrNaive::Frames was = zrNaive::framesOf(_before, track);
             zrNaive::Frames expected = isOwn ? zrNaive::edited(was, reach.from, reach.to, reach.shift) : was;
             if (!isOwn && _operation.ripplesAt && moves(edit.options(), track))
                 if (const std::string why =
@@ -109,15 +109,32 @@ public:
                                reach.shift > 0.0 && _operation.isLength ? _with.amount : reach.shift);
                     !why.empty())
                     return why;
-            if (const std::string why = zrNaive::difference(expected, zrNaive::framesOf(after, track, _rate));
-                !why.empty())
-                return std::string(_operation.name) + ": on track " + std::to_string(track) + " " + why + "\n" +
-                       zrDrawing::draw(_before) + "\n" + zrDrawing::draw(after);
+            if (const std::string why = zrNaive::difference(expected, zrNaive::framesOf(after, track)); !why.empty())
+                return otherwise(track, why, after);
         }
         return {};
     }
 
 private:
+    std::string otherwise(int track, const std::string& why, const DmTimeline& after) const
+    {
+        return std::string(_operation.name) + ": on track " + std::to_string(track) + " " + why + "\n" +
+               zrDrawing::draw(_before) + "\n" + zrDrawing::draw(after);
+    }
+    std::string whole(const std::vector<zrNaive::Frames>& expected, const DmTimeline& after) const
+    {
+        if (int(expected.size()) != after.trackCount())
+            return std::string(_operation.name) + " leaves " + std::to_string(after.trackCount()) + " tracks of\n" +
+                   zrDrawing::draw(_before);
+        for (int track = 0; track < after.trackCount(); ++track)
+        {
+            if (const std::string why =
+                    zrNaive::difference(expected[std::size_t(track)], zrNaive::framesOf(after, track));
+                !why.empty())
+                return otherwise(track, why, after);
+        }
+        return {};
+    }
     static bool moves(const DmEditOptions& options, int track)
     {
         return options.syncLock && std::ranges::find(options.unlockedTracks, track) == options.unlockedTracks.end();
@@ -149,7 +166,6 @@ private:
     const zrOperations::Operation& _operation;
     const zrOperations::Arguments& _with;
     const DmTimeline& _before;
-    double _rate;
 };
 
 inline zrOperations::Arguments argumentsFor(const zrOperations::Operation& operation, const DmTimeline& timeline,
@@ -179,6 +195,8 @@ inline std::string run(Source& source, int steps)
         std::ranges::transform(sound, sound.begin(), [](unsigned char c) { return char(std::tolower(c)); });
         drawing += "\n" + sound;
     }
+    if (source.below(4) == 0) // a layer that begins later than others
+        drawing.insert(source.below(2) == 0 ? 0 : drawing.rfind('\n') + 1, 1 + source.below(4), '~');
     const bool areLinked = source.below(4) == 0;
     std::string materials;
     for (char name = 'A'; name < 'H'; ++name)
@@ -193,8 +211,10 @@ inline std::string run(Source& source, int steps)
     for (int step = 0; step < steps && !source.isOver(); ++step)
     {
         const DmTimeline before = history.current();
+        constexpr std::size_t common = std::size(zrOperations::all);
+        const unsigned choice = source.below(static_cast<unsigned>(common + std::size(zrOperations::whole)));
         const zrOperations::Operation& operation =
-            zrOperations::all[source.below(static_cast<unsigned>(std::size(zrOperations::all)))];
+            choice < common ? zrOperations::all[choice] : zrOperations::whole[choice - common];
         const zrOperations::Arguments with = argumentsFor(operation, before, source);
         DmEditOptions options;
         options.clamp = source.below(4) == 0;

@@ -24,19 +24,25 @@ void forEachLayer(const DmTimelineValue& value, Visit&& visit)
                 visit(DmLayerPlace{t, l});
 }
 
-/// The earliest begin of the layers, and the latest end of their elements.
+/// The earliest begin of the layers that hold elements, and the latest end of these; nothing, at their begin, where no
+/// layer holds any.
 std::pair<double, double> extent(DmEditDraft& draft)
 {
     double begin = dmNoTime;
+    double emptyBegin = dmNoTime;
     double end = -dmNoTime;
     forEachLayer(draft.value,
                  [&](const DmLayerPlace& place)
                  {
                      const DmLane lane(draft, place);
-                     begin = std::min(begin, lane.begin());
-                     end = std::max(end, lane.end());
+                     double& first = lane.count() > 0 ? begin : emptyBegin;
+                     first = std::min(first, lane.begin());
+                     if (lane.count() > 0)
+                         end = std::max(end, lane.end());
                  });
-    return {begin, end};
+    if (dmIsTime(begin))
+        return {begin, end};
+    return dmIsTime(emptyBegin) ? std::pair(emptyBegin, emptyBegin) : std::pair(0.0, 0.0);
 }
 
 /// An element of another timeline for this one: at another time, and with an id of its own where its group is known
@@ -110,21 +116,17 @@ DmStatus DmEdit::trimToRange(const DmEditTime& from, const DmEditTime& to)
             int all = 0;
             forEachLayer(_imp->draft.value, [&](const DmLayerPlace&) { ++all; });
             int done = 0;
-            forEachLayer(
-                _imp->draft.value,
-                [&](const DmLayerPlace& place)
-                {
-                    _imp->progress(double(done++) / all);
-                    _imp->close(place, std::max(out, _imp->lane(place).begin()), dmNoTime / 2);
-                    if (by <= 0.0)
-                        return;
-                    DmLane lane = _imp->lane(place);
-                    if (lane.begin() > begin + dmEditTolerance && lane.count() > 0)
-                        dmRefuse(
-                            "Track %d begins later than others: its shots would come to lie in front of its begin.",
-                            place.track + 1);
-                    _imp->close(place, lane.begin(), in);
-                });
+            forEachLayer(_imp->draft.value,
+                         [&](const DmLayerPlace& place)
+                         {
+                             _imp->progress(double(done++) / all);
+                             DmLane lane = _imp->lane(place);
+                             _imp->close(place, std::max(out, lane.begin()), dmNoTime / 2);
+                             if (by <= 0.0 || lane.count() == 0)
+                                 return;
+                             lane.beginBy(begin);
+                             _imp->close(place, begin, in);
+                         });
             const auto all_ = [](int) { return true; };
             _imp->shiftMarks(end, -std::max(0.0, end - out), all_);
             _imp->shiftMarks(in, -by, all_);
@@ -191,6 +193,10 @@ DmStatus DmEdit::concatenate(const DmTimeline& other)
                     const DmRuns& runs = track.layers[l].runs;
                     if (runs.count() == 0)
                         continue;
+                    DmLane(theirs, {int(t), int(l)}).closeEnds(0);
+                    lane.closeEnds(0);
+                    if (lane.count() == 0)
+                        lane.beginBy(begin);
                     lane.fillTo(runs.at(0).recIn() + shift);
                     std::vector<DmRuns::Node> nodes;
                     if (lane.count() > 0)
@@ -224,9 +230,7 @@ DmStatus DmEdit::stack(const DmTimeline& other)
             if (dmModeOrDefault(dmFcmFromText(theirs.value.bare->getFCM())) != _imp->draft.fcm)
                 dmRefuse("The other timeline is of another mode; conform it first.");
             const DmTimelineValue before = _imp->draft.value;
-            const double begin = extent(_imp->draft).first;
-            const double theirBegin = extent(theirs).first;
-            const double shift = dmIsTime(begin) && dmIsTime(theirBegin) ? begin - theirBegin : 0.0;
+            const double shift = extent(_imp->draft).first - extent(theirs).first;
             std::size_t done = 0;
             for (const DmTimelineValue::Track& track : theirs.value.tracks)
             {
@@ -293,20 +297,31 @@ DmStatus DmEdit::flatten()
                          });
             if (pictures.size() < 2)
                 return;
+            double begin = dmNoTime;
+            for (const DmLayerPlace& place : pictures)
+                if (_imp->lane(place).count() > 0)
+                    begin = std::min(begin, _imp->lane(place).begin());
+            if (!dmIsTime(begin))
+                begin = _imp->lane(pictures.front()).begin();
             DmLane base = _imp->lane(pictures.front());
+            base.beginBy(begin);
             // A muted segment plays nothing.
             for (int i = 0; i < base.count(); ++i)
                 if (base.segment(i) && !base.isGap(i) && base.segment(i)->getMuted())
+                {
+                    base.needWhole(i);
                     base.put(i, i + 1, {base.makeGap(base.in(i), base.length(i))}, 0.0);
+                }
             for (std::size_t p = 1; p < pictures.size(); ++p)
             {
                 _imp->progress(double(p) / double(pictures.size()));
                 DmLane upper = _imp->lane(pictures[p]);
                 const auto covers = [&](int i)
                 { return upper.segment(i) && !upper.isGap(i) && !upper.segment(i)->getMuted(); };
+                upper.closeEnds(0);
                 // A transition to what covers nothing is the upper layer's own: it becomes a cut.
-                for (int i = 1; i + 1 < upper.count(); i += 2)
-                    if (upper.length(i) > dmEditTolerance && covers(i - 1) != covers(i + 1))
+                for (int i = 1; i + 1 < upper.count(); ++i)
+                    if (upper.transition(i) && upper.length(i) > dmEditTolerance && covers(i - 1) != covers(i + 1))
                         upper.cutTransition(i, covers(i - 1) ? upper.out(i) : upper.in(i));
                 for (int i = 0; i < upper.count();)
                 {
@@ -315,9 +330,10 @@ DmStatus DmEdit::flatten()
                         ++i;
                         continue;
                     }
+                    upper.needWhole(i);
                     int last = i;
                     while (last + 2 < upper.count() && covers(last + 2))
-                        last += 2;
+                        upper.needWhole(last += 2);
                     std::vector<DmRuns::Node> nodes;
                     for (int k = i; k <= last; ++k)
                     {

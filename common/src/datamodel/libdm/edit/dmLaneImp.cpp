@@ -6,7 +6,7 @@
 #include "dmStoredLabel.h"
 #include "dmTrxEffectNode.h"
 #include "dmUtf8.h"
-#include "tuTimeUnit.h"
+#include "tuLabel.h"
 
 #include <sys/random.h>
 
@@ -81,13 +81,12 @@ void DmEditDraft::reidentify(DmSegmentNode& segment)
 
 std::string DmEditDraft::label(double time) const
 {
-    char text[DM::TimeUnit::labelSize + 16];
     if (!dmIsTime(time))
         return "no time";
-    if (fcm == DM::FCM_NOT_DEFINED)
-        std::snprintf(text, sizeof text, "frame %g", time);
-    else
-        DM::TimeUnit(time + value.labelShift()).toTimeCode(text, sizeof text, fcm);
+    if (fcm != DM::FCM_NOT_DEFINED)
+        return DM::TimeLabel::text(DM::TimeUnit(time + value.labelShift()), fcm);
+    char text[40];
+    std::snprintf(text, sizeof text, "frame %g", time);
     return text;
 }
 
@@ -293,9 +292,10 @@ void DmLane::attachedFollows(int index, double by)
         return;
     const CoSharedPtr<DmTransitionNode> copy = own<DmTransitionNode>(index);
     DmSourceNode& attached = *dmOwnAttached(*copy);
-    const DmPlayed played(attached, _draft.fcm);
-    if (played.motion() == DmPlayed::Motion::Constant)
-        static_cast<void>(attached.setRelIn(std::max(0.0, attached.getRelIn() + by * played.speed() * played.rate())));
+    DmSegmentChange goesOn(attached, _draft.fcm, {});
+    if (DmPlayed(attached, _draft.fcm).motion() == DmPlayed::Motion::Constant)
+        goesOn.slip(by, false);
+    goesOn.settle({});
     static_cast<void>(attached.setRecLength(std::min(attached.getRecLength(), copy->getRecLength())));
     put(index, index + 1, {copy}, 0.0);
 }
@@ -377,6 +377,22 @@ void DmLane::fillTo(double time)
         nodes.push_back(makeCut(from));
     nodes.push_back(makeGap(from, time - from));
     put(count(), count(), nodes, 0.0);
+}
+
+void DmLane::beginBy(double time)
+{
+    if (count() > 0 ? begin() <= time + dmEditTolerance : begin() == time)
+        return;
+    const CoSharedPtr<DmLayerNode> bare = dmEditCopy(*layer().bare);
+    static_cast<void>(bare->setLayerStartTC(time));
+    bare->freeze();
+    layer().bare = bare;
+    if (count() == 0)
+        return;
+    closeEnds(0);
+    needWhole(0);
+    put(0, 0, {makeGap(time, in(0) - time), makeCut(in(0))}, 0.0);
+    tidy(0);
 }
 
 int DmLane::seamAt(double time)

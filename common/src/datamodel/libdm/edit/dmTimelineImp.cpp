@@ -181,10 +181,16 @@ double dmRecOut(const DmRuns::Element& element)
 double DmTimelineValue::labelShift() const
 {
     double least = dmNoTime;
+    double leastEmpty = dmNoTime;
     for (const Track& track : tracks)
         for (const Layer& layer : track.layers)
-            if (layer.bare && layer.runs.count() > 0)
-                least = std::min(least, layer.bare->getLayerStartTC());
+            if (layer.bare)
+            {
+                double& start = layer.runs.count() > 0 ? least : leastEmpty;
+                start = std::min(start, layer.bare->getLayerStartTC());
+            }
+    // An edit that took all elements out changes no label.
+    least = least < dmNoTime ? least : leastEmpty;
     const double start = bare->getStartTC();
     const bool isAbsolute = least < dmNoTime && std::abs(least - start) < std::abs(least);
     return isAbsolute ? 0.0 : start;

@@ -133,6 +133,8 @@ public:
     /// Takes plain gaps of no length between cuts out, and makes plain gaps beside each other one, around a position.
     void tidy(int around);
     void fillTo(double time);
+    /// A layer that begins later than others begins with them instead, with a gap; an empty one begins at the time.
+    void beginBy(double time);
     /// Each of them, at the time of the seam in front of it or at an end, has half a frame or more.
     void needLength(const DmSegmentNode& segment) const;
 
