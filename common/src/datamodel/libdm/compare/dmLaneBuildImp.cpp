@@ -14,6 +14,7 @@
 #include "dmTimelineImp.h"
 #include "dmUtf8.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace dmCompare
@@ -44,13 +45,28 @@ std::string textOf(const std::vector<const DmTreeNode*>& elements)
     for (const DmTreeNode* const node : elements)
     {
         json::Document value;
-        if (!node || !elementOf(*node, value))
+        if (!node || !elementAtZero(*node, value))
             return {};
         for (const char* const time : {"recIn", "recLength"})
             membersOf(value)->RemoveMember(time);
         text += dmCompare::textOf(value);
     }
     return text;
+}
+
+/// The source that is attached to a transition goes on from where the shot in front plays to now.
+void goOn(DmTransitionNode& transition, const Shot& was, const Shot& now, DM::FrameCodeModes fcm)
+{
+    DmSourceNode* const attached = dmOwnAttached(transition);
+    const auto isPlain = [](const Shot& shot) { return shot.plays() && !shot.isKeyed && shot.speed > 0.0; };
+    if (!attached || !isPlain(was) || !isPlain(now) || agree(was.medium, now.medium) == Agreement::No)
+        return;
+    const double by = (now.srcOut - was.srcOut) / (was.rate * was.speed);
+    if (isNothing(by))
+        return;
+    DmSegmentChange change(*attached, fcm, {});
+    change.slip(by, false);
+    change.settle({});
 }
 
 } // namespace
@@ -72,6 +88,17 @@ LaneMerge::Joint LaneMerge::jointOf(const Cut& cut, const Seams& seams, int left
     return {};
 }
 
+bool LaneMerge::isTrimTold(const Piece& behind) const
+{
+    const int shot = _sides.favoured == 0 ? behind.ours : behind.theirs;
+    return shot >= 0 &&
+           std::ranges::any_of(_conflicts,
+                               [&](const DmMergeConflict& each) {
+                                   return each.what == bothTrimmed &&
+                                          each.record == _sides.side(_sides.favoured).shot(shot).node->getRecIn();
+                               });
+}
+
 LaneMerge::Joint LaneMerge::chooseJoint(const Piece* left, const Piece* right)
 {
     const auto in = [&](const Cut& cut, const Seams& seams, int Piece::*which, Joint& joint)
@@ -91,35 +118,48 @@ LaneMerge::Joint LaneMerge::chooseJoint(const Piece* left, const Piece* right)
     in(_base, _seams, &Piece::base, base);
     const bool inOurs = in(_ours.cut(), _ours.seams(), &Piece::ours, ours);
     const bool inTheirs = in(_theirs.cut(), _theirs.seams(), &Piece::theirs, theirs);
+    theirs.side = 1;
     const bool isRefused = _refused.contains(right ? right->seam : left->seam + 1);
     if (!inTheirs || (inOurs && isRefused && _sides.favoured == 0))
         return ours;
     if (!inOurs || (isRefused && _sides.favoured == 1))
         return theirs;
-    const auto same = [](const Joint& a, const Joint& b)
+    const auto same = [](const Joint& a, const Joint& b, bool isLoose)
     {
         if (!a.node || !b.node)
             return a.node == b.node;
         json::Document one;
         json::Document other;
-        const bool read = elementOf(*a.node, one) && elementOf(*b.node, other);
+        const bool read = elementAtZero(*a.node, one) && elementAtZero(*b.node, other);
         for (json::Document* const each : {&one, &other})
-            if (Value* const members = read ? membersOf(*each) : nullptr)
-                members->RemoveMember("recIn");
+            if (Value* const members = read && isLoose ? membersOf(*each) : nullptr)
+                members->RemoveMember("baseBlob");
         return read && isNothing(a.before - b.before) && isNothing(a.behind - b.behind) && isSame(one, other);
     };
-    if (same(ours, theirs) || same(base, theirs))
-        return ours;
-    if (same(base, ours))
-        return theirs;
+    // What is attached follows the shot in front, whatever the sides made of it.
+    for (const bool isLoose : {false, true})
+    {
+        if (same(ours, theirs, isLoose) || same(base, theirs, isLoose))
+            return ours;
+        if (same(base, ours, isLoose))
+            return theirs;
+    }
+    const Joint& favoured = _sides.favoured == 1 ? theirs : ours;
+    const auto isLong = [](const Joint& joint) { return joint.node ? joint.node->getRecLength() : 0.0; };
+    if (isNothing(isLong(ours) - isLong(theirs)) && right && isTrimTold(*right))
+        return favoured; // it goes with the cut that it is on
     DmMergeConflict& found =
         _sides.addConflict(_conflicts, 0, right ? right->ours : left->ours, "both changed the transition");
-    const auto shown = [](const Joint& joint) {
-        return joint.node ? std::to_string(std::llround(joint.node->getRecLength())) + " frames" : std::string("a cut");
+    const auto shown = [](const Joint& joint)
+    {
+        const auto frames = [](double count) { return std::to_string(std::llround(count)); };
+        return joint.node ? frames(joint.node->getRecLength()) + " frames, " + frames(joint.before) +
+                                " of them in front of the cut"
+                          : std::string("a cut");
     };
     found.ours = shown(ours);
     found.theirs = shown(theirs);
-    return _sides.favoured == 1 ? theirs : ours;
+    return favoured;
 }
 
 /// What the shot has beside its times, keys standing as they did in the old cut.
@@ -286,8 +326,8 @@ std::vector<CoSharedPtr<DmPropertySet>> LaneMerge::mergeFillers(const std::vecto
     for (std::size_t i = 0; i < ours.size(); ++i)
     {
         json::Document values[3];
-        if ((isBase && !elementOf(*(*base)[i], values[0])) || !elementOf(*ours[i], values[1]) ||
-            !elementOf(*theirs[i], values[2]))
+        if ((isBase && !elementAtZero(*(*base)[i], values[0])) || !elementAtZero(*ours[i], values[1]) ||
+            !elementAtZero(*theirs[i], values[2]))
             return {};
         Conflicts found;
         json::Document result;
@@ -392,15 +432,18 @@ CoSharedPtr<DmLayerNode> LaneMerge::build(int laneAt, const std::vector<Piece>& 
         backs[i] = chooseJoint(&pieces[i], meets(i + 1) ? &pieces[i + 1] : nullptr);
     }
     DmLayerBuilder builder(own.layer->getLayerNum(), own.layer->getMediaType(), own.layer->getLayerStartTC());
-    const auto placeJoint = [&](const Joint& joint, double seam)
+    const auto placeJoint = [&](const Joint& joint, double seam, const Piece* left, const DmSegmentNode* shot)
     {
         const CoSharedPtr<DmPropertySet> copy = copyOf(*joint.node);
         auto* const transition = dynamic_cast<DmTransitionNode*>(copy.get());
         if (!transition || transition->setRecLength(joint.before + joint.behind) != DM_NO_ERROR)
             return false;
         dmStandAt(*transition, seam - joint.before + toRecord);
+        if (const int was = !left ? -1 : joint.side == 0 ? left->ours : left->theirs; was >= 0 && shot)
+            goOn(*transition, _sides.side(joint.side).shot(was), shotOf(*shot, _base.fcm()), _base.fcm());
         return builder.place(CoSharedPtr<DmTreeNode>(transition)) == DM_NO_ERROR;
     };
+    CoSharedPtr<DmSegmentNode> shot;
     for (std::size_t i = 0; i < pieces.size(); ++i)
     {
         const Piece& piece = pieces[i];
@@ -414,15 +457,15 @@ CoSharedPtr<DmLayerNode> LaneMerge::build(int laneAt, const std::vector<Piece>& 
                                                             in + toRecord, out + toRecord))
                 return {};
         }
-        if (fronts[i].node && !placeJoint(fronts[i], piece.in))
+        if (fronts[i].node && !placeJoint(fronts[i], piece.in, isJoined ? &pieces[i - 1] : nullptr, shot.get()))
             return {};
-        const CoSharedPtr<DmSegmentNode> shot = makeShot(piece, fronts[i], backs[i]);
+        shot = makeShot(piece, fronts[i], backs[i]);
         if (!shot)
             return {};
         dmStandAt(*shot, piece.in + fronts[i].behind + toRecord);
         if (builder.place(CoSharedPtr<DmTreeNode>(shot.get())) != DM_NO_ERROR)
             return {};
-        if (backs[i].node && !meets(i + 1) && !placeJoint(backs[i], piece.out))
+        if (backs[i].node && !meets(i + 1) && !placeJoint(backs[i], piece.out, &piece, shot.get()))
             return {};
     }
     // A gap at the end is as long as it was.

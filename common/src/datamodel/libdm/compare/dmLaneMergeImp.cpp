@@ -1,6 +1,7 @@
 #include "dmLaneMergeImp.h"
 
 #include "dmLayerBuilder.h"
+#include "dmTimelineImp.h"
 
 #include <algorithm>
 #include <cmath>
@@ -38,25 +39,35 @@ LaneMerge::LaneMerge(const Cut& base, const Cut& ours, const Cut& theirs, bool f
     , _conflicts(conflicts)
     , _ours(base, _seams, ours)
     , _theirs(base, _seams, theirs)
-    , _sides{base, _seams, _ours, _theirs, favoursTheirs ? 1 : 0}
+    , _sides{base, _seams, _ours, _theirs, favoursTheirs ? 1 : 0, &_clashes}
 {
+}
+
+bool LaneMerge::isMerged(std::size_t lane) const
+{
+    const int ours = _ours.lanes()[lane];
+    const int theirs = _theirs.lanes()[lane];
+    return ours >= 0 && theirs >= 0 && !hasOthers(_base.lanes()[lane]) &&
+           !hasOthers(_ours.cut().lanes()[std::size_t(ours)]) && !hasOthers(_theirs.cut().lanes()[std::size_t(theirs)]);
 }
 
 std::vector<LaneMerge::Merged> LaneMerge::run()
 {
     const bool anyCrosses = _ours.crossesLanes() || _theirs.crossesLanes();
     std::vector<Merged> all;
+    // Cuts that both trimmed are told of every lane before one is built.
+    for (std::size_t lane = 0; lane < _base.lanes().size(); ++lane)
+        if (Conflicts untold; isMerged(lane))
+            static_cast<void>(LanePlan(_sides, int(lane), {}, untold));
     for (std::size_t lane = 0; lane < _base.lanes().size(); ++lane)
     {
+        if (!isMerged(lane))
+            continue;
         const int ours = _ours.lanes()[lane];
         const int theirs = _theirs.lanes()[lane];
-        if (ours < 0 || theirs < 0)
-            continue;
         const Lane& b = _base.lanes()[lane];
         const Lane& o = _ours.cut().lanes()[std::size_t(ours)];
         const Lane& t = _theirs.cut().lanes()[std::size_t(theirs)];
-        if (hasOthers(b) || hasOthers(o) || hasOthers(t))
-            continue;
         const bool isOurs = sameLane(b, t) || sameLane(o, t);
         const bool isTheirs = !isOurs && sameLane(b, o);
         const std::size_t before = _conflicts.size();
@@ -108,17 +119,17 @@ std::vector<std::pair<int, CoSharedPtr<DmLayerNode>>> LaneMerge::pushedAlong(boo
         {
             const auto* const segment = node->asSegment();
             const auto* const transition = node->asTransition();
-            if (node->whatIs() == DM_GAP_NODE || node->whatIs() == DM_CUT_NODE)
+            // The builder fills up; a gap that keeps a shot is more than that.
+            if (node->whatIs() == DM_CUT_NODE || (node->whatIs() == DM_GAP_NODE && !node->getBaseBlob()))
                 continue;
             const double in = segment ? segment->getRecIn() : transition->getRecIn();
             by = segment && !builderEndsAt(builder, in + by) ? pushAt(in + toLabel) : by;
             isPushed = isPushed || by != 0.0;
             const CoSharedPtr<DmPropertySet> copy = copyOf(*node);
             auto* const element = static_cast<DmTreeNode*>(copy.get());
-            isGood = isGood && element &&
-                     (segment ? element->asSegment()->setRecIn(in + by) : element->asTransition()->setRecIn(in + by)) ==
-                         DM_NO_ERROR &&
-                     builder.place(CoSharedPtr<DmTreeNode>(element)) == DM_NO_ERROR;
+            if (element)
+                dmStandAt(*element, in + by);
+            isGood = isGood && element && builder.place(CoSharedPtr<DmTreeNode>(element)) == DM_NO_ERROR;
         }
         if (isPushed && isGood)
             all.emplace_back(l, builder.finish());

@@ -148,6 +148,13 @@ double LanePlan::growthOf(int side, int base) const
     return isRefused(side, base) || isRefused(side, base + 1) ? 0.0 : edit(side, base).tail - edit(side, base).head;
 }
 
+/// Whether this is what a cut that both trimmed pulls along on another track.
+bool LanePlan::isOfClash(const double (&events)[2]) const
+{
+    return std::ranges::any_of(*_sides.clashes, [&](const std::pair<double, double>& each)
+                               { return near(each.first, events[0]) && near(each.second, events[1]); });
+}
+
 /// Of two amounts the one that is not nothing.
 double LanePlan::pick(double ours, double theirs, bool& clashes) const
 {
@@ -278,8 +285,7 @@ void LanePlan::placeKept(int i, const double (&events)[2])
     {
         head = heads[favoured];
         lastTail = tails[favoured];
-        DmMergeConflict& found =
-            _sides.addConflict(_conflicts, favoured, edit(favoured, i).at, "both trimmed this cut");
+        DmMergeConflict& found = _sides.addConflict(_conflicts, favoured, edit(favoured, i).at, bothTrimmed);
         const auto cutOf = [&](int s)
         {
             const Side& side = _sides.side(s);
@@ -287,13 +293,26 @@ void LanePlan::placeKept(int i, const double (&events)[2])
         };
         found.ours = cutOf(0);
         found.theirs = cutOf(1);
+        if (found.ours == found.theirs) // a transition holds the cut
+        {
+            const auto longer = [&](int s)
+            {
+                const double by = tails[s] - heads[s];
+                return std::to_string(std::llround(std::abs(by))) + (by < 0.0 ? " frames shorter" : " frames longer");
+            };
+            found.ours = longer(0);
+            found.theirs = longer(1);
+        }
         _pushed += events[favoured];
+        if (!near(events[0], events[1]))
+            _sides.clashes->emplace_back(events[0], events[1]);
     }
     else
     {
         const double* const were = _last >= 0 ? tails : _closedTails;
         const bool sameEdit = near(were[0], were[1]) && near(heads[0], heads[1]) && near(events[0], events[1]);
-        _pushed += sameEdit ? events[0] : events[0] + events[1];
+        const bool isOne = sameEdit || (head == 0.0 && lastTail == 0.0 && isOfClash(events));
+        _pushed += isOne ? events[favoured] : events[0] + events[1];
     }
     if (_last >= 0)
         _pieces[std::size_t(_lastPiece)].out += lastTail;
@@ -488,7 +507,7 @@ void LanePlan::closeTail(int seam)
         const SideEdit& o = edit(0, _last);
         const SideEdit& t = edit(1, _last);
         DmMergeConflict& found =
-            _sides.addConflict(_conflicts, _sides.favoured, edit(_sides.favoured, _last).at, "both trimmed this cut");
+            _sides.addConflict(_conflicts, _sides.favoured, edit(_sides.favoured, _last).at, bothTrimmed);
         found.ours = _sides.ours.cut().label(_sides.ours.out(o.end));
         found.theirs = _sides.theirs.cut().label(_sides.theirs.out(t.end));
     }

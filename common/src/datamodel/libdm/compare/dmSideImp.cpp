@@ -55,7 +55,9 @@ bool isOtherTransition(const DmTransitionNode* before, const DmTransitionNode* n
     if (!now || now == before)
         return false;
     bool differs = !before;
-    const LeftOut times = [](int index) { return index == DmTransitionNode::RecIn; };
+    // The source that may be attached follows the shot in front.
+    const LeftOut times = [](int index)
+    { return index == DmTransitionNode::RecIn || index == DmTransitionNode::BaseBlob; };
     return differs || !compareSets(*before, *now, {}, times, [&](const Difference&) { differs = true; }) || differs;
 }
 
@@ -79,6 +81,15 @@ CoSharedPtr<DmPropertySet> copyOf(const DmPropertySet& set)
 {
     CoSharedPtr<DmPropertySet> copy;
     return dmDeepCopy(set, copy) == DM_NO_ERROR ? copy : CoSharedPtr<DmPropertySet>();
+}
+
+bool elementAtZero(const DmTreeNode& node, json::Document& value)
+{
+    const CoSharedPtr<DmPropertySet> copy = copyOf(node);
+    if (!copy)
+        return false;
+    dmStandAt(static_cast<DmTreeNode&>(*copy), 0.0);
+    return elementOf(*copy, value);
 }
 
 void valueOfShot(const Shot& shot, double head, json::Document& value)

@@ -38,9 +38,12 @@ private:
         const DmTransitionNode* node = nullptr;
         double before = 0.0;
         double behind = 0.0;
+        int side = 0; ///< that it is of: 0 ours, 1 theirs
     };
 
     CoSharedPtr<DmLayerNode> mergeLane(int lane);
+    /// Whether a lane of the old cut is one of both sides, and none of the three holds what is no part of a cut.
+    bool isMerged(std::size_t lane) const;
     bool refuse(const Piece& piece);
     void tellRefused(const Lane& lane);
 
@@ -48,6 +51,8 @@ private:
     static Joint jointOf(const Cut& cut, const Seams& seams, int left, int right);
     /// Null for a piece that is not there: what a shot has towards a gap, or an end.
     Joint chooseJoint(const Piece* left, const Piece* right);
+    /// Whether it is told that both trimmed the cut in front of a piece.
+    bool isTrimTold(const Piece& behind) const;
     /// Gaps and cuts between two pieces as they stand in the side that changed them, at their times; null pieces are
     /// the ends. False where they are of no use.
     bool placeFillers(DmLayerBuilder& builder, int lane, const Piece* left, const Piece* right, double in, double out);
@@ -64,6 +69,7 @@ private:
     Conflicts& _conflicts;
     Side _ours;
     Side _theirs;
+    std::vector<std::pair<double, double>> _clashes;
     MergeSides _sides;
     std::set<int> _refused;                 ///< in the lane at hand: seams at which what the other side did is left out
     std::vector<LanePlan::Push> _pushes[2]; ///< of ours by theirs, and of theirs by ours

@@ -14,6 +14,8 @@
 namespace dmCompare
 {
 
+inline constexpr const char* bothTrimmed = "both trimmed this cut";
+
 /// A shot of the merged layer, between its seams.
 struct Piece
 {
@@ -41,6 +43,9 @@ struct MergeSides
     const Side& ours;
     const Side& theirs;
     int favoured; ///< 0: ours, 1: theirs
+    /// How far ours and theirs pushed what is behind a cut that both trimmed: one of them is left out, on the tracks in
+    /// sync too.
+    std::vector<std::pair<double, double>>* clashes;
 
     const Side& side(int number) const { return number == 0 ? ours : theirs; }
     DmMergeConflict& addConflict(std::vector<DmMergeConflict>& conflicts, int number, int shot, const char* what) const;
@@ -106,6 +111,7 @@ private:
     bool isLike(int side, int base) const;
     double lengthOf(int base) const { return _sides.seams.out[std::size_t(base)] - _sides.seams.in[std::size_t(base)]; }
     double growthOf(int side, int base) const;
+    bool isOfClash(const double (&events)[2]) const;
     bool decideRemoved(int base, double (&dropped)[2]);
     void noteBothMoved(int base);
     void noteMovedFromTransition(int mover, int base);

@@ -87,6 +87,8 @@ private:
 void valueOfShot(const Shot& shot, double head, json::Document& value);
 /// A set as it stands in a document; false for one that cannot.
 bool elementOf(const DmPropertySet& set, json::Document& value);
+/// An element as it would stand at the record time 0, with the source that may be attached to it.
+bool elementAtZero(const DmTreeNode& node, json::Document& value);
 CoSharedPtr<DmPropertySet> copyOf(const DmPropertySet& set);
 
 } // namespace dmCompare
