@@ -1,6 +1,8 @@
 // A patch leads from any document to any other; on a third one it does what it can, and names the rest.
 #include "zrLaws.h"
 
+#include "dmTreeTool.h"
+
 #include <gtest/gtest.h>
 
 namespace
@@ -80,6 +82,19 @@ TEST(Patch, FindsItsShotsInOtherDocuments)
         EXPECT_EQ(report.skipped, row.skipped);
         EXPECT_EQ(report.left.size(), row.left);
     }
+    // On a document that has it already it changes nothing, whatever else plays the same material.
+    const auto both = cut("AAAA|BBBB\naaaa|bbbb");
+    const auto trimmed = cut("AAA|BBBB\naaaa|bbbb", [&](const auto& root) { names(root, 0, L"Alpha"); });
+    DmPatchReport again;
+    CoSharedPtr<DmRoot> unchanged;
+    ASSERT_TRUE(made(*both, *trimmed).apply(*trimmed, unchanged, again).ok());
+    EXPECT_TRUE(again.left.empty());
+    EXPECT_TRUE(DmTreeTool::areEqual(unchanged.get(), trimmed.get()));
+    // A transition goes between the shots that it was put between.
+    const DmPatch dissolve = made(*cut("AAAA|BBBB|CCCC"), *cut("AAA//BBB|CCCC"));
+    ASSERT_TRUE(dissolve.apply(*cut("AAAA|CCCC"), unchanged, again).ok());
+    EXPECT_EQ(zrDrawing::draw(DmTimeline::publish(unchanged)).find('/'), std::string::npos);
+    EXPECT_FALSE(again.left.empty());
     // What is put behind a shot goes behind it there.
     DmPatchReport report;
     CoSharedPtr<DmRoot> result;

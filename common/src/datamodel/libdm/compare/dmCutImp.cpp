@@ -177,6 +177,11 @@ Shot shotOf(const DmSegmentNode& segment, DM::FrameCodeModes fcm)
     const MediumTexts texts = textsOf(segment);
     shot.medium = {hashOfMedium(texts.path, false), hashOfMedium(baseOf(texts.path), false),
                    hashOfMedium(texts.reel, false), hashOfMedium(texts.path, true)};
+    // Picture and sound of one medium are two shots, whatever both are called.
+    if (segment.getMediaType() == DM_MEDIA_AUDIO)
+        for (std::uint64_t* const hash :
+             {&shot.name, &shot.medium.path, &shot.medium.base, &shot.medium.reel, &shot.medium.version})
+            *hash = *hash == 0 ? 0 : mixed(*hash, DM_MEDIA_AUDIO);
     const DmPlayed played(segment, fcm);
     const DmMaterial material = dmMaterialOf(segment, fcm);
     shot.rate = played.rate();

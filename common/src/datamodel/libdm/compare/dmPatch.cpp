@@ -174,6 +174,11 @@ private:
         finish(change, shot);
     }
 
+    static bool holdsShot(const Value& list, json::SizeType first, json::SizeType last)
+    {
+        return std::any_of(list.Begin() + first, list.Begin() + last, isShot);
+    }
+
     /// Elements [first, last) that others take the place of; in a layer, with the shot that they stand behind.
     Value pieceOf(const Value& a, json::SizeType first, json::SizeType last, const Value& b, json::SizeType from,
                   json::SizeType to, const std::string& layer)
@@ -193,6 +198,14 @@ private:
                 {
                     piece.AddMember("behind", shotAt(a[i], pointerTo(layer, i)), _allocator);
                     piece.AddMember("distance", first - i, _allocator);
+                    break;
+                }
+        // A seam is where both of its shots are.
+        if (!layer.empty() && !holdsShot(a, first, last) && !holdsShot(b, from, to))
+            for (json::SizeType i = last; i < a.Size() && i - last < 2; ++i)
+                if (isShot(a[i]))
+                {
+                    piece.AddMember("before", shotAt(a[i], pointerTo(layer, i)), _allocator);
                     break;
                 }
         piece.AddMember("old", copies(a, first, last), _allocator);
@@ -388,6 +401,16 @@ private:
             return leave(piece, path, "there is no such place");
         const Value& was = piece["old"];
         const Value& is = piece["new"];
+        if (const Value* const before = memberOf(&piece, "before"))
+        {
+            const auto isNext = [&](json::SizeType from)
+            {
+                const std::string& place = places[before->GetUint()];
+                return place == pointerTo(path, from) || place == pointerTo(path, from + 1);
+            };
+            if (!isNext(at + was.Size()) && !isNext(at + is.Size()))
+                return leave(piece, pointerTo(path, at), "the shot behind is not there");
+        }
         if (!is.Empty() && standsAt(*list, at, is))
             ++_report.skipped;
         else if (standsAt(*list, at, was))
@@ -454,8 +477,8 @@ std::string faultOf(const Value& patch)
             const Value* const at = memberOf(&piece, "at");
             const Value* const behind = memberOf(&piece, "behind");
             if (!at || !at->IsUint() || !isList(memberOf(&piece, "old")) || !isList(memberOf(&piece, "new")) ||
-                !isNumber(behind, shots->Size()) || !isNumber(memberOf(&piece, "distance"), 1000) ||
-                (behind && !memberOf(&piece, "distance")))
+                !isNumber(behind, shots->Size()) || !isNumber(memberOf(&piece, "before"), shots->Size()) ||
+                !isNumber(memberOf(&piece, "distance"), 1000) || (behind && !memberOf(&piece, "distance")))
                 return place + " has a piece that is none.";
         }
     }
