@@ -59,6 +59,25 @@ TEST(DmtreeDiff, ReadsLikeAChangeList)
     check({{"diff", "--fcm", "25", old, dir.path("old.json")}, 0, ""});
 }
 
+TEST(DmtreeDiff, TellsOfListsOfTwoFormatsWhatIsOfTheCut)
+{
+    const ZrTempDir dir;
+    const std::string old = dir.path("old.edl");
+    std::ofstream(old) << list;
+    std::ofstream(dir.path("new.edl")) << inFront;
+    for (const char* const format : {".xml", ".otio", ".json"})
+    {
+        SCOPED_TRACE(format);
+        const std::string same = dir.path("same") + format;
+        const std::string now = dir.path("new") + format;
+        check({{"convert", "--fcm", "25", old, same}, 0, "", "..."});
+        check({{"convert", "--fcm", "25", dir.path("new.edl"), now}, 0, "", "..."});
+        check({{"diff", "--fcm", "25", old, same, "--stat"}, 0, "the same\n"});
+        check({{"diff", "--fcm", "25", old, now, "--stat"}, 1, "1 added; 3 shifted\n"});
+        check({{"diff", "--fcm", "25", now, old, "--stat"}, 1, "1 removed; 3 shifted\n"});
+    }
+}
+
 TEST(DmtreeDiff, TellsEditsAndNothingElse)
 {
     const ZrTempDir dir;

@@ -2,6 +2,7 @@
 
 #include "dmMatchImp.h"
 
+#include "dmBlobNode.h"
 #include "dmCueMark.h"
 #include "dmUtf8.h"
 
@@ -44,12 +45,58 @@ bool haveLeftovers(const DmTreeNode& a, const DmTreeNode& b)
     return isLeftover(a.getBaseBlob()) && isLeftover(b.getBaseBlob());
 }
 
+namespace
+{
+
+/// "edl" of leftovers of the type "edl 2"; empty for a node without any.
+std::wstring_view formatOf(const DmTreeNode& node)
+{
+    const auto* const blob = dynamic_cast<const DmBlobNode*>(node.getBaseBlob());
+    const std::wstring_view type = blob ? blob->getBlobType().view() : std::wstring_view();
+    return type.substr(0, type.find(L' '));
+}
+
+/// Of a composition that has no leftovers, its first shot speaks.
+const DmTreeNode& speakerOf(const Cut& cut)
+{
+    const bool isMute = formatOf(cut.composition()).empty() && !cut.shots().empty();
+    return isMute ? static_cast<const DmTreeNode&>(*cut.shots().front().node) : cut.composition();
+}
+
+} // namespace
+
+bool areOfOtherFormats(const DmTreeNode& a, const DmTreeNode& b)
+{
+    return formatOf(a) != formatOf(b);
+}
+
+bool areOfOtherFormats(const Cut& a, const Cut& b)
+{
+    return areOfOtherFormats(speakerOf(a), speakerOf(b));
+}
+
+bool isFormatsOwn(const Difference& difference)
+{
+    constexpr std::string_view nothings[] = {"", "0", "Unknown", "unknown", "untitled", "nothing"};
+    for (const std::string_view nothing : nothings)
+        if (difference.was == nothing || difference.became == nothing)
+            return true;
+    const auto label = [](std::string text)
+    {
+        std::ranges::replace_if(
+            text, [](char c) { return c == ';' || c == '+' || c == '#' || c == '.'; }, ':');
+        return text;
+    };
+    return difference.path.ends_with("Str") && label(difference.was) == label(difference.became);
+}
+
 Changes::Changes(const Cut& before, const Cut& after, double tolerance, bool eachShift, std::vector<DmChange>& changes)
     : _before(before)
     , _after(after)
     , _tolerance(std::max(tolerance, leastTime))
     , _eachShift(eachShift)
     , _countsShots(areNumbered(before.shots()) && areNumbered(after.shots()))
+    , _areOfOtherFormats(dmCompare::areOfOtherFormats(before, after))
     , _changes(changes)
 {
     const double old = rateOf(before.fcm());
@@ -157,7 +204,12 @@ void Changes::compare(const DmPropertySet& a, const DmPropertySet& b, const std:
 void Changes::compareAny(const DmPropertySet& a, const DmPropertySet& b, const std::string& path,
                          const std::string& track, const LeftOut& leftOut)
 {
-    compare(a, b, {}, leftOut, [&](const Difference& difference) { tellProperty(path, difference, track); });
+    compare(a, b, {}, leftOut,
+            [&](const Difference& difference)
+            {
+                if (!_areOfOtherFormats || !isFormatsOwn(difference))
+                    tellProperty(path, difference, track);
+            });
 }
 
 void Changes::compareMarks(const DmSetList<DmCueMark>& before, const DmSetList<DmCueMark>& after,

@@ -103,7 +103,11 @@ public:
     {
         const bool collections = holdsCompositions(a) && holdsCompositions(b) && a.whatIs() == b.whatIs();
         const Tell sink = [&](const Difference& difference) { tell(path, difference); };
-        const LeftOut leftOut = [&](int index) { return collections && index == DmCollectionNode::Children; };
+        const LeftOut leftOut = [&](int index)
+        {
+            return (collections && index == DmCollectionNode::Children) ||
+                   (index == DmTreeNode::BaseBlob && haveLeftovers(a, b));
+        };
         if (!compareSets(a, b, {}, leftOut, sink) || ++_depth > limit)
             return false;
         if (!collections)
@@ -253,6 +257,7 @@ DmDiff DmDiff::of(const DmTreeNode* before, const DmTreeNode* after, const DmDif
     if (after)
         findCompositions(*after, {}, above, news);
     bool isSound = true;
+    bool isOfOneFormat = true;
     const bool compositions =
         before && after && before->whatIs() == DM_COMPOSITION_NODE && after->whatIs() == DM_COMPOSITION_NODE;
     if (before && after && !compositions)
@@ -275,6 +280,7 @@ DmDiff DmDiff::of(const DmTreeNode* before, const DmTreeNode* after, const DmDif
                 if (!comparison.keepsShared())
                     return false;
                 isSound = comparison.run() && isSound;
+                isOfOneFormat = isOfOneFormat && !areOfOtherFormats(one, other);
                 return true;
             };
             const bool shares = sharing && old.node == sharing->before && now.node == sharing->after;
@@ -282,10 +288,11 @@ DmDiff DmDiff::of(const DmTreeNode* before, const DmTreeNode* after, const DmDif
                 compare(nullptr, nullptr);
         }
     }
-    // What is no part of a cut (notes that a list's reader kept, ids that it made up) still makes two documents.
+    // What is no part of a cut (notes that a list's reader kept, ids that it made up) still makes two documents; of
+    // lists of two formats they are what makes these two.
     std::string path;
     bool equal = true;
-    if (isSound && diff._changes.empty() && before && after && options.tolerance == 0.0)
+    if (isSound && diff._changes.empty() && before && after && isOfOneFormat && options.tolerance == 0.0)
     {
         isSound = dmDeepEqual(*before, *after, equal, &path) == DM_NO_ERROR;
         if (isSound && !equal)

@@ -209,8 +209,11 @@ void ShotCompare::compareRest(const Shot& a, const Shot& b)
     const std::string track = _changes.after().laneOf(b).name;
     if (a.node->getPSetName() != b.node->getPSetName())
         return;
+    const bool otherFormats = areOfOtherFormats(*a.node, *b.node);
     const Tell sink = [&](const Difference& difference)
     {
+        if (otherFormats && isFormatsOwn(difference))
+            return;
         DmChange& change = _changes.tellOne(Kind::Property, a, &b, 0.0);
         change.property = difference.path;
         change.was = difference.was;

@@ -21,6 +21,12 @@ std::string framesText(double frames);
 std::string childPath(const std::string& above, int position);
 /// Whether the blobs of two nodes, where there are such, are what a list's reader kept for its writer.
 bool haveLeftovers(const DmTreeNode& a, const DmTreeNode& b);
+/// Whether two nodes come from lists of different formats, or only one of them from a list.
+bool areOfOtherFormats(const DmTreeNode& a, const DmTreeNode& b);
+bool areOfOtherFormats(const Cut& a, const Cut& b);
+/// Of such nodes: whether a difference is that one format does not say what the other one does, or writes a label its
+/// own way, which nobody changed.
+bool isFormatsOwn(const Difference& difference);
 
 /// What a pair of shots says about what each plays: by how much its edges moved over the material, in record frames,
 /// transitions not considered.
@@ -43,6 +49,7 @@ public:
     bool isNothing(double frames) const;
     /// Whether the ids of both cuts are their shots' numbers.
     bool countsShots() const { return _countsShots; }
+    bool areOfOtherFormats() const { return _areOfOtherFormats; }
     Edges edgesOf(const Shot& a, const Shot& b) const;
 
     DmChange& tell(Kind kind);
@@ -52,7 +59,7 @@ public:
     void tellShift(const Shot& shot, const Shot& now, double frames, int count);
     void tellProperty(const std::string& path, const Difference& difference, const std::string& track);
 
-    /// All differences of two sets, told as properties of what stands at `path`.
+    /// All differences of two sets, told as properties of what stands at `path`; those of formats aside.
     void compareAny(const DmPropertySet& a, const DmPropertySet& b, const std::string& path, const std::string& track,
                     const LeftOut& leftOut);
     /// Whether the sets could be gone through.
@@ -79,6 +86,7 @@ private:
     bool _eachShift;
     double _toOld = 1.0;
     bool _countsShots;
+    bool _areOfOtherFormats;
     std::vector<DmChange>& _changes;
     std::unordered_set<long long> _explained;
     bool _isSound = true;
