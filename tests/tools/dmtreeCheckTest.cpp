@@ -24,7 +24,9 @@ TEST(DmtreeCheckRules, ThePageIsWhatTheRulesSay)
         {{"check", "--explain", "DM112"}, 0, "## DM112 hole\n\n...Why...Example...Mending..."},
         {{"check", "--explain", "hole"}, 0, "## DM112 hole\n..."},
         {{"check", "--explain", "DM607"}, 0, "## DM607\n..."},
-        {{"check", "--explain", "DM999"}, 2, "", "...no rule \"DM999\"..."},
+        {{"check", "--explain", "times"}, 0, "DM201  ...\nDM202  ..."},
+        {{"check", "--explain", "DM30"}, 0, "DM301  flash-frame  ..."},
+        {{"check", "--explain", "DM999"}, 2, "", "...no group \"DM999\"..."},
         {{"check", "--select", "cuts", commercial}, 2, "", "...\"cuts\"..."},
     };
     for (const CommandCase& row : cases)

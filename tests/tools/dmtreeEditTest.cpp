@@ -120,6 +120,22 @@ TEST(DmtreeEdit, RefusesWithTheReasonAndWritesNothing)
     EXPECT_FALSE(std::ifstream(out).good());
 }
 
+TEST(DmtreeEdit, ReadsListsInTheModeThatIsNamed)
+{
+    const ZrTempDir dir;
+    const std::string in = dir.path("in.edl");
+    std::ofstream(in) << "TITLE: Promo\nFCM: NON-DROP FRAME\n"
+                         "001  A001 V     C        01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n";
+    const std::string out = dir.path("out.json");
+    check({{"edit", "--fcm", "25", in, "-o", out, "append", in, "conform", "50", "clock"}, 0});
+    EXPECT_NE(dumped(out).find("\"50 fps\" from 10:00:00:00 length 00:00:08:00"), std::string::npos) << dumped(out);
+    // Labels mean what they meant when nothing is left.
+    check({{"edit", "--fcm", "25", in, "-o", out, "extract", "V1@10:00:00:00", "10:00:04:00", "insert",
+            "V1@10:00:00:00", "black:10"},
+           0});
+    EXPECT_NE(dumped(out).find("\"black\" 10:00:00:00 - 10:00:00:10"), std::string::npos) << dumped(out);
+}
+
 TEST(DmtreeEdit, AsksOfEachOperationByItself)
 {
     check({{"edit", soda, "--can", "--no-sync", "roll", "V1@10:00:03:20", "5", "roll", "V1@10:00:03:20", "500", "slip",

@@ -304,7 +304,7 @@ int checkAll(const Options& options)
     {
         const std::string text = dmtree::explain(rules, options.explain);
         if (text.empty())
-            throw std::runtime_error("there is no rule \"" + options.explain + '"');
+            throw std::runtime_error("there is no rule and no group \"" + options.explain + '"');
         std::cout << text;
         return dmtree::Fine;
     }
@@ -350,7 +350,9 @@ void dmtree::addCheck(CLI::App& app, Run& run)
     { command->add_option(name, to, help)->type_name("RULE")->delimiter(',')->allow_extra_args(false); };
     words("--select", options->rules.select, "Only these rules: by code, begin of a code, name or group, or all");
     words("--ignore", options->rules.ignore, "None of these rules");
-    command->add_option("--explain", options->explain, "Say what a rule finds, why, and how to mend it")
+    command
+        ->add_option("--explain", options->explain,
+                     "Say what a rule finds, why, and how to mend it; of a group, which rules it has")
         ->type_name("RULE");
     command->add_option("--handles", options->rules.handles, "Ask for N frames of material beside each shot")
         ->type_name("N")

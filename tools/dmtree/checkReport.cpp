@@ -1,5 +1,6 @@
 #include "checkReport.h"
 
+#include "columns.h"
 #include "documents.h"
 #include "jsonLine.h"
 
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <sstream>
 #include <string_view>
 #include <utility>
 
@@ -414,6 +416,17 @@ std::string explain(const DmFindings& findings, const std::string& word)
     for (const DmRule* const rule : findings.rules())
         if (word == "all" || word == rule->code || word == rule->name)
             text += (text.empty() ? "" : "\n") + dmRulePage(*rule);
+    if (!text.empty())
+        return text;
+    std::vector<Row> rows;
+    for (const DmRule* const rule : findings.rules())
+        if (word == dmFindingGroup(rule->code) ||
+            (word == std::string(rule->code).substr(0, word.size()) && word.starts_with("DM")))
+            rows.push_back(
+                {rule->code, rule->name, std::string(rule->line) + (rule->isOn ? "" : " (only when selected)")});
+    std::ostringstream table;
+    printColumns(table, rows);
+    text = table.str();
     if (const DmFindingCode* const code = text.empty() ? dmFindingCode(word) : nullptr)
         text = std::string("## ") + code->code + "\n\nFinds " + code->text + ", of the group " +
                dmFindingGroup(code->code) + ".\n";

@@ -172,4 +172,18 @@ void saveDocument(const DmRoot& root, const std::string& path, DmTreeJsonBuilder
     std::cout << text;
 }
 
+void saveAsNamed(const DmRoot& root, const std::string& path, const std::string& name, DM::FrameCodeModes fcm)
+{
+    const auto format = interchange::formatOfPath(interchange::formatOfPath(path) ? path : name);
+    if (!format || format->name() == "json" || path == "-")
+        return saveDocument(root, path, DmTreeJsonBuilder::Layout::Environment);
+    interchange::Options writing;
+    writing.format = std::string(format->name());
+    writing.fcm = fcm;
+    const interchange::Writing written = interchange::writeFile(root, path, writing);
+    std::cerr << dmFindingsText(path, written.findings);
+    if (!written.done)
+        throw std::runtime_error(path + ": not written");
+}
+
 } // namespace dmtree

@@ -56,4 +56,9 @@ void addLenient(CLI::App& command, bool& lenient);
 /// Replaces the file as a whole or not at all; the file may be the one that was read. Throws, naming the file.
 void saveDocument(const DmRoot& root, const std::string& path, DmTreeJsonBuilder::Layout layout);
 
+/// As saveDocument; a cut list where the path's extension, or else the name's, is of one: what that leaves out goes to
+/// standard error.
+void saveAsNamed(const DmRoot& root, const std::string& path, const std::string& name = {},
+                 DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED);
+
 } // namespace dmtree

@@ -1,6 +1,7 @@
 // dmtree edit: a cut room's operations on a timeline, from the command line or a script.
 #include "dmtree.h"
 #include "documents.h"
+#include "modes.h"
 #include "textFile.h"
 
 #include "CoNumber.h"
@@ -39,6 +40,7 @@ struct Options
     std::string script;
     std::vector<std::string> words;
     int composition = 1;
+    std::string fcm;
     bool lenient = false;
     bool dryRun = false;
     bool ask = false;
@@ -47,6 +49,13 @@ struct Options
     bool unsynced = false;
     bool shorten = false;
     std::string unlockedTracks;
+
+    interchange::Options reading() const
+    {
+        interchange::Options options;
+        options.fcm = dmtree::modeOf(fcm);
+        return options;
+    }
 };
 
 using Words = std::vector<std::string>;
@@ -244,7 +253,7 @@ DmString wide(const std::string& text)
 
 DmTimeline openOther(const Room& room, const std::string& path)
 {
-    CoSharedPtr<DmTreeNode> other = dmtree::requireDocument(path, room.options().lenient);
+    CoSharedPtr<DmTreeNode> other = dmtree::requireDocument(path, room.options().lenient, room.options().reading());
     DmStatus status;
     DmTimeline timeline = DmTimeline::takeOver(std::move(other), 0, &status);
     if (!timeline)
@@ -417,15 +426,14 @@ const Operation operations[] = {
          return r.edit().relink({{}, {}, {}, {}, wide(w[0]), wide(w[1])});
      }},
     {"redact", 0, 0, "", "redact", [](const Room& r, const Words&) { return r.edit().redact(); }},
-    {"conform", 1, 2, "MODE [labels|clock]", "conform '25 fps' clock",
+    {"conform", 1, 2, "MODE [labels|clock]", "conform 25 clock",
      [](const Room& r, const Words& w)
      {
-         const DM::FrameCodeModes fcm = DM::FcmUtil::getFCMFromString(w[0].c_str(), false);
-         if (fcm == DM::FCM_NOT_DEFINED)
-             throw std::runtime_error(w[0] + ": no frame-code mode");
+         if (const std::string wrong = dmtree::checkMode(w[0]); !wrong.empty())
+             throw std::runtime_error(wrong);
          if (w.size() > 1 && w[1] != "labels" && w[1] != "clock")
              throw std::runtime_error(w[1] + ": neither labels nor clock");
-         return r.edit().conform(fcm,
+         return r.edit().conform(dmtree::modeOf(w[0]),
                                  w.size() > 1 && w[1] == "clock" ? DmEdit::Conform::Clock : DmEdit::Conform::Labels);
      }},
 };
@@ -561,7 +569,7 @@ int edit(const Options& given)
     if (options.out.empty() && !options.dryRun && !options.ask)
         throw std::runtime_error("name what to write with -o, or only try with --dry-run or --can");
 
-    CoSharedPtr<DmTreeNode> root = dmtree::requireDocument(options.in, options.lenient);
+    CoSharedPtr<DmTreeNode> root = dmtree::requireDocument(options.in, options.lenient, options.reading());
     DmStatus status;
     DmTimeline start = DmTimeline::takeOver(std::move(root), options.composition - 1, &status);
     if (!start)
@@ -657,6 +665,8 @@ void dmtree::addEdit(CLI::App& app, Run& run)
                       "Keys move with the picture when a segment is slipped");
     command->add_flag("--keep-frames", options->edit.keepFrames, "Another speed changes the length");
     command->add_flag("--ripple", options->edit.ripple, "And pulls what is behind along");
+    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + std::string(modeHelp))
+        ->check(CLI::Validator(checkMode, "MODE"));
     addLenient(*command, options->lenient);
     command->footer(
         "A place is TRACK[.LAYER]@LABEL: the track by its name, or by V or A and its number; the layer from 1 on, by\n"

@@ -45,22 +45,6 @@ CoSharedPtr<DmRoot> open(const std::string& path, const Options& options)
     return dmtree::requireDocument(path, options.lenient, reading, options.name);
 }
 
-/// A document, or a list of the format that the name tells.
-void save(const DmRoot& root, const Options& options)
-{
-    const std::string& named = interchange::formatOfPath(options.output) ? options.output : options.name;
-    const auto format = interchange::formatOfPath(named);
-    if (!format || format->name() == "json" || options.output == "-")
-        return dmtree::saveDocument(root, options.output, DmTreeJsonBuilder::Layout::Environment);
-    interchange::Options writing;
-    writing.format = std::string(format->name());
-    writing.fcm = dmtree::modeOf(options.fcm);
-    const interchange::Writing written = interchange::writeFile(root, options.output, writing);
-    std::cerr << dmFindingsText(options.output, written.findings);
-    if (!written.done)
-        throw std::runtime_error(options.output + ": not written");
-}
-
 int merge(const Options& options)
 {
     CoSharedPtr<DmRoot> base;
@@ -78,7 +62,7 @@ int merge(const Options& options)
         std::cerr << "note: " << note << '\n';
     for (const DmMergeConflict& conflict : merge.conflicts())
         std::cerr << "conflict: " << conflict.text() << '\n';
-    save(*merge.result(), options);
+    dmtree::saveAsNamed(*merge.result(), options.output, options.name, dmtree::modeOf(options.fcm));
     return merge.conflicts().empty() ? dmtree::Fine : dmtree::Finding;
 }
 

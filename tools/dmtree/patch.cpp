@@ -1,6 +1,7 @@
 // dmtree patch: puts a difference on a document.
 #include "dmtree.h"
 #include "documents.h"
+#include "modes.h"
 #include "textFile.h"
 
 #include "dmPatch.h"
@@ -22,6 +23,7 @@ struct Options
     std::string document;
     std::string patch;
     std::string output = "-";
+    std::string fcm;
     bool lenient = false;
 };
 
@@ -36,7 +38,9 @@ DmPatch readPatch(const std::string& path)
 
 int patchDocument(const Options& options)
 {
-    const CoSharedPtr<DmRoot> document = dmtree::requireDocument(options.document, options.lenient);
+    interchange::Options reading;
+    reading.fcm = dmtree::modeOf(options.fcm);
+    const CoSharedPtr<DmRoot> document = dmtree::requireDocument(options.document, options.lenient, reading);
     const DmPatch patch = readPatch(options.patch);
     CoSharedPtr<DmRoot> result;
     DmPatchReport report;
@@ -45,7 +49,7 @@ int patchDocument(const Options& options)
         throw std::runtime_error(options.patch + ": leads to no document: " + dmUtf8(status.info()));
     for (const std::string& left : report.left)
         std::cerr << "left out: " << left << '\n';
-    dmtree::saveDocument(*result, options.output, DmTreeJsonBuilder::Layout::Environment);
+    dmtree::saveAsNamed(*result, options.output, {}, reading.fcm);
     return report.left.empty() ? dmtree::Fine : dmtree::Finding;
 }
 
@@ -57,8 +61,12 @@ void dmtree::addPatch(CLI::App& app, Run& run)
     const auto options = std::make_shared<Options>();
     command->add_option("OLD", options->document, fileHelp)->required();
     command->add_option("PATCH", options->patch, "What diff --patch wrote; - is standard input")->required();
-    command->add_option("-o,--output", options->output, "Where to; may be OLD itself. Standard output without it")
+    command
+        ->add_option("-o,--output", options->output,
+                     "Where to, of any format that convert writes; may be OLD itself. Standard output without it")
         ->type_name("OUT");
+    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + std::string(modeHelp))
+        ->check(CLI::Validator(checkMode, "MODE"));
     addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return patchDocument(*options); }; });
 }
