@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
+#include <limits>
 
 class DmLayerStarts
 {
@@ -26,11 +26,11 @@ public:
     void add(const DmLayerNode& layer, double start)
     {
         if (layer.getNbChildren() > 0)
-            _least = std::min(_least.value_or(start), start);
+            _least = std::min(_least, start);
     }
     /// The least one lies nearer to the start time code than to 0.
-    bool areAbsolute(double startTC) const { return _least && std::abs(*_least - startTC) < std::abs(*_least); }
+    bool areAbsolute(double startTC) const { return std::abs(_least - startTC) < std::abs(_least); }
 
 private:
-    std::optional<double> _least;
+    double _least = std::numeric_limits<double>::infinity(); ///< which is near to neither
 };
