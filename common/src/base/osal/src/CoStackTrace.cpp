@@ -9,6 +9,8 @@
 #include <execinfo.h>
 #include <limits>
 #include <memory>
+#include <span>
+#include <unwind.h>
 
 namespace DM
 {
@@ -29,22 +31,43 @@ struct Trace
 
 constexpr int ownFrames = 2;
 
+struct Addresses
+{
+    std::span<void*> room;
+    std::size_t found = 0;
+};
+
+_Unwind_Reason_Code addAddress(_Unwind_Context* frame, void* to)
+{
+    auto& addresses = *static_cast<Addresses*>(to);
+    if (addresses.found == addresses.room.size())
+        return _URC_END_OF_STACK;
+    if (const _Unwind_Ptr address = _Unwind_GetIP(frame); address != 0) // below the first function there is none
+        addresses.room[addresses.found++] = reinterpret_cast<void*>(address);
+    return _URC_NO_REASON;
+}
+
 /// Never inlined: it is frame 0, and the function that was called from outside is frame 1.
+///
+/// By the unwinder that this library is linked with for its exceptions: backtrace() loads it anew, for which a process
+/// may have no memory left when it asks, and for which it would pay at its start.
 [[gnu::noinline]] Trace takeTrace(unsigned depth)
 {
     Trace trace;
     const std::size_t wanted = std::min(depth, unsigned{std::numeric_limits<int>::max()});
     // A trace that fills its room may go on: as much memory as there are frames, whatever depth is asked for.
-    std::vector<void*> addresses;
+    std::vector<void*> room;
     std::size_t found = 0;
-    while (found == addresses.size() && found < wanted)
+    while (found == room.size() && found < wanted)
     {
-        addresses.resize(std::min(wanted, std::max<std::size_t>(64, found * 2)));
-        found = static_cast<std::size_t>(backtrace(addresses.data(), static_cast<int>(addresses.size())));
+        room.resize(std::min(wanted, std::max<std::size_t>(64, found * 2)));
+        Addresses addresses{room};
+        static_cast<void>(_Unwind_Backtrace(addAddress, &addresses));
+        found = addresses.found;
     }
     if (found == 0)
         return trace;
-    trace.symbols.reset(backtrace_symbols(addresses.data(), static_cast<int>(found)));
+    trace.symbols.reset(backtrace_symbols(room.data(), static_cast<int>(found)));
     trace.frames = trace.symbols ? static_cast<int>(found) : 0;
     return trace;
 }

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <execinfo.h>
 #include <string>
 #include <unistd.h>
 
@@ -47,15 +46,8 @@ std::atomic<bool>& tolvane()
     return cached;
 }
 
-/// At load: the environment is read before a host changes it, and the unwinder is loaded before it is needed in a
-/// process that may have no memory left.
-[[maybe_unused]] const bool loaded = []
-{
-    settings();
-    tolvane();
-    void* frames[10];
-    return backtrace(frames, 10) > 0;
-}();
+/// At load: the environment is read before a host changes it.
+[[maybe_unused]] const bool loaded = (settings(), tolvane().load());
 
 ZrAssertLogCallback logCallback = nullptr;
 ZrAllowAssertCallback allowCallback = nullptr;
