@@ -2,6 +2,7 @@
 
 #include "dmDefaultAttributesImp.h"
 #include "dmMemoryImp.h"
+#include "dmPropertySetInit.h"
 
 #include <algorithm>
 #include <utility>
@@ -40,18 +41,21 @@ thread_local constinit int DmDefaultAttributes::_scopes = 0;
 
 DmPropertyFactory& DmPropertyFactory::getInstance()
 {
-    static DmPropertyFactory factory;
+    // Never destroyed: it may be made after objects of static storage that ask it for something to the end.
+    static DmPropertyFactory& factory = *new DmPropertyFactory;
     return factory;
 }
 
 eDmErrorId DmPropertyFactory::registerCreator(const DmString& className, DmPropertyCreator creator)
 {
+    DmClassEntry::registerAll();
     const bool added = _creators.try_emplace(std::wstring(className.view()), Entry{creator, false}).second;
     return added ? DM_NO_ERROR : DM_PROPERTYSET_ALREADY_EXIST;
 }
 
 eDmErrorId DmPropertyFactory::registerAlias(const DmString& name, DmPropertyCreator creator)
 {
+    DmClassEntry::registerAll();
     const bool added = _creators.try_emplace(std::wstring(name.view()), Entry{creator, true}).second;
     return added ? DM_NO_ERROR : DM_PROPERTYSET_ALREADY_EXIST;
 }
@@ -65,6 +69,7 @@ eDmErrorId DmPropertyFactory::createPropertySetInstance(const DmString& classNam
 
 DmPropertyCreator DmPropertyFactory::findCreator(std::wstring_view className) const
 {
+    DmClassEntry::registerAll();
     const auto found = _creators.find(className);
     return found == _creators.end() ? nullptr : found->second.creator;
 }
@@ -91,6 +96,7 @@ bool DmPropertyFactory::setCreateDefaultAttributes(bool create)
 
 std::vector<DmString> DmPropertyFactory::classNames(eDmErrorId* status) const
 {
+    DmClassEntry::registerAll();
     const auto list = [this](std::vector<DmString>& names)
     {
         names.reserve(_creators.size());

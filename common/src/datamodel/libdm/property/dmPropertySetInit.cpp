@@ -4,8 +4,66 @@
 
 #include <map>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
+#include <utility>
+
+namespace
+{
+
+/// Entries that the factory has not heard of, the last one first.
+constinit std::atomic<const DmClassEntry*> waiting{nullptr};
+
+} // namespace
+
+DmClassEntry::DmClassEntry(const wchar_t* className, const std::type_info* type, DmPropertyCreator creator)
+    : _className(className)
+    , _type(type)
+    , _creator(creator)
+    , _next(waiting.load(std::memory_order_relaxed))
+{
+    while (!waiting.compare_exchange_weak(_next, this, std::memory_order_release, std::memory_order_relaxed))
+        ;
+}
+
+void DmClassEntry::add() const
+{
+    if (_type)
+        return DmClassRecord::of(_className, *_type).registerCreator(_creator, DmClassRecord::ByItself);
+    const DmString alias(_className);
+    if (alias.empty())
+        throw std::bad_alloc();
+    static_cast<void>(DmPropertyFactory::getInstance().registerAlias(alias, _creator));
+}
+
+/// The list is emptied when all of it is registered: who finds it empty needs no lock.
+void DmClassEntry::registerAll()
+{
+    if (!waiting.load(std::memory_order_acquire))
+        return;
+    static auto& mutex = *new std::recursive_mutex; // of the factory, which the entries ask to register them
+    static bool isRegistering = false;
+    const std::lock_guard guard(mutex);
+    if (std::exchange(isRegistering, true))
+        return;
+    try
+    {
+        const DmClassEntry* done = nullptr;
+        const DmClassEntry* first = waiting.load(std::memory_order_acquire);
+        do
+        {
+            for (const DmClassEntry* entry = first; entry != done; entry = entry->_next)
+                entry->add();
+            done = first;
+            // A library that is being loaded meanwhile puts its own in front.
+        } while (!waiting.compare_exchange_strong(first, nullptr, std::memory_order_acq_rel));
+    }
+    catch (const std::bad_alloc&)
+    {
+    }
+    isRegistering = false;
+}
 
 DmClassRecord& DmClassRecord::of(const wchar_t* className, const std::type_info& type)
 {
@@ -15,7 +73,12 @@ DmClassRecord& DmClassRecord::of(const wchar_t* className, const std::type_info&
     const std::lock_guard guard(mutex);
     std::unique_ptr<DmClassRecord>& record = records[className];
     if (!record)
-        record.reset(new DmClassRecord(className, type));
+    {
+        std::unique_ptr<DmClassRecord> made(new DmClassRecord(className, type));
+        if (made->_className.empty())
+            throw std::bad_alloc();
+        record = std::move(made);
+    }
     [[maybe_unused]] const eDmErrorId status = record->_type == type ? DM_NO_ERROR : DM_PROPERTYSET_ALREADY_EXIST;
     ZR_ASSERT_HARD(status == DM_NO_ERROR);
     return *record;
@@ -23,6 +86,7 @@ DmClassRecord& DmClassRecord::of(const wchar_t* className, const std::type_info&
 
 void DmClassRecord::registerCreator(DmPropertyCreator creator, Registered how)
 {
+    DmClassEntry::registerAll(); // which this class may be among
     if (_registered == Not || how == ByAnObject)
     {
         // The class itself may have been first: its object comes after it, and only a second object is one too many.

@@ -15,21 +15,13 @@ namespace
 {
 ZR_ENV_VAR(bool, disableTimeCodeConversion, "ZR_DISABLE_TCC", false);
 
-/// Lets documents call a class by its qualified name as well.
-template <class... T>
-bool registerQualifiedNames()
-{
-    const auto add = [](const wchar_t* name, DmPropertyCreator creator)
-    {
-        const DmString qualified((std::wstring(L"DmSourceNode::") + name).c_str());
-        return DmPropertyFactory::getInstance().registerAlias(qualified, creator) == DM_NO_ERROR;
-    };
-    return (add(T::className, DmPropertySetInit<T>::createInstance) && ...);
-}
-
-const bool qualifiedNamesAreKnown =
-    registerQualifiedNames<DmSourceNode::MediaInput, DmSourceNode::GeneratedInput, DmSourceNode::DerivedInput,
-                           DmSourceNode::RelinkedInput, DmSourceNode::DictionaryEntry>();
+/// Documents may call a class by its qualified name as well.
+const DmClassEntry qualifiedNames[] = {
+    {L"DmSourceNode::MediaInput", nullptr, DmPropertySetInit<DmSourceNode::MediaInput>::createInstance},
+    {L"DmSourceNode::GeneratedInput", nullptr, DmPropertySetInit<DmSourceNode::GeneratedInput>::createInstance},
+    {L"DmSourceNode::DerivedInput", nullptr, DmPropertySetInit<DmSourceNode::DerivedInput>::createInstance},
+    {L"DmSourceNode::RelinkedInput", nullptr, DmPropertySetInit<DmSourceNode::RelinkedInput>::createInstance},
+    {L"DmSourceNode::DictionaryEntry", nullptr, DmPropertySetInit<DmSourceNode::DictionaryEntry>::createInstance}};
 
 constexpr DmTextTable knownInputTypes{DmSourceNode::GeneratedInput::inputTypes, false, false};
 
