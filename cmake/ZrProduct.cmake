@@ -50,7 +50,11 @@ function(zr_product target)
         ${target} INTERFACE $<BUILD_INTERFACE:${ZR_STAGE_INCLUDE}>
                             $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/ZRdmtree>)
     target_link_libraries(${target} PUBLIC Threads::Threads PRIVATE ${links})
-    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
+    # What the library registers with the system (exits of threads, forks) is its own code: it stays when a plug-in that
+    # linked it goes.
+    set(variables ${PROJECT_SOURCE_DIR}/cmake/variables.list)
+    target_link_options(${target} PRIVATE "LINKER:-Bsymbolic,--dynamic-list=${variables},-z,nodelete")
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${variables})
 
     # Classes register themselves from static objects, in object files that nobody refers to: an archive is linked whole,
     # or it would lose them.

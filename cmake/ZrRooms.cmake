@@ -66,6 +66,10 @@ function(zr_room_pch)
     # Nobody replaces the library's functions under it: calls inside it are direct, and may be inlined.
     add_library(zr_room_flags INTERFACE)
     target_compile_options(zr_room_flags INTERFACE -fno-semantic-interposition)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+        # What templates have once is found by its name (dmPropertySetInit.h), and not looked up at every start.
+        target_compile_options(zr_room_flags INTERFACE -fno-gnu-unique)
+    endif()
     target_link_libraries(zr_room_flags INTERFACE zr_build_flags)
     file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/roomPch.cpp CONTENT "")
     add_library(zr_room_pch OBJECT ${CMAKE_BINARY_DIR}/roomPch.cpp)
