@@ -87,6 +87,36 @@ TEST(TreeThreads, StoreNothingBesidePropertiesOnceAFreezeHasReturned)
     }
 }
 
+TEST(TreeThreads, BuildALayerUntilItBecomesAConstant)
+{
+    constexpr double never = -1;
+    for (int round = 0; round < 50; ++round)
+    {
+        DmLayerBuilder builder(0, DM_MEDIA_VIDEO);
+        const auto layer = builder.finish();
+        std::array<CoSharedPtr<DmGapNode>, 100> gaps;
+        for (auto& gap : gaps)
+            gap = gapOf(never, 1);
+        runOn(2,
+              [&](int thread)
+              {
+                  if (thread == 0)
+                      return layer->freeze();
+                  for (const auto& gap : gaps)
+                      if (builder.append(gap) == DM_NO_ERROR && !builder.finish())
+                          return;
+              });
+        int in = 0;
+        for (const auto& gap : gaps)
+        {
+            EXPECT_EQ(builder.holds(gap.get()), gap->getRecIn() != never) << "all of it, or nothing";
+            in += builder.holds(gap.get()) ? 1 : 0;
+        }
+        EXPECT_EQ(layer->getNbChildren(), in == 0 ? 0 : 2 * in - 1);
+        EXPECT_TRUE(layer->getLayerLength() == in || layer->getLayerLength() == in - 1);
+    }
+}
+
 TEST(TreeThreads, MakeOneChannelWhoeverAsksFirst)
 {
     const wchar_t* const names[] = {L"gain", L"alpha", L"mix"};
