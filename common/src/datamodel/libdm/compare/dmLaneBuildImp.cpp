@@ -38,6 +38,15 @@ bool isFiller(const DmTreeNode* node)
     return node && (node->whatIs() == DM_GAP_NODE || node->whatIs() == DM_CUT_NODE);
 }
 
+/// Whether that is one cut that says nothing of itself, as builders put it in.
+bool isPlainCut(const std::vector<const DmTreeNode*>& elements)
+{
+    const DmTreeNode* const node = elements.size() == 1 ? elements.front() : nullptr;
+    return node && node->whatIs() == DM_CUT_NODE && node->getName() == L"untitled" && !node->getBaseBlob() &&
+           node->getComment().empty() && node->asTransition()->getRecLength() == 0.0 &&
+           node->asTransition()->getRelIn() == 0.0;
+}
+
 /// As they would stand anywhere.
 std::string textOf(const std::vector<const DmTreeNode*>& elements)
 {
@@ -368,6 +377,8 @@ bool LaneMerge::placeFillers(DmLayerBuilder& builder, int laneAt, const Piece* l
     const bool inOurs = of(_ours.cut(), *lanes[1], &Piece::ours, ours);
     const bool inTheirs = of(_theirs.cut(), *lanes[2], &Piece::theirs, theirs);
     if (!inOurs && !inTheirs)
+        return true;
+    if ((!inBase || isPlainCut(base)) && (!inOurs || isPlainCut(ours)) && (!inTheirs || isPlainCut(theirs)))
         return true;
     const bool isTheirs = inTheirs && (!inOurs || (inBase && textOf(base) == textOf(ours)));
     const bool differ = inOurs && inTheirs && !isTheirs && textOf(ours) != textOf(theirs) &&

@@ -1,6 +1,7 @@
 #include "dmLaneMergeImp.h"
 
 #include "dmLayerBuilder.h"
+#include "dmSetTools.h"
 #include "dmTimelineImp.h"
 
 #include <algorithm>
@@ -25,10 +26,16 @@ bool hasOthers(const Lane& lane)
 
 bool sameLane(const Lane& a, const Lane& b)
 {
-    json::Document one;
-    json::Document other;
-    return elementOf(*a.layer, one) && elementOf(*b.layer, other) &&
-           isSame((*membersOf(one))["children"], (*membersOf(other))["children"]);
+    const auto same = [](const DmTreeNode* one, const DmTreeNode* other)
+    {
+        bool equal = one == other;
+        return equal || (one && other && dmDeepEqual(*one, *other, equal) == DM_NO_ERROR && equal);
+    };
+    const int count = a.layer->getNbChildren();
+    bool equal = count == b.layer->getNbChildren();
+    for (int i = 0; equal && i < count; ++i)
+        equal = same(a.layer->getChild(i), b.layer->getChild(i));
+    return equal;
 }
 
 } // namespace
