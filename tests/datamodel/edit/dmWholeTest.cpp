@@ -238,6 +238,11 @@ TEST(EditWhole, ConformingKeepsLabelsOrTheClock)
     ASSERT_TRUE(half.conform(DM::FCM_25, DmEdit::Conform::Clock).ok());
     EXPECT_EQ(draw(half.timeline()), "AAA|BBB|C");
     EXPECT_TRUE(DmTreeTool::findViolations(half.timeline().composition(), DM_VALIDATE_ALL).empty());
+    // A dissolve that rounding makes longer than the material in front of a shot begins where that does.
+    DmEdit short_(timeline("AA///BBBBB", "A0/20 B3/20"));
+    ASSERT_TRUE(short_.conform(DM::FCM_30, DmEdit::Conform::Labels).ok());
+    EXPECT_EQ(draw(short_.timeline()), "AAA///BBBBBB");
+    EXPECT_EQ(positions(short_.timeline()), "A0 B3");
     DmEdit same(timeline("AAAA"));
     EXPECT_FALSE(same.conform(DM::FCM_NOT_DEFINED, DmEdit::Conform::Labels).ok());
 }

@@ -118,16 +118,24 @@ inline std::string sideOf(const std::string& transition, int side)
 
 /// The first frame that plays something else than expected, in words; empty when there is none. A transition may have
 /// become a cut.
-inline std::string difference(const Frames& expected, const Frames& now)
+/// `isRounded`: a transition may be a frame shorter than expected.
+inline std::string difference(const Frames& expected, const Frames& now, bool isRounded = false)
 {
     const auto isNothing = [](const std::string& frame) { return frame == "-"; };
     if (now.empty() && std::ranges::all_of(expected, isNothing)) // a layer that begins later is empty
         return {};
     if (expected.size() != now.size())
         return std::to_string(now.size()) + " frames instead of " + std::to_string(expected.size());
+    const auto mayBe = [isRounded](const std::string& wanted, const std::string& frame)
+    {
+        if (wanted.empty() || frame == wanted || !isTransition(wanted))
+            return wanted.empty() || frame == wanted;
+        if (isTransition(frame))
+            return isRounded && sideOf(frame, 0) == sideOf(wanted, 0) && sideOf(frame, 1) == sideOf(wanted, 1);
+        return frame == sideOf(wanted, 0) || frame == sideOf(wanted, 1);
+    };
     for (std::size_t i = 0; i < now.size(); ++i)
-        if (!expected[i].empty() && now[i] != expected[i] &&
-            !(isTransition(expected[i]) && (now[i] == sideOf(expected[i], 0) || now[i] == sideOf(expected[i], 1))))
+        if (!mayBe(expected[i], now[i]))
             return "frame " + std::to_string(i) + " plays " + now[i] + " instead of " + expected[i];
     return {};
 }

@@ -443,6 +443,21 @@ void conformMark(DmCueMark& mark, const Conforming& to)
     static_cast<void>(mark.setCueMarkDuration(std::round(mark.getCueMarkDuration() * to.ratio())));
 }
 
+/// Of a transition that is a fresh copy, and of its effect where that says one.
+void setLength(DmTransitionNode& transition, double length)
+{
+    static_cast<void>(transition.setRecLength(length));
+    auto* const node = dynamic_cast<DmTrxEffectNode*>(&transition);
+    if (!node || !node->getEffect())
+        return;
+    const CoSharedPtr<DmEffectSettings> effect = DM::staticPointerCast<DmEffectSettings>(node->getEffect()->clone());
+    double was = 0.0;
+    if (effect->getPropertyValue(L"length", DM_DOUBLE, &was) != DM_NO_ERROR || was <= 0.0)
+        return;
+    static_cast<void>(effect->setPropertyValue(L"length", DM_DOUBLE, &length));
+    static_cast<void>(node->setEffect(effect));
+}
+
 /// The elements of a layer, each a fresh copy at its time.
 class ConformedElements
 {
@@ -511,16 +526,13 @@ private:
         const double in = _to.time(transition.getRecIn());
         const double length = _to.time(transition.getRecOut()) - in;
         static_cast<void>(transition.setRecIn(in));
-        static_cast<void>(transition.setRecLength(length));
+        setLength(transition, length);
         static_cast<void>(transition.setRelIn(std::round(transition.getRelIn() * _to.ratio())));
         auto* const node = dynamic_cast<DmTrxEffectNode*>(&transition);
         if (!node || !node->getEffect())
             return;
         const CoSharedPtr<DmEffectSettings> effect =
             DM::staticPointerCast<DmEffectSettings>(node->getEffect()->clone());
-        double was = 0.0;
-        if (effect->getPropertyValue(L"length", DM_DOUBLE, &was) == DM_NO_ERROR && was > 0.0)
-            static_cast<void>(effect->setPropertyValue(L"length", DM_DOUBLE, &length));
         scaleKeys(*effect, _to.ratio());
         static_cast<void>(node->setEffect(effect));
     }
@@ -529,6 +541,44 @@ private:
     DmString _oldFcm;
     std::unordered_map<const DmPropertySet*, DmPropertySetPtr> _withMode;
 };
+
+/// Where a seam's rounding leaves a transition a frame longer than its shots have material for, it is that much
+/// shorter.
+void keepHandles(DmLane& lane)
+{
+    for (int i = 1; i + 1 < lane.count(); ++i)
+    {
+        const double length = lane.length(i);
+        if (!lane.transition(i) || length <= dmEditTolerance || !lane.segment(i - 1) || !lane.segment(i + 1))
+            continue;
+        const DmReach left = lane.reach(i - 1);
+        const DmReach right = lane.reach(i + 1);
+        const auto missing = [length](const DmReach& reach, double frames)
+        {
+            const bool isPlain = reach.played().motion() == DmPlayed::Motion::Constant;
+            return isPlain && length > frames && length <= frames + 1.0 ? length - frames : 0.0;
+        };
+        const double later = missing(right, right.before());
+        const double earlier = missing(left, left.behind());
+        if (later + earlier == 0.0)
+            continue;
+        if (length - later - earlier < dmLeastLength)
+        {
+            lane.cutTransition(i, later > 0.0 ? lane.out(i) : lane.in(i));
+            continue;
+        }
+        const DmLane::Segment outgoing = lane.ownSegment(i - 1);
+        const DmLane::Segment incoming = lane.ownSegment(i + 1);
+        const auto between = lane.own<DmTransitionNode>(i);
+        DmSegmentChange outgoingChange = lane.change(outgoing, i - 1);
+        DmSegmentChange incomingChange = lane.change(incoming, i + 1);
+        outgoingChange.moveTail(later);
+        incomingChange.moveHead(-earlier);
+        dmStandAt(*between, between->getRecIn() + later);
+        setLength(*between, length - later - earlier);
+        lane.put(i - 1, i + 2, {outgoing, between, incoming}, 0.0);
+    }
+}
 
 CoSharedPtr<DmLayerNode> conformed(const DmLayerNode& bare, const Conforming& to)
 {
@@ -622,5 +672,12 @@ DmStatus DmEdit::conform(DM::FrameCodeModes fcm, Conform keep)
             conformTimes(*composition, to);
             _imp->setComposition(composition);
             _imp->draft.fcm = fcm;
+            for (int t = 0; t < int(_imp->draft.value.tracks.size()); ++t)
+                for (int l = 0; l < int(_imp->draft.value.tracks[std::size_t(t)].layers.size()); ++l)
+                    if (_imp->draft.value.layer({t, l}))
+                    {
+                        DmLane lane = _imp->lane(DmLayerPlace{t, l});
+                        keepHandles(lane);
+                    }
         });
 }
