@@ -188,7 +188,6 @@ void PageServer::run()
         if (connection < 0)
             continue;
         answer(connection);
-        ::shutdown(connection, SHUT_WR);
         ::close(connection);
     }
 }
