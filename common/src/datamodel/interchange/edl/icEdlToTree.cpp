@@ -463,7 +463,7 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(const Piece& piece, Channel channel,
     const double length = static_cast<double>(piece.length() - mixed);
     const auto before = static_cast<double>(piece.in + mixed - event.record.in);
     const auto behind = static_cast<double>(event.record.out - piece.out);
-    const double relIn = std::max(0.0, speed < 0 ? behind * -speed : before * speed);
+    const double relIn = (speed < 0 ? behind : before) * std::abs(speed);
     // It must lie within the material, even of what plays slower; a single frame may be held for ever.
     const auto own = static_cast<double>(std::max<std::int64_t>(event.source.length(), 0));
     const double srcLength =
