@@ -3,16 +3,9 @@
 /// for). The first two bytes choose the rate and the leniency.
 #include "icInterchange.h"
 #include "icText.h"
-
-#include "CoMsg.h"
-#include "dmCompositionNode.h"
-#include "dmTreeTool.h"
+#include "zrFuzz.h"
 
 #include <array>
-#include <cstdint>
-#include <cstdlib>
-#include <iostream>
-#include <string>
 #include <string_view>
 
 using namespace interchange;
@@ -22,21 +15,7 @@ namespace
 
 constexpr std::array modes{DM::FCM_NOT_DEFINED, DM::FCM_24, DM::FCM_25, DM::FCM_29_97_DF, DM::FCM_60};
 
-void expect(bool property, const std::string& what)
-{
-    if (property)
-        return;
-    std::cerr << what << '\n';
-    std::abort();
-}
-
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
-{
-    DM::CoMsg::setFilterLevel(DM::CoMsg::UserLevel); // findings are no news here
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -53,8 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         expect(!reading.findings.empty(), "neither a document nor an error");
         return 0;
     }
-    auto* const composition = dynamic_cast<DmCompositionNode*>(reading.root->getChild(0));
-    expect(DmTreeTool::findViolations(composition, DM_VALIDATE_ALL).empty(), "breaks a rule: " + text);
+    Rules().check(reading.root);
     std::string written;
     expect(writeBuffer(*reading.root, written, options).done, "not written: " + text);
     const std::string mark(text.starts_with(byteOrderMark) ? byteOrderMark : std::string_view());

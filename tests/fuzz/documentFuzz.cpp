@@ -4,39 +4,24 @@
 #include "icEdlWriter.h"
 #include "icOtioWriter.h"
 #include "icTreeToEdl.h"
+#include "zrFuzz.h"
 
-#include "CoMsg.h"
 #include "dmJsonImporter.h"
 #include "dmRoot.h"
 #include "dmSetTools.h"
 #include "dmSourceNode.h"
-#include "dmTreeIterator.h"
 #include "dmTreeJsonBuilder.h"
-#include "dmTreeTool.h"
 #include "dmTreeUtil.h"
-#include "dmUtf8.h"
 
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
 
-#include <cstdint>
-#include <cstdlib>
-#include <iostream>
 #include <sstream>
-#include <string>
 
 namespace
 {
 
 using Layout = DmTreeJsonBuilder::Layout;
-
-void expect(bool property, const std::string& what)
-{
-    if (property)
-        return;
-    std::cerr << what << '\n';
-    std::abort();
-}
 
 /// What the library itself says of a text, which ends at a NUL for it; empty when it is JSON.
 std::string parserMessage(const std::string& text)
@@ -112,12 +97,6 @@ void use(const CoSharedPtr<DmRoot>& root)
 }
 
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
-{
-    DM::CoMsg::setFilterLevel(DM::CoMsg::UserLevel); // findings are no news here
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

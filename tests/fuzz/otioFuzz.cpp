@@ -5,19 +5,10 @@
 #include "icOtioReader.h"
 #include "icOtioShort.h"
 #include "icOtioWriter.h"
-
-#include "CoMsg.h"
-#include "dmCompositionNode.h"
-#include "dmTreeIterator.h"
-#include "dmTreeTool.h"
-#include "dmUtf8.h"
+#include "zrFuzz.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
-#include <cstdlib>
-#include <iostream>
-#include <string>
 #include <vector>
 
 using namespace interchange;
@@ -27,14 +18,6 @@ namespace
 
 constexpr std::array modes{DM::FCM_NOT_DEFINED, DM::FCM_23_976,    DM::FCM_24,       DM::FCM_25,
                            DM::FCM_29_97_DF,    DM::FCM_29_97_NDF, DM::FCM_59_94_DF, DM::FCM_60};
-
-void expect(bool property, const std::string& what)
-{
-    if (property)
-        return;
-    std::cerr << what << '\n';
-    std::abort();
-}
 
 /// Equal for values that are equal but for the order of members, and for a number's form: 24 is 24.0. Of members of one
 /// name the first counts.
@@ -72,21 +55,6 @@ std::string canonical(std::string text)
     return canonical(document);
 }
 
-/// Checks each composition by all rules.
-class Checks : public DmTreeVisitor
-{
-public:
-    Checks()
-        : DmTreeVisitor("Checks")
-    {
-    }
-    void visitCompositionNode(DmCompositionNode* node) override
-    {
-        for (const DmTreeViolation& violation : DmTreeTool::findViolations(node, DM_VALIDATE_ALL))
-            expect(false, violation.path + ": " + dmUtf8(violation.message));
-    }
-};
-
 std::string write(const DmRoot& root, DM::FrameCodeModes fcm)
 {
     Report report;
@@ -96,12 +64,6 @@ std::string write(const DmRoot& root, DM::FrameCodeModes fcm)
 }
 
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
-{
-    DM::CoMsg::setFilterLevel(DM::CoMsg::UserLevel); // findings are no news here
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -115,8 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     expect((root == nullptr) == report.hasErrors(), "result and report differ");
     if (!root)
         return 0;
-    Checks checks;
-    expect(DmPreIt(root, {.intoContainers = true}).apply(checks) == DM_NO_ERROR, "cannot be walked");
+    Rules().check(root);
 
     const std::string written = write(*root, fcm);
     if (report.count(Report::Warning) == 0 && fcm == DM::FCM_NOT_DEFINED) // a mode that was given is told

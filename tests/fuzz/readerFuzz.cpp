@@ -1,28 +1,16 @@
 /// The two ways of reading a document, held against each other: both come to the same tree, and say the same of what
 /// they could not keep; or both refuse it in the same words. A class whose name is spelled with an escape is left by
 /// the quick way to the other one, and means the same.
-#include "CoMsg.h"
+#include "zrFuzz.h"
+
 #include "dmJsonImporter.h"
 #include "dmSetTools.h"
 #include "dmTreeJsonBuilder.h"
-#include "dmUtf8.h"
 
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <iostream>
-#include <string>
 
 namespace
 {
-
-void expect(bool property, const std::string& what)
-{
-    if (property)
-        return;
-    std::cerr << what << '\n';
-    std::abort();
-}
 
 /// The same document with an escape in its first name; false where it does not begin with one that has a letter.
 bool spellOtherwise(std::string& text)
@@ -58,12 +46,6 @@ Result import(const std::string& text)
 }
 
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
-{
-    DM::CoMsg::setFilterLevel(DM::CoMsg::UserLevel); // findings are no news here
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
