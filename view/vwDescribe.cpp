@@ -39,8 +39,8 @@ double firstFrame(const Piece& piece)
 
 std::string isolated(std::string_view name)
 {
-    const bool plain = std::all_of(name.begin(), name.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
-    return plain ? std::string(name) : "\xE2\x81\xA8" + std::string(name) + "\xE2\x81\xA9"; // U+2068, U+2069
+    const bool isAscii = std::all_of(name.begin(), name.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
+    return isAscii ? std::string(name) : "\xE2\x81\xA8" + std::string(name) + "\xE2\x81\xA9"; // U+2068, U+2069
 }
 
 std::string shortened(std::string_view utf8, std::size_t characters)

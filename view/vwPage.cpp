@@ -127,12 +127,12 @@ void column(Writer& json, const std::vector<double>& values, double byDefault)
 template <class Values>
 void named(Writer& json, std::string_view key, const Values& values, double byDefault = 0.0)
 {
-    std::vector<double> plain(values.size());
-    std::transform(values.begin(), values.end(), plain.begin(), [](auto value) { return static_cast<double>(value); });
-    if (std::all_of(plain.begin(), plain.end(), [&](double value) { return value == byDefault; }))
+    std::vector<double> all(values.size());
+    std::transform(values.begin(), values.end(), all.begin(), [](auto value) { return static_cast<double>(value); });
+    if (std::all_of(all.begin(), all.end(), [&](double value) { return value == byDefault; }))
         return;
     json.key(key);
-    column(json, plain, byDefault);
+    column(json, all, byDefault);
 }
 
 void properties(Writer& json, const Properties& pairs)

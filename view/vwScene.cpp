@@ -7,9 +7,9 @@ namespace view
 
 const Axis& Composition::axisOf(Version of) const
 {
-    static const Axis plain;
+    static const Axis inStep;
     if (!versions)
-        return plain;
+        return inStep;
     return versions->axes[of == Version::Old ? 0 : 1];
 }
 

@@ -135,7 +135,7 @@ void HostRules::report(DmRuleRun& run, py::handle item, DmRuleRun::Mending mendi
     const auto parts = py::reinterpret_borrow<py::tuple>(item);
     const DmPropertySet* const node = unwrap(parts[0]);
     const std::string text = dmUtf8(toText(parts[1], "a finding's text"));
-    const auto tell = [&](const DmRuleRun::Added& added)
+    const auto mendWith = [&](const DmRuleRun::Added& added)
     {
         if (parts.size() < 3)
             return;
@@ -165,21 +165,21 @@ void HostRules::report(DmRuleRun& run, py::handle item, DmRuleRun::Mending mendi
     };
     if (node == &_tree && node)
         if (const auto found = std::ranges::find(run.cuts(), node, &DmCutView::composition); found == run.cuts().end())
-            return tell(run.add(std::string(), text));
+            return mendWith(run.add(std::string(), text));
     for (const DmCutView& cut : run.cuts())
     {
         if (cut.composition == node)
-            return tell(run.add(cut, text));
+            return mendWith(run.add(cut, text));
         for (const DmLaneView& lane : cut.lanes)
         {
             if (lane.track == node || lane.layer == node)
-                return tell(run.add(cut, lane, text));
+                return mendWith(run.add(cut, lane, text));
             for (const DmShotView& shot : lane.shots)
                 if (shot.segment == node)
-                    return tell(run.add(cut, lane, shot, text));
+                    return mendWith(run.add(cut, lane, shot, text));
             for (std::size_t i = 0; i < lane.elements.size(); ++i)
                 if (lane.elements[i].node == node && node)
-                    return tell(run.add(cut, lane, static_cast<int>(i), text));
+                    return mendWith(run.add(cut, lane, static_cast<int>(i), text));
         }
     }
     raiseValue("a rule's finding is about a node of the tree that it looks at: a composition, a track, a layer or what "

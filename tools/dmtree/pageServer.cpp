@@ -82,9 +82,9 @@ PageServer::PageServer(MakePage makePage, std::filesystem::path file)
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
-    auto* const plain = reinterpret_cast<sockaddr*>(&address);
-    if (_socket < 0 || ::bind(_socket, plain, size) != 0 || ::listen(_socket, 8) != 0 ||
-        ::getsockname(_socket, plain, &size) != 0)
+    auto* const generic = reinterpret_cast<sockaddr*>(&address);
+    if (_socket < 0 || ::bind(_socket, generic, size) != 0 || ::listen(_socket, 8) != 0 ||
+        ::getsockname(_socket, generic, &size) != 0)
         throw std::runtime_error(std::string("--watch: cannot serve: ") + std::strerror(errno));
     _port = ntohs(address.sin_port);
 }
@@ -132,15 +132,15 @@ std::string PageServer::reply(const std::string& request) const
     const std::string host = headerOf(request, "host");
     const std::string port = ':' + std::to_string(_port);
     if (host != "127.0.0.1" + port && host != "localhost" + port)
-        return response("421 Misdirected Request", "This server is not that host.\n", "text/plain");
+        return response("421 Misdirected Request", "This server is not that host.\n", "text/generic");
     if (!request.starts_with("GET "))
-        return response("405 Method Not Allowed", "It can be looked at only.\n", "text/plain");
+        return response("405 Method Not Allowed", "It can be looked at only.\n", "text/generic");
     const std::string path = request.substr(4, request.find(' ', 4) - 4);
     if (path == '/' + _token + '/')
         return response("200 OK", _page, "text/html");
     if (path == '/' + _token + "/version")
-        return response("200 OK", std::to_string(_version) + '\n' + _trouble, "text/plain");
-    return response("404 Not Found", "There is nothing here.\n", "text/plain");
+        return response("200 OK", std::to_string(_version) + '\n' + _trouble, "text/generic");
+    return response("404 Not Found", "There is nothing here.\n", "text/generic");
 }
 
 void PageServer::answer(int connection) const

@@ -266,9 +266,9 @@ bool printPieces(Writer& writer, const char* format, va_list& arguments)
 {
     for (const char* at = format; *at && !writer.isCut();)
     {
-        const std::size_t plain = std::strcspn(at, "%");
-        writer.append(at, plain);
-        at += plain;
+        const std::size_t literal = std::strcspn(at, "%");
+        writer.append(at, literal);
+        at += literal;
         if (!*at)
             break;
         ++at;

@@ -64,7 +64,7 @@ public:
     /// A quoted text, or all that stands before `terminator`.
     std::string name(char terminator)
     {
-        return isAt('"') ? quoted() : plain(std::min(_rest.find(terminator), _rest.size()));
+        return isAt('"') ? quoted() : unquoted(std::min(_rest.find(terminator), _rest.size()));
     }
     /// A quoted text, or all that stands before a comment.
     std::string value()
@@ -74,7 +74,7 @@ public:
         std::size_t end = 0;
         while (end < _rest.size() && !(startsComment(_rest.substr(end)) && (end == 0 || isBlank(_rest[end - 1]))))
             ++end;
-        return plain(end);
+        return unquoted(end);
     }
 
 private:
@@ -82,7 +82,7 @@ private:
 
     void step(std::size_t count) { _rest = trimmed(_rest.substr(count)); }
 
-    std::string plain(std::size_t length)
+    std::string unquoted(std::size_t length)
     {
         std::string result(trimmed(_rest.substr(0, length)));
         step(length);

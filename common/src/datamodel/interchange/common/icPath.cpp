@@ -77,8 +77,9 @@ std::string urlOfPath(std::string_view path, std::string_view authority)
     const bool isNative = isShare || hasDrive(path);
     for (const char c : path)
     {
-        constexpr std::string_view plain = "/-._~!$&'()*+,;=@";
-        const bool isPlain = isDigit(c) || (toUpper(c) >= 'A' && toUpper(c) <= 'Z') || plain.find(c) != plain.npos;
+        constexpr std::string_view unreserved = "/-._~!$&'()*+,;=@";
+        const bool isPlain =
+            isDigit(c) || (toUpper(c) >= 'A' && toUpper(c) <= 'Z') || unreserved.find(c) != unreserved.npos;
         constexpr std::string_view hex = "0123456789ABCDEF";
         if (isNative && c == '\\')
             url += '/';

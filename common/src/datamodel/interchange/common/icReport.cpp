@@ -103,7 +103,7 @@ void Report::locate(const DmRoot& root, bool paths)
             wanted.emplace(_nodes[i].get(), &_findings[i]);
     if (wanted.empty())
         return;
-    const auto tell = [&wanted, paths](const DmTreeNode* node, const auto& say)
+    const auto completeThose = [&wanted, paths](const DmTreeNode* node, const auto& say)
     {
         const auto [first, last] = wanted.equal_range(node);
         for (auto each = first; each != last; ++each)
@@ -116,10 +116,10 @@ void Report::locate(const DmRoot& root, bool paths)
     };
     const DmCutViews views(root);
     for (const DmCutViews::Collection& each : views.collections())
-        tell(each.node, [&each](DmFinding& finding) { finding.nodePath = each.path; });
+        completeThose(each.node, [&each](DmFinding& finding) { finding.nodePath = each.path; });
     for (const DmCutView& cut : views.cuts())
     {
-        tell(cut.composition, [&cut](DmFinding& finding) { finding.nodePath = cut.path; });
+        completeThose(cut.composition, [&cut](DmFinding& finding) { finding.nodePath = cut.path; });
         for (const DmLaneView& lane : cut.lanes)
         {
             const std::string track = cut.path + "/children[" + std::to_string(lane.trackIndex) + ']';
@@ -130,8 +130,8 @@ void Report::locate(const DmRoot& root, bool paths)
                 if (finding.track.empty())
                     finding.track = lane.name;
             };
-            tell(lane.track, [&](DmFinding& finding) { sayPlace(finding, track); });
-            tell(lane.layer, [&](DmFinding& finding) { sayPlace(finding, layer); });
+            completeThose(lane.track, [&](DmFinding& finding) { sayPlace(finding, track); });
+            completeThose(lane.layer, [&](DmFinding& finding) { sayPlace(finding, layer); });
             for (std::size_t i = 0; i < lane.elements.size(); ++i)
             {
                 const DmElementView& element = lane.elements[i];
@@ -145,8 +145,8 @@ void Report::locate(const DmRoot& root, bool paths)
                 };
                 if (!element.node)
                     continue;
-                tell(element.node, say);
-                tell(dynamic_cast<const DmTreeNode*>(element.node->getBaseBlob()), say);
+                completeThose(element.node, say);
+                completeThose(dynamic_cast<const DmTreeNode*>(element.node->getBaseBlob()), say);
             }
         }
     }

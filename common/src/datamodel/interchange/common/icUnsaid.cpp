@@ -140,7 +140,7 @@ void Unsaid::addUnsaid(const DmPropertySet& set, const std::wstring& path, std::
     }
 }
 
-void Unsaid::tell(const DmTreeNode& node, Report& report)
+void Unsaid::report(const DmTreeNode& node, Report& report)
 {
     const auto tellNames = [&report](const char* code, std::string names)
     {

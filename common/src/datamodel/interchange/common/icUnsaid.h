@@ -31,7 +31,7 @@ public:
 
     /// Names, as losses of the node, its properties that are set and not said, and what somebody attached to it. That
     /// there is something that only the format says that it was read from is said once.
-    void tell(const DmTreeNode& node, Report& report);
+    void report(const DmTreeNode& node, Report& report);
 
 private:
     bool isSaid(std::wstring_view path) const;

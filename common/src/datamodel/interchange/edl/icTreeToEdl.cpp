@@ -191,7 +191,7 @@ private:
 EdlList ListMaker::make()
 {
     _report.at({.node = &_composition});
-    _unsaid.tell(_composition, _report);
+    _unsaid.report(_composition, _report);
     chooseTracks();
     addCompositionMarks();
     settleOrder();
@@ -251,7 +251,7 @@ void ListMaker::chooseTracks()
 void ListMaker::addTrack(const DmTrackNode& track, EdlChannels channel)
 {
     _report.at({.node = &track});
-    _unsaid.tell(track, _report);
+    _unsaid.report(track, _report);
     bool isFirst = true;
     for (int i = 0; i < track.getNbChildren(); ++i)
         if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track.getChild(i)))
@@ -320,7 +320,7 @@ void ListMaker::addLayer(const DmLayerNode& layer, const Place& place, bool isFi
             recOut = std::max(all[i + 1].recIn(), played.recIn());
         }
         if (!isPlain)
-            _unsaid.tell(*played.segment, _report);
+            _unsaid.report(*played.segment, _report);
         addEdit(played, recOut, place);
         _edits.back().isKey = isKey;
     }

@@ -80,7 +80,7 @@ private:
     void tellUnsaid(const DmTreeNode& node)
     {
         if (_report)
-            _unsaid.tell(node, *_report);
+            _unsaid.report(node, *_report);
     }
 
     const Cut& _cut;

@@ -102,19 +102,19 @@ void JsonText::quote(std::string_view text)
     _held += '"';
     while (!text.empty())
     {
-        const auto plain = static_cast<std::size_t>(std::ranges::find_if_not(text, isPlain) - text.begin());
-        _held.append(text, 0, plain);
-        if (plain == text.size())
+        const auto length = static_cast<std::size_t>(std::ranges::find_if_not(text, isPlain) - text.begin());
+        _held.append(text, 0, length);
+        if (length == text.size())
             break;
         constexpr std::string_view escaped = "\"\\\b\f\n\r\t";
         constexpr std::string_view letters = "\"\\bfnrt";
         constexpr std::string_view hex = "0123456789ABCDEF";
-        const auto code = static_cast<unsigned char>(text[plain]);
-        if (const std::size_t at = escaped.find(text[plain]); at != escaped.npos)
+        const auto code = static_cast<unsigned char>(text[length]);
+        if (const std::size_t at = escaped.find(text[length]); at != escaped.npos)
             _held.append({'\\', letters[at]});
         else
             _held.append({'\\', 'u', '0', '0', hex[code >> 4], hex[code & 15]});
-        text.remove_prefix(plain + 1);
+        text.remove_prefix(length + 1);
     }
     _held += '"';
 }

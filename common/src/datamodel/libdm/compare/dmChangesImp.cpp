@@ -139,7 +139,7 @@ Edges Changes::edgesOf(const Shot& a, const Shot& b) const
     return edges;
 }
 
-DmChange& Changes::tell(Kind kind)
+DmChange& Changes::add(Kind kind)
 {
     DmChange& change = _changes.emplace_back();
     change.kind = kind;
@@ -147,13 +147,13 @@ DmChange& Changes::tell(Kind kind)
     return change;
 }
 
-DmChange& Changes::tellOne(Kind kind, const Shot& shot, const Shot* now, double frames)
+DmChange& Changes::addOf(Kind kind, const Shot& shot, const Shot* now, double frames)
 {
     const bool isOld = kind == Kind::Removed || now;
     const Cut& cut = isOld ? _before : _after;
     const Shot& named = now ? *now : shot;
     const Cut& namedCut = now ? _after : cut;
-    DmChange& change = tell(kind);
+    DmChange& change = add(kind);
     change.track = namedCut.laneOf(named).name;
     change.clip = clipName(*named.node);
     change.frames = std::round(frames * 1e6) / 1e6;
@@ -182,12 +182,12 @@ void Changes::tellShift(const Shot& shot, const Shot& now, double frames, int co
             last.count += count;
             return;
         }
-    tellOne(Kind::Shifted, shot, &now, frames).count = count;
+    addOf(Kind::Shifted, shot, &now, frames).count = count;
 }
 
 void Changes::tellProperty(const std::string& path, const Difference& difference, const std::string& track)
 {
-    DmChange& change = tell(Kind::Property);
+    DmChange& change = add(Kind::Property);
     change.track = track;
     change.oldPath = change.newPath = path;
     change.property = difference.path;
@@ -234,7 +234,7 @@ void Changes::compareMarks(const DmSetList<DmCueMark>& before, const DmSetList<D
     std::vector<const DmCueMark*> news = marksOf(after);
     const auto note = [&](Kind kind, const DmCueMark& mark) -> DmChange&
     {
-        DmChange& change = tell(kind);
+        DmChange& change = add(kind);
         change.track = track;
         change.clip = clip;
         change.oldPath = change.newPath = path;

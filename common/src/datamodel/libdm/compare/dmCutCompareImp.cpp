@@ -129,13 +129,13 @@ void CutCompare::compareShots()
         const int at = _match.toNew[i];
         if (at < 0)
         {
-            _changes.tellOne(Kind::Removed, a, nullptr, a.out - a.in);
+            _changes.addOf(Kind::Removed, a, nullptr, a.out - a.in);
             continue;
         }
         const Shot& b = _after.shots()[std::size_t(at)];
         if (!_inOrder[i])
         {
-            DmChange& change = _changes.tellOne(Kind::Moved, a, &b, b.in * _changes.toOld() - a.in);
+            DmChange& change = _changes.addOf(Kind::Moved, a, &b, b.in * _changes.toOld() - a.in);
             if (_lanes[std::size_t(a.lane)] != b.lane)
                 change.oldTrack = _before.laneOf(a).name;
         }
@@ -143,7 +143,7 @@ void CutCompare::compareShots()
     }
     for (std::size_t i = 0; i < _after.shots().size(); ++i)
         if (const Shot& shot = _after.shots()[i]; _match.toOld[i] < 0)
-            _changes.tellOne(Kind::Added, shot, nullptr, shot.out - shot.in);
+            _changes.addOf(Kind::Added, shot, nullptr, shot.out - shot.in);
 }
 
 std::optional<CutCompare::Offsets> CutCompare::offsetsBehind(int i) const
@@ -194,7 +194,7 @@ void CutCompare::compareTimes(int laneAt, bool tells)
             const bool isShift = follows || others || (tells && _changes.isExplained(inSync));
             isMove = others ? false : follows ? isMove : !isShift;
             if (tells && !isShift)
-                _changes.tellOne(Kind::Moved, a, &b, shift);
+                _changes.addOf(Kind::Moved, a, &b, shift);
             else if (tells)
                 _changes.tellShift(a, b, shift, 1 + a.leftOut);
             if (!isMove || tells)

@@ -102,7 +102,7 @@ public:
     bool compare(const DmTreeNode& a, const DmTreeNode& b, const std::string& path)
     {
         const bool collections = holdsCompositions(a) && holdsCompositions(b) && a.whatIs() == b.whatIs();
-        const Tell sink = [&](const Difference& difference) { tell(path, difference); };
+        const Tell sink = [&](const Difference& difference) { addProperty(path, difference); };
         const LeftOut leftOut = [&](int index)
         {
             return (collections && index == DmCollectionNode::Children) ||
@@ -133,13 +133,13 @@ public:
                     return false;
             }
             else if (one || other || before.size() != after.size())
-                tell(childPath(path, at), {"",
-                                           one                 ? dmUtf8(one->getPSetName())
-                                           : i < before.size() ? "nothing"
-                                                               : "",
-                                           other              ? dmUtf8(other->getPSetName())
-                                           : i < after.size() ? "nothing"
-                                                              : ""});
+                addProperty(childPath(path, at), {"",
+                                                  one                 ? dmUtf8(one->getPSetName())
+                                                  : i < before.size() ? "nothing"
+                                                                      : "",
+                                                  other              ? dmUtf8(other->getPSetName())
+                                                  : i < after.size() ? "nothing"
+                                                                     : ""});
         }
         --_depth;
         return true;
@@ -148,7 +148,7 @@ public:
 private:
     static constexpr int limit = 512; ///< reels inside each other
 
-    void tell(const std::string& path, const Difference& difference)
+    void addProperty(const std::string& path, const Difference& difference)
     {
         DmChange& change = _changes.emplace_back();
         change.oldPath = change.newPath = path;

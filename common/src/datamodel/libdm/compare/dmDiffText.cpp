@@ -72,7 +72,7 @@ std::string DmChange::text() const
             return what + ": " + quoted(became);
         return what + ": " + quoted(was) + (became.empty() ? " is gone" : " -> " + quoted(became));
     };
-    const auto plain = [this](const std::string& what) { return what + ": " + was + " -> " + became; };
+    const auto change = [this](const std::string& what) { return what + ": " + was + " -> " + became; };
     const auto longer = [](double by) { return framesText(by) + (by > 0.0 ? " longer" : " shorter"); };
     const auto later = [](double by) { return framesText(by) + (by > 0.0 ? " later" : " earlier"); };
     switch (kind)
@@ -97,7 +97,7 @@ std::string DmChange::text() const
     case Kind::Slipped:
         return "slipped, plays what is " + later(frames);
     case Kind::Speed:
-        return plain("speed");
+        return change("speed");
     case Kind::Replaced:
         return fromTo("replaced");
     case Kind::Renamed:
@@ -110,7 +110,7 @@ std::string DmChange::text() const
         return property + " removed, " + framesText(frames);
     case Kind::TransitionChanged:
         return was.empty() && became.empty() ? "transition " + later(frames) + " on the cut"
-                                             : plain("transition " + property);
+                                             : change("transition " + property);
     case Kind::EffectAdded:
     case Kind::MarkAdded:
         return (kind == Kind::EffectAdded ? "effect " + property : "mark " + quoted(property)) + " added";
@@ -129,7 +129,7 @@ std::string DmChange::text() const
     case Kind::CompositionRemoved:
         return kinds[std::size_t(kind)].text + (", " + framesText(frames));
     case Kind::Rate:
-        return plain("rate") + "; compared by the clock";
+        return change("rate") + "; compared by the clock";
     case Kind::Property:
         return fromTo(property.empty() ? newPath : property);
     default:

@@ -304,7 +304,8 @@ std::vector<CoSharedPtr<DmPropertySet>> LaneMerge::mergeFillers(const std::vecto
                                                                 const std::vector<const DmTreeNode*>& theirs,
                                                                 const Lane& lane, int left, double in)
 {
-    const auto tell = [&](std::size_t at, const std::string& what, const std::string& one, const std::string& other)
+    const auto addConflict =
+        [&](std::size_t at, const std::string& what, const std::string& one, const std::string& other)
     {
         const int first = left < 0 ? 0 : _ours.shot(left).element + 1;
         const auto* const segment = at < ours.size() ? ours[at]->asSegment() : nullptr;
@@ -327,8 +328,8 @@ std::vector<CoSharedPtr<DmPropertySet>> LaneMerge::mergeFillers(const std::vecto
     if (!std::ranges::equal(ours, theirs, sameClass))
     {
         if (base)
-            tell(0, "both changed what is between two shots", std::to_string(ours.size()) + " elements",
-                 std::to_string(theirs.size()) + " elements");
+            addConflict(0, "both changed what is between two shots", std::to_string(ours.size()) + " elements",
+                        std::to_string(theirs.size()) + " elements");
         return all;
     }
     const bool isBase = base && std::ranges::equal(*base, ours, sameClass);
@@ -348,7 +349,7 @@ std::vector<CoSharedPtr<DmPropertySet>> LaneMerge::mergeFillers(const std::vecto
             return {};
         all.push_back(set);
         for (const DmMergeConflict& each : found)
-            tell(i, each.what, each.ours, each.theirs);
+            addConflict(i, each.what, each.ours, each.theirs);
     }
     return all;
 }

@@ -79,8 +79,8 @@ std::string nameOf(const DmPropertySet* set, double keysBy = 0.0)
 class Comparison
 {
 public:
-    Comparison(const Tell& tell, double keysBy)
-        : _tell(tell)
+    Comparison(const Tell& sink, double keysBy)
+        : _sink(sink)
         , _keysBy(keysBy)
     {
     }
@@ -147,9 +147,9 @@ private:
         }
         return path;
     }
-    void tell(const Step& step, std::string was, std::string became) const
+    void report(const Step& step, std::string was, std::string became) const
     {
-        _tell({pathOf(step), shortened(std::move(was)), shortened(std::move(became))});
+        _sink({pathOf(step), shortened(std::move(was)), shortened(std::move(became))});
     }
 
     void sets(const Pair& pair, const LeftOut* leftOut)
@@ -159,7 +159,7 @@ private:
         const DmPropertySetData& data = a.classData();
         if (&data != &b.classData())
         {
-            _tell({pair.step < 0 ? _top : pathAt(pair.step), dmUtf8(a.getPSetName()), dmUtf8(b.getPSetName())});
+            _sink({pair.step < 0 ? _top : pathAt(pair.step), dmUtf8(a.getPSetName()), dmUtf8(b.getPSetName())});
             return;
         }
         // Where keys stand is what they are known by.
@@ -187,12 +187,12 @@ private:
                                if constexpr (DmNumberStorage<T>)
                                {
                                    if (!sameNumber(one, other))
-                                       tell(step, numberText(def, one), numberText(def, other));
+                                       report(step, numberText(def, one), numberText(def, other));
                                }
                                else if constexpr (std::is_same_v<T, DmString>)
                                {
                                    if (one.view() != other.view())
-                                       tell(step, dmUtf8(one), dmUtf8(other));
+                                       report(step, dmUtf8(one), dmUtf8(other));
                                }
                                else if constexpr (std::is_same_v<T, DmPropertySetPtr>)
                                    held(one.get(), other.get(), step, depth);
@@ -209,7 +209,7 @@ private:
         if (a == b)
             return;
         if (!a || !b)
-            return tell(step, textOf(a), textOf(b));
+            return report(step, textOf(a), textOf(b));
         _steps.push_back(step);
         _left.push_back({a, b, int(_steps.size()) - 1, depth});
     }
@@ -243,7 +243,7 @@ private:
                 return sameNumber(one, other);
         };
         if (!std::ranges::equal(a, b, same))
-            tell(step, text(a), text(b));
+            report(step, text(a), text(b));
     }
 
     void maps(const DmPropertySetMap& a, const DmPropertySetMap& b, Step step, int depth)
@@ -256,9 +256,9 @@ private:
             const bool isNew = !isGone && (one == a.end() || other->first < one->first);
             step.key = isNew ? &other->first : &one->first;
             if (isGone)
-                tell(step, textOf(one->second.get()), "");
+                report(step, textOf(one->second.get()), "");
             else if (isNew)
-                tell(step, "", textOf(other->second.get()));
+                report(step, "", textOf(other->second.get()));
             else
                 held(one->second.get(), other->second.get(), step, depth);
             if (!isNew)
@@ -301,7 +301,7 @@ private:
             std::vector<int>& from = named[nameOf(a.at(i), _keysBy)];
             if (from.empty())
             {
-                tell(at(a.at(i), i), textOf(a.at(i)), "");
+                report(at(a.at(i), i), textOf(a.at(i)), "");
                 continue;
             }
             held(a.at(i), b.at(from.back()), at(a.at(i), i), depth);
@@ -312,7 +312,7 @@ private:
             added.insert(added.end(), places.begin(), places.end());
         std::ranges::sort(added);
         for (const int i : added)
-            tell(at(b.at(i), i), "", textOf(b.at(i)));
+            report(at(b.at(i), i), "", textOf(b.at(i)));
     }
 
     bool isEqual(const DmPropertySet* a, const DmPropertySet* b) const
@@ -323,7 +323,7 @@ private:
         return equal;
     }
 
-    const Tell& _tell;
+    const Tell& _sink;
     double _keysBy;
     std::string _top;
     std::vector<Pair> _left;
@@ -333,9 +333,9 @@ private:
 } // namespace
 
 bool compareSets(const DmPropertySet& a, const DmPropertySet& b, const std::string& path, const LeftOut& leftOut,
-                 const Tell& tell, double keysBy)
+                 const Tell& sink, double keysBy)
 {
-    return Comparison(tell, keysBy).run(a, b, path, leftOut ? &leftOut : nullptr);
+    return Comparison(sink, keysBy).run(a, b, path, leftOut ? &leftOut : nullptr);
 }
 
 } // namespace dmCompare

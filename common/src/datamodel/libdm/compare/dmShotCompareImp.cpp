@@ -87,19 +87,19 @@ void ShotCompare::compare(const Shot& a, const Shot& b, const Overlaps& overlaps
         return;
     if (isReplaced(a, b))
     {
-        DmChange& change = _changes.tellOne(Kind::Replaced, a, &b, 0.0);
+        DmChange& change = _changes.addOf(Kind::Replaced, a, &b, 0.0);
         change.was = mediumName(*a.node);
         change.became = mediumName(*b.node);
     }
     if (a.node->getName().view() != b.node->getName().view())
     {
-        DmChange& change = _changes.tellOne(Kind::Renamed, a, &b, 0.0);
+        DmChange& change = _changes.addOf(Kind::Renamed, a, &b, 0.0);
         change.was = dmUtf8(a.node->getName());
         change.became = dmUtf8(b.node->getName());
     }
     if (a.node->getMuted() != b.node->getMuted())
     {
-        DmChange& change = _changes.tellOne(Kind::Muted, a, &b, 0.0);
+        DmChange& change = _changes.addOf(Kind::Muted, a, &b, 0.0);
         change.was = a.node->getMuted() ? "muted" : "heard";
         change.became = b.node->getMuted() ? "muted" : "heard";
     }
@@ -116,7 +116,7 @@ void ShotCompare::compareEdges(const Shot& a, const Shot& b, const Overlaps& ove
     const Edges edges = _changes.edgesOf(a, b);
     if (edges.isSlip)
     {
-        _changes.tellOne(Kind::Slipped, a, &b, edges.head);
+        _changes.addOf(Kind::Slipped, a, &b, edges.head);
         return;
     }
     // How far apart a point, or a transition, and the other lie.
@@ -130,9 +130,9 @@ void ShotCompare::compareEdges(const Shot& a, const Shot& b, const Overlaps& ove
     if (overlaps.trimsTail)
         tail = edges.tail;
     if (!_changes.isNothing(head))
-        _changes.tellOne(Kind::Head, a, &b, head);
+        _changes.addOf(Kind::Head, a, &b, head);
     if (!_changes.isNothing(tail))
-        _changes.tellOne(Kind::Tail, a, &b, tail);
+        _changes.addOf(Kind::Tail, a, &b, tail);
 }
 
 void ShotCompare::compareEffects(const Shot& a, const Shot& b)
@@ -140,7 +140,7 @@ void ShotCompare::compareEffects(const Shot& a, const Shot& b)
     const bool speedChanged = std::abs(a.speed - b.speed) > 1e-9 || a.isKeyed != b.isKeyed;
     if (speedChanged)
     {
-        DmChange& change = _changes.tellOne(Kind::Speed, a, &b, 0.0);
+        DmChange& change = _changes.addOf(Kind::Speed, a, &b, 0.0);
         change.was = speedText(a);
         change.became = speedText(b);
     }
@@ -160,7 +160,7 @@ void ShotCompare::compareEffects(const Shot& a, const Shot& b)
         std::vector<const DmPropertySet*>& same = left[className(effect.get())];
         if (same.empty())
         {
-            _changes.tellOne(Kind::EffectRemoved, a, &b, 0.0).property = effectName(effect.get());
+            _changes.addOf(Kind::EffectRemoved, a, &b, 0.0).property = effectName(effect.get());
             continue;
         }
         compareEffect(a, b, effect.get(), same.back(), Kind::EffectChanged);
@@ -169,7 +169,7 @@ void ShotCompare::compareEffects(const Shot& a, const Shot& b)
     for (const auto& effect : now)
         if (const auto found = left.find(className(effect.get()));
             found != left.end() && std::ranges::find(found->second, effect.get()) != found->second.end())
-            _changes.tellOne(Kind::EffectAdded, a, &b, 0.0).property = effectName(effect.get());
+            _changes.addOf(Kind::EffectAdded, a, &b, 0.0).property = effectName(effect.get());
 }
 
 void ShotCompare::compareEffect(const Shot& a, const Shot& b, const DmPropertySet* one, const DmPropertySet* other,
@@ -192,7 +192,7 @@ void ShotCompare::compareEffect(const Shot& a, const Shot& b, const DmPropertySe
     }
     for (const Difference& difference : found)
     {
-        DmChange& change = _changes.tellOne(kind, a, &b, 0.0);
+        DmChange& change = _changes.addOf(kind, a, &b, 0.0);
         change.property = effectName(other) + ' ' + parameterText(difference.path);
         change.was = difference.was;
         change.became = difference.became;
@@ -214,7 +214,7 @@ void ShotCompare::compareRest(const Shot& a, const Shot& b)
     {
         if (otherFormats && isFormatsOwn(difference))
             return;
-        DmChange& change = _changes.tellOne(Kind::Property, a, &b, 0.0);
+        DmChange& change = _changes.addOf(Kind::Property, a, &b, 0.0);
         change.property = difference.path;
         change.was = difference.was;
         change.became = difference.became;
@@ -298,8 +298,8 @@ void ShotCompare::compareSeam(const Shot& a, const Shot& b, const DmTransitionNo
     };
     if (!was || !is)
     {
-        DmChange& change = _changes.tellOne(was ? Kind::TransitionRemoved : Kind::TransitionAdded, a, &b,
-                                            was ? was->getRecLength() : is->getRecLength());
+        DmChange& change = _changes.addOf(was ? Kind::TransitionRemoved : Kind::TransitionAdded, a, &b,
+                                          was ? was->getRecLength() : is->getRecLength());
         change.property = kindOf(was ? *was : *is);
         at(change);
         return;
@@ -307,7 +307,7 @@ void ShotCompare::compareSeam(const Shot& a, const Shot& b, const DmTransitionNo
     const double longer = is->getRecLength() * _changes.toOld() - was->getRecLength();
     const auto note = [&](const char* what, std::string old, std::string now, double frames)
     {
-        DmChange& change = _changes.tellOne(Kind::TransitionChanged, a, &b, frames);
+        DmChange& change = _changes.addOf(Kind::TransitionChanged, a, &b, frames);
         change.property = what;
         change.was = std::move(old);
         change.became = std::move(now);

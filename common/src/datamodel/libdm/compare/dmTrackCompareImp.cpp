@@ -51,7 +51,7 @@ void TrackCompare::compareCompositions()
     const DmCompositionNode& b = _changes.after().composition();
     if (_changes.before().fcm() != _changes.after().fcm())
     {
-        DmChange& change = _changes.tell(Kind::Rate);
+        DmChange& change = _changes.add(Kind::Rate);
         change.property = "fcm";
         change.was = DM::FcmUtil::getFCMString(_changes.before().fcm());
         change.became = DM::FcmUtil::getFCMString(_changes.after().fcm());
@@ -135,7 +135,7 @@ void TrackCompare::compareTracks()
         const DmTrackNode& track = *trackAt(_changes.before(), olds[i]);
         if (order[i] < 0)
         {
-            DmChange& change = _changes.tell(Kind::TrackRemoved);
+            DmChange& change = _changes.add(Kind::TrackRemoved);
             change.track = laneName(track, 0);
             change.oldPath = childPath(_changes.before().path(), olds[i]);
             continue;
@@ -143,7 +143,7 @@ void TrackCompare::compareTracks()
         const DmTrackNode& now = *trackAt(_changes.after(), order[i]);
         if (!keeps[i])
         {
-            DmChange& change = _changes.tell(Kind::TrackMoved);
+            DmChange& change = _changes.add(Kind::TrackMoved);
             change.track = laneName(now, 0);
             change.oldPath = childPath(_changes.before().path(), olds[i]);
             change.newPath = childPath(_changes.after().path(), order[i]);
@@ -159,7 +159,7 @@ void TrackCompare::compareTracks()
     for (int b = 0; b < _changes.after().composition().getNbChildren(); ++b)
         if (const DmTrackNode* const track = trackAt(_changes.after(), b); track && !backwards.contains(b))
         {
-            DmChange& change = _changes.tell(Kind::TrackAdded);
+            DmChange& change = _changes.add(Kind::TrackAdded);
             change.track = laneName(*track, 0);
             change.newPath = childPath(_changes.after().path(), b);
         }
@@ -178,7 +178,7 @@ void TrackCompare::compareLayers(const std::map<int, int>& tracks, const std::ma
         {
             if (track == tracks.end())
                 continue; // gone with its track
-            DmChange& change = _changes.tell(Kind::LayerRemoved);
+            DmChange& change = _changes.add(Kind::LayerRemoved);
             change.track = lane.name;
             change.oldPath = _changes.before().pathOf(lane, -1);
             continue;
@@ -189,7 +189,7 @@ void TrackCompare::compareLayers(const std::map<int, int>& tracks, const std::ma
         const bool goesBack = !order.empty() && order.back() > _lanes[i];
         if (track == tracks.end() || track->second != now.trackAt || goesBack)
         {
-            DmChange& change = _changes.tell(Kind::LayerMoved);
+            DmChange& change = _changes.add(Kind::LayerMoved);
             change.track = now.name;
             change.oldTrack = lane.name;
             change.oldPath = _changes.before().pathOf(lane, -1);
@@ -222,7 +222,7 @@ void TrackCompare::compareLayers(const std::map<int, int>& tracks, const std::ma
     for (std::size_t i = 0; i < isKept.size(); ++i)
         if (const Lane& lane = _changes.after().lanes()[i]; !isKept[i] && backwards.contains(lane.trackAt))
         {
-            DmChange& change = _changes.tell(Kind::LayerAdded);
+            DmChange& change = _changes.add(Kind::LayerAdded);
             change.track = lane.name;
             change.newPath = _changes.after().pathOf(lane, -1);
         }

@@ -31,10 +31,10 @@ bool dmIsTime(double frames)
 
 double dmStoredRecIn(const DmTreeNode* node)
 {
-    auto* const plain = const_cast<DmTreeNode*>(node);
-    if (const DmSegmentNode* const segment = dmSegment(plain))
+    auto* const element = const_cast<DmTreeNode*>(node);
+    if (const DmSegmentNode* const segment = dmSegment(element))
         return segment->getRecIn();
-    if (const DmTransitionNode* const transition = dmTransition(plain))
+    if (const DmTransitionNode* const transition = dmTransition(element))
         return transition->getRecIn();
     return dmNoTime;
 }

@@ -54,7 +54,7 @@ std::unique_ptr<const DmPropertySetPtr[]> DmPlacedRuns::make(const DmRuns::Place
     return elements;
 }
 
-const DmPropertySetPtr* DmPlacedRuns::made(std::size_t run) const
+const DmPropertySetPtr* DmPlacedRuns::elementsOf(std::size_t run) const
 {
     try
     {
@@ -82,7 +82,7 @@ DmListRun DmPlacedRuns::runAt(int element) const
         ++run;
     const DmPropertySetPtr* elements = _slots[run].elements.load(std::memory_order_acquire);
     if (!elements) [[unlikely]]
-        elements = made(run);
+        elements = elementsOf(run);
     return {elements, _slots[run].first, _slots[run + 1].first - _slots[run].first};
 }
 

@@ -132,9 +132,9 @@ bool decode(std::string_view raw, std::string& out)
     constexpr std::string_view characters = "\"\\/\b\f\n\r\t";
     for (;;)
     {
-        const std::size_t plain = std::min(raw.find('\\'), raw.size());
-        out += raw.substr(0, plain);
-        raw.remove_prefix(plain);
+        const std::size_t unescaped = std::min(raw.find('\\'), raw.size());
+        out += raw.substr(0, unescaped);
+        raw.remove_prefix(unescaped);
         if (raw.empty())
             return true;
         const char name = raw.size() > 1 ? raw[1] : '\0';

@@ -52,9 +52,9 @@ public:
     bool areOfOtherFormats() const { return _areOfOtherFormats; }
     Edges edgesOf(const Shot& a, const Shot& b) const;
 
-    DmChange& tell(Kind kind);
+    DmChange& add(Kind kind);
     /// About a shot that is in one cut, or a matched pair.
-    DmChange& tellOne(Kind kind, const Shot& shot, const Shot* now, double frames);
+    DmChange& addOf(Kind kind, const Shot& shot, const Shot* now, double frames);
     /// Of shots one behind the other that were shifted by as much, one change, unless each is wanted.
     void tellShift(const Shot& shot, const Shot& now, double frames, int count);
     void tellProperty(const std::string& path, const Difference& difference, const std::string& track);

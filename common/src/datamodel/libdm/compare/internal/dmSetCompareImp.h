@@ -25,6 +25,6 @@ using Tell = std::function<void(const Difference&)>;
 /// where they hold each other, or are nested too deep to be documents.
 /// `keysBy`: by how much later key frames of `b` may stand without being others.
 [[nodiscard]] bool compareSets(const DmPropertySet& a, const DmPropertySet& b, const std::string& path,
-                               const LeftOut& leftOut, const Tell& tell, double keysBy = 0.0);
+                               const LeftOut& leftOut, const Tell& sink, double keysBy = 0.0);
 
 } // namespace dmCompare

@@ -28,7 +28,7 @@ private:
     static constexpr std::size_t blockSize = 32;
 
     /// Null where memory ran out.
-    const DmPropertySetPtr* made(std::size_t run) const;
+    const DmPropertySetPtr* elementsOf(std::size_t run) const;
     static std::unique_ptr<const DmPropertySetPtr[]> make(const DmRuns::PlacedRun& placed);
 
     DmRuns _runs; ///< keeps what `_placed` points to
