@@ -359,6 +359,32 @@ TEST(WithoutMemory, ACreationOrACloneIsNullOrWhole)
             bool equal = true;
             EXPECT_TRUE(!copy || (dmDeepEqual(*f.set, *copy, equal) == DM_NO_ERROR && equal));
         });
+
+    // With values: all of them, or no object.
+    const DmString text(L"a text that needs room of its own");
+    const DmString fcm(L"25 fps");
+    const auto input = DmSourceNode::GeneratedInput::create(text, 10.0, DM_MEDIA_VIDEO);
+    const auto resolution = DmFrameResolution::create();
+    const std::function<DmPropertySetPtr()> makers[] = {
+        [&] { return DmCompositionNode::create(text, fcm, resolution); },
+        [&] { return DmBlobNode::create(text, text); },
+        [&] { return DmCueMark::create(text, 4.0); },
+        [&] { return DmSimpleChannel::create(text); },
+        [&] { return DmSourceNode::create(input, 3.0, 5.0, 2.0, true, true); },
+        [&] { return DmSourceNode::GeneratedInput::create(text, 10.0, DM_MEDIA_VIDEO); },
+        [&] { return DmSourceNode::MediaInput::create(10.0, 90000.0, nullptr, fcm, DM_MEDIA_VIDEO, true); },
+    };
+    for (const auto& make : makers)
+    {
+        const DmPropertySetPtr whole = make();
+        refuseEach(
+            "create with values", [&] { return make; },
+            [&](const DmPropertySetPtr& made, bool refused)
+            {
+                bool equal = true;
+                EXPECT_TRUE(made ? dmDeepEqual(*whole, *made, equal) == DM_NO_ERROR && equal : refused);
+            });
+    }
 }
 
 TEST(WithoutMemory, ARareBlockIsCopiedWholeOrNotAtAll)

@@ -94,13 +94,17 @@ double DmCompositionNode::getStartTC() const
 
 eDmErrorId DmCompositionNode::setStartTC(double frames, const DmString& fcm)
 {
-    if (const eDmErrorId status = set(StartTcFcm, fcm); status != DM_NO_ERROR)
-        return status;
     const DM::FrameCodeModes mode = dmFcmFromText(fcm);
     char label[14] = ""; // thirteen characters: longer labels, of times beyond 999 hours, are cut
     if (mode != FCM_NOT_DEFINED)
         DM::TimeUnit(frames).toTimeCode(label, sizeof(label), mode);
-    if (const eDmErrorId status = setStartTCStr(DmString(label)); status != DM_NO_ERROR)
+    const unsigned lost = DmString::lost();
+    const DmString text(label);
+    if (DmString::lost() != lost)
+        return DM_BAD_VALUE;
+    if (const eDmErrorId status = set(StartTcFcm, fcm); status != DM_NO_ERROR)
+        return status;
+    if (const eDmErrorId status = setStartTCStr(text); status != DM_NO_ERROR)
         return status;
     return set(StartTC, DM::TimeUnit(frames).roundToSubFrames().getFrames());
 }
