@@ -1,12 +1,11 @@
 #include "checkBaseline.h"
 
 #include "jsonLine.h"
+#include "textFile.h"
 
 #include <rapidjson/document.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <numeric>
 #include <stdexcept>
 
@@ -25,13 +24,12 @@ std::string subjectOf(const DmFinding& finding)
 
 CheckBaseline::CheckBaseline(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::string text = readText(path);
     rapidjson::Document document;
     document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
     const auto isText = [](const rapidjson::Value& row, const char* key)
     { return row.HasMember(key) && row[key].IsString(); };
-    bool isGood = file && !document.HasParseError() && document.IsObject() && document.HasMember("accepted") &&
+    bool isGood = !document.HasParseError() && document.IsObject() && document.HasMember("accepted") &&
                   document["accepted"].IsArray();
     for (rapidjson::SizeType i = 0; isGood && i < document["accepted"].Size(); ++i)
     {

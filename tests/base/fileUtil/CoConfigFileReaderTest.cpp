@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -104,8 +105,8 @@ TEST(ConfigFile, ABadLineIsReportedWithFileAndLine)
 TEST(ConfigFile, AFileThatIsNoneIsRefused)
 {
     for (const auto& [path, part] :
-         {std::pair{"/no/such/file", "/no/such/file: cannot be opened: No such file or directory"},
-          {"", "cannot be opened"},
+         {std::pair{"/no/such/file", "/no/such/file: cannot be read: No such file or directory"},
+          {"", ": cannot be read: No such file or directory"},
           {"/", "/: cannot be read: Is a directory"},
           {"/dev/zero", "/dev/zero: too large"},
           {"/proc/self/exe", "binary data"}})
@@ -131,6 +132,18 @@ TEST(ConfigFile, WhatIsWrittenReadsBack)
         EXPECT_EQ(value(reader, "se[]ction", text), "<" + text);
         EXPECT_EQ(value(reader, "se[]ction", "<" + text), text);
     }
+}
+
+TEST(ReplaceFile, LeavesNothingHalfWrittenWhereASignalEndsTheProcess)
+{
+    const ZrTempDir directory;
+    const std::string path = directory.write("cut.edl", "old");
+    DM::CoReplaceFile file;
+    ASSERT_TRUE(file.open(path.c_str()) && file.write("new"));
+    DM::CoReplaceFile::removeAll(); // what a handler does
+    const auto files = std::filesystem::directory_iterator(directory.path());
+    EXPECT_EQ(std::distance(begin(files), end(files)), 1);
+    EXPECT_EQ(ZrTempDir::read(path), "old");
 }
 
 TEST(FileReader, GivesNothingOfWhatItCannotRead)

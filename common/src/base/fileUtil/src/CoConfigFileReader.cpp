@@ -1,12 +1,10 @@
 #include "CoConfigFileReader.h"
 
 #include "CoException.h"
+#include "CoFile.h"
 #include "zrSourcePath.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <memory>
 #include <system_error>
 
 namespace DM
@@ -142,19 +140,17 @@ std::string nameText(std::string_view name, char terminator)
 
 std::string readWhole(const std::string& path)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), std::fclose);
-    if (!file)
-        fail(path + ": cannot be opened: " + std::generic_category().message(errno));
+    CoFileReader file(path.c_str());
     std::string text;
     char chunk[65536];
-    while (const std::size_t count = std::fread(chunk, 1, sizeof(chunk), file.get()))
+    while (const std::size_t count = file.read(chunk, sizeof(chunk)))
     {
         text.append(chunk, count);
         if (text.size() > CoConfigFileReader::maxFileSize)
             fail(path + ": too large for a configuration file");
     }
-    if (std::ferror(file.get()))
-        fail(path + ": cannot be read: " + std::generic_category().message(errno));
+    if (file.error() != 0)
+        fail(path + ": cannot be read: " + std::generic_category().message(file.error()));
     return text;
 }
 

@@ -2,12 +2,11 @@
 
 #include "CoConfigFileReader.h"
 #include "CoException.h"
+#include "CoFile.h"
 #include "zrAssert.h"
 #include "zrPost.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <system_error>
 
 namespace DM
@@ -58,12 +57,10 @@ void CoLocale::dumpRegistry(const char* file)
         text += CoConfigFileReader::entryLine(entry->tag(), entry->text());
 
     const char* const path = file ? file : "";
-    std::FILE* const stream = std::fopen(path, "wbe");
-    bool isWritten = stream && std::fwrite(text.data(), 1, text.size(), stream) == text.size();
-    isWritten = stream && std::fclose(stream) == 0 && isWritten;
-    if (!isWritten)
+    CoReplaceFile target;
+    if (!target.open(path) || !target.write(text) || !target.commit())
     {
-        const std::string reason = std::generic_category().message(errno);
+        const std::string reason = std::generic_category().message(target.error());
         throw CoException((std::string(path) + ": cannot be written: " + reason).c_str(), __LINE__, ZR_SOURCE_FILE);
     }
     ZR_POST_NOTICE("Locale registry successfully written to '%s'", file);
