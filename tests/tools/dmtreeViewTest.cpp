@@ -79,6 +79,38 @@ TEST(ViewStill, CutsATransitionWithoutBendingIt)
     EXPECT_TRUE(matches(part, "...<svg x=\"144\"..."));
 }
 
+TEST(ViewStill, DrawsEachKindOfTransition)
+{
+    const auto shot = [](const char* name, const char* recIn)
+    {
+        return R"({"DmSourceNode": {"recIn": )" + std::string(recIn) +
+               R"(, "recLength": 20, "mediaType": 1, "segmentId": ")" + name +
+               R"(", "srcInput": {"MediaInput": {"name": ")" + name + R"(", "mediaType": 1}}}})";
+    };
+    const auto seam = [](const char* recIn, const char* effect)
+    {
+        return R"(, {"DmTrxEffectNode": {"recIn": )" + std::string(recIn) +
+               R"(, "recLength": 20, "mediaType": 1, "effect": {)" + effect + "}}}, ";
+    };
+    const ZrTempDir folder;
+    const std::string document = folder.write(
+        "a.json", R"({"DmRoot": {"children": [{"DmCompositionNode": {"fcm": "25 fps", "children": [{"DmTrackNode": )"
+                  R"({"mediaType": 1, "children": [{"DmLayerNode": {"mediaType": 1, "children": [)" +
+                      shot("A", "0") + seam("20", R"("DmWipeSettings": {})") + shot("B", "40") +
+                      seam("60", R"("DmVDissolveSettings": {"muted": true})") + shot("C", "80") +
+                      seam("100", R"("DmVDissolveSettings": {"hasToFromColor": true})") + shot("D", "120") +
+                      "]}}]}}]}}]}}");
+    const std::string drawn = still({"--lenient"}, document);
+    const char* const shapes[] = {
+        "...<g>\n<title>Wipe\n...</title>\n<path class=\"t0\" ...>\n<path class=\"t1\" ...>\n<path class=\"slope\" ...",
+        "...<g class=\"muted\">\n<title>VDissolve\n00:00:02:10...</title>\n<path class=\"t1\" ...>\n<path class=\"t2\" "
+        "...",
+        "...<g>\n<title>VDissolve\n00:00:04:00...</title>\n<path class=\"t2\" ...>\n<path class=\"mine\" ...",
+    };
+    for (const char* const shape : shapes)
+        EXPECT_TRUE(matches(drawn, shape)) << shape << drawn.substr(drawn.find("data-row"));
+}
+
 TEST(ViewStill, ShowsFindingsAtTheirPlace)
 {
     const std::string mistakes = ZR_EXAMPLES "/commercial-with-mistakes.json";
@@ -106,10 +138,11 @@ TEST(ViewStill, ShowsWhatReadingAListHadToSay)
 const std::string list = ZR_EXAMPLES "/../lists/reel1.edl";
 const std::string newList = ZR_EXAMPLES "/../lists/reel1-v2.edl";
 
-std::string stillOfBoth(const std::string& before, const std::string& after, int exitCode = 1)
+std::string stillOfBoth(const std::string& before, const std::string& after, int exitCode = 1,
+                        const char* width = "2000")
 {
     const auto result =
-        zrTest::runDmtree({"diff", "--fcm", "25 fps", "--svg", "--width", "2000", "-o", "-", before, after});
+        zrTest::runDmtree({"diff", "--fcm", "25 fps", "--svg", "--width", width, "-o", "-", before, after});
     EXPECT_EQ(result.exitCode, exitCode) << result.err;
     return result.out;
 }
@@ -142,6 +175,24 @@ double leftOf(const std::string& svg, const std::string& row, const std::string&
     return title == svg.npos || at == svg.npos ? -1.0 : std::atof(svg.c_str() + at + 4);
 }
 
+/// How many of the seconds at which shots of two seconds begin the ruler names, each where its shot begins.
+int labelsOf(const std::string& svg, const std::string& shots)
+{
+    int count = 0;
+    for (std::size_t i = 0; i < shots.size(); ++i)
+    {
+        char label[64];
+        std::snprintf(label, sizeof label, ">10:%02zu:%02zu:00</text>", i * 2 / 60, i * 2 % 60);
+        const std::size_t at = svg.find(label);
+        if (at == svg.npos)
+            continue;
+        ++count;
+        const double left = leftOf(svg, "V1 new", std::string("SHOT ") + shots[i]);
+        EXPECT_NEAR(std::atof(svg.c_str() + svg.rfind(" x=\"", at) + 4), left - 0.5, 0.05) << label;
+    }
+    return count;
+}
+
 TEST(ViewVersions, StandOneOverTheOtherWhereTheyAreTheSame)
 {
     const ZrTempDir folder;
@@ -172,6 +223,10 @@ TEST(ViewVersions, StandOneOverTheOtherWhereTheyAreTheSame)
             EXPECT_GT(old, 0.0);
             EXPECT_NEAR(old, leftOf(svg, "V1 new", std::string("SHOT ") + shot), 0.02) << shot;
         }
+        if (row.before == std::string(row.same)) // else what is no more leaves a hole in front of what follows
+        {
+            EXPECT_GT(labelsOf(svg, row.after), 1);
+        }
         if (*row.hole)
         {
             EXPECT_NEAR(leftOf(svg, row.emptyRow, row.hole) - leftOf(svg, row.emptyRow, "SHOT A"),
@@ -180,6 +235,17 @@ TEST(ViewVersions, StandOneOverTheOtherWhereTheyAreTheSame)
                         0.05);
         }
     }
+}
+
+TEST(ViewVersions, HaveARulerHoweverShortTheShotsAre)
+{
+    const ZrTempDir folder;
+    std::string shots;
+    for (int i = 0; i < 1500; ++i)
+        shots += static_cast<char>('A' + i % 26);
+    const std::string path = folder.write("a.edl", listOf(shots));
+    const std::string svg = stillOfBoth(path, path, 0, "640");
+    EXPECT_TRUE(matches(svg, "...>10:10:00:00</text>...>10:40:00:00</text>...")) << svg.substr(0, 3000);
 }
 
 TEST(ViewVersions, ShowEachChangeInItsColourAndFoldTheRest)

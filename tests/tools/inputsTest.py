@@ -35,6 +35,10 @@ class Inputs(unittest.TestCase):
         self.assertEqual([clip["source_range"]["start_time"]["value"] for clip in clips], [2500, 0])
         self.assertEqual([clip["media_references"]["DEFAULT_MEDIA"]["name"] for clip in clips], ["d", "harbour"])
 
+    def test_the_picture_names_their_reels(self):
+        picture = dmtree("view", "--svg", "-o", "-", INPUTS)
+        self.assertTrue("MADE \u00b7 00:01:40" in picture and "WANTED \u00b7 00:00:00:00" in picture, picture)
+
     def test_a_dump_counts_in_their_own_mode_and_the_overview_has_their_reels(self):
         self.assertIn("plays 00:01:40:00 of DerivedInput", dmtree("dump", INPUTS))
         overview = dmtree("info", INPUTS)
