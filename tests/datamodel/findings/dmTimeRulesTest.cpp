@@ -57,9 +57,9 @@ const RuleCase cases[] = {
      {"A V1 00:00:00:00: It plays to 00:00:40:15 of its source, 3 frames beyond the material's end at 00:00:40:12"},
      {"AAAAAAAAAA|BB", "A2/12"},
      Mending::Unsafe},
-    {"DM201", // speeds are counted
-     {"AAAAAAAAAA|BB", "A0/15", speedOfFirst(2.0)},
-     {"A V1 00:00:00:00: It plays to 00:00:40:20 of its source, 5 frames beyond the material's end at 00:00:40:15"},
+    {"DM201", // speeds are counted, and a whole frame is no rounding
+     {"AAAAAAAAAA|BB", "A0/19", speedOfFirst(2.0)},
+     {"A V1 00:00:00:00: It plays to 00:00:40:20 of its source, 1 frame beyond the material's end at 00:00:40:19"},
      {"AAAAAAAAAA|BB", "A0/12", speedOfFirst(1.2)}},
     {"DM201",
      {"AAAA", "", [](Composition& it) { static_cast<void>(at<DmSegmentNode>(it, 0).setRelIn(-5.0)); }},
