@@ -124,6 +124,10 @@ TEST(Diff, TellsWhatElseChangedOfAShot)
                  static_cast<DmCompositionNode*>(root.getChild(0))->addCueMark(DmCueMark::create(L"music", 6.0)));
          },
          "mark \"music\" added"},
+        {"what a mark says",
+         [](DmRoot&, DmSegmentNode& shot)
+         { static_cast<void>(const_cast<DmCueMark*>(shot.getSegmentMarks().at(0))->setCueMarkComment(L"late")); },
+         "V1 B: mark sync cueMarkComment: \"late\""},
         {"a comment", [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.setComment(L"soft")); },
          "V1 B: comment: \"soft\""},
         {"the sign of nothing",
@@ -146,6 +150,8 @@ TEST(Diff, TellsWhatElseChangedOfAShot)
         SCOPED_TRACE(row.what);
         const auto before = zrDrawing::tree("AAAA|BBBB|CCCC");
         const auto after = zrDrawing::tree("AAAA|BBBB|CCCC");
+        for (const auto& root : {before, after})
+            static_cast<void>(shotAt(root, 2).addSegmentMark(DmCueMark::create(L"sync", 1.0)));
         row.change(*after, shotAt(after, 2));
         EXPECT_EQ(changes(before, after), row.changes);
     }
@@ -237,6 +243,11 @@ TEST(Diff, TellsOfVersionsOfATimelineWhatItTellsOfTheirTrees)
     static_cast<void>(track->removeChild(0));
     track->addChild(builder.finish());
     const DmTimeline start = DmTimeline::publish(root);
+    // Nearly all stands on another track: what is still shared stands beside it.
+    DmEdit parted(start, {.syncLock = false});
+    ASSERT_TRUE(parted.stack(start).ok() && parted.extract({0, 0}, 0.0, 2900.0).ok());
+    EXPECT_EQ(DmDiff::between(start, parted.timeline()).json(),
+              DmDiff::between(start.tree().get(), parted.timeline().tree().get()).json());
     int told = 0;
     for (unsigned seed = 1; seed <= 16; ++seed)
     {

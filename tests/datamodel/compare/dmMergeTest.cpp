@@ -335,6 +335,23 @@ TEST(Merge, TellsWhatBothChangedOfGapsAndSeams)
     }
 }
 
+TEST(Merge, BreaksNoRuleThatBothKept)
+{
+    // One makes the sound a picture, the other puts more sound there: each is fine by itself.
+    const auto base = zrDrawing::tree("AAAA\nbbbb");
+    const auto ours = zrDrawing::tree("AAAA\nbbbb");
+    const auto theirs = zrDrawing::tree("AAAA\nbbbb|cc");
+    auto& track = static_cast<DmTrackNode&>(*ours->getChild(0)->getChild(1));
+    auto& layer = static_cast<DmLayerNode&>(*track.getChild(0));
+    static_cast<void>(track.setMediaType(DM_MEDIA_VIDEO));
+    static_cast<void>(layer.setMediaType(DM_MEDIA_VIDEO));
+    static_cast<void>(layer.getChild(0)->asSegment()->setMediaType(DM_MEDIA_VIDEO));
+    const DmMerge merge = DmMerge::merge(base.get(), *ours, *theirs);
+    EXPECT_EQ(conflictsOf(merge), "the edits cannot be put together");
+    EXPECT_EQ(drawn(merge), "AAAA\nbbbb");
+    EXPECT_EQ(drawn(DmMerge::merge(base.get(), *ours, *theirs, DmMergeFavour::Theirs)), "AAAA\nbbbb|cc");
+}
+
 TEST(Merge, MarksConflictsWhereTheResultHasThem)
 {
     const auto base = zrDrawing::tree("AAAA|BBBB|CCCC");
