@@ -167,11 +167,22 @@ TEST(Timeline, VersionsShareWhatNoEditTouched)
     EXPECT_EQ(after.recIn({0, 0, 3000}), before.recIn({0, 0, 3000}) - 1);
     EXPECT_EQ(after.element({0, 0, 3000})->asSegment()->getRecIn(), before.recIn({0, 0, 3000}) - 1);
     EXPECT_EQ(after.element({0, 0, 998}).get(), before.element({0, 0, 998}).get());
+    EXPECT_EQ(after.at({0, 0}, after.recIn({0, 0, 3000})), (DmElementPlace{0, 0, 3000}));
     ASSERT_EQ(edit.changes().size(), 1U);
     EXPECT_EQ(edit.changes()[0].first, 1000);
     EXPECT_EQ(edit.changes()[0].shift, -1.0);
     EXPECT_EQ(static_cast<const DmLayerNode*>(after.layer({0, 0}))->getLayerLength(), 5999.0);
     EXPECT_EQ(after.composition()->getCompLength(), 5999.0);
+
+    // One that says less than there is follows by as much, and never says less than nothing.
+    const auto root = zrDrawing::tree("AAAA|BBBBBB");
+    static_cast<void>(static_cast<DmCompositionNode*>(root->getChild(0))->setCompLength(4.0));
+    DmEdit shorter(DmTimeline::publish(root));
+    for (const auto& [by, length] : {std::pair(-3.0, 1.0), {-2.0, 0.0}})
+    {
+        ASSERT_TRUE(shorter.rippleTrim({0, 0, 2}, DM_TAIL, by).ok());
+        EXPECT_EQ(shorter.timeline().composition()->getCompLength(), length);
+    }
 }
 
 TEST(Timeline, ElementsAreMadeOnceARunWhenTheyAreAskedFor)

@@ -65,6 +65,38 @@ TEST(EditWhole, RangesTracksAndLayers)
     });
 }
 
+// From 0 to 1, and no further where it is told to stop.
+TEST(EditWhole, TellsHowFarItIs)
+{
+    const std::function<DmStatus(DmEdit&)> operations[] = {
+        [](DmEdit& e) { return e.flatten(); },
+        [](DmEdit& e) { return e.conform(DM::FCM_50, DmEdit::Conform::Clock); },
+        [](DmEdit& e) { return e.concatenate(timeline("XX//YY\nxxx\nZZ", "X0/20 Y5/20")); },
+        [](DmEdit& e) { return e.stack(timeline("XX//YY\nxxx\nZZ", "X0/20 Y5/20")); },
+        [](DmEdit& e) { return e.trimToRange(1, 8); },
+        [](DmEdit& e) { return e.redact(); },
+    };
+    for (const auto& operation : operations)
+    {
+        SCOPED_TRACE(&operation - operations);
+        const DmTimeline before = timeline("AAAA//BBBB\n--|XX|--\n---|Y\naaaa", "A0/20 B5/20");
+        DmEdit edit(before);
+        double last = 0.0;
+        edit.setProgress(
+            [&](double done)
+            {
+                EXPECT_TRUE(done >= last && done <= 1.0) << done << " after " << last;
+                last = done;
+                return true;
+            });
+        EXPECT_TRUE(operation(edit).ok());
+        DmEdit stopped(before);
+        stopped.setProgress([](double) { return false; });
+        EXPECT_EQ(dmUtf8(operation(stopped).info()), "Cancelled.");
+        EXPECT_TRUE(stopped.timeline() == before);
+    }
+}
+
 TEST(EditWhole, RelinkingChangesASharedInputOnce)
 {
     const auto root = zrDrawing::tree("AA|BB|CC");
