@@ -37,6 +37,10 @@ TEST(DmtreeMerge, PutsTwoEditsTogetherAndNamesConflicts)
     check({{"merge", soda, ours, dir.path("none.json"), "-o", out}, 2, "", "...none.json..."});
     check({{"merge", "/dev/null", ours, ours, "-o", out}, 0});
     check({{"diff", ours, out}, 0});
+
+    const std::string odd = dir.write("odd.json", R"({"DmRoot": {"children": [{"DmGapNode": {"recIn": "4"}}]}})");
+    check({{"merge", odd, odd, odd}, 2, "", "...--lenient..."});
+    check({{"merge", "--lenient", odd, odd, odd}, 0, "...\"recIn\": 4.0...", "...became 4..."});
 }
 
 TEST(DmtreeMerge, ServesGitForThreeEditors)

@@ -90,6 +90,7 @@ TEST_F(DmtreeSchema, RefusesWhatNoDocumentHolds)
         {"4.5", "\"4.5\""},
         {"4.5", "null"},
         {"\"recIn\":4.5", "\"mediaType\":3"},
+        {"DmGapNode\":{\"classId\":5,\"recIn\":4.5}", "DmCompositionNode\":{\"origin\":-2147483649}"},
         {"DmGapNode\":{\"classId\":5,\"recIn\":4.5}", "DmCompositionNode\":{\"fcm\":\"26 fps\"}"},
         {"DmGapNode", "DmHoleNode"},
         {"DmGapNode\":{\"classId\":5,\"recIn\":4.5}", "DmKeyFrame\":{}"},

@@ -8,6 +8,7 @@
 #include "dmSegmentNode.h"
 #include "dmSourceInput.h"
 #include "dmSourceNode.h"
+#include "dmTransitionNode.h"
 #include "dmTreeTool.h"
 #include "dmUtf8.h"
 
@@ -339,6 +340,17 @@ TEST(Ale, ACutIsARowAMedium)
     EXPECT_EQ(
         messages,
         "x.ale: note: an ALE lists media: where, how fast and with which effects a cut plays them is not in it\n");
+
+    // What a seam of less than no length covers.
+    const Read slow = read("TITLE: X\nFCM: NON-DROP FRAME\n"
+                           "001  T1 V     C        10:00:10:00 10:00:12:00 01:00:00:00 01:00:02:00\n"
+                           "002  T2 V     C        10:00:00:00 10:00:01:00 01:00:02:00 01:00:04:00\n"
+                           "M2   T2       012.5                10:00:00:00\n",
+                           options);
+    ASSERT_TRUE(slow.root) << slow.messages;
+    const std::string before = write(*slow.root);
+    EXPECT_EQ(slow.layer().getChild(1)->asTransition()->setRecLength(-10), DM_NO_ERROR);
+    EXPECT_EQ(write(*slow.root), before);
 }
 
 TEST(Ale, FillsInWhatAListDoesNotSay)

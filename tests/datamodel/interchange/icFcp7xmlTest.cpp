@@ -352,6 +352,18 @@ TEST(Fcp7xml, TimesCountAtTheirOwnRatesAndSpeeds)
             EXPECT_STREQ(DM::FcmUtil::getFCMString(played.fcm()), each.mode);
         }
     }
+    // A curve that comes from before its file, and a label before 0.
+    const auto key = [](const char* when, const char* at)
+    { return "<keyframe><when>" + std::string(when) + "</when><value>" + at + "</value></keyframe>"; };
+    const Read early = read(xmeml(sequence(
+        clip("a", 0, 50, 0, 50,
+             file("f", 500) + filter("timeremap", parameter("variablespeed", value("1")) +
+                                                      parameter("graphdict", key("0", "-20") + key("50", "70")))),
+        "", timecode(-100))));
+    EXPECT_EQ(early.messages, "");
+    EXPECT_EQ(early.segment(0).getRelIn(), 0);
+    EXPECT_EQ(early.composition().getStartTC(), 0);
+    EXPECT_EQ(early.composition().getStartTCStr(), L"00:00:00:00");
     const Read drop = read(xmeml(cases[9].text));
     EXPECT_EQ(drop.composition().getFCM(), L"29.97 fps DF");
     EXPECT_EQ(drop.segment(0).getRecIn(), 1800) << "record times are those of the labels";

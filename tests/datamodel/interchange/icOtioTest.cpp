@@ -374,9 +374,12 @@ TEST(Otio, PutsWhatFilesSayIntoTheModel)
              return mark(made).getCueMarkTime() == 8 && mark(made).getCueMarkDuration() == 3 &&
                     mark(made).getCueMarkColorGreen() == 192;
          }},
-        {"marker's own colour", single(marker(R"({"r":1.0,"g":0.5,"b":-1})")),
+        {"marker's own colour", single(marker(R"({"r":2,"g":-1,"b":0.5})")),
          [&](const Read& made)
-         { return mark(made).getCueMarkColorRed() == 255 && mark(made).getCueMarkColorGreen() == 128; }},
+         {
+             return mark(made).getCueMarkColorRed() == 255 && mark(made).getCueMarkColorGreen() == 0 &&
+                    mark(made).getCueMarkColorBlue() == 128;
+         }},
         {"outermost markers", timeline(track(one)).insert(timeline("").size() - 16, marker("null")),
          [](const Read& made)
          { return dynamic_cast<const DmCueMark&>(*made.composition().getCueMarks()[0]).getCueMarkTime() == 112; }},
@@ -534,6 +537,22 @@ TEST(Otio, WritesDocumentsOfOtherOrigin)
           std::string(R"("target_url":"a.mov")"), std::string(R"("OTIO_SCHEMA":"Gap.1")")})
         EXPECT_NE(text.find(expected), std::string::npos) << expected << "\n" << text;
     EXPECT_EQ(write(*read(text).root), text);
+
+    // A cut inside counts in its own mode, and what stands behind it in that of the outer one.
+    ASSERT_EQ(composition->setFCM(L"50 fps"), DM_NO_ERROR);
+    DmLayerBuilder outer(0, DM_MEDIA_VIDEO);
+    for (const auto& element : std::initializer_list<CoSharedPtr<DmTreeNode>>{
+             DmContainerNode::create(composition, DM_MEDIA_VIDEO, 0, 7), DmGapNode::create(DM_MEDIA_VIDEO, 0, 5)})
+        ASSERT_EQ(outer.append(element), DM_NO_ERROR);
+    const auto around = DmCompositionNode::create(L"around", fcm, {});
+    const auto outerTrack = DmTrackNode::create(1, DM_MEDIA_VIDEO);
+    outerTrack->addChild(outer.finish());
+    around->addChild(outerTrack);
+    root->removeChild(0);
+    root->addChild(around);
+    const std::string nested = write(*root);
+    EXPECT_NE(nested.find(R"("in_offset":)" + time(1, "50.0")), std::string::npos) << nested;
+    EXPECT_NE(nested.find(range(0, 5)), std::string::npos) << nested;
 }
 
 TEST(Otio, CarriesCutListsThrough)
