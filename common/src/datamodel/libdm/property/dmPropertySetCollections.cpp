@@ -14,14 +14,20 @@ namespace
 template <class List>
 using ElementOf = typename List::value_type;
 
-// Elements change places by swapping: a string that holds text must not be move-assigned onto, which would lose its
-// buffer.
+// Strings change places by swapping: one that holds text must not be move-assigned onto, which would lose its buffer.
+// All else moves.
 
 template <class List>
 void insertAt(List& list, std::size_t index, ElementOf<List>& value)
 {
-    list.push_back(std::move(value));
-    std::rotate(list.begin() + static_cast<std::ptrdiff_t>(index), list.end() - 1, list.end());
+    const auto place = list.begin() + static_cast<std::ptrdiff_t>(index);
+    if constexpr (!std::same_as<ElementOf<List>, DmString>)
+        list.insert(place, std::move(value));
+    else
+    {
+        list.push_back(std::move(value));
+        std::rotate(list.begin() + static_cast<std::ptrdiff_t>(index), list.end() - 1, list.end());
+    }
 }
 
 template <class List>
@@ -29,9 +35,14 @@ void eraseAt(List& list, std::size_t index, ElementOf<List>& old)
 {
     using std::swap;
     const auto place = list.begin() + static_cast<std::ptrdiff_t>(index);
-    std::rotate(place, place + 1, list.end());
-    swap(list.back(), old);
-    list.pop_back();
+    swap(*place, old);
+    if constexpr (!std::same_as<ElementOf<List>, DmString>)
+        list.erase(place);
+    else
+    {
+        std::rotate(place, place + 1, list.end());
+        list.pop_back();
+    }
 }
 
 bool isIn(int element, std::size_t size)
@@ -52,15 +63,20 @@ eDmErrorId check(const DmPropertySet& set, const DmPropertyDef& def, const Eleme
         return DM_NO_ERROR;
 }
 
+eDmErrorId checkEntry(const DmPropertySet& set, DmStore policy, const DmPropertyDef& def, const DmString& key,
+                      const DmPropertySetPtr& entry)
+{
+    if (set.isFrozen())
+        return DM_CANNOT_LOCK;
+    const eDmErrorId status = DmSetAccess::checkKey(key);
+    return status == DM_NO_ERROR ? DmSetAccess::checkSlot(set, def, entry.get(), policy) : status;
+}
+
 /// A map of one entry, whose node moves into another without asking for memory.
 eDmErrorId makeEntry(const DmPropertySet& set, DmStore policy, const DmPropertyDef& def, const DmString& key,
                      const DmPropertySetPtr& entry, DmPropertySetMap::node_type& node)
 {
-    if (set.isFrozen())
-        return DM_CANNOT_LOCK;
-    if (const eDmErrorId status = DmSetAccess::checkKey(key); status != DM_NO_ERROR)
-        return status;
-    if (const eDmErrorId status = DmSetAccess::checkSlot(set, def, entry.get(), policy); status != DM_NO_ERROR)
+    if (const eDmErrorId status = checkEntry(set, policy, def, key, entry); status != DM_NO_ERROR)
         return status;
     return dmWithMemory(
         [&]
@@ -402,6 +418,23 @@ eDmErrorId DmPropertySet::getValueFromPropertyMap(DmPropertyRef property, eDmPro
 eDmErrorId DmSetAccess::put(DmPropertySet& set, DmStore policy, int index, const DmPropertyDef& def,
                             const DmString& key, DmPropertySetPtr& entry)
 {
+    if (policy != DmStore::Fresh) // most keys that an edit names are there: nothing has to be made for them
+    {
+        eDmErrorId status = checkEntry(set, policy, def, key, entry);
+        if (status == DM_NO_ERROR)
+            status = change(set, policy, def,
+                            [&]
+                            {
+                                auto& map = field<DmPropertySetMap>(set, index, def);
+                                const auto found = map.find(key);
+                                if (found == map.end())
+                                    return DM_BAD_INDEX;
+                                found->second.swap(entry);
+                                return DM_NO_ERROR;
+                            });
+        if (status != DM_BAD_INDEX)
+            return status;
+    }
     DmPropertySetMap::node_type node;
     if (const eDmErrorId status = makeEntry(set, policy, def, key, entry, node); status != DM_NO_ERROR)
         return status;
