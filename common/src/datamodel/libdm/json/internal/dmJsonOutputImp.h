@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -68,28 +69,39 @@ private:
         const std::size_t needed = _text.size() + text.size();
         if (_text.capacity() < needed)
         {
-            // The part is a guess: doubling is what a wrong one may cost, and address space of some size.
+            // The part is a guess: a wrong one costs a copy, or address space, which there may be too little of.
             constexpr double slack = 1.1;
-            constexpr double most = 64.0;
-            constexpr std::size_t ahead = std::size_t(1) << 28;
-            const double times = slack / std::max(part(), slack / most);
-            const auto guessed = static_cast<std::size_t>(times * static_cast<double>(needed));
-            reserve(std::max(2 * needed, std::min(guessed, needed + ahead)));
+            constexpr double most = 1 << 14;
+            const double times = part() > 0.0 ? std::clamp(slack / part(), 2.0, most) : 2.0;
+            try
+            {
+                growTo(static_cast<std::size_t>(times * static_cast<double>(needed)));
+            }
+            catch (const std::exception&)
+            {
+                growTo(2 * needed);
+            }
         }
         _text += text;
     }
-    void reserve(std::size_t count)
+    void growTo(std::size_t count)
     {
         constexpr std::size_t large = std::size_t(1) << 22;
         // What the C library's allocator maps by itself, so that nothing else lies in its pages.
         constexpr std::size_t mapped = std::size_t(1) << 25;
-        _text.reserve(count < large ? count : std::max(count, mapped));
-        if (count < large)
-            return;
+        std::string grown;
+        grown.reserve(count < large ? count : std::max(count, mapped));
+        if (count >= large)
+            askForLargePages(grown);
+        grown += _text;
+        _text.swap(grown);
+    }
+    static void askForLargePages(std::string& text)
+    {
         const auto page = static_cast<std::uintptr_t>(getpagesize());
-        const auto begin = reinterpret_cast<std::uintptr_t>(_text.data());
+        const auto begin = reinterpret_cast<std::uintptr_t>(text.data());
         const std::uintptr_t first = (begin + page - 1) / page * page;
-        static_cast<void>(madvise(reinterpret_cast<void*>(first), begin + _text.capacity() - first, MADV_HUGEPAGE));
+        static_cast<void>(madvise(reinterpret_cast<void*>(first), begin + text.capacity() - first, MADV_HUGEPAGE));
     }
 
     std::string _text;
