@@ -1,4 +1,5 @@
 /// The property core against the bare operations beneath it, as ratios taken within one run.
+#include "zrLocked.h"
 #include "zrRatio.h"
 
 #include "CoLockWord.h"
@@ -105,8 +106,14 @@ int main()
     const auto byName = [&] { keep(set->setPropertyValue(name, DM_DOUBLE, &(value += 1))); };
     report("set a scalar by index / lock and unlock a pthread mutex", byIndex, lock, 3);
     report("set a scalar by name / by index", byName, byIndex, 3);
-    report(
-        "typed setter / by index", [&] { keep(set->setDouble(value += 1)); }, byIndex, 1.5);
+
+    const auto typed = [&] { keep(set->setDouble(value += 1)); };
+    report("typed setter / by index", typed, byIndex, 1.5);
+    zrLocked::print("typed setter in a program of one thread", 0, typed);
+    zrLocked::print("set a scalar by name in a program of one thread", 0, byName);
+    // That the count counts.
+    const auto startThread = [] { std::thread([] { std::this_thread::sleep_for(std::chrono::hours(1)); }).detach(); };
+    std::printf("typed setter beside another thread: locked instructions %ld\n", zrLocked::of(startThread, typed));
 
     double number = 0.1;
     const auto next = [&number] { return number += 1.0 / 3; };
@@ -187,6 +194,6 @@ int main()
     std::atomic_ref(isOver).store(true);
     second.join();
 
-    std::printf("reflection state of an empty instance: %zu bytes (limit 40)\n", sizeof(DmPropertySet));
+    std::printf("reflection state of an empty instance: bytes %zu (limit 40)\n", sizeof(DmPropertySet));
     return 0;
 }
