@@ -16,6 +16,7 @@
 
 #include <array>
 #include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -218,17 +219,24 @@ double peakSize(const Sample& sample)
 
 using Measure = double (*)(const Sample&);
 
-/// The median of each of two costs, taken in turns.
-std::pair<double, double> medians(Measure ours, Measure reference, const Sample& sample, int rounds)
+/// What a work takes, and its ratio to another.
+struct Compared
+{
+    double seconds;
+    double ratio;
+};
+
+/// Medians of costs taken in turns; of the ratios of neighbours, which share what the machine is busy with.
+Compared compare(Measure ours, Measure reference, const Sample& sample, int rounds)
 {
     std::vector<double> times;
-    std::vector<double> referenceTimes;
+    std::vector<double> ratios;
     for (int i = 0; i < rounds; ++i)
     {
         times.push_back(inChild([&] { return ours(sample); }));
-        referenceTimes.push_back(inChild([&] { return reference(sample); }));
+        ratios.push_back(times.back() / inChild([&] { return reference(sample); }));
     }
-    return {zrRatio::median(times), zrRatio::median(referenceTimes)};
+    return {zrRatio::median(times), zrRatio::median(ratios)};
 }
 
 double makePlain(int clips, const fs::path& file)
@@ -263,6 +271,41 @@ Growing costsOfPlain(int clips, const fs::path& file)
     for (double& cost : costs)
         cost /= clips;
     return costs;
+}
+
+/// In seconds a clip.
+struct LookUps
+{
+    double recordRange;
+    double elementAt;
+};
+
+LookUps costsOfLookUps(int clips)
+{
+    const CoSharedPtr<DmRoot> root = zrDocuments::makePlain(clips);
+    const auto& layer = static_cast<const DmLayerNode&>(*root->getChild(0)->getChild(0)->getChild(0));
+    const double length = layer.getLayerLength();
+    double played = 0;
+    int found = 0;
+    const double ranges = zrRatio::secondsOf(
+        [&]
+        {
+            for (int i = 0; i < layer.getNbChildren(); i += 2)
+            {
+                const DmSegmentNode& segment = *layer.getChild(i)->asSegment();
+                played += segment.getRecOut() - segment.getRecIn();
+            }
+        });
+    const double elements = zrRatio::secondsOf(
+        [&]
+        {
+            constexpr double stride = 0.6180339887498949; // here and there, each about once
+            for (int i = 0; i < clips; ++i)
+                found += DmTreeTool::getElementAt(&layer, std::fmod(i * stride, 1.0) * length) ? 1 : 0;
+        });
+    if (played != length || found != clips)
+        giveUp("a look-up is wrong");
+    return {ranges / clips, elements / clips};
 }
 
 void reportMillion(const fs::path& directory)
@@ -308,25 +351,23 @@ double report(int segments, const fs::path& directory)
     { std::printf("%d segments, %s: ratio %.2f (limit %.2f)\n", segments, what, ratio, limit); };
     for (const Sample& sample : {pretty, compact})
     {
-        const auto compare = [&](const char* what, Measure ours, Measure reference, double limit)
+        const auto measure = [&](const char* what, Measure ours, Measure reference, double limit)
         {
-            const auto [work, other] = medians(ours, reference, sample, rounds);
-            print((std::string(sample.name) + ": " + what).c_str(), work / other, limit);
-            return work;
+            const Compared costs = compare(ours, reference, sample, rounds);
+            print((std::string(sample.name) + ": " + what).c_str(), costs.ratio, limit);
+            return costs.seconds;
         };
-        const double import = compare("import / parse", secondsToImport, secondsToParse, 1.0);
-        compare("import from memory / from a file", secondsToImportFromMemory, secondsToImport, 1.0);
-        compare("save without the sync / write", secondsToSave, secondsToWrite, 0.7);
-        compare("save to memory / to a file without the sync", secondsToSaveToMemory, secondsToSave, 1.0);
+        const double import = measure("import / parse", secondsToImport, secondsToParse, 1.0);
+        measure("import from memory / from a file", secondsToImportFromMemory, secondsToImport, 1.0);
+        measure("save without the sync / write", secondsToSave, secondsToWrite, 0.7);
+        measure("save to memory / to a file without the sync", secondsToSaveToMemory, secondsToSave, 1.0);
         if (sample.isPretty())
             seconds = import / segments;
     }
     std::printf("%d segments, pretty: a save waits for the disk: %.0f ms by the clock\n", segments,
                 1000 * inChild([&] { return secondsToWaitForTheDisk(pretty); }));
-    const auto [copy, import] = medians(secondsToCopy, secondsToImport, pretty, rounds);
-    print("deep copy / import", copy / import, 0.5);
-    const auto [release, again] = medians(secondsToRelease, secondsToImport, pretty, rounds);
-    print("release / import", release / again, 0.3);
+    print("deep copy / import", compare(secondsToCopy, secondsToImport, pretty, rounds).ratio, 0.5);
+    print("release / import", compare(secondsToRelease, secondsToImport, pretty, rounds).ratio, 0.3);
     const double tree = inChild([&] { return treeSize(pretty.file); });
     print("tree in memory / compact document", tree / size, 1.25);
     print("peak of an import less the tree / compact document",
@@ -335,17 +376,20 @@ double report(int segments, const fs::path& directory)
     const fs::path plain = directory / "plain.json";
     inChild([&] { return makePlain(segments, plain); });
     const Sample clips{plain, directory / "copy.json", Layout::Compact, "plain clips"};
-    const auto [opening, parsing] = medians(secondsToImport, secondsToParse, clips, rounds);
-    print("plain clips: import / parse", opening / parsing, 1.0);
+    print("plain clips: import / parse", compare(secondsToImport, secondsToParse, clips, rounds).ratio, 1.0);
     print("plain clips: tree in memory / compact document",
           inChild([&] { return treeSize(plain); }) / static_cast<double>(fs::file_size(plain)), 1.95);
+    const auto printCost = [segments](const char* what, double cost, const char* unit)
+    { std::printf("%d plain clips, %s: %.2f %s a clip with its cut\n", segments, what, cost, unit); };
     const Growing costs = inChild([&] { return costsOfPlain(segments, plain); });
     for (std::size_t i = 0; i < costs.size(); ++i)
-    {
-        const bool isMemory = std::strcmp(growing[i], "memory") == 0;
-        std::printf("%d plain clips, %s: %.2f %s a clip with its cut\n", segments, growing[i],
-                    isMemory ? costs[i] / 1024 : costs[i] * 1e6, isMemory ? "KiB" : "us");
-    }
+        if (std::strcmp(growing[i], "memory") == 0)
+            printCost(growing[i], costs[i] / 1024, "KiB");
+        else
+            printCost(growing[i], costs[i] * 1e6, "us");
+    const LookUps lookUps = inChild([&] { return costsOfLookUps(segments); });
+    printCost("record range", lookUps.recordRange * 1e6, "us");
+    printCost("element at a time", lookUps.elementAt * 1e6, "us");
     return seconds;
 }
 
