@@ -570,6 +570,16 @@ TEST(Fcp7xml, RefusesWhatIsNoSequence)
     EXPECT_EQ(read(nested + "</xmeml>").messages, "x.xml:1: elements nested more than 1000 deep\n");
     nested.erase(nested.find("<a></a>"), 7);
     EXPECT_EQ(read(nested + "</xmeml>").messages, "x.xml:1: no sequence\n");
+    // Each of a group would name all others.
+    std::string clips;
+    for (int i = 0; i < 200; ++i)
+        clips += clip(("c" + std::to_string(i)).c_str(), i * 10, i * 10 + 10, 0, 10,
+                      (i == 0 ? file("f1", 500) : same("f1")) + link("c0", "video", 1, 1));
+    const Read linked = read(xmeml(sequence(clips)));
+    EXPECT_EQ(linked.messages,
+              "x.xml:4: warning: cut: more than 128 clips linked with each other: read as not linked\n");
+    ASSERT_TRUE(linked.root);
+    EXPECT_EQ(elements(write(*linked.root)), elements(xmeml(sequence(clips))));
     EXPECT_EQ(read(xmeml(sequence(clip("a", 0, 50, 90, 140, file("f", 100))))).messages,
               "x.xml:4: warning: a, V1, 00:00:00:00: plays up to frame 140 of 100 that there are\n");
 }

@@ -340,7 +340,9 @@ void Cut::addClips(Sequence& sequence)
     for (const DmContainerNode* const container : containers)
         addContainer(*container, sequence.fcm);
     for (auto& [key, members] : _links)
-        if (key.first == sequence.node && members.size() > 1)
+        if (key.first == sequence.node && members.size() > mostLinked)
+            left.push_back({members.front().segment, nullptr, nullptr, "DM737", dmNoTime});
+        else if (key.first == sequence.node && members.size() > 1)
             for (const Linked& member : members)
             {
                 _linksOf[member.segment] = &members;

@@ -130,6 +130,9 @@ struct File
     const DmSegmentNode* definer = nullptr; ///< where it is defined; null where the file's own words do that elsewhere
 };
 
+/// Each of a group names all others: larger ones than anybody's editing system makes are none.
+inline constexpr std::size_t mostLinked = 128;
+
 /// What is linked is told from what stands alone by the '#' in its id.
 struct Linked
 {

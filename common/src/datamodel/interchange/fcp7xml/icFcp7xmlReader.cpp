@@ -991,9 +991,23 @@ void Maker::link(Stage& stage)
                 const std::size_t b = rootOf(found->second);
                 group[std::max(a, b)] = std::min(a, b);
             }
-    std::vector<int> sizes(stage.clips.size());
+    std::vector<std::size_t> sizes(stage.clips.size());
     for (std::size_t i = 0; i < stage.clips.size(); ++i)
         ++sizes[rootOf(i)];
+    if (std::ranges::any_of(sizes, [](std::size_t size) { return size > mostLinked; }))
+    {
+        warn(stage.element,
+             "more than " + std::to_string(mostLinked) + " clips linked with each other: read as not linked");
+        std::vector<std::size_t> roots(group.size());
+        for (std::size_t i = 0; i < roots.size(); ++i)
+            roots[i] = rootOf(i);
+        for (std::size_t i = 0; i < roots.size(); ++i)
+            group[i] = sizes[roots[i]] > mostLinked ? i : roots[i];
+        for (std::size_t i = 0; i < roots.size(); ++i)
+            sizes[i] = group[i] == i && roots[i] != i ? 1 : sizes[i];
+        for (std::size_t& size : sizes)
+            size = size > mostLinked ? 1 : size;
+    }
     IdMaker ids;
     std::vector<std::string> names(stage.clips.size());
     for (std::size_t i = 0; i < stage.clips.size(); ++i)
@@ -1019,7 +1033,8 @@ void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain,
 {
     const auto hint = _hints.find(&node);
     std::string form = formOf(element, plain, _nodes, hint == _hints.end() ? "" : hint->second.marks());
-    if (!isAlways)
+    constexpr std::size_t longestOfOurs = 1 << 16; // what is longer has more than we say
+    if (!isAlways && form.size() <= longestOfOurs)
     {
         // Nothing is left over where we would write the same.
         struct Text final : public Output
