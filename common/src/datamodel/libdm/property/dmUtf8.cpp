@@ -15,6 +15,22 @@ void append(std::string& out, char32_t unit)
     out.append(bytes, CoUtf8::encode(unit, bytes));
 }
 
+/// Text of ASCII, as nearly every one is: told by a pass without branches, and narrowed by another. False for others.
+bool appendAscii(std::string& out, std::wstring_view text)
+{
+    std::uint32_t bits = 0;
+    for (const wchar_t unit : text)
+        bits |= static_cast<std::uint32_t>(unit);
+    if (bits >= 0x80)
+        return false;
+    const std::size_t before = out.size();
+    out.resize(before + text.size());
+    char* const to = out.data() + before;
+    for (std::size_t i = 0; i < text.size(); ++i)
+        to[i] = static_cast<char>(text[i]);
+    return true;
+}
+
 /// A well-formed sequence by its first byte: its length, and the range that its second byte must lie in.
 struct Sequence
 {
@@ -104,6 +120,8 @@ bool dmIsUtf8(std::string_view utf8)
 
 bool dmToUtf8(std::wstring_view text, std::string& out)
 {
+    if (appendAscii(out, text))
+        return true;
     for (const wchar_t unit : text)
     {
         if (!CoUtf8::isCharacter(static_cast<char32_t>(unit)))
@@ -116,6 +134,8 @@ bool dmToUtf8(std::wstring_view text, std::string& out)
 std::string dmUtf8(std::wstring_view text)
 {
     std::string out;
+    if (appendAscii(out, text))
+        return out;
     out.reserve(text.size());
     for (const wchar_t unit : text)
         append(out, static_cast<char32_t>(unit));
