@@ -1,6 +1,7 @@
 #include "icLeftovers.h"
 
 #include "icText.h"
+#include "icTree.h"
 
 #include "dmBlobNode.h"
 #include "dmUtf8.h"
@@ -16,10 +17,10 @@ namespace
 constexpr int longestChain = 64; ///< of a document that somebody made by hand, and that may run in a circle
 
 /// "otio 2"; of version 1 the bare name.
-std::string nameOf(LeftoverType type)
+DmString nameOf(LeftoverType type)
 {
     std::string name(type.format);
-    return type.version == 1 ? name : name.append(" ").append(std::to_string(type.version));
+    return toDmString(type.version == 1 ? name : name.append(" ").append(std::to_string(type.version)));
 }
 
 /// Looked for at every node, so without a string of the name.
@@ -35,9 +36,11 @@ bool hasType(const DmBlobNode& blob, LeftoverType type)
     return name[size] == L' ' && std::ranges::equal(version, name.substr(size + 1));
 }
 
-DmTreeNode* nextOf(const DmTreeNode& node)
+const DmTreeNode* nextOf(const DmTreeNode& node)
 {
-    return dynamic_cast<DmTreeNode*>(node.getBaseBlob());
+    const DmPropertySet* const set = node.getBaseBlob();
+    const DmBlobNode* const blob = as<DmBlobNode>(set);
+    return blob ? blob : dynamic_cast<const DmTreeNode*>(set);
 }
 
 /// The node whose attached set is the leftover; the last of the chain where there is none.
@@ -81,7 +84,7 @@ eDmErrorId setLeftover(DmTreeNode& node, LeftoverType type, std::string_view tex
     if (!found && holder.getBaseBlob())
         return DM_BAD_PROPERTY_TYPE;
     // A new one: copies of a node share what is attached to them.
-    const auto blob = DmBlobNode::create(toDmString(nameOf(type)), toDmString(text));
+    const auto blob = DmBlobNode::create(nameOf(type), toDmString(text));
     if (!blob)
         return DM_BAD_VALUE;
     const eDmErrorId status = behind ? blob->setBaseBlob(behind) : DM_NO_ERROR;

@@ -6,6 +6,8 @@
 
 #include <exception>
 #include <new>
+#include <type_traits>
+#include <typeinfo>
 
 namespace interchange
 {
@@ -38,6 +40,15 @@ const CoSharedPtr<T>& orBadAlloc(const CoSharedPtr<T>& object)
     if (!object)
         throw std::bad_alloc();
     return object;
+}
+
+/// The object, where it is of that very class, from which nobody derives; null otherwise. A dynamic_cast searches the
+/// bases, and compares names where it finds nothing: half a microsecond a clip.
+template <class T, class Base>
+const T* as(const Base* object)
+{
+    static_assert(std::is_final_v<T>);
+    return object && typeid(*object) == typeid(T) ? static_cast<const T*>(object) : nullptr;
 }
 
 } // namespace interchange

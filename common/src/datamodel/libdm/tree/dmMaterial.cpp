@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <typeinfo>
 
 namespace
 {
@@ -195,9 +196,10 @@ const DmString& dmReelOf(const DmSourceNode::Input& input)
 {
     static const DmString none;
     const DmString* reel = &none;
-    if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(&input))
+    const bool isOther = typeid(input) != typeid(MediaInput); // few are, and casts search the bases
+    if (const auto* const derived = isOther ? dynamic_cast<const DmSourceNode::DerivedInput*>(&input) : nullptr)
         reel = &derived->getReelName();
-    else if (const auto* const relinked = dynamic_cast<const DmSourceNode::RelinkedInput*>(&input))
+    else if (const auto* const relinked = isOther ? dynamic_cast<const DmSourceNode::RelinkedInput*>(&input) : nullptr)
         reel = &relinked->getReelName();
     const DmSourceInfo* const info = reel->empty() ? input.getSrcInfo() : nullptr;
     return info ? info->getReelName() : *reel;
