@@ -50,56 +50,12 @@ bool isUtf8(std::string_view bytes)
 
 } // namespace
 
-std::string_view trimmed(std::string_view text)
-{
-    while (!text.empty() && isBlank(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && isBlank(text.back()))
-        text.remove_suffix(1);
-    return text;
-}
-
 bool blankControls(std::string& text)
 {
     const auto isControl = [](char c) { return (static_cast<unsigned char>(c) < ' ' && c != '\t') || c == '\x7F'; };
     const auto first = std::ranges::find_if(text, isControl);
     std::replace_if(first, text.end(), isControl, ' ');
     return first != text.end();
-}
-
-std::string_view takeFirstWord(std::string_view& text)
-{
-    std::size_t end = 0;
-    while (end < text.size() && !isBlank(text[end]))
-        ++end;
-    const std::string_view word = text.substr(0, end);
-    while (end < text.size() && isBlank(text[end]))
-        ++end;
-    text.remove_prefix(end);
-    return word;
-}
-
-std::string_view takeLastWord(std::string_view& text)
-{
-    std::size_t begin = text.size();
-    while (begin > 0 && !isBlank(text[begin - 1]))
-        --begin;
-    const std::string_view word = text.substr(begin);
-    while (begin > 0 && isBlank(text[begin - 1]))
-        --begin;
-    text = text.substr(0, begin);
-    return word;
-}
-
-bool equalsNoCase(std::string_view text, std::string_view upper)
-{
-    return text.size() == upper.size() && startsWithNoCase(text, upper);
-}
-
-bool startsWithNoCase(std::string_view text, std::string_view upper)
-{
-    return text.size() >= upper.size() &&
-           std::equal(upper.begin(), upper.end(), text.begin(), [](char a, char b) { return a == toUpper(b); });
 }
 
 bool isAllDigits(std::string_view text)

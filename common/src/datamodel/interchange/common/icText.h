@@ -19,24 +19,51 @@ namespace interchange
 
 // Characters
 
-inline bool isBlank(char c)
+constexpr bool isBlank(char c)
 {
     return static_cast<unsigned char>(c) <= ' ';
 }
-inline bool isDigit(char c)
+constexpr bool isDigit(char c)
 {
     return c >= '0' && c <= '9';
 }
-inline char toUpper(char c)
+constexpr char toUpper(char c)
 {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
 // Words; the remainder that is left in `text` has no blanks at its ends when `text` had none
 
-std::string_view trimmed(std::string_view text);
-std::string_view takeFirstWord(std::string_view& text);
-std::string_view takeLastWord(std::string_view& text);
+inline std::string_view trimmed(std::string_view text)
+{
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+inline std::string_view takeFirstWord(std::string_view& text)
+{
+    std::size_t end = 0;
+    while (end < text.size() && !isBlank(text[end]))
+        ++end;
+    const std::string_view word = text.substr(0, end);
+    while (end < text.size() && isBlank(text[end]))
+        ++end;
+    text.remove_prefix(end);
+    return word;
+}
+inline std::string_view takeLastWord(std::string_view& text)
+{
+    std::size_t begin = text.size();
+    while (begin > 0 && !isBlank(text[begin - 1]))
+        --begin;
+    const std::string_view word = text.substr(begin);
+    while (begin > 0 && isBlank(text[begin - 1]))
+        --begin;
+    text = text.substr(0, begin);
+    return word;
+}
 
 /// Calls `take` with each line, without its end.
 template <typename Take>
@@ -55,8 +82,15 @@ bool blankControls(std::string& text);
 
 // Comparison; `upper` is given in upper case
 
-bool equalsNoCase(std::string_view text, std::string_view upper);
-bool startsWithNoCase(std::string_view text, std::string_view upper);
+inline bool startsWithNoCase(std::string_view text, std::string_view upper)
+{
+    return text.size() >= upper.size() &&
+           std::equal(upper.begin(), upper.end(), text.begin(), [](char a, char b) { return a == toUpper(b); });
+}
+inline bool equalsNoCase(std::string_view text, std::string_view upper)
+{
+    return text.size() == upper.size() && startsWithNoCase(text, upper);
+}
 
 // Numbers
 

@@ -10,29 +10,11 @@
 namespace interchange
 {
 
-namespace
-{
-
-/// "01:00:00:00" or "01:00:00;00", as nearly all labels of all lists are; none for another text.
-std::optional<TimeLabel> usualLabel(std::string_view text)
-{
-    constexpr std::string_view form = "dd:dd:dd:dd";
-    constexpr std::size_t last = 8; ///< separator
-    if (text.size() != form.size())
-        return std::nullopt;
-    for (std::size_t i = 0; i < form.size(); ++i)
-        if (form[i] == 'd' ? !isDigit(text[i]) : text[i] != ':' && (i != last || text[i] != ';'))
-            return std::nullopt;
-    const auto number = [text](std::size_t at) { return (text[at] - '0') * 10 + (text[at + 1] - '0'); };
-    return TimeLabel{number(0), number(3), number(6), number(9), text[last] == ';'};
-}
-
-} // namespace
-
 std::optional<TimeLabel> parseTimeLabel(std::string_view text)
 {
-    if (const std::optional<TimeLabel> usual = usualLabel(text))
-        return usual;
+    if (text.size() == usualLabelSize)
+        if (const std::optional<TimeLabel> usual = usualLabel(text.data()))
+            return usual;
     constexpr int fields = 4;
     constexpr int largest = 999;
     DM::TimeLabel label;

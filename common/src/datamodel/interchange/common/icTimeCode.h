@@ -29,6 +29,21 @@ struct TimeLabel
 /// ":" says nothing about drop frame, and neither do the "+" and "#" of the library's own labels.
 std::optional<TimeLabel> parseTimeLabel(std::string_view text);
 
+/// Such a label as nearly all of all lists are, "01:00:00:00" or "01:00:00;00", from the text's begin on; none for
+/// another one.
+inline constexpr std::size_t usualLabelSize = 11;
+inline std::optional<TimeLabel> usualLabel(const char* text)
+{
+    constexpr std::size_t last = 8; ///< separator
+    bool isUsual = text[2] == ':' && text[5] == ':' && (text[last] == ':' || text[last] == ';');
+    for (const std::size_t at : {0, 1, 3, 4, 6, 7, 9, 10})
+        isUsual &= text[at] >= '0' && text[at] <= '9';
+    if (!isUsual)
+        return std::nullopt;
+    const auto number = [text](std::size_t at) { return (text[at] - '0') * 10 + (text[at + 1] - '0'); };
+    return TimeLabel{number(0), number(3), number(6), number(9), text[last] == ';'};
+}
+
 /// Whether a label is one of the day's in the mode: fields in range, and not one that drop frame leaves out.
 bool isInDay(const TimeLabel& label, DM::FrameCodeModes fcm);
 /// Frames since midnight. A label that is not one of the day's is moved to one that is: hours wrap at 24, the other

@@ -14,9 +14,33 @@ namespace
 
 using Wrong = std::optional<std::string>;
 
+/// Four labels as nearly all lines end with: of one form, with a blank in front of each. False for others.
+bool takeUsualLabels(std::string_view& text, EdlEventLine& read)
+{
+    constexpr std::size_t size = usualLabelSize + 1;
+    const std::size_t all = read.labels.size() * size;
+    if (text.size() < all)
+        return false;
+    const char* at = text.data() + text.size() - all;
+    for (TimeLabel& label : read.labels)
+    {
+        const std::optional<TimeLabel> usual = isBlank(*at) ? usualLabel(at + 1) : std::nullopt;
+        if (!usual)
+            return false;
+        label = *usual;
+        at += size;
+    }
+    text.remove_suffix(all);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    return true;
+}
+
 /// Takes the four time codes off the end of a line.
 Wrong parseLabels(std::string_view& text, EdlEventLine& read)
 {
+    if (takeUsualLabels(text, read))
+        return std::nullopt;
     std::size_t found = 0;
     while (found < read.labels.size() && !text.empty())
     {

@@ -99,6 +99,7 @@ public:
         , _rate(rate)
         , _nonDropMode(DM::FcmUtil::toNonDrop(rate))
         , _dropMode(DM::FcmUtil::toDrop(rate))
+        , _fps(DM::FcmUtil::getIntFPS(rate))
         , _certainty(certainty)
     {
         // More than most lists need; memory that is not used costs nothing.
@@ -142,7 +143,7 @@ private:
     bool settleTimes(EdlEventLine& read);
     std::int64_t frames(const TimeLabel& label, DM::FrameCodeModes mode, std::string_view name);
     /// Whether the range lies in order, perhaps across midnight, which it then counts through.
-    static bool order(EdlRange& range, std::int64_t day);
+    static bool order(EdlRange& range, DM::FrameCodeModes fcm);
     /// The rate may not have the label; `line`: of an event.
     void guessHigher(const TimeLabel& label, std::uint32_t line = 0);
 
@@ -192,6 +193,7 @@ private:
     DM::FrameCodeModes _rate;
     DM::FrameCodeModes _nonDropMode;
     DM::FrameCodeModes _dropMode; ///< the same where the rate has no drop-frame form
+    int _fps;                     ///< labels of a second
     Certainty _certainty;
     DM::FrameCodeModes _otherRate = DM::FCM_NOT_DEFINED;
     DM::FrameCodeModes _statedRate = DM::FCM_NOT_DEFINED;
@@ -399,7 +401,7 @@ bool Reader::frameRate(std::string_view text)
 
 void Reader::guessHigher(const TimeLabel& label, std::uint32_t line)
 {
-    if (label.frames < DM::FcmUtil::getIntFPS(_rate))
+    if (label.frames < _fps)
         return;
     const bool drops = _recordDrop.value_or(false) || _sourceDrop.value_or(false) || label.drop;
     const auto* const higher = std::ranges::find_if(
@@ -584,6 +586,10 @@ void Reader::settleDropFrame(EdlEventLine& read)
 
 std::int64_t Reader::frames(const TimeLabel& label, DM::FrameCodeModes fcm, std::string_view name)
 {
+    // Nearly all are counted here, without asking the library.
+    const bool isUsual = fcm == _nonDropMode && label.hours < 24 && label.minutes < 60 && label.seconds < 60;
+    if (isUsual && label.frames < _fps)
+        return std::int64_t{((label.hours * 60 + label.minutes) * 60 + label.seconds)} * _fps + label.frames;
     const std::int64_t count = framesOf(label, fcm);
     if (!isInDay(label, fcm))
     {
@@ -596,9 +602,11 @@ std::int64_t Reader::frames(const TimeLabel& label, DM::FrameCodeModes fcm, std:
     return count;
 }
 
-bool Reader::order(EdlRange& range, std::int64_t day)
+bool Reader::order(EdlRange& range, DM::FrameCodeModes fcm)
 {
-    if (range.length() < -day / 2)
+    if (range.length() >= 0)
+        return true;
+    if (const std::int64_t day = framesOfDay(fcm); range.length() < -day / 2)
         range.out += day;
     return range.length() >= 0;
 }
@@ -614,8 +622,8 @@ bool Reader::settleTimes(EdlEventLine& read)
     event.source = {times[0], times[1]};
     event.record = {times[2], times[3]};
 
-    const bool sourceOrdered = order(event.source, framesOfDay(sourceMode));
-    const bool recordOrdered = order(event.record, framesOfDay(recordMode));
+    const bool sourceOrdered = order(event.source, sourceMode);
+    const bool recordOrdered = order(event.record, recordMode);
     if (!sourceOrdered && !recordOrdered)
     {
         mistake("source and record side end before they begin", leftOut);
