@@ -1,13 +1,18 @@
 #include "icIds.h"
 
+#include "icTree.h"
+
 #include "dmSourceInput.h"
 #include "dmSourceNode.h"
 #include "dmUtf8.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <random>
+#include <utility>
 
 namespace interchange
 {
@@ -23,7 +28,7 @@ const DmSourceNode* sourceOf(const DmSegmentNode& segment)
 double inTimeOf(const DmSegmentNode& segment)
 {
     const auto* const source = sourceOf(segment);
-    const auto* const media = source ? dynamic_cast<const DmSourceNode::MediaInput*>(source->getSrcInput()) : nullptr;
+    const auto* const media = source ? as<DmSourceNode::MediaInput>(source->getSrcInput()) : nullptr;
     const double in = (media ? media->getSrcIn() : 0.0) + segment.getRelIn();
     constexpr double limit = 1e15;
     return std::isfinite(in) ? std::clamp(in, -limit, limit) : 0.0;
@@ -56,13 +61,50 @@ std::string freshId()
 
 std::string IdMaker::make(const DmSegmentNode& segment)
 {
-    const std::string id = mediumOf(segment) + '@' + std::to_string(std::llround(inTimeOf(segment)));
-    const auto [found, isNew] = _taken.try_emplace(id, 1);
-    if (isNew)
+    std::string id = mediumOf(segment);
+    char time[24];
+    id += '@';
+    id.append(time, std::to_chars(time, time + sizeof time, std::llround(inTimeOf(segment))).ptr);
+    if (take(id))
         return id;
-    for (int& count = found->second;;)
-        if (std::string candidate = id + '/' + std::to_string(++count); take(candidate))
+    for (;;)
+        if (std::string candidate = id + '/' + std::to_string(++countOf(id)); take(candidate))
             return candidate;
+}
+
+bool IdMaker::take(std::string_view id)
+{
+    std::uint32_t& count = countOf(id);
+    const bool isNew = count == 0;
+    count = isNew ? 1 : count;
+    return isNew;
+}
+
+std::uint32_t& IdMaker::countOf(std::string_view id)
+{
+    constexpr std::size_t smallest = 64;
+    const auto placeOf = [this](std::size_t hash)
+    {
+        std::size_t at = hash & (_table.size() - 1);
+        while (_table[at].count != 0 && _table[at].hash != hash)
+            at = (at + 1) & (_table.size() - 1);
+        return at;
+    };
+    if (2 * _ids >= _table.size())
+    {
+        const std::vector<Taken> before(std::exchange(_table, std::vector<Taken>(std::max(smallest, 4 * _ids))));
+        for (const Taken& each : before)
+            if (each.count != 0)
+                _table[placeOf(each.hash)] = each;
+    }
+    const std::size_t hash = std::hash<std::string_view>()(id);
+    Taken& taken = _table[placeOf(hash)];
+    if (taken.count == 0)
+    {
+        taken.hash = hash;
+        ++_ids;
+    }
+    return taken.count;
 }
 
 } // namespace interchange

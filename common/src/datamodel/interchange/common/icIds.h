@@ -4,8 +4,11 @@
 
 #include "dmSegmentNode.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
-#include <unordered_map>
+#include <string_view>
+#include <vector>
 
 namespace interchange
 {
@@ -17,17 +20,28 @@ std::string mediumOf(const DmSegmentNode& segment);
 /// One that nobody has had.
 std::string freshId();
 
-/// The ids of one composition.
+/// The ids of one composition. They are known by their hashes, in a flat table: where two have the same, the second is
+/// taken for one that repeats, and gets a count that it need not have.
 class IdMaker
 {
 public:
     /// "T001@86400"; where that repeats, "T001@86400/2" and so on.
     std::string make(const DmSegmentNode& segment);
     /// Notes that an id stands in the composition; false where it did so before.
-    bool take(const std::string& id) { return _taken.try_emplace(id, 1).second; }
+    bool take(std::string_view id);
 
 private:
-    std::unordered_map<std::string, int> _taken; ///< and how often they were to be made
+    struct Taken
+    {
+        std::size_t hash = 0;
+        std::uint32_t count = 0; ///< how often it was to be made; 0: nothing stands here
+    };
+
+    /// Good until the next one.
+    std::uint32_t& countOf(std::string_view id);
+
+    std::vector<Taken> _table; ///< of a power of two, at most half full
+    std::size_t _ids = 0;
 };
 
 } // namespace interchange
