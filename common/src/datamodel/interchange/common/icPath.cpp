@@ -3,7 +3,7 @@
 #include "icText.h"
 
 #include <algorithm>
-#include <cctype>
+#include <array>
 
 namespace interchange
 {
@@ -19,10 +19,29 @@ int digitOf(char c)
     return isDigit(c) ? c - '0' : upper >= 'A' && upper <= 'F' ? upper - 'A' + 10 : -1;
 }
 
+/// What stands for itself in a URL, by its code.
+constexpr auto plainCharacters = []
+{
+    std::array<bool, 256> table{};
+    constexpr std::string_view others = "/-._~!$&'()*+,;=@";
+    for (std::size_t code = 0; code < table.size(); ++code)
+    {
+        const char c = static_cast<char>(code);
+        table[code] = isDigit(c) || (toUpper(c) >= 'A' && toUpper(c) <= 'Z') || others.find(c) != others.npos;
+    }
+    return table;
+}();
+
+bool isPlain(char c)
+{
+    return plainCharacters[static_cast<unsigned char>(c)];
+}
+
 std::string decoded(std::string_view text)
 {
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i)
+    const std::size_t plain = std::min(text.find('%'), text.size());
+    std::string out(text.substr(0, plain));
+    for (std::size_t i = plain; i < text.size(); ++i)
     {
         const bool isCode =
             text[i] == '%' && i + 2 < text.size() && digitOf(text[i + 1]) >= 0 && digitOf(text[i + 2]) >= 0;
@@ -75,18 +94,19 @@ std::string urlOfPath(std::string_view path, std::string_view authority)
     if (hasDrive(path))
         url += '/';
     const bool isNative = isShare || hasDrive(path);
-    for (const char c : path)
+    while (!path.empty())
     {
-        constexpr std::string_view unreserved = "/-._~!$&'()*+,;=@";
-        const bool isPlain =
-            isDigit(c) || (toUpper(c) >= 'A' && toUpper(c) <= 'Z') || unreserved.find(c) != unreserved.npos;
+        const auto length = static_cast<std::size_t>(std::ranges::find_if_not(path, isPlain) - path.begin());
+        url.append(path, 0, length);
+        if (length == path.size())
+            break;
         constexpr std::string_view hex = "0123456789ABCDEF";
-        if (isNative && c == '\\')
+        const auto code = static_cast<unsigned char>(path[length]);
+        if (isNative && path[length] == '\\')
             url += '/';
-        else if (isPlain)
-            url += c;
         else
-            url.append({'%', hex[static_cast<unsigned char>(c) >> 4], hex[static_cast<unsigned char>(c) & 15]});
+            url.append({'%', hex[code >> 4], hex[code & 15]});
+        path.remove_prefix(length + 1);
     }
     return url;
 }

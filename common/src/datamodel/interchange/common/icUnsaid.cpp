@@ -54,6 +54,9 @@ bool areEqual(const DmPropertySet* a, const DmPropertySet* b)
 
 bool isSameProperty(const DmPropertySet& a, const DmPropertySet& b, int index)
 {
+    // Fields at their default are nearly all shared.
+    if (a.fieldOf(index) == b.fieldOf(index))
+        return true;
     return dmVisitStorage(a.classData().at(index)->_type,
                           [&](auto type)
                           {
