@@ -1,6 +1,6 @@
 #include "icOtioJson.h"
 
-#include "icOtioNames.h"
+#include "icOtioQuick.h"
 
 #include "dmUtf8.h"
 
@@ -22,54 +22,7 @@ namespace interchange::otio
 namespace
 {
 
-// Parsing
-
-/// Passes over the indentation, which is most of what files hold, eight characters at a time.
-struct Stream : json::InsituStringStream
-{
-    Stream(char* text, std::size_t size)
-        : GenericInsituStringStream(text)
-        , end(text + size)
-    {
-    }
-
-    const char* end;
-};
-
-/// Found by the parser instead of its own.
-void SkipWhitespace(Stream& stream)
-{
-    constexpr std::uint64_t blanks = 0x2020202020202020;
-    char* at = stream.src_;
-    for (std::uint64_t next = 0; *at == '\n' || *at == ' ' || *at == '\r' || *at == '\t';)
-    {
-        ++at;
-        while (stream.end - at >= 8 && (std::memcpy(&next, at, sizeof next), next == blanks))
-            at += 8;
-    }
-    stream.src_ = at;
-}
-
-} // namespace
-
-} // namespace interchange::otio
-
-namespace RAPIDJSON_NAMESPACE
-{
-
-/// As of the stream that it derives from.
-template <>
-struct StreamTraits<interchange::otio::Stream> : StreamTraits<InsituStringStream>
-{
-};
-
-} // namespace RAPIDJSON_NAMESPACE
-
-namespace interchange::otio
-{
-
-namespace
-{
+// Parsing what is not parsed quickly
 
 /// None for everything else, and for zero with a sign.
 template <class Integer>
@@ -102,7 +55,6 @@ struct Handler
     std::vector<const char*>* escapedLines;
     std::vector<const char*>* wideIntegers;
     int depth = 0;
-    bool isFirst = false; ///< the next name is the first one of its object
     const char* fault = nullptr;
 
     bool stop(const char* what)
@@ -147,23 +99,10 @@ struct Handler
     }
     bool Key(const char* text, json::SizeType size, bool copy)
     {
-        // Usual names are not left in place, so that looking for a member touches no memory but the object's own; the
-        // first one of an object is, and tells where the object stands.
-        const std::size_t usual = std::exchange(isFirst, false) ? noName : usualName({text, size});
-        if (usual != noName)
-            return to.Key(usualNames[usual].data(), size, copy);
         return isText(text, size) && to.Key(text, size, copy);
     }
-    bool StartObject()
-    {
-        isFirst = true;
-        return enter() && to.StartObject();
-    }
-    bool EndObject(json::SizeType count)
-    {
-        isFirst = false;
-        return --depth >= 0 && to.EndObject(count);
-    }
+    bool StartObject() { return enter() && to.StartObject(); }
+    bool EndObject(json::SizeType count) { return --depth >= 0 && to.EndObject(count); }
     bool StartArray() { return enter() && to.StartArray(); }
     bool EndArray(json::SizeType count) { return --depth >= 0 && to.EndArray(count); }
 
@@ -185,7 +124,7 @@ bool parseInPlace(json::Document& document, char* text, std::size_t size, JsonFa
     const auto generate = [&](json::Document& to)
     {
         Handler handler{to, escapedLines, wideIntegers};
-        Stream stream(text, size);
+        json::InsituStringStream stream(text);
         result = reader.Parse<flags>(stream, handler);
         stopped = handler.fault;
         // The parser takes a null character for the end.
@@ -196,6 +135,8 @@ bool parseInPlace(json::Document& document, char* text, std::size_t size, JsonFa
         }
         return !result.IsError();
     };
+    if (parseQuickly(document, {text, size}))
+        return true;
     document.Populate(generate);
     if (!result.IsError())
         return true;

@@ -4,7 +4,6 @@
 #include "icOtioPatch.h"
 
 #include <cstddef>
-#include <cstring>
 
 namespace interchange::otio
 {
@@ -28,9 +27,9 @@ const Value* Matcher::take()
 {
     if (_hasFailed)
         return nullptr;
-    if (_levels.empty())
+    if (_depth == 0)
         return &_theirs;
-    Level& level = _levels.back();
+    Level& level = innermost();
     if (level.value->IsObject())
         return _at;
     if (level.next < level.value->Size())
@@ -42,17 +41,18 @@ const Value* Matcher::take()
 void Matcher::open(bool isObject)
 {
     const Value* const value = take();
-    if (!value || (isObject ? !value->IsObject() || value->MemberCount() > most : !value->IsArray()))
+    if (!value || _depth == deepest ||
+        (isObject ? !value->IsObject() || value->MemberCount() > most : !value->IsArray()))
         return fail();
-    const bool isExact = !_levels.empty() && (_levels.back().isExact || _levels.back().value->IsArray());
-    const bool isMember = !_levels.empty() && _levels.back().value->IsObject();
+    const bool isExact = _depth > 0 && (innermost().isExact || innermost().value->IsArray());
+    const bool isMember = _depth > 0 && innermost().value->IsObject();
     const bool isLeft = isMember && !isObject && leaves(_name);
-    _levels.push_back({value, isMember ? _name : nullptr, isExact, isLeft ? value->Size() : 0});
+    _levels[_depth++] = {value, isMember ? _name : nullptr, isExact, isLeft ? value->Size() : 0};
 }
 
 bool Matcher::leaves(const Value* name) const
 {
-    const bool isOuter = _levels.size() == 1 || (_levels.size() == 2 && otio::text(_levels.back().name) == "tracks");
+    const bool isOuter = _depth == 1 || (_depth == 2 && otio::text(_levels[1].name) == "tracks");
     return _leavesChildren && isOuter && otio::text(name) == "children";
 }
 
@@ -65,12 +65,12 @@ void Matcher::endObject()
 {
     if (_hasFailed)
         return;
-    const Level level = _levels.back();
+    const Level& level = innermost();
     const json::SizeType count = level.value->MemberCount();
     const std::uint64_t all = count == most ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
     if (level.told != all)
         addRest(level);
-    _levels.pop_back();
+    --_depth;
 }
 
 void Matcher::addRest(const Level& level)
@@ -94,9 +94,9 @@ void Matcher::addRest(const Level& level)
             level.value->FindMember(each->name) != each)
             continue;
         Addition added{{}, &each->name, &each->value};
-        for (const Level& outer : _levels)
-            if (outer.name)
-                added.path.push_back(outer.name);
+        for (std::size_t i = 0; i < _depth; ++i)
+            if (_levels[i].name)
+                added.path.push_back(_levels[i].name);
         _additions.push_back(std::move(added));
     }
 }
@@ -110,22 +110,22 @@ void Matcher::endList()
 {
     if (_hasFailed)
         return;
-    if (_levels.back().next != _levels.back().value->Size())
+    if (innermost().next != innermost().value->Size())
         fail();
-    _levels.pop_back();
+    --_depth;
 }
 
 void Matcher::name(std::string_view name)
 {
     if (_hasFailed)
         return;
-    Level& level = _levels.back();
+    Level& level = innermost();
     const json::SizeType count = level.value->MemberCount();
     for (json::SizeType n = 0, i = level.next < count ? level.next : 0; n < count; ++n, i = i + 1 < count ? i + 1 : 0)
     {
         const auto member = level.value->MemberBegin() + static_cast<std::ptrdiff_t>(i);
         if (member->name.GetStringLength() != name.size() ||
-            std::memcmp(member->name.GetString(), name.data(), name.size()) != 0)
+            !isSameText(member->name.GetString(), name.data(), name.size()))
             continue;
         level.told |= std::uint64_t{1} << i;
         level.next = i + 1;
@@ -161,6 +161,19 @@ void Matcher::nothing()
 {
     const Value* const value = take();
     if (value && !value->IsNull())
+        fail();
+}
+
+void Matcher::time(std::string_view name, double rate, double frames)
+{
+    constexpr json::SizeType members = 3;
+    this->name(name);
+    const Value* const value = take();
+    const auto is = [value](const Value* member, double number)
+    { return member && member->IsNumber() && member->GetDouble() == number && member->IsLosslessDouble(); };
+    if (value &&
+        (!value->IsObject() || value->MemberCount() != members || textOf(value, schemaKey) != "RationalTime.1" ||
+         !is(member(value, "rate"), rate) || !is(member(value, "value"), frames)))
         fail();
 }
 

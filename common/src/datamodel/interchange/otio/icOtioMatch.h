@@ -6,6 +6,8 @@
 
 #include "icOtioListener.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -39,15 +41,16 @@ public:
     void integer(std::uint64_t number) override { this->number(static_cast<double>(number)); }
     void flag(bool flag) override;
     void nothing() override;
+    void time(std::string_view name, double rate, double frames) override;
 
 private:
     struct Level
     {
-        const Value* value;
-        const Value* name;       ///< under which it stands; null for the object itself
-        bool isExact;            ///< in a list, where the file may have nothing more
-        json::SizeType next = 0; ///< where the next member or element is looked for
-        std::uint64_t told = 0;  ///< of the members
+        const Value* value = nullptr;
+        const Value* name = nullptr; ///< under which it stands; null for the object itself
+        bool isExact = false;        ///< in a list, where the file may have nothing more
+        json::SizeType next = 0;     ///< where the next member or element is looked for
+        std::uint64_t told = 0;      ///< of the members
     };
     struct Addition
     {
@@ -56,6 +59,7 @@ private:
         const Value* value;
     };
     static constexpr json::SizeType most = 64; ///< members of an object
+    static constexpr std::size_t deepest = 16; ///< of what is told
 
     /// The value in the file that is told next; null where there is none.
     const Value* take();
@@ -63,6 +67,7 @@ private:
     /// Whether the member of that name is the children that are left to other nodes.
     bool leaves(const Value* name) const;
     void fail() { _hasFailed = true; }
+    Level& innermost() { return _levels[_depth - 1]; }
     void addRest(const Level& level);
 
     const Value& _theirs;
@@ -70,7 +75,8 @@ private:
     bool _hasFailed = false;
     const Value* _at = nullptr;
     const Value* _name = nullptr;
-    std::vector<Level> _levels;
+    std::array<Level, deepest> _levels; ///< those that are open, the innermost last
+    std::size_t _depth = 0;
     std::vector<Addition> _additions;
 };
 
