@@ -117,7 +117,7 @@ std::optional<double> speedOf(const DmPropertySet* effect)
 {
     if (const auto* const warp = dynamic_cast<const DmTimewarpSettings*>(effect); warp && warp->isConstantSpeed())
         return warp->getSpeed();
-    if (const auto* const warp = dynamic_cast<const DmATimewarpSettings*>(effect); warp && warp->getRatio() > 0)
+    if (const auto* const warp = as<DmATimewarpSettings>(effect); warp && warp->getRatio() > 0)
         return 1 / static_cast<double>(warp->getRatio());
     return std::nullopt;
 }
@@ -198,6 +198,13 @@ void Items::setMode(DM::FrameCodeModes fcm)
     _fcm = fcm;
     DmString(DM::FcmUtil::getFCMString(fcm)).swap(_fcmText);
     _fps = DM::FcmUtil::getDoubleFPS(fcm);
+    _isExact = isOfMode(_fps);
+}
+
+bool Items::isOfMode(double fps) const
+{
+    const DM::FrameCodeModes mode = DM::FcmUtil::FPStoFCM(fps, false);
+    return mode != DM::FCM_NOT_DEFINED && mode == DM::FcmUtil::toNonDrop(_fcm);
 }
 
 std::uint32_t Items::lineOf(const Value* object) const
@@ -284,8 +291,7 @@ double Items::frames(const Value* time)
         mistake(time, "a time out of range", "taken as zero");
         return 0;
     }
-    const DM::FrameCodeModes own = DM::FcmUtil::FPStoFCM(ownFps, false);
-    if (own != DM::FCM_NOT_DEFINED && own == DM::FcmUtil::toNonDrop(_fcm))
+    if (isOwnRate(ownFps))
         return count;
     constexpr double partsOfFrame = 1000;
     if (_isSound)

@@ -88,6 +88,8 @@ public:
     DM::FrameCodeModes fcm() const { return _fcm; }
     const DmString& fcmText() const { return _fcmText; }
     double fps() const { return _fps; }
+    /// Times at that rate are those of the mode.
+    bool isOwnRate(double fps) const { return fps == _fps ? _isExact : isOfMode(fps); }
 
     // Messages
 
@@ -139,6 +141,7 @@ public:
     void addEffectsAndMarks(DmSegmentNode& segment, const Value& item, double origin);
 
 private:
+    bool isOfMode(double fps) const;
     std::uint32_t lineOf(const Value* object) const;
     Extent clipExtent(const Value& clip, const Value* media);
     CoSharedPtr<DmSourceNode::Input> input(const Value& clip, const Value* media, const Extent& extent,
@@ -149,6 +152,7 @@ private:
     DM::FrameCodeModes _fcm = DM::FCM_NOT_DEFINED;
     DmString _fcmText;
     double _fps = 0;
+    bool _isExact = false; ///< that rate is the mode's
     bool _isSound = false;
     bool _tellsPlaces = false;
     Report* _report;

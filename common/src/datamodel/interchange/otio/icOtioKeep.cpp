@@ -27,7 +27,7 @@ constexpr int longestChain = 64;
 /// Ours, in whatever version that can be read.
 bool isLeftover(const DmPropertySet& set)
 {
-    const auto* const blob = dynamic_cast<const DmBlobNode*>(&set);
+    const auto* const blob = as<DmBlobNode>(&set);
     return blob && (blob->getBlobType() == L"otio" || blob->getBlobType() == L"otio 2");
 }
 
@@ -96,6 +96,12 @@ void Keep::take(DmTreeNode& node, const Value& object, const Value* own) const
                     break;
                 last = dynamic_cast<DmTreeNode*>(set.get());
             }
+    }
+    if (!node.getBaseBlob())
+    {
+        std::string lines;
+        appendNoteLines(lines, notes);
+        return require(setEdlLeftover(node, lines));
     }
     // A line and a comment look the same there.
     if (!std::ranges::equal(shownNotes(node), notes, {}, noteText, noteText))

@@ -3,6 +3,19 @@
 namespace interchange::otio
 {
 
+void Listener::time(std::string_view name, double rate, double frames)
+{
+    this->name(name);
+    beginObject();
+    this->name(schemaKey);
+    text("RationalTime.1");
+    this->name("rate");
+    number(rate);
+    this->name("value");
+    number(frames);
+    endObject();
+}
+
 void Listener::value(const Value& value)
 {
     if (value.IsObject())

@@ -34,6 +34,8 @@ public:
     virtual void flag(bool flag) = 0;
     virtual void nothing() = 0;
 
+    /// A member that is a time: half of what is told of a clip, so listeners take it at once where they can.
+    virtual void time(std::string_view name, double rate, double frames);
     /// Whatever the value is.
     void value(const Value& value);
 };

@@ -33,16 +33,9 @@ bool isFinite(const Look& look)
 
 // Media
 
-/// Asked first: nearly all inputs are.
-const DmSourceNode::MediaInput* mediaInput(const DmSourceNode::Input& input)
-{
-    return dynamic_cast<const DmSourceNode::MediaInput*>(&input);
-}
-
 DmString nameOf(const DmSourceNode::Input& input)
 {
-    const bool isMedia = mediaInput(input) != nullptr;
-    if (const auto* const relinked = isMedia ? nullptr : dynamic_cast<const DmSourceNode::RelinkedInput*>(&input))
+    if (const auto* const relinked = as<DmSourceNode::RelinkedInput>(&input))
         return relinked->getSourceName();
     return input.getSrcInfo() ? input.getSrcInfo()->getName() : input.getName();
 }
@@ -56,7 +49,7 @@ bool isSequence(const DmSourceNode::Input& input)
 /// The schema of a reference to such an input.
 const char* referenceSchema(const DmSourceNode::Input& input)
 {
-    if (!mediaInput(input) && dynamic_cast<const DmSourceNode::GeneratedInput*>(&input))
+    if (as<DmSourceNode::GeneratedInput>(&input))
         return "GeneratorReference.1";
     if (isSequence(input))
         return "ImageSequenceReference.1";
@@ -70,9 +63,9 @@ Items::Range materialOf(const DmSourceNode::Input& input, double fps)
     const DM::FrameCodeModes own = dmFcmFromText(input.getFcm());
     const double ratio = own == DM::FCM_NOT_DEFINED ? 1.0 : fps / DM::FcmUtil::getDoubleFPS(own);
     double start = 0;
-    if (const auto* const media = dynamic_cast<const DmSourceNode::MediaInput*>(&input))
+    if (const auto* const media = as<DmSourceNode::MediaInput>(&input))
         start = media->getSrcIn() == 0 && !media->getSrcInStr().empty() ? media->getTapeSrcIn() : media->getSrcIn();
-    else if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(&input))
+    else if (const auto* const derived = as<DmSourceNode::DerivedInput>(&input))
         start = derived->getSrcIn();
     return {ratio * start, ratio * input.getSrcLength()};
 }
@@ -80,7 +73,7 @@ Items::Range materialOf(const DmSourceNode::Input& input, double fps)
 /// The length that a reader has stored beside the one that plays; none without, negative for an unknown one.
 std::optional<double> storedLength(const DmSourceNode::Input& input)
 {
-    const auto* const media = dynamic_cast<const DmSourceNode::MediaInput*>(&input);
+    const auto* const media = as<DmSourceNode::MediaInput>(&input);
     if (!media)
         return std::nullopt;
     for (const DmPropertySetPtr& each : media->getExtraDataDictionary())
@@ -228,15 +221,7 @@ std::string_view Parts::nameOf(const DmTreeNode& node) const
 
 void Parts::time(Listener& to, const char* name, double frames) const
 {
-    to.name(name);
-    to.beginObject();
-    to.name(schemaKey);
-    to.text("RationalTime.1");
-    to.name("rate");
-    to.number(_items.fps());
-    to.name("value");
-    to.number(frames);
-    to.endObject();
+    to.time(name, _items.fps(), frames);
 }
 
 void Parts::range(Listener& to, const char* name, double start, double length) const
@@ -334,7 +319,8 @@ void Parts::segment(Listener& to, const DmSegmentNode& node, Trim trim, const Fo
 {
     const auto* const source = node.whatIs() == DM_SOURCE_NODE ? static_cast<const DmSourceNode*>(&node) : nullptr;
     const DmSourceNode::Input* const input = source ? source->getSrcInput() : nullptr;
-    const double base = input ? materialOf(*input, _items.fps()).start : 0.0;
+    const Items::Range material = input ? materialOf(*input, _items.fps()) : Items::Range{0, 0};
+    const double base = material.start;
     const DM::FrameCodeModes own = input ? dmFcmFromText(input->getFcm()) : DM::FCM_NOT_DEFINED;
     const double ratio = own == DM::FCM_NOT_DEFINED ? 1.0 : _items.fps() / DM::FcmUtil::getDoubleFPS(own);
     item(to, source ? "Clip.2" : "Gap.1", node, base, input ? dmUtf8(dmReelOf(*input)) : std::string());
@@ -343,7 +329,7 @@ void Parts::segment(Listener& to, const DmSegmentNode& node, Trim trim, const Fo
     const auto media = [&]
     {
         if (input)
-            return reference(to, *input, base);
+            return reference(to, *input, material);
         begin(to, "MissingReference.1", {});
         to.endObject();
     };
@@ -469,7 +455,7 @@ void Parts::collection(Listener& to, const DmTreeNode& node) const
     to.endObject();
 }
 
-void Parts::reference(Listener& to, const DmSourceNode::Input& input, double base) const
+void Parts::reference(Listener& to, const DmSourceNode::Input& input, Items::Range material) const
 {
     const std::string_view schema = referenceSchema(input);
     begin(to, schema, utf8(otio::nameOf(input)));
@@ -495,7 +481,7 @@ void Parts::reference(Listener& to, const DmSourceNode::Input& input, double bas
     }
     const std::optional<double> stored = storedLength(input);
     if (!stored || *stored >= 0)
-        range(to, "available_range", base, stored.value_or(materialOf(input, _items.fps()).length));
+        range(to, "available_range", material.start, stored.value_or(material.length));
     else
     {
         to.name("available_range");

@@ -112,7 +112,7 @@ private:
     void item(Listener& to, std::string_view schema, const DmSegmentNode& node, double markOrigin,
               std::string_view reel) const;
     void stack(Listener& to, const DmCompositionNode& node, std::string_view name, double origin) const;
-    void reference(Listener& to, const DmSourceNode::Input& input, double base) const;
+    void reference(Listener& to, const DmSourceNode::Input& input, Items::Range material) const;
     void sequence(Listener& to, const DmSourceInfo& info) const;
     void marks(Listener& to, const DmSetList<DmCueMark>& marks, double origin) const;
     void effects(Listener& to, const DmSegmentNode& node) const;

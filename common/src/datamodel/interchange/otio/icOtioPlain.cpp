@@ -43,7 +43,7 @@ bool isLike(const Set& set, const Set& read, std::initializer_list<int> others)
 template <class Dissolve>
 bool isDissolve(const DmEffectSettings& effect, const DmEffectSettings& read, double length)
 {
-    const auto* const dissolve = dynamic_cast<const Dissolve*>(&effect);
+    const auto* const dissolve = as<Dissolve>(&effect);
     return dissolve && dissolve->getLength() == length && isLike(effect, read, {Dissolve::Length});
 }
 
@@ -99,12 +99,6 @@ const Plain::Fresh& Plain::fresh(eDmTreeMediaType mediaType)
     return made;
 }
 
-/// Times at the rate of the composition come back as they are.
-bool Plain::isExact() const
-{
-    return DM::FcmUtil::FPStoFCM(_items.fps(), false) == DM::FcmUtil::toNonDrop(_items.fcm());
-}
-
 bool Plain::comesBack(const DmString& text)
 {
     _text.clear();
@@ -113,7 +107,7 @@ bool Plain::comesBack(const DmString& text)
 
 bool Plain::isBlob(const DmTreeNode& node, const Value& difference) const
 {
-    const auto* const first = dynamic_cast<const DmBlobNode*>(node.getBaseBlob());
+    const auto* const first = as<DmBlobNode>(node.getBaseBlob());
     if (!first)
         return !node.getBaseBlob() && !addedComments(difference);
     const bool isLast = !first->getBaseBlob();
@@ -123,7 +117,7 @@ bool Plain::isBlob(const DmTreeNode& node, const Value& difference) const
         return false;
     if (!isLast)
     {
-        const auto* const second = dynamic_cast<const DmBlobNode*>(first->getBaseBlob());
+        const auto* const second = as<DmBlobNode>(first->getBaseBlob());
         if (!second || second->getBaseBlob() || !(second->getBlobType() == L"otio 2"))
             return false;
     }
@@ -176,7 +170,9 @@ bool Plain::isInfo(const DmSourceInfo& info, const DmSourceInfo& fresh)
     if (info.getSourceType() != (isFile ? DmSourceInfo::File : DmSourceInfo::Unknown) || !comesBack(info.getName()) ||
         !comesBack(info.getReelName()) || !comesBack(info.getPath()))
         return false;
-    if (isFile && pathOfUrl(urlOfPath(_text)) != _text)
+    // Of a path that a letter and a colon begin, with or without a slash in front, the slashes change.
+    const bool isUsual = _text.starts_with('/') && !(_text.size() > 2 && _text[2] == ':');
+    if (isFile && !isUsual && pathOfUrl(urlOfPath(_text)) != _text)
         return false;
     return isLike(info, fresh, {DmSourceInfo::Type, DmSourceInfo::Name, DmSourceInfo::ReelName, DmSourceInfo::Path});
 }
@@ -184,7 +180,7 @@ bool Plain::isInfo(const DmSourceInfo& info, const DmSourceInfo& fresh)
 bool Plain::isSource(const DmSourceNode& node, const DmSourceNode& fresh, Trim trim, double length)
 {
     using Input = DmSourceNode::MediaInput;
-    const auto* const input = dynamic_cast<const Input*>(node.getSrcInput());
+    const auto* const input = as<Input>(node.getSrcInput());
     const DmSourceInfo* const info = input ? input->getSrcInfo() : nullptr;
     const auto& freshInput = static_cast<const Input&>(*fresh.getSrcInput());
     if (!info || !isInfo(*info, *freshInput.getSrcInfo()) || input->getMediaType() != node.getMediaType() ||
@@ -233,7 +229,7 @@ bool Plain::reads(const DmSegmentNode& node, Trim trim, double length, const Val
     if (effects.count() == 1)
     {
         // A constant speed of picture, and nothing that a channel or an attribute says beside it.
-        const auto* const warp = dynamic_cast<const DmVTimewarpSettings*>(effects[0].get());
+        const auto* const warp = as<DmVTimewarpSettings>(effects[0].get());
         const std::optional<double> speed = speedOf(warp);
         if (!speed || !std::isfinite(*speed) || mediaType != DM_MEDIA_VIDEO)
             return false;
@@ -325,12 +321,26 @@ void Adder::endList()
 
 void Adder::name(std::string_view name)
 {
+    take(name);
+    _to.name(name);
+}
+
+void Adder::time(std::string_view name, double rate, double frames)
+{
+    Level& level = _levels.back();
+    if (level.difference && member(member(level.difference, "inside"), name))
+        return Listener::time(name, rate, frames);
+    take(name);
+    _to.time(name, rate, frames);
+}
+
+void Adder::take(std::string_view name)
+{
     Level& level = _levels.back();
     _next = level.difference ? member(member(level.difference, "inside"), name) : nullptr;
     _isMetadata = level.isMetadata || name == "metadata";
     if (level.difference)
         level.told.emplace_back(name);
-    _to.name(name);
 }
 
 } // namespace interchange::otio

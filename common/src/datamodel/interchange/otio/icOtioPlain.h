@@ -44,7 +44,8 @@ private:
     bool areMarks(const DmSegmentNode& node, const DmCueMark& fresh, double base);
     bool isBlob(const DmTreeNode& node, const Value& difference) const;
     bool comesBack(const DmString& text);
-    bool isExact() const;
+    /// Times at the rate of the composition come back as they are.
+    bool isExact() const { return _items.isOwnRate(_items.fps()); }
 
     Items& _items;
     std::array<Fresh, 3> _fresh;
@@ -66,6 +67,7 @@ public:
     void beginList() override;
     void endList() override;
     void name(std::string_view name) override;
+    void time(std::string_view name, double rate, double frames) override;
     void text(std::string_view text) override { _to.text(text); }
     void number(double number) override { _to.number(number); }
     void integer(std::int64_t number) override { _to.integer(number); }
@@ -80,6 +82,9 @@ private:
         bool isMetadata;
         std::vector<std::string> told; ///< names, where there is a difference
     };
+
+    /// The member of that name is told.
+    void take(std::string_view name);
 
     Listener& _to;
     const Value* _next; ///< of the object that may come

@@ -462,8 +462,11 @@ Entries Maker::entriesOf(const Value& object, eDmTreeMediaType mediaType)
     if (!isReal)
         addEntry(entries, object, mediaType);
     else if (const Value* const children = arrayOf(&object, "children"))
+    {
+        entries.reserve(children->Size());
         for (const Value& child : children->GetArray())
             addEntry(entries, child, mediaType);
+    }
     overlap(entries);
     return entries;
 }
@@ -523,7 +526,8 @@ void Maker::finish(Stage& to, DmSegmentNode& node, const Value& item, const Form
     }
     else
         _keep.take(node, item, nullptr);
-    const auto* const container = dynamic_cast<const DmContainerNode*>(&node);
+    const auto* const container =
+        node.whatIs() == DM_CONTAINER_NODE ? static_cast<const DmContainerNode*>(&node) : nullptr;
     _keep.keep(node, item, form,
                [&](Listener& listener)
                {
@@ -661,8 +665,11 @@ void Maker::place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType 
     }
     DmSegmentNode& segment = *entry.segment;
     const Trim trim{entry.in, entry.out};
-    require(segment.setRelIn(segment.getRelIn() + headOf(segment, trim)));
-    require(segment.setRecLength(length));
+    if (entry.in != 0 || entry.out != 0)
+    {
+        require(segment.setRelIn(segment.getRelIn() + headOf(segment, trim)));
+        require(segment.setRecLength(length));
+    }
     CoSharedPtr<DmTreeNode> node = entry.segment;
     require(segment.setRecIn(_at));
     finish(to, segment, *entry.object, entry.form, trim);

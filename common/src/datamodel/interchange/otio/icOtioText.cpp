@@ -3,8 +3,12 @@
 #include <rapidjson/internal/dtoa.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
+#include <cstring>
+#include <emmintrin.h>
+#include <utility>
 
 namespace interchange::otio
 {
@@ -13,10 +17,61 @@ namespace
 {
 
 constexpr std::size_t indent = 4;
+constexpr std::size_t mostOfCharacter = 6; ///< bytes, when it is escaped
+constexpr std::size_t mostOfNumber = 32;
 
 bool isPlain(char c)
 {
     return static_cast<unsigned char>(c) >= ' ' && c != '"' && c != '\\';
+}
+
+bool arePlain(__m128i bytes)
+{
+    const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1F)), bytes);
+    const __m128i quote = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
+    const __m128i escape = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
+    return _mm_movemask_epi8(_mm_or_si128(control, _mm_or_si128(quote, escape))) == 0;
+}
+
+/// Copies 16 bytes; whether they stand for themselves.
+bool copySixteen(const char* from, char* to)
+{
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
+    return arePlain(bytes);
+}
+
+bool copyEight(const char* from, char* to)
+{
+    const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), bytes);
+    return arePlain(_mm_unpacklo_epi64(bytes, bytes));
+}
+
+/// Copies a text; whether all of it stands for itself. The last bytes of a longer one are copied together with some
+/// that were copied before.
+bool copyPlain(std::string_view text, char* to)
+{
+    const char* const from = text.data();
+    const std::size_t size = text.size();
+    bool isPlainText = true;
+    if (size >= 16)
+    {
+        for (std::size_t i = 0; i + 16 <= size; i += 16)
+            isPlainText &= copySixteen(from + i, to + i);
+        return copySixteen(from + size - 16, to + size - 16) && isPlainText;
+    }
+    if (size >= 8)
+    {
+        isPlainText = copyEight(from, to);
+        return copyEight(from + size - 8, to + size - 8) && isPlainText;
+    }
+    for (std::size_t i = 0; i < size; ++i)
+    {
+        to[i] = from[i];
+        isPlainText &= isPlain(from[i]);
+    }
+    return isPlainText;
 }
 
 } // namespace
@@ -24,48 +79,57 @@ bool isPlain(char c)
 JsonText::JsonText(Sink& sink)
     : _sink(sink)
 {
-    _held.reserve(2 * pieceSize);
+}
+
+char* JsonText::room(std::size_t size)
+{
+    if (static_cast<std::size_t>(_piece.data() + pieceSize - _to) < size)
+        flush();
+    return _to;
 }
 
 void JsonText::flush()
 {
-    _isGood = _isGood && _sink.write(_held);
-    _held.clear();
+    _isGood = _isGood && _sink.write({_piece.data(), _to});
+    _to = _piece.data();
 }
 
 bool JsonText::finish()
 {
-    _held += '\n';
+    room(1);
+    put('\n');
     flush();
     return _isGood;
 }
 
-void JsonText::beginLine()
+void JsonText::beginLine(bool hasComma)
 {
-    if (_held.size() >= pieceSize)
-        flush();
-    _held += '\n';
-    _held.append(_levels.size() * indent, ' ');
+    const std::size_t blanks = _levels.size() * indent;
+    room(2 + blanks);
+    if (hasComma)
+        put(',');
+    putLine(blanks);
+}
+
+void JsonText::putLine(std::size_t blanks)
+{
+    put('\n');
+    std::memset(_to, ' ', blanks);
+    _to += blanks;
 }
 
 void JsonText::begin()
 {
-    if (_isNamed || _levels.empty())
-    {
-        _isNamed = false;
-        return;
-    }
-    if (!_levels.back().isEmpty)
-        _held += ',';
-    _levels.back().isEmpty = false;
-    beginLine();
+    if (!std::exchange(_isNamed, false) && !_levels.empty())
+        beginLine(!std::exchange(_levels.back().isEmpty, false));
 }
 
 void JsonText::open(char bracket)
 {
     begin();
-    _held += bracket;
-    _levels.push_back({bracket == '['});
+    room(1);
+    put(bracket);
+    _levels.emplace_back();
 }
 
 void JsonText::close(char bracket)
@@ -73,22 +137,25 @@ void JsonText::close(char bracket)
     const bool isEmpty = _levels.back().isEmpty;
     _levels.pop_back();
     if (!isEmpty)
-        beginLine();
-    _held += bracket;
+        beginLine(false);
+    room(1);
+    put(bracket);
 }
 
 void JsonText::name(std::string_view name)
 {
     begin();
     quote(name);
-    _held += ": ";
+    room(2);
+    put(':');
+    put(' ');
     _isNamed = true;
 }
 
 void JsonText::raw(std::string_view text)
 {
     begin();
-    _held += text;
+    _to = std::copy(text.begin(), text.end(), room(text.size()));
 }
 
 void JsonText::text(std::string_view text)
@@ -99,51 +166,98 @@ void JsonText::text(std::string_view text)
 
 void JsonText::quote(std::string_view text)
 {
-    _held += '"';
-    while (!text.empty())
+    constexpr std::size_t part = pieceSize / 4;
+    room(1);
+    put('"');
+    for (; text.size() > part; text.remove_prefix(part))
+        escape(text.substr(0, part));
+    escape(text);
+    room(1);
+    put('"');
+}
+
+void JsonText::escape(std::string_view text)
+{
+    if (copyPlain(text, room(text.size())))
     {
-        const auto length = static_cast<std::size_t>(std::ranges::find_if_not(text, isPlain) - text.begin());
-        _held.append(text, 0, length);
-        if (length == text.size())
-            break;
+        _to += text.size();
+        return;
+    }
+    for (const char c : text)
+    {
         constexpr std::string_view escaped = "\"\\\b\f\n\r\t";
         constexpr std::string_view letters = "\"\\bfnrt";
         constexpr std::string_view hex = "0123456789ABCDEF";
-        const auto code = static_cast<unsigned char>(text[length]);
-        if (const std::size_t at = escaped.find(text[length]); at != escaped.npos)
-            _held.append({'\\', letters[at]});
+        const auto code = static_cast<unsigned char>(c);
+        room(mostOfCharacter);
+        if (isPlain(c))
+            put(c);
+        else if (const std::size_t at = escaped.find(c); at != escaped.npos)
+            _to = std::copy_n(std::array{'\\', letters[at]}.data(), 2, _to);
         else
-            _held.append({'\\', 'u', '0', '0', hex[code >> 4], hex[code & 15]});
-        text.remove_prefix(length + 1);
+            _to = std::copy_n(std::array{'\\', 'u', '0', '0', hex[code >> 4], hex[code & 15]}.data(), mostOfCharacter,
+                              _to);
     }
-    _held += '"';
 }
 
 void JsonText::number(double number)
 {
+    begin();
+    room(mostOfNumber);
+    putNumber(number);
+}
+
+void JsonText::putNumber(double number)
+{
     constexpr double largestInteger = 9007199254740992; // beyond it doubles are further than one apart
-    char text[32];
     if (!std::isfinite(number))
-        return raw(nonFiniteToken(number));
-    if (std::abs(number) < largestInteger && number == std::trunc(number) && (number != 0 || !std::signbit(number)))
+        put(nonFiniteToken(number));
+    else if (std::abs(number) < largestInteger && number == std::trunc(number) &&
+             (number != 0 || !std::signbit(number)))
     {
-        char* const end = std::to_chars(text, text + sizeof text, static_cast<std::int64_t>(number)).ptr;
-        std::copy_n(".0", 2, end);
-        return raw({text, end + 2});
+        _to = std::to_chars(_to, _to + mostOfNumber, static_cast<std::int64_t>(number)).ptr;
+        put(".0");
     }
-    raw({text, json::internal::dtoa(number, text)});
+    else
+        _to = json::internal::dtoa(number, _to);
+}
+
+void JsonText::time(std::string_view name, double rate, double frames)
+{
+    constexpr std::string_view schema = R"("OTIO_SCHEMA": "RationalTime.1",)";
+    constexpr std::string_view rateName = R"("rate": )";
+    constexpr std::string_view valueName = R"("value": )";
+    constexpr std::size_t most = schema.size() + rateName.size() + valueName.size() + 2 * mostOfNumber + 8;
+    this->name(name);
+    _isNamed = false;
+    const std::size_t blanks = _levels.size() * indent;
+    room(most + 4 * (blanks + indent));
+    put('{');
+    putLine(blanks + indent);
+    put(schema);
+    putLine(blanks + indent);
+    put(rateName);
+    putNumber(rate);
+    put(',');
+    putLine(blanks + indent);
+    put(valueName);
+    putNumber(frames);
+    putLine(blanks);
+    put('}');
 }
 
 void JsonText::integer(std::int64_t number)
 {
-    char text[32];
-    raw({text, std::to_chars(text, text + sizeof text, number).ptr});
+    begin();
+    char* const to = room(mostOfNumber);
+    _to = std::to_chars(to, to + mostOfNumber, number).ptr;
 }
 
 void JsonText::integer(std::uint64_t number)
 {
-    char text[32];
-    raw({text, std::to_chars(text, text + sizeof text, number).ptr});
+    begin();
+    char* const to = room(mostOfNumber);
+    _to = std::to_chars(to, to + mostOfNumber, number).ptr;
 }
 
 } // namespace interchange::otio

@@ -1,11 +1,16 @@
 /// JSON as it is written to a file, indented, in pieces.
 ///
+/// Texts are copied and looked at 16 bytes at a time (SSE2): hardly one has a character that must be escaped, and where
+/// one has, it is written once more.
+///
 /// For sources of this library only.
 #pragma once
 
 #include "icFormat.h"
 #include "icOtioListener.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,16 +34,16 @@ public:
     void integer(std::uint64_t number) override;
     void flag(bool flag) override { raw(flag ? "true" : "false"); }
     void nothing() override { raw("null"); }
+    void time(std::string_view name, double rate, double frames) override;
 
     /// Ends the text. False where not all of it was taken.
     [[nodiscard]] bool finish();
 
 private:
-    static constexpr std::size_t pieceSize = 1 << 16;
+    static constexpr std::size_t pieceSize = 1 << 17;
 
     struct Level
     {
-        bool isList;
         bool isEmpty = true;
     };
 
@@ -46,13 +51,21 @@ private:
     void close(char bracket);
     /// What stands in front of a value, or of a name.
     void begin();
-    void beginLine();
+    void beginLine(bool hasComma);
     void raw(std::string_view text);
     void quote(std::string_view text);
+    void escape(std::string_view text);
+    /// Where that many bytes can be written, at most half a piece; `_to` is to be moved behind them.
+    char* room(std::size_t size);
+    void put(char c) { *_to++ = c; }
+    void put(std::string_view text) { _to = std::copy(text.begin(), text.end(), _to); }
+    void putLine(std::size_t blanks);
+    void putNumber(double number);
     void flush();
 
     Sink& _sink;
-    std::string _held;
+    std::vector<char> _piece = std::vector<char>(pieceSize);
+    char* _to = _piece.data();
     std::vector<Level> _levels;
     bool _isNamed = false; ///< the value of a member comes next
     bool _isGood = true;

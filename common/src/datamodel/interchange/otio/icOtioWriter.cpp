@@ -20,6 +20,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <span>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <vector>
 
 namespace interchange
@@ -46,10 +50,11 @@ struct Item
     const DmTreeNode* node;       ///< on the layer
     const DmSegmentNode* segment; ///< itself, or the one that travels with a gap; null for a transition
     const DmTrxEffectNode* mix;   ///< null for a segment
-    std::vector<const DmTreeNode*> before;
-    double start = 0;  ///< in record time
-    double length = 0; ///< as it is written
-    double hole = 0;   ///< in front of it
+    std::size_t before;           ///< where what stands in front of it begins among the layout's `between`, ...
+    std::size_t endOfBefore;      ///< ... and ends
+    double start = 0;             ///< in record time
+    double length = 0;            ///< as it is written
+    double hole = 0;              ///< in front of it
 
     double recIn() const { return mix ? mix->getRecIn() : static_cast<const DmSegmentNode*>(node)->getRecIn(); }
     double recLength() const { return mix ? mix->getRecLength() : segment->getRecLength(); }
@@ -58,10 +63,19 @@ struct Item
 struct Layout
 {
     std::vector<Item> items;
-    std::vector<const DmTreeNode*> behind; ///< the last of them
-    double end = 0;                        ///< in record time
-    std::vector<std::size_t> covered;      ///< items whose end a later one covers
-    std::size_t others = 0;                ///< nodes that have no place
+    std::vector<const DmTreeNode*> between; ///< what stands between the items, and behind the last of them
+    double end = 0;                         ///< in record time
+    std::vector<std::size_t> covered;       ///< items whose end a later one covers
+    std::size_t others = 0;                 ///< nodes that have no place
+
+    std::span<const DmTreeNode* const> before(const Item& item) const
+    {
+        return std::span(between).subspan(item.before, item.endOfBefore - item.before);
+    }
+    std::span<const DmTreeNode* const> behind() const
+    {
+        return std::span(between).subspan(items.empty() ? 0 : items.back().endOfBefore);
+    }
 };
 
 /// A gap that stands there for no time, and says nothing.
@@ -78,7 +92,9 @@ bool isEmptyGap(const DmTreeNode& node)
 Layout layoutOf(const DmLayerNode& layer, double origin)
 {
     Layout layout;
-    std::vector<const DmTreeNode*> before;
+    const auto count = static_cast<std::size_t>(layer.getNbChildren());
+    layout.items.reserve(count);
+    layout.between.reserve(count);
     for (int i = 0; i < layer.getNbChildren(); ++i)
     {
         const DmTreeNode* const node = layer.getChild(i);
@@ -87,13 +103,16 @@ Layout layoutOf(const DmLayerNode& layer, double origin)
             ++layout.others;
             continue;
         }
-        Item item{node, dynamic_cast<const DmSegmentNode*>(node), dynamic_cast<const DmTrxEffectNode*>(node), {}};
+        const bool isMix = node->whatIs() == DM_TRX_EFFECT_NODE;
+        const std::size_t before = layout.items.empty() ? 0 : layout.items.back().endOfBefore;
+        Item item{node, node->asSegment(), isMix ? static_cast<const DmTrxEffectNode*>(node) : nullptr, before,
+                  layout.between.size()};
         if (item.segment && node->whatIs() == DM_GAP_NODE)
             if (const auto* const attached = dynamic_cast<const DmSegmentNode*>(node->getBaseBlob()))
                 item.segment = attached;
         if (node->whatIs() == DM_CUT_NODE || isEmptyGap(*node))
         {
-            before.push_back(node);
+            layout.between.push_back(node);
             continue;
         }
         if (!item.mix && (!item.segment || !node->isSegment()))
@@ -101,11 +120,8 @@ Layout layoutOf(const DmLayerNode& layer, double origin)
             ++layout.others;
             continue;
         }
-        item.before = std::move(before);
-        before.clear();
-        layout.items.push_back(std::move(item));
+        layout.items.push_back(item);
     }
-    layout.behind = std::move(before);
     layout.end = origin;
     for (std::size_t i = 0; i < layout.items.size(); ++i)
     {
@@ -147,6 +163,12 @@ int baseLayerOf(const DmTrackNode& track)
     return base;
 }
 
+const DmSegmentNode* segmentAt(const DmLayerNode& layer, int index)
+{
+    const DmTreeNode* const node = layer.getChild(index);
+    return node ? node->asSegment() : nullptr;
+}
+
 /// Where the record time lies that objects count from: the start, or before it what begins earlier. Where nothing
 /// stands, as the reader has it.
 double originOf(const DmCompositionNode& composition)
@@ -159,7 +181,7 @@ double originOf(const DmCompositionNode& composition)
             for (int k = 0; k < track->getNbChildren(); ++k)
                 if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(k)))
                     for (int n = 0; n < layer->getNbChildren(); ++n)
-                        if (const auto* const segment = dynamic_cast<const DmSegmentNode*>(layer->getChild(n)))
+                        if (const DmSegmentNode* const segment = segmentAt(*layer, n))
                         {
                             origin = std::min(origin, segment->getRecIn());
                             holdsAny = true;
@@ -241,8 +263,8 @@ private:
     void element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index);
     void container(const DmContainerNode& node, Value made, Value own, const Form& form);
     /// What stands in front of an item, or behind the last, where that is not the usual.
-    void tellBetween(Value& own, const char* name, const std::vector<const DmTreeNode*>& nodes,
-                     const DmTreeNode* previous, const DmTreeNode* next, eDmTreeMediaType mediaType, double time);
+    void tellBetween(Value& own, const char* name, std::span<const DmTreeNode* const> nodes, const DmTreeNode* previous,
+                     const DmTreeNode* next, eDmTreeMediaType mediaType, double time);
     void add(Value& own, const char* name, Value value);
     double insideLength(const DmCompositionNode& composition, double origin, DM::FrameCodeModes fcm) const;
     void lose(const Loss& loss, const DmTreeNode* node)
@@ -511,7 +533,7 @@ void Maker::track(Stage& stage, const DmTrackNode& node)
             if (!ofLayer.IsNull())
                 add(own, "layer", std::move(ofLayer));
             const DmTreeNode* const last = layout.items.empty() ? nullptr : layout.items.back().node;
-            tellBetween(own, "behind", layout.behind, last, nullptr, mediaType, layout.end);
+            tellBetween(own, "behind", layout.behind(), last, nullptr, mediaType, layout.end);
         }
         else
             add(own, "isEmpty", Value(true));
@@ -528,7 +550,7 @@ void Maker::track(Stage& stage, const DmTrackNode& node)
             writeLayer(i);
 }
 
-void Maker::tellBetween(Value& own, const char* name, const std::vector<const DmTreeNode*>& nodes,
+void Maker::tellBetween(Value& own, const char* name, std::span<const DmTreeNode* const> nodes,
                         const DmTreeNode* previous, const DmTreeNode* next, eDmTreeMediaType mediaType, double time)
 {
     const Between what = usualBetween(previous, next);
@@ -614,7 +636,7 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     Value difference;
     Value own;
     const DmTreeNode* const previous = index > 0 && item.hole == 0 ? layout.items[index - 1].node : nullptr;
-    tellBetween(own, "before", item.before, previous, item.node, track.getMediaType(), item.start);
+    tellBetween(own, "before", layout.before(item), previous, item.node, track.getMediaType(), item.start);
     if (item.mix)
     {
         _keep.formOf(*item.mix, difference);
@@ -629,7 +651,8 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     const Trim trim{headBehind(mixBefore), tailBefore(mixBehind)};
     const DmSegmentNode& segment = *item.segment;
     const Form form = _keep.formOf(segment, difference);
-    const auto* const container = dynamic_cast<const DmContainerNode*>(&segment);
+    const auto* const container =
+        segment.whatIs() == DM_CONTAINER_NODE ? static_cast<const DmContainerNode*>(&segment) : nullptr;
     const auto tellSegment = [&](Listener& to)
     {
         if (container)
@@ -741,15 +764,32 @@ bool writeOtio(const DmRoot& root, DM::FrameCodeModes fcm, Sink& sink, Report& r
 
 std::optional<std::string> writeOtio(const DmRoot& root, DM::FrameCodeModes fcm, Report& report)
 {
+    /// Memory that is reserved and not written costs nothing, a copy of the text does; a large text asks for large
+    /// pages, whose faults are few.
     class TextSink final : public Sink
     {
     public:
         bool write(std::string_view bytes) override
         {
+            if (text.capacity() - text.size() < bytes.size())
+                grow(4 * (text.size() + bytes.size()));
             text += bytes;
             return true;
         }
         std::string text;
+
+    private:
+        void grow(std::size_t size)
+        {
+            constexpr std::size_t large = std::size_t{1} << 22;
+            text.reserve(size);
+            if (size < large)
+                return;
+            const auto page = static_cast<std::uintptr_t>(getpagesize());
+            const auto begin = reinterpret_cast<std::uintptr_t>(text.data());
+            const std::uintptr_t first = (begin + page - 1) / page * page;
+            static_cast<void>(madvise(reinterpret_cast<void*>(first), begin + size - first, MADV_HUGEPAGE));
+        }
     };
     TextSink sink;
     if (!writeOtio(root, fcm, sink, report))
