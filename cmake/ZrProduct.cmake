@@ -50,11 +50,10 @@ function(zr_product target)
         ${target} INTERFACE $<BUILD_INTERFACE:${ZR_STAGE_INCLUDE}>
                             $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/ZRdmtree>)
     target_link_libraries(${target} PUBLIC Threads::Threads PRIVATE ${links})
-    # What the library registers with the system (exits of threads, forks) is its own code: it stays when a plug-in that
-    # linked it goes.
-    set(variables ${PROJECT_SOURCE_DIR}/cmake/variables.list)
-    target_link_options(${target} PRIVATE "LINKER:-Bsymbolic,--dynamic-list=${variables},-z,nodelete")
-    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${variables})
+    # Calls inside the library are bound when it is linked, which takes most of what a start looks up; its variables are
+    # not: a program may hold them itself, copied when it is started. What the library registers with the system (exits
+    # of threads, forks) is its own code: it stays when a plug-in that linked it goes.
+    target_link_options(${target} PRIVATE "LINKER:-Bsymbolic-functions,-z,nodelete")
 
     # Classes register themselves from static objects, in object files that nobody refers to: an archive is linked whole,
     # or it would lose them.
