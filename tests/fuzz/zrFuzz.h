@@ -3,6 +3,7 @@
 
 #include "CoMsg.h"
 #include "dmCompositionNode.h"
+#include "dmRoot.h"
 #include "dmTreeIterator.h"
 #include "dmTreeTool.h"
 #include "dmTreeVisitor.h"
