@@ -324,6 +324,7 @@ TEST(Merge, TellsWhatBothChangedOfGapsAndSeams)
         const DmMerge merge = DmMerge::merge(base.get(), *ours, *theirs);
         EXPECT_EQ(conflictsOf(merge), row.conflicts);
         EXPECT_EQ(dmUtf8(shotAt(merge.result(), 2).getName()), row.name);
+        EXPECT_EQ(shotAt(merge.result(), 2).getComment().empty(), std::string_view(row.what) != "a name and a note");
         std::string marks;
         const auto* const composition = static_cast<DmCompositionNode*>(merge.result()->getChild(0));
         for (int i = 0; i < composition->getCueMarks().count(); ++i)
