@@ -169,7 +169,7 @@ void Matcher::time(std::string_view name, double rate, double frames)
     constexpr json::SizeType members = 3;
     this->name(name);
     const Value* const value = take();
-    const auto is = [value](const Value* member, double number)
+    const auto is = [](const Value* member, double number)
     { return member && member->IsNumber() && member->GetDouble() == number && member->IsLosslessDouble(); };
     if (value &&
         (!value->IsObject() || value->MemberCount() != members || textOf(value, schemaKey) != "RationalTime.1" ||
