@@ -276,8 +276,9 @@ bool Reader::read()
         return false;
     _list.fcm = mode(_recordDrop.value_or(DM::FcmUtil::isDropFrame(_rate)));
     _list.isUntitled = !_hasTitle;
-    _list.hasNoFcm = !_hasFcm && _list.hasOneFcm();
     finishEvents();
+    // By a title, an event or this line it is known to be a list.
+    _list.hasNoFcm = !_hasFcm && _list.hasOneFcm() && (_hasTitle || !_list.events.empty());
     if (_list.events.empty() && !_hasTitle && !_recordDrop && !_report.hasErrors())
         _report.add(Report::Error, _lines.number(), "no event and no title up to the end: not a cut list");
     return true;

@@ -48,12 +48,15 @@ bool haveLeftovers(const DmTreeNode& a, const DmTreeNode& b)
 namespace
 {
 
-/// "edl" of leftovers of the type "edl 2"; empty for a node without any.
+/// "edl" of leftovers of the type "edl 2"; empty for a node without any, as for one with a note of somebody else.
 std::wstring_view formatOf(const DmTreeNode& node)
 {
     const auto* const blob = dynamic_cast<const DmBlobNode*>(node.getBaseBlob());
     const std::wstring_view type = blob ? blob->getBlobType().view() : std::wstring_view();
-    return type.substr(0, type.find(L' '));
+    const std::size_t end = type.find(L' ');
+    const std::wstring_view version = end == type.npos ? std::wstring_view() : type.substr(end + 1);
+    const bool isFormat = !version.empty() && version.find_first_not_of(L"0123456789") == version.npos;
+    return isFormat ? type.substr(0, end) : std::wstring_view();
 }
 
 /// Of a composition that has no leftovers, its first shot speaks.
