@@ -71,6 +71,17 @@ Read read(const std::string& text, bool lenient = false)
     return result;
 }
 
+/// Through a document, and what was said of it.
+Read flattened(const DmRoot& root)
+{
+    Options options;
+    options.format = "json";
+    options.flatten = true;
+    std::string bytes;
+    const Writing writing = writeBuffer(root, bytes, options);
+    return {readBuffer(bytes).root, dmFindingsText("x.xml", writing.findings)};
+}
+
 std::string write(const DmRoot& root, std::string* messages = nullptr)
 {
     Options options;
@@ -647,15 +658,9 @@ TEST(Flatten, WritesWhatNestedCutsPlayInTheirPlace)
         SCOPED_TRACE(each.what);
         const Read made = read(xmeml(sequence(each.picture)));
         ASSERT_TRUE(made.root) << made.messages;
-        Options options;
-        options.format = "json";
-        options.flatten = true;
-        std::string bytes;
-        const Writing writing = writeBuffer(*made.root, bytes, options);
-        std::string messages = dmFindingsText("x.xml", writing.findings);
-        EXPECT_EQ(messages, each.messages);
-        const Reading back = readBuffer(bytes);
+        const Read back = flattened(*made.root);
         ASSERT_TRUE(back.root);
+        EXPECT_EQ(back.messages, each.messages);
         auto& composition = dynamic_cast<DmCompositionNode&>(*back.root->getChild(0));
         EXPECT_EQ(playedOf(composition), each.played);
         std::set<std::string> ids;
@@ -705,14 +710,9 @@ TEST(Flatten, SoundInsideIsATrackEach)
         SCOPED_TRACE(each.what);
         const Read made = read(xmeml(sequence("", each.tracks)));
         ASSERT_TRUE(made.root) << made.messages;
-        Options options;
-        options.format = "json";
-        options.flatten = true;
-        std::string bytes;
-        const Writing writing = writeBuffer(*made.root, bytes, options);
-        EXPECT_EQ(!writing.findings.empty(), each.stays) << dmFindingsText("x", writing.findings);
-        const Reading back = readBuffer(bytes);
+        const Read back = flattened(*made.root);
         ASSERT_TRUE(back.root);
+        EXPECT_EQ(!back.messages.empty(), each.stays) << back.messages;
         auto& composition = dynamic_cast<DmCompositionNode&>(*back.root->getChild(0));
         std::string played;
         std::set<int> numbers;

@@ -3,6 +3,7 @@
 #include "icEdlToTree.h"
 #include "icEdlWriter.h"
 #include "icOtioJson.h"
+#include "icOtioQuick.h"
 #include "icOtioReader.h"
 #include "icOtioWriter.h"
 #include "icTestLists.h"
@@ -24,6 +25,8 @@
 #include "dmWipeSettings.h"
 
 #include <gtest/gtest.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
 
 #include <algorithm>
 #include <array>
@@ -700,4 +703,91 @@ TEST(Otio, ConvertsRatesAndTellsByHowMuch)
     ASSERT_TRUE(moved.root) << moved.messages;
     EXPECT_EQ(moved.segment(0).getRecLength(), 6);
     EXPECT_NE(moved.messages.find("at most 0.25 frames (10 ms)"), std::string::npos) << moved.messages;
+}
+
+TEST(OtioJson, IsReadQuicklyToTheSameValues)
+{
+    const struct
+    {
+        const char* text;
+        bool isQuick = true;
+    } cases[] = {
+        {"0"},
+        {"-0"},
+        {"-0.0"},
+        {"7"},
+        {"-12345"},
+        {"999999999999999999"},
+        {"-999999999999999999"},
+        {"1000000000000000000", false}, // the JSON library's again
+        {"12345678901234567890123", false},
+        {"0.1"},
+        {"23.976023976023978"},
+        {"123456789012345.5"},
+        {"12345678901234.5"},
+        {"9007199254740993.0"},
+        {"1e3"},
+        {"-2.5E-3"},
+        {"0.000000000000001"},
+        {"1e-400"},
+        {"1e400", false},
+        {"01", false},
+        {"1.", false},
+        {".5", false},
+        {"+1", false},
+        {"1e", false},
+        {"-", false},
+        {"true"},
+        {"false"},
+        {"null"},
+        {"tru", false},
+        {R"("")"},
+        {R"("a text that is longer than sixteen characters, and \"quoted\" behind them")"},
+        {R"("\b\f\n\r\t\/\\")"},
+        {R"("caf\u00e9 \u20AC \ud83d\ude00")"},
+        {"\"caf\xC3\xA9, caf\xC3\xA9, caf\xC3\xA9\""},
+        {"\"caf\xC3\"", false},
+        {R"("\ud83d")", false},
+        {R"("\ude00\ud83d")", false},
+        {R"("\u12g4")", false},
+        {R"("\x")", false},
+        {"\"a\tb\"", false},
+        {"\"open", false},
+        {"[]"},
+        {"{}"},
+        {R"([ 1 , [ 2 ] , { "a" : [ ] } ])"},
+        {"{\r\n                                  \"name\"\t:                    [\n1,\n2]\n}"},
+        {R"({"name": 1, "name": 2, "other": {"name": null}})"},
+        {R"({"first": 1, "n\u0061me": 2})"},
+        {R"({"n\u0061me": 2})", false}, // tells where the object stands
+        {R"({"a": 1,})", false},
+        {R"({"a" 1})", false},
+        {R"({1: 1})", false},
+        {"[1,]", false},
+        {"[1 2]", false},
+        {"[1}", false},
+        {"1] 2", false},
+    };
+    const auto written = [](const otio::Value& value)
+    {
+        otio::json::StringBuffer text;
+        otio::json::Writer<otio::json::StringBuffer> writer(text);
+        value.Accept(writer);
+        return std::string(text.GetString());
+    };
+    for (const auto& each : cases)
+    {
+        SCOPED_TRACE(each.text);
+        const std::string text = std::string("[0, ") + each.text + "]";
+        otio::json::Document quick;
+        ASSERT_EQ(otio::parseQuickly(quick, text), each.isQuick);
+        // What is no number of JSON's is left to the JSON library, and all else with it.
+        otio::ParsedText usualText(std::string("[NaN, ") + each.text + "]");
+        otio::json::Document usual;
+        otio::JsonFault fault;
+        if (usualText.parse(usual, fault) && each.isQuick)
+            EXPECT_EQ(written(quick[1]), written(usual[1]));
+        else
+            EXPECT_FALSE(each.isQuick) << fault.what;
+    }
 }

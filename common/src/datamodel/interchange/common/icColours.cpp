@@ -26,4 +26,18 @@ std::span<const NamedColour> namedColours()
     return colours;
 }
 
+std::span<const NamedColour> markColours()
+{
+    static constexpr std::array<NamedColour, 9> colours{{{"FUCHSIA", 255, 0, 255},
+                                                         {"ROSE", 255, 0, 127},
+                                                         {"LAVENDER", 230, 230, 250},
+                                                         {"SKY", 135, 206, 235},
+                                                         {"MINT", 62, 180, 137},
+                                                         {"LEMON", 255, 247, 0},
+                                                         {"SAND", 194, 178, 128},
+                                                         {"COCOA", 210, 105, 30},
+                                                         {"CREAM", 255, 253, 208}}};
+    return colours;
+}
+
 } // namespace interchange

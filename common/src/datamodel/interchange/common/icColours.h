@@ -1,4 +1,4 @@
-/// Colours that lists name: those of locators.
+/// Colours that lists name.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +13,9 @@ struct NamedColour
     std::string_view name;
     std::uint8_t red, green, blue;
 };
+/// Those of locators.
 std::span<const NamedColour> namedColours();
+/// Those that marks in notes have besides.
+std::span<const NamedColour> markColours();
 
 } // namespace interchange

@@ -228,15 +228,6 @@ std::optional<EdlNoteMark> parseNoteMark(std::string_view text)
 {
     if (text.find('|') == text.npos)
         return std::nullopt;
-    static constexpr std::array<NamedColour, 9> furtherColours{{{"FUCHSIA", 255, 0, 255},
-                                                                {"ROSE", 255, 0, 127},
-                                                                {"LAVENDER", 230, 230, 250},
-                                                                {"SKY", 135, 206, 235},
-                                                                {"MINT", 62, 180, 137},
-                                                                {"LEMON", 255, 247, 0},
-                                                                {"SAND", 194, 178, 128},
-                                                                {"COCOA", 210, 105, 30},
-                                                                {"CREAM", 255, 253, 208}}};
     const auto fieldAt = [text](std::size_t at)
     {
         constexpr std::string_view letters = "CMD";
@@ -269,8 +260,7 @@ std::optional<EdlNoteMark> parseNoteMark(std::string_view text)
         else if (letter == 'D')
             mark.length = toNumber<std::int64_t>(value).value_or(0);
         else
-            for (const std::span<const NamedColour> colours :
-                 {namedColours(), std::span<const NamedColour>(furtherColours)})
+            for (const std::span<const NamedColour> colours : {namedColours(), markColours()})
                 if (const auto found = std::ranges::find_if(colours, isNamed); found != colours.end() && !mark.colour)
                     mark.colour = *found;
         at = end;
