@@ -16,7 +16,6 @@
 
 #include <array>
 #include <chrono>
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
