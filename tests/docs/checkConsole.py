@@ -2,6 +2,7 @@
 
     checkConsole.py             any difference fails
     checkConsole.py --write     puts the real output into the pages
+    checkConsole.py PAGE ...    of other pages
 
 A block of the kind "cpp" in README is to stand in one of the examples, word for word. A fenced block of the kind "console" holds commands, each a line "$ COMMAND" followed by all its output. They run from the
 top of the repository, in a shell whose environment has none of the system's own variables.
@@ -45,7 +46,8 @@ def mended(page, text):
 def main(arguments):
     total = wrong = 0
     examples = [file.read_text(encoding="utf-8") for file in (TOP / "examples").glob("*/*.cpp")]
-    for page in [TOP / "README.md", *sorted((TOP / "docs").glob("*.md"))]:
+    pages = [pathlib.Path(each) for each in arguments if each != "--write"]
+    for page in pages or [TOP / "README.md", *sorted((TOP / "docs").glob("*.md"))]:
         text = page.read_text(encoding="utf-8")
         result, commands, differences = mended(page, text)
         total += commands
@@ -54,10 +56,10 @@ def main(arguments):
             if not any(code in example for example in examples):
                 wrong += 1
                 print(f"{page.name}: no example has this\n{code}---")
-        if arguments == ["--write"] and result != text:
+        if "--write" in arguments and result != text:
             page.write_text(result, encoding="utf-8")
     print(f"{total} commands, {wrong} with another output than shown")
-    return 1 if total == 0 or (wrong and arguments != ["--write"]) else 0
+    return 1 if total == 0 or (wrong and "--write" not in arguments) else 0
 
 
 if __name__ == "__main__":

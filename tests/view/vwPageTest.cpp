@@ -1,8 +1,18 @@
 // What a page is given of a scene: one JSON value that the page's script takes apart, texts a line each, and
 // properties.
 #include "vwPage.h"
+#include "vwSceneBuild.h"
+#include "vwSvg.h"
+
+#include "dmJsonImporter.h"
+#include "dmUtf8.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
 
 namespace
 {
@@ -64,7 +74,60 @@ std::string between(const std::string& text, const std::string& from, const std:
     return text.substr(begin, text.find(to, begin) - begin);
 }
 
+CoSharedPtr<DmRoot> document(const std::string& name)
+{
+    CoSharedPtr<DmRoot> root;
+    const DmStatus status = DmJsonImporter::importRootFromFile((ZR_DRAWN "/" + name).c_str(), root);
+    EXPECT_TRUE(status.ok()) << dmUtf8(status.info());
+    return root;
+}
+
+void expectAsKept(const std::string& name, const std::string& now)
+{
+    const std::string path = ZR_DRAWN "/" + name;
+    if (std::getenv("WRITE_DRAWN"))
+        std::ofstream(path, std::ios::binary) << now;
+    std::ifstream file(path, std::ios::binary);
+    const std::string kept{std::istreambuf_iterator<char>(file), {}};
+    const auto [is, was] = std::ranges::mismatch(now, kept);
+    const auto around = [](const std::string& text, std::string::const_iterator at)
+    {
+        const auto from = std::size_t(std::max<std::ptrdiff_t>(at - text.begin() - 60, 0));
+        return text.substr(from, 160);
+    };
+    EXPECT_EQ(now.size(), kept.size()) << name;
+    EXPECT_EQ(around(now, is), around(kept, was)) << name;
+}
+
+void expectDrawnAsKept(const std::string& name, const Scene& scene, const std::vector<SvgOptions>& stills)
+{
+    expectAsKept(name + ".scene", pageOf(scene, {"", "\n", "\n", "\n"}));
+    for (std::size_t i = 0; i < stills.size(); ++i)
+        expectAsKept(name + '-' + std::to_string(i) + ".svg", svgOf(scene, stills[i]));
+}
+
 } // namespace
+
+// Documents with one of everything, and how they have always been drawn. Who means to draw them otherwise runs this
+// with WRITE_DRAWN=1 and looks at the pictures.
+TEST(Drawn, IsWhatItWas)
+{
+    const auto root = document("everything.json");
+    Scene scene = sceneOf(*root, "everything");
+    addFindings(scene, *root);
+    expectDrawnAsKept("everything", scene,
+                      {{},
+                       {.width = 700, .range = Window{55.0, 190.0}, .tracks = {"V1", "A1"}},
+                       {.width = 900, .composition = 1},
+                       {.composition = 2},
+                       {.composition = 3}});
+    const auto before = document("before.json");
+    const auto after = document("after.json");
+    const auto versions = [](const DmRoot& one, const DmRoot& other)
+    { return sceneOf(one, other, DmDiff::between(&one, &other), "versions"); };
+    expectDrawnAsKept("versions", versions(*before, *after), {{.width = 1600}, {.composition = 1}, {.composition = 2}});
+    expectDrawnAsKept("back", versions(*after, *before), {});
+}
 
 TEST(SceneOfAPage, SaysAllThatIsDrawn)
 {

@@ -9,13 +9,14 @@ namespace
 using namespace zrRules;
 using Composition = DmCompositionNode;
 
-Change mark(const wchar_t* text, int red, int green, double time)
+Change mark(const wchar_t* text, int red, int green, double time, int blue = 0)
 {
     return [=](Composition& it)
     {
         const auto made = DmCueMark::create(text, time);
         static_cast<void>(made->setCueMarkColorRed(red));
         static_cast<void>(made->setCueMarkColorGreen(green));
+        static_cast<void>(made->setCueMarkColorBlue(blue));
         static_cast<void>(at<DmSegmentNode>(it, 0).addSegmentMark(made));
     };
 }
@@ -192,6 +193,10 @@ const RuleCase cases[] = {
      {"AAAA", "A10", mark(L"check focus", 255, 0, 12.0)},
      {"A V1 00:00:00:02: A red mark says \"check focus\""},
      {"AAAA", "A10", mark(L"check focus", 255, 192, 12.0)}},
+    {"DM315", // of what is red
+     {"AAAA", "A10", mark(L"", 192, 64, 12.0, 64)},
+     {"A V1 00:00:00:02: A red mark"},
+     {"AAAA", "A10", both(mark(L"", 191, 64, 12.0, 64), mark(L"", 192, 64, 12.0, 65))}},
     {"DM315", // on frames that play, and as a word
      {"AAAA", "A10", mark(L"TODO: roto", 0, 255, 10.0)},
      {"A V1 00:00:00:00: A mark says \"TODO: roto\""},
