@@ -117,7 +117,7 @@ TEST(Drawn, IsWhatItWas)
     addFindings(scene, *root);
     expectDrawnAsKept("everything", scene,
                       {{},
-                       {.width = 700, .range = Window{55.0, 190.0}, .tracks = {"V1", "A1"}},
+                       {.width = 700, .range = Window{55.0, 190.0, 1.0}, .tracks = {"V1", "A1"}},
                        {.width = 900, .composition = 1},
                        {.composition = 2},
                        {.composition = 3}});
