@@ -45,9 +45,9 @@ public:
 
     /// Gives the node what its object says under our key.
     void take(DmTreeNode& node, const Value& object, const Value* own) const;
-    /// Keeps what the object says beyond what a listener is told, which is what is written for the node as it is.
-    template <class Tell>
-    void keep(DmTreeNode& node, const Value& object, const Form& form, Tell&& tell);
+    /// Keeps what the object says beyond what is written for the node as it is: `describe` tells a listener that.
+    template <class Describe>
+    void keepDifference(DmTreeNode& node, const Value& object, const Form& form, Describe&& describe);
 
     // Writing
 
@@ -73,16 +73,17 @@ private:
     Parts& _parts;
 };
 
-template <class Tell>
-void Keep::keep(DmTreeNode& node, const Value& object, const Form& form, Tell&& tell)
+template <class Describe>
+void Keep::keepDifference(DmTreeNode& node, const Value& object, const Form& form, Describe&& describe)
 {
     if (form.isImplied || form.wholeValue)
         return keepLeftover(node, {}, form);
     Matcher matcher(object, leavesChildren(node));
-    tell(matcher);
+    describe(matcher);
     keepLeftover(node,
-                 matcher.isMatch() ? matcher.difference(_parts.allocator())
-                                   : differenceOf(_parts.value(tell), object, _parts.allocator(), leavesChildren(node)),
+                 matcher.isMatch()
+                     ? matcher.difference(_parts.allocator())
+                     : differenceOf(_parts.value(describe), object, _parts.allocator(), leavesChildren(node)),
                  form);
 }
 

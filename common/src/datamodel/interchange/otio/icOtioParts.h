@@ -66,11 +66,11 @@ public:
     /// The object that a member is; made one where it is none.
     Value& inner(Value& object, const char* name) const;
     /// What a listener is told, as a value.
-    template <class Tell>
-    Value value(Tell&& tell) const
+    template <class Describe>
+    Value value(Describe&& describe) const
     {
         ValueMaker maker(*_allocator);
-        tell(maker);
+        describe(maker);
         return maker.take();
     }
 

@@ -249,7 +249,7 @@ CoSharedPtr<DmReelNode> Maker::reel(const Value& object)
 void Maker::finishCollection(DmCollectionNode& node, const Value& object)
 {
     _keep.take(node, object, ownOf(&object));
-    _keep.keep(node, object, {}, [&](Listener& to) { _parts.collection(to, node); });
+    _keep.keepDifference(node, object, {}, [&](Listener& to) { _parts.collection(to, node); });
     _items.came(node, object);
 }
 
@@ -343,7 +343,7 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
     require(node->setCompLength(length));
     const Value nothing(json::kObjectType);
     _keep.take(*node, form.isImplied || form.wholeValue ? nothing : top, own);
-    _keep.keep(*node, top, form, [&](Listener& to) { _parts.composition(to, *node, form, stage.start); });
+    _keep.keepDifference(*node, top, form, [&](Listener& to) { _parts.composition(to, *node, form, stage.start); });
     _items.came(*node, top);
     return node;
 }
@@ -442,8 +442,8 @@ double Maker::layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType,
     Form form;
     form.isImplied = !object;
     _keep.take(*track, object ? *object : nothing, ownOf(object));
-    _keep.keep(*track, object ? *object : nothing, form,
-               [&](Listener& listener) { _parts.track(listener, *track, mediaType); });
+    _keep.keepDifference(*track, object ? *object : nothing, form,
+                         [&](Listener& listener) { _parts.track(listener, *track, mediaType); });
     if (object)
         _items.came(*track, *object);
     to.track = object ? track.get() : nullptr;
@@ -528,14 +528,14 @@ void Maker::finish(Stage& to, DmSegmentNode& node, const Value& item, const Form
         _keep.take(node, item, nullptr);
     const auto* const container =
         node.whatIs() == DM_CONTAINER_NODE ? static_cast<const DmContainerNode*>(&node) : nullptr;
-    _keep.keep(node, item, form,
-               [&](Listener& listener)
-               {
-                   if (container)
-                       _parts.container(listener, *container, trim, form, length);
-                   else
-                       _parts.segment(listener, node, trim, form, length);
-               });
+    _keep.keepDifference(node, item, form,
+                         [&](Listener& listener)
+                         {
+                             if (container)
+                                 _parts.container(listener, *container, trim, form, length);
+                             else
+                                 _parts.segment(listener, node, trim, form, length);
+                         });
     _items.came(node, item);
 }
 
@@ -648,7 +648,7 @@ void Maker::place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType 
         addBetween(layer, own, "before", node.get(), mediaType);
         require(node->setRecIn(_at));
         _keep.take(*node, *entry.object, own);
-        _keep.keep(*node, *entry.object, {}, [&](Listener& listener) { _parts.transition(listener, *node); });
+        _keep.keepDifference(*node, *entry.object, {}, [&](Listener& listener) { _parts.transition(listener, *node); });
         _items.came(*node, *entry.object);
         layer.addChild(node);
         _at += length;

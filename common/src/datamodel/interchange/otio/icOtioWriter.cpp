@@ -247,9 +247,9 @@ private:
     /// Writes an object; `children` is called where they stand, if it has any.
     template <class Children>
     void write(const Value& object, const char* holder, Children&& children);
-    /// Writes what is told with what the leftover adds, where there is no more to say.
-    template <class Tell>
-    void tell(const Value& difference, Tell&& tell);
+    /// Writes an object as it is described, with what the leftover adds, where there is no more to say.
+    template <class Describe>
+    void writeWithAdditions(const Value& difference, Describe&& describe);
     void setOwn(Value& object, Value own);
     /// Children have a place, whatever the file said when there were none.
     void letHaveChildren(Value& object, const DmTreeNode& node);
@@ -263,8 +263,8 @@ private:
     void element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index);
     void container(const DmContainerNode& node, Value made, Value own, const Form& form);
     /// What stands in front of an item, or behind the last, where that is not the usual.
-    void tellBetween(Value& own, const char* name, std::span<const DmTreeNode* const> nodes, const DmTreeNode* previous,
-                     const DmTreeNode* next, eDmTreeMediaType mediaType, double time);
+    void describeBetween(Value& own, const char* name, std::span<const DmTreeNode* const> nodes,
+                         const DmTreeNode* previous, const DmTreeNode* next, eDmTreeMediaType mediaType, double time);
     void add(Value& own, const char* name, Value value);
     double insideLength(const DmCompositionNode& composition, double origin, DM::FrameCodeModes fcm) const;
     void lose(const Loss& loss, const DmTreeNode* node)
@@ -313,13 +313,13 @@ void Maker::write(const Value& object, const char* holder, Children&& children)
     _out.endObject();
 }
 
-template <class Tell>
-void Maker::tell(const Value& difference, Tell&& tell)
+template <class Describe>
+void Maker::writeWithAdditions(const Value& difference, Describe&& describe)
 {
     if (difference.IsNull())
-        return tell(_out);
+        return describe(_out);
     Adder adder(_out, difference);
-    tell(adder);
+    describe(adder);
 }
 
 void Maker::setOwn(Value& object, Value own)
@@ -533,7 +533,7 @@ void Maker::track(Stage& stage, const DmTrackNode& node)
             if (!ofLayer.IsNull())
                 add(own, "layer", std::move(ofLayer));
             const DmTreeNode* const last = layout.items.empty() ? nullptr : layout.items.back().node;
-            tellBetween(own, "behind", layout.behind(), last, nullptr, mediaType, layout.end);
+            describeBetween(own, "behind", layout.behind(), last, nullptr, mediaType, layout.end);
         }
         else
             add(own, "isEmpty", Value(true));
@@ -550,8 +550,8 @@ void Maker::track(Stage& stage, const DmTrackNode& node)
             writeLayer(i);
 }
 
-void Maker::tellBetween(Value& own, const char* name, std::span<const DmTreeNode* const> nodes,
-                        const DmTreeNode* previous, const DmTreeNode* next, eDmTreeMediaType mediaType, double time)
+void Maker::describeBetween(Value& own, const char* name, std::span<const DmTreeNode* const> nodes,
+                            const DmTreeNode* previous, const DmTreeNode* next, eDmTreeMediaType mediaType, double time)
 {
     const Between what = usualBetween(previous, next);
     bool isUsual = nodes.size() == (what == Between::Nothing ? 0U : 1U);
@@ -636,12 +636,12 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     Value difference;
     Value own;
     const DmTreeNode* const previous = index > 0 && item.hole == 0 ? layout.items[index - 1].node : nullptr;
-    tellBetween(own, "before", layout.before(item), previous, item.node, track.getMediaType(), item.start);
+    describeBetween(own, "before", layout.before(item), previous, item.node, track.getMediaType(), item.start);
     if (item.mix)
     {
         _keep.formOf(*item.mix, difference);
         if (own.IsNull() && _plain.reads(*item.mix, difference))
-            return tell(difference, [&](Listener& to) { _parts.transition(to, *item.mix); });
+            return writeWithAdditions(difference, [&](Listener& to) { _parts.transition(to, *item.mix); });
         Value object = _parts.value([&](Listener& to) { _parts.transition(to, *item.mix); });
         applyDifference(object, difference, allocator());
         _keep.describeDifference(own, *item.mix, *_keep.read(object, *item.mix, 0, 0), object);
@@ -653,7 +653,7 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     const Form form = _keep.formOf(segment, difference);
     const auto* const container =
         segment.whatIs() == DM_CONTAINER_NODE ? static_cast<const DmContainerNode*>(&segment) : nullptr;
-    const auto tellSegment = [&](Listener& to)
+    const auto describeSegment = [&](Listener& to)
     {
         if (container)
             _parts.container(to, *container, trim, form, item.length);
@@ -666,9 +666,9 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
         madeUp = stage.ids.make(segment);
         const std::string id = dmUtf8(segment.getSegmentId());
         if (madeUp == id)
-            return tell(difference, tellSegment);
+            return writeWithAdditions(difference, describeSegment);
     }
-    Value object = _parts.value(tellSegment);
+    Value object = _parts.value(describeSegment);
     applyDifference(object, difference, allocator());
     double inside = 0;
     if (container && container->getComposition())
