@@ -1,11 +1,15 @@
 /// What the makers of trees share.
 #pragma once
 
+#include "icText.h"
+
 #include "CoSharedPtr.h"
 #include "dmErrorId.h"
+#include "dmSetTools.h"
 
 #include <exception>
 #include <new>
+#include <string_view>
 #include <type_traits>
 #include <typeinfo>
 
@@ -31,6 +35,12 @@ inline void require(eDmErrorId status)
 {
     if (status != DM_NO_ERROR)
         throw Refusal(status);
+}
+
+/// Gives a set a text in UTF-8.
+inline void setText(DmPropertySet& set, int property, std::string_view utf8)
+{
+    require(dmTakeText(set, property, toDmString(utf8)));
 }
 
 /// The object; throws where it is null, which creators answer when memory runs out.

@@ -20,6 +20,8 @@ constexpr std::array<std::string_view, 6> transitionNames{"cut", "dissolve", "wi
 class Fields
 {
 public:
+    Fields() { _text.reserve(usualSize); }
+
     void add(std::string_view key, std::string_view value)
     {
         _text.append(_text.empty() ? "" : "\n").append(key).append(": ").append(value);
@@ -38,6 +40,8 @@ public:
     std::string take() { return std::move(_text); }
 
 private:
+    static constexpr std::size_t usualSize = 256; ///< with the notes behind them
+
     std::string _text;
 };
 

@@ -391,6 +391,7 @@ bool TreeMaker::isFirstChannel(const EdlEvent& event, Channel channel)
 EdlKept TreeMaker::kept(const EdlList& list, EdlRun notes)
 {
     EdlKept kept;
+    kept.notes.reserve(notes.count);
     for (const EdlNote& note : list.notesOf(notes))
         kept.notes.push_back({note.kind, std::string(note.text), std::string(note.written)});
     return kept;
@@ -470,7 +471,7 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(const Piece& piece, Channel channel,
         speed == 0 && own == 1.0 ? own : std::max({own, relIn + length * std::max(1.0, std::abs(speed)), 1.0});
     auto node = orBadAlloc(DmSourceNode::create(input(event, channel, kept, srcLength),
                                                 static_cast<double>(piece.in + mixed), length, relIn, false, false));
-    require(node->setName(toDmString(name)));
+    setText(*node, DmTreeNode::Name, name);
     if (event.speed && speed != 1.0)
         addSpeed(*node, speed, channel.mediaType);
     if (channel.mediaType == DM_MEDIA_AUDIO && _list.speedOf(event) <= 0 && piece.isHead)
@@ -478,7 +479,7 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(const Piece& piece, Channel channel,
     if (event.speed)
         kept.plays = DmPlayed(*node, _list.fcm).speed();
     if (!isOutgoing(piece.position))
-        require(node->setSegmentId(toDmString(idOf(piece, *node) + '#' + nameOf(channel))));
+        setText(*node, DmSegmentNode::SegmentId, idOf(piece, *node) + '#' + nameOf(channel));
     if (const Look* const look = _list.lookOf(event))
     {
         if (channel.mediaType == DM_MEDIA_VIDEO)
@@ -520,16 +521,16 @@ CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel
     if (!info)
         throw std::bad_alloc();
     require(info->setSourceType(DmSourceInfo::Reel));
-    require(info->setReelName(toDmString(kept.longReel.empty() ? event.reel : std::string_view(kept.longReel))));
+    setText(*info, DmSourceInfo::ReelName, kept.longReel.empty() ? event.reel : std::string_view(kept.longReel));
     require(info->setTrack(channel.number));
     if (const Note* const file = fileNote(kept.notes))
-        require(info->setName(toDmString(file->text)));
+        setText(*info, DmSourceInfo::Name, file->text);
     if (const Note* const path = pathNote(kept.notes))
-        require(info->setPath(toDmString(path->text)));
+        setText(*info, DmSourceInfo::Path, path->text);
     require(media->setFcm(fcmText));
     char label[DM::TimeUnit::labelSize];
     DM::TimeUnit(static_cast<double>(event.source.in)).toTimeCode(label, sizeof label, fcm);
-    require(media->setSrcInStr(toDmString(label)));
+    setText(*media, DmSourceNode::MediaInput::SrcInStr, label);
     require(dmSetMaterialLengthUnknown(*media));
     return media;
 }

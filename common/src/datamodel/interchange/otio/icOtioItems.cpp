@@ -265,7 +265,7 @@ void Items::reportWarnings()
 void Items::setName(DmTreeNode& node, const Value& object)
 {
     if (const std::string_view name = textOf(&object, "name"); !name.empty())
-        require(node.setName(toDmString(name)));
+        setText(node, DmTreeNode::Name, name);
 }
 
 // Times
@@ -356,13 +356,13 @@ CoSharedPtr<DmSourceNode::Input> Items::generator(const Value& media, double len
     const auto generated =
         orBadAlloc(DmSourceNode::GeneratedInput::create(isKnown ? known->type : L"INPUT_BLACK", length, mediaType));
     require(generated->setFcm(_fcmText));
-    require(generated->setName(toDmString(textOf(&media, "name"))));
+    setText(*generated, DmSourceNode::Input::Name, textOf(&media, "name"));
     return generated;
 }
 
 void Items::setSequence(DmSourceInfo& info, const Value& media, double length)
 {
-    require(info.setPath(toDmString(pathOfUrl(textOf(&media, "target_url_base")))));
+    setText(info, DmSourceInfo::Path, pathOfUrl(textOf(&media, "target_url_base")));
     const Value* const padding = member(&media, "frame_zero_padding");
     const int digits = padding && padding->IsInt() ? std::clamp(padding->GetInt(), 0, 32) : 0;
     std::string pattern(textOf(&media, "name_prefix"));
@@ -391,13 +391,13 @@ CoSharedPtr<DmSourceNode::Input> Items::input(const Value& clip, const Value* me
     DmSourceInfo* const info = recorded->getSrcInfo();
     if (!info)
         throw std::bad_alloc();
-    require(info->setName(toDmString(textOf(media, "name"))));
-    require(info->setReelName(toDmString(reelOf(clip))));
+    setText(*info, DmSourceInfo::Name, textOf(media, "name"));
+    setText(*info, DmSourceInfo::ReelName, reelOf(clip));
     require(info->setSourceType(isFile       ? DmSourceInfo::File
                                 : isSequence ? DmSourceInfo::FileSequence
                                              : DmSourceInfo::Unknown));
     if (isFile)
-        require(info->setPath(toDmString(pathOfUrl(textOf(media, "target_url")))));
+        setText(*info, DmSourceInfo::Path, pathOfUrl(textOf(media, "target_url")));
     if (isSequence)
         setSequence(*info, *media, extent.materialLength);
     // What plays says how much there is at least; the file's own length is kept beside it.
@@ -493,7 +493,7 @@ CoSharedPtr<DmCueMark> Items::mark(const Value& marker, double origin)
     const Range at = range(marked).value_or(Range{0, 0});
     auto mark = orBadAlloc(DmCueMark::create(toDmString(textOf(&marker, "name")), at.start - origin));
     require(mark->setCueMarkDuration(at.length));
-    require(mark->setCueMarkComment(toDmString(textOf(&marker, "comment"))));
+    setText(*mark, DmCueMark::CueMarkComment, textOf(&marker, "comment"));
     std::array<int, 3> colour{};
     const Value* const given = member(&marker, "color");
     if (given && given->IsObject())

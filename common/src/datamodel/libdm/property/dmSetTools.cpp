@@ -657,6 +657,15 @@ eDmErrorId dmDeepCopy(const DmPropertySet& source, CoSharedPtr<DmPropertySet>& c
     return status;
 }
 
+eDmErrorId dmTakeText(DmPropertySet& set, int index, DmString&& text)
+{
+    const DmPropertyDef* const def = set.classData().at(index);
+    if (!def)
+        return DM_PROPERTY_NOT_FOUND;
+    const bool isText = def->_type == DM_STRING || def->_type == DM_CDATA;
+    return isText ? DmSetAccess::swapValue(set, DmStore::Announced, index, *def, text) : DM_BAD_PROPERTY_TYPE;
+}
+
 namespace
 {
 

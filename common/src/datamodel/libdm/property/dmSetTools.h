@@ -54,6 +54,10 @@ ZR_DM_API eDmErrorId dmDeepEqual(const DmPropertySet& a, const DmPropertySet& b,
 /// What is held twice in the source is held twice in the copy; the defaults of classes are shared.
 ZR_DM_API eDmErrorId dmDeepCopy(const DmPropertySet& source, CoSharedPtr<DmPropertySet>& copy);
 
+/// Sets a text by index, as the typed setters do, but without a copy: the set takes it over, and `text` has what the
+/// set had. Makers of trees do little else than set texts.
+ZR_DM_API eDmErrorId dmTakeText(DmPropertySet& set, int index, DmString&& text);
+
 /// Calls `visit(held)` for each set that a set's properties hold themselves, until it returns false; null elements are
 /// passed over.
 template <class Visit>
