@@ -510,7 +510,7 @@ TEST(Fcp7xml, NamesWhatNoElementSays)
     EXPECT_EQ(shot.setShotName(L"s1"), DM_NO_ERROR);
     EXPECT_EQ(shot.addSegmentPreviousId(L"old"), DM_NO_ERROR);
     EXPECT_EQ(shot.getSrcInput()->getSrcInfo()->setImageLut(L"day"), DM_NO_ERROR);
-    EXPECT_EQ(setLeftover(shot, {"otio", 2}, "{}"), DM_NO_ERROR);
+    EXPECT_EQ(setLeftover(shot, {"otio", L"otio 2"}, "{}"), DM_NO_ERROR);
     EXPECT_EQ(composition.setColourSpace(L"P3"), DM_NO_ERROR);
     EXPECT_EQ(made.layer().setBaseBlob(DmCueMark::create()), DM_NO_ERROR);
     write(*made.root, &messages);

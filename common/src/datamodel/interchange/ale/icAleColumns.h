@@ -24,8 +24,8 @@
 namespace interchange::ale
 {
 
-inline constexpr LeftoverType leftoverType{"ale", 1};
-inline constexpr LeftoverType headLeftover{"ale", 2};
+inline constexpr LeftoverType leftoverType{"ale", L"ale"};
+inline constexpr LeftoverType headLeftover{"ale", L"ale 2"};
 
 /// What a column says.
 enum class Role

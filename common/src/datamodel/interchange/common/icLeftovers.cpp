@@ -6,8 +6,6 @@
 #include "dmBlobNode.h"
 #include "dmUtf8.h"
 
-#include <algorithm>
-
 namespace interchange
 {
 
@@ -15,26 +13,6 @@ namespace
 {
 
 constexpr int longestChain = 64; ///< of a document that somebody made by hand, and that may run in a circle
-
-/// "otio 2"; of version 1 the bare name.
-DmString nameOf(LeftoverType type)
-{
-    std::string name(type.format);
-    return toDmString(type.version == 1 ? name : name.append(" ").append(std::to_string(type.version)));
-}
-
-/// Looked for at every node, so without a string of the name.
-bool hasType(const DmBlobNode& blob, LeftoverType type)
-{
-    const std::wstring_view name = blob.getBlobType().view();
-    const std::size_t size = type.format.size();
-    if (name.size() < size || !std::equal(type.format.begin(), type.format.end(), name.begin()))
-        return false;
-    if (type.version == 1 || name.size() == size)
-        return type.version == 1 && name.size() == size;
-    const std::string version = std::to_string(type.version);
-    return name[size] == L' ' && std::ranges::equal(version, name.substr(size + 1));
-}
 
 const DmTreeNode* nextOf(const DmTreeNode& node)
 {
@@ -53,7 +31,8 @@ const DmTreeNode& holderOf(const DmTreeNode& node, LeftoverType type, const DmBl
         const DmTreeNode* const next = nextOf(*at);
         if (!next)
             break;
-        if (next->whatIs() == DM_BLOB_NODE && hasType(*static_cast<const DmBlobNode*>(next), type))
+        if (next->whatIs() == DM_BLOB_NODE &&
+            static_cast<const DmBlobNode*>(next)->getBlobType().view() == type.blobType)
         {
             found = static_cast<const DmBlobNode*>(next);
             break;
@@ -84,10 +63,14 @@ eDmErrorId setLeftover(DmTreeNode& node, LeftoverType type, std::string_view tex
     if (!found && holder.getBaseBlob())
         return DM_BAD_PROPERTY_TYPE;
     // A new one: copies of a node share what is attached to them.
-    const auto blob = DmBlobNode::create(nameOf(type), toDmString(text));
+    const CoSharedPtr<DmBlobNode> blob = DmBlobNode::create();
     if (!blob)
         return DM_BAD_VALUE;
-    const eDmErrorId status = behind ? blob->setBaseBlob(behind) : DM_NO_ERROR;
+    eDmErrorId status = dmTakeText(*blob, DmBlobNode::BlobType, DmString(type.blobType));
+    if (status == DM_NO_ERROR)
+        status = dmTakeText(*blob, DmBlobNode::Data, toDmString(text));
+    if (status == DM_NO_ERROR && behind)
+        status = blob->setBaseBlob(behind);
     return status == DM_NO_ERROR ? holder.setBaseBlob(blob) : status;
 }
 

@@ -14,18 +14,17 @@
 namespace interchange
 {
 
-/// A format's leftovers, in the versions that can be read. Version 1 has the bare name as its type. Blobs of other
-/// versions stay where they are, unread.
+/// A format's leftovers in one version. Blobs of versions that are none of these stay where they are, unread.
 struct LeftoverType
 {
     std::string_view format;
-    int version; ///< of those written
+    std::wstring_view blobType; ///< with the version; the first has none
 
     friend bool operator==(const LeftoverType&, const LeftoverType&) = default;
 };
 
 /// Of cut lists; other formats hand on what they hold of a list's notes (icNotes.h).
-inline constexpr LeftoverType edlLeftover{"edl", 2};
+inline constexpr LeftoverType edlLeftover{"edl", L"edl 2"};
 
 /// The text that travels with a node in exactly this version; none without.
 std::optional<std::string> leftoverOf(const DmTreeNode& node, LeftoverType type);

@@ -36,7 +36,7 @@ constexpr std::array<Wording, 15> wordings{{{"", "comment"},
                                             {"ASC_SOP ", "slope offset power", true},
                                             {"ASC_SAT ", "saturation", true}}};
 
-constexpr LeftoverType firstVersion{"edl", 1};
+constexpr LeftoverType firstVersion{"edl", L"edl"};
 
 /// The first version: a line of "key=value" words, with a reel last, then notes by the numbers of their kinds.
 std::string fromFirstVersion(std::string_view text)
@@ -119,7 +119,8 @@ Note noteOf(std::string_view text)
     for (std::size_t i = 0; i < wordings.size(); ++i)
     {
         const std::string_view prefix = trimmed(wordings[i].prefix);
-        if (!prefix.empty() && text.starts_with(prefix) && !isMarkOrLook(static_cast<NoteKind>(i)))
+        const bool mayBegin = !prefix.empty() && !text.empty() && prefix.front() == text.front();
+        if (mayBegin && text.starts_with(prefix) && !isMarkOrLook(static_cast<NoteKind>(i)))
             return {static_cast<NoteKind>(i), std::string(trimmed(text.substr(prefix.size())))};
     }
     return {NoteKind::Comment, std::string(text)};
@@ -136,8 +137,10 @@ void appendNoteLines(std::string& text, const std::vector<Note>& notes)
     {
         const auto append = [&text](std::string_view part)
         {
-            std::ranges::replace_copy_if(
-                part, std::back_inserter(text), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+            const auto begin = static_cast<std::ptrdiff_t>(text.size());
+            text += part;
+            std::replace_if(
+                text.begin() + begin, text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
         };
         text.append(text.empty() ? "" : "\n").append(wordings[static_cast<std::size_t>(note.kind)].key);
         if (!note.written.empty())

@@ -29,7 +29,7 @@
 namespace interchange::xmeml
 {
 
-inline constexpr LeftoverType leftoverType{"fcp7xml", 1};
+inline constexpr LeftoverType leftoverType{"fcp7xml", L"fcp7xml"};
 
 /// How a file says a rate: 29.97 is the timebase 30 with "ntsc" TRUE.
 struct Rate

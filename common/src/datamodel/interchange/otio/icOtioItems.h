@@ -31,8 +31,8 @@ namespace interchange::otio
 {
 
 /// What a file says and a node does not (icOtioPatch.h), as it travels with the node; once it was all that it said.
-inline constexpr LeftoverType leftoverType{"otio", 2};
-inline constexpr LeftoverType oldLeftoverType{"otio", 1};
+inline constexpr LeftoverType leftoverType{"otio", L"otio 2"};
+inline constexpr LeftoverType oldLeftoverType{"otio", L"otio"};
 
 /// Of containers: what documents can be read again with.
 constexpr int deepestNesting = 75;
