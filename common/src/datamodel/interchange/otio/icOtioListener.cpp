@@ -16,6 +16,17 @@ void Listener::time(std::string_view name, double rate, double frames)
     endObject();
 }
 
+void Listener::range(std::string_view name, double rate, double start, double length)
+{
+    this->name(name);
+    beginObject();
+    this->name(schemaKey);
+    text("TimeRange.1");
+    time("duration", rate, length);
+    time("start_time", rate, start);
+    endObject();
+}
+
 void Listener::value(const Value& value)
 {
     if (value.IsObject())

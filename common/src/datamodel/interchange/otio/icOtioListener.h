@@ -34,8 +34,9 @@ public:
     virtual void flag(bool flag) = 0;
     virtual void nothing() = 0;
 
-    /// A member that is a time: half of what is told of a clip, so listeners take it at once where they can.
+    // Members that are times: half of what is told of a clip, so listeners take them at once where they can.
     virtual void time(std::string_view name, double rate, double frames);
+    virtual void range(std::string_view name, double rate, double start, double length);
     /// Whatever the value is.
     void value(const Value& value);
 };

@@ -327,11 +327,24 @@ void Adder::name(std::string_view name)
 
 void Adder::time(std::string_view name, double rate, double frames)
 {
-    Level& level = _levels.back();
-    if (level.difference && member(member(level.difference, "inside"), name))
+    if (hasInside(name))
         return Listener::time(name, rate, frames);
     take(name);
     _to.time(name, rate, frames);
+}
+
+void Adder::range(std::string_view name, double rate, double start, double length)
+{
+    if (hasInside(name))
+        return Listener::range(name, rate, start, length);
+    take(name);
+    _to.range(name, rate, start, length);
+}
+
+bool Adder::hasInside(std::string_view name) const
+{
+    const Value* const difference = _levels.back().difference;
+    return difference && member(member(difference, "inside"), name);
 }
 
 void Adder::take(std::string_view name)

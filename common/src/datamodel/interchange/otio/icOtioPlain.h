@@ -68,6 +68,7 @@ public:
     void endList() override;
     void name(std::string_view name) override;
     void time(std::string_view name, double rate, double frames) override;
+    void range(std::string_view name, double rate, double start, double length) override;
     void text(std::string_view text) override { _to.text(text); }
     void number(double number) override { _to.number(number); }
     void integer(std::int64_t number) override { _to.integer(number); }
@@ -85,6 +86,8 @@ private:
 
     /// The member of that name is told.
     void take(std::string_view name);
+    /// Whether the file says more inside the member of that name.
+    bool hasInside(std::string_view name) const;
 
     Listener& _to;
     const Value* _next; ///< of the object that may come

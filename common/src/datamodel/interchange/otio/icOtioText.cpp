@@ -19,6 +19,7 @@ namespace
 constexpr std::size_t indent = 4;
 constexpr std::size_t mostOfCharacter = 6; ///< bytes, when it is escaped
 constexpr std::size_t mostOfNumber = 32;
+constexpr std::size_t mostOfTime = 128; ///< without what stands before its lines
 
 bool isPlain(char c)
 {
@@ -114,7 +115,12 @@ void JsonText::beginLine(bool hasComma)
 void JsonText::putLine(std::size_t blanks)
 {
     put('\n');
-    std::memset(_to, ' ', blanks);
+    const __m128i spaces = _mm_set1_epi8(' ');
+    if (blanks > usualBlanks)
+        std::memset(_to, ' ', blanks);
+    else
+        for (std::size_t i = 0; i < usualBlanks; i += sizeof spaces)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(_to + i), spaces);
     _to += blanks;
 }
 
@@ -146,9 +152,7 @@ void JsonText::name(std::string_view name)
 {
     begin();
     quote(name);
-    room(2);
-    put(':');
-    put(' ');
+    put(": ");
     _isNamed = true;
 }
 
@@ -167,12 +171,13 @@ void JsonText::text(std::string_view text)
 void JsonText::quote(std::string_view text)
 {
     constexpr std::size_t part = pieceSize / 4;
-    room(1);
+    constexpr std::size_t rest = 4; ///< the quotes, and what stands behind a name
+    room(std::min(text.size(), part) + rest);
     put('"');
     for (; text.size() > part; text.remove_prefix(part))
         escape(text.substr(0, part));
     escape(text);
-    room(1);
+    room(rest);
     put('"');
 }
 
@@ -222,26 +227,47 @@ void JsonText::putNumber(double number)
         _to = json::internal::dtoa(number, _to);
 }
 
-void JsonText::time(std::string_view name, double rate, double frames)
+void JsonText::putTime(std::size_t blanks, double rate, double frames)
 {
-    constexpr std::string_view schema = R"("OTIO_SCHEMA": "RationalTime.1",)";
-    constexpr std::string_view rateName = R"("rate": )";
-    constexpr std::string_view valueName = R"("value": )";
-    constexpr std::size_t most = schema.size() + rateName.size() + valueName.size() + 2 * mostOfNumber + 8;
-    this->name(name);
-    _isNamed = false;
-    const std::size_t blanks = _levels.size() * indent;
-    room(most + 4 * (blanks + indent));
     put('{');
     putLine(blanks + indent);
-    put(schema);
+    put(R"("OTIO_SCHEMA": "RationalTime.1",)");
     putLine(blanks + indent);
-    put(rateName);
+    put(R"("rate": )");
     putNumber(rate);
     put(',');
     putLine(blanks + indent);
-    put(valueName);
+    put(R"("value": )");
     putNumber(frames);
+    putLine(blanks);
+    put('}');
+}
+
+void JsonText::time(std::string_view name, double rate, double frames)
+{
+    this->name(name);
+    _isNamed = false;
+    const std::size_t blanks = _levels.size() * indent;
+    room(mostOfTime + 4 * (blanks + indent));
+    putTime(blanks, rate, frames);
+}
+
+void JsonText::range(std::string_view name, double rate, double start, double length)
+{
+    this->name(name);
+    _isNamed = false;
+    const std::size_t blanks = _levels.size() * indent;
+    room(3 * mostOfTime + 12 * (blanks + 2 * indent));
+    put('{');
+    putLine(blanks + indent);
+    put(R"("OTIO_SCHEMA": "TimeRange.1",)");
+    putLine(blanks + indent);
+    put(R"("duration": )");
+    putTime(blanks + indent, rate, length);
+    put(',');
+    putLine(blanks + indent);
+    put(R"("start_time": )");
+    putTime(blanks + indent, rate, start);
     putLine(blanks);
     put('}');
 }

@@ -35,12 +35,14 @@ public:
     void flag(bool flag) override { raw(flag ? "true" : "false"); }
     void nothing() override { raw("null"); }
     void time(std::string_view name, double rate, double frames) override;
+    void range(std::string_view name, double rate, double start, double length) override;
 
     /// Ends the text. False where not all of it was taken.
     [[nodiscard]] bool finish();
 
 private:
     static constexpr std::size_t pieceSize = 1 << 17;
+    static constexpr std::size_t usualBlanks = 64; ///< written at once, for the next thing to be written over the rest
 
     struct Level
     {
@@ -60,11 +62,12 @@ private:
     void put(char c) { *_to++ = c; }
     void put(std::string_view text) { _to = std::copy(text.begin(), text.end(), _to); }
     void putLine(std::size_t blanks);
+    void putTime(std::size_t blanks, double rate, double frames);
     void putNumber(double number);
     void flush();
 
     Sink& _sink;
-    std::vector<char> _piece = std::vector<char>(pieceSize);
+    std::vector<char> _piece = std::vector<char>(pieceSize + usualBlanks);
     char* _to = _piece.data();
     std::vector<Level> _levels;
     bool _isNamed = false; ///< the value of a member comes next

@@ -682,7 +682,7 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     auto& read = static_cast<DmSegmentNode&>(*readNode);
     require(read.setRelIn(read.getRelIn() + headOf(read, trim)));
     require(read.setRecLength(read.getRecLength() - trim.in - trim.out));
-    require(read.setSegmentId(toDmString(madeUp.empty() ? stage.ids.make(read) : madeUp)));
+    setText(read, DmSegmentNode::SegmentId, madeUp.empty() ? stage.ids.make(read) : madeUp);
     stage.ids.take(dmUtf8(segment.getSegmentId()));
     _keep.describeDifference(own, segment, read, object);
     if (container)
@@ -762,39 +762,69 @@ bool writeOtio(const DmRoot& root, DM::FrameCodeModes fcm, Sink& sink, Report& r
     return false;
 }
 
+namespace
+{
+
+/// What stands on the layers of a document, without what is inside containers.
+std::size_t elementsOf(const DmTreeNode& node)
+{
+    const auto count = static_cast<std::size_t>(node.getNbChildren());
+    if (node.whatIs() == DM_LAYER_NODE)
+        return count;
+    std::size_t elements = 0;
+    for (std::size_t i = 0; i < count; ++i)
+        if (const DmTreeNode* const child = node.getChild(static_cast<int>(i)))
+            elements += elementsOf(*child);
+    return elements;
+}
+
+/// Memory that is reserved and not written costs nothing, a copy of the text does, and so does each first touch of a
+/// page of the copy: the text is made as long as the document will be. A large one asks for large pages, whose faults
+/// are few.
+class TextSink final : public Sink
+{
+public:
+    explicit TextSink(std::size_t expected) { grow(expected); }
+
+    bool write(std::string_view bytes) override
+    {
+        if (text.capacity() - text.size() < bytes.size())
+            grow(4 * (text.size() + bytes.size()));
+        text += bytes;
+        return true;
+    }
+    std::string text;
+
+private:
+    void grow(std::size_t size)
+    {
+        constexpr std::size_t large = std::size_t{1} << 22;
+        text.reserve(size);
+        if (size < large)
+            return;
+        const auto page = static_cast<std::uintptr_t>(getpagesize());
+        const auto begin = reinterpret_cast<std::uintptr_t>(text.data());
+        const std::uintptr_t first = (begin + page - 1) / page * page;
+        static_cast<void>(madvise(reinterpret_cast<void*>(first), begin + size - first, MADV_HUGEPAGE));
+    }
+};
+
+} // namespace
+
 std::optional<std::string> writeOtio(const DmRoot& root, DM::FrameCodeModes fcm, Report& report)
 {
-    /// Memory that is reserved and not written costs nothing, a copy of the text does; a large text asks for large
-    /// pages, whose faults are few.
-    class TextSink final : public Sink
+    constexpr std::size_t usualSize = 2048; ///< of an element; beside a clip mostly stands a cut, which is not written
+    try
     {
-    public:
-        bool write(std::string_view bytes) override
-        {
-            if (text.capacity() - text.size() < bytes.size())
-                grow(4 * (text.size() + bytes.size()));
-            text += bytes;
-            return true;
-        }
-        std::string text;
-
-    private:
-        void grow(std::size_t size)
-        {
-            constexpr std::size_t large = std::size_t{1} << 22;
-            text.reserve(size);
-            if (size < large)
-                return;
-            const auto page = static_cast<std::uintptr_t>(getpagesize());
-            const auto begin = reinterpret_cast<std::uintptr_t>(text.data());
-            const std::uintptr_t first = (begin + page - 1) / page * page;
-            static_cast<void>(madvise(reinterpret_cast<void*>(first), begin + size - first, MADV_HUGEPAGE));
-        }
-    };
-    TextSink sink;
-    if (!writeOtio(root, fcm, sink, report))
-        return std::nullopt;
-    return std::move(sink.text);
+        TextSink sink(usualSize * (elementsOf(root) + 1));
+        if (writeOtio(root, fcm, sink, report))
+            return std::move(sink.text);
+    }
+    catch (...)
+    {
+        report.addException();
+    }
+    return std::nullopt;
 }
 
 } // namespace interchange
