@@ -7,6 +7,8 @@
 /// an exception here, never the end of the process.
 #pragma once
 
+#include "icOtioNames.h"
+
 #include <stdexcept>
 
 namespace interchange::otio
@@ -82,37 +84,14 @@ private:
 /// What the member is called that tells an object's schema.
 constexpr char schemaKey[] = "OTIO_SCHEMA";
 
-/// Texts of that size, by words: names are short, and documents are looked through for little else, so a call would
-/// cost as much again.
-inline bool isSameText(const char* a, const char* b, std::size_t size)
-{
-    const auto differs = [&]<class Word>(std::size_t at, Word x)
-    {
-        Word y = 0;
-        std::memcpy(&x, a + at, sizeof x);
-        std::memcpy(&y, b + at, sizeof y);
-        return x != y;
-    };
-    if (size < sizeof(std::uint32_t))
-    {
-        for (std::size_t i = 0; i < size; ++i)
-            if (a[i] != b[i])
-                return false;
-        return true;
-    }
-    if (size < sizeof(std::uint64_t))
-        return !differs(0, std::uint32_t{}) && !differs(size - sizeof(std::uint32_t), std::uint32_t{});
-    for (std::size_t i = 0; i + sizeof(std::uint64_t) <= size; i += sizeof(std::uint64_t))
-        if (differs(i, std::uint64_t{}))
-            return false;
-    return !differs(size - sizeof(std::uint64_t), std::uint64_t{});
-}
-
 // Members; null, "" or false where the object has none of this kind
 
 /// The name is a literal.
 template <std::size_t size>
 const Value* member(const Value* object, const char (&name)[size]);
+/// Of an object; a null, too, where the file has one.
+template <std::size_t size>
+const Value* memberOrNull(const Value& object, const char (&name)[size]);
 const Value* member(const Value* object, std::string_view name);
 template <std::size_t size>
 const Value* arrayOf(const Value* object, const char (&name)[size]);
@@ -131,14 +110,19 @@ std::string_view nonFiniteToken(double value);
 void appendJson(std::string& text, const Value& value);
 
 template <std::size_t size>
+const Value* memberOrNull(const Value& object, const char (&name)[size])
+{
+    for (const auto& each : object.GetObject())
+        if (each.name.GetStringLength() == size - 1 && isSameText(each.name.GetString(), name, size - 1))
+            return &each.value;
+    return nullptr;
+}
+
+template <std::size_t size>
 const Value* member(const Value* object, const char (&name)[size])
 {
-    if (!object || !object->IsObject())
-        return nullptr;
-    for (const auto& each : object->GetObject())
-        if (each.name.GetStringLength() == size - 1 && isSameText(each.name.GetString(), name, size - 1))
-            return each.value.IsNull() ? nullptr : &each.value;
-    return nullptr;
+    const Value* const value = object && object->IsObject() ? memberOrNull(*object, name) : nullptr;
+    return value && !value->IsNull() ? value : nullptr;
 }
 
 template <std::size_t size>

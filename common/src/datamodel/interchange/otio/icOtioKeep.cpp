@@ -3,6 +3,7 @@
 #include "icLeftovers.h"
 #include "icOtioOwn.h"
 #include "icOtioShort.h"
+#include "icOtioUsual.h"
 #include "icText.h"
 #include "icTree.h"
 
@@ -80,9 +81,9 @@ CoSharedPtr<DmTreeNode> makeBetween(Between what, eDmTreeMediaType mediaType, do
 
 // Reading
 
-void Keep::take(DmTreeNode& node, const Value& object, const Value* own) const
+std::vector<Note> Keep::take(DmTreeNode& node, const Value& object, const Value* own) const
 {
-    const std::vector<Note> notes = otio::notesOf(object);
+    std::vector<Note> notes = otio::notesOf(object);
     if (own)
     {
         if (const Value* const properties = member(own, "node"))
@@ -101,11 +102,23 @@ void Keep::take(DmTreeNode& node, const Value& object, const Value* own) const
     {
         std::string lines;
         appendNoteLines(lines, notes);
-        return require(setEdlLeftover(node, lines));
+        require(setEdlLeftover(node, lines));
     }
     // A line and a comment look the same there.
-    if (!std::ranges::equal(shownNotes(node), notes, {}, noteText, noteText))
+    else if (!std::ranges::equal(shownNotes(node), notes, {}, noteText, noteText))
         setNotes(node, notes);
+    return notes;
+}
+
+bool Keep::keepUsual(DmSourceNode& node, const Value& object, Trim trim, const std::vector<Note>& notes)
+{
+    const DmSourceNode::Input* const input = node.getSrcInput();
+    const double base = input ? materialOf(*input, _items.fps()).start : 0.0;
+    const std::optional<std::string> leftover =
+        usualLeftover(object, node, sourceRangeOf(node, trim, node.getRecLength(), base, 1), notes, _items.fps());
+    if (leftover && !leftover->empty())
+        static_cast<void>(setLeftover(node, leftoverType, *leftover)); // a host's set may end the chain
+    return leftover.has_value();
 }
 
 void Keep::keepLeftover(DmTreeNode& node, Value leftover, const Form& form)

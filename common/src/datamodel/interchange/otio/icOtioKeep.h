@@ -43,8 +43,10 @@ public:
 
     // Reading
 
-    /// Gives the node what its object says under our key.
-    void take(DmTreeNode& node, const Value& object, const Value* own) const;
+    /// Gives the node what its object says under our key, and its notes, which it answers.
+    std::vector<Note> take(DmTreeNode& node, const Value& object, const Value* own) const;
+    /// Keeps what the object of a usual clip says beyond its node. False where the clip is not a usual one.
+    bool keepUsual(DmSourceNode& node, const Value& object, Trim trim, const std::vector<Note>& notes);
     /// Keeps what the object says beyond what is written for the node as it is: `describe` tells a listener that.
     template <class Describe>
     void keepDifference(DmTreeNode& node, const Value& object, const Form& form, Describe&& describe);

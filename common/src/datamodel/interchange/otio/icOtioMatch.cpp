@@ -23,6 +23,15 @@ Value& inner(Value& object, const Value& name, Allocator& allocator)
 
 } // namespace
 
+bool isTimeOf(const Value& value, double rate, double frames)
+{
+    constexpr json::SizeType members = 3;
+    const auto is = [](const Value* member, double number)
+    { return member && member->IsNumber() && member->GetDouble() == number && member->IsLosslessDouble(); };
+    return value.IsObject() && value.MemberCount() == members && textOf(&value, schemaKey) == "RationalTime.1" &&
+           is(member(&value, "rate"), rate) && is(member(&value, "value"), frames);
+}
+
 const Value* Matcher::take()
 {
     if (_hasFailed)
@@ -166,14 +175,9 @@ void Matcher::nothing()
 
 void Matcher::time(std::string_view name, double rate, double frames)
 {
-    constexpr json::SizeType members = 3;
     this->name(name);
     const Value* const value = take();
-    const auto is = [](const Value* member, double number)
-    { return member && member->IsNumber() && member->GetDouble() == number && member->IsLosslessDouble(); };
-    if (value &&
-        (!value->IsObject() || value->MemberCount() != members || textOf(value, schemaKey) != "RationalTime.1" ||
-         !is(member(value, "rate"), rate) || !is(member(value, "value"), frames)))
+    if (value && !isTimeOf(*value, rate, frames))
         fail();
 }
 

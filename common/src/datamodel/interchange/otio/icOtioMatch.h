@@ -15,6 +15,9 @@
 namespace interchange::otio
 {
 
+/// Whether a file's value is that time and no more.
+bool isTimeOf(const Value& value, double rate, double frames);
+
 class Matcher final : public Listener
 {
 public:

@@ -3,6 +3,8 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace interchange::otio
@@ -72,11 +74,38 @@ inline constexpr auto nameTable = []
     return table;
 }();
 
+/// Texts of that size, by words: names are short, and documents are looked through for little else, so a call would
+/// cost as much again.
+inline bool isSameText(const char* a, const char* b, std::size_t size)
+{
+    const auto differs = [&]<class Word>(std::size_t at, Word x)
+    {
+        Word y = 0;
+        std::memcpy(&x, a + at, sizeof x);
+        std::memcpy(&y, b + at, sizeof y);
+        return x != y;
+    };
+    if (size < sizeof(std::uint32_t))
+    {
+        for (std::size_t i = 0; i < size; ++i)
+            if (a[i] != b[i])
+                return false;
+        return true;
+    }
+    if (size < sizeof(std::uint64_t))
+        return !differs(0, std::uint32_t{}) && !differs(size - sizeof(std::uint32_t), std::uint32_t{});
+    for (std::size_t i = 0; i + sizeof(std::uint64_t) <= size; i += sizeof(std::uint64_t))
+        if (differs(i, std::uint64_t{}))
+            return false;
+    return !differs(size - sizeof(std::uint64_t), std::uint64_t{});
+}
+
 /// Its number; noName for another one, or one whose place another usual name has.
 inline std::size_t usualName(std::string_view name)
 {
     const std::size_t index = nameTable[placeOf(name)];
-    return index != noName && usualNames[index] == name ? index : noName;
+    const bool mayBe = index != noName && usualNames[index].size() == name.size();
+    return mayBe && isSameText(usualNames[index].data(), name.data(), name.size()) ? index : noName;
 }
 
 } // namespace interchange::otio

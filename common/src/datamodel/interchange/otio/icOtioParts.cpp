@@ -46,30 +46,6 @@ bool isSequence(const DmSourceNode::Input& input)
     return info && info->getSourceType() == DmSourceInfo::FileSequence && !info->getFileList().empty();
 }
 
-/// The schema of a reference to such an input.
-const char* referenceSchema(const DmSourceNode::Input& input)
-{
-    if (as<DmSourceNode::GeneratedInput>(&input))
-        return "GeneratorReference.1";
-    if (isSequence(input))
-        return "ImageSequenceReference.1";
-    const DmSourceInfo* const info = input.getSrcInfo();
-    return info && !info->getPath().empty() ? "ExternalReference.1" : "MissingReference.1";
-}
-
-/// Where material starts, and its length, in frames of the composition.
-Items::Range materialOf(const DmSourceNode::Input& input, double fps)
-{
-    const DM::FrameCodeModes own = dmFcmFromText(input.getFcm());
-    const double ratio = own == DM::FCM_NOT_DEFINED ? 1.0 : fps / DM::FcmUtil::getDoubleFPS(own);
-    double start = 0;
-    if (const auto* const media = as<DmSourceNode::MediaInput>(&input))
-        start = media->getSrcIn() == 0 && !media->getSrcInStr().empty() ? media->getTapeSrcIn() : media->getSrcIn();
-    else if (const auto* const derived = as<DmSourceNode::DerivedInput>(&input))
-        start = derived->getSrcIn();
-    return {ratio * start, ratio * input.getSrcLength()};
-}
-
 /// The length that a reader has stored beside the one that plays; none without, negative for an unknown one.
 std::optional<double> storedLength(const DmSourceNode::Input& input)
 {
@@ -184,6 +160,41 @@ double headOf(const DmSegmentNode& segment, Trim trim)
     return factor < 0 ? -factor * trim.out : factor * trim.in;
 }
 
+Items::Range sourceRangeOf(const DmSegmentNode& segment, Trim trim, double length, double base, double ratio)
+{
+    return {base + ratio * segment.getRelIn() - headOf(segment, trim), length + trim.in + trim.out};
+}
+
+Items::Range materialOf(const DmSourceNode::Input& input, double fps)
+{
+    const DM::FrameCodeModes own = dmFcmFromText(input.getFcm());
+    const double ratio = own == DM::FCM_NOT_DEFINED ? 1.0 : fps / DM::FcmUtil::getDoubleFPS(own);
+    double start = 0;
+    if (const auto* const media = as<DmSourceNode::MediaInput>(&input))
+        start = media->getSrcIn() == 0 && !media->getSrcInStr().empty() ? media->getTapeSrcIn() : media->getSrcIn();
+    else if (const auto* const derived = as<DmSourceNode::DerivedInput>(&input))
+        start = derived->getSrcIn();
+    return {ratio * start, ratio * input.getSrcLength()};
+}
+
+std::optional<Items::Range> availableRangeOf(const DmSourceNode::Input& input, Items::Range material)
+{
+    const std::optional<double> stored = storedLength(input);
+    if (stored && *stored < 0)
+        return std::nullopt;
+    return Items::Range{material.start, stored.value_or(material.length)};
+}
+
+const char* referenceSchema(const DmSourceNode::Input& input)
+{
+    if (as<DmSourceNode::GeneratedInput>(&input))
+        return "GeneratorReference.1";
+    if (isSequence(input))
+        return "ImageSequenceReference.1";
+    const DmSourceInfo* const info = input.getSrcInfo();
+    return info && !info->getPath().empty() ? "ExternalReference.1" : "MissingReference.1";
+}
+
 // JSON
 
 Value Parts::string(std::string_view text) const
@@ -224,15 +235,9 @@ void Parts::time(Listener& to, const char* name, double frames) const
     to.time(name, _items.fps(), frames);
 }
 
-void Parts::range(Listener& to, const char* name, double start, double length) const
+void Parts::range(Listener& to, const char* name, Items::Range range) const
 {
-    to.name(name);
-    to.beginObject();
-    to.name(schemaKey);
-    to.text("TimeRange.1");
-    time(to, "duration", length);
-    time(to, "start_time", start);
-    to.endObject();
+    to.range(name, _items.fps(), range.start, range.length);
 }
 
 // Objects
@@ -324,8 +329,7 @@ void Parts::segment(Listener& to, const DmSegmentNode& node, Trim trim, const Fo
     const DM::FrameCodeModes own = input ? dmFcmFromText(input->getFcm()) : DM::FCM_NOT_DEFINED;
     const double ratio = own == DM::FCM_NOT_DEFINED ? 1.0 : _items.fps() / DM::FcmUtil::getDoubleFPS(own);
     item(to, source ? "Clip.2" : "Gap.1", node, base, input ? dmUtf8(dmReelOf(*input)) : std::string());
-    range(to, "source_range", base + ratio * node.getRelIn() - headOf(node, trim),
-          length.value_or(node.getRecLength()) + trim.in + trim.out);
+    range(to, "source_range", sourceRangeOf(node, trim, length.value_or(node.getRecLength()), base, ratio));
     const auto media = [&]
     {
         if (input)
@@ -357,8 +361,7 @@ void Parts::container(Listener& to, const DmContainerNode& node, Trim trim, cons
 {
     const bool isOfTrack = !form.schema.empty();
     item(to, isOfTrack ? "Track.1" : "Stack.1", node, 0, {});
-    range(to, "source_range", node.getRelIn() - headOf(node, trim),
-          length.value_or(node.getRecLength()) + trim.in + trim.out);
+    range(to, "source_range", sourceRangeOf(node, trim, length.value_or(node.getRecLength()), 0, 1));
     if (isOfTrack)
     {
         to.name("kind");
@@ -377,7 +380,7 @@ void Parts::gap(Listener& to, double length) const
     to.name("enabled");
     to.flag(true);
     emptyList(to, "markers");
-    range(to, "source_range", 0, length);
+    range(to, "source_range", {0, length});
     to.endObject();
 }
 
@@ -479,9 +482,8 @@ void Parts::reference(Listener& to, const DmSourceNode::Input& input, Items::Ran
         to.beginObject();
         to.endObject();
     }
-    const std::optional<double> stored = storedLength(input);
-    if (!stored || *stored >= 0)
-        range(to, "available_range", material.start, stored.value_or(material.length));
+    if (const std::optional<Items::Range> available = availableRangeOf(input, material))
+        range(to, "available_range", *available);
     else
     {
         to.name("available_range");
@@ -527,8 +529,9 @@ void Parts::marks(Listener& to, const DmSetList<DmCueMark>& marks, double origin
         to.name("color");
         to.text(colourOf(*mark).name);
         const double length = mark->getCueMarkDuration();
-        range(to, "marked_range", mark->getCueMarkTime() == dmNoTime ? 0.0 : mark->getCueMarkTime() + origin,
-              length == dmNoTime ? 0.0 : length);
+        range(to, "marked_range",
+              {mark->getCueMarkTime() == dmNoTime ? 0.0 : mark->getCueMarkTime() + origin,
+               length == dmNoTime ? 0.0 : length});
         to.endObject();
     }
     to.endList();

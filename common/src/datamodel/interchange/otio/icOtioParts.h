@@ -105,7 +105,7 @@ private:
     std::string_view utf8(const DmString& text) const;
     std::string_view nameOf(const DmTreeNode& node) const;
     void time(Listener& to, const char* name, double frames) const;
-    void range(Listener& to, const char* name, double start, double length) const;
+    void range(Listener& to, const char* name, Items::Range range) const;
     /// Schema, metadata and name; the object stays open.
     void begin(Listener& to, std::string_view schema, std::string_view name) const { begin(to, schema, name, {}); }
     void begin(Listener& to, std::string_view schema, std::string_view name, const Metadata& metadata) const;
@@ -127,5 +127,14 @@ private:
 
 /// Record frames of a transition's side, as frames of a segment's material.
 double headOf(const DmSegmentNode& segment, Trim trim);
+/// What a segment's source range says. `base`: where its material starts; `ratio`: frames of the composition in one of
+/// the material.
+Items::Range sourceRangeOf(const DmSegmentNode& segment, Trim trim, double length, double base, double ratio);
+/// Where an input's material starts, and its length, in frames of the composition.
+Items::Range materialOf(const DmSourceNode::Input& input, double fps);
+/// What the available range of an input's reference says: none for a length that nobody knows.
+std::optional<Items::Range> availableRangeOf(const DmSourceNode::Input& input, Items::Range material);
+/// The schema of a reference to an input.
+const char* referenceSchema(const DmSourceNode::Input& input);
 
 } // namespace interchange::otio

@@ -511,21 +511,22 @@ CoSharedPtr<DmSegmentNode> Maker::segment(const Value& item, eDmTreeMediaType me
 void Maker::finish(Stage& to, DmSegmentNode& node, const Value& item, const Form& form, Trim trim)
 {
     const double length = node.getRecLength();
-    require(node.setSegmentId(toDmString(to.ids.make(node))));
-    if (const Value* const own = ownOf(&item))
+    setText(node, DmSegmentNode::SegmentId, to.ids.make(node));
+    const Value* const own = ownOf(&item);
+    const DmString madeUp = own ? node.getSegmentId() : DmString();
+    const std::vector<Note> notes = _keep.take(node, item, own);
+    if (own)
     {
-        const DmString madeUp = node.getSegmentId();
-        _keep.take(node, item, own);
         // A clip that was cut in two elsewhere says one id twice.
         const DmString& id = node.getSegmentId();
         if (!(id == madeUp) && !id.empty() && !to.ids.take(dmUtf8(id)))
         {
             require(node.addSegmentPreviousId(id));
-            require(node.setSegmentId(toDmString(freshId())));
+            setText(node, DmSegmentNode::SegmentId, freshId());
         }
     }
-    else
-        _keep.take(node, item, nullptr);
+    else if (node.whatIs() == DM_SOURCE_NODE && _keep.keepUsual(static_cast<DmSourceNode&>(node), item, trim, notes))
+        return _items.came(node, item);
     const auto* const container =
         node.whatIs() == DM_CONTAINER_NODE ? static_cast<const DmContainerNode*>(&node) : nullptr;
     _keep.keepDifference(node, item, form,

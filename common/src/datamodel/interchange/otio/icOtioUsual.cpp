@@ -1,0 +1,212 @@
+#include "icOtioUsual.h"
+
+#include "icOtioMatch.h"
+#include "icOtioOwn.h"
+#include "icPath.h"
+#include "icTree.h"
+
+#include "dmUtf8.h"
+
+#include <algorithm>
+#include <array>
+
+namespace interchange::otio
+{
+
+namespace
+{
+
+constexpr json::SizeType membersOfClip = 9;
+constexpr json::SizeType membersOfReference = 6; ///< with the URL of a file
+constexpr json::SizeType membersOfRange = 3;
+constexpr json::SizeType mostOfMetadata = 8; ///< each is held against all others
+
+bool isText(const Value* value, std::string_view expected)
+{
+    return value && value->IsString() && text(value) == expected;
+}
+
+/// Whether the document has the text as the file does.
+bool isTextOf(const Value* value, const DmString& held)
+{
+    if (!value || !value->IsString())
+        return false;
+    const std::string_view said = text(value);
+    const std::wstring_view kept = held.view();
+    bool isAscii = said.size() == kept.size();
+    for (std::size_t i = 0; isAscii && i < said.size(); ++i)
+        isAscii = static_cast<unsigned char>(said[i]) < 0x80 && static_cast<wchar_t>(said[i]) == kept[i];
+    return isAscii || dmUtf8(held) == said;
+}
+
+bool isEmptyList(const Value* value)
+{
+    return value && value->IsArray() && value->Empty();
+}
+
+bool isRangeOf(const Value* value, Items::Range range, double fps)
+{
+    if (!value || !value->IsObject() || value->MemberCount() != membersOfRange ||
+        !isText(memberOrNull(*value, schemaKey), "TimeRange.1"))
+        return false;
+    const Value* const start = memberOrNull(*value, "start_time");
+    const Value* const length = memberOrNull(*value, "duration");
+    return start && length && isTimeOf(*start, fps, range.start) && isTimeOf(*length, fps, range.length);
+}
+
+bool isUrlOf(const Value* value, const DmString& path)
+{
+    return value && value->IsString() && urlOfPath(dmUtf8(path)) == text(value);
+}
+
+bool isReferenceOf(const Value& reference, const DmSourceNode::MediaInput& input, const DmSourceInfo& info, double fps)
+{
+    const std::string_view schema = referenceSchema(input);
+    const bool isFile = schema == "ExternalReference.1";
+    const Value* const metadata = memberOrNull(reference, "metadata");
+    const Value* const bounds = memberOrNull(reference, "available_image_bounds");
+    if ((!isFile && schema != "MissingReference.1") ||
+        reference.MemberCount() != membersOfReference - (isFile ? 0 : 1) ||
+        !isText(memberOrNull(reference, schemaKey), schema) || !metadata || !metadata->IsObject() ||
+        !metadata->ObjectEmpty() || !bounds || !bounds->IsNull() ||
+        !isTextOf(memberOrNull(reference, "name"), info.getName()) ||
+        (isFile && !isUrlOf(memberOrNull(reference, "target_url"), info.getPath())))
+        return false;
+    const Value* const said = memberOrNull(reference, "available_range");
+    const std::optional<Items::Range> available = availableRangeOf(input, materialOf(input, fps));
+    return available ? isRangeOf(said, *available, fps) : said && said->IsNull();
+}
+
+/// Whether no name stands among the members of metadata twice, and none that is more than metadata.
+bool isUsualMetadata(const Value& metadata)
+{
+    if (!metadata.IsObject() || metadata.MemberCount() > mostOfMetadata)
+        return false;
+    for (auto each = metadata.MemberBegin(); each != metadata.MemberEnd(); ++each)
+    {
+        const std::string_view name = text(&each->name);
+        if (name == schemaKey || name == ownKey || name == "cdl")
+            return false;
+        for (auto other = metadata.MemberBegin(); other != each; ++other)
+            if (text(&other->name) == name)
+                return false;
+    }
+    return true;
+}
+
+/// What of a clip's notes is shown to other programs as comments, and comes back as those.
+enum class Shown
+{
+    None,
+    All,
+    Some
+};
+
+Shown shownOf(const std::vector<Note>& notes)
+{
+    const auto isComment = [](const Note& note)
+    {
+        return note.kind == NoteKind::Comment &&
+               note.text.find_first_of(std::string_view("\n\r\0", 3)) == std::string::npos;
+    };
+    if (std::ranges::all_of(notes, [](const Note& note) { return isOfModel(note.kind); }))
+        return Shown::None;
+    return std::ranges::all_of(notes, isComment) ? Shown::All : Shown::Some;
+}
+
+void append(std::string& out, const Value& value)
+{
+    const std::string_view string = text(&value);
+    const auto isPlain = [](char c) { return static_cast<unsigned char>(c) >= ' ' && c != '"' && c != '\\'; };
+    if (value.IsString() && std::ranges::all_of(string, isPlain))
+        out.append(1, '"').append(string).append(1, '"');
+    else if (value.IsArray() && !value.Empty())
+    {
+        char before = '[';
+        for (const Value& each : value.GetArray())
+        {
+            out += std::exchange(before, ',');
+            append(out, each);
+        }
+        out += ']';
+    }
+    else
+        appendJson(out, value);
+}
+
+/// {"added":{...}} of the members for which `isAdded` holds; nothing without any.
+template <class IsAdded>
+std::string added(const Value& object, IsAdded&& isAdded)
+{
+    constexpr std::string_view begin = R"("added":{)";
+    std::string out;
+    for (const auto& each : object.GetObject())
+    {
+        if (!isAdded(text(&each.name)))
+            continue;
+        if (out.empty())
+            out.append(begin);
+        else
+            out += ',';
+        append(out, each.name);
+        out += ':';
+        append(out, each.value);
+    }
+    if (!out.empty())
+        out += '}';
+    return out;
+}
+
+/// What a clip's metadata says beyond reel and comments: {"inside":{"metadata":...}}, or nothing.
+std::optional<std::string> leftoverOf(const Value& metadata, const DmSourceInfo& info, const std::vector<Note>& notes)
+{
+    const Shown shown = shownOf(notes);
+    const bool hasReel = !info.getReelName().empty();
+    const bool isShown = hasReel || shown == Shown::All;
+    std::string ofList;
+    if (isShown)
+    {
+        const Value* const list = memberOrNull(metadata, "cmx_3600");
+        if (!list || !isUsualMetadata(*list) || (hasReel && !isTextOf(memberOrNull(*list, "reel"), info.getReelName())))
+            return std::nullopt;
+        ofList = added(*list, [&](std::string_view name)
+                       { return !(hasReel && name == "reel") && !(shown == Shown::All && name == "comments"); });
+    }
+    const std::string rest = added(metadata, [&](std::string_view name) { return !isShown || name != "cmx_3600"; });
+    if (ofList.empty() && rest.empty())
+        return std::string();
+    std::string out = R"({"inside":{"metadata":{)";
+    if (!ofList.empty())
+        out.append(R"("inside":{"cmx_3600":{)").append(ofList).append("}}");
+    if (!ofList.empty() && !rest.empty())
+        out += ',';
+    return out.append(rest).append("}}}");
+}
+
+} // namespace
+
+std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& node, Items::Range played,
+                                         const std::vector<Note>& notes, double fps)
+{
+    const auto* const input = as<DmSourceNode::MediaInput>(node.getSrcInput());
+    const DmSourceInfo* const info = input ? input->getSrcInfo() : nullptr;
+    const Value* const metadata = memberOrNull(clip, "metadata");
+    const Value* const enabled = memberOrNull(clip, "enabled");
+    const Value* const references = memberOrNull(clip, "media_references");
+    if (!info || !metadata || !enabled || !enabled->IsBool() || !references || !references->IsObject() ||
+        references->MemberCount() != 1 || clip.MemberCount() != membersOfClip || !isUsualMetadata(*metadata) ||
+        shownOf(notes) == Shown::Some)
+        return std::nullopt;
+    const auto& reference = *references->MemberBegin();
+    const bool isUsual = isText(memberOrNull(clip, schemaKey), "Clip.2") &&
+                         isEmptyList(memberOrNull(clip, "effects")) && isEmptyList(memberOrNull(clip, "markers")) &&
+                         node.getEffects().count() == 0 && isTextOf(memberOrNull(clip, "name"), node.getName()) &&
+                         !(node.getName() == L"untitled") &&
+                         isText(memberOrNull(clip, "active_media_reference_key"), "DEFAULT_MEDIA") &&
+                         text(&reference.name) == "DEFAULT_MEDIA" && reference.value.IsObject() &&
+                         isRangeOf(memberOrNull(clip, "source_range"), played, fps) &&
+                         isReferenceOf(reference.value, *input, *info, fps);
+    return isUsual ? leftoverOf(*metadata, *info, notes) : std::nullopt;
+}
+
+} // namespace interchange::otio

@@ -1,0 +1,25 @@
+/// What the object of a usual clip says beyond its node, told from the object alone.
+///
+/// Of a clip that was just read, the node says what the object does, but for what it has no property for. So where an
+/// object has the members that nearly all clips have, and no others but among its metadata, it is enough to look
+/// whether each value came through, and what is left over is written at once. Everything else is held against what
+/// would be written for the node, member by member (icOtioMatch.h), with the same result.
+///
+/// For sources of this library only.
+#pragma once
+
+#include "icOtioParts.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace interchange::otio
+{
+
+/// The leftover, empty for nothing; none where the clip is not a usual one. `node`: as it was read, with nothing of our
+/// own; `played`: what its source range would say; `notes`: those among its metadata; `fps`: of the composition.
+std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& node, Items::Range played,
+                                         const std::vector<Note>& notes, double fps);
+
+} // namespace interchange::otio
