@@ -200,8 +200,9 @@ FastReader::Expected::Expected(std::string_view name)
     places = ~std::uint32_t{0} >> (sizeof bytes - size);
 }
 
-FastReader::Property::Property(const DmPropertySet& object, int index)
-    : def(object.classData().at(index))
+FastReader::Property::Property(const DmPropertySet& object, std::size_t place)
+    : def(object.classData().at(static_cast<int>(place)))
+    , index(static_cast<unsigned>(place))
     , isInside(def->_isInside && !def->_constant)
     , name(def->_utf8Name)
 {
@@ -278,6 +279,13 @@ bool FastReader::digits(Number& number)
     const char* at = _at;
     number = {{}, 0, 0, *at == '-', true, true};
     at += number.isNegative ? 1 : 0;
+    if (isDigit(*at) && (at[1] == ',' || at[1] == '}')) // alone, as in the codes of enumerations
+    {
+        number.digits = static_cast<unsigned>(*at - '0');
+        number.text = {_at, static_cast<std::size_t>(at + 1 - _at)};
+        _at = at + 1;
+        return true;
+    }
     const unsigned whole = digitsAt(at);
     if (whole == 0 || whole > 8 || (whole > 1 && *at == '0'))
         return digitsOneByOne(number);
@@ -425,9 +433,13 @@ bool FastReader::set(Class& type, DmPropertySetPtr& set)
         return false;
     if (type.properties.empty())
     {
-        const DmPropertySetData& data = made->classData();
-        for (std::size_t i = 0; i < std::min(static_cast<std::size_t>(data.size()), mostProperties); ++i)
-            type.properties.emplace_back(*made, static_cast<int>(i)).follower = i + 1;
+        const std::size_t count = std::min(static_cast<std::size_t>(made->classData().size()), mostProperties);
+        type.properties.reserve(count); // they know each other by their places
+        for (std::size_t i = 0; i < count; ++i)
+            type.properties.emplace_back(*made, i);
+        for (std::size_t i = 1; i < count; ++i)
+            type.properties[i - 1].follower = &type.properties[i];
+        type.first = type.properties.data();
     }
     ++_depth;
     const bool isRead = take('{') && members(type, *made);
@@ -440,14 +452,14 @@ bool FastReader::members(Class& type, DmPropertySet& set)
     if (take('}'))
         return true;
     std::uint64_t seen[mostProperties / 64] = {};
-    int index = -1;
+    Property* property = nullptr;
     do
     {
-        if (peek() != '"' || !memberName(type, index))
+        if (peek() != '"' || !(property = memberName(type, property)))
             return false;
-        std::uint64_t& word = seen[index / 64];
-        const std::uint64_t bit = std::uint64_t{1} << index % 64;
-        if ((word & bit) != 0 || !value(type.properties[static_cast<std::size_t>(index)], set, index))
+        std::uint64_t& word = seen[property->index / 64];
+        const std::uint64_t bit = std::uint64_t{1} << property->index % 64;
+        if ((word & bit) != 0 || !value(*property, set))
             return false;
         word |= bit;
     } while (take(','));
@@ -455,88 +467,87 @@ bool FastReader::members(Class& type, DmPropertySet& set)
     return take('}');
 }
 
-/// With its colon, of a member behind that of `index`: mostly the one that stood there the last time, or one of those
-/// behind it.
-bool FastReader::memberName(Class& type, int& index)
+/// With its colon, of a member behind `last`: mostly the one that stood there the last time, or one of those behind it.
+/// Null when there is none.
+FastReader::Property* FastReader::memberName(Class& type, Property* last)
 {
-    const std::size_t guess = index < 0 ? type.first : type.properties[static_cast<std::size_t>(index)].follower;
-    if (guess >= type.properties.size() || !take(type.properties[guess].name))
-        return findMember(type, index);
-    index = static_cast<int>(guess);
-    return true;
+    Property* const guess = last ? last->follower : type.first;
+    return guess && take(guess->name) ? guess : findMember(type, last);
 }
 
-bool FastReader::findMember(Class& type, int& index)
+FastReader::Property* FastReader::findMember(Class& type, Property* last)
 {
     Text name{};
     if (!string(name))
-        return false;
+        return nullptr;
     const std::size_t count = type.properties.size();
     for (std::size_t i = 0; i < count; ++i)
     {
-        const std::size_t place = (static_cast<std::size_t>(index + 1) + i) % count;
-        if (type.properties[place].def->_utf8Name == name.raw)
+        Property& property = type.properties[((last ? last->index + 1 : 0) + i) % count];
+        if (property.def->_utf8Name == name.raw)
         {
-            (index < 0 ? type.first : type.properties[static_cast<std::size_t>(index)].follower) = place;
-            index = static_cast<int>(place);
-            return take(':');
+            (last ? last->follower : type.first) = &property;
+            return take(':') ? &property : nullptr;
         }
     }
-    return false;
+    return nullptr;
 }
 
 /// A value is read beside its field, and stored as a fresh object's (store).
-bool FastReader::value(Property& property, DmPropertySet& owner, int index)
+bool FastReader::value(Property& property, DmPropertySet& owner)
 {
-    const DmPropertyDef& def = *property.def;
-    if (def._unserializer)
+    if (property.def->_unserializer)
         return false;
-    const char first = peek();
-    return dmVisitStorage(
-        def._type,
-        [&]<class T>(std::type_identity<T>)
-        {
-            if constexpr (std::same_as<T, DmPropertySetPtr>)
-            {
-                DmPropertySetPtr child;
-                // An empty object leaves what is there.
-                return held(property, owner, child) && (!child || store(property, owner, index, child));
-            }
-            else if constexpr (std::same_as<T, DmPropertySetMap>)
-            {
-                DmPropertySetMap map;
-                return entries(property, owner, map) &&
-                       DmSetAccess::putAll(owner, DmStore::Fresh, index, def, map) == DM_NO_ERROR;
-            }
-            else if constexpr (std::is_void_v<T>)
-                return false;
-            else
-            {
-                T value{};
-                bool isRead = false;
-                if constexpr (std::same_as<T, bool>)
-                    isRead = boolean(value);
-                else if constexpr (IsCharacter<T>)
-                    isRead = first == '"' && character(value);
-                else if constexpr (DmNumberStorage<T>)
-                    isRead = number(def, value);
-                else if constexpr (std::same_as<T, DmString>)
-                    isRead = def._type == DM_CDATA ? lines(value) : first == '"' && text(value) && isMeant(def, value);
-                else if constexpr (std::same_as<T, DmPropertySetVector>)
-                    isRead = elements(property, owner, value);
-                else
-                    isRead = values(value);
-                return isRead && store(property, owner, index, value);
-            }
-        });
+    peek();
+    return dmVisitStorage(property.def->_type,
+                          [this, &property, &owner]<class T>(std::type_identity<T>)
+                          {
+                              const DmPropertyDef& def = *property.def;
+                              if constexpr (std::same_as<T, DmPropertySetPtr>)
+                              {
+                                  DmPropertySetPtr child;
+                                  // An empty object leaves what is there.
+                                  return held(property, owner, child) && (!child || store(property, owner, child));
+                              }
+                              else if constexpr (std::same_as<T, DmPropertySetMap>)
+                              {
+                                  DmPropertySetMap map;
+                                  return entries(property, owner, map) &&
+                                         DmSetAccess::putAll(owner, DmStore::Fresh, static_cast<int>(property.index),
+                                                             def, map) == DM_NO_ERROR;
+                              }
+                              else if constexpr (std::is_void_v<T>)
+                                  return false;
+                              else
+                              {
+                                  T value{};
+                                  bool isRead = false;
+                                  if constexpr (std::same_as<T, bool>)
+                                      isRead = boolean(value);
+                                  else if constexpr (IsCharacter<T>)
+                                      isRead = *_at == '"' && character(value);
+                                  else if constexpr (DmNumberStorage<T>)
+                                      isRead = number(def, value);
+                                  else if constexpr (std::same_as<T, DmString>)
+                                      isRead = def._type == DM_CDATA
+                                                   ? lines(value)
+                                                   : *_at == '"' && text(value) && isMeant(def, value);
+                                  else if constexpr (std::same_as<T, DmPropertySetVector>)
+                                      isRead = elements(property, owner, value);
+                                  else
+                                      isRead = values(value);
+                                  return isRead && store(property, owner, value);
+                              }
+                          });
 }
 
 /// Through the door, but for what it would only let pass: a value into a field of a fresh object's own.
 template <class T>
-bool FastReader::store(const Property& property, DmPropertySet& owner, int index, T& value)
+bool FastReader::store(const Property& property, DmPropertySet& owner, T& value)
 {
     if (!property.isInside)
-        return DmSetAccess::swapValue(owner, DmStore::Fresh, index, *property.def, value) == DM_NO_ERROR;
+        return DmSetAccess::swapValue(owner, DmStore::Fresh, static_cast<int>(property.index), *property.def, value) ==
+               DM_NO_ERROR;
     void* const field = reinterpret_cast<char*>(&owner) + property.def->_offset;
     if constexpr (DmNumberStorage<T>)
         std::memcpy(field, &value, sizeof(T));

@@ -49,12 +49,13 @@ private:
     /// take turns), and the property that followed it last is likely the next to follow.
     struct Property
     {
-        Property(const DmPropertySet& object, int index);
+        Property(const DmPropertySet& object, std::size_t place);
 
         const DmPropertyDef* def;
+        unsigned index;
         bool isInside; ///< its field lies in every object of the class, which does not fix its value
         Expected name;
-        std::size_t follower = 0;
+        Property* follower = nullptr;
         Class* lastHeld[2] = {};
     };
     struct Class
@@ -63,7 +64,7 @@ private:
         Expected expected;
         DmPropertyCreator creator = nullptr;
         std::vector<Property> properties = {}; ///< in index order; empty before the first object
-        std::size_t first = 0;                 ///< the property that an object began with last
+        Property* first = nullptr;             ///< the one that an object began with last
     };
     /// A string, until the reader goes on.
     struct Text
@@ -124,11 +125,11 @@ private:
     bool integer(int& value);
     bool set(Class& type, DmPropertySetPtr& set);
     bool members(Class& type, DmPropertySet& set);
-    bool memberName(Class& type, int& index);
-    bool findMember(Class& type, int& index);
-    bool value(Property& property, DmPropertySet& owner, int index);
+    Property* memberName(Class& type, Property* last);
+    Property* findMember(Class& type, Property* last);
+    bool value(Property& property, DmPropertySet& owner);
     template <class T>
-    static bool store(const Property& property, DmPropertySet& owner, int index, T& value);
+    static bool store(const Property& property, DmPropertySet& owner, T& value);
     template <class T>
     bool number(const DmPropertyDef& def, T& value);
     bool boolean(bool& value);
