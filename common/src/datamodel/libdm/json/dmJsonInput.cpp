@@ -8,23 +8,27 @@ namespace dmJson
 namespace
 {
 
-/// Of bytes and their order; two additions for eight bytes.
+/// Of bytes and their order: in two lanes, which do not wait for each other, two additions for eight bytes.
 std::uint64_t sumOf(std::string_view bytes)
 {
-    std::uint64_t sum = bytes.size();
-    std::uint64_t sums = 0;
-    std::uint64_t word = 0;
-    for (; bytes.size() >= sizeof word; bytes.remove_prefix(sizeof word))
+    std::uint64_t words[2];
+    std::uint64_t sum[] = {bytes.size(), 0};
+    std::uint64_t sums[] = {0, 0};
+    const auto add = [&]
     {
-        std::memcpy(&word, bytes.data(), sizeof word);
-        sum += word;
-        sums += sum;
+        for (const std::size_t lane : {0, 1})
+            sums[lane] += sum[lane] += words[lane];
+    };
+    for (; bytes.size() >= sizeof words; bytes.remove_prefix(sizeof words))
+    {
+        std::memcpy(words, bytes.data(), sizeof words);
+        add();
     }
-    word = 0;
-    bytes.copy(reinterpret_cast<char*>(&word), sizeof word);
-    sum += word;
-    sums += sum;
-    return sum ^ (sums << 32 | sums >> 32);
+    words[0] = words[1] = 0;
+    bytes.copy(reinterpret_cast<char*>(words), sizeof words);
+    add();
+    const auto mixed = [&](std::size_t lane) { return sum[lane] ^ (sums[lane] << 32 | sums[lane] >> 32); };
+    return mixed(0) * 31 + mixed(1);
 }
 
 } // namespace
