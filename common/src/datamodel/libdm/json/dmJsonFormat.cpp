@@ -20,7 +20,12 @@ constexpr double exactIntegers = 9007199254740992.0; // 2^53
 
 char* formatInteger(double value, char* out)
 {
-    char* end = std::to_chars(out, out + numberSize, static_cast<std::int64_t>(value)).ptr;
+    const auto whole = static_cast<std::int64_t>(value);
+    char* end = out;
+    if (whole < 10)
+        *end++ = static_cast<char>('0' + whole);
+    else
+        end = std::to_chars(out, out + numberSize, whole).ptr;
     *end++ = '.';
     *end++ = '0';
     return end;
