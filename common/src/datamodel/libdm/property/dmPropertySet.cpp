@@ -217,7 +217,7 @@ bool DmPropertySet::isPropertyRelevant(int index) const
         return true;
     if (def->_type == DM_VECTOR_PROPERTY_SET)
         return !elementsOf(index).empty();
-    return !DmPropertySet_Atomic_Utils::compareAtomicManip(*this, index, def->_default);
+    return !DmSetAccess::equals(*def, fieldOf(index, *def), def->_default);
 }
 
 const void* DmPropertySet::fieldOf(int index) const

@@ -687,11 +687,15 @@ bool DmPropertySet_Atomic_Utils::compareAtomicManip(const DmPropertySet& set, in
 {
     const DmPropertyDef* const def = set.classData().at(index);
     ZR_ASSERT_SOFT(def);
-    if (!def || !value)
+    return def && DmSetAccess::equals(*def, set.fieldOf(index), value);
+}
+
+bool DmSetAccess::equals(const DmPropertyDef& def, const void* field, const void* value)
+{
+    if (!value)
         return false;
-    const void* const field = set.fieldOf(index);
     return dmVisitStorage(
-        def->_type,
+        def._type,
         [&]<class T>(std::type_identity<T>)
         {
             if constexpr (std::is_void_v<T>)
@@ -709,8 +713,8 @@ bool DmPropertySet_Atomic_Utils::compareAtomicManip(const DmPropertySet& set, in
                 const DmPropertySet* const other = static_cast<const DmPropertySetPtr*>(value)->get();
                 if (!nested || !other)
                     return false;
-                if (nested == other && value == def->_default && def->_defaultEqualsItself)
-                    return *def->_defaultEqualsItself;
+                if (nested == other && value == def._default && def._defaultEqualsItself)
+                    return *def._defaultEqualsItself;
                 const DmPropertySetData& data = nested->classData();
                 const DmPropertySetData& otherData = other->classData();
                 const bool sameClass = &data == &otherData;
@@ -723,7 +727,7 @@ bool DmPropertySet_Atomic_Utils::compareAtomicManip(const DmPropertySet& set, in
                 {
                     if (!sameClass && !areAlike(*data.at(i), *otherData.at(i)))
                         return false; // going on would read one class's memory with the other's offsets
-                    if (!compareAtomicManip(*nested, i, other->fieldOf(i)))
+                    if (!equals(*data.at(i), nested->fieldOf(i), other->fieldOf(i)))
                         return false;
                 }
                 return true;

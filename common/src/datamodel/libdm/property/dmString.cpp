@@ -59,7 +59,7 @@ DmString::DmString(const DmString& other)
 
 DmString::DmString(DefaultText text) noexcept
     : buff_(defaultBuff_ + text)
-    , len_(static_cast<unsigned>(std::wcslen(buff_)))
+    , len_(text == Untitled ? 8 : 3)
 {
 }
 

@@ -54,6 +54,9 @@ public:
             return static_cast<const T*>(shared)->empty() && value.empty();
     }
 
+    /// Whether a field holds a value of its storage type, as relevance sees it (compareAtomicManip).
+    static bool equals(const DmPropertyDef& def, const void* field, const void* value);
+
     /// Whether an object may stand in a slot: DM_BAD_PROPERTY_TYPE when it is of another class than the slot holds.
     /// Edits, not documents, also ask the owner.
     static eDmErrorId checkSlot(const DmPropertySet& set, const DmPropertyDef& def, const DmPropertySet* held,
