@@ -1,7 +1,8 @@
 #include "vwPlaces.h"
 
+#include <CoInteger.h>
+
 #include <algorithm>
-#include <charconv>
 
 namespace view
 {
@@ -15,9 +16,10 @@ int takeChild(std::string_view& path)
     int position = -1;
     if (!path.starts_with(step))
         return position;
-    const char* const end = std::from_chars(path.data() + step.size(), path.data() + path.size(), position).ptr;
-    path.remove_prefix(std::min(static_cast<std::size_t>(end - path.data()) + 2, path.size()));
-    return position;
+    std::size_t digits = 0;
+    position = DM::CoInteger::read<int>(path.substr(step.size()), digits);
+    path.remove_prefix(std::min(step.size() + digits + 2, path.size()));
+    return digits > 0 ? position : -1;
 }
 
 std::uint64_t keyOf(std::uint32_t row, std::uint32_t position)

@@ -8,6 +8,7 @@
 #include "modes.h"
 #include "textFile.h"
 
+#include "CoInteger.h"
 #include "dmTreeTool.h"
 
 #include <CLI/CLI.hpp>
@@ -87,7 +88,10 @@ const DmTreeNode* nodeAt(const DmTreeNode& root, const std::string& path)
         if (step == "composition")
             next = node->getNestedComposition();
         else if (step.starts_with("children["))
-            next = node->getChild(std::atoi(step.c_str() + std::string_view("children[").size()));
+        {
+            std::size_t digits = 0;
+            next = node->getChild(DM::CoInteger::read<int>(std::string_view(step).substr(step.find('[') + 1), digits));
+        }
         if (!next)
             break;
         node = next;

@@ -1,10 +1,10 @@
 #include "envVar.h"
 
+#include "CoInteger.h"
 #include "envVar.inline.h"
 #include "zrAssert.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <ostream>
@@ -31,8 +31,11 @@ void EnvVarUtils::convertFromChar(const char* text, bool& value)
 
 void EnvVarUtils::convertFromChar(const char* text, int& value)
 {
-    if (text)
-        value = static_cast<int>(std::clamp<long>(std::strtol(text, nullptr, 10), INT_MIN, INT_MAX));
+    if (!text)
+        return;
+    const std::string_view digits = text + std::strspn(text, " \t\n\v\f\r");
+    std::size_t length = 0;
+    value = CoInteger::read<int>(digits, length);
 }
 
 void EnvVarUtils::convertFromChar(const char* text, std::string& value)

@@ -1,5 +1,6 @@
 #include "tuTimeUnit.h"
 
+#include "CoInteger.h"
 #include "envVar.h"
 #include "tuFcmTableImp.h"
 #include "zrAssert.h"
@@ -91,19 +92,16 @@ bool isBlank(char c)
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-/// What atoi reads up to `end`, saturated; leaves `text` behind the number.
+/// What atoi reads up to `end`, saturated, without a plus sign, which separates; leaves `text` behind the number.
 int readNumber(const char*& text, const char* end)
 {
-    constexpr std::int64_t bound = std::int64_t{1} << 31;
     while (text != end && isBlank(*text))
         ++text;
-    const bool negative = text != end && *text == '-';
-    if (negative)
-        ++text;
-    std::int64_t value = 0;
-    for (; text != end && *text >= '0' && *text <= '9'; ++text)
-        value = std::min(value * 10 + (*text - '0'), bound);
-    return static_cast<int>(negative ? -value : std::min(value, bound - 1));
+    const std::string_view rest(text, static_cast<std::size_t>(end - text));
+    std::size_t length = 0;
+    const int number = rest.starts_with('+') ? 0 : CoInteger::read<int>(rest, length);
+    text += length;
+    return number;
 }
 
 using Fields = std::array<int, 4>; // hours, minutes, seconds, frames

@@ -4,6 +4,7 @@
 
 #include "dmUtf8.h"
 
+#include <CoInteger.h>
 #include <CoNumber.h>
 
 #include <rapidjson/error/en.h>
@@ -11,7 +12,6 @@
 #include <rapidjson/writer.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -28,11 +28,7 @@ namespace
 template <class Integer>
 std::optional<Integer> toInteger(std::string_view number)
 {
-    Integer integer = 0;
-    const char* const end = number.data() + number.size();
-    const std::from_chars_result result = std::from_chars(number.data(), end, integer);
-    const bool isWhole = result.ec == std::errc() && result.ptr == end && number != "-0";
-    return isWhole ? std::optional(integer) : std::nullopt;
+    return number == "-0" ? std::nullopt : DM::CoInteger::whole<Integer>(number);
 }
 
 /// None for what is too large, and for the library's NaN with a fraction or an exponent.

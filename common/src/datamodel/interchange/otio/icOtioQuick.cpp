@@ -6,6 +6,7 @@
 #include "CoUtf8.h"
 #include "dmUtf8.h"
 
+#include <CoInteger.h>
 #include <CoNumber.h>
 
 #include <array>
@@ -331,11 +332,8 @@ std::optional<unsigned> QuickParser::unit(const char*& from, const char* end)
     constexpr std::ptrdiff_t size = 6;
     if (end - from < size || from[0] != '\\' || from[1] != 'u')
         return std::nullopt;
-    unsigned value = 0;
-    const std::from_chars_result read = std::from_chars(from + 2, from + size, value, 16);
-    if (read.ec != std::errc() || read.ptr != from + size)
-        return std::nullopt;
-    from += size;
+    const std::optional<unsigned> value = DM::CoInteger::whole<unsigned>({from + 2, size - 2}, 16);
+    from += value ? size : 0;
     return value;
 }
 

@@ -4,12 +4,13 @@
 #include "dmMatchImp.h"
 #include "dmTreeJsonBuilder.h"
 
+#include "CoInteger.h"
+
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
 #include <algorithm>
 #include <bit>
-#include <charconv>
 #include <unordered_map>
 
 namespace dmCompare
@@ -171,11 +172,10 @@ Value* valueAt(Value& top, std::string_view pointer)
         pointer.remove_prefix(step.size());
         if (at->IsArray())
         {
-            json::SizeType index = 0;
-            const auto [end, error] = std::from_chars(step.data(), step.data() + step.size(), index);
-            if (error != std::errc() || end != step.data() + step.size() || index >= at->Size())
+            const std::optional<json::SizeType> index = DM::CoInteger::whole<json::SizeType>(step);
+            if (!index || *index >= at->Size())
                 return nullptr;
-            at = &(*at)[index];
+            at = &(*at)[*index];
         }
         else if (at->IsObject())
         {

@@ -8,6 +8,8 @@
 #include "dmStoredLabel.h"
 #include "dmUtf8.h"
 
+#include "CoInteger.h"
+
 #include <algorithm>
 #include <map>
 
@@ -394,7 +396,7 @@ private:
                 return leave(piece, path, "the shot in front is not there");
             const std::string_view step = lastStep(place);
             path = place.substr(0, place.size() - step.size() - 1);
-            at = static_cast<json::SizeType>(std::stoul(std::string(step))) + piece["distance"].GetUint();
+            at = DM::CoInteger::whole<json::SizeType>(step).value_or(0) + piece["distance"].GetUint();
         }
         Value* const list = valueAt(_document, path);
         if (!list || !list->IsArray() || at > list->Size())

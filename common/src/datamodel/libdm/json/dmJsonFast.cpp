@@ -9,9 +9,11 @@
 #include "dmUtf8.h"
 #include "dmVersion.h"
 
+#include "CoInteger.h"
+#include "CoNumber.h"
+
 #include <algorithm>
 #include <bit>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <emmintrin.h>
@@ -419,8 +421,9 @@ bool FastReader::integer(int& value)
     Number number{};
     if (!take(':') || (peek(), !digits(number)) || !number.isInteger)
         return false;
-    const char* const end = number.text.data() + number.text.size();
-    return std::from_chars(number.text.data(), end, value).ec == std::errc();
+    const std::optional<int> whole = DM::CoInteger::whole<int>(number.text);
+    value = whole.value_or(value);
+    return whole.has_value();
 }
 
 /// Behind a class's name and its colon.
@@ -568,9 +571,9 @@ bool FastReader::number(const DmPropertyDef& def, T& value)
             return false;
         if (!number.isExact)
         {
-            const char* const end = number.text.data() + number.text.size();
-            return std::from_chars(number.text.data(), end, value) == std::from_chars_result{end, std::errc()} &&
-                   isMeant(def, value);
+            const std::optional<T> whole = DM::CoInteger::whole<T>(number.text);
+            value = whole.value_or(value);
+            return whole && isMeant(def, value);
         }
         if (number.isNegative && std::is_unsigned_v<T>)
             return false;
@@ -689,15 +692,23 @@ bool FastReader::element(T& value)
         Text text{};
         if (!string(text) || text.raw.empty() || (!isDigit(text.raw[0]) && text.raw[0] != '-'))
             return false;
-        const char* const end = text.raw.data() + text.raw.size();
-        const std::from_chars_result result = std::from_chars(text.raw.data(), end, value);
-        if (result.ec != std::errc() || result.ptr != end)
-            return false;
         if constexpr (std::is_floating_point_v<T>) // spellings that only one of the two ways takes
-            return std::isfinite(value) && value != 0 && isDigit(end[-1]) &&
+        {
+            std::size_t length = 0;
+            if constexpr (std::same_as<T, float>)
+                value = DM::CoNumber::readFloat(text.raw, length);
+            else
+                value = DM::CoNumber::read(text.raw, length);
+            return length == text.raw.size() && std::isfinite(value) && value != 0 && isDigit(text.raw.back()) &&
                    text.raw.find_first_not_of("-.0123456789e+") == text.raw.npos &&
                    text.raw.find("-.") == text.raw.npos;
-        return true;
+        }
+        else
+        {
+            const std::optional<T> whole = DM::CoInteger::whole<T>(text.raw);
+            value = whole.value_or(value);
+            return whole.has_value();
+        }
     }
 }
 

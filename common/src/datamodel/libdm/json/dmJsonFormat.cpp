@@ -4,6 +4,7 @@
 #include "dmUtf8.h"
 #include "dmVersion.h"
 
+#include "CoInteger.h"
 #include "CoNumber.h"
 
 #include <charconv>
@@ -75,12 +76,9 @@ std::string_view dmJson::canonicalNumber(std::string_view text, char (&buffer)[n
 {
     if (isInteger(text))
     {
-        const char* const end = text.data() + text.size();
-        std::int64_t number = 0;
-        std::uint64_t large = 0;
-        if (std::from_chars(text.data(), end, number).ec == std::errc())
-            return number == 0 ? "0" : text;
-        if (std::from_chars(text.data(), end, large).ec == std::errc())
+        if (const std::optional<std::int64_t> number = DM::CoInteger::whole<std::int64_t>(text))
+            return *number == 0 ? "0" : text;
+        if (DM::CoInteger::whole<std::uint64_t>(text))
             return text;
     }
     double value = 0;

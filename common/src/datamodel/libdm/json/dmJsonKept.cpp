@@ -5,9 +5,9 @@
 #include "dmPropertyText.h"
 #include "dmUtf8.h"
 
+#include "CoInteger.h"
 #include "CoUtf8.h"
 
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -36,12 +36,7 @@ bool isSame(std::string_view number, T stored)
         return !vanished && parseDouble(number, value) && std::fabs(value) <= std::numeric_limits<T>::max();
     }
     else if (isInteger(number))
-    {
-        T exact = 0;
-        const char* const end = number.data() + number.size();
-        const std::from_chars_result result = std::from_chars(number.data(), end, exact);
-        return number == "-0" ? stored == 0 : result.ec == std::errc() && result.ptr == end && exact == stored;
-    }
+        return number == "-0" ? stored == 0 : DM::CoInteger::whole<T>(number) == stored;
     else
         return parseDouble(number, value) && static_cast<long double>(value) == static_cast<long double>(stored);
 }

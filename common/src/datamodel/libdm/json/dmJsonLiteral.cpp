@@ -10,11 +10,11 @@
 #include "dmUtf8.h"
 #include "dmVersion.h"
 
+#include "CoInteger.h"
 #include "CoUtf8.h"
 #include "zrAssert.h"
 
 #include <algorithm>
-#include <charconv>
 #include <memory>
 #include <optional>
 #include <unordered_map>
@@ -68,8 +68,9 @@ constexpr FaultText faultTexts[] = {
 bool toInt(const Value& value, int& number)
 {
     const std::string_view text = value.kind() == Parsed::Number ? value.raw() : std::string_view();
-    const std::from_chars_result result = std::from_chars(text.data(), text.data() + text.size(), number);
-    return !text.empty() && result.ec == std::errc() && result.ptr == text.data() + text.size();
+    const std::optional<int> whole = DM::CoInteger::whole<int>(text);
+    number = whole.value_or(number);
+    return whole.has_value();
 }
 
 /// The two numbers of a version, each as it stands last; none when one is missing.

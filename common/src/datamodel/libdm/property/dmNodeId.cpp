@@ -1,6 +1,7 @@
 #include "dmNodeId.h"
 
-#include <charconv>
+#include "CoInteger.h"
+
 #include <cwchar>
 #include <string>
 
@@ -12,17 +13,9 @@ constexpr std::uint64_t largestPacked = ~std::uint64_t{0} >> 1;
 /// The decimal number that a text begins with; 0 when it begins with none, the largest when it is too large.
 std::uint64_t numberAt(std::wstring_view text)
 {
-    char digits[24];
-    std::size_t count = 0;
-    while (count < text.size() && count < sizeof(digits) && text[count] >= L'0' && text[count] <= L'9')
-    {
-        digits[count] = static_cast<char>(text[count]);
-        ++count;
-    }
-    std::uint64_t number = 0;
-    if (std::from_chars(digits, digits + count, number).ec == std::errc::result_out_of_range)
-        number = ~std::uint64_t{0};
-    return number;
+    std::size_t length = 0;
+    const bool hasSign = text.starts_with(L'-') || text.starts_with(L'+');
+    return hasSign ? 0 : DM::CoInteger::read<std::uint64_t>(text, length);
 }
 
 } // namespace

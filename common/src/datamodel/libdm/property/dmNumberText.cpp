@@ -2,6 +2,7 @@
 
 #include "dmPropertyType.h"
 
+#include "CoInteger.h"
 #include "CoNumber.h"
 
 #include <algorithm>
@@ -34,34 +35,6 @@ std::basic_string_view<Char> withoutBlanks(std::basic_string_view<Char> text)
         ++i;
     text.remove_prefix(i);
     return text;
-}
-
-/// A saturated value for what no 64-bit number holds; negative numbers wrap for unsigned types, as strtoull has it.
-template <class T, class Char>
-T parseInteger(std::basic_string_view<Char> text)
-{
-    constexpr auto largest = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
-    std::size_t i = 0;
-    bool negative = false;
-    if (!text.empty() && (text[0] == '-' || text[0] == '+'))
-    {
-        negative = text[0] == '-';
-        i = 1;
-    }
-    const std::uint64_t limit = negative && std::is_signed_v<T> ? largest + 1 : largest;
-    std::uint64_t value = 0;
-    for (; i < text.size() && isDigit(text[i]); ++i)
-    {
-        const auto digit = static_cast<std::uint64_t>(text[i] - '0');
-        if (value > (limit - digit) / 10)
-        {
-            if (negative && std::is_signed_v<T>)
-                return std::numeric_limits<T>::min();
-            return std::numeric_limits<T>::max();
-        }
-        value = value * 10 + digit;
-    }
-    return static_cast<T>(negative ? std::uint64_t{0} - value : value);
 }
 
 template <class T>
@@ -197,7 +170,10 @@ T parse(std::basic_string_view<Char> text)
     else if constexpr (std::is_floating_point_v<T>)
         return parseFloating<T>(text);
     else
-        return parseInteger<T>(text);
+    {
+        std::size_t length = 0;
+        return DM::CoInteger::read<T>(text, length);
+    }
 }
 
 // Every number type that a property is stored as, from wide text and from UTF-8.
