@@ -356,9 +356,9 @@ void Cut::addFile(const Sequence& sequence, const Track& track, const Item& item
     const std::string key = keyOf(segment, hint);
     if (key.empty())
         return;
-    _fileKeys[&segment] = key;
     const auto [found, isNew] = _files.try_emplace(key);
     File& file = found->second;
+    _filesOf[&segment] = &file;
     if (isNew && !hint.media.empty() && _takenFiles.insert(hint.media).second)
         file.id = hint.media;
     else if (isNew)
@@ -435,8 +435,8 @@ const std::string& Cut::idOf(const DmSegmentNode& segment) const
 
 const File* Cut::fileOf(const DmSegmentNode& segment) const
 {
-    const auto key = _fileKeys.find(&segment);
-    return key == _fileKeys.end() ? nullptr : &_files.at(key->second);
+    const auto found = _filesOf.find(&segment);
+    return found == _filesOf.end() ? nullptr : found->second;
 }
 
 const std::vector<Linked>* Cut::linksOf(const DmSegmentNode& segment) const

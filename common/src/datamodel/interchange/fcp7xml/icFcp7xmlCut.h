@@ -178,7 +178,7 @@ private:
     std::unordered_map<const DmTreeNode*, const DmCompositionNode*> _insides; ///< of equal ones, the first
     std::unordered_map<const DmTreeNode*, std::string> _ids;
     std::map<std::string, File> _files;
-    std::unordered_map<const DmTreeNode*, std::string> _fileKeys;
+    std::unordered_map<const DmTreeNode*, const File*> _filesOf;
     std::set<const DmTreeNode*> _definers;
     std::map<std::pair<const DmCompositionNode*, std::string>, std::vector<Linked>> _links;
     std::unordered_map<const DmTreeNode*, const std::vector<Linked>*> _linksOf;

@@ -183,6 +183,8 @@ private:
     void link(Stage& stage);
     void keepForms(DmRoot& root);
     void keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways);
+    /// Lets go of an item whose form is kept: what the parser has of it takes as much memory as the form that it left.
+    void drop(const DmTreeNode& node, pugi::xml_node element);
 
     const ParsedXml& _xml;
     const Options& _options;
@@ -1056,6 +1058,18 @@ void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain,
     require(setLeftover(node, leftoverType, form));
 }
 
+void Maker::drop(const DmTreeNode& node, pugi::xml_node element)
+{
+    // Others may refer to what it defines.
+    const auto isDefinition = [](pugi::xml_node each)
+    { return each.first_child() && (isNamed(each, "file") || isNamed(each, "sequence")); };
+    if (element.find_node(isDefinition))
+        return;
+    _nodes.erase(element.internal_object());
+    _elements.erase(&node);
+    element.parent().remove_child(element);
+}
+
 void Maker::keepForms(DmRoot& root)
 {
     const Cut cut(root, DM::FCM_NOT_DEFINED, &_hints);
@@ -1072,6 +1086,9 @@ void Maker::keepForms(DmRoot& root)
             const auto ofTrack = _elements.find(track.node);
             if (ofTrack == _elements.end())
                 continue;
+            // In the track's form it says where the items stand.
+            const pugi::xml_node firstItem = ofTrack->second.find_child(
+                [this](pugi::xml_node child) { return _nodes.contains(child.internal_object()); });
             for (const Item& item : track.items)
             {
                 const DmTreeNode* const node = item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix;
@@ -1099,6 +1116,8 @@ void Maker::keepForms(DmRoot& root)
                 if (const auto* const container = dynamic_cast<const DmContainerNode*>(item.segment))
                     if (const DmCompositionNode* const inside = cut.insideOf(*container))
                         self(self, *cut.find(inside), files);
+                if (found->second != firstItem)
+                    drop(*node, found->second);
             }
             pugi::xml_document scratch;
             keep(const_cast<DmTrackNode&>(*track.node), ofTrack->second, plain.track(scratch, sequence, track), false);
