@@ -112,10 +112,7 @@ std::vector<Note> Keep::take(DmTreeNode& node, const Value& object, const Value*
 
 bool Keep::keepUsual(DmSourceNode& node, const Value& object, Trim trim, const std::vector<Note>& notes)
 {
-    const DmSourceNode::Input* const input = node.getSrcInput();
-    const double base = input ? materialOf(*input, _items.fps()).start : 0.0;
-    const std::optional<std::string> leftover =
-        usualLeftover(object, node, sourceRangeOf(node, trim, node.getRecLength(), base, 1), notes, _items.fps());
+    const std::optional<std::string> leftover = usualLeftover(object, node, trim, notes, _items.fps());
     if (leftover && !leftover->empty())
         static_cast<void>(setLeftover(node, leftoverType, *leftover)); // a host's set may end the chain
     return leftover.has_value();

@@ -154,10 +154,11 @@ private:
         {
             auto [value, sound] = open.back();
             open.pop_back();
-            if (isTrack(schemaOf(value)) && textOf(value, "kind") == "Audio")
+            const std::string_view schema = schemaOf(value);
+            if (isTrack(schema) && textOf(value, "kind") == "Audio")
                 sound = true;
             const Value* range = member(value, "source_range");
-            if (!range && schemaOf(value) == "Clip")
+            if (!range && schema == "Clip")
                 range = member(mediaOf(*value), "available_range");
             if (const Value* const length = member(range, "duration"); length && !sound)
                 note(*length);

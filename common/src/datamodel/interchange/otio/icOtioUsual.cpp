@@ -3,6 +3,7 @@
 #include "icOtioMatch.h"
 #include "icOtioOwn.h"
 #include "icPath.h"
+#include "icText.h"
 #include "icTree.h"
 
 #include "dmUtf8.h"
@@ -54,12 +55,28 @@ bool isRangeOf(const Value* value, Items::Range range, double fps)
     return start && length && isTimeOf(*start, fps, range.start) && isTimeOf(*length, fps, range.length);
 }
 
+/// Of most paths the URL is what stands behind "file://", as it stands.
 bool isUrlOf(const Value* value, const DmString& path)
 {
-    return value && value->IsString() && urlOfPath(dmUtf8(path)) == text(value);
+    constexpr std::string_view scheme = "file://";
+    constexpr std::string_view others = "/-._~";
+    if (!value || !value->IsString())
+        return false;
+    const std::string_view said = text(value);
+    const std::wstring_view kept = path.view();
+    bool isPlain = said.starts_with(scheme) && said.size() - scheme.size() == kept.size() && kept.starts_with(L'/') &&
+                   kept.find(L':') == kept.npos;
+    for (std::size_t i = 0; isPlain && i < kept.size(); ++i)
+    {
+        const char c = said[scheme.size() + i];
+        const bool isSame = isDigit(c) || (toUpper(c) >= 'A' && toUpper(c) <= 'Z') || others.find(c) != others.npos;
+        isPlain = isSame && static_cast<wchar_t>(c) == kept[i];
+    }
+    return isPlain || urlOfPath(dmUtf8(path)) == said;
 }
 
-bool isReferenceOf(const Value& reference, const DmSourceNode::MediaInput& input, const DmSourceInfo& info, double fps)
+bool isReferenceOf(const Value& reference, const DmSourceNode::MediaInput& input, const DmSourceInfo& info,
+                   Items::Range material, double fps)
 {
     const std::string_view schema = referenceSchema(input);
     const bool isFile = schema == "ExternalReference.1";
@@ -73,7 +90,7 @@ bool isReferenceOf(const Value& reference, const DmSourceNode::MediaInput& input
         (isFile && !isUrlOf(memberOrNull(reference, "target_url"), info.getPath())))
         return false;
     const Value* const said = memberOrNull(reference, "available_range");
-    const std::optional<Items::Range> available = availableRangeOf(input, materialOf(input, fps));
+    const std::optional<Items::Range> available = availableRangeOf(input, material);
     return available ? isRangeOf(said, *available, fps) : said && said->IsNull();
 }
 
@@ -134,58 +151,56 @@ void append(std::string& out, const Value& value)
         appendJson(out, value);
 }
 
-/// {"added":{...}} of the members for which `isAdded` holds; nothing without any.
+/// "added":{...} of the members for which `isAdded` holds, with `before` in front; nothing without any.
 template <class IsAdded>
-std::string added(const Value& object, IsAdded&& isAdded)
+bool appendAdded(std::string& out, std::string_view before, const Value& object, IsAdded&& isAdded)
 {
-    constexpr std::string_view begin = R"("added":{)";
-    std::string out;
+    bool hasAny = false;
     for (const auto& each : object.GetObject())
     {
         if (!isAdded(text(&each.name)))
             continue;
-        if (out.empty())
-            out.append(begin);
-        else
+        if (hasAny)
             out += ',';
+        else
+            out.append(before).append(R"("added":{)");
+        hasAny = true;
         append(out, each.name);
         out += ':';
         append(out, each.value);
     }
-    if (!out.empty())
+    if (hasAny)
         out += '}';
-    return out;
+    return hasAny;
 }
 
 /// What a clip's metadata says beyond reel and comments: {"inside":{"metadata":...}}, or nothing.
-std::optional<std::string> leftoverOf(const Value& metadata, const DmSourceInfo& info, const std::vector<Note>& notes)
+std::optional<std::string> leftoverOf(const Value& metadata, const DmSourceInfo& info, Shown shown)
 {
-    const Shown shown = shownOf(notes);
+    constexpr std::size_t usualSize = 192;
+    constexpr std::string_view begin = R"({"inside":{"metadata":{)";
     const bool hasReel = !info.getReelName().empty();
     const bool isShown = hasReel || shown == Shown::All;
-    std::string ofList;
+    std::string out;
+    out.reserve(usualSize);
     if (isShown)
     {
         const Value* const list = memberOrNull(metadata, "cmx_3600");
         if (!list || !isUsualMetadata(*list) || (hasReel && !isTextOf(memberOrNull(*list, "reel"), info.getReelName())))
             return std::nullopt;
-        ofList = added(*list, [&](std::string_view name)
-                       { return !(hasReel && name == "reel") && !(shown == Shown::All && name == "comments"); });
+        const auto isAdded = [&](std::string_view name)
+        { return !(hasReel && name == "reel") && !(shown == Shown::All && name == "comments"); };
+        if (appendAdded(out, R"({"inside":{"metadata":{"inside":{"cmx_3600":{)", *list, isAdded))
+            out += "}}";
     }
-    const std::string rest = added(metadata, [&](std::string_view name) { return !isShown || name != "cmx_3600"; });
-    if (ofList.empty() && rest.empty())
-        return std::string();
-    std::string out = R"({"inside":{"metadata":{)";
-    if (!ofList.empty())
-        out.append(R"("inside":{"cmx_3600":{)").append(ofList).append("}}");
-    if (!ofList.empty() && !rest.empty())
-        out += ',';
-    return out.append(rest).append("}}}");
+    appendAdded(out, out.empty() ? begin : ",", metadata,
+                [&](std::string_view name) { return !isShown || name != "cmx_3600"; });
+    return out.empty() ? out : out.append("}}}");
 }
 
 } // namespace
 
-std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& node, Items::Range played,
+std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& node, Trim trim,
                                          const std::vector<Note>& notes, double fps)
 {
     const auto* const input = as<DmSourceNode::MediaInput>(node.getSrcInput());
@@ -193,10 +208,13 @@ std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& 
     const Value* const metadata = memberOrNull(clip, "metadata");
     const Value* const enabled = memberOrNull(clip, "enabled");
     const Value* const references = memberOrNull(clip, "media_references");
+    const Shown shown = shownOf(notes);
     if (!info || !metadata || !enabled || !enabled->IsBool() || !references || !references->IsObject() ||
         references->MemberCount() != 1 || clip.MemberCount() != membersOfClip || !isUsualMetadata(*metadata) ||
-        shownOf(notes) == Shown::Some)
+        shown == Shown::Some)
         return std::nullopt;
+    const Items::Range material = materialOf(*input, fps);
+    const Items::Range played = sourceRangeOf(node, trim, node.getRecLength(), material.start, 1);
     const auto& reference = *references->MemberBegin();
     const bool isUsual = isText(memberOrNull(clip, schemaKey), "Clip.2") &&
                          isEmptyList(memberOrNull(clip, "effects")) && isEmptyList(memberOrNull(clip, "markers")) &&
@@ -205,8 +223,8 @@ std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& 
                          isText(memberOrNull(clip, "active_media_reference_key"), "DEFAULT_MEDIA") &&
                          text(&reference.name) == "DEFAULT_MEDIA" && reference.value.IsObject() &&
                          isRangeOf(memberOrNull(clip, "source_range"), played, fps) &&
-                         isReferenceOf(reference.value, *input, *info, fps);
-    return isUsual ? leftoverOf(*metadata, *info, notes) : std::nullopt;
+                         isReferenceOf(reference.value, *input, *info, material, fps);
+    return isUsual ? leftoverOf(*metadata, *info, shown) : std::nullopt;
 }
 
 } // namespace interchange::otio

@@ -18,8 +18,8 @@ namespace interchange::otio
 {
 
 /// The leftover, empty for nothing; none where the clip is not a usual one. `node`: as it was read, with nothing of our
-/// own; `played`: what its source range would say; `notes`: those among its metadata; `fps`: of the composition.
-std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& node, Items::Range played,
+/// own; `notes`: those among its metadata; `fps`: of the composition.
+std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& node, Trim trim,
                                          const std::vector<Note>& notes, double fps);
 
 } // namespace interchange::otio
