@@ -73,6 +73,9 @@ unsigned others(__m128i bytes, char c)
 constexpr double powersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                   1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
+/// So many digits are no more than 64 bits hold.
+constexpr unsigned mostDigits = 18;
+
 constexpr std::uint64_t wholePowersOfTen[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
 
 /// How many digits stand there, of 16 that are looked at.
@@ -297,7 +300,7 @@ bool FastReader::digits(Number& number)
     {
         number.isInteger = false;
         number.decimals = digitsAt(++at);
-        if (number.decimals == 0 || whole + number.decimals > 16 || isDigit(at[number.decimals]))
+        if (number.decimals == 0 || whole + number.decimals > mostDigits || isDigit(at[number.decimals]))
             return digitsOneByOne(number);
         unsigned rest = number.decimals;
         if (rest > 8)
@@ -343,7 +346,7 @@ bool FastReader::digitsOneByOne(Number& number)
             count += number.decimals;
             isNumber = isNumber && number.decimals > 0;
         }
-        number.isExact = count <= 18; // no 64-bit number overflows
+        number.isExact = count <= mostDigits;
         if (*at == 'e' || *at == 'E')
         {
             number.isInteger = false;
