@@ -155,7 +155,7 @@ double secondsToImportFromMemory(const Sample& sample)
 double secondsToRelease(const Sample& sample)
 {
     CoSharedPtr<DmRoot> root = open(sample.file);
-    return secondsOf(sample, [&] { root.reset(); });
+    return zrRatio::secondsOf([&] { root.reset(); });
 }
 
 double secondsToParse(const Sample& sample)
