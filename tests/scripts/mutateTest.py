@@ -19,7 +19,7 @@ loader.exec_module(mutate)
 MISTAKES = [
     ("if (a < b && !c)", "", "",
      ["if ((M ? (a <= b) : (a < b)) && !c)", "if ((M ? (a >= b) : (a < b)) && !c)",
-      "if ((M ? (a < b || !c) : (a < b && !c)))", "if (a < b && (M ? (c) : (!c)))",
+      "if ((M ? (a < b || !c) : (a < b && !c)))", "if (a < b && (M ? (!!c) : (!c)))",
       "if ((M ? (!(a < b && !c)) : (a < b && !c)))"]),
     ("while (const int n = next(); n != 10)", "", "",
      ["while (const int n = next(); (M ? (n == 10) : (n != 10)))", "while (const int n = next(); (M ? (n != 11) : (n != 10)))"]),
