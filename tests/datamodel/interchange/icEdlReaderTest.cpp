@@ -245,12 +245,6 @@ TEST(EdlReader, ReadsLocatorsWithAndWithoutColour)
     EXPECT_TRUE(std::ranges::equal(list.markersOf(list.events[0]), expected));
 }
 
-TEST(EdlReader, AddsRoutedAudioToTheEvent)
-{
-    const EdlList list = readClean(eventLine("001 A A/V C") + "AUD  3    4\n" + "AUD 12\n");
-    EXPECT_EQ(list.events[0].channels.audio, channel(1) | channel(3) | channel(4) | channel(12));
-}
-
 TEST(EdlReader, CountsDropFrameAsTheListSays)
 {
     // Of 00:01:00:02 on every side of the last event, as drop (1800) or non-drop (1802) frame.
@@ -342,13 +336,4 @@ TEST(EdlReader, CountsThroughMidnight)
     EXPECT_EQ(list.events[2].record, (EdlRange{day - 25, day}));
     EXPECT_EQ(list.events[3].record, (EdlRange{day + 50, day + 75}));
     EXPECT_EQ(list.markersOf(list.events[3])[0].at, day + 60);
-}
-
-TEST(EdlReader, KnowsTheReelsThatAreNoTapes)
-{
-    const std::pair<const char*, EdlReelKind> cases[] = {{"BL", EdlReelKind::Black},  {"black", EdlReelKind::Black},
-                                                         {"BARS", EdlReelKind::Bars}, {"AX", EdlReelKind::Tape},
-                                                         {"BL01", EdlReelKind::Tape}, {"", EdlReelKind::Tape}};
-    for (const auto& [reel, kind] : cases)
-        EXPECT_EQ(edlReelKind(reel), kind) << reel;
 }

@@ -4,6 +4,7 @@
 #include "icText.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 namespace interchange
@@ -69,6 +70,7 @@ struct TransitionCode
     EdlTransition transition;
     bool needsLength;
 };
+constexpr std::array<std::string_view, 6> transitionTexts{"C", "D", "W", "K B", "K", "K O"};
 constexpr std::array<TransitionCode, 7> transitionCodes{{{"C", EdlTransition::Cut, false},
                                                          {"D", EdlTransition::Dissolve, true},
                                                          {"K", EdlTransition::Key, false},
@@ -113,7 +115,76 @@ Wrong parseTransition(std::string_view& text, EdlEvent& event)
     return std::nullopt;
 }
 
+std::string threeDigits(std::uint32_t value)
+{
+    const std::string digits = std::to_string(value);
+    return std::string(3 - std::min<std::size_t>(3, digits.size()), '0') + digits;
+}
+
+/// Whether nearly all lines say it so, and so do we.
+bool isUsualSpelling(std::string_view channels, std::string_view transition)
+{
+    constexpr std::array<std::string_view, 5> usual{"V", "A", "AA", "AA/V", "B"};
+    return transition == "C" && std::ranges::find(usual, channels) != usual.end();
+}
+
+bool haveSameWords(std::string_view a, std::string_view b)
+{
+    while (!a.empty() && !b.empty())
+        if (takeFirstWord(a) != takeFirstWord(b))
+            return false;
+    return a.empty() && b.empty();
+}
+
 } // namespace
+
+std::string channelsText(EdlChannels channels)
+{
+    constexpr std::array<std::string_view, 4> audioTexts{"", "A", "A2", "AA"};
+    std::string text(audioTexts[channels.audio & 3]);
+    if (channels.video == 1 && text == "A")
+        return "B";
+    for (std::uint64_t rest = channels.video; rest != 0; rest &= rest - 1)
+    {
+        const int channel = std::countr_zero(rest) + 1;
+        text.append(text.empty() ? "" : "/").append("V").append(channel == 1 ? "" : std::to_string(channel));
+    }
+    return text.empty() ? "NONE" : text;
+}
+
+std::string transitionText(const EdlEvent& event)
+{
+    std::string text(transitionTexts[static_cast<std::size_t>(event.transition)]);
+    if (event.transition == EdlTransition::Wipe)
+        text += threeDigits(event.wipePattern);
+    const bool hasLength = event.transitionLength != 0 || (event.isTransition() && !event.keyFades);
+    if (event.keyFades && hasLength)
+        text += " (F)";
+    constexpr std::size_t column = 5;
+    if (event.keyFades || hasLength)
+        text.append(text.size() + 1 < column ? column - text.size() : 1, ' ')
+            .append(hasLength ? threeDigits(event.transitionLength) : "(F)");
+    return text;
+}
+
+EdlSpelling spellingOf(const EdlEvent& event)
+{
+    constexpr std::uint64_t unrouted = 3; // the first two
+    std::string_view transition = event.spelling;
+    const std::string_view channels = takeFirstWord(transition);
+    const EdlChannels said = parseChannels(channels).value_or(EdlChannels{});
+    const std::uint64_t others = event.channels.audio & ~said.audio;
+    const bool saysChannels = !channels.empty() && said.video == event.channels.video &&
+                              (said.audio & ~event.channels.audio) == 0 && (others & unrouted) == 0;
+    EdlEvent read;
+    std::string_view rest = transition;
+    const bool saysTransition = !transition.empty() && !parseTransition(rest, read) && rest.empty() &&
+                                read.transition == event.transition && read.wipePattern == event.wipePattern &&
+                                read.keyFades == event.keyFades && read.transitionLength == event.transitionLength;
+    return {saysChannels ? std::string(channels) : channelsText(event.channels),
+            saysTransition ? std::string(transition) : transitionText(event),
+            saysChannels ? others : event.channels.audio & ~unrouted};
+}
 
 std::optional<std::string> parseEventLine(std::string_view line, EdlEventLine& read)
 {
@@ -122,16 +193,23 @@ std::optional<std::string> parseEventLine(std::string_view line, EdlEventLine& r
     if (!number)
         return "event number " + quoted(digits) + " is no number";
     read.event.number = *number;
+    constexpr std::size_t mostDigits = 99;
+    read.event.numberWidth = static_cast<std::uint8_t>(std::min(digits.size(), mostDigits));
     if (Wrong wrong = parseLabels(line, read))
         return wrong;
+    const char* const end = line.data() + line.size();
     if (Wrong wrong = parseTransition(line, read.event))
         return wrong;
+    const std::string_view transition = trimmed({line.data() + line.size(), end});
     const std::string_view channels = takeLastWord(line);
     const std::optional<EdlChannels> parsed = parseChannels(channels);
     if (!parsed)
         return channels.empty() ? "no channels" : quoted(channels) + " are no channels";
     read.event.channels = *parsed;
     read.event.reel = line;
+    if (!isUsualSpelling(channels, transition) &&
+        (channels != channelsText(*parsed) || !haveSameWords(transition, transitionText(read.event))))
+        read.event.spelling = {channels.data(), end};
     return std::nullopt;
 }
 
@@ -180,6 +258,7 @@ std::optional<EdlSpeedLine> parseSpeed(std::string_view text)
     if (!fps || !(std::fabs(*fps) <= fastest))
         return std::nullopt;
     read.fps = *fps;
+    read.number = word;
     read.reel = text;
     return read;
 }

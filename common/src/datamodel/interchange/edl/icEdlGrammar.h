@@ -33,10 +33,23 @@ std::optional<std::string> parseEventLine(std::string_view line, EdlEventLine& r
 /// for the next channel.
 std::optional<EdlChannels> parseChannels(std::string_view text);
 
+/// As we write them: channels without those of AUD lines, and what stands behind them in front of the time codes.
+std::string channelsText(EdlChannels channels);
+std::string transitionText(const EdlEvent& event);
+/// What an event's spelling says, where that still is so; the two texts above where it is not.
+struct EdlSpelling
+{
+    std::string channels;
+    std::string transition;
+    std::uint64_t routed = 0; ///< the audio channels that AUD lines are left to say
+};
+EdlSpelling spellingOf(const EdlEvent& event);
+
 /// What stands behind "M2": "REEL  FPS  TIMECODE", of which the first and the last may be missing.
 struct EdlSpeedLine
 {
     std::string_view reel;
+    std::string_view number; ///< the text of ...
     double fps = 0;
     std::optional<TimeLabel> at;
 };

@@ -15,6 +15,7 @@ namespace
 
 constexpr std::array<std::string_view, 6> transitionNames{"cut", "dissolve", "wipe", "key background",
                                                           "key", "key out"};
+constexpr std::array<std::string_view, 4> fcmLineNames{"", "unsaid", "said", "contrary"};
 
 /// Lines of "key: value".
 class Fields
@@ -71,6 +72,8 @@ void readField(EdlKept& kept, std::string_view key, std::string_view value)
         kept.position = position;
     else if (key == "number")
         set(kept.number, value);
+    else if (key == "digits")
+        set(kept.numberWidth, value);
     else if (key == "reel")
         kept.reel = value;
     else if (key == "long reel")
@@ -99,10 +102,15 @@ void readField(EdlKept& kept, std::string_view key, std::string_view value)
         kept.after = toNumber<std::int64_t>(value);
     else if (key == "speed reel")
         kept.speedReel = value;
+    else if (key == "spelled")
+        kept.spelling = value;
+    else if (key == "speed spelled")
+        kept.speedSpelling = value;
     else if (key == "fcm")
     {
-        kept.saysFcm = value == "said";
         kept.hasNoFcm = value == "none";
+        if (const auto* const named = std::ranges::find(fcmLineNames, value); named != fcmLineNames.end())
+            kept.fcmLine = static_cast<EdlFcmLine>(named - fcmLineNames.begin());
     }
     else if (key == "title")
         kept.isUntitled = value == "none";
@@ -152,6 +160,8 @@ eDmErrorId EdlKept::keepOn(DmTreeNode& node) const
     {
         fields.add("event", *position);
         fields.add("number", number);
+        if (numberWidth != 0)
+            fields.add("digits", numberWidth);
     }
     if (!reel.empty())
         fields.add("reel", std::string_view(reel));
@@ -184,8 +194,12 @@ eDmErrorId EdlKept::keepOn(DmTreeNode& node) const
         fields.add("after", *after);
     if (!speedReel.empty())
         fields.add("speed reel", std::string_view(speedReel));
-    if (saysFcm || hasNoFcm)
-        fields.add("fcm", std::string_view(hasNoFcm ? "none" : "said"));
+    if (!spelling.empty())
+        fields.add("spelled", std::string_view(spelling));
+    if (!speedSpelling.empty())
+        fields.add("speed spelled", std::string_view(speedSpelling));
+    if (fcmLine != EdlFcmLine::AsNeeded || hasNoFcm)
+        fields.add("fcm", hasNoFcm ? std::string_view("none") : fcmLineNames[static_cast<std::size_t>(fcmLine)]);
     if (isUntitled)
         fields.add("title", std::string_view("none"));
     if (hasOwnOrder)

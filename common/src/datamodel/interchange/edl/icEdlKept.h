@@ -26,19 +26,23 @@ struct EdlKept
 
     std::optional<std::uint32_t> position; ///< of the event in its list
     std::uint32_t number = 0;
+    std::uint8_t numberWidth = 0;                  ///< where it is not the usual one
     std::string reel;                              ///< as the list had it, where the model's name is none of a list's
     std::string longReel;                          ///< the model's name then, where it is another one
     std::string madeName;                          ///< the clip's, where no note names it
     EdlTransition transition = EdlTransition::Cut; ///< keys, and wipes of sound
     bool keyFades = false;                         ///< of those
-    bool saysFcm = false;                          ///< an FCM line stood before it that said nothing new
-    std::uint16_t wipePattern = 0;                 ///< of those
-    std::uint32_t transitionLength = 0;            ///< of those
-    EdlRange source;                               ///< as it was read ...
-    std::int64_t recordLength = -1;                ///< ... for this length on the record side; -1: not kept
+    EdlFcmLine fcmLine = EdlFcmLine::AsNeeded;
+    std::uint16_t wipePattern = 0;      ///< of those
+    std::uint32_t transitionLength = 0; ///< of those
+    EdlRange source;                    ///< as it was read ...
+    std::int64_t recordLength = -1;     ///< ... for this length on the record side; -1: not kept
     std::optional<EdlSpeed> speed;
     std::optional<double> plays; ///< the speed that the model had for it
     std::string speedReel;       ///< of the speed's own line, where that is another one
+    // As in EdlEvent
+    std::string spelling;
+    std::string speedSpelling;
     /// Of the line that a transition comes from: where, as the model said, the material in front of it ended.
     std::optional<std::int64_t> after;
 

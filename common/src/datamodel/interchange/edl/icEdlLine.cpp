@@ -136,7 +136,9 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const Part& part)
     if (kept)
     {
         line.event.number = kept->number;
-        line.event.saysFcm = kept->saysFcm;
+        line.event.numberWidth = kept->numberWidth;
+        line.event.fcmLine = kept->fcmLine;
+        line.spelling = kept->spelling;
         if (kept->transition != EdlTransition::Wipe)
         {
             line.event.transition = kept->transition;
@@ -315,6 +317,7 @@ void EdlLineMaker::setSpeed(EdlLine& line, double speed, const EdlKept* kept) co
     {
         line.event.speed = EdlSpeed{kept->speed->fps, 0};
         line.speedReel = kept->speedReel;
+        line.speedSpelling = kept->speedSpelling;
     }
     else if (std::isfinite(speed) && std::abs(speed - 1.0) > tolerance)
     {

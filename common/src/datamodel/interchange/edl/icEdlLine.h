@@ -36,6 +36,8 @@ struct EdlLine
     EdlEvent event; ///< with the texts beside it, until the list keeps them
     std::string reel;
     std::string speedReel;
+    std::string spelling;
+    std::string speedSpelling;
     std::string medium; ///< by which one clip on several channels is known
     std::vector<Note> notes;
     std::vector<Mark> marks;

@@ -44,10 +44,13 @@ double EdlList::speedOf(const EdlEvent& event) const
     return unevenness(fps / exact) < unevenness(fps / nominal) ? fps / exact : fps / nominal;
 }
 
-bool EdlList::hasOneFcm() const
+std::size_t EdlList::usualNumberWidth() const
 {
-    return std::ranges::all_of(events, [drop = DM::FcmUtil::isDropFrame(fcm)](const EdlEvent& event)
-                               { return event.sourceDrop == drop; });
+    constexpr std::size_t narrowest = 3;
+    std::uint32_t largest = 0;
+    for (const EdlEvent& event : events)
+        largest = std::max(largest, event.number);
+    return std::max(narrowest, std::to_string(largest).size());
 }
 
 EdlEvent& EdlList::addEvent(const EdlEvent& event)
@@ -87,8 +90,8 @@ bool operator==(const EdlList& a, const EdlList& b)
     const auto fields = [](const EdlEvent& event)
     {
         return std::tie(event.number, event.reel, event.channels, event.transition, event.sourceDrop, event.wipePattern,
-                        event.keyFades, event.saysFcm, event.transitionLength, event.source, event.record, event.speed,
-                        event.speedReel);
+                        event.keyFades, event.fcmLine, event.numberWidth, event.transitionLength, event.source,
+                        event.record, event.speed, event.speedReel, event.spelling, event.speedSpelling);
     };
     const auto sameLook = [](const Look* x, const Look* y) { return x && y ? *x == *y : x == y; };
     return a.title == b.title && a.isUntitled == b.isUntitled && a.hasNoFcm == b.hasNoFcm &&

@@ -55,6 +55,15 @@ enum class EdlTransition : std::uint8_t
     KeyOut         ///< K O: this source goes, the background stays
 };
 
+/// The FCM line in front of an event.
+enum class EdlFcmLine : std::uint8_t
+{
+    AsNeeded,  ///< where the source side counts otherwise than that of the event before
+    None,      ///< nor there: the labels say it
+    Repeating, ///< there too where it does not
+    Contrary   ///< saying otherwise than the labels, which hold
+};
+
 /// From the first frame to the one after the last.
 struct EdlRange
 {
@@ -110,16 +119,20 @@ struct EdlEvent
     std::string_view reel;
     EdlChannels channels;
     EdlTransition transition = EdlTransition::Cut;
-    bool sourceDrop = false;            ///< source times count in the list's drop-frame mode
-    std::uint16_t wipePattern = 0;      ///< SMPTE number of a wipe
-    bool keyFades = false;              ///< a key with "(F)"
-    bool saysFcm = false;               ///< an FCM line before it repeats what held already
+    bool sourceDrop = false;       ///< source times count in the list's drop-frame mode
+    std::uint16_t wipePattern = 0; ///< SMPTE number of a wipe
+    bool keyFades = false;         ///< a key with "(F)"
+    EdlFcmLine fcmLine = EdlFcmLine::AsNeeded;
+    std::uint8_t numberWidth = 0;       ///< of the number with its zeros, where that is not the usual one; 0: it is
     std::uint32_t transitionLength = 0; ///< frames, from the record in-time on
     EdlRange source;
     EdlRange record;
     std::optional<EdlSpeed> speed;
     std::string_view speedReel; ///< of the speed's line, where that is another one
-    std::int32_t look = -1;     ///< index into EdlList::looks; -1: none
+    // As they stood, where that is not as we write them
+    std::string_view spelling;      ///< channels and transition: "VA1A2 D 24"
+    std::string_view speedSpelling; ///< the number of the speed's line
+    std::int32_t look = -1;         ///< index into EdlList::looks; -1: none
     EdlRun notes;
     EdlRun markers;
 
@@ -137,7 +150,7 @@ public:
 
     std::string_view title;
     bool isUntitled = false;  ///< there is no title line
-    bool hasNoFcm = false;    ///< there is no FCM line
+    bool hasNoFcm = false;    ///< there is no FCM line in front of the events
     bool hasOwnOrder = false; ///< by reels and source times, say: not by record times
     /// Mode of the record side: of the list as a whole. It also gives the rate of every source.
     DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED;
@@ -163,8 +176,8 @@ public:
     {
         return {markers.data() + event.markers.first, event.markers.count};
     }
-    /// Whether all sources count as the record side does.
-    bool hasOneFcm() const;
+    /// How many digits its numbers have as a rule.
+    std::size_t usualNumberWidth() const;
     /// Null if it has none.
     const Look* lookOf(const EdlEvent& event) const { return event.look < 0 ? nullptr : &looks[event.look]; }
 

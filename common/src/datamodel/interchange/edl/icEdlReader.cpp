@@ -204,9 +204,9 @@ private:
     } _missing; ///< the lowest rate that has all labels
     bool _saidThatNothingDrops = false;
     bool _hasTitle = false;
-    std::uint32_t _marksBehind = 0; ///< the last event's notes
-    bool _hasFcm = false;
-    bool _saysFcm = false;           ///< again, behind the last event
+    std::uint32_t _marksBehind = 0;  ///< the last event's notes
+    bool _hasFcm = false;            ///< in front of the events
+    bool _saysFcm = false;           ///< once more, behind the last event
     std::string_view _written;       ///< of the keyword that is read: what stands before its text, where it is not ours
     bool _skipping = false;          ///< behind an event that was left out
     std::optional<bool> _recordDrop; ///< as the first FCM line or the first event says
@@ -278,7 +278,7 @@ bool Reader::read()
     _list.isUntitled = !_hasTitle;
     finishEvents();
     // By a title, an event or this line it is known to be a list.
-    _list.hasNoFcm = !_hasFcm && _list.hasOneFcm() && (_hasTitle || !_list.events.empty());
+    _list.hasNoFcm = !_hasFcm && (_hasTitle || !_list.events.empty());
     if (_list.events.empty() && !_hasTitle && !_recordDrop && !_report.hasErrors())
         _report.add(Report::Error, _lines.number(), "no event and no title up to the end: not a cut list");
     return true;
@@ -379,8 +379,8 @@ bool Reader::fcm(std::string_view text)
     if (!nonDrop && !equalsNoCase(word, "DROP") && !equalsNoCase(word, "DF"))
         return keep(quoted(word) + " is no frame-code mode");
     const bool drop = !nonDrop && canDrop();
-    _saysFcm = _hasFcm;
-    _hasFcm = true;
+    _saysFcm = _hasFcm || last();
+    _hasFcm = _hasFcm || !last();
     _sourceDrop = drop;
     if (!_recordDrop)
         _recordDrop = drop;
@@ -455,6 +455,10 @@ bool Reader::speed(std::string_view text)
     if (event.speed)
         return keep("a second speed for the event");
     event.speed = EdlSpeed{read->fps, at(event)};
+    std::string ours;
+    appendDecimal(ours, read->fps, 3, 1);
+    if (read->number != ours)
+        event.speedSpelling = read->number;
     event.speedReel = foreign;
     return true;
 }
@@ -563,7 +567,13 @@ void Reader::event(std::string_view line)
     if (isKey(event))
         warn("a key: only its source and its times are understood");
     const bool dropped = last() ? last()->sourceDrop : *_recordDrop;
-    event.saysFcm = std::exchange(_saysFcm, false) && event.sourceDrop == dropped;
+    const bool changes = event.sourceDrop != dropped;
+    if (!std::exchange(_saysFcm, false))
+        event.fcmLine = changes ? EdlFcmLine::None : EdlFcmLine::AsNeeded;
+    else if (*_sourceDrop != event.sourceDrop)
+        event.fcmLine = EdlFcmLine::Contrary;
+    else
+        event.fcmLine = changes ? EdlFcmLine::AsNeeded : EdlFcmLine::Repeating;
     _list.addEvent(event);
     _marksBehind = 0;
     _skipping = false;
@@ -645,6 +655,10 @@ bool Reader::settleTimes(EdlEventLine& read)
 
 void Reader::finishEvents()
 {
+    const std::size_t usual = _list.usualNumberWidth();
+    for (EdlEvent& event : _list.events)
+        if (event.numberWidth == usual)
+            event.numberWidth = 0;
     settleOrder();
     if (!_list.hasOwnOrder)
         checkNumbers();

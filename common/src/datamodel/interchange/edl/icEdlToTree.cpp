@@ -418,10 +418,13 @@ EdlKept TreeMaker::keptOf(const EdlEvent& event, Channel channel, std::uint32_t 
 {
     EdlKept kept = TreeMaker::kept(_list, event.notes);
     kept.position = position;
-    kept.saysFcm = event.saysFcm;
+    kept.fcmLine = event.fcmLine;
     kept.number = event.number;
+    kept.numberWidth = event.numberWidth;
     kept.speed = event.speed;
     kept.speedReel = event.speedReel;
+    kept.spelling = event.spelling;
+    kept.speedSpelling = event.speedSpelling;
     const bool isWipeOfSound = event.transition == EdlTransition::Wipe && channel.mediaType == DM_MEDIA_AUDIO;
     if (isKey(event) || event.transition == EdlTransition::KeyBackground || isWipeOfSound)
     {

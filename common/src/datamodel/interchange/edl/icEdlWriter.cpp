@@ -15,8 +15,6 @@ namespace interchange
 namespace
 {
 
-constexpr std::array<std::string_view, 6> transitionTexts{"C", "D", "W", "K B", "K", "K O"};
-
 class Writer
 {
 public:
@@ -27,25 +25,24 @@ public:
 
     std::string write()
     {
-        std::uint32_t largest = 0;
+        _usualWidth = _numberColumn = _list.usualNumberWidth();
         for (const EdlEvent& event : _list.events)
-            largest = std::max(largest, event.number);
-        _numberWidth = std::max<std::size_t>(3, std::to_string(largest).size());
+            _numberColumn = std::max(_numberColumn, std::size_t{event.numberWidth});
         _text.reserve(_list.events.size() * 200 + 100);
 
         if (!_list.isUntitled || !_list.title.empty())
             line("TITLE: ", _list.title);
-        _drop = DM::FcmUtil::isDropFrame(_list.fcm);
+        _drop = _saidDrop = DM::FcmUtil::isDropFrame(_list.fcm);
         if (!_list.hasNoFcm)
             fcm(_drop);
         line("* FRAME RATE: ", DM::FcmUtil::getFCMString(_list.fcm));
         notes(_list.notesOf(_list.headNotes), {});
         for (const EdlEvent& event : _list.events)
         {
-            if (event.sourceDrop != _drop || event.saysFcm)
-                fcm(event.sourceDrop);
-            eventLine(event);
-            audio(event.channels);
+            fcmOf(event);
+            const EdlSpelling spelling = spellingOf(event);
+            eventLine(event, spelling);
+            audio(spelling.routed);
             speed(event);
             look(event);
             notes(_list.notesOf(event), _list.markersOf(event));
@@ -81,7 +78,18 @@ private:
     void fcm(bool drop)
     {
         line("FCM: ", drop ? "DROP FRAME" : "NON-DROP FRAME");
-        _drop = drop;
+        _saidDrop = drop;
+    }
+
+    /// As it stood, where the event's labels or the line before say how it counts.
+    void fcmOf(const EdlEvent& event)
+    {
+        const bool labelsSay = event.sourceDrop || DM::FcmUtil::isDropFrame(_list.fcm);
+        const bool isSaid = event.fcmLine == EdlFcmLine::None && (labelsSay || event.sourceDrop == _saidDrop);
+        const bool isContrary = event.fcmLine == EdlFcmLine::Contrary && labelsSay;
+        if (isContrary || event.fcmLine == EdlFcmLine::Repeating || (event.sourceDrop != _drop && !isSaid))
+            fcm(event.sourceDrop != isContrary);
+        _drop = event.sourceDrop;
     }
 
     /// Marks stand where the notes have a place for them, the others behind.
@@ -134,29 +142,13 @@ private:
         _text.append(width - std::min(width, digits.size()), '0').append(digits);
     }
 
-    void eventLine(const EdlEvent& event)
+    void eventLine(const EdlEvent& event, const EdlSpelling& spelling)
     {
         const DM::FrameCodeModes sourceFcm = _list.sourceFcm(event);
-        column(_numberWidth + 1, [&] { number(event.number, _numberWidth); });
+        column(_numberColumn + 1, [&] { number(event.number, event.numberWidth ? event.numberWidth : _usualWidth); });
         column(8, [&] { event.reel.empty() ? void(_text.append("AX")) : oneLine(event.reel); });
-        column(5, [&] { channels(event.channels); });
-        column(4,
-               [&]
-               {
-                   _text.append(transitionTexts[static_cast<std::size_t>(event.transition)]);
-                   if (event.transition == EdlTransition::Wipe)
-                       number(event.wipePattern, 3);
-                   if (event.keyFades && event.transitionLength != 0)
-                       _text.append(" (F)");
-               });
-        column(3,
-               [&]
-               {
-                   if (event.keyFades && event.transitionLength == 0)
-                       _text.append("(F)");
-                   else if (event.isTransition() || event.transitionLength != 0)
-                       number(event.transitionLength, 3);
-               });
+        column(5, [&] { oneLine(spelling.channels); });
+        column(8, [&] { oneLine(spelling.transition); });
         column(11, [&] { appendTimeLabel(_text, event.source.in, sourceFcm); });
         column(11, [&] { appendTimeLabel(_text, event.source.out, sourceFcm); });
         column(11, [&] { appendTimeLabel(_text, event.record.in, _list.fcm); });
@@ -164,31 +156,8 @@ private:
         endLine();
     }
 
-    void channels(EdlChannels channels)
+    void audio(std::uint64_t rest)
     {
-        constexpr std::array<std::string_view, 4> audioTexts{"", "A", "A2", "AA"};
-        constexpr std::uint64_t first = 1;
-        const std::string_view audioText = audioTexts[channels.audio & 3];
-        if (channels.video == first && audioText == "A")
-        {
-            _text.append("B");
-            return;
-        }
-        std::string_view separator = audioText.empty() ? "" : "/";
-        _text.append(audioText);
-        for (std::uint64_t rest = channels.video; rest != 0; rest &= rest - 1)
-        {
-            const int channel = std::countr_zero(rest) + 1;
-            _text.append(separator).append("V").append(channel == 1 ? "" : std::to_string(channel));
-            separator = "/";
-        }
-        if (separator.empty())
-            _text.append("NONE");
-    }
-
-    void audio(EdlChannels channels)
-    {
-        std::uint64_t rest = channels.audio & ~std::uint64_t{3};
         if (rest == 0)
             return;
         _text.append("AUD");
@@ -208,7 +177,10 @@ private:
                [&]
                {
                    _text.append("      ");
-                   appendDecimal(_text, event.speed->fps, 3, 1);
+                   if (toNumber<double>(event.speedSpelling) == event.speed->fps)
+                       _text.append(event.speedSpelling);
+                   else
+                       appendDecimal(_text, event.speed->fps, 3, 1);
                });
         appendTimeLabel(_text, event.speed->at, _list.sourceFcm(event));
         endLine();
@@ -245,8 +217,10 @@ private:
 
     const EdlList& _list;
     std::string _text;
-    std::size_t _numberWidth = 3;
-    bool _drop = false;
+    std::size_t _usualWidth = 0;
+    std::size_t _numberColumn = 0;
+    bool _drop = false;     ///< the last event's source does
+    bool _saidDrop = false; ///< the last FCM line does
 };
 
 } // namespace

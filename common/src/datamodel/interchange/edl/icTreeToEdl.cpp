@@ -333,7 +333,8 @@ std::optional<EdlKept> ListMaker::keptOf(const DmTreeNode& node, EdlChannels cha
     {
         kept->position.reset();
         kept->number = 0;
-        kept->saysFcm = false;
+        kept->numberWidth = 0;
+        kept->fcmLine = EdlFcmLine::AsNeeded;
         kept->notes.clear();
     }
     return kept;
@@ -353,7 +354,9 @@ EdlLine ListMaker::outgoingLine(const Played& played, const Place& place, Edit& 
     if (kept && kept->after && (!played.previous || *kept->after != line.event.source.in))
     {
         line.event.number = kept->number;
-        line.event.saysFcm = kept->saysFcm;
+        line.event.numberWidth = kept->numberWidth;
+        line.event.fcmLine = kept->fcmLine;
+        line.spelling = kept->spelling;
         line.notes = kept->notes;
         std::erase_if(line.notes, [](const Note& note) { return isMarkOrLook(note.kind); });
         return line;
@@ -469,13 +472,20 @@ void ListMaker::settleOrder()
         return;
     std::ranges::stable_sort(_edits, {}, recordIn);
     std::uint32_t number = 0;
+    std::uint8_t width = 0; // the narrowest: of 1 to 10 it is 1
+    for (const Edit& edit : _edits)
+        if (const std::uint8_t own = edit.event().numberWidth; own != 0 && (width == 0 || own < width))
+            width = own;
     for (Edit& edit : _edits)
     {
         // A key has the number of its background.
         if (!edit.isKey || number == 0)
             ++number;
         for (EdlLine& line : edit.lines)
+        {
             line.event.number = number;
+            line.event.numberWidth = width;
+        }
     }
 }
 
@@ -519,17 +529,20 @@ EdlList ListMaker::written()
             if (!whole.empty() && !isSaid(whole))
                 line.notes.push_back({NoteKind::Reel, std::move(whole)});
             line.event.reel = list.keep(reel);
-            line.event.speedReel = line.speedReel.empty() ? std::string_view() : list.keep(std::move(line.speedReel));
+            const auto keep = [&list](std::string& text)
+            { return text.empty() ? std::string_view() : list.keep(std::move(text)); };
+            line.event.speedReel = keep(line.speedReel);
+            line.event.spelling = keep(line.spelling);
+            line.event.speedSpelling = keep(line.speedSpelling);
             list.addEvent(line.event);
             if (line.look)
                 list.look() = *line.look;
             for (Note& note : line.notes)
-                list.addNote(note.kind, list.keep(std::move(note.text)),
-                             note.written.empty() ? std::string_view() : list.keep(std::move(note.written)));
+                list.addNote(note.kind, list.keep(std::move(note.text)), keep(note.written));
             for (EdlLine::Mark& mark : line.marks)
                 list.addMarker({mark.at, mark.colour, list.keep(std::move(mark.text))});
         }
-    list.hasNoFcm = hasNoFcm && list.hasOneFcm();
+    list.hasNoFcm = hasNoFcm;
     return list;
 }
 
