@@ -475,7 +475,7 @@ TEST(EdlLoss, GivesReelsOneShortNameThroughout)
 TEST(EdlLoss, NamesWhatItLosesWithClipTrackTimeAndPlace)
 {
     const Cut cut;
-    const auto early = shot(L"A", DM_MEDIA_VIDEO, 10, 48, -34);
+    const auto early = shot(L"A", DM_MEDIA_VIDEO, -24, 48, 0);
     ok(early->setName(L"two\nlines"));
     ok(cut.composition->setName(L"untitled"));
     cut.add(1, DM_MEDIA_VIDEO, {shot(L"Z", DM_MEDIA_VIDEO, 0, 24, 0)});

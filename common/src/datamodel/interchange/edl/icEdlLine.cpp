@@ -237,7 +237,7 @@ double EdlLineMaker::materialStart(const DmSourceNode::Input* input, bool& drop)
 {
     double start = 0;
     if (const auto* const media = dynamic_cast<const DmSourceNode::MediaInput*>(input))
-        start = media->getSrcIn() > 0 ? media->getSrcIn() : media->getTapeSrcIn();
+        start = media->getSrcIn() != 0 ? media->getSrcIn() : media->getTapeSrcIn();
     else if (const auto* const derived = dynamic_cast<const DmSourceNode::DerivedInput*>(input))
         start = derived->getSrcIn();
     const DM::FrameCodeModes mode = input ? dmFcmFromText(input->getFcm()) : DM::FCM_NOT_DEFINED;
