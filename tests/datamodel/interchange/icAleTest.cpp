@@ -235,6 +235,22 @@ TEST(Ale, AnEditShowsAndTheRestStaysAsItWas)
              made.layer().removeChild(0);
          },
          "two\t02:00:00:00\t02:00:04:00\t0:4:00\tT2\tR2\t25.00\tB\n"},
+        {"ripple",
+         [](const Read& made)
+         {
+             EXPECT_EQ(made.source(0).setRecLength(75), DM_NO_ERROR);
+             EXPECT_EQ(made.source(1).setRecIn(75), DM_NO_ERROR);
+         },
+         "one\t1:00:00:00\t01:00:03:00\t\tT1\tR1\t25.00\tA\ntwo\t02:00:00:00\t02:00:04:00\t0:4:00\tT2\tR2\t25.00\tB\n"},
+        {"paste",
+         [](const Read& made)
+         {
+             const CoSharedPtr<DmTreeNode> copy = DmTreeTool::deepClone(CoSharedPtr<DmTreeNode>(&made.source(0)));
+             EXPECT_EQ(copy->asSegment()->setRecIn(200), DM_NO_ERROR);
+             made.layer().addChild(copy);
+         },
+         "one\t1:00:00:00\t01:00:04:00\t\tT1\tR1\t25.00\tA\ntwo\t02:00:00:00\t02:00:04:00\t0:4:00\tT2\tR2\t25.00\tB\n"
+         "one\t1:00:00:00\t01:00:04:00\t\tT1\tR1\t25.00\tA\n"},
         {"order", [](const Read& made) { EXPECT_EQ(made.source(0).setRecIn(300), DM_NO_ERROR); },
          "two\t02:00:00:00\t02:00:04:00\t0:4:00\tT2\tR2\t25.00\tB\none\t1:00:00:00\t01:00:04:00\t\tT1\tR1\t25.00\tA\n"},
         {"split",
@@ -341,16 +357,13 @@ TEST(Ale, ACutIsARowAMedium)
         messages,
         "x.ale: note: an ALE lists media: where, how fast and with which effects a cut plays them is not in it\n");
 
-    // What a seam of less than no length covers.
-    const Read slow = read("TITLE: X\nFCM: NON-DROP FRAME\n"
-                           "001  T1 V     C        10:00:10:00 10:00:12:00 01:00:00:00 01:00:02:00\n"
-                           "002  T2 V     C        10:00:00:00 10:00:01:00 01:00:02:00 01:00:04:00\n"
-                           "M2   T2       012.5                10:00:00:00\n",
+    // What a mix comes from that nothing in front of it plays.
+    const Read fade = read("TITLE: X\nFCM: NON-DROP FRAME\n"
+                           "001  T1 V     C        10:00:10:00 10:00:10:00 01:00:00:00 01:00:00:00\n"
+                           "001  T2 V     D    025 11:00:00:00 11:00:02:00 01:00:00:00 01:00:02:00\n",
                            options);
-    ASSERT_TRUE(slow.root) << slow.messages;
-    const std::string before = write(*slow.root);
-    EXPECT_EQ(slow.layer().getChild(1)->asTransition()->setRecLength(-10), DM_NO_ERROR);
-    EXPECT_EQ(write(*slow.root), before);
+    ASSERT_TRUE(fade.root) << fade.messages;
+    EXPECT_NE(write(*fade.root).find("T1\tV\t10:00:10:00\t10:00:11:00"), std::string::npos) << write(*fade.root);
 }
 
 TEST(Ale, FillsInWhatAListDoesNotSay)
@@ -372,7 +385,10 @@ TEST(Ale, FillsInWhatAListDoesNotSay)
                           "003  T3 V     C        12:00:00:00 12:00:01:00 01:00:03:00 01:00:04:00\n"
                           "* FROM CLIP NAME: Clip\n* SOURCE FILE: said\n"
                           "004  T4 V     C        13:00:00:00 13:00:01:00 01:00:04:00 01:00:05:00\n"
-                          "005  T5 V     C        14:59:59:00 15:00:01:00 01:00:05:00 01:00:07:00\n",
+                          "005  T5 V     C        14:59:59:00 15:00:01:00 01:00:05:00 01:00:07:00\n"
+                          "006  T9 V     C        15:00:00:00 15:00:01:00 01:00:07:00 01:00:08:00\n"
+                          "007  T5 V     C        15:00:59:00 15:01:00:00 01:00:08:00 01:00:09:00\n"
+                          "008  T5 V     D    025 15:00:02:00 15:00:04:00 01:00:09:00 01:00:11:00\n",
                           options);
     ASSERT_TRUE(cut.root) << cut.messages;
     const std::string messages = dmFindingsText("x.edl", fillMedia(*cut.root, *media.root));
@@ -385,6 +401,8 @@ TEST(Ale, FillsInWhatAListDoesNotSay)
     EXPECT_EQ(info(2).getPath(), L"/m/clip.mov");
     EXPECT_EQ(info(3).getPath(), L"");
     EXPECT_EQ(info(4).getPath(), L"") << "plays from before the row begins";
+    EXPECT_EQ(info(6).getPath(), L"") << "its dissolve plays what is behind the row's end";
+    EXPECT_EQ(info(7).getPath(), L"/m/late.mov");
     EXPECT_NE(messages.find("01:00:04:00: clips that two rows of a list of media fit"), std::string::npos) << messages;
     EXPECT_EQ(std::ranges::count(messages, '\n'), 1) << messages;
 }

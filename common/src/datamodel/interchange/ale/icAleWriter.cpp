@@ -3,6 +3,7 @@
 #include "icAleColumns.h"
 #include "icIds.h"
 #include "icMode.h"
+#include "icShown.h"
 #include "icText.h"
 #include "icTree.h"
 
@@ -10,7 +11,6 @@
 #include "dmContainerNode.h"
 #include "dmLayerNode.h"
 #include "dmMaterial.h"
-#include "dmPlayed.h"
 #include "dmReelNode.h"
 #include "dmSourceInput.h"
 #include "dmStoredLabel.h"
@@ -52,6 +52,11 @@ std::string clean(std::string text, Report& report)
     if (isChanged)
         report.lose(otherText);
     return text;
+}
+
+bool isSource(const DmTreeNode* node)
+{
+    return node && node->whatIs() == DM_SOURCE_NODE;
 }
 
 /// A row to be written.
@@ -97,7 +102,6 @@ private:
 
     void addMedia(const DmCompositionNode& composition, DM::FrameCodeModes fcm);
     void addMedium(const Place& place, const DmSegmentNode& segment);
-    static DmPlayedBeside beside(const Place& place);
 
     std::string freshHead(const DmCompositionNode& composition) const;
     std::string headOf(std::string_view text) const;
@@ -138,8 +142,9 @@ void Writer::forEachSegment(const DmCompositionNode& composition, DM::FrameCodeM
                 const Place place{composition, fcm, *track, *layer, n};
                 if (node)
                     visit(place, *node);
-                // A source that nothing plays of travels with a gap, the outgoing one of a mix with that.
-                if (node)
+                // A source that nothing plays of travels with a gap, the outgoing one of a mix with that: it plays
+                // where nothing stands in front of the mix.
+                if (node && !(node->asTransition() && n > 0 && isSource(layer->getChild(n - 1))))
                     if (const auto* const attached = dynamic_cast<const DmTreeNode*>(node->getBaseBlob());
                         attached && attached->whatIs() == DM_SOURCE_NODE)
                         visit(place, *attached);
@@ -231,18 +236,6 @@ void Writer::addMedia(const DmCompositionNode& composition, DM::FrameCodeModes f
         addMedia(*nested, mode);
 }
 
-DmPlayedBeside Writer::beside(const Place& place)
-{
-    const auto lengthAt = [&place](int index)
-    {
-        const DmTreeNode* const node = place.layer.getChild(index);
-        const DmTransitionNode* const transition = node ? node->asTransition() : nullptr;
-        const double length = transition ? transition->getRecLength() : 0.0;
-        return std::isfinite(length) ? std::max(0.0, length) : 0.0;
-    };
-    return {lengthAt(place.index - 1), lengthAt(place.index + 1)};
-}
-
 void Writer::addMedium(const Place& place, const DmSegmentNode& segment)
 {
     const auto& source = static_cast<const DmSourceNode&>(segment);
@@ -250,8 +243,8 @@ void Writer::addMedium(const Place& place, const DmSegmentNode& segment)
     if (!info)
         return; // bars and tones are no media
     at(place, segment, segment.getRecIn());
-    const DmPlayedBeside played = beside(place);
-    const DmMaterial material = dmMaterialOf(segment, place.fcm, played);
+    const DmPlayedBeside beside = playedBeside(place.layer, place.index);
+    const DmMaterial material = dmMaterialOf(segment, place.fcm, beside);
     Row row = rowOf(segment, place.fcm);
     if (material.isLimited())
     {
@@ -260,16 +253,9 @@ void Writer::addMedium(const Place& place, const DmSegmentNode& segment)
     }
     else
     {
-        const DmPlayed frames(segment, place.fcm);
-        if (frames.motion() == DmPlayed::Motion::Freeze)
-            row.end = row.start + 1;
-        else
-            for (const double time : {segment.getRecIn() - played.before, segment.getRecOut() + played.behind})
-                if (const std::optional<double> position = frames.positionAt(time))
-                {
-                    row.start = std::min(row.start, material.begin + *position);
-                    row.end = std::max(row.end, material.begin + *position);
-                }
+        const Shown shown = shownOf(segment, place.fcm, beside);
+        row.start = material.begin + shown.begin;
+        row.end = material.begin + shown.end;
     }
     row.start = std::floor(row.start);
     row.end = std::ceil(row.end);

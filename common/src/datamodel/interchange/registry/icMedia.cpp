@@ -1,12 +1,12 @@
 // Filling in what a list does not say of its media.
 #include "icInterchange.h"
 #include "icLook.h"
+#include "icShown.h"
 #include "icText.h"
 #include "icTree.h"
 
 #include "dmCompositionNode.h"
 #include "dmMaterial.h"
-#include "dmPlayed.h"
 #include "dmSourceInput.h"
 #include "dmSourceNode.h"
 #include "dmStoredLabel.h"
@@ -60,7 +60,7 @@ const DmLookSettings* lookOf(const DmSegmentNode& segment)
     return nullptr;
 }
 
-using Visit = std::function<void(DmSourceNode&, const Place&)>;
+using Visit = std::function<void(DmSourceNode&, const Place&, DmPlayedBeside)>;
 
 /// Calls it for each source with a source info, in nested compositions too.
 void forEachSource(const DmTreeNode& in, const Place* place, std::set<const DmTreeNode*>& seen, const Visit& visit)
@@ -93,7 +93,7 @@ void forEachSource(const DmTreeNode& in, const Place* place, std::set<const DmTr
             auto* const source =
                 dynamic_cast<DmSourceNode*>(node->whatIs() == DM_GAP_NODE ? node->getBaseBlob() : node);
             if (source && place && source->getSrcInput() && source->getSrcInput()->getSrcInfo())
-                visit(*source, *place);
+                visit(*source, *place, playedBeside(in, i));
             forEachSource(*node, place, seen, visit);
         }
     }
@@ -106,7 +106,7 @@ public:
     {
         std::set<const DmTreeNode*> seen;
         forEachSource(root, nullptr, seen,
-                      [this](DmSourceNode& source, const Place& place)
+                      [this](DmSourceNode& source, const Place& place, DmPlayedBeside)
                       {
                           const DmSourceInfo& info = *source.getSrcInput()->getSrcInfo();
                           const DmMaterial material = dmMaterialOf(source, place.fcm);
@@ -121,16 +121,18 @@ public:
     }
 
     /// The rows that fit a source; those that it has only a part of the name of, where there are no others.
-    std::vector<const Row*> find(const DmSourceNode& source, DM::FrameCodeModes compositionFcm) const
+    std::vector<const Row*> find(const DmSourceNode& source, DM::FrameCodeModes compositionFcm,
+                                 DmPlayedBeside beside) const
     {
-        const DmPlayed played(source, compositionFcm);
-        const double begin = dmMaterialOf(source, compositionFcm).begin;
+        const Shown shown = shownOf(source, compositionFcm, beside);
+        const DmMaterial material = dmMaterialOf(source, compositionFcm);
+        const DM::FrameCodeModes fcm = material.fcm != DM::FCM_NOT_DEFINED ? material.fcm : compositionFcm;
         const auto holds = [&](const Row& row)
         {
-            const double ratio = DM::FcmUtil::getDoubleFPS(row.fcm) / DM::FcmUtil::getDoubleFPS(played.fcm());
+            const double ratio = DM::FcmUtil::getDoubleFPS(row.fcm) / DM::FcmUtil::getDoubleFPS(fcm);
             constexpr double tolerance = 0.5;
-            return (begin + played.begin()) * ratio >= row.begin - tolerance &&
-                   (begin + played.end()) * ratio <= row.end + tolerance;
+            return (material.begin + shown.begin) * ratio >= row.begin - tolerance &&
+                   (material.begin + shown.end) * ratio <= row.end + tolerance;
         };
         std::vector<const Row*> found;
         const auto add = [&](const Row& row)
@@ -177,9 +179,9 @@ std::vector<DmFinding> fillMedia(DmRoot& cut, const DmRoot& media)
         const Media rows(media);
         std::set<const DmTreeNode*> seen;
         forEachSource(cut, nullptr, seen,
-                      [&](DmSourceNode& source, const Place& place)
+                      [&](DmSourceNode& source, const Place& place, DmPlayedBeside beside)
                       {
-                          const std::vector<const Row*> found = rows.find(source, place.fcm);
+                          const std::vector<const Row*> found = rows.find(source, place.fcm, beside);
                           if (found.size() == 1)
                               return fillFrom(source, *found.front());
                           report.at({&source, place.track.getMediaType(), place.track.getTrackNum(),
