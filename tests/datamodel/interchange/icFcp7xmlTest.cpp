@@ -123,6 +123,10 @@ std::string rate(int timebase, bool ntsc = false)
     return "<rate><timebase>" + std::to_string(timebase) + "</timebase><ntsc>" + (ntsc ? "TRUE" : "FALSE") +
            "</ntsc></rate>";
 }
+std::string off(std::string element)
+{
+    return element.replace(element.find("TRUE"), 4, "FALSE");
+}
 std::string file(const char* id, int length, const std::string& further = "", const std::string& ofRate = rate(25))
 {
     return "<file id=\"" + std::string(id) + "\"><name>" + id + ".mov</name><pathurl>file://localhost/m/" + id +
@@ -228,6 +232,10 @@ TEST(Fcp7xml, ComesBackElementForElement)
         xmeml(sequence(clip("v", 0, 50, 0, 50, same("f1") + links),
                        sound(clip("s", 0, 50, 0, 50, file("f1", 500) + sourceTrack(1) + links)) +
                            sound(clip("t", 0, 50, 0, 50, same("f1") + sourceTrack(2)), 2))),
+        // A track that is off, and in it a clip that is
+        xmeml(sequence(clip("a", 0, 50, 0, 50, file("f1", 500)),
+                       "<track>" + clip("s", 0, 50, 0, 50, same("f1")) + off(clip("t", 50, 100, 0, 50, same("f1"))) +
+                           "<enabled>FALSE</enabled></track>" + off("<track><enabled>TRUE</enabled></track>"))),
         // Nested sequences, by reference and in full; bins with master clips
         xmeml("<project><name>p</name><children><bin><name>b</name><children><clip id=\"m\"><name>m</name>" +
               file("f1", 500) + "</clip>" + sequence(dissolved, "", "", rate(25), "s2") + "</children></bin>" +
@@ -345,12 +353,15 @@ TEST(Fcp7xml, TimesCountAtTheirOwnRatesAndSpeeds)
          sequence(clip("a", 0, 60, 0, 60, file("f", 500, "", rate(30, true)), rate(30, true)), "", timecode(1800, "DF"),
                   rate(30, true)),
          0, 0, 60, 0, "29.97 fps NDF"},
+        {"from before its file", sequence(clip("a", 0, 50, -10, 40, file("f", 500, timecode(90000)))), 0, 0, 50, 89990,
+         "25 fps"},
     };
     for (const auto& each : cases)
     {
         SCOPED_TRACE(each.what);
         const Read made = read(xmeml(each.text));
         ASSERT_TRUE(made.root) << made.messages;
+        EXPECT_EQ(elements(write(*made.root)), elements(xmeml(each.text)));
         for (const Read& one : {made, read(write(*made.root))})
         {
             const DmSegmentNode& segment = one.segment(one.element(0).whatIs() == DM_GAP_NODE ? 1 : 0);
@@ -793,6 +804,38 @@ TEST(Fcp7xml, AListIsWrittenAsOthersReadIt)
     ASSERT_TRUE(known.root) << known.messages;
     EXPECT_TRUE(dmMaterialOf(known.segment(0)).known);
     EXPECT_EQ(dmMaterialOf(known.segment(0)).length, 900);
+}
+
+TEST(Fcp7xml, FurtherLayersAreTracksAboveAndNumbersPlaces)
+{
+    Options options;
+    options.format = "edl";
+    options.fcm = DM::FCM_25;
+    const Reading keyed = readBuffer("TITLE: X\nFCM: NON-DROP FRAME\n"
+                                     "001  A V     K B      01:00:00:00 01:00:04:00 01:00:00:00 01:00:04:00\n"
+                                     "001  T V     K    000 02:00:00:00 02:00:02:00 01:00:01:00 01:00:03:00\n"
+                                     "002  B V2    C        03:00:00:00 03:00:01:00 01:00:00:00 01:00:01:00\n"
+                                     "003  C A3    C        04:00:00:00 04:00:01:00 01:00:00:00 01:00:01:00\n",
+                                     options);
+    ASSERT_TRUE(keyed.root);
+    for (const bool hasResult : {false, true})
+    {
+        DmTreeNode& track = *keyed.root->getChild(0)->getChild(0);
+        EXPECT_EQ(static_cast<DmLayerNode&>(*track.getChild(0)).setIsResultLayer(hasResult), DM_NO_ERROR);
+        std::string messages;
+        const std::string text = write(*keyed.root, &messages);
+        EXPECT_NE(messages.find("x.xml: warning: T, V1, 01:00:01:00: further layers: written as tracks above\n"),
+                  std::string::npos)
+            << messages;
+        const Read back = read(text);
+        ASSERT_TRUE(back.root) << back.messages;
+        EXPECT_EQ(playedOf(back.composition()),
+                  "90000+100 from 90000\n90000+25\n90025+50 from 180000\n90000+25 from 270000\n90000+25 from "
+                  "360000\n");
+        EXPECT_EQ(back.segment(1, 1).getMuted(), hasResult);
+        // Of three layers and two empty tracks before it
+        EXPECT_EQ(dynamic_cast<DmTrackNode&>(*back.composition().getChild(5)).getTrackNum(), 3);
+    }
 }
 
 } // namespace

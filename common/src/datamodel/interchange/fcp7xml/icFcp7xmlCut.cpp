@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 
 namespace interchange::xmeml
 {
@@ -31,8 +32,8 @@ std::string keyOf(const DmSegmentNode& segment, const Hint& hint)
     const auto* const media = source ? dynamic_cast<const DmSourceNode::MediaInput*>(source->getSrcInput()) : nullptr;
     if (!media)
         return {};
-    std::string key =
-        hint.media + '\n' + mediumOf(segment) + '\n' + timeText(media->getSrcIn()) + '\n' + dmUtf8(media->getFcm());
+    std::string key = hint.media + '\n' + mediumOf(segment) + '\n' + timeText(media->getSrcIn() + hint.before) + '\n' +
+                      dmUtf8(media->getFcm());
     if (const DmSourceInfo* const info = media->getSrcInfo())
         key.append("\n").append(dmUtf8(info->getReelName())).append("\n").append(dmUtf8(info->getName()));
     return key;
@@ -105,6 +106,10 @@ std::string Hint::marks() const
     add("media", media);
     if (isReference)
         add("reference", "1");
+    if (before != 0)
+        add("before", timeText(before));
+    if (isOff)
+        add("off", "1");
     return text;
 }
 
@@ -118,6 +123,8 @@ Hint Hint::of(pugi::xml_node form)
     hint.at = toNumber<double>(form.attribute("our:at").value()).value_or(0);
     hint.media = form.attribute("our:media").value();
     hint.isReference = static_cast<bool>(form.attribute("our:reference"));
+    hint.before = toNumber<double>(form.attribute("our:before").value()).value_or(0);
+    hint.isOff = static_cast<bool>(form.attribute("our:off"));
     return hint;
 }
 
@@ -216,11 +223,24 @@ Sequence& Cut::addSequence(const DmCompositionNode& node, DM::FrameCodeModes oth
         sequence.id = take(_takenSequences, wanted, "sequence-");
     _sequencesById[wanted].push_back(&node);
     std::array<int, 3> numbers{};
+    std::array<std::vector<int>, 3> said;
+    for (int i = 0; i < node.getNbChildren(); ++i)
+        if (const auto* const track = dynamic_cast<const DmTrackNode*>(node.getChild(i));
+            track && static_cast<std::size_t>(track->getMediaType()) < said.size())
+            said[static_cast<std::size_t>(track->getMediaType())].push_back(track->getTrackNum());
     for (int i = 0; i < node.getNbChildren(); ++i)
     {
         const auto* const track = dynamic_cast<const DmTrackNode*>(node.getChild(i));
         if (track && (track->getMediaType() == DM_MEDIA_VIDEO || track->getMediaType() == DM_MEDIA_AUDIO))
-            addTrack(sequence, *track, ++numbers[static_cast<std::size_t>(track->getMediaType())]);
+        {
+            // Where their numbers leave some out, empty tracks stand.
+            const auto kind = static_cast<std::size_t>(track->getMediaType());
+            constexpr int mostTracks = 99;
+            const bool rises = std::ranges::adjacent_find(said[kind], std::greater_equal()) == said[kind].end();
+            if (rises && track->getTrackNum() <= mostTracks)
+                numbers[kind] = std::max(numbers[kind], track->getTrackNum() - 1);
+            addTracks(sequence, *track, numbers[kind]);
+        }
         else
             left.push_back({node.getChild(i), &sequence, nullptr, "DM728", dmNoTime});
     }
@@ -231,13 +251,30 @@ Sequence& Cut::addSequence(const DmCompositionNode& node, DM::FrameCodeModes oth
     return sequence;
 }
 
-void Cut::addTrack(Sequence& sequence, const DmTrackNode& node, int number)
+void Cut::addTracks(Sequence& sequence, const DmTrackNode& node, int& number)
 {
-    const DmLayerNode* const layer = playedLayer(node);
-    Track track{&node, number, layer, {}};
+    const DmLayerNode* const played = playedLayer(node);
+    addTrack(sequence, node, played, ++number);
     for (int i = 0; i < node.getNbChildren(); ++i)
-        if (node.getChild(i) && node.getChild(i) != layer)
-            left.push_back({node.getChild(i), &sequence, &node, "DM726", dmNoTime});
+    {
+        const DmTreeNode* const child = node.getChild(i);
+        const auto* const layer = dynamic_cast<const DmLayerNode*>(child);
+        if (child && !layer)
+            left.push_back({child, &sequence, &node, "DM728", dmNoTime});
+        if (!layer || layer == played || layer->getNbChildren() == 0)
+            continue;
+        Track& further = addTrack(sequence, node, layer, ++number);
+        further.isFurther = true;
+        further.isDisabled = further.isDisabled || played->isResultLayer();
+        for (const Item& item : further.items)
+            if (item.segment)
+                left.push_back({item.segment, &sequence, &node, "DM726", item.recIn});
+    }
+}
+
+Track& Cut::addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerNode* layer, int number)
+{
+    Track track{&node, number, layer, {}};
     const DmTreeNode* previous = nullptr;
     for (int i = 0; layer && i < layer->getNbChildren(); ++i)
     {
@@ -299,7 +336,11 @@ void Cut::addTrack(Sequence& sequence, const DmTrackNode& node, int number)
         if (item.mix || item.segment)
             track.items.push_back(item);
     }
-    sequence.tracks.push_back(std::move(track));
+    const auto isOff = [this](const Item& item) { return item.segment && hintOf(*item.segment).isOff; };
+    track.isDisabled =
+        std::ranges::any_of(track.items, isOff) &&
+        std::ranges::all_of(track.items, [](const Item& item) { return !item.segment || item.segment->getMuted(); });
+    return sequence.tracks.emplace_back(std::move(track));
 }
 
 void Cut::addClips(Sequence& sequence)
@@ -374,7 +415,7 @@ void Cut::addFile(const Sequence& sequence, const Track& track, const Item& item
         file.channels = std::max({file.channels, 1, audio ? std::min(audio->getChannelIdx(), 1000) + 1 : 1});
     }
     const DmMaterial material = dmMaterialOf(segment, sequence.fcm);
-    double begin = material.begin;
+    double begin = material.begin + hint.before;
     double end = material.begin + material.length;
     file.isKnown = material.isLimited();
     file.isUnknown = file.isUnknown && !material.known && !material.isEndless();

@@ -54,6 +54,8 @@ struct Hint
     double at = 0;            ///< of keyed speeds: its clip time at the segment's begin
     std::string media;        ///< id of its file or sequence
     bool isReference = false; ///< which the file defines elsewhere
+    double before = 0;        ///< so many frames in front of its file's begin are the material's as well
+    bool isOff = false;       ///< muted by its track
 
     /// As attributes of a form, and read from those.
     std::string marks() const;
@@ -104,6 +106,8 @@ struct Track
     int number;               ///< among its kind, from 1 on
     const DmLayerNode* layer; ///< the one that plays; null without any
     std::vector<Item> items;
+    bool isFurther = false;  ///< a further layer of the node: a track above that of the layer that plays
+    bool isDisabled = false; ///< beside a result layer; or since it was read, and nothing in it plays by now
 };
 
 struct Sequence
@@ -166,7 +170,8 @@ private:
     void collect(const DmTreeNode& node, DM::FrameCodeModes fcm);
     Sequence& addSequence(const DmCompositionNode& node, DM::FrameCodeModes otherwise, bool isTop);
     void addFile(const Sequence& sequence, const Track& track, const Item& item, const Hint& hint);
-    void addTrack(Sequence& sequence, const DmTrackNode& node, int number);
+    void addTracks(Sequence& sequence, const DmTrackNode& node, int& number);
+    Track& addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerNode* layer, int number);
     void addClips(Sequence& sequence);
     void addContainer(const DmContainerNode& container, DM::FrameCodeModes fcm);
     std::string take(std::set<std::string>& taken, std::string wanted, const char* stem) const;

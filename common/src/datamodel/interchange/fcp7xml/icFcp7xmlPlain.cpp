@@ -342,14 +342,17 @@ pugi::xml_node Plain::track(pugi::xml_node parent, const Sequence& sequence, con
     if (_report)
     {
         _report->at({.node = track.node});
-        tellUnsaid(*track.node);
+        if (!track.isFurther)
+            tellUnsaid(*track.node);
         if (track.layer)
             tellUnsaid(*track.layer);
         _report->at({.node = sequence.node});
     }
     const pugi::xml_node made = add(parent, "track");
     add(made, itemsName);
-    optional(add(made, "enabled", "TRUE"));
+    const pugi::xml_node enabled = add(made, "enabled", boolText(!track.isDisabled));
+    if (!track.isDisabled)
+        optional(enabled);
     optional(add(made, "locked", "FALSE"));
     if (isSound(track))
     {
@@ -434,7 +437,8 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
     const double materialFps = recordFps * played.rate();
     const bool isConstant = played.motion() == DmPlayed::Motion::Constant;
     const double speed = isConstant ? std::abs(played.speed()) : 1.0;
-    const double offset = file && !file->isKnown ? material.begin - file->begin : 0.0; ///< in the file
+    const bool isInside = file && (!file->isKnown || hint.before != 0);
+    const double offset = isInside ? material.begin - file->begin : 0.0; ///< in the file
     Rate clipRate = hint.rate.value_or(Rate::of(played.fcm()));
     struct Range
     {
@@ -479,7 +483,7 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
     if (!_cut.idOf(segment).empty())
         made.append_attribute("id") = _cut.idOf(segment).c_str();
     text(made, "name", segment.getName() == L"untitled" ? DmString() : segment.getName());
-    add(made, "enabled", boolText(!segment.getMuted()));
+    add(made, "enabled", boolText(!segment.getMuted() || (track.isDisabled && hint.isOff)));
     add(made, "duration", timeText(duration));
     rate(made, clipRate);
     add(made, "start", item.before ? "-1" : timeText(extent.start - sequence.origin));

@@ -50,6 +50,18 @@ bool isTrue(std::string_view text)
 {
     return equalsNoCase(trimmed(text), "TRUE");
 }
+
+bool isOff(pugi::xml_node element)
+{
+    return element.child("enabled") && !isTrue(textOf(element, "enabled"));
+}
+
+/// Without what comes of rates that are no whole numbers.
+double settled(double frames)
+{
+    constexpr double nearly = 1e-6;
+    return std::abs(std::round(frames) - frames) < nearly ? std::round(frames) : frames;
+}
 bool isNamed(pugi::xml_node node, std::string_view name)
 {
     return node.name() == name;
@@ -139,6 +151,7 @@ private:
         xmeml::Sequence size; ///< for the units of pictures
         std::vector<Made> clips;
         double end;
+        bool isTrackOff = false;
     };
 
     // Messages
@@ -379,6 +392,7 @@ void Maker::addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaT
         require(
             track->setTrackChannel(channel && *channel >= 0 && *channel <= 1e6 ? static_cast<int>(*channel) : number));
         DmLayerBuilder layer(0, mediaType, stage.origin);
+        stage.isTrackOff = isOff(element);
         place(stage, layer, entriesOf(stage, element), mediaType, label);
         track->addChild(orBadAlloc(layer.finish()));
         stage.end = std::max(stage.end, layer.getEnd());
@@ -677,7 +691,7 @@ Medium Maker::mediumOf(const Stage& stage, const Entry& entry, pugi::xml_node fi
     const double fps = DM::FcmUtil::getDoubleFPS(medium.fcm);
     if (const std::optional<double> length = numberOf(medium.element, "duration"); length && *length > 0)
     {
-        medium.span = *length * fps / medium.rate.fps();
+        medium.span = settled(*length * fps / medium.rate.fps());
         if (medium.element.child("duration").attribute(lengthMark).value() != std::string_view("unknown"))
             medium.length = medium.span;
     }
@@ -853,7 +867,7 @@ void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, co
         }
         if (!made)
             continue;
-        if (filter.child("enabled") && !isTrue(textOf(filter, "enabled")))
+        if (isOff(filter))
             require(made->setMuted(true));
         require(node.addEffect(made));
     }
@@ -926,6 +940,7 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     {
         warn(element, "plays from before its file begins, from frame " + timeText(relIn));
         before = -relIn;
+        hint.before = before;
         medium.begin -= before;
         medium.span += before;
         if (medium.length)
@@ -949,7 +964,8 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
                                                relIn, false, false));
     if (const std::string_view name = textOf(element, "name"); !name.empty())
         require(node->setName(toDmString(name)));
-    if (element.child("enabled") && !isTrue(textOf(element, "enabled")))
+    hint.isOff = stage.isTrackOff && !isOff(element);
+    if (hint.isOff || isOff(element))
         require(node->setMuted(true));
     addEffects(stage, *node, entry, medium, hint);
     for (const pugi::xml_node marker : element.children("marker"))

@@ -79,6 +79,7 @@ private:
     void tellLeft();
     void keepFiles();
     void sequence(const Sequence& sequence);
+    void emptyTrack();
     void track(const Sequence& sequence, const Track& track);
     void item(const Sequence& sequence, const Track& track, const Item& item);
 
@@ -100,8 +101,10 @@ void Writer::tellLeft()
                     isPlaced ? each.track->getTrackNum() : 0,
                     isPlaced && each.time != dmNoTime ? each.sequence->node->getLabelTime(each.time) : dmNoTime,
                     isPlaced ? each.sequence->fcm : DM::FCM_NOT_DEFINED});
-        const bool isCovered = std::string_view(each.code) == "DM703";
-        _report.lose({each.code, isCovered ? "the later one covers the end of the earlier" : "left out"});
+        const std::string_view code = each.code;
+        _report.lose({each.code, code == "DM703"   ? "the later one covers the end of the earlier"
+                                 : code == "DM726" ? "written as tracks above"
+                                                   : "left out"});
     }
     _report.at({});
 }
@@ -185,15 +188,30 @@ void Writer::sequence(const Sequence& sequence)
     fill(_out, form.root(), _plain.sequence(scratch, sequence),
          [&](Output&, std::string_view parent)
          {
+             int number = 0;
              for (const Track& each : sequence.tracks)
-                 if (isSound(each) == (parent == "audio"))
-                     track(sequence, each);
+             {
+                 if (isSound(each) != (parent == "audio"))
+                     continue;
+                 while (++number < each.number)
+                     emptyTrack();
+                 track(sequence, each);
+             }
          });
+}
+
+void Writer::emptyTrack()
+{
+    pugi::xml_document scratch;
+    const pugi::xml_node made = add(scratch, "track");
+    add(made, "enabled", "TRUE");
+    add(made, "locked", "FALSE");
+    fill(_out, {}, made, {});
 }
 
 void Writer::track(const Sequence& sequence, const Track& track)
 {
-    const Form form(*track.node);
+    const Form form = track.isFurther ? Form() : Form(*track.node);
     pugi::xml_document scratch;
     fill(_out, form.root(), _plain.track(scratch, sequence, track),
          [&](Output&, std::string_view)
