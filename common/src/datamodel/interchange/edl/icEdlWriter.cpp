@@ -33,13 +33,16 @@ public:
         if (!_list.isUntitled || !_list.title.empty())
             line("TITLE: ", _list.title);
         _drop = _saidDrop = DM::FcmUtil::isDropFrame(_list.fcm);
-        if (!_list.hasNoFcm)
+        // The first line would speak of the record side.
+        if (!_list.hasNoFcm || (!_list.events.empty() && fcmOf(_list.events.front())))
             fcm(_drop);
         line("* FRAME RATE: ", DM::FcmUtil::getFCMString(_list.fcm));
         notes(_list.notesOf(_list.headNotes), {});
         for (const EdlEvent& event : _list.events)
         {
-            fcmOf(event);
+            if (const std::optional<bool> drop = fcmOf(event))
+                fcm(*drop);
+            _drop = event.sourceDrop;
             const EdlSpelling spelling = spellingOf(event);
             eventLine(event, spelling);
             audio(spelling.routed);
@@ -81,15 +84,16 @@ private:
         _saidDrop = drop;
     }
 
-    /// As it stood, where the event's labels or the line before say how it counts.
-    void fcmOf(const EdlEvent& event)
+    /// What the line in front of an event says, if there is one: as it stood, where the event's labels or the line
+    /// before say how it counts.
+    std::optional<bool> fcmOf(const EdlEvent& event) const
     {
         const bool labelsSay = event.sourceDrop || DM::FcmUtil::isDropFrame(_list.fcm);
         const bool isSaid = event.fcmLine == EdlFcmLine::None && (labelsSay || event.sourceDrop == _saidDrop);
         const bool isContrary = event.fcmLine == EdlFcmLine::Contrary && labelsSay;
-        if (isContrary || event.fcmLine == EdlFcmLine::Repeating || (event.sourceDrop != _drop && !isSaid))
-            fcm(event.sourceDrop != isContrary);
-        _drop = event.sourceDrop;
+        const bool isThere =
+            isContrary || event.fcmLine == EdlFcmLine::Repeating || (event.sourceDrop != _drop && !isSaid);
+        return isThere ? std::optional(event.sourceDrop != isContrary) : std::nullopt;
     }
 
     /// Marks stand where the notes have a place for them, the others behind.
