@@ -2,6 +2,7 @@
 #include "icEdlReader.h"
 #include "icEdlToTree.h"
 #include "icEdlWriter.h"
+#include "icLeftovers.h"
 #include "icOtioJson.h"
 #include "icOtioQuick.h"
 #include "icOtioReader.h"
@@ -270,6 +271,66 @@ TEST(Otio, GivesEveryMemberBack)
         const CoSharedPtr<DmRoot> root = readOtio(each.text, DM::FCM_25, report);
         ASSERT_TRUE(root) << report.toString("cut.otio");
         EXPECT_EQ(canonical(write(*root)), canonical(each.text));
+    }
+}
+
+/// Clips as nearly all files have them are read at once: what each leaves over is what it says beyond its node, and no
+/// more.
+TEST(Otio, LeavesOfUsualClipsWhatTheModelDoesNotSay)
+{
+    const std::string usual =
+        R"({"OTIO_SCHEMA":"Clip.2","metadata":{"cmx_3600":{"reel":"R1"}},"name":"a","source_range":)" + range(5, 20) +
+        R"(,"effects":[],"markers":[],"enabled":true,"active_media_reference_key":"DEFAULT_MEDIA","media_references":)"
+        R"({"DEFAULT_MEDIA":{"OTIO_SCHEMA":"ExternalReference.1","metadata":{},"name":"r",)"
+        R"("available_image_bounds":null,"target_url":"file:///b.mov","available_range":)" +
+        range(0, 200) + "}}}";
+    const std::string reel = R"("reel":"R1")";
+    const std::string list = R"({"inside":{"metadata":{"inside":{"cmx_3600":{"added":)";
+    struct Case
+    {
+        const char* feature;
+        std::string from;
+        std::string to;
+        std::string leftover;
+    };
+    const Case cases[] = {
+        {"nothing", "", "", ""},
+        {"a note of the model", reel, R"("comments":["SOURCE FILE: x"],"reel":"R1")",
+         list + R"({"comments":["SOURCE FILE: x"]}}}}}})"},
+        {"comments", reel, R"("comments":["x","a: b",""],"reel":"R1")", ""},
+        {"comments without a reel", reel, R"("comments":["x"])", ""},
+        {"comments of two lines", reel, R"("comments":["x\ny"])",
+         R"({"inside":{"metadata":{"inside":{"cmx_3600":{"other":{"comments":[["x y"],["x\ny"]]}}}}}})"},
+        {"a list that says nothing of ours", reel, R"("reel":"","comments":[7])",
+         R"({"inside":{"metadata":{"added":{"cmx_3600":{"reel":"","comments":[7]}}}}})"},
+        {"more in the list and beside it", R"("reel":"R1"})", R"("reel":"R1","o":[1,{}]},"a\"b":["\t",null],"c":{})",
+         R"({"inside":{"metadata":{"inside":{"cmx_3600":{"added":{"o":[1,{}]}}},)"
+         R"("added":{"a\"b":["\t",null],"c":{}}}}})"},
+        {"no metadata", R"("cmx_3600":{"reel":"R1"})", "", ""},
+        {"another name", R"("name":"a")", R"("name":"\u00e9")", ""},
+        {"the name of the nameless", R"("name":"a")", R"("name":"untitled")", R"({"other":{"name":["","untitled"]}})"},
+        {"another key", "DEFAULT_MEDIA", "x", R"({"form":{"key":"x"}})"},
+        {"an older clip", "Clip.2", "Clip.1", R"({"other":{"OTIO_SCHEMA":["Clip.2","Clip.1"]}})"},
+        {"a path with a blank", "b.mov", "b%20c.mov", ""},
+        {"a path in another spelling", "b.mov", "%62.mov",
+         R"({"inside":{"media_references":{"inside":{"DEFAULT_MEDIA":{"other":{"target_url":)"
+         R"(["file:///b.mov","file:///%62.mov"]}}}}}})"},
+        {"metadata of the file", R"("metadata":{},)", R"("metadata":{"codec":1},)",
+         R"({"inside":{"media_references":{"inside":{"DEFAULT_MEDIA":{"inside":{"metadata":{"added":{"codec":1}}}}}}}})"},
+        {"a member more", R"("markers":[])", R"("markers":[],"odd":1)", R"({"added":{"odd":1}})"},
+        {"disabled", "true", "false", ""},
+    };
+    for (const Case& each : cases)
+    {
+        SCOPED_TRACE(each.feature);
+        std::string text = usual;
+        for (std::size_t at = 0; !each.from.empty() && (at = text.find(each.from, at)) != text.npos;
+             at += each.to.size())
+            text.replace(at, each.from.size(), each.to);
+        const Read result = read(track(text), DM::FCM_25);
+        ASSERT_TRUE(result.root) << result.messages;
+        EXPECT_EQ(leftoverOf(result.segment(0), {"otio", L"otio 2"}).value_or(""), each.leftover);
+        EXPECT_EQ(canonical(write(*result.root)), canonical(track(text)));
     }
 }
 
