@@ -194,7 +194,7 @@ void growth()
 {
     // Four times as many, with their logarithm.
     const double limit = 4.0 * 16.61 / 14.61;
-    constexpr int rounds = 5; // the first of which finds no memory that another has left
+    constexpr int rounds = 3; // the first of which finds no memory that another has left
     const struct
     {
         const char* name;
