@@ -1,11 +1,7 @@
 /// Objects of any class with a value in every property that a fresh one does not have.
 #pragma once
 
-#include <ZRdmtree.h>
-
-#include <gtest/gtest.h>
-
-#include <string>
+#include "zrTest.h"
 
 namespace zrTest
 {

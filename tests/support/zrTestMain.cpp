@@ -1,5 +1,6 @@
 #include "zrAssert.h"
 #include "zrInHouse.h"
+#include "zrTable.h"
 #include "zrTestInHouse.h"
 
 #include <gtest/gtest.h>
@@ -27,6 +28,11 @@ ZrTestInHouse::~ZrTestInHouse()
 bool ZrTestInHouse::available()
 {
     return isInHouse;
+}
+
+const char* zrTestsDirectory()
+{
+    return ZR_TESTS;
 }
 
 int main(int argc, char** argv)

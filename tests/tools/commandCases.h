@@ -2,10 +2,8 @@
 #pragma once
 
 #include "zrRunCommand.h"
-
-#include <gtest/gtest.h>
-
-#include <string_view>
+#include "zrTable.h"
+#include "zrTest.h"
 
 /// Whether a text is as the pattern says, in which "..." stands for any text.
 inline bool matches(std::string_view text, std::string_view pattern)

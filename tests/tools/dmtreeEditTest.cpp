@@ -2,19 +2,7 @@
 #include "commandCases.h"
 #include "zrTempDir.h"
 
-#include "dmContainerNode.h"
-#include "dmGapNode.h"
-#include "dmLayerBuilder.h"
-#include "dmRoot.h"
-#include "dmSourceInput.h"
-#include "dmTrackNode.h"
-#include "dmTreeJsonBuilder.h"
-
-#include <algorithm>
 #include <cctype>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 
 namespace
 {

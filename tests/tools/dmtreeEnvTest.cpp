@@ -1,9 +1,5 @@
 #include "commandCases.h"
 
-#include <algorithm>
-#include <fstream>
-#include <sstream>
-
 TEST(DmtreeEnv, ListsEveryVariableWithValueDefaultAndFile)
 {
     const auto result = zrTest::runDmtree({"env"}, {.environment = {"ZR_MSG_LEVEL=warn", "ZR_MSG_VERBOSE=1"}});

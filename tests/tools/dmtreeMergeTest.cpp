@@ -2,8 +2,6 @@
 #include "commandCases.h"
 #include "zrTempDir.h"
 
-#include <fstream>
-
 namespace
 {
 

@@ -2,8 +2,6 @@
 #include "zrRunCommand.h"
 #include "zrTempDir.h"
 
-#include <sstream>
-
 using zrTest::runDmtree;
 
 namespace

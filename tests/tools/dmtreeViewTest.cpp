@@ -2,9 +2,6 @@
 #include "commandCases.h"
 #include "zrTempDir.h"
 
-#include <cstdio>
-#include <cstdlib>
-
 namespace
 {
 
@@ -284,31 +281,6 @@ TEST(View, SaysThatItHasNoPageWhereItHasNone)
     const char* const why = hasPage ? "" : "...built without Node...--svg needs none\n";
     check({{"view", "-o", "/dev/null", commercial}, hasPage ? 0 : 2, "", why});
     check({{"diff", "-o", "/dev/null", commercial, commercial}, hasPage ? 0 : 2, "", why});
-}
-
-TEST(View, SaysWhatIsWrong)
-{
-    const std::vector<CommandCase> cases = {
-        {{"view", commercial}, 2, "", "...-o FILE..."},
-        {{"view", "--svg", "-o", "-", "nowhere.json"}, 2, "", "dmtree: nowhere.json: ...\n"},
-        {{"view", "--svg", "--range", "10", "-o", "-", commercial}, 2, "", "...'10' is no IN-OUT\n"},
-        {{"view", "--svg", "--range", "10:00:00:30-10:00:02:00", "-o", "-", commercial},
-         2,
-         "",
-         "...is no label in 25 fps\n"},
-        {{"view", "--svg", "--range", "50-50", "-o", "-", commercial}, 2, "", "...ends before it begins\n"},
-        {{"view", "--svg", "--tracks", "V7", "-o", "-", commercial}, 2, "", "...there is no 'V7'\n"},
-        {{"view", "--svg", "--composition", "none", "-o", "-", commercial}, 2, "", "...there is none called 'none'\n"},
-        {{"view", "--width", "900", "-o", "-", commercial}, 2, "", "...--svg..."},
-        {{"view", "--svg", "--width", "nan", "-o", "-", commercial}, 2, "", "...--width..."},
-        {{"diff", "--svg", commercial, commercial}, 2, "", "...--output..."},
-        {{"diff", "--svg", "--range", "9-3", "-o", "-", commercial, commercial}, 2, "", "...ends before it begins\n"},
-        {{"diff", "--json", "-o", "/dev/null", commercial, commercial}, 2, "", "...excludes..."},
-        {{"view", "--watch", "-"}, 2, "", "...standard input does not change\n"},
-        {{"view", "--svg", "-o", "/nowhere/a.svg", commercial}, 2, "", "...No such file or directory\n"},
-    };
-    for (const CommandCase& row : cases)
-        check(row);
 }
 
 } // namespace

@@ -1,8 +1,5 @@
 #include "commandCases.h"
 
-#include <csignal>
-#include <cstdlib>
-
 using zrTest::runCommand;
 
 TEST(RunCommand, TellsExitCodesAndSignalsApart)

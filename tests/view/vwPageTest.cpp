@@ -3,16 +3,7 @@
 #include "vwPage.h"
 #include "vwSceneBuild.h"
 #include "vwSvg.h"
-
-#include "dmJsonImporter.h"
-#include "dmUtf8.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
+#include "zrTest.h"
 
 namespace
 {

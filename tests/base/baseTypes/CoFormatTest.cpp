@@ -1,11 +1,7 @@
-#include "CoFormat.h"
-
-#include <gtest/gtest.h>
+#include "zrTest.h"
 
 #include <clocale>
-#include <cstring>
 #include <cwchar>
-#include <string>
 
 namespace
 {

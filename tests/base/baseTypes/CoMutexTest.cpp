@@ -1,11 +1,4 @@
-#include "CoMutex.h"
-#include "CoLockWord.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
-#include <vector>
+#include "zrTest.h"
 
 /// The thread sanitizer takes an unlock that the mutex refuses for a fault of the program; here it is the subject.
 extern "C" const char* __tsan_default_options()

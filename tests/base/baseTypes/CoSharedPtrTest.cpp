@@ -1,10 +1,5 @@
-#include "CoSharedPtr.h"
-#include "CoRefCountedMT.h"
+#include "zrTest.h"
 
-#include <gtest/gtest.h>
-
-#include <thread>
-#include <type_traits>
 #include <unordered_set>
 
 using DM::CoSharedPtr;

@@ -1,13 +1,5 @@
-#include "CoConfigFileReader.h"
-#include "CoException.h"
-#include "CoFile.h"
 #include "zrTempDir.h"
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <functional>
-#include <string>
+#include "zrTest.h"
 
 using DM::CoConfigFileReader;
 

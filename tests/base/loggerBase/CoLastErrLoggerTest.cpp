@@ -1,7 +1,5 @@
-#include "CoLastErrLogger.h"
 #include "zrCapturingRouter.h"
-
-#include <gtest/gtest.h>
+#include "zrTest.h"
 
 using DM::CoLastErrLogger;
 using DM::CoMsg;

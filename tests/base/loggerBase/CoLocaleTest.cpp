@@ -1,12 +1,6 @@
-#include "CoLocale.h"
-#include "CoException.h"
 #include "zrCapturingRouter.h"
 #include "zrTempDir.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <memory>
+#include "zrTest.h"
 
 using DM::CoLocale;
 

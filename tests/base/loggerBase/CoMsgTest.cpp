@@ -1,16 +1,8 @@
-#include "CoMsgBuilder.h"
-#include "envVar.h"
 #include "zrCapturingRouter.h"
-#include "zrPost.h"
-
-#include <gtest/gtest.h>
+#include "zrTest.h"
 
 #include <chrono>
-#include <cstdio>
 #include <ctime>
-#include <memory>
-#include <thread>
-#include <utility>
 
 using DM::CoMsg;
 using zrTest::CapturingRouter;

@@ -1,8 +1,5 @@
 #include "zrRunCommand.h"
-
-#include <gtest/gtest.h>
-
-#include <csignal>
+#include "zrTest.h"
 
 namespace
 {

@@ -1,10 +1,4 @@
-#include "CoException.h"
-#include "CoFloatUtil.h"
-
-#include <cstdint>
-#include <gtest/gtest.h>
-#include <limits>
-#include <tuple>
+#include "zrTest.h"
 
 using DM::CoException;
 

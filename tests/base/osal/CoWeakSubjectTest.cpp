@@ -1,17 +1,5 @@
-#include "CoWeakSubject.h"
-#include "CoNotificationBlocker.h"
-#include "CoSubjectHint.h"
-#include "CoWeakObserver.h"
-#include "envVar.h"
+#include "zrTest.h"
 
-#include <array>
-#include <cstdio>
-#include <cstring>
-#include <functional>
-#include <gtest/gtest.h>
-#include <memory>
-#include <stdexcept>
-#include <thread>
 #include <typeinfo>
 
 using namespace DM;

@@ -1,11 +1,5 @@
-#include "envVar.h"
+#include "zrTest.h"
 #include "zrTestEnv.h"
-
-#include <array>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <sstream>
-#include <thread>
 
 using namespace DM;
 

@@ -1,11 +1,8 @@
-#include "zrAssert.h"
-#include "CoStackTrace.h"
+#include "zrTest.h"
 #include "zrTestEnv.h"
 #include "zrTestInHouse.h"
 
 #include <cstdarg>
-#include <cstdio>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace

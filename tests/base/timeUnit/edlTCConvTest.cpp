@@ -1,8 +1,4 @@
-#include "edlTCConv.h"
-
 #include "tuTestModes.h"
-
-#include <gtest/gtest.h>
 
 using namespace DM;
 using namespace tuTest;

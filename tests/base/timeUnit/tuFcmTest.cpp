@@ -1,9 +1,6 @@
-#include "tuFcm.h"
-
 #include "tuTestModes.h"
+#include "zrTable.h"
 #include "zrTestEnv.h"
-
-#include <gtest/gtest.h>
 
 using namespace DM;
 using namespace tuTest;
@@ -144,52 +141,8 @@ TEST(FrameCodeModes, ModeZeroStandsForTheDefault)
 
 TEST(FrameCodeModes, AreFoundByTheNamesThatPeopleUse)
 {
-    const std::pair<const char*, int> cases[] = {
-        {"25", 25},
-        {"PAL", 25},
-        {"pal", 25},
-        {"25 fps", 25},
-        {"25fps", 25},
-        {"25.0", 25},
-        {"24", 24},
-        {"23.98", -3},
-        {"23.976", -3},
-        {"23.976 fps", -3},
-        {"NTSC", 30},
-        {"ntsc df", -1},
-        {"29.97", 30},
-        {"29.97 df", -1},
-        {"29.97DF", -1},
-        {"29.97 ndf", 30},
-        {"29.97 fps DF", -1},
-        {"29.97 FPS NDF", 30},
-        {"30", -4},
-        {"30 fps", -4},
-        {"30 ndf", -4},
-        {"50", 50},
-        {"59.94", 60},
-        {"59.94df", -2},
-        {"60", -5},
-        {"60 fps", -5},
-        {"30 df", 0},
-        {"25 df", 0},
-        {"pal df", 0},
-        {"60 df", 0},
-        {"48", 0},
-        {"", 0},
-        {"df", 0},
-        {"fps", 0},
-        {"-25", 0},
-        {"25 30", 0},
-        {"twenty-five", 0},
-        {"nan", 0},
-        {"inf", 0},
-        {"???", 0},
-        {"2.5e1", 0},
-        {"25.0000000000000000000000000000000000000000", 0},
-    };
-    for (const auto& [name, fcm] : cases)
-        EXPECT_EQ(FcmUtil::getFCMFromName(name), mode(fcm)) << name;
+    for (const ZrRow& row : zrRowsOf("modeNames.txt"))
+        EXPECT_EQ(FcmUtil::getFCMFromName(row[0].c_str()), mode(int(row.number(1)))) << row;
     for (const FrameCodeModes fcm : FcmUtil::getModes())
         for (const char* const name : {FcmUtil::getFCMString(fcm), FcmUtil::getFPSOrNDFString(fcm)})
             EXPECT_EQ(FcmUtil::getFCMFromName(name), fcm) << name;

@@ -1,14 +1,7 @@
-#include "tuLabel.h"
 #include "tuTestModes.h"
-#include "tuTimeUnit.h"
+#include "zrTable.h"
 #include "zrTestEnv.h"
 #include "zrTestInHouse.h"
-
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cmath>
-#include <string>
 
 using namespace DM;
 using namespace tuTest;
@@ -254,51 +247,20 @@ TEST(Labels, AreValidWhenInRangeAndExisting)
 TEST(StrictLabels, AreReadOrRefusedWithAReason)
 {
     using enum TimeLabel::Status;
-    const std::tuple<const char*, int, TimeLabel::Status, double> cases[] = {
-        {"01:00:00:15", 25, Good, 90015},
-        {"01:00:00+12", 24, Good, 86412}, // each mode's own forms
-        {"01:00:00#30", 50, Good, 180030},
-        {"01;00;00;02", -1, Good, 107894},
-        {"01;00;00#04", -2, Good, 215788},
-        {"00:01:00;02", -1, Good, 1800}, // as editors write it
-        {"00:01:00.02", -1, Good, 1800},
-        {"00,01,00,02", -1, Good, 1800},
-        {"-00:01:00:00", 25, Good, -1500},
-        {"+0:0:1:0", 25, Good, 25},
-        {":02:03:04", 25, Good, 3079},
-        {"3:4", 25, Good, 79},
-        {"12", 25, Good, 12},
-        {"100:00:00:00", 25, Good, 9000000},
-        {"00:01:00;00", -1, Dropped, 0},
-        {"00:01:00;03", -2, Dropped, 0},
-        {"00:10:00;00", -1, Good, 17982},
-        {"00:00:00:25", 25, OutOfRange, 0},
-        {"00:60:00:00", 25, OutOfRange, 0},
-        {"00:01:60;00", -1, OutOfRange, 0},
-        {"garbage", 25, NotALabel, 0},
-        {"", 25, NotALabel, 0},
-        {"-", 25, NotALabel, 0},
-        {":", 25, NotALabel, 0},
-        {"1::2", 25, NotALabel, 0},
-        {"1:2:", 25, NotALabel, 0},
-        {"1:2:3:4:5", 25, NotALabel, 0},
-        {"1: 2", 25, NotALabel, 0},
-        {" 1:2", 25, NotALabel, 0},
-        {"--1:2", 25, NotALabel, 0},
-        {"1:-2", 25, NotALabel, 0},
-        {"1:0000000002", 25, Good, 27},
-        {"1:99999999999", 25, OutOfRange, 0},
-        {"99999999999:00:00:00", 25, TooLarge, 0},
-        {"00000000000000000000000000001:1:1", 25, NotALabel, 0},
-        {"01:00:00:00", -6, NoMode, 0},
-        {"01:00:00:00", 0, NoMode, 0},
-    };
-    for (const auto& [text, fcm, status, frames] : cases)
+    const std::map<std::string, TimeLabel::Status> refusals = {{"Dropped", Dropped},
+                                                               {"OutOfRange", OutOfRange},
+                                                               {"NotALabel", NotALabel},
+                                                               {"TooLarge", TooLarge},
+                                                               {"NoMode", NoMode}};
+    for (const ZrRow& row : zrRowsOf("strictLabels.txt"))
     {
+        const auto refused = refusals.find(row[2]);
+        const bool isGood = refused == refusals.end();
         TimeUnit time(7);
-        EXPECT_EQ(TimeLabel::read(text, mode(fcm), time), status) << text;
-        EXPECT_EQ(time.getFrames(), status == Good ? frames : 7) << text;
-        EXPECT_EQ(*TimeLabel::reason(status) == '\0', status == Good) << text;
+        const TimeLabel::Status status = TimeLabel::read(row[0].c_str(), mode(int(row.number(1))), time);
+        EXPECT_EQ(status, isGood ? Good : refused->second) << row;
+        EXPECT_EQ(time.getFrames(), isGood ? row.number(2) : 7) << row;
+        EXPECT_EQ(*TimeLabel::reason(status) == '\0', isGood) << row;
     }
     const DefaultFcm twentyFive(FCM_25);
     TimeUnit time;
@@ -324,29 +286,14 @@ TEST(StrictLabels, TellWhatWasWritten)
 
 TEST(StrictLabels, AreWrittenAsEditorsDo)
 {
-    const std::tuple<double, int, const char*> cases[] = {
-        {90015, 25, "01:00:00:15"},
-        {86412, 24, "01:00:00:12"},
-        {86412, -3, "01:00:00:12"},
-        {180030, 50, "01:00:00:30"},
-        {1800, -1, "00:01:00;02"},
-        {3600, -2, "00:01:00;04"},
-        {1800, 30, "00:01:00:00"},
-        {-1800, -1, "-00:01:00;02"},
-        {9000000, 25, "100:00:00:00"},
-        {infinity, 25, "23860:55:45:22"},
-        {notANumber, 25, "00:00:00:00"},
-        {42, -6, "42"},
-        {42, 0, "42"},
-    };
-    for (const auto& [frames, fcm, text] : cases)
+    for (const ZrRow& row : zrRowsOf("writtenLabels.txt"))
     {
-        EXPECT_EQ(TimeLabel::text(TimeUnit(frames), mode(fcm)), text);
+        const double frames = row.number(0);
+        const FrameCodeModes fcm = mode(int(row.number(1)));
+        EXPECT_EQ(TimeLabel::text(TimeUnit(frames), fcm), row[2]);
         TimeUnit time;
-        if (std::isfinite(frames) && fcm != 0 && fcm != -6)
-        {
-            EXPECT_EQ(TimeLabel::read(text, mode(fcm), time), TimeLabel::Good);
-            EXPECT_EQ(time.getFrames(), frames);
-        }
+        const bool isLabel = std::isfinite(frames) && row[2].find(':') != std::string::npos;
+        EXPECT_EQ(TimeLabel::read(row[2].c_str(), fcm, time) == TimeLabel::Good && time == TimeUnit(frames), isLabel)
+            << row;
     }
 }

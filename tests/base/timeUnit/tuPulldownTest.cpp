@@ -1,11 +1,4 @@
-#include "tuPulldown.h"
-
 #include "tuTestModes.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <vector>
 
 using namespace DM;
 using namespace tuTest;

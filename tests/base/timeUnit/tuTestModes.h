@@ -1,10 +1,7 @@
 /// What the tests of this room share: values at the edges, and the default mode set for a scope.
 #pragma once
 
-#include "tuFcm.h"
-#include "tuTimeUnit.h"
-
-#include <limits>
+#include "zrTest.h"
 
 namespace tuTest
 {

@@ -1,12 +1,4 @@
-#include "edlTCConv.h"
-#include "tuPulldown.h"
 #include "tuTestModes.h"
-#include "tuTimeUnit.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <thread>
 
 using namespace DM;
 using namespace tuTest;

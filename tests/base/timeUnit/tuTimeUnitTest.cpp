@@ -1,14 +1,5 @@
-#include "tuTimeUnit.h"
-
 #include "tuTestModes.h"
 #include "zrTestEnv.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <sstream>
-#include <string>
-#include <utility>
 
 using namespace DM;
 using namespace tuTest;

@@ -1,16 +1,9 @@
 // What changed between two cuts, in drawings: before, after, and the change list that an assistant editor expects.
 #include "zrDrawing.h"
 #include "zrMutations.h"
+#include "zrTable.h"
+#include "zrTest.h"
 #include "zrTestSmallStack.h"
-
-#include "dmColourEffects.h"
-#include "dmCueMark.h"
-#include "dmDiff.h"
-#include "dmEdit.h"
-#include "dmReelNode.h"
-#include "dmUtf8.h"
-
-#include <gtest/gtest.h>
 
 namespace
 {
@@ -44,61 +37,8 @@ DmSegmentNode& shotAt(const CoSharedPtr<DmRoot>& root, int element, int track = 
 
 TEST(Diff, TellsWhatHappenedToShotsAndSeams)
 {
-    const struct
-    {
-        const char* before;
-        const char* after;
-        const char* changes;
-        const char* from = ""; ///< what the shots play, before and after
-        const char* to = "";
-    } rows[] = {
-        {"AAAA|BBBB|CCCC", "AAAA|BBBB|CCCC", ""},
-        // One thing each.
-        {"AAAA|BBBB|CCCC", "XXX|AAAA|BBBB|CCCC", "V1 X: added, 3 frames\n3 shifted"},
-        {"AAAA|BBBB|CCCC", "AAAA|CCCC", "V1 B: removed, 4 frames\n1 shifted"},
-        {"AAAA|BBBB|CCCC", "AAAA|----|CCCC", "V1 B: removed, 4 frames"},
-        {"AAAA|BBBB|CCCC|DDDD", "CCCC|AAAA|BBBB|DDDD", "V1 C: moved 8 frames earlier\n2 shifted"},
-        {"AAAA|BBBB|CCCC", "AA|BBBB|CCCC", "V1 A: tail trimmed, 2 frames shorter\n2 shifted"},
-        {"AAAA|BBBB|CCCC", "AA|--|BBBB|CCCC", "V1 A: tail trimmed, 2 frames shorter"},
-        {"AAAA|BBBB|CCCC", "AAAA|BB|CCCC", "V1 B: head trimmed, 2 frames shorter\n1 shifted", "B10", "B12"},
-        {"AAAA|BBBB|CCCC", "AAAA|--|BB|CCCC", "V1 B: head trimmed, 2 frames shorter", "B10", "B12"},
-        {"AAAA|BBBB|CCCC", "AAAA|BBBBBB|CCCC", "V1 B: head trimmed, 2 frames longer\n1 shifted", "B10", "B8"},
-        {"AAAA|BBBB|CCCC", "AAAA|BBBB|CCCC", "V1 B: slipped, plays what is 3 frames later", "B10", "B13"},
-        {"AAAA|BBBB|CCCC", "AAAAA|BBB|CCCC", "V1 A: tail trimmed, 1 frame longer\nV1 B: head trimmed, 1 frame shorter",
-         "B10", "B11"},
-        {"AAAA|BBBB|----|CC", "AAAA|--|BBBB|--|CC", "V1 B: moved 2 frames later"},
-        // What a gap in front moves, moves; what follows it is shifted.
-        {"AAAA|BBBB|CCCC", "AAAA|--|BBBB|CCCC", "V1 B: moved 2 frames later\n1 shifted"},
-        {"AAAA|BBBB\naaaa|bbbb", "AAAAAA|BBBB\naaaa|--|bbbb", "V1 A: tail trimmed, 2 frames longer\n2 shifted"},
-        // Seams: a transition that holds the old cut trims nobody.
-        {"AAAAAA|BBBBBB", "AAAA////BBBB", "V1 B: VDissolve added, 4 frames", "B10", "B12"},
-        {"AAAA////BBBB", "AAAAAA|BBBBBB", "V1 B: VDissolve removed, 4 frames", "B12", "B10"},
-        {"AAAAAA|BBBBBB", "AAAAAA//BBBB", "V1 B: VDissolve added, 2 frames", "B10", "B12"},
-        {"AAAAAA|BBBBBB", "AAAA//BBBBBB", "V1 B: VDissolve added, 2 frames", "B10", "B10"},
-        {"AAAAAA|BBBBBB", "AA//BBBBBBBB",
-         "V1 A: tail trimmed, 2 frames shorter\nV1 B: VDissolve added, 2 frames\nV1 B: head trimmed, 2 frames longer",
-         "B10", "B8"},
-        {"AAAA//BBBB", "AAA////BBB", "V1 B: transition length: 2 frames -> 4 frames", "B10", "B11"},
-        {"AAAA////BBBB", "AAAAA////BBB", "V1 B: transition 1 frame later on the cut", "B10", "B11"},
-        {"AAAA//BBBB", "AAAA//B", "V1 B: tail trimmed, 3 frames shorter"},
-        // A trim that the transition covers: it lies as it did over one shot, and otherwise over the other.
-        {"AAAA////BBBB", "AAA////BBBB", "V1 A: tail trimmed, 1 frame shorter\n1 shifted"},
-        {"AAAA//BBBBBB", "A//BBBBBB", "V1 A: tail trimmed, 3 frames shorter\n1 shifted"},
-        {"AAAA////BBBB|CC", "AAAA////BBB|CC", "V1 B: head trimmed, 1 frame shorter\n1 shifted", "B12", "B13"},
-        // Other material in the same place; material whose ranges have nothing in common is another shot.
-        {"AAAA|BBBB|CCCC", "AAAA|XXXX|CCCC", "V1 X: replaced: \"B\" -> \"X\"\nV1 X: renamed: \"B\" -> \"X\""},
-        {"AAAA|BBBB|CCCC", "AAAA|BBBB|XXXX|CCCC", "V1 X: added, 4 frames\n1 shifted"},
-        {"AAAA|BBBB", "AAAA|BBBB|BBBB", "V1 B: added, 4 frames"},
-        // Tracks.
-        {"AAAA|BBBB\n---", "AAAA\n--|BBBB", "V2 B: moved from V1, 2 frames earlier"},
-        {"AAAA|BBBB", "AAAA|BBBB\nCCCC", "V2 track added\nV2 C: added, 4 frames"},
-        {"AAAA|BBBB\ncccc", "AAAA|BBBB", "A2 track removed\nA2 c: removed, 4 frames"},
-    };
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(std::string(row.before) + " to " + row.after);
-        EXPECT_EQ(changes(zrDrawing::tree(row.before, row.from), zrDrawing::tree(row.after, row.to)), row.changes);
-    }
+    for (const ZrRow& row : zrRowsOf("diffs.txt"))
+        EXPECT_EQ(changes(zrDrawing::tree(row[0], row[3]), zrDrawing::tree(row[1], row[4])), row[2]) << row;
 }
 
 TEST(Diff, TellsWhatElseChangedOfAShot)

@@ -2,15 +2,7 @@
 // the other; or it is told, where both want the same thing differently.
 #include "zrLaws.h"
 #include "zrNaive.h"
-
-#include "dmColourEffects.h"
-#include "dmPlayed.h"
-#include "dmResizeSettings.h"
-#include "dmTreeTool.h"
-
-#include <gtest/gtest.h>
-
-#include <optional>
+#include "zrTest.h"
 
 namespace
 {

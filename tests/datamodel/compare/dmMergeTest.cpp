@@ -2,13 +2,8 @@
 // documents.
 #include "zrLaws.h"
 #include "zrMergeModel.h"
-
-#include "dmResizeSettings.h"
-#include "dmTreeTool.h"
-
-#include <gtest/gtest.h>
-
-#include <set>
+#include "zrTable.h"
+#include "zrTest.h"
 
 namespace
 {
@@ -37,113 +32,33 @@ DmSegmentNode& shotAt(const CoSharedPtr<DmRoot>& root, int element)
 
 TEST(Merge, PutsEditsOfTwoTogether)
 {
-    const struct
+    for (const ZrRow& row : zrRowsOf("merges.txt"))
     {
-        const char* what;
-        const char* base;
-        const char* ours;
-        const char* theirs;
-        const char* merged;
-        const char* conflicts = "";
-        const char* from[4] = {"", "", "", ""}; ///< what shots play: base, ours, theirs, merged
-    } rows[] = {
-        {"one side", "AAAA|BBBB", "AAA|BBBB", "AAAA|BBBB", "AAA|BBBB"},
-        {"the same on both", "AAAA|BBBB|CC", "AAA|BBBB|CC", "AAA|BBBB|CC", "AAA|BBBB|CC"},
-        {"two ripples", "AAAA|BBBB|CCCC", "AA|BBBB|CCCC", "AAAA|BBBB|CC", "AA|BBBB|CC"},
-        {"two ripples that add up", "AAAA|BBBB|CCCC", "AA|BBBB|CCCC", "AAAA|BBBBBB|CCCC", "AA|BBBBBB|CCCC"},
-        {"ripple and added", "AAAA|BBBB|CCCC", "AA|BBBB|CCCC", "AAAA|BBBB|XXX|CCCC", "AA|BBBB|XXX|CCCC"},
-        {"added beside a ripple", "AAAA|BBBB", "AA|BBBB", "AAAA|XXX|BBBB", "AA|XXX|BBBB"},
-        {"two added", "AAAA|BBBB|CCCC", "AAAA|XX|BBBB|CCCC", "AAAA|BBBB|YYY|CCCC", "AAAA|XX|BBBB|YYY|CCCC"},
-        {"the same added", "AAAA|BBBB", "AAAA|XX|BBBB", "AAAA|XX|BBBB", "AAAA|XX|BBBB"},
-        {"two removed", "AAAA|BBBB|CCCC|DDDD", "AAAA|CCCC|DDDD", "AAAA|BBBB|DDDD", "AAAA|DDDD"},
-        {"removed and trimmed beside it", "AAAA|BBBB|CCCC", "AAAA|CCCC", "AA|BBBB|CCCC", "AA|CCCC"},
-        {"lifted and added behind", "AAAA|BBBB|CCCC", "AAAA|----|CCCC", "AAAA|BBBB|CCCC|DD", "AAAA|----|CCCC|DD"},
-        {"a roll and a trim elsewhere",
-         "AAAA|BBBB|CCCC",
-         "AAAAA|BBB|CCCC",
-         "AAAA|BBBB|CC",
-         "AAAAA|BBB|CC",
-         "",
-         {"B10", "B11", "B10", "B11"}},
-        {"a dissolve and a roll",
-         "AAAAAA|BBBBBB",
-         "AAAA////BBBB",
-         "AAAAAAA|BBBBB",
-         "AAAAA////BBB",
-         "",
-         {"B10", "B12", "B11", "B13"}},
-        {"a dissolve and a ripple in front",
-         "AA|BBBBBB|CCCCCC",
-         "AA|BBBB////CCCC",
-         "A|BBBBBB|CCCCCC",
-         "A|BBBB////CCCC",
-         "",
-         {"C10", "C12", "C10", "C12"}},
-        {"two dissolves",
-         "AAAA|BBBB|CCCC",
-         "AAA//BBB|CCCC",
-         "AAAA|BBB//CCC",
-         "AAA//BB//CCC",
-         "",
-         {"B10 C10", "B11 C10", "B10 C11", "B11 C11"}},
-        {"moved and trimmed", "AAAA|BBBB|CCCC", "BBBB|AAAA|CCCC", "AAAA|BBBB|CC", "BBBB|AAAA|CC"},
-        {"a slip and a trim",
-         "AAAA|BBBB|CCCC",
-         "AAAA|BBBB|CCCC",
-         "AAAA|BB|CCCC",
-         "AAAA|BB|CCCC",
-         "",
-         {"B10", "B13", "B10", "B13"}},
-        {"tracks", "AAAA|BBBB\naaaa|bbbb", "AA|BBBB\naa|bbbb", "AAAA|BBBB\naaaa|bb|bbbb", "AA|BBBB\naa|bb|bbbb"},
-        {"a new track moves along", "AAAA|BBBB", "AA|BBBB", "AAAA|BBBB\n    |cccc", "AA|BBBB\n--|cccc"},
-        {"what goes out of a dissolve is attached", "AAAA|BBBB%%CCCC", "AA|BBBB%%CCCC", "AAAA|BBB%%CCCC",
-         "AA|BBB%%CCCC"},
-        {"and pushed by both", "AAAA%%BBBB|CCCC", "XX|AAAA%%BBBB|CCCC", "YY|AAAA%%BBBB|CCCC", "XX|AAAA%%BBBB|CCCC",
-         "X: both put other material at one place"},
-        // Conflicts: ours stands.
-        {"both trimmed one cut, pulling along another track", "AAAA|BBBB|CCCC\n--------|cccc",
-         "AAAA|BB|CCCC\n------|cccc", "AAAA|BBB|CCCC\n-------|cccc", "AAAA|BB|CCCC\n------|cccc",
-         "C: both trimmed this cut"},
-        {"both trimmed one cut", "AAAA|BBBB|CC", "AA|BBBB|CC", "AAA|BBBB|CC", "AA|BBBB|CC", "B: both trimmed this cut"},
-        {"rolled and trimmed",
-         "AAAA|BBBB|CC",
-         "AAAAA|BBB|CC",
-         "AAA|BBBB|CC",
-         "AAAAA|BBB|CC",
-         "B: both trimmed this cut",
-         {"B10", "B11", "B10", "B11"}},
-        {"other material at one place", "AAAA|BBBB", "AAAA|XX|BBBB", "AAAA|YYY|BBBB", "AAAA|XX|BBBB",
-         "X: both put other material at one place"},
-        {"removed what the other trimmed", "AAAA|BBBB|CCCC", "AAAA|CCCC", "AAAA|BB|CCCC", "AAAA|CCCC",
-         "B: one side removed what the other changed"},
-        {"trimmed what the other removed", "AAAA|BBBB|CCCC", "AAAA|BB|CCCC", "AAAA|CCCC", "AAAA|BB|CCCC",
-         "B: one side removed what the other changed"},
-    };
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(row.what);
-        const auto base = zrDrawing::tree(row.base, row.from[0]);
-        const auto ours = zrDrawing::tree(row.ours, row.from[1]);
-        const auto theirs = zrDrawing::tree(row.theirs, row.from[2]);
+        SCOPED_TRACE(row);
+        const std::string& merged = row[4];
+        const std::string& conflicts = row[5];
+        const auto base = zrDrawing::tree(row[1], row[6]);
+        const auto ours = zrDrawing::tree(row[2], row[7]);
+        const auto theirs = zrDrawing::tree(row[3], row[8]);
         const DmMerge merge = DmMerge::merge(base.get(), *ours, *theirs);
         ASSERT_TRUE(merge.result()) << dmUtf8(merge.status().info());
-        EXPECT_EQ(drawn(merge), row.merged);
-        EXPECT_EQ(conflictsOf(merge), row.conflicts);
+        EXPECT_EQ(drawn(merge), merged);
+        EXPECT_EQ(conflictsOf(merge), conflicts);
         // What nobody disputes is the same whoever is ours.
         const DmMerge swapped = DmMerge::merge(base.get(), *theirs, *ours);
-        if (*row.conflicts == '\0')
+        if (conflicts.empty())
         {
-            EXPECT_EQ(drawn(swapped), row.merged) << "swapped";
+            EXPECT_EQ(drawn(swapped), merged) << "swapped";
         }
         const DmMerge favoured = DmMerge::merge(base.get(), *theirs, *ours, DmMergeFavour::Theirs);
-        EXPECT_EQ(drawn(favoured), row.merged) << "theirs, swapped";
+        EXPECT_EQ(drawn(favoured), merged) << "theirs, swapped";
         const auto* const composition = static_cast<DmCompositionNode*>(merge.result()->getChild(0));
         EXPECT_EQ(composition->getCueMarks().size(), merge.conflicts().size());
         EXPECT_EQ(DmTreeTool::findViolations(const_cast<DmCompositionNode*>(composition), DM_VALIDATE_ALL).size(), 0U);
-        if (*row.from[3] != '\0')
+        if (!row[9].empty())
         {
             const std::string plays = zrDrawing::positions(DmTimeline::publish(merge.result()));
-            for (std::istringstream words(row.from[3]); !words.eof();)
+            for (std::istringstream words(row[9]); !words.eof();)
             {
                 std::string word;
                 words >> word;

@@ -1,9 +1,6 @@
 // A patch leads from any document to any other; on a third one it does what it can, and names the rest.
 #include "zrLaws.h"
-
-#include "dmTreeTool.h"
-
-#include <gtest/gtest.h>
+#include "zrTest.h"
 
 namespace
 {

@@ -3,10 +3,7 @@
 
 #include "zrMutations.h"
 
-#include "dmDiff.h"
-#include "dmMerge.h"
-#include "dmPatch.h"
-#include "dmUtf8.h"
+#include <ZRdmtree.h>
 
 namespace zrLaws
 {

@@ -5,7 +5,7 @@
 #include "zrMutations.h"
 #include "zrNaive.h"
 
-#include "dmMerge.h"
+#include <ZRdmtree.h>
 
 namespace zrMergeModel
 {

@@ -4,12 +4,7 @@
 
 #include "zrRandomEdits.h"
 
-#include "dmBlobNode.h"
-#include "dmColourEffects.h"
-#include "dmCueMark.h"
-#include "dmJsonImporter.h"
-#include "dmReelNode.h"
-#include "dmTreeJsonBuilder.h"
+#include <ZRdmtree.h>
 
 namespace zrMutations
 {

@@ -1,254 +1,16 @@
-// Pieces of time, and edges.
+// Pieces of time, and edges: what operations.txt cannot say.
 #include "zrEditCases.h"
 
 using namespace zrEditCases;
 
-TEST(EditPieces, InsertPushesOverwriteReplaces)
+TEST(EditPieces, InsertRefusesWhatHasNoPlaceThere)
 {
     check({
-        {"at a cut", "AAAA|BBBB", "", [](DmEdit& e) { return e.insert(layer(), 4, five()); }, "AAAA|XXXXX|BBBB",
-         "A0 X3 B0"},
-        {"inside a shot", "AAAA|BBBB", "A2", [](DmEdit& e) { return e.insert(layer(), 2, five()); }, "AA|XXXXX|AA|BBBB",
-         "A2 X3 A4 B0"},
-        {"at the begin", "AAAA", "", [](DmEdit& e) { return e.insert(layer(), 0, five()); }, "XXXXX|AAAA", ""},
-        {"at the end", "AAAA", "", [](DmEdit& e) { return e.insert(layer(), 4, five()); }, "AAAA|XXXXX", ""},
-        {"behind the end", "AAAA", "", [](DmEdit& e) { return e.insert(layer(), 6, five()); }, "AAAA|--|XXXXX", ""},
-        {"into a gap", "AA|----|BB", "", [](DmEdit& e) { return e.insert(layer(), 4, five()); }, "AA|--|XXXXX|--|BB",
-         ""},
-        {"in a transition", "AAAA////BBBB", "A0/20 B8/20", [](DmEdit& e) { return e.insert(layer(), 6, five()); },
-         "AAAAAA|XXXXX|BBBBBB", "A0 X3 B6"},
-        {"in a transition, shortened",
-         "AAAA////BBBB",
-         "A0/20 B8/20",
-         [](DmEdit& e) { return e.insert(layer(), 7, five()); },
-         "AAAA//B|XXXXX|BBBBB",
-         "A0 B6 X3 B7",
-         {.atTransition = DmAtTransition::Shortened}},
-        {"too short to be shortened",
-         "AAAA////BBBB",
-         "A0/20 B8/20",
-         [](DmEdit& e) { return e.insert(layer(), 5, five()); },
-         "! too short",
-         "",
-         {.atTransition = DmAtTransition::Shortened}},
-        {"in front of the layer", "AAAA", "", [](DmEdit& e) { return e.insert(layer(), -1, five()); },
-         "! in front of the layer's begin", ""},
         {"another media type", "aaaa", "", [](DmEdit& e) { return e.insert(layer(), 1, five()); }, "! media type", ""},
         {"more than there is", "AAAA", "", [](DmEdit& e) { return e.insert(layer(), 1, five('X', 18)); },
          "! only 20 frames", ""},
         {"no such layer", "AAAA", "", [](DmEdit& e) { return e.insert(layer(3), 1, five()); }, "! There is no layer",
          ""},
-        {"over two shots", "AAAA|BBBB|CC", "", [](DmEdit& e) { return e.overwrite(layer(), 2, five()); },
-         "AA|XXXXX|B|CC", "A0 X3 B3 C0"},
-        {"over the end", "AAAA|BB", "", [](DmEdit& e) { return e.overwrite(layer(), 4, five()); }, "AAAA|XXXXX", ""},
-        {"over a transition", "AAAA//BBBBBB", "A0/20 B8/20", [](DmEdit& e) { return e.overwrite(layer(), 3, five()); },
-         "AAA|XXXXX|BBBB", "A0 X3 B10"},
-        {"half over a transition", "AAAAAAA//BBB", "A0/20 B8/20",
-         [](DmEdit& e) { return e.overwrite(layer(), 3, five()); }, "AAA|XXXXX|BBBB", "A0 X3 B7"},
-        {"opens the other tracks", "AAAA|BBBB\naaaaaaaa", "", [](DmEdit& e) { return e.insert(layer(), 4, five()); },
-         "AAAA|XXXXX|BBBB\naaaa|-----|aaaa", ""},
-        {"but not the unlocked ones",
-         "AAAA|BBBB\naaaaaaaa",
-         "",
-         [](DmEdit& e) { return e.insert(layer(), 4, five()); },
-         "AAAA|XXXXX|BBBB\naaaaaaaa",
-         "",
-         {.unlockedTracks = {1}}},
-    });
-}
-
-TEST(EditPieces, LiftLeavesAGapExtractCloses)
-{
-    check({
-        {"lift inside a shot", "AAAAAA", "A1", [](DmEdit& e) { return e.lift(layer(), 2, 4); }, "AA|--|AA", "A1 A5"},
-        {"lift joins gaps", "AA|--|BB|--|CC", "", [](DmEdit& e) { return e.lift(layer(), 4, 6); }, "AA|------|CC", ""},
-        {"lift across a transition", "AAAA//BBBB", "A0/20 B5/20", [](DmEdit& e) { return e.lift(layer(), 3, 7); },
-         "AAA|----|BBB", "A0 B6"},
-        {"lift to a time in a transition", "AAAA//BBBB", "A0/20 B5/20", [](DmEdit& e) { return e.lift(layer(), 2, 5); },
-         "AA|---|BBBBB", "A0 B4"},
-        {"lift a whole layer", "AAAA", "", [](DmEdit& e) { return e.lift(layer(), 0, 9); }, "----", ""},
-        {"extract inside a shot", "AAAAAA", "A1", [](DmEdit& e) { return e.extract(layer(), 2, 4); }, "AA|AA", "A1 A5"},
-        {"extract a whole shot", "AA|BB|CC", "", [](DmEdit& e) { return e.extract(layer(), 2, 4); }, "AA|CC", ""},
-        {"extract the first", "AA|BB|CC", "", [](DmEdit& e) { return e.extract(layer(), 0, 2); }, "BB|CC", ""},
-        {"extract the last", "AA|BB|CC", "", [](DmEdit& e) { return e.extract(layer(), 4, 6); }, "AA|BB", ""},
-        {"extract all", "AA|BB", "", [](DmEdit& e) { return e.extract(layer(), 0, 4); }, "", ""},
-        {"extract closes gaps elsewhere", "AA|BB|CC\na|----|a", "", [](DmEdit& e) { return e.extract(layer(), 2, 4); },
-         "AA|CC\na|--|a", ""},
-        {"and refuses material", "AA|BB|CC\naaaaaa", "", [](DmEdit& e) { return e.extract(layer(), 2, 4); },
-         "! would take material of track 2", ""},
-        {"unless told to cut it",
-         "AA|BB|CC\naaaaaa",
-         "",
-         [](DmEdit& e) { return e.extract(layer(), 2, 4); },
-         "AA|CC\naa|aa",
-         "A0 C0 a0 a4",
-         {.cutSynced = true}},
-        {"a linked pair",
-         "AA|BB|CC\naa|bb|cc",
-         "",
-         [](DmEdit& e) { return e.extractSegment(at(2)); },
-         "AA|CC\naa|cc",
-         "",
-         {},
-         true},
-        {"unlinked for the edit",
-         "AA|BB|CC\naa|bb|cc",
-         "",
-         [](DmEdit& e) { return e.liftSegment(at(2)); },
-         "AA|--|CC\naa|bb|cc",
-         "",
-         {.linked = false},
-         true},
-        {"an empty range", "AAAA", "", [](DmEdit& e) { return e.extract(layer(), 3, 3); }, "! empty", ""},
-    });
-}
-
-TEST(EditEdges, TrimOpensAGapOrGrowsIntoOne)
-{
-    check({
-        {"tail earlier", "AAAA|BB", "", [](DmEdit& e) { return e.trim(at(0), DM_TAIL, -1); }, "AAA|-|BB", ""},
-        {"head later", "AAAA|BBBB", "B3", [](DmEdit& e) { return e.trim(at(2), DM_HEAD, 2); }, "AAAA|--|BB", "A0 B5"},
-        {"tail into a gap", "AA|---|BB", "A0/9", [](DmEdit& e) { return e.trim(at(0), DM_TAIL, 2); }, "AAAA|-|BB", ""},
-        {"tail through a gap", "AA|--|BB", "A0/9", [](DmEdit& e) { return e.trim(at(0), DM_TAIL, 2); }, "AAAA|BB", ""},
-        {"head into a gap", "AA|--|BB", "B5", [](DmEdit& e) { return e.trim(at(4), DM_HEAD, -1); }, "AA|-|BBB",
-         "A0 B4"},
-        {"head of unknown material", "AA|--|BB", "B1", [](DmEdit& e) { return e.trim(at(4), DM_HEAD, -2); }, "AA|BBBB",
-         "A0 B-1"},
-        {"past the material", "AA|---|BB", "A0/3", [](DmEdit& e) { return e.trim(at(0), DM_TAIL, 2); },
-         "! 2 frames are wanted, there are 1", ""},
-        {"clamped",
-         "AA|---|BB",
-         "A0/3",
-         [](DmEdit& e) { return e.trim(at(0), DM_TAIL, 2); },
-         "AAA|--|BB",
-         "",
-         {.clamp = true}},
-        {"against a shot", "AA|BB", "", [](DmEdit& e) { return e.trim(at(0), DM_TAIL, 1); }, "! is in the way", ""},
-        {"against the begin", "AA|BB", "A4", [](DmEdit& e) { return e.trim(at(0), DM_HEAD, -1); }, "! begin", ""},
-        {"behind the end", "AA|BB", "", [](DmEdit& e) { return e.trim(at(2), DM_TAIL, 3); }, "AA|BBBBB", ""},
-        {"to nothing", "AA|BB", "", [](DmEdit& e) { return e.trim(at(0), DM_TAIL, -2); }, "! there are 1", ""},
-        {"away from a transition", "AAAA//BBBB", "A0/20 B4/20", [](DmEdit& e) { return e.trim(at(0), DM_TAIL, -1); },
-         "AAA|-|BBBBBB", "A0 B2"},
-        {"linked",
-         "AAAA|BB\naaaa|bb",
-         "",
-         [](DmEdit& e) { return e.trim(at(0), DM_TAIL, -1); },
-         "AAA|-|BB\naaa|-|bb",
-         "",
-         {},
-         true},
-    });
-}
-
-TEST(EditEdges, RippleTrimPullsAllBehind)
-{
-    check({
-        {"tail earlier", "AAAA|BB", "", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, -1); }, "AAA|BB", ""},
-        {"tail later", "AAAA|BB", "A0/6", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, 2); }, "AAAAAA|BB", ""},
-        {"past the material", "AAAA|BB", "A0/6", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, 3); },
-         "! there are 2", ""},
-        {"a head keeps its in-time", "AAAA|BBBB|C", "B3", [](DmEdit& e) { return e.rippleTrim(at(2), DM_HEAD, 2); },
-         "AAAA|BB|C", "A0 B5 C0"},
-        {"head earlier", "AAAA|BBBB|C", "B3", [](DmEdit& e) { return e.rippleTrim(at(2), DM_HEAD, -2); },
-         "AAAA|BBBBBB|C", "A0 B1 C0"},
-        {"with its transition", "AAAA//BBBB", "A0/20 B4/20", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, -2); },
-         "AA//BBBB", "A0 B4"},
-        {"whose frames count", "AAAA//BBBB", "A0/7 B4/20", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, 2); },
-         "! there are 1", ""},
-        {"opens the others", "AAAA|BB\naaaaaa", "A0/9", [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, 1); },
-         "AAAAA|BB\naaaa|-|aa", ""},
-        {"linked",
-         "AAAA|BB\naaaa|bb",
-         "",
-         [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, -1); },
-         "AAA|BB\naaa|bb",
-         "",
-         {},
-         true},
-        {"sync closes a gap of another length elsewhere", "AAAA|BB\naa|--|bb", "",
-         [](DmEdit& e) { return e.rippleTrim(at(0), DM_TAIL, -1); }, "AAA|BB\naa|-|bb", ""},
-    });
-}
-
-TEST(EditEdges, RollSlipSlide)
-{
-    check({
-        {"roll later", "AAAA|BBBB", "A0/9 B5/20", [](DmEdit& e) { return e.roll(at(1), 2); }, "AAAAAA|BB", "A0 B7"},
-        {"roll earlier", "AAAA|BBBB", "A0/9 B5/20", [](DmEdit& e) { return e.roll(at(1), -2); }, "AA|BBBBBB", "A0 B3"},
-        {"roll past a handle", "AAAA|BBBB", "A0/5 B5/20", [](DmEdit& e) { return e.roll(at(1), 2); }, "! there are 1",
-         ""},
-        {"roll over a shot", "AAAA|BB", "A0/9", [](DmEdit& e) { return e.roll(at(1), 2); }, "! there are 1", ""},
-        {"roll clamped",
-         "AAAA|BBBB",
-         "A0/5",
-         [](DmEdit& e) { return e.roll(at(1), 2); },
-         "AAAAA|BBB",
-         "A0 B1",
-         {.clamp = true}},
-        {"roll a transition", "AAAA//BBBB", "A0/20 B5/20", [](DmEdit& e) { return e.roll(at(1), -1); }, "AAA//BBBBB",
-         "A0 B4"},
-        {"roll beside a gap", "AA|--|BB", "A0/20", [](DmEdit& e) { return e.roll(at(1), 2); }, "AAAA|BB", ""},
-        {"roll linked",
-         "AAAA|BBBB\naaaa|bbbb",
-         "B5 b5",
-         [](DmEdit& e) { return e.roll(at(1), 1); },
-         "AAAAA|BBB\naaaaa|bbb",
-         "A0 B6 a0 b6",
-         {},
-         true},
-        {"roll a split edit",
-         "AAAA|BBBB\naaa|bbbbb",
-         "B5 b4",
-         [](DmEdit& e) { return e.roll(at(1), 1); },
-         "AAAAA|BBB\naaa|bbbbb",
-         "A0 B6 a0 b4",
-         {},
-         true},
-        {"slip later", "AA|BBBB|CC", "B5/20", [](DmEdit& e) { return e.slip(at(2), 3); }, "AA|BBBB|CC", "A0 B8 C0"},
-        {"slip past the begin", "AA|BBBB|CC", "B2/20", [](DmEdit& e) { return e.slip(at(2), -3); }, "! there are 2",
-         ""},
-        {"slip leaves the transition its frames", "AAAA//BBBB", "A0/20 B5/20",
-         [](DmEdit& e) { return e.slip(at(2), -4); }, "! there are 3", ""},
-        {"slip unknown", "AA|BBBB", "B2", [](DmEdit& e) { return e.slip(at(2), -3); }, "AA|BBBB", "A0 B-1"},
-        {"slip a gap", "AA|--|BB", "", [](DmEdit& e) { return e.slip(at(2), 1); }, "! no material", ""},
-        {"slide later", "AAAA|BB|CCCC", "A0/9 C5/20", [](DmEdit& e) { return e.slide(at(2), 2); }, "AAAAAA|BB|CC",
-         "A0 B0 C7"},
-        {"slide earlier", "AAAA|BB|CCCC", "A0/9 C5/20", [](DmEdit& e) { return e.slide(at(2), -3); }, "A|BB|CCCCCCC",
-         "A0 B0 C2"},
-        {"slide into nothing", "AAAA|BB|CCCC", "C2/20", [](DmEdit& e) { return e.slide(at(2), -3); }, "! there are 2",
-         ""},
-        {"slide with transitions", "AAAA//BB//CCCC", "A0/20 B5/20 C5/20", [](DmEdit& e) { return e.slide(at(2), 1); },
-         "AAAAA//BB//CCC", "A0 B5 C6"},
-        {"slide at an end", "AAAA|BB", "", [](DmEdit& e) { return e.slide(at(2), -1); }, "! no neighbour", ""},
-        {"slide between gaps", "--|BB|--", "", [](DmEdit& e) { return e.slide(at(2), 2); }, "----|BB", ""},
-    });
-}
-
-TEST(EditPieces, SplitAndJoin)
-{
-    check({
-        {"split", "AAAA", "A3", [](DmEdit& e) { return e.split(layer(), 1); }, "A|AAA", "A3 A4"},
-        {"split at a seam", "AA|BB", "", [](DmEdit& e) { return e.split(layer(), 2); }, "! a seam", ""},
-        {"split behind the end", "AA|BB", "", [](DmEdit& e) { return e.split(layer(), 4); }, "! Nothing plays", ""},
-        {"split in a transition", "AAAA//BBBB", "A0/20 B5/20", [](DmEdit& e) { return e.split(layer(), 5); },
-         "AAAAA|BBBBB", "A0 B4"},
-        {"split linked",
-         "AAAA\naaaa",
-         "A3 a3",
-         [](DmEdit& e) { return e.split(layer(), 1); },
-         "A|AAA\na|aaa",
-         "A3 A4 a3 a4",
-         {},
-         true},
-        {"split a gap", "AA|--|BB", "", [](DmEdit& e) { return e.split(layer(), 3); }, "AA|-|-|BB", ""},
-        {"join", "AA|BB", "",
-         [](DmEdit& e)
-         {
-             EXPECT_TRUE(e.split(layer(), 1).ok());
-             return e.join(at(1));
-         },
-         "AA|BB", "A0 B0"},
-        {"join two media", "AA|BB", "", [](DmEdit& e) { return e.join(at(1)); }, "! not of one medium", ""},
     });
 }
 
@@ -402,12 +164,16 @@ TEST(EditTimes, AreFramesOrLabels)
     EXPECT_EQ(draw(dropping.timeline()), "AA|AA|BBBB");
 }
 
-TEST(EditPieces, ReplacingPlaysFromTheGivenInPoint)
+TEST(EditPieces, ReplacingPlaysFromTheGivenInPointOnAnyTrack)
 {
     const auto with = [](double in, double length, double known) {
         return [=](DmEdit& e) { return e.replace(at(2), shot('X', 0, length, {in, known})); };
     };
     check({
+        {"across tracks", "AA|BBB\nCCC", "", [](DmEdit& e) { return e.swap(at(2), at(0, 1)); }, "AA|CCC\nBBB", ""},
+        {"to another track", "AA|BB|CC\nDDDDDD", "", [](DmEdit& e) { return e.move(at(2), layer(1), 2); },
+         "AA|--|CC\nDD|BB|DD", ""},
+        {"too short", "AA|BBBB|CC", "", with(3, 2, 6), "! too short", ""},
         {"at a cut", "AA|BBBB|CC", "B5/20", with(7, 9, 20), "AA|XXXX|CC", "A0 X7 C0"},
         {"just enough", "AA|BBBB|CC", "B5/20", with(7, 2, 11), "AA|XXXX|CC", "A0 X7 C0"},
         {"a frame too few", "AA|BBBB|CC", "B5/20", with(7, 2, 10), "! there are 10", ""},

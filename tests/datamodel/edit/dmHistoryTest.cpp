@@ -1,7 +1,5 @@
 #include "zrEditCases.h"
 
-#include "dmHistory.h"
-
 using namespace zrEditCases;
 
 namespace

@@ -2,9 +2,6 @@
 // versions share.
 #include "zrEditCases.h"
 
-#include "dmResizeSettings.h"
-#include "dmTimewarpSettings.h"
-
 using namespace zrEditCases;
 
 namespace

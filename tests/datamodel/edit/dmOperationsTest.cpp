@@ -3,15 +3,6 @@
 #include "zrEditCases.h"
 #include "zrRandomEdits.h"
 
-#include "dmHistory.h"
-#include "dmKeyFrame.h"
-#include "dmStoredLabel.h"
-#include "dmTimewarpSettings.h"
-#include "tuFcm.h"
-
-#include <fstream>
-#include <set>
-
 using namespace zrEditCases;
 
 namespace
@@ -19,23 +10,44 @@ namespace
 
 struct Row
 {
-    int line;
-    std::string before, materials, operation, expected, positions;
-    std::vector<std::string> arguments;
-    DmEditOptions options;
+    int line = 0;
+    std::string before = {}, materials = {}, operation = {}, expected = {}, positions = {};
+    std::vector<std::string> arguments = {};
+    DmEditOptions options = {};
+    bool isLinked = false;
 };
+
+/// Tracks stand below each other in drawings, beside each other in rows.
+std::string drawn(std::string row)
+{
+    std::ranges::replace(row, ',', '\n');
+    return row;
+}
+
+const zrOperations::Operation* operationOf(const std::string& name)
+{
+    for (const zrOperations::Operation& each : zrOperations::all)
+        if (name == each.name)
+            return &each;
+    const auto* const found = std::ranges::find(zrOperations::whole, name, &zrOperations::Operation::name);
+    return found == std::end(zrOperations::whole) ? nullptr : found;
+}
 
 std::vector<Row> rows()
 {
-    const std::pair<const char*, void (*)(DmEditOptions&)> options[] = {
-        {"[clamp]", [](DmEditOptions& o) { o.clamp = true; }},
-        {"[shortened]", [](DmEditOptions& o) { o.atTransition = DmAtTransition::Shortened; }},
-        {"[keep-frames]", [](DmEditOptions& o) { o.keepFrames = true; }},
-        {"[ripple]", [](DmEditOptions& o) { o.ripple = true; }},
+    const std::pair<const char*, void (*)(Row&)> options[] = {
+        {"[clamp]", [](Row& row) { row.options.clamp = true; }},
+        {"[shortened]", [](Row& row) { row.options.atTransition = DmAtTransition::Shortened; }},
+        {"[keep-frames]", [](Row& row) { row.options.keepFrames = true; }},
+        {"[ripple]", [](Row& row) { row.options.ripple = true; }},
+        {"[unlocked]", [](Row& row) { row.options.unlockedTracks = {1}; }},
+        {"[cut-synced]", [](Row& row) { row.options.cutSynced = true; }},
+        {"[linked]", [](Row& row) { row.isLinked = true; }},
+        {"[unlinked]", [](Row& row) { row.isLinked = true, row.options.linked = false; }},
     };
     std::ifstream file(ZR_OPERATIONS);
     std::vector<Row> all;
-    Row row{};
+    Row row;
     for (std::string line; std::getline(file, line);)
     {
         ++row.line;
@@ -45,43 +57,48 @@ std::vector<Row> rows()
         if (line[0] != ' ')
         {
             words >> row.before;
+            row.before = drawn(row.before);
             row.materials.clear();
             std::getline(words >> std::ws, row.materials);
             continue;
         }
-        row.arguments.clear();
-        row.options = {};
+        row = {row.line, row.before, row.materials};
         words >> row.operation;
-        for (const zrOperations::Operation& each : zrOperations::all)
-            for (std::size_t i = 0; row.operation == each.name && each.arguments[i] != '\0'; ++i)
+        if (const zrOperations::Operation* const operation = operationOf(row.operation))
+            for (std::size_t i = 0; operation->arguments[i] != '\0'; ++i)
                 words >> row.arguments.emplace_back();
         std::getline(words >> std::ws, row.expected);
         for (const auto& [word, set] : options)
             if (row.expected.starts_with(word))
             {
-                set(row.options);
+                set(row);
                 row.expected.erase(0, row.expected.find_first_not_of(' ', row.expected.find(' ')));
             }
         const std::size_t plays = row.expected.find(" ; ");
         row.positions = plays == std::string::npos ? "" : row.expected.substr(plays + 3);
         row.expected.erase(std::min(row.expected.size(), row.expected.find_last_not_of(' ', plays) + 1));
+        if (row.expected[0] != '!')
+            row.expected = drawn(row.expected);
         all.push_back(row);
     }
     return all;
 }
 
-/// The shot of that letter, covered or not.
-int indexOf(const DmTimeline& timeline, char name)
+/// The shot of that letter, covered or not; or "#2", an element of the first track.
+DmElementPlace placeOf(const DmTimeline& timeline, const std::string& word)
 {
-    for (int i = 0; i < timeline.elementCount(layer()); ++i)
-    {
-        const DmTreeNode* const node = timeline.storedElement(at(i));
-        const auto* const blob = dynamic_cast<const DmTreeNode*>(node->getBaseBlob());
-        const DmTreeNode* const named = dynamic_cast<const DmGapNode*>(node) && blob ? blob : node;
-        if (named->getName() == DmString(std::string(1, name).c_str()))
-            return i;
-    }
-    return -1;
+    if (word[0] == '#')
+        return at(std::stoi(word.substr(1)));
+    for (int track = 0; track < timeline.trackCount(); ++track)
+        for (int i = 0; i < timeline.elementCount(layer(track)); ++i)
+        {
+            const DmTreeNode* const node = timeline.storedElement(at(i, track));
+            const auto* const blob = dynamic_cast<const DmTreeNode*>(node->getBaseBlob());
+            const DmTreeNode* const named = dynamic_cast<const DmGapNode*>(node) && blob ? blob : node;
+            if (named->getName() == DmString(word.c_str()))
+                return at(i, track);
+        }
+    return at(-1);
 }
 
 zrOperations::Arguments argumentsOf(const Row& row, const char* kinds, const DmTimeline& timeline)
@@ -97,7 +114,9 @@ zrOperations::Arguments argumentsOf(const Row& row, const char* kinds, const DmT
             with.amount = std::stod(word);
         else
         {
-            (isOther ? with.other : with.element).index = indexOf(timeline, word[0]) - (kinds[i] == 's' ? 1 : 0);
+            DmElementPlace& place = isOther ? with.other : with.element;
+            place = placeOf(timeline, word);
+            place.index -= kinds[i] == 's' ? 1 : 0;
             isOther = true;
         }
     }
@@ -132,8 +151,8 @@ CoSharedPtr<DmEffectSettings> warpOf(const Variant& variant, double length)
 
 DmTimeline timelineOf(const Row& row, const Variant& variant)
 {
-    const auto root =
-        zrDrawing::tree(row.before, row.materials.empty() ? variant.materials : row.materials, false, variant.fcm);
+    const auto root = zrDrawing::tree(row.before, row.materials.empty() ? variant.materials : row.materials,
+                                      row.isLinked, variant.fcm);
     DmTreeNode* const layerNode = root->getChild(0)->getChild(0)->getChild(0);
     for (int i = 0; i < layerNode->getNbChildren(); ++i)
     {
@@ -150,9 +169,8 @@ DmTimeline timelineOf(const Row& row, const Variant& variant)
 
 void check(const Row& row, const Variant& variant)
 {
-    const auto* const operation =
-        std::ranges::find_if(zrOperations::all, [&](const auto& each) { return row.operation == each.name; });
-    ASSERT_NE(operation, std::end(zrOperations::all)) << row.operation;
+    const zrOperations::Operation* const operation = operationOf(row.operation);
+    ASSERT_TRUE(operation) << row.operation;
     const DmTimeline before = timelineOf(row, variant);
     ASSERT_EQ(draw(before), row.before);
     const zrOperations::Arguments with = argumentsOf(row, operation->arguments, before);
@@ -184,10 +202,10 @@ void check(const Row& row, const Variant& variant)
         EXPECT_EQ(positions(after), row.positions);
     }
     const bool isWhole = std::floor(with.time) == with.time && std::floor(with.amount) == with.amount;
-    // The model's transitions keep their length or go, and its segments keep theirs.
-    if (isWhole && row.options.atTransition == DmAtTransition::Cut && !row.options.keepFrames)
+    // The model's transitions keep their length or go, its segments keep theirs, and other tracks lose nothing.
+    if (isWhole && row.options.atTransition == DmAtTransition::Cut && !row.options.keepFrames && !row.options.cutSynced)
     {
-        EXPECT_EQ(zrRandomEdits::Law(*operation, with, before).broken(edit, false), "");
+        EXPECT_EQ(zrRandomEdits::Law(*operation, with, before).broken(edit, row.isLinked), "");
     }
     DmHistory history(before);
     const CoSharedPtr<DmTreeNode> done = DmTreeTool::deepClone(after.tree());

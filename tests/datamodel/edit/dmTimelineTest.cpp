@@ -1,13 +1,6 @@
 // Timelines as values: what publishing makes constant, what versions share, and how a place is found again.
 #include "zrDrawing.h"
-
-#include "dmBlobNode.h"
-#include "dmEdit.h"
-#include "dmResizeSettings.h"
-#include "dmTreeTool.h"
-#include "dmUtf8.h"
-
-#include <random>
+#include "zrTest.h"
 
 namespace
 {

@@ -2,36 +2,11 @@
 #include "zrEditCases.h"
 #include "zrFilled.h"
 
-#include "dmHistory.h"
-#include "dmMaterial.h"
-#include "dmResizeSettings.h"
-#include "dmSetTools.h"
-#include "dmTreeJsonBuilder.h"
-
-#include <atomic>
-#include <set>
-#include <sstream>
-#include <thread>
-
 using namespace zrEditCases;
 
-TEST(EditWhole, RangesTracksAndLayers)
+TEST(EditWhole, TracksOfSeveralTimelinesMeet)
 {
     check({
-        {"range", "AAAA|BBBB|CC\naaaaaaaaaa", "B3/20", [](DmEdit& e) { return e.trimToRange(3, 7); }, "A|BBB\naaaa",
-         "A3 B3 a3"},
-        {"range in a transition", "AAAA//BBBB", "A0/20 B5/20", [](DmEdit& e) { return e.trimToRange(5, 9); }, "BBBB",
-         "B4"},
-        {"range of what begins later", "AAAAAAAA\n~~~XX|YY", "X0/20 Y5/20",
-         [](DmEdit& e) { return e.trimToRange(1, 6); }, "AAAAA\n--|XX|Y", "A1 X0 Y5"},
-        {"range in what begins later", "AAAAAAAA\n~~~XX//YY\n~~~xxxx", "X0/20 Y5/20",
-         [](DmEdit& e) { return e.trimToRange(4, 7); }, "AAA\nXXX\nxxx", "A4 X1 x1"},
-        {"range in front of what begins later", "AAAAAAAA\n~~~XX", "", [](DmEdit& e) { return e.trimToRange(1, 3); },
-         "AA\n~~~", "A1"},
-        {"range from the begin", "AAAA\n~~XXX", "", [](DmEdit& e) { return e.trimToRange(0, 3); }, "AAA\n~~X", ""},
-        {"range of what begins with a gap later", "AAAAAAAA\n~~-|XX", "", [](DmEdit& e) { return e.trimToRange(1, 8); },
-         "AAAAAAA\n--|XX", ""},
-        {"outside", "AAAA", "", [](DmEdit& e) { return e.trimToRange(5, 9); }, "! Nothing lies", ""},
         {"concatenate", "AAAA\naaa", "",
          [](DmEdit& e) { return e.concatenate(timeline("XX//YY\nxxx\nZZ", "X0/20 Y5/20")); },
          "AAAA|XX//YY\naaa|-|xxx\n----|ZZ", ""},
@@ -39,29 +14,12 @@ TEST(EditWhole, RangesTracksAndLayers)
          [](DmEdit& e) { return e.concatenate(timeline("~~YY\n~~~~Z")); }, "AA|-|YY\n~XX|--|Z", ""},
         {"concatenate to nothing", "", "", [](DmEdit& e) { return e.concatenate(timeline("XX\nxx")); }, "XX\nxx", ""},
         {"stack", "AAAA", "", [](DmEdit& e) { return e.stack(timeline("XX//YY", "X0/20 Y5/20")); }, "AAAA\nXX//YY", ""},
-        {"flatten", "AAAAAAAA\n--|XX|--\n---|Y", "", [](DmEdit& e) { return e.flatten(); }, "AA|X|Y|AAAA",
-         "A0 X0 Y0 A4"},
-        {"flatten past the end", "AA\n----|XX", "", [](DmEdit& e) { return e.flatten(); }, "AA|--|XX", ""},
-        {"flatten a transition", "AAAAAAAAAA\n--|XX/YY", "X0/20 Y5/20", [](DmEdit& e) { return e.flatten(); },
-         "AA|XX/YY|AAA", ""},
-        {"flatten onto what begins later", "~~~~AAAA\n--|XX|-|Y", "A0/20", [](DmEdit& e) { return e.flatten(); },
-         "--|XX|A|Y|AA", "X0 A0 Y0 A2"},
-        {"flatten onto what begins behind", "~~~~AA\nXX", "", [](DmEdit& e) { return e.flatten(); }, "XX|--|AA", ""},
-        {"flatten onto nothing", "\n~~XX|YY", "", [](DmEdit& e) { return e.flatten(); }, "~~XX|YY", ""},
-        {"flatten what begins later", "AAAAAA\n~~XX\n~~~Y|-|Z", "", [](DmEdit& e) { return e.flatten(); }, "AA|X|Y|A|Z",
-         "A0 X0 Y0 A4 Z0"},
-        {"flatten a transition to nothing", "AAAAAA\n-//XX", "X5/20", [](DmEdit& e) { return e.flatten(); }, "A|XXXX|A",
-         "A0 X3 A5"},
-        {"sound stays", "AAAA\n-|X\naaaa", "", [](DmEdit& e) { return e.flatten(); }, "A|X|AA\naaaa", ""},
         {"keep tracks", "AA\nBB\naa", "",
          [](DmEdit& e) {
              return e.keepTracks({1, 2});
          },
          "BB\naa", ""},
-        {"drop tracks", "AA\nBB\naa", "", [](DmEdit& e) { return e.dropTracks({1}); }, "AA\naa", ""},
         {"no such track", "AA", "", [](DmEdit& e) { return e.dropTracks({1}); }, "! no track 2", ""},
-        {"drop transitions", "AAAA//BBBB//CCCC", "A0/20 B5/20 C5/20", [](DmEdit& e) { return e.dropTransitions(); },
-         "AAAA|BBBBBB|CCCCCC", "A0 B3 C3"},
     });
 }
 

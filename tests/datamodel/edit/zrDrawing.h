@@ -13,18 +13,7 @@
 ///     (X)     a shot that transitions cover, attached to a gap of no length; '.' is such a gap without a shot
 #pragma once
 
-#include "dmADissolveSettings.h"
-#include "dmContainerNode.h"
-#include "dmCutNode.h"
-#include "dmGapNode.h"
-#include "dmLayerBuilder.h"
-#include "dmMaterial.h"
-#include "dmRoot.h"
-#include "dmSourceInput.h"
-#include "dmTimeline.h"
-#include "dmTrackNode.h"
-#include "dmTrxEffectNode.h"
-#include "dmVDissolveSettings.h"
+#include <ZRdmtree.h>
 
 #include <cctype>
 #include <cmath>

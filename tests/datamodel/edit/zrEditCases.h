@@ -2,14 +2,7 @@
 #pragma once
 
 #include "zrDrawing.h"
-
-#include "dmEdit.h"
-#include "dmTreeTool.h"
-#include "dmUtf8.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
+#include "zrTest.h"
 
 namespace zrEditCases
 {

@@ -2,15 +2,7 @@
 /// library's own arithmetic is in it.
 #pragma once
 
-#include "dmATimewarpSettings.h"
-#include "dmAnimationChannel.h"
-#include "dmContainerNode.h"
-#include "dmSourceInput.h"
-#include "dmTimeline.h"
-#include "dmTimewarpSettings.h"
-#include "dmTrackNode.h"
-#include "dmTransitionNode.h"
-#include "dmUtf8.h"
+#include <ZRdmtree.h>
 
 #include <algorithm>
 #include <cmath>

@@ -4,10 +4,7 @@
 #include "zrDrawing.h"
 #include "zrNaive.h"
 
-#include "dmEdit.h"
-#include "dmResizeSettings.h"
-#include "dmUtf8.h"
-#include "dmWipeSettings.h"
+#include <ZRdmtree.h>
 
 #include <algorithm>
 

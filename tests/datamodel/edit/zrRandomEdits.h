@@ -6,10 +6,7 @@
 #include "zrNaive.h"
 #include "zrOperations.h"
 
-#include "dmEdit.h"
-#include "dmHistory.h"
-#include "dmTreeTool.h"
-#include "dmUtf8.h"
+#include <ZRdmtree.h>
 
 #include <random>
 

@@ -1,13 +1,9 @@
-#include "dmAnimationChannel.h"
 #include "effectTools.h"
-
-#include <limits>
-#include <tuple>
 
 namespace
 {
 
-constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 constexpr DmKeyFrame::InterpMode mode{3};
 constexpr DmKeyFrame::InterpOrder order{4};
 
@@ -43,7 +39,7 @@ TEST(AnimationChannel, KeepsKeyFramesInTheOrderInWhichTheyWereAdded)
 {
     const auto channel = DmAnimationChannel::create();
     ChangeLog log(*channel);
-    const float frames[] = {10, 5, 10, nan};
+    const float frames[] = {10, 5, 10, notANumber};
     for (const float frame : frames)
         EXPECT_EQ(channel->addKeyFrame(key(frame)), DM_NO_ERROR);
     EXPECT_EQ(log.changes.size(), 4U);
@@ -62,11 +58,11 @@ TEST(AnimationChannel, StoredValueIsThatOfTheKeyAtTheFrameElseTheConstant)
     const DmPropertySetPtr null;
     EXPECT_EQ(channel->addValueInPropertyList(DmAnimationChannel::KeyFrameList, DM_VECTOR_PROPERTY_SET, &null),
               DM_NO_ERROR);
-    for (const float frame : {nan, 5.0F, 7.0F})
+    for (const float frame : {notANumber, 5.0F, 7.0F})
         EXPECT_EQ(channel->addKeyFrame(key(frame)), DM_NO_ERROR);
     EXPECT_EQ(channel->storedValueAt(5), 50);
     EXPECT_EQ(channel->storedValueAt(6), 0.5F);
-    EXPECT_EQ(channel->storedValueAt(nan), 0.5F);
+    EXPECT_EQ(channel->storedValueAt(notANumber), 0.5F);
     EXPECT_FALSE(channel->getKeyFrame(0));
 }
 

@@ -1,9 +1,4 @@
 /// What every effect class promises alike, tried on each of them.
-#include "dmPPFxStereoToolboxSettings.h"
-#include "dmPropertyFactory.h"
-#include "dmResizeSettings.h"
-#include "dmUtf8.h"
-#include "dmVDissolveSettings.h"
 #include "effectTools.h"
 
 namespace

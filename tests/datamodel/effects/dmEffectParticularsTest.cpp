@@ -1,18 +1,7 @@
 /// What is particular to single effect classes.
-#include "dmADissolveSettings.h"
-#include "dmPPFxFlexletSettings.h"
-#include "dmResizeSettings.h"
-#include "dmTimewarpSettings.h"
-#include "dmVDissolveSettings.h"
-#include "dmWipeSettings.h"
 #include "effectTools.h"
-#include "envVar.h"
 #include "zrCapturingRouter.h"
 #include "zrTestInHouse.h"
-
-#include <array>
-#include <limits>
-#include <tuple>
 
 namespace
 {

@@ -1,4 +1,3 @@
-#include "dmEffectLayer.h"
 #include "effectTools.h"
 
 namespace

@@ -1,13 +1,7 @@
 /// Where the font of a paragraph is found.
-#include "dmTextParagraph.h"
-#include "dmUtf8.h"
 #include "zrCapturingRouter.h"
 #include "zrTempDir.h"
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <thread>
+#include "zrTest.h"
 
 // The leak checker's switches; null in a build without it.
 extern "C"

@@ -1,6 +1,4 @@
-#include "dmNameTable.h"
-
-#include <thread>
+#include "zrTest.h"
 
 TEST(NameTable, SplitsItsListAtCommasAndAnswersTheEmptyNameOutsideIt)
 {

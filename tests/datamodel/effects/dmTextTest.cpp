@@ -1,11 +1,5 @@
 /// What is particular to text and paint effects: their lists, and what a paragraph reads from its channels.
-#include "dmAnnotationSettings.h"
-#include "dmPaintLayer.h"
-#include "dmTextSettings.h"
 #include "effectTools.h"
-
-#include <functional>
-#include <limits>
 
 namespace
 {

@@ -1,16 +1,7 @@
 /// What the tests of effects share.
 #pragma once
 
-#include "dmEffectSettings.h"
-#include "dmSetTools.h"
-#include "dmUtf8.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <set>
-#include <string>
-#include <vector>
+#include "zrTest.h"
 
 /// A set as the property layer stores it.
 template <class T>

@@ -1,7 +1,5 @@
 #include "zrRuleCases.h"
 
-#include <set>
-
 namespace
 {
 

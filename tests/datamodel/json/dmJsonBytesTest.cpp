@@ -1,10 +1,5 @@
 #include "dmJsonBytesImp.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <random>
-#include <string>
+#include "zrTest.h"
 
 namespace
 {

@@ -1,15 +1,11 @@
 /// Documents in files: what a save leaves behind when it works, when it fails and when it is killed.
 #include "jsonSets.h"
-
 #include "zrTempDir.h"
 
-#include <csignal>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace

@@ -1,9 +1,6 @@
 #include "../property/testSets.h"
 #include "jsonSets.h"
-
 #include "zrTestInHouse.h"
-
-#include <cstdlib>
 
 namespace
 {

@@ -1,7 +1,6 @@
 /// Documents that are deep, large, cut off or damaged.
 #include "../property/testSets.h"
 #include "jsonSets.h"
-
 #include "zrTestSmallStack.h"
 
 namespace

@@ -1,9 +1,5 @@
 #include "jsonSets.h"
-
 #include "zrTempDir.h"
-
-#include <atomic>
-#include <thread>
 
 /// One tree, saved by many at the same time, to one file.
 TEST(JsonThreads, SavesAreIndependentOfEachOther)

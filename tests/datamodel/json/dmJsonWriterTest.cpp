@@ -1,13 +1,8 @@
 #include "../property/testSets.h"
 #include "jsonSets.h"
-
 #include "zrCapturingRouter.h"
 #include "zrTestEnv.h"
 #include "zrTestInHouse.h"
-
-#include <cmath>
-#include <cstdlib>
-#include <limits>
 
 namespace
 {

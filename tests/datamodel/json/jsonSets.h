@@ -2,11 +2,7 @@
 /// TestOptional (testSets.h) have a property of every type.
 #pragma once
 
-#include <ZRdmtree.h>
-
-#include <gtest/gtest.h>
-
-#include <string>
+#include "zrTest.h"
 
 /// Abstract: no object of it can be made.
 class JsonThing : public DmPropertySet

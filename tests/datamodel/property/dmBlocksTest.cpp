@@ -1,13 +1,6 @@
-#include "dmBlocks.h"
+#include "zrTest.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
 #include <malloc.h>
-#include <random>
-#include <thread>
-#include <vector>
 
 namespace
 {

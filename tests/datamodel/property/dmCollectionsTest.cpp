@@ -1,14 +1,5 @@
 #include "testSets.h"
-
-#include "dmSetTools.h"
-#include "dmUtf8.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <limits>
-#include <string>
-#include <vector>
+#include "zrTest.h"
 
 namespace
 {

@@ -1,9 +1,5 @@
 #include "testSets.h"
-
-#include "dmPropertyFactory.h"
-#include "dmSetTools.h"
-
-#include <gtest/gtest.h>
+#include "zrTest.h"
 
 namespace
 {

@@ -1,10 +1,5 @@
 #include "testSets.h"
-
-#include "dmPropertyFactory.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
+#include "zrTest.h"
 
 namespace
 {

@@ -3,23 +3,6 @@
 #include "testSets.h"
 #include "zrFilled.h"
 
-#include "dmPSetHelper.h"
-#include "dmSetTools.h"
-#include "dmStatus.h"
-#include "dmUtf8.h"
-
-#include <ZRdmtree.h>
-
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <cstddef>
-#include <cstdlib>
-#include <functional>
-#include <sstream>
-#include <string>
-#include <vector>
-
 // The allocator below operator new and DmString: this program's functions come before the C library's.
 extern "C"
 {

@@ -1,18 +1,8 @@
 /// Holds the text forms against what a wide stream of the classic locale does, value for value and text for text.
 #include "testSets.h"
+#include "zrTest.h"
 
-#include "dmNumberText.h"
-#include "dmUtf8.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
-#include <limits>
 #include <locale>
-#include <random>
-#include <sstream>
-#include <string>
 
 namespace
 {

@@ -1,16 +1,6 @@
 #include "testSets.h"
-
-#include "dmPSetHelper.h"
-#include "dmUtf8.h"
+#include "zrTest.h"
 #include "zrTestInHouse.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <limits>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace
 {

@@ -1,11 +1,5 @@
 #include "testSets.h"
-
-#include "dmSetTools.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <thread>
+#include "zrTest.h"
 
 namespace
 {

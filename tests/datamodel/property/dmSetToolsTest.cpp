@@ -1,14 +1,6 @@
 #include "testSets.h"
-
-#include "dmNesting.h"
-#include "dmSetTools.h"
+#include "zrTest.h"
 #include "zrTestSmallStack.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-#include <utility>
 
 namespace
 {

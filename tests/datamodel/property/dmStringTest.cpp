@@ -1,17 +1,4 @@
-#include "dmString.h"
-#include "dmNodeId.h"
-#include "dmPSetHelper.h"
-#include "dmStatus.h"
-#include "dmUtf8.h"
-#include "dmVersion.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <iterator>
-
-#include <string>
-#include <utility>
+#include "zrTest.h"
 
 namespace
 {

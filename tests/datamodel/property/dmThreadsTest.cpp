@@ -1,16 +1,6 @@
 #include "testSets.h"
+#include "zrTest.h"
 #include "zrThreads.h"
-
-#include "dmSetTools.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <atomic>
-#include <functional>
-#include <string>
-#include <vector>
 
 namespace
 {

@@ -1,8 +1,6 @@
 /// Every pair of a typed getter and setter: the setter changes the property of its enumerator and no other, tells
 /// listeners once, and the getter gives what was set. The pairs are found in the headers (accessors.py).
-#include <ZRdmtree.h>
-
-#include <gtest/gtest.h>
+#include "zrTest.h"
 
 namespace
 {

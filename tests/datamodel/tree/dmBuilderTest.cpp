@@ -1,9 +1,5 @@
 #include "testCut.h"
-
 #include "zrCapturingRouter.h"
-
-#include <cmath>
-#include <sstream>
 
 namespace
 {

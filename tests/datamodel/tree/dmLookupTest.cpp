@@ -1,8 +1,5 @@
 #include "testCut.h"
 
-#include <cmath>
-#include <limits>
-
 namespace
 {
 

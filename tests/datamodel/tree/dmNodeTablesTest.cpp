@@ -1,9 +1,6 @@
 /// Every class with its properties, attributes and channels: names and types are what documents are made of.
 #include "zrFilled.h"
 
-#include <fstream>
-#include <sstream>
-
 using zrTest::fill;
 using zrTest::fresh;
 using zrTest::valueText;

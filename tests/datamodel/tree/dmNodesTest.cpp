@@ -1,12 +1,7 @@
 #include "treeTools.h"
-
 #include "zrCapturingRouter.h"
 #include "zrTestEnv.h"
 #include "zrTestInHouse.h"
-
-#include <cmath>
-#include <functional>
-#include <limits>
 
 namespace
 {

@@ -1,8 +1,5 @@
 #include "testCut.h"
 
-#include <array>
-#include <cmath>
-
 namespace
 {
 
@@ -45,84 +42,51 @@ TEST(Played, IsAFrameAtEachRecordTime)
 {
     // A segment [1000, 1010) from 300 on, in a composition of 25 fps: the range that plays, and the frames seen at its
     // first, second and last record frame, one record frame before it and one behind it.
-    struct
+    const struct
     {
         const char* what;
-        CoSharedPtr<DmSourceNode> source;
-        Motion motion;
-        double speed, begin, end;
+        CoSharedPtr<DmEffectSettings> warp;
+        double speed, end;
         std::array<double, 5> frames;
-    } const cases[] = {
-        {"normal", played(1000, 10, 300, {}), Motion::Constant, 1, 300, 310, {300, 301, 309, 299, 310}},
-        {"double", played(1000, 10, 300, warpOf(2)), Motion::Constant, 2, 300, 320, {300, 302, 318, 298, 320}},
-        {"half", played(1000, 10, 300, warpOf(0.5)), Motion::Constant, 0.5, 300, 305, {300, 300, 304, 299, 305}},
-        {"backwards", played(1000, 10, 300, warpOf(-1)), Motion::Constant, -1, 300, 310, {309, 308, 300, 310, 299}},
-        {"double backwards",
-         played(1000, 10, 300, warpOf(-2)),
-         Motion::Constant,
-         -2,
-         300,
-         320,
-         {319, 317, 301, 321, 299}},
-        {"half backwards",
-         played(1000, 10, 300, warpOf(-0.5)),
-         Motion::Constant,
-         -0.5,
-         300,
-         305,
-         {304, 304, 300, 305, 299}},
-        {"frozen", played(1000, 10, 300, warpOf(0)), Motion::Freeze, 0, 300, 301, {300, 300, 300, 300, 300}},
-        {"of sound",
-         played(1000, 10, 300, soundWarpOf(0.5F)),
-         Motion::Constant,
-         2,
-         300,
-         320,
-         {300, 302, 318, 298, 320}},
-        {"a ratio of few places",
-         played(1000, 10, 300, soundWarpOf(1.0F / 1.2F)),
-         Motion::Constant,
-         1.2,
-         300,
-         312,
-         {300, 301, 310, 298, 312}},
-        {"a warp that is muted",
-         played(1000, 10, 300, muted(warpOf(2))),
-         Motion::Constant,
-         1,
-         300,
-         310,
-         {300, 301, 309, 299, 310}},
-        {"at 50", played(1000, 10, 300, {}, L"50 fps"), Motion::Constant, 1, 300, 320, {300, 302, 318, 298, 320}},
-        {"at no rate", played(1000, 10, 300, {}, L"???"), Motion::Constant, 1, 300, 310, {300, 301, 309, 299, 310}},
-        {"at 50, half backwards",
-         played(1000, 10, 300, warpOf(-0.5), L"50 fps"),
-         Motion::Constant,
-         -0.5,
-         300,
-         310,
-         {309, 308, 300, 310, 299}},
+        const wchar_t* fcm = L"25 fps";
+    } cases[] = {
+        {"normal", {}, 1, 310, {300, 301, 309, 299, 310}},
+        {"double", warpOf(2), 2, 320, {300, 302, 318, 298, 320}},
+        {"half", warpOf(0.5), 0.5, 305, {300, 300, 304, 299, 305}},
+        {"backwards", warpOf(-1), -1, 310, {309, 308, 300, 310, 299}},
+        {"double backwards", warpOf(-2), -2, 320, {319, 317, 301, 321, 299}},
+        {"half backwards", warpOf(-0.5), -0.5, 305, {304, 304, 300, 305, 299}},
+        {"frozen", warpOf(0), 0, 301, {300, 300, 300, 300, 300}},
+        {"of sound", soundWarpOf(0.5F), 2, 320, {300, 302, 318, 298, 320}},
+        {"a ratio of few places", soundWarpOf(1.0F / 1.2F), 1.2, 312, {300, 301, 310, 298, 312}},
+        {"a warp that is muted", muted(warpOf(2)), 1, 310, {300, 301, 309, 299, 310}},
+        {"at 50", {}, 1, 320, {300, 302, 318, 298, 320}, L"50 fps"},
+        {"at no rate", {}, 1, 310, {300, 301, 309, 299, 310}, L"???"},
+        {"at 50, half backwards", warpOf(-0.5), -0.5, 310, {309, 308, 300, 310, 299}, L"50 fps"},
     };
     for (const auto& row : cases)
     {
         SCOPED_TRACE(row.what);
-        const DmPlayed played(*row.source, DM::FCM_25);
-        EXPECT_EQ(played.motion(), row.motion);
+        const auto source = ::played(1000, 10, 300, row.warp, row.fcm);
+        const DmPlayed played(*source, DM::FCM_25);
+        const bool isHeld = row.speed == 0;
+        EXPECT_EQ(played.motion(), isHeld ? Motion::Freeze : Motion::Constant);
         EXPECT_EQ(played.speed(), row.speed);
         EXPECT_EQ(played.isReverse(), row.speed < 0);
-        EXPECT_DOUBLE_EQ(played.begin(), row.begin);
+        EXPECT_DOUBLE_EQ(played.begin(), 300);
         EXPECT_DOUBLE_EQ(played.end(), row.end);
         const double times[] = {1000, 1001, 1009, 999, 1010};
         for (std::size_t i = 0; i < row.frames.size(); ++i)
             EXPECT_EQ(played.frameAt(times[i]), row.frames[i]) << times[i];
-        if (row.motion == Motion::Freeze)
+        if (isHeld)
             continue;
         for (const double time : {990.0, 1000.0, 1003.5, 1010.0})
             EXPECT_NEAR(played.recordTimeAt(played.positionAt(time).value_or(0)).value_or(0), time, 1e-9);
         for (const double frame : {300.0, 302.0})
             EXPECT_EQ(played.frameAt(played.recordTimeOf(frame).value_or(0)), frame);
     }
-    const DmPlayed frozen(*cases[6].source, DM::FCM_25);
+    const auto held = played(1000, 10, 300, warpOf(0));
+    const DmPlayed frozen(*held, DM::FCM_25);
     EXPECT_EQ(frozen.recordTimeOf(300), 1000);
     EXPECT_EQ(frozen.recordTimeOf(301), std::nullopt);
     const DmPlayed nothing(*gapOf(0, 10), DM::FCM_25);

@@ -1,10 +1,7 @@
 #include "treeTools.h"
-
 #include "zrCapturingRouter.h"
 #include "zrTestEnv.h"
 #include "zrTestInHouse.h"
-
-#include <cmath>
 
 using MediaInput = DmSourceNode::MediaInput;
 

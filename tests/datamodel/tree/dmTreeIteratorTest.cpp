@@ -1,10 +1,5 @@
 #include "testCut.h"
-
 #include "zrTestSmallStack.h"
-
-#include <algorithm>
-#include <cmath>
-#include <sstream>
 
 namespace
 {

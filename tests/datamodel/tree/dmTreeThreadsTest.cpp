@@ -3,11 +3,6 @@
 #include "testCut.h"
 #include "zrThreads.h"
 
-#include <array>
-#include <atomic>
-#include <functional>
-#include <sstream>
-
 TEST(TreeThreads, MarkOneLayerInEveryWay)
 {
     const std::function<int(DmLayerNode&)> mutators[] = {

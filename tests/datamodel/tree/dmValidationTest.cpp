@@ -1,11 +1,6 @@
 #include "testCut.h"
-
 #include "zrCapturingRouter.h"
 #include "zrTestSmallStack.h"
-
-#include <cmath>
-#include <functional>
-#include <limits>
 
 namespace
 {

@@ -1,10 +1,5 @@
 #include "testCut.h"
 
-#include <algorithm>
-#include <map>
-#include <set>
-#include <sstream>
-
 namespace
 {
 

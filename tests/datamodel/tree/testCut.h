@@ -5,7 +5,6 @@
 #pragma once
 
 #include "treeTools.h"
-#include <ZRdmtree.h>
 
 using Elements = std::vector<CoSharedPtr<DmTreeNode>>;
 

@@ -1,12 +1,7 @@
 /// What the tests of the tree share.
 #pragma once
 
-#include <ZRdmtree.h>
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "zrTest.h"
 
 /// What a setter must say.
 inline void ok(eDmErrorId status)
