@@ -2,8 +2,9 @@
 ///
 /// Texts are copied and looked at 16 bytes at a time (SSE2): hardly one has a character that must be escaped, and where
 /// one has, it is written once more. Ranges, half of what is written, are written at once, and blanks by whole
-/// registers. otioBench: with a text that is as long as the document will be (icOtioWriter.cpp), writing takes 1.3
-/// times as long as the JSON library's bare writing, where it took 1.8 times.
+/// registers. With a text that is as long as the document will be (icOtioWriter.cpp), writing 20 000 clips takes 1.3
+/// times as long as the JSON library's bare writing, where it took 1.8 times; of 100 000, page faults take most of that
+/// back.
 ///
 /// For sources of this library only.
 #pragma once
