@@ -331,6 +331,12 @@ TEST(EdlTree, ShowsEditsInTheList)
     EXPECT_EQ(toText(*halved.root).text,
               bare + "3    B        V     C        02:00:00:00 02:00:02:00 10:00:04:00 10:00:06:00\n" + two);
 
+    // A key over nothing of its number has one of its own.
+    const std::string key = "002  T        V     K    000 02:00:00:00 02:00:01:00 10:00:01:00 10:00:02:00\n";
+    Converted keyed = toTree(*icTest::read(head + first + key).list);
+    ok(keyed.source(0).setBaseBlob(nullptr));
+    EXPECT_EQ(toText(*keyed.root).text, head + first + "* FROM CLIP NAME: A\n" + key);
+
     // A speed's source side is the list's own figure, as long as it begins where it did.
     Converted fast =
         toTree(readClean(head + "001  A  V  C  01:00:00:00 01:00:04:01 10:00:00:00 10:00:02:00\nM2 A 050.0 "

@@ -476,11 +476,13 @@ void ListMaker::settleOrder()
     for (const Edit& edit : _edits)
         if (const std::uint8_t own = edit.event().numberWidth; own != 0 && (width == 0 || own < width))
             width = own;
+    std::uint32_t background = 0;
     for (Edit& edit : _edits)
     {
-        // A key has the number of its background.
-        if (!edit.isKey || number == 0)
+        // A key has the number of its background, as it had.
+        if (!edit.isKey || number == 0 || edit.event().number != background)
             ++number;
+        background = edit.event().number;
         for (EdlLine& line : edit.lines)
         {
             line.event.number = number;
