@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <fstream>
 #include <ostream>
-#include <source_location>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -66,9 +65,8 @@ const char* zrTestsDirectory();
 
 /// The rows of a file beside the source that asks.
 inline std::vector<ZrRow> zrRowsOf(const std::string& name,
-                                   const std::source_location& asks = std::source_location::current())
+                                   const std::string& source = __builtin_FILE()) // perhaps relative
 {
-    const std::string source = asks.file_name(); // perhaps relative
     const std::size_t room = source.rfind("tests/") + 5;
     std::ifstream file(zrTestsDirectory() + source.substr(room, source.rfind('/') + 1 - room) + name);
     std::vector<ZrRow> rows;

@@ -75,7 +75,7 @@ inline auto setNumber(const wchar_t* property)
 
 inline eDmErrorId all(std::initializer_list<eDmErrorId> statuses)
 {
-    return std::ranges::max(statuses);
+    return std::max(statuses);
 }
 
 /// Gives each source a file of its letter, "/media/A.mov" for A and a.

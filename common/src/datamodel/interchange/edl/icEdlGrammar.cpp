@@ -128,6 +128,8 @@ bool isUsualSpelling(std::string_view channels, std::string_view transition)
     return transition == "C" && std::ranges::find(usual, channels) != usual.end();
 }
 
+} // namespace
+
 bool haveSameWords(std::string_view a, std::string_view b)
 {
     while (!a.empty() && !b.empty())
@@ -135,8 +137,6 @@ bool haveSameWords(std::string_view a, std::string_view b)
             return false;
     return a.empty() && b.empty();
 }
-
-} // namespace
 
 std::string channelsText(EdlChannels channels)
 {

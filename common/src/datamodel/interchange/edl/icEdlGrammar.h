@@ -36,6 +36,8 @@ std::optional<EdlChannels> parseChannels(std::string_view text);
 /// As we write them: channels without those of AUD lines, and what stands behind them in front of the time codes.
 std::string channelsText(EdlChannels channels);
 std::string transitionText(const EdlEvent& event);
+/// However many blanks stand between them.
+bool haveSameWords(std::string_view a, std::string_view b);
 /// What an event's spelling says, where that still is so; the two texts above where it is not.
 struct EdlSpelling
 {

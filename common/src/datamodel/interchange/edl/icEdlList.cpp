@@ -1,5 +1,6 @@
 #include "icEdlList.h"
 
+#include "icEdlGrammar.h"
 #include "icText.h"
 
 #include <algorithm>
@@ -91,7 +92,16 @@ bool operator==(const EdlList& a, const EdlList& b)
     {
         return std::tie(event.number, event.reel, event.channels, event.transition, event.sourceDrop, event.wipePattern,
                         event.keyFades, event.fcmLine, event.numberWidth, event.transitionLength, event.source,
-                        event.record, event.speed, event.speedReel, event.spelling, event.speedSpelling);
+                        event.record, event.speed, event.speedReel, event.speedSpelling);
+    };
+    const auto sameSpelling = [](const EdlEvent& x, const EdlEvent& y)
+    {
+        if (x.spelling == y.spelling)
+            return true;
+        const EdlSpelling one = spellingOf(x);
+        const EdlSpelling other = spellingOf(y);
+        return one.channels == other.channels && one.routed == other.routed &&
+               haveSameWords(one.transition, other.transition);
     };
     const auto sameLook = [](const Look* x, const Look* y) { return x && y ? *x == *y : x == y; };
     return a.title == b.title && a.isUntitled == b.isUntitled && a.hasNoFcm == b.hasNoFcm &&
@@ -100,7 +110,8 @@ bool operator==(const EdlList& a, const EdlList& b)
            std::ranges::equal(a.events, b.events,
                               [&](const EdlEvent& x, const EdlEvent& y)
                               {
-                                  return fields(x) == fields(y) && sameLook(a.lookOf(x), b.lookOf(y)) &&
+                                  return fields(x) == fields(y) && sameSpelling(x, y) &&
+                                         sameLook(a.lookOf(x), b.lookOf(y)) &&
                                          std::ranges::equal(a.notesOf(x), b.notesOf(y)) &&
                                          std::ranges::equal(a.markersOf(x), b.markersOf(y));
                               });
