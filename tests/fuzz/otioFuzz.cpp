@@ -7,6 +7,8 @@
 #include "icOtioWriter.h"
 #include "zrFuzz.h"
 
+#include "dmSetTools.h"
+
 #include <algorithm>
 #include <array>
 #include <vector>
@@ -75,6 +77,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Report report(leniency);
     const CoSharedPtr<DmRoot> root = readOtio(text, fcm, report);
     expect((root == nullptr) == report.hasErrors(), "result and report differ");
+    Report ofWhole(leniency);
+    const CoSharedPtr<DmRoot> whole = readOtio(text, fcm, ofWhole, true);
+    bool isEqual = !root;
+    expect(report.toString("") == ofWhole.toString(""), report.toString("") + "but\n" + ofWhole.toString(""));
+    expect((root == nullptr) == (whole == nullptr), "a document in pieces or as a whole only");
+    expect(!root || (dmDeepEqual(*root, *whole, isEqual) == DM_NO_ERROR && isEqual), "otherwise as a whole: " + text);
     if (!root)
         return 0;
     Rules().check(root);

@@ -16,6 +16,7 @@
 #include "dmGapNode.h"
 #include "dmLayerBuilder.h"
 #include "dmReelNode.h"
+#include "dmSetTools.h"
 #include "dmSourceInput.h"
 #include "dmTimewarpSettings.h"
 #include "dmTrackNode.h"
@@ -764,6 +765,128 @@ TEST(Otio, ConvertsRatesAndTellsByHowMuch)
     ASSERT_TRUE(moved.root) << moved.messages;
     EXPECT_EQ(moved.segment(0).getRecLength(), 6);
     EXPECT_NE(moved.messages.find("at most 0.25 frames (10 ms)"), std::string::npos) << moved.messages;
+}
+
+TEST(Otio, IsReadInPiecesToTheSameDocument)
+{
+    // Six clips of one shape; what a case names stands otherwise in the fourth, or around them.
+    const auto timeline = [](std::string_view from, std::string_view to)
+    {
+        bool isReplaced = false;
+        const auto replace = [&](std::string text)
+        {
+            if (const std::size_t at = from.empty() ? text.npos : text.find(from); at != text.npos)
+            {
+                text.replace(at, from.size(), to);
+                isReplaced = true;
+            }
+            return text;
+        };
+        const auto time = [](int value)
+        { return "{\"OTIO_SCHEMA\": \"RationalTime.1\", \"rate\": 24.0, \"value\": " + std::to_string(value) + ".0}"; };
+        const auto range = [&](int start, int length)
+        {
+            return "{\"OTIO_SCHEMA\": \"TimeRange.1\", \"duration\": " + time(length) +
+                   ",\n\"start_time\": " + time(start) + "}";
+        };
+        std::string text = R"({"OTIO_SCHEMA": "Timeline.1", "metadata": {}, "name": "t", "global_start_time": null,
+"tracks": {"OTIO_SCHEMA": "Stack.1", "metadata": {}, "name": "tracks", "source_range": null, "effects": [],
+"markers": [], "enabled": true, "children": [
+    {"OTIO_SCHEMA": "Track.1", "metadata": {}, "name": "V1", "source_range": null, "effects": [], "markers": [],
+    "enabled": true,
+    "children": [
+)";
+        for (int i = 0; i < 6; ++i)
+        {
+            const std::string clip =
+                R"({"OTIO_SCHEMA": "Clip.2", "metadata": {"cmx_3600": {"reel": "A1", "comments": ["SOURCE FILE: s)" +
+                std::to_string(i) + R"("]}, "id": )" + std::to_string(i) + R"(}, "name": "c)" + std::to_string(i) +
+                "\", \"source_range\": " + range(100 + i, 20 + i) +
+                R"(, "effects": [], "markers": [], "enabled": true, "media_references": {"DEFAULT_MEDIA": )" +
+                R"({"OTIO_SCHEMA": "ExternalReference.1", "metadata": {}, "name": "m", "available_range": )" +
+                range(90, 1000) + R"(, "available_image_bounds": null, "target_url": "file:///m/a)" +
+                std::to_string(i % 2) + R"(.mov"}}, "active_media_reference_key": "DEFAULT_MEDIA"})";
+            text += (i == 0 ? "        " : ",\n        ") + (i == 3 ? replace(clip) : clip);
+        }
+        text += "\n    ],\n    \"kind\": \"Video\"}]}}";
+        return isReplaced ? text : replace(text);
+    };
+    const auto transition = [](const char* offset)
+    {
+        return std::string(R"({"OTIO_SCHEMA": "Transition.1", "metadata": {}, "name": "", "transition_type": )") +
+               R"("SMPTE_Dissolve", "in_offset": {"OTIO_SCHEMA": "RationalTime.1", "rate": 24.0, "value": )" + offset +
+               R"(}, "out_offset": {"OTIO_SCHEMA": "RationalTime.1", "rate": 24.0, "value": 6.0}}, {"OTIO_SCHEMA")";
+    };
+    const std::string dissolve = transition("4.0");
+    const std::string fraction = transition("4.25");
+    const std::string two = dissolve.substr(0, dissolve.size() - 14) + dissolve;
+    const struct
+    {
+        std::string_view from;
+        std::string_view to;
+    } cases[] = {
+        {"", ""},
+        {"\"c3\"", "\"\""},
+        {"\"c3\"", "\"untitled\""},
+        {"\"c3\"", R"("\u00e9\n")"},
+        {"\"c3\"", "\"\xC3\xA9\""},
+        {"\"c3\"", "\"\xC3\""},
+        {"\"c3\"", "null"},
+        {"103.0", "103"},
+        {"103.0", "103.5"},
+        {"103.0", "-3.0"},
+        {"103.0", "80.0"},
+        {"103.0", "1e3"},
+        {"103.0", "0103.0"},
+        {"103.0", "1000000000103.0"},
+        {"23.0", "0.0"},
+        {"23.0", "2000.0"},
+        {"24.0", "25.0"},
+        {"1000.0", "999.0"},
+        {"/m/a1", "/m/a%201"},
+        {"/m/a1", "/C:/a1"},
+        {"file:///m/a1.mov", ""},
+        {"file:///m/a1.mov", "http://m/a1.mov"},
+        {"\"reel\": \"A1\"", "\"reel\": 1"},
+        {"\"SOURCE FILE: s3\"", "\"free\", \"FROM CLIP NAME: s3\""},
+        {"\"SOURCE FILE: s3\"", "\"LOC: 01:00:00:00 RED x\""},
+        {"\"id\": 3", R"("id": 3, "ZRdmtree": {"node": {"shotName": {"is": "s"}}})"},
+        {"\"id\": 3", R"("id": 3, "cdl": {"asc_sat": 0.5})"},
+        {"\"id\": 3", R"("id": 123456789012345678901234567890)"},
+        {"\"effects\": []", R"("effects": [{"OTIO_SCHEMA": "LinearTimeWarp.1", "time_scalar": 2.0}])"},
+        {"\"effects\": []", "\"effects\": [,]"},
+        {"\"enabled\": true", "\"enabled\": false"},
+        {"Clip.2", "Clip.3"},
+        {"Clip.2", "Strange.1"},
+        {"{\"OTIO_SCHEMA\"", dissolve},
+        {"{\"OTIO_SCHEMA\"", fraction},
+        {"{\"OTIO_SCHEMA\"", two},
+        {"{\"OTIO_SCHEMA\"", "7, {\"OTIO_SCHEMA\""},
+        {"{\"OTIO_SCHEMA\"", ", {\"OTIO_SCHEMA\""},
+        {"{\"OTIO_SCHEMA\"", "]}, {\"OTIO_SCHEMA\""},
+        {"{\"OTIO_SCHEMA\"", "[\n    ], {\"OTIO_SCHEMA\""},
+        {"\"t\"", "\"\\n\\n\""},
+        {"\"source_range\": null, \"effects\": [], \"markers\": [],\n    \"enabled\"",
+         R"("source_range": {"OTIO_SCHEMA": "TimeRange.1", "duration": {"OTIO_SCHEMA": "RationalTime.1", "rate": 24.0,
+"value": 50.0}, "start_time": {"OTIO_SCHEMA": "RationalTime.1", "rate": 24.0, "value": 10.0}}, "enabled")"},
+        {"Timeline.1", "Strange.1"},
+    };
+    for (const auto& each : cases)
+        for (const Report::Leniency leniency : {Report::Strict, Report::Lenient})
+        {
+            const std::string text = timeline(each.from, each.to);
+            SCOPED_TRACE(std::string(each.from).append(" as ").append(each.to));
+            Report ofPieces(leniency);
+            Report ofWhole(leniency);
+            const CoSharedPtr<DmRoot> pieces = readOtio(text, DM::FCM_NOT_DEFINED, ofPieces);
+            const CoSharedPtr<DmRoot> whole = readOtio(text, DM::FCM_NOT_DEFINED, ofWhole, true);
+            EXPECT_EQ(ofPieces.toString("cut.otio"), ofWhole.toString("cut.otio"));
+            ASSERT_EQ(pieces == nullptr, whole == nullptr);
+            bool isEqual = !pieces;
+            std::string difference;
+            EXPECT_TRUE(!pieces || (dmDeepEqual(*pieces, *whole, isEqual, &difference) == DM_NO_ERROR && isEqual))
+                << difference;
+        }
 }
 
 TEST(OtioJson, IsReadQuicklyToTheSameValues)

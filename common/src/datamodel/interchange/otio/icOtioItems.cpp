@@ -49,6 +49,18 @@ constexpr std::array<Generator, 8> generators{{{"SMPTEBars", L"INPUT_SMPTE_BARS"
 /// What the types of wipes begin with; a pattern's number may follow.
 constexpr std::string_view wipeType = "SMPTE_Wipe";
 
+constexpr std::string_view fileScheme = "file://";
+
+/// Whether the path is what stands behind the scheme, and the URL is made of it again.
+bool isPlainFileUrl(std::string_view url)
+{
+    static constexpr std::string_view others = "/-._~";
+    const auto isPlain = [](char c)
+    { return isDigit(c) || (toUpper(c) >= 'A' && toUpper(c) <= 'Z') || others.find(c) != others.npos; };
+    return url.starts_with(fileScheme) && url.substr(fileScheme.size()).starts_with('/') &&
+           std::ranges::all_of(url.substr(fileScheme.size()), isPlain);
+}
+
 } // namespace
 
 // Members
@@ -70,9 +82,9 @@ std::optional<int> wipePattern(const Value& transition)
     return own || !event.starts_with('W') ? own : toNumber<int>(event.substr(1));
 }
 
-std::string_view reelOf(const Value& clip)
+std::string_view reelOfMetadata(const Value* metadata)
 {
-    return textOf(member(member(&clip, "metadata"), "cmx_3600"), "reel");
+    return textOf(member(metadata, "cmx_3600"), "reel");
 }
 
 std::string_view mediaKey(const Value& clip)
@@ -155,8 +167,13 @@ std::optional<Look> lookOf(const Value& item)
 
 std::vector<Note> notesOf(const Value& object)
 {
+    return notesOfMetadata(member(&object, "metadata"));
+}
+
+std::vector<Note> notesOfMetadata(const Value* metadata)
+{
     std::vector<Note> notes;
-    const Value* const comments = arrayOf(member(member(&object, "metadata"), "cmx_3600"), "comments");
+    const Value* const comments = arrayOf(member(metadata, "cmx_3600"), "comments");
     if (comments && std::all_of(comments->Begin(), comments->End(), [](const Value& each) { return each.IsString(); }))
         for (const Value& comment : comments->GetArray())
             notes.push_back(noteOf(text(&comment)));
@@ -375,6 +392,24 @@ void Items::setSequence(DmSourceInfo& info, const Value& media, double length)
     require(info.setFileSeqEnd(static_cast<int>(std::min(last, begin + length - 1))));
 }
 
+CoSharedPtr<DmSourceNode::MediaInput> Items::recorded(DmSourceInfo::SourceType type, std::string_view name,
+                                                      std::string_view reel, const Extent& extent,
+                                                      eDmTreeMediaType mediaType) const
+{
+    // It copies the info that it is given: this one is filled where it stays.
+    static const CoSharedPtr<DmSourceInfo> fresh = DmSourceInfo::create();
+    auto recorded = orBadAlloc(DmSourceNode::MediaInput::create(extent.materialLength, extent.base, fresh, _fcmText,
+                                                                mediaType, type != DmSourceInfo::Unknown));
+    require(recorded->setFcm(_fcmText));
+    DmSourceInfo* const info = recorded->getSrcInfo();
+    if (!info)
+        throw std::bad_alloc();
+    setText(*info, DmSourceInfo::Name, name);
+    setText(*info, DmSourceInfo::ReelName, reel);
+    require(info->setSourceType(type));
+    return recorded;
+}
+
 CoSharedPtr<DmSourceNode::Input> Items::input(const Value& clip, const Value* media, const Extent& extent,
                                               eDmTreeMediaType mediaType)
 {
@@ -383,23 +418,13 @@ CoSharedPtr<DmSourceNode::Input> Items::input(const Value& clip, const Value* me
         return generator(*media, extent.materialLength, mediaType);
     const bool isFile = schema == "ExternalReference";
     const bool isSequence = schema == "ImageSequenceReference";
-    // It copies the info that it is given: this one is filled where it stays.
-    static const CoSharedPtr<DmSourceInfo> fresh = DmSourceInfo::create();
-    const auto recorded = orBadAlloc(DmSourceNode::MediaInput::create(extent.materialLength, extent.base, fresh,
-                                                                      _fcmText, mediaType, isFile || isSequence));
-    require(recorded->setFcm(_fcmText));
-    DmSourceInfo* const info = recorded->getSrcInfo();
-    if (!info)
-        throw std::bad_alloc();
-    setText(*info, DmSourceInfo::Name, textOf(media, "name"));
-    setText(*info, DmSourceInfo::ReelName, reelOf(clip));
-    require(info->setSourceType(isFile       ? DmSourceInfo::File
-                                : isSequence ? DmSourceInfo::FileSequence
-                                             : DmSourceInfo::Unknown));
+    const auto type = isFile ? DmSourceInfo::File : isSequence ? DmSourceInfo::FileSequence : DmSourceInfo::Unknown;
+    const auto recorded =
+        this->recorded(type, textOf(media, "name"), reelOfMetadata(member(&clip, "metadata")), extent, mediaType);
     if (isFile)
-        setText(*info, DmSourceInfo::Path, pathOfUrl(textOf(media, "target_url")));
+        setText(*recorded->getSrcInfo(), DmSourceInfo::Path, pathOfUrl(textOf(media, "target_url")));
     if (isSequence)
-        setSequence(*info, *media, extent.materialLength);
+        setSequence(*recorded->getSrcInfo(), *media, extent.materialLength);
     // What plays says how much there is at least; the file's own length is kept beside it.
     const std::optional<Range> available = range(member(media, "available_range"));
     if (!available)
@@ -464,6 +489,29 @@ CoSharedPtr<DmSourceNode> Items::clip(const Value& item, eDmTreeMediaType mediaT
     auto node = orBadAlloc(DmSourceNode::create(input(item, media, extent, mediaType), 0, extent.length,
                                                 extent.start - extent.base, false, false));
     addEffectsAndMarks(*node, item, extent.base);
+    return node;
+}
+
+CoSharedPtr<DmSourceNode> Items::clip(const ClipFacts& facts, std::string_view reel, eDmTreeMediaType mediaType)
+{
+    const bool isKnown = facts.availableLength >= 0;
+    const double base = isKnown ? facts.availableStart : facts.start;
+    const double end = std::max(facts.start + facts.length, isKnown ? base + facts.availableLength : 0.0);
+    const Extent extent{base, facts.start, facts.length, std::max(1.0, end - base)};
+    if (!isOwnRate(_fps) || facts.name.empty() || facts.name == "untitled" || base > facts.start ||
+        (isKnown && facts.availableLength != extent.materialLength) ||
+        (!facts.url.empty() && !isPlainFileUrl(facts.url)))
+        return {};
+    const auto recorded = this->recorded(facts.url.empty() ? DmSourceInfo::Unknown : DmSourceInfo::File,
+                                         facts.mediaName, reel, extent, mediaType);
+    if (!facts.url.empty())
+        setText(*recorded->getSrcInfo(), DmSourceInfo::Path, facts.url.substr(fileScheme.size()));
+    if (!isKnown)
+        require(dmSetMaterialLengthUnknown(*recorded));
+    auto node = orBadAlloc(DmSourceNode::create(recorded, 0, extent.length, extent.start - extent.base, false, false));
+    setText(*node, DmTreeNode::Name, facts.name);
+    if (facts.isMuted)
+        require(node->setMuted(true));
     return node;
 }
 

@@ -9,6 +9,7 @@
 #include "icLeftovers.h"
 #include "icLook.h"
 #include "icNotes.h"
+#include "icOtioShape.h"
 #include "icOtioShort.h"
 #include "icReport.h"
 
@@ -62,8 +63,9 @@ Value leftoverValue(const DmTreeNode& node, LeftoverType type, json::Document::A
 const Value* ownMember(const Value& object);
 /// The comments of cut lists among an object's metadata.
 std::vector<Note> notesOf(const Value& object);
+std::vector<Note> notesOfMetadata(const Value* metadata);
 /// The reel among a clip's metadata of cut lists; empty for none.
-std::string_view reelOf(const Value& clip);
+std::string_view reelOfMetadata(const Value* metadata);
 /// The name under which a clip's media reference stands among several.
 std::string_view mediaKey(const Value& clip);
 /// The one that plays; null for none.
@@ -133,6 +135,8 @@ public:
                                            double length, eDmTreeMediaType mediaType);
     CoSharedPtr<DmTrxEffectNode> transition(const Value& item, eDmTreeMediaType mediaType, double in, double out);
     CoSharedPtr<DmSourceNode> clip(const Value& item, eDmTreeMediaType mediaType);
+    /// Of what a usual clip's text says; null where the clip is none.
+    CoSharedPtr<DmSourceNode> clip(const ClipFacts& facts, std::string_view reel, eDmTreeMediaType mediaType);
     CoSharedPtr<DmCueMark> mark(const Value& marker, double origin);
     CoSharedPtr<DmEffectSettings> mix(const Value& transition, eDmTreeMediaType mediaType, double length);
     /// Null without one, and for sound that would stand still, run backwards or beyond what can be heard.
@@ -146,6 +150,10 @@ private:
     Extent clipExtent(const Value& clip, const Value* media);
     CoSharedPtr<DmSourceNode::Input> input(const Value& clip, const Value* media, const Extent& extent,
                                            eDmTreeMediaType mediaType);
+    /// Without its path.
+    CoSharedPtr<DmSourceNode::MediaInput> recorded(DmSourceInfo::SourceType type, std::string_view name,
+                                                   std::string_view reel, const Extent& extent,
+                                                   eDmTreeMediaType mediaType) const;
     CoSharedPtr<DmSourceNode::Input> generator(const Value& media, double length, eDmTreeMediaType mediaType);
     static void setSequence(DmSourceInfo& info, const Value& media, double length);
 

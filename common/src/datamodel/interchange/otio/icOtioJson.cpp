@@ -1,6 +1,7 @@
 #include "icOtioJson.h"
 
 #include "icOtioQuick.h"
+#include "icText.h"
 
 #include "dmUtf8.h"
 
@@ -154,12 +155,19 @@ bool parse(json::Document& document, char* text, JsonFault& fault)
 
 bool ParsedText::parse(json::Document& document, JsonFault& fault)
 {
-    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    _linesBefore.clear(); // what is escaped may become a line end in place
     const std::size_t mark = _text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0;
     if (parseInPlace(document, _text.data() + mark, _text.size() - mark, fault, &_escapedLines, &_wideIntegers))
         return true;
     fault.offset += mark;
     return false;
+}
+
+bool ParsedText::parseApart(json::Document& document, std::vector<ListApart>& apart) const
+{
+    const std::string_view text = _text;
+    return parseQuickly(document, text.substr(text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0), &apart) &&
+           !apart.empty();
 }
 
 std::uint32_t ParsedText::lineAt(std::size_t offset) const
@@ -208,8 +216,7 @@ std::string_view text(const Value* value)
 
 std::string_view schemaOf(const Value* object)
 {
-    const std::string_view schema = textOf(object, schemaKey);
-    return schema.substr(0, schema.rfind('.'));
+    return withoutVersion(textOf(object, schemaKey));
 }
 
 bool isTrack(std::string_view schema)

@@ -54,6 +54,18 @@ struct JsonFault
 /// Parses in place: strings, and the first name of each object, stay where `text` has them. False with the fault.
 bool parse(json::Document& document, char* text, JsonFault& fault);
 
+constexpr bool isJsonBlank(char c)
+{
+    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
+}
+
+/// A list that is left where it stands, to be parsed element by element.
+struct ListApart
+{
+    const char* holder;    ///< the first name of the object that has it
+    std::string_view text; ///< with its brackets
+};
+
 /// A file's bytes, and after parsing the text of the document's strings: it knows the lines of objects.
 class ParsedText
 {
@@ -64,6 +76,9 @@ public:
     }
 
     bool parse(json::Document& document, JsonFault& fault);
+    /// The same without the children of a timeline's tracks. False for a text that must be parsed as a whole.
+    bool parseApart(json::Document& document, std::vector<ListApart>& apart) const;
+    const char* end() const { return _text.data() + _text.size(); }
     /// From 1 on; 0 for what is no object with members.
     std::uint32_t lineOf(const Value& object) const;
     std::uint32_t lineAt(std::size_t offset) const;
@@ -100,6 +115,10 @@ template <std::size_t size>
 std::string_view textOf(const Value* object, const char (&name)[size]);
 /// The schema without its version: "Clip" of "Clip.2".
 std::string_view schemaOf(const Value* object);
+inline std::string_view withoutVersion(std::string_view schema)
+{
+    return schema.substr(0, schema.rfind('.'));
+}
 bool isTrack(std::string_view schema);
 
 // Text

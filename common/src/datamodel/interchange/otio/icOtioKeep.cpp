@@ -118,6 +118,14 @@ bool Keep::keepUsual(DmSourceNode& node, const Value& object, Trim trim, const s
     return leftover.has_value();
 }
 
+void Keep::keepKnown(DmTreeNode& node, const std::vector<Note>& notes, std::string_view leftover)
+{
+    std::string lines;
+    appendNoteLines(lines, notes);
+    require(setEdlLeftover(node, lines));
+    require(setLeftover(node, leftoverType, leftover));
+}
+
 void Keep::keepLeftover(DmTreeNode& node, Value leftover, const Form& form)
 {
     Allocator& allocator = _parts.allocator();

@@ -47,6 +47,8 @@ public:
     std::vector<Note> take(DmTreeNode& node, const Value& object, const Value* own) const;
     /// Keeps what the object of a usual clip says beyond its node. False where the clip is not a usual one.
     bool keepUsual(DmSourceNode& node, const Value& object, Trim trim, const std::vector<Note>& notes);
+    /// The same of a fresh one whose leftover is known; empty for none.
+    static void keepKnown(DmTreeNode& node, const std::vector<Note>& notes, std::string_view leftover);
     /// Keeps what the object says beyond what is written for the node as it is: `describe` tells a listener that.
     template <class Describe>
     void keepDifference(DmTreeNode& node, const Value& object, const Form& form, Describe&& describe);

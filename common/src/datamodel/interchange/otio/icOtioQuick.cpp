@@ -9,8 +9,10 @@
 #include <CoInteger.h>
 #include <CoNumber.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <cstring>
 #include <emmintrin.h>
 #include <optional>
 #include <vector>
@@ -26,14 +28,19 @@ constexpr std::ptrdiff_t atOnce = 16;
 class QuickParser
 {
 public:
-    QuickParser(json::Document& to, std::string_view text)
+    QuickParser(json::Document& to, const char* at, const char* end, std::size_t depth, std::vector<ListApart>* apart)
         : _to(to)
-        , _at(text.data())
-        , _end(text.data() + text.size())
+        , _at(at)
+        , _end(end)
+        , _depth(depth)
+        , _apart(apart)
     {
     }
 
+    /// One value, to its end.
     bool parse();
+    const char* at() const { return _at; }
+    void skipBlanks();
 
 private:
     struct Level
@@ -41,11 +48,21 @@ private:
         bool isObject;
         json::SizeType count = 0;
     };
+    /// Of a level as far out as the children of a timeline's tracks, where those are to stay apart.
+    struct Outer
+    {
+        std::string_view name; ///< under which it stands
+        std::string_view schema;
+        const char* first = nullptr; ///< its first name
+    };
+    static constexpr std::size_t levelsOfTrack = 4; ///< the timeline, its stack, the list of its tracks, a track
 
-    void skipBlanks();
     /// Takes what stands between a value and the next, whose name it takes, too, and closes what has ended. False at
-    /// the end of the text, and where something else stands.
+    /// the end of the value, and where something else stands.
     bool goOn();
+    bool standsApart() const;
+    /// The end of the list that begins here, told by how its lines are indented; null where that does not tell it.
+    const char* endOfList() const;
     /// Up to the first value inside, if there is one.
     bool open(bool& isEmpty);
     bool close();
@@ -59,13 +76,15 @@ private:
     bool decode(const char* begin, const char* end, std::string_view& string);
     static bool decodeCharacter(const char*& from, const char* end, char*& to);
     static std::optional<unsigned> unit(const char*& from, const char* end);
-    /// The first byte that means something inside a string: a quote, a backslash, a control character.
-    const char* plainEnd(const char* at, bool& isAscii) const;
 
     json::Document& _to;
     const char* _at;
     const char* const _end; ///< a zero stands there
+    const std::size_t _depth;
+    std::vector<ListApart>* const _apart;
     std::vector<Level> _levels;
+    std::array<Outer, levelsOfTrack> _outer;
+    std::string_view _name; ///< the last one
     bool _isDone = false;
 };
 
@@ -76,7 +95,13 @@ bool QuickParser::parse()
         skipBlanks();
         bool isEmpty = true;
         const bool holdsOthers = *_at == '{' || *_at == '[';
-        if (holdsOthers ? !open(isEmpty) : !single())
+        if (const char* const end = _apart && standsApart() ? endOfList() : nullptr)
+        {
+            _apart->push_back({_outer.back().first, {_at, end}});
+            _at = end;
+            static_cast<void>(_to.StartArray() && _to.EndArray(0));
+        }
+        else if (holdsOthers ? !open(isEmpty) : !single())
             return false;
         if (isEmpty && !goOn())
             return _isDone;
@@ -87,7 +112,7 @@ bool QuickParser::parse()
 
 void QuickParser::skipBlanks()
 {
-    while (*_at == ' ' || *_at == '\n' || *_at == '\r' || *_at == '\t')
+    while (isJsonBlank(*_at))
     {
         ++_at;
         while (_end - _at >= atOnce)
@@ -106,12 +131,12 @@ bool QuickParser::goOn()
 {
     for (;;)
     {
-        skipBlanks();
         if (_levels.empty())
         {
-            _isDone = _at == _end;
+            _isDone = true;
             return false;
         }
+        skipBlanks();
         Level& level = _levels.back();
         ++level.count;
         const char next = *_at;
@@ -128,8 +153,10 @@ bool QuickParser::goOn()
 bool QuickParser::open(bool& isEmpty)
 {
     const bool isObject = *_at++ == '{';
-    if (_levels.size() == deepestJson)
+    if (_levels.size() + _depth == deepestJson)
         return false;
+    if (_apart && _levels.size() < levelsOfTrack)
+        _outer[_levels.size()] = {!_levels.empty() && _levels.back().isObject ? _name : std::string_view(), {}};
     _levels.push_back({isObject});
     static_cast<void>(isObject ? _to.StartObject() : _to.StartArray());
     skipBlanks();
@@ -159,6 +186,9 @@ bool QuickParser::name()
         return false;
     if (const std::size_t usual = isFirst ? noName : usualName(name); usual != noName)
         name = usualNames[usual];
+    _name = name;
+    if (isFirst && _apart && _levels.size() <= levelsOfTrack)
+        _outer[_levels.size() - 1].first = begin;
     skipBlanks();
     if (*_at != ':')
         return false;
@@ -174,7 +204,12 @@ bool QuickParser::single()
     switch (*_at)
     {
     case '"':
-        return string(text) && _to.String(text.data(), static_cast<json::SizeType>(text.size()), false);
+        if (!string(text))
+            return false;
+        if (_apart && !_levels.empty() && _levels.size() <= levelsOfTrack && _levels.back().count == 0 &&
+            _name == schemaKey)
+            _outer[_levels.size() - 1].schema = text;
+        return _to.String(text.data(), static_cast<json::SizeType>(text.size()), false);
     case 't':
         return word("true") && _to.Bool(true);
     case 'f':
@@ -241,12 +276,44 @@ bool QuickParser::number()
     return value && _to.Double(*value);
 }
 
+// Lists that stay apart
+
+bool QuickParser::standsApart() const
+{
+    return *_at == '[' && _levels.size() == levelsOfTrack && _levels[1].isObject && !_levels[2].isObject &&
+           _levels[3].isObject && _name == "children" && isTrack(withoutVersion(_outer[3].schema)) &&
+           withoutVersion(_outer[0].schema) == "Timeline" && _outer[1].name == "tracks" && _outer[2].name == "children";
+}
+
+/// The first bracket that stands on a line of its own, as far in as the line on which the list begins: line ends do not
+/// stand inside strings. Whether it was that one is told when what stands before it is parsed.
+const char* QuickParser::endOfList() const
+{
+    constexpr std::ptrdiff_t longestLine = 4096;
+    const auto isIndent = [](char c) { return c == ' ' || c == '\t'; };
+    const char* line = _at;
+    while (_at - line < longestLine && *line != '\n' && line != _outer[0].first)
+        --line;
+    const std::string_view indent(line + 1, std::find_if_not(line + 1, _at, isIndent));
+    if (*line != '\n' || *std::find_if_not(_at + 1, _end, isIndent) == ']')
+        return nullptr;
+    const auto next = [this](const char* from)
+    { return static_cast<const char*>(std::memchr(from, ']', static_cast<std::size_t>(_end - from))); };
+    for (const char* at = next(_at); at; at = next(at + 1))
+        if (const char* const begin = at - indent.size();
+            begin > _at && begin[-1] == '\n' && std::string_view(begin, indent.size()) == indent)
+            return at + 1;
+    return nullptr;
+}
+
 // Strings
 
-const char* QuickParser::plainEnd(const char* at, bool& isAscii) const
+} // namespace
+
+const char* plainEnd(const char* at, const char* end, bool& isAscii)
 {
     unsigned high = 0;
-    for (; _end - at >= atOnce; at += atOnce)
+    for (; end - at >= atOnce; at += atOnce)
     {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
         const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1F)), bytes);
@@ -269,13 +336,16 @@ const char* QuickParser::plainEnd(const char* at, bool& isAscii) const
     return at;
 }
 
+namespace
+{
+
 bool QuickParser::string(std::string_view& string)
 {
     const char* const begin = _at + 1;
     bool isAscii = true;
     bool isPlain = true;
-    const char* at = plainEnd(begin, isAscii);
-    for (; *at == '\\'; at = plainEnd(at + 2, isAscii))
+    const char* at = plainEnd(begin, _end, isAscii);
+    for (; *at == '\\'; at = plainEnd(at + 2, _end, isAscii))
     {
         isPlain = false;
         if (_end - at < 2)
@@ -339,12 +409,29 @@ std::optional<unsigned> QuickParser::unit(const char*& from, const char* end)
 
 } // namespace
 
-bool parseQuickly(json::Document& document, std::string_view text)
+bool parseQuickly(json::Document& document, std::string_view text, std::vector<ListApart>* apart)
 {
     bool isWhole = false;
     const auto generate = [&](json::Document& to)
     {
-        isWhole = QuickParser(to, text).parse();
+        QuickParser parser(to, text.data(), text.data() + text.size(), 0, apart);
+        isWhole = parser.parse();
+        parser.skipBlanks();
+        isWhole = isWhole && parser.at() == text.data() + text.size();
+        return isWhole;
+    };
+    document.Populate(generate);
+    return isWhole;
+}
+
+bool parseValueQuickly(json::Document& document, const char*& at, const char* end, std::size_t depth)
+{
+    bool isWhole = false;
+    const auto generate = [&](json::Document& to)
+    {
+        QuickParser parser(to, at, end, depth, nullptr);
+        isWhole = parser.parse();
+        at = parser.at();
         return isWhole;
     };
     document.Populate(generate);

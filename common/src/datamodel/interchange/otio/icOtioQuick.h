@@ -12,13 +12,22 @@
 
 #include "icOtioJson.h"
 
+#include <cstddef>
 #include <string_view>
+#include <vector>
 
 namespace interchange::otio
 {
 
 /// A zero stands behind the text, and strings stay where it has them, but for those with escaped characters. False
-/// where it has given up.
-bool parseQuickly(json::Document& document, std::string_view text);
+/// where it has given up. `apart`: gets the children of a timeline's tracks, where the document has empty lists then
+/// (icOtioChildren.h).
+bool parseQuickly(json::Document& document, std::string_view text, std::vector<ListApart>* apart = nullptr);
+
+/// The value that begins at `at`, which comes to its end. `end`: of the text; `depth`: of values around this one.
+bool parseValueQuickly(json::Document& document, const char*& at, const char* end, std::size_t depth);
+
+/// The first byte that means something inside a string: a quote, a backslash, a control character.
+const char* plainEnd(const char* at, const char* end, bool& isAscii);
 
 } // namespace interchange::otio

@@ -1,8 +1,10 @@
 #include "icOtioReader.h"
 
 #include "icIds.h"
+#include "icOtioChildren.h"
 #include "icOtioKeep.h"
 #include "icOtioOwn.h"
+#include "icOtioUsual.h"
 #include "icText.h"
 #include "icTree.h"
 
@@ -17,6 +19,8 @@
 #include <cmath>
 #include <cstdio>
 #include <map>
+#include <optional>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -39,9 +43,12 @@ struct Entry
     const Value* object;
     CoSharedPtr<DmSegmentNode> segment; ///< null for a transition
     Form form;
-    bool isHole = false; ///< stands for time that nothing fills
-    double in = 0;       ///< taken from a segment's begin; a transition's in offset
-    double out = 0;      ///< taken from its end; the out offset
+    bool isHole = false;                      ///< stands for time that nothing fills
+    double in = 0;                            ///< taken from a segment's begin; a transition's in offset
+    double out = 0;                           ///< taken from its end; the out offset
+    std::string_view text = {};               ///< of a child that stood apart, of no known shape
+    std::optional<std::string> leftover = {}; ///< of a clip that was recognised by its shape, which has no object
+    std::vector<Note> notes = {};             ///< of such a one
 
     double rest() const { return segment->getRecLength() - in - out; }
 };
@@ -76,68 +83,6 @@ bool isTrue(const Value* own, std::string_view name)
     return flag && flag->IsTrue();
 }
 
-class Maker
-{
-public:
-    /// Without a mode, each composition gets its own.
-    Maker(Items& items, DM::FrameCodeModes fcm)
-        : _items(items)
-        , _parts(items, _scratch)
-        , _keep(items, _parts)
-        , _fcm(fcm)
-    {
-    }
-
-    CoSharedPtr<DmRoot> root(const Value& top);
-
-private:
-    CoSharedPtr<DmReelNode> reel(const Value& object);
-    void addComposition(DmCollectionNode& to, const Value& object);
-    CoSharedPtr<DmCompositionNode> composition(const Value& top);
-    bool chooseMode(const Value& top);
-    void finishCollection(DmCollectionNode& node, const Value& object);
-
-    // Tracks; their lengths
-
-    /// The children of a stack, a track each; the longest one's.
-    double addTracks(Stage& to, const Value* children, eDmTreeMediaType mediaType);
-    double addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaType);
-    /// `object` is the track; null where the file has none.
-    double layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries entries);
-    CoSharedPtr<DmLayerNode> layer(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries& entries);
-    eDmTreeMediaType kindOf(const Value& object, eDmTreeMediaType mediaType);
-    bool isTrimmed(const Value& track, double length);
-
-    // What stands on tracks
-
-    /// Those of a track, or one that stands there alone.
-    Entries entriesOf(const Value& object, eDmTreeMediaType mediaType);
-    void addEntry(Entries& entries, const Value& object, eDmTreeMediaType mediaType);
-    CoSharedPtr<DmSegmentNode> segment(const Value& item, eDmTreeMediaType mediaType);
-    CoSharedPtr<DmSegmentNode> container(const Value& item, eDmTreeMediaType mediaType);
-    CoSharedPtr<DmCompositionNode> inside(const Value& item) const;
-    CoSharedPtr<DmSegmentNode> contain(const CoSharedPtr<DmCompositionNode>& inside, const Value& item, double length,
-                                       eDmTreeMediaType mediaType);
-    /// What the node has of its own, its id, and what its file says beyond it.
-    void finish(Stage& to, DmSegmentNode& node, const Value& item, const Form& form, Trim trim);
-    void overlap(Entries& entries);
-    /// What stands between the layer's last element and the next; `own` says it where that is not the usual.
-    void addBetween(DmLayerNode& layer, const Value* own, const char* name, const DmTreeNode* next,
-                    eDmTreeMediaType mediaType);
-    void place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType mediaType);
-
-    Items& _items;
-    std::vector<char> _room = std::vector<char>(1 << 16); ///< kept from item to item
-    Allocator _scratch{_room.data(), _room.size()};
-    Parts _parts;
-    Keep _keep;
-    DM::FrameCodeModes _fcm;
-    int _depth = 0;
-    double _at = 0;                        ///< where the layer has come to
-    double _from = 0;                      ///< where its last element has ended
-    const DmTreeNode* _previous = nullptr; ///< on it; null at its begin and behind a hole
-};
-
 /// Seconds of picture that play at each rate.
 class PlayedRates
 {
@@ -145,8 +90,17 @@ public:
     explicit PlayedRates(const Value& top) { add(top, false); }
 
     const std::map<double, double>& seconds() const { return _seconds; }
+    /// That at which most plays, among those that have a mode, and its seconds; a tie goes to `start`. 0 for none.
+    std::pair<double, double> most(double start) const
+    {
+        std::pair<double, double> most(0, -1);
+        for (const auto& [rate, seconds] : _seconds)
+            if (DM::FcmUtil::FPStoFCM(rate, false) != DM::FCM_NOT_DEFINED &&
+                (seconds > most.second || (seconds == most.second && rate == start)))
+                most = {rate, seconds};
+        return most;
+    }
 
-private:
     void add(const Value& top, bool isSound)
     {
         std::vector<std::pair<const Value*, bool>> open{{&top, isSound}};
@@ -169,16 +123,107 @@ private:
                     open.emplace_back(&child, sound);
         }
     }
+    void add(double rate, double frames)
+    {
+        if (const double length = frames / rate; length >= 0 && length < 1e9)
+            _seconds[rate] += length;
+    }
+
+private:
     void note(const Value& duration)
     {
         const Value* const rate = member(&duration, "rate");
         const Value* const value = member(&duration, "value");
         if (rate && rate->IsNumber() && value && value->IsNumber() && rate->GetDouble() > 0)
-            if (const double length = value->GetDouble() / rate->GetDouble(); length >= 0 && length < 1e9)
-                _seconds[rate->GetDouble()] += length;
+            add(rate->GetDouble(), value->GetDouble());
     }
 
     std::map<double, double> _seconds;
+};
+
+class Maker
+{
+public:
+    /// Without a mode, each composition gets its own. `apart`: the lists that the document was parsed without.
+    Maker(Items& items, const ParsedText& source, const std::vector<ListApart>& apart, DM::FrameCodeModes fcm)
+        : _items(items)
+        , _source(source)
+        , _apart(apart)
+        , _parts(items, _scratch)
+        , _keep(items, _parts)
+        , _fcm(fcm)
+    {
+    }
+
+    CoSharedPtr<DmRoot> root(const Value& top);
+    /// Lists of which something was made.
+    std::size_t listsRead() const { return _listsRead; }
+
+private:
+    CoSharedPtr<DmReelNode> reel(const Value& object);
+    void addComposition(DmCollectionNode& to, const Value& object);
+    CoSharedPtr<DmCompositionNode> composition(const Value& top);
+    bool chooseMode(const Value& top);
+    /// Of children that stand apart, the first tell the mode; all of them must tell the same.
+    void guessRate(PlayedRates& played, const Value& top) const;
+    void confirmRate() const;
+    void finishCollection(DmCollectionNode& node, const Value& object);
+
+    // Tracks; their lengths
+
+    /// The children of a stack, a track each; the longest one's.
+    double addTracks(Stage& to, const Value* children, eDmTreeMediaType mediaType);
+    double addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaType);
+    /// `object` is the track; null where the file has none. `children`: an object whose children are laid out, too.
+    double layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries entries,
+                  const Value* children = nullptr);
+    CoSharedPtr<DmLayerNode> layer(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries& entries,
+                                   const Value* children);
+    eDmTreeMediaType kindOf(const Value& object, eDmTreeMediaType mediaType);
+    bool isTrimmed(const Value& track, double length);
+
+    // What stands on tracks
+
+    /// Those of a track, or one that stands there alone.
+    Entries entriesOf(const Value& object, eDmTreeMediaType mediaType);
+    void addEntry(Entries& entries, const Value& object, eDmTreeMediaType mediaType);
+    /// Null where the children stand in the object.
+    const ListApart* apartOf(const Value& object) const;
+    /// Each as soon as it is known what transitions take of it.
+    void placeChildren(Stage& to, DmLayerNode& layer, const Value& track, eDmTreeMediaType mediaType);
+    void addChild(Entries& entries, Children& children, eDmTreeMediaType mediaType);
+    bool addKnown(Entries& entries, const KnownClip& clip, eDmTreeMediaType mediaType);
+    void finishKnown(Stage& to, DmSegmentNode& node, Entry& entry);
+    CoSharedPtr<DmSegmentNode> segment(const Value& item, eDmTreeMediaType mediaType);
+    CoSharedPtr<DmSegmentNode> container(const Value& item, eDmTreeMediaType mediaType);
+    CoSharedPtr<DmCompositionNode> inside(const Value& item) const;
+    CoSharedPtr<DmSegmentNode> contain(const CoSharedPtr<DmCompositionNode>& inside, const Value& item, double length,
+                                       eDmTreeMediaType mediaType);
+    /// What the node has of its own, its id, and what its file says beyond it.
+    void finish(Stage& to, DmSegmentNode& node, const Value& item, const Entry& entry, Trim trim);
+    void overlap(Entries& entries);
+    void overlapAt(Entries& entries, std::size_t index);
+    /// What stands between the layer's last element and the next; `own` says it where that is not the usual.
+    void addBetween(DmLayerNode& layer, const Value* own, const char* name, const DmTreeNode* next,
+                    eDmTreeMediaType mediaType);
+    void place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType mediaType);
+
+    Items& _items;
+    const ParsedText& _source;
+    const std::vector<ListApart>& _apart;
+    std::size_t _listsRead = 0;
+    std::vector<Shape> _shapes;                           ///< of usual clips
+    std::optional<PlayedRates> _played;                   ///< as far as children that stand apart were read
+    double _guessed = 0;                                  ///< the rate that the first of them play at
+    std::vector<char> _room = std::vector<char>(1 << 16); ///< kept from item to item
+    Allocator _scratch{_room.data(), _room.size()};
+    Parts _parts;
+    Keep _keep;
+    DM::FrameCodeModes _fcm;
+    int _depth = 0;
+    double _at = 0;                        ///< where the layer has come to
+    double _from = 0;                      ///< where its last element has ended
+    const DmTreeNode* _previous = nullptr; ///< on it; null at its begin and behind a hole
 };
 
 /// The mode in which most times fall on frames: the lowest that counts each frame several times, else the highest that
@@ -269,16 +314,16 @@ bool Maker::chooseMode(const Value& top)
         return true;
     const Value* const startRate = member(member(&top, "global_start_time"), "rate");
     const double start = startRate && startRate->IsNumber() ? startRate->GetDouble() : 0;
-    const PlayedRates played(top);
-    double rate = 0;
-    double most = -1;
-    for (const auto& [each, seconds] : played.seconds())
-        if (DM::FcmUtil::FPStoFCM(each, false) != DM::FCM_NOT_DEFINED &&
-            (seconds > most || (seconds == most && each == start)))
-        {
-            rate = each;
-            most = seconds;
-        }
+    PlayedRates played(top);
+    if (!_apart.empty())
+    {
+        _played = played;
+        guessRate(played, top);
+    }
+    double rate = played.most(start).first;
+    if (!_apart.empty() && rate == 0)
+        throw NotInPieces();
+    _guessed = rate;
     if (rate == 0 && played.seconds().empty() && DM::FcmUtil::FPStoFCM(start, false) != DM::FCM_NOT_DEFINED)
         rate = start;
     const Value* const own = ownOf(&top);
@@ -302,6 +347,35 @@ bool Maker::chooseMode(const Value& top)
         _items.add(Report::Notice, &top,
                    "no times, so the frame-code mode is taken to be '24 fps' (--fcm names another)");
     return true;
+}
+
+void Maker::guessRate(PlayedRates& played, const Value& top) const
+{
+    constexpr int enough = 16;
+    const Value* const tracks = arrayOf(member(&top, "tracks"), "children");
+    for (json::SizeType i = 0; tracks && i < tracks->Size(); ++i)
+    {
+        const Value& track = (*tracks)[i];
+        const ListApart* const list = apartOf(track);
+        if (!list || textOf(&track, "kind") == "Audio")
+            continue;
+        Children children(list->text, _source.end());
+        for (int count = 0; count < enough && children.next(); ++count)
+            played.add(children.parse(), false);
+    }
+}
+
+void Maker::confirmRate() const
+{
+    // Sums in another order may differ in their last digits.
+    constexpr double lessThanAll = 0.999;
+    if (!_played)
+        return;
+    const std::pair<double, double> most = _played->most(0);
+    const auto isClear = [&](const auto& each)
+    { return each.first == _guessed || !(each.second > lessThanAll * most.second); };
+    if (most.first != _guessed || !std::ranges::all_of(_played->seconds(), isClear))
+        throw NotInPieces();
 }
 
 CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
@@ -341,6 +415,7 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
                            : "an object of the schema " + std::string(schema) + " is no timeline, stack, track or clip",
                        "an empty composition stands for it");
     }
+    confirmRate();
     require(node->setCompLength(length));
     const Value nothing(json::kObjectType);
     _keep.take(*node, form.isImplied || form.wholeValue ? nothing : top, own);
@@ -391,21 +466,22 @@ double Maker::addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaTyp
     const bool hasRange = isReal && member(&object, "source_range");
     mediaType = kindOf(object, mediaType);
     _items.setMediaType(mediaType);
+    const Value* const children = isReal && !hasRange ? &object : nullptr;
     _depth += hasRange ? 1 : 0;
-    Entries entries = entriesOf(object, mediaType);
+    Entries entries = children ? Entries() : entriesOf(object, mediaType);
     _depth -= hasRange ? 1 : 0;
     const Value* const own = isReal ? ownOf(&object) : nullptr;
     if (isTrue(own, "isLayer") && to.track && to.track->getMediaType() == mediaType && !hasRange)
     {
         // Of the track below it, shown as a track of its own.
-        const CoSharedPtr<DmLayerNode> made = layer(to, &object, mediaType, entries);
+        const CoSharedPtr<DmLayerNode> made = layer(to, &object, mediaType, entries, children);
         const Value* const index = member(own, "index");
         to.track->insertChild(made,
                               index && index->IsInt() ? std::clamp(index->GetInt(), 0, to.track->getNbChildren()) : 0);
         return _at - to.start;
     }
     if (!hasRange || !isTrimmed(object, lengthOf(entries)))
-        return layOut(to, isReal ? &object : nullptr, mediaType, std::move(entries));
+        return layOut(to, isReal ? &object : nullptr, mediaType, std::move(entries), children);
     // A part of a track is what a container plays.
     const CoSharedPtr<DmCompositionNode> inside = this->inside(object);
     IdMaker ids;
@@ -416,13 +492,16 @@ double Maker::addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaTyp
     return layOut(to, nullptr, mediaType, std::move(whole));
 }
 
-CoSharedPtr<DmLayerNode> Maker::layer(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries& entries)
+CoSharedPtr<DmLayerNode> Maker::layer(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries& entries,
+                                      const Value* children)
 {
     const Value* const own = ownOf(object);
     auto layer = orBadAlloc(DmLayerNode::create(0, mediaType, 0, false));
     _at = to.start;
     _from = to.start;
     _previous = nullptr;
+    if (children)
+        placeChildren(to, *layer, *children, mediaType);
     for (Entry& entry : entries)
         place(to, *layer, entry, mediaType);
     addBetween(*layer, own, "behind", nullptr, mediaType);
@@ -433,12 +512,12 @@ CoSharedPtr<DmLayerNode> Maker::layer(Stage& to, const Value* object, eDmTreeMed
     return layer;
 }
 
-double Maker::layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries entries)
+double Maker::layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries entries, const Value* children)
 {
     const int number = ++to.tracks[static_cast<std::size_t>(mediaType)];
     const Value nothing(json::kObjectType);
     const auto track = _items.track(object ? *object : nothing, mediaType, number);
-    track->addChild(layer(to, object, mediaType, entries));
+    track->addChild(layer(to, object, mediaType, entries, children));
     const double end = _at;
     Form form;
     form.isImplied = !object;
@@ -460,6 +539,8 @@ Entries Maker::entriesOf(const Value& object, eDmTreeMediaType mediaType)
 {
     Entries entries;
     const bool isReal = isTrack(schemaOf(&object));
+    if (apartOf(object))
+        throw NotInPieces();
     if (!isReal)
         addEntry(entries, object, mediaType);
     else if (const Value* const children = arrayOf(&object, "children"))
@@ -509,8 +590,100 @@ CoSharedPtr<DmSegmentNode> Maker::segment(const Value& item, eDmTreeMediaType me
     return _items.gap(item, mediaType);
 }
 
-void Maker::finish(Stage& to, DmSegmentNode& node, const Value& item, const Form& form, Trim trim)
+const ListApart* Maker::apartOf(const Value& object) const
 {
+    if (_apart.empty() || !object.IsObject() || object.ObjectEmpty())
+        return nullptr;
+    const auto found = std::ranges::find(_apart, object.MemberBegin()->name.GetString(), &ListApart::holder);
+    return found == _apart.end() ? nullptr : &*found;
+}
+
+void Maker::placeChildren(Stage& to, DmLayerNode& layer, const Value& track, eDmTreeMediaType mediaType)
+{
+    std::optional<Children> apart;
+    Entries waiting; // a transition for what is behind it, and what is in front of it with it
+    const auto isTransition = [&waiting](std::size_t fromEnd)
+    { return waiting.size() >= fromEnd && !waiting[waiting.size() - fromEnd].segment; };
+    const auto placeAllBut = [&](std::size_t count)
+    {
+        const auto end = waiting.end() - static_cast<std::ptrdiff_t>(std::min(count, waiting.size()));
+        for (auto each = waiting.begin(); each != end; ++each)
+            place(to, layer, *each, mediaType);
+        waiting.erase(waiting.begin(), end);
+    };
+    const auto add = [&](const auto& addEntries)
+    {
+        const std::size_t count = waiting.size();
+        const std::tuple here(_at, _from, _previous); // which layers inside have, too
+        addEntries();
+        std::tie(_at, _from, _previous) = here;
+        if (waiting.size() == count)
+            return;
+        if (isTransition(2))
+            overlapAt(waiting, waiting.size() - 2);
+        placeAllBut(isTransition(1) && !isTransition(2) ? 2 : 1);
+    };
+    if (const ListApart* const list = apartOf(track))
+    {
+        ++_listsRead;
+        apart.emplace(list->text, _source.end());
+        while (apart->next())
+        {
+            const std::size_t before = _items.findings();
+            add([&] { addChild(waiting, *apart, mediaType); });
+            if (_items.findings() != before)
+                apart->keep();
+        }
+    }
+    else if (const Value* const children = arrayOf(&track, "children"))
+        for (const Value& child : children->GetArray())
+            add([&] { addEntry(waiting, child, mediaType); });
+    if (isTransition(1))
+        overlapAt(waiting, waiting.size() - 1);
+    placeAllBut(0);
+}
+
+void Maker::addChild(Entries& entries, Children& children, eDmTreeMediaType mediaType)
+{
+    const std::optional<KnownClip> known = children.known(_shapes);
+    if (known && addKnown(entries, *known, mediaType))
+        return;
+    const Value& child = children.parse();
+    if (_played)
+        _played->add(child, mediaType == DM_MEDIA_AUDIO);
+    const std::size_t count = entries.size();
+    addEntry(entries, child, mediaType);
+    if (!known && entries.size() != count)
+        entries.back().text = children.text();
+}
+
+bool Maker::addKnown(Entries& entries, const KnownClip& clip, eDmTreeMediaType mediaType)
+{
+    std::vector<Note> notes = notesOfMetadata(clip.metadata);
+    std::optional<std::string> leftover = usualLeftover(*clip.metadata, notes);
+    CoSharedPtr<DmSegmentNode> node;
+    if (leftover)
+        node = _items.clip(clip.facts, reelOfMetadata(clip.metadata), mediaType);
+    if (!node)
+        return false;
+    if (_played && mediaType != DM_MEDIA_AUDIO)
+        _played->add(_items.fps(), clip.facts.length);
+    Entry& entry = entries.emplace_back();
+    entry.segment = std::move(node);
+    entry.leftover = std::move(leftover);
+    entry.notes = std::move(notes);
+    return true;
+}
+
+void Maker::finishKnown(Stage& to, DmSegmentNode& node, Entry& entry)
+{
+    setText(node, DmSegmentNode::SegmentId, to.ids.make(node));
+    _keep.keepKnown(node, entry.notes, *entry.leftover);
+}
+
+void Maker::finish(Stage& to, DmSegmentNode& node, const Value& item, const Entry& entry, Trim trim)
+{
+    const Form& form = entry.form;
     const double length = node.getRecLength();
     setText(node, DmSegmentNode::SegmentId, to.ids.make(node));
     const Value* const own = ownOf(&item);
@@ -527,7 +700,13 @@ void Maker::finish(Stage& to, DmSegmentNode& node, const Value& item, const Form
         }
     }
     else if (node.whatIs() == DM_SOURCE_NODE && _keep.keepUsual(static_cast<DmSourceNode&>(node), item, trim, notes))
+    {
+        constexpr std::size_t mostShapes = 8;
+        if (!entry.text.empty() && _shapes.size() < mostShapes)
+            if (Shape shape(entry.text, node.getMuted()); shape.isPlain())
+                _shapes.push_back(std::move(shape));
         return _items.came(node, item);
+    }
     const auto* const container =
         node.whatIs() == DM_CONTAINER_NODE ? static_cast<const DmContainerNode*>(&node) : nullptr;
     _keep.keepDifference(node, item, form,
@@ -592,23 +771,25 @@ CoSharedPtr<DmSegmentNode> Maker::contain(const CoSharedPtr<DmCompositionNode>& 
 void Maker::overlap(Entries& entries)
 {
     for (std::size_t i = 0; i < entries.size(); ++i)
-    {
-        Entry& transition = entries[i];
-        if (transition.segment)
-            continue;
-        Entry* const before = i > 0 && entries[i - 1].segment ? &entries[i - 1] : nullptr;
-        Entry* const behind = i + 1 < entries.size() && entries[i + 1].segment ? &entries[i + 1] : nullptr;
-        const double in = before ? std::min(transition.in, before->rest()) : 0.0;
-        const double out = behind ? std::min(transition.out, behind->rest()) : 0.0;
-        if (in != transition.in || out != transition.out)
-            _items.warn(transition.object, "a transition is longer than what stands beside it: cut to that");
-        transition.in = in;
-        transition.out = out;
-        if (before)
-            before->out = in;
-        if (behind)
-            behind->in = out;
-    }
+        if (!entries[i].segment)
+            overlapAt(entries, i);
+}
+
+void Maker::overlapAt(Entries& entries, std::size_t i)
+{
+    Entry& transition = entries[i];
+    Entry* const before = i > 0 && entries[i - 1].segment ? &entries[i - 1] : nullptr;
+    Entry* const behind = i + 1 < entries.size() && entries[i + 1].segment ? &entries[i + 1] : nullptr;
+    const double in = before ? std::min(transition.in, before->rest()) : 0.0;
+    const double out = behind ? std::min(transition.out, behind->rest()) : 0.0;
+    if (in != transition.in || out != transition.out)
+        _items.warn(transition.object, "a transition is longer than what stands beside it: cut to that");
+    transition.in = in;
+    transition.out = out;
+    if (before)
+        before->out = in;
+    if (behind)
+        behind->in = out;
 }
 
 void Maker::addBetween(DmLayerNode& layer, const Value* own, const char* name, const DmTreeNode* next,
@@ -674,7 +855,12 @@ void Maker::place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType 
     }
     CoSharedPtr<DmTreeNode> node = entry.segment;
     require(segment.setRecIn(_at));
-    finish(to, segment, *entry.object, entry.form, trim);
+    if (entry.leftover && (std::trunc(entry.in) != entry.in || std::trunc(entry.out) != entry.out))
+        throw NotInPieces(); // what is left of it may not be what it says
+    if (entry.leftover)
+        finishKnown(to, segment, entry);
+    else
+        finish(to, segment, *entry.object, entry, trim);
     if (length < leastLength && segment.whatIs() != DM_GAP_NODE)
     {
         // Nothing of it is left to play: it travels with a gap of no length.
@@ -689,9 +875,38 @@ void Maker::place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType 
     _scratch.Clear(); // of a single item
 }
 
+/// Track by track and clip by clip, as nearly every file is read; null for one that must be parsed as a whole.
+CoSharedPtr<DmRoot> readInPieces(const ParsedText& text, DM::FrameCodeModes fcm, Report& report)
+{
+    json::Document document;
+    std::vector<ListApart> apart;
+    if (!text.parseApart(document, apart))
+        return {};
+    const Report before = report;
+    try
+    {
+        Items items(&report, &text);
+        Maker maker(items, text, apart, fcm);
+        CoSharedPtr<DmRoot> root = maker.root(document);
+        if (maker.listsRead() == apart.size())
+        {
+            if (!report.hasErrors())
+                items.reportWarnings();
+            return root;
+        }
+    }
+    catch (const NotInPieces&)
+    {
+    }
+    report = before;
+    return {};
+}
+
 CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& report, bool places)
 {
     ParsedText text(std::move(bytes));
+    if (CoSharedPtr<DmRoot> root = places ? CoSharedPtr<DmRoot>() : readInPieces(text, fcm, report))
+        return report.hasErrors() ? CoSharedPtr<DmRoot>() : root;
     json::Document document;
     JsonFault fault;
     if (!text.parse(document, fault))
@@ -703,7 +918,7 @@ CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& repo
         report.add("DM618", Report::Warning, text.lineOfWideInteger(),
                    "integers beyond 64 bits (" + std::to_string(count) + "): kept to 17 digits");
     Items items(&report, &text, places);
-    CoSharedPtr<DmRoot> root = Maker(items, fcm).root(document);
+    CoSharedPtr<DmRoot> root = Maker(items, text, {}, fcm).root(document);
     if (!report.hasErrors())
         items.reportWarnings();
     return report.hasErrors() ? CoSharedPtr<DmRoot>() : root;

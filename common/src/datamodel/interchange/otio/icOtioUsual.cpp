@@ -175,18 +175,19 @@ bool appendAdded(std::string& out, std::string_view before, const Value& object,
 }
 
 /// What a clip's metadata says beyond reel and comments: {"inside":{"metadata":...}}, or nothing.
-std::optional<std::string> leftoverOf(const Value& metadata, const DmSourceInfo& info, Shown shown)
+std::optional<std::string> leftoverOf(const Value& metadata, Shown shown)
 {
     constexpr std::size_t usualSize = 192;
     constexpr std::string_view begin = R"({"inside":{"metadata":{)";
-    const bool hasReel = !info.getReelName().empty();
+    const std::string_view reel = reelOfMetadata(&metadata);
+    const bool hasReel = !reel.empty();
     const bool isShown = hasReel || shown == Shown::All;
     std::string out;
     out.reserve(usualSize);
     if (isShown)
     {
         const Value* const list = memberOrNull(metadata, "cmx_3600");
-        if (!list || !isUsualMetadata(*list) || (hasReel && !isTextOf(memberOrNull(*list, "reel"), info.getReelName())))
+        if (!list || !isUsualMetadata(*list) || (hasReel && !isText(memberOrNull(*list, "reel"), reel)))
             return std::nullopt;
         const auto isAdded = [&](std::string_view name)
         { return !(hasReel && name == "reel") && !(shown == Shown::All && name == "comments"); };
@@ -224,7 +225,13 @@ std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& 
                          text(&reference.name) == "DEFAULT_MEDIA" && reference.value.IsObject() &&
                          isRangeOf(memberOrNull(clip, "source_range"), played, fps) &&
                          isReferenceOf(reference.value, *input, *info, material, fps);
-    return isUsual ? leftoverOf(*metadata, *info, shown) : std::nullopt;
+    return isUsual ? leftoverOf(*metadata, shown) : std::nullopt;
+}
+
+std::optional<std::string> usualLeftover(const Value& metadata, const std::vector<Note>& notes)
+{
+    const Shown shown = shownOf(notes);
+    return shown != Shown::Some && isUsualMetadata(metadata) ? leftoverOf(metadata, shown) : std::nullopt;
 }
 
 } // namespace interchange::otio

@@ -22,5 +22,7 @@ namespace interchange::otio
 /// own; `notes`: those among its metadata; `fps`: of the composition.
 std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& node, Trim trim,
                                          const std::vector<Note>& notes, double fps);
+/// That of a clip which is a usual one, if its metadata are.
+std::optional<std::string> usualLeftover(const Value& metadata, const std::vector<Note>& notes);
 
 } // namespace interchange::otio
