@@ -285,24 +285,28 @@ using Growing = std::array<double, std::size(growing)>;
 /// In the process that made the tree, as in an editor's.
 Growing costsOfPlain(int clips, const fs::path& file)
 {
-    constexpr std::size_t bytesOfClip = 5000; // of three trees, and a file
-    fetchMemory(clips * bytesOfClip);
+    const auto secondsOf = [clips](const auto& work)
+    {
+        constexpr std::size_t bytesOfClip = 1500; // of a tree, or a file
+        fetchMemory(clips * bytesOfClip);
+        return zrRatio::secondsOf(work);
+    };
     const double before = bytesInUse();
     const CoSharedPtr<DmRoot> root = zrDocuments::makePlain(clips);
     const double memory = bytesInUse() - before;
     const double synced = syncSeconds;
-    const double save = zrRatio::secondsOf(
-        [&] { must(DmTreeJsonBuilder::generate(root, file.c_str(), DmTreeJsonBuilder::Layout::Compact)); });
+    const double save =
+        secondsOf([&] { must(DmTreeJsonBuilder::generate(root, file.c_str(), DmTreeJsonBuilder::Layout::Compact)); });
     const double sync = syncSeconds - synced;
-    const double check = zrRatio::secondsOf([&] { static_cast<void>(DmFindings().find(*root)); });
+    const double check = secondsOf([&] { static_cast<void>(DmFindings().find(*root)); });
     DmPropertySetPtr copy;
-    const double copying = zrRatio::secondsOf([&] { must(dmDeepCopy(*root, copy)); });
+    const double copying = secondsOf([&] { must(dmDeepCopy(*root, copy)); });
     bool equal = false;
-    const double comparing = zrRatio::secondsOf([&] { must(dmDeepEqual(*root, *copy, equal)); });
+    const double comparing = secondsOf([&] { must(dmDeepEqual(*root, *copy, equal)); });
     if (!equal)
         giveUp("a copy is another");
     CoSharedPtr<DmRoot> opened;
-    const double opening = zrRatio::secondsOf([&] { opened = open(file); });
+    const double opening = secondsOf([&] { opened = open(file); });
     Growing costs{opening, check, save - sync, copying, comparing, memory};
     for (double& cost : costs)
         cost /= clips;

@@ -71,6 +71,17 @@ bool isAlone()
     return __libc_single_threaded != 0;
 }
 
+/// Apart from the way of a program of one thread, which then needs no stack.
+[[gnu::noinline]] void unlockBesideOthers(std::atomic<std::uint32_t>& word, CoLockWord::Flags flags)
+{
+    std::uint32_t before = word.load(std::memory_order_relaxed);
+    while (!word.compare_exchange_weak(before, (before & ~(ownerMask | waiting)) | flags, std::memory_order_release,
+                                       std::memory_order_relaxed))
+        ;
+    if ((before & waiting) != 0)
+        word.notify_all();
+}
+
 } // namespace
 
 bool CoLockWord::lock()
@@ -128,16 +139,12 @@ bool CoLockWord::tryLock()
 bool CoLockWord::unlock(Flags flags)
 {
     const std::uint32_t word = _word.load(std::memory_order_relaxed);
-    if ((word & ownerMask) != owner())
+    if (ownNumber == 0 || (word & ownerMask) != ownNumber << ownerShift)
         return false;
     if (isAlone())
-    {
         _word.store((word & ~(ownerMask | waiting)) | flags, std::memory_order_relaxed);
-        return true;
-    }
-    set(flags);
-    if ((_word.fetch_and(~(ownerMask | waiting), std::memory_order_release) & waiting) != 0)
-        _word.notify_all();
+    else
+        unlockBesideOthers(_word, flags);
     return true;
 }
 

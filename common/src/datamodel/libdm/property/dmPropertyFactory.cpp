@@ -5,6 +5,7 @@
 #include "dmPropertySetInit.h"
 
 #include <algorithm>
+#include <sys/single_threaded.h>
 #include <utility>
 
 namespace
@@ -33,6 +34,16 @@ eDmErrorId make(DmPropertyCreator creator, bool attributes, DmPropertySet*& out,
     }
     out = made;
     return status;
+}
+
+/// Without a locked instruction while there is one thread.
+std::uint64_t takeId(std::atomic<std::uint64_t>& next)
+{
+    if (!__libc_single_threaded)
+        return next.fetch_add(1, std::memory_order_relaxed);
+    const std::uint64_t id = next.load(std::memory_order_relaxed);
+    next.store(id + 1, std::memory_order_relaxed);
+    return id;
 }
 
 } // namespace
@@ -78,7 +89,7 @@ eDmErrorId DmPropertyFactory::create(DmPropertyCreator creator, const DmNodeId& 
                                      DmPropertySet*& out) const
 {
     // Taken before the object is made, so that creations inside it, or beside it, never share an id.
-    const std::uint64_t number = _nextId.fetch_add(1, std::memory_order_relaxed);
+    const std::uint64_t number = takeId(_nextId);
     const bool attributes = DmDefaultAttributes::areOn() || _createDefaultAttributes.load(std::memory_order_relaxed);
     return make(creator, attributes, out,
                 [&] { return parentId.isEmpty() ? DmNodeId(number) : DmNodeId(parentId, index, number); });
@@ -86,7 +97,7 @@ eDmErrorId DmPropertyFactory::create(DmPropertyCreator creator, const DmNodeId& 
 
 eDmErrorId DmPropertyFactory::createBare(DmPropertyCreator creator, DmPropertySet*& out) const
 {
-    return make(creator, false, out, [this] { return DmNodeId(_nextId.fetch_add(1, std::memory_order_relaxed)); });
+    return make(creator, false, out, [this] { return DmNodeId(takeId(_nextId)); });
 }
 
 bool DmPropertyFactory::setCreateDefaultAttributes(bool create)
