@@ -671,6 +671,39 @@ TEST(Otio, CarriesCutListsThrough)
     }
 }
 
+TEST(Otio, MutesWhatStandsOnATrackThatIsOff)
+{
+    const std::string one = clip("one", range(10, 20), R"(,"enabled":true)" + file(range(0, 50)));
+    const std::string gap = R"({"OTIO_SCHEMA":"Gap.1","source_range":)" + range(0, 9) + "}";
+    const Read made = read(timeline(track(one + "," + gap + "," + one, "Video", R"(,"enabled":false)")));
+    EXPECT_TRUE(made.segment(0).getMuted());
+    EXPECT_FALSE(made.segment(2).getMuted()) << "a gap";
+    EXPECT_TRUE(made.segment(4).getMuted());
+
+    ASSERT_EQ(made.segment(4).setMuted(false), DM_NO_ERROR);
+    const Read again = read(write(*made.root));
+    EXPECT_TRUE(again.segment(0).getMuted());
+    EXPECT_FALSE(again.segment(4).getMuted());
+    EXPECT_NE(write(*made.root).find(R"("kind":"Video","enabled":true)"), std::string::npos) << write(*made.root);
+}
+
+TEST(Otio, NamesWhatIsNoneOfOursUnderOurKey)
+{
+    const std::array<const char*, 2> cases[] = {
+        {R"("x")", "ZRdmtree"},
+        {R"({"x":1})", "x"},
+        {R"({"node":7})", "node"},
+        {R"({"node":{"y":{"is":1}}})", "y"},
+        {R"({"node":{"shotName":{}}})", "shotName"},
+        {R"({"node":{"srcInput":{"inside":{"z":{"is":1}}}}})", "srcInput"},
+    };
+    for (const auto& [own, name] : cases)
+        EXPECT_NE(read("\n" + clip("a", range(0, 5), R"(,"metadata":{"ZRdmtree":)" + std::string(own) + "}"))
+                      .messages.find("cut.otio:2: warning: a: \"" + std::string(name) + "\" among"),
+                  std::string::npos)
+            << own;
+}
+
 TEST(Otio, SaysWhatIsWrongAndWhere)
 {
     struct Case
@@ -713,7 +746,7 @@ TEST(Otio, SaysWhatIsWrongAndWhere)
         {clip("a", range(0, 5, "NaN")), "a time out of range", "taken as zero"},
         {R"({"OTIO_SCHEMA":"Odd.1"})", "an object of the schema Odd is no timeline, stack, track or clip",
          "an empty composition stands for it"},
-        {collection(collection(collection(""))), "collections nested too deeply", "an empty composition stands for it"},
+        {collection(collection(collection(""))), "a collection inside two others", "an empty composition stands for it"},
         {collection("7"), "a child that is no object", "left out"},
     };
     for (const Case& each : cases)

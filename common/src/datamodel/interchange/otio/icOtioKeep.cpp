@@ -16,6 +16,7 @@
 #include "dmUtf8.h"
 
 #include <algorithm>
+#include <array>
 
 namespace interchange::otio
 {
@@ -55,6 +56,23 @@ std::string textOf(const Value& value)
     return text;
 }
 
+/// The first member under our key that is none of ours; the key where it is no object; empty for nothing such.
+std::string_view foreignOf(const Value& object, const Value* own)
+{
+    constexpr std::array<std::string_view, 14> ours{"node",   "attached",    "before",  "behind", "isHole",
+                                                    "isRoot", "isLayer",     "isEmpty", "index",  "layer",
+                                                    "mode",   "recordStart", "root",    "inside"};
+    const Value* const said = own ? own : member(member(&object, "metadata"), ownKey);
+    if (!said)
+        return {};
+    if (!said->IsObject())
+        return ownKey;
+    for (const auto& each : said->GetObject())
+        if (std::ranges::find(ours, otio::text(&each.name)) == ours.end())
+            return otio::text(&each.name);
+    return {};
+}
+
 } // namespace
 
 Between usualBetween(const DmTreeNode* before, const DmTreeNode* behind)
@@ -84,10 +102,12 @@ CoSharedPtr<DmTreeNode> makeBetween(Between what, eDmTreeMediaType mediaType, do
 std::vector<Note> Keep::take(DmTreeNode& node, const Value& object, const Value* own) const
 {
     std::vector<Note> notes = otio::notesOf(object);
+    std::string_view foreign = foreignOf(object, own);
     if (own)
     {
         if (const Value* const properties = member(own, "node"))
-            takeOwn(node, *properties);
+            if (const std::string_view passedOver = takeOwn(node, *properties); foreign.empty())
+                foreign = passedOver;
         DmTreeNode* last = &node;
         if (const Value* const chain = arrayOf(own, "attached"))
             for (const Value& each : chain->GetArray())
@@ -98,6 +118,10 @@ std::vector<Note> Keep::take(DmTreeNode& node, const Value& object, const Value*
                 last = dynamic_cast<DmTreeNode*>(set.get());
             }
     }
+    if (!foreign.empty())
+        _items.warn(object.ObjectEmpty() ? nullptr : &object, "\"" + std::string(foreign) +
+                                                                  "\" among what stands under \"" + ownKey +
+                                                                  "\" is nothing that is written there: left out");
     if (!node.getBaseBlob())
     {
         std::string lines;

@@ -136,15 +136,16 @@ Value fieldValue(const DmPropertySet& set, int index, Allocator& allocator)
                           });
 }
 
+/// False where the value is none of its type, or the class refuses it.
 template <class T>
-void setField(DmPropertySet& set, int index, eDmPropType type, const Value& value)
+bool setField(DmPropertySet& set, int index, eDmPropType type, const Value& value)
 {
     const std::optional<T> now = fromValue<T>(value);
     if (!now)
-        return;
+        return false;
     // A value that the class refuses stays what the file says.
     if constexpr (DmAtomicStorage<T>)
-        static_cast<void>(set.setPropertyValue(index, type, &*now));
+        return set.setPropertyValue(index, type, &*now) == DM_NO_ERROR;
     else if constexpr (std::is_same_v<T, DmPropertySetMap>)
     {
         require(set.clearMap(index, type));
@@ -157,6 +158,7 @@ void setField(DmPropertySet& set, int index, eDmPropType type, const Value& valu
         for (const typename T::value_type& each : *now)
             static_cast<void>(set.addValueInPropertyList(index, type, &each));
     }
+    return true;
 }
 
 const DmPropertySetPtr* nestedAt(const DmPropertySet& set, int index)
@@ -198,24 +200,30 @@ Value ownOf(const DmPropertySet& set, const DmPropertySet& read, Allocator& allo
     return own;
 }
 
-void takeOwn(DmPropertySet& read, const Value& own)
+std::string_view takeOwn(DmPropertySet& read, const Value& own)
 {
+    std::string_view foreign;
     if (!own.IsObject())
-        return;
+        return "node";
     json::Document scratch;
     for (const auto& each : own.GetObject())
     {
+        const auto passOver = [&] { foreign = foreign.empty() ? text(&each.name) : foreign; };
         const DmString name = toDmString(text(&each.name));
         const int index = read.classData().find(name.view());
         if (index < 0 || isStructure(name) || !each.value.IsObject())
+        {
+            passOver();
             continue;
+        }
         if (const Value* const inside = member(&each.value, "inside"))
         {
             // The set that is there may be one that others share.
             if (const DmPropertySetPtr* const held = nestedAt(read, index))
                 if (const CoSharedPtr<DmPropertySet> copy = (*held)->clone())
                 {
-                    takeOwn(*copy, *inside);
+                    if (!takeOwn(*copy, *inside).empty())
+                        passOver();
                     static_cast<void>(read.setPropertyValue(index, DM_PROPERTY_SET, &copy));
                 }
             continue;
@@ -223,7 +231,10 @@ void takeOwn(DmPropertySet& read, const Value& own)
         const auto is = each.value.FindMember("is");
         const auto was = each.value.FindMember("was");
         if (is == each.value.MemberEnd())
+        {
+            passOver();
             continue;
+        }
         const bool saysTheSame =
             isAlwaysOurs(name) ||
             (was == each.value.MemberEnd() ? !read.isPropertyRelevant(index)
@@ -235,9 +246,11 @@ void takeOwn(DmPropertySet& read, const Value& own)
                        {
                            using T = typename decltype(type)::type;
                            if constexpr (!std::is_void_v<T>)
-                               setField<T>(read, index, read.classData().at(index)->_type, is->value);
+                               if (!setField<T>(read, index, read.classData().at(index)->_type, is->value))
+                                   passOver();
                        });
     }
+    return foreign;
 }
 
 Value setValue(const DmPropertySet& set, Allocator& allocator)

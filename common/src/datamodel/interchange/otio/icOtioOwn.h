@@ -24,8 +24,9 @@ inline constexpr char ownKey[] = "ZRdmtree";
 /// Null where there is no difference. Both are of one class. Properties that the tree's structure gives (children, what
 /// is attached, kinds and places in record time) are left to it.
 Value ownOf(const DmPropertySet& set, const DmPropertySet& read, Allocator& allocator);
-/// Gives a set that was read what it had; what cannot be is passed over, in a file that somebody changed.
-void takeOwn(DmPropertySet& read, const Value& own);
+/// Gives a set that was read what it had. What cannot be is passed over, in a file that somebody changed: the name of
+/// the first such value, empty for none.
+std::string_view takeOwn(DmPropertySet& read, const Value& own);
 
 /// A set of any class as a value, and back; null where it cannot be.
 Value setValue(const DmPropertySet& set, Allocator& allocator);

@@ -71,6 +71,7 @@ struct Stage
     IdMaker& ids;
     std::array<int, 3> tracks{};  ///< of each media type
     DmTrackNode* track = nullptr; ///< the last one with an object of its own
+    bool isOff = false;           ///< the track that is laid out does not play
 };
 
 const Value* ownOf(const Value* object)
@@ -191,7 +192,7 @@ private:
     const ListApart* apartOf(const Value& object) const;
     /// Each as soon as it is known what transitions take of it.
     void placeChildren(Stage& to, DmLayerNode& layer, const Value& track, eDmTreeMediaType mediaType);
-    void addChild(Entries& entries, Children& children, eDmTreeMediaType mediaType);
+    void addChild(const Stage& to, Entries& entries, Children& children, eDmTreeMediaType mediaType);
     bool addKnown(Entries& entries, const KnownClip& clip, eDmTreeMediaType mediaType);
     void finishKnown(Stage& to, DmSegmentNode& node, Entry& entry);
     CoSharedPtr<DmSegmentNode> segment(const Value& item, eDmTreeMediaType mediaType);
@@ -411,7 +412,7 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
         _items.mistake(&top,
                        schema.empty() ? noTimeline
                        : isCollection(top)
-                           ? "collections nested too deeply"
+                           ? "a collection inside two others: a document is one of compositions, or of such collections"
                            : "an object of the schema " + std::string(schema) + " is no timeline, stack, track or clip",
                        "an empty composition stands for it");
     }
@@ -471,6 +472,9 @@ double Maker::addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaTyp
     Entries entries = children ? Entries() : entriesOf(object, mediaType);
     _depth -= hasRange ? 1 : 0;
     const Value* const own = isReal ? ownOf(&object) : nullptr;
+    // Beside a result layer, further layers are shown as tracks that are off.
+    const Value* const enabled = isReal ? member(&object, "enabled") : nullptr;
+    to.isOff = enabled && enabled->IsFalse() && !isTrue(own, "isLayer");
     if (isTrue(own, "isLayer") && to.track && to.track->getMediaType() == mediaType && !hasRange)
     {
         // Of the track below it, shown as a track of its own.
@@ -630,7 +634,7 @@ void Maker::placeChildren(Stage& to, DmLayerNode& layer, const Value& track, eDm
         while (apart->next())
         {
             const std::size_t before = _items.findings();
-            add([&] { addChild(waiting, *apart, mediaType); });
+            add([&] { addChild(to, waiting, *apart, mediaType); });
             if (_items.findings() != before)
                 apart->keep();
         }
@@ -643,9 +647,9 @@ void Maker::placeChildren(Stage& to, DmLayerNode& layer, const Value& track, eDm
     placeAllBut(0);
 }
 
-void Maker::addChild(Entries& entries, Children& children, eDmTreeMediaType mediaType)
+void Maker::addChild(const Stage& to, Entries& entries, Children& children, eDmTreeMediaType mediaType)
 {
-    const std::optional<KnownClip> known = children.known(_shapes);
+    const std::optional<KnownClip> known = to.isOff ? std::nullopt : children.known(_shapes);
     if (known && addKnown(entries, *known, mediaType))
         return;
     const Value& child = children.parse();
@@ -855,6 +859,8 @@ void Maker::place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType 
     }
     CoSharedPtr<DmTreeNode> node = entry.segment;
     require(segment.setRecIn(_at));
+    if (to.isOff && segment.whatIs() != DM_GAP_NODE)
+        require(segment.setMuted(true));
     if (entry.leftover && (std::trunc(entry.in) != entry.in || std::trunc(entry.out) != entry.out))
         throw NotInPieces(); // what is left of it may not be what it says
     if (entry.leftover)

@@ -210,9 +210,9 @@ std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& 
     const Value* const enabled = memberOrNull(clip, "enabled");
     const Value* const references = memberOrNull(clip, "media_references");
     const Shown shown = shownOf(notes);
-    if (!info || !metadata || !enabled || !enabled->IsBool() || !references || !references->IsObject() ||
-        references->MemberCount() != 1 || clip.MemberCount() != membersOfClip || !isUsualMetadata(*metadata) ||
-        shown == Shown::Some)
+    if (!info || !metadata || !enabled || !enabled->IsBool() || enabled->GetBool() == node.getMuted() || !references ||
+        !references->IsObject() || references->MemberCount() != 1 || clip.MemberCount() != membersOfClip ||
+        !isUsualMetadata(*metadata) || shown == Shown::Some)
         return std::nullopt;
     const Items::Range material = materialOf(*input, fps);
     const Items::Range played = sourceRangeOf(node, trim, node.getRecLength(), material.start, 1);

@@ -241,6 +241,7 @@ private:
         IdMaker ids;
         std::array<int, 3> tracks{};
         DM::FrameCodeModes fcm;
+        bool isOff = false; ///< the track that is written says that it does not play
     };
 
     Allocator& allocator() { return _parts.allocator(); }
@@ -258,6 +259,8 @@ private:
     void composition(const DmCompositionNode& node, const DmRoot* root);
     void tracks(Stage& stage);
     void track(Stage& stage, const DmTrackNode& node);
+    /// Whether a track that was off still is, though not all that stands on it is muted.
+    bool staysOff(const Layout& layout);
     void layer(Stage& stage, const DmTrackNode& track, const Layout& layout);
     void hole(double length, Trim trim);
     void element(Stage& stage, const DmTrackNode& track, const Layout& layout, std::size_t index);
@@ -512,6 +515,10 @@ void Maker::track(Stage& stage, const DmTrackNode& node)
         Value object = _parts.value([&](Listener& to) { _parts.track(to, node, mediaType); });
         if (isBase)
             applyDifference(object, difference, allocator());
+        const Value* const enabled = member(&object, "enabled");
+        stage.isOff = isBase && enabled && enabled->IsFalse() && staysOff(layout);
+        if (isBase && enabled && enabled->IsFalse() && !stage.isOff)
+            _parts.set(object, "enabled", Value(true));
         Value own;
         if (!isBase)
         {
@@ -548,6 +555,26 @@ void Maker::track(Stage& stage, const DmTrackNode& node)
     for (int i = 0; i < node.getNbChildren(); ++i)
         if (i != base && dynamic_cast<const DmLayerNode*>(node.getChild(i)))
             writeLayer(i);
+}
+
+bool Maker::staysOff(const Layout& layout)
+{
+    // The file's word on what its track has muted; documents of former versions have muted nothing.
+    const auto isMarked = [this](const DmSegmentNode& segment)
+    {
+        Value difference;
+        static_cast<void>(_keep.formOf(segment, difference));
+        return member(member(&difference, "other"), "enabled") || member(member(&difference, "missing"), "enabled");
+    };
+    bool areMuted = true;
+    bool hasMarked = false;
+    for (const Item& item : layout.items)
+        if (item.segment && item.segment->whatIs() != DM_GAP_NODE)
+            areMuted = areMuted && item.segment->getMuted();
+    for (const Item& item : layout.items)
+        if (!areMuted && item.segment && item.segment->whatIs() != DM_GAP_NODE)
+            hasMarked = hasMarked || isMarked(*item.segment);
+    return areMuted || !hasMarked;
 }
 
 void Maker::describeBetween(Value& own, const char* name, std::span<const DmTreeNode* const> nodes,
@@ -670,6 +697,8 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     }
     Value object = _parts.value(describeSegment);
     applyDifference(object, difference, allocator());
+    if (segment.getMuted() && !stage.isOff)
+        _parts.set(object, "enabled", Value(false));
     double inside = 0;
     if (container && container->getComposition())
     {
@@ -680,6 +709,8 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     }
     const CoSharedPtr<DmTreeNode> readNode = _keep.read(object, segment, inside, 0);
     auto& read = static_cast<DmSegmentNode&>(*readNode);
+    if (stage.isOff && read.whatIs() != DM_GAP_NODE)
+        require(read.setMuted(true));
     require(read.setRelIn(read.getRelIn() + headOf(read, trim)));
     require(read.setRecLength(read.getRecLength() - trim.in - trim.out));
     setText(read, DmSegmentNode::SegmentId, madeUp.empty() ? stage.ids.make(read) : madeUp);
