@@ -3,6 +3,7 @@
 #include "icOtioReader.h"
 #include "icOtioWriter.h"
 #include "zrAllocations.h"
+#include "zrPeak.h"
 #include "zrRatio.h"
 
 #include <benchmark/benchmark.h>
@@ -13,6 +14,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -92,6 +94,35 @@ CoSharedPtr<DmRoot> read(std::string text)
     return root;
 }
 
+/// Takes what is written, and keeps none of it.
+class Nowhere final : public Sink
+{
+public:
+    bool write(std::string_view bytes) override
+    {
+        _size += bytes.size();
+        return true;
+    }
+    std::size_t size() const { return _size; }
+
+private:
+    std::size_t _size = 0;
+};
+
+/// What writing takes beside the tree.
+void printPeak(const DmRoot& root)
+{
+    constexpr double limit = 64;
+    Nowhere nowhere;
+    Report report;
+    bool isWritten = false;
+    const double peak = zrPeak::of([&] { isWritten = writeOtio(root, DM::FCM_NOT_DEFINED, nowhere, report); });
+    if (!isWritten)
+        std::exit(1);
+    std::printf("writing %.0f MB of OTIO takes %.1f MB beside the tree, of %.0f: ratio %.2f (limit 1.00)\n",
+                static_cast<double>(nowhere.size()) / 1e6, peak, limit, peak / limit);
+}
+
 /// What a document takes in memory, for twice as many clips over once.
 double memoryGrowth(const std::string& once, const std::string& twice)
 {
@@ -147,6 +178,7 @@ int main()
         },
         rounds);
 
+    printPeak(*root);
     const std::string once = makeTimeline(10'000);
     const std::string twice = makeTimeline(20'000);
     std::printf("allocations for a document of 20 000 clips / of 10 000: ratio %.2f (limit 2.05)\n",
