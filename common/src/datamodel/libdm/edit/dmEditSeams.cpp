@@ -176,20 +176,8 @@ void DmEdit::Imp::cutSeam(const DmElementPlace& seam)
     const DmTransitionNode* const was = lane.transition(seam.index);
     if (was->getRecLength() <= dmEditTolerance)
         dmRefuse("The seam at %s is a cut already.", draft.label(lane.in(seam.index)).c_str());
-    const DmAtTransition before = draft.options.atTransition;
-    draft.options.atTransition = DmAtTransition::Cut;
     const double a = lane.in(seam.index);
-    const double point = std::clamp(dmCutTimeOf(*was, a), a, lane.out(seam.index));
-    try
-    {
-        lane.cutTransition(seam.index, point);
-    }
-    catch (...)
-    {
-        draft.options.atTransition = before;
-        throw;
-    }
-    draft.options.atTransition = before;
+    lane.cutTransition(seam.index, std::clamp(dmCutTimeOf(*was, a), a, lane.out(seam.index)));
     lane.tidy(seam.index);
 }
 

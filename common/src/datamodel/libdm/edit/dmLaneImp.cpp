@@ -419,7 +419,7 @@ int DmLane::seamAt(double time)
         if (time > out(index) + dmEditTolerance || !segment(index + 1) || !segment(index - 1))
             dmRefuse("At %s the layer is broken: nothing plays there.", _draft.label(time).c_str());
         if (found->getRecLength() > dmEditTolerance)
-            return cutTransition(index, time);
+            return seamInTransition(index, time);
         return index + 1;
     }
     if (index < 0 || !segment(index))
@@ -428,7 +428,7 @@ int DmLane::seamAt(double time)
     if (meets(in(index), time))
     {
         if (length(index - 1) > dmEditTolerance)
-            return cutTransition(index - 1, time);
+            return seamInTransition(index - 1, time);
         return index;
     }
     if (time > out(index) - dmEditTolerance)
@@ -470,6 +470,42 @@ int DmLane::splitSegment(int index, double time)
     return index + 2;
 }
 
+int DmLane::seamInTransition(int index, double time)
+{
+    const double a = in(index);
+    if (_draft.options.atTransition != DmAtTransition::Shortened || time <= a + dmEditTolerance)
+        return cutTransition(index, time);
+    if (index + 1 == count())
+        closeEnds(0);
+    const double b = out(index);
+    needWhole(index - 1);
+    needWhole(index + 1);
+    if (time - 1.0 < a + dmEditTolerance)
+        dmRefuse("The transition at %s is too short to be shortened to %s.", _draft.label(a).c_str(),
+                 _draft.label(time).c_str());
+    const CoSharedPtr<DmTransitionNode> shorter = own<DmTransitionNode>(index);
+    static_cast<void>(shorter->setRecLength(time - 1.0 - a));
+    if (auto* const effect = dynamic_cast<DmTrxEffectNode*>(shorter.get()); effect && effect->getEffect())
+    {
+        const CoSharedPtr<DmEffectSettings> settings =
+            DM::staticPointerCast<DmEffectSettings>(effect->getEffect()->clone());
+        double was = 0.0;
+        if (settings->getPropertyValue(L"length", DM_DOUBLE, &was) == DM_NO_ERROR && was > 0.0)
+        {
+            const double now = time - 1.0 - a;
+            static_cast<void>(settings->setPropertyValue(L"length", &now));
+        }
+        static_cast<void>(effect->setEffect(settings));
+    }
+    const Segment right = ownSegment(index + 1);
+    DmSegmentChange rightChange = change(right, index + 1);
+    rightChange.moveHead(time - 1.0 - b);
+    rightChange.settle({time - 1.0 - a, beside(index + 1).behind});
+    put(index, index + 2, {shorter, right}, 0.0);
+    attachedFollows(index, 0.0);
+    return splitSegment(index + 1, time);
+}
+
 int DmLane::cutTransition(int index, double time)
 {
     if (index + 1 == count())
@@ -478,33 +514,6 @@ int DmLane::cutTransition(int index, double time)
     const double b = out(index);
     needWhole(index - 1);
     needWhole(index + 1);
-    if (_draft.options.atTransition == DmAtTransition::Shortened && time > a + dmEditTolerance)
-    {
-        if (time - 1.0 < a + dmEditTolerance)
-            dmRefuse("The transition at %s is too short to be shortened to %s.", _draft.label(a).c_str(),
-                     _draft.label(time).c_str());
-        const CoSharedPtr<DmTransitionNode> shorter = own<DmTransitionNode>(index);
-        static_cast<void>(shorter->setRecLength(time - 1.0 - a));
-        if (auto* const effect = dynamic_cast<DmTrxEffectNode*>(shorter.get()); effect && effect->getEffect())
-        {
-            const CoSharedPtr<DmEffectSettings> settings =
-                DM::staticPointerCast<DmEffectSettings>(effect->getEffect()->clone());
-            double was = 0.0;
-            if (settings->getPropertyValue(L"length", DM_DOUBLE, &was) == DM_NO_ERROR && was > 0.0)
-            {
-                const double now = time - 1.0 - a;
-                static_cast<void>(settings->setPropertyValue(L"length", &now));
-            }
-            static_cast<void>(effect->setEffect(settings));
-        }
-        const Segment right = ownSegment(index + 1);
-        DmSegmentChange rightChange = change(right, index + 1);
-        rightChange.moveHead(time - 1.0 - b);
-        rightChange.settle({time - 1.0 - a, beside(index + 1).behind});
-        put(index, index + 2, {shorter, right}, 0.0);
-        attachedFollows(index, 0.0);
-        return splitSegment(index + 1, time);
-    }
     const Segment left = ownSegment(index - 1);
     const Segment right = ownSegment(index + 1);
     DmSegmentChange leftChange = change(left, index - 1);

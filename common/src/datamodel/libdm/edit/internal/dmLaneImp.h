@@ -123,7 +123,9 @@ public:
     /// of elements. Behind the end, a gap fills up to it. Splits what plays there; of a transition, see DmAtTransition.
     int seamAt(double time);
     int splitSegment(int index, double time);
-    /// Makes the transition a cut at a time that lies in it; answers the position of the segment behind.
+    /// A seam at a time in the transition, as DmAtTransition says; answers the position of the segment behind.
+    int seamInTransition(int index, double time);
+    /// The same, whatever that says: the transition becomes a cut.
     int cutTransition(int index, double time);
     /// In place of the elements of [first, last), which begin and end at seams that are cuts, these segments, one
     /// behind the other from where the first stands; all behind moves.
