@@ -14,7 +14,7 @@ namespace dmLargePages
 {
 
 /// For the whole pages of a range.
-inline void askFor(const void* memory, std::size_t size)
+inline void askFor(void* memory, std::size_t size)
 {
     const auto page = static_cast<std::uintptr_t>(getpagesize());
     const auto begin = reinterpret_cast<std::uintptr_t>(memory);
