@@ -69,6 +69,8 @@ TEST(Timeline, OtherElementsTakePlacesAsTheyStand)
     EXPECT_EQ(after.recOut(place), before.recOut(place) - 1);
     EXPECT_EQ(after.recIn({0, 0, 4}), before.recIn({0, 0, 4}));
     EXPECT_TRUE(after.sharesLayer(before, {1, 0}));
+    const DmPlacedElement first[] = {{{0, 0, 0}, other}};
+    EXPECT_EQ(before.withElements(first).element({0, 0, 0}).get(), other.get());
 
     for (const DmElementPlace& none : {DmElementPlace{0, 0, 5}, {0, 0, -1}, {0, 1, 0}, {2, 0, 0}})
     {

@@ -159,7 +159,8 @@ TEST(Edited, PlaysWhatWasEditedInEveryFormat)
             const Writing writing = writeBuffer(*edited, bytes, options);
             ASSERT_TRUE(writing.done);
             EXPECT_EQ(dmFindingsText(format, writing.findings), "");
-            const Reading back = readBuffer(bytes);
+            std::istringstream stream(bytes);
+            const Reading back = readStream(stream);
             ASSERT_TRUE(back.root) << dmFindingsText(format, back.findings);
             EXPECT_EQ(playedOf(*back.root), playedOf(*edited)) << bytes;
 
@@ -205,4 +206,10 @@ TEST(Edited, AnEventAtTheFrontLeavesTheIdsOfTheOthers)
     Options lenient;
     lenient.lenient = true; // the number falls behind 900
     EXPECT_EQ(idsOf(*readBuffer(longer, lenient).root), expected);
+}
+
+TEST(Streams, AreReadAgainForThePlaceOfAMistake)
+{
+    std::istringstream wrong("{\"DmRoot\":{\"classId\":10,\n\"name\":7x}}");
+    EXPECT_TRUE(dmFindingsText("a.json", readStream(wrong).findings).starts_with("a.json:2:"));
 }
