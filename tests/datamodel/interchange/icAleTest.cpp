@@ -70,6 +70,15 @@ const std::string head = "Heading\nFIELD_DELIM\tTABS\nFPS\t25\n\n";
 const std::string usual = head + "Column\nName\tTracks\tStart\tEnd\tTape\tCamera\n\nData\n";
 const std::string first = "one\tV\t01:00:00:00\t01:00:04:00\tT1\tA\n";
 
+/// `low`: which of two bytes the character stands in.
+std::string utf16(const std::string& ascii, std::size_t low)
+{
+    std::string bytes(low == 0 ? "\xFF\xFE" : "\xFE\xFF");
+    for (const char c : ascii)
+        bytes.append(low, '\0').append(1, c).append(1 - low, '\0');
+    return bytes + (low == 0 ? std::string("\xC9\0", 2) : std::string("\0\xC9", 2));
+}
+
 TEST(Ale, ComesBackRowForRow)
 {
     const std::string texts[] = {
@@ -83,8 +92,10 @@ TEST(Ale, ComesBackRowForRow)
         "Heading\r\nFPS\t24\r\rColumn\nName\tStart\tEnd\r\n\rData\rone\t01:00:00:00\t01:00:00:10\r\n",
         "\n\r\nHeading\nFPS\t24\nColumn\nName\tStart\tEnd\nData\r\none\t01:00:00:00\t01:00:00:10\n",
         "Heading\nFPS\t24\nColumn\nName\tStart\tEnd\n\nData",
-        // A byte-order mark
+        // Byte-order marks
         "\xEF\xBB\xBF" + usual + first,
+        utf16(usual + first, 0),
+        utf16(usual + first, 1),
         // Blank, short and long rows, rows of blanks, rows without times
         usual + "\n" + first + "\n\n  \ntwo\n\t\t\t\t\t\n" + first + "three\tV\t\t\tT1\tC\tmore\t\tand more\n",
         usual + "one\tV\t01:00:00:00\t01:00:04:00\n" + "one\tV\t01:00:00:00\t01:00:04:00\tT1\tA\t\n",

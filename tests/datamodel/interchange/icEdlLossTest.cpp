@@ -381,6 +381,11 @@ TEST(EdlLoss, WritesNotesMarksLooksAndModesAsTheyStood)
             "* ASC_SOP (1.1000 1.0000 1.0000)(0.0000 0.0000 0.0000)(1.0000 1.0000 1.0000)\n* b\nASC_SAT: .90\n",
         "TITLE: T\n" + event + next,
         "TITLE: T\nFCM: NON-DROP FRAME\nFCM: NON-DROP FRAME\n" + event + "FCM: NON-DROP FRAME\n" + next,
+        // Labels of other forms, numbers with a letter, reels that are no tapes
+        head + line("001", "A", "V", "01.00.00.00 01.00.02.00 10.00.00.00 10.00.02.00") + "* LOC: 10.00.01.00 x\n" +
+            line("001A", "bl", "V", "00:00:00:00 00:00:02:00 10:00:02:00 10:00:04:00") +
+            line("002", "Black", "V", "0:00:00:00  0:00:02:00  10:00:04:00 10:00:06:00") +
+            line("002B", "bars", "V", "00:00:00:00 00:00:02:00 10:00:06:00 10:00:08:00"),
     };
     for (const std::string& text : lists)
     {
@@ -388,6 +393,9 @@ TEST(EdlLoss, WritesNotesMarksLooksAndModesAsTheyStood)
         for (const char* const through : {static_cast<const char*>(nullptr), "json", "otio"})
             EXPECT_EQ(again(text, DM::FCM_24, through), text);
     }
+    const std::string drop =
+        "TITLE: T\nFCM: DROP FRAME\n" + line("001", "A", "V", "01:00:00:00 01:00:02:00 00:00:00:00 00:00:02:00");
+    EXPECT_EQ(again(drop, DM::FCM_29_97_DF, "json"), drop);
     // Only as long as they say what there is.
     const std::string text = head + event +
                              "FROM CLIP NAME: a\nASC_SAT: .90\n* LOC: 00:00:00:10 RED     one\n* b\n"
@@ -398,6 +406,8 @@ TEST(EdlLoss, WritesNotesMarksLooksAndModesAsTheyStood)
     ok(dynamic_cast<DmLookSettings&>(*source.getEffects()[0]).setSaturation(0.5));
     ok(source.removeSegmentMark(0));
     EXPECT_EQ(write(*root).text, head + event + "* ASC_SAT 0.5000\nFROM CLIP NAME: new\n* LOC: 00:00:01:00 two\n* b\n");
+    ok(source.getSrcInput()->getSrcInfo()->setReelName(L""));
+    EXPECT_NE(write(*root).text.find("001  AX "), std::string::npos);
 }
 
 TEST(EdlLoss, FindsTheRateThatAListCountsAt)

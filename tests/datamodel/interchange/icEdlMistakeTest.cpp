@@ -36,7 +36,7 @@ TEST(EdlMistake, IsAnErrorOrAWarningWithItsChoice)
         {"002  A V D" + times, "no transition length", leftOut},
         {"002  A X C" + times, "'X' are no channels", leftOut},
         {"002  A A65 C" + times, "'A65' are no channels", leftOut},
-        {"002A A V C" + times, "event number '002A' is no number", leftOut},
+        {"00-2 A V C" + times, "event number '00-2' is no number", leftOut},
         {"99999999999 A V C" + times, "event number '99999999999' is no number", leftOut},
         {"002  V C" + times, "no reel name", "the reel is AX", "002  AX       V     C       " + times},
         {"002  A V C 01:00:00:00 01:00:01:25 10:00:02:00 10:00:03:24", "source out-time is out of range at 25 fps",

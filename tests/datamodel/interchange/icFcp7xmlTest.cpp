@@ -22,6 +22,11 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <set>
 #include <sstream>
@@ -543,6 +548,56 @@ TEST(Fcp7xml, AMarkInFrontOfItsFileIsAPoint)
     const auto& mark = static_cast<const DmCueMark&>(*made.segment(0).getSegmentMarks()[0]);
     EXPECT_EQ(mark.getCueMarkTime(), -20);
     EXPECT_EQ(mark.getCueMarkDuration(), 0);
+}
+
+TEST(Fcp7xml, TakesNoMoreThanThirtyTimesTheMemoryOfAFile)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "what sanitizers take is no measure";
+#endif
+    const struct
+    {
+        const char* what; ///< again and again, with the count in place of each '%'
+        bool isOnTrack = true;
+        const char* refused = nullptr;
+        int count = 20000;
+    } cases[] = {
+        {"<clipitem><start>%</start></clipitem>\n", true, "a clip without a length"},
+        {"<clipitem><a>%</a><in>0</in><out>1</out><end>1%</end></clipitem>\n"},
+        {"<clipitem id=\"%\"><in>0</in><out>1</out><end>1%</end></clipitem>\n"},
+        {"<a/>"},
+        {"x<a/>"},
+        {"<a/>", false},
+        {"<track/>", false, "too many elements", 200000},
+        {"<marker/>", false, "too many elements", 60000},
+    };
+    for (const auto& each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        std::string inside;
+        for (int i = 0; i < each.count; ++i)
+            for (const char* c = each.what; *c; ++c)
+                *c == '%' ? inside.append(std::to_string(i)) : inside.append(1, *c);
+        const std::string whole = each.isOnTrack
+                                      ? xmeml(sequence(inside))
+                                      : "<xmeml><sequence><rate><timebase>25</timebase></rate><media><video>" + inside +
+                                            "</video></media>" + inside + "</sequence></xmeml>";
+        const auto readWithin = [&]
+        {
+            std::size_t pages = 0;
+            std::ifstream("/proc/self/statm") >> pages;
+            const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+            const rlimit most{pages * page + 30 * whole.size() + (std::size_t{8} << 20), RLIM_INFINITY};
+            if (setrlimit(RLIMIT_AS, &most) != 0)
+                std::_Exit(3);
+            Options options;
+            options.format = "fcp7xml";
+            const Reading reading = readBuffer(whole, options);
+            const std::string said = reading.findings.empty() ? "" : reading.findings.front().text;
+            std::_Exit(each.refused ? said.starts_with(each.refused) ? 0 : 1 : reading.root ? 0 : 2);
+        };
+        EXPECT_EXIT(readWithin(), testing::ExitedWithCode(0), "");
+    }
 }
 
 TEST(Fcp7xml, RefusesWhatIsNoSequence)

@@ -48,7 +48,7 @@ constexpr std::string_view cellsKey = "*cells";
 constexpr std::string_view moreKey = "*more";
 constexpr std::string_view endKey = "*end";
 constexpr std::string_view rowKey = "*row";
-constexpr std::string_view markKey = "*mark";
+constexpr std::array<std::string_view, 4> encodingKeys{"", "*mark", "*utf-16le", "*utf-16be"};
 constexpr std::string_view headKey = "*head";
 
 constexpr std::array<std::pair<std::string_view, std::string_view>, 4> lineEnds{
@@ -237,7 +237,9 @@ std::optional<KeptHead> KeptHead::of(const DmTreeNode& node)
     {
         line = takeLine(rest).text;
         const std::size_t tab = std::min(line.find('\t'), line.size());
-        head.hasMark = head.hasMark || line == markKey;
+        if (const auto* const named = std::ranges::find(encodingKeys, line);
+            named != encodingKeys.end() && !line.empty())
+            head.encoding = static_cast<Encoding>(named - encodingKeys.begin());
         if (tab != line.size())
             ends.insert_or_assign(std::string(line.substr(0, tab)), endNamed(line.substr(tab + 1)));
     }
@@ -253,7 +255,8 @@ std::optional<KeptHead> KeptHead::of(const DmTreeNode& node)
 
 eDmErrorId KeptHead::keepOn(DmTreeNode& node) const
 {
-    std::string kept(hasMark ? std::string(markKey) + '\n' : std::string());
+    std::string kept(encodingKeys[static_cast<std::size_t>(encoding)]);
+    kept.append(kept.empty() ? "" : "\n");
     std::string lines;
     std::string_view rest = text;
     std::string_view usual = "\n";

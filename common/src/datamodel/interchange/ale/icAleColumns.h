@@ -9,9 +9,9 @@
 #pragma once
 
 #include "icAleText.h"
-
 #include "icLeftovers.h"
 #include "icLook.h"
+#include "icText.h"
 
 #include "dmSegmentNode.h"
 
@@ -91,7 +91,7 @@ public:
 
 /// What stands in front of the rows: it travels with the composition, behind what its lines do not say.
 ///
-///     *mark                  // a byte-order mark
+///     *mark                  // a byte-order mark; of other encodings *utf-16le and *utf-16be
 ///     *end <tab> CRLF        // the end of its lines, where that is not LF
 ///     *end 7 <tab> CR        // of a line that ends otherwise
 ///     *head
@@ -100,7 +100,7 @@ public:
 struct KeptHead
 {
     std::string text;
-    bool hasMark = false;
+    Encoding encoding = Encoding::Unmarked;
 
     /// Of the first version, too, which had the bare text. None where the node has no head.
     static std::optional<KeptHead> of(const DmTreeNode& node);

@@ -45,9 +45,9 @@ struct Range
 class Reader
 {
 public:
-    Reader(std::string_view text, bool hasMark, const Options& options, Report& report)
+    Reader(std::string_view text, Encoding encoding, const Options& options, Report& report)
         : _text(text)
-        , _hasMark(hasMark)
+        , _encoding(encoding)
         , _options(options)
         , _report(report)
     {
@@ -69,7 +69,7 @@ private:
               const Line& line) const;
 
     std::string_view _text;
-    bool _hasMark; ///< a byte-order mark before the text
+    Encoding _encoding;
     const Options& _options;
     Report& _report;
     Head _head;
@@ -121,7 +121,7 @@ CoSharedPtr<DmRoot> Reader::read()
         track->addChild(orBadAlloc(_layers[i].finish()));
         composition->addChild(track);
     }
-    require(KeptHead{std::string(_head.text), _hasMark}.keepOn(*composition));
+    require(KeptHead{std::string(_head.text), _encoding}.keepOn(*composition));
     if (_options.places)
         _report.came(*composition, 1);
     auto root = orBadAlloc(DmRoot::create());
@@ -338,10 +338,11 @@ CoSharedPtr<DmRoot> readAle(std::string bytes, const Options& options, Report& r
 {
     try
     {
-        const bool hasMark = bytes.starts_with(byteOrderMark);
+        const Encoding encoding = encodingOf(bytes);
+        fromUtf16(bytes);
         if (makeUtf8(bytes))
             report.add(Report::Notice, 0, "the text is no UTF-8: taken as Latin-1");
-        return Reader(bytes, hasMark, options, report).read();
+        return Reader(bytes, encoding, options, report).read();
     }
     catch (...)
     {

@@ -424,8 +424,7 @@ std::optional<std::string> Writer::write(const DmRoot& root)
                     "an ALE lists media: where, how fast and with which effects a cut plays them is not in it");
     }
     _report.at({});
-    const std::string_view mark = kept && kept->hasMark ? byteOrderMark : std::string_view();
-    return std::string(mark) + text(head.empty() ? freshHead(first) : std::move(head));
+    return encoded(text(head.empty() ? freshHead(first) : std::move(head)), kept ? kept->encoding : Encoding::Unmarked);
 }
 
 } // namespace

@@ -6,6 +6,10 @@
 #include "dmBlobNode.h"
 #include "dmUtf8.h"
 
+#include <algorithm>
+#include <array>
+#include <functional>
+
 namespace interchange
 {
 
@@ -19,6 +23,16 @@ const DmTreeNode* nextOf(const DmTreeNode& node)
     const DmPropertySet* const set = node.getBaseBlob();
     const DmBlobNode* const blob = as<DmBlobNode>(set);
     return blob ? blob : dynamic_cast<const DmTreeNode*>(set);
+}
+
+/// What is attached to the node, to be changed: a leftover is replaced by a copy. Null without memory.
+DmTreeNode* ownNextOf(DmTreeNode& node)
+{
+    auto* const next = const_cast<DmTreeNode*>(nextOf(node));
+    if (!next || next->whatIs() != DM_BLOB_NODE || !isLeftover(static_cast<const DmBlobNode&>(*next)))
+        return next;
+    const CoSharedPtr<DmPropertySet> copy = next->clone();
+    return copy && node.setBaseBlob(copy) == DM_NO_ERROR ? static_cast<DmTreeNode*>(copy.get()) : nullptr;
 }
 
 /// The node whose attached set is the leftover; the last of the chain where there is none.
@@ -53,16 +67,31 @@ std::optional<std::string> leftoverOf(const DmTreeNode& node, LeftoverType type)
     return found ? std::optional(dmUtf8(found->getData())) : std::nullopt;
 }
 
+bool isLeftover(const DmBlobNode& blob)
+{
+    constexpr std::array<std::wstring_view, 4> formats{L"edl", L"otio", L"fcp7xml", L"ale"};
+    const std::wstring_view type = blob.getBlobType().view();
+    return std::ranges::find(formats, type.substr(0, type.find(L' '))) != formats.end();
+}
+
 eDmErrorId setLeftover(DmTreeNode& node, LeftoverType type, std::string_view text)
 {
     const DmBlobNode* found = nullptr;
-    auto& holder = const_cast<DmTreeNode&>(holderOf(node, type, found));
-    const DmPropertySetPtr behind(found ? found->getBaseBlob() : nullptr);
-    if (text.empty())
-        return found ? holder.setBaseBlob(behind) : DM_NO_ERROR;
-    if (!found && holder.getBaseBlob())
+    const DmTreeNode& last = holderOf(node, type, found);
+    if (text.empty() && !found)
+        return DM_NO_ERROR;
+    if (!found && last.getBaseBlob())
         return DM_BAD_PROPERTY_TYPE;
-    // A new one: copies of a node share what is attached to them.
+    const DmPropertySetPtr behind(found ? found->getBaseBlob() : nullptr);
+    // Nodes share what is attached to them: what stands in front gives way to copies, and the leftover to a new one.
+    DmTreeNode* at = &node;
+    while (at && nextOf(*at) != found)
+        at = ownNextOf(*at);
+    if (!at)
+        return DM_BAD_VALUE;
+    DmTreeNode& holder = *at;
+    if (text.empty())
+        return holder.setBaseBlob(behind);
     const CoSharedPtr<DmBlobNode> blob = DmBlobNode::create();
     if (!blob)
         return DM_BAD_VALUE;
@@ -72,6 +101,18 @@ eDmErrorId setLeftover(DmTreeNode& node, LeftoverType type, std::string_view tex
     if (status == DM_NO_ERROR && behind)
         status = blob->setBaseBlob(behind);
     return status == DM_NO_ERROR ? holder.setBaseBlob(blob) : status;
+}
+
+eDmErrorId SharedLeftovers::set(DmTreeNode& node, std::string_view text)
+{
+    if (text.empty() || node.getBaseBlob())
+        return setLeftover(node, _type, text);
+    CoSharedPtr<DmBlobNode>& blob = _blobs[std::hash<std::string_view>()(text) % _blobs.size()];
+    if (blob && dmUtf8(blob->getData()) == text)
+        return node.setBaseBlob(blob);
+    const eDmErrorId status = setLeftover(node, _type, text);
+    blob.reset(status == DM_NO_ERROR ? static_cast<DmBlobNode*>(node.getBaseBlob()) : nullptr);
+    return status;
 }
 
 } // namespace interchange

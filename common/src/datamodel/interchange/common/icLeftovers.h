@@ -5,11 +5,12 @@
 /// set that is no node ends the chain: such a node takes no leftovers.
 #pragma once
 
-#include "dmTreeNode.h"
+#include "dmBlobNode.h"
 
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace interchange
 {
@@ -31,5 +32,24 @@ std::optional<std::string> leftoverOf(const DmTreeNode& node, LeftoverType type)
 
 /// Puts the text in the place of the one of the same type, or behind all others; an empty text takes it away.
 [[nodiscard]] eDmErrorId setLeftover(DmTreeNode& node, LeftoverType type, std::string_view text);
+
+/// Whether that is a leftover, in whatever version: what hosts attach has other types.
+bool isLeftover(const DmBlobNode& blob);
+
+/// Sets leftovers of nodes that had nothing attached: those that say the same share one object, as copies of a node do.
+class SharedLeftovers
+{
+public:
+    explicit SharedLeftovers(LeftoverType type)
+        : _type(type)
+        , _blobs(1024)
+    {
+    }
+    [[nodiscard]] eDmErrorId set(DmTreeNode& node, std::string_view text);
+
+private:
+    LeftoverType _type;
+    std::vector<CoSharedPtr<DmBlobNode>> _blobs; ///< the last one of each remainder of its text's hash
+};
 
 } // namespace interchange

@@ -33,6 +33,13 @@ std::string nameOf(const DmTreeNode& node)
     return isPlace || node.getName() == L"untitled" ? std::string() : dmUtf8(node.getName());
 }
 
+std::vector<DmFinding> inOrder(std::vector<DmFinding> findings)
+{
+    if (!std::ranges::is_sorted(findings, {}, &DmFinding::line))
+        std::ranges::stable_sort(findings, {}, &DmFinding::line);
+    return findings;
+}
+
 } // namespace
 
 void Report::add(Level level, std::uint32_t line, std::string text)
@@ -193,9 +200,14 @@ void Report::addException()
 
 std::vector<DmFinding> Report::findings() const
 {
-    std::vector<DmFinding> ordered = _findings;
-    std::ranges::stable_sort(ordered, {}, &DmFinding::line);
-    return ordered;
+    return inOrder(_findings);
+}
+
+std::vector<DmFinding> Report::takeFindings()
+{
+    _nodes.clear();
+    _expected.clear();
+    return inOrder(std::exchange(_findings, {}));
 }
 
 } // namespace interchange

@@ -87,7 +87,11 @@ public:
     /// So are the findings from there on that are about no node yet.
     void about(std::size_t from, const DmTreeNode& node);
     /// The last finding is about something of the file; what is made of that may come later.
-    void expect(const void* thing) { _expected.emplace(reinterpret_cast<std::uintptr_t>(thing), lastIndex()); }
+    void expect(const void* thing)
+    {
+        if (count() == _findings.size()) // else it was not kept
+            _expected.emplace(reinterpret_cast<std::uintptr_t>(thing), lastIndex());
+    }
     void became(const void* thing, const DmTreeNode& node) { settle(reinterpret_cast<std::uintptr_t>(thing), node); }
     /// The same of a format that has no more than one thing a line.
     void lineBecame(std::uint32_t line, const DmTreeNode& node) { settle(line, node); }
@@ -106,9 +110,12 @@ public:
     bool hasErrors() const { return _counts[Error] != 0; }
     std::size_t size() const { return _findings.size(); }
     std::size_t count(Level level) const { return _counts[level]; }
+    std::size_t count() const { return _counts[Notice] + _counts[Warning] + _counts[Error]; }
     /// Those of lines in their order, behind those of the file as a whole. Of very many of a code only so many are
     /// kept, that no hostile file fills the memory.
     std::vector<DmFinding> findings() const;
+    /// The same; the report then has none.
+    std::vector<DmFinding> takeFindings();
     std::vector<NodePlace> takePlaces() { return std::move(_places); }
 
     /// As a command prints them.

@@ -98,6 +98,82 @@ bool makeUtf8(std::string& bytes)
     return true;
 }
 
+Encoding encodingOf(std::string_view bytes)
+{
+    return bytes.starts_with(byteOrderMark) ? Encoding::Utf8
+           : bytes.starts_with("\xFF\xFE")  ? Encoding::Utf16Little
+           : bytes.starts_with("\xFE\xFF")  ? Encoding::Utf16Big
+                                            : Encoding::Unmarked;
+}
+
+bool fromUtf16(std::string& bytes)
+{
+    const Encoding encoding = encodingOf(bytes);
+    const bool isBig = encoding == Encoding::Utf16Big;
+    if (!isBig && encoding != Encoding::Utf16Little)
+        return false;
+    constexpr std::uint32_t none = 0xFFFD;
+    const auto unitAt = [&](std::size_t at) -> std::uint32_t
+    {
+        if (at + 1 >= bytes.size())
+            return none;
+        const auto first = static_cast<unsigned char>(bytes[at]);
+        const auto second = static_cast<unsigned char>(bytes[at + 1]);
+        return isBig ? first << 8U | second : second << 8U | first;
+    };
+    const auto isIn = [](std::uint32_t unit, std::uint32_t surrogates) { return unit >> 10U == surrogates >> 10U; };
+    constexpr std::uint32_t high = 0xD800;
+    constexpr std::uint32_t low = 0xDC00;
+    std::string utf8;
+    utf8.reserve(bytes.size() / 2);
+    for (std::size_t at = 2; at < bytes.size(); at += 2)
+    {
+        std::uint32_t character = unitAt(at);
+        if (const std::uint32_t next = unitAt(at + 2); isIn(character, high) && isIn(next, low))
+        {
+            character = 0x10000 + ((character - high) << 10U) + (next - low);
+            at += 2;
+        }
+        else if (isIn(character, high) || isIn(character, low))
+            character = none;
+        std::array<char, DM::CoUtf8::maxBytes> text{};
+        utf8.append(text.data(), DM::CoUtf8::encode(character, text.data()));
+    }
+    bytes = std::move(utf8);
+    return true;
+}
+
+std::string encoded(std::string utf8, Encoding encoding)
+{
+    if (encoding == Encoding::Unmarked)
+        return utf8;
+    if (encoding == Encoding::Utf8)
+        return utf8.insert(0, byteOrderMark);
+    std::string bytes;
+    bytes.reserve(2 * utf8.size() + 2);
+    const auto append = [&](std::uint32_t unit)
+    {
+        const auto high = static_cast<char>(unit >> 8U);
+        const auto low = static_cast<char>(unit & 0xFFU);
+        bytes += encoding == Encoding::Utf16Big ? high : low;
+        bytes += encoding == Encoding::Utf16Big ? low : high;
+    };
+    append(0xFEFF);
+    const DmString text = toDmString(utf8);
+    for (const wchar_t c : text.view())
+    {
+        const auto character = static_cast<std::uint32_t>(c);
+        if (character < 0x10000)
+            append(character);
+        else
+        {
+            append(0xD800 + ((character - 0x10000) >> 10U));
+            append(0xDC00 + ((character - 0x10000) & 0x3FFU));
+        }
+    }
+    return bytes;
+}
+
 std::string_view withoutBlanksInFront(std::string_view bytes)
 {
     if (bytes.starts_with(byteOrderMark))

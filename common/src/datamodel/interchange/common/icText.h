@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -110,6 +111,21 @@ inline constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 /// Turns the bytes of a text file into UTF-8: drops a byte-order mark, and takes bytes that are no UTF-8 for Latin-1.
 /// True when it did that.
 bool makeUtf8(std::string& bytes);
+
+/// What a file's byte-order mark says of its text.
+enum class Encoding : std::uint8_t
+{
+    Unmarked,
+    Utf8,
+    Utf16Little,
+    Utf16Big
+};
+Encoding encodingOf(std::string_view bytes);
+/// Turns UTF-16 into UTF-8 where the mark says that it is some; false where it does not. What is no character becomes
+/// U+FFFD.
+bool fromUtf16(std::string& bytes);
+/// UTF-8 without a mark as bytes of the encoding, with its mark.
+std::string encoded(std::string utf8, Encoding encoding);
 
 /// What a file begins with, behind a byte-order mark and blanks.
 std::string_view withoutBlanksInFront(std::string_view bytes);

@@ -42,7 +42,12 @@ std::int64_t framesOfDay(DM::FrameCodeModes fcm)
     return std::int64_t{24} * DM::FcmUtil::getFramesOneHour(fcm);
 }
 
-void appendTimeLabel(std::string& text, std::int64_t frames, DM::FrameCodeModes fcm)
+bool haveSameForm(std::string_view a, std::string_view b)
+{
+    return std::ranges::equal(a, b, [](char x, char y) { return x == y || (isDigit(x) && isDigit(y)); });
+}
+
+void appendTimeLabel(std::string& text, std::int64_t frames, DM::FrameCodeModes fcm, std::string_view form)
 {
     const std::int64_t day = framesOfDay(fcm);
     int hours = 0;
@@ -51,6 +56,21 @@ void appendTimeLabel(std::string& text, std::int64_t frames, DM::FrameCodeModes 
     int frame = 0;
     DM::TimeUnit(static_cast<double>((frames % day + day) % day)).toTimeCode(hours, minutes, seconds, frame, fcm);
 
+    if (!form.empty())
+    {
+        const std::array fields{hours, minutes, seconds, frame};
+        std::size_t field = 0;
+        for (std::size_t at = 0; at < form.size() && field < fields.size(); ++field)
+        {
+            const std::size_t digits = std::min(form.find_first_not_of("0123456789", at), form.size()) - at;
+            const std::string figure = std::to_string(fields[field]);
+            text.append(digits - std::min(digits, figure.size()), '0').append(figure);
+            const std::size_t next = std::min(form.find_first_of("0123456789", at + digits), form.size());
+            text.append(form.substr(at + digits, next - at - digits));
+            at = next;
+        }
+        return;
+    }
     const auto twoDigits = [](int value) { return std::array{char('0' + value / 10), char('0' + value % 10)}; };
     const auto append = [&](int value) { text.append(twoDigits(value).data(), 2); };
     append(hours);

@@ -53,6 +53,9 @@ std::int64_t framesOf(const TimeLabel& label, DM::FrameCodeModes fcm);
 std::int64_t framesOfDay(DM::FrameCodeModes fcm);
 
 /// Appends the label of a count of frames, wrapped at midnight: "01:00:00:00", and "01:00:00;00" in drop-frame modes.
-void appendTimeLabel(std::string& text, std::int64_t frames, DM::FrameCodeModes fcm);
+/// `form`: a label whose separators and leading zeros it has instead.
+void appendTimeLabel(std::string& text, std::int64_t frames, DM::FrameCodeModes fcm, std::string_view form = {});
+/// Whether two labels differ in nothing but their figures.
+bool haveSameForm(std::string_view a, std::string_view b);
 
 } // namespace interchange

@@ -10,7 +10,6 @@
 #include "dmUtf8.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace interchange
@@ -171,14 +170,13 @@ void Unsaid::report(const DmTreeNode& node, Report& report)
         const auto* const blob = dynamic_cast<const DmBlobNode*>(at);
         const std::string type = blob ? dmUtf8(blob->getBlobType()) : std::string();
         const std::string_view format = std::string_view(type).substr(0, type.find(' '));
-        constexpr std::array<std::string_view, 4> formats{"edl", "otio", "fcp7xml", "ale"};
-        const bool isLeftover = std::ranges::find(formats, format) != formats.end();
+        const bool isOurs = blob && isLeftover(*blob);
         // Of lists, others hand on the notes; the rest of it is about places in the list itself.
         const bool isSilent = format == edlLeftover.format &&
                               std::ranges::all_of(notesOf(node), [](const Note& note) { return isOfModel(note.kind); });
-        if (!isLeftover && !(held && held->isSegment())) // what a transition or a gap carries plays
+        if (!isOurs && !(held && held->isSegment())) // what a transition or a gap carries plays
             sets.append(", ").append(dmUtf8(at->classData().className()));
-        else if (isLeftover && format != _format && !isSilent && _toldFormats.insert(std::string(format)).second)
+        else if (isOurs && format != _format && !isSilent && _toldFormats.insert(std::string(format)).second)
         {
             DmFinding finding;
             finding.severity = DmFinding::Note;

@@ -15,6 +15,11 @@ namespace
 
 using Wrong = std::optional<std::string>;
 
+bool isLetter(char c)
+{
+    return toUpper(c) >= 'A' && toUpper(c) <= 'Z';
+}
+
 /// Four labels as nearly all lines end with: of one form, with a blank in front of each. False for others.
 bool takeUsualLabels(std::string_view& text, EdlEventLine& read)
 {
@@ -31,6 +36,8 @@ bool takeUsualLabels(std::string_view& text, EdlEventLine& read)
         label = *usual;
         at += size;
     }
+    read.labelsText = text.substr(text.size() - all + 1);
+    read.hasUsualLabels = true;
     text.remove_suffix(all);
     while (!text.empty() && isBlank(text.back()))
         text.remove_suffix(1);
@@ -43,6 +50,7 @@ Wrong parseLabels(std::string_view& text, EdlEventLine& read)
     if (takeUsualLabels(text, read))
         return std::nullopt;
     std::size_t found = 0;
+    const char* end = nullptr; ///< of the last one
     while (found < read.labels.size() && !text.empty())
     {
         const std::string_view word = takeLastWord(text);
@@ -50,6 +58,8 @@ Wrong parseLabels(std::string_view& text, EdlEventLine& read)
         if (const std::optional<TimeLabel> label = parseTimeLabel(word))
         {
             read.labels[index] = *label;
+            end = end ? end : word.data() + word.size();
+            read.labelsText = {word.data(), end};
             ++found;
         }
         else if (isDigit(word.front()) && word.find_first_of(":;") != word.npos)
@@ -188,10 +198,16 @@ EdlSpelling spellingOf(const EdlEvent& event)
 
 std::optional<std::string> parseEventLine(std::string_view line, EdlEventLine& read)
 {
-    const std::string_view digits = takeFirstWord(line);
-    const std::optional<std::uint32_t> number = toNumber<std::uint32_t>(digits);
+    const std::string_view word = takeFirstWord(line);
+    const auto tail = std::ranges::find_if_not(word, isDigit);
+    const std::string_view digits(word.begin(), tail);
+    read.event.numberTail = word.substr(digits.size());
+    constexpr std::size_t longestTail = 3;
+    const bool isTail =
+        read.event.numberTail.size() <= longestTail && std::ranges::all_of(read.event.numberTail, isLetter);
+    const std::optional<std::uint32_t> number = isTail ? toNumber<std::uint32_t>(digits) : std::nullopt;
     if (!number)
-        return "event number " + quoted(digits) + " is no number";
+        return "event number " + quoted(word) + " is no number";
     read.event.number = *number;
     constexpr std::size_t mostDigits = 99;
     read.event.numberWidth = static_cast<std::uint8_t>(std::min(digits.size(), mostDigits));

@@ -18,6 +18,8 @@ struct EdlEventLine
 {
     EdlEvent event;                    ///< but for its times and what they depend on
     std::array<TimeLabel, 4> labels{}; ///< source in and out, record in and out
+    std::string_view labelsText;       ///< from the first of them to the last
+    bool hasUsualLabels = false;       ///< two digits each, and colons but for the last separator
     bool hasMore = false;              ///< something stands behind the last time code
 };
 

@@ -74,6 +74,10 @@ void readField(EdlKept& kept, std::string_view key, std::string_view value)
         set(kept.number, value);
     else if (key == "digits")
         set(kept.numberWidth, value);
+    else if (key == "tail")
+        kept.numberTail = value;
+    else if (key == "labels")
+        kept.labels = value;
     else if (key == "reel")
         kept.reel = value;
     else if (key == "long reel")
@@ -162,6 +166,10 @@ eDmErrorId EdlKept::keepOn(DmTreeNode& node) const
         fields.add("number", number);
         if (numberWidth != 0)
             fields.add("digits", numberWidth);
+        if (!numberTail.empty())
+            fields.add("tail", std::string_view(numberTail));
+        if (!labels.empty())
+            fields.add("labels", std::string_view(labels));
     }
     if (!reel.empty())
         fields.add("reel", std::string_view(reel));
@@ -258,7 +266,7 @@ std::string clipNameOf(const EdlKept& kept, std::string_view reel, bool isTransi
         return std::string(reel);
     constexpr std::size_t width = 3; // as lists write it
     const std::string digits = std::to_string(kept.number);
-    return std::string(width - std::min(width, digits.size()), '0') + digits;
+    return std::string(width - std::min(width, digits.size()), '0') + digits + kept.numberTail;
 }
 
 std::optional<EdlLongReel> longReelOf(std::string_view note)

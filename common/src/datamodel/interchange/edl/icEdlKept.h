@@ -43,6 +43,8 @@ struct EdlKept
     // As in EdlEvent
     std::string spelling;
     std::string speedSpelling;
+    std::string labels;
+    std::string numberTail;
     /// Of the line that a transition comes from: where, as the model said, the material in front of it ended.
     std::optional<std::int64_t> after;
 

@@ -137,6 +137,8 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const Part& part)
     {
         line.event.number = kept->number;
         line.event.numberWidth = kept->numberWidth;
+        line.numberTail = kept->numberTail;
+        line.labels = kept->labels;
         line.event.fcmLine = kept->fcmLine;
         line.spelling = kept->spelling;
         if (kept->transition != EdlTransition::Wipe)

@@ -38,6 +38,8 @@ struct EdlLine
     std::string speedReel;
     std::string spelling;
     std::string speedSpelling;
+    std::string labels;
+    std::string numberTail;
     std::string medium; ///< by which one clip on several channels is known
     std::vector<Note> notes;
     std::vector<Mark> marks;

@@ -132,10 +132,13 @@ struct EdlEvent
     // As they stood, where that is not as we write them
     std::string_view spelling;      ///< channels and transition: "VA1A2 D 24"
     std::string_view speedSpelling; ///< the number of the speed's line
+    std::string_view labels;        ///< the four labels, or one where the others are of its form: "1.00.00.00"
+    std::string_view numberTail;    ///< what stands behind the number: "A" of "001A"
     std::int32_t look = -1;         ///< index into EdlList::looks; -1: none
     EdlRun notes;
     EdlRun markers;
 
+    bool hasNumberOf(const EdlEvent& other) const { return number == other.number && numberTail == other.numberTail; }
     bool isTransition() const { return transition != EdlTransition::Cut && transition != EdlTransition::KeyBackground; }
 };
 

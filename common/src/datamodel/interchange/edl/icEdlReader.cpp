@@ -140,6 +140,8 @@ private:
 
     void event(std::string_view line);
     void settleDropFrame(EdlEventLine& read);
+    /// Notes how the labels stand, where that is not as we write them.
+    void settleLabels(EdlEventLine& read) const;
     bool settleTimes(EdlEventLine& read);
     std::int64_t frames(const TimeLabel& label, DM::FrameCodeModes mode, std::string_view name);
     /// Whether the range lies in order, perhaps across midnight, which it then counts through.
@@ -422,7 +424,7 @@ EdlEvent* Reader::outgoing()
     if (count < 2 || !last()->isTransition())
         return nullptr;
     EdlEvent& before = _list.events[count - 2];
-    return before.number == last()->number && !before.isTransition() ? &before : nullptr;
+    return before.hasNumberOf(*last()) && !before.isTransition() ? &before : nullptr;
 }
 
 /// The two lines of a transition have their M2 lines behind both, told apart by reel and in-time.
@@ -553,6 +555,7 @@ void Reader::event(std::string_view line)
         return _skipping ? void() : addNote(NoteKind::Line, line);
     }
     settleDropFrame(read);
+    settleLabels(read);
     for (const TimeLabel& label : read.labels)
         guessHigher(label, event.line);
     if (_otherRate != DM::FCM_NOT_DEFINED || !settleTimes(read))
@@ -593,6 +596,20 @@ void Reader::settleDropFrame(EdlEventLine& read)
     else if (speaks && record != *_recordDrop)
         warn(std::string("the record time codes are ") + (record ? "drop frame" : "non-drop frame") +
              ", those of the first event were not");
+}
+
+void Reader::settleLabels(EdlEventLine& read) const
+{
+    const auto isOurs = [&](std::size_t at, bool drop) { return read.labels[at].drop == drop; };
+    const bool drop = read.event.sourceDrop;
+    if (read.hasUsualLabels && isOurs(0, drop) && isOurs(1, drop) && isOurs(2, *_recordDrop) && isOurs(3, *_recordDrop))
+        return;
+    std::string_view rest = read.labelsText;
+    const std::string_view first = takeFirstWord(rest);
+    bool isOneForm = true;
+    while (isOneForm && !rest.empty())
+        isOneForm = haveSameForm(first, takeFirstWord(rest));
+    read.event.labels = isOneForm ? first : read.labelsText;
 }
 
 std::int64_t Reader::frames(const TimeLabel& label, DM::FrameCodeModes fcm, std::string_view name)
@@ -731,7 +748,7 @@ bool Reader::hasOwnOrder(std::size_t falls) const
         return true;
     std::vector<const EdlEvent*> units; // lines of one number as one
     for (const EdlEvent& event : _list.events)
-        if (units.empty() || units.back()->number != event.number || isKey(event))
+        if (units.empty() || !units.back()->hasNumberOf(event) || isKey(event))
             units.push_back(&event);
         else
             units.back() = &event;
@@ -910,6 +927,8 @@ void Reader::checkPlaces()
 
 std::optional<EdlList> readEdl(std::string bytes, DM::FrameCodeModes fcm, Report& report)
 {
+    if (fromUtf16(bytes))
+        report.add(Report::Notice, 0, "the text is UTF-16: it goes out as UTF-8");
     if (const std::size_t nul = bytes.find('\0'); nul != bytes.npos)
     {
         const auto line = 1 + std::count(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(nul), '\n');

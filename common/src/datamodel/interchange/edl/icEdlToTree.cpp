@@ -264,7 +264,7 @@ bool TreeMaker::isOutgoing(std::uint32_t position) const
         return false;
     const EdlEvent& event = _list.events[position];
     const EdlEvent& next = _list.events[position + 1];
-    return event.record.length() == 0 && !event.isTransition() && isMix(next) && next.number == event.number &&
+    return event.record.length() == 0 && !event.isTransition() && isMix(next) && next.hasNumberOf(event) &&
            next.record.in == event.record.in && next.channels == event.channels;
 }
 
@@ -421,6 +421,8 @@ EdlKept TreeMaker::keptOf(const EdlEvent& event, Channel channel, std::uint32_t 
     kept.fcmLine = event.fcmLine;
     kept.number = event.number;
     kept.numberWidth = event.numberWidth;
+    kept.numberTail = event.numberTail;
+    kept.labels = event.labels;
     kept.speed = event.speed;
     kept.speedReel = event.speedReel;
     kept.spelling = event.spelling;

@@ -48,7 +48,7 @@ public:
             audio(spelling.routed);
             speed(event);
             look(event);
-            notes(_list.notesOf(event), _list.markersOf(event));
+            notes(_list.notesOf(event), _list.markersOf(event), formsOf(event)[2]);
         }
         return std::move(_text);
     }
@@ -97,7 +97,7 @@ private:
     }
 
     /// Marks stand where the notes have a place for them, the others behind.
-    void notes(std::span<const EdlNote> notes, std::span<const EdlMarker> markers)
+    void notes(std::span<const EdlNote> notes, std::span<const EdlMarker> markers, std::string_view form = {})
     {
         for (const EdlNote& note : notes)
         {
@@ -106,7 +106,7 @@ private:
             prefix(note.kind, note.written, note.text);
             if (note.kind == NoteKind::Locator)
             {
-                locator(markers.front());
+                locator(markers.front(), form);
                 markers = markers.subspan(1);
             }
             else
@@ -115,7 +115,7 @@ private:
         for (const EdlMarker& marker : markers)
         {
             prefix(NoteKind::Locator);
-            locator(marker);
+            locator(marker, form);
         }
     }
 
@@ -149,15 +149,42 @@ private:
     void eventLine(const EdlEvent& event, const EdlSpelling& spelling)
     {
         const DM::FrameCodeModes sourceFcm = _list.sourceFcm(event);
-        column(_numberColumn + 1, [&] { number(event.number, event.numberWidth ? event.numberWidth : _usualWidth); });
+        const Forms form = formsOf(event);
+        column(_numberColumn + 1,
+               [&]
+               {
+                   number(event.number, event.numberWidth ? event.numberWidth : _usualWidth);
+                   oneLine(event.numberTail);
+               });
         column(8, [&] { event.reel.empty() ? void(_text.append("AX")) : oneLine(event.reel); });
         column(5, [&] { oneLine(spelling.channels); });
         column(8, [&] { oneLine(spelling.transition); });
-        column(11, [&] { appendTimeLabel(_text, event.source.in, sourceFcm); });
-        column(11, [&] { appendTimeLabel(_text, event.source.out, sourceFcm); });
-        column(11, [&] { appendTimeLabel(_text, event.record.in, _list.fcm); });
-        appendTimeLabel(_text, event.record.out, _list.fcm);
+        column(11, [&] { appendTimeLabel(_text, event.source.in, sourceFcm, form[0]); });
+        column(11, [&] { appendTimeLabel(_text, event.source.out, sourceFcm, form[1]); });
+        column(11, [&] { appendTimeLabel(_text, event.record.in, _list.fcm, form[2]); });
+        appendTimeLabel(_text, event.record.out, _list.fcm, form[3]);
         endLine();
+    }
+
+    using Forms = std::array<std::string_view, 4>;
+    /// How the event's labels stood; empty where that would say another mode than the event counts in by now.
+    Forms formsOf(const EdlEvent& event) const
+    {
+        Forms forms{};
+        std::string_view rest = event.labels;
+        forms.fill(takeFirstWord(rest));
+        for (std::size_t i = 1; i < forms.size() && !rest.empty(); ++i)
+            forms[i] = takeFirstWord(rest);
+        if (forms[0].empty() ||
+            !std::ranges::all_of(forms, [](std::string_view form) { return parseTimeLabel(form).has_value(); }))
+            return {};
+        const auto drops = [&forms](std::size_t i) { return forms[i].find_first_of(";,") != std::string_view::npos; };
+        const bool source = drops(0) || drops(1);
+        const bool record = drops(2) || drops(3);
+        const bool holds = source || record
+                               ? source == event.sourceDrop && record == DM::FcmUtil::isDropFrame(_list.fcm)
+                               : _saidDrop == event.sourceDrop;
+        return holds ? forms : Forms{};
     }
 
     void audio(std::uint64_t rest)
@@ -186,7 +213,7 @@ private:
                    else
                        appendDecimal(_text, event.speed->fps, 3, 1);
                });
-        appendTimeLabel(_text, event.speed->at, _list.sourceFcm(event));
+        appendTimeLabel(_text, event.speed->at, _list.sourceFcm(event), formsOf(event)[0]);
         endLine();
     }
 
@@ -209,9 +236,9 @@ private:
     }
 
     /// Behind its prefix.
-    void locator(const EdlMarker& marker)
+    void locator(const EdlMarker& marker, std::string_view form)
     {
-        appendTimeLabel(_text, marker.at, _list.fcm);
+        appendTimeLabel(_text, marker.at, _list.fcm, form);
         _text.push_back(' ');
         if (!marker.colour.empty())
             column(7, [&] { oneLine(marker.colour); });

@@ -334,6 +334,7 @@ std::optional<EdlKept> ListMaker::keptOf(const DmTreeNode& node, EdlChannels cha
         kept->position.reset();
         kept->number = 0;
         kept->numberWidth = 0;
+        kept->numberTail.clear();
         kept->fcmLine = EdlFcmLine::AsNeeded;
         kept->notes.clear();
     }
@@ -355,6 +356,8 @@ EdlLine ListMaker::outgoingLine(const Played& played, const Place& place, Edit& 
     {
         line.event.number = kept->number;
         line.event.numberWidth = kept->numberWidth;
+        line.numberTail = kept->numberTail;
+        line.labels = kept->labels;
         line.event.fcmLine = kept->fcmLine;
         line.spelling = kept->spelling;
         line.notes = kept->notes;
@@ -487,6 +490,7 @@ void ListMaker::settleOrder()
         {
             line.event.number = number;
             line.event.numberWidth = width;
+            line.numberTail.clear();
         }
     }
 }
@@ -536,6 +540,8 @@ EdlList ListMaker::written()
             line.event.speedReel = keep(line.speedReel);
             line.event.spelling = keep(line.spelling);
             line.event.speedSpelling = keep(line.speedSpelling);
+            line.event.labels = keep(line.labels);
+            line.event.numberTail = keep(line.numberTail);
             list.addEvent(line.event);
             if (line.look)
                 list.look() = *line.look;

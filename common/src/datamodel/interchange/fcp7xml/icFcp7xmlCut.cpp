@@ -26,15 +26,16 @@ namespace
 constexpr double tolerance = 1e-6; ///< of frames
 constexpr int longestTimebase = 1000;
 
-std::string keyOf(const DmSegmentNode& segment, const Hint& hint)
+bool isNameless(const DmSourceInfo* info)
 {
-    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
-    const auto* const media = source ? dynamic_cast<const DmSourceNode::MediaInput*>(source->getSrcInput()) : nullptr;
-    if (!media)
-        return {};
-    std::string key = hint.media + '\n' + mediumOf(segment) + '\n' + timeText(media->getSrcIn() + hint.before) + '\n' +
-                      dmUtf8(media->getFcm());
-    if (const DmSourceInfo* const info = media->getSrcInfo())
+    return !info || (info->getPath().empty() && info->getReelName().empty() && info->getName().empty());
+}
+
+std::string keyOf(const DmSegmentNode& segment, const DmSourceNode::MediaInput& media, const Hint& hint)
+{
+    std::string key = hint.media + '\n' + mediumOf(segment) + '\n' + timeText(media.getSrcIn() + hint.before) + '\n' +
+                      dmUtf8(media.getFcm());
+    if (const DmSourceInfo* const info = media.getSrcInfo())
         key.append("\n").append(dmUtf8(info->getReelName())).append("\n").append(dmUtf8(info->getName()));
     return key;
 }
@@ -116,6 +117,9 @@ std::string Hint::marks() const
 Hint Hint::of(pugi::xml_node form)
 {
     Hint hint;
+    hint.isRead = static_cast<bool>(form);
+    const pugi::xml_node file = form.child("our:file");
+    hint.hasFile = file && !file.attribute("our:absent");
     hint.id = form.attribute("id").value();
     const int timebase = form.attribute("our:timebase").as_int();
     if (timebase >= 1 && timebase <= longestTimebase)
@@ -219,7 +223,9 @@ Sequence& Cut::addSequence(const DmCompositionNode& node, DM::FrameCodeModes oth
     sequence.isTop = isTop;
     const Hint hint = hintOf(node);
     const std::string& wanted = hint.id;
-    if (!wanted.empty() || !hint.rate) // as for clips
+    if (sequence.fcm != DM::FCM_NOT_DEFINED && hint.rate.value_or(Rate::of(sequence.fcm)) == Rate::of(sequence.fcm))
+        sequence.rate = Rate::of(sequence.fcm);
+    if (!wanted.empty() || !hint.isRead) // as for clips
         sequence.id = take(_takenSequences, wanted, "sequence-");
     _sequencesById[wanted].push_back(&node);
     std::array<int, 3> numbers{};
@@ -275,6 +281,7 @@ void Cut::addTracks(Sequence& sequence, const DmTrackNode& node, int& number)
 Track& Cut::addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerNode* layer, int number)
 {
     Track track{&node, number, layer, {}};
+    track.items.reserve(static_cast<std::size_t>(layer ? layer->getNbChildren() + 1 : 0) / 2);
     const DmTreeNode* previous = nullptr;
     for (int i = 0; layer && i < layer->getNbChildren(); ++i)
     {
@@ -365,7 +372,7 @@ void Cut::addClips(Sequence& sequence)
             if (const std::string group = groupOf(segment); !group.empty())
                 _links[{sequence.node, group}].push_back({&segment, track.node->getMediaType(), track.number, index});
             // A clip that a file named by nothing stays so; a clip of our own has an id.
-            const bool isOurs = hint.id.empty() && !hint.rate;
+            const bool isOurs = hint.id.empty() && !hint.isRead;
             if (!hint.id.empty() && _takenClips.insert(hint.id).second)
                 _ids[&segment] = hint.id;
             else if (isOurs || !hint.id.empty())
@@ -394,9 +401,14 @@ void Cut::addClips(Sequence& sequence)
 void Cut::addFile(const Sequence& sequence, const Track& track, const Item& item, const Hint& hint)
 {
     const DmSegmentNode& segment = *item.segment;
-    const std::string key = keyOf(segment, hint);
-    if (key.empty())
+    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
+    const auto* const media = source ? dynamic_cast<const DmSourceNode::MediaInput*>(source->getSrcInput()) : nullptr;
+    if (!media)
         return;
+    // A clip that came without a file has none until somebody says what it plays.
+    if (hint.isRead && !hint.hasFile && hint.before == 0 && isNameless(media->getSrcInfo()))
+        return;
+    const std::string key = keyOf(segment, *media, hint);
     const auto [found, isNew] = _files.try_emplace(key);
     File& file = found->second;
     _filesOf[&segment] = &file;
@@ -406,12 +418,11 @@ void Cut::addFile(const Sequence& sequence, const Track& track, const Item& item
         _unnamedFiles.push_back(&file);
     if (!file.definer || (!hint.isReference && hintOf(*file.definer).isReference))
         file.definer = &segment;
-    const auto& input = *static_cast<const DmSourceNode&>(segment).getSrcInput();
     if (track.node->getMediaType() == DM_MEDIA_VIDEO)
         file.hasPicture = true;
     else
     {
-        const DmAudioProperties* const audio = input.getAudioProperties();
+        const DmAudioProperties* const audio = media->getAudioProperties();
         file.channels = std::max({file.channels, 1, audio ? std::min(audio->getChannelIdx(), 1000) + 1 : 1});
     }
     const DmMaterial material = dmMaterialOf(segment, sequence.fcm);
@@ -423,7 +434,7 @@ void Cut::addFile(const Sequence& sequence, const Track& track, const Item& item
     {
         const DmPlayed played(segment, sequence.fcm);
         const Extent extent = extentOf(item);
-        end = std::max(end, material.begin + input.getSrcLength());
+        end = std::max(end, material.begin + media->getSrcLength());
         for (const double time : {extent.start, extent.end})
             if (const std::optional<double> position = played.positionAt(time);
                 position && played.motion() == DmPlayed::Motion::Constant)

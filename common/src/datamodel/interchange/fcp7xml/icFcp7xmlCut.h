@@ -50,12 +50,15 @@ struct Rate
 struct Hint
 {
     std::string id;
-    std::optional<Rate> rate; ///< in which its times count
+    std::optional<Rate> rate; ///< in which its times count, where that is not its material's
     double at = 0;            ///< of keyed speeds: its clip time at the segment's begin
     std::string media;        ///< id of its file or sequence
     bool isReference = false; ///< which the file defines elsewhere
     double before = 0;        ///< so many frames in front of its file's begin are the material's as well
     bool isOff = false;       ///< muted by its track
+    bool isRead = false;      ///< it came from a file
+    bool hasFile = false;     ///< which said something of its medium
+    pugi::xml_node element{}; ///< while that file is being read
 
     /// As attributes of a form, and read from those.
     std::string marks() const;
@@ -119,6 +122,7 @@ struct Sequence
     std::vector<Track> tracks;
     std::string id;
     bool isTop = false;
+    std::optional<Rate> rate; ///< in which items without one count, where the model and the file have the same
 };
 
 /// A medium.

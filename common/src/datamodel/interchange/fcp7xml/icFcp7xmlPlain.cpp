@@ -118,6 +118,19 @@ const char* boolText(bool value)
     return value ? "TRUE" : "FALSE";
 }
 
+/// Whether in and out stand as the file had them.
+bool comesBack(const DmSegmentNode& segment, double in, double out)
+{
+    const Form form(segment);
+    const auto isSaid = [&form](const char* name, double time)
+    {
+        const pugi::xml_node place = form.root().child(name);
+        const pugi::xml_attribute was = place.attribute("our:was");
+        return place && (!was || was.value() == timeText(time));
+    };
+    return isSaid("our:in", in) && isSaid("our:out", out);
+}
+
 std::string ticks(double frames, double fps)
 {
     return timeText(std::round(frames * 254016000000.0 / fps));
@@ -232,14 +245,15 @@ pugi::xml_node Plain::text(pugi::xml_node parent, const char* name, const DmStri
     return text(parent, name, dmUtf8(value));
 }
 
-void Plain::rate(pugi::xml_node parent, Rate rate)
+pugi::xml_node Plain::rate(pugi::xml_node parent, Rate rate)
 {
     const pugi::xml_node node = add(parent, "rate");
     add(node, "timebase", std::to_string(rate.timebase));
-    add(node, "ntsc", boolText(rate.ntsc));
+    usual(add(node, "ntsc", boolText(rate.ntsc)), !rate.ntsc);
+    return node;
 }
 
-void Plain::timecode(pugi::xml_node parent, double frames, DM::FrameCodeModes fcm, const DmString* reel)
+pugi::xml_node Plain::timecode(pugi::xml_node parent, double frames, DM::FrameCodeModes fcm, const DmString* reel)
 {
     const pugi::xml_node node = add(parent, "timecode");
     rate(node, Rate::of(fcm));
@@ -250,11 +264,12 @@ void Plain::timecode(pugi::xml_node parent, double frames, DM::FrameCodeModes fc
     add(node, "frame", timeText(frames));
     add(node, "displayformat", DM::FcmUtil::isDropFrame(fcm) ? "DF" : "NDF");
     if (!reel)
-        return;
+        return node;
     const pugi::xml_node holder = add(node, "reel");
     add(holder, "name", dmUtf8(*reel));
     if (reel->empty())
         optional(holder);
+    return node;
 }
 
 void Plain::format(pugi::xml_node parent, const Sequence& sequence, bool isSound)
@@ -281,13 +296,13 @@ void Plain::marker(pugi::xml_node parent, const DmCueMark& mark, double origin, 
     if (mark.getCueMarkTime() == dmNoTime)
         return lose("DM722", "left out");
     const pugi::xml_node node = add(parent, "marker");
-    text(node, "name", mark.getCueMarkName());
-    text(node, "comment", mark.getCueMarkComment());
+    usual(text(node, "name", mark.getCueMarkName()), mark.getCueMarkName().empty());
+    usual(text(node, "comment", mark.getCueMarkComment()), mark.getCueMarkComment().empty());
     const double in = (mark.getCueMarkTime() - origin) * ratio;
     const double length = mark.getCueMarkDuration();
     const bool isPoint = length == dmNoTime || !(length > 0);
-    add(node, "in", timeText(in));
-    add(node, "out", isPoint ? "-1" : timeText(in + length * ratio));
+    usual(add(node, "in", timeText(in)), in == 0);
+    usual(add(node, "out", isPoint ? "-1" : timeText(in + length * ratio)), isPoint);
     const int red = mark.getCueMarkColorRed();
     const int green = mark.getCueMarkColorGreen();
     const int blue = mark.getCueMarkColorBlue();
@@ -476,20 +491,22 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
         range = {0, range.out - range.in, range.at - range.in};
     if (range.in < 0)
         lose("DM719", "written as they are");
-    if (!isWhole(range.in) || !isWhole(range.out))
+    if (_report && (!isWhole(range.in) || !isWhole(range.out)) && !comesBack(segment, range.in, range.out))
         lose("DM717", "written with their fraction");
 
     pugi::xml_node made = add(parent, generated ? "generatoritem" : "clipitem");
     if (!_cut.idOf(segment).empty())
         made.append_attribute("id") = _cut.idOf(segment).c_str();
-    text(made, "name", segment.getName() == L"untitled" ? DmString() : segment.getName());
-    add(made, "enabled", boolText(!segment.getMuted() || (track.isDisabled && hint.isOff)));
-    add(made, "duration", timeText(duration));
-    rate(made, clipRate);
-    add(made, "start", item.before ? "-1" : timeText(extent.start - sequence.origin));
-    add(made, "end", item.behind ? "-1" : timeText(extent.end - sequence.origin));
-    add(made, "in", timeText(range.in));
-    add(made, "out", timeText(range.out));
+    const bool isNamed = !(segment.getName() == L"untitled");
+    const bool isEnabled = !segment.getMuted() || (track.isDisabled && hint.isOff);
+    usual(text(made, "name", isNamed ? segment.getName() : DmString()), !isNamed);
+    usual(add(made, "enabled", boolText(isEnabled)), isEnabled);
+    usual(add(made, "duration", timeText(duration)));
+    usual(rate(made, clipRate), clipRate == sequence.rate);
+    usual(add(made, "start", item.before ? "-1" : timeText(extent.start - sequence.origin)), item.before);
+    usual(add(made, "end", item.behind ? "-1" : timeText(extent.end - sequence.origin)), item.behind);
+    usual(add(made, "in", timeText(range.in)), range.in == 0);
+    usual(add(made, "out", timeText(range.out)), !item.before && !item.behind);
     optional(add(made, "pproTicksIn", ticks(range.in, clipFps)));
     optional(add(made, "pproTicksOut", ticks(range.out, clipFps)));
     if (file)
@@ -560,16 +577,20 @@ pugi::xml_node Plain::file(pugi::xml_node parent, const Sequence& sequence, cons
     pugi::xml_node made = add(parent, "file");
     if (!file->id.empty())
         made.append_attribute("id") = file->id.c_str();
-    text(made, "name", name);
+    usual(text(made, "name", name), !info || info->getName().empty());
     if (!path.empty())
         text(made, "pathurl", urlOfPath(path, "localhost"));
-    rate(made, Rate::of(played.fcm()));
-    pugi::xml_node duration = add(made, "duration", length);
+    // What says no rate counts as the clip does, and from zero.
+    const bool isOfClip = !_cut.hintOf(segment).rate;
+    usual(rate(made, Rate::of(played.fcm())), isOfClip);
+    pugi::xml_node duration = usual(add(made, "duration", length), file->isUnknown);
     if (file->isUnknown)
         duration.append_attribute(lengthMark) = "unknown";
     const DmString none;
-    timecode(made, file->begin, played.fcm(), info ? &info->getReelName() : &none);
-    const pugi::xml_node kinds = add(made, "media");
+    const DmString& reel = info ? info->getReelName() : none;
+    usual(timecode(made, file->begin, played.fcm(), &reel),
+          isOfClip && file->begin == 0 && reel.empty() && !DM::FcmUtil::isDropFrame(played.fcm()));
+    const pugi::xml_node kinds = usual(add(made, "media"), file->channels == 0);
     if (file->hasPicture)
         add(add(kinds, "video"), "duration", length);
     if (file->channels > 0)

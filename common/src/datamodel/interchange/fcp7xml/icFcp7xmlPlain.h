@@ -59,8 +59,8 @@ public:
 private:
     pugi::xml_node text(pugi::xml_node parent, const char* name, const DmString& value);
     pugi::xml_node text(pugi::xml_node parent, const char* name, std::string value);
-    static void rate(pugi::xml_node parent, Rate rate);
-    static void timecode(pugi::xml_node parent, double frames, DM::FrameCodeModes fcm, const DmString* reel);
+    static pugi::xml_node rate(pugi::xml_node parent, Rate rate);
+    static pugi::xml_node timecode(pugi::xml_node parent, double frames, DM::FrameCodeModes fcm, const DmString* reel);
     void format(pugi::xml_node parent, const Sequence& sequence, bool isSound);
     void marker(pugi::xml_node parent, const DmCueMark& mark, double origin, double ratio);
     pugi::xml_node transition(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item);

@@ -26,6 +26,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <deque>
 #include <numeric>
 
 namespace interchange
@@ -37,6 +38,18 @@ namespace
 {
 
 constexpr int deepestNesting = 75; ///< of sequences: what documents can be read again with
+/// What an element becomes takes so many bytes, however little stands in it; a file of next to nothing else is refused
+/// where that would be out of all proportion.
+constexpr std::array<std::pair<std::string_view, std::size_t>, 6> weights{{{"track", 350},
+                                                                           {"marker", 800},
+                                                                           {"clipitem", 1400},
+                                                                           {"generatoritem", 1400},
+                                                                           {"transitionitem", 2200},
+                                                                           {"sequence", 2600}}};
+constexpr std::size_t weightOfNode = 64;
+constexpr std::size_t mostForAByte = 30;
+constexpr std::size_t mostForAll = std::size_t{32} << 20; ///< beside that
+
 constexpr Loss speedOfSound{"DM617", "plays at normal speed"};
 constexpr double leastLength = 0.5;
 constexpr double limit = 1e12; ///< of times, in frames
@@ -138,7 +151,7 @@ private:
         CoSharedPtr<DmSegmentNode> node;
         std::string id;
         std::vector<std::string> links;
-        std::string label; ///< of its track: "V1"
+        const std::string* label; ///< of its track: "V1"
     };
     /// A sequence that is being read.
     struct Stage
@@ -151,6 +164,7 @@ private:
         xmeml::Sequence size; ///< for the units of pictures
         std::vector<Made> clips;
         double end;
+        std::deque<std::string> labels{}; ///< of its tracks
         bool isTrackOff = false;
     };
 
@@ -164,6 +178,13 @@ private:
     {
         _report.add(Report::Warning, _xml.lineOf(at), std::move(what));
         _report.expect(at.internal_object());
+    }
+    Hint& hintOf(const DmTreeNode& node, pugi::xml_node element)
+    {
+        Hint& hint = _hints[&node];
+        hint.isRead = true;
+        hint.element = element;
+        return hint;
     }
     void came(const DmTreeNode& node, pugi::xml_node at)
     {
@@ -195,7 +216,7 @@ private:
     CoSharedPtr<DmCueMark> mark(pugi::xml_node marker, double origin, double ratio);
     void link(Stage& stage);
     void keepForms(DmRoot& root);
-    void keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways);
+    void keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways, bool isLast);
     /// Lets go of an item whose form is kept: what the parser has of it takes as much memory as the form that it left.
     void drop(const DmTreeNode& node, pugi::xml_node element);
 
@@ -211,13 +232,24 @@ private:
     // For the forms
     NodeSet _nodes;
     std::unordered_map<const DmTreeNode*, Hint> _hints;
-    std::unordered_map<const DmTreeNode*, pugi::xml_node> _elements;
+    SharedLeftovers _forms{leftoverType};
 };
 
 void Maker::findDefinitions()
 {
+    const std::size_t most = mostForAByte * _xml.size() + mostForAll;
+    std::size_t weight = 0;
     for (pugi::xml_node at = _xml.root(); at;)
     {
+        weight += weightOfNode;
+        if (const auto* const heavy = std::ranges::find(weights, std::string_view(at.name()),
+                                                        &std::pair<std::string_view, std::size_t>::first);
+            heavy != weights.end())
+            weight += heavy->second;
+        if (weight > most)
+            return _report.add(Report::Error, _xml.lineOf(at),
+                               "too many elements with next to nothing in them: they would take more than " +
+                                   std::to_string(mostForAByte) + " times the memory of the file");
         if (isNamed(at, "file") && at.first_child() && at.attribute("id"))
             _files.emplace(at.attribute("id").value(), at);
         if (isNamed(at, "sequence") && at.first_child() && at.attribute("id"))
@@ -283,6 +315,8 @@ CoSharedPtr<DmRoot> Maker::make()
         return {};
     }
     findDefinitions();
+    if (_report.hasErrors())
+        return {};
     auto root = orBadAlloc(DmRoot::create());
     addSequences(*root);
     if (root->getNbChildren() == 0)
@@ -368,11 +402,9 @@ CoSharedPtr<DmCompositionNode> Maker::sequence(pugi::xml_node element, bool isTo
             require(isIn ? node->setInMark(start + *time * ratio) : node->setOutMark(start + *time * ratio));
     for (const pugi::xml_node marker : element.children("marker"))
         require(node->addCueMark(mark(marker, start, ratio)));
-    Hint hint;
+    Hint& hint = hintOf(*node, element);
     hint.id = element.attribute("id").value();
     hint.rate = said;
-    _hints[node.get()] = hint;
-    _elements[node.get()] = element;
     came(*node, element);
     --_depth;
     _open.erase(element.internal_object());
@@ -386,7 +418,8 @@ void Maker::addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaT
     for (const pugi::xml_node element : kind.children("track"))
     {
         ++number;
-        const std::string label = (mediaType == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(number);
+        const std::string& label =
+            stage.labels.emplace_back((mediaType == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(number));
         const auto track = orBadAlloc(DmTrackNode::create(number, mediaType));
         const std::optional<double> channel = numberOf(element, "outputchannelindex");
         require(
@@ -400,7 +433,7 @@ void Maker::addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaT
         if (mediaType == DM_MEDIA_VIDEO && number == 1)
             require(stage.node.setPrimaryVideoTrackIndex(index));
         _nodes.insert(element.internal_object());
-        _elements[track.get()] = element;
+        hintOf(*track, element);
         came(*track, element);
     }
 }
@@ -510,11 +543,14 @@ bool Maker::readClip(const Stage& stage, Entry& entry, Entry* before, const Entr
 
 std::vector<Entry> Maker::entriesOf(const Stage& stage, pugi::xml_node track)
 {
-    std::vector<Entry> all;
+    const auto isItem = [](pugi::xml_node child)
+    { return isNamed(child, "clipitem") || isNamed(child, "generatoritem") || isNamed(child, "transitionitem"); };
+    std::vector<Entry> entries; // what is left out makes room in front of what is still to be read
+    entries.reserve(static_cast<std::size_t>(std::ranges::count_if(track.children(), isItem)));
     const Rate rate = Rate::of(stage.element.child("rate")).value_or(Rate::of(stage.fcm));
     double mixEnd = stage.origin;
     for (const pugi::xml_node child : track.children())
-        if (isNamed(child, "clipitem") || isNamed(child, "generatoritem") || isNamed(child, "transitionitem"))
+        if (isItem(child))
         {
             Entry entry;
             entry.element = child;
@@ -531,21 +567,20 @@ std::vector<Entry> Maker::entriesOf(const Stage& stage, pugi::xml_node track)
                 }
                 mixEnd = entry.end;
             }
-            all.push_back(entry);
+            entries.push_back(entry);
         }
-    std::vector<Entry> entries;
     double last = stage.origin;
-    std::size_t beforeAt = all.size(); ///< in entries, of a transition right before
-    for (std::size_t i = 0; i < all.size(); ++i)
+    Entry* before = nullptr; ///< a transition right before
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < entries.size(); ++i)
     {
-        Entry entry = all[i];
+        Entry entry = entries[i];
         if (!entry.isMix)
         {
-            Entry* const before = beforeAt < entries.size() ? &entries[beforeAt] : nullptr;
-            Entry* const behind = i + 1 < all.size() && all[i + 1].isMix ? &all[i + 1] : nullptr;
+            Entry* const behind = i + 1 < entries.size() && entries[i + 1].isMix ? &entries[i + 1] : nullptr;
             if (!readClip(stage, entry, before, behind, last))
             {
-                beforeAt = all.size();
+                before = nullptr;
                 continue;
             }
             if (behind && entry.end > behind->start && entry.start <= behind->start)
@@ -555,9 +590,11 @@ std::vector<Entry> Maker::entriesOf(const Stage& stage, pugi::xml_node track)
             }
         }
         last = entry.end;
-        beforeAt = entry.isMix ? entries.size() : all.size();
-        entries.push_back(std::move(entry));
+        entries[kept] = entry;
+        before = entry.isMix ? &entries[kept] : nullptr;
+        ++kept;
     }
+    entries.resize(kept);
     std::ranges::stable_sort(entries, {}, &Entry::recIn);
     double end = stage.origin;
     for (std::size_t i = 0; i < entries.size(); ++i)
@@ -611,7 +648,7 @@ void Maker::place(Stage& stage, DmLayerBuilder& layer, const std::vector<Entry>&
             _report.about(before, *node);
             require(layer.place(node));
             _nodes.insert(entry.element.internal_object());
-            _elements[node.get()] = entry.element;
+            hintOf(*node, entry.element);
             came(*node, entry.element);
         }
         else if (const CoSharedPtr<DmSegmentNode> node = clip(stage, entry, mediaType, label))
@@ -896,7 +933,8 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
             nested = found->second;
     Hint hint;
     hint.id = element.attribute("id").value();
-    hint.rate = entry.rate;
+    hint.isRead = true;
+    hint.element = element;
     CoSharedPtr<DmCompositionNode> inside;
     if (nested && nested.first_child())
         inside = sequence(nested, false);
@@ -909,6 +947,8 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
         medium.length = medium.span;
         medium.begin = inside->getStartTC();
     }
+    if (entry.rate != Rate::of(medium.fcm))
+        hint.rate = entry.rate;
     const double fps = DM::FcmUtil::getDoubleFPS(medium.fcm);
     const double clipFps = entry.rate.fps();
     const bool isConstant = !entry.speed.isKeyed && entry.speed.factor != 0;
@@ -971,15 +1011,16 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     for (const pugi::xml_node marker : element.children("marker"))
         require(node->addSegmentMark(mark(marker, before, fps / clipFps * speed)));
 
-    hint.media = (inside ? place : file).attribute("id").value();
-    hint.isReference = !(inside ? place : file).first_child();
+    const pugi::xml_node played = inside ? place : file;
+    hint.media = played.attribute("id").value();
+    hint.isReference = played && !played.first_child();
+    hint.hasFile = static_cast<bool>(file);
     _nodes.insert(element.internal_object());
     if (inside)
         _nodes.insert(place.internal_object());
-    _hints[node.get()] = hint;
-    _elements[node.get()] = element;
     came(*node, element);
-    Made linked{node, hint.id, {}, label};
+    Made linked{node, hint.id, {}, &label};
+    _hints.emplace(node.get(), std::move(hint));
     for (const pugi::xml_node each : element.children("link"))
         linked.links.emplace_back(textOf(each, "linkclipref"));
     stage.clips.push_back(std::move(linked));
@@ -1036,7 +1077,7 @@ void Maker::link(Stage& stage)
         std::string id = names[first];
         if (sizes[first] > 1)
         {
-            const std::string stem = id + '#' + stage.clips[i].label;
+            const std::string stem = id + '#' + *stage.clips[i].label;
             id = stem;
             for (int count = 2; !ids.take(id); ++count)
                 id = stem + '/' + std::to_string(count);
@@ -1047,10 +1088,10 @@ void Maker::link(Stage& stage)
 
 // What the model does not say
 
-void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways)
+void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways, bool isLast)
 {
     const auto hint = _hints.find(&node);
-    std::string form = formOf(element, plain, _nodes, hint == _hints.end() ? "" : hint->second.marks());
+    std::string form = formOf(element, plain, _nodes, hint == _hints.end() ? "" : hint->second.marks(), isLast);
     constexpr std::size_t longestOfOurs = 1 << 16; // what is longer has more than we say
     if (!isAlways && form.size() <= longestOfOurs)
     {
@@ -1071,7 +1112,7 @@ void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain,
         if (ours.text == theirs.text)
             form.clear();
     }
-    require(setLeftover(node, leftoverType, form));
+    require(_forms.set(node, form));
 }
 
 void Maker::drop(const DmTreeNode& node, pugi::xml_node element)
@@ -1082,7 +1123,7 @@ void Maker::drop(const DmTreeNode& node, pugi::xml_node element)
     if (element.find_node(isDefinition))
         return;
     _nodes.erase(element.internal_object());
-    _elements.erase(&node);
+    _hints.erase(&node);
     element.parent().remove_child(element);
 }
 
@@ -1099,22 +1140,24 @@ void Maker::keepForms(DmRoot& root)
             return;
         for (const Track& track : sequence.tracks)
         {
-            const auto ofTrack = _elements.find(track.node);
-            if (ofTrack == _elements.end())
+            const auto ofTrack = _hints.find(track.node);
+            if (ofTrack == _hints.end())
                 continue;
+            const pugi::xml_node trackElement = ofTrack->second.element;
             // In the track's form it says where the items stand.
-            const pugi::xml_node firstItem = ofTrack->second.find_child(
+            const pugi::xml_node firstItem = trackElement.find_child(
                 [this](pugi::xml_node child) { return _nodes.contains(child.internal_object()); });
             for (const Item& item : track.items)
             {
                 const DmTreeNode* const node = item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix;
-                const auto found = _elements.find(node);
-                if (found == _elements.end())
+                const auto found = _hints.find(node);
+                if (found == _hints.end())
                     continue;
+                const pugi::xml_node element = found->second.element;
                 pugi::xml_document scratch;
-                keep(const_cast<DmTreeNode&>(*node), found->second, plain.item(scratch, sequence, track, item),
-                     !item.mix);
-                pugi::xml_node file = found->second.child("file");
+                keep(const_cast<DmTreeNode&>(*node), element, plain.item(scratch, sequence, track, item), !item.mix,
+                     false);
+                pugi::xml_node file = element.child("file");
                 if (const File* const known = item.segment ? cut.fileOf(*item.segment) : nullptr; known && file)
                 {
                     if (!file.first_child())
@@ -1132,11 +1175,12 @@ void Maker::keepForms(DmRoot& root)
                 if (const auto* const container = dynamic_cast<const DmContainerNode*>(item.segment))
                     if (const DmCompositionNode* const inside = cut.insideOf(*container))
                         self(self, *cut.find(inside), files);
-                if (found->second != firstItem)
-                    drop(*node, found->second);
+                if (element != firstItem)
+                    drop(*node, element);
             }
             pugi::xml_document scratch;
-            keep(const_cast<DmTrackNode&>(*track.node), ofTrack->second, plain.track(scratch, sequence, track), false);
+            keep(const_cast<DmTrackNode&>(*track.node), trackElement, plain.track(scratch, sequence, track), false,
+                 true);
         }
     };
     for (const Sequence* const sequence : cut.top())
@@ -1145,8 +1189,8 @@ void Maker::keepForms(DmRoot& root)
         keepSequence(keepSequence, *sequence, files);
         seen.erase(sequence->node);
         pugi::xml_document scratch;
-        std::string form = formOf(_elements.at(sequence->node), plain.sequence(scratch, *sequence), _nodes,
-                                  _hints.at(sequence->node).marks());
+        const Hint& hint = _hints.at(sequence->node);
+        std::string form = formOf(hint.element, plain.sequence(scratch, *sequence), _nodes, hint.marks(), true);
         if (!files.empty())
             form.insert(form.rfind("</"), "<our:files>" + files + "</our:files>");
         require(setLeftover(const_cast<DmCompositionNode&>(*sequence->node), leftoverType, form));
@@ -1156,12 +1200,13 @@ void Maker::keepForms(DmRoot& root)
         if (const Sequence* const sequence = cut.find(node); sequence && !sequence->isTop)
         {
             pugi::xml_document scratch;
-            keep(const_cast<DmCompositionNode&>(*node), _elements.at(node), plain.sequence(scratch, *sequence), true);
+            keep(const_cast<DmCompositionNode&>(*node), _hints.at(node).element, plain.sequence(scratch, *sequence),
+                 true, true);
         }
     pugi::xml_document scratch;
     pugi::xml_node top = add(scratch, "xmeml");
     add(top, itemsName);
-    keep(root, _xml.root(), top, std::string_view(_xml.root().attribute("version").value()) != "5");
+    keep(root, _xml.root(), top, std::string_view(_xml.root().attribute("version").value()) != "5", true);
 }
 
 } // namespace
@@ -1170,9 +1215,10 @@ CoSharedPtr<DmRoot> readFcp7xml(std::string bytes, const Options& options, Repor
 {
     try
     {
+        if (fromUtf16(bytes))
+            report.add(Report::Notice, 0, "the text is UTF-16: it goes out as UTF-8");
         // Other encodings say themselves what they are.
-        const bool isOther = bytes.starts_with("\xFE\xFF") || bytes.starts_with("\xFF\xFE") || bytes.find('\0') < 4 ||
-                             bytes.substr(0, 200).find("-16\"") != bytes.npos;
+        const bool isOther = bytes.find('\0') < 4 || bytes.substr(0, 200).find("-16\"") != bytes.npos;
         std::string declared = bytes.substr(0, 200);
         std::ranges::transform(declared, declared.begin(), toUpper);
         if (!isOther && declared.find("8859-1") == declared.npos && makeUtf8(bytes))

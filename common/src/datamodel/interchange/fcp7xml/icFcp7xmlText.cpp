@@ -3,6 +3,7 @@
 #include "icText.h"
 
 #include <algorithm>
+#include <charconv>
 #include <map>
 #include <unordered_map>
 
@@ -17,9 +18,11 @@ constexpr const char* wasMark = "our:was";
 constexpr const char* tailMark = "our:tail";
 constexpr const char* absentMark = "our:absent";
 constexpr const char* keyMark = "our:key";
+constexpr const char* othersMark = "our:others";
 
-constexpr unsigned parseFlags =
-    pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_comments | pugi::parse_pi | pugi::parse_doctype;
+/// Text that an element begins with lies in the element itself: it saves a third of what is parsed.
+constexpr unsigned parseFlags = pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_comments |
+                                pugi::parse_pi | pugi::parse_doctype | pugi::parse_embed_pcdata;
 
 bool isOurs(std::string_view name)
 {
@@ -109,6 +112,22 @@ private:
     std::unordered_map<std::string, int> _counts;
 };
 
+/// Tells the places of a form that name no key: the first of a name has that, the next one "#2" behind it.
+class Places
+{
+public:
+    std::string next(std::string_view name) const
+    {
+        const auto found = _counts.find(name);
+        std::string key(name);
+        return found == _counts.end() ? key : key.append("#").append(std::to_string(found->second + 1));
+    }
+    void take(std::string_view name) { ++_counts[name]; }
+
+private:
+    std::unordered_map<std::string_view, int> _counts;
+};
+
 std::map<std::string, pugi::xml_node, std::less<>> keyed(pugi::xml_node parent)
 {
     std::map<std::string, pugi::xml_node, std::less<>> children;
@@ -117,6 +136,22 @@ std::map<std::string, pugi::xml_node, std::less<>> keyed(pugi::xml_node parent)
         if (child.type() == pugi::node_element)
             children.emplace(keys.of(child), child);
     return children;
+}
+
+/// The links that are left, as one figure: each of a group of clips may name all others.
+std::string othersOf(const std::map<std::string, pugi::xml_node, std::less<>>& open)
+{
+    std::uint64_t figure = 0xCBF29CE484222325; // FNV-1a
+    bool hasAny = false;
+    for (const auto& [key, child] : open)
+        if (std::string_view(child.name()) == "link")
+        {
+            hasAny = true;
+            for (const char c : key)
+                figure = (figure ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+        }
+    char text[17];
+    return hasAny ? std::string(text, std::to_chars(text, text + sizeof text, figure, 16).ptr) : std::string();
 }
 
 class TextOutput final : public Output
@@ -144,16 +179,20 @@ void print(std::string& out, pugi::xml_node node)
 class FormMaker
 {
 public:
-    FormMaker(const NodeSet& nodes, std::string_view marks)
+    FormMaker(const NodeSet& nodes, std::string_view marks, bool isLast)
         : _nodes(nodes)
         , _marks(marks)
+        , _isLast(isLast)
     {
     }
 
-    void element(pugi::xml_node element, pugi::xml_node plain, std::string_view name, std::string_view key);
+    void element(pugi::xml_node element, pugi::xml_node plain, std::string_view name);
     std::string text;
 
 private:
+    void place(pugi::xml_node element, pugi::xml_node plain, Places& places, std::string_view key);
+    void head(pugi::xml_node element, std::string_view name);
+    void body(pugi::xml_node element, pugi::xml_node plain);
     void attribute(std::string_view name, std::string_view value)
     {
         text.append(" ").append(name).append("=\"");
@@ -161,10 +200,12 @@ private:
         text += '"';
     }
     void leaf(pugi::xml_node element, pugi::xml_node plain);
-    void verbatim(pugi::xml_node node);
+    /// `isLast`: lets go of what stands in the text then, but for what others may refer to.
+    void verbatim(pugi::xml_node node, bool isLast);
 
     const NodeSet& _nodes;
     std::string_view _marks;
+    bool _isLast;
 };
 
 void FormMaker::leaf(pugi::xml_node element, pugi::xml_node plain)
@@ -189,7 +230,7 @@ void FormMaker::leaf(pugi::xml_node element, pugi::xml_node plain)
     text.append("</").append(ours).append(element.name()).append(">");
 }
 
-void FormMaker::verbatim(pugi::xml_node node)
+void FormMaker::verbatim(pugi::xml_node node, bool isLast)
 {
     if (_nodes.contains(node.internal_object()))
     {
@@ -197,35 +238,74 @@ void FormMaker::verbatim(pugi::xml_node node)
         return;
     }
     if (node.type() != pugi::node_element || isLeaf(node))
-        return print(text, node);
+    {
+        print(text, node);
+        if (isLast)
+            node.parent().remove_child(node);
+        return;
+    }
     text.append("<").append(node.name());
     for (const pugi::xml_attribute each : node.attributes())
         attribute(each.name(), each.value());
     text += '>';
-    for (const pugi::xml_node child : node.children())
-        verbatim(child);
-    text.append("</").append(node.name()).append(">");
+    appendEscaped(text, node.value(), false);
+    const std::string_view name = node.name();
+    isLast = isLast && name != "file" && name != "sequence";
+    for (pugi::xml_node child = node.first_child(); child;)
+    {
+        const pugi::xml_node next = child.next_sibling();
+        verbatim(child, isLast);
+        child = next;
+    }
+    text.append("</").append(name).append(">");
+    if (isLast && !node.first_child())
+        node.parent().remove_child(node);
 }
 
-void FormMaker::element(pugi::xml_node element, pugi::xml_node plain, std::string_view name, std::string_view key)
+void FormMaker::head(pugi::xml_node element, std::string_view name)
 {
     text.append("<").append(name);
-    if (!key.empty() && key != element.name())
-        attribute(keyMark, key);
     for (const pugi::xml_attribute each : element.attributes())
         if (each.name() != std::string_view(lengthMark)) // which the model says
             attribute(each.name(), each.value());
-    const bool isTop = name == element.name();
-    if (isTop)
-        text.append(_marks);
-    if (!isTop && isLeaf(element) && isLeaf(plain))
+}
+
+void FormMaker::element(pugi::xml_node element, pugi::xml_node plain, std::string_view name)
+{
+    head(element, name);
+    text.append(_marks);
+    body(element, plain);
+    text.append("</").append(name).append(">");
+}
+
+void FormMaker::place(pugi::xml_node element, pugi::xml_node plain, Places& places, std::string_view key)
+{
+    const std::string name = std::string(ours) + element.name();
+    head(element, name);
+    if (key == places.next(element.name()))
+        places.take(element.name());
+    else
+        attribute(keyMark, key);
+    if (isLeaf(element) && isLeaf(plain))
         return leaf(element, plain);
+    body(element, plain);
+    text.append("</").append(name).append(">");
+}
+
+void FormMaker::body(pugi::xml_node element, pugi::xml_node plain)
+{
+    const auto isSpace = [](std::string_view said) { return said.find_first_not_of(" \t\r\n") == said.npos; };
     text += '>';
+    if (!isSpace(element.value()))
+        appendEscaped(text, element.value(), false);
     auto open = keyed(plain);
     Keys keys;
+    Places places;
     bool hasItems = false;
-    for (const pugi::xml_node child : element.children())
+    pugi::xml_node next;
+    for (pugi::xml_node child = element.first_child(); child; child = next)
     {
+        next = child.next_sibling();
         if (_nodes.contains(child.internal_object()))
         {
             if (!hasItems || std::string_view(child.name()) == "sequence")
@@ -233,35 +313,37 @@ void FormMaker::element(pugi::xml_node element, pugi::xml_node plain, std::strin
             hasItems = true;
             continue;
         }
-        if (child.type() == pugi::node_pcdata &&
-            std::string_view(child.value()).find_first_not_of(" \t\r\n") == std::string_view::npos)
+        if (child.type() == pugi::node_pcdata && isSpace(child.value()))
             continue;
-        const std::string childKey = child.type() == pugi::node_element ? keys.of(child) : std::string();
-        const auto found = open.find(childKey);
-        if (found == open.end() || childKey.empty())
+        const std::string key = child.type() == pugi::node_element ? keys.of(child) : std::string();
+        const auto found = open.find(key);
+        if (found == open.end() || key.empty())
         {
-            verbatim(child);
+            verbatim(child, _isLast);
             continue;
         }
-        if (childKey == "file") // which has a form of its own
-        {
+        if (key == "file") // which has a form of its own
             text.append("<").append(ours).append("file/>");
-            open.erase(found);
-            continue;
-        }
-        this->element(child, found->second, std::string(ours) + child.name(), childKey);
+        else
+            place(child, found->second, places, key);
         open.erase(found);
     }
-    for (const auto& [childKey, child] : open)
-        if (!child.attribute(optionalMark) && std::string_view(child.name()) != itemsName)
+    if (const std::string others = othersOf(open); !others.empty())
+    {
+        text.append("<").append(ours).append("link");
+        attribute(othersMark, others);
+        text += "/>";
+    }
+    for (const auto& [key, child] : open)
+        if (!child.attribute(optionalMark) && !child.attribute(usualMark) &&
+            std::string_view(child.name()) != itemsName && std::string_view(child.name()) != "link")
         {
             text.append("<").append(ours).append(child.name());
-            if (childKey != child.name())
-                attribute(keyMark, childKey);
+            if (key != child.name())
+                attribute(keyMark, key);
             attribute(absentMark, allText(child));
             text += "/>";
         }
-    text.append("</").append(name).append(">");
 }
 
 std::string_view plainName(std::string_view name)
@@ -418,10 +500,11 @@ void Output::leaf(std::string_view name, pugi::xml_node attributes, pugi::xml_no
 
 // Forms
 
-std::string formOf(pugi::xml_node element, pugi::xml_node plain, const NodeSet& nodes, std::string_view marks)
+std::string formOf(pugi::xml_node element, pugi::xml_node plain, const NodeSet& nodes, std::string_view marks,
+                   bool isLast)
 {
-    FormMaker maker(nodes, marks);
-    maker.element(element, plain, element.name(), "");
+    FormMaker maker(nodes, marks, isLast);
+    maker.element(element, plain, element.name());
     return std::move(maker.text);
 }
 
@@ -466,6 +549,8 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
     };
     const std::string_view name = form ? plainName(form.name()) : std::string_view(plain.name());
     auto open = keyed(plain);
+    Places places;
+    std::string_view others; ///< the links that the file has not
     std::vector<Entry> entries;
     for (const pugi::xml_node child : form.children())
     {
@@ -481,8 +566,15 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
             open.erase(itemsName);
             continue;
         }
+        if (const pugi::xml_attribute said = child.attribute(othersMark))
+        {
+            others = said.value();
+            continue;
+        }
         const pugi::xml_attribute key = child.attribute(keyMark);
-        const auto found = open.find(key ? std::string_view(key.value()) : plainName(childName));
+        const auto found = open.find(key ? std::string(key.value()) : places.next(plainName(childName)));
+        if (!key)
+            places.take(plainName(childName));
         if (found == open.end())
             continue; // the model says it no more
         if (child.attribute(absentMark) && allText(found->second) != child.attribute(absentMark).value())
@@ -491,6 +583,8 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
             entries.push_back({child, found->second});
         open.erase(found);
     }
+    if (!others.empty() && others == othersOf(open))
+        std::erase_if(open, [](const auto& each) { return std::string_view(each.second.name()) == "link"; });
     // In and out are one statement: where one was edited, what the file said of the other no longer counts. So are all
     // four where the file names the cut inside a transition, and we the transition's far side.
     bool isRangeEdited = false;
@@ -516,7 +610,8 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
             { return entry.plain == child || (entry.isItems && child.name() == std::string_view(itemsName)); });
         if (placed != entries.end())
             at = static_cast<std::size_t>(placed - entries.begin()) + 1;
-        else if (left.contains(child.internal_object()) && !child.attribute(optionalMark))
+        else if (left.contains(child.internal_object()) && !child.attribute(optionalMark) &&
+                 !(form && child.attribute(usualMark)))
         {
             const bool isItems = std::string_view(child.name()) == itemsName;
             entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(at),

@@ -9,9 +9,12 @@
 ///       <our:name/>                                   the model's, here
 ///       <our:in our:tail=".0"/>                       the model's, with more behind it
 ///       <our:pixelaspectratio our:was="square">...    the file's, as long as the model says "square"
-///       <our:enabled our:absent="TRUE"/>              not in the file, as long as the model says "TRUE"
+///       <our:rate our:absent="25|FALSE|"/>            not in the file, as long as the model says that
+///       <our:link our:others="cbf29ce4"/>             nor are other links, as long as they are of the same clips
 ///       <our:items/>                                  where the nodes inside stand
 ///     </clipitem>
+///
+/// What is not in the file, and says no more than that, has no place in the form either: <enabled>TRUE</enabled>.
 ///
 /// For sources of this library only.
 #pragma once
@@ -51,6 +54,7 @@ public:
     pugi::xml_node root() const { return _document.document_element(); }
     const pugi::xml_document& document() const { return _document; }
     std::uint32_t lineOf(pugi::xml_node node) const;
+    std::size_t size() const { return _text.size(); }
 
 private:
     std::uint32_t lineAt(std::ptrdiff_t offset) const;
@@ -71,6 +75,9 @@ inline constexpr const char* itemsName = "our:items";
 /// Marks a plain element that is only written where the form has a place for it.
 inline constexpr const char* optionalMark = "our:optional";
 
+/// Marks a plain element that says what a file without it means: a form without a place for it leaves it out.
+inline constexpr const char* usualMark = "our:usual";
+
 /// An attribute of a file's duration: "unknown" where that is only what is known to play.
 inline constexpr const char* lengthMark = "materialLength";
 /// Marks a plain file that stands here in full: it is written like the nodes inside.
@@ -81,6 +88,12 @@ pugi::xml_node add(pugi::xml_node parent, const char* name, std::string_view tex
 inline pugi::xml_node optional(pugi::xml_node element)
 {
     element.append_attribute(optionalMark) = "1";
+    return element;
+}
+inline pugi::xml_node usual(pugi::xml_node element, bool isUsual = true)
+{
+    if (isUsual)
+        element.append_attribute(usualMark) = "1";
     return element;
 }
 
@@ -110,7 +123,9 @@ private:
 using NodeSet = std::unordered_set<const void*>;
 
 /// What `element` says beyond `plain`; elements in `nodes` have become nodes of their own. `marks`: further attributes.
-std::string formOf(pugi::xml_node element, pugi::xml_node plain, const NodeSet& nodes, std::string_view marks = "");
+/// `isLast`: nobody asks for the element again; what only the form has of it goes as the form grows.
+std::string formOf(pugi::xml_node element, pugi::xml_node plain, const NodeSet& nodes, std::string_view marks = "",
+                   bool isLast = false);
 /// Writes the nodes that stand in an element of this name, or its file; where the form says so, one at a time.
 using WriteItems = std::function<void(Output&, std::string_view parent)>;
 /// Writes what the form and the plain element say together; `form` may be null.

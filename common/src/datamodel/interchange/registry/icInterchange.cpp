@@ -8,6 +8,7 @@
 #include "icOtioFormat.h"
 #include "icReplaceFile.h"
 #include "icSelect.h"
+#include "icText.h"
 
 #include <CoFile.h>
 
@@ -336,7 +337,9 @@ Reading readSource(Source& source, const Options& options, std::string_view name
                 LookedAtSource looked(source);
                 if (const std::string wrong = looked.fault(); !wrong.empty())
                     return report.add(Report::Error, 0, wrong);
-                reading.format = options.format.empty() ? formatOfBytes(looked.first()) : formatNamed(options.format);
+                std::string first(looked.first());
+                static_cast<void>(fromUtf16(first)); // each format says so itself
+                reading.format = options.format.empty() ? formatOfBytes(first) : formatNamed(options.format);
                 if (!reading.format && options.format.empty())
                     reading.format = formatOfPath(name);
                 if (reading.format)
@@ -351,7 +354,7 @@ Reading readSource(Source& source, const Options& options, std::string_view name
         reading.root.reset();
     else if (reading.root)
         guarded(report, [&] { report.locate(*reading.root); });
-    reading.findings = report.findings();
+    reading.findings = report.takeFindings();
     reading.places = report.takePlaces();
     return reading;
 }

@@ -3,6 +3,7 @@
 #include "dmContainerNode.h"
 #include "dmElementImp.h"
 #include "dmLayerNode.h"
+#include "dmMemoryImp.h"
 #include "dmSourceInput.h"
 #include "dmSpeedImp.h"
 #include "dmStoredLabel.h"
@@ -33,11 +34,30 @@ DmSourceNode::DictionaryEntry* lengthEntry(const MediaInput& input)
     return nullptr;
 }
 
-eDmErrorId setLengthEntry(MediaInput& input, const DmString& value)
+eDmErrorId setLengthEntry(MediaInput& input, const CoSharedPtr<DmSourceNode::DictionaryEntry>& entry)
 {
-    if (DmSourceNode::DictionaryEntry* const entry = lengthEntry(input))
-        return input.isFrozen() ? DM_CANNOT_LOCK : entry->setValue(value);
-    return input.addExtraData(DmSourceNode::DictionaryEntry::create(dmMaterialLengthKey, value));
+    DmSourceNode::DictionaryEntry* const before = lengthEntry(input);
+    if (before && entry && !before->isFrozen())
+        return before->setValue(entry->getValue());
+    int index = 0;
+    while (before && input.getExtraDataDictionary().at(index) != before)
+        ++index;
+    const eDmErrorId status = input.addExtraData(entry);
+    return before && status == DM_NO_ERROR ? input.removeExtraData(index) : status;
+}
+
+/// One for all: of most that lists play nobody knows the length. Throws while there is no memory to make it.
+const CoSharedPtr<DmSourceNode::DictionaryEntry>& unknownEntry()
+{
+    static const auto& shared = *[]
+    {
+        auto made = DmSourceNode::DictionaryEntry::create(dmMaterialLengthKey, dmMaterialLengthUnknown);
+        if (!made)
+            throw std::bad_alloc();
+        made->freeze();
+        return new CoSharedPtr<DmSourceNode::DictionaryEntry>(made);
+    }();
+    return shared;
 }
 
 /// None for what is no length: such an entry says as much as "unknown".
@@ -184,12 +204,13 @@ eDmErrorId dmSetMaterialLength(MediaInput& input, double length)
         return DM_BAD_VALUE;
     char text[32];
     const auto written = std::to_chars(text, text + sizeof text, length);
-    return setLengthEntry(input, DmString(std::wstring(text, written.ptr)));
+    return setLengthEntry(
+        input, DmSourceNode::DictionaryEntry::create(dmMaterialLengthKey, DmString(std::wstring(text, written.ptr))));
 }
 
 eDmErrorId dmSetMaterialLengthUnknown(MediaInput& input)
 {
-    return setLengthEntry(input, dmMaterialLengthUnknown);
+    return dmWithMemory([&input] { return setLengthEntry(input, unknownEntry()); });
 }
 
 const DmString& dmReelOf(const DmSourceNode::Input& input)

@@ -60,7 +60,8 @@ ZR_DM_API DmMaterial dmMaterialOf(const DmSegmentNode& segment, DM::FrameCodeMod
                                   DmPlayedBeside beside = {});
 
 /// Stores the entry: the file's own length in frames of its mode, or that nobody knows it. A length that is negative or
-/// no number is DM_BAD_VALUE; else the status of the setter.
+/// no number is DM_BAD_VALUE; else the status of the setter. An entry that says "unknown" is a constant that all such
+/// inputs share: another one takes its place.
 [[nodiscard]] ZR_DM_API eDmErrorId dmSetMaterialLength(DmSourceNode::MediaInput& input, double length);
 [[nodiscard]] ZR_DM_API eDmErrorId dmSetMaterialLengthUnknown(DmSourceNode::MediaInput& input);
 
