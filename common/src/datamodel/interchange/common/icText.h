@@ -6,6 +6,7 @@
 
 #include "dmString.h"
 
+#include <CoInteger.h>
 #include <CoNumber.h>
 
 #include <algorithm>
@@ -140,11 +141,8 @@ std::optional<Number> toNumber(std::string_view text)
         text.remove_prefix(1);
     if constexpr (std::is_floating_point_v<Number>)
         return DM::CoNumber::whole(text, std::chars_format::fixed);
-    Number number{};
-    const std::from_chars_result result = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (result.ec != std::errc() || result.ptr != text.data() + text.size())
-        return std::nullopt;
-    return number;
+    else
+        return DM::CoInteger::whole<Number>(text);
 }
 
 } // namespace interchange

@@ -113,13 +113,6 @@ std::uint64_t hashOf(std::wstring_view text)
     return text.empty() ? 0 : std::hash<std::wstring_view>()(text);
 }
 
-std::uint64_t mixed(std::uint64_t a, std::uint64_t b)
-{
-    std::uint64_t x = a ^ (b + 0x9e3779b97f4a7c15U + (a << 6U) + (a >> 2U));
-    x = (x ^ (x >> 31U)) * 0xbf58476d1ce4e5b9U;
-    return x ^ (x >> 29U);
-}
-
 Agreement agree(const Medium& a, const Medium& b)
 {
     bool compared = false;
@@ -361,6 +354,31 @@ std::string Cut::pathOf(const Shot& shot) const
 std::string Cut::label(double time) const
 {
     return std::isfinite(time) ? DM::TimeLabel::text(DM::TimeUnit(time), _fcm) : std::string();
+}
+
+namespace
+{
+
+void addCuts(const DmTreeNode& node, const std::string& path, int depth, std::vector<Cut>& cuts)
+{
+    constexpr int deepest = 512;
+    if (node.whatIs() == DM_COMPOSITION_NODE)
+        cuts.emplace_back(static_cast<const DmCompositionNode&>(node), path);
+    if ((node.whatIs() != DM_ROOT_NODE && node.whatIs() != DM_REEL_NODE) || depth > deepest)
+        return;
+    for (int i = 0; i < node.getNbChildren(); ++i)
+        if (const DmTreeNode* const child = node.getChild(i))
+            addCuts(*child, path + "/children/" + std::to_string(i) + '/' + dmUtf8(child->getPSetName()), depth + 1,
+                    cuts);
+}
+
+} // namespace
+
+std::vector<Cut> cutsOf(const DmRoot& root)
+{
+    std::vector<Cut> cuts;
+    addCuts(root, "/DmRoot", 0, cuts);
+    return cuts;
 }
 
 } // namespace dmCompare

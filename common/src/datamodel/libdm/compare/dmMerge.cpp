@@ -5,7 +5,6 @@
 
 #include "dmCueMark.h"
 #include "dmJsonImporter.h"
-#include "dmReelNode.h"
 #include "dmTreeJsonBuilder.h"
 #include "dmTreeTool.h"
 #include "dmUtf8.h"
@@ -19,43 +18,14 @@ using namespace dmCompare;
 namespace
 {
 
-struct PlacedCut
-{
-    Cut cut;
-    const DmCompositionNode* node;
-};
-
-/// The compositions of a document, those in containers aside; their paths are JSON pointers.
-void findCuts(const DmTreeNode& node, const std::string& path, int depth, std::vector<PlacedCut>& cuts)
-{
-    constexpr int deepest = 512;
-    if (node.whatIs() == DM_COMPOSITION_NODE)
-    {
-        const auto& composition = static_cast<const DmCompositionNode&>(node);
-        cuts.push_back({Cut(composition, path), &composition});
-    }
-    if ((node.whatIs() != DM_ROOT_NODE && node.whatIs() != DM_REEL_NODE) || depth > deepest)
-        return;
-    for (int i = 0; i < node.getNbChildren(); ++i)
-        if (const DmTreeNode* const child = node.getChild(i))
-            findCuts(*child, pointerTo(pointerTo(path + "/children", json::SizeType(i)), dmUtf8(child->getPSetName())),
-                     depth + 1, cuts);
-}
-std::vector<PlacedCut> cutsOf(const DmRoot& root)
-{
-    std::vector<PlacedCut> cuts;
-    findCuts(root, "/DmRoot", 0, cuts);
-    return cuts;
-}
-
 /// By name, then in order.
-const PlacedCut* partnerOf(const std::vector<PlacedCut>& all, std::vector<PlacedCut>& others, std::size_t i)
+const Cut* partnerOf(const std::vector<Cut>& all, std::vector<Cut>& others, std::size_t i)
 {
-    const auto named = std::ranges::count_if(others, [&](const PlacedCut& each)
-                                             { return each.node->getName() == all[i].node->getName(); });
+    const auto named = std::ranges::count_if(
+        others, [&](const Cut& each) { return each.composition().getName() == all[i].composition().getName(); });
     if (named == 1)
-        return &*std::ranges::find_if(others, [&](const PlacedCut& each)
-                                      { return each.node->getName() == all[i].node->getName(); });
+        return &*std::ranges::find_if(others, [&](const Cut& each)
+                                      { return each.composition().getName() == all[i].composition().getName(); });
     return named == 0 && all.size() == others.size() ? &others[i] : nullptr;
 }
 
@@ -109,9 +79,9 @@ double numberAt(const Value& members, const char* name)
 std::multiset<std::wstring> violationsOf(const DmRoot& root)
 {
     std::multiset<std::wstring> all;
-    for (const PlacedCut& cut : cutsOf(root))
+    for (const Cut& cut : cutsOf(root))
         for (const DmTreeViolation& violation :
-             DmTreeTool::findViolations(const_cast<DmCompositionNode*>(cut.node), DM_VALIDATE_ALL))
+             DmTreeTool::findViolations(const_cast<DmCompositionNode*>(&cut.composition()), DM_VALIDATE_ALL))
             all.insert(std::wstring(violation.message.view()));
     return all;
 }
@@ -130,8 +100,8 @@ bool isWorse(const DmRoot& result, const DmRoot& ours, const DmRoot& theirs)
 std::map<std::wstring, int> idsOf(const DmRoot& root)
 {
     std::map<std::wstring, int> ids;
-    for (const PlacedCut& placed : cutsOf(root))
-        for (const Shot& shot : placed.cut.shots())
+    for (const Cut& cut : cutsOf(root))
+        for (const Shot& shot : cut.shots())
             ++ids[std::wstring(shot.node->getSegmentId().view())];
     return ids;
 }
@@ -148,8 +118,8 @@ void nameApart(DmRoot& root, const DmRoot& ours, const DmRoot& theirs)
         const auto found = all.find(id);
         return found != all.end() && found->second > 1;
     };
-    for (const PlacedCut& placed : cutsOf(root))
-        for (const Shot& shot : placed.cut.shots())
+    for (const Cut& cut : cutsOf(root))
+        for (const Shot& shot : cut.shots())
         {
             const std::wstring id(shot.node->getSegmentId().view());
             if (id.empty() || seen.insert(id).second || hasTwice(inOurs, id) || hasTwice(inTheirs, id))
@@ -183,10 +153,10 @@ public:
         std::map<std::string, Value> lists;
         for (std::size_t i = 0; i < _baseCuts.size(); ++i)
         {
-            const PlacedCut* const one = partnerOf(_baseCuts, _ourCuts, i);
-            const PlacedCut* const other = partnerOf(_baseCuts, _theirCuts, i);
-            if (one && other && _baseCuts[i].cut.fcm() == one->cut.fcm() && _baseCuts[i].cut.fcm() == other->cut.fcm())
-                mergeCut(_baseCuts[i].cut, one->cut, other->cut, lists, allocator, ours, theirs);
+            const Cut* const one = partnerOf(_baseCuts, _ourCuts, i);
+            const Cut* const other = partnerOf(_baseCuts, _theirCuts, i);
+            if (one && other && _baseCuts[i].fcm() == one->fcm() && _baseCuts[i].fcm() == other->fcm())
+                mergeCut(_baseCuts[i], *one, *other, lists, allocator, ours, theirs);
         }
         ValueMerge merge(allocator, _favoursTheirs, _conflicts);
         merge.merged = [&](const std::string& path) -> const Value*
@@ -234,9 +204,9 @@ private:
     /// What follows from the merged layers, and numbers of tracks that both sides gave.
     void settle(Value& document, const std::map<std::string, Value>& lists, Allocator& allocator)
     {
-        for (const PlacedCut& placed : _ourCuts)
+        for (const Cut& cut : _ourCuts)
         {
-            Value* const members = valueAt(document, placed.cut.path());
+            Value* const members = valueAt(document, cut.path());
             const auto list =
                 members && members->IsObject() ? members->FindMember("children") : Value::MemberIterator();
             if (!members || !members->IsObject() || list == members->MemberEnd() || !list->value.IsArray())
@@ -247,17 +217,16 @@ private:
             std::set<std::pair<int, int>> numbers;
             for (Value& track : list->value.GetArray())
             {
-                const std::string above =
-                    pointerTo(placed.cut.path() + "/children", trackAt++) + "/DmTrackNode/children";
+                const std::string above = pointerTo(cut.path() + "/children", trackAt++) + "/DmTrackNode/children";
                 Value* const of = classOf(track) == "DmTrackNode" ? membersOf(track) : nullptr;
                 if (!of)
                     continue;
                 const int type = int(numberAt(*of, "mediaType"));
                 int number = int(numberAt(*of, "trackNum"));
-                if (!numbers.insert({type, number}).second && !hadTwice(placed, type, number))
+                if (!numbers.insert({type, number}).second && !hadTwice(cut, type, number))
                 {
                     DmMergeConflict& conflict = _conflicts.emplace_back();
-                    conflict.path = placed.cut.path();
+                    conflict.path = cut.path();
                     conflict.what = "both added a track " + std::to_string(number);
                     while (!numbers.insert({type, number}).second)
                         ++number;
@@ -279,14 +248,14 @@ private:
                 }
             }
             if (isMerged)
-                setNumber(*members, "compLength", std::max(end - placed.node->getRecordStart(), 0.0), allocator);
+                setNumber(*members, "compLength", std::max(end - cut.composition().getRecordStart(), 0.0), allocator);
         }
     }
-    static bool hadTwice(const PlacedCut& placed, int type, int number)
+    static bool hadTwice(const Cut& cut, int type, int number)
     {
         int count = 0;
-        for (int i = 0; i < placed.node->getNbChildren(); ++i)
-            if (const auto* const track = dynamic_cast<const DmTrackNode*>(placed.node->getChild(i)))
+        for (int i = 0; i < cut.composition().getNbChildren(); ++i)
+            if (const auto* const track = dynamic_cast<const DmTrackNode*>(cut.composition().getChild(i)))
                 count += track->getMediaType() == type && track->getTrackNum() == number ? 1 : 0;
         return count > 1;
     }
@@ -294,22 +263,22 @@ private:
     bool _favoursTheirs;
     std::vector<DmMergeConflict>& _conflicts;
     std::vector<std::string>& _notes;
-    std::vector<PlacedCut> _baseCuts;
-    std::vector<PlacedCut> _ourCuts;
-    std::vector<PlacedCut> _theirCuts;
+    std::vector<Cut> _baseCuts;
+    std::vector<Cut> _ourCuts;
+    std::vector<Cut> _theirCuts;
 };
 
 /// Red cue marks at the places of conflicts, by time, then text.
 void addMarks(DmRoot& root, const std::vector<DmMergeConflict>& conflicts)
 {
-    const std::vector<PlacedCut> cuts = cutsOf(root);
-    for (const PlacedCut& placed : cuts)
+    const std::vector<Cut> cuts = cutsOf(root);
+    for (const Cut& cut : cuts)
     {
-        auto* const composition = const_cast<DmCompositionNode*>(placed.node);
+        auto* const composition = const_cast<DmCompositionNode*>(&cut.composition());
         std::vector<std::pair<double, std::string>> marks;
         for (const DmMergeConflict& conflict : conflicts)
-            if (conflict.path.starts_with(placed.cut.path()) ||
-                (!conflict.path.starts_with("/DmRoot/children/") && &placed == cuts.data()))
+            if (conflict.path.starts_with(cut.path()) ||
+                (!conflict.path.starts_with("/DmRoot/children/") && &cut == cuts.data()))
                 marks.emplace_back(conflict.result, conflict.what + "; theirs: " + conflict.theirs);
         std::ranges::sort(marks);
         for (const auto& [time, text] : marks)

@@ -4,9 +4,7 @@
 #include "dmMatchImp.h"
 
 #include "dmJsonImporter.h"
-#include "dmReelNode.h"
 #include "dmStoredLabel.h"
-#include "dmUtf8.h"
 
 #include "CoInteger.h"
 
@@ -487,29 +485,14 @@ std::string faultOf(const Value& patch)
     return {};
 }
 
-void findCuts(const DmTreeNode& node, const std::string& path, int depth,
-              std::vector<std::pair<Cut, std::string>>& cuts)
-{
-    if (node.whatIs() == DM_COMPOSITION_NODE)
-        cuts.emplace_back(Cut(static_cast<const DmCompositionNode&>(node), {}), path);
-    constexpr int deepest = 512;
-    if ((node.whatIs() != DM_ROOT_NODE && node.whatIs() != DM_REEL_NODE) || depth > deepest)
-        return;
-    for (int i = 0; i < node.getNbChildren(); ++i)
-        if (const DmTreeNode* const child = node.getChild(i))
-            findCuts(*child, pointerTo(pointerTo(path + "/children", json::SizeType(i)), dmUtf8(child->getPSetName())),
-                     depth + 1, cuts);
-}
-
 /// Where a document has the shots of a patch, as JSON pointers; "" for those that it has not.
 std::vector<std::string> placesOf(const Value& shots, const DmRoot& root)
 {
     std::vector<CoSharedPtr<DmPropertySet>> kept;
     std::vector<Shot> wanted;
     std::vector<json::SizeType> numbers;
-    std::vector<std::pair<Cut, std::string>> cuts;
-    findCuts(root, "/DmRoot", 0, cuts);
-    const DM::FrameCodeModes fcm = cuts.empty() ? DM::FCM_NOT_DEFINED : cuts.front().first.fcm();
+    const std::vector<Cut> cuts = cutsOf(root);
+    const DM::FrameCodeModes fcm = cuts.empty() ? DM::FCM_NOT_DEFINED : cuts.front().fcm();
     for (json::SizeType i = 0; i < shots.Size(); ++i)
     {
         CoSharedPtr<DmPropertySet> set;
@@ -525,15 +508,15 @@ std::vector<std::string> placesOf(const Value& shots, const DmRoot& root)
     }
     std::vector<Shot> there;
     std::vector<std::string> paths;
-    for (const auto& [cut, path] : cuts)
+    for (const Cut& cut : cuts)
         for (const Shot& shot : cut.shots())
         {
             const Lane& lane = cut.laneOf(shot);
             const auto child = [](const std::string& above, int at, const char* name)
             { return pointerTo(above + "/children", json::SizeType(at)) + (*name ? std::string("/") + name : ""); };
             there.push_back(shot);
-            paths.push_back(
-                child(child(child(path, lane.trackAt, "DmTrackNode"), lane.layerAt, "DmLayerNode"), shot.element, ""));
+            paths.push_back(child(child(child(cut.path(), lane.trackAt, "DmTrackNode"), lane.layerAt, "DmLayerNode"),
+                                  shot.element, ""));
         }
     const Match match = matchShots(wanted, there);
     std::vector<std::string> places(shots.Size());

@@ -57,6 +57,18 @@ DmRuns::Node adopted(DmEditDraft& draft, const DmTimelineValue& before, const Dm
     return copy;
 }
 
+/// Another timeline, to go with this one: of its mode. `none`: what is said where there is no other.
+DmEditDraft draftOf(const DmTimelineValue* other, const DmEditDraft& ours, const char* none)
+{
+    if (!other)
+        dmRefuse("%s", none);
+    DmEditDraft theirs;
+    theirs.value = *other;
+    if (dmModeOrDefault(dmFcmFromText(theirs.value.bare->getFCM())) != ours.fcm)
+        dmRefuse("The other timeline is of another mode; conform it first.");
+    return theirs;
+}
+
 /// Copies of marks, for a composition or a layer whose times lie elsewhere.
 template <class Holder>
 void addMarks(Holder& holder, const DmSetList<DmCueMark>& marks, double shift)
@@ -138,12 +150,8 @@ DmStatus DmEdit::concatenate(const DmTimeline& other)
     return _imp->run(
         [&]
         {
-            if (!other || !other.value())
-                dmRefuse("There is no timeline to put behind this one.");
-            DmEditDraft theirs;
-            theirs.value = *other.value();
-            if (dmModeOrDefault(dmFcmFromText(theirs.value.bare->getFCM())) != _imp->draft.fcm)
-                dmRefuse("The other timeline is of another mode; conform it first.");
+            DmEditDraft theirs =
+                draftOf(other ? other.value() : nullptr, _imp->draft, "There is no timeline to put behind this one.");
             const DmTimelineValue before = _imp->draft.value;
             const auto [begin, end] = extent(_imp->draft);
             const auto [theirBegin, theirEnd] = extent(theirs);
@@ -223,12 +231,8 @@ DmStatus DmEdit::stack(const DmTimeline& other)
     return _imp->run(
         [&]
         {
-            if (!other || !other.value())
-                dmRefuse("There is no timeline to put on top of this one.");
-            DmEditDraft theirs;
-            theirs.value = *other.value();
-            if (dmModeOrDefault(dmFcmFromText(theirs.value.bare->getFCM())) != _imp->draft.fcm)
-                dmRefuse("The other timeline is of another mode; conform it first.");
+            DmEditDraft theirs = draftOf(other ? other.value() : nullptr, _imp->draft,
+                                         "There is no timeline to put on top of this one.");
             const DmTimelineValue before = _imp->draft.value;
             const double shift = extent(_imp->draft).first - extent(theirs).first;
             std::size_t done = 0;

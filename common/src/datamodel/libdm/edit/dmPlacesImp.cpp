@@ -1,5 +1,7 @@
 #include "dmPlacesImp.h"
 
+#include "CoHashImp.h"
+
 #include <functional>
 
 namespace
@@ -30,8 +32,7 @@ std::uint64_t DmPlaces::hashOf(const DmString& id)
 {
     const std::wstring_view group = dmLinkGroupOf(id);
     // A group and an id of the same text are two things.
-    const std::uint64_t hash = std::hash<std::wstring_view>()(group.empty() ? id.view() : group);
-    return (hash ^ (group.empty() ? 0 : 0x9E3779B97F4A7C15U)) * 0xD6E8FEB86659FD93U;
+    return DM::CoHash::mixed(std::hash<std::wstring_view>()(group.empty() ? id.view() : group), group.empty() ? 0 : 1);
 }
 
 const DmPlaces::Bucket& DmPlaces::bucketOf(std::uint64_t hash) const

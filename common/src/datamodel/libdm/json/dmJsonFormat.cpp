@@ -43,9 +43,8 @@ char* formatFraction(double value, char* out)
     for (; *at != 'e'; ++at)
         if (*at != '.')
             out[length++] = *at;
-    at += at[1] == '+' ? 2 : 1;
-    int exponent = 0;
-    std::from_chars(at, end, exponent);
+    std::size_t read = 0;
+    const int exponent = DM::CoInteger::read<int>(std::string_view(at + 1, end), read);
     return zrRapidjson::internal::Prettify(out, length, exponent - (length - 1), 324);
 }
 

@@ -2,7 +2,6 @@
 
 #include "CoInteger.h"
 
-#include <cwchar>
 #include <string>
 
 namespace
@@ -97,8 +96,9 @@ eDmErrorId DmNodeId::pop_front(std::uint64_t& number, int& index)
     const std::wstring_view first = all.substr(0, slash);
     number = numberAt(first);
     index = self;
+    std::size_t length = 0;
     if (const std::size_t dot = first.find(L'.'); dot != first.npos)
-        index = static_cast<int>(std::wcstol(std::wstring(first.substr(dot + 1)).c_str(), nullptr, 10));
+        index = DM::CoInteger::read<int>(first.substr(dot + 1), length);
     setText(slash == all.npos ? DmString() : DmString(all.substr(slash + 1)));
     return DM_NO_ERROR;
 }

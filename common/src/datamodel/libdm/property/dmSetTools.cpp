@@ -7,6 +7,7 @@
 #include "dmSetAccessImp.h"
 #include "dmUtf8.h"
 
+#include "CoHashImp.h"
 #include "zrAssert.h"
 
 #include <algorithm>
@@ -265,14 +266,6 @@ public:
                     const Level* levelAbove, bool& equal);
 
 private:
-    struct PairHash
-    {
-        std::size_t operator()(const std::pair<const void*, const void*>& pair) const
-        {
-            return std::hash<const void*>()(pair.first) * 31 + std::hash<const void*>()(pair.second);
-        }
-    };
-
     eDmErrorId differs(const DmPropertyPath* path, bool& equal)
     {
         equal = false;
@@ -353,7 +346,7 @@ private:
 
     std::string* _difference;
     ClassPlans _plans;
-    std::unordered_set<std::pair<const void*, const void*>, PairHash> _known; ///< shared sets found equal
+    std::unordered_set<std::pair<const void*, const void*>, DM::CoHash::OfPair> _known; ///< shared sets found equal
 };
 
 eDmErrorId Comparison::sets(const DmPropertySet& a, const DmPropertySet& b, const DmPropertyPath* above,

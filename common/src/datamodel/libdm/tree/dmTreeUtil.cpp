@@ -12,6 +12,7 @@
 #include "dmTrxEffectNode.h"
 #include "dmUtf8.h"
 
+#include "CoHashImp.h"
 #include "zrPost.h"
 
 #include <algorithm>
@@ -57,24 +58,11 @@ std::wstring number(int value)
 /// What the visitors of one validation share: that of the composition, and those of what containers hold.
 struct DmValidationVisitor::Run
 {
-    struct Nested
-    {
-        const DmCompositionNode* composition;
-        bool withRules;
-
-        bool operator==(const Nested&) const = default;
-    };
-    struct Hash
-    {
-        std::size_t operator()(const Nested& nested) const
-        {
-            return std::hash<const void*>()(nested.composition) * 2 + static_cast<std::size_t>(nested.withRules);
-        }
-    };
+    using Nested = std::pair<const DmCompositionNode*, bool>; ///< a composition, and whether its rules are asked for
 
     std::vector<DmTreeViolation>* all = nullptr;  ///< takes every violation; null: the first one is posted
     std::vector<const DmCompositionNode*> inside; ///< that are being looked at, each nested in the one before
-    std::unordered_map<Nested, bool, Hash> known; ///< looked at once, however many containers share them
+    std::unordered_map<Nested, bool, DM::CoHash::OfPair> known; ///< looked at once, however many containers share them
 };
 
 /// How nested compositions are followed where their rules are not asked for: from container to container.

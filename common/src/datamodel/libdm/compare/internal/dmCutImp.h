@@ -6,11 +6,14 @@
 
 #include "dmCompositionNode.h"
 #include "dmLayerNode.h"
+#include "dmRoot.h"
 #include "dmRunsImp.h"
 #include "dmSegmentNode.h"
 #include "dmTrackNode.h"
 #include "dmTransitionNode.h"
 #include "dmTrxEffectNode.h"
+
+#include "CoHashImp.h"
 #include "tuFcm.h"
 
 #include <cstdint>
@@ -131,11 +134,14 @@ private:
     std::vector<Shot> _shots;
 };
 
+/// The compositions of a document, those in containers aside; their paths are JSON pointers.
+std::vector<Cut> cutsOf(const DmRoot& root);
+
 /// Of a shot, what it plays is told from `composition` mode.
 Shot shotOf(const DmSegmentNode& segment, DM::FrameCodeModes fcm);
 
 std::uint64_t hashOf(std::wstring_view text);
-std::uint64_t mixed(std::uint64_t a, std::uint64_t b);
+using DM::CoHash::mixed;
 
 /// Whether an id was made up by a reader of a list: from an event's number ("12-V1"), or from medium and in-time
 /// ("A001@90025/2"). Such ids are no names that anybody gave.

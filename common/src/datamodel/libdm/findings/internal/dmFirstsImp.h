@@ -9,6 +9,8 @@
 /// maps of nodes, most of it for their memory; here it takes about half of one.
 #pragma once
 
+#include "CoHashImp.h"
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -69,9 +71,10 @@ private:
 
     static std::size_t hashOf(const DmFirstsKey& key)
     {
+        using DM::CoHash::mixed;
         const std::hash<std::wstring_view> hash;
         const auto number = std::bit_cast<std::uint64_t>(key.number + 0.0); // one zero
-        return hash(key.text) + 31 * (hash(key.second) + 31 * (number % 0xFFFF'FFFB + static_cast<unsigned>(key.kind)));
+        return mixed(mixed(hash(key.text), hash(key.second)), number + static_cast<unsigned>(key.kind));
     }
 
     std::vector<std::uint32_t> _slots; ///< 1 + the place in _all; 0: none
