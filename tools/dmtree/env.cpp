@@ -95,9 +95,10 @@ void dmtree::addEnv(CLI::App& app, Run& run)
         "env", "List every environment variable of the system: value, default, what it takes and does, declaring file");
     const auto asHtml = std::make_shared<bool>(false);
     command->add_flag("--html", *asHtml, "Print names, values, defaults and files as an HTML page");
-    command->footer("Of \"true, false\", the texts false, FALSE and 0 are false and all others true. \"set: true\": "
-                    "set to whatever\n"
-                    "text. Each is read once, when it is first needed; those of assertions and exceptions, when the\n"
-                    "library is loaded. docs/environment.md has them all.");
+    command->footer(
+        "Of \"true, false\", the texts false, FALSE and 0 are false and all others true. \"set: true\": "
+        "set to whatever\n"
+        "text. Each is read once, when it is first needed (ZR_DEFAULT_FCM again until it names a mode); those\n"
+        "of assertions and exceptions, when the library is loaded. docs/environment.md has them all.");
     command->callback([&run, asHtml] { run = [asHtml] { return listVariables(*asHtml); }; });
 }
