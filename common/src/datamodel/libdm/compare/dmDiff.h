@@ -110,6 +110,12 @@ public:
     /// hold themselves and for a kind to ignore that there is not.
     static DmDiff between(const DmTreeNode* before, const DmTreeNode* after, const DmDiffOptions& options = {},
                           DmStatus* status = nullptr);
+    template <class Node>
+    static DmDiff between(const CoSharedPtr<Node>& before, const CoSharedPtr<Node>& after,
+                          const DmDiffOptions& options = {}, DmStatus* status = nullptr)
+    {
+        return between(static_cast<const DmTreeNode*>(before.get()), after.get(), options, status);
+    }
     static DmDiff between(const DmTimeline& before, const DmTimeline& after, const DmDiffOptions& options = {},
                           DmStatus* status = nullptr);
 

@@ -45,4 +45,9 @@ public:
     {
         return generate(root.get(), path, layout);
     }
+    static DmStatus generateUtf8(const CoSharedPtr<DmPropertySet>& root, std::string& out,
+                                 Layout layout = Layout::Environment)
+    {
+        return generateUtf8(root.get(), out, layout);
+    }
 };

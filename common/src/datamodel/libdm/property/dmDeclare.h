@@ -282,8 +282,14 @@ private:
     DmPropertyDef* _added = nullptr;
 };
 
+// Beside a base class of every set: a set's own code finds it without the name of the namespace.
+namespace DM
+{
+
 template <class Owner>
 [[nodiscard]] DmDeclaration<Owner> declare(Owner& set, eDmErrorId base = DM_NO_ERROR)
 {
     return DmDeclaration<Owner>(set, base);
 }
+
+} // namespace DM

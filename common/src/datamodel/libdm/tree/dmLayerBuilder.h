@@ -50,6 +50,7 @@ public:
     /// Where the last element ends.
     double getEnd() const { return _end; }
     bool holds(const DmTreeNode* element) const { return _held.count(element) != 0; }
+    bool holds(const CoSharedPtr<DmTreeNode>& element) const { return holds(element.get()); }
     /// The layer so far, its start and length set; a transition at its end gets a gap of no length behind it. More may
     /// be put in behind, and finish() called again: what follows stands behind the transition then, and that gap goes.
     /// Null when the layer could not be made.

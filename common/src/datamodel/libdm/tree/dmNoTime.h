@@ -1,4 +1,4 @@
-/// The time of a node's optional marks that is not set.
+/// What a time is that is not set: a mark that there is not, say.
 #pragma once
 
 /// Frames; the value of DM::TimeUnit::getNotATime().

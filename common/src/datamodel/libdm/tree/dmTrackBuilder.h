@@ -43,6 +43,7 @@ public:
     /// with the same layers. Null when it could not be made.
     CoSharedPtr<DmTrackNode> finish();
     bool holds(const DmTreeNode* element) const;
+    bool holds(const CoSharedPtr<DmTreeNode>& element) const { return holds(element.get()); }
     /// Finishes the track, adds it to a composition, and makes the composition as long as it takes to reach the track's
     /// end from its own begin (DmCompositionNode::getRecordStart), if it is shorter: all of it happens, before any
     /// listener hears of it, or nothing. Set the start time code first.
@@ -51,7 +52,7 @@ public:
 private:
     /// With the layers as they are, unfinished; null without memory.
     CoSharedPtr<DmTrackNode> makeTrack() const;
-    bool canTake(const CoSharedPtr<DmTreeNode>& element) const { return _isWhole && !holds(element.get()); }
+    bool canTake(const CoSharedPtr<DmTreeNode>& element) const { return _isWhole && !holds(element); }
 
     int _trackNum;
     eDmTreeMediaType _mediaType;

@@ -70,6 +70,10 @@ public:
     }
     /// Each parent once; `status` as above.
     std::vector<DmTreeNode*> parentsOf(const DmTreeNode* node, eDmErrorId* status = nullptr) const;
+    std::vector<DmTreeNode*> parentsOf(const CoSharedPtr<DmTreeNode>& node, eDmErrorId* status = nullptr) const
+    {
+        return parentsOf(node.get(), status);
+    }
 
 private:
     class Collector;

@@ -52,6 +52,10 @@ public:
 
     /// All of them for a composition whose origin is DM_ORIGIN_STRICT, else those that always hold.
     static unsigned getValidationOptions(const DmCompositionNode* composition);
+    static unsigned getValidationOptions(const CoSharedPtr<DmCompositionNode>& composition)
+    {
+        return getValidationOptions(composition.get());
+    }
     /// Checks a composition with its own options. The first rule that is broken is posted as an error.
     static bool isValidTree(DmCompositionNode* composition);
     static bool isValidTree(const CoSharedPtr<DmCompositionNode>& composition);
