@@ -363,6 +363,23 @@ TEST(Merge, DecidesWhatBothAdded)
     }
 }
 
+TEST(Merge, TakesATrackInThePlaceOfAnotherForNoChangeOfIt)
+{
+    const auto base = zrDrawing::tree("AAAA\nBBBB");
+    const auto ours = zrDrawing::tree("AAAA\nCCCC");
+    const auto theirs = zrDrawing::tree("AAAA\nBBBB");
+    const auto trackOf = [](DmRoot& root) { return static_cast<DmTrackNode*>(root.getChild(0)->getChild(1)); };
+    const auto shotOf = [&](DmRoot& root)
+    { return static_cast<DmSegmentNode*>(trackOf(root)->getChild(0)->getChild(0)); };
+    static_cast<void>(trackOf(*ours)->setTrackNum(3));
+    static_cast<void>(shotOf(*theirs)->setMuted(true));
+    const DmMerge merge = DmMerge::merge(base.get(), *ours, *theirs);
+    EXPECT_EQ(drawn(merge), "AAAA\nCCCC");
+    EXPECT_FALSE(shotOf(*merge.result())->getMuted());
+    ASSERT_EQ(merge.conflicts().size(), 1U);
+    EXPECT_EQ(merge.conflicts()[0].what, "one side removed what the other changed");
+}
+
 TEST(Merge, SaysWhatMeetsATransition)
 {
     const auto base = zrDrawing::tree("AAAA|BBBB", "B10");

@@ -55,6 +55,34 @@ TEST(EditWhole, TellsHowFarItIs)
     }
 }
 
+TEST(EditWhole, ARangeHasTheMarksThatStandInIt)
+{
+    const auto root = zrDrawing::tree("AAAA|BBBB");
+    auto& cut = static_cast<DmCompositionNode&>(*root->getChild(0));
+    auto& layer = static_cast<DmLayerNode&>(*cut.getChild(0)->getChild(0));
+    for (const auto& [time, length] : {std::pair(0.0, 2.0), {1.0, 4.0}, {2.0, 0.0}, {5.0, 9.0}, {6.0, 1.0}, {8.0, 0.0}})
+    {
+        const auto mark = DmCueMark::create(L"", time);
+        static_cast<void>(mark->setCueMarkDuration(length));
+        static_cast<void>(cut.addCueMark(mark));
+        static_cast<void>(layer.addCueMark(DmCueMark::create(L"", time)));
+    }
+    DmEdit edit(DmTimeline::publish(root));
+    ASSERT_TRUE(edit.trimToRange(2, 6).ok());
+    const auto trimmed = edit.timeline().root();
+    const auto marksOf = [](const auto& node)
+    {
+        std::vector<std::pair<double, double>> marks;
+        for (int i = 0; i < node.getCueMarks().count(); ++i)
+            marks.emplace_back(node.getCueMarks().at(i)->getCueMarkTime(),
+                               node.getCueMarks().at(i)->getCueMarkDuration());
+        return marks;
+    };
+    const auto& result = static_cast<DmCompositionNode&>(*trimmed->getChild(0));
+    EXPECT_EQ(marksOf(result), (std::vector<std::pair<double, double>>{{0, 3}, {0, 0}, {3, 9}}));
+    EXPECT_EQ(marksOf(static_cast<DmLayerNode&>(*result.getChild(0)->getChild(0))).size(), 2U);
+}
+
 TEST(EditWhole, RelinkingChangesASharedInputOnce)
 {
     const auto root = zrDrawing::tree("AA|BB|CC");

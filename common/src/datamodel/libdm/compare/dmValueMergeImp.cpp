@@ -1,6 +1,8 @@
 #include "dmValueMergeImp.h"
 
 #include <algorithm>
+#include <set>
+#include <string>
 #include <tuple>
 #include <unordered_map>
 
@@ -51,6 +53,54 @@ auto orderOf(const Value* element)
         if (const Value* const value = memberOf(membersOf(*element), name); value && value->IsNumber())
             time = value->GetDouble();
     return std::tuple(time, textOf(*element));
+}
+
+/// The ids, or else the names, of what stands on a track.
+std::set<std::string> shotsOf(const Value& trackMembers)
+{
+    std::set<std::string> shots;
+    const auto forEachChild = [](const Value* members, const auto& call)
+    {
+        const Value* const children = memberOf(members, "children");
+        if (children && children->IsArray())
+            for (const Value& child : children->GetArray())
+                if (const Value* const inside = membersOf(child))
+                    call(*inside);
+    };
+    const auto add = [&shots](const Value& element)
+    {
+        const Value* const source = memberOf(&element, "srcInput");
+        for (const char* const key : {"segmentId", "name"})
+            if (const Value* const name = memberOf(&element, key);
+                source && name && name->IsString() && name->GetStringLength() > 0)
+            {
+                shots.emplace(viewOf(*name));
+                return;
+            }
+    };
+    forEachChild(&trackMembers, [&](const Value& layer) { forEachChild(&layer, add); });
+    return shots;
+}
+
+/// Whether two tracks have nothing in common: neither their number nor anything that stands on them.
+bool areOtherTracks(const Value& one, const Value& other)
+{
+    const Value* const a = membersOf(one);
+    const Value* const b = membersOf(other);
+    if (!a || !b || classOf(one) != "DmTrackNode" || classOf(other) != "DmTrackNode")
+        return false;
+    const auto isSameOf = [&](const char* name)
+    {
+        const Value* const x = memberOf(a, name);
+        const Value* const y = memberOf(b, name);
+        return x == y || (x && y && isSame(*x, *y));
+    };
+    if (isSameOf("trackNum") && isSameOf("mediaType"))
+        return false;
+    const std::set<std::string> shots = shotsOf(*a);
+    const std::set<std::string> others = shotsOf(*b);
+    return !shots.empty() && !others.empty() &&
+           std::ranges::none_of(shots, [&](const std::string& shot) { return others.contains(shot); });
 }
 
 } // namespace
@@ -176,7 +226,8 @@ Value ValueMerge::mergeLists(const Value& base, const Value& ours, const Value& 
     {
         std::vector<json::SizeType> places(base.Size(), none);
         for (const ListPair& pair : alignLists(base, side))
-            places[pair.before] = pair.after;
+            if (!areOtherTracks(base[pair.before], side[pair.after]))
+                places[pair.before] = pair.after;
         return places;
     };
     const std::vector<json::SizeType> inOurs = placesIn(ours);

@@ -108,6 +108,45 @@ CoSharedPtr<DmLayerNode> adopted(const DmLayerNode& layer, double start, double 
     return bare;
 }
 
+/// Takes marks away that lie outside of a range; of one that reaches into it, what lies inside stays.
+template <class Holder>
+void trimMarks(Holder& holder, double in, double out)
+{
+    for (int i = holder.getCueMarks().count(); i-- > 0;)
+    {
+        DmCueMark* const mark = holder.getCueMarks().at(i);
+        if (!mark || !dmIsTime(mark->getCueMarkTime()))
+            continue;
+        const double time = mark->getCueMarkTime();
+        const double length = dmIsTime(mark->getCueMarkDuration()) ? mark->getCueMarkDuration() : 0.0;
+        if (time >= out - dmEditTolerance || (time < in - dmEditTolerance && time + length <= in + dmEditTolerance))
+            static_cast<void>(holder.removeCueMark(i));
+        else if (time < in - dmEditTolerance)
+        {
+            static_cast<void>(mark->setCueMarkTime(in));
+            static_cast<void>(mark->setCueMarkDuration(time + length - in));
+        }
+    }
+}
+
+/// Where something is taken off, in front of `in` or from `out` on.
+void trimMarks(DmEditDraft& draft, double in, double out)
+{
+    const auto trimmed = [&]<class Node>(const Node& was)
+    {
+        const CoSharedPtr<Node> bare = dmEditCopy(was);
+        trimMarks(*bare, in, out);
+        bare->freeze();
+        return bare;
+    };
+    if (draft.value.bare->getCueMarks().count() > 0)
+        draft.value.bare = trimmed(*draft.value.bare);
+    for (DmTimelineValue::Track& track : draft.value.tracks)
+        for (DmTimelineValue::Layer& layer : track.layers)
+            if (layer.bare && layer.bare->getCueMarks().count() > 0)
+                layer.bare = trimmed(*layer.bare);
+}
+
 } // namespace
 
 DmStatus DmEdit::trimToRange(const DmEditTime& from, const DmEditTime& to)
@@ -139,6 +178,7 @@ DmStatus DmEdit::trimToRange(const DmEditTime& from, const DmEditTime& to)
                              lane.beginBy(begin);
                              _imp->close(place, begin, in);
                          });
+            trimMarks(_imp->draft, by > 0.0 ? in : -HUGE_VAL, out < end ? out : HUGE_VAL);
             const auto all_ = [](int) { return true; };
             _imp->shiftMarks(end, -std::max(0.0, end - out), all_);
             _imp->shiftMarks(in, -by, all_);
