@@ -95,9 +95,12 @@ bool isUsualPrefix(NoteKind kind, std::string_view written)
         text.remove_prefix(text.empty() ? 0 : 1);
         return first;
     };
-    std::string_view usual = notePrefix(kind);
+    std::string_view usual = trimmed(notePrefix(kind));
     if (isStarred(kind) && take(written) != '*')
         return false;
+    written = trimmed(written);
+    if (written == usual)
+        return true;
     for (char c = take(written); c == take(usual); c = take(written))
         if (c == '\0')
             return true;

@@ -1,4 +1,4 @@
-/// What a time is that is not set: a mark that there is not, say.
+/// The value of a time that is not set, as the in mark of a composition without one.
 #pragma once
 
 /// Frames; the value of DM::TimeUnit::getNotATime().

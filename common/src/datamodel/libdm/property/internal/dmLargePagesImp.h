@@ -1,7 +1,7 @@
 /// Large pages for memory that is about to be touched for the first time, where the system gives them to who asks
 /// (MADV_HUGEPAGE): one fault for 2 MiB in the place of 512, and as many fewer addresses to look up ever after.
 ///
-/// What pays for it: a cut of 10 000 clips is opened in half of the time, and copied in a third (documentsBench).
+/// What pays for it: a cut of 100 000 plain clips is opened in six sevenths of the time, and copied in two thirds.
 #pragma once
 
 #include <cstddef>
