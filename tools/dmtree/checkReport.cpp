@@ -418,12 +418,18 @@ std::string explain(const DmFindings& findings, const std::string& word)
             text += (text.empty() ? "" : "\n") + dmRulePage(*rule);
     if (!text.empty())
         return text;
+    const auto names = [&word](const std::string& code)
+    { return word == dmFindingGroup(code) || (word.starts_with("DM") && code.starts_with(word) && code != word); };
     std::vector<Row> rows;
     for (const DmRule* const rule : findings.rules())
-        if (word == dmFindingGroup(rule->code) ||
-            (word == std::string(rule->code).substr(0, word.size()) && word.starts_with("DM")))
+        if (names(rule->code))
             rows.push_back(
                 {rule->code, rule->name, std::string(rule->line) + (rule->isOn ? "" : " (only when selected)")});
+    const auto isShown = [&rows](const DmFindingCode& code)
+    { return std::ranges::any_of(rows, [&code](const Row& row) { return row.front() == code.code; }); };
+    for (const DmFindingCode& code : dmFindingCodes()) // the rules among them, too
+        if (names(code.code) && !isShown(code))
+            rows.push_back({code.code, code.text});
     std::ostringstream table;
     printColumns(table, rows);
     text = table.str();
