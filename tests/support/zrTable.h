@@ -63,12 +63,36 @@ inline std::ostream& operator<<(std::ostream& out, const ZrRow& row)
 /// Where the tests' sources are.
 const char* zrTestsDirectory();
 
-/// The rows of a file beside the source that asks.
-inline std::vector<ZrRow> zrRowsOf(const std::string& name,
-                                   const std::string& source = __builtin_FILE()) // perhaps relative
+/// A file beside the source that asks.
+inline std::string zrBeside(const std::string& source, const std::string& name) // the source's path is perhaps relative
 {
     const std::size_t room = source.rfind("tests/") + 5;
-    std::ifstream file(zrTestsDirectory() + source.substr(room, source.rfind('/') + 1 - room) + name);
+    return zrTestsDirectory() + source.substr(room, source.rfind('/') + 1 - room) + name;
+}
+
+/// Against what is written down in a file beside the source that asks. What is found is left beside the program: where
+/// a change is meant, it takes the file's place.
+inline void zrExpectWritten(const std::string& found, const std::string& name,
+                            const std::string& source = __builtin_FILE())
+{
+    std::ofstream(name) << found;
+    std::ifstream file(zrBeside(source, name));
+    std::istringstream lines(found);
+    std::string now;
+    std::string written;
+    int number = 0;
+    while (++number, std::getline(file, written))
+        if (!std::getline(lines, now) || now != written)
+            break;
+    EXPECT_TRUE(!file && !std::getline(lines, now))
+        << name << ':' << number << ": " << written << "\nnow: " << now << "\nWhat is found stands in " << name
+        << ", here where the test ran.";
+}
+
+/// The rows of a file beside the source that asks.
+inline std::vector<ZrRow> zrRowsOf(const std::string& name, const std::string& source = __builtin_FILE())
+{
+    std::ifstream file(zrBeside(source, name));
     std::vector<ZrRow> rows;
     int number = 0;
     for (std::string line; std::getline(file, line);)

@@ -2,6 +2,7 @@
 #include "zrEditCases.h"
 #include "zrNaive.h"
 #include "zrRandomEdits.h"
+#include "zrTable.h"
 
 using namespace zrEditCases;
 
@@ -13,4 +14,16 @@ TEST(EditNaive, RandomOperationsPlayWhatTheyShould)
         zrRandomEdits::Source source(seed);
         EXPECT_EQ(zrRandomEdits::run(source, 25), "");
     }
+}
+
+TEST(EditNaive, RandomOperationsDoWhatIsWrittenDown)
+{
+    std::string told;
+    for (unsigned seed = 1000; seed < 1040; ++seed)
+    {
+        told += std::to_string(seed) + ": ";
+        zrRandomEdits::Source source(seed);
+        EXPECT_EQ(zrRandomEdits::run(source, 20, &told), "");
+    }
+    zrExpectWritten(told, "steps.txt");
 }

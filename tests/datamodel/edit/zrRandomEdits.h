@@ -9,6 +9,7 @@
 #include <ZRdmtree.h>
 
 #include <random>
+#include <sstream>
 
 namespace zrRandomEdits
 {
@@ -185,13 +186,49 @@ inline zrOperations::Arguments argumentsFor(const zrOperations::Operation& opera
     const double end = count > 0 ? timeline.recOut({with.element.track, 0, int(count) - 1}) : 0.0;
     with.element.index = static_cast<int>(source.below(count + 1));
     with.other = {with.element.track, 0, static_cast<int>(source.below(count + 1))};
+    if (source.below(8) != 0) // mostly what it takes: every second element is a seam
+        for (DmElementPlace* const place : {&with.element, &with.other})
+            place->index = operation.arguments[0] == 's' ? (place->index - 1) | 1 : place->index & ~1;
     with.time = source.below(static_cast<unsigned>(end) + 2);
     with.amount = operation.isLength ? 1 + source.below(5) : static_cast<double>(source.below(9)) - 4.0;
     return with;
 }
 
-/// Empty when all is well.
-inline std::string run(Source& source, int steps)
+/// The drawing of a timeline with its tracks in one line, and what it plays.
+inline std::string inOneLine(const DmTimeline& timeline)
+{
+    std::string drawing = zrDrawing::draw(timeline);
+    std::ranges::replace(drawing, '\n', ',');
+    return drawing + " ; " + zrDrawing::positions(timeline);
+}
+
+inline std::string indented(const std::string& text)
+{
+    std::string lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        lines += "    " + line + "\n";
+    return lines;
+}
+
+/// An operation as a line says it.
+inline std::string wordsOf(const zrOperations::Operation& operation, const zrOperations::Arguments& with,
+                           const DmEditOptions& options)
+{
+    std::ostringstream words;
+    words << operation.name << " on " << with.element.track;
+    for (const char* kind = operation.arguments; *kind; ++kind)
+        words << ' ' << *kind
+              << (*kind == 't'   ? with.time
+                  : *kind == 'n' ? with.amount
+                                 : double((kind != operation.arguments ? with.other : with.element).index));
+    words << (options.clamp ? " [clamp]" : "") << (options.syncLock ? "" : " [no-sync]")
+          << (options.unlockedTracks.empty() ? "" : " [unlocked " + std::to_string(options.unlockedTracks[0]) + "]");
+    return words.str();
+}
+
+/// Empty when all is well. What each step did is told, too.
+inline std::string run(Source& source, int steps, std::string* told = nullptr)
 {
     // Up to two tracks of picture and one of sound; what is linked is so by the letter.
     std::string drawing = randomDrawing(source);
@@ -216,6 +253,8 @@ inline std::string run(Source& source, int steps)
     const DmTimeline start = zrDrawing::timeline(drawing, materials, areLinked);
     DmHistory history(start);
     const CoSharedPtr<DmTreeNode> expected = DmTreeTool::deepClone(start.tree());
+    if (told)
+        *told += inOneLine(start) + (areLinked ? " ; linked\n" : "\n");
     for (int step = 0; step < steps && !source.isOver(); ++step)
     {
         const DmTimeline before = history.current();
@@ -231,7 +270,13 @@ inline std::string run(Source& source, int steps)
             options.unlockedTracks = {static_cast<int>(source.below(3))};
         DmEdit edit(before, options);
         edit.seedIds(static_cast<std::uint64_t>(step));
-        if (!operation.run(edit, with).ok())
+        const DmStatus status = operation.run(edit, with);
+        if (told)
+            *told += "  " + wordsOf(operation, with, options) + ": " +
+                     (status.ok() ? inOneLine(edit.timeline()) + "\n" +
+                                        indented(DmDiff::between(before, edit.timeline()).text())
+                                  : "! " + dmUtf8(status.info()) + "\n");
+        if (!status.ok())
         {
             if (!(edit.timeline() == before))
                 return "a refused operation changed something";

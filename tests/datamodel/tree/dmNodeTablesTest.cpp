@@ -1,5 +1,6 @@
 /// Every class with its properties, attributes and channels: names and types are what documents are made of.
 #include "zrFilled.h"
+#include "zrTable.h"
 
 using zrTest::fill;
 using zrTest::fresh;
@@ -82,7 +83,6 @@ std::vector<DmString> nodeClasses()
 
 } // namespace
 
-/// Against what is written down. What is found is left beside the program: where a change is meant, it takes its place.
 TEST(Classes, AreWhatIsWrittenDown)
 {
     constexpr int own = DmEffectSettings::EffectPropertyCount;
@@ -98,11 +98,7 @@ TEST(Classes, AreWhatIsWrittenDown)
         found += described(*set, effect ? own : 0, set->classData().size());
         EXPECT_EQ(effect ? described(*set, 0, own) : ofEffects, ofEffects) << dmUtf8(name);
     }
-    std::ofstream("classes.txt") << found;
-    std::ifstream file(ZR_TEST_CLASSES);
-    std::ostringstream written;
-    written << file.rdbuf();
-    EXPECT_EQ(found, written.str()) << "The classes as they are stand in classes.txt, here where the test ran.";
+    zrExpectWritten(found, "classes.txt");
 }
 
 TEST(Classes, ComeBackWholeFromDocuments)

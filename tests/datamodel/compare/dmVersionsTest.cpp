@@ -1,0 +1,102 @@
+// Random versions of random cuts: what is said of what changed, of what two versions are together, and of what a patch
+// does to another version.
+#include "zrMutations.h"
+#include "zrTable.h"
+#include "zrTest.h"
+
+namespace
+{
+
+using zrMutations::Source;
+using zrRandomEdits::indented;
+
+DmTimeline edited(DmTimeline now, unsigned edits, const char* name, Source& source, std::string& told)
+{
+    for (unsigned n = edits; n-- > 0;)
+    {
+        constexpr std::size_t common = std::size(zrOperations::all);
+        const unsigned choice = source.below(unsigned(common + std::size(zrOperations::whole)));
+        const zrOperations::Operation& operation =
+            choice < common ? zrOperations::all[choice] : zrOperations::whole[choice - common];
+        const zrOperations::Arguments with = zrRandomEdits::argumentsFor(operation, now, source);
+        DmEdit edit(now);
+        edit.seedIds(source.below(1000));
+        if (!operation.run(edit, with).ok())
+            continue;
+        now = edit.timeline();
+        told += std::string(name) + ": " + zrRandomEdits::wordsOf(operation, with, edit.options()) + '\n';
+    }
+    return now;
+}
+
+/// Some edits, and now and then what no edit does.
+CoSharedPtr<DmRoot> version(const DmTimeline& start, const char* name, Source& source, std::string& told)
+{
+    const DmTimeline now = edited(start, 2 + source.below(4), name, source, told);
+    const auto root = zrMutations::reread(static_cast<const DmRoot&>(*now.tree()));
+    for (unsigned n = source.below(4); n > 1; --n)
+        zrMutations::mutate(*root, source);
+    return zrMutations::reread(*root);
+}
+
+std::string told(const std::string& what, const DmDiff& diff)
+{
+    return what + '\n' + indented(diff.text(true));
+}
+
+std::string told(const std::string& what, const DmRoot& from, const DmMerge& merge)
+{
+    std::string text = what + (merge.status().ok() ? "" : ": " + dmUtf8(merge.status().info())) + '\n';
+    for (const DmMergeConflict& conflict : merge.conflicts())
+        text += "  ! " + conflict.text() + '\n';
+    for (const std::string& note : merge.notes())
+        text += "  * " + note + '\n';
+    return merge.result() ? told(text + "  ours -> merged", DmDiff::between(&from, merge.result().get())) : text;
+}
+
+} // namespace
+
+TEST(Versions, AreToldPutTogetherAndPatchedAsIsWrittenDown)
+{
+    std::string all;
+    for (unsigned seed = 1; seed <= 60; ++seed)
+    {
+        Source source(seed);
+        std::string drawing = zrRandomEdits::randomDrawing(source);
+        for (unsigned n = source.below(3); n-- > 0;)
+        {
+            std::string track = zrRandomEdits::randomDrawing(source);
+            if (source.below(2) == 0)
+                std::ranges::transform(track, track.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+            drawing += '\n' + track;
+        }
+        const DmTimeline drawn =
+            zrDrawing::timeline(drawing, "A6/40 B5 C4/30 D3 a6/40 b5 c4/30 d3", source.below(2) == 0);
+        all += "== " + std::to_string(seed) + ": " + zrRandomEdits::inOneLine(drawn) + '\n';
+        const DmTimeline start = edited(drawn, source.below(5), "base", source, all);
+        const auto base = zrMutations::reread(static_cast<const DmRoot&>(*start.tree()));
+        const auto ours = version(start, "ours", source, all);
+        const auto theirs = version(start, "theirs", source, all);
+        ASSERT_TRUE(base && ours && theirs) << seed;
+        all += told("base -> ours", DmDiff::between(base, ours));
+        all += told("base -> theirs", DmDiff::between(base, theirs));
+        all += told("merged", *ours, DmMerge::merge(base.get(), *ours, *theirs));
+        if (seed % 4 == 0)
+            all +=
+                told("merged, theirs stands", *ours, DmMerge::merge(base.get(), *ours, *theirs, DmMergeFavour::Theirs));
+        if (seed % 4 == 1)
+            all += told("merged without a base", *ours, DmMerge::merge(nullptr, *ours, *theirs));
+        DmPatch patch;
+        CoSharedPtr<DmRoot> patched;
+        DmPatchReport report;
+        ASSERT_TRUE(DmPatch::make(*base, *ours, patch).ok());
+        const DmStatus status = patch.apply(*theirs, patched, report);
+        all += "patched: " + std::to_string(report.applied) + " applied, " + std::to_string(report.skipped) +
+               " there already " + dmUtf8(status.info()) + '\n';
+        for (const std::string& left : report.left)
+            all += "  ! " + left + '\n';
+        if (patched)
+            all += told("  theirs -> patched", DmDiff::between(theirs, patched));
+    }
+    zrExpectWritten(all, "versions.txt");
+}
