@@ -19,7 +19,11 @@ DmTimeline edited(DmTimeline now, unsigned edits, const char* name, Source& sour
         const zrOperations::Operation& operation =
             choice < common ? zrOperations::all[choice] : zrOperations::whole[choice - common];
         const zrOperations::Arguments with = zrRandomEdits::argumentsFor(operation, now, source);
-        DmEdit edit(now);
+        DmEditOptions options;
+        for (const auto& [word, flag] : zrRandomEdits::flags)
+            options.*flag ^= source.below(6) == 0;
+        options.atTransition = source.below(4) == 0 ? DmAtTransition::Shortened : DmAtTransition::Cut;
+        DmEdit edit(now, options);
         edit.seedIds(source.below(1000));
         if (!operation.run(edit, with).ok())
             continue;
@@ -91,8 +95,8 @@ TEST(Versions, AreToldPutTogetherAndPatchedAsIsWrittenDown)
         DmPatchReport report;
         ASSERT_TRUE(DmPatch::make(*base, *ours, patch).ok());
         const DmStatus status = patch.apply(*theirs, patched, report);
-        all += "patched: " + std::to_string(report.applied) + " applied, " + std::to_string(report.skipped) +
-               " there already " + dmUtf8(status.info()) + '\n';
+        all += "patched, " + std::to_string(patch.json().size()) + " bytes: " + std::to_string(report.applied) +
+               " applied, " + std::to_string(report.skipped) + " there already " + dmUtf8(status.info()) + '\n';
         for (const std::string& left : report.left)
             all += "  ! " + left + '\n';
         if (patched)

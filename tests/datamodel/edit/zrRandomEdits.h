@@ -194,6 +194,17 @@ inline zrOperations::Arguments argumentsFor(const zrOperations::Operation& opera
     return with;
 }
 
+/// What an edit says that it changed: "0.0@2 1->3 +4": of layer 0.0, element 2 became three, and what follows is 4
+/// later.
+inline std::string changesOf(const DmEdit& edit)
+{
+    std::ostringstream text;
+    for (const DmEdit::Change& each : edit.changes())
+        text << " ; " << each.layer.track << '.' << each.layer.layer << '@' << each.first << ' ' << each.removed << "->"
+             << each.added << (each.shift > 0.0 ? " +" : " ") << each.shift;
+    return text.str();
+}
+
 /// The drawing of a timeline with its tracks in one line, and what it plays.
 inline std::string inOneLine(const DmTimeline& timeline)
 {
@@ -211,6 +222,17 @@ inline std::string indented(const std::string& text)
     return lines;
 }
 
+inline constexpr std::pair<const char*, bool DmEditOptions::*> flags[] = {{"clamp", &DmEditOptions::clamp},
+                                                                          {"unlinked", &DmEditOptions::linked},
+                                                                          {"no-sync", &DmEditOptions::syncLock},
+                                                                          {"by-medium", &DmEditOptions::linkByMedium},
+                                                                          {"cut-synced", &DmEditOptions::cutSynced},
+                                                                          {"insert", &DmEditOptions::insert},
+                                                                          {"keys-follow", &DmEditOptions::keysFollow},
+                                                                          {"keep-frames", &DmEditOptions::keepFrames},
+                                                                          {"ripple", &DmEditOptions::ripple},
+                                                                          {"fit", &DmEditOptions::fit}};
+
 /// An operation as a line says it.
 inline std::string wordsOf(const zrOperations::Operation& operation, const zrOperations::Arguments& with,
                            const DmEditOptions& options)
@@ -222,7 +244,9 @@ inline std::string wordsOf(const zrOperations::Operation& operation, const zrOpe
               << (*kind == 't'   ? with.time
                   : *kind == 'n' ? with.amount
                                  : double((kind != operation.arguments ? with.other : with.element).index));
-    words << (options.clamp ? " [clamp]" : "") << (options.syncLock ? "" : " [no-sync]")
+    for (const auto& [name, flag] : flags)
+        words << (options.*flag != DmEditOptions().*flag ? std::string(" [") + name + "]" : "");
+    words << (options.atTransition == DmAtTransition::Cut ? "" : " [shortened]")
           << (options.unlockedTracks.empty() ? "" : " [unlocked " + std::to_string(options.unlockedTracks[0]) + "]");
     return words.str();
 }
@@ -273,7 +297,7 @@ inline std::string run(Source& source, int steps, std::string* told = nullptr)
         const DmStatus status = operation.run(edit, with);
         if (told)
             *told += "  " + wordsOf(operation, with, options) + ": " +
-                     (status.ok() ? inOneLine(edit.timeline()) + "\n" +
+                     (status.ok() ? inOneLine(edit.timeline()) + changesOf(edit) + "\n" +
                                         indented(DmDiff::between(before, edit.timeline()).text())
                                   : "! " + dmUtf8(status.info()) + "\n");
         if (!status.ok())
