@@ -1,6 +1,7 @@
 /// Documents that are deep, large, cut off or damaged.
 #include "../property/testSets.h"
 #include "jsonSets.h"
+#include "zrTable.h"
 #include "zrTestSmallStack.h"
 
 namespace
@@ -46,6 +47,17 @@ const std::string sample =
     R"("point":{"TestPoint":{"x":1}},"ints":["1","2"],"floats":["0.5"],"strings":["a","",null],)"
     R"("points":[{"TestPoint":{"x":2.5,"label":"p"}},{}],"pointMap":{"k":{"TestPoint":{"y":3}},"l":{}},)"
     R"("cdata":["one","","two"]},"VERSION":{"major":0,"minor":1}})";
+
+/// What a text has in the place of a part of another one.
+std::string difference(const std::string& was, const std::string& became)
+{
+    if (was == became)
+        return "the same";
+    const auto front = std::mismatch(was.begin(), was.end(), became.begin(), became.end());
+    const auto back = std::mismatch(was.rbegin(), std::make_reverse_iterator(front.first), became.rbegin(),
+                                    std::make_reverse_iterator(front.second));
+    return std::string(front.first, back.first.base()) + " -> " + std::string(front.second, back.second.base());
+}
 
 } // namespace
 
@@ -113,6 +125,49 @@ TEST(JsonLimits, ADamagedDocumentFailsOrIsReadConsistently)
                 EXPECT_EQ(written(*sets[0]), written(*sets[1])) << damaged;
             }
         }
+}
+
+TEST(JsonLimits, OtherCharactersInADocumentMeanWhatIsWrittenDown)
+{
+    const std::string whole = written(*imported(sample));
+    const auto isLetter = [](char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; };
+    std::string told;
+    for (std::size_t at = 0; at < sample.size(); ++at)
+    {
+        if (at > 0 && isLetter(sample[at - 1]) && isLetter(sample[at]) && isLetter(sample[at + 1]))
+            continue;                                              // inside a word one letter is like another
+        std::vector<std::pair<std::string, std::string>> outcomes; // of which characters
+        for (const char* const other : {"", "\"", "{", "}", "[", "]", ",", ":", "7", "-", ".", "e", "\\", "\n", "\xC3"})
+        {
+            std::string damaged = sample;
+            damaged.replace(at, 1, other);
+            DmPropertySetPtr set;
+            DmJsonPlace place;
+            const DmStatus status = DmJsonImporter::importSetFromStr(damaged, set, &place);
+            const std::string outcome =
+                set ? difference(whole, written(*set))
+                    : dmUtf8(status.info()) + " at " + std::to_string(place.line) + ':' + std::to_string(place.column);
+            const std::string shown = *other == '\0' ? "none" : *other == '\n' ? "\\n" : other;
+            const auto same = std::ranges::find(outcomes, outcome, &std::pair<std::string, std::string>::first);
+            if (same == outcomes.end())
+                outcomes.emplace_back(outcome, shown);
+            else
+                same->second += ' ' + shown;
+        }
+        told += std::to_string(at) + ' ' + sample[at] + '\n';
+        for (const auto& [outcome, others] : outcomes)
+            told += "  " + others + ": " + outcome + '\n';
+    }
+    std::string shown;
+    for (const char c : told)
+        if (char code[8]; c == '\n' || (c >= ' ' && c < 0x7F))
+            shown += c;
+        else
+        {
+            std::snprintf(code, sizeof code, "\\x%02X", static_cast<unsigned char>(c));
+            shown += code;
+        }
+    zrExpectWritten(shown, "damaged.txt");
 }
 
 TEST(JsonLimits, AStringOfAHundredMegabytesIsRead)
