@@ -44,7 +44,7 @@ inline void mutate(DmRoot& root, Source& source)
     }
     auto* const segment = node->asSegment();
     const auto some = [&] { return double(source.below(40)) - (source.below(9) == 0 ? 0.125 : 0.0); };
-    switch (source.below(14))
+    switch (source.below(16))
     {
     case 0:
         static_cast<void>(node->setName(source.below(3) == 0 ? L"\u00c9t\u00e9 \"~/1\"" : L"B"));
@@ -115,6 +115,28 @@ inline void mutate(DmRoot& root, Source& source)
     case 12:
         if (auto* const composition = dynamic_cast<DmCompositionNode*>(node))
             static_cast<void>(composition->addCueMark(DmCueMark::create(L"music", some())));
+        break;
+    case 13:
+    case 14:
+        if (auto* const shot = dynamic_cast<DmSourceNode*>(node))
+        {
+            auto* const input = dynamic_cast<DmSourceNode::MediaInput*>(shot->getSrcInput());
+            const unsigned what = source.below(7);
+            if (what == 0 || !input)
+                static_cast<void>(shot->setRelIn(some()));
+            else if (what == 1)
+                static_cast<void>(shot->setMuted(!shot->getMuted()));
+            else if (what == 2)
+                static_cast<void>(input->setSrcLength(some()));
+            else if (what == 3)
+                static_cast<void>(input->setFcm(source.below(2) == 0 ? L"30 fps" : L"50 fps"));
+            else if (what == 4)
+                static_cast<void>(input->setSrcIn(some() - 20));
+            else if (what == 5)
+                static_cast<void>(input->setName(L"other"));
+            else
+                static_cast<void>(input->removeExtraData(0));
+        }
         break;
     default:
         static_cast<void>(root.ownIdentification()->setUser(source.below(2) == 0 ? L"Ann" : L"Ben"));

@@ -186,16 +186,27 @@ Value ValueMerge::mergeObjects(const Value& base, const Value& ours, const Value
 void ValueMerge::addBoth(Value& list, std::vector<const Value*> ours, std::vector<const Value*> theirs,
                          const std::string& path)
 {
-    // What both added is added once.
-    std::unordered_map<std::uint64_t, int> hashes;
-    for (const Value* const each : ours)
-        ++hashes[hashOf(*each)];
-    std::erase_if(theirs,
-                  [&](const Value* each)
-                  {
-                      const auto found = hashes.find(hashOf(*each));
-                      return found != hashes.end() && found->second-- > 0;
-                  });
+    const auto without = [](std::vector<const Value*> some, const std::vector<const Value*>& others)
+    {
+        std::unordered_map<std::uint64_t, int> hashes;
+        for (const Value* const each : others)
+            ++hashes[hashOf(*each)];
+        std::erase_if(some,
+                      [&](const Value* each)
+                      {
+                          const auto found = hashes.find(hashOf(*each));
+                          return found != hashes.end() && found->second-- > 0;
+                      });
+        return some;
+    };
+    // What both added is added once; and where one added all that the other did, its order holds.
+    std::vector<const Value*> further = without(theirs, ours);
+    if (!further.empty() && without(ours, theirs).empty())
+    {
+        ours = std::move(theirs);
+        further.clear();
+    }
+    theirs = std::move(further);
     const std::string_view name = lastStep(path);
     if (name == "effects")
         for (const bool areWarps : {false, true})
