@@ -58,7 +58,60 @@ std::string told(const std::string& what, const DmRoot& from, const DmMerge& mer
     return merge.result() ? told(text + "  ours -> merged", DmDiff::between(&from, merge.result().get())) : text;
 }
 
+std::string told(const DmSegmentNode& segment, DM::FrameCodeModes fcm)
+{
+    static constexpr const char* motions[] = {"nothing", "moves", "held", "keyed"};
+    static constexpr const char* kinds[] = {"no material", "material", "a still", "generated"};
+    std::ostringstream text;
+    const DmPlayed played(segment, fcm);
+    const DmMaterial material = dmMaterialOf(segment, fcm, {1.0, 2.0});
+    text << motions[int(played.motion())] << ' ' << played.begin() << '-' << played.end() << " at " << played.speed()
+         << '*' << played.rate();
+    for (const double time : {segment.getRecIn(), segment.getRecIn() + 2.5})
+        text << ", " << time << ": " << played.positionAt(time).value_or(-1.0) << " is "
+             << played.recordTimeAt(played.positionAt(time).value_or(0.0)).value_or(-1.0);
+    text << "; " << kinds[int(material.kind)] << ' ' << material.begin << " + " << material.length
+         << (material.known ? "" : " or more") << '\n';
+    return text.str();
+}
+
 } // namespace
+
+TEST(Versions, OfAnyShapePlayAndBreakRulesAsIsWrittenDown)
+{
+    std::ostringstream all;
+    for (unsigned seed = 100; seed < 130; ++seed)
+    {
+        Source source(seed);
+        std::string edits;
+        const DmTimeline drawn = zrDrawing::timeline(
+            zrRandomEdits::randomDrawing(source) + '\n' + zrRandomEdits::randomDrawing(source), "A6/40 B5 C4/30");
+        const auto root = version(edited(drawn, source.below(8), "", source, edits), "", source, edits);
+        for (unsigned n = source.below(5); n-- > 0;)
+            zrMutations::mutate(*root, source);
+        all << "== " << seed << '\n';
+        EXPECT_EQ(DmTreeTool::dump(root, all), DM_NO_ERROR);
+        for (int i = 0; i < root->getNbChildren(); ++i)
+        {
+            auto* const composition = dynamic_cast<DmCompositionNode*>(root->getChild(i));
+            if (!composition)
+                continue;
+            for (const DmTreeViolation& each : DmTreeTool::findViolations(composition, DM_VALIDATE_ALL))
+                all << "! " << each.path << ": " << dmUtf8(each.message) << '\n';
+            for (int track = 0; track < composition->getNbChildren(); ++track)
+                for (DmPlayListIterator at(composition, track); !at.isDone(); at.next())
+                {
+                    all << track << '.' << at.position() << ' ' << at.recordRange().in << '-' << at.recordRange().out()
+                        << " of " << at.sourceRange().in << '-' << at.sourceRange().out() << ' ';
+                    if (const DmSegmentNode* const segment = at.element()->asSegment())
+                        all << told(*segment, dmFcmFromText(composition->getFCM()));
+                    else
+                        all << "a seam\n";
+                }
+        }
+    }
+    zrExpectWritten(all.str(), "shapes.txt");
+}
 
 TEST(Versions, AreToldPutTogetherAndPatchedAsIsWrittenDown)
 {
