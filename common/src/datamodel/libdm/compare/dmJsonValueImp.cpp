@@ -37,11 +37,19 @@ std::uint64_t ownerOf(const Value& element)
     if (!members)
         return 0;
     std::uint64_t hash = hashOfText(classOf(element));
-    for (const char* const name : {"segmentId", "key", "cueMarkName", "frame", "trackNum", "layerNum", "recIn"})
+    for (const char* const name :
+         {"segmentId", "key", "cueMarkName", "cueMarkTime", "frame", "trackNum", "layerNum", "recIn"})
         if (const Value* const value = memberOf(members, name); value && !(value->IsString() && viewOf(*value).empty()))
             return mixed(mixed(hash, hashOfText(name)), hashOf(*value));
     const Value* const name = memberOf(members, "name");
     return name ? mixed(hash, hashOf(*name)) : hash;
+}
+
+/// What a mark is known by that was renamed: its time; 0 for all else.
+std::uint64_t timeOf(const Value& element)
+{
+    const Value* const time = memberOf(membersOf(element), "cueMarkTime");
+    return time ? mixed(hashOfText(classOf(element)), hashOf(*time)) : 0;
 }
 
 } // namespace
@@ -270,7 +278,9 @@ std::vector<ListPair> alignLists(const Value& before, const Value& after)
     };
     byKey([](const Value& element) { return hashOf(element); });
     byKey(ownerOf);
-    byKey([](const Value& element) { return hashOfText(classOf(element)); });
+    byKey(timeOf);
+    // One of another name at another time is another mark.
+    byKey([](const Value& element) { return timeOf(element) != 0 ? 0 : hashOfText(classOf(element)); });
     const std::vector<bool> keeps = keepsOrder(toNew);
     std::vector<ListPair> pairs;
     for (json::SizeType i = 0; i < before.Size(); ++i)

@@ -184,24 +184,36 @@ Value ValueMerge::mergeObjects(const Value& base, const Value& ours, const Value
 }
 
 void ValueMerge::addBoth(Value& list, std::vector<const Value*> ours, std::vector<const Value*> theirs,
-                         const std::string& path)
+                         const std::string& path, Added& known)
 {
-    const auto without = [](std::vector<const Value*> some, const std::vector<const Value*>& others)
+    const auto drop = [](std::vector<const Value*>& some, std::unordered_map<std::uint64_t, int>& known)
+    {
+        std::erase_if(some,
+                      [&](const Value* each)
+                      {
+                          const auto found = known.find(hashOf(*each));
+                          return found != known.end() && found->second-- > 0;
+                      });
+    };
+    const auto without = [&drop](std::vector<const Value*> some, const std::vector<const Value*>& others)
     {
         std::unordered_map<std::uint64_t, int> hashes;
         for (const Value* const each : others)
             ++hashes[hashOf(*each)];
-        std::erase_if(some,
-                      [&](const Value* each)
-                      {
-                          const auto found = hashes.find(hashOf(*each));
-                          return found != hashes.end() && found->second-- > 0;
-                      });
+        drop(some, hashes);
         return some;
     };
-    // What both added is added once; and where one added all that the other did, its order holds.
+    // What both added is added once, be it in front of one that the other side removed or named otherwise.
+    drop(ours, known.byThem);
+    drop(theirs, known.byUs);
+    const std::vector<const Value*> onlyOurs = without(ours, theirs);
     std::vector<const Value*> further = without(theirs, ours);
-    if (!further.empty() && without(ours, theirs).empty())
+    for (const Value* const each : onlyOurs)
+        ++known.byUs[hashOf(*each)];
+    for (const Value* const each : further)
+        ++known.byThem[hashOf(*each)];
+    // Where one added all that the other did, its order holds.
+    if (onlyOurs.empty() && !further.empty())
     {
         ours = std::move(theirs);
         further.clear();
@@ -244,6 +256,7 @@ Value ValueMerge::mergeLists(const Value& base, const Value& ours, const Value& 
     const std::vector<json::SizeType> inOurs = placesIn(ours);
     const std::vector<json::SizeType> inTheirs = placesIn(theirs);
     Value result(json::kArrayType);
+    Added known;
     json::SizeType atOurs = 0;
     json::SizeType atTheirs = 0;
     const auto upTo = [](const Value& list, json::SizeType& at, json::SizeType end)
@@ -259,11 +272,14 @@ Value ValueMerge::mergeLists(const Value& base, const Value& ours, const Value& 
         const json::SizeType endTheirs = inTheirs[i] == none ? atTheirs : inTheirs[i];
         // What stands in front of one that one side removed is added where the next one stands in both.
         if (inOurs[i] != none && inTheirs[i] != none)
-            addBoth(result, upTo(ours, atOurs, endOurs), upTo(theirs, atTheirs, endTheirs), path);
+        {
+            addBoth(result, upTo(ours, atOurs, endOurs), upTo(theirs, atTheirs, endTheirs), path, known);
+            known = {}; // what stands further behind is something else
+        }
         else if (inOurs[i] != none)
-            addBoth(result, upTo(ours, atOurs, endOurs), {}, path);
+            addBoth(result, upTo(ours, atOurs, endOurs), {}, path, known);
         else if (inTheirs[i] != none)
-            addBoth(result, {}, upTo(theirs, atTheirs, endTheirs), path);
+            addBoth(result, {}, upTo(theirs, atTheirs, endTheirs), path, known);
         bool isThere = false;
         Value value = merge(&base[i], inOurs[i] == none ? nullptr : &ours[atOurs],
                             inTheirs[i] == none ? nullptr : &theirs[atTheirs],
@@ -273,7 +289,7 @@ Value ValueMerge::mergeLists(const Value& base, const Value& ours, const Value& 
         if (isThere)
             result.PushBack(value, _allocator);
     }
-    addBoth(result, upTo(ours, atOurs, ours.Size()), upTo(theirs, atTheirs, theirs.Size()), path);
+    addBoth(result, upTo(ours, atOurs, ours.Size()), upTo(theirs, atTheirs, theirs.Size()), path, known);
     return result;
 }
 

@@ -4,7 +4,9 @@
 #include "dmJsonValueImp.h"
 #include "dmMerge.h"
 
+#include <cstdint>
 #include <functional>
+#include <unordered_map>
 
 namespace dmCompare
 {
@@ -32,8 +34,14 @@ private:
     Value decide(const Value* ours, const Value* theirs, const std::string& path, bool& isThere, const char* what);
     Value mergeObjects(const Value& base, const Value& ours, const Value& theirs, const std::string& path);
     Value mergeLists(const Value& base, const Value& ours, const Value& theirs, const std::string& path);
-    void addBoth(Value& list, std::vector<const Value*> ours, std::vector<const Value*> theirs,
-                 const std::string& path);
+    /// What each side has added since something last stood in both: how often, by its hash.
+    struct Added
+    {
+        std::unordered_map<std::uint64_t, int> byUs;
+        std::unordered_map<std::uint64_t, int> byThem;
+    };
+    void addBoth(Value& list, std::vector<const Value*> ours, std::vector<const Value*> theirs, const std::string& path,
+                 Added& known);
 
     Allocator& _allocator;
     bool _favoursTheirs;
