@@ -2,6 +2,7 @@
 
 #include "icAleColumns.h"
 #include "icIds.h"
+#include "icMisplaced.h"
 #include "icMode.h"
 #include "icShown.h"
 #include "icText.h"
@@ -163,6 +164,7 @@ void Writer::at(const Place& place, const DmTreeNode& node, double time)
 
 void Writer::addRows(const DmCompositionNode& composition)
 {
+    tellMisplaced(composition, _report);
     struct Placed
     {
         double recIn;
@@ -178,7 +180,7 @@ void Writer::addRows(const DmCompositionNode& composition)
                        {
                            const DmTransitionNode* const transition = node.asTransition();
                            at(place, node, transition ? transition->getRecIn() : dmNoTime);
-                           if (node.whatIs() != DM_CUT_NODE)
+                           if (transition && node.whatIs() != DM_CUT_NODE)
                                _report.lose(mix);
                            return;
                        }
@@ -222,6 +224,7 @@ void Writer::addMedia(const DmCompositionNode& composition, DM::FrameCodeModes f
 {
     if (!_seen.insert(&composition).second)
         return;
+    tellMisplaced(composition, _report);
     std::vector<std::pair<const DmCompositionNode*, DM::FrameCodeModes>> inside;
     forEachSegment(composition, fcm,
                    [&](const Place& place, const DmTreeNode& node)
@@ -403,6 +406,7 @@ std::optional<std::string> Writer::write(const DmRoot& root)
                     "the composition names no frame-code mode, and no other was given (--fcm names one)");
         return std::nullopt;
     }
+    tellMisplaced(root, _report);
     const std::optional<KeptHead> kept = KeptHead::of(first);
     std::string head;
     if (kept)

@@ -3,6 +3,7 @@
 #include "icEdlKept.h"
 #include "icEdlLine.h"
 #include "icLeftovers.h"
+#include "icMisplaced.h"
 #include "icMode.h"
 #include "icText.h"
 #include "icUnsaid.h"
@@ -599,6 +600,8 @@ std::optional<EdlList> treeToEdl(const DmRoot& root, const Options& options, Rep
         report.add("DM701", Report::Error, 0, "'" + given->second + "' is no length of a reel's name");
         return std::nullopt;
     }
+    tellMisplaced(root, report);
+    tellMisplaced(composition, report);
     ListMaker maker(composition, fcm, *length, report);
     for (std::size_t i = 1; i < compositions.size(); ++i)
     {

@@ -1,6 +1,7 @@
 #include "icOtioWriter.h"
 
 #include "icIds.h"
+#include "icMisplaced.h"
 #include "icMode.h"
 #include "icOtioKeep.h"
 #include "icOtioOwn.h"
@@ -34,7 +35,6 @@ using namespace otio;
 namespace
 {
 
-constexpr Loss otherNode{"DM728", "left out"};
 constexpr Loss tooDeep{"DM729", "written without what is inside"};
 constexpr Loss hiddenEffect{"DM711", "other programs do not see them"};
 constexpr Loss otherMix{"DM712", "written as Custom_Transition"};
@@ -66,7 +66,6 @@ struct Layout
     std::vector<const DmTreeNode*> between; ///< what stands between the items, and behind the last of them
     double end = 0;                         ///< in record time
     std::vector<std::size_t> covered;       ///< items whose end a later one covers
-    std::size_t others = 0;                 ///< nodes that have no place
 
     std::span<const DmTreeNode* const> before(const Item& item) const
     {
@@ -99,10 +98,7 @@ Layout layoutOf(const DmLayerNode& layer, double origin)
     {
         const DmTreeNode* const node = layer.getChild(i);
         if (!node)
-        {
-            ++layout.others;
             continue;
-        }
         const bool isMix = node->whatIs() == DM_TRX_EFFECT_NODE;
         const std::size_t before = layout.items.empty() ? 0 : layout.items.back().endOfBefore;
         Item item{node, node->asSegment(), isMix ? static_cast<const DmTrxEffectNode*>(node) : nullptr, before,
@@ -116,10 +112,7 @@ Layout layoutOf(const DmLayerNode& layer, double origin)
             continue;
         }
         if (!item.mix && (!item.segment || !node->isSegment()))
-        {
-            ++layout.others;
             continue;
-        }
         layout.items.push_back(item);
     }
     layout.end = origin;
@@ -354,6 +347,7 @@ void Maker::add(Value& own, const char* name, Value value)
 
 void Maker::root(const DmRoot& root)
 {
+    tellMisplaced(root, _report);
     const DmTreeNode* const only = root.getNbChildren() == 1 ? root.getChild(0) : nullptr;
     Value difference;
     if (const bool isPlain = only && (_keep.formOf(root, difference), difference.IsNull()))
@@ -397,8 +391,6 @@ void Maker::collection(const DmTreeNode& node, const DmRoot* root)
                       composition(static_cast<const DmCompositionNode&>(*child), nullptr);
                   else if (child && child->whatIs() == DM_REEL_NODE && node.whatIs() == DM_ROOT_NODE)
                       collection(*child, nullptr);
-                  else
-                      lose(otherNode, child);
               }
           });
 }
@@ -491,11 +483,10 @@ void Maker::composition(const DmCompositionNode& node, const DmRoot* root)
 
 void Maker::tracks(Stage& stage)
 {
+    tellMisplaced(stage.composition, _report);
     for (int i = 0; i < stage.composition.getNbChildren(); ++i)
         if (const auto* const each = dynamic_cast<const DmTrackNode*>(stage.composition.getChild(i)))
             track(stage, *each);
-        else
-            lose(otherNode, stage.composition.getChild(i));
 }
 
 void Maker::track(Stage& stage, const DmTrackNode& node)
@@ -508,9 +499,7 @@ void Maker::track(Stage& stage, const DmTrackNode& node)
     const auto writeLayer = [&](int index)
     {
         const auto* const layerNode = index < 0 ? nullptr : static_cast<const DmLayerNode*>(node.getChild(index));
-        const Layout layout = layerNode ? layoutOf(*layerNode, stage.origin) : Layout{{}, {}, stage.origin, {}, 0};
-        if (layout.others != 0)
-            lose(otherNode, layerNode);
+        const Layout layout = layerNode ? layoutOf(*layerNode, stage.origin) : Layout{{}, {}, stage.origin, {}};
         const bool isBase = index == base;
         Value object = _parts.value([&](Listener& to) { _parts.track(to, node, mediaType); });
         if (isBase)
