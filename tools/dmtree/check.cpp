@@ -140,6 +140,37 @@ void mend(DmRoot& root, const Options& options, const DmFindings& rules)
         throw std::runtime_error("not all that was found could be mended");
 }
 
+/// Those that are found no more: neither as they were, nor with another length at their place, nor elsewhere by now.
+std::vector<DmFinding> goneOf(std::vector<DmFinding> found, std::vector<DmFinding> left)
+{
+    const auto isAbout = [](const DmFinding& a, const DmFinding& b)
+    {
+        const bool isOnTrack = !a.track.empty();
+        return std::string_view(a.code) == b.code && a.track == b.track && a.clip == b.clip &&
+               (isOnTrack || a.nodePath == b.nodePath);
+    };
+    const auto isThere = [&](const DmFinding& a, const DmFinding& b) { return isAbout(a, b) && a.record == b.record; };
+    const auto isSame = [](const DmFinding& a, const DmFinding& b) { return a == b; };
+    // Each of those that are left is one that was found, if any is.
+    const auto settle = [&](const auto& isOne)
+    {
+        std::erase_if(found,
+                      [&](const DmFinding& each)
+                      {
+                          const auto one =
+                              std::ranges::find_if(left, [&](const DmFinding& other) { return isOne(each, other); });
+                          const bool isLeft = one != left.end();
+                          if (isLeft)
+                              left.erase(one);
+                          return isLeft;
+                      });
+    };
+    settle(isSame);
+    settle(isThere);
+    settle(isAbout);
+    return found;
+}
+
 /// A line a node.
 std::string dumpOf(DmRoot& root)
 {
@@ -172,9 +203,7 @@ dmtree::FileReport checkFile(const std::string& file, const Options& options)
         if (options.diff)
             report.diff = dmtree::lineDiff(before, dumpOf(*document.root), file, file + ", mended");
         std::vector<DmFinding> left = rules.find(*document.root);
-        for (DmFinding& each : found)
-            if (std::ranges::find(left, each) == left.end())
-                report.mended.push_back(std::move(each));
+        report.mended = goneOf(std::move(found), left);
         found = std::move(left);
         if (!options.output.empty())
             dmtree::saveDocument(*document.root, options.output, DmTreeJsonBuilder::Layout::Environment);
