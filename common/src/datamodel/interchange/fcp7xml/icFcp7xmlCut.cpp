@@ -31,11 +31,18 @@ bool isNameless(const DmSourceInfo* info)
     return !info || (info->getPath().empty() && info->getReelName().empty() && info->getName().empty());
 }
 
+/// By which a medium is told from others. Where a file named it by an id alone, it is that, whatever its clips are
+/// called; and where it said nothing else of it, in whatever mode they count.
 std::string keyOf(const DmSegmentNode& segment, const DmSourceNode::MediaInput& media, const Hint& hint)
 {
-    std::string key = hint.media + '\n' + mediumOf(segment) + '\n' + timeText(media.getSrcIn() + hint.before) + '\n' +
-                      dmUtf8(media.getFcm());
-    if (const DmSourceInfo* const info = media.getSrcInfo())
+    const DmSourceInfo* const info = media.getSrcInfo();
+    const bool hasNoPlace = !info || (info->getPath().empty() && info->getReelName().empty());
+    std::string key = hint.media + '\n' + timeText(media.getSrcIn() + hint.before);
+    if (hint.media.empty() || !hasNoPlace)
+        key.append("\n").append(mediumOf(segment));
+    if (hint.media.empty() || !isNameless(info))
+        key.append("\n").append(dmUtf8(media.getFcm()));
+    if (info)
         key.append("\n").append(dmUtf8(info->getReelName())).append("\n").append(dmUtf8(info->getName()));
     return key;
 }
