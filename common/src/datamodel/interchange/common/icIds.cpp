@@ -65,6 +65,11 @@ std::string IdMaker::make(const DmSegmentNode& segment)
     char time[24];
     id += '@';
     id.append(time, std::to_chars(time, time + sizeof time, std::llround(inTimeOf(segment))).ptr);
+    return unique(id);
+}
+
+std::string IdMaker::unique(const std::string& id)
+{
     if (take(id))
         return id;
     for (;;)

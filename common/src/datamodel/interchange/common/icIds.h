@@ -27,6 +27,8 @@ class IdMaker
 public:
     /// "T001@86400"; where that repeats, "T001@86400/2" and so on.
     std::string make(const DmSegmentNode& segment);
+    /// The id itself; where it repeats, with a count behind it.
+    std::string unique(const std::string& id);
     /// Notes that an id stands in the composition; false where it did so before.
     bool take(std::string_view id);
 

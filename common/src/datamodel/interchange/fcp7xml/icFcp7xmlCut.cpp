@@ -394,15 +394,19 @@ void Cut::addClips(Sequence& sequence)
     }
     for (const DmContainerNode* const container : containers)
         addContainer(*container, sequence.fcm);
-    for (auto& [key, members] : _links)
-        if (key.first == sequence.node && members.size() > mostLinked)
+    for (auto at = _links.lower_bound({sequence.node, ""}); at != _links.end() && at->first.first == sequence.node;
+         ++at)
+    {
+        const std::vector<Linked>& members = at->second;
+        if (members.size() > mostLinked)
             left.push_back({members.front().segment, nullptr, nullptr, "DM737", dmNoTime});
-        else if (key.first == sequence.node && members.size() > 1)
+        else if (members.size() > 1)
             for (const Linked& member : members)
             {
                 _linksOf[member.segment] = &members;
                 _unnamed.push_back(member.segment);
             }
+    }
 }
 
 void Cut::addFile(const Sequence& sequence, const Track& track, const Item& item, const Hint& hint)

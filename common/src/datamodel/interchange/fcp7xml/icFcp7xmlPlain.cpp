@@ -19,7 +19,9 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
+#include <unordered_set>
 
 namespace interchange::xmeml
 {
@@ -129,6 +131,31 @@ bool comesBack(const DmSegmentNode& segment, double in, double out)
         return place && (!was || was.value() == timeText(time));
     };
     return isSaid("our:in", in) && isSaid("our:out", out);
+}
+
+/// Of links: the same as long as they are of the same clips.
+std::string figureOf(std::vector<std::string_view> ids)
+{
+    std::ranges::sort(ids);
+    std::uint64_t figure = 0xCBF29CE484222325; // FNV-1a
+    const auto add = [&figure](std::string_view text)
+    {
+        for (const char c : text)
+            figure = (figure ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+    };
+    for (const std::string_view id : ids)
+    {
+        add("link=");
+        add(id);
+    }
+    char text[17];
+    return {text, std::to_chars(text, text + sizeof text, figure, 16).ptr};
+}
+
+Where whereOf(const Sequence& sequence, const Track& track, const Item& item)
+{
+    return {item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix, track.node->getMediaType(),
+            track.node->getTrackNum(), sequence.node->getLabelTime(item.recIn), sequence.fcm};
 }
 
 std::string ticks(double frames, double fps)
@@ -291,10 +318,29 @@ void Plain::format(pugi::xml_node parent, const Sequence& sequence, bool isSound
     add(node, "pixelaspectratio", "square");
 }
 
-void Plain::marker(pugi::xml_node parent, const DmCueMark& mark, double origin, double ratio)
+void Plain::markers(pugi::xml_node parent, const DmSetList<DmCueMark>& marks, double origin, double ratio,
+                    const Where& where)
+{
+    if (marks.empty())
+        return;
+    add(parent, seriesName);
+    const auto make = [=, this, &marks](pugi::xml_node holder, std::size_t index) -> pugi::xml_node
+    {
+        const auto* const mark = static_cast<const DmCueMark*>(marks[index].get());
+        if (_report)
+            _report->at(where);
+        return mark ? marker(holder, *mark, origin, ratio) : pugi::xml_node();
+    };
+    _series = {"marker", marks.size(), make};
+}
+
+pugi::xml_node Plain::marker(pugi::xml_node parent, const DmCueMark& mark, double origin, double ratio)
 {
     if (mark.getCueMarkTime() == dmNoTime)
-        return lose("DM722", "left out");
+    {
+        lose("DM722", "left out");
+        return {};
+    }
     const pugi::xml_node node = add(parent, "marker");
     usual(text(node, "name", mark.getCueMarkName()), mark.getCueMarkName().empty());
     usual(text(node, "comment", mark.getCueMarkComment()), mark.getCueMarkComment().empty());
@@ -307,12 +353,13 @@ void Plain::marker(pugi::xml_node parent, const DmCueMark& mark, double origin, 
     const int green = mark.getCueMarkColorGreen();
     const int blue = mark.getCueMarkColorBlue();
     if (red == 0 && green == 0 && blue == 0)
-        return;
+        return node;
     const pugi::xml_node colour = add(node, "color");
     add(colour, "alpha", "0");
     add(colour, "red", std::to_string(red));
     add(colour, "green", std::to_string(green));
     add(colour, "blue", std::to_string(blue));
+    return node;
 }
 
 // Sequences and tracks
@@ -320,6 +367,7 @@ void Plain::marker(pugi::xml_node parent, const DmCueMark& mark, double origin, 
 pugi::xml_node Plain::sequence(pugi::xml_node parent, const Sequence& sequence)
 {
     const DmCompositionNode& node = *sequence.node;
+    _series = {};
     tellUnsaid(node);
     pugi::xml_node made = add(parent, "sequence");
     if (!sequence.id.empty())
@@ -346,9 +394,7 @@ pugi::xml_node Plain::sequence(pugi::xml_node parent, const Sequence& sequence)
         if (std::ranges::none_of(sequence.tracks, [sound](const Track& each) { return isSound(each) == sound; }))
             optional(kind);
     }
-    for (const DmPropertySetPtr& each : node.getCueMarks())
-        if (const auto* const cue = static_cast<const DmCueMark*>(each.get()))
-            marker(made, *cue, sequence.origin, 1);
+    markers(made, node.getCueMarks(), sequence.origin, 1, {.node = &node});
     return made;
 }
 
@@ -383,9 +429,9 @@ pugi::xml_node Plain::track(pugi::xml_node parent, const Sequence& sequence, con
 
 pugi::xml_node Plain::item(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item)
 {
+    _series = {};
     if (_report)
-        _report->at({item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix, track.node->getMediaType(),
-                     track.node->getTrackNum(), sequence.node->getLabelTime(item.recIn), sequence.fcm});
+        _report->at(whereOf(sequence, track, item));
     tellUnsaid(item.segment ? static_cast<const DmTreeNode&>(*item.segment) : *item.mix);
     return item.mix ? transition(parent, sequence, track, item) : clip(parent, sequence, track, item);
 }
@@ -545,19 +591,44 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
         add(origin, "trackindex", std::to_string(channel));
     }
     effects(made, sequence, item, range.at, clipFps / recordFps, offset);
-    for (const DmPropertySetPtr& each : segment.getSegmentMarks())
-        if (const auto* const mark = static_cast<const DmCueMark*>(each.get()))
-            marker(made, *mark, -offset, clipFps / materialFps / speed);
-    if (const std::vector<Linked>* const links = _cut.linksOf(segment))
-        for (const Linked& each : *links)
-        {
-            const pugi::xml_node link = add(made, "link");
-            add(link, "linkclipref", _cut.idOf(*each.segment));
-            add(link, "mediatype", each.mediaType == DM_MEDIA_AUDIO ? "audio" : "video");
-            add(link, "trackindex", std::to_string(each.track));
-            add(link, "clipindex", std::to_string(each.index));
-        }
+    markers(made, segment.getSegmentMarks(), -offset, clipFps / materialFps / speed, whereOf(sequence, track, item));
+    links(made, segment, hint.element);
     return made;
+}
+
+void Plain::links(pugi::xml_node clip, const DmSegmentNode& segment, pugi::xml_node element)
+{
+    const std::vector<Linked>* const linked = _cut.linksOf(segment);
+    if (!linked)
+        return;
+    const Form form = element ? Form() : Form(segment);
+    std::unordered_set<std::string_view> named;
+    for (const pugi::xml_node each : element.children("link"))
+        named.insert(each.child_value("linkclipref"));
+    std::string_view figure; ///< of those that the file did not have
+    for (const pugi::xml_node each : form.root().children("our:link"))
+        if (const pugi::xml_attribute others = each.attribute(othersMark))
+            figure = others.value();
+        else if (const std::string_view key = each.attribute("our:key").value(); key.starts_with("link="))
+            named.insert(key.substr(std::string_view("link=").size()));
+    std::vector<std::string_view> others;
+    for (const Linked& each : *linked)
+        if (const std::string& id = _cut.idOf(*each.segment); !named.contains(id))
+            others.emplace_back(id);
+    const bool areOthersSaid = element || (!figure.empty() && figure == figureOf(others));
+    if (element && !others.empty())
+        clip.append_attribute(othersMark) = figureOf(others).c_str();
+    for (const Linked& each : *linked)
+    {
+        const std::string& id = _cut.idOf(*each.segment);
+        if (areOthersSaid && !named.contains(id))
+            continue;
+        const pugi::xml_node link = add(clip, "link");
+        add(link, "linkclipref", id);
+        add(link, "mediatype", each.mediaType == DM_MEDIA_AUDIO ? "audio" : "video");
+        add(link, "trackindex", std::to_string(each.track));
+        add(link, "clipindex", std::to_string(each.index));
+    }
 }
 
 pugi::xml_node Plain::file(pugi::xml_node parent, const Sequence& sequence, const DmSegmentNode& segment)

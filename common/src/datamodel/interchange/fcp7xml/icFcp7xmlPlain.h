@@ -48,13 +48,14 @@ public:
     /// Tells losses if there is a report.
     Plain(const Cut& cut, Report* report);
 
-    // Each is added to the parent
+    // Each is added to the parent; of sequences and items, series() are the markers that go with the one made last
 
     pugi::xml_node sequence(pugi::xml_node parent, const Sequence& sequence);
     pugi::xml_node track(pugi::xml_node parent, const Sequence& sequence, const Track& track);
     pugi::xml_node item(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item);
     /// The file of a clip, in full.
     pugi::xml_node file(pugi::xml_node parent, const Sequence& sequence, const DmSegmentNode& segment);
+    const Series& series() const { return _series; }
 
 private:
     pugi::xml_node text(pugi::xml_node parent, const char* name, const DmString& value);
@@ -62,7 +63,12 @@ private:
     static pugi::xml_node rate(pugi::xml_node parent, Rate rate);
     static pugi::xml_node timecode(pugi::xml_node parent, double frames, DM::FrameCodeModes fcm, const DmString* reel);
     void format(pugi::xml_node parent, const Sequence& sequence, bool isSound);
-    void marker(pugi::xml_node parent, const DmCueMark& mark, double origin, double ratio);
+    /// Null for one without a time.
+    pugi::xml_node marker(pugi::xml_node parent, const DmCueMark& mark, double origin, double ratio);
+    void markers(pugi::xml_node parent, const DmSetList<DmCueMark>& marks, double origin, double ratio,
+                 const Where& where);
+    /// Those that the file or the form has; of all others a figure.
+    void links(pugi::xml_node clip, const DmSegmentNode& segment, pugi::xml_node element);
     pugi::xml_node transition(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item);
     pugi::xml_node clip(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item);
     void effects(pugi::xml_node clip, const Sequence& sequence, const Item& item, double clipTime, double clipPerRecord,
@@ -86,6 +92,7 @@ private:
     const Cut& _cut;
     Report* _report;
     Unsaid _unsaid;
+    Series _series;
 };
 
 } // namespace interchange::xmeml

@@ -40,8 +40,8 @@ namespace
 constexpr int deepestNesting = 75; ///< of sequences: what documents can be read again with
 /// What an element becomes takes so many bytes, however little stands in it; a file of next to nothing else is refused
 /// where that would be out of all proportion.
-constexpr std::array<std::pair<std::string_view, std::size_t>, 6> weights{{{"track", 350},
-                                                                           {"marker", 800},
+constexpr std::array<std::pair<std::string_view, std::size_t>, 6> weights{{{"track", 700},
+                                                                           {"marker", 130},
                                                                            {"clipitem", 1400},
                                                                            {"generatoritem", 1400},
                                                                            {"transitionitem", 2200},
@@ -216,7 +216,8 @@ private:
     CoSharedPtr<DmCueMark> mark(pugi::xml_node marker, double origin, double ratio);
     void link(Stage& stage);
     void keepForms(DmRoot& root);
-    void keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways, bool isLast);
+    void keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways, bool isLast,
+              const Series& series = {});
     /// Lets go of an item whose form is kept: what the parser has of it takes as much memory as the form that it left.
     void drop(const DmTreeNode& node, pugi::xml_node element);
 
@@ -1076,22 +1077,18 @@ void Maker::link(Stage& stage)
             names[first] = ids.make(*stage.clips[first].node);
         std::string id = names[first];
         if (sizes[first] > 1)
-        {
-            const std::string stem = id + '#' + *stage.clips[i].label;
-            id = stem;
-            for (int count = 2; !ids.take(id); ++count)
-                id = stem + '/' + std::to_string(count);
-        }
+            id = ids.unique(id + '#' + *stage.clips[i].label);
         require(stage.clips[i].node->setSegmentId(toDmString(id)));
     }
 }
 
 // What the model does not say
 
-void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways, bool isLast)
+void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways, bool isLast,
+                 const Series& series)
 {
     const auto hint = _hints.find(&node);
-    std::string form = formOf(element, plain, _nodes, hint == _hints.end() ? "" : hint->second.marks(), isLast);
+    std::string form = formOf(element, plain, _nodes, hint == _hints.end() ? "" : hint->second.marks(), isLast, series);
     constexpr std::size_t longestOfOurs = 1 << 16; // what is longer has more than we say
     if (!isAlways && form.size() <= longestOfOurs)
     {
@@ -1156,7 +1153,7 @@ void Maker::keepForms(DmRoot& root)
                 const pugi::xml_node element = found->second.element;
                 pugi::xml_document scratch;
                 keep(const_cast<DmTreeNode&>(*node), element, plain.item(scratch, sequence, track, item), !item.mix,
-                     false);
+                     false, plain.series());
                 pugi::xml_node file = element.child("file");
                 if (const File* const known = item.segment ? cut.fileOf(*item.segment) : nullptr; known && file)
                 {
@@ -1190,7 +1187,8 @@ void Maker::keepForms(DmRoot& root)
         seen.erase(sequence->node);
         pugi::xml_document scratch;
         const Hint& hint = _hints.at(sequence->node);
-        std::string form = formOf(hint.element, plain.sequence(scratch, *sequence), _nodes, hint.marks(), true);
+        std::string form =
+            formOf(hint.element, plain.sequence(scratch, *sequence), _nodes, hint.marks(), true, plain.series());
         if (!files.empty())
             form.insert(form.rfind("</"), "<our:files>" + files + "</our:files>");
         require(setLeftover(const_cast<DmCompositionNode&>(*sequence->node), leftoverType, form));
@@ -1201,7 +1199,7 @@ void Maker::keepForms(DmRoot& root)
         {
             pugi::xml_document scratch;
             keep(const_cast<DmCompositionNode&>(*node), _hints.at(node).element, plain.sequence(scratch, *sequence),
-                 true, true);
+                 true, true, plain.series());
         }
     pugi::xml_document scratch;
     pugi::xml_node top = add(scratch, "xmeml");

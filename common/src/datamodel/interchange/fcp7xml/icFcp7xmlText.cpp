@@ -3,9 +3,9 @@
 #include "icText.h"
 
 #include <algorithm>
-#include <charconv>
 #include <map>
 #include <unordered_map>
+#include <utility>
 
 namespace interchange::xmeml
 {
@@ -18,7 +18,7 @@ constexpr const char* wasMark = "our:was";
 constexpr const char* tailMark = "our:tail";
 constexpr const char* absentMark = "our:absent";
 constexpr const char* keyMark = "our:key";
-constexpr const char* othersMark = "our:others";
+constexpr const char* timesMark = "our:times";
 
 /// Text that an element begins with lies in the element itself: it saves a third of what is parsed.
 constexpr unsigned parseFlags = pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_comments |
@@ -138,22 +138,6 @@ std::map<std::string, pugi::xml_node, std::less<>> keyed(pugi::xml_node parent)
     return children;
 }
 
-/// The links that are left, as one figure: each of a group of clips may name all others.
-std::string othersOf(const std::map<std::string, pugi::xml_node, std::less<>>& open)
-{
-    std::uint64_t figure = 0xCBF29CE484222325; // FNV-1a
-    bool hasAny = false;
-    for (const auto& [key, child] : open)
-        if (std::string_view(child.name()) == "link")
-        {
-            hasAny = true;
-            for (const char c : key)
-                figure = (figure ^ static_cast<unsigned char>(c)) * 0x100000001B3;
-        }
-    char text[17];
-    return hasAny ? std::string(text, std::to_chars(text, text + sizeof text, figure, 16).ptr) : std::string();
-}
-
 class TextOutput final : public Output
 {
 public:
@@ -179,10 +163,11 @@ void print(std::string& out, pugi::xml_node node)
 class FormMaker
 {
 public:
-    FormMaker(const NodeSet& nodes, std::string_view marks, bool isLast)
+    FormMaker(const NodeSet& nodes, std::string_view marks, bool isLast, const Series& series)
         : _nodes(nodes)
         , _marks(marks)
         , _isLast(isLast)
+        , _series(series)
     {
     }
 
@@ -202,10 +187,17 @@ private:
     void leaf(pugi::xml_node element, pugi::xml_node plain);
     /// `isLast`: lets go of what stands in the text then, but for what others may refer to.
     void verbatim(pugi::xml_node node, bool isLast);
+    /// One of the series.
+    void next(pugi::xml_node element);
+    void endOfRow();
 
     const NodeSet& _nodes;
     std::string_view _marks;
     bool _isLast;
+    const Series& _series;
+    std::size_t _at = 0; ///< in the series
+    std::string _place;  ///< of the last of it, which stands in no text yet
+    std::size_t _times = 0;
 };
 
 void FormMaker::leaf(pugi::xml_node element, pugi::xml_node plain)
@@ -292,6 +284,47 @@ void FormMaker::place(pugi::xml_node element, pugi::xml_node plain, Places& plac
     text.append("</").append(name).append(">");
 }
 
+void FormMaker::next(pugi::xml_node element)
+{
+    pugi::xml_document scratch;
+    const pugi::xml_node plain = _at < _series.count ? _series.make(scratch, _at++) : pugi::xml_node();
+    std::string before = std::exchange(text, {});
+    Places places;
+    if (plain)
+        place(element, plain, places, _series.name);
+    else
+        verbatim(element, false);
+    std::swap(text, before);
+    if (_isLast)
+        element.parent().remove_child(element);
+    if (_times != 0 && before == _place)
+    {
+        ++_times;
+        return;
+    }
+    endOfRow();
+    _place = std::move(before);
+    _times = 1;
+}
+
+void FormMaker::endOfRow()
+{
+    const bool isPlace = _place.starts_with("<our:");
+    if (isPlace)
+    {
+        const std::size_t head = 1 + ours.size() + std::string_view(_series.name).size();
+        text.append(_place, 0, head);
+        if (_times > 1)
+            attribute(timesMark, std::to_string(_times));
+        text.append(_place, head);
+    }
+    else
+        for (; _times != 0; --_times)
+            text.append(_place);
+    _times = 0;
+    _place.clear();
+}
+
 void FormMaker::body(pugi::xml_node element, pugi::xml_node plain)
 {
     const auto isSpace = [](std::string_view said) { return said.find_first_not_of(" \t\r\n") == said.npos; };
@@ -302,10 +335,20 @@ void FormMaker::body(pugi::xml_node element, pugi::xml_node plain)
     Keys keys;
     Places places;
     bool hasItems = false;
-    pugi::xml_node next;
-    for (pugi::xml_node child = element.first_child(); child; child = next)
+    const bool hasSeries = static_cast<bool>(plain.child(seriesName));
+    pugi::xml_node nextChild;
+    for (pugi::xml_node child = element.first_child(); child; child = nextChild)
     {
-        next = child.next_sibling();
+        nextChild = child.next_sibling();
+        if (child.type() == pugi::node_pcdata && isSpace(child.value()))
+            continue;
+        if (hasSeries && std::string_view(child.name()) == _series.name)
+        {
+            next(child);
+            continue;
+        }
+        if (hasSeries)
+            endOfRow();
         if (_nodes.contains(child.internal_object()))
         {
             if (!hasItems || std::string_view(child.name()) == "sequence")
@@ -313,8 +356,6 @@ void FormMaker::body(pugi::xml_node element, pugi::xml_node plain)
             hasItems = true;
             continue;
         }
-        if (child.type() == pugi::node_pcdata && isSpace(child.value()))
-            continue;
         const std::string key = child.type() == pugi::node_element ? keys.of(child) : std::string();
         const auto found = open.find(key);
         if (found == open.end() || key.empty())
@@ -328,15 +369,16 @@ void FormMaker::body(pugi::xml_node element, pugi::xml_node plain)
             place(child, found->second, places, key);
         open.erase(found);
     }
-    if (const std::string others = othersOf(open); !others.empty())
+    if (hasSeries)
+        endOfRow();
+    if (const pugi::xml_attribute others = plain.attribute(othersMark))
     {
         text.append("<").append(ours).append("link");
-        attribute(othersMark, others);
+        attribute(othersMark, others.value());
         text += "/>";
     }
     for (const auto& [key, child] : open)
-        if (!child.attribute(optionalMark) && !child.attribute(usualMark) &&
-            std::string_view(child.name()) != itemsName && std::string_view(child.name()) != "link")
+        if (!child.attribute(optionalMark) && !child.attribute(usualMark) && !isOurs(child.name()))
         {
             text.append("<").append(ours).append(child.name());
             if (key != child.name())
@@ -501,9 +543,9 @@ void Output::leaf(std::string_view name, pugi::xml_node attributes, pugi::xml_no
 // Forms
 
 std::string formOf(pugi::xml_node element, pugi::xml_node plain, const NodeSet& nodes, std::string_view marks,
-                   bool isLast)
+                   bool isLast, const Series& series)
 {
-    FormMaker maker(nodes, marks, isLast);
+    FormMaker maker(nodes, marks, isLast, series);
     maker.element(element, plain, element.name());
     return std::move(maker.text);
 }
@@ -539,18 +581,20 @@ void writeVerbatim(Output& out, pugi::xml_node node, const WriteItems& items, st
 
 } // namespace
 
-void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items)
+void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items, const Series& series)
 {
     struct Entry
     {
         pugi::xml_node form;
         pugi::xml_node plain; ///< null for what only the form has
         bool isItems = false;
+        std::size_t times = 0; ///< so many of the series
     };
     const std::string_view name = form ? plainName(form.name()) : std::string_view(plain.name());
     auto open = keyed(plain);
     Places places;
-    std::string_view others; ///< the links that the file has not
+    const bool hasSeries = static_cast<bool>(plain.child(seriesName));
+    std::size_t placed = 0; ///< of the series
     std::vector<Entry> entries;
     for (const pugi::xml_node child : form.children())
     {
@@ -566,9 +610,15 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
             open.erase(itemsName);
             continue;
         }
-        if (const pugi::xml_attribute said = child.attribute(othersMark))
+        if (child.attribute(othersMark)) // the plain element leaves them out
+            continue;
+        if (hasSeries && plainName(childName) == series.name)
         {
-            others = said.value();
+            const std::size_t times = child.attribute(timesMark).as_uint(1);
+            const std::size_t taken = std::min(times, series.count - placed);
+            if (taken != 0) // else the model has no more of them
+                entries.push_back({child, {}, false, taken});
+            placed += taken;
             continue;
         }
         const pugi::xml_attribute key = child.attribute(keyMark);
@@ -583,8 +633,6 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
             entries.push_back({child, found->second});
         open.erase(found);
     }
-    if (!others.empty() && others == othersOf(open))
-        std::erase_if(open, [](const auto& each) { return std::string_view(each.second.name()) == "link"; });
     // In and out are one statement: where one was edited, what the file said of the other no longer counts. So are all
     // four where the file names the cut inside a transition, and we the transition's far side.
     bool isRangeEdited = false;
@@ -605,11 +653,20 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
     std::size_t at = 0;
     for (const pugi::xml_node child : plain.children())
     {
-        const auto placed = std::ranges::find_if(
+        const auto inForm = std::ranges::find_if(
             entries, [child](const Entry& entry)
             { return entry.plain == child || (entry.isItems && child.name() == std::string_view(itemsName)); });
-        if (placed != entries.end())
-            at = static_cast<std::size_t>(placed - entries.begin()) + 1;
+        if (std::string_view(child.name()) == seriesName)
+        {
+            const auto last = std::ranges::find_if(entries.rbegin(), entries.rend(), &Entry::times);
+            if (last != entries.rend())
+                at = static_cast<std::size_t>(entries.rend() - last);
+            if (placed < series.count)
+                entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(at++),
+                               Entry{{}, {}, false, series.count - placed});
+        }
+        else if (inForm != entries.end())
+            at = static_cast<std::size_t>(inForm - entries.begin()) + 1;
         else if (left.contains(child.internal_object()) && !child.attribute(optionalMark) &&
                  !(form && child.attribute(usualMark)))
         {
@@ -622,10 +679,23 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
     if (entries.empty())
         return out.open(name, form, plain, true);
     out.open(name, form, plain, false);
+    std::size_t made = 0;
     for (const Entry& entry : entries)
     {
         if (entry.isItems)
             items(out, name);
+        else if (entry.times != 0)
+        {
+            for (std::size_t wanted = entry.times; wanted != 0 && made < series.count;)
+            {
+                pugi::xml_document scratch;
+                if (const pugi::xml_node one = series.make(scratch, made++))
+                {
+                    fill(out, entry.form, one, items);
+                    --wanted;
+                }
+            }
+        }
         else if (!entry.plain)
             writeVerbatim(out, entry.form, items, name);
         else if (entry.plain.attribute(defineMark))

@@ -11,6 +11,7 @@
 ///       <our:pixelaspectratio our:was="square">...    the file's, as long as the model says "square"
 ///       <our:rate our:absent="25|FALSE|"/>            not in the file, as long as the model says that
 ///       <our:link our:others="cbf29ce4"/>             nor are other links, as long as they are of the same clips
+///       <our:marker our:times="3">...</our:marker>    three in a row of which the file says the same beside the model
 ///       <our:items/>                                  where the nodes inside stand
 ///     </clipitem>
 ///
@@ -80,6 +81,20 @@ inline constexpr const char* usualMark = "our:usual";
 
 /// An attribute of a file's duration: "unknown" where that is only what is known to play.
 inline constexpr const char* lengthMark = "materialLength";
+/// Of a plain clip, and of a place in a form: the links that the file has not, as one figure.
+inline constexpr const char* othersMark = "our:others";
+
+/// Elements of one name that are made one at a time: of each, a plain element takes far more memory than the model
+/// does. One stands for all of them in the plain element, where they stand.
+struct Series
+{
+    const char* name = "";
+    std::size_t count = 0;
+    /// Null for one that has no element.
+    std::function<pugi::xml_node(pugi::xml_node parent, std::size_t index)> make = {};
+};
+inline constexpr const char* seriesName = "our:series";
+
 /// Marks a plain file that stands here in full: it is written like the nodes inside.
 inline constexpr const char* defineMark = "our:define";
 
@@ -124,11 +139,12 @@ using NodeSet = std::unordered_set<const void*>;
 
 /// What `element` says beyond `plain`; elements in `nodes` have become nodes of their own. `marks`: further attributes.
 /// `isLast`: nobody asks for the element again; what only the form has of it goes as the form grows.
+/// `series`: of the plain element.
 std::string formOf(pugi::xml_node element, pugi::xml_node plain, const NodeSet& nodes, std::string_view marks = "",
-                   bool isLast = false);
+                   bool isLast = false, const Series& series = {});
 /// Writes the nodes that stand in an element of this name, or its file; where the form says so, one at a time.
 using WriteItems = std::function<void(Output&, std::string_view parent)>;
 /// Writes what the form and the plain element say together; `form` may be null.
-void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items);
+void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items, const Series& series = {});
 
 } // namespace interchange::xmeml

@@ -185,19 +185,23 @@ void Writer::sequence(const Sequence& sequence)
     const Form form(*sequence.node);
     pugi::xml_document scratch;
     _report.at({sequence.node, DM_MEDIA_UNDEFINED, 0, dmNoTime, DM::FCM_NOT_DEFINED});
-    fill(_out, form.root(), _plain.sequence(scratch, sequence),
-         [&](Output&, std::string_view parent)
-         {
-             int number = 0;
-             for (const Track& each : sequence.tracks)
-             {
-                 if (isSound(each) != (parent == "audio"))
-                     continue;
-                 while (++number < each.number)
-                     emptyTrack();
-                 track(sequence, each);
-             }
-         });
+    const pugi::xml_node plain = _plain.sequence(scratch, sequence);
+    const Series series = _plain.series();
+    fill(
+        _out, form.root(), plain,
+        [&](Output&, std::string_view parent)
+        {
+            int number = 0;
+            for (const Track& each : sequence.tracks)
+            {
+                if (isSound(each) != (parent == "audio"))
+                    continue;
+                while (++number < each.number)
+                    emptyTrack();
+                track(sequence, each);
+            }
+        },
+        series);
 }
 
 void Writer::emptyTrack()
@@ -225,27 +229,31 @@ void Writer::item(const Sequence& sequence, const Track& track, const Item& item
 {
     const Form form(item.segment ? static_cast<const DmTreeNode&>(*item.segment) : *item.mix);
     pugi::xml_document scratch;
-    fill(_out, form.root(), _plain.item(scratch, sequence, track, item),
-         [&](Output&, std::string_view parent)
-         {
-             if (parent == "file")
-             {
-                 const File& file = *_cut.fileOf(*item.segment);
-                 const auto found = _files.find(file.id);
-                 pugi::xml_document ofFile;
-                 return fill(_out, found == _files.end() ? pugi::xml_node() : found->second,
-                             _plain.file(ofFile, sequence, *item.segment), {});
-             }
-             const auto* const container = dynamic_cast<const DmContainerNode*>(item.segment);
-             const DmCompositionNode* const inside = container ? _cut.insideOf(*container) : nullptr;
-             if (!inside)
-                 return;
-             if (_cut.defines(*container))
-                 return this->sequence(*_cut.find(inside));
-             pugi::xml_document reference;
-             add(reference, "sequence").append_attribute("id") = _cut.find(inside)->id.c_str();
-             _out.leaf("sequence", reference.first_child(), {}, "");
-         });
+    const pugi::xml_node plain = _plain.item(scratch, sequence, track, item);
+    const Series series = _plain.series();
+    fill(
+        _out, form.root(), plain,
+        [&](Output&, std::string_view parent)
+        {
+            if (parent == "file")
+            {
+                const File& file = *_cut.fileOf(*item.segment);
+                const auto found = _files.find(file.id);
+                pugi::xml_document ofFile;
+                return fill(_out, found == _files.end() ? pugi::xml_node() : found->second,
+                            _plain.file(ofFile, sequence, *item.segment), {});
+            }
+            const auto* const container = dynamic_cast<const DmContainerNode*>(item.segment);
+            const DmCompositionNode* const inside = container ? _cut.insideOf(*container) : nullptr;
+            if (!inside)
+                return;
+            if (_cut.defines(*container))
+                return this->sequence(*_cut.find(inside));
+            pugi::xml_document reference;
+            add(reference, "sequence").append_attribute("id") = _cut.find(inside)->id.c_str();
+            _out.leaf("sequence", reference.first_child(), {}, "");
+        },
+        series);
 }
 
 } // namespace
