@@ -40,8 +40,8 @@ namespace
 constexpr int deepestNesting = 75; ///< of sequences: what documents can be read again with
 /// What an element becomes takes so many bytes, however little stands in it; a file of next to nothing else is refused
 /// where that would be out of all proportion.
-constexpr std::array<std::pair<std::string_view, std::size_t>, 6> weights{{{"track", 700},
-                                                                           {"marker", 130},
+constexpr std::array<std::pair<std::string_view, std::size_t>, 6> weights{{{"track", 750},
+                                                                           {"marker", 140},
                                                                            {"clipitem", 1400},
                                                                            {"generatoritem", 1400},
                                                                            {"transitionitem", 2200},
@@ -149,9 +149,10 @@ private:
     struct Made
     {
         CoSharedPtr<DmSegmentNode> node;
-        std::string id;
-        std::vector<std::string> links;
+        pugi::xml_node element;
         const std::string* label; ///< of its track: "V1"
+
+        std::string_view id() const { return element.attribute("id").value(); }
     };
     /// A sequence that is being read.
     struct Stage
@@ -1020,21 +1021,18 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     if (inside)
         _nodes.insert(place.internal_object());
     came(*node, element);
-    Made linked{node, hint.id, {}, &label};
     _hints.emplace(node.get(), std::move(hint));
-    for (const pugi::xml_node each : element.children("link"))
-        linked.links.emplace_back(textOf(each, "linkclipref"));
-    stage.clips.push_back(std::move(linked));
+    stage.clips.push_back({node, element, &label});
     return node;
 }
 
 /// Gives the clips of a sequence their ids; those that are linked share the part before the '#'.
 void Maker::link(Stage& stage)
 {
-    std::unordered_map<std::string, std::size_t> byId;
+    std::unordered_map<std::string_view, std::size_t> byId;
     for (std::size_t i = 0; i < stage.clips.size(); ++i)
-        if (!stage.clips[i].id.empty())
-            byId.emplace(stage.clips[i].id, i);
+        if (const std::string_view id = stage.clips[i].id(); !id.empty())
+            byId.emplace(id, i);
     std::vector<std::size_t> group(stage.clips.size());
     std::iota(group.begin(), group.end(), std::size_t{0});
     const auto rootOf = [&group](std::size_t i)
@@ -1044,8 +1042,8 @@ void Maker::link(Stage& stage)
         return i;
     };
     for (std::size_t i = 0; i < stage.clips.size(); ++i)
-        for (const std::string& each : stage.clips[i].links)
-            if (const auto found = byId.find(each); found != byId.end())
+        for (const pugi::xml_node each : stage.clips[i].element.children("link"))
+            if (const auto found = byId.find(textOf(each, "linkclipref")); found != byId.end())
             {
                 const std::size_t a = rootOf(i);
                 const std::size_t b = rootOf(found->second);
