@@ -1,9 +1,12 @@
-/// Reading a cut list of 10 000 events against splitting the same bytes into lines.
+/// Reading a cut list of 10 000 events against splitting the same bytes into lines, and the memory that XML takes of
+/// which every element becomes something.
 #include "dmTreeTool.h"
 #include "icEdlReader.h"
 #include "icEdlToTree.h"
 #include "icEdlWriter.h"
+#include "icInterchange.h"
 #include "zrAllocations.h"
+#include "zrPeak.h"
 #include "zrRatio.h"
 
 #include <benchmark/benchmark.h>
@@ -72,6 +75,88 @@ std::vector<std::string> splitIntoLines(const std::string& text)
     return lines;
 }
 
+/// The most memory that reading a file takes which is 3 MB of one element, over its size.
+void printPeakOfXml()
+{
+    enum Place
+    {
+        OnTrack,
+        InClip,
+        AsTrack,
+        InSequence,
+        InDocument
+    };
+    const struct
+    {
+        const char* what;
+        Place place;
+        const char* element; ///< with the count in place of each '%'
+    } kinds[] = {
+        {"small clip items", OnTrack, "<clipitem><a>%</a><in>0</in><out>1</out><end>1%</end></clipitem>\n"},
+        {"clip items with an id", OnTrack, "<clipitem id=\"%\"><in>0</in><out>1</out><end>1%</end></clipitem>\n"},
+        {"transitions", OnTrack,
+         "<transitionitem><start>%0</start><end>%9</end><alignment>center</alignment></transitionitem>\n"},
+        {"clip items that say a warning each", OnTrack,
+         "<clipitem><in>0</in><out>9</out><start>1%</start><end>1%.9</end></clipitem>\n"},
+        {"clip items without a length", OnTrack, "<clipitem><start>%</start></clipitem>\n"},
+        {"key frames", InClip, "<keyframe><when>%</when><value>9</value></keyframe>\n"},
+        {"tracks", AsTrack, "<track><enabled>TRUE</enabled><locked>FALSE</locked></track>\n"},
+        {"empty markers", InSequence, "<marker/>\n"},
+        {"markers with an in", InSequence, "<marker><in>%</in></marker>\n"},
+        {"markers with a name", InSequence, "<marker><name>m%</name><in>%</in><out>-1</out></marker>\n"},
+        {"sequences", InDocument,
+         "<sequence id=\"%\"><name>cut %</name><rate><timebase>25</timebase></rate><media/></sequence>\n"},
+        {"elements that nobody knows", InSequence, "<x/>\n"},
+    };
+    constexpr std::size_t size = std::size_t{3} << 20;
+    for (const auto& each : kinds)
+    {
+        std::string elements;
+        for (int i = 0; elements.size() < size; ++i)
+            for (const char* c = each.element; *c; ++c)
+                *c == '%' ? elements.append(std::to_string(i)) : elements.append(1, *c);
+        const char* begin = "";
+        const char* end = "";
+        switch (each.place)
+        {
+        case InClip:
+            begin = "<media><video><track><clipitem><start>0</start><end>9</end><filter><effect><effectid>opacity"
+                    "</effectid><parameter><parameterid>opacity</parameterid>";
+            end = "</parameter></effect></filter></clipitem></track></video></media>";
+            break;
+        case OnTrack:
+            begin = "<media><video><track>";
+            end = "</track></video></media>";
+            break;
+        case AsTrack:
+            begin = "<media><video>";
+            end = "</video></media>";
+            break;
+        case InSequence:
+        case InDocument:
+            break;
+        }
+        const std::string sequence = "<sequence><rate><timebase>25</timebase></rate>" + std::string(begin);
+        const std::string file =
+            "<xmeml>" + (each.place == InDocument ? elements : sequence + elements + end + "</sequence>") + "</xmeml>";
+        std::string said;
+        const double peak = zrPeak::of(
+            [&]
+            {
+                Options options;
+                options.format = "fcp7xml";
+                options.lenient = true;
+                const Reading reading = readBuffer(file, options);
+                said = reading.root ? "" : reading.findings.front().text;
+            });
+        const std::string name = "memory for XML of nothing but " + std::string(each.what) + " / the file";
+        if (said.empty())
+            zrRatio::print(name.c_str(), 30, peak * (1 << 20) / static_cast<double>(file.size()));
+        else
+            std::printf("%s: refused: %s\n", name.c_str(), said.c_str());
+    }
+}
+
 } // namespace
 
 int main()
@@ -102,4 +187,6 @@ int main()
     std::printf("allocations for a document of 20 000 events / of 10 000: ratio %.2f (limit 2.05)\n",
                 static_cast<double>(zrAllocations::of([&] { std::ignore = toTree(twice); })) /
                     static_cast<double>(zrAllocations::of([&] { std::ignore = toTree(text); })));
+
+    printPeakOfXml();
 }
