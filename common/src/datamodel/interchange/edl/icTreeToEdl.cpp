@@ -367,6 +367,14 @@ EdlLine ListMaker::outgoingLine(const Played& played, const Place& place, Edit& 
     }
     EdlLine own = _lines.line(*attached, {nullptr, place.channel, attached->getRecOut(), kept ? &*kept : nullptr});
     own.event.record = line.event.record; // the transition says when it is
+    if (attached->getRecLength() > 0)
+    {
+        // What goes on under the transition, as edits leave it: the list names the point where it does.
+        EdlRange& source = own.event.source;
+        source.in = source.out = own.event.speed && own.event.speed->fps < 0 ? source.out : source.in;
+        if (own.event.speed)
+            own.event.speed->at = source.in;
+    }
     return own;
 }
 
@@ -382,6 +390,12 @@ void ListMaker::addEdit(const Played& played, double recOut, const Place& place)
         edit.lines.push_back(outgoingLine(played, place, edit));
 
     EdlLine incoming = _lines.line(*played.segment, {mix, place.channel, recOut, kept ? &*kept : nullptr});
+    if (!edit.lines.empty() && edit.lines.front().event.number == 0)
+    {
+        edit.lines.front().event.number = incoming.event.number;
+        edit.lines.front().event.numberWidth = incoming.event.numberWidth;
+        edit.lines.front().numberTail = incoming.numberTail;
+    }
     if (mix)
     {
         const std::string from = attached          ? clipName(*attached)
