@@ -70,25 +70,37 @@ std::string IdMaker::make(const DmSegmentNode& segment)
 
 std::string IdMaker::unique(const std::string& id)
 {
-    if (take(id))
+    const auto isNew = [this](std::string_view id)
+    {
+        Taken& taken = placeOf(id);
+        if (taken.count != 0)
+            return false;
+        taken.count = 1;
+        return taken.isHeld = true;
+    };
+    if (isNew(id))
         return id;
     for (;;)
-        if (std::string candidate = id + '/' + std::to_string(++countOf(id)); take(candidate))
+        if (std::string candidate = id + '/' + std::to_string(++placeOf(id).count); isNew(candidate))
             return candidate;
 }
 
 bool IdMaker::take(std::string_view id)
 {
-    std::uint32_t& count = countOf(id);
-    const bool isNew = count == 0;
-    count = isNew ? 1 : count;
-    return isNew;
+    Taken& taken = placeOf(id);
+    taken.count = std::max<std::uint32_t>(taken.count, 1);
+    return !std::exchange(taken.isHeld, true);
 }
 
-std::uint32_t& IdMaker::countOf(std::string_view id)
+void IdMaker::giveBack(std::string_view id)
+{
+    placeOf(id).isHeld = false;
+}
+
+IdMaker::Taken& IdMaker::placeOf(std::string_view id)
 {
     constexpr std::size_t smallest = 64;
-    const auto placeOf = [this](std::size_t hash)
+    const auto indexOf = [this](std::size_t hash)
     {
         std::size_t at = hash & (_table.size() - 1);
         while (_table[at].count != 0 && _table[at].hash != hash)
@@ -100,16 +112,16 @@ std::uint32_t& IdMaker::countOf(std::string_view id)
         const std::vector<Taken> before(std::exchange(_table, std::vector<Taken>(std::max(smallest, 4 * _ids))));
         for (const Taken& each : before)
             if (each.count != 0)
-                _table[placeOf(each.hash)] = each;
+                _table[indexOf(each.hash)] = each;
     }
     const std::size_t hash = std::hash<std::string_view>()(id);
-    Taken& taken = _table[placeOf(hash)];
+    Taken& taken = _table[indexOf(hash)];
     if (taken.count == 0)
     {
         taken.hash = hash;
         ++_ids;
     }
-    return taken.count;
+    return taken;
 }
 
 } // namespace interchange

@@ -31,16 +31,19 @@ public:
     std::string unique(const std::string& id);
     /// Notes that an id stands in the composition; false where it did so before.
     bool take(std::string_view id);
+    /// Of one that was made, and that its segment does not have after all: another may bring it. It is not made again.
+    void giveBack(std::string_view id);
 
 private:
     struct Taken
     {
         std::size_t hash = 0;
         std::uint32_t count = 0; ///< how often it was to be made; 0: nothing stands here
+        bool isHeld = false;     ///< by a segment
     };
 
     /// Good until the next one.
-    std::uint32_t& countOf(std::string_view id);
+    Taken& placeOf(std::string_view id);
 
     std::vector<Taken> _table; ///< of a power of two, at most half full
     std::size_t _ids = 0;

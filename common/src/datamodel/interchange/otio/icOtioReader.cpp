@@ -697,7 +697,10 @@ void Maker::finish(Stage& to, DmSegmentNode& node, const Value& item, const Entr
     {
         // A clip that was cut in two elsewhere says one id twice.
         const DmString& id = node.getSegmentId();
-        if (!(id == madeUp) && !id.empty() && !to.ids.take(dmUtf8(id)))
+        const bool isMade = id == madeUp;
+        if (!isMade)
+            to.ids.giveBack(dmUtf8(madeUp));
+        if (!isMade && !id.empty() && !to.ids.take(dmUtf8(id)))
         {
             require(node.addSegmentPreviousId(id));
             setText(node, DmSegmentNode::SegmentId, freshId());
