@@ -5,6 +5,7 @@
 
 #include "CoSharedPtr.h"
 #include "dmErrorId.h"
+#include "dmSegmentNode.h"
 #include "dmSetTools.h"
 
 #include <exception>
@@ -59,6 +60,17 @@ const T* as(const Base* object)
 {
     static_assert(std::is_final_v<T>);
     return object && typeid(*object) == typeid(T) ? static_cast<const T*>(object) : nullptr;
+}
+
+/// The segment that mixes have left nothing of, and that a gap of no length stands for; null of all other nodes. What a
+/// host has attached to a gap that plays is none.
+inline const DmSegmentNode* carriedBy(const DmTreeNode& node)
+{
+    constexpr double leastLength = 0.5; // of frames
+    const DmSegmentNode* const gap = node.whatIs() == DM_GAP_NODE ? node.asSegment() : nullptr;
+    const auto* const attached =
+        gap && gap->getRecLength() < leastLength ? dynamic_cast<const DmTreeNode*>(gap->getBaseBlob()) : nullptr;
+    return attached && attached->isSegment() && attached->whatIs() != DM_GAP_NODE ? attached->asSegment() : nullptr;
 }
 
 } // namespace interchange

@@ -6,6 +6,7 @@
 #include "icMisplaced.h"
 #include "icMode.h"
 #include "icText.h"
+#include "icTree.h"
 #include "icUnsaid.h"
 
 #include "dmCompositionNode.h"
@@ -275,9 +276,8 @@ std::vector<ListMaker::Played> ListMaker::playedOf(const DmLayerNode& layer) con
             mix = dynamic_cast<const DmTrxEffectNode*>(layer.getChild(i));
             continue;
         }
-        if (segment->whatIs() == DM_GAP_NODE)
-            if (const auto* const source = dynamic_cast<const DmSourceNode*>(segment->getBaseBlob()))
-                segment = source;
+        if (const auto* const source = dynamic_cast<const DmSourceNode*>(carriedBy(*segment)))
+            segment = source;
         // A hole in front of it is nothing to come from.
         const auto* const before = dynamic_cast<const DmSegmentNode*>(previous);
         const double in = mix ? mix->getRecIn() : segment->getRecIn();

@@ -3,6 +3,7 @@
 #include "icIds.h"
 #include "icMode.h"
 #include "icText.h"
+#include "icTree.h"
 
 #include "dmGapNode.h"
 #include "dmMaterial.h"
@@ -300,7 +301,7 @@ Track& Cut::addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerN
         item.mix = dynamic_cast<const DmTrxEffectNode*>(child);
         item.segment = child->isSegment() ? child->asSegment() : nullptr;
         if (item.segment && child->whatIs() == DM_GAP_NODE)
-            item.segment = attachedOf(*child);
+            item.segment = carriedBy(*child);
         const DmSegmentNode* const placed = child->asSegment();
         item.recIn = item.mix ? item.mix->getRecIn() : placed ? placed->getRecIn() : 0.0;
         item.recOut = item.recIn + (item.mix ? item.mix->getRecLength() : placed ? placed->getRecLength() : 0.0);
@@ -320,7 +321,7 @@ Track& Cut::addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerN
             last->recOut = item.recIn; // the later one covers the end of the earlier one
             left.push_back({last->node, &sequence, &node, "DM703", last->recIn});
         }
-        const bool isHole = previous && (previous->whatIs() == DM_GAP_NODE && !attachedOf(*previous));
+        const bool isHole = previous && (previous->whatIs() == DM_GAP_NODE && !carriedBy(*previous));
         const bool touches = !track.items.empty() && previous == track.items.back().node &&
                              std::abs(track.items.back().recOut - item.recIn) <= tolerance;
         if (item.mix)

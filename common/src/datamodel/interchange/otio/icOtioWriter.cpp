@@ -103,9 +103,8 @@ Layout layoutOf(const DmLayerNode& layer, double origin)
         const std::size_t before = layout.items.empty() ? 0 : layout.items.back().endOfBefore;
         Item item{node, node->asSegment(), isMix ? static_cast<const DmTrxEffectNode*>(node) : nullptr, before,
                   layout.between.size()};
-        if (item.segment && node->whatIs() == DM_GAP_NODE)
-            if (const auto* const attached = dynamic_cast<const DmSegmentNode*>(node->getBaseBlob()))
-                item.segment = attached;
+        if (const DmSegmentNode* const carried = carriedBy(*node))
+            item.segment = carried;
         if (node->whatIs() == DM_CUT_NODE || isEmptyGap(*node))
         {
             layout.between.push_back(node);
