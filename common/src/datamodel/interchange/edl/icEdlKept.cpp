@@ -100,6 +100,8 @@ void readField(EdlKept& kept, std::string_view key, std::string_view value)
         set(kept.recordLength, value);
     else if ((key == "speed" && set(speed.fps, value)) || (key == "at" && set(speed.at, value)))
         kept.speed = speed;
+    else if (key == "speed's time")
+        kept.speedHasNoTime = value == "none";
     else if (key == "plays")
         kept.plays = toNumber<double>(value);
     else if (key == "after")
@@ -195,6 +197,8 @@ eDmErrorId EdlKept::keepOn(DmTreeNode& node) const
     {
         fields.add("speed", speed->fps);
         fields.add("at", speed->at);
+        if (speedHasNoTime)
+            fields.add("speed's time", std::string_view("none"));
     }
     if (plays)
         fields.add("plays", *plays);

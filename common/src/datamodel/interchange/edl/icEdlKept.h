@@ -38,6 +38,7 @@ struct EdlKept
     EdlRange source;                    ///< as it was read ...
     std::int64_t recordLength = -1;     ///< ... for this length on the record side; -1: not kept
     std::optional<EdlSpeed> speed;
+    bool speedHasNoTime = false; ///< in its line
     std::optional<double> plays; ///< the speed that the model had for it
     std::string speedReel;       ///< of the speed's own line, where that is another one
     // As in EdlEvent

@@ -318,6 +318,7 @@ void EdlLineMaker::setSpeed(EdlLine& line, double speed, const EdlKept* kept) co
     if (kept && kept->speed && std::abs(kept->plays.value_or(kept->speed->fps / rate) - speed) <= tolerance)
     {
         line.event.speed = EdlSpeed{kept->speed->fps, 0};
+        line.event.speedHasNoTime = kept->speedHasNoTime;
         line.speedReel = kept->speedReel;
         line.speedSpelling = kept->speedSpelling;
     }

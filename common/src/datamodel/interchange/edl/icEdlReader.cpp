@@ -457,6 +457,7 @@ bool Reader::speed(std::string_view text)
     if (event.speed)
         return keep("a second speed for the event");
     event.speed = EdlSpeed{read->fps, at(event)};
+    event.speedHasNoTime = !read->at;
     std::string ours;
     appendDecimal(ours, read->fps, 3, 1);
     if (read->number != ours)

@@ -424,6 +424,7 @@ EdlKept TreeMaker::keptOf(const EdlEvent& event, Channel channel, std::uint32_t 
     kept.numberTail = event.numberTail;
     kept.labels = event.labels;
     kept.speed = event.speed;
+    kept.speedHasNoTime = event.speedHasNoTime;
     kept.speedReel = event.speedReel;
     kept.spelling = event.spelling;
     kept.speedSpelling = event.speedSpelling;

@@ -213,7 +213,8 @@ private:
                    else
                        appendDecimal(_text, event.speed->fps, 3, 1);
                });
-        appendTimeLabel(_text, event.speed->at, _list.sourceFcm(event), formsOf(event)[0]);
+        if (!event.speedHasNoTime)
+            appendTimeLabel(_text, event.speed->at, _list.sourceFcm(event), formsOf(event)[0]);
         endLine();
     }
 
