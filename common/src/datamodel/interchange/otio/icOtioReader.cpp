@@ -163,6 +163,8 @@ public:
 private:
     CoSharedPtr<DmReelNode> reel(const Value& object);
     void addComposition(DmCollectionNode& to, const Value& object);
+    /// What a collection holds, and what the collections in it do.
+    void addCompositions(DmCollectionNode& to, const Value& collection);
     CoSharedPtr<DmCompositionNode> composition(const Value& top);
     bool chooseMode(const Value& top);
     /// Of children that stand apart, the first tell the mode; all of them must tell the same.
@@ -286,9 +288,7 @@ CoSharedPtr<DmReelNode> Maker::reel(const Value& object)
 {
     auto reel = orBadAlloc(DmReelNode::create());
     Items::setName(*reel, object);
-    if (const Value* const members = arrayOf(&object, "children"))
-        for (const Value& each : members->GetArray())
-            addComposition(*reel, each);
+    addCompositions(*reel, object);
     finishCollection(*reel, object);
     return reel;
 }
@@ -298,6 +298,23 @@ void Maker::finishCollection(DmCollectionNode& node, const Value& object)
     _keep.take(node, object, ownOf(&object));
     _keep.keepDifference(node, object, {}, [&](Listener& to) { _parts.collection(to, node); });
     _items.came(node, object);
+}
+
+void Maker::addCompositions(DmCollectionNode& to, const Value& collection)
+{
+    const Value* const members = arrayOf(&collection, "children");
+    for (json::SizeType i = 0; members && i < members->Size(); ++i)
+    {
+        const Value& each = (*members)[i];
+        if (!isCollection(each))
+        {
+            addComposition(to, each);
+            continue;
+        }
+        // A document has no place for it, but for all that it holds.
+        _items.warn(&each, "a collection inside two others: what it holds stands in the one around it");
+        addCompositions(to, each);
+    }
 }
 
 void Maker::addComposition(DmCollectionNode& to, const Value& object)
@@ -410,9 +427,8 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
     {
         form.wholeValue = Value(top, _scratch);
         _items.mistake(&top,
-                       schema.empty() ? noTimeline
-                       : isCollection(top)
-                           ? "a collection inside two others: a document is one of compositions, or of such collections"
+                       schema.empty()
+                           ? noTimeline
                            : "an object of the schema " + std::string(schema) + " is no timeline, stack, track or clip",
                        "an empty composition stands for it");
     }
