@@ -498,6 +498,7 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
     const double materialFps = recordFps * played.rate();
     const bool isConstant = played.motion() == DmPlayed::Motion::Constant;
     const double speed = isConstant ? std::abs(played.speed()) : 1.0;
+    const bool isHeld = played.motion() == DmPlayed::Motion::Freeze && material.kind != DmMaterial::Kind::Still;
     const bool isInside = file && (!file->isKnown || hint.before != 0);
     const double offset = isInside ? material.begin - file->begin : 0.0; ///< in the file
     Rate clipRate = hint.rate.value_or(Rate::of(played.fcm()));
@@ -516,7 +517,7 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
         Range range{begin, 0, begin};
         if (played.motion() == DmPlayed::Motion::Keyed)
             range.at = hint.at;
-        range.in = range.at - (played.isReverse() ? tail : head) * perRecord;
+        range.in = range.at - (isHeld ? 0.0 : played.isReverse() ? tail : head) * perRecord;
         range.out = range.in + (extent.end - extent.start) * perRecord;
         return range;
     };
