@@ -393,7 +393,7 @@ void dmtree::addCheck(CLI::App& app, Run& run)
     command->add_option("--media-root", options->rules.mediaRoot, "Look whether the files of sources are in a folder")
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory);
-    command->add_option("--fcm", options->fcm, std::string("The mode of lists that do not say theirs: ") + modeHelp)
+    command->add_option("--fcm", options->fcm, "The mode of lists that do not say theirs: " + modeHelp())
         ->type_name("MODE")
         ->check(checkMode);
     command->add_flag(

@@ -170,7 +170,7 @@ void dmtree::addDiff(CLI::App& app, Run& run)
     command->add_option("--tolerance", options->diff.tolerance, "Times that differ by no more are the same")
         ->check(CLI::NonNegativeNumber)
         ->type_name("FRAMES");
-    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + std::string(modeHelp))
+    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + modeHelp())
         ->check(CLI::Validator(checkMode, "MODE"));
     command->add_flag("--exit-zero", options->exitZero, "Exit code 0 for files that differ, too");
     addLenient(*command, options->lenient);

@@ -665,7 +665,7 @@ void dmtree::addEdit(CLI::App& app, Run& run)
                       "Keys move with the picture when a segment is slipped");
     command->add_flag("--keep-frames", options->edit.keepFrames, "Another speed changes the length");
     command->add_flag("--ripple", options->edit.ripple, "And pulls what is behind along");
-    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + std::string(modeHelp))
+    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + modeHelp())
         ->check(CLI::Validator(checkMode, "MODE"));
     addLenient(*command, options->lenient);
     command->footer(

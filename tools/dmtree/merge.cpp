@@ -80,7 +80,7 @@ void dmtree::addMerge(CLI::App& app, Run& run)
         ->type_name("OUT");
     command->add_option("--name", options->name, "The file's name, which tells its format: %P to git")
         ->type_name("NAME");
-    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + std::string(modeHelp))
+    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + modeHelp())
         ->check(CLI::Validator(checkMode, "MODE"));
     auto* const favour =
         command->add_flag("--ours", options->favourOurs, "In a conflict ours stands, and nothing marks it");

@@ -19,6 +19,11 @@ std::string modeNames()
     return names;
 }
 
+std::string modeHelp()
+{
+    return modeNames() + ", or in short the rate, PAL or NTSC; df behind it for labels that drop ('29.97 df')";
+}
+
 std::string checkMode(const std::string& name)
 {
     return modeOf(name) != DM::FCM_NOT_DEFINED ? ""

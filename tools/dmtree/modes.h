@@ -8,13 +8,10 @@
 namespace dmtree
 {
 
-/// What --help says about names of modes.
-inline constexpr const char* modeHelp =
-    "a name or a short form: 25 or PAL, 24, 23.976 or 23.98, 30, 50, 60, 29.97 or NTSC, 59.94; df behind it for labels "
-    "that drop ('29.97 df')";
-
 /// The names of all modes, in quotes.
 std::string modeNames();
+/// What --help says about them.
+std::string modeHelp();
 /// Empty for a name of a mode or a short form of one, else what is wrong with it: a validator of options.
 std::string checkMode(const std::string& name);
 /// The mode; FCM_NOT_DEFINED for the empty text, an option that was not given.

@@ -65,7 +65,7 @@ void dmtree::addPatch(CLI::App& app, Run& run)
         ->add_option("-o,--output", options->output,
                      "Where to, of any format that convert writes; may be OLD itself. Standard output without it")
         ->type_name("OUT");
-    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + std::string(modeHelp))
+    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + modeHelp())
         ->check(CLI::Validator(checkMode, "MODE"));
     addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return patchDocument(*options); }; });

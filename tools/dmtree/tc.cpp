@@ -280,7 +280,7 @@ void dmtree::addTc(CLI::App& app, Run& run)
     const auto options = std::make_shared<Options>();
     command
         ->add_option("--fcm", options->fcm,
-                     std::string("Frame-code mode of the values, ") + modeHelp + ". Without it, that of ZR_DEFAULT_FCM")
+                     "Frame-code mode of the values: " + modeHelp() + ". Without it, that of ZR_DEFAULT_FCM")
         ->type_name("NAME")
         ->check(checkMode);
     command->add_option("--to", options->to, "Answer with the label of the same wall-clock time in this mode")

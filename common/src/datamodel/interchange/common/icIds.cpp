@@ -70,9 +70,9 @@ std::string IdMaker::make(const DmSegmentNode& segment)
 
 std::string IdMaker::unique(const std::string& id)
 {
-    const auto isNew = [this](std::string_view id)
+    const auto isNew = [this](std::string_view text)
     {
-        Taken& taken = placeOf(id);
+        Taken& taken = placeOf(text);
         if (taken.count != 0)
             return false;
         taken.count = 1;

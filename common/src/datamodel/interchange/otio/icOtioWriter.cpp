@@ -35,6 +35,7 @@ using namespace otio;
 namespace
 {
 
+constexpr Loss otherSegment{"DM728", "written as gaps"};
 constexpr Loss tooDeep{"DM729", "written without what is inside"};
 constexpr Loss hiddenEffect{"DM711", "other programs do not see them"};
 constexpr Loss otherMix{"DM712", "written as Custom_Transition"};
@@ -181,6 +182,13 @@ double originOf(const DmCompositionNode& composition)
             break;
         }
     return holdsAny ? origin : composition.getStartTC();
+}
+
+/// Whether a schema says what a segment of its class is: a gap stands for the others.
+bool hasObject(const DmSegmentNode& segment)
+{
+    const eDmTreeNodeClassId kind = segment.whatIs();
+    return kind == DM_SOURCE_NODE || kind == DM_CONTAINER_NODE || kind == DM_GAP_NODE;
 }
 
 /// Whether anything stands on a composition: where not, its file has no times that would tell its rate.
@@ -616,6 +624,8 @@ void Maker::warn(const DmTrackNode& track, const Item& item)
 {
     if (item.mix && !Parts::hasSchema(*item.mix))
         _report.lose(otherMix);
+    if (item.segment && !hasObject(*item.segment))
+        _report.lose(otherSegment);
     bool hasSpeed = false;
     bool hasLook = false;
     if (item.segment)
