@@ -33,6 +33,7 @@ constexpr Loss otherTransition{"DM712", "written as dissolves"};
 constexpr Loss changingSpeed{"DM713", "written at normal speed"};
 constexpr Loss nestedComposition{"DM714", "written as events of reel AX"};
 constexpr Loss otherGenerator{"DM715", "written as events of reel AX"};
+constexpr Loss otherBars{"DM715", "written as those of the list's mode"};
 constexpr Loss mutedSegment{"DM716", "written as if they played"};
 constexpr Loss betweenFrames{"DM717", "moved to the nearest one"};
 constexpr Loss otherRate{"DM718", "written with the in-time of the same wall-clock time"};
@@ -220,6 +221,8 @@ std::string EdlLineMaker::reel(const DmSourceNode::Input* input, const EdlKept* 
         const bool isBars = type == L"INPUT_SMPTE_BARS" || type == L"INPUT_PAL_BARS" || type == L"INPUT_TONE";
         if (!isBlack && !isBars)
             _report.lose(otherGenerator);
+        if (type == (_fcm == DM::FCM_25 ? L"INPUT_SMPTE_BARS" : L"INPUT_PAL_BARS"))
+            _report.lose(otherBars);
         const EdlReelKind kind = isBlack ? EdlReelKind::Black : isBars ? EdlReelKind::Bars : EdlReelKind::Tape;
         if (kept && !kept->reel.empty() && edlReelKind(kept->reel) == kind && kind != EdlReelKind::Tape)
             return kept->reel;
