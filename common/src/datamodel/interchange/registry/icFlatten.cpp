@@ -99,7 +99,10 @@ bool playsThrough(const DmTimeline& timeline, const DmLayerPlace& place, double 
     for (int i = 0; i < timeline.elementCount(place); ++i)
         if (const DmElementPlace at{place.track, place.layer, i};
             timeline.recIn(at) <= in + tolerance && timeline.recOut(at) >= out - tolerance)
-            return timeline.storedElement(at)->isSegment();
+        {
+            const auto node = timeline.storedElement(at);
+            return node && node->isSegment();
+        }
     return false;
 }
 
@@ -115,7 +118,7 @@ std::vector<DmLayerPlace> layersOf(DmEdit& edit, eDmTreeMediaType mediaType)
     {
         for (int i = 0; i < timeline.elementCount(place); ++i)
             if (const auto node = timeline.storedElement({place.track, place.layer, i});
-                node->isSegment() && node->whatIs() != DM_GAP_NODE)
+                node && node->isSegment() && node->whatIs() != DM_GAP_NODE)
                 return true;
         return false;
     };
@@ -169,7 +172,7 @@ Nodes playedOf(DmEdit& edit, const DmLayerPlace& place, const DmContainerNode& c
         const DmElementPlace at{place.track, place.layer, i};
         const double recIn = timeline.recIn(at);
         const double recOut = timeline.recOut(at);
-        if (recIn < in - tolerance || recOut > out + tolerance)
+        if (recIn < in - tolerance || recOut > out + tolerance || !timeline.storedElement(at))
             continue;
         const CoSharedPtr<DmTreeNode> node = DmTreeTool::deepClone(orBadAlloc(timeline.element(at)));
         // The seams at the ends are the container's own.
@@ -274,7 +277,11 @@ void Flattener::layer(DmCompositionNode& composition, const DmTrackNode& track, 
             (own == DM::FCM_NOT_DEFINED || DM::FcmUtil::toNonDrop(own) == DM::FcmUtil::toNonDrop(fcm)))
             parts = insideOf(*container, mixAt(layer, i - 1), mixAt(layer, i + 1),
                              rank == _ranks.end() ? Rank() : rank->second);
-        if (parts.empty())
+        const auto isOfLayer = [&layer](const Part& part) {
+            return std::ranges::all_of(part.nodes,
+                                       [&](const auto& node) { return layer.mayHold(node.get()) == DM_NO_ERROR; });
+        };
+        if (parts.empty() || !std::ranges::all_of(parts, isOfLayer))
         {
             _report.at({container.get(), track.getMediaType(), track.getTrackNum(),
                         composition.getLabelTime(container->getRecIn()), fcm});
