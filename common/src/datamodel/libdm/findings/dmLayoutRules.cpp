@@ -76,11 +76,12 @@ const std::vector<DmRule>& dmLayoutRules()
                                {
                                    const eDmErrorId status = dmInsertBefore(
                                        *layer, node.get(),
-                                       DmGapNode::create(node->getMediaType(), end, node->getRecIn() - end));
-                                   return status == DM_NO_ERROR ? dmInsertBefore(*layer, node.get(),
-                                                                                 DmCutNode::create(node->getMediaType(),
-                                                                                                   node->getRecIn()))
-                                                                : status;
+                                       DmGapNode::create(layer->getMediaType(), end, node->getRecIn() - end));
+                                   return status == DM_NO_ERROR
+                                              ? dmInsertBefore(
+                                                    *layer, node.get(),
+                                                    DmCutNode::create(layer->getMediaType(), node->getRecIn()))
+                                              : status;
                                });
              })},
         {.code = "DM113",

@@ -33,7 +33,7 @@ eDmErrorId dmRemove(DmCollectionNode& parent, const DmTreeNode* child)
 eDmErrorId dmMakeGap(DmLayerNode& layer, const DmSegmentNode& segment)
 {
     const eDmErrorId status = dmInsertBefore(
-        layer, &segment, DmGapNode::create(segment.getMediaType(), segment.getRecIn(), segment.getRecLength()));
+        layer, &segment, DmGapNode::create(layer.getMediaType(), segment.getRecIn(), segment.getRecLength()));
     return status == DM_NO_ERROR ? dmRemove(layer, &segment) : status;
 }
 

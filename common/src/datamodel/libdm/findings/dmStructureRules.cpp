@@ -189,7 +189,7 @@ const std::vector<DmRule>& dmStructureRules()
                          .mend(Mending::Safe,
                                [layer = dmToChange(lane.layer), next = dmToChange(shot.standing)] {
                                    return dmInsertBefore(*layer, next.get(),
-                                                         DmCutNode::create(next->getMediaType(), next->getRecIn()));
+                                                         DmCutNode::create(layer->getMediaType(), next->getRecIn()));
                                });
              })},
         {.code = "DM104",
@@ -209,14 +209,14 @@ const std::vector<DmRule>& dmStructureRules()
                          .mend(Mending::Safe,
                                [layer = dmToChange(lane.layer), at = dmToChange(&transition)] {
                                    return dmInsertBefore(*layer, at.get(),
-                                                         DmGapNode::create(at->getMediaType(), at->getRecIn(), 0.0));
+                                                         DmGapNode::create(layer->getMediaType(), at->getRecIn(), 0.0));
                                });
                  if (!next && isLast)
                      run.add(cut, lane, i, "Behind the transition a segment is missing")
                          .mend(Mending::Safe,
                                [layer = dmToChange(lane.layer), at = dmToChange(&transition)] {
-                                   return dmInsertBefore(*layer, nullptr,
-                                                         DmGapNode::create(at->getMediaType(), at->getRecOut(), 0.0));
+                                   return dmInsertBefore(
+                                       *layer, nullptr, DmGapNode::create(layer->getMediaType(), at->getRecOut(), 0.0));
                                });
              })},
         {.code = "DM105",
