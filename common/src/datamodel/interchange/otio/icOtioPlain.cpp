@@ -67,6 +67,12 @@ bool isAddition(const Value& difference, bool isObject = true)
     return true;
 }
 
+/// A document may say others.
+bool isPlayed(eDmTreeMediaType mediaType)
+{
+    return mediaType == DM_MEDIA_VIDEO || mediaType == DM_MEDIA_AUDIO;
+}
+
 /// The comments of cut lists among what is added.
 const Value* addedComments(const Value& difference)
 {
@@ -218,8 +224,8 @@ bool Plain::reads(const DmSegmentNode& node, Trim trim, double length, const Val
 {
     const eDmTreeMediaType mediaType = node.getMediaType();
     const bool isSource = node.whatIs() == DM_SOURCE_NODE;
-    if ((!isSource && node.whatIs() != DM_GAP_NODE) || mediaType == DM_MEDIA_UNDEFINED || !isExact() ||
-        !isAddition(difference) || !isBlob(node, difference) || node.getName().empty() || !comesBack(node.getName()) ||
+    if ((!isSource && node.whatIs() != DM_GAP_NODE) || !isPlayed(mediaType) || !isExact() || !isAddition(difference) ||
+        !isBlob(node, difference) || node.getName().empty() || !comesBack(node.getName()) ||
         length + trim.in + trim.out - trim.in - trim.out != node.getRecLength())
         return false;
     const Fresh& fresh = this->fresh(mediaType);
@@ -252,7 +258,7 @@ bool Plain::reads(const DmSegmentNode& node, Trim trim, double length, const Val
 bool Plain::reads(const DmTrxEffectNode& node, const Value& difference)
 {
     const eDmTreeMediaType mediaType = node.getMediaType();
-    if (mediaType == DM_MEDIA_UNDEFINED || !isExact() || !isAddition(difference) || !isBlob(node, difference) ||
+    if (!isPlayed(mediaType) || !isExact() || !isAddition(difference) || !isBlob(node, difference) ||
         node.getName().empty() || !comesBack(node.getName()))
         return false;
     const DmTrxEffectNode& fresh = *this->fresh(mediaType).mix;
