@@ -186,13 +186,13 @@ Value ValueMerge::mergeObjects(const Value& base, const Value& ours, const Value
 void ValueMerge::addBoth(Value& list, std::vector<const Value*> ours, std::vector<const Value*> theirs,
                          const std::string& path, Added& known)
 {
-    const auto drop = [](std::vector<const Value*>& some, std::unordered_map<std::uint64_t, int>& known)
+    const auto drop = [](std::vector<const Value*>& some, std::unordered_map<std::uint64_t, int>& counts)
     {
         std::erase_if(some,
                       [&](const Value* each)
                       {
-                          const auto found = known.find(hashOf(*each));
-                          return found != known.end() && found->second-- > 0;
+                          const auto found = counts.find(hashOf(*each));
+                          return found != counts.end() && found->second-- > 0;
                       });
     };
     const auto without = [&drop](std::vector<const Value*> some, const std::vector<const Value*>& others)
