@@ -10,7 +10,7 @@ namespace DM
 namespace
 {
 
-// The word: the owner's flags, whether somebody waits, the number of the thread that holds the mutex.
+// In the word, behind the owner's flags.
 constexpr std::uint32_t waiting = 0x80;
 constexpr int ownerShift = 8;
 constexpr std::uint32_t ownerMask = ~std::uint32_t{0} << ownerShift;
@@ -37,115 +37,113 @@ std::uint32_t takeNumber()
     std::abort(); // more threads than the system has
 }
 
-[[gnu::tls_model("initial-exec")]] constinit thread_local std::uint32_t ownNumber = 0;
-
-/// Gives the number back when the thread ends: through a key, which needs no memory, where the destructor of a
-/// thread_local object asks for some and ends the process when there is none.
-void giveNumberBack(void* /*number*/)
-{
-    const std::uint32_t index = ownNumber - 1;
-    ownNumber = 0;
-    numbers[index / 64].fetch_and(~(std::uint64_t{1} << index % 64), std::memory_order_release);
-}
-
-[[gnu::noinline]] std::uint32_t newOwner()
-{
-    static const pthread_key_t key = []
-    {
-        pthread_key_t made = 0;
-        pthread_key_create(&made, giveNumberBack);
-        return made;
-    }();
-    ownNumber = takeNumber();
-    pthread_setspecific(key, &ownNumber); // where that fails, the number is not used again
-    return ownNumber << ownerShift;
-}
-
-std::uint32_t owner()
-{
-    return ownNumber != 0 ? ownNumber << ownerShift : newOwner();
-}
-
 bool isAlone()
 {
     return __libc_single_threaded != 0;
 }
 
-/// Apart from the way of a program of one thread, which then needs no stack.
-[[gnu::noinline]] void unlockBesideOthers(std::atomic<std::uint32_t>& word, CoLockWord::Flags flags)
-{
-    std::uint32_t before = word.load(std::memory_order_relaxed);
-    while (!word.compare_exchange_weak(before, (before & ~(ownerMask | waiting)) | flags, std::memory_order_release,
-                                       std::memory_order_relaxed))
-        ;
-    if ((before & waiting) != 0)
-        word.notify_all();
-}
-
 } // namespace
 
-bool CoLockWord::lock()
+[[gnu::tls_model("initial-exec")]] constinit thread_local std::uint32_t CoLockWord::_owner = 0;
+
+class CoLockWord::Number
 {
-    const std::uint32_t self = owner();
-    std::uint32_t word = _word.load(std::memory_order_relaxed);
-    if ((word & ownerMask) == 0)
+public:
+    static std::uint32_t ofThread() { return _owner != 0 ? _owner : taken(); }
+
+    [[gnu::noinline]] static bool lockWaiting(std::atomic<std::uint32_t>& place)
     {
-        if (isAlone())
+        const std::uint32_t self = ofThread();
+        std::uint32_t word = place.load(std::memory_order_relaxed);
+        bool waited = false;
+        for (;;)
         {
-            _word.store(word | self, std::memory_order_relaxed);
-            return true;
+            if ((word & ownerMask) == self)
+                return false;
+            if ((word & ownerMask) == 0)
+            {
+                // Who has waited cannot know whether others still do, and so leaves the bit for its own unlock to wake
+                // them.
+                const std::uint32_t taken = word | self | (waited ? waiting : 0);
+                if (place.compare_exchange_weak(word, taken, std::memory_order_acquire, std::memory_order_relaxed))
+                    return true;
+            }
+            else if ((word & waiting) != 0 ||
+                     place.compare_exchange_weak(word, word | waiting, std::memory_order_relaxed))
+            {
+                place.wait(word | waiting, std::memory_order_relaxed);
+                waited = true;
+                word = place.load(std::memory_order_relaxed);
+            }
         }
-        if (_word.compare_exchange_strong(word, word | self, std::memory_order_acquire, std::memory_order_relaxed))
-            return true;
     }
-    return lockSlowly(self);
+
+    [[gnu::noinline]] static bool unlockWaking(std::atomic<std::uint32_t>& place, Flags flags)
+    {
+        std::uint32_t before = place.load(std::memory_order_relaxed);
+        if (_owner == 0 || (before & ownerMask) != _owner)
+            return false;
+        while (!place.compare_exchange_weak(before, (before & ~(ownerMask | waiting)) | flags,
+                                            std::memory_order_release, std::memory_order_relaxed))
+            ;
+        if ((before & waiting) != 0)
+            place.notify_all();
+        return true;
+    }
+
+private:
+    [[gnu::noinline]] static std::uint32_t taken()
+    {
+        static const pthread_key_t key = []
+        {
+            pthread_key_t made = 0;
+            pthread_key_create(&made, giveBack);
+            return made;
+        }();
+        _owner = takeNumber() << ownerShift;
+        pthread_setspecific(key, &_owner); // where that fails, the number is not used again
+        return _owner;
+    }
+
+    /// Gives the number back when the thread ends: through a key, which needs no memory, where the destructor of a
+    /// thread_local object asks for some and ends the process when there is none.
+    static void giveBack(void* /*number*/)
+    {
+        const std::uint32_t index = (_owner >> ownerShift) - 1;
+        _owner = 0;
+        numbers[index / 64].fetch_and(~(std::uint64_t{1} << index % 64), std::memory_order_release);
+    }
+};
+
+// What a program of several threads does nearly always needs no stack.
+
+bool CoLockWord::lockSlowly()
+{
+    std::uint32_t word = _word.load(std::memory_order_relaxed);
+    if ((word & ownerMask) == 0 && _owner != 0 &&
+        _word.compare_exchange_strong(word, word | _owner, std::memory_order_acquire, std::memory_order_relaxed))
+        return true;
+    return Number::lockWaiting(_word);
 }
 
-bool CoLockWord::lockSlowly(std::uint32_t self)
+bool CoLockWord::unlockSlowly(Flags flags)
 {
     std::uint32_t word = _word.load(std::memory_order_relaxed);
-    bool waited = false;
-    for (;;)
-    {
-        if ((word & ownerMask) == self)
-            return false;
-        if ((word & ownerMask) == 0)
-        {
-            // Who has waited cannot know whether others still do, and so leaves the bit for its own unlock to wake
-            // them.
-            const std::uint32_t taken = word | self | (waited ? waiting : 0);
-            if (_word.compare_exchange_weak(word, taken, std::memory_order_acquire, std::memory_order_relaxed))
-                return true;
-        }
-        else if ((word & waiting) != 0 || _word.compare_exchange_weak(word, word | waiting, std::memory_order_relaxed))
-        {
-            _word.wait(word | waiting, std::memory_order_relaxed);
-            waited = true;
-            word = _word.load(std::memory_order_relaxed);
-        }
-    }
+    if ((word & ~allFlags) == _owner && _owner != 0 &&
+        _word.compare_exchange_strong(word, (word & allFlags) | flags, std::memory_order_release,
+                                      std::memory_order_relaxed))
+        return true;
+    return Number::unlockWaking(_word, flags);
 }
 
 bool CoLockWord::tryLock()
 {
-    const std::uint32_t self = owner();
+    const std::uint32_t self = Number::ofThread();
     std::uint32_t word = _word.load(std::memory_order_relaxed);
     while ((word & ownerMask) == 0)
         if (_word.compare_exchange_weak(word, word | self, std::memory_order_acquire, std::memory_order_relaxed))
             return true;
     return false;
-}
-
-bool CoLockWord::unlock(Flags flags)
-{
-    const std::uint32_t word = _word.load(std::memory_order_relaxed);
-    if (ownNumber == 0 || (word & ownerMask) != ownNumber << ownerShift)
-        return false;
-    if (isAlone())
-        _word.store((word & ~(ownerMask | waiting)) | flags, std::memory_order_relaxed);
-    else
-        unlockBesideOthers(_word, flags);
-    return true;
 }
 
 void CoLockWord::set(Flags flags)
