@@ -20,17 +20,19 @@ public:
     std::function<void()> once;
 };
 
-/// A class that declares by hand, to reach what declare() rules out.
-class TestByHand final : public DmConcrete<TestByHand>
+/// A class that declares by hand, to reach what declare() rules out, and that nobody registers.
+class TestByHand final : public DmPropertySet
 {
 public:
     static constexpr const wchar_t* className = L"TestByHand";
 
     explicit TestByHand(const DmNodeId& id)
-        : DmConcrete(id, DmPropertySetInit<TestByHand>::data())
+        : DmPropertySet(id, DmPropertySetInit<TestByHand>::data())
     {
     }
     eDmErrorId createList() override { return DM_NO_ERROR; }
+    [[nodiscard]] DmPropertySetPtr clone() const override { return cloneAs(*this); }
+    DmString getPSetName() const override { return className; }
 
     eDmErrorId add(const wchar_t* name, int index) { return addProperty(name, DM_INT, &_value, index, false, nullptr); }
 
@@ -60,13 +62,12 @@ private:
     DmNested<T> _held;
 };
 
-const DmPropertySetInit<TestByHand> registration;
-
 } // namespace
 
 TEST(PropertyDeclaration, RefusesWhatCannotBeDeclared)
 {
-    const auto set = TestByHand::create();
+    const auto set = dmCreate<TestByHand>();
+    ASSERT_TRUE(set) << "a class registers itself";
     EXPECT_EQ(set->add(L"VERSION", 0), DM_PROPERTY_ALREADY_EXIST);
     EXPECT_EQ(set->classData().size(), 0);
     EXPECT_EQ(set->add(L"version", 0), DM_NO_ERROR);

@@ -1,8 +1,10 @@
 /// Makes a model class known to the factory, under its own name. `class DmCueMark final : public DmConcrete<DmCueMark>`
-/// has its name, clone(), create() and the registration from there; what it says itself is createList(), and a
-/// constructor from `const DmNodeId&` that hands `DmPropertySetInit<DmCueMark>::data()` to its base. A class that comes
-/// from DmPropertySet by itself says `static constexpr const wchar_t* className`, getPSetName() and clone(), too, and
-/// registers in its source:
+/// has its name, clone() and create() from there; what it says itself is createList(), and a constructor from
+/// `const DmNodeId&` that hands `DmPropertySetInit<DmCueMark>::data()` to its base. A class that comes from
+/// DmPropertySet by itself says `static constexpr const wchar_t* className`, getPSetName() and clone(), too.
+///
+/// Asking for data() is what registers a class, before the factory is first asked for one: no class has a table and no
+/// creator. A source may also say it itself, and be sure of its place among the program's first statements:
 ///
 ///     static const DmPropertySetInit<HostNote> registration;
 #pragma once
@@ -23,7 +25,7 @@ struct ZR_DM_API DmClassRecord
     enum Registered
     {
         Not,
-        ByItself,  ///< because the class exists (DmConcrete)
+        ByItself,  ///< because the class exists
         ByAnObject ///< by a DmPropertySetInit that somebody wrote
     };
 
@@ -94,7 +96,11 @@ public:
     DmPropertySetInit() { record().registerCreator(createInstance, DmClassRecord::ByAnObject); }
 
     /// The class's table, one in the process; null until the first instance is built.
-    static CoSharedPtr<DmPropertySetData>& data() { return record().table; }
+    static CoSharedPtr<DmPropertySetData>& data()
+    {
+        static_cast<void>(&registered); // makes the member exist wherever a constructor asks for the table
+        return record().table;
+    }
     CoSharedPtr<DmPropertySetData> getData() const { return data(); }
 
     static eDmErrorId createInstance(const DmNodeId& id, DmPropertySet*& out, bool createAttributes)
@@ -108,14 +114,30 @@ public:
         static DmClassRecord& found = DmClassRecord::of(T::className, typeid(T));
         return found;
     }
+
+private:
+    /// One in the process: that of the library or program that has the class.
+    ZR_DM_API static const DmClassEntry registered;
 };
 
-/// An object of a class through the factory, with the factory's flag for default attributes; null when it fails.
+template <class T>
+const DmClassEntry DmPropertySetInit<T>::registered(T::className, &typeid(T), createInstance);
+
+/// An object of a class through the factory, with the factory's flag for default attributes; null when it fails. The
+/// creator is looked up until there is one: what is registered stays. (Looking it up each time took a thirtieth of
+/// making a document from a cut list.)
 template <class T>
 CoSharedPtr<T> dmCreate()
 {
+    static constinit std::atomic<DmPropertyCreator> known{nullptr};
+    static_cast<void>(&DmPropertySetInit<T>::data); // registers a class template that is made nowhere else
     const DmPropertyFactory& factory = DmPropertyFactory::getInstance();
-    const DmPropertyCreator creator = factory.findCreator(T::className);
+    DmPropertyCreator creator = known.load(std::memory_order_acquire);
+    if (!creator)
+    {
+        creator = factory.findCreator(T::className);
+        known.store(creator, std::memory_order_release);
+    }
     DmPropertySet* set = nullptr;
     const eDmErrorId status = creator ? factory.create(creator, DmNodeId(), 0, set) : DM_PROPERTY_NOT_FOUND;
     CoSharedPtr<T> object(static_cast<T*>(set));
@@ -132,11 +154,7 @@ public:
     /// The first of the enumerators that the class adds to its base's.
     static constexpr int FirstOwn = Base::PropertyCount;
 
-    DmString getPSetName() const override
-    {
-        static_cast<void>(&registered); // makes the member exist wherever the class does
-        return DmString(T::className);
-    }
+    DmString getPSetName() const override { return DmString(T::className); }
     [[nodiscard]] CoSharedPtr<DmPropertySet> clone() const override
     {
         return this->cloneAs(static_cast<const T&>(*this));
@@ -145,10 +163,4 @@ public:
 
 protected:
     using Base::Base;
-
-private:
-    static const DmClassEntry registered;
 };
-
-template <class T, class Base>
-const DmClassEntry DmConcrete<T, Base>::registered(T::className, &typeid(T), DmPropertySetInit<T>::createInstance);
