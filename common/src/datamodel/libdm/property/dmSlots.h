@@ -9,14 +9,39 @@
 
 #include "dmPropertySet.h"
 
+#include <atomic>
 #include <new>
+#include <type_traits>
+#include <typeinfo>
+
+/// Whether an object is of the class, or of one that derives from it. Where others may derive, the two classes that
+/// were found to do so last are known: segments and cuts take turns on a layer. (dynamic_cast asks from base to base,
+/// which took 5 % of making a document from a cut list.)
+template <class T>
+bool dmIsOf(const DmPropertySet& set)
+{
+    const std::type_info& type = typeid(set);
+    if constexpr (std::is_final_v<T>)
+        return type == typeid(T);
+    else
+    {
+        static constinit std::atomic<const std::type_info*> known{nullptr};
+        static constinit std::atomic<const std::type_info*> knownBefore{nullptr};
+        if (known.load(std::memory_order_relaxed) == &type || knownBefore.load(std::memory_order_relaxed) == &type)
+            return true;
+        if (!dynamic_cast<const T*>(&set))
+            return false;
+        knownBefore.store(known.load(std::memory_order_relaxed), std::memory_order_relaxed);
+        known.store(&type, std::memory_order_relaxed);
+        return true;
+    }
+}
 
 /// Tells the property layer which class a slot holds. Needs the class to be complete.
 template <class T>
 const DmHeldClass* dmHeldClassOf()
 {
-    static constexpr DmHeldClass held{T::className,
-                                      [](const DmPropertySet& set) { return dynamic_cast<const T*>(&set) != nullptr; }};
+    static constexpr DmHeldClass held{T::className, dmIsOf<T>};
     return &held;
 }
 
