@@ -46,10 +46,14 @@ constexpr std::size_t blockSize = 8192;
 /// because the aligned operator new asks for a multiple of the alignment, which leaves a hole as large as a block in
 /// front of each (14 % of the memory of ten thousand graded segments).
 constexpr std::size_t usable = blockSize - 16;
-/// How often a heap that grows asks for large pages, in blocks, and for how many bytes: of a tree, less than half are
-/// objects in blocks, the rest are texts and lists, which come from the same allocator.
-constexpr std::size_t blocksAhead = 256;
-constexpr std::size_t bytesAhead = 4 * blocksAhead * blockSize;
+/// How often a heap that grows asks for large pages, in blocks: when it has grown by as many as it has, but at least
+/// and at most so many. At the end of what is asked for, the allocator writes down what is left, and so spoils one large
+/// page each time: with the least alone, two of five.
+constexpr std::size_t leastAhead = 256;
+constexpr std::size_t mostAhead = 512;
+/// For how many bytes a block: of a tree, less than half are objects in blocks, the rest are texts and lists, which come
+/// from the same allocator.
+constexpr std::size_t bytesAhead = 4 * blockSize;
 
 /// A place that no object has.
 struct Place
@@ -87,7 +91,7 @@ struct Heap
     DM::CoLockWord lock;
     std::array<Block*, largest / grain> withRoom{}; ///< by size
     std::size_t blocks = 0;
-    std::size_t asked = blocksAhead; ///< up to how many blocks large pages have been asked for
+    std::size_t asked = leastAhead; ///< up to how many blocks large pages have been asked for
 };
 
 /// Threads that make trees side by side seldom wait for each other.
@@ -169,10 +173,11 @@ void askForLargePages(Heap& heap)
 {
     // The first large request is mapped apart from all else; when it is given back, the allocator learns that such ones
     // come again, and serves them from where it serves small ones.
-    static const bool isLearnt = (dmLargePages::askForNext(bytesAhead), true);
+    static const bool isLearnt = (dmLargePages::askForNext(mostAhead * bytesAhead), true);
     static_cast<void>(isLearnt);
-    dmLargePages::askForNext(bytesAhead);
-    heap.asked = heap.blocks + blocksAhead;
+    const std::size_t ahead = std::clamp(heap.blocks, leastAhead, mostAhead);
+    dmLargePages::askForNext(ahead * bytesAhead);
+    heap.asked = heap.blocks + ahead;
 }
 
 Block& newBlock(Heap& heap, std::size_t index)
@@ -192,7 +197,7 @@ Block& newBlock(Heap& heap, std::size_t index)
 void release(Block& block)
 {
     Heap& heap = *block.heap;
-    heap.asked = std::min(heap.asked, --heap.blocks + blocksAhead);
+    heap.asked = std::min(heap.asked, --heap.blocks + leastAhead);
     std::free(&block);
 }
 
