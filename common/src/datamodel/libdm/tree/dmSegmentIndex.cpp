@@ -1,6 +1,7 @@
 #include "dmSegmentIndex.h"
 
 #include "dmIdTableImp.h"
+#include "dmLayerNode.h"
 #include "dmMemoryImp.h"
 #include "dmTreeIterator.h"
 
@@ -10,10 +11,14 @@ namespace
 class Collector : public DmTreeVisitor
 {
 public:
-    explicit Collector(DmIdTable& segments)
+    explicit Collector(DmIdTable<CoSharedPtr<DmSegmentNode>>& segments)
         : DmTreeVisitor("DmSegmentIndex")
         , _segments(segments)
     {
+    }
+    void visitLayerNode(DmLayerNode* node) override
+    {
+        _segments.reserve(static_cast<std::size_t>(node->getNbChildren()) / 2); // every second one is a segment
     }
     void visitSegment(DmSegmentNode* node) override
     {
@@ -22,7 +27,7 @@ public:
     }
 
 private:
-    DmIdTable& _segments;
+    DmIdTable<CoSharedPtr<DmSegmentNode>>& _segments;
 };
 
 } // namespace
@@ -45,7 +50,7 @@ DmSegmentNode* DmSegmentIndex::find(const DmString& id, eDmErrorId* status)
 {
     const auto walk = [this]
     {
-        auto segments = std::make_unique<DmIdTable>();
+        auto segments = std::make_unique<DmIdTable<CoSharedPtr<DmSegmentNode>>>();
         Collector collector(*segments);
         static_cast<void>(DmPreIt(_composition).applyOrThrow(collector)); // what stands below itself is in once
         _segments = std::move(segments);

@@ -20,6 +20,7 @@
 
 #include <memory>
 
+template <class Kept>
 class DmIdTable;
 class DmSegmentNode;
 
@@ -41,5 +42,5 @@ public:
 
 private:
     CoSharedPtr<DmCompositionNode> _composition;
-    std::unique_ptr<DmIdTable> _segments; ///< null until the first question
+    std::unique_ptr<DmIdTable<CoSharedPtr<DmSegmentNode>>> _segments; ///< null until the first question
 };

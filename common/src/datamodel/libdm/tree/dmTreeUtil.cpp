@@ -93,7 +93,7 @@ DmValidationVisitor::DmValidationVisitor(unsigned options, const DmValidationVis
                                          const std::shared_ptr<Run>& run)
     : DmTreeVisitor("DmValidationVisitor")
     , _options(options)
-    , _ids(std::make_unique<DmIdTable>())
+    , _ids(std::make_unique<DmIdTable<DmSegmentNode*>>())
     , _outer(outer)
     , _run(run)
 {

@@ -19,6 +19,7 @@
 
 class DmCompositionNode;
 class DmEffectSettings;
+template <class Kept>
 class DmIdTable;
 
 /// What is checked beside the rules that always hold; the sum of some of these.
@@ -115,7 +116,7 @@ private:
     DmValidationPlace _place;
     const DmCompositionNode* _composition = nullptr; ///< the last one that was visited
     bool _atElement = false;                         ///< the place has an element
-    std::unique_ptr<DmIdTable> _ids;                 ///< of the segments seen so far
+    std::unique_ptr<DmIdTable<DmSegmentNode*>> _ids; ///< of the segments seen so far
     const DmValidationVisitor* const _outer;         ///< that visits the container of this visitor's composition
     const std::shared_ptr<Run> _run;                 ///< shared with the visitors of nested compositions
 };

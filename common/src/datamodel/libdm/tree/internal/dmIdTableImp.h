@@ -1,7 +1,10 @@
 /// Segments by "segmentId", for those who meet a million of them: open addressing over small slots, so that entering a
-/// segment copies no text and touches little memory at random.
+/// segment copies no text and touches little memory at random. One whose id was changed since it was entered is not
+/// found.
 ///
-/// A segment is kept alive by its place here. One whose id was changed since it was entered is not found.
+/// `Kept` is how a segment stands here: by a CoSharedPtr, which keeps it alive; or, for who looks at a tree while
+/// nobody changes it, by a plain pointer. (Counting each segment up and down is writing to all of a tree: validation of
+/// a million elements took a sixth longer.)
 #pragma once
 
 #include "dmSegmentNode.h"
@@ -10,6 +13,7 @@
 #include <cstdint>
 #include <vector>
 
+template <class Kept>
 class DmIdTable
 {
 public:
@@ -23,8 +27,10 @@ public:
     void reserve(std::size_t count)
     {
         const std::size_t slots = std::bit_ceil(2 * (_segments.size() + count));
-        if (slots > _slots.size())
-            growTo(slots);
+        if (slots <= _slots.size())
+            return;
+        growTo(slots);
+        _segments.reserve(slots / 2);
     }
 
     /// The segment that has this one's id already; null when there was none, and this one is entered.
@@ -61,7 +67,7 @@ private:
     {
         return static_cast<std::uint32_t>(std::hash<std::wstring_view>()(id));
     }
-    DmSegmentNode* at(const Slot& slot) const { return _segments[slot.number - 1].get(); }
+    DmSegmentNode* at(const Slot& slot) const { return &*_segments[slot.number - 1]; }
 
     /// The slot of the id, or the free one where it belongs: at least half of the slots are free.
     std::size_t placeOf(std::wstring_view id, std::uint32_t hash) const
@@ -90,5 +96,5 @@ private:
     }
 
     std::vector<Slot> _slots; ///< a power of two
-    std::vector<CoSharedPtr<DmSegmentNode>> _segments;
+    std::vector<Kept> _segments;
 };
