@@ -1,4 +1,5 @@
-/// Edits of long cuts, each with its publication, against copying the list of the layer's children; what a long history
+/// Edits of long cuts, each with its publication: of a very long one against copying the list of the layer's children,
+/// and against the same edit of a shorter one, whose list is copied too quickly to be held against; what a long history
 /// holds, and what undo allocates; and walking a published timeline against walking the tree that it was.
 #include "zrAllocations.h"
 #include "zrDocuments.h"
@@ -21,43 +22,77 @@ double allocated()
     return static_cast<double>(mallinfo2().uordblks);
 }
 
-void edits(int elements)
+/// A published cut, what edits of it take, and the copying of its layer's list of children.
+class Edited
 {
-    CoSharedPtr<DmTreeNode> root = zrDocuments::make(elements / 2);
-    std::vector<CoSharedPtr<DmPropertySet>> children;
-    const DmTreeNode* const layer = root->getChild(0)->getChild(0)->getChild(0);
-    for (int i = 0; i < layer->getNbChildren(); ++i)
-        children.emplace_back(layer->getChild(i));
-    const auto copyList = [&]
+public:
+    explicit Edited(int elements)
+        : _elements(elements)
+        , _root(zrDocuments::make(elements / 2))
+        , _start(DmTimeline::takeOver(CoSharedPtr<DmTreeNode>(DmTreeTool::deepClone(_root))))
     {
-        auto copy = children;
+        const DmTreeNode* const layer = _root->getChild(0)->getChild(0)->getChild(0);
+        for (int i = 0; i < layer->getNbChildren(); ++i)
+            _children.emplace_back(layer->getChild(i));
+    }
+
+    void copyList() const
+    {
+        auto copy = _children;
         benchmark::DoNotOptimize(copy.data());
-    };
-    const DmTimeline start = DmTimeline::takeOver(CoSharedPtr<DmTreeNode>(DmTreeTool::deepClone(root)));
-    const auto edit = [&](auto operation)
+    }
+    void trim() const
     {
-        return [&start, operation]
-        {
-            DmEdit session(start);
-            if (const DmStatus status = operation(session); !status.ok())
-                std::printf("%s\n", dmUtf8(status.info()).c_str());
-            benchmark::DoNotOptimize(session.timeline());
-        };
-    };
-    const std::string of = " of " + std::to_string(elements) + " elements / copying the list of children";
-    const int middle = elements / 4 * 2;
-    zrRatio::print(("a trim" + of).c_str(), 0.05,
-                   edit(
-                       [&](DmEdit& e) {
-                           return e.trim({0, 0, middle}, DM_TAIL, -1);
-                       }),
-                   copyList, 21);
-    zrRatio::print(("a ripple at the front" + of).c_str(), 0.05,
-                   edit(
-                       [](DmEdit& e) {
-                           return e.rippleTrim({0, 0, 0}, DM_TAIL, -1);
-                       }),
-                   copyList, 21);
+        edit([this](DmEdit& e) { return e.trim({0, 0, _elements / 4 * 2}, DM_TAIL, -1); });
+    }
+    void ripple() const
+    {
+        edit([](DmEdit& e) { return e.rippleTrim({0, 0, 0}, DM_TAIL, -1); });
+    }
+    /// What a ripple moved is made when somebody asks for it.
+    void rippleAndAsk() const
+    {
+        const DmTimeline timeline = edit([](DmEdit& e) { return e.rippleTrim({0, 0, 0}, DM_TAIL, -1); });
+        benchmark::DoNotOptimize(timeline.composition()->getChild(0)->getChild(0)->getChild(_elements / 2));
+    }
+
+private:
+    template <class Operation>
+    DmTimeline edit(const Operation& operation) const
+    {
+        DmEdit session(_start);
+        if (const DmStatus status = operation(session); !status.ok())
+            std::printf("%s\n", dmUtf8(status.info()).c_str());
+        return session.timeline();
+    }
+
+    int _elements;
+    CoSharedPtr<DmTreeNode> _root;
+    std::vector<CoSharedPtr<DmPropertySet>> _children;
+    DmTimeline _start;
+};
+
+void edits()
+{
+    const struct
+    {
+        const char* name;
+        void (Edited::*edit)() const;
+    } rows[] = {{"a trim", &Edited::trim},
+                {"a ripple at the front", &Edited::ripple},
+                {"a ripple at the front, and asking for an element behind it", &Edited::rippleAndAsk}};
+    const Edited few(100'000);
+    const Edited many(1'000'000);
+    constexpr int rounds = 21;
+    constexpr double growth = 3.16; // of ten times the elements, the square root
+    for (const auto& row : rows)
+    {
+        const std::string name = row.name;
+        zrRatio::print((name + ", of 1000000 elements / copying the list of children").c_str(), 0.05,
+                       [&] { (many.*row.edit)(); }, [&] { many.copyList(); }, rounds);
+        zrRatio::print((name + ", of 1000000 elements / of 100000").c_str(), growth, [&] { (many.*row.edit)(); },
+                       [&] { (few.*row.edit)(); }, rounds);
+    }
 }
 
 void history(int elements)
@@ -120,30 +155,13 @@ void walking(int elements)
     walk(rippled); // what a ripple moved is made once a version
     zrRatio::print(
         "walking one that was rippled / walking the tree", 1.2, [&] { walk(rippled); }, [&] { walk(plain); }, 31);
-    zrRatio::print(
-        "asking a rippled one for an element / copying the list of children", 0.05,
-        [&]
-        {
-            DmEdit more(timeline);
-            static_cast<void>(more.rippleTrim({0, 0, 0}, DM_TAIL, -1));
-            benchmark::DoNotOptimize(more.timeline().composition()->getChild(0)->getChild(0)->getChild(elements / 2));
-        },
-        [&]
-        {
-            std::vector<DmPropertySetPtr> copy;
-            for (DmTreeNode* const child : static_cast<DmLayerNode*>(plain->getChild(0)->getChild(0))->getChildren())
-                copy.emplace_back(child);
-            benchmark::DoNotOptimize(copy.data());
-        },
-        31);
 }
 
 } // namespace
 
 int main()
 {
-    edits(100'000);
-    edits(1'000'000);
+    edits();
     history(100'000);
     undoing();
     walking(100'000);
