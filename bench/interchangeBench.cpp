@@ -38,6 +38,7 @@ std::string makeList(std::uint32_t events)
         event.number = i + 1;
         event.reel = list.keep("A" + std::to_string(100 + i % 300) + "C00" + std::to_string(i % 7));
         event.transition = EdlTransition::Cut;
+        event.transitionLength = 0;
         if (i % 10 == 5)
         {
             event.source = {in - 100, in - 100};
