@@ -247,6 +247,7 @@ TEST(Diff, LeavesOutWhatIsAskedFor)
     EXPECT_EQ(changes(before, after), "V1 A: tail trimmed, 1 frame shorter\nV1 D: added, 2 frames\n2 shifted");
     EXPECT_EQ(changes(before, after, {.tolerance = 1.0}), "V1 D: added, 2 frames");
     EXPECT_EQ(changes(before, after, {.ignored = {"trim", "added", "shifted"}}), "");
+    EXPECT_EQ(changes(before, after, {.ignored = {"added"}}), "V1 A: tail trimmed, 1 frame shorter\n2 shifted");
     EXPECT_EQ(changes(before, after, {.ignored = {"everything"}}), "everything: no kind of change");
     EXPECT_EQ(changes({}, before), "cut: composition added, 12 frames");
     EXPECT_EQ(changes(before, {}), "cut: composition removed, 12 frames");
