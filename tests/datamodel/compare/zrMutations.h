@@ -43,8 +43,12 @@ inline void mutate(DmRoot& root, Source& source)
         node = child;
     }
     auto* const segment = node->asSegment();
-    const auto some = [&] { return double(source.below(40)) - (source.below(9) == 0 ? 0.125 : 0.0); };
-    switch (source.below(16))
+    const auto some = [&]
+    {
+        const double whole = source.below(40);
+        return whole - (source.below(9) == 0 ? 0.125 : 0.0);
+    };
+    switch (source.below(19))
     {
     case 0:
         static_cast<void>(node->setName(source.below(3) == 0 ? L"\u00c9t\u00e9 \"~/1\"" : L"B"));
@@ -74,8 +78,8 @@ inline void mutate(DmRoot& root, Source& source)
             auto* const effect = segment->getEffects().at(0);
             if (source.below(3) == 0)
                 static_cast<void>(segment->removeEffect(0));
-            else
-                static_cast<void>(effect->getChannelByName(source.below(2) == 0 ? L"gain" : L"a/b~c")->setValue(0.5F));
+            else if (const auto channel = effect->getChannelByName(source.below(2) == 0 ? L"gain" : L"a/b~c"))
+                static_cast<void>(channel->setValue(0.5F));
         }
         break;
     case 7:
@@ -115,6 +119,8 @@ inline void mutate(DmRoot& root, Source& source)
     case 12:
         if (auto* const composition = dynamic_cast<DmCompositionNode*>(node))
             static_cast<void>(composition->addCueMark(DmCueMark::create(L"music", some())));
+        else if (auto* const layer = dynamic_cast<DmLayerNode*>(node))
+            static_cast<void>(layer->addCueMark(DmCueMark::create(L"beat", some())));
         break;
     case 13:
     case 14:
@@ -138,6 +144,37 @@ inline void mutate(DmRoot& root, Source& source)
                 static_cast<void>(input->removeExtraData(0));
         }
         break;
+    case 15:
+    case 16:
+        // A further layer, on a track; else a speed by keys.
+        if (auto* const track = dynamic_cast<DmTrackNode*>(node))
+        {
+            const auto layer = zrDrawing::layerOf(zrRandomEdits::randomDrawing(source), {}, "L", false);
+            if (layer->getMediaType() == track->getMediaType())
+                track->addChild(layer);
+        }
+        else if (segment)
+        {
+            const auto warp = DmVTimewarpSettings::create();
+            static_cast<void>(warp->setConstantSpeed(false));
+            for (unsigned n = source.below(4); n-- > 0;)
+            {
+                const auto key = DmKeyFrame::create();
+                static_cast<void>(key->setFrame(float(source.below(8))));
+                static_cast<void>(key->setValue(float(source.below(20))));
+                static_cast<void>(warp->getChannelByName(L"timing")->addKeyFrame(key));
+            }
+            static_cast<void>(segment->addEffect(warp));
+        }
+        break;
+    case 17:
+        if (auto* const composition = dynamic_cast<DmCompositionNode*>(root.getChild(0)))
+        {
+            const auto mark = DmCueMark::create(L"range", some());
+            static_cast<void>(mark->setCueMarkDuration(double(source.below(12))));
+            static_cast<void>(composition->addCueMark(mark));
+        }
+        break;
     default:
         static_cast<void>(root.ownIdentification()->setUser(source.below(2) == 0 ? L"Ann" : L"Ben"));
         break;
@@ -146,8 +183,9 @@ inline void mutate(DmRoot& root, Source& source)
 
 inline CoSharedPtr<DmRoot> randomDocument(Source& source)
 {
-    const auto root = zrDrawing::tree(
-        zrRandomEdits::randomDrawing(source) + "\n" + zrRandomEdits::randomDrawing(source), "", source.below(2) == 0);
+    std::string drawing = zrRandomEdits::randomDrawing(source) + '\n';
+    drawing += zrRandomEdits::randomDrawing(source);
+    const auto root = zrDrawing::tree(drawing, "", source.below(2) == 0);
     for (unsigned n = source.below(6); n-- > 0;)
         mutate(*root, source);
     return reread(*root);

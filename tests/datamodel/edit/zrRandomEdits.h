@@ -189,7 +189,7 @@ inline zrOperations::Arguments argumentsFor(const zrOperations::Operation& opera
     if (source.below(8) != 0) // mostly what it takes: every second element is a seam
         for (DmElementPlace* const place : {&with.element, &with.other})
             place->index = operation.arguments[0] == 's' ? (place->index - 1) | 1 : place->index & ~1;
-    with.time = source.below(static_cast<unsigned>(end) + 2);
+    with.time = source.below(static_cast<unsigned>(std::clamp(end, 0.0, 1e6)) + 2);
     with.amount = operation.isLength ? 1 + source.below(5) : static_cast<double>(source.below(9)) - 4.0;
     return with;
 }
@@ -265,13 +265,18 @@ inline std::string run(Source& source, int steps, std::string* told = nullptr)
         drawing += "\n" + sound;
     }
     if (source.below(4) == 0) // a layer that begins later than others
-        drawing.insert(source.below(2) == 0 ? 0 : drawing.rfind('\n') + 1, 1 + source.below(4), '~');
+    {
+        const std::size_t at = source.below(2) == 0 ? 0 : drawing.rfind('\n') + 1;
+        drawing.insert(at, 1 + source.below(4), '~');
+    }
     const bool areLinked = source.below(4) == 0;
     std::string materials;
     for (char name = 'A'; name < 'H'; ++name)
     {
-        const std::string material = std::to_string(3 + source.below(4)) +
-                                     (source.below(2) == 0 ? "/" + std::to_string(14 + source.below(12)) : "") + " ";
+        std::string material = std::to_string(3 + source.below(4));
+        if (source.below(2) == 0)
+            material += '/' + std::to_string(14 + source.below(12));
+        material += ' ';
         materials += std::string(1, name) + material + std::string(1, char(std::tolower(name))) + material;
     }
     const DmTimeline start = zrDrawing::timeline(drawing, materials, areLinked);
