@@ -78,13 +78,23 @@ std::vector<std::string> tracksOf(const DmRoot& root, const Options& options)
     };
     if (!names.empty())
         return names;
-    for (int i = 0; i < root.getNbChildren(); ++i)
-        if (const DmTreeNode* const child = root.getChild(i); child && child->whatIs() == DM_COMPOSITION_NODE)
-            if (options.composition.empty() || dmUtf8(child->getName()) == options.composition)
-            {
-                add(*child);
-                break;
-            }
+    // In reels, too.
+    const auto addOf = [&](const auto& self, const DmTreeNode& in) -> bool
+    {
+        for (int i = 0; i < in.getNbChildren(); ++i)
+        {
+            const DmTreeNode* const child = in.getChild(i);
+            if (child && child->whatIs() == DM_REEL_NODE && self(self, *child))
+                return true;
+            if (!child || child->whatIs() != DM_COMPOSITION_NODE ||
+                (!options.composition.empty() && dmUtf8(child->getName()) != options.composition))
+                continue;
+            add(*child);
+            return true;
+        }
+        return false;
+    };
+    static_cast<void>(addOf(addOf, root)); // the writer says what there is not
     return names;
 }
 
@@ -111,13 +121,15 @@ void convert(const Options& options, const DmRoot* media, Job& job)
         std::ranges::move(written.findings, std::back_inserter(job.findings));
         return written.done;
     };
-    if (!options.splitTracks)
+    const std::vector<std::string> tracks =
+        options.splitTracks ? tracksOf(*document.root, options) : std::vector<std::string>();
+    if (tracks.empty())
     {
         job.done = write(job.out);
         return;
     }
     job.done = true;
-    for (const std::string& track : tracksOf(*document.root, options))
+    for (const std::string& track : tracks)
     {
         writing.tracks = {track};
         job.done = write(pathOfTrack(job.out, track)) && job.done;

@@ -16,7 +16,8 @@ namespace interchange
 namespace
 {
 
-CoSharedPtr<DmCompositionNode> findNamed(const DmCollectionNode& in, const DmString& name, std::string& others)
+/// Without a name the first.
+CoSharedPtr<DmCompositionNode> find(const DmCollectionNode& in, const std::string& name, std::string& others)
 {
     for (int i = 0; i < in.getNbChildren(); ++i)
     {
@@ -25,12 +26,12 @@ CoSharedPtr<DmCompositionNode> findNamed(const DmCollectionNode& in, const DmStr
             continue;
         if (child->whatIs() == DM_REEL_NODE)
         {
-            if (auto found = findNamed(static_cast<DmReelNode&>(*child), name, others))
+            if (auto found = find(static_cast<DmReelNode&>(*child), name, others))
                 return found;
         }
         else if (child->whatIs() == DM_COMPOSITION_NODE)
         {
-            if (child->getName() == name)
+            if (name.empty() || dmUtf8(child->getName()) == name)
                 return CoSharedPtr<DmCompositionNode>(static_cast<DmCompositionNode*>(child));
             others.append(others.empty() ? "" : ", ").append(dmUtf8(child->getName()));
         }
@@ -78,16 +79,13 @@ CoSharedPtr<DmRoot> select(const DmRoot& root, const Options& options, Report& r
 {
     auto chosen = orBadAlloc(DmRoot::create());
     std::string others;
-    CoSharedPtr<DmCompositionNode> composition;
-    if (!options.composition.empty())
-        composition = findNamed(root, toDmString(options.composition), others);
-    else
-        for (int i = 0; i < root.getNbChildren() && !composition; ++i)
-            composition.reset(dynamic_cast<DmCompositionNode*>(root.getChild(i)));
+    CoSharedPtr<DmCompositionNode> composition = find(root, options.composition, others);
     if (!composition)
     {
         report.add("DM701", Report::Error, 0,
-                   "no composition is called \"" + options.composition + "\"; there are: " + others);
+                   options.composition.empty()
+                       ? "there is no composition"
+                       : "no composition is called \"" + options.composition + "\"; there are: " + others);
         return {};
     }
     if (!options.tracks.empty())
