@@ -32,16 +32,21 @@ bool isNameless(const DmSourceInfo* info)
     return !info || (info->getPath().empty() && info->getReelName().empty() && info->getName().empty());
 }
 
+bool hasPlace(const DmSourceInfo* info)
+{
+    return info && !(info->getPath().empty() && info->getReelName().empty());
+}
+
 /// By which a medium is told from others. Where a file named it by an id alone, it is that, whatever its clips are
 /// called; and where it said nothing else of it, in whatever mode they count.
-std::string keyOf(const DmSegmentNode& segment, const DmSourceNode::MediaInput& media, const Hint& hint)
+std::string keyOf(const DmSegmentNode& segment, const DmSourceNode::MediaInput& media, const std::string& id,
+                  double before)
 {
     const DmSourceInfo* const info = media.getSrcInfo();
-    const bool hasNoPlace = !info || (info->getPath().empty() && info->getReelName().empty());
-    std::string key = hint.media + '\n' + timeText(media.getSrcIn() + hint.before);
-    if (hint.media.empty() || !hasNoPlace)
+    std::string key = id + '\n' + timeText(media.getSrcIn() + before);
+    if (id.empty() || hasPlace(info))
         key.append("\n").append(mediumOf(segment));
-    if (hint.media.empty() || !isNameless(info))
+    if (id.empty() || !isNameless(info))
         key.append("\n").append(dmUtf8(media.getFcm()));
     if (info)
         key.append("\n").append(dmUtf8(info->getReelName())).append("\n").append(dmUtf8(info->getName()));
@@ -175,6 +180,7 @@ Cut::Cut(const DmRoot& root, DM::FrameCodeModes fcm, const std::unordered_map<co
     const std::vector<const Sequence*> tops = _top;
     for (const Sequence* const sequence : tops)
         addClips(_sequences.at(sequence->node));
+    addOwnFiles();
     for (const DmTreeNode* const node : _unnamed)
         if (!_ids.contains(node))
             _ids[node] = take(_takenClips, "", "clipitem-");
@@ -420,16 +426,53 @@ void Cut::addFile(const Sequence& sequence, const Track& track, const Item& item
     // A clip that came without a file has none until somebody says what it plays.
     if (hint.isRead && !hint.hasFile && hint.before == 0 && isNameless(media->getSrcInfo()))
         return;
-    const std::string key = keyOf(segment, *media, hint);
-    const auto [found, isNew] = _files.try_emplace(key);
+    if (hint.media.empty())
+    {
+        _ownUses.push_back({&sequence, &track, &item, hint.before});
+        return;
+    }
+    const auto [found, isNew] = _files.try_emplace(keyOf(segment, *media, hint.media, hint.before));
     File& file = found->second;
-    _filesOf[&segment] = &file;
-    if (isNew && !hint.media.empty() && _takenFiles.insert(hint.media).second)
+    if (isNew && _takenFiles.insert(hint.media).second)
         file.id = hint.media;
     else if (isNew)
         _unnamedFiles.push_back(&file);
+    if (isNew && hasPlace(media->getSrcInfo()))
+        _filesByMedium.emplace(keyOf(segment, *media, "", hint.before), &file);
     if (!file.definer || (!hint.isReference && hintOf(*file.definer).isReference))
         file.definer = &segment;
+    use(file, isNew, sequence, track, item, hint.before);
+}
+
+void Cut::addOwnFiles()
+{
+    for (const Use& each : _ownUses)
+    {
+        const DmSegmentNode& segment = *each.item->segment;
+        const auto& media =
+            static_cast<const DmSourceNode::MediaInput&>(*static_cast<const DmSourceNode&>(segment).getSrcInput());
+        const std::string key = keyOf(segment, media, "", each.before);
+        if (const auto known = _filesByMedium.find(key); known != _filesByMedium.end())
+        {
+            use(*known->second, false, *each.sequence, *each.track, *each.item, each.before);
+            continue;
+        }
+        const auto [found, isNew] = _files.try_emplace(key);
+        if (isNew)
+        {
+            _unnamedFiles.push_back(&found->second);
+            found->second.definer = &segment;
+        }
+        use(found->second, isNew, *each.sequence, *each.track, *each.item, each.before);
+    }
+}
+
+void Cut::use(File& file, bool isNew, const Sequence& sequence, const Track& track, const Item& item, double before)
+{
+    const DmSegmentNode& segment = *item.segment;
+    const auto* const media =
+        static_cast<const DmSourceNode::MediaInput*>(static_cast<const DmSourceNode&>(segment).getSrcInput());
+    _filesOf[&segment] = &file;
     if (track.node->getMediaType() == DM_MEDIA_VIDEO)
         file.hasPicture = true;
     else
@@ -438,7 +481,7 @@ void Cut::addFile(const Sequence& sequence, const Track& track, const Item& item
         file.channels = std::max({file.channels, 1, audio ? std::min(audio->getChannelIdx(), 1000) + 1 : 1});
     }
     const DmMaterial material = dmMaterialOf(segment, sequence.fcm);
-    double begin = material.begin + hint.before;
+    double begin = material.begin + before;
     double end = material.begin + material.length;
     file.isKnown = material.isLimited();
     file.isUnknown = file.isUnknown && !material.known && !material.isEndless();

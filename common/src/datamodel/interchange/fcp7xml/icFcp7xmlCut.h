@@ -174,6 +174,9 @@ private:
     void collect(const DmTreeNode& node, DM::FrameCodeModes fcm);
     Sequence& addSequence(const DmCompositionNode& node, DM::FrameCodeModes otherwise, bool isTop);
     void addFile(const Sequence& sequence, const Track& track, const Item& item, const Hint& hint);
+    /// Those whose medium no file named: it may be one that a file named elsewhere.
+    void addOwnFiles();
+    void use(File& file, bool isNew, const Sequence& sequence, const Track& track, const Item& item, double before);
     void addTracks(Sequence& sequence, const DmTrackNode& node, int& number);
     Track& addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerNode* layer, int number);
     void addClips(Sequence& sequence);
@@ -187,6 +190,15 @@ private:
     std::unordered_map<const DmTreeNode*, const DmCompositionNode*> _insides; ///< of equal ones, the first
     std::unordered_map<const DmTreeNode*, std::string> _ids;
     std::map<std::string, File> _files;
+    std::map<std::string, File*> _filesByMedium; ///< that have an id of a file's
+    struct Use
+    {
+        const Sequence* sequence;
+        const Track* track;
+        const Item* item;
+        double before;
+    };
+    std::vector<Use> _ownUses; ///< of media that no file named
     std::unordered_map<const DmTreeNode*, const File*> _filesOf;
     std::set<const DmTreeNode*> _definers;
     std::map<std::pair<const DmCompositionNode*, std::string>, std::vector<Linked>> _links;

@@ -550,8 +550,15 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
     usual(add(made, "enabled", boolText(isEnabled)), isEnabled);
     usual(add(made, "duration", timeText(duration)));
     usual(rate(made, clipRate), clipRate == sequence.rate);
-    usual(add(made, "start", item.before ? "-1" : timeText(extent.start - sequence.origin)), item.before);
-    usual(add(made, "end", item.behind ? "-1" : timeText(extent.end - sequence.origin)), item.behind);
+    const auto place = [&](const char* name, double time, const DmTrxEffectNode* mix)
+    {
+        const std::string text = timeText(time - sequence.origin);
+        pugi::xml_node child = usual(add(made, name, mix ? "-1" : text), mix);
+        if (mix)
+            child.append_attribute(sideMark) = text.c_str();
+    };
+    place("start", extent.start, item.before);
+    place("end", extent.end, item.behind);
     usual(add(made, "in", timeText(range.in)), range.in == 0);
     usual(add(made, "out", timeText(range.out)), !item.before && !item.behind);
     optional(add(made, "pproTicksIn", ticks(range.in, clipFps)));

@@ -993,9 +993,12 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
                              : entry.speed.isKeyed   ? relIn
                                                      : relIn + length / stage.fps * fps * speed;
     const bool isEndless = isNamed(element, "generatoritem") || isTrue(textOf(element, "stillframe"));
-    if (medium.length && playedEnd > *medium.length + 0.5 && !isEndless)
+    // With what the transitions beside it show of it.
+    const double shownEnd =
+        isConstant && !isBackwards ? playedEnd + (entry.end - entry.recOut) / stage.fps * fps * speed : playedEnd;
+    if (medium.length && shownEnd > *medium.length + 0.5 && !isEndless)
         warn(element,
-             "plays up to frame " + timeText(playedEnd) + " of " + timeText(*medium.length) + " that there are");
+             "plays up to frame " + timeText(shownEnd) + " of " + timeText(*medium.length) + " that there are");
     const double materialLength = std::max({medium.span, std::ceil(playedEnd - 1e-6), relIn + length, 1.0});
 
     CoSharedPtr<DmSegmentNode> node;

@@ -1,5 +1,6 @@
 #include "icFcp7xmlText.h"
 
+#include "icFcp7xmlCut.h"
 #include "icText.h"
 
 #include <algorithm>
@@ -19,6 +20,7 @@ constexpr const char* tailMark = "our:tail";
 constexpr const char* absentMark = "our:absent";
 constexpr const char* keyMark = "our:key";
 constexpr const char* timesMark = "our:times";
+constexpr const char* fromSideMark = "our:from";
 
 /// Text that an element begins with lies in the element itself: it saves a third of what is parsed.
 constexpr unsigned parseFlags = pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_comments |
@@ -217,6 +219,16 @@ void FormMaker::leaf(pugi::xml_node element, pugi::xml_node plain)
         return;
     }
     attribute(wasMark, model);
+    // A time of the sequence: it moves along with the transition.
+    const auto side = toNumber<double>(plain.attribute(sideMark).value());
+    if (const auto time = toNumber<double>(said); side && time)
+    {
+        attribute(fromSideMark, timeText(*time - *side));
+        if (const std::string written = timeText(*time); said.starts_with(written) && said != written)
+            attribute(tailMark, said.substr(written.size()));
+        text += "/>";
+        return;
+    }
     text += '>';
     appendEscaped(text, said, false);
     text.append("</").append(ours).append(element.name()).append(">");
@@ -707,8 +719,16 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
             std::string text = entry.plain.child_value();
             if (const pugi::xml_attribute was = entry.form.attribute(wasMark);
                 was && text == was.value() && !(isRangeEdited && isRange(entry)))
-                text = entry.form.child_value();
-            text += entry.form.attribute(tailMark).value();
+            {
+                const auto side = toNumber<double>(entry.plain.attribute(sideMark).value());
+                const auto from = toNumber<double>(entry.form.attribute(fromSideMark).value());
+                if (side && from)
+                    text = timeText(*side + *from);
+                else if (!entry.plain.attribute(sideMark)) // one that did not say from where may stand elsewhere by now
+                    text = entry.form.child_value();
+            }
+            if (text != "-1" || !entry.form.attribute(fromSideMark)) // the far side has no parts of a frame
+                text += entry.form.attribute(tailMark).value();
             out.leaf(plainName(entry.plain.name()), entry.form, entry.plain, text);
         }
     }

@@ -8,6 +8,7 @@
 ///       <masterclipid>masterclip-1</masterclipid>     what the model has no property for
 ///       <our:name/>                                   the model's, here
 ///       <our:in our:tail=".0"/>                       the model's, with more behind it
+///       <our:end our:was="-1" our:from="-12"/>        the file's, so far from the far side of the transition behind it
 ///       <our:pixelaspectratio our:was="square">...    the file's, as long as the model says "square"
 ///       <our:rate our:absent="25|FALSE|"/>            not in the file, as long as the model says that
 ///       <our:link our:others="cbf29ce4"/>             nor are other links, as long as they are of the same clips
@@ -94,6 +95,9 @@ struct Series
     std::function<pugi::xml_node(pugi::xml_node parent, std::size_t index)> make = {};
 };
 inline constexpr const char* seriesName = "our:series";
+
+/// Of a plain time that says the far side of a transition: where that is. A place has what the file says from there on.
+inline constexpr const char* sideMark = "our:side";
 
 /// Marks a plain file that stands here in full: it is written like the nodes inside.
 inline constexpr const char* defineMark = "our:define";
