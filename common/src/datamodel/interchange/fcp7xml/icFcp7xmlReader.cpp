@@ -1,6 +1,6 @@
 #include "icFcp7xmlReader.h"
 
-#include "icFcp7xmlPlain.h"
+#include "icFcp7xmlPlainElements.h"
 #include "icIds.h"
 #include "icLook.h"
 #include "icPath.h"
@@ -1128,7 +1128,7 @@ void Maker::drop(const DmTreeNode& node, pugi::xml_node element)
 void Maker::keepForms(DmRoot& root)
 {
     const Cut cut(root, DM::FCM_NOT_DEFINED, &_hints);
-    Plain plain(cut, nullptr);
+    PlainElements plain(cut, nullptr);
     std::set<const DmCompositionNode*> seen;
     std::set<const void*> keptFiles;
     // Where a sequence stands first, as the writer will have it.

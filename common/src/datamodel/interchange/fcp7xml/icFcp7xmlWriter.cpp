@@ -1,6 +1,6 @@
 #include "icFcp7xmlWriter.h"
 
-#include "icFcp7xmlPlain.h"
+#include "icFcp7xmlPlainElements.h"
 
 #include "dmUtf8.h"
 
@@ -86,7 +86,7 @@ private:
     const DmRoot& _root;
     Report& _report;
     Cut _cut;
-    Plain _plain;
+    PlainElements _plain;
     SinkOutput _out;
     std::vector<std::unique_ptr<Form>> _forms;    ///< of sequences
     std::map<std::string, pugi::xml_node> _files; ///< their forms, by id

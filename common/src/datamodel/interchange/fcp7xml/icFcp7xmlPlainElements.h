@@ -42,11 +42,11 @@ const GeneratorKind* generatorOf(std::string_view effectId);
 bool isSound(const Track& track);
 void sizeOf(const DmCompositionNode& composition, int& width, int& height);
 
-class Plain
+class PlainElements
 {
 public:
     /// Tells losses if there is a report.
-    Plain(const Cut& cut, Report* report);
+    PlainElements(const Cut& cut, Report* report);
 
     // Each is added to the parent; of sequences and items, series() are the markers that go with the one made last
 

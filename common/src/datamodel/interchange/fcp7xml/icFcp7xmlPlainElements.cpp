@@ -1,4 +1,4 @@
-#include "icFcp7xmlPlain.h"
+#include "icFcp7xmlPlainElements.h"
 
 #include "icLook.h"
 #include "icPath.h"
@@ -244,7 +244,7 @@ bool isSound(const Track& track)
     return track.node->getMediaType() == DM_MEDIA_AUDIO;
 }
 
-Plain::Plain(const Cut& cut, Report* report)
+PlainElements::PlainElements(const Cut& cut, Report* report)
     : _cut(cut)
     , _report(report)
     , _unsaid(leftoverType.format, said)
@@ -253,7 +253,7 @@ Plain::Plain(const Cut& cut, Report* report)
 
 // Texts and times
 
-pugi::xml_node Plain::text(pugi::xml_node parent, const char* name, std::string value)
+pugi::xml_node PlainElements::text(pugi::xml_node parent, const char* name, std::string value)
 {
     bool isChanged = false;
     for (char& c : value)
@@ -267,12 +267,12 @@ pugi::xml_node Plain::text(pugi::xml_node parent, const char* name, std::string 
     return add(parent, name, value);
 }
 
-pugi::xml_node Plain::text(pugi::xml_node parent, const char* name, const DmString& value)
+pugi::xml_node PlainElements::text(pugi::xml_node parent, const char* name, const DmString& value)
 {
     return text(parent, name, dmUtf8(value));
 }
 
-pugi::xml_node Plain::rate(pugi::xml_node parent, Rate rate)
+pugi::xml_node PlainElements::rate(pugi::xml_node parent, Rate rate)
 {
     const pugi::xml_node node = add(parent, "rate");
     add(node, "timebase", std::to_string(rate.timebase));
@@ -280,7 +280,8 @@ pugi::xml_node Plain::rate(pugi::xml_node parent, Rate rate)
     return node;
 }
 
-pugi::xml_node Plain::timecode(pugi::xml_node parent, double frames, DM::FrameCodeModes fcm, const DmString* reel)
+pugi::xml_node PlainElements::timecode(pugi::xml_node parent, double frames, DM::FrameCodeModes fcm,
+                                       const DmString* reel)
 {
     const pugi::xml_node node = add(parent, "timecode");
     rate(node, Rate::of(fcm));
@@ -299,7 +300,7 @@ pugi::xml_node Plain::timecode(pugi::xml_node parent, double frames, DM::FrameCo
     return node;
 }
 
-void Plain::format(pugi::xml_node parent, const Sequence& sequence, bool isSound)
+void PlainElements::format(pugi::xml_node parent, const Sequence& sequence, bool isSound)
 {
     const pugi::xml_node node = add(add(parent, "format"), "samplecharacteristics");
     if (isSound)
@@ -318,8 +319,8 @@ void Plain::format(pugi::xml_node parent, const Sequence& sequence, bool isSound
     add(node, "pixelaspectratio", "square");
 }
 
-void Plain::markers(pugi::xml_node parent, const DmSetList<DmCueMark>& marks, double origin, double ratio,
-                    const Where& where)
+void PlainElements::markers(pugi::xml_node parent, const DmSetList<DmCueMark>& marks, double origin, double ratio,
+                            const Where& where)
 {
     if (marks.empty())
         return;
@@ -334,7 +335,7 @@ void Plain::markers(pugi::xml_node parent, const DmSetList<DmCueMark>& marks, do
     _series = {"marker", marks.size(), make};
 }
 
-pugi::xml_node Plain::marker(pugi::xml_node parent, const DmCueMark& mark, double origin, double ratio)
+pugi::xml_node PlainElements::marker(pugi::xml_node parent, const DmCueMark& mark, double origin, double ratio)
 {
     if (mark.getCueMarkTime() == dmNoTime)
     {
@@ -364,7 +365,7 @@ pugi::xml_node Plain::marker(pugi::xml_node parent, const DmCueMark& mark, doubl
 
 // Sequences and tracks
 
-pugi::xml_node Plain::sequence(pugi::xml_node parent, const Sequence& sequence)
+pugi::xml_node PlainElements::sequence(pugi::xml_node parent, const Sequence& sequence)
 {
     const DmCompositionNode& node = *sequence.node;
     _series = {};
@@ -398,7 +399,7 @@ pugi::xml_node Plain::sequence(pugi::xml_node parent, const Sequence& sequence)
     return made;
 }
 
-pugi::xml_node Plain::track(pugi::xml_node parent, const Sequence& sequence, const Track& track)
+pugi::xml_node PlainElements::track(pugi::xml_node parent, const Sequence& sequence, const Track& track)
 {
     if (_report)
     {
@@ -427,7 +428,8 @@ pugi::xml_node Plain::track(pugi::xml_node parent, const Sequence& sequence, con
 
 // Items
 
-pugi::xml_node Plain::item(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item)
+pugi::xml_node PlainElements::item(pugi::xml_node parent, const Sequence& sequence, const Track& track,
+                                   const Item& item)
 {
     _series = {};
     if (_report)
@@ -436,7 +438,8 @@ pugi::xml_node Plain::item(pugi::xml_node parent, const Sequence& sequence, cons
     return item.mix ? transition(parent, sequence, track, item) : clip(parent, sequence, track, item);
 }
 
-pugi::xml_node Plain::transition(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item)
+pugi::xml_node PlainElements::transition(pugi::xml_node parent, const Sequence& sequence, const Track& track,
+                                         const Item& item)
 {
     const DmTrxEffectNode& mix = *item.mix;
     const bool sound = isSound(track);
@@ -479,7 +482,8 @@ pugi::xml_node Plain::transition(pugi::xml_node parent, const Sequence& sequence
     return made;
 }
 
-pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item)
+pugi::xml_node PlainElements::clip(pugi::xml_node parent, const Sequence& sequence, const Track& track,
+                                   const Item& item)
 {
     const DmSegmentNode& segment = *item.segment;
     const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
@@ -604,7 +608,7 @@ pugi::xml_node Plain::clip(pugi::xml_node parent, const Sequence& sequence, cons
     return made;
 }
 
-void Plain::links(pugi::xml_node clip, const DmSegmentNode& segment, pugi::xml_node element)
+void PlainElements::links(pugi::xml_node clip, const DmSegmentNode& segment, pugi::xml_node element)
 {
     const std::vector<Linked>* const linked = _cut.linksOf(segment);
     if (!linked)
@@ -639,7 +643,7 @@ void Plain::links(pugi::xml_node clip, const DmSegmentNode& segment, pugi::xml_n
     }
 }
 
-pugi::xml_node Plain::file(pugi::xml_node parent, const Sequence& sequence, const DmSegmentNode& segment)
+pugi::xml_node PlainElements::file(pugi::xml_node parent, const Sequence& sequence, const DmSegmentNode& segment)
 {
     const File* const file = _cut.fileOf(segment);
     const auto& media =
@@ -679,8 +683,8 @@ pugi::xml_node Plain::file(pugi::xml_node parent, const Sequence& sequence, cons
 
 // Effects
 
-pugi::xml_node Plain::filter(pugi::xml_node clip, const char* name, const char* id, bool isSound,
-                             const DmEffectSettings& effect)
+pugi::xml_node PlainElements::filter(pugi::xml_node clip, const char* name, const char* id, bool isSound,
+                                     const DmEffectSettings& effect)
 {
     const pugi::xml_node made = add(clip, "filter");
     const pugi::xml_node enabled = add(made, "enabled", boolText(!effect.isMuted()));
@@ -696,8 +700,8 @@ pugi::xml_node Plain::filter(pugi::xml_node clip, const char* name, const char* 
     return node;
 }
 
-void Plain::channels(pugi::xml_node clip, const Sequence& sequence, const DmEffectSettings& effect, const char* filter,
-                     const char* name, bool isSound, double clipTime, double clipPerRecord)
+void PlainElements::channels(pugi::xml_node clip, const Sequence& sequence, const DmEffectSettings& effect,
+                             const char* filter, const char* name, bool isSound, double clipTime, double clipPerRecord)
 {
     pugi::xml_node node;
     pugi::xml_node parameter;
@@ -750,8 +754,8 @@ void Plain::channels(pugi::xml_node clip, const Sequence& sequence, const DmEffe
     }
 }
 
-void Plain::effects(pugi::xml_node clip, const Sequence& sequence, const Item& item, double clipTime,
-                    double clipPerRecord, double offset)
+void PlainElements::effects(pugi::xml_node clip, const Sequence& sequence, const Item& item, double clipTime,
+                            double clipPerRecord, double offset)
 {
     bool hasSpeed = false;
     bool hasLook = false;
