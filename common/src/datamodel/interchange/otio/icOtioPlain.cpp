@@ -85,7 +85,7 @@ const Value* addedComments(const Value& difference)
 
 } // namespace
 
-const Plain::Fresh& Plain::fresh(eDmTreeMediaType mediaType)
+const ReadBack::Fresh& ReadBack::fresh(eDmTreeMediaType mediaType)
 {
     Fresh& made = _fresh[static_cast<std::size_t>(mediaType)];
     if (made.clip)
@@ -105,13 +105,13 @@ const Plain::Fresh& Plain::fresh(eDmTreeMediaType mediaType)
     return made;
 }
 
-bool Plain::comesBack(const DmString& text)
+bool ReadBack::comesBack(const DmString& text)
 {
     _text.clear();
     return dmToUtf8(text.view(), _text) && _text.find('\0') == _text.npos;
 }
 
-bool Plain::isBlob(const DmTreeNode& node, const Value& difference) const
+bool ReadBack::isBlob(const DmTreeNode& node, const Value& difference) const
 {
     const auto* const first = as<DmBlobNode>(node.getBaseBlob());
     if (!first)
@@ -146,7 +146,7 @@ bool Plain::isBlob(const DmTreeNode& node, const Value& difference) const
     return !lines.empty() && dmUtf8(first->getData()) == lines;
 }
 
-bool Plain::areMarks(const DmSegmentNode& node, const DmCueMark& fresh, double base)
+bool ReadBack::areMarks(const DmSegmentNode& node, const DmCueMark& fresh, double base)
 {
     for (const DmPropertySetPtr& each : node.getSegmentMarks())
     {
@@ -170,7 +170,7 @@ bool Plain::areMarks(const DmSegmentNode& node, const DmCueMark& fresh, double b
     return true;
 }
 
-bool Plain::isInfo(const DmSourceInfo& info, const DmSourceInfo& fresh)
+bool ReadBack::isInfo(const DmSourceInfo& info, const DmSourceInfo& fresh)
 {
     const bool isFile = !info.getPath().empty();
     if (info.getSourceType() != (isFile ? DmSourceInfo::File : DmSourceInfo::Unknown) || !comesBack(info.getName()) ||
@@ -183,7 +183,7 @@ bool Plain::isInfo(const DmSourceInfo& info, const DmSourceInfo& fresh)
     return isLike(info, fresh, {DmSourceInfo::Type, DmSourceInfo::Name, DmSourceInfo::ReelName, DmSourceInfo::Path});
 }
 
-bool Plain::isSource(const DmSourceNode& node, const DmSourceNode& fresh, Trim trim, double length)
+bool ReadBack::isSource(const DmSourceNode& node, const DmSourceNode& fresh, Trim trim, double length)
 {
     using Input = DmSourceNode::MediaInput;
     const auto* const input = as<Input>(node.getSrcInput());
@@ -220,7 +220,7 @@ bool Plain::isSource(const DmSourceNode& node, const DmSourceNode& fresh, Trim t
            areMarks(node, *_fresh[static_cast<std::size_t>(node.getMediaType())].mark, base);
 }
 
-bool Plain::reads(const DmSegmentNode& node, Trim trim, double length, const Value& difference)
+bool ReadBack::isSame(const DmSegmentNode& node, Trim trim, double length, const Value& difference)
 {
     const eDmTreeMediaType mediaType = node.getMediaType();
     const bool isSource = node.whatIs() == DM_SOURCE_NODE;
@@ -255,7 +255,7 @@ bool Plain::reads(const DmSegmentNode& node, Trim trim, double length, const Val
                    DmSegmentNode::MediaType, DmSegmentNode::SegmentId, DmSegmentNode::Muted});
 }
 
-bool Plain::reads(const DmTrxEffectNode& node, const Value& difference)
+bool ReadBack::isSame(const DmTrxEffectNode& node, const Value& difference)
 {
     const eDmTreeMediaType mediaType = node.getMediaType();
     if (!isPlayed(mediaType) || !isExact() || !isAddition(difference) || !isBlob(node, difference) ||

@@ -15,18 +15,18 @@
 namespace interchange::otio
 {
 
-class Plain
+class ReadBack
 {
 public:
-    explicit Plain(Items& items)
+    explicit ReadBack(Items& items)
         : _items(items)
     {
     }
 
     /// `length`: what is written to play. `difference`: the leftover of the node, null for none. The id is not looked
     /// at.
-    bool reads(const DmSegmentNode& node, Trim trim, double length, const Value& difference);
-    bool reads(const DmTrxEffectNode& node, const Value& difference);
+    bool isSame(const DmSegmentNode& node, Trim trim, double length, const Value& difference);
+    bool isSame(const DmTrxEffectNode& node, const Value& difference);
 
 private:
     /// As readers make them, of one media type.

@@ -226,7 +226,7 @@ public:
         , _items(nullptr, nullptr)
         , _parts(_items, _document.GetAllocator())
         , _keep(_items, _parts)
-        , _plain(_items)
+        , _readBack(_items)
     {
     }
 
@@ -287,7 +287,7 @@ private:
     Items _items;
     Parts _parts;
     Keep _keep;
-    Plain _plain;
+    ReadBack _readBack;
     /// What usually stands between two elements, of each media type.
     std::array<std::array<CoSharedPtr<DmTreeNode>, 3>, 3> _usual;
     int _depth = 0;
@@ -665,7 +665,7 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     if (item.mix)
     {
         _keep.formOf(*item.mix, difference);
-        if (own.IsNull() && _plain.reads(*item.mix, difference))
+        if (own.IsNull() && _readBack.isSame(*item.mix, difference))
             return writeWithAdditions(difference, [&](Listener& to) { _parts.transition(to, *item.mix); });
         Value object = _parts.value([&](Listener& to) { _parts.transition(to, *item.mix); });
         applyDifference(object, difference, allocator());
@@ -686,7 +686,7 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
             _parts.segment(to, segment, trim, form, item.length);
     };
     std::string madeUp;
-    if (own.IsNull() && _plain.reads(segment, trim, item.length, difference))
+    if (own.IsNull() && _readBack.isSame(segment, trim, item.length, difference))
     {
         madeUp = stage.ids.make(segment);
         const std::string id = dmUtf8(segment.getSegmentId());
