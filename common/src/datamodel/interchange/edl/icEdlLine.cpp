@@ -303,6 +303,8 @@ void EdlLineMaker::setMaterial(EdlLine& line, const DmSegmentNode& segment, cons
     const bool isSpeedAsBefore = !event.speed || (kept && kept->speed && kept->speed->fps == event.speed->fps);
     if (isAsBefore && isSpeedAsBefore && event.speed.has_value() == kept->speed.has_value())
         event.source = kept->source;
+    else
+        makeClear(line, range.speed);
     if (event.speed)
         event.speed->at = kept && kept->speed && isSpeedAsBefore && kept->source.in == event.source.in
                               ? kept->speed->at
@@ -329,6 +331,27 @@ void EdlLineMaker::setSpeed(EdlLine& line, double speed, const EdlKept* kept) co
     {
         constexpr double places = 1e6;
         line.event.speed = EdlSpeed{std::round(speed * rate * places) / places, 0};
+    }
+}
+
+/// Where the lengths of the event have the figure taken for one in nominal frames, it is written as such.
+void EdlLineMaker::makeClear(EdlLine& line, double speed) const
+{
+    const DM::FrameCodeModes fcm = line.event.sourceDrop ? DM::FcmUtil::toDrop(_fcm) : DM::FcmUtil::toNonDrop(_fcm);
+    constexpr double tolerance = 1e-6;
+    const auto isRead = [&](const EdlEvent& event) { return std::abs(edlSpeedOf(event, fcm) - speed) <= tolerance; };
+    if (!line.event.speed || speed == 0.0 || edlSpeedOf(line.event, fcm) * speed <= 0 || isRead(line.event))
+        return;
+    for (const double rate : {DM::FcmUtil::getDoubleFPS(fcm), static_cast<double>(DM::FcmUtil::getIntFPS(fcm))})
+    {
+        constexpr double places = 1e6;
+        EdlEvent other = line.event;
+        other.speed->fps = std::round(speed * rate * places) / places;
+        if (isRead(other))
+        {
+            line.event.speed = other.speed;
+            return;
+        }
     }
 }
 

@@ -87,6 +87,7 @@ private:
     /// Where an input's material starts, in the list's mode or its source mode.
     double materialStart(const DmSourceNode::Input* input, bool& drop);
     void setSpeed(EdlLine& line, double speed, const EdlKept* kept) const;
+    void makeClear(EdlLine& line, double speed) const;
     void setEffects(EdlLine& line, const DmSegmentNode& segment);
     void setNotes(EdlLine& line, const DmSourceNode& source, const EdlKept* kept, bool isMix);
     void addMarks(EdlLine& line, const DmSegmentNode& segment);

@@ -22,13 +22,13 @@ void EdlList::clear()
     headNotes = {};
 }
 
-double EdlList::speedOf(const EdlEvent& event) const
+double edlSpeedOf(const EdlEvent& event, DM::FrameCodeModes sourceFcm)
 {
     if (!event.speed)
         return 1.0;
     const double fps = event.speed->fps;
-    const double exact = DM::FcmUtil::getDoubleFPS(sourceFcm(event));
-    const double nominal = DM::FcmUtil::getIntFPS(sourceFcm(event));
+    const double exact = DM::FcmUtil::getDoubleFPS(sourceFcm);
+    const double nominal = DM::FcmUtil::getIntFPS(sourceFcm);
     const double cut = std::floor(exact * 10) / 10;
     const auto source = static_cast<double>(event.source.length());
     const auto record = static_cast<double>(event.record.length());
@@ -40,9 +40,14 @@ double EdlList::speedOf(const EdlEvent& event) const
     const double difference = deviation(fps / exact) - deviation(fps / nominal);
     if (std::abs(difference) >= 1.0)
         return difference < 0 ? fps / exact : fps / nominal;
-    // Of a short event both do: people set whole percents.
+    // Of a short event both do: people set whole percents, and a figure that is not cut says them, or counts true
+    // frames.
     const auto unevenness = [](double speed) { return std::abs(speed * 100 - std::round(speed * 100)); };
-    return unevenness(fps / exact) < unevenness(fps / nominal) ? fps / exact : fps / nominal;
+    constexpr double whole = 0.01;
+    const bool isCut = std::abs(fps * 100 - std::round(fps * 100)) < whole;
+    const bool isExact = isCut ? unevenness(fps / exact) < unevenness(fps / nominal)
+                               : unevenness(fps / exact) < whole || unevenness(fps / nominal) >= whole;
+    return fps / (isExact ? exact : nominal);
 }
 
 std::size_t EdlList::usualNumberWidth() const

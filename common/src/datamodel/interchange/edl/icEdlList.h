@@ -143,6 +143,11 @@ struct EdlEvent
     bool isTransition() const { return transition != EdlTransition::Cut && transition != EdlTransition::KeyBackground; }
 };
 
+/// The speed that an M2 line gives the event, whose source counts in that mode; 1 without one. At the 1000/1001 rates
+/// such lines count true frames or nominal ones, as the system has it that wrote them, often cut to a tenth: what
+/// accounts for the event's lengths is meant.
+double edlSpeedOf(const EdlEvent& event, DM::FrameCodeModes sourceFcm);
+
 class EdlList
 {
 public:
@@ -170,10 +175,7 @@ public:
     {
         return event.sourceDrop ? DM::FcmUtil::toDrop(fcm) : DM::FcmUtil::toNonDrop(fcm);
     }
-    /// The speed that an M2 line gives the event; 1 without one. At the 1000/1001 rates such lines count true frames or
-    /// nominal ones, as the system has it that wrote them, often cut to a tenth: what accounts for the event's lengths
-    /// is meant.
-    double speedOf(const EdlEvent& event) const;
+    double speedOf(const EdlEvent& event) const { return edlSpeedOf(event, sourceFcm(event)); }
     std::span<const EdlNote> notesOf(EdlRun run) const { return {notes.data() + run.first, run.count}; }
     std::span<const EdlNote> notesOf(const EdlEvent& event) const { return notesOf(event.notes); }
     std::span<const EdlMarker> markersOf(const EdlEvent& event) const
