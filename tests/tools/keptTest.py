@@ -29,7 +29,7 @@ def read(path):
 class Kept(unittest.TestCase):
     def test_what_a_list_said_beyond_its_document_is_in_the_list_again(self):
         for document, written in (("ale-1.json", "ale-1.ale"), ("edl-2.json", "edl-2.edl"), ("fcp7xml-1.json", "fcp7xml-1.xml"),
-                                  ("otio-1.json", "otio-1.otio"), ("otio-2.json", "otio-2.otio")):
+                                  ("fcp7xml-2.json", "fcp7xml-2.xml"), ("otio-1.json", "otio-1.otio"), ("otio-2.json", "otio-2.otio")):
             with self.subTest(document), tempfile.TemporaryDirectory() as folder:
                 out = os.path.join(folder, written)
                 self.assertEqual(dmtree("convert", kept(document), out), (0, b""))

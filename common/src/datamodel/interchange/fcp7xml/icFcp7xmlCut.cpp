@@ -147,7 +147,10 @@ Hint Hint::of(pugi::xml_node form)
 
 Form::Form(const DmTreeNode& node)
 {
-    if (const std::optional<std::string> text = leftoverOf(node, leftoverType))
+    std::optional<std::string> text = leftoverOf(node, leftoverType);
+    if (!text)
+        text = leftoverOf(node, firstLeftoverType);
+    if (text)
         if (!_document.load_buffer(text->data(), text->size(),
                                    pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_comments |
                                        pugi::parse_pi,
