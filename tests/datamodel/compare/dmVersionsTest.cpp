@@ -40,6 +40,13 @@ DmTimeline found(const DmTimeline& drawn, Source& source)
     const auto root = zrMutations::reread(static_cast<const DmRoot&>(*drawn.tree()));
     for (unsigned n = source.below(5); n-- > 0;)
         zrMutations::mutate(*root, source);
+    if (source.below(5) == 0 && root->getNbChildren() > 0)
+    {
+        const auto reel = DmReelNode::create();
+        reel->addChild(root->getChild(0));
+        static_cast<void>(root->removeChild(0));
+        root->addChild(reel);
+    }
     return DmTimeline::publish(zrMutations::reread(*root));
 }
 
