@@ -63,10 +63,11 @@ DmString DmEditDraft::freshId(const DmString& original)
     const std::wstring_view group = dmLinkGroupOf(original);
     if (group.empty())
         return random();
-    DmString& fresh = freshGroups[DmString(group)];
-    if (fresh.empty())
-        fresh = random();
-    std::wstring id(fresh.view());
+    const std::size_t copy = copies[original]++;
+    std::vector<DmString>& fresh = freshGroups[DmString(group)];
+    while (fresh.size() <= copy)
+        fresh.push_back(random());
+    std::wstring id(fresh[copy].view());
     id += original.view().substr(group.size());
     return DmString(std::wstring_view(id));
 }

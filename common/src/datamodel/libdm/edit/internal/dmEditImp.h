@@ -33,6 +33,7 @@ public:
             draft.bytes = bytes;
             notes.resize(noteCount);
         };
+        draft.copies.clear();
         draft.freshGroups.clear();
         DmStatus status;
         try

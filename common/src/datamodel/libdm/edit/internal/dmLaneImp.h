@@ -31,7 +31,9 @@ struct DmEditDraft
     std::size_t bytes = 0;
     DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED;
     std::optional<std::mt19937_64> seeded;
-    std::map<DmString, DmString> freshGroups; ///< of one operation: the link groups of copies, by their originals'
+    std::map<DmString, std::size_t> copies; ///< of one operation: how many a segment has, by its id
+    /// Of one operation: the link groups of the first copies, the second ones and so on, by their originals'.
+    std::map<DmString, std::vector<DmString>> freshGroups;
 
     DmString freshId(const DmString& original);
     /// The segment as a copy: another id, and where it comes from.
