@@ -47,12 +47,12 @@ constexpr std::size_t blockSize = 8192;
 /// front of each (14 % of the memory of ten thousand graded segments).
 constexpr std::size_t usable = blockSize - 16;
 /// How often a heap that grows asks for large pages, in blocks: when it has grown by as many as it has, but at least
-/// and at most so many. At the end of what is asked for, the allocator writes down what is left, and so spoils one large
-/// page each time: with the least alone, two of five.
+/// and at most so many. At the end of what is asked for, the allocator writes down what is left, and so spoils one
+/// large page each time: with the least alone, two of five.
 constexpr std::size_t leastAhead = 256;
 constexpr std::size_t mostAhead = 512;
-/// For how many bytes a block: of a tree, less than half are objects in blocks, the rest are texts and lists, which come
-/// from the same allocator.
+/// For how many bytes a block: of a tree, less than half are objects in blocks, the rest are texts and lists, which
+/// come from the same allocator.
 constexpr std::size_t bytesAhead = 4 * blockSize;
 
 /// A place that no object has.
