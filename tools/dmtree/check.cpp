@@ -143,31 +143,39 @@ void mend(DmRoot& root, const Options& options, const DmFindings& rules)
 /// Those that are found no more: neither as they were, nor with another length at their place, nor elsewhere by now.
 std::vector<DmFinding> goneOf(std::vector<DmFinding> found, std::vector<DmFinding> left)
 {
-    const auto isAbout = [](const DmFinding& a, const DmFinding& b)
-    {
-        const bool isOnTrack = !a.track.empty();
-        return std::string_view(a.code) == b.code && a.track == b.track && a.clip == b.clip &&
-               (isOnTrack || a.nodePath == b.nodePath);
-    };
-    const auto isThere = [&](const DmFinding& a, const DmFinding& b) { return isAbout(a, b) && a.record == b.record; };
-    const auto isSame = [](const DmFinding& a, const DmFinding& b) { return a == b; };
+    const auto about = [](const DmFinding& each)
+    { return each.code + ('\n' + each.track) + '\n' + each.clip + '\n' + (each.track.empty() ? each.nodePath : ""); };
+    const auto place = [&](const DmFinding& each) { return about(each) + '\n' + each.record; };
+    const auto whole = [&](const DmFinding& each)
+    { return place(each) + '\n' + each.nodePath + '\n' + each.subject + '\n' + each.text; };
     // Each of those that are left is one that was found, if any is.
-    const auto settle = [&](const auto& isOne)
+    const auto settle = [&](const auto& keyOf)
     {
+        std::unordered_map<std::string, std::size_t> open;
+        for (const DmFinding& each : left)
+            ++open[keyOf(each)];
+        std::unordered_map<std::string, std::size_t> settled;
+        const auto take = [&keyOf](auto& counts, const DmFinding& each)
+        {
+            const auto one = counts.find(keyOf(each));
+            const bool isOne = one != counts.end() && one->second != 0;
+            if (isOne)
+                --one->second;
+            return isOne;
+        };
         std::erase_if(found,
                       [&](const DmFinding& each)
                       {
-                          const auto one =
-                              std::ranges::find_if(left, [&](const DmFinding& other) { return isOne(each, other); });
-                          const bool isLeft = one != left.end();
+                          const bool isLeft = take(open, each);
                           if (isLeft)
-                              left.erase(one);
+                              ++settled[keyOf(each)];
                           return isLeft;
                       });
+        std::erase_if(left, [&](const DmFinding& each) { return take(settled, each); });
     };
-    settle(isSame);
-    settle(isThere);
-    settle(isAbout);
+    settle(whole);
+    settle(place);
+    settle(about);
     return found;
 }
 

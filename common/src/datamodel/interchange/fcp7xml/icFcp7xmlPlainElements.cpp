@@ -190,46 +190,33 @@ void sizeOf(const DmCompositionNode& composition, int& width, int& height)
     }
 }
 
-double channelValue(const Parameter& parameter, double value, const Sequence& sequence)
+/// What a value of the file is a part of: the picture's width or height; 1 for all others.
+double extentOf(const Parameter& parameter, const Sequence& sequence)
 {
+    if (parameter.unit != Parameter::OfWidth && parameter.unit != Parameter::OfHeight)
+        return 1;
     int width = 0;
     int height = 0;
     sizeOf(*sequence.node, width, height);
-    switch (parameter.unit)
-    {
-    case Parameter::OfWidth:
-        return value * width;
-    case Parameter::OfHeight:
-        return value * height;
-    case Parameter::Opacity:
+    return parameter.unit == Parameter::OfWidth ? width : height;
+}
+
+double channelValue(const Parameter& parameter, double value, const Sequence& sequence)
+{
+    if (parameter.unit == Parameter::Opacity)
         return 100 - value;
-    case Parameter::Level:
+    if (parameter.unit == Parameter::Level)
         return 20 * std::log10(std::max(value, silence));
-    case Parameter::Same:
-        break;
-    }
-    return value;
+    return value * extentOf(parameter, sequence);
 }
 
 double fileValue(const Parameter& parameter, double value, const Sequence& sequence)
 {
-    int width = 0;
-    int height = 0;
-    sizeOf(*sequence.node, width, height);
-    switch (parameter.unit)
-    {
-    case Parameter::OfWidth:
-        return value / width;
-    case Parameter::OfHeight:
-        return value / height;
-    case Parameter::Opacity:
+    if (parameter.unit == Parameter::Opacity)
         return 100 - value;
-    case Parameter::Level:
+    if (parameter.unit == Parameter::Level)
         return value <= -100 ? 0 : std::pow(10, value / 20);
-    case Parameter::Same:
-        break;
-    }
-    return value;
+    return value / extentOf(parameter, sequence);
 }
 
 const GeneratorKind* generatorOf(std::string_view effectId)

@@ -5,7 +5,7 @@
 #include "icMode.h"
 #include "icOtioKeep.h"
 #include "icOtioOwn.h"
-#include "icOtioPlain.h"
+#include "icOtioReadBack.h"
 #include "icOtioText.h"
 #include "icText.h"
 #include "icTree.h"

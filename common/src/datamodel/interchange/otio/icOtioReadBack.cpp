@@ -1,4 +1,4 @@
-#include "icOtioPlain.h"
+#include "icOtioReadBack.h"
 
 #include "icLeftovers.h"
 #include "icPath.h"
