@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <unordered_map>
+#include <utility>
 
 namespace
 {
@@ -178,6 +179,49 @@ int DmRuns::indexOf(std::uint64_t key) const
     return index >= 0 && at(index).key == key ? index : -1;
 }
 
+bool DmRuns::widenFront(Place& from) const
+{
+    Place wider = from;
+    if (!stepBack(wider))
+        return false;
+    from = {wider.stretch, wider.run, 0};
+    return true;
+}
+
+bool DmRuns::widenBack(Place& to) const
+{
+    Place wider = to;
+    if (!stepOn(wider))
+        return false;
+    to = {wider.stretch, wider.run, runAt(wider).count() - 1};
+    return true;
+}
+
+void DmRuns::copyTo(std::vector<Entry>& entries, int first, int last, double shift) const
+{
+    Place place = first < last ? placeOf(first) : Place();
+    for (int i = first; i < last; ++i, stepOn(place))
+    {
+        const Element element = elementAt(place);
+        entries.push_back({Node(const_cast<DmTreeNode*>(element.node)), element.shift + shift, element.key});
+    }
+}
+
+bool DmRuns::spreadKeys(std::span<Entry> entries, std::uint64_t lower, std::uint64_t upper, const Rekeyed& rekeyed)
+{
+    // Behind the last key of the layer they go on as on a fresh one.
+    const std::uint64_t step = std::min((upper - lower) / (entries.size() + 1), keyGap);
+    if (step == 0)
+        return false;
+    for (Entry& entry : entries)
+    {
+        const std::uint64_t was = std::exchange(entry.key, lower += step);
+        if (entry.node && was != entry.key)
+            rekeyed(*entry.node, was, entry.key);
+    }
+    return true;
+}
+
 DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double shiftBehind,
                        const Rekeyed& rekeyed) const
 {
@@ -198,71 +242,38 @@ DmRuns DmRuns::spliced(int first, int last, std::span<const Node> nodes, double 
     for (;;)
     {
         entries.clear();
-        const int begin = indexAt(from);
-        const int end = indexAt(to) + 1;
-        Place before = from;
-        const std::uint64_t low = stepBack(before) ? elementAt(before).key : 0;
-        Place behind = to;
-        const std::uint64_t high = stepOn(behind) ? elementAt(behind).key : ~std::uint64_t(0);
-        const bool whole = low == 0 && high == ~std::uint64_t(0);
-
-        const auto take = [&](int takeFrom, int takeTo, double more)
-        {
-            Place place = takeFrom < takeTo ? placeOf(takeFrom) : Place();
-            for (int i = takeFrom; i < takeTo; ++i, stepOn(place))
-            {
-                const Element element = elementAt(place);
-                entries.push_back({Node(const_cast<DmTreeNode*>(element.node)), element.shift + more, element.key});
-            }
-        };
-        take(begin, first, 0.0);
+        copyTo(entries, indexAt(from), first, 0.0);
         const std::size_t firstNew = entries.size();
         for (const Node& node : nodes)
             entries.push_back({node, 0.0, 0});
         const std::size_t endNew = entries.size();
-        take(last, end, shiftBehind);
-
-        if (entries.size() < leastRun && !whole && !entries.empty())
-        {
-            if (Place wider = from; stepBack(wider))
-                from = {wider.stretch, wider.run, 0};
-            else if (wider = to; stepOn(wider))
-                to = {wider.stretch, wider.run, runAt(wider).count() - 1};
+        copyTo(entries, last, indexAt(to) + 1, shiftBehind);
+        if (entries.size() < leastRun && !entries.empty() && (widenFront(from) || widenBack(to)))
             continue;
-        }
 
-        // Keys for the new ones between their neighbours', else for all of these.
-        const auto spread = [&](std::size_t begins, std::size_t ends, std::uint64_t lower, std::uint64_t upper)
-        {
-            const std::uint64_t count = ends - begins;
-            const std::uint64_t step = std::min((upper - lower) / (count + 1), keyGap);
-            if (step == 0)
-                return false;
-            // Behind the last key of the layer they go on as on a fresh one.
-            for (std::size_t i = begins; i < ends; ++i)
-                if (const std::uint64_t was = entries[i].key; was != (lower += step))
-                {
-                    entries[i].key = lower;
-                    if (entries[i].node)
-                        rekeyed(*entries[i].node, was, lower);
-                }
-            return true;
-        };
+        Place beside = from;
+        const std::uint64_t low = stepBack(beside) ? elementAt(beside).key : 0;
+        beside = to;
+        const std::uint64_t high = stepOn(beside) ? elementAt(beside).key : ~std::uint64_t(0);
         const std::uint64_t lower = firstNew > 0 ? entries[firstNew - 1].key : low;
         const std::uint64_t upper = endNew < entries.size() ? entries[endNew].key : high;
-        if (spread(firstNew, endNew, lower, upper))
+        // For the new ones between their neighbours', else for all of these, else for more of them.
+        if (spreadKeys(std::span(entries).subspan(firstNew, endNew - firstNew), lower, upper, rekeyed))
             break;
-        if (high - low > 4 * (entries.size() + 1) || whole)
+        const bool hasRoom = high - low > 4 * (entries.size() + 1);
+        const bool isWiderInFront = !hasRoom && widenFront(from);
+        const bool isWiderBehind = !hasRoom && widenBack(to);
+        if (!isWiderInFront && !isWiderBehind)
         {
-            spread(0, entries.size(), low, high);
+            spreadKeys(entries, low, high, rekeyed);
             break;
         }
-        if (Place wider = from; stepBack(wider))
-            from = {wider.stretch, wider.run, 0};
-        if (Place wider = to; stepOn(wider))
-            to = {wider.stretch, wider.run, runAt(wider).count() - 1};
     }
+    return withRuns(from, to, std::move(entries), shiftBehind);
+}
 
+DmRuns DmRuns::withRuns(const Place& from, const Place& to, std::vector<Entry> entries, double shiftBehind) const
+{
     // New runs, in the stretches that they are in.
     std::vector<RunRef> runs;
     const StretchRef& firstStretch = stretchAt(from);

@@ -181,6 +181,14 @@ private:
     Element elementAt(const Place& place) const;
     bool stepBack(Place& place) const;
     bool stepOn(Place& place) const;
+    /// To the run in front of `from`, behind `to`; false where there is none.
+    bool widenFront(Place& from) const;
+    bool widenBack(Place& to) const;
+    void copyTo(std::vector<Entry>& entries, int first, int last, double shift) const;
+    /// Keys between two others; false where there are not as many between them.
+    static bool spreadKeys(std::span<Entry> entries, std::uint64_t lower, std::uint64_t upper, const Rekeyed& rekeyed);
+    /// With runs of these entries in the place of those from `from` to `to`, and all behind shifted.
+    DmRuns withRuns(const Place& from, const Place& to, std::vector<Entry> entries, double shiftBehind) const;
     void extend(Shared& range, const DmRuns& other, int end, int otherEnd, bool forward) const;
     template <class Before>
     int lastWith(const Before& before) const;
