@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 namespace
 {
@@ -185,6 +186,113 @@ DmStatus DmEdit::trimToRange(const DmEditTime& from, const DmEditTime& to)
         });
 }
 
+namespace
+{
+
+/// Puts the tracks of another timeline behind the end of a draft's.
+class Concatenation
+{
+public:
+    /// `begin` is where ours begins, `shift` what takes a time of theirs behind its end.
+    Concatenation(DmEditDraft& ours, DmEditDraft& theirs, double begin, double shift)
+        : _ours(ours)
+        , _theirs(theirs)
+        , _before(ours.value)
+        , _begin(begin)
+        , _shift(shift)
+        , _taken(ours.value.tracks.size(), false)
+    {
+    }
+
+    void add(std::size_t theirTrack)
+    {
+        const DmTimelineValue::Track& track = _theirs.value.tracks[theirTrack];
+        if (!track.bare)
+            return;
+        const std::size_t ourTrack = trackFor(track);
+        for (std::size_t layer = 0; layer < track.layers.size(); ++layer)
+            if (track.layers[layer].bare)
+            {
+                const std::size_t ourLayer = layerFor(track.layers[layer], ourTrack, layer);
+                addElements({int(theirTrack), int(layer)}, {int(ourTrack), int(ourLayer)});
+            }
+    }
+
+private:
+    /// The first track of its kind that nothing was added to, else a fresh one.
+    std::size_t trackFor(const DmTimelineValue::Track& track)
+    {
+        const auto& before = _before.tracks;
+        std::size_t ours = 0;
+        while (ours < _taken.size() &&
+               (_taken[ours] || !before[ours].bare || before[ours].bare->getMediaType() != track.bare->getMediaType()))
+            ++ours;
+        if (ours < _taken.size())
+            _taken[ours] = true;
+        else
+        {
+            _ours.value.tracks.push_back({adopted(*track.bare, _ours.value.tracks), {}, {}});
+            ours = _ours.value.tracks.size() - 1;
+        }
+        return ours;
+    }
+
+    /// The layer of that place with their marks, else a fresh one.
+    std::size_t layerFor(const DmTimelineValue::Layer& theirs, std::size_t ourTrack, std::size_t place)
+    {
+        auto& layers = _ours.value.tracks[ourTrack].layers;
+        if (place >= layers.size() || !layers[place].bare)
+        {
+            DmTimelineValue::Layer fresh;
+            fresh.number = _ours.value.nextLayer++;
+            fresh.bare = adopted(*theirs.bare, _begin, _shift);
+            layers.push_back(fresh);
+            return layers.size() - 1;
+        }
+        if (const auto& marks = theirs.bare->getCueMarks(); marks.count() > 0)
+        {
+            const CoSharedPtr<DmLayerNode> bare = dmEditCopy(*layers[place].bare);
+            addMarks(*bare, marks, _shift);
+            bare->freeze();
+            layers[place].bare = bare;
+        }
+        return place;
+    }
+
+    void addElements(const DmLayerPlace& theirs, const DmLayerPlace& ours)
+    {
+        const DmRuns& runs = _theirs.value.layer(theirs)->runs;
+        if (runs.count() == 0)
+            return;
+        DmLane(_theirs, theirs).closeEnds(0);
+        DmLane lane(_ours, ours);
+        lane.closeEnds(0);
+        if (lane.count() == 0)
+            lane.beginBy(_begin);
+        lane.fillTo(runs.at(0).recIn() + _shift);
+        std::vector<DmRuns::Node> nodes;
+        if (lane.count() > 0)
+            nodes.push_back(lane.makeCut(lane.end()));
+        runs.forEach(0, runs.count(),
+                     [&](const DmRuns::Element& element)
+                     {
+                         if (!element.node)
+                             dmRefuse("The other timeline has an empty element.");
+                         nodes.push_back(adopted(_ours, _before, element, _shift));
+                     });
+        lane.put(lane.count(), lane.count(), nodes, 0.0);
+    }
+
+    DmEditDraft& _ours;
+    DmEditDraft& _theirs;
+    const DmTimelineValue _before;
+    const double _begin;
+    const double _shift;
+    std::vector<bool> _taken; ///< of the tracks that were there before
+};
+
+} // namespace
+
 DmStatus DmEdit::concatenate(const DmTimeline& other)
 {
     return _imp->run(
@@ -192,72 +300,15 @@ DmStatus DmEdit::concatenate(const DmTimeline& other)
         {
             DmEditDraft theirs =
                 draftOf(other ? other.value() : nullptr, _imp->draft, "There is no timeline to put behind this one.");
-            const DmTimelineValue before = _imp->draft.value;
             const auto [begin, end] = extent(_imp->draft);
             const auto [theirBegin, theirEnd] = extent(theirs);
             if (theirEnd <= theirBegin)
                 return;
-            const double at = std::max(begin, end);
-            const double shift = at - theirBegin;
-            std::vector<bool> taken(before.tracks.size(), false);
+            const double shift = std::max(begin, end) - theirBegin;
+            Concatenation concatenation(_imp->draft, theirs, begin, shift);
             for (std::size_t t = 0; t < theirs.value.tracks.size(); ++t)
             {
-                const DmTimelineValue::Track& track = theirs.value.tracks[t];
-                if (!track.bare)
-                    continue;
-                std::size_t ours = 0;
-                while (ours < taken.size() && (taken[ours] || !before.tracks[ours].bare ||
-                                               before.tracks[ours].bare->getMediaType() != track.bare->getMediaType()))
-                    ++ours;
-                if (ours < taken.size())
-                    taken[ours] = true;
-                else
-                {
-                    taken.push_back(true);
-                    _imp->draft.value.tracks.push_back({adopted(*track.bare, _imp->draft.value.tracks), {}, {}});
-                    ours = _imp->draft.value.tracks.size() - 1;
-                }
-                for (std::size_t l = 0; l < track.layers.size(); ++l)
-                {
-                    if (!track.layers[l].bare)
-                        continue;
-                    auto& layers = _imp->draft.value.tracks[ours].layers;
-                    if (l >= layers.size() || !layers[l].bare)
-                    {
-                        DmTimelineValue::Layer fresh;
-                        fresh.number = _imp->draft.value.nextLayer++;
-                        fresh.bare = adopted(*track.layers[l].bare, begin, shift);
-                        layers.push_back(fresh);
-                    }
-                    else if (const auto& marks = track.layers[l].bare->getCueMarks(); marks.count() > 0)
-                    {
-                        const CoSharedPtr<DmLayerNode> bare = dmEditCopy(*layers[l].bare);
-                        addMarks(*bare, marks, shift);
-                        bare->freeze();
-                        layers[l].bare = bare;
-                    }
-                    const int layer = int(std::min(l, layers.size() - 1));
-                    DmLane lane = _imp->lane(DmLayerPlace{int(ours), layer});
-                    const DmRuns& runs = track.layers[l].runs;
-                    if (runs.count() == 0)
-                        continue;
-                    DmLane(theirs, {int(t), int(l)}).closeEnds(0);
-                    lane.closeEnds(0);
-                    if (lane.count() == 0)
-                        lane.beginBy(begin);
-                    lane.fillTo(runs.at(0).recIn() + shift);
-                    std::vector<DmRuns::Node> nodes;
-                    if (lane.count() > 0)
-                        nodes.push_back(lane.makeCut(lane.end()));
-                    runs.forEach(0, runs.count(),
-                                 [&](const DmRuns::Element& element)
-                                 {
-                                     if (!element.node)
-                                         dmRefuse("The other timeline has an empty element.");
-                                     nodes.push_back(adopted(_imp->draft, before, element, shift));
-                                 });
-                    lane.put(lane.count(), lane.count(), nodes, 0.0);
-                }
+                concatenation.add(t);
                 _imp->progress(double(t + 1) / double(theirs.value.tracks.size()));
             }
             const CoSharedPtr<DmCompositionNode> composition = _imp->ownComposition();
@@ -325,6 +376,80 @@ bool letsThrough(const DmSegmentNode& segment)
     return false;
 }
 
+/// A muted segment plays nothing: a gap in its place.
+void blankMuted(DmLane& lane)
+{
+    for (int i = 0; i < lane.count(); ++i)
+        if (lane.segment(i) && !lane.isGap(i) && lane.segment(i)->getMuted())
+        {
+            lane.needWhole(i);
+            lane.put(i, i + 1, {lane.makeGap(lane.in(i), lane.length(i))}, 0.0);
+        }
+}
+
+/// Puts what `upper` shows over what `base` does, with the transitions between; notes what lets `base` through.
+void layOver(DmLane& base, DmLane& upper, std::vector<DmString>& notes)
+{
+    const auto covers = [&](int i) { return upper.segment(i) && !upper.isGap(i) && !upper.segment(i)->getMuted(); };
+    upper.closeEnds(0);
+    // A transition to what covers nothing is the upper layer's own: it becomes a cut.
+    for (int i = 1; i + 1 < upper.count(); ++i)
+        if (upper.transition(i) && upper.length(i) > dmEditTolerance && covers(i - 1) != covers(i + 1))
+            upper.cutTransition(i, covers(i - 1) ? upper.out(i) : upper.in(i));
+    for (int i = 0; i < upper.count();)
+    {
+        if (!covers(i))
+        {
+            ++i;
+            continue;
+        }
+        upper.needWhole(i);
+        int last = i;
+        while (last + 2 < upper.count() && covers(last + 2))
+            upper.needWhole(last += 2);
+        std::vector<DmRuns::Node> nodes;
+        for (int k = i; k <= last; ++k)
+        {
+            if (const DmSegmentNode* const segment = upper.segment(k))
+            {
+                if (letsThrough(*segment))
+                    notes.push_back(
+                        DmString((upper.called(k) + " may let through what lies below it, which is gone.").c_str()));
+                nodes.push_back(upper.ownSegment(k));
+            }
+            else
+                nodes.push_back(upper.own<DmTransitionNode>(k));
+        }
+        const double in = upper.in(i);
+        const double out = upper.out(last);
+        base.seamAt(in);
+        const int behind = base.seamAt(std::min(out, base.end()));
+        const int first = base.seamAt(in);
+        if (first == base.count() && first > 0)
+            nodes.insert(nodes.begin(), base.makeCut(in));
+        base.put(first, behind < base.count() ? behind - 1 : behind, nodes, 0.0);
+        i = last + 1;
+    }
+}
+
+/// Takes these layers away, and the tracks that have none left by it.
+void dropLayers(DmTimelineValue& value, std::span<const DmLayerPlace> places)
+{
+    for (const DmLayerPlace& place : places)
+    {
+        DmTimelineValue::Layer* const layer = value.layer(place);
+        value.leave(*layer);
+        layer->bare.reset();
+        layer->runs = DmRuns();
+    }
+    for (DmTimelineValue::Track& track : value.tracks)
+        std::erase_if(track.layers, [](const DmTimelineValue::Layer& layer) { return !layer.bare && !layer.other; });
+    for (int t = int(value.tracks.size()); t-- > 0;)
+        if (std::ranges::find(places, t, &DmLayerPlace::track) != places.end() &&
+            value.tracks[std::size_t(t)].layers.empty())
+            value.tracks.erase(value.tracks.begin() + t);
+}
+
 } // namespace
 
 DmStatus DmEdit::flatten()
@@ -345,79 +470,17 @@ DmStatus DmEdit::flatten()
             for (const DmLayerPlace& place : pictures)
                 if (_imp->lane(place).count() > 0)
                     begin = std::min(begin, _imp->lane(place).begin());
-            if (!dmIsTime(begin))
-                begin = _imp->lane(pictures.front()).begin();
             DmLane base = _imp->lane(pictures.front());
-            base.beginBy(begin);
-            // A muted segment plays nothing.
-            for (int i = 0; i < base.count(); ++i)
-                if (base.segment(i) && !base.isGap(i) && base.segment(i)->getMuted())
-                {
-                    base.needWhole(i);
-                    base.put(i, i + 1, {base.makeGap(base.in(i), base.length(i))}, 0.0);
-                }
+            base.beginBy(dmIsTime(begin) ? begin : base.begin());
+            blankMuted(base);
             for (std::size_t p = 1; p < pictures.size(); ++p)
             {
                 _imp->progress(double(p) / double(pictures.size()));
                 DmLane upper = _imp->lane(pictures[p]);
-                const auto covers = [&](int i)
-                { return upper.segment(i) && !upper.isGap(i) && !upper.segment(i)->getMuted(); };
-                upper.closeEnds(0);
-                // A transition to what covers nothing is the upper layer's own: it becomes a cut.
-                for (int i = 1; i + 1 < upper.count(); ++i)
-                    if (upper.transition(i) && upper.length(i) > dmEditTolerance && covers(i - 1) != covers(i + 1))
-                        upper.cutTransition(i, covers(i - 1) ? upper.out(i) : upper.in(i));
-                for (int i = 0; i < upper.count();)
-                {
-                    if (!covers(i))
-                    {
-                        ++i;
-                        continue;
-                    }
-                    upper.needWhole(i);
-                    int last = i;
-                    while (last + 2 < upper.count() && covers(last + 2))
-                        upper.needWhole(last += 2);
-                    std::vector<DmRuns::Node> nodes;
-                    for (int k = i; k <= last; ++k)
-                    {
-                        if (const DmSegmentNode* const segment = upper.segment(k))
-                        {
-                            if (letsThrough(*segment))
-                                _imp->notes.push_back(DmString(
-                                    (upper.called(k) + " may let through what lies below it, which is gone.").c_str()));
-                            nodes.push_back(upper.ownSegment(k));
-                        }
-                        else
-                            nodes.push_back(upper.own<DmTransitionNode>(k));
-                    }
-                    const double in = upper.in(i);
-                    const double out = upper.out(last);
-                    base.seamAt(in);
-                    const int behind = base.seamAt(std::min(out, base.end()));
-                    const int first = base.seamAt(in);
-                    if (first == base.count() && first > 0)
-                        nodes.insert(nodes.begin(), base.makeCut(in));
-                    base.put(first, behind < base.count() ? behind - 1 : behind, nodes, 0.0);
-                    i = last + 1;
-                }
+                layOver(base, upper, _imp->notes);
             }
             // Ids are the segments' own still: the layers that they came from go.
-            std::vector<int> gone;
-            for (std::size_t p = 1; p < pictures.size(); ++p)
-            {
-                DmTimelineValue::Layer* const layer = _imp->draft.value.layer(pictures[p]);
-                _imp->draft.value.leave(*layer);
-                layer->bare.reset();
-                layer->runs = DmRuns();
-                gone.push_back(pictures[p].track);
-            }
-            for (DmTimelineValue::Track& track : _imp->draft.value.tracks)
-                std::erase_if(track.layers,
-                              [](const DmTimelineValue::Layer& layer) { return !layer.bare && !layer.other; });
-            for (int t = int(_imp->draft.value.tracks.size()); t-- > 0;)
-                if (std::ranges::find(gone, t) != gone.end() && _imp->draft.value.tracks[std::size_t(t)].layers.empty())
-                    _imp->draft.value.tracks.erase(_imp->draft.value.tracks.begin() + t);
+            dropLayers(_imp->draft.value, std::span(pictures).subspan(1));
             base.tidy(0);
         });
 }
