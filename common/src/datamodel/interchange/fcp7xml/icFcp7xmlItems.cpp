@@ -1,0 +1,185 @@
+#include "icFcp7xmlMaker.h"
+
+#include <algorithm>
+
+namespace interchange::xmeml
+{
+
+Speed Maker::speedOf(pugi::xml_node item)
+{
+    const pugi::xml_node effect = effectOf(item, "timeremap");
+    if (!effect)
+        return {};
+    Speed speed;
+    speed.isKeyed = numberOf(parameterOf(effect, "variablespeed"), "value").value_or(0) != 0;
+    if (speed.isKeyed)
+    {
+        speed.isSet = static_cast<bool>(parameterOf(effect, "graphdict").child("keyframe"));
+        speed.isKeyed = speed.isSet;
+        return speed;
+    }
+    const std::optional<double> percent = numberOf(parameterOf(effect, "speed"), "value");
+    if (!percent)
+        return speed;
+    speed.isSet = true;
+    speed.factor = *percent / 100;
+    if (isTrue(textOf(parameterOf(effect, "reverse"), "value")))
+        speed.factor = -std::abs(speed.factor);
+    constexpr double slowest = 1e-6;
+    if (std::abs(speed.factor) < slowest)
+        speed.factor = 0;
+    return speed;
+}
+
+bool Maker::readMix(const Stage& stage, Entry& entry)
+{
+    const std::optional<double> start = numberOf(entry.element, "start");
+    const std::optional<double> end = numberOf(entry.element, "end");
+    if (!start || !end || *start < 0 || *end <= *start)
+    {
+        mistake(entry.element, "a transition without a length", "left out");
+        return false;
+    }
+    const double ratio = stage.fps / entry.rate.fps();
+    entry.start = entry.recIn = stage.origin + std::round(*start * ratio);
+    entry.end = entry.recOut = stage.origin + std::round(*end * ratio);
+    const double length = entry.end - entry.start;
+    const std::string_view alignment = trimmed(textOf(entry.element, "alignment"));
+    entry.cut = alignment.starts_with("start") ? 0.0 : alignment.starts_with("end") ? length : std::floor(length / 2);
+    return length >= 1;
+}
+
+bool Maker::readClip(const Stage& stage, Entry& entry, Entry* before, const Entry* behind, double last)
+{
+    const pugi::xml_node element = entry.element;
+    const std::optional<Rate> rate = Rate::of(element.child("rate"));
+    // A sequence's times count in its own rate, whatever mode stands for that.
+    const double recordRatio = stage.fps / entry.rate.fps();
+    const Rate sequenceRate = entry.rate;
+    entry.rate = rate.value_or(sequenceRate);
+    entry.speed = speedOf(element);
+    const double recordPerClip = stage.fps / entry.rate.fps();
+    entry.in = numberOf(element, "in").value_or(0);
+    if (entry.in == -1 && numberOf(element, "out").value_or(-1) == -1) // neither is set
+        entry.in = 0;
+    const double start = numberOf(element, "start").value_or(-1);
+    const double end = numberOf(element, "end").value_or(-1);
+    double out = numberOf(element, "out").value_or(-1);
+    if (out < entry.in && end > start && start >= 0)
+        out = entry.in + (end - start) * recordRatio / recordPerClip;
+    entry.out = out;
+    const double length = (out - entry.in) * recordPerClip;
+    const auto record = [&](double time) { return stage.origin + time * recordRatio; };
+    if (start >= 0)
+        entry.start = record(start);
+    else if (before)
+        entry.start = before->start;
+    else
+        entry.start = end >= 0 ? record(end) - length : last;
+    if (end >= 0)
+        entry.end = record(end);
+    else if (behind)
+        entry.end = behind->end;
+    else
+        entry.end = entry.start + length;
+    if (start < 0 && !before && end < 0)
+        mistake(element, "a clip without a place", "it stands behind what is before it");
+    const bool isSound = std::string_view(element.parent().parent().name()) == "audio";
+    const auto whole = [isSound](double time) { return isSound ? std::round(time * 1000) / 1000 : std::round(time); };
+    entry.start = whole(std::max(entry.start, stage.origin));
+    entry.end = whole(entry.end);
+    if (!(entry.end - entry.start >= leastLength))
+    {
+        mistake(element, "a clip without a length", "left out");
+        return false;
+    }
+    if (std::abs(length - (entry.end - entry.start)) > 1.0 && out >= 0)
+        warn(element, "in and out are " + timeText(length) + " frames of the sequence, start and end " +
+                          timeText(entry.end - entry.start) + ": the record length holds");
+    entry.recIn = entry.start;
+    entry.recOut = entry.end;
+    if (before && entry.start < before->end && entry.end >= before->end)
+    {
+        entry.recIn = before->end;
+        before->hasIncoming = true;
+    }
+    return true;
+}
+
+std::vector<Entry> Maker::entriesOf(const Stage& stage, pugi::xml_node track)
+{
+    const auto isItem = [](pugi::xml_node child)
+    { return isNamed(child, "clipitem") || isNamed(child, "generatoritem") || isNamed(child, "transitionitem"); };
+    std::vector<Entry> entries; // what is left out makes room in front of what is still to be read
+    entries.reserve(static_cast<std::size_t>(std::ranges::count_if(track.children(), isItem)));
+    const Rate rate = Rate::of(stage.element.child("rate")).value_or(Rate::of(stage.fcm));
+    double mixEnd = stage.origin;
+    for (const pugi::xml_node child : track.children())
+        if (isItem(child))
+        {
+            Entry entry;
+            entry.element = child;
+            entry.isMix = isNamed(child, "transitionitem");
+            entry.rate = rate;
+            if (entry.isMix)
+            {
+                if (!readMix(stage, entry))
+                    continue;
+                if (entry.start < mixEnd)
+                {
+                    mistake(child, "a transition that begins before the one before it has ended", "left out");
+                    continue;
+                }
+                mixEnd = entry.end;
+            }
+            entries.push_back(entry);
+        }
+    double last = stage.origin;
+    Entry* before = nullptr; ///< a transition right before
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < entries.size(); ++i)
+    {
+        Entry entry = entries[i];
+        if (!entry.isMix)
+        {
+            Entry* const behind = i + 1 < entries.size() && entries[i + 1].isMix ? &entries[i + 1] : nullptr;
+            if (!readClip(stage, entry, before, behind, last))
+            {
+                before = nullptr;
+                continue;
+            }
+            if (behind && entry.end > behind->start && entry.start <= behind->start)
+            {
+                entry.recOut = std::max(entry.recIn, behind->start);
+                behind->hasOutgoing = true;
+            }
+        }
+        last = entry.end;
+        entries[kept] = entry;
+        before = entry.isMix ? &entries[kept] : nullptr;
+        ++kept;
+    }
+    entries.resize(kept);
+    std::ranges::stable_sort(entries, {}, &Entry::recIn);
+    double end = stage.origin;
+    for (std::size_t i = 0; i < entries.size(); ++i)
+    {
+        Entry& entry = entries[i];
+        if (entry.recIn < end - 1e-6 && i > 0)
+        {
+            warn(entry.element, "begins before the item before it has ended: the later one covers that");
+            Entry& earlier = entries[i - 1];
+            if (entry.recIn - earlier.recIn >= leastLength)
+                earlier.recOut = entry.recIn;
+            else
+            {
+                entry.recIn = std::min(end, entry.recOut);
+                entry.recOut = std::max(entry.recIn, entry.recOut);
+            }
+        }
+        end = std::max(end, entry.recOut);
+    }
+    return entries;
+}
+
+} // namespace interchange::xmeml

@@ -1,0 +1,133 @@
+#include "icFcp7xmlMaker.h"
+
+#include "icTree.h"
+
+#include <algorithm>
+
+namespace interchange::xmeml
+{
+
+void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways, bool isLast,
+                 const Series& series)
+{
+    const auto hint = _hints.find(&node);
+    std::string form = formOf(element, plain, _nodes, hint == _hints.end() ? "" : hint->second.marks(), isLast, series);
+    constexpr std::size_t longestOfOurs = 1 << 16; // what is longer has more than we say
+    if (!isAlways && form.size() <= longestOfOurs)
+    {
+        // Nothing is left over where we would write the same.
+        struct Text final : public Output
+        {
+            void write(std::string_view written) override { text += written; }
+            std::string text;
+        };
+        const WriteItems items = [](Output& out, std::string_view) { out.line(itemsName); };
+        pugi::xml_document parsed;
+        parsed.load_buffer(form.data(), form.size(),
+                           pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_comments | pugi::parse_pi);
+        Text ours;
+        Text theirs;
+        fill(ours, {}, plain, items);
+        fill(theirs, parsed.document_element(), plain, items);
+        if (ours.text == theirs.text)
+            form.clear();
+    }
+    require(_forms.set(node, form));
+}
+
+void Maker::drop(const DmTreeNode& node, pugi::xml_node element)
+{
+    // Others may refer to what it defines.
+    const auto isDefinition = [](pugi::xml_node each)
+    { return each.first_child() && (isNamed(each, "file") || isNamed(each, "sequence")); };
+    if (element.find_node(isDefinition))
+        return;
+    _nodes.erase(element.internal_object());
+    _hints.erase(&node);
+    element.parent().remove_child(element);
+}
+
+void Maker::keepForms(DmRoot& root)
+{
+    const Cut cut(root, DM::FCM_NOT_DEFINED, &_hints);
+    PlainElements plain(cut, nullptr);
+    std::set<const DmCompositionNode*> seen;
+    std::set<const void*> keptFiles;
+    // Where a sequence stands first, as the writer will have it.
+    const auto keepSequence = [&](const auto& self, const Sequence& sequence, std::string& files) -> void
+    {
+        if (!seen.insert(sequence.node).second)
+            return;
+        for (const Track& track : sequence.tracks)
+        {
+            const auto ofTrack = _hints.find(track.node);
+            if (ofTrack == _hints.end())
+                continue;
+            const pugi::xml_node trackElement = ofTrack->second.element;
+            // In the track's form it says where the items stand.
+            const pugi::xml_node firstItem = trackElement.find_child(
+                [this](pugi::xml_node child) { return _nodes.contains(child.internal_object()); });
+            for (const Item& item : track.items)
+            {
+                const DmTreeNode* const node = item.segment ? static_cast<const DmTreeNode*>(item.segment) : item.mix;
+                const auto found = _hints.find(node);
+                if (found == _hints.end())
+                    continue;
+                const pugi::xml_node element = found->second.element;
+                pugi::xml_document scratch;
+                keep(const_cast<DmTreeNode&>(*node), element, plain.item(scratch, sequence, track, item), !item.mix,
+                     false, plain.series());
+                pugi::xml_node file = element.child("file");
+                if (const File* const known = item.segment ? cut.fileOf(*item.segment) : nullptr; known && file)
+                {
+                    if (!file.first_child())
+                        if (const auto defined = _files.find(std::string_view(file.attribute("id").value()));
+                            defined != _files.end())
+                            file = defined->second;
+                    // Others are defined by words that are kept as they stand.
+                    const bool isInItem = isNamed(file.parent(), "clipitem");
+                    if (file.first_child() && isInItem && keptFiles.insert(file.internal_object()).second)
+                    {
+                        pugi::xml_document ofFile;
+                        files += formOf(file, plain.file(ofFile, sequence, *item.segment), _nodes);
+                    }
+                }
+                if (const auto* const container = dynamic_cast<const DmContainerNode*>(item.segment))
+                    if (const DmCompositionNode* const inside = cut.insideOf(*container))
+                        self(self, *cut.find(inside), files);
+                if (element != firstItem)
+                    drop(*node, element);
+            }
+            pugi::xml_document scratch;
+            keep(const_cast<DmTrackNode&>(*track.node), trackElement, plain.track(scratch, sequence, track), false,
+                 true);
+        }
+    };
+    for (const Sequence* const sequence : cut.top())
+    {
+        std::string files;
+        keepSequence(keepSequence, *sequence, files);
+        seen.erase(sequence->node);
+        pugi::xml_document scratch;
+        const Hint& hint = _hints.at(sequence->node);
+        std::string form =
+            formOf(hint.element, plain.sequence(scratch, *sequence), _nodes, hint.marks(), true, plain.series());
+        if (!files.empty())
+            form.insert(form.rfind("</"), "<our:files>" + files + "</our:files>");
+        require(setLeftover(const_cast<DmCompositionNode&>(*sequence->node), leftoverType, form));
+        seen.insert(sequence->node);
+    }
+    for (const DmCompositionNode* const node : seen)
+        if (const Sequence* const sequence = cut.find(node); sequence && !sequence->isTop)
+        {
+            pugi::xml_document scratch;
+            keep(const_cast<DmCompositionNode&>(*node), _hints.at(node).element, plain.sequence(scratch, *sequence),
+                 true, true, plain.series());
+        }
+    pugi::xml_document scratch;
+    pugi::xml_node top = add(scratch, "xmeml");
+    add(top, itemsName);
+    keep(root, _xml.root(), top, std::string_view(_xml.root().attribute("version").value()) != "5", true);
+}
+
+} // namespace interchange::xmeml

@@ -1,0 +1,210 @@
+/// Makes the nodes of what an xmeml file says. Where the items of a track stand is told in icFcp7xmlItems.cpp, what
+/// they become in icFcp7xmlClips.cpp, and what the model does not say is kept by icFcp7xmlKept.cpp.
+///
+/// For sources of this library only.
+#pragma once
+
+#include "icFcp7xmlPlainElements.h"
+
+#include "icFormat.h"
+#include "icLeftovers.h"
+#include "icText.h"
+
+#include "dmLayerBuilder.h"
+
+#include <cmath>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace interchange::xmeml
+{
+
+/// Shorter clips, in frames, are none.
+inline constexpr double leastLength = 0.5;
+inline constexpr double limit = 1e12; ///< of times, in frames
+
+inline std::optional<double> numberOf(pugi::xml_node parent, const char* name)
+{
+    const std::optional<double> number = toNumber<double>(trimmed(textOf(parent, name)));
+    return number && std::abs(*number) <= limit ? number : std::nullopt;
+}
+inline bool isTrue(std::string_view text)
+{
+    return equalsNoCase(trimmed(text), "TRUE");
+}
+
+inline bool isOff(pugi::xml_node element)
+{
+    return element.child("enabled") && !isTrue(textOf(element, "enabled"));
+}
+
+inline bool isNamed(pugi::xml_node node, std::string_view name)
+{
+    return node.name() == name;
+}
+inline pugi::xml_node effectOf(pugi::xml_node item, std::string_view effectId)
+{
+    for (const pugi::xml_node filter : item.children("filter"))
+        if (filter.child("effect").child_value("effectid") == effectId)
+            return filter.child("effect");
+    return {};
+}
+inline pugi::xml_node parameterOf(pugi::xml_node effect, std::string_view id)
+{
+    for (const pugi::xml_node parameter : effect.children("parameter"))
+        if (parameter.child_value("parameterid") == id)
+            return parameter;
+    return {};
+}
+
+/// A file as it is defined.
+struct Medium
+{
+    pugi::xml_node element;
+    Rate rate;
+    DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED; ///< in which its material counts
+    std::optional<double> length;                 ///< in frames of that
+    double span = 0;                              ///< the length, or as much as is known to be there
+    double begin = 0;
+};
+
+/// The speed of a clip.
+struct Speed
+{
+    bool isSet = false;
+    bool isKeyed = false;
+    double factor = 1; ///< 0 for a freeze
+};
+
+/// An item on its way to a layer. Times are record time.
+struct Entry
+{
+    pugi::xml_node element;
+    bool isMix = false;
+    double start = 0; ///< with what transitions show of it
+    double end = 0;
+    double recIn = 0;
+    double recOut = 0;
+    double in = 0; ///< in the clip's own frames
+    double out = 0;
+    Rate rate;
+    Speed speed;
+    // Of a transition
+    bool hasIncoming = false;
+    bool hasOutgoing = false;
+    double cut = 0;
+};
+
+class Maker
+{
+public:
+    Maker(const ParsedXml& xml, const Options& options, Report& report)
+        : _xml(xml)
+        , _options(options)
+        , _report(report)
+    {
+    }
+
+    CoSharedPtr<DmRoot> make();
+
+private:
+    /// What a clip can be linked by.
+    struct Made
+    {
+        CoSharedPtr<DmSegmentNode> node;
+        pugi::xml_node element;
+        const std::string* label; ///< of its track: "V1"
+
+        std::string_view id() const { return element.attribute("id").value(); }
+    };
+    /// A sequence that is being read.
+    struct Stage
+    {
+        DmCompositionNode& node;
+        pugi::xml_node element;
+        DM::FrameCodeModes fcm;
+        double fps;
+        double origin;
+        xmeml::Sequence size; ///< for the units of pictures
+        std::vector<Made> clips;
+        double end;
+        std::deque<std::string> labels{}; ///< of its tracks
+        bool isTrackOff = false;
+    };
+
+    // Messages
+    void mistake(pugi::xml_node at, std::string what, std::string_view choice)
+    {
+        _report.mistake(_xml.lineOf(at), std::move(what), choice);
+        _report.expect(at.internal_object());
+    }
+    void warn(pugi::xml_node at, std::string what)
+    {
+        _report.add(Report::Warning, _xml.lineOf(at), std::move(what));
+        _report.expect(at.internal_object());
+    }
+    Hint& hintOf(const DmTreeNode& node, pugi::xml_node element)
+    {
+        Hint& hint = _hints[&node];
+        hint.isRead = true;
+        hint.element = element;
+        return hint;
+    }
+    void came(const DmTreeNode& node, pugi::xml_node at)
+    {
+        _report.became(at.internal_object(), node);
+        if (_options.places)
+            _report.came(node, _xml.lineOf(at));
+    }
+
+    void findDefinitions();
+    void addSequences(DmRoot& root);
+    CoSharedPtr<DmCompositionNode> sequence(pugi::xml_node element, bool isTop);
+    DM::FrameCodeModes modeOf(pugi::xml_node sequence);
+    void addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaType);
+    std::vector<Entry> entriesOf(const Stage& stage, pugi::xml_node track);
+    bool readMix(const Stage& stage, Entry& entry);
+    bool readClip(const Stage& stage, Entry& entry, Entry* before, const Entry* behind, double last);
+    static Speed speedOf(pugi::xml_node item);
+    void place(Stage& stage, DmLayerBuilder& layer, const std::vector<Entry>& entries, eDmTreeMediaType mediaType,
+               const std::string& label);
+    CoSharedPtr<DmTrxEffectNode> transition(const Entry& entry, eDmTreeMediaType mediaType);
+    CoSharedPtr<DmSegmentNode> clip(Stage& stage, const Entry& entry, eDmTreeMediaType mediaType,
+                                    const std::string& label);
+    CoSharedPtr<DmSourceNode::Input> input(const Entry& entry, const Medium& medium, double length,
+                                           eDmTreeMediaType mediaType);
+    Medium mediumOf(const Stage& stage, const Entry& entry, pugi::xml_node file);
+    void addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, const Medium& medium, Hint& hint);
+    bool addChannels(const Stage& stage, DmEffectSettings& effect, pugi::xml_node element, double clipTime,
+                     double recordPerClip);
+    CoSharedPtr<DmCueMark> mark(pugi::xml_node marker, double origin, double ratio);
+    void link(Stage& stage);
+    void keepForms(DmRoot& root);
+    void keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways, bool isLast,
+              const Series& series = {});
+    /// Lets go of an item whose form is kept: what the parser has of it takes as much memory as the form that it left.
+    void drop(const DmTreeNode& node, pugi::xml_node element);
+
+    const ParsedXml& _xml;
+    const Options& _options;
+    Report& _report;
+    std::map<std::string, pugi::xml_node, std::less<>> _files;
+    std::map<std::string, pugi::xml_node, std::less<>> _sequences;
+    std::map<const void*, CoSharedPtr<DmCompositionNode>> _read; ///< by element
+    std::set<const void*> _open;                                 ///< being read
+    int _depth = 0;
+
+    // For the forms
+    NodeSet _nodes;
+    std::unordered_map<const DmTreeNode*, Hint> _hints;
+    SharedLeftovers _forms{leftoverType};
+};
+
+} // namespace interchange::xmeml
