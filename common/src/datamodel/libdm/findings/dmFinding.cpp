@@ -62,6 +62,28 @@ constexpr DmFindingCode conversions[] = {
 static_assert(std::ranges::is_sorted(conversions, {},
                                      [](const DmFindingCode& each) { return std::string_view(each.code); }));
 
+/// So that nothing of a file moves the cursor of a terminal, or begins a line of its own: control characters as \xNN.
+std::string printable(std::string_view text)
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i)
+    {
+        const auto c = static_cast<unsigned char>(text[i]);
+        // U+0080 to U+009F are control characters, too.
+        const bool isLead = c == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
+        if (isLead || c < ' ' || c == 0x7F)
+        {
+            const auto shown = isLead ? static_cast<unsigned char>(text[++i]) : c;
+            result += {'\\', 'x', digits[shown >> 4U], digits[shown & 15U]};
+        }
+        else
+            result += text[i];
+    }
+    return result;
+}
+
 } // namespace
 
 const char* DmFinding::severityName() const
@@ -84,9 +106,7 @@ std::string DmFinding::toString(std::string_view fileName) const
     for (const std::string* each : {&clip, &track, &record})
         if (!each->empty())
             place.append(place.empty() ? "" : ", ").append(*each);
-    std::ranges::replace_if(
-        place, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' '); // of a name
-    return out.append(place).append(place.empty() ? "" : ": ").append(text);
+    return out.append(printable(place)).append(place.empty() ? "" : ": ").append(printable(text));
 }
 
 std::string dmFindingsText(std::string_view fileName, std::span<const DmFinding> findings, std::size_t shownOfOne)
