@@ -463,7 +463,6 @@ int DmLane::splitSegment(int index, double time)
                             (played.isReverse() ? mark->getCueMarkTime() < *point : mark->getCueMarkTime() >= *point);
         static_cast<void>((behind ? first : second)->removeSegmentMark(i));
     }
-    static_cast<void>(second->setBaseBlob(nullptr));
     static_cast<void>(second->setComment(DmString()));
     if (!second->getSegmentId().empty())
         _draft.reidentify(*second);
