@@ -61,53 +61,66 @@ void Report::add(const char* code, Level level, std::uint32_t line, std::string 
     if (_where.time != dmNoTime && _where.fcm != DM::FCM_NOT_DEFINED)
         appendTimeLabel(finding.record, static_cast<std::int64_t>(std::clamp(_where.time, -limit, limit)), _where.fcm);
     add(std::move(finding));
-    if (_where.node && _nodes.size() == _findings.size())
-        _nodes.back().reset(const_cast<DmTreeNode*>(_where.node));
+    if (_where.node && count() == _kept.size())
+        _kept.back().node.reset(const_cast<DmTreeNode*>(_where.node));
 }
 
 void Report::add(DmFinding finding)
 {
+    expectLine();
     ++_counts[finding.severity];
-    if (_findings.size() >= mostFindings)
+    if (_kept.size() >= mostFindings)
         return;
-    if (finding.line != 0)
-        _expected.emplace(finding.line, _findings.size());
-    _findings.push_back(std::move(finding));
-    _nodes.emplace_back();
+    finding.text.shrink_to_fit();
+    _kept.push_back({std::move(finding.text), finding.code, {}, nullptr, finding.line, finding.severity});
+    const std::string* const texts[] = {&finding.nodePath, &finding.clip, &finding.track, &finding.record,
+                                        &finding.subject};
+    if (finding.column != 0 || std::ranges::any_of(texts, [](const std::string* each) { return !each->empty(); }))
+        _kept.back().own() = {finding.column,           std::move(finding.nodePath), std::move(finding.clip),
+                              std::move(finding.track), std::move(finding.record),   std::move(finding.subject)};
+    _isLineOpen = finding.line != 0;
 }
 
 void Report::about(std::size_t from, const DmTreeNode& node)
 {
-    for (std::size_t i = from; i < _findings.size(); ++i)
-    {
-        if (_nodes[i])
-            continue;
-        _nodes[i].reset(const_cast<DmTreeNode*>(&node));
-        if (_findings[i].clip.empty())
-            _findings[i].clip = nameOf(node);
-    }
+    for (std::size_t i = from; i < _kept.size(); ++i)
+        if (!_kept[i].node)
+            _kept[i].node.reset(const_cast<DmTreeNode*>(&node));
+}
+
+void Report::expect(const void* thing)
+{
+    if (count() != _kept.size()) // it was not kept
+        return;
+    _expected.emplace(reinterpret_cast<std::uintptr_t>(thing), static_cast<std::uint32_t>(_kept.size() - 1));
+    _isLineOpen = false;
+}
+
+void Report::expectLine()
+{
+    if (_isLineOpen)
+        _expected.emplace(_kept.back().line, static_cast<std::uint32_t>(_kept.size() - 1));
+    _isLineOpen = false;
 }
 
 void Report::settle(std::uintptr_t thing, const DmTreeNode& node)
 {
+    expectLine();
     if (_expected.empty())
         return;
     const auto [first, last] = _expected.equal_range(thing);
     for (auto each = first; each != last; ++each)
-        if (!_nodes[each->second])
-        {
-            _nodes[each->second].reset(const_cast<DmTreeNode*>(&node));
-            _findings[each->second].clip = nameOf(node);
-        }
+        if (Kept& kept = _kept[each->second]; !kept.node)
+            kept.node.reset(const_cast<DmTreeNode*>(&node));
     _expected.erase(first, last);
 }
 
 void Report::locate(const DmRoot& root, bool paths)
 {
-    std::unordered_multimap<const DmTreeNode*, DmFinding*> wanted;
-    for (std::size_t i = 0; i < _findings.size(); ++i)
-        if (_nodes[i])
-            wanted.emplace(_nodes[i].get(), &_findings[i]);
+    std::unordered_multimap<const DmTreeNode*, Kept*> wanted;
+    for (Kept& each : _kept)
+        if (each.node)
+            wanted.emplace(each.node.get(), &each);
     if (wanted.empty())
         return;
     const auto completeThose = [&wanted, paths](const DmTreeNode* node, const auto& say)
@@ -115,34 +128,35 @@ void Report::locate(const DmRoot& root, bool paths)
         const auto [first, last] = wanted.equal_range(node);
         for (auto each = first; each != last; ++each)
         {
-            const std::string path = each->second->nodePath;
-            say(*each->second);
+            Further& further = each->second->own();
+            const std::string path = further.nodePath;
+            say(further);
             if (!paths)
-                each->second->nodePath = path;
+                further.nodePath = path;
         }
     };
     const DmCutViews views(root);
     for (const DmCutViews::Collection& each : views.collections())
-        completeThose(each.node, [&each](DmFinding& finding) { finding.nodePath = each.path; });
+        completeThose(each.node, [&each](Further& finding) { finding.nodePath = each.path; });
     for (const DmCutView& cut : views.cuts())
     {
-        completeThose(cut.composition, [&cut](DmFinding& finding) { finding.nodePath = cut.path; });
+        completeThose(cut.composition, [&cut](Further& finding) { finding.nodePath = cut.path; });
         for (const DmLaneView& lane : cut.lanes)
         {
             const std::string track = cut.path + "/children[" + std::to_string(lane.trackIndex) + ']';
             const std::string layer = track + "/children[" + std::to_string(lane.layerIndex) + ']';
-            const auto sayPlace = [&lane](DmFinding& finding, const std::string& path)
+            const auto sayPlace = [&lane](Further& finding, const std::string& path)
             {
                 finding.nodePath = path;
                 if (finding.track.empty())
                     finding.track = lane.name;
             };
-            completeThose(lane.track, [&](DmFinding& finding) { sayPlace(finding, track); });
-            completeThose(lane.layer, [&](DmFinding& finding) { sayPlace(finding, layer); });
+            completeThose(lane.track, [&](Further& finding) { sayPlace(finding, track); });
+            completeThose(lane.layer, [&](Further& finding) { sayPlace(finding, layer); });
             for (std::size_t i = 0; i < lane.elements.size(); ++i)
             {
                 const DmElementView& element = lane.elements[i];
-                const auto say = [&](DmFinding& finding)
+                const auto say = [&](Further& finding)
                 {
                     sayPlace(finding, layer + "/children[" + std::to_string(i) + ']');
                     finding.subject = lane.subjectAt(static_cast<int>(i));
@@ -198,16 +212,45 @@ void Report::addException()
     }
 }
 
+DmFinding Report::Kept::whole() const
+{
+    DmFinding finding;
+    finding.severity = severity;
+    finding.code = code;
+    finding.line = line;
+    finding.text = text;
+    if (further)
+    {
+        finding.column = further->column;
+        finding.nodePath = further->nodePath;
+        finding.clip = further->clip;
+        finding.track = further->track;
+        finding.record = further->record;
+        finding.subject = further->subject;
+    }
+    if (finding.clip.empty() && node)
+        finding.clip = nameOf(*node);
+    return finding;
+}
+
 std::vector<DmFinding> Report::findings() const
 {
-    return inOrder(_findings);
+    std::vector<DmFinding> all;
+    all.reserve(_kept.size());
+    for (const Kept& each : _kept)
+        all.push_back(each.whole());
+    return inOrder(std::move(all));
 }
 
 std::vector<DmFinding> Report::takeFindings()
 {
-    _nodes.clear();
     _expected.clear();
-    return inOrder(std::exchange(_findings, {}));
+    _isLineOpen = false;
+    std::vector<DmFinding> all;
+    all.reserve(_kept.size());
+    for (; !_kept.empty(); _kept.pop_front())
+        all.push_back(_kept.front().whole());
+    return inOrder(std::move(all));
 }
 
 } // namespace interchange

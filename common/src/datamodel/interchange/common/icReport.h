@@ -22,6 +22,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -87,11 +89,7 @@ public:
     /// So are the findings from there on that are about no node yet.
     void about(std::size_t from, const DmTreeNode& node);
     /// The last finding is about something of the file; what is made of that may come later.
-    void expect(const void* thing)
-    {
-        if (count() == _findings.size()) // else it was not kept
-            _expected.emplace(reinterpret_cast<std::uintptr_t>(thing), lastIndex());
-    }
+    void expect(const void* thing);
     void became(const void* thing, const DmTreeNode& node) { settle(reinterpret_cast<std::uintptr_t>(thing), node); }
     /// The same of a format that has no more than one thing a line.
     void lineBecame(std::uint32_t line, const DmTreeNode& node) { settle(line, node); }
@@ -108,7 +106,7 @@ public:
 
     bool isLenient() const { return _leniency == Lenient; }
     bool hasErrors() const { return _counts[Error] != 0; }
-    std::size_t size() const { return _findings.size(); }
+    std::size_t size() const { return _kept.size(); }
     std::size_t count(Level level) const { return _counts[level]; }
     std::size_t count() const { return _counts[Notice] + _counts[Warning] + _counts[Error]; }
     /// Those of lines in their order, behind those of the file as a whole. Of very many of a code only so many are
@@ -122,14 +120,38 @@ public:
     std::string toString(std::string_view fileName) const { return dmFindingsText(fileName, findings()); }
 
 private:
-    std::size_t lastIndex() const { return _findings.empty() ? 0 : _findings.size() - 1; }
+    /// What few findings have before the document is there.
+    struct Further
+    {
+        std::uint32_t column = 0;
+        std::string nodePath, clip, track, record, subject;
+    };
+    /// A finding on its way: a third of its size, as long as the file is in memory too.
+    struct Kept
+    {
+        std::string text;
+        const char* code;
+        CoSharedPtr<DmTreeNode> node;     ///< that it is about
+        std::shared_ptr<Further> further; ///< copies of the report share it until one changes it
+        std::uint32_t line;
+        Level severity;
+
+        Further& own()
+        {
+            if (!further || further.use_count() > 1)
+                further = further ? std::make_shared<Further>(*further) : std::make_shared<Further>();
+            return *further;
+        }
+        DmFinding whole() const;
+    };
     void settle(std::uintptr_t thing, const DmTreeNode& node);
+    void expectLine();
 
     Leniency _leniency;
     Where _where;
-    std::vector<DmFinding> _findings;
-    std::vector<CoSharedPtr<DmTreeNode>> _nodes;                    ///< that they are about
-    std::unordered_multimap<std::uintptr_t, std::size_t> _expected; ///< by what they are about: a thing, or its line
+    std::deque<Kept> _kept;
+    std::unordered_multimap<std::uintptr_t, std::uint32_t> _expected; ///< by what they are about: a thing, or its line
+    bool _isLineOpen = false; ///< the last one is about its line, unless something is said to be expected
     std::vector<NodePlace> _places;
     std::array<std::size_t, 3> _counts{}; ///< of findings added
 };
