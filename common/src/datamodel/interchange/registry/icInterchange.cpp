@@ -280,6 +280,7 @@ Writing write(const Format& format, const DmRoot& root, Sink& sink, const Option
                 if (options.flatten && !report.hasErrors())
                     part = flatten(part ? *part : root, report);
                 writing.done = !report.hasErrors() && format.write(part ? *part : root, sink, options, report);
+                report.at({});
                 if (const std::string wrong = sink.fault(); !wrong.empty() && !report.hasErrors())
                     report.add(Report::Error, 0, wrong);
                 if (part)
