@@ -206,7 +206,7 @@ bool Maker::addChannels(const Stage& stage, DmEffectSettings& effect, pugi::xml_
     return hasAny;
 }
 
-void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, const Medium& medium, Hint& hint)
+void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, const Medium& medium, ReadHint& hint)
 {
     const bool isSound = node.getMediaType() == DM_MEDIA_AUDIO;
     const double recordPerClip = stage.fps / entry.rate.fps();
@@ -243,11 +243,14 @@ void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, co
                     const double fps = DM::FcmUtil::getDoubleFPS(medium.fcm);
                     for (const pugi::xml_node key : parameterOf(effect, "graphdict").children("keyframe"))
                         if (const auto when = numberOf(key, "when"), value = numberOf(key, "value"); when && value)
+                        {
+                            hint.key = std::fmin(hint.key, *when); // of none, the other
                             require(timing->addKeyFrame(orBadAlloc(DmKeyFrame::create2(
                                 static_cast<float>((*when - clipTime) * recordPerClip),
                                 static_cast<float>(*value * fps / medium.rate.fps() - node.getRelIn()), {},
                                 DmKeyFrame::InterpOrder{1}, 0, 0, 0, 0,
                                 DmKeyFrame::AutoRightVelocityFlag | DmKeyFrame::AutoLeftVelocityFlag))));
+                        }
                     hint.at = clipTime;
                 }
                 else
@@ -296,9 +299,7 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
         if (const auto found = _sequences.find(std::string_view(nested.attribute("id").value()));
             found != _sequences.end())
             nested = found->second;
-    Hint hint;
-    hint.id = element.attribute("id").value();
-    hint.isRead = true;
+    ReadHint hint;
     hint.element = element;
     CoSharedPtr<DmCompositionNode> inside;
     if (nested && nested.first_child())
@@ -379,15 +380,12 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     for (const pugi::xml_node marker : element.children("marker"))
         require(node->addSegmentMark(mark(marker, before, fps / clipFps * speed)));
 
-    const pugi::xml_node played = inside ? place : file;
-    hint.media = played.attribute("id").value();
-    hint.isReference = played && !played.first_child();
-    hint.hasFile = static_cast<bool>(file);
+    hint.kind = inside ? ReadHint::Nest : ReadHint::Clip;
     _nodes.insert(element.internal_object());
     if (inside)
         _nodes.insert(place.internal_object());
     came(*node, element);
-    _hints.emplace(node.get(), std::move(hint));
+    _hints.emplace(node.get(), hint);
     stage.clips.push_back({node, element, &label});
     return node;
 }

@@ -37,6 +37,14 @@ bool hasPlace(const DmSourceInfo* info)
     return info && !(info->getPath().empty() && info->getReelName().empty());
 }
 
+/// Whether nothing tells its medium from others: "AX" is no reel.
+bool isNobodys(const DmSourceInfo* info, const DmSegmentNode& segment)
+{
+    if (isNameless(info))
+        return segment.getName() == L"untitled";
+    return info->getPath().empty() && info->getName().empty() && equalsNoCase(dmUtf8(info->getReelName()), "AX");
+}
+
 /// By which a medium is told from others. Where a file named it by an id alone, it is that, whatever its clips are
 /// called; and where it said nothing else of it, in whatever mode they count.
 std::string keyOf(const DmSegmentNode& segment, const DmSourceNode::MediaInput& media, const std::string& id,
@@ -117,6 +125,8 @@ std::string Hint::marks() const
     }
     if (at != 0)
         add("at", timeText(at));
+    if (key)
+        add("key", timeText(*key));
     add("media", media);
     if (isReference)
         add("reference", "1");
@@ -138,10 +148,33 @@ Hint Hint::of(pugi::xml_node form)
     if (timebase >= 1 && timebase <= longestTimebase)
         hint.rate = Rate{timebase, std::string_view(form.attribute("our:ntsc").value()) == "TRUE"};
     hint.at = toNumber<double>(form.attribute("our:at").value()).value_or(0);
+    hint.key = toNumber<double>(form.attribute("our:key").value());
     hint.media = form.attribute("our:media").value();
     hint.isReference = static_cast<bool>(form.attribute("our:reference"));
     hint.before = toNumber<double>(form.attribute("our:before").value()).value_or(0);
     hint.isOff = static_cast<bool>(form.attribute("our:off"));
+    return hint;
+}
+
+Hint ReadHint::whole() const
+{
+    Hint hint;
+    hint.isRead = true;
+    hint.element = element;
+    hint.at = at;
+    if (!std::isnan(key))
+        hint.key = key;
+    hint.before = before;
+    hint.isOff = isOff;
+    hint.id = element.attribute("id").value();
+    if (rate.timebase != 0)
+        hint.rate = rate;
+    if (kind == Plain)
+        return hint;
+    const pugi::xml_node played = element.child(kind == Nest ? "sequence" : "file");
+    hint.media = played.attribute("id").value();
+    hint.isReference = played && !played.first_child();
+    hint.hasFile = static_cast<bool>(element.child("file"));
     return hint;
 }
 
@@ -175,7 +208,7 @@ std::string timeText(double value)
 
 // The cut
 
-Cut::Cut(const DmRoot& root, DM::FrameCodeModes fcm, const std::unordered_map<const DmTreeNode*, Hint>* hints)
+Cut::Cut(const DmRoot& root, DM::FrameCodeModes fcm, const ReadHints* hints)
     : _hints(hints)
 {
     collect(root, fcm);
@@ -219,7 +252,7 @@ Hint Cut::hintOf(const DmTreeNode& node) const
     if (!_hints)
         return Hint::of(Form(node).root());
     const auto found = _hints->find(&node);
-    return found == _hints->end() ? Hint() : found->second;
+    return found == _hints->end() ? Hint() : found->second.whole();
 }
 
 std::string Cut::take(std::set<std::string>& taken, std::string wanted, const char* stem) const
@@ -271,6 +304,10 @@ Sequence& Cut::addSequence(const DmCompositionNode& node, DM::FrameCodeModes oth
     for (const Track& track : sequence.tracks)
         for (const Item& item : track.items)
             sequence.end = std::max(sequence.end, item.recOut);
+    // Where nothing plays but gaps, its length is all that it says.
+    constexpr double longest = 1e12;
+    if (std::ranges::all_of(sequence.tracks, [](const Track& track) { return track.items.empty(); }))
+        sequence.end += std::clamp(node.getCompLength(), 0.0, longest);
     return sequence;
 }
 
@@ -440,6 +477,7 @@ void Cut::addFile(const Sequence& sequence, const Track& track, const Item& item
         file.id = hint.media;
     else if (isNew)
         _unnamedFiles.push_back(&file);
+    file.isSaid = file.isSaid || !hint.isReference || !isNameless(media->getSrcInfo());
     if (isNew && hasPlace(media->getSrcInfo()))
         _filesByMedium.emplace(keyOf(segment, *media, "", hint.before), &file);
     if (!file.definer || (!hint.isReference && hintOf(*file.definer).isReference))
@@ -454,7 +492,13 @@ void Cut::addOwnFiles()
         const DmSegmentNode& segment = *each.item->segment;
         const auto& media =
             static_cast<const DmSourceNode::MediaInput&>(*static_cast<const DmSourceNode&>(segment).getSrcInput());
-        const std::string key = keyOf(segment, media, "", each.before);
+        std::string key = keyOf(segment, media, "", each.before);
+        if (isNobodys(media.getSrcInfo(), segment))
+        {
+            // Nobody says that two of these are the same, but for what is linked.
+            const std::string id = dmUtf8(segment.getSegmentId());
+            key.append("\n").append(id, 0, id.rfind('#'));
+        }
         if (const auto known = _filesByMedium.find(key); known != _filesByMedium.end())
         {
             use(*known->second, false, *each.sequence, *each.track, *each.item, each.before);
@@ -465,6 +509,7 @@ void Cut::addOwnFiles()
         {
             _unnamedFiles.push_back(&found->second);
             found->second.definer = &segment;
+            found->second.isSaid = true;
         }
         use(found->second, isNew, *each.sequence, *each.track, *each.item, each.before);
     }
@@ -559,6 +604,13 @@ void Cut::defineElsewhere(const std::set<std::string>& ids)
 {
     for (auto& [key, file] : _files)
         if (ids.contains(file.id))
+            file.definer = nullptr;
+}
+
+void Cut::leaveUndefined(const std::map<std::string, pugi::xml_node>& kept)
+{
+    for (auto& [key, file] : _files)
+        if (!file.isSaid && file.isUnknown && !kept.contains(file.id))
             file.definer = nullptr;
 }
 

@@ -19,6 +19,8 @@
 #include "dmTrxEffectNode.h"
 #include "tuFcm.h"
 
+#include <cstdint>
+#include <limits>
 #include <map>
 #include <optional>
 #include <set>
@@ -53,7 +55,9 @@ struct Hint
 {
     std::string id;
     std::optional<Rate> rate; ///< in which its times count, where that is not its material's
-    double at = 0;            ///< of keyed speeds: its clip time at the segment's begin
+    // Of keyed speeds: the clip time at the segment's begin, and of the first key frame, when that was read
+    double at = 0;
+    std::optional<double> key;
     std::string media;        ///< id of its file or sequence
     bool isReference = false; ///< which the file defines elsewhere
     double before = 0;        ///< so many frames in front of its file's begin are the material's as well
@@ -66,6 +70,27 @@ struct Hint
     std::string marks() const;
     static Hint of(pugi::xml_node form);
 };
+
+/// The same while the file is being read, of which there is one for every node: the element has the rest.
+struct ReadHint
+{
+    enum Kind : std::uint8_t
+    {
+        Plain,
+        Clip, ///< of a file
+        Nest  ///< of a sequence
+    };
+    pugi::xml_node element;
+    double at = 0;
+    double key = std::numeric_limits<double>::quiet_NaN();
+    double before = 0;
+    Rate rate; ///< without a timebase: none
+    Kind kind = Plain;
+    bool isOff = false;
+
+    Hint whole() const;
+};
+using ReadHints = std::unordered_map<const DmTreeNode*, ReadHint>;
 
 /// A form that travels with a node; empty without one.
 class Form
@@ -137,6 +162,7 @@ struct File
     bool isUnknown = true; ///< nobody says how long it is, and it is no still
     double begin = 0;      ///< the label time of its first frame, in frames of its mode
     double end = 0;
+    bool isSaid = false;                    ///< somebody says more of it than its id
     const DmSegmentNode* definer = nullptr; ///< where it is defined; null where the file's own words do that elsewhere
 };
 
@@ -156,7 +182,7 @@ class Cut
 {
 public:
     /// `hints`: of what was just read; without them each node's form says them. `fcm`: of compositions without a mode.
-    Cut(const DmRoot& root, DM::FrameCodeModes fcm, const std::unordered_map<const DmTreeNode*, Hint>* hints);
+    Cut(const DmRoot& root, DM::FrameCodeModes fcm, const ReadHints* hints);
 
     /// Those that stand in the document itself, in its order.
     const std::vector<const Sequence*>& top() const { return _top; }
@@ -171,6 +197,8 @@ public:
     const std::vector<Linked>* linksOf(const DmSegmentNode& segment) const;
     /// Files that words of the document's own define.
     void defineElsewhere(const std::set<std::string>& ids);
+    /// An id that a file used and never defined stays that, but for `kept`, of which its words are still there.
+    void leaveUndefined(const std::map<std::string, pugi::xml_node>& kept);
 
 private:
     void collect(const DmTreeNode& node, DM::FrameCodeModes fcm);
@@ -185,7 +213,7 @@ private:
     void addContainer(const DmContainerNode& container, DM::FrameCodeModes fcm);
     std::string take(std::set<std::string>& taken, std::string wanted, const char* stem) const;
 
-    const std::unordered_map<const DmTreeNode*, Hint>* _hints;
+    const ReadHints* _hints;
     std::vector<const Sequence*> _top;
     std::map<const DmCompositionNode*, Sequence> _sequences;
     std::map<std::string, std::vector<const DmCompositionNode*>> _sequencesById;

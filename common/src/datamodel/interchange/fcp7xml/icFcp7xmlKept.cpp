@@ -11,7 +11,8 @@ void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain,
                  const Series& series)
 {
     const auto hint = _hints.find(&node);
-    std::string form = formOf(element, plain, _nodes, hint == _hints.end() ? "" : hint->second.marks(), isLast, series);
+    std::string form =
+        formOf(element, plain, _nodes, hint == _hints.end() ? "" : hint->second.whole().marks(), isLast, series);
     constexpr std::size_t longestOfOurs = 1 << 16; // what is longer has more than we say
     if (!isAlways && form.size() <= longestOfOurs)
     {
@@ -109,7 +110,7 @@ void Maker::keepForms(DmRoot& root)
         keepSequence(keepSequence, *sequence, files);
         seen.erase(sequence->node);
         pugi::xml_document scratch;
-        const Hint& hint = _hints.at(sequence->node);
+        const Hint hint = _hints.at(sequence->node).whole();
         std::string form =
             formOf(hint.element, plain.sequence(scratch, *sequence), _nodes, hint.marks(), true, plain.series());
         if (!files.empty())

@@ -150,10 +150,9 @@ private:
         _report.add(Report::Warning, _xml.lineOf(at), std::move(what));
         _report.expect(at.internal_object());
     }
-    Hint& hintOf(const DmTreeNode& node, pugi::xml_node element)
+    ReadHint& hintOf(const DmTreeNode& node, pugi::xml_node element)
     {
-        Hint& hint = _hints[&node];
-        hint.isRead = true;
+        ReadHint& hint = _hints[&node];
         hint.element = element;
         return hint;
     }
@@ -169,6 +168,8 @@ private:
     CoSharedPtr<DmCompositionNode> sequence(pugi::xml_node element, bool isTop);
     DM::FrameCodeModes modeOf(pugi::xml_node sequence);
     void addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaType);
+    /// A sequence in which nothing stands plays a gap.
+    static void fillFirst(Stage& stage, double length);
     std::vector<Entry> entriesOf(const Stage& stage, pugi::xml_node track);
     bool readMix(const Stage& stage, Entry& entry);
     bool readClip(const Stage& stage, Entry& entry, Entry* before, const Entry* behind, double last);
@@ -181,7 +182,7 @@ private:
     CoSharedPtr<DmSourceNode::Input> input(const Entry& entry, const Medium& medium, double length,
                                            eDmTreeMediaType mediaType);
     Medium mediumOf(const Stage& stage, const Entry& entry, pugi::xml_node file);
-    void addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, const Medium& medium, Hint& hint);
+    void addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, const Medium& medium, ReadHint& hint);
     bool addChannels(const Stage& stage, DmEffectSettings& effect, pugi::xml_node element, double clipTime,
                      double recordPerClip);
     CoSharedPtr<DmCueMark> mark(pugi::xml_node marker, double origin, double ratio);
@@ -203,7 +204,7 @@ private:
 
     // For the forms
     NodeSet _nodes;
-    std::unordered_map<const DmTreeNode*, Hint> _hints;
+    ReadHints _hints;
     SharedLeftovers _forms{leftoverType};
 };
 

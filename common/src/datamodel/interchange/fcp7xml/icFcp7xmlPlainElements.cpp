@@ -19,7 +19,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <unordered_set>
 
@@ -120,6 +119,21 @@ const char* boolText(bool value)
     return value ? "TRUE" : "FALSE";
 }
 
+/// Of a keyed speed, at the segment's begin. Its key frames stand where they stood in the clip's time, however much the
+/// begin has moved over them; those that no file had count from the first one, or from the begin in front of it.
+double clipTimeOf(const DmPlayed& played, const Hint& hint, double recIn, double perRecord)
+{
+    if (played.keys().empty())
+        return hint.at;
+    const double first = played.keys().front().recordTime - recIn;
+    if (!hint.isRead)
+        return std::max(0.0, -first * perRecord);
+    if (!hint.key)
+        return hint.at;
+    const auto was = static_cast<float>((*hint.key - hint.at) / perRecord); // as key frames have it
+    return hint.at - (first - static_cast<double>(was)) * perRecord;
+}
+
 /// Whether in and out stand as the file had them.
 bool comesBack(const DmSegmentNode& segment, double in, double out)
 {
@@ -137,19 +151,26 @@ bool comesBack(const DmSegmentNode& segment, double in, double out)
 std::string figureOf(std::vector<std::string_view> ids)
 {
     std::ranges::sort(ids);
-    std::uint64_t figure = 0xCBF29CE484222325; // FNV-1a
-    const auto add = [&figure](std::string_view text)
-    {
-        for (const char c : text)
-            figure = (figure ^ static_cast<unsigned char>(c)) * 0x100000001B3;
-    };
+    Figure figure;
     for (const std::string_view id : ids)
     {
-        add("link=");
-        add(id);
+        figure.add("link=");
+        figure.add(id);
     }
-    char text[17];
-    return {text, std::to_chars(text, text + sizeof text, figure, 16).ptr};
+    return figure.text();
+}
+
+/// By which a mark is known again: not by its time, which edits in front of it move.
+std::string keyOf(const DmCueMark* mark)
+{
+    Figure figure;
+    if (mark)
+        for (const DmString* const text : {&mark->getCueMarkName(), &mark->getCueMarkComment()})
+        {
+            figure.add(dmUtf8(*text));
+            figure.add("|");
+        }
+    return figure.text();
 }
 
 Where whereOf(const Sequence& sequence, const Track& track, const Item& item)
@@ -319,7 +340,8 @@ void PlainElements::markers(pugi::xml_node parent, const DmSetList<DmCueMark>& m
             _report->at(where);
         return mark ? marker(holder, *mark, origin, ratio) : pugi::xml_node();
     };
-    _series = {"marker", marks.size(), make};
+    const auto key = [&marks](std::size_t index) { return keyOf(static_cast<const DmCueMark*>(marks[index].get())); };
+    _series = {"marker", marks.size(), make, key};
 }
 
 pugi::xml_node PlainElements::marker(pugi::xml_node parent, const DmCueMark& mark, double origin, double ratio)
@@ -507,7 +529,7 @@ pugi::xml_node PlainElements::clip(pugi::xml_node parent, const Sequence& sequen
         const double begin = (segment.getRelIn() + offset) / speed * fps / materialFps;
         Range range{begin, 0, begin};
         if (played.motion() == DmPlayed::Motion::Keyed)
-            range.at = hint.at;
+            range.at = clipTimeOf(played, hint, item.recIn, perRecord);
         range.in = range.at - (isHeld ? 0.0 : played.isReverse() ? tail : head) * perRecord;
         range.out = range.in + (extent.end - extent.start) * perRecord;
         return range;

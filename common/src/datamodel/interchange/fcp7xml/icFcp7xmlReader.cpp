@@ -32,9 +32,10 @@ constexpr std::array<std::pair<std::string_view, std::size_t>, 6> weights{{{"tra
                                                                            {"generatoritem", 1400},
                                                                            {"transitionitem", 2200},
                                                                            {"sequence", 2600}}};
+constexpr std::size_t weightWithoutLength = 700; ///< of a clip that says none: it becomes a message
 constexpr std::size_t weightOfNode = 64;
 constexpr std::size_t mostForAByte = 30;
-constexpr std::size_t mostForAll = std::size_t{32} << 20; ///< beside that
+constexpr std::size_t mostForAll = std::size_t{8} << 20; ///< beside that
 
 } // namespace
 
@@ -48,7 +49,8 @@ void Maker::findDefinitions()
         if (const auto* const heavy = std::ranges::find(weights, std::string_view(at.name()),
                                                         &std::pair<std::string_view, std::size_t>::first);
             heavy != weights.end())
-            weight += heavy->second;
+            weight +=
+                isNamed(at, "clipitem") && !at.child("end") && !at.child("out") ? weightWithoutLength : heavy->second;
         if (weight > most)
             return _report.add(Report::Error, _xml.lineOf(at),
                                "too many elements with next to nothing in them: they would take more than " +
@@ -126,6 +128,8 @@ CoSharedPtr<DmRoot> Maker::make()
         mistake(_xml.root(), "no sequence", "the document holds nothing");
     if (_report.hasErrors())
         return {};
+    _sequences.clear();
+    _read.clear();
     keepForms(*root);
     return root;
 }
@@ -198,21 +202,37 @@ CoSharedPtr<DmCompositionNode> Maker::sequence(pugi::xml_node element, bool isTo
     addTracks(stage, media.child("video"), DM_MEDIA_VIDEO);
     addTracks(stage, media.child("audio"), DM_MEDIA_AUDIO);
     link(stage);
-    const double length = stage.end - start;
+    double length = stage.end - start;
+    if (length == 0)
+    {
+        length = std::max(0.0, std::round(numberOf(element, "duration").value_or(0) * ratio));
+        fillFirst(stage, length);
+    }
     require(node->setCompLength(length));
     for (const auto& [child, isIn] : {std::pair("in", true), std::pair("out", false)})
         if (const std::optional<double> time = numberOf(element, child); time && *time >= 0)
             require(isIn ? node->setInMark(start + *time * ratio) : node->setOutMark(start + *time * ratio));
     for (const pugi::xml_node marker : element.children("marker"))
         require(node->addCueMark(mark(marker, start, ratio)));
-    Hint& hint = hintOf(*node, element);
-    hint.id = element.attribute("id").value();
-    hint.rate = said;
+    hintOf(*node, element).rate = said.value_or(Rate());
     came(*node, element);
     --_depth;
     _open.erase(element.internal_object());
     _read[element.internal_object()] = node;
     return node;
+}
+
+void Maker::fillFirst(Stage& stage, double length)
+{
+    for (int i = 0; length > 0 && i < stage.node.getNbChildren(); ++i)
+        if (const auto layer =
+                DM::dynamicPointerCast<DmLayerNode>(CoSharedPtr<DmTreeNode>(stage.node.getChild(i)->getChild(0))))
+        {
+            DmLayerBuilder builder(layer);
+            require(builder.fillTo(stage.origin + length));
+            orBadAlloc(builder.finish());
+            return;
+        }
 }
 
 void Maker::addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaType)

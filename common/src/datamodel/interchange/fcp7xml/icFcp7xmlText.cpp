@@ -4,6 +4,7 @@
 #include "icText.h"
 
 #include <algorithm>
+#include <charconv>
 #include <map>
 #include <unordered_map>
 #include <utility>
@@ -20,6 +21,7 @@ constexpr const char* tailMark = "our:tail";
 constexpr const char* absentMark = "our:absent";
 constexpr const char* keyMark = "our:key";
 constexpr const char* timesMark = "our:times";
+constexpr const char* ofMark = "our:of";
 constexpr const char* fromSideMark = "our:from";
 
 /// Text that an element begins with lies in the element itself: it saves a third of what is parsed.
@@ -200,6 +202,7 @@ private:
     std::size_t _at = 0; ///< in the series
     std::string _place;  ///< of the last of it, which stands in no text yet
     std::size_t _times = 0;
+    bool _isOwn = false; ///< what was made last says something that the model does not
 };
 
 void FormMaker::leaf(pugi::xml_node element, pugi::xml_node plain)
@@ -219,6 +222,7 @@ void FormMaker::leaf(pugi::xml_node element, pugi::xml_node plain)
         return;
     }
     attribute(wasMark, model);
+    _isOwn = true;
     // A time of the sequence: it moves along with the transition.
     const auto side = toNumber<double>(plain.attribute(sideMark).value());
     if (const auto time = toNumber<double>(said); side && time)
@@ -236,6 +240,7 @@ void FormMaker::leaf(pugi::xml_node element, pugi::xml_node plain)
 
 void FormMaker::verbatim(pugi::xml_node node, bool isLast)
 {
+    _isOwn = true;
     if (_nodes.contains(node.internal_object()))
     {
         text.append("<").append(itemsName).append("/>");
@@ -271,7 +276,10 @@ void FormMaker::head(pugi::xml_node element, std::string_view name)
     text.append("<").append(name);
     for (const pugi::xml_attribute each : element.attributes())
         if (each.name() != std::string_view(lengthMark)) // which the model says
+        {
             attribute(each.name(), each.value());
+            _isOwn = true;
+        }
 }
 
 void FormMaker::element(pugi::xml_node element, pugi::xml_node plain, std::string_view name)
@@ -302,11 +310,15 @@ void FormMaker::next(pugi::xml_node element)
     const pugi::xml_node plain = _at < _series.count ? _series.make(scratch, _at++) : pugi::xml_node();
     std::string before = std::exchange(text, {});
     Places places;
+    _isOwn = false;
     if (plain)
         place(element, plain, places, _series.name);
     else
         verbatim(element, false);
     std::swap(text, before);
+    if (plain && _isOwn && _series.key)
+        before.insert(before.find_first_of(" />", 1),
+                      std::string(" ").append(ofMark).append("=\"") + _series.key(_at - 1) + '"');
     if (_isLast)
         element.parent().remove_child(element);
     if (_times != 0 && before == _place)
@@ -469,6 +481,18 @@ bool ParsedXml::parse(XmlFault& fault)
 
 // Elements
 
+void Figure::add(std::string_view text)
+{
+    for (const char c : text)
+        _figure = (_figure ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+}
+
+std::string Figure::text() const
+{
+    char text[17];
+    return {text, std::to_chars(text, text + sizeof text, _figure, 16).ptr};
+}
+
 pugi::xml_node add(pugi::xml_node parent, const char* name)
 {
     pugi::xml_node child = parent.append_child(name);
@@ -591,6 +615,60 @@ void writeVerbatim(Output& out, pugi::xml_node node, const WriteItems& items, st
     out.line(trimmed(text));
 }
 
+/// Of each of the series the place that is its own; empty where all stand in the order of their places.
+std::vector<pugi::xml_node> placesOf(const Series& series, pugi::xml_node form)
+{
+    struct Row
+    {
+        pugi::xml_node place;
+        std::string_view of;
+        std::size_t left;
+    };
+    std::vector<Row> rows;
+    std::size_t all = 0;
+    const std::string name = std::string(ours).append(series.name);
+    for (const pugi::xml_node each : form.children(name.c_str()))
+    {
+        rows.push_back({each, each.attribute(ofMark).value(), each.attribute(timesMark).as_uint(1)});
+        all += rows.back().left;
+    }
+    std::vector<pugi::xml_node> places;
+    if (!series.key || std::ranges::all_of(rows, &std::string_view::empty, &Row::of))
+        return places;
+    places.resize(series.count);
+    std::unordered_multimap<std::string_view, Row*> named;
+    for (Row& each : rows)
+        if (!each.of.empty())
+            named.emplace(each.of, &each);
+    for (std::size_t i = 0; i < series.count; ++i)
+    {
+        const std::string key = series.key(i);
+        const auto [first, last] = named.equal_range(key);
+        Row* found = nullptr; // the first in the form
+        for (auto each = first; each != last; ++each)
+            if (each->second->left != 0 && (!found || each->second < found))
+                found = each->second;
+        if (found)
+        {
+            --found->left;
+            places[i] = found->place;
+        }
+    }
+    // All others in their order; who was renamed only where nobody came or went.
+    const bool isSame = all == series.count;
+    std::size_t at = 0;
+    for (Row& each : rows)
+        for (; each.left != 0 && (each.of.empty() || isSame); --each.left)
+        {
+            while (at < places.size() && places[at])
+                ++at;
+            if (at == places.size())
+                return places;
+            places[at] = each.place;
+        }
+    return places;
+}
+
 } // namespace
 
 void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items, const Series& series)
@@ -691,6 +769,7 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
     if (entries.empty())
         return out.open(name, form, plain, true);
     out.open(name, form, plain, false);
+    const std::vector<pugi::xml_node> ownPlaces = placesOf(series, form);
     std::size_t made = 0;
     for (const Entry& entry : entries)
     {
@@ -701,9 +780,10 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
             for (std::size_t wanted = entry.times; wanted != 0 && made < series.count;)
             {
                 pugi::xml_document scratch;
+                const pugi::xml_node place = ownPlaces.empty() ? entry.form : ownPlaces[made];
                 if (const pugi::xml_node one = series.make(scratch, made++))
                 {
-                    fill(out, entry.form, one, items);
+                    fill(out, place, one, items);
                     --wanted;
                 }
             }

@@ -13,7 +13,8 @@
 ///       <our:rate our:absent="25|FALSE|"/>            not in the file, as long as the model says that
 ///       <our:link our:others="cbf29ce4"/>             nor are other links, as long as they are of the same clips
 ///       <our:marker our:times="3">...</our:marker>    three in a row of which the file says the same beside the model
-///       <our:items/>                                  where the nodes inside stand
+///       <our:marker our:of="9d0c5f1">...</our:marker>  that says something of its own, of the one that this figure is
+///       of <our:items/>                                  where the nodes inside stand
 ///     </clipitem>
 ///
 /// What is not in the file, and says no more than that, has no place in the form either: <enabled>TRUE</enabled>.
@@ -93,6 +94,8 @@ struct Series
     std::size_t count = 0;
     /// Null for one that has no element.
     std::function<pugi::xml_node(pugi::xml_node parent, std::size_t index)> make = {};
+    /// By which one is known again, wherever it stands by now.
+    std::function<std::string(std::size_t index)> key = {};
 };
 inline constexpr const char* seriesName = "our:series";
 
@@ -101,6 +104,17 @@ inline constexpr const char* sideMark = "our:side";
 
 /// Marks a plain file that stands here in full: it is written like the nodes inside.
 inline constexpr const char* defineMark = "our:define";
+
+/// A figure that the same texts have in every build.
+class Figure
+{
+public:
+    void add(std::string_view text);
+    std::string text() const;
+
+private:
+    std::uint64_t _figure = 0xCBF29CE484222325; // FNV-1a
+};
 
 pugi::xml_node add(pugi::xml_node parent, const char* name);
 pugi::xml_node add(pugi::xml_node parent, const char* name, std::string_view text);

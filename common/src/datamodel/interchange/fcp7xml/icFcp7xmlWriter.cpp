@@ -154,6 +154,7 @@ bool Writer::write()
     std::set<std::string> elsewhere;
     addDefinitions(form.root(), elsewhere);
     _cut.defineElsewhere(elsewhere);
+    _cut.leaveUndefined(_files);
 
     pugi::xml_document scratch;
     pugi::xml_node plain = add(scratch, "xmeml");
