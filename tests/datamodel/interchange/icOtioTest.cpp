@@ -736,7 +736,7 @@ TEST(Otio, SaysWhatIsWrongAndWhere)
         {track("\n7"), "a child that is no object", "left out"},
         {track(clip("a", range(0, 5)) + ",\n" + transition(-1, 2)), "cut.otio:2: a transition with a negative offset",
          "taken as zero"},
-        {clip("a\\n\\n", "\nnull"), "cut.otio:1: a  : an item without a length", "taken as zero"},
+        {clip("a\\n\\n", "\nnull"), "cut.otio:1: a\\x0a\\x0a: an item without a length", "taken as zero"},
         {track(clip("a\\n\\n", range(0, 5)) + ",\n" + clip("b", range(0, -5))), "cut.otio:2: b: a negative duration",
          "taken as zero"},
         {clip("a", range(0, 5), R"(,"x":1e400)"), "Number too big"},

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <deque>
 #include <map>
 #include <unordered_map>
 #include <utility>
@@ -615,13 +616,13 @@ void writeVerbatim(Output& out, pugi::xml_node node, const WriteItems& items, st
     out.line(trimmed(text));
 }
 
-/// Of each of the series the place that is its own; empty where all stand in the order of their places.
+/// Of each of the series its place; empty where all stand in the order of their places.
 std::vector<pugi::xml_node> placesOf(const Series& series, pugi::xml_node form)
 {
     struct Row
     {
         pugi::xml_node place;
-        std::string_view of;
+        std::string_view of; ///< empty where it says no more of one than of another
         std::size_t left;
     };
     std::vector<Row> rows;
@@ -635,37 +636,53 @@ std::vector<pugi::xml_node> placesOf(const Series& series, pugi::xml_node form)
     std::vector<pugi::xml_node> places;
     if (!series.key || std::ranges::all_of(rows, &std::string_view::empty, &Row::of))
         return places;
+    std::unordered_map<std::string_view, std::deque<std::size_t>> named; // in their order
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        if (!rows[i].of.empty())
+            named[rows[i].of].push_back(i);
     places.resize(series.count);
-    std::unordered_multimap<std::string_view, Row*> named;
-    for (Row& each : rows)
-        if (!each.of.empty())
-            named.emplace(each.of, &each);
+    std::vector<std::size_t> own(series.count, rows.size()); ///< the row that says something of this one
     for (std::size_t i = 0; i < series.count; ++i)
     {
         const std::string key = series.key(i);
-        const auto [first, last] = named.equal_range(key);
-        Row* found = nullptr; // the first in the form
-        for (auto each = first; each != last; ++each)
-            if (each->second->left != 0 && (!found || each->second < found))
-                found = each->second;
-        if (found)
-        {
-            --found->left;
-            places[i] = found->place;
-        }
+        const auto found = named.find(key);
+        if (found == named.end() || found->second.empty())
+            continue;
+        own[i] = found->second.front();
+        if (--rows[own[i]].left == 0)
+            found->second.pop_front();
+        places[i] = rows[own[i]].place;
     }
-    // All others in their order; who was renamed only where nobody came or went.
+    // All others in their order between these; who was renamed only where nobody came or went.
     const bool isSame = all == series.count;
     std::size_t at = 0;
-    for (Row& each : rows)
-        for (; each.left != 0 && (each.of.empty() || isSame); --each.left)
+    const Row* beside = nullptr;
+    for (std::size_t i = 0; i < series.count; ++i)
+    {
+        if (places[i])
         {
-            while (at < places.size() && places[at])
-                ++at;
-            if (at == places.size())
-                return places;
-            places[at] = each.place;
+            at = std::max(at, own[i] + 1);
+            beside = nullptr;
+            continue;
         }
+        while (at < rows.size() && !places[i])
+        {
+            Row& row = rows[at];
+            if (!row.of.empty() && row.left == 0) // whose it is comes later
+                break;
+            if (row.of.empty())
+                beside = &row;
+            if (row.left == 0 || (!row.of.empty() && !isSame))
+            {
+                ++at;
+                continue;
+            }
+            --row.left;
+            places[i] = row.place;
+        }
+        if (!places[i] && beside)
+            places[i] = beside->place;
+    }
     return places;
 }
 
@@ -770,6 +787,21 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
         return out.open(name, form, plain, true);
     out.open(name, form, plain, false);
     const std::vector<pugi::xml_node> ownPlaces = placesOf(series, form);
+    std::unordered_map<const void*, const Entry*> rowOf;
+    const Entry* lastRow = nullptr;
+    for (const Entry& entry : entries)
+        if (entry.times != 0)
+        {
+            lastRow = &entry;
+            if (!ownPlaces.empty())
+                rowOf.emplace(entry.form.internal_object(), &entry);
+        }
+    // Where each has its place, what stands between the rows stays where it is among them.
+    const auto isBehind = [&](const Entry& row, std::size_t index)
+    {
+        const auto found = rowOf.find(ownPlaces[index].internal_object());
+        return &row != lastRow && found != rowOf.end() && found->second > &row;
+    };
     std::size_t made = 0;
     for (const Entry& entry : entries)
     {
@@ -777,8 +809,10 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
             items(out, name);
         else if (entry.times != 0)
         {
-            for (std::size_t wanted = entry.times; wanted != 0 && made < series.count;)
+            for (std::size_t wanted = entry.times; made < series.count;)
             {
+                if (ownPlaces.empty() ? wanted == 0 : isBehind(entry, made))
+                    break;
                 pugi::xml_document scratch;
                 const pugi::xml_node place = ownPlaces.empty() ? entry.form : ownPlaces[made];
                 if (const pugi::xml_node one = series.make(scratch, made++))
