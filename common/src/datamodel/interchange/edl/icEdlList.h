@@ -140,6 +140,8 @@ struct EdlEvent
     EdlRun markers;
 
     bool hasNumberOf(const EdlEvent& other) const { return number == other.number && numberTail == other.numberTail; }
+    /// A picture keyed over the background that the line before it names.
+    bool isKey() const { return transition == EdlTransition::Key || transition == EdlTransition::KeyOut; }
     bool isTransition() const { return transition != EdlTransition::Cut && transition != EdlTransition::KeyBackground; }
 };
 

@@ -1,15 +1,14 @@
 #include "icEdlReader.h"
 
+#include "icEdlChecks.h"
 #include "icEdlGrammar.h"
 #include "icText.h"
 #include "icTimeCode.h"
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstring>
-#include <span>
 #include <utility>
 #include <vector>
 
@@ -60,20 +59,9 @@ private:
     std::uint32_t _number = 0;
 };
 
-std::string framesText(std::int64_t frames)
-{
-    return std::to_string(frames) + (frames == 1 ? " frame" : " frames");
-}
-
 bool isControl(char c)
 {
     return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
-}
-
-/// A picture keyed over the background that the line before it names.
-bool isKey(const EdlEvent& event)
-{
-    return event.transition == EdlTransition::Key || event.transition == EdlTransition::KeyOut;
 }
 
 constexpr std::string_view leftOut = "the event is left out";
@@ -149,15 +137,7 @@ private:
     /// The rate may not have the label; `line`: of an event.
     void guessHigher(const TimeLabel& label, std::uint32_t line = 0);
 
-    // What needs the whole list
-
     void finishEvents();
-    void settleOrder();
-    bool hasOwnOrder(std::size_t falls) const;
-    void checkNumbers();
-    void checkLengths(EdlEvent& event);
-    void checkPlaces();
-    void suggestRate();
 
     // Speaking
 
@@ -180,14 +160,6 @@ private:
     /// The line before the last event that names the outgoing source of its transition.
     EdlEvent* outgoing();
     DM::FrameCodeModes mode(bool drop) const { return drop ? _dropMode : _nonDropMode; }
-
-    /// What plays last on a channel.
-    struct Place
-    {
-        std::int64_t in = 0;
-        std::int64_t out = 0;
-    };
-    using Places = std::array<Place, EdlChannels::limit>;
 
     EdlList& _list;
     Lines _lines;
@@ -568,7 +540,7 @@ void Reader::event(std::string_view line)
     }
     if (read.hasMore)
         warn("what stands behind the record out-time is ignored");
-    if (isKey(event))
+    if (event.isKey())
         warn("a key: only its source and its times are understood");
     const bool dropped = last() ? last()->sourceDrop : *_recordDrop;
     const bool changes = event.sourceDrop != dropped;
@@ -677,251 +649,14 @@ void Reader::finishEvents()
     for (EdlEvent& event : _list.events)
         if (event.numberWidth == usual)
             event.numberWidth = 0;
-    settleOrder();
-    if (!_list.hasOwnOrder)
-        checkNumbers();
+    settleOrder(_list, _report);
     if (_missing.line != 0)
         _report.add(Report::Notice, _missing.line,
                     std::string("all labels exist at '") +
                         DM::FcmUtil::getFCMString(_recordDrop.value_or(false) ? DM::FcmUtil::toDrop(_missing.rate)
                                                                               : _missing.rate) +
                         "': --fcm names the mode");
-    suggestRate();
-    for (EdlEvent& event : _list.events)
-        checkLengths(event);
-    checkPlaces();
-}
-
-/// Finds out whether the list is in record order, on each channel by itself. If so, it passes midnight where a record
-/// time falls by more than half a day; else it does not.
-void Reader::settleOrder()
-{
-    const std::int64_t day = framesOfDay(_list.fcm);
-    std::vector<std::int64_t> days(_list.events.size());
-    std::array<std::int64_t, EdlChannels::limit> video{};
-    std::array<std::int64_t, EdlChannels::limit> audio{};
-    std::size_t falls = 0;
-    std::int64_t before = 0;
-    for (std::size_t i = 0; i < _list.events.size(); ++i)
-    {
-        const EdlEvent& event = _list.events[i];
-        days[i] = std::max<std::int64_t>(0, (before - event.record.in + day / 2 - 1) / day) * day;
-        before = event.record.in + days[i];
-        if (isKey(event))
-            continue;
-        bool fell = false;
-        const auto place = [&](std::uint64_t channels, auto& times)
-        {
-            for (; channels != 0; channels &= channels - 1)
-            {
-                std::int64_t& time = times[static_cast<std::size_t>(std::countr_zero(channels))];
-                fell |= before < time;
-                time = before;
-            }
-        };
-        place(event.channels.video, video);
-        place(event.channels.audio, audio);
-        falls += fell ? 1 : 0;
-    }
-    _list.hasOwnOrder = falls != 0 && hasOwnOrder(falls);
-    if (_list.hasOwnOrder)
-        return;
-    before = 0;
-    for (std::size_t i = 0; i < _list.events.size(); ++i)
-    {
-        EdlEvent& event = _list.events[i];
-        if (days[i] > before / day * day)
-            _report.add(Report::Warning, event.line, "the record time passes midnight");
-        event.record.in += days[i];
-        event.record.out += days[i];
-        for (std::uint32_t mark = 0; mark < event.markers.count; ++mark)
-            _list.markers[event.markers.first + mark].at += days[i];
-        before = event.record.in;
-    }
-}
-
-/// Whether a list in which record times fall is one of another order, and not one with a mistake in it: it falls again
-/// and again, or its numbers are those of the record order, or it is in an order that lists are made in: by reels, and
-/// those by record or source times; by source times; each with transitions behind the cuts or among them.
-bool Reader::hasOwnOrder(std::size_t falls) const
-{
-    if (falls > 1)
-        return true;
-    std::vector<const EdlEvent*> units; // lines of one number as one
-    for (const EdlEvent& event : _list.events)
-        if (units.empty() || !units.back()->hasNumberOf(event) || isKey(event))
-            units.push_back(&event);
-        else
-            units.back() = &event;
-    constexpr std::size_t fewest = 3;
-    if (units.size() < fewest)
-        return false;
-    using Units = std::span<const EdlEvent* const>;
-    const auto rises = [](Units part, auto value)
-    { return std::ranges::adjacent_find(part, std::ranges::greater_equal(), value) == part.end(); };
-    const auto recordIn = [](const EdlEvent* event) { return event->record.in; };
-    const auto sourceIn = [](const EdlEvent* event) { return event->source.in; };
-    const auto isByReels = [&](Units part, auto value)
-    {
-        std::vector<std::string_view> reels;
-        while (!part.empty())
-        {
-            const std::string_view reel = part.front()->reel;
-            const auto end = std::ranges::find_if(part, [reel](const EdlEvent* each) { return each->reel != reel; });
-            const auto count = static_cast<std::size_t>(end - part.begin());
-            if (std::ranges::find(reels, reel) != reels.end() || !rises(part.first(count), value))
-                return false;
-            reels.push_back(reel);
-            part = part.subspan(count);
-        }
-        return true;
-    };
-    const auto isOrdered = [&](Units part) {
-        return rises(part, recordIn) || rises(part, sourceIn) || isByReels(part, recordIn) || isByReels(part, sourceIn);
-    };
-    auto played = units;
-    std::ranges::sort(played, {}, [](const EdlEvent* event) { return std::pair(event->record.in, event); });
-    if (rises(played, [](const EdlEvent* event) { return event->number; }) || isOrdered(units))
-        return true;
-    const auto cuts = std::ranges::find_if(units, [](const EdlEvent* event) { return event->isTransition(); });
-    const auto count = static_cast<std::size_t>(cuts - units.begin());
-    return std::all_of(cuts, units.end(), [](const EdlEvent* event) { return event->isTransition(); }) &&
-           isOrdered(Units(units).first(count)) && isOrdered(Units(units).subspan(count));
-}
-
-void Reader::checkNumbers()
-{
-    constexpr std::uint32_t largestOfThreeDigits = 999;
-    for (std::size_t i = 1; i < _list.events.size(); ++i)
-    {
-        const std::uint32_t before = _list.events[i - 1].number;
-        const std::uint32_t number = _list.events[i].number;
-        if (number < before && number > 1 && before != largestOfThreeDigits)
-            _report.mistake(_list.events[i].line,
-                            "event " + std::to_string(number) + " comes after event " + std::to_string(before),
-                            "it stays where its record time is");
-    }
-}
-
-/// Says in which mode the lengths of a list agree, where many differ by a frame or two.
-void Reader::suggestRate()
-{
-    constexpr std::int64_t little = 2;
-    constexpr std::size_t many = 3;
-    const auto difference = [](const EdlEvent& event)
-    {
-        const bool counts = !event.speed && edlReelKind(event.reel) == EdlReelKind::Tape;
-        return counts ? std::abs(event.source.length() - event.record.length()) : 0;
-    };
-    const auto differs = [&](const EdlEvent& event) { return difference(event) != 0 && difference(event) <= little; };
-    const auto count = static_cast<std::size_t>(std::ranges::count_if(_list.events, differs));
-    if (count < many)
-        return;
-    const auto inMode = [](std::int64_t frames, DM::FrameCodeModes from, DM::FrameCodeModes to)
-    {
-        TimeLabel label;
-        DM::TimeUnit(static_cast<double>(frames))
-            .toTimeCode(label.hours, label.minutes, label.seconds, label.frames, from);
-        return isInDay(label, to) ? std::optional(framesOf(label, to)) : std::nullopt;
-    };
-    const auto misfits = [&](DM::FrameCodeModes fcm)
-    {
-        return static_cast<std::size_t>(
-            std::ranges::count_if(_list.events,
-                                  [&](EdlEvent event)
-                                  {
-                                      const DM::FrameCodeModes source = _list.sourceFcm(event);
-                                      const auto in = inMode(event.source.in, source, fcm);
-                                      const auto out = inMode(event.source.out, source, fcm);
-                                      const auto recordIn = inMode(event.record.in, _list.fcm, fcm);
-                                      const auto recordOut = inMode(event.record.out, _list.fcm, fcm);
-                                      if (!in || !out || !recordIn || !recordOut)
-                                          return true;
-                                      event.source = {*in, *out};
-                                      event.record = {*recordIn, *recordOut};
-                                      return difference(event) != 0;
-                                  }));
-    };
-    DM::FrameCodeModes best = _list.fcm;
-    std::size_t fewest = count / 4 + 1;
-    for (const DM::FrameCodeModes fcm :
-         {DM::FCM_24, DM::FCM_25, DM::FCM_29_97_NDF, DM::FCM_29_97_DF, DM::FCM_50, DM::FCM_59_94_NDF, DM::FCM_59_94_DF})
-        if (const std::size_t others = misfits(fcm); others < fewest)
-        {
-            best = fcm;
-            fewest = others;
-        }
-    if (best != _list.fcm)
-        _report.add(Report::Warning, 0,
-                    std::to_string(count) + " events have lengths that differ by a frame or two; in '" +
-                        DM::FcmUtil::getFCMString(best) + "' " +
-                        (fewest == 0 ? std::string("none has") : std::to_string(fewest) + " have") +
-                        ": --fcm names the mode");
-}
-
-void Reader::checkLengths(EdlEvent& event)
-{
-    const std::int64_t source = event.source.length();
-    const std::int64_t record = event.record.length();
-    if (event.transitionLength > record)
-    {
-        _report.mistake(event.line,
-                        "the transition has " + framesText(event.transitionLength) + ", its event " +
-                            framesText(record),
-                        "it takes the whole event");
-        event.transitionLength = static_cast<std::uint32_t>(record);
-    }
-    if (source == record || edlReelKind(event.reel) != EdlReelKind::Tape)
-        return;
-    const std::string lengths = "the source has " + framesText(source) + ", the record side " + framesText(record);
-    if (!event.speed)
-    {
-        _report.mistake(event.line, lengths, "the record side holds");
-        event.source.out = event.source.in + record;
-        return;
-    }
-    // Speeds are rounded to a tenth of a frame, and products differ in which end of the range takes the rest.
-    const double rate = DM::FcmUtil::getDoubleFPS(mode(event.sourceDrop));
-    const double length = static_cast<double>(record);
-    const double tolerance = 2 + length * (0.05 / rate + 0.001);
-    const double expected = length * std::abs(_list.speedOf(event));
-    if (event.speed->fps != 0 && std::fabs(static_cast<double>(source) - expected) > tolerance)
-        _report.add(Report::Warning, event.line, lengths + ", and its speed does not account for it");
-}
-
-void Reader::checkPlaces()
-{
-    std::vector<const EdlEvent*> events;
-    for (const EdlEvent& event : _list.events)
-        if (!isKey(event)) // a key lies over its background
-            events.push_back(&event);
-    if (_list.hasOwnOrder)
-        std::ranges::stable_sort(events, {}, [](const EdlEvent* event) { return event->record.in; });
-    Places video{};
-    Places audio{};
-    for (const EdlEvent* const event : events)
-    {
-        bool falls = false;
-        bool overlaps = false;
-        const auto place = [&](std::uint64_t channels, Places& places)
-        {
-            for (; channels != 0; channels &= channels - 1)
-            {
-                Place& before = places[static_cast<std::size_t>(std::countr_zero(channels))];
-                falls |= event->record.in < before.in;
-                overlaps |= event->record.in >= before.in && event->record.in < before.out;
-                before = {event->record.in, event->record.out};
-            }
-        };
-        place(event->channels.video, video);
-        place(event->channels.audio, audio);
-        if (falls)
-            _report.mistake(event->line, "the event begins before the one before it on its channel",
-                            "it stays where its record time is");
-        else if (overlaps)
-            _report.mistake(event->line, "the event begins before the one before it on its channel has ended",
-                            "it covers that one");
-    }
+    checkEvents(_list, _report);
 }
 
 } // namespace

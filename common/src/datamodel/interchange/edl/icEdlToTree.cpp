@@ -46,15 +46,10 @@ constexpr Loss speedOfSound{"DM617", "plays at normal speed"};
 
 constexpr std::size_t mostLayers = 16; ///< of keys over keys: what finds no room is covered by the next one
 
-bool isKey(const EdlEvent& event)
-{
-    return event.transition == EdlTransition::Key || event.transition == EdlTransition::KeyOut;
-}
-
 /// A dissolve or a wipe.
 bool isMix(const EdlEvent& event)
 {
-    return event.isTransition() && !isKey(event);
+    return event.isTransition() && !event.isKey();
 }
 
 struct Channel
@@ -236,7 +231,7 @@ CoSharedPtr<DmTrackNode> TreeMaker::track(Channel channel, const Events& events)
     {
         const EdlEvent& event = _list.events[position];
         std::size_t layer = 0;
-        if (isKey(event))
+        if (event.isKey())
             for (layer = 1; layer < layers.size() && layer < mostLayers && ends[layer] > event.record.in;)
                 ++layer;
         if (layer == layers.size())
@@ -429,7 +424,7 @@ EdlKept TreeMaker::keptOf(const EdlEvent& event, Channel channel, std::uint32_t 
     kept.spelling = event.spelling;
     kept.speedSpelling = event.speedSpelling;
     const bool isWipeOfSound = event.transition == EdlTransition::Wipe && channel.mediaType == DM_MEDIA_AUDIO;
-    if (isKey(event) || event.transition == EdlTransition::KeyBackground || isWipeOfSound)
+    if (event.isKey() || event.transition == EdlTransition::KeyBackground || isWipeOfSound)
     {
         kept.transition = event.transition;
         kept.keyFades = event.keyFades;

@@ -3,7 +3,9 @@
 #include "icIds.h"
 #include "icOtioChildren.h"
 #include "icOtioKeep.h"
+#include "icOtioLayout.h"
 #include "icOtioOwn.h"
+#include "icOtioRates.h"
 #include "icOtioUsual.h"
 #include "icText.h"
 #include "icTree.h"
@@ -18,7 +20,6 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <map>
 #include <optional>
 #include <tuple>
 #include <utility>
@@ -35,7 +36,6 @@ namespace
 constexpr const char* noTimeline = "no timeline, stack, track or clip";
 constexpr const char* noObject = "a child that is no object";
 constexpr Loss otherSchema{"DM613", "play as gaps"};
-constexpr double leastLength = 0.5; ///< of a segment that a layer takes
 
 /// A child of a track: a segment, or a transition with its offsets.
 struct Entry
@@ -83,64 +83,6 @@ bool isTrue(const Value* own, std::string_view name)
     const Value* const flag = own ? member(own, name) : nullptr;
     return flag && flag->IsTrue();
 }
-
-/// Seconds of picture that play at each rate.
-class PlayedRates
-{
-public:
-    explicit PlayedRates(const Value& top) { add(top, false); }
-
-    const std::map<double, double>& seconds() const { return _seconds; }
-    /// That at which most plays, among those that have a mode, and its seconds; a tie goes to `start`. 0 for none.
-    std::pair<double, double> most(double start) const
-    {
-        std::pair<double, double> most(0, -1);
-        for (const auto& [rate, seconds] : _seconds)
-            if (DM::FcmUtil::FPStoFCM(rate, false) != DM::FCM_NOT_DEFINED &&
-                (seconds > most.second || (seconds == most.second && rate == start)))
-                most = {rate, seconds};
-        return most;
-    }
-
-    void add(const Value& top, bool isSound)
-    {
-        std::vector<std::pair<const Value*, bool>> open{{&top, isSound}};
-        while (!open.empty())
-        {
-            auto [value, sound] = open.back();
-            open.pop_back();
-            const std::string_view schema = schemaOf(value);
-            if (isTrack(schema) && textOf(value, "kind") == "Audio")
-                sound = true;
-            const Value* range = member(value, "source_range");
-            if (!range && schema == "Clip")
-                range = member(mediaOf(*value), "available_range");
-            if (const Value* const length = member(range, "duration"); length && !sound)
-                note(*length);
-            if (const Value* const stack = member(value, "tracks"))
-                open.emplace_back(stack, sound);
-            if (const Value* const children = arrayOf(value, "children"))
-                for (const Value& child : children->GetArray())
-                    open.emplace_back(&child, sound);
-        }
-    }
-    void add(double rate, double frames)
-    {
-        if (const double length = frames / rate; length >= 0 && length < 1e9)
-            _seconds[rate] += length;
-    }
-
-private:
-    void note(const Value& duration)
-    {
-        const Value* const rate = member(&duration, "rate");
-        const Value* const value = member(&duration, "value");
-        if (rate && rate->IsNumber() && value && value->IsNumber() && rate->GetDouble() > 0)
-            add(rate->GetDouble(), value->GetDouble());
-    }
-
-    std::map<double, double> _seconds;
-};
 
 class Maker
 {
@@ -228,26 +170,6 @@ private:
     double _from = 0;                      ///< where its last element has ended
     const DmTreeNode* _previous = nullptr; ///< on it; null at its begin and behind a hole
 };
-
-/// The mode in which most times fall on frames: the lowest that counts each frame several times, else the highest that
-/// counts every so many of them, else the one whose rate is nearest.
-DM::FrameCodeModes bestMode(double rate)
-{
-    constexpr double tolerance = 1e-4;
-    constexpr double many = 1e9;
-    const auto distance = [rate](DM::FrameCodeModes mode)
-    {
-        const double fps = DM::FcmUtil::getDoubleFPS(mode);
-        const double times = std::max(fps, rate) / std::min(fps, rate);
-        const bool isWhole = std::abs(times - std::round(times)) <= tolerance * times;
-        return isWhole ? (fps > rate ? times : many / 2 + times) : many + std::abs(fps - rate);
-    };
-    DM::FrameCodeModes best = DM::FCM_24;
-    for (const DM::FrameCodeModes mode : DM::FcmUtil::getModes())
-        if (distance(mode) < distance(best))
-            best = mode;
-    return DM::FcmUtil::toNonDrop(best);
-}
 
 CoSharedPtr<DmRoot> Maker::root(const Value& top)
 {

@@ -4,13 +4,13 @@
 #include "icMisplaced.h"
 #include "icMode.h"
 #include "icOtioKeep.h"
+#include "icOtioLayout.h"
 #include "icOtioOwn.h"
 #include "icOtioReadBack.h"
 #include "icOtioText.h"
 #include "icText.h"
 #include "icTree.h"
 
-#include "dmCutNode.h"
 #include "dmGapNode.h"
 #include "dmLayerNode.h"
 #include "dmReelNode.h"
@@ -40,149 +40,6 @@ constexpr Loss tooDeep{"DM729", "written without what is inside"};
 constexpr Loss hiddenEffect{"DM711", "other programs do not see them"};
 constexpr Loss otherMix{"DM712", "written as Custom_Transition"};
 constexpr Loss overlap{"DM703", "the later one covers the end of the earlier"};
-constexpr double tolerance = 1e-6;  ///< of frames
-constexpr double leastLength = 0.5; ///< of a segment that a layer takes, as the reader has it
-
-// Layers
-
-/// What of a layer becomes an object: a segment or a transition, with what stands in front of it.
-struct Item
-{
-    const DmTreeNode* node;       ///< on the layer
-    const DmSegmentNode* segment; ///< itself, or the one that travels with a gap; null for a transition
-    const DmTrxEffectNode* mix;   ///< null for a segment
-    std::size_t before;           ///< where what stands in front of it begins among the layout's `between`, ...
-    std::size_t endOfBefore;      ///< ... and ends
-    double start = 0;             ///< in record time
-    double length = 0;            ///< as it is written
-    double hole = 0;              ///< in front of it
-
-    double recIn() const { return mix ? mix->getRecIn() : static_cast<const DmSegmentNode*>(node)->getRecIn(); }
-    double recLength() const { return mix ? mix->getRecLength() : segment->getRecLength(); }
-};
-
-struct Layout
-{
-    std::vector<Item> items;
-    std::vector<const DmTreeNode*> between; ///< what stands between the items, and behind the last of them
-    double end = 0;                         ///< in record time
-    std::vector<std::size_t> covered;       ///< items whose end a later one covers
-
-    std::span<const DmTreeNode* const> before(const Item& item) const
-    {
-        return std::span(between).subspan(item.before, item.endOfBefore - item.before);
-    }
-    std::span<const DmTreeNode* const> behind() const
-    {
-        return std::span(between).subspan(items.empty() ? 0 : items.back().endOfBefore);
-    }
-};
-
-/// A gap that stands there for no time, and says nothing.
-bool isEmptyGap(const DmTreeNode& node)
-{
-    const auto* const gap = node.whatIs() == DM_GAP_NODE ? static_cast<const DmGapNode*>(&node) : nullptr;
-    if (!gap || gap->getRecLength() != 0 || gap->getBaseBlob())
-        return false;
-    const auto fresh = orBadAlloc(DmGapNode::create(gap->getMediaType(), gap->getRecIn(), 0));
-    bool isEqual = false;
-    return dmDeepEqual(*gap, *fresh, isEqual) == DM_NO_ERROR && isEqual;
-}
-
-Layout layoutOf(const DmLayerNode& layer, double origin)
-{
-    Layout layout;
-    const auto count = static_cast<std::size_t>(layer.getNbChildren());
-    layout.items.reserve(count);
-    layout.between.reserve(count);
-    for (int i = 0; i < layer.getNbChildren(); ++i)
-    {
-        const DmTreeNode* const node = layer.getChild(i);
-        if (!node)
-            continue;
-        const bool isMix = node->whatIs() == DM_TRX_EFFECT_NODE;
-        const std::size_t before = layout.items.empty() ? 0 : layout.items.back().endOfBefore;
-        Item item{node, node->asSegment(), isMix ? static_cast<const DmTrxEffectNode*>(node) : nullptr, before,
-                  layout.between.size()};
-        if (const DmSegmentNode* const carried = carriedBy(*node))
-            item.segment = carried;
-        if (node->whatIs() == DM_CUT_NODE || isEmptyGap(*node))
-        {
-            layout.between.push_back(node);
-            continue;
-        }
-        if (!item.mix && (!item.segment || !node->isSegment()))
-            continue;
-        layout.items.push_back(item);
-    }
-    layout.end = origin;
-    for (std::size_t i = 0; i < layout.items.size(); ++i)
-    {
-        Item& item = layout.items[i];
-        item.start = std::max(item.recIn(), layout.end);
-        item.hole = item.start - layout.end > tolerance ? item.start - layout.end : 0.0;
-        if (item.hole == 0)
-            item.start = layout.end;
-        item.length = std::max(0.0, item.recIn() + item.recLength() - item.start);
-        if (std::abs(item.length - item.recLength()) <= tolerance)
-            item.length = item.recLength();
-        if (item.segment && item.segment != item.node && item.segment->getRecLength() < leastLength)
-        {
-            // It travels with a gap, and takes no time.
-            item.length = item.segment->getRecLength();
-            layout.end = item.start;
-            continue;
-        }
-        const bool isCovered =
-            i + 1 < layout.items.size() && item.start + item.length - layout.items[i + 1].recIn() > tolerance;
-        if (isCovered)
-        {
-            item.length = std::max(0.0, layout.items[i + 1].recIn() - item.start);
-            layout.covered.push_back(i);
-        }
-        layout.end = item.start + item.length;
-    }
-    return layout;
-}
-
-/// The one that plays: the result layer, else the first; -1 without any.
-int baseLayerOf(const DmTrackNode& track)
-{
-    int base = -1;
-    for (int i = track.getNbChildren() - 1; i >= 0; --i)
-        if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track.getChild(i)))
-            if (base < 0 || layer->isResultLayer() || !static_cast<DmLayerNode*>(track.getChild(base))->isResultLayer())
-                base = i;
-    return base;
-}
-
-const DmSegmentNode* segmentAt(const DmLayerNode& layer, int index)
-{
-    const DmTreeNode* const node = layer.getChild(index);
-    return node ? node->asSegment() : nullptr;
-}
-
-/// Where the record time lies that objects count from: the start, or before it what begins earlier. Where nothing
-/// stands, as the reader has it.
-double originOf(const DmCompositionNode& composition)
-{
-    double origin = composition.getRecordStart();
-    bool holdsAny = false;
-    for (int i = 0; i < composition.getNbChildren(); ++i)
-        for (const DmTreeNode* const track = composition.getChild(i); track;)
-        {
-            for (int k = 0; k < track->getNbChildren(); ++k)
-                if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(k)))
-                    for (int n = 0; n < layer->getNbChildren(); ++n)
-                        if (const DmSegmentNode* const segment = segmentAt(*layer, n))
-                        {
-                            origin = std::min(origin, segment->getRecIn());
-                            holdsAny = true;
-                        }
-            break;
-        }
-    return holdsAny ? origin : composition.getStartTC();
-}
 
 /// Whether a schema says what a segment of its class is: a gap stands for the others.
 bool hasObject(const DmSegmentNode& segment)
@@ -269,7 +126,6 @@ private:
     void describeBetween(Value& own, const char* name, std::span<const DmTreeNode* const> nodes,
                          const DmTreeNode* previous, const DmTreeNode* next, eDmTreeMediaType mediaType, double time);
     void add(Value& own, const char* name, Value value);
-    double insideLength(const DmCompositionNode& composition, double origin, DM::FrameCodeModes fcm) const;
     void lose(const Loss& loss, const DmTreeNode* node)
     {
         _report.at({.node = node});
@@ -357,14 +213,11 @@ void Maker::root(const DmRoot& root)
     tellMisplaced(root, _report);
     const DmTreeNode* const only = root.getNbChildren() == 1 ? root.getChild(0) : nullptr;
     Value difference;
-    if (const bool isPlain = only && (_keep.formOf(root, difference), difference.IsNull()))
-    {
-        if (only->whatIs() == DM_COMPOSITION_NODE)
-            return composition(static_cast<const DmCompositionNode&>(*only), &root);
-        if (only->whatIs() == DM_REEL_NODE)
-            return collection(*only, &root);
-        static_cast<void>(isPlain);
-    }
+    _keep.formOf(root, difference);
+    if (only && difference.IsNull() && only->whatIs() == DM_COMPOSITION_NODE)
+        return composition(static_cast<const DmCompositionNode&>(*only), &root);
+    if (only && difference.IsNull() && only->whatIs() == DM_REEL_NODE)
+        return collection(*only, &root);
     collection(root, nullptr);
 }
 
@@ -414,18 +267,6 @@ bool Maker::chooseMode(const DmCompositionNode& node)
     return fcm != DM::FCM_NOT_DEFINED;
 }
 
-double Maker::insideLength(const DmCompositionNode& composition, double origin, DM::FrameCodeModes fcm) const
-{
-    static_cast<void>(fcm);
-    double end = origin;
-    for (int i = 0; i < composition.getNbChildren(); ++i)
-        if (const DmTreeNode* const track = composition.getChild(i))
-            for (int k = 0; k < track->getNbChildren(); ++k)
-                if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track->getChild(k)))
-                    end = std::max(end, layoutOf(*layer, origin).end);
-    return end - origin;
-}
-
 void Maker::composition(const DmCompositionNode& node, const DmRoot* root)
 {
     if (!chooseMode(node))
@@ -447,7 +288,7 @@ void Maker::composition(const DmCompositionNode& node, const DmRoot* root)
         if (dmFcmFromText(node.getFCM()) != DM::FCM_24)
             add(own, "mode", _parts.string(DM::FcmUtil::getFCMString(stage.fcm)));
     const CoSharedPtr<DmCompositionNode> read = _items.composition(object);
-    require(read->setCompLength(insideLength(node, origin, stage.fcm)));
+    require(read->setCompLength(lengthOf(node, origin)));
     int firstVideo = -1;
     for (int i = node.getNbChildren() - 1; i >= 0; --i)
         if (const auto* const track = dynamic_cast<const DmTrackNode*>(node.getChild(i));
@@ -468,10 +309,7 @@ void Maker::composition(const DmCompositionNode& node, const DmRoot* root)
     {
         // The only child stands for the composition, unless that has more to say than the child's name.
         const auto* const track = dynamic_cast<const DmTrackNode*>(node.getChild(0));
-        const Value* const properties = own.IsNull() ? nullptr : member(&own, "node");
-        const bool saysOnlyName = own.IsNull();
-        static_cast<void>(properties);
-        if (track && saysOnlyName && node.getStartTC() == 0)
+        if (track && own.IsNull() && node.getStartTC() == 0)
             return tracks(stage);
     }
     setOwn(object, std::move(own));
@@ -701,9 +539,9 @@ void Maker::element(Stage& stage, const DmTrackNode& track, const Layout& layout
     if (container && container->getComposition())
     {
         const DmCompositionNode& nested = *container->getComposition();
-        const DM::FrameCodeModes own2 = modeOf(nested);
-        const double fps = own2 == DM::FCM_NOT_DEFINED ? _items.fps() : DM::FcmUtil::getDoubleFPS(own2);
-        inside = insideLength(nested, originOf(nested), own2) * _items.fps() / fps;
+        const DM::FrameCodeModes mode = modeOf(nested);
+        const double fps = mode == DM::FCM_NOT_DEFINED ? _items.fps() : DM::FcmUtil::getDoubleFPS(mode);
+        inside = lengthOf(nested, originOf(nested)) * _items.fps() / fps;
     }
     const CoSharedPtr<DmTreeNode> readNode = _keep.read(object, segment, inside, 0);
     auto& read = static_cast<DmSegmentNode&>(*readNode);
@@ -743,7 +581,7 @@ void Maker::container(const DmContainerNode& node, Value object, Value own, cons
     const auto read =
         orBadAlloc(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _items.fcmText(), {}));
     require(read->setIsContainerComp(true));
-    require(read->setCompLength(insideLength(*nested, stage.origin, mode)));
+    require(read->setCompLength(lengthOf(*nested, stage.origin)));
     const bool isOfTrack = !form.schema.empty();
     for (int i = nested->getNbChildren() - 1; i >= 0; --i)
         if (const auto* const track = dynamic_cast<const DmTrackNode*>(nested->getChild(i));
