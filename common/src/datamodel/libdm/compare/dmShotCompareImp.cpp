@@ -314,7 +314,7 @@ void ShotCompare::compareSeam(const Shot& a, const Shot& b, const DmTransitionNo
         at(change);
     };
     if (!_changes.isNothing(longer))
-        note("length", framesText(was->getRecLength()), framesText(is->getRecLength()), longer);
+        note("length", framesText(was->getRecLength()), framesText(was->getRecLength() + longer), longer);
     else if (!_changes.isNothing(offset))
         note("place on the cut", "", "", offset);
     if (was == is)
