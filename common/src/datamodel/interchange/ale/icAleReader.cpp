@@ -206,7 +206,9 @@ std::optional<Range> Reader::range(const Facts& facts, DM::FrameCodeModes fcm)
         return std::nullopt;
     const std::int64_t day = framesOfDay(fcm);
     std::int64_t length = hasEnd ? *other - *start : *other;
-    if (length < -day / 2) // past midnight
+    const std::optional<TimeLabel> said = hasEnd ? parseTimeLabel(facts[Role::Duration]) : std::nullopt;
+    const bool isLong = said && isInDay(*said, fcm) && framesOf(*said, fcm) == length + day;
+    if (length < -day / 2 || (length < 0 && isLong)) // past midnight
         length += day;
     if (length < 0)
     {

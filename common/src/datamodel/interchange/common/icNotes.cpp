@@ -20,7 +20,7 @@ struct Wording
     std::string_view key;
     bool isOfModel = false;
 };
-constexpr std::array<Wording, 15> wordings{{{"", "comment"},
+constexpr std::array<Wording, 16> wordings{{{"", "comment"},
                                             {"", "line"},
                                             {"FROM CLIP NAME: ", "from clip name", true},
                                             {"TO CLIP NAME: ", "to clip name", true},
@@ -34,7 +34,8 @@ constexpr std::array<Wording, 15> wordings{{{"", "comment"},
                                             {"FINAL CUT PRO REEL: ", "final cut pro reel"},
                                             {"LOC: ", "mark", true},
                                             {"ASC_SOP ", "slope offset power", true},
-                                            {"ASC_SAT ", "saturation", true}}};
+                                            {"ASC_SAT ", "saturation", true},
+                                            {"M2", "speed line", true}}};
 
 constexpr LeftoverType firstVersion{"edl", L"edl"};
 
@@ -81,7 +82,7 @@ std::string_view notePrefix(NoteKind kind)
 
 bool isStarred(NoteKind kind)
 {
-    constexpr std::array bare{NoteKind::Line, NoteKind::EffectName, NoteKind::Split, NoteKind::Reel};
+    constexpr std::array bare{NoteKind::Line, NoteKind::EffectName, NoteKind::Split, NoteKind::Reel, NoteKind::Speed};
     return std::ranges::find(bare, kind) == bare.end();
 }
 

@@ -31,7 +31,8 @@ enum class NoteKind : std::uint8_t
     // What the model says, too: where among the notes it stands, and how it is written while the model still says so
     Locator, ///< without a text: marks come in their order
     SlopeOffsetPower,
-    Saturation
+    Saturation,
+    Speed ///< the M2 line; with a text, that of the line in front of it
 };
 
 /// What stands before the text of a note of a kind, behind the "* " of those that have one.

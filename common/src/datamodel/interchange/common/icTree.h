@@ -63,14 +63,16 @@ const T* as(const Base* object)
 }
 
 /// The segment that mixes have left nothing of, and that a gap of no length stands for; null of all other nodes. What a
-/// host has attached to a gap that plays is none.
+/// host has attached to a gap that plays is none, nor is one that would play longer than the gap.
 inline const DmSegmentNode* carriedBy(const DmTreeNode& node)
 {
     constexpr double leastLength = 0.5; // of frames
     const DmSegmentNode* const gap = node.whatIs() == DM_GAP_NODE ? node.asSegment() : nullptr;
     const auto* const attached =
         gap && gap->getRecLength() < leastLength ? dynamic_cast<const DmTreeNode*>(gap->getBaseBlob()) : nullptr;
-    return attached && attached->isSegment() && attached->whatIs() != DM_GAP_NODE ? attached->asSegment() : nullptr;
+    const DmSegmentNode* const segment =
+        attached && attached->isSegment() && attached->whatIs() != DM_GAP_NODE ? attached->asSegment() : nullptr;
+    return segment && segment->getRecLength() < leastLength ? segment : nullptr;
 }
 
 } // namespace interchange

@@ -174,7 +174,8 @@ void Unsaid::report(const DmTreeNode& node, Report& report)
         // Of lists, others hand on the notes; the rest of it is about places in the list itself.
         const bool isSilent = format == edlLeftover.format &&
                               std::ranges::all_of(notesOf(node), [](const Note& note) { return isOfModel(note.kind); });
-        if (!isOurs && !(held && held->isSegment())) // what a transition or a gap carries plays
+        const bool plays = held && held->isSegment() && node.asTransition(); // what a transition comes from
+        if (!isOurs && !plays)
             sets.append(", ").append(dmUtf8(at->classData().className()));
         else if (isOurs && format != _format && !isSilent && _toldFormats.insert(std::string(format)).second)
         {

@@ -102,6 +102,8 @@ void readField(EdlKept& kept, std::string_view key, std::string_view value)
         kept.speed = speed;
     else if (key == "speed's time")
         kept.speedHasNoTime = value == "none";
+    else if (key == "speed's reel")
+        kept.speedHasNoReel = value == "none";
     else if (key == "plays")
         kept.plays = toNumber<double>(value);
     else if (key == "after")
@@ -199,6 +201,8 @@ eDmErrorId EdlKept::keepOn(DmTreeNode& node) const
         fields.add("at", speed->at);
         if (speedHasNoTime)
             fields.add("speed's time", std::string_view("none"));
+        if (speedHasNoReel)
+            fields.add("speed's reel", std::string_view("none"));
     }
     if (plays)
         fields.add("plays", *plays);

@@ -39,6 +39,7 @@ struct EdlKept
     std::int64_t recordLength = -1;     ///< ... for this length on the record side; -1: not kept
     std::optional<EdlSpeed> speed;
     bool speedHasNoTime = false; ///< in its line
+    bool speedHasNoReel = false; ///< there
     std::optional<double> plays; ///< the speed that the model had for it
     std::string speedReel;       ///< of the speed's own line, where that is another one
     // As in EdlEvent

@@ -324,6 +324,7 @@ void EdlLineMaker::setSpeed(EdlLine& line, double speed, const EdlKept* kept) co
     {
         line.event.speed = EdlSpeed{kept->speed->fps, 0};
         line.event.speedHasNoTime = kept->speedHasNoTime;
+        line.event.speedHasNoReel = kept->speedHasNoReel;
         line.speedReel = kept->speedReel;
         line.speedSpelling = kept->speedSpelling;
     }

@@ -97,8 +97,8 @@ bool operator==(const EdlList& a, const EdlList& b)
     {
         return std::tie(event.number, event.reel, event.channels, event.transition, event.sourceDrop, event.wipePattern,
                         event.keyFades, event.fcmLine, event.numberWidth, event.numberTail, event.transitionLength,
-                        event.source, event.record, event.speed, event.speedHasNoTime, event.speedReel,
-                        event.speedSpelling);
+                        event.source, event.record, event.speed, event.speedHasNoTime, event.speedHasNoReel,
+                        event.speedReel, event.speedSpelling);
     };
     const auto sameSpelling = [](const EdlEvent& x, const EdlEvent& y)
     {

@@ -123,6 +123,7 @@ struct EdlEvent
     std::uint16_t wipePattern = 0; ///< SMPTE number of a wipe
     bool keyFades = false;         ///< a key with "(F)"
     bool speedHasNoTime = false;   ///< in the speed's line
+    bool speedHasNoReel = false;   ///< there
     EdlFcmLine fcmLine = EdlFcmLine::AsNeeded;
     std::uint8_t numberWidth = 0;       ///< of the number with its zeros, where that is not the usual one; 0: it is
     std::uint32_t transitionLength = 0; ///< frames, from the record in-time on

@@ -411,6 +411,7 @@ bool Reader::speed(std::string_view text)
     EdlEvent* const own = last();
     EdlEvent* const other = outgoing();
     std::string_view foreign;
+    const bool hasNoReel = read->reel.empty() && !own->reel.empty();
     if (read->reel != own->reel && !(other && read->reel == other->reel))
     {
         if (!read->reel.empty())
@@ -430,11 +431,14 @@ bool Reader::speed(std::string_view text)
         return keep("a second speed for the event");
     event.speed = EdlSpeed{read->fps, at(event)};
     event.speedHasNoTime = !read->at;
+    event.speedHasNoReel = hasNoReel;
     std::string ours;
     appendDecimal(ours, read->fps, 3, 1);
     if (read->number != ours)
         event.speedSpelling = read->number;
     event.speedReel = foreign;
+    if (isOther || own->notes.count != 0 || _marksBehind != 0)
+        addNote(NoteKind::Speed, isOther ? "outgoing" : "");
     return true;
 }
 

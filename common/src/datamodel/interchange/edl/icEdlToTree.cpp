@@ -52,6 +52,16 @@ bool isMix(const EdlEvent& event)
     return event.isTransition() && !event.isKey();
 }
 
+/// A picture or a sound that the list generates as nothing.
+bool isBlack(const DmSegmentNode& segment)
+{
+    const auto* const source = as<DmSourceNode>(&segment);
+    const auto* const input =
+        source ? dynamic_cast<const DmSourceNode::GeneratedInput*>(source->getSrcInput()) : nullptr;
+    return segment.whatIs() == DM_GAP_NODE ||
+           (input && (input->getInputType() == L"INPUT_BLACK" || input->getInputType() == L"INPUT_SILENCE"));
+}
+
 struct Channel
 {
     eDmTreeMediaType mediaType;
@@ -325,8 +335,14 @@ CoSharedPtr<DmLayerNode> TreeMaker::layer(int number, Channel channel, const Eve
             const auto node = transition(event, channel, mixed);
             if (outgoing)
             {
-                // What the model says of the material that goes out: as long as it does, the list's own line holds.
                 const bool follows = previous && previous->getRecOut() == static_cast<double>(piece.in);
+                if (follows && isBlack(*outgoing) && !isBlack(*previous))
+                {
+                    // A cut to black, from which the next one comes: nothing stands between them that would mix.
+                    previous = orBadAlloc(DmGapNode::create(channel.mediaType, static_cast<double>(piece.in), 0.0));
+                    require(builder.place(previous));
+                }
+                // What the model says of the material that goes out: as long as it does, the list's own line holds.
                 if (std::optional<EdlKept> kept = EdlKept::of(*outgoing); kept && follows)
                 {
                     kept->after = _lines.outgoingLine(*node, previous.get(), {}).event.source.in;
@@ -420,6 +436,7 @@ EdlKept TreeMaker::keptOf(const EdlEvent& event, Channel channel, std::uint32_t 
     kept.labels = event.labels;
     kept.speed = event.speed;
     kept.speedHasNoTime = event.speedHasNoTime;
+    kept.speedHasNoReel = event.speedHasNoReel;
     kept.speedReel = event.speedReel;
     kept.spelling = event.spelling;
     kept.speedSpelling = event.speedSpelling;

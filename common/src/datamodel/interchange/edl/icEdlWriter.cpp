@@ -37,7 +37,7 @@ public:
         if (!_list.hasNoFcm || (!_list.events.empty() && fcmOf(_list.events.front())))
             fcm(_drop);
         line("* FRAME RATE: ", DM::FcmUtil::getFCMString(_list.fcm));
-        notes(_list.notesOf(_list.headNotes), {});
+        notes(_list.notesOf(_list.headNotes), {}, {}, [](const EdlNote&) {});
         for (const EdlEvent& event : _list.events)
         {
             if (const std::optional<bool> drop = fcmOf(event))
@@ -46,9 +46,16 @@ public:
             const EdlSpelling spelling = spellingOf(event);
             eventLine(event, spelling);
             audio(spelling.routed);
-            speed(event);
+            const EdlEvent* const next = &event == &_list.events.back() ? nullptr : &event + 1;
+            if (!placesSpeed(event, false) && !(next && outgoingOf(*next) && placesSpeed(*next, true)))
+                speed(event);
             look(event);
-            notes(_list.notesOf(event), _list.markersOf(event), formsOf(event)[2]);
+            notes(_list.notesOf(event), _list.markersOf(event), formsOf(event)[2],
+                  [&](const EdlNote& note)
+                  {
+                      if (const EdlEvent* const said = note.text.empty() ? &event : outgoingOf(event))
+                          speed(*said);
+                  });
         }
         return std::move(_text);
     }
@@ -96,11 +103,33 @@ private:
         return isThere ? std::optional(event.sourceDrop != isContrary) : std::nullopt;
     }
 
+    /// The line in front of a transition that names what goes out; null without one.
+    const EdlEvent* outgoingOf(const EdlEvent& event) const
+    {
+        const EdlEvent* const before = &event == _list.events.data() ? nullptr : &event - 1;
+        return before && event.isTransition() && before->hasNumberOf(event) && !before->isTransition() ? before
+                                                                                                       : nullptr;
+    }
+
+    /// Whether an M2 line stands among the event's notes: its own, or that of the line in front of it.
+    bool placesSpeed(const EdlEvent& event, bool isOfOutgoing) const
+    {
+        return std::ranges::any_of(_list.notesOf(event), [isOfOutgoing](const EdlNote& note)
+                                   { return note.kind == NoteKind::Speed && note.text.empty() != isOfOutgoing; });
+    }
+
     /// Marks stand where the notes have a place for them, the others behind.
-    void notes(std::span<const EdlNote> notes, std::span<const EdlMarker> markers, std::string_view form = {})
+    template <class WriteSpeed>
+    void notes(std::span<const EdlNote> notes, std::span<const EdlMarker> markers, std::string_view form,
+               WriteSpeed&& writeSpeed)
     {
         for (const EdlNote& note : notes)
         {
+            if (note.kind == NoteKind::Speed)
+            {
+                writeSpeed(note);
+                continue;
+            }
             if (note.kind == NoteKind::Locator && markers.empty())
                 continue;
             prefix(note.kind, note.written, note.text);
@@ -203,7 +232,7 @@ private:
             return;
         _text.append("M2   ");
         const std::string_view reel = event.speedReel.empty() ? event.reel : event.speedReel;
-        column(8, [&] { reel.empty() ? void(_text.append("AX")) : oneLine(reel); });
+        column(8, [&] { event.speedHasNoReel ? void() : reel.empty() ? void(_text.append("AX")) : oneLine(reel); });
         column(26,
                [&]
                {

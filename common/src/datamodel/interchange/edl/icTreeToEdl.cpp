@@ -165,6 +165,8 @@ private:
         double recIn() const { return mix ? mix->getRecIn() : segment->getRecIn(); }
     };
     std::vector<Played> playedOf(const DmLayerNode& layer) const;
+    /// Whether the next one's line of no length says all of a source that only its transition shows.
+    static bool isOnlyMixedFrom(const Played& played, const Played& next);
     void addEdit(const Played& played, double recOut, const Place& place);
     EdlLine outgoingLine(const Played& played, const Place& place, Edit& edit);
     /// What the node has of the list that it came from: of two copies of one, the first keeps number, place and notes.
@@ -187,7 +189,8 @@ private:
     std::set<std::tuple<std::uint32_t, std::uint64_t, std::uint64_t>> _taken; ///< positions, by channel
     std::vector<Edit> _edits;
     Unsaid _unsaid{edlLeftover.format, saidProperties};
-    std::size_t _pictures = 0; ///< how many of the edits are the primary track's
+    Unsaid _unsaidOfGaps{edlLeftover.format, {}}; ///< of which nothing becomes an event
+    std::size_t _pictures = 0;                    ///< how many of the edits are the primary track's
 };
 
 EdlList ListMaker::make()
@@ -291,6 +294,13 @@ std::vector<ListMaker::Played> ListMaker::playedOf(const DmLayerNode& layer) con
     return all;
 }
 
+bool ListMaker::isOnlyMixedFrom(const Played& played, const Played& next)
+{
+    constexpr double leastLength = 0.5; // of frames
+    return !played.mix && played.segment->getRecLength() < leastLength && next.mix && next.previous == played.segment &&
+           !EdlKept::of(*played.segment);
+}
+
 void ListMaker::at(const DmTreeNode& node, const Place& place, double recIn)
 {
     _report.at({&node, place.track.getMediaType(), place.track.getTrackNum(), _offset + recIn, _fcm});
@@ -312,7 +322,9 @@ void ListMaker::addLayer(const DmLayerNode& layer, const Place& place, bool isFi
                 _report.lose(furtherLayer);
             continue;
         }
-        if (isPlain && !played.mix)
+        if (isPlain)
+            _unsaidOfGaps.report(*played.segment, _report);
+        if ((isPlain && !played.mix) || (i + 1 < all.size() && isOnlyMixedFrom(played, all[i + 1])))
             continue;
         double recOut = played.segment->getRecOut();
         if (i + 1 < all.size() && recOut - all[i + 1].recIn() > 1e-6)

@@ -28,6 +28,16 @@ bool isEmptyGap(const DmTreeNode& node)
     return dmDeepEqual(*gap, *fresh, isEqual) == DM_NO_ERROR && isEqual;
 }
 
+/// Whether a gap of no length keeps a transition from what stands in front of it: it comes from black.
+bool isMixedFrom(const DmLayerNode& layer, int index, const Layout& layout)
+{
+    const DmTreeNode* const behind = index + 1 < layer.getNbChildren() ? layer.getChild(index + 1) : nullptr;
+    const Item* const before = layout.items.empty() ? nullptr : &layout.items.back();
+    const double in = static_cast<const DmGapNode*>(layer.getChild(index))->getRecIn();
+    return behind && behind->whatIs() == DM_TRX_EFFECT_NODE && before && before->segment &&
+           std::abs(before->recIn() + before->recLength() - in) <= tolerance;
+}
+
 } // namespace
 
 Layout layoutOf(const DmLayerNode& layer, double origin)
@@ -47,7 +57,7 @@ Layout layoutOf(const DmLayerNode& layer, double origin)
                   layout.between.size()};
         if (const DmSegmentNode* const carried = carriedBy(*node))
             item.segment = carried;
-        if (node->whatIs() == DM_CUT_NODE || isEmptyGap(*node))
+        if (node->whatIs() == DM_CUT_NODE || (isEmptyGap(*node) && !isMixedFrom(layer, i, layout)))
         {
             layout.between.push_back(node);
             continue;

@@ -55,7 +55,7 @@ struct Entry
 
 using Entries = std::vector<Entry>;
 
-double lengthOf(const Entries& entries)
+double lengthOfAll(const Entries& entries)
 {
     double length = 0;
     for (const Entry& entry : entries)
@@ -140,6 +140,8 @@ private:
     bool addKnown(Entries& entries, const KnownClip& clip, eDmTreeMediaType mediaType);
     void finishKnown(Stage& to, DmSegmentNode& node, Entry& entry);
     CoSharedPtr<DmSegmentNode> segment(const Value& item, eDmTreeMediaType mediaType);
+    /// What an item plays for that nothing is made of.
+    double lengthOf(const Value& item) const;
     CoSharedPtr<DmSegmentNode> container(const Value& item, eDmTreeMediaType mediaType);
     CoSharedPtr<DmCompositionNode> inside(const Value& item) const;
     CoSharedPtr<DmSegmentNode> contain(const CoSharedPtr<DmCompositionNode>& inside, const Value& item, double length,
@@ -422,7 +424,7 @@ double Maker::addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaTyp
                               index && index->IsInt() ? std::clamp(index->GetInt(), 0, to.track->getNbChildren()) : 0);
         return _at - to.start;
     }
-    if (!hasRange || !isTrimmed(object, lengthOf(entries)))
+    if (!hasRange || !isTrimmed(object, lengthOfAll(entries)))
         return layOut(to, isReal ? &object : nullptr, mediaType, std::move(entries), children);
     // A part of a track is what a container plays.
     const CoSharedPtr<DmCompositionNode> inside = this->inside(object);
@@ -517,6 +519,22 @@ void Maker::addEntry(Entries& entries, const Value& object, eDmTreeMediaType med
     entries.push_back({&object, {}, {}, false, std::max(0.0, in), std::max(0.0, out)});
 }
 
+double Maker::lengthOf(const Value& item) const
+{
+    const std::string_view schema = schemaOf(&item);
+    const Value* played = member(&item, "source_range");
+    if (!played && schema == "Clip")
+        played = member(mediaOf(item), "available_range");
+    if (const std::optional<Items::Range> range = _items.range(played))
+        return range->length;
+    double length = 0;
+    if (const Value* const children = arrayOf(&item, "children"))
+        for (const Value& child : children->GetArray())
+            if (child.IsObject() && schemaOf(&child) != "Transition")
+                length = schema == "Stack" ? std::max(length, lengthOf(child)) : length + lengthOf(child);
+    return length;
+}
+
 CoSharedPtr<DmSegmentNode> Maker::segment(const Value& item, eDmTreeMediaType mediaType)
 {
     const std::string_view schema = schemaOf(&item);
@@ -529,7 +547,10 @@ CoSharedPtr<DmSegmentNode> Maker::segment(const Value& item, eDmTreeMediaType me
         _items.lose(otherSchema);
     if (schema == "Clip")
         return _items.clip(item, mediaType);
-    return _items.gap(item, mediaType);
+    const CoSharedPtr<DmSegmentNode> gap = _items.gap(item, mediaType);
+    if (isNested && gap->getRecLength() == 0)
+        require(gap->setRecLength(lengthOf(item)));
+    return gap;
 }
 
 const ListApart* Maker::apartOf(const Value& object) const

@@ -39,6 +39,17 @@ CoSharedPtr<DmCompositionNode> find(const DmCollectionNode& in, const std::strin
     return {};
 }
 
+int countOf(const DmTreeNode& in, const std::string& name)
+{
+    int count = 0;
+    for (int i = 0; i < in.getNbChildren(); ++i)
+        if (const DmTreeNode* const child = in.getChild(i))
+            count += child->whatIs() == DM_REEL_NODE ? countOf(*child, name)
+                     : child->whatIs() == DM_COMPOSITION_NODE && dmUtf8(child->getName()) == name ? 1
+                                                                                                  : 0;
+    return count;
+}
+
 std::string nameOf(const DmTrackNode& track)
 {
     return (track.getMediaType() == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(track.getTrackNum());
@@ -87,6 +98,12 @@ CoSharedPtr<DmRoot> select(const DmRoot& root, const Options& options, Report& r
                        ? "there is no composition"
                        : "no composition is called \"" + options.composition + "\"; there are: " + others);
         return {};
+    }
+    if (!options.composition.empty() && countOf(root, options.composition) > 1)
+    {
+        report.at({.node = composition.get()});
+        report.lose({"DM727", "of several of one name only the first is written"});
+        report.at({});
     }
     if (!options.tracks.empty())
         composition = withTracks(*composition, options.tracks, report);
