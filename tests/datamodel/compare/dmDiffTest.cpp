@@ -41,62 +41,6 @@ TEST(Diff, TellsWhatHappenedToShotsAndSeams)
         EXPECT_EQ(changes(zrDrawing::tree(row[0], row[3]), zrDrawing::tree(row[1], row[4])), row[2]) << row;
 }
 
-TEST(Diff, TellsWhatElseChangedOfAShot)
-{
-    const struct
-    {
-        const char* what;
-        std::function<void(DmRoot&, DmSegmentNode&)> change; ///< of B, the second shot
-        const char* changes;
-    } rows[] = {
-        {"a name", [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.setName(L"Beach")); },
-         "V1 Beach: renamed: \"B\" -> \"Beach\""},
-        {"mute", [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.setMuted(true)); }, "V1 B: muted"},
-        {"an effect",
-         [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.addEffect(DmColourSettings::create())); },
-         "V1 B: effect Colour added"},
-        {"a mark",
-         [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.addSegmentMark(DmCueMark::create(L"eyes", 2.0))); },
-         "V1 B: mark \"eyes\" added"},
-        {"a mark of the cut",
-         [](DmRoot& root, DmSegmentNode&) {
-             static_cast<void>(
-                 static_cast<DmCompositionNode*>(root.getChild(0))->addCueMark(DmCueMark::create(L"music", 6.0)));
-         },
-         "mark \"music\" added"},
-        {"what a mark says",
-         [](DmRoot&, DmSegmentNode& shot)
-         { static_cast<void>(const_cast<DmCueMark*>(shot.getSegmentMarks().at(0))->setCueMarkComment(L"late")); },
-         "V1 B: mark sync cueMarkComment: \"late\""},
-        {"a comment", [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.setComment(L"soft")); },
-         "V1 B: comment: \"soft\""},
-        {"the sign of nothing",
-         [](DmRoot& root, DmSegmentNode&)
-         { static_cast<void>(static_cast<DmCompositionNode*>(root.getChild(0))->setSamplingRate(-0.0)); },
-         "samplingRate: \"0\" -> \"-0\""},
-        {"who saved it",
-         [](DmRoot& root, DmSegmentNode&) { static_cast<void>(root.ownIdentification()->setUser(L"Ann")); },
-         "identification/user: \"Ann\""},
-        {"an id", [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.setSegmentId(L"shot-7")); },
-         "V1 B: segmentId: \"shot-7\""},
-        {"an id that readers make up, alone",
-         [](DmRoot&, DmSegmentNode& shot) { static_cast<void>(shot.setSegmentId(L"7-V1")); },
-         "children[0]/children[0]/children[0]/children[2]/segmentId differs"},
-        {"an empty element", [](DmRoot& root, DmSegmentNode&) { root.addChild(DmReelNode::create()); },
-         "children[1]: \"DmReelNode\""},
-    };
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(row.what);
-        const auto before = zrDrawing::tree("AAAA|BBBB|CCCC");
-        const auto after = zrDrawing::tree("AAAA|BBBB|CCCC");
-        for (const auto& root : {before, after})
-            static_cast<void>(shotAt(root, 2).addSegmentMark(DmCueMark::create(L"sync", 1.0)));
-        row.change(*after, shotAt(after, 2));
-        EXPECT_EQ(changes(before, after), row.changes);
-    }
-}
-
 TEST(Diff, KnowsShotsWhereverTheyStand)
 {
     // The same ids, though one id now stands on other media, and none that a reader made up from positions.
