@@ -30,7 +30,7 @@ def output_of(command, folder):
     if folder != TOP:
         environment.update(TOP=str(TOP), PYTHON=sys.executable, LC_ALL="C.UTF-8")
     run = subprocess.run(["bash", "-c", command.replace("\n> ", "\n")], cwd=folder, env=environment, stdin=subprocess.DEVNULL,
-                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
+                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=600)
     output = run.stdout.decode("utf-8", "replace")
     if folder == TOP:
         return output

@@ -207,6 +207,10 @@ private:
         forFree(_before, _match.toNew,
                 [&](int i, const Shot& shot)
                 {
+                    // Of a shot and what was split off it, the one that still has its id, whoever made that up.
+                    const auto same = origins.contains(shot.id) ? ids.find(shot.id) : ids.end();
+                    if (same != ids.end() && isFree(i, same->second))
+                        return pair(i, same->second);
                     if (take(shot.id, i))
                         return;
                     bool done = false;
