@@ -401,9 +401,7 @@ void dmtree::addCheck(CLI::App& app, Run& run)
     command->add_option("--media-root", options->rules.mediaRoot, "Look whether the files of sources are in a folder")
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory);
-    command->add_option("--fcm", options->fcm, "The mode of lists that do not say theirs: " + modeHelp())
-        ->type_name("MODE")
-        ->check(checkMode);
+    addMode(*command, options->fcm);
     command->add_flag(
         "--fix", options->fix,
         "Mend what can be mended with every frame that plays left as it is, and write the document to OUT");

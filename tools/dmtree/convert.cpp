@@ -10,7 +10,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -201,21 +200,11 @@ std::vector<Job> jobsOf(const Options& options)
     return jobs;
 }
 
-/// Leaves no half-written file behind, and ends as the shell expects.
-extern "C" void interrupted(int signal)
-{
-    interchange::removeHalfWrittenFiles();
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
-}
-
 int convertAll(const Options& options)
 {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        std::signal(signal, interrupted);
     int worst = dmtree::Fine;
     const CoSharedPtr<DmRoot> media =
-        options.media.empty() ? CoSharedPtr<DmRoot>() : dmtree::requireDocument(options.media, options.lenient);
+        options.media.empty() ? CoSharedPtr<DmRoot>() : dmtree::requireDocument(options.media, options.lenient, {});
     for (Job& job : jobsOf(options))
     {
         convert(options, media.get(), job);

@@ -1,7 +1,6 @@
 // dmtree diff: what changed between two versions of a cut.
 #include "dmtree.h"
 #include "documents.h"
-#include "modes.h"
 #include "picture.h"
 
 #include "vwPage.h"
@@ -65,9 +64,7 @@ CoSharedPtr<DmRoot> open(const std::string& path, const Options& options)
 {
     if (path == "/dev/null")
         return {};
-    interchange::Options reading;
-    reading.fcm = dmtree::modeOf(options.fcm);
-    return dmtree::requireDocument(path, options.lenient, reading);
+    return dmtree::requireDocument(path, options.lenient, options.fcm);
 }
 
 std::string fileName(const std::string& path)
@@ -170,8 +167,7 @@ void dmtree::addDiff(CLI::App& app, Run& run)
     command->add_option("--tolerance", options->diff.tolerance, "Times that differ by no more are the same")
         ->check(CLI::NonNegativeNumber)
         ->type_name("FRAMES");
-    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + modeHelp())
-        ->check(CLI::Validator(checkMode, "MODE"));
+    addMode(*command, options->fcm);
     command->add_flag("--exit-zero", options->exitZero, "Exit code 0 for files that differ, too");
     addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return compare(*options); }; });

@@ -1,5 +1,7 @@
 #include "documents.h"
 
+#include "modes.h"
+
 #include "dmUtf8.h"
 
 #include <CoFile.h>
@@ -150,10 +152,19 @@ void addLenient(CLI::App& command, bool& lenient)
                      "them");
 }
 
-CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient, interchange::Options options,
+void addMode(CLI::App& command, std::string& mode)
+{
+    command.add_option("--fcm", mode, "The mode of cut lists that do not say theirs: " + modeHelp())
+        ->type_name("MODE")
+        ->check(checkMode);
+}
+
+CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient, const std::string& mode,
                                     const std::string& name)
 {
+    interchange::Options options;
     options.lenient = lenient;
+    options.fcm = modeOf(mode);
     const Document document = openDocument(path, options, name);
     if (!document.root)
         throw std::runtime_error(path + ": " + document.what());

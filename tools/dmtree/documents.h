@@ -46,12 +46,14 @@ Document openDocument(const std::string& path, const interchange::Options& optio
 
 /// As openDocument, for a subcommand that works on one document: what is wrong is an exception that names the file, and
 /// so are mistakes of lists and values of documents that are not kept as they stand, unless they are to be taken as
-/// they are. What else there is to say goes to standard error.
-CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient, interchange::Options options = {},
+/// they are. What else there is to say goes to standard error. `mode`: that of --fcm, empty where it was not given.
+CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient, const std::string& mode,
                                     const std::string& name = {});
 
-/// The option for that.
+// The options for that
+
 void addLenient(CLI::App& command, bool& lenient);
+void addMode(CLI::App& command, std::string& mode);
 
 /// Replaces the file as a whole or not at all; the file may be the one that was read. Throws, naming the file.
 void saveDocument(const DmRoot& root, const std::string& path, DmTreeJsonBuilder::Layout layout);

@@ -19,13 +19,14 @@ namespace
 struct Options
 {
     std::string file;
+    std::string fcm;
     bool lenient = false;
     int depth = -1;
 };
 
 int dump(const Options& options)
 {
-    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file, options.lenient);
+    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file, options.lenient, options.fcm);
     const eDmErrorId status = DmTreeTool::dump(root.get(), std::cout, options.depth);
     if (status != DM_NO_ERROR)
         std::cerr << "dmtree dump: " << options.file << ": " << dmUtf8(DmPSetHelper::getStrFromError(status)) << '\n';
@@ -42,6 +43,7 @@ void dmtree::addDump(CLI::App& app, Run& run)
     command->add_option("--depth", options->depth, "How many levels below the root are shown; all of them without it")
         ->type_name("N")
         ->check(CLI::Range(0, std::numeric_limits<int>::max()).description(""));
+    dmtree::addMode(*command, options->fcm);
     dmtree::addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return dump(*options); }; });
 }

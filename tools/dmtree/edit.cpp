@@ -49,13 +49,6 @@ struct Options
     bool unsynced = false;
     bool shorten = false;
     std::string unlockedTracks;
-
-    interchange::Options reading() const
-    {
-        interchange::Options options;
-        options.fcm = dmtree::modeOf(fcm);
-        return options;
-    }
 };
 
 using Words = std::vector<std::string>;
@@ -253,7 +246,7 @@ DmString wide(const std::string& text)
 
 DmTimeline openOther(const Room& room, const std::string& path)
 {
-    CoSharedPtr<DmTreeNode> other = dmtree::requireDocument(path, room.options().lenient, room.options().reading());
+    CoSharedPtr<DmTreeNode> other = dmtree::requireDocument(path, room.options().lenient, room.options().fcm);
     DmStatus status;
     DmTimeline timeline = DmTimeline::takeOver(std::move(other), 0, &status);
     if (!timeline)
@@ -569,7 +562,7 @@ int edit(const Options& given)
     if (options.out.empty() && !options.dryRun && !options.ask)
         throw std::runtime_error("name what to write with -o, or only try with --dry-run or --can");
 
-    CoSharedPtr<DmTreeNode> root = dmtree::requireDocument(options.in, options.lenient, options.reading());
+    CoSharedPtr<DmTreeNode> root = dmtree::requireDocument(options.in, options.lenient, options.fcm);
     DmStatus status;
     DmTimeline start = DmTimeline::takeOver(std::move(root), options.composition - 1, &status);
     if (!start)
@@ -665,8 +658,7 @@ void dmtree::addEdit(CLI::App& app, Run& run)
                       "Keys move with the picture when a segment is slipped");
     command->add_flag("--keep-frames", options->edit.keepFrames, "Another speed changes the length");
     command->add_flag("--ripple", options->edit.ripple, "And pulls what is behind along");
-    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + modeHelp())
-        ->check(CLI::Validator(checkMode, "MODE"));
+    addMode(*command, options->fcm);
     addLenient(*command, options->lenient);
     command->footer(
         "A place is TRACK[.LAYER]@LABEL: the track by its name, or by V or A and its number; the layer from 1 on, by\n"

@@ -13,6 +13,7 @@ namespace
 struct Options
 {
     std::string file;
+    std::string fcm;
     bool lenient = false;
     std::string output = "-";
     bool compact = false;
@@ -21,7 +22,7 @@ struct Options
 int format(const Options& options)
 {
     using Layout = DmTreeJsonBuilder::Layout;
-    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file, options.lenient);
+    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file, options.lenient, options.fcm);
     dmtree::saveDocument(*root, options.output, options.compact ? Layout::Compact : Layout::Environment);
     return dmtree::Fine;
 }
@@ -36,6 +37,7 @@ void dmtree::addFmt(CLI::App& app, Run& run)
     command->add_flag("--compact", options->compact, "Without any white space");
     command->add_option("-o,--output", options->output, "Where to; may be FILE itself. Standard output without it")
         ->type_name("OUT");
+    dmtree::addMode(*command, options->fcm);
     dmtree::addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return format(*options); }; });
 }

@@ -35,6 +35,7 @@ using dmtree::Row;
 struct Options
 {
     std::string file;
+    std::string fcm;
     bool lenient = false;
     bool json = false;
 };
@@ -284,7 +285,7 @@ void printJson(const std::string& file, const Overview& overview)
 
 int showInfo(const Options& options)
 {
-    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file, options.lenient);
+    const CoSharedPtr<DmRoot> root = dmtree::requireDocument(options.file, options.lenient, options.fcm);
     const Overview overview = overviewOf(*root);
     if (options.json)
         printJson(options.file, overview);
@@ -302,6 +303,7 @@ void dmtree::addInfo(CLI::App& app, Run& run)
     const auto options = std::make_shared<Options>();
     command->add_option("FILE", options->file, fileHelp)->required();
     command->add_flag("--json", options->json, "Print one JSON object on one line");
+    dmtree::addMode(*command, options->fcm);
     dmtree::addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return showInfo(*options); }; });
 }

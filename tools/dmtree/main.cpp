@@ -1,12 +1,14 @@
 #include "dmtree.h"
 #include "modes.h"
 
+#include "CoFile.h"
 #include "CoStderrLogger.h"
 #include "zrAssert.h"
 #include "zrVersion.h"
 
 #include <CLI/CLI.hpp>
 
+#include <csignal>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
@@ -21,6 +23,21 @@ constexpr std::initializer_list<dmtree::AddSubcommand> subcommands = {
     dmtree::addDiff,    dmtree::addPatch, dmtree::addMerge, dmtree::addConvert, dmtree::addSchema,
     dmtree::addClasses, dmtree::addEnv,   dmtree::addTc,    dmtree::addView,
 };
+
+/// Leaves no half-written file behind, and ends as the shell expects.
+extern "C" void interrupted(int signal)
+{
+    DM::CoReplaceFile::removeAll();
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void watchForInterruptions()
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        if (std::signal(signal, interrupted) == SIG_IGN)
+            std::signal(signal, SIG_IGN); // nohup, and jobs in the background
+}
 
 } // namespace
 
@@ -57,6 +74,7 @@ try
     }
     if (const std::string wrong = dmtree::wrongDefaultMode(); !wrong.empty())
         std::cerr << "dmtree: warning: " << wrong << '\n';
+    watchForInterruptions();
     const int exitCode = run ? run() : dmtree::Unusable;
     if (!std::cout.flush())
         throw std::runtime_error("cannot write to standard output");

@@ -40,9 +40,7 @@ bool isEmpty(const std::string& path)
 
 CoSharedPtr<DmRoot> open(const std::string& path, const Options& options)
 {
-    interchange::Options reading;
-    reading.fcm = dmtree::modeOf(options.fcm);
-    return dmtree::requireDocument(path, options.lenient, reading, options.name);
+    return dmtree::requireDocument(path, options.lenient, options.fcm, options.name);
 }
 
 int merge(const Options& options)
@@ -80,8 +78,7 @@ void dmtree::addMerge(CLI::App& app, Run& run)
         ->type_name("OUT");
     command->add_option("--name", options->name, "The file's name, which tells its format: %P to git")
         ->type_name("NAME");
-    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + modeHelp())
-        ->check(CLI::Validator(checkMode, "MODE"));
+    addMode(*command, options->fcm);
     auto* const favour =
         command->add_flag("--ours", options->favourOurs, "In a conflict ours stands, and nothing marks it");
     command->add_flag("--theirs", options->favourTheirs, "In a conflict theirs stands")->excludes(favour);

@@ -38,9 +38,7 @@ DmPatch readPatch(const std::string& path)
 
 int patchDocument(const Options& options)
 {
-    interchange::Options reading;
-    reading.fcm = dmtree::modeOf(options.fcm);
-    const CoSharedPtr<DmRoot> document = dmtree::requireDocument(options.document, options.lenient, reading);
+    const CoSharedPtr<DmRoot> document = dmtree::requireDocument(options.document, options.lenient, options.fcm);
     const DmPatch patch = readPatch(options.patch);
     CoSharedPtr<DmRoot> result;
     DmPatchReport report;
@@ -49,7 +47,7 @@ int patchDocument(const Options& options)
         throw std::runtime_error(options.patch + ": leads to no document: " + dmUtf8(status.info()));
     for (const std::string& left : report.left)
         std::cerr << "left out: " << left << '\n';
-    dmtree::saveAsNamed(*result, options.output, {}, reading.fcm);
+    dmtree::saveAsNamed(*result, options.output, {}, dmtree::modeOf(options.fcm));
     return report.left.empty() ? dmtree::Fine : dmtree::Finding;
 }
 
@@ -65,8 +63,7 @@ void dmtree::addPatch(CLI::App& app, Run& run)
         ->add_option("-o,--output", options->output,
                      "Where to, of any format that convert writes; may be OLD itself. Standard output without it")
         ->type_name("OUT");
-    command->add_option("--fcm", options->fcm, "The mode of cut lists: " + modeHelp())
-        ->check(CLI::Validator(checkMode, "MODE"));
+    addMode(*command, options->fcm);
     addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return patchDocument(*options); }; });
 }

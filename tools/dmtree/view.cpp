@@ -2,6 +2,7 @@
 #include "checkConfig.h"
 #include "dmtree.h"
 #include "documents.h"
+#include "modes.h"
 #include "pageServer.h"
 #include "picture.h"
 
@@ -28,6 +29,7 @@ namespace
 struct Options
 {
     std::string file;
+    std::string fcm;
     std::string out;
     bool svg = false;
     bool findings = false;
@@ -98,6 +100,7 @@ std::vector<DmFinding> findingsOf(const Options& options, const dmtree::Document
 view::Scene sceneOf(const Options& options)
 {
     interchange::Options reading;
+    reading.fcm = dmtree::modeOf(options.fcm);
     reading.lenient = options.lenient || options.findings; // what is wrong with it is what the picture is to show
     dmtree::Document document = dmtree::openDocument(options.file, reading);
     if (!options.lenient)
@@ -163,6 +166,7 @@ void dmtree::addView(CLI::App& app, Run& run)
     command->add_option("--composition", options->composition, "Of a still: the one of this name; the first without it")
         ->type_name("NAME")
         ->needs(svg);
+    dmtree::addMode(*command, options->fcm);
     dmtree::addLenient(*command, options->lenient);
     command->callback([&run, options] { run = [options] { return picture(*options); }; });
 }
