@@ -16,6 +16,12 @@ constexpr double titleHeight = 44.0;
 constexpr double margin = 12.0;
 constexpr double noteHeight = 18.0;
 
+/// Of a track, or of one of its layers.
+bool isRowOf(std::string_view name, const std::string& track)
+{
+    return name == track || name.starts_with(track + '.');
+}
+
 void addThemeRules(std::string& out, const Theme& theme, const char* Tint::*fill)
 {
     const auto rule = [&](const char* selector, const char* property, const char* value)
@@ -156,9 +162,8 @@ private:
         {
             const std::string& name = text(row.name);
             const bool wanted =
-                _options.tracks.empty() ||
-                std::any_of(_options.tracks.begin(), _options.tracks.end(),
-                            [&](const std::string& track) { return name == track || name.starts_with(track + '.'); });
+                _options.tracks.empty() || std::any_of(_options.tracks.begin(), _options.tracks.end(),
+                                                       [&](const std::string& track) { return isRowOf(name, track); });
             if (!wanted)
             {
                 up += row.height + sizes.rowGap;
@@ -485,6 +490,12 @@ private:
 };
 
 } // namespace
+
+bool hasTrack(const Scene& scene, const Composition& composition, const std::string& track)
+{
+    return std::any_of(composition.rows.begin(), composition.rows.end(),
+                       [&](const Row& row) { return isRowOf(scene.texts[row.name], track); });
+}
 
 Window windowOf(const Composition& composition, const SvgOptions& options)
 {

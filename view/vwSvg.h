@@ -19,6 +19,9 @@ struct SvgOptions
 /// Empty where the scene has no such composition.
 ZR_DM_API std::string svgOf(const Scene& scene, const SvgOptions& options);
 
+/// Whether a composition has a track, as `tracks` names it.
+ZR_DM_API bool hasTrack(const Scene& scene, const Composition& composition, const std::string& track);
+
 /// The window that svgOf draws for the options.
 ZR_DM_API Window windowOf(const Composition& composition, const SvgOptions& options);
 

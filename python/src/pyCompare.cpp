@@ -239,7 +239,13 @@ void addMerges(py::module_& module)
         .def_property_readonly(
             "root", [](const DmMerge& self) { return wrap(self.result().get()); }, "A tree of its own.")
         .def_property_readonly("conflicts", &DmMerge::conflicts)
-        .def_property_readonly("notes", &DmMerge::notes, "What was done that nobody asked for, in words.");
+        .def_property_readonly("notes", &DmMerge::notes, "What was done that nobody asked for, in words.")
+        .def("__repr__",
+             [](const DmMerge& self)
+             {
+                 const std::size_t count = self.conflicts().size();
+                 return "<Merge: " + std::to_string(count) + (count == 1 ? " conflict>" : " conflicts>");
+             });
     module.def(
         "merge",
         [](const py::object& base, const py::object& ours, const py::object& theirs, const std::string& favour)

@@ -159,6 +159,8 @@ private:
     {
         if (status == DM_BAD_INDEX)
             throw py::index_error(name() + ": index out of range");
+        if (status == DM_BAD_PROPERTY_TYPE) // its class is one that the list holds: the owner does not want it
+            raiseDmError(status, name() + ": an object of that class has no place there");
         if (status != DM_NO_ERROR)
             raiseStatus(status, name());
     }

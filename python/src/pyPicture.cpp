@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace zrpy
 {
@@ -76,11 +77,20 @@ std::string picture(const py::object& node, double width, const py::object& rang
     for (const py::handle each : py::iter(tracks))
         options.tracks.push_back(dmUtf8(toText(each, "a track's name")));
 
-    const OthersRun others{tree.get()};
-    view::Scene scene = view::sceneOf(*root, dmUtf8(root->getName()));
-    if (findings)
-        view::addFindings(scene, *root);
-    return view::svgOf(scene, options);
+    std::string drawn;
+    auto missing = options.tracks.cend();
+    {
+        const OthersRun others{tree.get()};
+        view::Scene scene = view::sceneOf(*root, dmUtf8(root->getName()));
+        missing = std::ranges::find_if_not(std::as_const(options.tracks), [&](const std::string& track)
+                                           { return view::hasTrack(scene, scene.compositions.front(), track); });
+        if (findings)
+            view::addFindings(scene, *root);
+        drawn = view::svgOf(scene, options);
+    }
+    if (missing != options.tracks.cend())
+        raiseValue("there is no track '" + *missing + "'");
+    return drawn;
 }
 
 } // namespace

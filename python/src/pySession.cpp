@@ -151,6 +151,9 @@ DmElementPlace Session::place(const py::object& element) const
 {
     if (const std::optional<std::array<int, 3>> position = positionOf<3>(element))
         return {(*position)[0], (*position)[1], (*position)[2]};
+    if (!dynamic_cast<const DmTreeNode*>(unwrap(element)))
+        raiseType("an element is a node, or its (track, layer, index), not " +
+                  std::string(element.is_none() ? "None" : Py_TYPE(element.ptr())->tp_name));
     const DmTreeNode& node = requireNode(element);
     const Reached reached = *reachedBy(element);
     std::optional<DmElementPlace> found;

@@ -56,7 +56,7 @@ def test_what_is_wrong_is_said_with_its_place(path, tmp_path):
     for call in (zrdmtree.load, zrdmtree.loads, zrdmtree.dumps):
         with pytest.raises(TypeError, match="findings"):
             call(path.read_text() if call is zrdmtree.loads else path, findings=())
-    with pytest.raises(zrdmtree.DmError, match="nowhere"):
+    with pytest.raises(FileNotFoundError, match="nowhere"):
         zrdmtree.save(zrdmtree.DmRoot(), tmp_path / "nowhere" / "x.json")
 
 

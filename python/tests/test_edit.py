@@ -105,6 +105,7 @@ REFUSED = [
     (lambda e: e.transition((0, 0, 3), 5, "sideways"), DmValueError),
     (lambda e: e.swap((0, 0, 0), (9, 9, 9)), DmError),
     (lambda e: e.trim((0, 0, "x"), "tail", 1), TypeError),
+    (lambda e: e.roll("V1", 1), TypeError),
     (lambda e: e.trim((10**30, 0, 0), "tail", 1), TypeError),
     (lambda e: e.trim((-1, -1, -1), "tail", 1), DmError),
     (lambda e: e.split("V1", 5, unlocked_tracks=["x"]), TypeError),

@@ -50,6 +50,8 @@ def test_what_cannot_be_converted_raises(edl, tmp_path):
             zrdmtree.dumps(root, **{"format": "edl", **options})
     with pytest.raises(TypeError):
         zrdmtree.dumps(zrdmtree.DmCueMark(), format="edl")
+    with pytest.raises(zrdmtree.DmValueError, match="extension"):
+        zrdmtree.convert(edl, tmp_path / "reel.oito")
     with pytest.raises(zrdmtree.DmError):
         zrdmtree.save(zrdmtree.DmRoot(), tmp_path / "empty.edl")
     assert not (tmp_path / "empty.edl").exists()

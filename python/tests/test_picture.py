@@ -31,7 +31,7 @@ def test_a_still_shows_a_range_and_tracks(commercial):
 
 
 @pytest.mark.parametrize("options", [{"width": 0}, {"width": float("nan")}, {"range": (5, 1)}, {"range": "ab"},
-                                     {"range": (1,)}, {"range": ("x", "y")}, {"range": 3}, {"tracks": "V1"},
+                                     {"range": (1,)}, {"range": ("x", "y")}, {"range": 3}, {"tracks": "V1"}, {"tracks": ["V9"]},
                                      {"tracks": [3]}])
 def test_what_cannot_be_drawn_raises(commercial, options):
     with pytest.raises((zrdmtree.DmValueError, TypeError)):

@@ -4,6 +4,7 @@
 read or written raises DmError, whose `findings` say why; what is wrong with the file itself, OSError.
 """
 
+import errno
 import io
 import os
 import re
@@ -25,8 +26,7 @@ def load(source, *, format=None, fcm=None, lenient=False, findings=None):
     path = os.fspath(source)
     with open(path, "rb"):  # says in Python's words what is wrong with the file
         pass
-    name = os.fsdecode(path).encode(errors="replace").decode()
-    return _result(_zrdmtree._read_file(os.fsencode(path), name, format or "", fcm, lenient), findings)
+    return _result(_zrdmtree._read_file(os.fsencode(path), _name(path), format or "", fcm, lenient), findings)
 
 
 def loads(document, *, format=None, fcm=None, lenient=False, findings=None):
@@ -51,10 +51,11 @@ def save(root, target, *, format=None, fcm=None, compact=False, findings=None):
         format = format or (_zrdmtree._format_of_path(name) if isinstance(name, str) else "")
         target.write(dumps(root, format=format, fcm=fcm, compact=compact, findings=findings))
         return
-    path, name = os.fsencode(target), os.fsdecode(target).encode(errors="replace").decode()
+    path, name = os.fsencode(target), _name(target)
     if b"\0" in path:
         raise ValueError("embedded null byte")
     format = format or _zrdmtree._format_of_path(name) or "json"
+    _check_target(path, name)
     if format == "json":
         _zrdmtree._save(root, path, compact)
     else:
@@ -71,9 +72,23 @@ def dumps(root, *, format=None, fcm=None, compact=False, findings=None):
 
 def convert(source, target, *, fcm=None, lenient=False):
     """From one file to another, by their formats; what is to be said about both is the answer."""
+    if not hasattr(target, "write") and not _zrdmtree._format_of_path(_name(target)):
+        formats = ", ".join(_zrdmtree.formats())
+        raise _error(_zrdmtree.DmValueError, f"{_name(target)}: the extension names no format; there are {formats}", [])
     findings = []
     save(load(source, fcm=fcm, lenient=lenient, findings=findings), target, fcm=fcm, findings=findings)
     return findings
+
+
+def _check_target(path, name):
+    """Says in Python's words why nothing can be written there."""
+    wrong = errno.EISDIR if os.path.isdir(path) else 0
+    try:
+        os.stat(os.path.join(os.path.dirname(path) or b".", b""))
+    except OSError as error:
+        wrong = error.errno
+    if wrong:
+        raise OSError(wrong, os.strerror(wrong), name)
 
 
 def _check(findings):
@@ -98,7 +113,16 @@ def _result(answer, findings):
     if findings is not None:
         findings.extend(found)
     if made is None:
-        error = _zrdmtree.DmError(text)
-        error.code, error.text, error.findings = -1, text, found
-        raise error
+        raise _error(_zrdmtree.DmError, text, found)
     return made
+
+
+def _error(kind, text, findings):
+    error = kind(text)
+    error.code, error.text, error.findings = -1, text, findings
+    return error
+
+
+def _name(path):
+    """A path as texts show it."""
+    return os.fsdecode(path).encode(errors="replace").decode()

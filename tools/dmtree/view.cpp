@@ -74,12 +74,7 @@ std::string still(const view::Scene& scene, const Options& options)
     if (!options.tracks.empty())
         svg.tracks = split(options.tracks, ',');
     for (const std::string& track : svg.tracks)
-        if (std::none_of(composition.rows.begin(), composition.rows.end(),
-                         [&](const view::Row& row)
-                         {
-                             const std::string& name = scene.texts[row.name];
-                             return name == track || name.starts_with(track + '.');
-                         }))
+        if (!view::hasTrack(scene, composition, track))
             throw std::runtime_error("--tracks: there is no '" + track + "'");
     return view::svgOf(scene, svg);
 }
