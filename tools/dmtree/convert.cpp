@@ -16,6 +16,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace
@@ -117,6 +118,9 @@ void convert(const Options& options, const DmRoot* media, Job& job)
     {
         interchange::Writing written = out == "-" ? interchange::writeStream(*document.root, std::cout, writing)
                                                   : interchange::writeFile(*document.root, out, writing);
+        for (DmFinding& finding : written.findings)
+            if (std::string_view(finding.code) == "DM601") // about the file itself, which is not the job's first
+                finding.text.insert(0, (out == "-" ? "standard output" : out) + ": ");
         std::ranges::move(written.findings, std::back_inserter(job.findings));
         return written.done;
     };

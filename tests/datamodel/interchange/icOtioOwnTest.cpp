@@ -306,7 +306,8 @@ TEST(Interchange, AHostRegistersAFormatAndNothingThatItThrowsGetsOut)
     private:
         std::string_view _name;
     };
-    EXPECT_FALSE(interchange::registerFormat(std::make_shared<Broken>("edl")));
+    for (const char* const name : {"edl", "EDL", "a b", ""})
+        EXPECT_FALSE(interchange::registerFormat(std::make_shared<Broken>(name))) << name;
     EXPECT_FALSE(interchange::registerFormat(nullptr));
     EXPECT_TRUE(interchange::registerFormat(std::make_shared<Broken>("broken")));
     const interchange::Reading read = interchange::readBuffer("BROKEN");

@@ -31,14 +31,15 @@ namespace interchange
 /// What a conversion is asked for. What a format has no use for it passes over.
 struct Options
 {
-    std::string format; ///< by name; empty: reading, by the first bytes, then the extension; writing, by the extension
+    /// By name; empty: reading, by the first bytes, then the extension; writing, by the extension.
+    std::string format = {};
     DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED; ///< of what does not say its mode; not defined: the format chooses
     bool lenient = false;                         ///< carry on where a list has a mistake
     bool places = false;                          ///< reading also tells where in the file each node came from
-    std::string composition;                      ///< the one to write, by its name; empty: all, or the first
-    std::vector<std::string> tracks;              ///< those to write, as "V1" and "A2"; empty: all
+    std::string composition = {};                 ///< the one to write, by its name; empty: all, or the first
+    std::vector<std::string> tracks = {};         ///< those to write, as "V1" and "A2"; empty: all
     bool flatten = false;                         ///< write what nested compositions play in their place
-    std::map<std::string, std::string, std::less<>> more; ///< of a single format: {"reel-length", "8"}
+    std::map<std::string, std::string, std::less<>> more = {}; ///< of a single format: {"reel-length", "8"}
 };
 
 /// Bytes to be read: of a file, a buffer, a stream, or whatever a host has.

@@ -7,7 +7,6 @@ namespace interchange
 {
 
 ReplaceFile::ReplaceFile(const std::string& path)
-    : _path(path)
 {
     if (!_file.open(path.c_str()))
         fail();
@@ -26,7 +25,7 @@ void ReplaceFile::finish()
 
 void ReplaceFile::fail() const
 {
-    throw std::runtime_error(_path + ": " + fault());
+    throw std::runtime_error(fault());
 }
 
 } // namespace interchange

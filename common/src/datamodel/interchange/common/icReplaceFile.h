@@ -25,7 +25,6 @@ public:
 private:
     [[noreturn]] void fail() const;
 
-    const std::string _path;
     DM::CoReplaceFile _file;
 };
 

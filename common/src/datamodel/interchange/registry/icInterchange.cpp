@@ -34,6 +34,12 @@ std::vector<std::shared_ptr<const Format>> ownFormats()
     return {documentFormat(), aleFormat(), edlFormat(), fcp7xmlFormat(), otioFormat()};
 }
 
+/// Names are words in lower case, as options take them.
+bool isOfName(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_' || c == '.';
+}
+
 class Registry
 {
 public:
@@ -47,7 +53,8 @@ public:
         const std::lock_guard lock(_mutex);
         const std::string_view name = format->name();
         const bool isTaken = std::ranges::any_of(_formats, [name](const auto& each) { return each->name() == name; });
-        if (isTaken || name.empty())
+        const bool isName = !name.empty() && std::ranges::all_of(name, isOfName);
+        if (isTaken || !isName)
             return false;
         _formats.push_back(std::move(format));
         return true;
@@ -261,9 +268,7 @@ std::shared_ptr<const Format> formatToWrite(const Options& options, std::string_
 {
     std::shared_ptr<const Format> format = options.format.empty() ? formatOfPath(path) : formatNamed(options.format);
     if (!format && options.format.empty())
-        report.add(Report::Error, 0,
-                   std::string(path).append(path.empty() ? "" : ": ") +
-                       "the extension names no format that there is; there are " + names());
+        report.add(Report::Error, 0, "the extension names no format that there is; there are " + names());
     else if (!format)
         report.add(Report::Error, 0, "no format is called '" + options.format + "'; there are " + names());
     return format;
