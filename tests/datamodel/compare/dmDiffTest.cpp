@@ -24,6 +24,7 @@ std::string listed(const DmDiff& diff)
 std::string changes(const CoSharedPtr<DmRoot>& before, const CoSharedPtr<DmRoot>& after, const DmDiffOptions& how = {})
 {
     DmStatus status;
+    status.fail(DM_BAD_VALUE, L"of an earlier call");
     const DmDiff diff = DmDiff::between(before.get(), after.get(), how, &status);
     return status.ok() ? listed(diff) : dmUtf8(status.info());
 }

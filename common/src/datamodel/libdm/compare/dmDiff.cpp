@@ -220,7 +220,7 @@ DmDiff DmDiff::between(const DmTimeline& before, const DmTimeline& after, const 
                        DmStatus* status)
 {
     if (before == after)
-        return {};
+        return of(nullptr, nullptr, options, status, nullptr);
     // Shifts one by one are told of each shot.
     if (!before || !after || options.eachShift)
         return of(before.tree().get(), after.tree().get(), options, status, nullptr);
@@ -239,6 +239,8 @@ DmDiff DmDiff::of(const DmTreeNode* before, const DmTreeNode* after, const DmDif
                   const Sharing* sharing)
 {
     DmDiff diff;
+    if (status)
+        status->reset();
     for (const std::string& name : options.ignored)
         if (std::ranges::none_of(dmChangeKinds(),
                                  [&](const DmChangeKindName& kind) { return name == kind.name || name == kind.group; }))

@@ -204,6 +204,8 @@ std::shared_ptr<DmTimelineValue> valueOf(const CoSharedPtr<DmTreeNode>& tree, in
 
 DmTimeline DmTimeline::publish(const DmTreeNode* tree, int composition, DmStatus* status)
 {
+    if (status)
+        status->reset();
     if (!tree)
     {
         fail(status, "There is no tree to publish.");
@@ -229,6 +231,8 @@ DmTimeline DmTimeline::publish(const DmTreeNode* tree, int composition, DmStatus
 
 DmTimeline DmTimeline::takeOver(CoSharedPtr<DmTreeNode>&& tree, int composition, DmStatus* status)
 {
+    if (status)
+        status->reset();
     CoSharedPtr<DmTreeNode> own = std::move(tree);
     if (!own)
     {
