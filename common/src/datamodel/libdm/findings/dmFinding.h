@@ -23,17 +23,17 @@ struct ZR_DM_API DmFinding
     };
 
     Severity severity = Warning;
-    const char* code = "";    ///< of dmFindingCodes(), which lasts as long as the program
-    std::uint32_t line = 0;   ///< in the file, from 1 on; 0: of the file as a whole, or not known
-    std::uint32_t column = 0; ///< from 1 on; 0: not known
-    std::string nodePath;     ///< from the root on: "children[0]/children[2]"
-    std::string clip;         ///< its name
-    std::string track;        ///< "V1", "A2"
-    std::string record;       ///< the label of its record time
-    std::string text;         ///< UTF-8, without a line end
+    const char* code = "";     ///< of dmFindingCodes(), which lasts as long as the program
+    std::uint32_t line = 0;    ///< in the file, from 1 on; 0: of the file as a whole, or not known
+    std::uint32_t column = 0;  ///< from 1 on; 0: not known
+    std::string nodePath = {}; ///< from the root on: "children[0]/children[2]"
+    std::string clip = {};     ///< its name
+    std::string track = {};    ///< "V1", "A2"
+    std::string record = {};   ///< the label of its record time
+    std::string text = {};     ///< UTF-8, without a line end
     /// By which a finding of an earlier cut is known again, wherever it plays by now: the medium and its range that
     /// plays, or those of the shots around. Empty where there is no shot.
-    std::string subject;
+    std::string subject = {};
 
     /// "error", "warning" or "note".
     const char* severityName() const;

@@ -52,20 +52,20 @@ struct DmFindingOptions
 {
     /// Rules by code ("DM301"), the begin of one ("DM3"), name ("flash-frame") or group ("cut"), "all" for all there
     /// are. Empty: those that are on by themselves.
-    std::vector<std::string> select;
-    std::vector<std::string> ignore; ///< the same; wins over `select`
+    std::vector<std::string> select = {};
+    std::vector<std::string> ignore = {}; ///< the same; wins over `select`
 
-    bool all = false;              ///< every composition keeps the rules that only an origin asks for
-    std::optional<double> handles; ///< what each shot must have beside what plays, in frames of its source
-    double flash = 3.0;            ///< a shot of which fewer frames are seen is a flash
-    double jump = 12.0;            ///< of a jump cut: the most frames that are skipped
-    double dupeHandles = 0.0;      ///< frames beside what plays that may not show twice either
-    std::string startLabel;        ///< what compositions begin at; empty: whatever they like
+    bool all = false;                   ///< every composition keeps the rules that only an origin asks for
+    std::optional<double> handles = {}; ///< what each shot must have beside what plays, in frames of its source
+    double flash = 3.0;                 ///< a shot of which fewer frames are seen is a flash
+    double jump = 12.0;                 ///< of a jump cut: the most frames that are skipped
+    double dupeHandles = 0.0;           ///< frames beside what plays that may not show twice either
+    std::string startLabel = {};        ///< what compositions begin at; empty: whatever they like
     std::vector<std::string> markWords = {"TODO"}; ///< that ask for something
-    std::string mediaRoot;                         ///< where files are; empty: nobody looks for them
-    std::vector<std::string> requiredPaths;        ///< patterns with * and ?, one of which a path must match
-    std::vector<std::string> forbiddenPaths;       ///< none of which it may match
-    std::string shotNames;                         ///< a pattern that shot names must match; empty: none
+    std::string mediaRoot = {};                    ///< where files are; empty: nobody looks for them
+    std::vector<std::string> requiredPaths = {};   ///< patterns with * and ?, one of which a path must match
+    std::vector<std::string> forbiddenPaths = {};  ///< none of which it may match
+    std::string shotNames = {};                    ///< a pattern that shot names must match; empty: none
     std::size_t reelLength = 8;                    ///< characters that a CMX list has for a reel
 };
 
