@@ -12,6 +12,9 @@
 #include "dmSourceInfo.h"
 #include "dmSourceNode.h"
 
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wshadow" // clang: each class counts its properties, within DmSourceNode that does, too
+
 /// The base of all inputs.
 class ZR_DM_API DmSourceNode::Input : public DmPropertySet
 {
@@ -337,3 +340,5 @@ private:
     DmString _reelName;
     DmString _sourceName;
 };
+
+#pragma GCC diagnostic pop
