@@ -24,15 +24,30 @@ inline void askFor(void* memory, std::size_t size)
         static_cast<void>(madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE));
 }
 
-/// For what the C library's allocator will serve small requests from: a large one is asked for, and given back
-/// untouched.
-inline void askForNext(std::size_t size)
+/// A range of addresses.
+struct Range
 {
-    if (void* const next = std::malloc(size))
+    std::uintptr_t begin = 0;
+    std::uintptr_t end = 0;
+
+    bool holds(const void* address) const
     {
-        askFor(next, size);
-        std::free(next);
+        const auto at = reinterpret_cast<std::uintptr_t>(address);
+        return begin <= at && at < end;
     }
+};
+
+/// For what the C library's allocator will serve small requests from: a large one is asked for, and given back
+/// untouched. Where that is, as far as anybody knows.
+inline Range askForNext(std::size_t size)
+{
+    void* const next = std::malloc(size);
+    if (!next)
+        return {};
+    askFor(next, size);
+    const auto begin = reinterpret_cast<std::uintptr_t>(next);
+    std::free(next);
+    return {begin, begin + size};
 }
 
 } // namespace dmLargePages
