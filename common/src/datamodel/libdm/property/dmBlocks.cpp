@@ -187,7 +187,7 @@ void askForLargePages(Heap& heap)
     heap.asked = heap.blocks + ahead;
 }
 
-Block& newBlock(Heap& heap, std::size_t index)
+[[gnu::noinline]] Block& newBlock(Heap& heap, std::size_t index)
 {
     constexpr std::uint32_t first = (sizeof(Block) + grain - 1) / grain * grain;
     void* memory = nullptr;
