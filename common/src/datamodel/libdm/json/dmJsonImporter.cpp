@@ -110,8 +110,9 @@ DmStatus DmJsonImporter::importRootFromFile(const char* path, CoSharedPtr<DmRoot
 DmStatus DmJsonImporter::importRootFromStr(const char* json, CoSharedPtr<DmRoot>& root, DmJsonPlace* place,
                                            DmJsonChanges* changes)
 {
+    dmJson::ZeroEndedSource text(json ? json : "");
     DmPropertySetPtr set;
-    DmStatus status = importSetFromStr(json ? json : "", set, place, changes);
+    DmStatus status = read(text, set, place, changes, false);
     return asRoot(std::move(status), set, root);
 }
 

@@ -46,6 +46,20 @@ bool TextSource::rewind()
     return true;
 }
 
+std::size_t ZeroEndedSource::read(char* to, std::size_t size)
+{
+    const std::size_t count = strnlen(_text + _at, size);
+    std::memcpy(to, _text + _at, count);
+    _at += count;
+    return count;
+}
+
+bool ZeroEndedSource::rewind()
+{
+    _at = 0;
+    return true;
+}
+
 Pieces::Pieces(DmJsonSource& source, bool mayChange)
     : _source(source)
     , _keeps(!source.rewind())
