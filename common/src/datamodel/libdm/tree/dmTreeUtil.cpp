@@ -2,6 +2,7 @@
 
 #include "dmCompositionNode.h"
 #include "dmElementImp.h"
+#include "dmFetchImp.h"
 #include "dmIdTableImp.h"
 #include "dmLayerNode.h"
 #include "dmNesting.h"
@@ -230,6 +231,7 @@ void DmValidationVisitor::visitLayerNode(DmLayerNode* node)
     {
         const Spot spot{"children", i};
         _place.elementIndex = i;
+        dmFetch::element(*node, i + dmFetch::ahead);
         DmTreeNode* const child = node->getChild(i);
         const DmSegmentNode* const segment = dmSegment(child);
         const DmTransitionNode* const transition = dmTransition(child);
@@ -282,7 +284,14 @@ void DmValidationVisitor::postProcessLayerNode(DmLayerNode* /*node*/)
 void DmValidationVisitor::enterElement(double recIn)
 {
     if (path() && path()->index() >= 0)
+    {
         _place.elementIndex = path()->index();
+        const DmTreeNode& layer = *path()->above();
+        const int later = path()->index() + dmFetch::ahead;
+        dmFetch::element(layer, later);
+        dmFetch::element(layer, later + 1); // a transition, which nothing is asked of
+        dmFetch::id(layer, later - dmFetch::ahead / 2);
+    }
     _place.recordFrame = recIn;
     _atElement = true;
 }
