@@ -327,8 +327,8 @@ TEST(EdlReader, CountsThroughMidnight)
                                      "004 A V C 01:00:00:00 01:00:01:00 00:00:02:00 00:00:03:00\n"
                                      "* LOC: 00:00:02:10\n");
     ASSERT_TRUE(result.list) << result.messages;
-    EXPECT_EQ(result.messages, "cut.edl:2: warning: the record time passes midnight\n"
-                               "cut.edl:4: warning: the record time passes midnight\n");
+    EXPECT_EQ(result.messages, "cut.edl:2: warning: A, V1, 00:00:00:00: the record time passes midnight\n"
+                               "cut.edl:4: warning: A, V1, 00:00:02:00: the record time passes midnight\n");
     const std::int64_t day = std::int64_t{24} * 3600 * 25;
     const EdlList& list = *result.list;
     EXPECT_EQ(list.events[0].source, (EdlRange{day - 25, day + 25}));

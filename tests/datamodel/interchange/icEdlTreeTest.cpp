@@ -280,7 +280,7 @@ TEST(EdlTree, SaysWhatOfAListItLeavesOut)
                                       "002 A NONE C 01:00:00:00 01:00:04:00 10:00:04:00 10:00:08:00\n"))
                   .messages,
               "cut.edl:3: warning: A, A1, 10:00:00:00: colour corrections of events without a picture: left out\n"
-              "cut.edl:5: warning: 10:00:04:00: events on no channel: left out\n");
+              "cut.edl:5: warning: A, 10:00:04:00: events on no channel: left out\n");
 }
 
 TEST(EdlTree, ShowsEditsInTheList)

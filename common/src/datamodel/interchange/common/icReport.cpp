@@ -54,8 +54,7 @@ void Report::add(const char* code, Level level, std::uint32_t line, std::string 
     finding.code = code;
     finding.line = line;
     finding.text = std::move(text);
-    if (_where.node)
-        finding.clip = nameOf(*_where.node);
+    finding.clip = _where.node ? nameOf(*_where.node) : std::string(_where.clip);
     if (_where.track != 0)
         finding.track = (_where.mediaType == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(_where.track);
     if (_where.time != dmNoTime && _where.fcm != DM::FCM_NOT_DEFINED)

@@ -47,6 +47,7 @@ struct Where
     int track = 0;                                   ///< its number
     double time = dmNoTime;                          ///< in frames of the mode, as labels count
     DM::FrameCodeModes fcm = DM::FCM_NOT_DEFINED;
+    std::string_view clip = {}; ///< where there is no node yet
 };
 
 /// Where in the file a node came from.

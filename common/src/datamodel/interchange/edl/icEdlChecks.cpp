@@ -1,5 +1,6 @@
 #include "icEdlChecks.h"
 
+#include "icText.h"
 #include "icTimeCode.h"
 
 #include "tuTimeUnit.h"
@@ -23,6 +24,20 @@ namespace
 std::string framesText(std::int64_t frames)
 {
     return std::to_string(frames) + (frames == 1 ? " frame" : " frames");
+}
+
+void add(const EdlList& list, const EdlEvent& event, Report& report, std::string text)
+{
+    report.at(whereOf(list, event));
+    report.add(Report::Warning, event.line, std::move(text));
+    report.at({});
+}
+
+void mistake(const EdlList& list, const EdlEvent& event, Report& report, std::string what, std::string_view choice)
+{
+    report.at(whereOf(list, event));
+    report.mistake(event.line, std::move(what), choice);
+    report.at({});
 }
 
 /// Whether a list in which record times fall is one of another order, and not one with a mistake in it: it falls again
@@ -82,9 +97,9 @@ void checkNumbers(const EdlList& list, Report& report)
         const std::uint32_t before = list.events[i - 1].number;
         const std::uint32_t number = list.events[i].number;
         if (number < before && number > 1 && before != largestOfThreeDigits)
-            report.mistake(list.events[i].line,
-                           "event " + std::to_string(number) + " comes after event " + std::to_string(before),
-                           "it stays where its record time is");
+            mistake(list, list.events[i], report,
+                    "event " + std::to_string(number) + " comes after event " + std::to_string(before),
+                    "it stays where its record time is");
     }
 }
 
@@ -150,9 +165,9 @@ void checkLengths(const EdlList& list, EdlEvent& event, Report& report)
     const std::int64_t record = event.record.length();
     if (event.transitionLength > record)
     {
-        report.mistake(event.line,
-                       "the transition has " + framesText(event.transitionLength) + ", its event " + framesText(record),
-                       "it takes the whole event");
+        mistake(list, event, report,
+                "the transition has " + framesText(event.transitionLength) + ", its event " + framesText(record),
+                "it takes the whole event");
         event.transitionLength = static_cast<std::uint32_t>(record);
     }
     if (source == record || edlReelKind(event.reel) != EdlReelKind::Tape)
@@ -160,7 +175,7 @@ void checkLengths(const EdlList& list, EdlEvent& event, Report& report)
     const std::string lengths = "the source has " + framesText(source) + ", the record side " + framesText(record);
     if (!event.speed)
     {
-        report.mistake(event.line, lengths, "the record side holds");
+        mistake(list, event, report, lengths, "the record side holds");
         event.source.out = event.source.in + record;
         return;
     }
@@ -170,7 +185,7 @@ void checkLengths(const EdlList& list, EdlEvent& event, Report& report)
     const double tolerance = 2 + length * (0.05 / rate + 0.001);
     const double expected = length * std::abs(list.speedOf(event));
     if (event.speed->fps != 0 && std::fabs(static_cast<double>(source) - expected) > tolerance)
-        report.add(Report::Warning, event.line, lengths + ", and its speed does not account for it");
+        add(list, event, report, lengths + ", and its speed does not account for it");
 }
 
 /// What plays last on a channel.
@@ -208,15 +223,36 @@ void checkPlaces(const EdlList& list, Report& report)
         place(event->channels.video, video);
         place(event->channels.audio, audio);
         if (falls)
-            report.mistake(event->line, "the event begins before the one before it on its channel",
-                           "it stays where its record time is");
+            mistake(list, *event, report, "the event begins before the one before it on its channel",
+                    "it stays where its record time is");
         else if (overlaps)
-            report.mistake(event->line, "the event begins before the one before it on its channel has ended",
-                           "it covers that one");
+            mistake(list, *event, report, "the event begins before the one before it on its channel has ended",
+                    "it covers that one");
     }
 }
 
 } // namespace
+
+Where whereOf(const EdlList& list, const EdlEvent& event)
+{
+    const bool isVideo = event.channels.video != 0;
+    const std::uint64_t channels = isVideo ? event.channels.video : event.channels.audio;
+    std::string_view clip = equalsNoCase(event.reel, "AX") ? std::string_view() : event.reel;
+    bool isNamed = false;
+    for (const EdlNote& note : list.notesOf(event))
+    {
+        const bool isTo = event.isTransition() && note.kind == NoteKind::ToClipName;
+        if (isTo || (note.kind == NoteKind::FromClipName && !isNamed))
+            clip = note.text;
+        isNamed = isNamed || isTo || note.kind == NoteKind::FromClipName;
+    }
+    return {nullptr,
+            isVideo ? DM_MEDIA_VIDEO : DM_MEDIA_AUDIO,
+            channels == 0 ? 0 : std::countr_zero(channels) + 1,
+            static_cast<double>(event.record.in),
+            list.fcm,
+            clip};
+}
 
 void settleOrder(EdlList& list, Report& report)
 {
@@ -254,10 +290,10 @@ void settleOrder(EdlList& list, Report& report)
     for (std::size_t i = 0; i < list.events.size(); ++i)
     {
         EdlEvent& event = list.events[i];
-        if (days[i] > before / day * day)
-            report.add(Report::Warning, event.line, "the record time passes midnight");
         event.record.in += days[i];
         event.record.out += days[i];
+        if (days[i] > before / day * day)
+            add(list, event, report, "the record time passes midnight");
         for (std::uint32_t mark = 0; mark < event.markers.count; ++mark)
             list.markers[event.markers.first + mark].at += days[i];
         before = event.record.in;

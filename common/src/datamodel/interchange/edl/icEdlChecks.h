@@ -7,6 +7,9 @@
 namespace interchange
 {
 
+/// What a finding about an event says of it: clip, first channel and record time.
+Where whereOf(const EdlList& list, const EdlEvent& event);
+
 /// Finds out whether the list is in record order, on each channel by itself. If so, it passes midnight where a record
 /// time falls by more than half a day, and its numbers rise; else it does neither.
 void settleOrder(EdlList& list, Report& report);

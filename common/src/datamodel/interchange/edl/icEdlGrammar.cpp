@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <utility>
 
 namespace interchange
 {
@@ -94,20 +95,24 @@ constexpr std::array<TransitionCode, 7> transitionCodes{{{"C", EdlTransition::Cu
 Wrong parseTransition(std::string_view& text, EdlEvent& event)
 {
     std::string_view word = takeLastWord(text);
-    std::optional<std::uint32_t> length;
-    if (isAllDigits(word))
+    std::string_view digits;
+    const auto takeDigits = [&]
     {
-        length = toNumber<std::uint32_t>(word);
-        if (!length)
-            return "transition length " + quoted(word) + " is out of range";
-        word = takeLastWord(text);
-    }
+        if (digits.empty() && isAllDigits(word))
+            digits = std::exchange(word, takeLastWord(text));
+    };
+    takeDigits();
     constexpr std::string_view fades = "(F)";
     event.keyFades = word.size() >= fades.size() && equalsNoCase(word.substr(word.size() - fades.size()), fades);
     if (event.keyFades)
         word.remove_suffix(fades.size());
     if (event.keyFades && word.empty())
         word = takeLastWord(text);
+    if (event.keyFades)
+        takeDigits();
+    const std::optional<std::uint32_t> length = toNumber<std::uint32_t>(digits);
+    if (!length && !digits.empty())
+        return "transition length " + quoted(digits) + " is out of range";
     const std::optional<std::uint16_t> pattern =
         startsWithNoCase(word, "W") ? toNumber<std::uint16_t>(word.substr(1)) : std::nullopt;
     const auto* const code = std::ranges::find_if(transitionCodes, [&](const TransitionCode& candidate)

@@ -1,5 +1,6 @@
 #include "icEdlToTree.h"
 
+#include "icEdlChecks.h"
 #include "icEdlGrammar.h"
 #include "icEdlKept.h"
 #include "icEdlLine.h"
@@ -172,12 +173,13 @@ void TreeMaker::readReels()
 
 void TreeMaker::lose(const Loss& loss, const EdlEvent& event, std::optional<Channel> channel)
 {
-    const bool isVideo = event.channels.video != 0;
-    const std::uint64_t channels = isVideo ? event.channels.video : event.channels.audio;
-    const Channel first{isVideo ? DM_MEDIA_VIDEO : DM_MEDIA_AUDIO,
-                        event.channels.isEmpty() ? 0 : std::countr_zero(channels) + 1};
-    const Channel told = channel.value_or(first);
-    _report.at({nullptr, told.mediaType, told.number, static_cast<double>(event.record.in), _list.fcm});
+    Where where = whereOf(_list, event);
+    if (channel)
+    {
+        where.mediaType = channel->mediaType;
+        where.track = channel->number;
+    }
+    _report.at(where);
     _report.lose(loss, event.line);
     _report.at({});
 }
