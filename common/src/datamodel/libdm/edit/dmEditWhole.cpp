@@ -432,18 +432,15 @@ void layOver(DmLane& base, DmLane& upper, std::vector<DmString>& notes)
     }
 }
 
-/// Takes these layers away, and the tracks that have none left by it.
+/// Takes these layers, which are in order, away, and the tracks that have none left by it.
 void dropLayers(DmTimelineValue& value, std::span<const DmLayerPlace> places)
 {
-    for (const DmLayerPlace& place : places)
+    for (std::size_t p = places.size(); p-- > 0;)
     {
-        DmTimelineValue::Layer* const layer = value.layer(place);
-        value.leave(*layer);
-        layer->bare.reset();
-        layer->runs = DmRuns();
+        auto& layers = value.tracks[std::size_t(places[p].track)].layers;
+        value.leave(layers[std::size_t(places[p].layer)]);
+        layers.erase(layers.begin() + places[p].layer);
     }
-    for (DmTimelineValue::Track& track : value.tracks)
-        std::erase_if(track.layers, [](const DmTimelineValue::Layer& layer) { return !layer.bare && !layer.other; });
     for (int t = int(value.tracks.size()); t-- > 0;)
         if (std::ranges::find(places, t, &DmLayerPlace::track) != places.end() &&
             value.tracks[std::size_t(t)].layers.empty())
