@@ -12,6 +12,7 @@ DmPatch made(const DmRoot& before, const DmRoot& after)
 {
     DmPatch patch;
     DmPatch back;
+    EXPECT_TRUE(DmPatch::make(after, before, patch).ok()); // what it was before is gone
     EXPECT_TRUE(DmPatch::make(before, after, patch).ok());
     const DmStatus status = DmPatch::read(patch.json(), back);
     EXPECT_TRUE(status.ok()) << dmUtf8(status.info());
