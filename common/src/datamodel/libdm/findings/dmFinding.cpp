@@ -57,7 +57,7 @@ constexpr DmFindingCode conversions[] = {
     {"DM736", DmFinding::Warning, "transitions whose cut no alignment names"},
     {"DM737", DmFinding::Warning, "properties that the format has no words for"},
     {"DM738", DmFinding::Warning, "attached sets that the format has no words for"},
-    {"DM739", DmFinding::Note, "what only the format has words for that it was read from"},
+    {"DM739", DmFinding::Note, "what only the format that it came from can say"},
 };
 static_assert(std::ranges::is_sorted(conversions, {},
                                      [](const DmFindingCode& each) { return std::string_view(each.code); }));
