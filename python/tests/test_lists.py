@@ -30,7 +30,7 @@ def test_every_format_reads_and_writes(examples, edl, tmp_path):
 
 def test_findings_say_what_and_where(edl, tmp_path, commercial):
     wrong = edl.read_text().replace("01:00:04:00 10:00:00", "01:00:04:05 10:00:00")
-    with pytest.raises(zrdmtree.DmError, match="<document>:4: the source has 105 frames") as raised:
+    with pytest.raises(zrdmtree.DmError, match="<document>:4: Harbour wide, V1, 10:00:00:00: the source has 105") as raised:
         zrdmtree.loads(wrong, fcm="25 fps")
     assert [(each.severity, each.line, each.code) for each in raised.value.findings] == [("error", 4, "DM602")]
     findings = []
