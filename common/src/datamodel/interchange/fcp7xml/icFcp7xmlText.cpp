@@ -686,10 +686,37 @@ std::vector<pugi::xml_node> placesOf(const Series& series, pugi::xml_node form)
     return places;
 }
 
-} // namespace
-
-void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items, const Series& series)
+/// An element on its way out: what the form keeps of it, with what the model says by now.
+class Filling
 {
+public:
+    Filling(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items, const Series& series)
+        : _out(out)
+        , _form(form)
+        , _plain(plain)
+        , _items(items)
+        , _series(series)
+        , _name(form ? plainName(form.name()) : std::string_view(plain.name()))
+        , _hasSeries(plain.child(seriesName))
+        , _open(keyed(plain))
+    {
+    }
+
+    void write()
+    {
+        addKept();
+        addNew();
+        _out.open(_name, _form, _plain, _entries.empty());
+        if (_entries.empty())
+            return;
+        _isRangeEdited = std::ranges::any_of(_entries, isEdited);
+        findRows();
+        for (const Entry& entry : _entries)
+            write(entry);
+        _out.close(_name);
+    }
+
+private:
     struct Entry
     {
         pugi::xml_node form;
@@ -697,156 +724,198 @@ void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteIte
         bool isItems = false;
         std::size_t times = 0; ///< so many of the series
     };
-    const std::string_view name = form ? plainName(form.name()) : std::string_view(plain.name());
-    auto open = keyed(plain);
-    Places places;
-    const bool hasSeries = static_cast<bool>(plain.child(seriesName));
-    std::size_t placed = 0; ///< of the series
-    std::vector<Entry> entries;
-    for (const pugi::xml_node child : form.children())
+
+    void addKept();
+    void addKept(pugi::xml_node child);
+    void addNew();
+    void addNew(std::size_t at, Entry entry)
     {
-        const std::string_view childName = child.name();
-        if (!isOurs(childName))
-        {
-            entries.push_back({child, {}});
-            continue;
-        }
-        if (childName == itemsName)
-        {
-            entries.push_back({child, {}, true});
-            open.erase(itemsName);
-            continue;
-        }
-        if (child.attribute(othersMark)) // the plain element leaves them out
-            continue;
-        if (hasSeries && plainName(childName) == series.name)
-        {
-            const std::size_t times = child.attribute(timesMark).as_uint(1);
-            const std::size_t taken = std::min(times, series.count - placed);
-            if (taken != 0) // else the model has no more of them
-                entries.push_back({child, {}, false, taken});
-            placed += taken;
-            continue;
-        }
-        const pugi::xml_attribute key = child.attribute(keyMark);
-        const auto found = open.find(key ? std::string(key.value()) : places.next(plainName(childName)));
-        if (!key)
-            places.take(plainName(childName));
-        if (found == open.end())
-            continue; // the model says it no more
-        if (child.attribute(absentMark) && allText(found->second) != child.attribute(absentMark).value())
-            continue; // it says something else now
-        if (!child.attribute(absentMark))
-            entries.push_back({child, found->second});
-        open.erase(found);
+        _entries.insert(_entries.begin() + static_cast<std::ptrdiff_t>(at), entry);
     }
-    // In and out are one statement: where one was edited, what the file said of the other no longer counts. So are all
-    // four where the file names the cut inside a transition, and we the transition's far side.
-    bool isRangeEdited = false;
-    const auto isRange = [](const Entry& entry)
+    void findRows();
+    void write(const Entry& entry);
+    void writeRow(const Entry& row);
+    void writeLeaf(const Entry& entry);
+
+    /// In and out are one statement: where one was edited, what the file said of the other no longer counts. So are all
+    /// four where the file names the cut inside a transition, and we the transition's far side.
+    static bool isRange(const Entry& entry)
     {
         const std::string_view said = entry.plain.name();
         const bool isPlace = said == "start" || said == "end";
         return said == "in" || said == "out" ||
                (isPlace && std::string_view(entry.form.attribute(wasMark).value()) == "-1");
-    };
-    for (const Entry& entry : entries)
-        if (const pugi::xml_attribute was = entry.form.attribute(wasMark); was && isRange(entry))
-            isRangeEdited = isRangeEdited || std::string_view(entry.plain.child_value()) != was.value();
-    // What is new stands behind what the plain element has before it.
+    }
+    static bool isEdited(const Entry& entry)
+    {
+        const pugi::xml_attribute was = entry.form.attribute(wasMark);
+        return was && isRange(entry) && std::string_view(entry.plain.child_value()) != was.value();
+    }
+
+    Output& _out;
+    const pugi::xml_node _form;
+    const pugi::xml_node _plain;
+    const WriteItems& _items;
+    const Series& _series;
+    const std::string_view _name;
+    const bool _hasSeries;
+    std::map<std::string, pugi::xml_node, std::less<>> _open; ///< of the plain element, what no entry has yet
+    Places _places;
+    std::vector<Entry> _entries;
+    bool _isRangeEdited = false;
+    std::size_t _placed = 0; ///< of the series
+    std::size_t _made = 0;
+    std::vector<pugi::xml_node> _ownPlaces; ///< of each of the series, unless they stand in the order of the rows
+    std::unordered_map<const void*, const Entry*> _rowOf; ///< of such a place
+    const Entry* _lastRow = nullptr;
+};
+
+/// What the file said, as long as the model does.
+void Filling::addKept()
+{
+    for (const pugi::xml_node child : _form.children())
+        if (isOurs(child.name()))
+            addKept(child);
+        else
+            _entries.push_back({child, {}});
+}
+
+void Filling::addKept(pugi::xml_node child)
+{
+    const std::string_view name = child.name();
+    if (name == itemsName)
+    {
+        _entries.push_back({child, {}, true});
+        _open.erase(itemsName);
+        return;
+    }
+    if (child.attribute(othersMark)) // the plain element leaves them out
+        return;
+    if (_hasSeries && plainName(name) == _series.name)
+    {
+        const std::size_t times = child.attribute(timesMark).as_uint(1);
+        const std::size_t taken = std::min(times, _series.count - _placed);
+        if (taken != 0) // else the model has no more of them
+            _entries.push_back({child, {}, false, taken});
+        _placed += taken;
+        return;
+    }
+    const pugi::xml_attribute key = child.attribute(keyMark);
+    const auto found = _open.find(key ? std::string(key.value()) : _places.next(plainName(name)));
+    if (!key)
+        _places.take(plainName(name));
+    if (found == _open.end())
+        return; // the model says it no more
+    if (child.attribute(absentMark) && allText(found->second) != child.attribute(absentMark).value())
+        return; // it says something else now
+    if (!child.attribute(absentMark))
+        _entries.push_back({child, found->second});
+    _open.erase(found);
+}
+
+/// What is new stands behind what the plain element has before it.
+void Filling::addNew()
+{
     std::unordered_set<const void*> left;
-    for (const auto& [key, child] : open)
+    for (const auto& [key, child] : _open)
         left.insert(child.internal_object());
     std::size_t at = 0;
-    for (const pugi::xml_node child : plain.children())
+    for (const pugi::xml_node child : _plain.children())
     {
-        const auto inForm = std::ranges::find_if(
-            entries, [child](const Entry& entry)
-            { return entry.plain == child || (entry.isItems && child.name() == std::string_view(itemsName)); });
+        const bool isItems = std::string_view(child.name()) == itemsName;
         if (std::string_view(child.name()) == seriesName)
         {
-            const auto last = std::ranges::find_if(entries.rbegin(), entries.rend(), &Entry::times);
-            if (last != entries.rend())
-                at = static_cast<std::size_t>(entries.rend() - last);
-            if (placed < series.count)
-                entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(at++),
-                               Entry{{}, {}, false, series.count - placed});
+            const auto last = std::ranges::find_if(_entries.rbegin(), _entries.rend(), &Entry::times);
+            if (last != _entries.rend())
+                at = static_cast<std::size_t>(_entries.rend() - last);
+            if (_placed < _series.count)
+                addNew(at++, {{}, {}, false, _series.count - _placed});
+            continue;
         }
-        else if (inForm != entries.end())
-            at = static_cast<std::size_t>(inForm - entries.begin()) + 1;
+        const auto kept = std::ranges::find_if(_entries, [&](const Entry& entry)
+                                               { return entry.plain == child || (entry.isItems && isItems); });
+        if (kept != _entries.end())
+            at = static_cast<std::size_t>(kept - _entries.begin()) + 1;
         else if (left.contains(child.internal_object()) && !child.attribute(optionalMark) &&
-                 !(form && child.attribute(usualMark)))
-        {
-            const bool isItems = std::string_view(child.name()) == itemsName;
-            entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(at),
-                           Entry{{}, isItems ? pugi::xml_node() : child, isItems});
-            ++at;
-        }
+                 !(_form && child.attribute(usualMark)))
+            addNew(at++, {{}, isItems ? pugi::xml_node() : child, isItems});
     }
-    if (entries.empty())
-        return out.open(name, form, plain, true);
-    out.open(name, form, plain, false);
-    const std::vector<pugi::xml_node> ownPlaces = placesOf(series, form);
-    std::unordered_map<const void*, const Entry*> rowOf;
-    const Entry* lastRow = nullptr;
-    for (const Entry& entry : entries)
+}
+
+void Filling::findRows()
+{
+    _ownPlaces = placesOf(_series, _form);
+    for (const Entry& entry : _entries)
         if (entry.times != 0)
         {
-            lastRow = &entry;
-            if (!ownPlaces.empty())
-                rowOf.emplace(entry.form.internal_object(), &entry);
+            _lastRow = &entry;
+            if (!_ownPlaces.empty())
+                _rowOf.emplace(entry.form.internal_object(), &entry);
         }
+}
+
+void Filling::write(const Entry& entry)
+{
+    if (entry.isItems)
+        _items(_out, _name);
+    else if (entry.times != 0)
+        writeRow(entry);
+    else if (!entry.plain)
+        writeVerbatim(_out, entry.form, _items, _name);
+    else if (entry.plain.attribute(defineMark))
+        _items(_out, "file");
+    else if (!isLeaf(entry.plain) || (entry.form && !isLeaf(entry.form)))
+        fill(_out, entry.form, entry.plain, _items);
+    else
+        writeLeaf(entry);
+}
+
+void Filling::writeRow(const Entry& row)
+{
     // Where each has its place, what stands between the rows stays where it is among them.
-    const auto isBehind = [&](const Entry& row, std::size_t index)
+    const auto isBehind = [&](std::size_t index)
     {
-        const auto found = rowOf.find(ownPlaces[index].internal_object());
-        return &row != lastRow && found != rowOf.end() && found->second > &row;
+        const auto found = _rowOf.find(_ownPlaces[index].internal_object());
+        return &row != _lastRow && found != _rowOf.end() && found->second > &row;
     };
-    std::size_t made = 0;
-    for (const Entry& entry : entries)
+    const bool isInOrder = _ownPlaces.empty();
+    for (std::size_t wanted = row.times; _made < _series.count;)
     {
-        if (entry.isItems)
-            items(out, name);
-        else if (entry.times != 0)
+        if (isInOrder ? wanted == 0 : isBehind(_made))
+            break;
+        pugi::xml_document scratch;
+        const pugi::xml_node place = isInOrder ? row.form : _ownPlaces[_made];
+        if (const pugi::xml_node one = _series.make(scratch, _made++))
         {
-            for (std::size_t wanted = entry.times; made < series.count;)
-            {
-                if (ownPlaces.empty() ? wanted == 0 : isBehind(entry, made))
-                    break;
-                pugi::xml_document scratch;
-                const pugi::xml_node place = ownPlaces.empty() ? entry.form : ownPlaces[made];
-                if (const pugi::xml_node one = series.make(scratch, made++))
-                {
-                    fill(out, place, one, items);
-                    --wanted;
-                }
-            }
-        }
-        else if (!entry.plain)
-            writeVerbatim(out, entry.form, items, name);
-        else if (entry.plain.attribute(defineMark))
-            items(out, "file");
-        else if (!isLeaf(entry.plain) || (entry.form && !isLeaf(entry.form)))
-            fill(out, entry.form, entry.plain, items);
-        else
-        {
-            std::string text = entry.plain.child_value();
-            if (const pugi::xml_attribute was = entry.form.attribute(wasMark);
-                was && text == was.value() && !(isRangeEdited && isRange(entry)))
-            {
-                const auto side = toNumber<double>(entry.plain.attribute(sideMark).value());
-                const auto from = toNumber<double>(entry.form.attribute(fromSideMark).value());
-                if (side && from)
-                    text = timeText(*side + *from);
-                else if (!entry.plain.attribute(sideMark)) // one that did not say from where may stand elsewhere by now
-                    text = entry.form.child_value();
-            }
-            if (text != "-1" || !entry.form.attribute(fromSideMark)) // the far side has no parts of a frame
-                text += entry.form.attribute(tailMark).value();
-            out.leaf(plainName(entry.plain.name()), entry.form, entry.plain, text);
+            fill(_out, place, one, _items);
+            --wanted;
         }
     }
-    out.close(name);
+}
+
+void Filling::writeLeaf(const Entry& entry)
+{
+    std::string text = entry.plain.child_value();
+    const pugi::xml_attribute was = entry.form.attribute(wasMark);
+    if (was && text == was.value() && !(_isRangeEdited && isRange(entry)))
+    {
+        const auto side = toNumber<double>(entry.plain.attribute(sideMark).value());
+        const auto from = toNumber<double>(entry.form.attribute(fromSideMark).value());
+        if (side && from)
+            text = timeText(*side + *from);
+        else if (!entry.plain.attribute(sideMark)) // one that did not say from where may stand elsewhere by now
+            text = entry.form.child_value();
+    }
+    if (text != "-1" || !entry.form.attribute(fromSideMark)) // the far side has no parts of a frame
+        text += entry.form.attribute(tailMark).value();
+    _out.leaf(plainName(entry.plain.name()), entry.form, entry.plain, text);
+}
+
+} // namespace
+
+void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items, const Series& series)
+{
+    Filling(out, form, plain, items, series).write();
 }
 
 } // namespace interchange::xmeml

@@ -13,8 +13,8 @@
 ///       <our:rate our:absent="25|FALSE|"/>            not in the file, as long as the model says that
 ///       <our:link our:others="cbf29ce4"/>             nor are other links, as long as they are of the same clips
 ///       <our:marker our:times="3">...</our:marker>    three in a row of which the file says the same beside the model
-///       <our:marker our:of="9d0c5f1">...</our:marker>  that says something of its own, of the one that this figure is
-///       of <our:items/>                                  where the nodes inside stand
+///       <our:marker our:of="9d0c5f1">...</our:marker> of the one that has this figure, wherever it stands by now
+///       <our:items/>                                  where the nodes inside stand
 ///     </clipitem>
 ///
 /// What is not in the file, and says no more than that, has no place in the form either: <enabled>TRUE</enabled>.
