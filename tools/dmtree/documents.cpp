@@ -1,6 +1,7 @@
 #include "documents.h"
 
 #include "modes.h"
+#include "textFile.h"
 
 #include "dmUtf8.h"
 
@@ -65,6 +66,7 @@ class Input final : public interchange::Source
 public:
     explicit Input(const std::string& path)
         : _isStandard(path == "-")
+        , _isTaken(_isStandard && !takeStandardInput())
     {
         if (_isStandard)
             _file.emplace(STDIN_FILENO);
@@ -75,19 +77,25 @@ public:
     }
 
     bool seek(std::uint64_t offset) override { return !_isStandard && _file->seek(offset); }
-    std::string fault() const override { return _file->error() == 0 ? "" : std::strerror(_file->error()); }
+    std::string fault() const override
+    {
+        if (_isTaken)
+            return standardInputIsTaken;
+        return _file->error() == 0 ? "" : std::strerror(_file->error());
+    }
     std::optional<std::uint64_t> size() const override { return _file->size(); }
 
     std::size_t read(char* to, std::size_t size) override
     {
-        const std::size_t got = _file->read(to, size);
+        const std::size_t got = _isTaken ? 0 : _file->read(to, size);
         if (_bar)
             _bar->add(got);
         return got;
     }
 
 private:
-    bool _isStandard;
+    const bool _isStandard;
+    const bool _isTaken;
     std::optional<DM::CoFileReader> _file;
     std::optional<ProgressBar> _bar;
 };

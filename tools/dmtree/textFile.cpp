@@ -7,6 +7,7 @@
 #include <cstring>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace dmtree
 {
@@ -20,8 +21,16 @@ namespace
 
 } // namespace
 
+bool takeStandardInput()
+{
+    static bool isTaken = false;
+    return !std::exchange(isTaken, true);
+}
+
 std::string readText(const std::string& path)
 {
+    if (path == "-" && !takeStandardInput())
+        throw std::runtime_error(path + ": " + standardInputIsTaken);
     std::optional<DM::CoFileReader> file;
     if (path == "-")
         file.emplace(STDIN_FILENO);

@@ -7,6 +7,10 @@
 namespace dmtree
 {
 
+/// Standard input can be read once: whether this is the first who asks for it, and what to say if not.
+bool takeStandardInput();
+inline constexpr const char* standardInputIsTaken = "standard input was read already";
+
 /// All of a file; "-" is standard input.
 std::string readText(const std::string& path);
 
