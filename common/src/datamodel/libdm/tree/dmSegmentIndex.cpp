@@ -1,5 +1,6 @@
 #include "dmSegmentIndex.h"
 
+#include "dmFetchImp.h"
 #include "dmIdTableImp.h"
 #include "dmLayerNode.h"
 #include "dmMemoryImp.h"
@@ -22,6 +23,8 @@ public:
     }
     void visitSegment(DmSegmentNode* node) override
     {
+        if (path() && path()->index() >= 0)
+            dmFetch::elementsBehind(*path()->above(), path()->index(), _segments);
         if (!node->getSegmentId().empty())
             _segments.add(node);
     }

@@ -286,11 +286,7 @@ void DmValidationVisitor::enterElement(double recIn)
     if (path() && path()->index() >= 0)
     {
         _place.elementIndex = path()->index();
-        const DmTreeNode& layer = *path()->above();
-        const int later = path()->index() + dmFetch::ahead;
-        dmFetch::element(layer, later);
-        dmFetch::element(layer, later + 1); // a transition, which nothing is asked of
-        dmFetch::id(layer, later - dmFetch::ahead / 2);
+        dmFetch::elementsBehind(*path()->above(), path()->index(), *_ids);
     }
     _place.recordFrame = recIn;
     _atElement = true;

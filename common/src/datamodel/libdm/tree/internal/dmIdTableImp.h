@@ -56,6 +56,13 @@ public:
         return slot.number > 0 ? at(slot) : nullptr;
     }
 
+    /// Has the memory fetched in which a segment of that id is looked for.
+    void fetch(std::wstring_view id) const
+    {
+        if (!_slots.empty())
+            __builtin_prefetch(&_slots[hashOf(id) & (_slots.size() - 1)]);
+    }
+
 private:
     struct Slot
     {
