@@ -24,7 +24,8 @@ namespace interchange::xmeml
 namespace
 {
 
-constexpr double tolerance = 1e-6; ///< of frames
+constexpr double tolerance = 1e-6;  ///< of frames
+constexpr double leastLength = 0.5; ///< of a clip, in frames
 constexpr int longestTimebase = 1000;
 
 bool isNameless(const DmSourceInfo* info)
@@ -397,6 +398,16 @@ Track& Cut::addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerN
         if (item.mix || item.segment)
             track.items.push_back(item);
     }
+    // The format has no clip without a length but for what a transition shows of it.
+    std::erase_if(track.items,
+                  [&](const Item& item)
+                  {
+                      const bool isSeen =
+                          item.mix || item.before || item.behind || item.recOut - item.recIn >= leastLength;
+                      if (!isSeen)
+                          left.push_back({item.segment, &sequence, &node, "DM740", item.recIn});
+                      return !isSeen;
+                  });
     const auto isOff = [this](const Item& item) { return item.segment && hintOf(*item.segment).isOff; };
     track.isDisabled =
         std::ranges::any_of(track.items, isOff) &&

@@ -58,6 +58,7 @@ constexpr DmFindingCode conversions[] = {
     {"DM737", DmFinding::Warning, "properties that the format has no words for"},
     {"DM738", DmFinding::Warning, "attached sets that the format has no words for"},
     {"DM739", DmFinding::Note, "what only the format that it came from can say"},
+    {"DM740", DmFinding::Warning, "clips without a length"},
 };
 static_assert(std::ranges::is_sorted(conversions, {},
                                      [](const DmFindingCode& each) { return std::string_view(each.code); }));
