@@ -35,6 +35,8 @@ namespace
 
 namespace fs = std::filesystem;
 using Layout = DmTreeJsonBuilder::Layout;
+using zrDocuments::giveUp;
+using zrDocuments::must;
 using PrettyWriter = rapidjson::PrettyWriter<rapidjson::FileWriteStream>;
 using CompactWriter = rapidjson::Writer<rapidjson::FileWriteStream>;
 
@@ -52,23 +54,6 @@ struct Sample
 /// What the syncs of this process have taken: processor time, and time by the clock.
 double syncSeconds = 0;
 double syncWait = 0;
-
-[[noreturn]] void giveUp(const std::string& why)
-{
-    std::fprintf(stderr, "documentsBench: %s\n", why.c_str());
-    std::exit(1);
-}
-
-void must(const DmStatus& status)
-{
-    if (status.failed())
-        giveUp(dmUtf8(status.info()));
-}
-
-void must(eDmErrorId status)
-{
-    zrDocuments::must(status);
-}
 
 CoSharedPtr<DmRoot> open(const fs::path& file)
 {

@@ -75,8 +75,9 @@ int main(int argc, char** argv)
     }
     const double milliseconds = zrRatio::median(time);
     const double megabytes = zrRatio::median(memory);
-    std::printf("start of a program with the library, %.2f ms more than an empty one, of 1: ratio %.2f (limit 1.00)\n",
-                milliseconds, milliseconds / 1);
-    std::printf("and its memory, %.2f MB more, of 2: ratio %.2f (limit 1.00)\n", megabytes, megabytes / 2);
+    std::printf("start with the library, milliseconds more than an empty program's / 1: ratio %.2f (limit 1.00)\n",
+                milliseconds / 1);
+    std::printf("start with the library, megabytes more than an empty program's / 2: ratio %.2f (limit 1.00)\n",
+                megabytes / 2);
     return 0;
 }

@@ -11,16 +11,27 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
+#include <string>
 
 namespace zrDocuments
 {
 
+[[noreturn]] inline void giveUp(const std::string& why)
+{
+    std::fprintf(stderr, "%s\n", why.c_str());
+    std::exit(1);
+}
+
 inline void must(eDmErrorId status)
 {
-    if (status == DM_NO_ERROR)
-        return;
-    std::fprintf(stderr, "%s\n", dmUtf8(DmPSetHelper::getStrFromError(status)).c_str());
-    std::exit(1);
+    if (status != DM_NO_ERROR)
+        giveUp(dmUtf8(DmPSetHelper::getStrFromError(status)));
+}
+
+inline void must(const DmStatus& status)
+{
+    if (status.failed())
+        giveUp(dmUtf8(status.info()));
 }
 
 /// A name with a number in it.
