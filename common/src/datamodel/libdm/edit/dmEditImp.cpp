@@ -334,7 +334,7 @@ void DmEdit::Imp::progressOf(const DmLayerPlace& layer, int element, int count) 
         progress((layer.track + double(element) / count) / double(draft.value.tracks.size()));
 }
 
-/// "layerLength" and "compLength" follow the elements.
+/// "layerLength" and "compLength" follow the elements, which must end where a label can say it.
 void DmEdit::Imp::followLengths(const DmTimelineValue& before)
 {
     const auto endOf = [](const DmTimelineValue::Layer& layer)
@@ -368,7 +368,10 @@ void DmEdit::Imp::followLengths(const DmTimelineValue& before)
             const DmTimelineValue::Layer* const was = before.layer({int(t), int(l)});
             if (!layer.bare || (was && was->number == layer.number && was->runs == layer.runs))
                 continue;
-            const double length = endOf(layer) - layer.bare->getLayerStartTC();
+            const double end = endOf(layer);
+            if (!dmIsTime(end) && !(was && !dmIsTime(endOf(*was))))
+                dmRefuse("A track would end behind the last frame that can be counted.");
+            const double length = end - layer.bare->getLayerStartTC();
             if (length == layer.bare->getLayerLength() || !dmIsTime(length))
                 continue;
             const CoSharedPtr<DmLayerNode> bare = dmEditCopy(*layer.bare);

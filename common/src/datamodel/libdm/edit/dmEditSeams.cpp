@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace
 {
@@ -96,7 +97,7 @@ void DmEdit::Imp::putTransition(const DmElementPlace& seam, double length, eDmSe
     const DmTransitionNode* const was = lane.transition(seam.index);
     lane.needWhole(seam.index - 1);
     lane.needWhole(seam.index + 1);
-    if (!(length >= dmLeastLength) || !dmIsTime(length))
+    if (!(length >= dmLeastLength))
         dmRefuse("A transition lasts a frame at least.");
     const double a = lane.in(seam.index);
     const double b = lane.out(seam.index);
@@ -107,7 +108,7 @@ void DmEdit::Imp::putTransition(const DmElementPlace& seam, double length, eDmSe
     // Both neighbours keep a frame of their own, and have the material to play all along.
     const double most = [&]
     {
-        double frames = length;
+        double frames = std::min(length, std::floor(lane.out(right) - lane.in(left)));
         for (;; --frames)
         {
             const double newA = point - inFront(frames, alignment);
@@ -225,7 +226,9 @@ void dmSetSpeedOf(DmSegmentNode& segment, double speed)
             warp = DmATimewarpSettings::create();
         if (!warp || !(speed > 0.0))
             dmRefuse("Sound plays neither backwards nor still; edit it unlinked.");
-        if (warp->setRatio(static_cast<float>(1.0 / speed)) != DM_NO_ERROR)
+        const double ratio = 1.0 / speed; // kept in single precision
+        if (!(ratio >= std::numeric_limits<float>::min() && ratio <= std::numeric_limits<float>::max()) ||
+            warp->setRatio(static_cast<float>(ratio)) != DM_NO_ERROR)
             dmRefuse("Sound does not play at that speed.");
         kept = warp;
     }
