@@ -527,7 +527,10 @@ EdlList ListMaker::written()
     EdlList list;
     std::string title = clipName(_composition);
     if (blankControls(title))
+    {
+        _report.at({.node = &_composition});
         _report.lose(titleControls);
+    }
     list.title = list.keep(std::move(title));
     list.fcm = _fcm;
     bool hasNoFcm = false;
