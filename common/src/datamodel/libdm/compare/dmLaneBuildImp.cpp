@@ -210,11 +210,14 @@ CoSharedPtr<DmSegmentNode> LaneMerge::contents(const Piece& piece)
         valueIn(_ours, piece.ours, ours);
     if (piece.theirs >= 0)
         valueIn(_theirs, piece.theirs, theirs);
-    // Of parts that both sides made, each is called what the side calls it that begins it.
-    if (piece.called >= 0 && piece.ours >= 0 && piece.theirs >= 0)
+    // Of parts that both sides made, each is called what the side calls it that begins it; of a shot that an edit of
+    // each gave a fresh id, there is nothing to choose.
+    const bool isMade = memberOf(membersOf(ours), "originalID") && memberOf(membersOf(theirs), "originalID");
+    if (const int called = piece.called < 0 && isMade ? _sides.favoured : piece.called;
+        called >= 0 && piece.ours >= 0 && piece.theirs >= 0)
     {
-        json::Document& from = piece.called == 0 ? ours : theirs;
-        json::Document& to = piece.called == 0 ? theirs : ours;
+        json::Document& from = called == 0 ? ours : theirs;
+        json::Document& to = called == 0 ? theirs : ours;
         for (const char* const name : {"segmentId", "originalID", "segmentPreviousIds"})
             if (Value* const members = membersOf(to))
             {

@@ -169,7 +169,13 @@ double LanePlan::pick(double ours, double theirs, bool& clashes) const
 /// What a side did to the tail of the shot in front of a seam.
 double LanePlan::tail(int side, int seam) const
 {
-    return _last < 0 || isRefused(side, seam) ? 0.0 : edit(side, _last).tail;
+    return _last < 0 || isRefused(side, seam) || _uncovered[side] == seam ? 0.0 : edit(side, _last).tail;
+}
+
+/// What a side did to the head of the shot behind a seam.
+double LanePlan::head(int side, int seam) const
+{
+    return isRefused(side, seam) || _uncovered[side] == seam ? 0.0 : edit(side, seam).head;
 }
 
 /// Where one side alone has a shot, whether it stays.
@@ -276,14 +282,14 @@ bool LanePlan::isLike(int s, int base) const
 void LanePlan::placeKept(int i, const double (&events)[2])
 {
     const int favoured = _sides.favoured;
-    const double heads[2] = {isRefused(0, i) ? 0.0 : edit(0, i).head, isRefused(1, i) ? 0.0 : edit(1, i).head};
+    const double heads[2] = {head(0, i), head(1, i)};
     const double tails[2] = {tail(0, i), tail(1, i)};
     bool clashes = false;
-    double head = pick(heads[0], heads[1], clashes);
+    double merged = pick(heads[0], heads[1], clashes);
     double lastTail = pick(tails[0], tails[1], clashes);
     if (clashes)
     {
-        head = heads[favoured];
+        merged = heads[favoured];
         lastTail = tails[favoured];
         DmMergeConflict& found = _sides.addConflict(_conflicts, favoured, edit(favoured, i).at, bothTrimmed);
         const auto cutOf = [&](int s)
@@ -311,7 +317,7 @@ void LanePlan::placeKept(int i, const double (&events)[2])
     {
         const double* const were = _last >= 0 ? tails : _closedTails;
         const bool sameEdit = near(were[0], were[1]) && near(heads[0], heads[1]) && near(events[0], events[1]);
-        const bool isOne = sameEdit || (head == 0.0 && lastTail == 0.0 && isOfClash(events));
+        const bool isOne = sameEdit || (merged == 0.0 && lastTail == 0.0 && isOfClash(events));
         _pushed += isOne ? events[favoured] : events[0] + events[1];
     }
     if (_last >= 0)
@@ -321,7 +327,7 @@ void LanePlan::placeKept(int i, const double (&events)[2])
     piece.base = i;
     piece.ours = edit(0, i).at;
     piece.theirs = edit(1, i).at;
-    piece.in = _sides.seams.in[std::size_t(i)] + _pushed + head;
+    piece.in = _sides.seams.in[std::size_t(i)] + _pushed + merged;
     piece.out = _sides.seams.out[std::size_t(i)] + _pushed;
     piece.like = &_sides.base.shots()[std::size_t(i)];
     piece.later = piece.pushed = _pushed;
@@ -443,9 +449,12 @@ void LanePlan::placeAdded(int seam)
     }
     const auto leaveOut = [&](int s)
     {
-        // What it pushed along stays where it is.
-        if (!closesBefore[s])
-            _restored[s] = -(all[s].back().out - all[s].front().in);
+        const double length = all[s].back().out - all[s].front().in;
+        // What it covered plays again; what it pushed along stays where it is.
+        if (seam < _lane.last && isInPlace(s, seam) && near(head(s, seam) - tail(s, seam), length))
+            _uncovered[s] = seam;
+        else if (!closesBefore[s])
+            _restored[s] = -length;
         opened[s] = 0.0;
         all[s].clear();
     };

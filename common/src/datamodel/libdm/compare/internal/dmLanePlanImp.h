@@ -99,6 +99,7 @@ private:
     bool isRefused(int side, int seam) const { return side != _sides.favoured && _refused.contains(seam); }
     const SideEdit& edit(int side, int base) const { return _sides.side(side).edit(base); }
     double tail(int side, int seam) const;
+    double head(int side, int seam) const;
     double pick(double ours, double theirs, bool& clashes) const;
     void collectAdded();
     void findRuns(int side);
@@ -140,6 +141,7 @@ private:
     double _pushed = 0.0;                ///< the merged shift so far
     double _shifts[2] = {0.0, 0.0};      ///< each side's
     double _restored[2] = {0.0, 0.0};    ///< lengths that a side took out, and that stay
+    int _uncovered[2] = {-1, -1};        ///< the seam at which what a side laid over both shots is left out
     double _closedTails[2] = {0.0, 0.0}; ///< of the shot in front, where its tail is placed
     int _last = -1; ///< the old shot in front that is in place on both sides, while its tail is not placed
     int _lastPiece = -1;
