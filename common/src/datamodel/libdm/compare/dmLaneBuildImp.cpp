@@ -78,6 +78,20 @@ void goOn(DmTransitionNode& transition, const Shot& was, const Shot& now, DM::Fr
     change.settle({});
 }
 
+/// What a side has between two shots, as a conflict names it.
+std::string fillersText(const std::vector<const DmTreeNode*>& fillers)
+{
+    double gaps = 0.0;
+    for (const DmTreeNode* const each : fillers)
+        if (const DmSegmentNode* const segment = each ? each->asSegment() : nullptr)
+            gaps += segment->getRecLength();
+    if (gaps > 0.0)
+        return "nothing for " + std::to_string(std::llround(gaps)) + " frames";
+    const bool isMix = std::ranges::any_of(fillers, [](const DmTreeNode* each)
+                                           { return each && each->asTransition() && each->whatIs() != DM_CUT_NODE; });
+    return isMix ? "a transition" : "a cut";
+}
+
 } // namespace
 
 /// What lies between two shots of a cut that stand beside each other, or between one and a gap or an end.
@@ -331,8 +345,7 @@ std::vector<CoSharedPtr<DmPropertySet>> LaneMerge::mergeFillers(const std::vecto
     if (!std::ranges::equal(ours, theirs, sameClass))
     {
         if (base)
-            addConflict(0, "both changed what is between two shots", std::to_string(ours.size()) + " elements",
-                        std::to_string(theirs.size()) + " elements");
+            addConflict(0, "both changed what is between two shots", fillersText(ours), fillersText(theirs));
         return all;
     }
     const bool isBase = base && std::ranges::equal(*base, ours, sameClass);

@@ -482,6 +482,14 @@ void LanePlan::placeAdded(int seam)
             if (s != favoured)
                 leaveOut(s);
         }
+    if (isTransitionNew(favoured, seam) && leavesHole(1 - favoured, seam))
+    {
+        DmMergeConflict& found = _sides.addConflict(_conflicts, favoured, edit(favoured, seam).at,
+                                                    "one side put a transition where the other pulled the shots apart");
+        (favoured == 0 ? found.ours : found.theirs) = "a transition";
+        (favoured == 0 ? found.theirs : found.ours) = "nothing";
+        _uncovered[1 - favoured] = seam;
+    }
     for (int s = 0; s < 2; ++s)
         _pushed += closesBefore[s] ? opened[s] : 0.0;
     std::vector<Piece> both = all[0];
@@ -493,6 +501,16 @@ void LanePlan::placeAdded(int seam)
         for (double& shift : _restored)
             shift = 0.0;
     _pieces.insert(_pieces.end(), both.begin(), both.end());
+}
+
+/// Whether a side pulled the old shots on both sides of a seam apart, and put nothing between them.
+bool LanePlan::leavesHole(int s, int seam) const
+{
+    if (seam == _lane.first || seam == _lane.last || !isInPlace(s, seam) || !isInPlace(s, seam - 1) ||
+        !_put[s][std::size_t(seam - _lane.first)].empty() || (head(s, seam) == 0.0 && tail(s, seam) == 0.0))
+        return false;
+    const Side& side = _sides.side(s);
+    return side.in(edit(s, seam).at) - side.out(edit(s, seam - 1).end) > leastDifference;
 }
 
 /// Whether a side put a transition on the seam in front of an old shot, or changed the one there.

@@ -109,6 +109,7 @@ private:
     /// Whether the side that is not favoured moved it, and that is left out.
     bool stays(int base) const { return isMovedFromTransition(1 - _sides.favoured, base); }
     bool isTransitionNew(int side, int seam) const;
+    bool leavesHole(int side, int seam) const;
     bool isLike(int side, int base) const;
     double lengthOf(int base) const { return _sides.seams.out[std::size_t(base)] - _sides.seams.in[std::size_t(base)]; }
     double growthOf(int side, int base) const;
