@@ -224,6 +224,11 @@ CoSharedPtr<DmSegmentNode> LaneMerge::contents(const Piece& piece)
         valueIn(_ours, piece.ours, ours);
     if (piece.theirs >= 0)
         valueIn(_theirs, piece.theirs, theirs);
+    // What is made as it plays begins nowhere, whatever was there before.
+    if (dmMaterialOf(*piece.like->node, _base.fcm()).isEndless())
+        for (json::Document* const value : {&base, &ours, &theirs})
+            if (Value* const members = membersOf(*value))
+                members->RemoveMember("relIn");
     // Of parts that both sides made, each is called what the side calls it that begins it; of a shot that an edit of
     // each gave a fresh id, there is nothing to choose.
     const bool isMade = memberOf(membersOf(ours), "originalID") && memberOf(membersOf(theirs), "originalID");
