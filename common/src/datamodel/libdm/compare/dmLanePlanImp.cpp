@@ -178,13 +178,31 @@ double LanePlan::head(int side, int seam) const
     return isRefused(side, seam) || _uncovered[side] == seam ? 0.0 : edit(side, seam).head;
 }
 
+/// Whether what a side put at a seam is an old shot that it moved there, and that is left out: both moved it, or the
+/// other one removed it.
+bool LanePlan::isLeftOut(int s, int shot) const
+{
+    const int old = _sides.side(s).oldOf(shot);
+    return old >= 0 && s != _sides.favoured && (!isInPlace(1 - s, old) || stays(old));
+}
+
+/// Whether a side took a shot out by laying over it nothing but what is left out.
+bool LanePlan::isCoverLeftOut(int s, int base) const
+{
+    int seam = base;
+    while (seam > _lane.first && !isInPlace(s, seam - 1))
+        --seam;
+    const std::vector<int>& put = _put[s][std::size_t(seam - _lane.first)];
+    return !put.empty() && std::ranges::all_of(put, [&](int shot) { return isLeftOut(s, shot); });
+}
+
 /// Where one side alone has a shot, whether it stays.
 bool LanePlan::decideRemoved(int base, double (&dropped)[2])
 {
     const int keeper = edit(0, base).isThere ? 0 : 1;
     const int favoured = _sides.favoured;
     const SideEdit& kept = edit(keeper, base);
-    if (isRefused(1 - keeper, base) || isRefused(1 - keeper, base + 1))
+    if (isRefused(1 - keeper, base) || isRefused(1 - keeper, base + 1) || isCoverLeftOut(1 - keeper, base))
         return true;
     if (_sides.side(keeper).isUntouched(base))
         return false;
@@ -410,14 +428,10 @@ void LanePlan::placeAdded(int seam)
     double skipped[2] = {0.0, 0.0};
     for (int s = 0; s < 2; ++s)
         for (const int j : _put[s][std::size_t(seam - _lane.first)])
-        {
-            const int old = _sides.side(s).oldOf(j);
-            // Both moved it, or the other one removed it.
-            if (old >= 0 && s != favoured && (!isInPlace(1 - s, old) || stays(old)))
+            if (isLeftOut(s, j))
                 skipped[s] += _sides.side(s).out(j) - _sides.side(s).in(j);
             else
                 all[s].push_back(added(s, j, seam, all[s].empty()));
-        }
     const auto lengthOfAll = [](const std::vector<Piece>& pieces)
     {
         double length = 0.0;

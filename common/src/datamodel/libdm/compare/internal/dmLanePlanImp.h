@@ -111,6 +111,8 @@ private:
     bool isTransitionNew(int side, int seam) const;
     bool leavesHole(int side, int seam) const;
     bool isLike(int side, int base) const;
+    bool isLeftOut(int side, int shot) const;
+    bool isCoverLeftOut(int side, int base) const;
     double lengthOf(int base) const { return _sides.seams.out[std::size_t(base)] - _sides.seams.in[std::size_t(base)]; }
     double growthOf(int side, int base) const;
     bool isOfClash(const double (&events)[2]) const;
