@@ -14,6 +14,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -105,9 +106,45 @@ std::string pathOfTrack(const std::string& path, const std::string& track)
     return (whole.parent_path() / (whole.stem().string() + '-' + track + whole.extension().string())).string();
 }
 
-void convert(const Options& options, const DmRoot* media, Job& job)
+/// The mode that the other files say, looked for when one does not say its own.
+class ModeBeside
 {
-    dmtree::Document document = dmtree::openDocument(job.in, options.conversion(options.from));
+public:
+    ModeBeside(const Options& options, const DmRoot* media)
+        : _options(options)
+    {
+        if (media || options.files.size() == 2)
+            _mode = media ? dmtree::modeOf(*media) : DM::FCM_NOT_DEFINED;
+    }
+    DM::FrameCodeModes get()
+    {
+        if (!_mode)
+            _mode = dmtree::modeSaidBy({_options.files.begin(), _options.files.end() - 1},
+                                       _options.conversion(_options.from));
+        return *_mode;
+    }
+
+private:
+    const Options& _options;
+    std::optional<DM::FrameCodeModes> _mode;
+};
+
+dmtree::Document open(const Options& options, ModeBeside& beside, const std::string& path)
+{
+    interchange::Options reading = options.conversion(options.from);
+    const bool isReadOnce = path == "-";
+    if (isReadOnce && options.fcm.empty())
+        reading.beside = beside.get();
+    dmtree::Document document = dmtree::openDocument(path, reading);
+    if (isReadOnce || !dmtree::isModeGuessed(document) || beside.get() == DM::FCM_NOT_DEFINED)
+        return document;
+    reading.beside = beside.get();
+    return dmtree::openDocument(path, reading);
+}
+
+void convert(const Options& options, const DmRoot* media, ModeBeside& beside, Job& job)
+{
+    dmtree::Document document = open(options, beside, job.in);
     job.findings = std::move(document.findings);
     if (!document.root)
         return;
@@ -209,9 +246,10 @@ int convertAll(const Options& options)
     int worst = dmtree::Fine;
     const CoSharedPtr<DmRoot> media =
         options.media.empty() ? CoSharedPtr<DmRoot>() : dmtree::requireDocument(options.media, options.lenient, {});
+    ModeBeside beside(options, media.get());
     for (Job& job : jobsOf(options))
     {
-        convert(options, media.get(), job);
+        convert(options, media.get(), beside, job);
         if (options.json)
             printJson(job);
         else
@@ -256,8 +294,9 @@ void dmtree::addConvert(CLI::App& app, Run& run)
     command
         ->add_option(
             "--fcm", options->fcm,
-            "Frame-code mode: of an .edl, which does not say it (without it that of a FRAME RATE comment, else "
-            "the lowest of 24, 25, 29.97, 50 and 59.94 that has all labels); of an .otio, to convert its rates to "
+            "Frame-code mode: of an .edl, which does not say it (without it that of a FRAME RATE comment, else of the "
+            "files beside it, else the lowest of 24, 25, 29.97, 50 and 59.94 that has all labels); of an .otio, to "
+            "convert its rates to "
             "(without it that of its first "
             "time); of a document whose composition names none")
         ->type_name("NAME")

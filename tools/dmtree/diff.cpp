@@ -60,13 +60,6 @@ Sides sidesOf(const std::vector<std::string>& files)
     throw std::runtime_error("diff: wants two files: OLD NEW");
 }
 
-CoSharedPtr<DmRoot> open(const std::string& path, const Options& options)
-{
-    if (path == "/dev/null")
-        return {};
-    return dmtree::requireDocument(path, options.lenient, options.fcm);
-}
-
 std::string fileName(const std::string& path)
 {
     return path == "-" ? "standard input" : std::filesystem::path(path).filename().string();
@@ -104,8 +97,11 @@ void drawBoth(const CoSharedPtr<DmRoot>& before, const CoSharedPtr<DmRoot>& afte
 int compare(const Options& options)
 {
     const Sides sides = sidesOf(options.files);
-    const CoSharedPtr<DmRoot> before = open(sides.before, options);
-    const CoSharedPtr<DmRoot> after = open(sides.after, options);
+    const auto pathOf = [](const std::string& path) { return path == "/dev/null" ? std::string() : path; };
+    const std::vector<CoSharedPtr<DmRoot>> versions =
+        dmtree::requireVersions({pathOf(sides.before), pathOf(sides.after)}, options.lenient, options.fcm);
+    const CoSharedPtr<DmRoot>& before = versions[0];
+    const CoSharedPtr<DmRoot>& after = versions[1];
     if (options.patch)
     {
         const std::string text = patchText(before, after);

@@ -3,6 +3,8 @@
 #include "modes.h"
 #include "textFile.h"
 
+#include "dmCompositionNode.h"
+#include "dmStoredLabel.h"
 #include "dmUtf8.h"
 
 #include <CoFile.h>
@@ -168,16 +170,93 @@ void addMode(CLI::App& command, std::string& mode)
 }
 
 CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient, const std::string& mode,
-                                    const std::string& name)
+                                    const std::string& name, DM::FrameCodeModes beside)
+{
+    return requireVersions({path}, lenient, mode, name, beside).front();
+}
+
+std::vector<CoSharedPtr<DmRoot>> requireVersions(const std::vector<std::string>& paths, bool lenient,
+                                                 const std::string& mode, const std::string& name,
+                                                 DM::FrameCodeModes beside)
 {
     interchange::Options options;
+    options.beside = beside;
     options.lenient = lenient;
     options.fcm = modeOf(mode);
-    const Document document = openDocument(path, options, name);
-    if (!document.root)
-        throw std::runtime_error(path + ": " + document.what());
-    std::cerr << dmFindingsText(path, document.findings);
-    return document.root;
+    std::vector<Document> documents(paths.size());
+    const auto settle = [&]
+    {
+        bool isSaid = false;
+        for (const Document& each : documents)
+        {
+            const DM::FrameCodeModes own = each.root ? modeOf(*each.root) : DM::FCM_NOT_DEFINED;
+            if (own == DM::FCM_NOT_DEFINED || isSaid)
+                continue;
+            isSaid = !isModeGuessed(each);
+            if (isSaid || options.beside == DM::FCM_NOT_DEFINED ||
+                DM::FcmUtil::getIntFPS(own) > DM::FcmUtil::getIntFPS(options.beside))
+                options.beside = own;
+        }
+    };
+    const auto open = [&](bool fromStandardInput)
+    {
+        for (std::size_t i = 0; i < paths.size(); ++i)
+            if (!paths[i].empty() && (paths[i] == "-") == fromStandardInput)
+                documents[i] = openDocument(paths[i], options, name);
+    };
+    // What can be read only once knows what the others say.
+    open(false);
+    if (paths.size() > 1)
+        settle();
+    open(true);
+    if (paths.size() > 1)
+        settle();
+    std::vector<CoSharedPtr<DmRoot>> roots;
+    for (std::size_t i = 0; i < paths.size(); ++i)
+    {
+        Document& document = documents[i];
+        const bool isAnother = !document.root || modeOf(*document.root) != options.beside;
+        if (paths[i] != "-" && isModeGuessed(document) && options.beside != DM::FCM_NOT_DEFINED && isAnother)
+            document = openDocument(paths[i], options, name);
+        if (!paths[i].empty() && !document.root)
+            throw std::runtime_error(paths[i] + ": " + document.what());
+        std::cerr << dmFindingsText(paths[i], document.findings);
+        roots.push_back(std::move(document.root));
+    }
+    return roots;
+}
+
+DM::FrameCodeModes modeOf(const DmTreeNode& document)
+{
+    DM::FrameCodeModes found = DM::FCM_NOT_DEFINED;
+    for (int i = 0; i < document.getNbChildren() && found == DM::FCM_NOT_DEFINED; ++i)
+        if (const DmTreeNode* const child = document.getChild(i); child && child->whatIs() == DM_COMPOSITION_NODE)
+            found = dmFcmFromText(static_cast<const DmCompositionNode*>(child)->getFCM());
+        else if (child && child->whatIs() == DM_REEL_NODE)
+            found = modeOf(*child);
+    return found;
+}
+
+bool isModeGuessed(const Document& document)
+{
+    return std::ranges::any_of(document.findings,
+                               [](const DmFinding& each) { return std::string_view(each.code) == "DM608"; });
+}
+
+DM::FrameCodeModes modeSaidBy(const std::vector<std::string>& paths, const interchange::Options& options)
+{
+    DM::FrameCodeModes said = DM::FCM_NOT_DEFINED;
+    for (const std::string& path : paths)
+    {
+        const Document document = path == "-" ? Document() : openDocument(path, options);
+        const DM::FrameCodeModes own = document.root ? modeOf(*document.root) : DM::FCM_NOT_DEFINED;
+        if (own == DM::FCM_NOT_DEFINED || isModeGuessed(document))
+            continue;
+        if (said != DM::FCM_NOT_DEFINED && said != own)
+            return DM::FCM_NOT_DEFINED;
+        said = own;
+    }
+    return said;
 }
 
 void saveDocument(const DmRoot& root, const std::string& path, DmTreeJsonBuilder::Layout layout)

@@ -46,9 +46,23 @@ Document openDocument(const std::string& path, const interchange::Options& optio
 
 /// As openDocument, for a subcommand that works on one document: what is wrong is an exception that names the file, and
 /// so are mistakes of lists and values of documents that are not kept as they stand, unless they are to be taken as
-/// they are. What else there is to say goes to standard error. `mode`: that of --fcm, empty where it was not given.
+/// they are. What else there is to say goes to standard error. `mode`: that of --fcm, empty where it was not given;
+/// `beside`: that of a document that the file belongs to.
 CoSharedPtr<DmRoot> requireDocument(const std::string& path, bool lenient, const std::string& mode,
-                                    const std::string& name = {});
+                                    const std::string& name = {}, DM::FrameCodeModes beside = DM::FCM_NOT_DEFINED);
+/// The same of versions of one cut; null for an empty path. A list that would guess its mode counts in that of those
+/// that say theirs, or else in the highest that one of them needs.
+std::vector<CoSharedPtr<DmRoot>> requireVersions(const std::vector<std::string>& paths, bool lenient,
+                                                 const std::string& mode, const std::string& name = {},
+                                                 DM::FrameCodeModes beside = DM::FCM_NOT_DEFINED);
+
+/// The mode of a document's first composition; FCM_NOT_DEFINED without one.
+DM::FrameCodeModes modeOf(const DmTreeNode& document);
+/// Whether nobody said the mode that a file was read in.
+bool isModeGuessed(const Document& document);
+/// The mode that all of the files say that say one; FCM_NOT_DEFINED where none does, or two say another. Standard input
+/// is left for others to read.
+DM::FrameCodeModes modeSaidBy(const std::vector<std::string>& paths, const interchange::Options& options);
 
 // The options for that
 

@@ -246,7 +246,8 @@ DmString wide(const std::string& text)
 
 DmTimeline openOther(const Room& room, const std::string& path)
 {
-    CoSharedPtr<DmTreeNode> other = dmtree::requireDocument(path, room.options().lenient, room.options().fcm);
+    CoSharedPtr<DmTreeNode> other =
+        dmtree::requireDocument(path, room.options().lenient, room.options().fcm, {}, room.fcm());
     DmStatus status;
     DmTimeline timeline = DmTimeline::takeOver(std::move(other), 0, &status);
     if (!timeline)

@@ -14,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace
 {
@@ -38,19 +39,12 @@ bool isEmpty(const std::string& path)
            (std::filesystem::is_regular_file(path, error) && std::filesystem::file_size(path, error) == 0);
 }
 
-CoSharedPtr<DmRoot> open(const std::string& path, const Options& options)
-{
-    return dmtree::requireDocument(path, options.lenient, options.fcm, options.name);
-}
-
 int merge(const Options& options)
 {
-    CoSharedPtr<DmRoot> base;
-    if (!isEmpty(options.base))
-        base = open(options.base, options);
-    const CoSharedPtr<DmRoot> ours = open(options.ours, options);
-    const CoSharedPtr<DmRoot> theirs = open(options.theirs, options);
-    const DmMerge merge = DmMerge::merge(base.get(), *ours, *theirs,
+    const std::string base = isEmpty(options.base) ? std::string() : options.base;
+    const std::vector<CoSharedPtr<DmRoot>> versions =
+        dmtree::requireVersions({base, options.ours, options.theirs}, options.lenient, options.fcm, options.name);
+    const DmMerge merge = DmMerge::merge(versions[0].get(), *versions[1], *versions[2],
                                          options.favourTheirs ? DmMergeFavour::Theirs
                                          : options.favourOurs ? DmMergeFavour::Ours
                                                               : DmMergeFavour::OursAndMark);

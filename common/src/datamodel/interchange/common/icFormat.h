@@ -40,6 +40,8 @@ struct Options
     std::vector<std::string> tracks = {};         ///< those to write, as "V1" and "A2"; empty: all
     bool flatten = false;                         ///< write what nested compositions play in their place
     std::map<std::string, std::string, std::less<>> more = {}; ///< of a single format: {"reel-length", "8"}
+    /// Of a file that belongs to this one: what would be guessed is that mode, where it has all labels.
+    DM::FrameCodeModes beside = DM::FCM_NOT_DEFINED;
 };
 
 /// Bytes to be read: of a file, a buffer, a stream, or whatever a host has.

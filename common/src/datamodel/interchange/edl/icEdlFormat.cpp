@@ -50,7 +50,7 @@ public:
 
     CoSharedPtr<DmRoot> read(Source& source, const Options& options, Report& report) const override
     {
-        const std::optional<EdlList> list = readEdl(source.readAll(), options.fcm, report);
+        const std::optional<EdlList> list = readEdl(source.readAll(), options.fcm, report, options.beside);
         return list ? edlToTree(*list, report, options.places) : CoSharedPtr<DmRoot>();
     }
 

@@ -74,6 +74,7 @@ enum class Certainty : std::uint8_t
 {
     Given,  ///< the caller
     Stated, ///< the list
+    Beside, ///< the file beside it
     Guessed
 };
 
@@ -160,6 +161,8 @@ private:
     /// The line before the last event that names the outgoing source of its transition.
     EdlEvent* outgoing();
     DM::FrameCodeModes mode(bool drop) const { return drop ? _dropMode : _nonDropMode; }
+    /// Nobody said the rate.
+    bool isUnsaid() const { return _certainty == Certainty::Beside || _certainty == Certainty::Guessed; }
 
     EdlList& _list;
     Lines _lines;
@@ -336,7 +339,9 @@ bool Reader::canDrop()
 {
     if (_dropMode != _nonDropMode)
         return true;
-    if (_certainty == Certainty::Guessed)
+    if (_certainty == Certainty::Beside)
+        _otherRate = guesses.front();
+    else if (_certainty == Certainty::Guessed)
         _otherRate = *std::ranges::find_if(guesses, [this](DM::FrameCodeModes guess)
                                            { return guess > _rate && DM::FcmUtil::toDrop(guess) != guess; });
     else if (!_saidThatNothingDrops)
@@ -369,7 +374,7 @@ bool Reader::frameRate(std::string_view text)
     if (stated == DM::FCM_NOT_DEFINED)
         return keep(quoted(text) + " is no frame-code mode");
     _statedRate = stated;
-    if (_certainty == Certainty::Guessed)
+    if (isUnsaid())
         _otherRate = stated;
     return true;
 }
@@ -378,6 +383,11 @@ void Reader::guessHigher(const TimeLabel& label, std::uint32_t line)
 {
     if (label.frames < _fps)
         return;
+    if (_certainty == Certainty::Beside)
+    {
+        _otherRate = guesses.front();
+        return;
+    }
     const bool drops = _recordDrop.value_or(false) || _sourceDrop.value_or(false) || label.drop;
     const auto* const higher = std::ranges::find_if(
         guesses, [&](DM::FrameCodeModes guess)
@@ -598,10 +608,13 @@ std::int64_t Reader::frames(const TimeLabel& label, DM::FrameCodeModes fcm, std:
     const std::int64_t count = framesOf(label, fcm);
     if (!isInDay(label, fcm))
     {
+        // The file beside it drops labels that are there.
+        if (_certainty == Certainty::Beside && DM::FcmUtil::isDropFrame(_rate))
+            _otherRate = _nonDropMode;
         std::string nearest;
         appendTimeLabel(nearest, count, fcm);
         mistake(std::string(name) + " is out of range at " + DM::FcmUtil::getFPSOrNDFString(fcm) +
-                    (_certainty == Certainty::Guessed ? ", and no frame rate was given" : ""),
+                    (isUnsaid() ? ", and no frame rate was given" : ""),
                 "taken as " + nearest);
     }
     return count;
@@ -665,7 +678,7 @@ void Reader::finishEvents()
 
 } // namespace
 
-std::optional<EdlList> readEdl(std::string bytes, DM::FrameCodeModes fcm, Report& report)
+std::optional<EdlList> readEdl(std::string bytes, DM::FrameCodeModes fcm, Report& report, DM::FrameCodeModes beside)
 {
     if (fromUtf16(bytes))
         report.add(Report::Notice, 0, "the text is UTF-16: it goes out as UTF-8");
@@ -687,8 +700,9 @@ std::optional<EdlList> readEdl(std::string bytes, DM::FrameCodeModes fcm, Report
     EdlList list;
     const std::string_view text = list.keep(std::move(bytes));
     const Report before = report;
-    Certainty certainty = given ? Certainty::Given : Certainty::Guessed;
-    DM::FrameCodeModes rate = given ? fcm : guesses.front();
+    const bool isBeside = !given && beside != DM::FCM_NOT_DEFINED;
+    Certainty certainty = given ? Certainty::Given : isBeside ? Certainty::Beside : Certainty::Guessed;
+    DM::FrameCodeModes rate = given ? fcm : isBeside ? beside : guesses.front();
     DM::FrameCodeModes stated = DM::FCM_NOT_DEFINED;
     for (;;)
     {
@@ -697,18 +711,21 @@ std::optional<EdlList> readEdl(std::string bytes, DM::FrameCodeModes fcm, Report
         stated = reader.statedRate();
         if (isRead)
             break;
-        // Again from the top: each time at a higher rate, or at the one that the list states.
+        // Again from the top: at the one that the list states, without dropping, or each time at a higher rate.
         if (stated != DM::FCM_NOT_DEFINED)
             certainty = Certainty::Stated;
+        else if (!DM::FcmUtil::isDropFrame(rate) || reader.otherRate() != DM::FcmUtil::toNonDrop(rate))
+            certainty = Certainty::Guessed;
         rate = reader.otherRate();
         report = before;
         list.clear();
     }
     const auto name = [](DM::FrameCodeModes mode) { return std::string(DM::FcmUtil::getFCMString(mode)); };
-    if (certainty == Certainty::Guessed)
-        report.add(Report::Notice, 0,
+    if (certainty == Certainty::Beside || certainty == Certainty::Guessed)
+        report.add("DM608", Report::Notice, 0,
                    "no frame rate was given: read as " + name(list.fcm) +
-                       ", the lowest rate that has all labels; "
+                       (certainty == Certainty::Beside ? ", at the rate of the file beside it; "
+                                                       : ", the lowest rate that has all labels; ") +
                        "--fcm names another");
     else if (given && list.fcm != fcm)
         report.add(Report::Warning, 0, "the list counts in " + name(list.fcm) + ", not in " + name(fcm));

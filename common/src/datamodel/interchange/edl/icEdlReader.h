@@ -9,8 +9,8 @@
 /// # Rate and drop frame
 ///
 /// A list says whether it drops labels, not at which rate it counts. The rate is the caller's; without one that of a
-/// comment behind FCM ("* FRAME RATE: 25 fps", as we write it); without that the lowest of 24, 25, 29.97, 50 and 59.94
-/// in which all its labels exist, and a notice says so. The first FCM line speaks of the record side, for the whole
+/// comment behind FCM ("* FRAME RATE: 25 fps", as we write it); without that the one of the file beside it, or else the
+/// lowest of 24, 25, 29.97, 50 and 59.94, in which all its labels exist, and a notice (DM608) says so. The first FCM line speaks of the record side, for the whole
 /// list; every one speaks of the sources behind it. An event that has a ";" in any of its labels speaks for itself,
 /// side by side: the side with a ";" drops, the other does not. The first event settles the record side. At a rate that
 /// has no drop-frame form (24, 25, 50, ...) such statements mean nothing, and a warning says so.
@@ -38,7 +38,8 @@ namespace interchange
 {
 
 /// Reads a list in one pass, in time and memory in proportion to its bytes. `fcm` gives the rate (FCM_NOT_DEFINED: see
-/// above). None when the report has got errors.
-[[nodiscard]] std::optional<EdlList> readEdl(std::string bytes, DM::FrameCodeModes fcm, Report& report);
+/// above), `beside` that of the file beside it. None when the report has got errors.
+[[nodiscard]] std::optional<EdlList> readEdl(std::string bytes, DM::FrameCodeModes fcm, Report& report,
+                                             DM::FrameCodeModes beside = DM::FCM_NOT_DEFINED);
 
 } // namespace interchange

@@ -18,6 +18,7 @@ constexpr DmFindingCode conversions[] = {
     {"DM605", DmFinding::Warning, "times of other rates that fall between frames"},
     {"DM606", DmFinding::Warning, "values that the document refuses"},
     {"DM607", DmFinding::Error, "values of documents that are not kept as they stand"},
+    {"DM608", DmFinding::Note, "rates that nobody said"},
     {"DM611", DmFinding::Warning, "events on no channel"},
     {"DM612", DmFinding::Warning, "colour corrections of events without a picture"},
     {"DM613", DmFinding::Warning, "objects of unknown schemas"},
