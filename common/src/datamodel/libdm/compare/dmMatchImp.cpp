@@ -5,6 +5,7 @@
 #include <map>
 #include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace dmCompare
 {
@@ -197,6 +198,9 @@ private:
             pair(before, found->second[at++]);
             return true;
         };
+        std::unordered_set<std::uint64_t> oldOrigins;
+        forFree(_before, _match.toNew,
+                [&](int, const Shot& shot) { forOrigins(shot, [&](std::uint64_t id) { oldOrigins.insert(id); }); });
         std::unordered_map<std::uint64_t, int> ids;
         forFree(_after, _match.toOld,
                 [&](int i, const Shot& shot)
@@ -204,13 +208,18 @@ private:
                     if (shot.id != 0)
                         ids.emplace(shot.id, i);
                 });
+        // Of a shot and what was split off it, on whichever side, the one that still has its id, whoever made that up.
         forFree(_before, _match.toNew,
                 [&](int i, const Shot& shot)
                 {
-                    // Of a shot and what was split off it, the one that still has its id, whoever made that up.
-                    const auto same = origins.contains(shot.id) ? ids.find(shot.id) : ids.end();
+                    const bool isOrigin = origins.contains(shot.id) || oldOrigins.contains(shot.id);
+                    const auto same = isOrigin ? ids.find(shot.id) : ids.end();
                     if (same != ids.end() && isFree(i, same->second))
-                        return pair(i, same->second);
+                        pair(i, same->second);
+                });
+        forFree(_before, _match.toNew,
+                [&](int i, const Shot& shot)
+                {
                     if (take(shot.id, i))
                         return;
                     bool done = false;
