@@ -176,7 +176,7 @@ std::string value(const std::string& text)
 std::string sequence(const std::string& picture, const std::string& sound = "", const std::string& further = "",
                      const std::string& ofRate = rate(25), const char* id = "sequence-1")
 {
-    return "<sequence id=\"" + std::string(id) + "\"><uuid>1</uuid><name>cut</name><duration>250</duration>" + ofRate +
+    return "<sequence id=\"" + std::string(id) + "\"><uuid>1</uuid><name>cut</name><duration>1</duration>" + ofRate +
            "<media><video><track>" + picture + "<enabled>TRUE</enabled></track></video>" +
            (sound.empty() ? "" : "<audio>" + sound + "</audio>") + "</media>" + further + "</sequence>";
 }
@@ -464,8 +464,7 @@ TEST(Fcp7xml, AnEditShowsAndTheRestStaysAsItWas)
          {{"start: 50", "start: 60"},
           {"start: 100", "start: 110"},
           {"end: 112", "end: 122"},
-          {"end: 200", "end: 210"},
-          {"duration: 250", "duration: 250"}}},
+          {"end: 200", "end: 210"}}},
         {"delete the clip that defines the file", [](const Read& made) { made.layer().removeChild(0); }, {}},
     };
     for (const auto& each : cases)

@@ -301,15 +301,38 @@ Sequence& Cut::addSequence(const DmCompositionNode& node, DM::FrameCodeModes oth
         else
             left.push_back({node.getChild(i), &sequence, nullptr, "DM728", dmNoTime});
     }
+    findEnd(sequence);
+    return sequence;
+}
+
+void Cut::findEnd(Sequence& sequence)
+{
     sequence.end = sequence.origin;
+    double played = sequence.origin;
     for (const Track& track : sequence.tracks)
+    {
         for (const Item& item : track.items)
-            sequence.end = std::max(sequence.end, item.recOut);
+            played = std::max(played, item.recOut);
+        sequence.end = std::max({sequence.end, played, track.filledTo});
+    }
     // Where nothing plays but gaps, its length is all that it says.
     constexpr double longest = 1e12;
     if (std::ranges::all_of(sequence.tracks, [](const Track& track) { return track.items.empty(); }))
-        sequence.end += std::clamp(node.getCompLength(), 0.0, longest);
-    return sequence;
+        sequence.end =
+            std::max(sequence.end, sequence.origin + std::clamp(sequence.node->getCompLength(), 0.0, longest));
+    // The duration fills the first track of a file when nothing else reaches that far.
+    const auto isPicture = [](const Track& track) { return track.node->getMediaType() == DM_MEDIA_VIDEO; };
+    const bool hasPicture = std::ranges::any_of(sequence.tracks, isPicture);
+    Track* first = nullptr;
+    for (Track& track : sequence.tracks)
+        if (track.number == 1 && isPicture(track) == hasPicture)
+            first = &track;
+    for (Track& track : sequence.tracks)
+        track.saysFilledTo = track.filledTo > 0;
+    if (first && first->filledTo == sequence.end && played < sequence.end &&
+        std::ranges::none_of(sequence.tracks,
+                             [&](const Track& each) { return &each != first && each.filledTo == sequence.end; }))
+        first->saysFilledTo = false;
 }
 
 void Cut::addTracks(Sequence& sequence, const DmTrackNode& node, int& number)
@@ -398,6 +421,10 @@ Track& Cut::addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerN
         if (item.mix || item.segment)
             track.items.push_back(item);
     }
+    if (previous && previous->whatIs() == DM_GAP_NODE && !carriedBy(*previous))
+        if (const DmSegmentNode* const gap = previous->asSegment();
+            std::isfinite(gap->getRecIn() + gap->getRecLength()) && gap->getRecLength() >= leastLength)
+            track.filledTo = gap->getRecIn() + gap->getRecLength();
     // The format has no clip without a length but for what a transition shows of it.
     std::erase_if(track.items,
                   [&](const Item& item)

@@ -136,8 +136,10 @@ struct Track
     int number;               ///< among its kind, from 1 on
     const DmLayerNode* layer; ///< the one that plays; null without any
     std::vector<Item> items;
-    bool isFurther = false;  ///< a further layer of the node: a track above that of the layer that plays
-    bool isDisabled = false; ///< beside a result layer; or since it was read, and nothing in it plays by now
+    double filledTo = 0;       ///< the end of a gap behind the last item; 0 without one
+    bool saysFilledTo = false; ///< the sequence's duration alone does not
+    bool isFurther = false;    ///< a further layer of the node: a track above that of the layer that plays
+    bool isDisabled = false;   ///< beside a result layer; or since it was read, and nothing in it plays by now
 };
 
 struct Sequence
@@ -145,7 +147,7 @@ struct Sequence
     const DmCompositionNode* node;
     DM::FrameCodeModes fcm;
     double origin = 0; ///< the record time that a file's times count from
-    double end = 0;    ///< of what stands in it, in record time
+    double end = 0;    ///< of what stands in it, gaps included, in record time
     std::vector<Track> tracks;
     std::string id;
     bool isTop = false;
@@ -207,6 +209,7 @@ private:
     /// Those whose medium no file named: it may be one that a file named elsewhere.
     void addOwnFiles();
     void use(File& file, bool isNew, const Sequence& sequence, const Track& track, const Item& item, double before);
+    static void findEnd(Sequence& sequence);
     void addTracks(Sequence& sequence, const DmTrackNode& node, int& number);
     Track& addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerNode* layer, int number);
     void addClips(Sequence& sequence);

@@ -135,6 +135,7 @@ private:
         xmeml::Sequence size; ///< for the units of pictures
         std::vector<Made> clips;
         double end;
+        double saidEnd;                   ///< by the duration
         std::deque<std::string> labels{}; ///< of its tracks
         bool isTrackOff = false;
     };
@@ -168,7 +169,7 @@ private:
     CoSharedPtr<DmCompositionNode> sequence(pugi::xml_node element, bool isTop);
     DM::FrameCodeModes modeOf(pugi::xml_node sequence);
     void addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaType);
-    /// A sequence in which nothing stands plays a gap.
+    /// Behind all that stands in it a sequence plays a gap, up to its duration.
     static void fillFirst(Stage& stage, double length);
     std::vector<Entry> entriesOf(const Stage& stage, pugi::xml_node track);
     bool readMix(const Stage& stage, Entry& entry);

@@ -419,7 +419,9 @@ pugi::xml_node PlainElements::track(pugi::xml_node parent, const Sequence& seque
             tellUnsaid(*track.layer);
         _report->at({.node = sequence.node});
     }
-    const pugi::xml_node made = add(parent, "track");
+    pugi::xml_node made = add(parent, "track");
+    if (track.saysFilledTo)
+        made.append_attribute(filledMark) = timeText(track.filledTo - sequence.origin).c_str();
     add(made, itemsName);
     const pugi::xml_node enabled = add(made, "enabled", boolText(!track.isDisabled));
     if (!track.isDisabled)

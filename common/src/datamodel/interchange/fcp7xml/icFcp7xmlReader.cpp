@@ -176,9 +176,9 @@ CoSharedPtr<DmCompositionNode> Maker::sequence(pugi::xml_node element, bool isTo
         orBadAlloc(DmCompositionNode::create(name.empty() ? DmString(L"untitled") : toDmString(name), fcmText, {}));
     if (!isTop)
         require(node->setIsContainerComp(true));
-    const std::optional<Rate> said = Rate::of(element.child("rate"));
+    const std::optional<Rate> rate = Rate::of(element.child("rate"));
     const double fps = DM::FcmUtil::getDoubleFPS(fcm);
-    const double ratio = said && said->mode(false) == DM::FCM_NOT_DEFINED ? fps / said->fps() : 1.0;
+    const double ratio = rate && rate->mode(false) == DM::FCM_NOT_DEFINED ? fps / rate->fps() : 1.0;
     double start = std::max(0.0, std::round(numberOf(element.child("timecode"), "frame").value_or(0) * ratio));
     require(node->setStartTC(start, fcmText));
     start = node->getStartTC();
@@ -193,28 +193,27 @@ CoSharedPtr<DmCompositionNode> Maker::sequence(pugi::xml_node element, bool isTo
             require(resolution->setWidth(static_cast<int>(*width)));
             require(resolution->setHeight(static_cast<int>(*height)));
         }
-    if (const auto rate = numberOf(media.child("audio").child("format").child("samplecharacteristics"), "samplerate");
-        rate && *rate > 0)
-        require(node->setSamplingRate(*rate));
-    Stage stage{*node, element, fcm, fps, start, {}, {}, start};
+    if (const auto sampled =
+            numberOf(media.child("audio").child("format").child("samplecharacteristics"), "samplerate");
+        sampled && *sampled > 0)
+        require(node->setSamplingRate(*sampled));
+    const double said = std::max(0.0, std::round(numberOf(element, "duration").value_or(0) * ratio));
+    Stage stage{*node, element, fcm, fps, start, {}, {}, start, start + said};
     stage.size.node = node.get();
     stage.size.fcm = fcm;
     addTracks(stage, media.child("video"), DM_MEDIA_VIDEO);
     addTracks(stage, media.child("audio"), DM_MEDIA_AUDIO);
     link(stage);
-    double length = stage.end - start;
-    if (length == 0)
-    {
-        length = std::max(0.0, std::round(numberOf(element, "duration").value_or(0) * ratio));
+    const double length = std::max(stage.end, stage.saidEnd) - start;
+    if (stage.end < stage.saidEnd)
         fillFirst(stage, length);
-    }
     require(node->setCompLength(length));
     for (const auto& [child, isIn] : {std::pair("in", true), std::pair("out", false)})
         if (const std::optional<double> time = numberOf(element, child); time && *time >= 0)
             require(isIn ? node->setInMark(start + *time * ratio) : node->setOutMark(start + *time * ratio));
     for (const pugi::xml_node marker : element.children("marker"))
         require(node->addCueMark(mark(marker, start, ratio)));
-    hintOf(*node, element).rate = said.value_or(Rate());
+    hintOf(*node, element).rate = rate.value_or(Rate());
     came(*node, element);
     --_depth;
     _open.erase(element.internal_object());
@@ -250,6 +249,9 @@ void Maker::addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaT
         DmLayerBuilder layer(0, mediaType, stage.origin);
         stage.isTrackOff = isOff(element);
         place(stage, layer, entriesOf(stage, element), mediaType, label);
+        if (const auto filledTo = toNumber<double>(element.attribute(filledMark).value());
+            filledTo && *filledTo < limit)
+            require(layer.fillTo(std::min(stage.origin + *filledTo, stage.saidEnd)));
         track->addChild(orBadAlloc(layer.finish()));
         stage.end = std::max(stage.end, layer.getEnd());
         const int index = stage.node.addChild(track) - 1;

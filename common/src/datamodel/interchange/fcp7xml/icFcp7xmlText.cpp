@@ -276,7 +276,7 @@ void FormMaker::head(pugi::xml_node element, std::string_view name)
 {
     text.append("<").append(name);
     for (const pugi::xml_attribute each : element.attributes())
-        if (each.name() != std::string_view(lengthMark)) // which the model says
+        if (const std::string_view said = each.name(); said != lengthMark && said != filledMark) // the model's
         {
             attribute(each.name(), each.value());
             _isOwn = true;

@@ -83,6 +83,8 @@ inline constexpr const char* usualMark = "our:usual";
 
 /// An attribute of a file's duration: "unknown" where that is only what is known to play.
 inline constexpr const char* lengthMark = "materialLength";
+/// An attribute of a track: up to there it is filled, where the sequence's duration alone does not say that.
+inline constexpr const char* filledMark = "filledTo";
 /// Of a plain clip, and of a place in a form: the links that the file has not, as one figure.
 inline constexpr const char* othersMark = "our:others";
 
