@@ -293,12 +293,8 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
 {
     const pugi::xml_node element = entry.element;
     const double length = entry.recOut - entry.recIn;
-    pugi::xml_node nested = element.child("sequence");
-    const pugi::xml_node place = nested;
-    if (nested && !nested.first_child())
-        if (const auto found = _sequences.find(std::string_view(nested.attribute("id").value()));
-            found != _sequences.end())
-            nested = found->second;
+    const pugi::xml_node place = element.child("sequence");
+    const pugi::xml_node nested = definitionOf(place);
     ReadHint hint;
     hint.element = element;
     CoSharedPtr<DmCompositionNode> inside;

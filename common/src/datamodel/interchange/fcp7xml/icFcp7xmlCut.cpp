@@ -606,10 +606,14 @@ void Cut::addContainer(const DmContainerNode& container, DM::FrameCodeModes fcm)
         _insides[&container] = inside;
         if (Sequence& named = _sequences.at(inside); named.id.empty())
             named.id = take(_takenSequences, "", "sequence-");
+        // It stands where the file had it, however many use it before that.
+        if (const auto definer = _definers.find(inside);
+            definer != _definers.end() && !hint.isReference && hintOf(*definer->second).isReference)
+            definer->second = &container;
         return;
     }
     _insides[&container] = own;
-    _definers.insert(&container);
+    _definers.emplace(own, &container);
     addClips(addSequence(*own, fcm, false));
 }
 
@@ -638,11 +642,28 @@ const std::vector<Linked>* Cut::linksOf(const DmSegmentNode& segment) const
     return found == _linksOf.end() ? nullptr : found->second;
 }
 
-void Cut::defineElsewhere(const std::set<std::string>& ids)
+bool Cut::defines(const DmContainerNode& container) const
+{
+    const auto found = _definers.find(insideOf(container));
+    return found != _definers.end() && found->second == &container;
+}
+
+void Cut::defineElsewhere(const std::set<std::string>& files, const std::set<std::string>& sequences)
 {
     for (auto& [key, file] : _files)
-        if (ids.contains(file.id))
+        if (files.contains(file.id))
             file.definer = nullptr;
+    for (const auto& [inside, container] : _definers)
+        if (const Sequence& sequence = _sequences.at(inside); sequences.contains(sequence.id))
+            _elsewhere.emplace(sequence.id, &sequence);
+    for (const auto& [id, sequence] : _elsewhere)
+        _definers.erase(sequence->node);
+}
+
+const Sequence* Cut::elsewhere(const std::string& id) const
+{
+    const auto found = _elsewhere.find(id);
+    return found == _elsewhere.end() ? nullptr : found->second;
 }
 
 void Cut::leaveUndefined(const std::map<std::string, pugi::xml_node>& kept)

@@ -195,10 +195,12 @@ public:
     /// Null for a segment without a file.
     const File* fileOf(const DmSegmentNode& segment) const;
     /// Whether the sequence is to be defined in this container.
-    bool defines(const DmContainerNode& container) const { return _definers.contains(&container); }
+    bool defines(const DmContainerNode& container) const;
     const std::vector<Linked>* linksOf(const DmSegmentNode& segment) const;
-    /// Files that words of the document's own define.
-    void defineElsewhere(const std::set<std::string>& ids);
+    /// Files that words of the document's own define, and sequences that stand in these.
+    void defineElsewhere(const std::set<std::string>& files, const std::set<std::string>& sequences);
+    /// Such a sequence; null for one that is used no more.
+    const Sequence* elsewhere(const std::string& id) const;
     /// An id that a file used and never defined stays that, but for `kept`, of which its words are still there.
     void leaveUndefined(const std::map<std::string, pugi::xml_node>& kept);
 
@@ -233,7 +235,8 @@ private:
     };
     std::vector<Use> _ownUses; ///< of media that no file named
     std::unordered_map<const DmTreeNode*, const File*> _filesOf;
-    std::set<const DmTreeNode*> _definers;
+    std::unordered_map<const DmCompositionNode*, const DmContainerNode*> _definers;
+    std::map<std::string, const Sequence*> _elsewhere;
     std::map<std::pair<const DmCompositionNode*, std::string>, std::vector<Linked>> _links;
     std::unordered_map<const DmTreeNode*, const std::vector<Linked>*> _linksOf;
     std::set<std::string> _takenClips, _takenFiles, _takenSequences;

@@ -22,7 +22,7 @@ void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain,
             void write(std::string_view written) override { text += written; }
             std::string text;
         };
-        const WriteItems items = [](Output& out, std::string_view) { out.line(itemsName); };
+        const WriteItems items = [](Output& out, std::string_view, pugi::xml_node) { out.line(itemsName); };
         pugi::xml_document parsed;
         parsed.load_buffer(form.data(), form.size(),
                            pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_comments | pugi::parse_pi);

@@ -165,6 +165,9 @@ private:
     }
 
     void findDefinitions();
+    void findSequence(pugi::xml_node element);
+    /// The one that the element names, if it is none itself.
+    pugi::xml_node definitionOf(pugi::xml_node sequence);
     void addSequences(DmRoot& root);
     CoSharedPtr<DmCompositionNode> sequence(pugi::xml_node element, bool isTop);
     DM::FrameCodeModes modeOf(pugi::xml_node sequence);
@@ -199,8 +202,9 @@ private:
     Report& _report;
     std::map<std::string, pugi::xml_node, std::less<>> _files;
     std::map<std::string, pugi::xml_node, std::less<>> _sequences;
-    std::map<const void*, CoSharedPtr<DmCompositionNode>> _read; ///< by element
-    std::set<const void*> _open;                                 ///< being read
+    std::map<std::string, pugi::xml_node, std::less<>> _sequencesElsewhere; ///< in what is kept as it stands
+    std::map<const void*, CoSharedPtr<DmCompositionNode>> _read;            ///< by element
+    std::set<const void*> _open;                                            ///< being read
     int _depth = 0;
 
     // For the forms

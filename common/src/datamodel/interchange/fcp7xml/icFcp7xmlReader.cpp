@@ -58,7 +58,7 @@ void Maker::findDefinitions()
         if (isNamed(at, "file") && at.first_child() && at.attribute("id"))
             _files.emplace(at.attribute("id").value(), at);
         if (isNamed(at, "sequence") && at.first_child() && at.attribute("id"))
-            _sequences.emplace(at.attribute("id").value(), at);
+            findSequence(at);
         if (at.first_child())
         {
             at = at.first_child();
@@ -68,6 +68,48 @@ void Maker::findDefinitions()
             at = at.parent();
         at = at ? at.next_sibling() : at;
     }
+}
+
+/// In clips of sequences they become nodes where they stand, as those do that stand in the document itself. Others, of
+/// master clips, do when somebody uses them.
+void Maker::findSequence(pugi::xml_node element)
+{
+    const auto clipHolder = [](pugi::xml_node clip)
+    {
+        const pugi::xml_node media = clip.parent().parent().parent();
+        return isNamed(clip, "clipitem") && isNamed(clip.parent(), "track") && isNamed(media, "media") &&
+                       isNamed(media.parent(), "sequence")
+                   ? media.parent()
+                   : pugi::xml_node();
+    };
+    pugi::xml_node at = element;
+    while (const pugi::xml_node holder = clipHolder(at.parent()))
+        at = holder;
+    at = at.parent();
+    while (isNamed(at, "children") || isNamed(at, "bin") || isNamed(at, "project"))
+        at = at.parent();
+    const bool isPlaced = at == _xml.root();
+    while (at && !isNamed(at, "sequence"))
+        at = at.parent();
+    if (isPlaced)
+        _sequences.emplace(element.attribute("id").value(), element);
+    else if (!at)
+        _sequencesElsewhere.emplace(element.attribute("id").value(), element);
+}
+
+pugi::xml_node Maker::definitionOf(pugi::xml_node sequence)
+{
+    const std::string_view id = sequence.attribute("id").value();
+    if (!sequence || sequence.first_child() || id.empty())
+        return sequence;
+    if (const auto found = _sequences.find(id); found != _sequences.end())
+        return found->second;
+    const auto found = _sequencesElsewhere.find(id);
+    if (found == _sequencesElsewhere.end())
+        return sequence;
+    if (!found->second.attribute(elsewhereMark))
+        found->second.append_attribute(elsewhereMark) = found->first.c_str();
+    return found->second;
 }
 
 void Maker::addSequences(DmRoot& root)
@@ -129,6 +171,7 @@ CoSharedPtr<DmRoot> Maker::make()
     if (_report.hasErrors())
         return {};
     _sequences.clear();
+    _sequencesElsewhere.clear();
     _read.clear();
     keepForms(*root);
     return root;

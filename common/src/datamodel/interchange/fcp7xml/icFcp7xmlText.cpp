@@ -242,6 +242,13 @@ void FormMaker::leaf(pugi::xml_node element, pugi::xml_node plain)
 void FormMaker::verbatim(pugi::xml_node node, bool isLast)
 {
     _isOwn = true;
+    if (const pugi::xml_attribute id = node.attribute(elsewhereMark))
+    {
+        text.append("<").append(itemsName);
+        attribute(elsewhereMark, id.value());
+        text += "/>";
+        return;
+    }
     if (_nodes.contains(node.internal_object()))
     {
         text.append("<").append(itemsName).append("/>");
@@ -276,7 +283,8 @@ void FormMaker::head(pugi::xml_node element, std::string_view name)
 {
     text.append("<").append(name);
     for (const pugi::xml_attribute each : element.attributes())
-        if (const std::string_view said = each.name(); said != lengthMark && said != filledMark) // the model's
+        if (const std::string_view said = each.name();
+            said != lengthMark && said != filledMark && said != elsewhereMark) // the model's
         {
             attribute(each.name(), each.value());
             _isOwn = true;
@@ -596,7 +604,7 @@ void writeVerbatim(Output& out, pugi::xml_node node, const WriteItems& items, st
     if (node.type() == pugi::node_element)
     {
         if (std::string_view(node.name()) == itemsName)
-            return items(out, parent);
+            return items(out, parent, node);
         if (isLeaf(node))
             return out.leaf(node.name(), node, {}, node.child_value());
         // Text beside elements stands as it was; where nodes are among them, each on a line.
@@ -857,13 +865,13 @@ void Filling::findRows()
 void Filling::write(const Entry& entry)
 {
     if (entry.isItems)
-        _items(_out, _name);
+        _items(_out, _name, entry.form);
     else if (entry.times != 0)
         writeRow(entry);
     else if (!entry.plain)
         writeVerbatim(_out, entry.form, _items, _name);
     else if (entry.plain.attribute(defineMark))
-        _items(_out, "file");
+        _items(_out, "file", entry.form);
     else if (!isLeaf(entry.plain) || (entry.form && !isLeaf(entry.form)))
         fill(_out, entry.form, entry.plain, _items);
     else

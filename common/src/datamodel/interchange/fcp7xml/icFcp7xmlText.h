@@ -15,6 +15,7 @@
 ///       <our:marker our:times="3">...</our:marker>    three in a row of which the file says the same beside the model
 ///       <our:marker our:of="9d0c5f1">...</our:marker> of the one that has this figure, wherever it stands by now
 ///       <our:items/>                                  where the nodes inside stand
+///       <our:items our:of="s2"/>                      one that others use, in words of the file's own
 ///     </clipitem>
 ///
 /// What is not in the file, and says no more than that, has no place in the form either: <enabled>TRUE</enabled>.
@@ -104,6 +105,9 @@ inline constexpr const char* seriesName = "our:series";
 /// Of a plain time that says the far side of a transition: where that is. A place has what the file says from there on.
 inline constexpr const char* sideMark = "our:side";
 
+/// Marks an element of a file that is a node, and stands in words of the file's own: of a form's place for it, its id.
+inline constexpr const char* elsewhereMark = "our:of";
+
 /// Marks a plain file that stands here in full: it is written like the nodes inside.
 inline constexpr const char* defineMark = "our:define";
 
@@ -162,8 +166,9 @@ using NodeSet = std::unordered_set<const void*>;
 /// `series`: of the plain element.
 std::string formOf(pugi::xml_node element, pugi::xml_node plain, const NodeSet& nodes, std::string_view marks = "",
                    bool isLast = false, const Series& series = {});
-/// Writes the nodes that stand in an element of this name, or its file; where the form says so, one at a time.
-using WriteItems = std::function<void(Output&, std::string_view parent)>;
+/// Writes the nodes that stand in an element of this name, or its file; where the form says so, one at a time. `place`:
+/// where they stand in the form; null where it has none.
+using WriteItems = std::function<void(Output&, std::string_view parent, pugi::xml_node place)>;
 /// Writes what the form and the plain element say together; `form` may be null.
 void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items, const Series& series = {});
 

@@ -47,17 +47,23 @@ std::size_t countItems(pugi::xml_node form)
 {
     std::size_t count = 0;
     for (const pugi::xml_node child : form.children())
-        count += std::string_view(child.name()) == itemsName ? 1 : countItems(child);
+        if (std::string_view(child.name()) != itemsName)
+            count += countItems(child);
+        else if (!child.attribute(elsewhereMark))
+            ++count;
     return count;
 }
 
-void addDefinitions(pugi::xml_node form, std::set<std::string>& ids)
+/// What the document's own words define, and the sequences that stand in them.
+void addDefinitions(pugi::xml_node form, std::set<std::string>& files, std::set<std::string>& sequences)
 {
     for (const pugi::xml_node child : form.children())
     {
         if (std::string_view(child.name()) == "file" && child.first_child())
-            ids.insert(child.attribute("id").value());
-        addDefinitions(child, ids);
+            files.insert(child.attribute("id").value());
+        if (const pugi::xml_attribute id = child.attribute(elsewhereMark))
+            sequences.insert(id.value());
+        addDefinitions(child, files, sequences);
     }
 }
 
@@ -151,9 +157,10 @@ bool Writer::write()
     tellLeft();
     keepFiles();
     const Form form(_root);
-    std::set<std::string> elsewhere;
-    addDefinitions(form.root(), elsewhere);
-    _cut.defineElsewhere(elsewhere);
+    std::set<std::string> files;
+    std::set<std::string> sequences;
+    addDefinitions(form.root(), files, sequences);
+    _cut.defineElsewhere(files, sequences);
     _cut.leaveUndefined(_files);
 
     pugi::xml_document scratch;
@@ -170,8 +177,14 @@ bool Writer::write()
     _out.line(R"(<?xml version="1.0" encoding="UTF-8"?>)");
     _out.line("<!DOCTYPE xmeml>");
     fill(_out, form.root(), plain,
-         [&](Output&, std::string_view)
+         [&](Output&, std::string_view, pugi::xml_node place)
          {
+             if (const pugi::xml_attribute id = place.attribute(elsewhereMark))
+             {
+                 if (const Sequence* const used = _cut.elsewhere(id.value()))
+                     sequence(*used);
+                 return;
+             }
              // The last place takes all that are left.
              --places;
              const std::size_t end = places == 0 ? _cut.top().size() : std::min(next + 1, _cut.top().size());
@@ -190,7 +203,7 @@ void Writer::sequence(const Sequence& sequence)
     const Series series = _plain.series();
     fill(
         _out, form.root(), plain,
-        [&](Output&, std::string_view parent)
+        [&](Output&, std::string_view parent, pugi::xml_node)
         {
             int number = 0;
             for (const Track& each : sequence.tracks)
@@ -219,7 +232,7 @@ void Writer::track(const Sequence& sequence, const Track& track)
     const Form form = track.isFurther ? Form() : Form(*track.node);
     pugi::xml_document scratch;
     fill(_out, form.root(), _plain.track(scratch, sequence, track),
-         [&](Output&, std::string_view)
+         [&](Output&, std::string_view, pugi::xml_node)
          {
              for (const Item& each : track.items)
                  item(sequence, track, each);
@@ -234,7 +247,7 @@ void Writer::item(const Sequence& sequence, const Track& track, const Item& item
     const Series series = _plain.series();
     fill(
         _out, form.root(), plain,
-        [&](Output&, std::string_view parent)
+        [&](Output&, std::string_view parent, pugi::xml_node)
         {
             if (parent == "file")
             {
