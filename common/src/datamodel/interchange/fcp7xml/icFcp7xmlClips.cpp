@@ -40,7 +40,7 @@ CoSharedPtr<DmTrxEffectNode> Maker::transition(const Entry& entry, eDmTreeMediaT
     const pugi::xml_node effect = entry.element.child("effect");
     const double length = entry.recOut - entry.recIn;
     const std::string_view id = textOf(effect, "effectid");
-    const std::optional<double> code = numberOf(effect, "wipecode");
+    const std::optional<double> code = number(effect, "wipecode");
     const bool isWipe = textOf(effect, "effectcategory") == "Wipe" || (code && *code > 0);
     const bool isDissolve = id == "Cross Dissolve" || id == "dissolve" || id.empty() || mediaType == DM_MEDIA_AUDIO;
     if (!isWipe && !isDissolve)
@@ -78,10 +78,10 @@ Medium Maker::mediumOf(const Stage& stage, const Entry& entry, pugi::xml_node fi
         if (const auto found = _files.find(std::string_view(file.attribute("id").value())); found != _files.end())
             medium.element = found->second;
     const pugi::xml_node timecode = medium.element.child("timecode");
-    const bool drops = equalsNoCase(trimmed(textOf(timecode, "displayformat")), "DF");
-    std::optional<Rate> rate = Rate::of(medium.element.child("rate"));
+    const bool drops = isDropFrame(timecode);
+    std::optional<Rate> rate = this->rate(medium.element.child("rate"));
     if (!rate)
-        rate = Rate::of(timecode.child("rate"));
+        rate = this->rate(timecode.child("rate"));
     medium.rate = rate.value_or(entry.rate);
     medium.fcm = medium.rate.mode(drops);
     if (medium.fcm == DM::FCM_NOT_DEFINED)
@@ -91,13 +91,13 @@ Medium Maker::mediumOf(const Stage& stage, const Entry& entry, pugi::xml_node fi
         (!file && DM::FcmUtil::toNonDrop(medium.fcm) == DM::FcmUtil::toNonDrop(stage.fcm)))
         medium.fcm = stage.fcm;
     const double fps = DM::FcmUtil::getDoubleFPS(medium.fcm);
-    if (const std::optional<double> length = numberOf(medium.element, "duration"); length && *length > 0)
+    if (const std::optional<double> length = time(medium.element, "duration"); length && *length > 0)
     {
         medium.span = settled(*length * fps / medium.rate.fps());
         if (medium.element.child("duration").attribute(lengthMark).value() != std::string_view("unknown"))
             medium.length = medium.span;
     }
-    std::optional<double> begin = numberOf(timecode, "frame");
+    std::optional<double> begin = time(timecode, "frame");
     if (!begin)
         if (const std::optional<TimeLabel> label = parseTimeLabel(trimmed(textOf(timecode, "string")));
             label && isInDay(*label, medium.fcm))
@@ -139,7 +139,7 @@ CoSharedPtr<DmSourceNode::Input> Maker::input(const Entry& entry, const Medium& 
         require(dmSetMaterialLengthUnknown(*media));
     if (mediaType == DM_MEDIA_AUDIO)
     {
-        const double channel = numberOf(entry.element.child("sourcetrack"), "trackindex").value_or(1);
+        const double channel = number(entry.element.child("sourcetrack"), "trackindex").value_or(1);
         const auto audio = orBadAlloc(DmAudioProperties::create());
         require(audio->setChannelIdx(static_cast<int>(std::clamp(channel, 1.0, 1e5)) - 1));
         require(media->setAudioProperties(audio));
@@ -150,16 +150,16 @@ CoSharedPtr<DmSourceNode::Input> Maker::input(const Entry& entry, const Medium& 
 
 CoSharedPtr<DmCueMark> Maker::mark(pugi::xml_node marker, double origin, double ratio)
 {
-    const double in = numberOf(marker, "in").value_or(0);
-    const double out = numberOf(marker, "out").value_or(-1);
+    const double in = time(marker, "in").value_or(0);
+    const double out = time(marker, "out").value_or(-1);
     auto made = orBadAlloc(DmCueMark::create(toDmString(textOf(marker, "name")), origin + in * ratio));
     require(made->setCueMarkComment(toDmString(textOf(marker, "comment"))));
     if (out > in && out != -1) // a point
         require(made->setCueMarkDuration((out - in) * ratio));
     if (const pugi::xml_node colour = marker.child("color"))
     {
-        const auto part = [colour](const char* name)
-        { return static_cast<int>(std::clamp(numberOf(colour, name).value_or(0), 0.0, 255.0)); };
+        const auto part = [this, colour](const char* name)
+        { return static_cast<int>(std::clamp(number(colour, name).value_or(0), 0.0, 255.0)); };
         require(made->setCueMarkColorRed(part("red")));
         require(made->setCueMarkColorGreen(part("green")));
         require(made->setCueMarkColorBlue(part("blue")));
@@ -174,8 +174,8 @@ bool Maker::addChannels(const Stage& stage, DmEffectSettings& effect, pugi::xml_
     for (const Parameter* const each : parametersOf(textOf(element, "effectid")))
     {
         const pugi::xml_node parameter = parameterOf(element, each->id);
-        const auto valueIn = [each](pugi::xml_node holder)
-        { return each->part ? numberOf(holder.child("value"), each->part) : numberOf(holder, "value"); };
+        const auto valueIn = [this, each](pugi::xml_node holder)
+        { return each->part ? number(holder.child("value"), each->part, true) : number(holder, "value", true); };
         CoSharedPtr<DmAnimationChannel> channel;
         const auto open = [&]
         {
@@ -187,7 +187,7 @@ bool Maker::addChannels(const Stage& stage, DmEffectSettings& effect, pugi::xml_
         { return static_cast<float>(std::clamp(channelValue(*each, value, stage.size), -1e9, 1e9)); };
         for (const pugi::xml_node key : parameter.children("keyframe"))
         {
-            const std::optional<double> when = numberOf(key, "when");
+            const std::optional<double> when = time(key, "when");
             const std::optional<double> value = valueIn(key);
             if (!when || !value)
                 continue;
@@ -242,7 +242,7 @@ void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, co
                     const auto timing = orBadAlloc(warp->getChannelByName(L"timing"));
                     const double fps = DM::FcmUtil::getDoubleFPS(medium.fcm);
                     for (const pugi::xml_node key : parameterOf(effect, "graphdict").children("keyframe"))
-                        if (const auto when = numberOf(key, "when"), value = numberOf(key, "value"); when && value)
+                        if (const auto when = time(key, "when"), value = number(key, "value", true); when && value)
                         {
                             hint.key = std::fmin(hint.key, *when); // of none, the other
                             require(timing->addKeyFrame(orBadAlloc(DmKeyFrame::create2(
@@ -325,7 +325,7 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
         // Where the curve is at the segment's begin.
         std::vector<std::pair<double, double>> keys;
         for (const pugi::xml_node key : parameterOf(effectOf(element, "timeremap"), "graphdict").children("keyframe"))
-            if (const auto when = numberOf(key, "when"), value = numberOf(key, "value"); when && value)
+            if (const auto when = time(key, "when"), value = number(key, "value", true); when && value)
                 keys.emplace_back(*when, *value);
         std::ranges::stable_sort(keys, {}, &std::pair<double, double>::first);
         double value = keys.empty() ? 0.0 : keys.front().second;
@@ -352,7 +352,7 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     const double playedEnd = entry.speed.factor == 0 ? relIn + 1
                              : entry.speed.isKeyed   ? relIn
                                                      : relIn + length / stage.fps * fps * speed;
-    const bool isEndless = isNamed(element, "generatoritem") || isTrue(textOf(element, "stillframe"));
+    const bool isEndless = isNamed(element, "generatoritem") || isTrue(element, "stillframe", false);
     // With what the transitions beside it show of it.
     const double shownEnd =
         isConstant && !isBackwards ? playedEnd + (entry.end - entry.recOut) / stage.fps * fps * speed : playedEnd;

@@ -88,6 +88,16 @@ Extent extentOf(const Item& item)
 
 // Values
 
+std::optional<bool> booleanOf(std::string_view text)
+{
+    text = trimmed(text);
+    if (equalsNoCase(text, "TRUE") || text == "1")
+        return true;
+    if (equalsNoCase(text, "FALSE") || text == "0")
+        return false;
+    return std::nullopt;
+}
+
 Rate Rate::of(DM::FrameCodeModes fcm)
 {
     const int timebase = DM::FcmUtil::getIntFPS(fcm);
@@ -99,7 +109,7 @@ std::optional<Rate> Rate::of(pugi::xml_node rate)
     const std::optional<int> timebase = toNumber<int>(trimmed(textOf(rate, "timebase")));
     if (!timebase || *timebase < 1 || *timebase > longestTimebase)
         return std::nullopt;
-    return Rate{*timebase, equalsNoCase(trimmed(textOf(rate, "ntsc")), "TRUE")};
+    return Rate{*timebase, booleanOf(textOf(rate, "ntsc")).value_or(false)};
 }
 
 DM::FrameCodeModes Rate::mode(bool drop) const

@@ -35,6 +35,9 @@ inline constexpr LeftoverType leftoverType{"fcp7xml", L"fcp7xml 2"};
 /// Without rows of markers, and with the times themselves of cuts inside transitions.
 inline constexpr LeftoverType firstLeftoverType{"fcp7xml", L"fcp7xml"};
 
+/// None where it is neither.
+std::optional<bool> booleanOf(std::string_view text);
+
 /// How a file says a rate: 29.97 is the timebase 30 with "ntsc" TRUE.
 struct Rate
 {

@@ -1,9 +1,90 @@
 #include "icFcp7xmlMaker.h"
 
+#include "CoNumber.h"
+
 #include <algorithm>
+#include <array>
 
 namespace interchange::xmeml
 {
+
+void Maker::tell(pugi::xml_node element, const char* what, bool decides, std::string_view choice)
+{
+    if (element.first_child().type() == pugi::node_element || !_told.insert(element.internal_object()).second)
+        return;
+    constexpr std::size_t longest = 40;
+    const std::string_view text = trimmed(element.child_value());
+    std::string said = element.name();
+    if (text.empty())
+        said.append(" is empty");
+    else
+        said.append(" is '")
+            .append(text.substr(0, longest))
+            .append(text.size() > longest ? "...', " : "', ")
+            .append(what);
+    if (decides && !text.empty())
+        mistake(element, std::move(said), choice);
+    else
+        warn(element, said.append("; ").append(choice));
+}
+
+std::optional<double> Maker::number(pugi::xml_node parent, const char* name, bool decides)
+{
+    const pugi::xml_node child = parent.child(name);
+    if (!child)
+        return std::nullopt;
+    std::string_view text = trimmed(child.child_value());
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-')
+        text.remove_prefix(1);
+    const std::optional<double> number = DM::CoNumber::whole(text);
+    if (number && std::abs(*number) <= limit)
+        return number;
+    tell(child, number ? "more than can be counted" : "which is no number", decides, "taken for not said");
+    return std::nullopt;
+}
+
+std::optional<double> Maker::time(pugi::xml_node parent, const char* name)
+{
+    const std::optional<double> time = number(parent, name, true);
+    if (time && !toNumber<double>(trimmed(textOf(parent, name))))
+        tell(parent.child(name), "which is no way to write a time", false, "taken for " + timeText(*time));
+    return time;
+}
+
+double Maker::wholeTime(pugi::xml_node parent, const char* name, double ratio)
+{
+    const std::optional<double> said = time(parent, name);
+    if (said && ratio == 1 && *said != std::round(*said))
+        tell(parent.child(name), "which is between frames", false, "taken for " + timeText(std::round(*said)));
+    return std::max(0.0, std::round(said.value_or(0) * ratio));
+}
+
+bool Maker::isTrue(pugi::xml_node parent, const char* name, bool otherwise)
+{
+    const pugi::xml_node child = parent.child(name);
+    const std::optional<bool> said = booleanOf(child.child_value());
+    if (child && !said)
+        tell(child, "which is neither TRUE nor FALSE", true, otherwise ? "taken for TRUE" : "taken for FALSE");
+    return said.value_or(otherwise);
+}
+
+std::optional<Rate> Maker::rate(pugi::xml_node element)
+{
+    const std::optional<Rate> rate = Rate::of(element);
+    if (!rate && element.child("timebase"))
+        tell(element.child("timebase"), "which is no rate", true, "taken for not said");
+    isTrue(element, "ntsc", false);
+    return rate;
+}
+
+bool Maker::isDropFrame(pugi::xml_node timecode)
+{
+    const pugi::xml_node format = timecode.child("displayformat");
+    const std::string_view said = trimmed(format.child_value());
+    if (format && !equalsNoCase(said, "DF") && !equalsNoCase(said, "NDF"))
+        tell(format, "which is neither DF nor NDF", true, "taken for NDF");
+    return equalsNoCase(said, "DF");
+}
 
 Speed Maker::speedOf(pugi::xml_node item)
 {
@@ -11,19 +92,19 @@ Speed Maker::speedOf(pugi::xml_node item)
     if (!effect)
         return {};
     Speed speed;
-    speed.isKeyed = numberOf(parameterOf(effect, "variablespeed"), "value").value_or(0) != 0;
+    speed.isKeyed = number(parameterOf(effect, "variablespeed"), "value", true).value_or(0) != 0;
     if (speed.isKeyed)
     {
         speed.isSet = static_cast<bool>(parameterOf(effect, "graphdict").child("keyframe"));
         speed.isKeyed = speed.isSet;
         return speed;
     }
-    const std::optional<double> percent = numberOf(parameterOf(effect, "speed"), "value");
+    const std::optional<double> percent = number(parameterOf(effect, "speed"), "value", true);
     if (!percent)
         return speed;
     speed.isSet = true;
     speed.factor = *percent / 100;
-    if (isTrue(textOf(parameterOf(effect, "reverse"), "value")))
+    if (isTrue(parameterOf(effect, "reverse"), "value", false))
         speed.factor = -std::abs(speed.factor);
     constexpr double slowest = 1e-6;
     if (std::abs(speed.factor) < slowest)
@@ -31,10 +112,16 @@ Speed Maker::speedOf(pugi::xml_node item)
     return speed;
 }
 
+void Maker::tellFractions(pugi::xml_node item, double ratio)
+{
+    for (const char* const name : {"start", "end"})
+        static_cast<void>(wholeTime(item, name, ratio));
+}
+
 bool Maker::readMix(const Stage& stage, Entry& entry)
 {
-    const std::optional<double> start = numberOf(entry.element, "start");
-    const std::optional<double> end = numberOf(entry.element, "end");
+    const std::optional<double> start = time(entry.element, "start");
+    const std::optional<double> end = time(entry.element, "end");
     if (!start || !end || *start < 0 || *end <= *start)
     {
         mistake(entry.element, "a transition without a length", "left out");
@@ -43,8 +130,12 @@ bool Maker::readMix(const Stage& stage, Entry& entry)
     const double ratio = stage.fps / entry.rate.fps();
     entry.start = entry.recIn = stage.origin + std::round(*start * ratio);
     entry.end = entry.recOut = stage.origin + std::round(*end * ratio);
+    tellFractions(entry.element, ratio);
     const double length = entry.end - entry.start;
     const std::string_view alignment = trimmed(textOf(entry.element, "alignment"));
+    constexpr std::array<std::string_view, 5> alignments{"start", "center", "end", "start-black", "end-black"};
+    if (entry.element.child("alignment") && std::ranges::find(alignments, alignment) == alignments.end())
+        tell(entry.element.child("alignment"), "which is none that there is", true, "taken for center");
     entry.cut = alignment.starts_with("start") ? 0.0 : alignment.starts_with("end") ? length : std::floor(length / 2);
     return length >= 1;
 }
@@ -52,19 +143,19 @@ bool Maker::readMix(const Stage& stage, Entry& entry)
 bool Maker::readClip(const Stage& stage, Entry& entry, Entry* before, const Entry* behind, double last)
 {
     const pugi::xml_node element = entry.element;
-    const std::optional<Rate> rate = Rate::of(element.child("rate"));
+    const std::optional<Rate> rate = this->rate(element.child("rate"));
     // A sequence's times count in its own rate, whatever mode stands for that.
     const double recordRatio = stage.fps / entry.rate.fps();
     const Rate sequenceRate = entry.rate;
     entry.rate = rate.value_or(sequenceRate);
     entry.speed = speedOf(element);
     const double recordPerClip = stage.fps / entry.rate.fps();
-    entry.in = numberOf(element, "in").value_or(0);
-    if (entry.in == -1 && numberOf(element, "out").value_or(-1) == -1) // neither is set
+    entry.in = time(element, "in").value_or(0);
+    double out = time(element, "out").value_or(-1);
+    if (entry.in == -1 && out == -1) // neither is set
         entry.in = 0;
-    const double start = numberOf(element, "start").value_or(-1);
-    const double end = numberOf(element, "end").value_or(-1);
-    double out = numberOf(element, "out").value_or(-1);
+    const double start = time(element, "start").value_or(-1);
+    const double end = time(element, "end").value_or(-1);
     if (out < entry.in && end > start && start >= 0)
         out = entry.in + (end - start) * recordRatio / recordPerClip;
     entry.out = out;
@@ -88,6 +179,8 @@ bool Maker::readClip(const Stage& stage, Entry& entry, Entry* before, const Entr
     const auto whole = [isSound](double time) { return isSound ? std::round(time * 1000) / 1000 : std::round(time); };
     entry.start = whole(std::max(entry.start, stage.origin));
     entry.end = whole(entry.end);
+    if (!isSound)
+        tellFractions(element, recordRatio);
     if (!(entry.end - entry.start >= leastLength))
     {
         mistake(element, "a clip without a length", "left out");
@@ -112,7 +205,7 @@ std::vector<Entry> Maker::entriesOf(const Stage& stage, pugi::xml_node track)
     { return isNamed(child, "clipitem") || isNamed(child, "generatoritem") || isNamed(child, "transitionitem"); };
     std::vector<Entry> entries; // what is left out makes room in front of what is still to be read
     entries.reserve(static_cast<std::size_t>(std::ranges::count_if(track.children(), isItem)));
-    const Rate rate = Rate::of(stage.element.child("rate")).value_or(Rate::of(stage.fcm));
+    const Rate rate = this->rate(stage.element.child("rate")).value_or(Rate::of(stage.fcm));
     double mixEnd = stage.origin;
     for (const pugi::xml_node child : track.children())
         if (isItem(child))
@@ -173,8 +266,8 @@ std::vector<Entry> Maker::entriesOf(const Stage& stage, pugi::xml_node track)
                 earlier.recOut = entry.recIn;
             else
             {
-                entry.recIn = std::min(end, entry.recOut);
-                entry.recOut = std::max(entry.recIn, entry.recOut);
+                entry.recIn = end;
+                entry.recOut = std::max(end, entry.recOut);
             }
         }
         end = std::max(end, entry.recOut);

@@ -21,6 +21,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace interchange::xmeml
@@ -29,21 +30,6 @@ namespace interchange::xmeml
 /// Shorter clips, in frames, are none.
 inline constexpr double leastLength = 0.5;
 inline constexpr double limit = 1e12; ///< of times, in frames
-
-inline std::optional<double> numberOf(pugi::xml_node parent, const char* name)
-{
-    const std::optional<double> number = toNumber<double>(trimmed(textOf(parent, name)));
-    return number && std::abs(*number) <= limit ? number : std::nullopt;
-}
-inline bool isTrue(std::string_view text)
-{
-    return equalsNoCase(trimmed(text), "TRUE");
-}
-
-inline bool isOff(pugi::xml_node element)
-{
-    return element.child("enabled") && !isTrue(textOf(element, "enabled"));
-}
 
 inline bool isNamed(pugi::xml_node node, std::string_view name)
 {
@@ -140,6 +126,20 @@ private:
         bool isTrackOff = false;
     };
 
+    // What elements say; none where there is no such child, or, with a finding, where its text is none of that
+
+    /// In frames; of what decides which frames play when.
+    std::optional<double> time(pugi::xml_node parent, const char* name);
+    /// The same, of what begins and ends with frames; 0 where it is not said. `ratio`: of the rate in which it counts.
+    double wholeTime(pugi::xml_node parent, const char* name, double ratio);
+    std::optional<double> number(pugi::xml_node parent, const char* name, bool decides = false);
+    bool isTrue(pugi::xml_node parent, const char* name, bool otherwise);
+    bool isOff(pugi::xml_node element) { return !isTrue(element, "enabled", true); }
+    std::optional<Rate> rate(pugi::xml_node element);
+    bool isDropFrame(pugi::xml_node timecode);
+    /// Once of each element, however often it is asked.
+    void tell(pugi::xml_node element, const char* what, bool decides, std::string_view choice);
+
     // Messages
     void mistake(pugi::xml_node at, std::string what, std::string_view choice)
     {
@@ -175,9 +175,11 @@ private:
     /// Behind all that stands in it a sequence plays a gap, up to its duration.
     static void fillFirst(Stage& stage, double length);
     std::vector<Entry> entriesOf(const Stage& stage, pugi::xml_node track);
+    /// Pictures begin and end with frames.
+    void tellFractions(pugi::xml_node item, double ratio);
     bool readMix(const Stage& stage, Entry& entry);
     bool readClip(const Stage& stage, Entry& entry, Entry* before, const Entry* behind, double last);
-    static Speed speedOf(pugi::xml_node item);
+    Speed speedOf(pugi::xml_node item);
     void place(Stage& stage, DmLayerBuilder& layer, const std::vector<Entry>& entries, eDmTreeMediaType mediaType,
                const std::string& label);
     CoSharedPtr<DmTrxEffectNode> transition(const Entry& entry, eDmTreeMediaType mediaType);
@@ -205,6 +207,7 @@ private:
     std::map<std::string, pugi::xml_node, std::less<>> _sequencesElsewhere; ///< in what is kept as it stands
     std::map<const void*, CoSharedPtr<DmCompositionNode>> _read;            ///< by element
     std::set<const void*> _open;                                            ///< being read
+    std::unordered_set<const void*> _told;                                  ///< what is wrong in these
     int _depth = 0;
 
     // For the forms

@@ -182,10 +182,10 @@ CoSharedPtr<DmRoot> Maker::make()
 DM::FrameCodeModes Maker::modeOf(pugi::xml_node sequence)
 {
     const pugi::xml_node timecode = sequence.child("timecode");
-    const bool drops = equalsNoCase(trimmed(textOf(timecode, "displayformat")), "DF");
-    std::optional<Rate> rate = Rate::of(sequence.child("rate"));
+    const bool drops = isDropFrame(timecode);
+    std::optional<Rate> rate = this->rate(sequence.child("rate"));
     if (!rate)
-        rate = Rate::of(timecode.child("rate"));
+        rate = this->rate(timecode.child("rate"));
     const DM::FrameCodeModes said = rate ? rate->mode(drops) : DM::FCM_NOT_DEFINED;
     if (said != DM::FCM_NOT_DEFINED)
         return said;
@@ -219,16 +219,16 @@ CoSharedPtr<DmCompositionNode> Maker::sequence(pugi::xml_node element, bool isTo
         orBadAlloc(DmCompositionNode::create(name.empty() ? DmString(L"untitled") : toDmString(name), fcmText, {}));
     if (!isTop)
         require(node->setIsContainerComp(true));
-    const std::optional<Rate> rate = Rate::of(element.child("rate"));
+    const std::optional<Rate> rate = this->rate(element.child("rate"));
     const double fps = DM::FcmUtil::getDoubleFPS(fcm);
     const double ratio = rate && rate->mode(false) == DM::FCM_NOT_DEFINED ? fps / rate->fps() : 1.0;
-    double start = std::max(0.0, std::round(numberOf(element.child("timecode"), "frame").value_or(0) * ratio));
+    double start = wholeTime(element.child("timecode"), "frame", ratio);
     require(node->setStartTC(start, fcmText));
     start = node->getStartTC();
     const pugi::xml_node media = element.child("media");
     const pugi::xml_node picture = media.child("video").child("format").child("samplecharacteristics");
-    const std::optional<double> width = numberOf(picture, "width");
-    const std::optional<double> height = numberOf(picture, "height");
+    const std::optional<double> width = number(picture, "width");
+    const std::optional<double> height = number(picture, "height");
     constexpr double largest = 1e6;
     if (width && height && *width >= 1 && *height >= 1 && *width <= largest && *height <= largest)
         if (DmFrameResolution* const resolution = node->ownResolution())
@@ -236,11 +236,10 @@ CoSharedPtr<DmCompositionNode> Maker::sequence(pugi::xml_node element, bool isTo
             require(resolution->setWidth(static_cast<int>(*width)));
             require(resolution->setHeight(static_cast<int>(*height)));
         }
-    if (const auto sampled =
-            numberOf(media.child("audio").child("format").child("samplecharacteristics"), "samplerate");
+    if (const auto sampled = number(media.child("audio").child("format").child("samplecharacteristics"), "samplerate");
         sampled && *sampled > 0)
         require(node->setSamplingRate(*sampled));
-    const double said = std::max(0.0, std::round(numberOf(element, "duration").value_or(0) * ratio));
+    const double said = wholeTime(element, "duration", ratio);
     Stage stage{*node, element, fcm, fps, start, {}, {}, start, start + said};
     stage.size.node = node.get();
     stage.size.fcm = fcm;
@@ -252,8 +251,8 @@ CoSharedPtr<DmCompositionNode> Maker::sequence(pugi::xml_node element, bool isTo
         fillFirst(stage, length);
     require(node->setCompLength(length));
     for (const auto& [child, isIn] : {std::pair("in", true), std::pair("out", false)})
-        if (const std::optional<double> time = numberOf(element, child); time && *time >= 0)
-            require(isIn ? node->setInMark(start + *time * ratio) : node->setOutMark(start + *time * ratio));
+        if (const std::optional<double> at = time(element, child); at && *at >= 0)
+            require(isIn ? node->setInMark(start + *at * ratio) : node->setOutMark(start + *at * ratio));
     for (const pugi::xml_node marker : element.children("marker"))
         require(node->addCueMark(mark(marker, start, ratio)));
     hintOf(*node, element).rate = rate.value_or(Rate());
@@ -286,7 +285,7 @@ void Maker::addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaT
         const std::string& label =
             stage.labels.emplace_back((mediaType == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(number));
         const auto track = orBadAlloc(DmTrackNode::create(number, mediaType));
-        const std::optional<double> channel = numberOf(element, "outputchannelindex");
+        const std::optional<double> channel = this->number(element, "outputchannelindex");
         require(
             track->setTrackChannel(channel && *channel >= 0 && *channel <= 1e6 ? static_cast<int>(*channel) : number));
         DmLayerBuilder layer(0, mediaType, stage.origin);
