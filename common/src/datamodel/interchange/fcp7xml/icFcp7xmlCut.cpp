@@ -2,6 +2,7 @@
 
 #include "icIds.h"
 #include "icMode.h"
+#include "icPath.h"
 #include "icText.h"
 #include "icTree.h"
 
@@ -60,6 +61,16 @@ std::string keyOf(const DmSegmentNode& segment, const DmSourceNode::MediaInput& 
     if (info)
         key.append("\n").append(dmUtf8(info->getReelName())).append("\n").append(dmUtf8(info->getName()));
     return key;
+}
+
+/// Whether a file's element says what the model does of where the medium is to be found.
+bool isSaidBy(pugi::xml_node file, const DmSegmentNode& segment)
+{
+    const auto* const source = dynamic_cast<const DmSourceNode*>(&segment);
+    const auto* const media = source ? dynamic_cast<const DmSourceNode::MediaInput*>(source->getSrcInput()) : nullptr;
+    const DmSourceInfo* const info = media ? media->getSrcInfo() : nullptr;
+    return !info || (dmUtf8(info->getPath()) == pathOfUrl(trimmed(textOf(file, "pathurl"))) &&
+                     dmUtf8(info->getReelName()) == textOf(file.child("timecode").child("reel"), "name"));
 }
 
 /// The layer that plays: the result layer, else the first.
@@ -658,11 +669,16 @@ bool Cut::defines(const DmContainerNode& container) const
     return found != _definers.end() && found->second == &container;
 }
 
-void Cut::defineElsewhere(const std::set<std::string>& files, const std::set<std::string>& sequences)
+void Cut::defineElsewhere(const std::map<std::string, pugi::xml_node>& files, const std::set<std::string>& sequences)
 {
     for (auto& [key, file] : _files)
-        if (files.contains(file.id))
-            file.definer = nullptr;
+        if (const auto found = files.find(file.id); found != files.end())
+        {
+            if (!file.definer || isSaidBy(found->second, *file.definer))
+                file.definer = nullptr;
+            else
+                file.id = take(_takenFiles, "", "file-");
+        }
     for (const auto& [inside, container] : _definers)
         if (const Sequence& sequence = _sequences.at(inside); sequences.contains(sequence.id))
             _elsewhere.emplace(sequence.id, &sequence);

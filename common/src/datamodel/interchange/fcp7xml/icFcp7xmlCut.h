@@ -200,8 +200,9 @@ public:
     /// Whether the sequence is to be defined in this container.
     bool defines(const DmContainerNode& container) const;
     const std::vector<Linked>* linksOf(const DmSegmentNode& segment) const;
-    /// Files that words of the document's own define, and sequences that stand in these.
-    void defineElsewhere(const std::set<std::string>& files, const std::set<std::string>& sequences);
+    /// Files that words of the document's own define, and sequences that stand in these. A file of which the model says
+    /// something else by now is another one.
+    void defineElsewhere(const std::map<std::string, pugi::xml_node>& files, const std::set<std::string>& sequences);
     /// Such a sequence; null for one that is used no more.
     const Sequence* elsewhere(const std::string& id) const;
     /// An id that a file used and never defined stays that, but for `kept`, of which its words are still there.

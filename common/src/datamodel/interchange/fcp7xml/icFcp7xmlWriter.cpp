@@ -55,12 +55,12 @@ std::size_t countItems(pugi::xml_node form)
 }
 
 /// What the document's own words define, and the sequences that stand in them.
-void addDefinitions(pugi::xml_node form, std::set<std::string>& files, std::set<std::string>& sequences)
+void addDefinitions(pugi::xml_node form, std::map<std::string, pugi::xml_node>& files, std::set<std::string>& sequences)
 {
     for (const pugi::xml_node child : form.children())
     {
         if (std::string_view(child.name()) == "file" && child.first_child())
-            files.insert(child.attribute("id").value());
+            files.emplace(child.attribute("id").value(), child);
         if (const pugi::xml_attribute id = child.attribute(elsewhereMark))
             sequences.insert(id.value());
         addDefinitions(child, files, sequences);
@@ -157,7 +157,7 @@ bool Writer::write()
     tellLeft();
     keepFiles();
     const Form form(_root);
-    std::set<std::string> files;
+    std::map<std::string, pugi::xml_node> files;
     std::set<std::string> sequences;
     addDefinitions(form.root(), files, sequences);
     _cut.defineElsewhere(files, sequences);
