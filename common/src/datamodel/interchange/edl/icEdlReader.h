@@ -10,10 +10,11 @@
 ///
 /// A list says whether it drops labels, not at which rate it counts. The rate is the caller's; without one that of a
 /// comment behind FCM ("* FRAME RATE: 25 fps", as we write it); without that the one of the file beside it, or else the
-/// lowest of 24, 25, 29.97, 50 and 59.94, in which all its labels exist, and a notice (DM608) says so. The first FCM line speaks of the record side, for the whole
-/// list; every one speaks of the sources behind it. An event that has a ";" in any of its labels speaks for itself,
-/// side by side: the side with a ";" drops, the other does not. The first event settles the record side. At a rate that
-/// has no drop-frame form (24, 25, 50, ...) such statements mean nothing, and a warning says so.
+/// lowest of 24, 25, 29.97, 50 and 59.94, in which all its labels exist, and a notice (DM608) says so. The first FCM
+/// line speaks of the record side, for the whole list; every one speaks of the sources behind it. An event that has a
+/// ";" in any of its labels speaks for itself, side by side: the side with a ";" drops, the other does not. The first
+/// event settles the record side. At a rate that has no drop-frame form (24, 25, 50, ...) such statements mean nothing,
+/// and a warning says so.
 ///
 /// # Order
 ///
