@@ -18,7 +18,35 @@ CoSharedPtr<DmPropertySet> make(const wchar_t* name, const DmNodeId& parent = Dm
     return CoSharedPtr<DmPropertySet>(made);
 }
 
+/// Derived from the base directly; with 1 it hands over another class's table, with 2 it says another's name.
+template <int mistake>
+class TestMistaken final : public DmPropertySet
+{
+public:
+    static constexpr const wchar_t* className = mistake == 0   ? L"TestMistaken"
+                                                : mistake == 1 ? L"TestTable"
+                                                               : L"TestName";
+
+    explicit TestMistaken(const DmNodeId& id)
+        : DmPropertySet(id,
+                        mistake == 1 ? DmPropertySetInit<TestPoint>::data() : DmPropertySetInit<TestMistaken>::data())
+    {
+    }
+    eDmErrorId createList() override { return DM_NO_ERROR; }
+    [[nodiscard]] DmPropertySetPtr clone() const override { return cloneAs(*this); }
+    DmString getPSetName() const override { return mistake == 2 ? L"TestPoint" : className; }
+};
+
+const auto early = dmCreate<TestMistaken<0>>(); // in front of the class's own registration
+
 } // namespace
+
+TEST(Factory, MakesNoNullObjectOfAClass)
+{
+    EXPECT_TRUE(early);
+    EXPECT_DEATH(dmCreate<TestMistaken<1>>(), "constructor of TestTable hands DmPropertySetInit<TestTable>::data");
+    EXPECT_DEATH(dmCreate<TestMistaken<2>>(), "TestName::getPSetName\\(\\) returns its className, not \"TestPoint\"");
+}
 
 TEST(Factory, CountsIdsOfRegisteredClassesOnly)
 {

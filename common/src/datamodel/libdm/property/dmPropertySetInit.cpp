@@ -1,5 +1,6 @@
 #include "dmPropertySetInit.h"
 
+#include "dmUtf8.h"
 #include "zrAssert.h"
 
 #include <map>
@@ -100,6 +101,37 @@ void DmClassRecord::registerCreator(DmPropertyCreator creator, Registered how)
     }
 }
 
+DmPropertyCreator DmClassRecord::creatorOf(const wchar_t* className, const std::type_info& type,
+                                           DmPropertyCreator creator)
+{
+    try
+    {
+        of(className, type).registerCreator(creator, ByItself);
+        return DmPropertyFactory::getInstance().findCreator(className);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
+/// Later it would be another class's table that is damaged, or a document that nobody can read.
+void DmClassRecord::checkClass(const DmPropertySet& object) const
+{
+    const unsigned lost = DmString::lost();
+    const DmString said = object.getPSetName();
+    const std::string name = dmUtf8(_className);
+    std::string rule;
+    if (&object.classData() != table.get())
+        rule = "the constructor of " + name + " hands DmPropertySetInit<" + name + ">::data() to its base";
+    else if (said != _className && lost == DmString::lost())
+        rule = name + "::getPSetName() returns its className, not \"" + dmUtf8(said) + '"';
+    if (rule.empty())
+        return;
+    zrAssertLogFlush();
+    zrAssertDetail::fail(rule.c_str(), ZR_SOURCE_FILE, __LINE__, __PRETTY_FUNCTION__);
+}
+
 eDmErrorId DmClassRecord::create(Constructor constructor, const DmNodeId& id, DmPropertySet*& out, bool attributes)
 {
     std::unique_lock guard(mutex, std::defer_lock);
@@ -114,6 +146,7 @@ eDmErrorId DmClassRecord::create(Constructor constructor, const DmNodeId& id, Dm
         eDmErrorId result = DM_NO_ERROR;
         if (guard.owns_lock() && !listCreated)
         {
+            checkClass(*object);
             isDeclaring = listCreated = true;
             object->nameClass();
             result = object->createList();

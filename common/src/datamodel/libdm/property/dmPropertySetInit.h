@@ -36,8 +36,13 @@ struct ZR_DM_API DmClassRecord
     /// process.
     void registerCreator(DmPropertyCreator creator, Registered how);
 
+    /// The creator of a class by its name. Among a program's first statements the class may not have registered itself
+    /// yet: it is then. Null without memory for that.
+    static DmPropertyCreator creatorOf(const wchar_t* className, const std::type_info& type, DmPropertyCreator creator);
+
     /// A new object, with its default attributes when asked. The class's table is built by the first creation, for
-    /// which the others wait. Creations of a class that is registered by an object wait for each other ever after;
+    /// which the others wait; where the class's constructor or getPSetName() is another class's, that stops the
+    /// process. Creations of a class that is registered by an object wait for each other ever after;
     /// those of a class that registers itself run side by side. Without memory for all of it: null and DM_BAD_VALUE.
     using Constructor = DmPropertySet* (*)(const DmNodeId& id);
     eDmErrorId create(Constructor constructor, const DmNodeId& id, DmPropertySet*& out, bool attributes);
@@ -56,6 +61,8 @@ private:
         , _type(type)
     {
     }
+
+    void checkClass(const DmPropertySet& object) const;
 
     const DmString _className;
     const std::type_info& _type;
@@ -135,7 +142,7 @@ CoSharedPtr<T> dmCreate()
     DmPropertyCreator creator = known.load(std::memory_order_acquire);
     if (!creator)
     {
-        creator = factory.findCreator(T::className);
+        creator = DmClassRecord::creatorOf(T::className, typeid(T), DmPropertySetInit<T>::createInstance);
         known.store(creator, std::memory_order_release);
     }
     DmPropertySet* set = nullptr;
