@@ -132,15 +132,15 @@ std::string PageServer::reply(const std::string& request) const
     const std::string host = headerOf(request, "host");
     const std::string port = ':' + std::to_string(_port);
     if (host != "127.0.0.1" + port && host != "localhost" + port)
-        return response("421 Misdirected Request", "This server is not that host.\n", "text/generic");
+        return response("421 Misdirected Request", "This server is not that host.\n", "text/plain");
     if (!request.starts_with("GET "))
-        return response("405 Method Not Allowed", "It can be looked at only.\n", "text/generic");
+        return response("405 Method Not Allowed", "It can be looked at only.\n", "text/plain");
     const std::string path = request.substr(4, request.find(' ', 4) - 4);
     if (path == '/' + _token + '/')
         return response("200 OK", _page, "text/html");
     if (path == '/' + _token + "/version")
-        return response("200 OK", std::to_string(_version) + '\n' + _trouble, "text/generic");
-    return response("404 Not Found", "There is nothing here.\n", "text/generic");
+        return response("200 OK", std::to_string(_version) + '\n' + _trouble, "text/plain");
+    return response("404 Not Found", "There is nothing here.\n", "text/plain");
 }
 
 void PageServer::answer(int connection) const
