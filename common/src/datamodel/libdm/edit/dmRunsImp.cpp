@@ -135,13 +135,12 @@ bool DmRuns::stepOn(Place& place) const
     return ++place.stretch < int(_root->stretches.size());
 }
 
-/// The last element of which `before` holds, where it holds of all in front of it.
+/// The last element at whose place `before` holds, where it holds at all in front of it.
 template <class Before>
 int DmRuns::lastWith(const Before& before) const
 {
     if (!_root)
         return -1;
-    const auto firstOf = [this](int stretch, int run) { return elementAt({stretch, run, 0}); };
     const auto lastIn = [](int count, const auto& holds)
     {
         int low = 0;
@@ -156,26 +155,36 @@ int DmRuns::lastWith(const Before& before) const
         return low - 1;
     };
     Place place;
-    place.stretch = lastIn(int(_root->stretches.size()), [&](int stretch) { return before(firstOf(stretch, 0)); });
+    place.stretch = lastIn(int(_root->stretches.size()), [&](int stretch) { return before(Place{stretch, 0, 0}); });
     if (place.stretch < 0)
         return -1;
     place.run = lastIn(int(stretchAt(place).stretch->runs.size()),
-                       [&](int run) { return before(firstOf(place.stretch, run)); });
+                       [&](int run) {
+                           return before(Place{place.stretch, run, 0});
+                       });
     place.entry = lastIn(runAt(place).count(),
                          [&](int entry) {
-                             return before(elementAt({place.stretch, place.run, entry}));
+                             return before(Place{place.stretch, place.run, entry});
                          });
     return indexAt(place);
 }
 
 int DmRuns::lastBeginningBy(double time) const
 {
-    return lastWith([time](const Element& element) { return !(element.recIn() > time); });
+    // What has no time, as an empty element, goes along with what stands behind it.
+    return lastWith(
+        [this, time](Place place)
+        {
+            while (!dmIsTime(elementAt(place).recIn()))
+                if (!stepOn(place))
+                    return false;
+            return elementAt(place).recIn() <= time;
+        });
 }
 
 int DmRuns::indexOf(std::uint64_t key) const
 {
-    const int index = lastWith([key](const Element& element) { return element.key <= key; });
+    const int index = lastWith([this, key](const Place& place) { return elementAt(place).key <= key; });
     return index >= 0 && at(index).key == key ? index : -1;
 }
 

@@ -201,6 +201,8 @@ int DmTimelineValue::indexAt(const DmRuns& runs, double time)
     for (int index = runs.lastBeginningBy(time); index >= 0; --index)
     {
         const DmRuns::Element element = runs.at(index);
+        if (!dmIsTime(element.recIn()))
+            continue;
         const double out = dmRecOut(element);
         if (time < out)
             return index;
