@@ -316,8 +316,7 @@ void EdlLineMaker::setMaterial(EdlLine& line, const DmSegmentNode& segment, cons
 
 void EdlLineMaker::setSpeed(EdlLine& line, double speed, const EdlKept* kept) const
 {
-    const double rate =
-        DM::FcmUtil::getDoubleFPS(line.event.sourceDrop ? DM::FcmUtil::toDrop(_fcm) : DM::FcmUtil::toNonDrop(_fcm));
+    const double rate = DM::FcmUtil::getDoubleFPS(_fcm);
     // The list's own figure, as long as the speed still is what was made of it.
     constexpr double tolerance = 1e-9;
     if (kept && kept->speed && std::abs(kept->plays.value_or(kept->speed->fps / rate) - speed) <= tolerance)
@@ -338,12 +337,11 @@ void EdlLineMaker::setSpeed(EdlLine& line, double speed, const EdlKept* kept) co
 /// Where the lengths of the event have the figure taken for one in nominal frames, it is written as such.
 void EdlLineMaker::makeClear(EdlLine& line, double speed) const
 {
-    const DM::FrameCodeModes fcm = line.event.sourceDrop ? DM::FcmUtil::toDrop(_fcm) : DM::FcmUtil::toNonDrop(_fcm);
     constexpr double tolerance = 1e-6;
-    const auto isRead = [&](const EdlEvent& event) { return std::abs(edlSpeedOf(event, fcm) - speed) <= tolerance; };
-    if (!line.event.speed || speed == 0.0 || edlSpeedOf(line.event, fcm) * speed <= 0 || isRead(line.event))
+    const auto isRead = [&](const EdlEvent& event) { return std::abs(edlSpeedOf(event, _fcm) - speed) <= tolerance; };
+    if (!line.event.speed || speed == 0.0 || edlSpeedOf(line.event, _fcm) * speed <= 0 || isRead(line.event))
         return;
-    for (const double rate : {DM::FcmUtil::getDoubleFPS(fcm), static_cast<double>(DM::FcmUtil::getIntFPS(fcm))})
+    for (const double rate : {DM::FcmUtil::getDoubleFPS(_fcm), static_cast<double>(DM::FcmUtil::getIntFPS(_fcm))})
     {
         constexpr double places = 1e6;
         EdlEvent other = line.event;

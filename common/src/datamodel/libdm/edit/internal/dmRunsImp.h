@@ -94,7 +94,7 @@ public:
     /// The element itself, counted.
     Node share(int index) const { return Node(const_cast<DmTreeNode*>(at(index).node)); }
 
-    /// The last element that begins at or before the time, -1 when there is none.
+    /// The last element that begins at or before the time, and has one; -1 when there is none.
     int lastBeginningBy(double time) const;
     /// The position of the element of that key; -1 when there is none.
     int indexOf(std::uint64_t key) const;

@@ -1,4 +1,4 @@
-/// The rules, a file a group, and what they share.
+/// The rules, in files of what they look at, and what these share.
 #pragma once
 
 #include "dmFindings.h"
@@ -7,12 +7,13 @@
 #include <string>
 #include <vector>
 
-const std::vector<DmRule>& dmStructureRules();
-const std::vector<DmRule>& dmLayoutRules();
-const std::vector<DmRule>& dmTimeRules();
-const std::vector<DmRule>& dmCutRules();
-const std::vector<DmRule>& dmProgrammeRules();
-const std::vector<DmRule>& dmMediaRules();
+// Each in a file of its name, in the order of their codes. The group of "structure" has two, and so has that of "cut".
+const std::vector<DmRule>& dmStructureRules(); ///< from DM101: what the elements are, which a validation refuses, too
+const std::vector<DmRule>& dmLayoutRules();    ///< from DM112: how they lie in time, which it lets pass
+const std::vector<DmRule>& dmTimeRules();      ///< from DM201
+const std::vector<DmRule>& dmCutRules();       ///< from DM301: single shots and tracks, and the cuts between them
+const std::vector<DmRule>& dmProgrammeRules(); ///< from DM310: picture, sound and marks taken together
+const std::vector<DmRule>& dmMediaRules();     ///< from DM401
 
 /// Times agree to within this much of a frame.
 inline constexpr double dmTimeTolerance = 1e-5;
