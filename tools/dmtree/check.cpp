@@ -409,7 +409,7 @@ void dmtree::addCheck(CLI::App& app, Run& run)
     command->add_flag("--repair", options->repair, "Repair the times of sources and write the document to OUT");
     command->add_option("-o,--output", options->output, "Where to; may be FILE itself")->type_name("OUT");
     dmtree::addLenient(*command, options->lenient);
-    command->add_flag("--json", options->json, "Print one JSON object a file, on one line");
+    command->add_flag("--json", options->json, "Print one JSON object for each file, on one line");
     command->add_option("--output-format", options->form, "text, json (as --json), github or sarif")
         ->type_name("FORM")
         ->check(CLI::IsMember({"text", "json", "github", "sarif"}));

@@ -213,7 +213,7 @@ std::vector<Job> jobsOf(const Options& options)
 {
     const std::string& out = options.files.back();
     if (options.splitTracks && out == "-")
-        throw std::runtime_error("--split-tracks writes a file a track: name a file or a directory");
+        throw std::runtime_error("--split-tracks writes a file for each track: name a file or a directory");
     std::vector<Job> jobs;
     const bool isDirectory = out != "-" && (out.ends_with('/') || std::filesystem::is_directory(out));
     if (!isDirectory && options.files.size() > 2)
@@ -296,9 +296,8 @@ void dmtree::addConvert(CLI::App& app, Run& run)
             "--fcm", options->fcm,
             "Frame-code mode: of an .edl, which does not say it (without it that of a FRAME RATE comment, else of the "
             "files beside it, else the lowest of 24, 25, 29.97, 50 and 59.94 that has all labels); of an .otio, to "
-            "convert its rates to "
-            "(without it that of its first "
-            "time); of a document whose composition names none")
+            "convert its rates to (without it that at which most of its picture plays); of a document whose "
+            "composition names none")
         ->type_name("NAME")
         ->check(checkMode);
     command->add_flag("--lenient", options->lenient,
@@ -314,7 +313,7 @@ void dmtree::addConvert(CLI::App& app, Run& run)
         ->type_name("TRACK")
         ->allow_extra_args(false);
     command->add_flag("--split-tracks", options->splitTracks,
-                      "Write a file each of the tracks: cut-V1.edl, cut-A1.edl, ...");
+                      "Write a file for each track: cut-V1.edl, cut-A1.edl, ...");
     command->add_flag("--flatten", options->flatten,
                       "Write what nested compositions play in their place; one that would play otherwise then stays, "
                       "with a warning");
@@ -326,7 +325,7 @@ void dmtree::addConvert(CLI::App& app, Run& run)
         ->type_name("N")
         ->check(CLI::Range(1, 1000));
     command->add_flag("--each", options->each, "Show every finding of a kind, not only the first five");
-    command->add_flag("--json", options->json, "Say what there is to say as a JSON object a file");
+    command->add_flag("--json", options->json, "Say what there is to say as one JSON object for each file");
     command->add_flag("--fail-on-warning", options->failOnWarning, "Exit with 1 where there was a warning");
     command
         ->add_option("FILE", options->files,

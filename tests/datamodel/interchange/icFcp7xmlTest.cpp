@@ -534,7 +534,7 @@ TEST(Fcp7xml, NamesWhatNoElementSays)
         "x.xml: warning: V1: attached sets that the format has no words for: DmCueMark: left out\n",
         ("x.xml: warning: b, V1, 00:00:02:10: properties that the format has no words for: segmentPreviousIds, "
          "shotName, srcInput.srcInfo.imageLut: left out\n"),
-        "x.xml: note: what only the format that it came from can say: otio: left out\n"};
+        "x.xml: note: details that only its own format has: otio: left out\n"};
     for (const char* const each : expected)
         EXPECT_NE(messages.find(each), std::string::npos) << each << messages;
 }

@@ -58,7 +58,7 @@ constexpr DmFindingCode conversions[] = {
     {"DM736", DmFinding::Warning, "transitions whose cut no alignment names"},
     {"DM737", DmFinding::Warning, "properties that the format has no words for"},
     {"DM738", DmFinding::Warning, "attached sets that the format has no words for"},
-    {"DM739", DmFinding::Note, "what only the format that it came from can say"},
+    {"DM739", DmFinding::Note, "details that only its own format has"},
     {"DM740", DmFinding::Warning, "clips without a length"},
 };
 static_assert(std::ranges::is_sorted(conversions, {},
