@@ -47,7 +47,6 @@ TEST(EdlReader, TakesTheFieldsOfAnEvent)
         {"001 A1 VA1A4 C", "A1", 1, channel(1) | channel(4)},
         {"001 A1 V2 C", "A1", channel(2), 0},
         {"001 A1 A64 C", "A1", 0, channel(64)},
-        {"001 A1 NONE C", "A1", 0, 0},
         {"001 B V D 012", "B", 1, 0, EdlTransition::Dissolve, 12},
         {"001 B V W001 025", "B", 1, 0, EdlTransition::Wipe, 25, 1},
         {"001 B V W127 1", "B", 1, 0, EdlTransition::Wipe, 1, 127},

@@ -20,7 +20,7 @@ struct Wording
     std::string_view key;
     bool isOfModel = false;
 };
-constexpr std::array<Wording, 16> wordings{{{"", "comment"},
+constexpr std::array<Wording, 17> wordings{{{"", "comment"},
                                             {"", "line"},
                                             {"FROM CLIP NAME: ", "from clip name", true},
                                             {"TO CLIP NAME: ", "to clip name", true},
@@ -35,7 +35,8 @@ constexpr std::array<Wording, 16> wordings{{{"", "comment"},
                                             {"LOC: ", "mark", true},
                                             {"ASC_SOP ", "slope offset power", true},
                                             {"ASC_SAT ", "saturation", true},
-                                            {"M2", "speed line", true}}};
+                                            {"M2", "speed line", true},
+                                            {"", "unplayed", true}}};
 
 constexpr LeftoverType firstVersion{"edl", L"edl"};
 
@@ -82,7 +83,8 @@ std::string_view notePrefix(NoteKind kind)
 
 bool isStarred(NoteKind kind)
 {
-    constexpr std::array bare{NoteKind::Line, NoteKind::EffectName, NoteKind::Split, NoteKind::Reel, NoteKind::Speed};
+    constexpr std::array bare{NoteKind::Line, NoteKind::EffectName, NoteKind::Split,
+                              NoteKind::Reel, NoteKind::Speed,      NoteKind::Unplayed};
     return std::ranges::find(bare, kind) == bare.end();
 }
 

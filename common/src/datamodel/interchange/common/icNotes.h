@@ -32,7 +32,9 @@ enum class NoteKind : std::uint8_t
     Locator, ///< without a text: marks come in their order
     SlopeOffsetPower,
     Saturation,
-    Speed ///< the M2 line; with a text, that of the line in front of it
+    Speed, ///< the M2 line; with a text, that of the line in front of it
+    // What is none of the model's either
+    Unplayed ///< a line of an event without channels
 };
 
 /// What stands before the text of a note of a kind, behind the "* " of those that have one.
@@ -56,11 +58,12 @@ inline bool isFree(NoteKind kind)
 {
     return kind == NoteKind::Comment || kind == NoteKind::Line;
 }
-/// Whether the model has what notes of a kind say: the names of clips and files, marks, looks.
+/// Whether the model has what notes of a kind say (the names of clips and files, marks, looks), or nobody needs it who
+/// does not write lists.
 bool isOfModel(NoteKind kind);
 inline bool isMarkOrLook(NoteKind kind)
 {
-    return kind >= NoteKind::Locator;
+    return kind >= NoteKind::Locator && kind <= NoteKind::Speed;
 }
 /// As a list has it, without the "* " in front.
 std::string noteText(const Note& note);

@@ -234,6 +234,37 @@ std::optional<std::string> parseEventLine(std::string_view line, EdlEventLine& r
     return std::nullopt;
 }
 
+std::string movedLine(std::string_view line, std::int64_t frames, DM::FrameCodeModes fcm)
+{
+    std::array<std::string_view, 2> labels{};
+    EdlEventLine read;
+    std::string_view rest = line;
+    if (!parseEventLine(line, read))
+    {
+        labels[1] = takeLastWord(read.labelsText);
+        labels[0] = takeLastWord(read.labelsText);
+    }
+    else if (const std::size_t colon = rest.find(':'); colon != rest.npos && rest.substr(0, colon).ends_with("LOC"))
+    {
+        rest = trimmed(rest.substr(colon + 1));
+        labels[0] = takeFirstWord(rest);
+    }
+    std::string moved;
+    const char* from = line.data();
+    for (const std::string_view each : labels)
+    {
+        const std::optional<TimeLabel> label = parseTimeLabel(each);
+        if (each.empty())
+            continue;
+        if (!label || !isInDay(*label, fcm))
+            return std::string(line);
+        moved.append(from, each.data());
+        appendTimeLabel(moved, framesOf(*label, fcm) + frames, fcm, each);
+        from = each.data() + each.size();
+    }
+    return moved.append(from, line.data() + line.size());
+}
+
 std::optional<EdlChannels> parseChannels(std::string_view text)
 {
     EdlChannels channels;

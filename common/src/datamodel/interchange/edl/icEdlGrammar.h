@@ -31,6 +31,10 @@ inline constexpr std::array<std::string_view, 4> edlLabelNames{"source in-time",
 /// channels, perhaps nothing. Says what is wrong with a line that is no event; none if it is one.
 std::optional<std::string> parseEventLine(std::string_view line, EdlEventLine& read);
 
+/// A line of an event, or of a mark, with its record times that many frames later; as it stands where these are none of
+/// the day's.
+std::string movedLine(std::string_view line, std::int64_t frames, DM::FrameCodeModes fcm);
+
 /// "V", "A2", "AA/V", "B", "NONE", ...: kinds and numbers, with or without separators. A bare "A" behind another stands
 /// for the next channel.
 std::optional<EdlChannels> parseChannels(std::string_view text);

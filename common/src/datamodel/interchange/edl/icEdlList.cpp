@@ -80,6 +80,15 @@ void EdlList::addMarker(const EdlMarker& marker)
     ++events.back().markers.count;
 }
 
+void EdlList::dropEvent()
+{
+    notes.resize(events.back().notes.first);
+    markers.resize(events.back().markers.first);
+    if (events.back().look >= 0)
+        looks.pop_back();
+    events.pop_back();
+}
+
 Look& EdlList::look()
 {
     EdlEvent& event = events.back();

@@ -202,6 +202,8 @@ public:
     void addNote(NoteKind kind, std::string_view text, std::string_view written = {});
     /// Attaches to the last event; there must be one.
     void addMarker(const EdlMarker& marker);
+    /// Forgets the last event, with all that is attached to it.
+    void dropEvent();
     /// The last event's look, made where there is none.
     Look& look();
 

@@ -65,6 +65,7 @@ bool isControl(char c)
 }
 
 constexpr std::string_view leftOut = "the event is left out";
+constexpr Loss noChannel{"DM611", "play nothing"};
 
 /// Where nobody says it, a list counts at the lowest of these rates in which all its labels exist.
 constexpr std::array guesses{DM::FCM_24, DM::FCM_25, DM::FCM_29_97_NDF, DM::FCM_50, DM::FCM_59_94_NDF};
@@ -138,6 +139,8 @@ private:
     /// The rate may not have the label; `line`: of an event.
     void guessHigher(const TimeLabel& label, std::uint32_t line = 0);
 
+    /// An event whose line, and whose AUD lines, name no channel: its lines are notes of the event before it.
+    void settleUnplayed();
     void finishEvents();
 
     // Speaking
@@ -181,9 +184,11 @@ private:
     } _missing; ///< the lowest rate that has all labels
     bool _saidThatNothingDrops = false;
     bool _hasTitle = false;
-    std::uint32_t _marksBehind = 0;  ///< the last event's notes
-    bool _hasFcm = false;            ///< in front of the events
-    bool _saysFcm = false;           ///< once more, behind the last event
+    std::uint32_t _marksBehind = 0;          ///< the last event's notes
+    std::string_view _fcmLine;               ///< the last one
+    std::vector<std::string_view> _unplayed; ///< the last event's lines, as long as it has no channel
+    bool _hasFcm = false;                    ///< in front of the events
+    bool _saysFcm = false;                   ///< once more, behind the last event
     std::string_view _written;       ///< of the keyword that is read: what stands before its text, where it is not ours
     bool _skipping = false;          ///< behind an event that was left out
     std::optional<bool> _recordDrop; ///< as the first FCM line or the first event says
@@ -251,11 +256,12 @@ bool Reader::read()
             take(line);
     if (_otherRate != DM::FCM_NOT_DEFINED)
         return false;
+    settleUnplayed();
     _list.fcm = mode(_recordDrop.value_or(DM::FcmUtil::isDropFrame(_rate)));
     _list.isUntitled = !_hasTitle;
     finishEvents();
     // By a title, an event or this line it is known to be a list.
-    _list.hasNoFcm = !_hasFcm && (_hasTitle || !_list.events.empty());
+    _list.hasNoFcm = !_hasFcm && (_hasTitle || _recordDrop);
     if (_list.events.empty() && !_hasTitle && !_recordDrop && !_report.hasErrors())
         _report.add(Report::Error, _lines.number(), "no event and no title up to the end: not a cut list");
     return true;
@@ -267,7 +273,13 @@ void Reader::take(std::string_view line)
         return event(line);
     const bool starred = line.front() == '*';
     const std::string_view text = starred ? trimmed(line.substr(1)) : line;
-    if (takeKeyword(line, text, starred) || _skipping)
+    const bool isTaken = takeKeyword(line, text, starred);
+    const bool isFcm = isTaken && startsWithNoCase(line, "FCM");
+    if (isFcm)
+        _fcmLine = line;
+    else if (!_unplayed.empty() && !_skipping && !(isTaken && startsWithNoCase(line, "TITLE")))
+        _unplayed.push_back(line);
+    if (isTaken || _skipping)
         return;
     addNote(starred ? NoteKind::Comment : NoteKind::Line, text);
 }
@@ -539,8 +551,11 @@ void Reader::event(std::string_view line)
         if (!last() || !parseNoteMark(line))
             return mistake(std::move(*wrong), leftOut);
         _skipping = wasSkipping;
+        if (!_unplayed.empty() && !_skipping)
+            _unplayed.push_back(line);
         return _skipping ? void() : addNote(NoteKind::Line, line);
     }
+    settleUnplayed();
     settleDropFrame(read);
     settleLabels(read);
     for (const TimeLabel& label : read.labels)
@@ -558,12 +573,19 @@ void Reader::event(std::string_view line)
         warn("a key: only its source and its times are understood");
     const bool dropped = last() ? last()->sourceDrop : *_recordDrop;
     const bool changes = event.sourceDrop != dropped;
+    if (event.channels.isEmpty() && _saysFcm)
+        _unplayed.push_back(_fcmLine);
     if (!std::exchange(_saysFcm, false))
         event.fcmLine = changes ? EdlFcmLine::None : EdlFcmLine::AsNeeded;
     else if (*_sourceDrop != event.sourceDrop)
         event.fcmLine = EdlFcmLine::Contrary;
     else
         event.fcmLine = changes ? EdlFcmLine::AsNeeded : EdlFcmLine::Repeating;
+    if (event.channels.isEmpty())
+    {
+        placeMarks(); // what follows is no longer behind them
+        _unplayed.push_back(line);
+    }
     _list.addEvent(event);
     _marksBehind = 0;
     _skipping = false;
@@ -658,6 +680,23 @@ bool Reader::settleTimes(EdlEventLine& read)
         event.source.out = event.source.in + event.record.length();
     }
     return true;
+}
+
+void Reader::settleUnplayed()
+{
+    if (!_unplayed.empty() && last()->channels.isEmpty())
+    {
+        Where where = whereOf(_list, *last());
+        where.fcm = mode(*_recordDrop);
+        _report.at(where);
+        _report.lose(noChannel, last()->line);
+        _report.at({});
+        _list.dropEvent();
+        _marksBehind = 0;
+        for (const std::string_view line : _unplayed)
+            _list.addNote(NoteKind::Unplayed, line);
+    }
+    _unplayed.clear();
 }
 
 void Reader::finishEvents()

@@ -41,9 +41,9 @@ namespace interchange
 namespace
 {
 
-constexpr Loss noChannel{"DM611", "left out"};
 constexpr Loss lookOfSound{"DM612", "left out"};
 constexpr Loss speedOfSound{"DM617", "plays at normal speed"};
+constexpr Loss otherOutgoing{"DM619", "mix from what plays there"};
 
 constexpr std::size_t mostLayers = 16; ///< of keys over keys: what finds no room is covered by the next one
 
@@ -110,6 +110,8 @@ private:
     std::vector<Piece> piecesOf(const Events& events) const;
     /// Whether the event is the line that only names what the next one mixes from.
     bool isOutgoing(std::uint32_t position) const;
+    /// Says so where what it names is not what plays there; `before`: null where nothing does.
+    void checkOutgoing(const EdlEvent& outgoing, const EdlEvent& event, const EdlEvent* before, Channel channel);
 
     CoSharedPtr<DmTrxEffectNode> transition(const EdlEvent& event, Channel channel, std::int64_t length) const;
     CoSharedPtr<DmEffectSettings> mix(const EdlEvent& event, eDmTreeMediaType mediaType, double length) const;
@@ -133,7 +135,8 @@ private:
     }
     void addMarks(DmSourceNode& node, const EdlEvent& event) const;
     static bool isFirstChannel(const EdlEvent& event, Channel channel);
-    static EdlKept kept(const EdlList& list, EdlRun notes);
+    /// `recordIn`: what times on the record side count from.
+    static EdlKept kept(const EdlList& list, EdlRun notes, std::int64_t recordIn);
 
     const EdlList& _list;
     Report& _report;
@@ -188,11 +191,6 @@ CoSharedPtr<DmRoot> TreeMaker::make()
 {
     const DmString fcm = DmString(DM::FcmUtil::getFCMString(_list.fcm));
     const auto composition = orBadAlloc(DmCompositionNode::create(toDmString(_list.title), fcm, {}));
-    EdlKept head = kept(_list, _list.headNotes);
-    head.isUntitled = _list.isUntitled;
-    head.hasNoFcm = _list.hasNoFcm;
-    head.hasOwnOrder = _list.hasOwnOrder;
-    require(head.keepOn(*composition));
     readReels();
 
     std::array<Events, EdlChannels::limit> video;
@@ -206,11 +204,14 @@ CoSharedPtr<DmRoot> TreeMaker::make()
             video[static_cast<std::size_t>(std::countr_zero(rest))].push_back(i);
         for (std::uint64_t rest = event.channels.audio; rest != 0; rest &= rest - 1)
             audio[static_cast<std::size_t>(std::countr_zero(rest))].push_back(i);
-        if (event.channels.isEmpty())
-            lose(noChannel, event);
         _start = std::min(_start, event.record.in);
         end = std::max(end, event.record.out);
     }
+    EdlKept head = kept(_list, _list.headNotes, _start);
+    head.isUntitled = _list.isUntitled;
+    head.hasNoFcm = _list.hasNoFcm;
+    head.hasOwnOrder = _list.hasOwnOrder;
+    require(head.keepOn(*composition));
     require(composition->setStartTC(static_cast<double>(_start), fcm));
     require(composition->setCompLength(static_cast<double>(std::max<std::int64_t>(0, end - _start))));
 
@@ -275,6 +276,14 @@ bool TreeMaker::isOutgoing(std::uint32_t position) const
            next.record.in == event.record.in && next.channels == event.channels;
 }
 
+void TreeMaker::checkOutgoing(const EdlEvent& outgoing, const EdlEvent& event, const EdlEvent* before, Channel channel)
+{
+    const auto isOutgoingReel = [&](std::string_view reel)
+    { return std::ranges::equal(reel, outgoing.reel, {}, toUpper, toUpper); };
+    if (edlReelKind(outgoing.reel) == EdlReelKind::Tape && (!before || !isOutgoingReel(before->reel)))
+        lose(otherOutgoing, event, channel);
+}
+
 std::vector<Piece> TreeMaker::piecesOf(const Events& events) const
 {
     std::vector<Piece> pieces;
@@ -322,12 +331,15 @@ CoSharedPtr<DmLayerNode> TreeMaker::layer(int number, Channel channel, const Eve
     DmLayerBuilder builder(number, channel.mediaType, static_cast<double>(_start));
     CoSharedPtr<DmSourceNode> outgoing;
     CoSharedPtr<DmSegmentNode> previous;
+    const EdlEvent* leaves = nullptr; // that the outgoing one is of
+    const EdlEvent* before = nullptr; // and the previous one
     for (const Piece& piece : piecesOf(events))
     {
         const EdlEvent& event = _list.events[piece.position];
         if (isOutgoing(piece.position))
         {
             outgoing = source(piece, channel, 0);
+            leaves = &event;
             continue;
         }
         std::int64_t mixed = 0;
@@ -338,6 +350,7 @@ CoSharedPtr<DmLayerNode> TreeMaker::layer(int number, Channel channel, const Eve
             if (outgoing)
             {
                 const bool follows = previous && previous->getRecOut() == static_cast<double>(piece.in);
+                checkOutgoing(*leaves, event, follows ? before : nullptr, channel);
                 if (follows && isBlack(*outgoing) && !isBlack(*previous))
                 {
                     // A cut to black, from which the next one comes: nothing stands between them that would mix.
@@ -359,6 +372,7 @@ CoSharedPtr<DmLayerNode> TreeMaker::layer(int number, Channel channel, const Eve
         const auto node = source(piece, channel, mixed);
         came(*node, event);
         previous = node;
+        before = &event;
         if (piece.length() > mixed)
         {
             require(builder.place(node));
@@ -401,12 +415,15 @@ bool TreeMaker::isFirstChannel(const EdlEvent& event, Channel channel)
            std::countr_zero(hasVideo ? event.channels.video : event.channels.audio) + 1 == channel.number;
 }
 
-EdlKept TreeMaker::kept(const EdlList& list, EdlRun notes)
+EdlKept TreeMaker::kept(const EdlList& list, EdlRun notes, std::int64_t recordIn)
 {
     EdlKept kept;
     kept.notes.reserve(notes.count);
     for (const EdlNote& note : list.notesOf(notes))
-        kept.notes.push_back({note.kind, std::string(note.text), std::string(note.written)});
+        kept.notes.push_back(
+            {note.kind,
+             note.kind == NoteKind::Unplayed ? movedLine(note.text, -recordIn, list.fcm) : std::string(note.text),
+             std::string(note.written)});
     return kept;
 }
 
@@ -429,7 +446,7 @@ std::string TreeMaker::clipName(const EdlEvent& event, EdlKept& kept) const
 
 EdlKept TreeMaker::keptOf(const EdlEvent& event, Channel channel, std::uint32_t position) const
 {
-    EdlKept kept = TreeMaker::kept(_list, event.notes);
+    EdlKept kept = TreeMaker::kept(_list, event.notes, event.record.in);
     kept.position = position;
     kept.fcmLine = event.fcmLine;
     kept.number = event.number;

@@ -1,5 +1,6 @@
 #include "icTreeToEdl.h"
 
+#include "icEdlGrammar.h"
 #include "icEdlKept.h"
 #include "icEdlLine.h"
 #include "icLeftovers.h"
@@ -533,6 +534,8 @@ EdlList ListMaker::written()
     }
     list.title = list.keep(std::move(title));
     list.fcm = _fcm;
+    const auto textOf = [this](const Note& note, std::int64_t recordIn)
+    { return note.kind == NoteKind::Unplayed ? movedLine(note.text, recordIn, _fcm) : note.text; };
     bool hasNoFcm = false;
     if (const std::optional<EdlKept> head = EdlKept::of(_composition))
     {
@@ -540,8 +543,11 @@ EdlList ListMaker::written()
         list.isUntitled = head->isUntitled && list.title.empty();
         list.hasOwnOrder = head->hasOwnOrder &&
                            !std::ranges::is_sorted(_edits, {}, [](const Edit& edit) { return edit.event().record.in; });
+        std::int64_t start = _edits.empty() ? 0 : _edits.front().event().record.in;
+        for (const Edit& edit : _edits)
+            start = std::min(start, edit.event().record.in);
         for (const Note& note : head->notes)
-            list.addNote(note.kind, list.keep(note.text), list.keep(note.written));
+            list.addNote(note.kind, list.keep(textOf(note, start)), list.keep(note.written));
     }
     // Lists that were read say it once, wherever they do.
     std::set<std::string, std::less<>> said;
@@ -576,7 +582,7 @@ EdlList ListMaker::written()
             if (line.look)
                 list.look() = *line.look;
             for (Note& note : line.notes)
-                list.addNote(note.kind, list.keep(std::move(note.text)), keep(note.written));
+                list.addNote(note.kind, list.keep(textOf(note, line.event.record.in)), keep(note.written));
             for (EdlLine::Mark& mark : line.marks)
                 list.addMarker({mark.at, mark.colour, list.keep(std::move(mark.text))});
         }

@@ -27,6 +27,7 @@ constexpr DmFindingCode conversions[] = {
     {"DM616", DmFinding::Warning, "clips that two rows of a list of media fit"},
     {"DM617", DmFinding::Warning, "speeds that sound cannot play at"},
     {"DM618", DmFinding::Warning, "integers beyond 64 bits"},
+    {"DM619", DmFinding::Warning, "transitions from a reel that does not play in front of them"},
     {"DM701", DmFinding::Error, "documents that a format cannot hold"},
     {"DM702", DmFinding::Warning, "holes in a layer"},
     {"DM703", DmFinding::Warning, "segments that overlap the one before them"},
