@@ -2,8 +2,8 @@
 /// rules, and is written as a document that reads back as an equal tree. What was read without a warning, at
 /// the file's own rate, comes back member for member. The first two bytes choose the rate and the leniency.
 #define RAPIDJSON_NAMESPACE zrInterchangeRapidjson
+#include "icOtioJson.h"
 #include "icOtioReader.h"
-#include "icOtioShort.h"
 #include "icOtioWriter.h"
 #include "zrFuzz.h"
 
@@ -38,9 +38,9 @@ std::string canonical(const otio::Value& value)
         std::ranges::sort(parts);
     }
     else if (value.IsNumber() && value.IsLosslessDouble())
-        otio::appendShortJson(text, otio::Value(value.GetDouble() + 0.0)); // -0.0 is 0.0
+        otio::appendJson(text, otio::Value(value.GetDouble() + 0.0)); // -0.0 is 0.0
     else
-        otio::appendShortJson(text, value);
+        otio::appendJson(text, value);
     for (const std::string& part : parts)
         text += part + ',';
     return (value.IsArray() ? "[" : value.IsObject() ? "{" : "") + text;

@@ -31,7 +31,7 @@ extern "C" void* realloc(void* block, std::size_t bytes)
 TEST(String, EmptyInEveryWayIsTheSharedBuffer)
 {
     DmString moved(L"text");
-    DmString taken;
+    DmString taken(L"what it lets go of");
     taken = DmString(std::move(moved));
     DmString cleared(L"text");
     cleared.clear();
@@ -132,7 +132,8 @@ TEST(NarrowCopy, IsNeverNull)
 {
     EXPECT_STREQ(DmStr2CStr(DmString()).c_str(), "");
     DmStr2CStr text(DmString(L"text"));
-    const DmStr2CStr moved(std::move(text));
+    DmStr2CStr moved(DmString(L"what it lets go of"));
+    moved = std::move(text);
     EXPECT_TRUE(moved.size() == 4 && moved.c_str() == std::string("text"));
     EXPECT_STREQ(text.c_str(), ""); // NOLINT(bugprone-use-after-move): what a moved-from copy is
     EXPECT_STREQ(DmStr2CStr(DmString(L"\u00c9t\u00e9")).c_str(), "") << "the C locale has no accents";

@@ -81,6 +81,7 @@ DmString& DmString::operator=(DmString&& other) noexcept
 {
     if (this != &other)
     {
+        freeBuff();
         buff_ = other.buff_;
         len_ = other.len_;
         other.disown();
@@ -277,6 +278,7 @@ DmStr2CStr& DmStr2CStr::operator=(DmStr2CStr&& other) noexcept
 {
     if (this != &other)
     {
+        std::free(_buffer);
         _buffer = std::exchange(other._buffer, nullptr);
         _size = std::exchange(other._size, 0);
     }
