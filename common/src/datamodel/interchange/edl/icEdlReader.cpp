@@ -261,7 +261,10 @@ bool Reader::read()
     _list.isUntitled = !_hasTitle;
     finishEvents();
     // By a title, an event or this line it is known to be a list.
-    _list.hasNoFcm = !_hasFcm && (_hasTitle || _recordDrop);
+    const bool hasEvent =
+        !_list.events.empty() || std::ranges::any_of(_list.notesOf(_list.headNotes), [](const EdlNote& note)
+                                                     { return note.kind == NoteKind::Unplayed; });
+    _list.hasNoFcm = !_hasFcm && (_hasTitle || hasEvent);
     if (_list.events.empty() && !_hasTitle && !_recordDrop && !_report.hasErrors())
         _report.add(Report::Error, _lines.number(), "no event and no title up to the end: not a cut list");
     return true;
