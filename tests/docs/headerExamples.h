@@ -3,6 +3,7 @@
 
 #include <ZRdmtree.h>
 #include <icInterchange.h>
+#include <icLeftovers.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -13,9 +14,6 @@
 
 using namespace DM;
 using namespace interchange;
-
-extern const Format& format;
-extern Source& file;
 
 namespace
 {
@@ -40,6 +38,13 @@ template <class... T>
 void save(const T&... /*values*/)
 {
 }
+
+const Format& format = *formatNamed("json");
+struct NoBytes final : Source
+{
+    std::size_t read(char* /*to*/, std::size_t /*size*/) override { return 0; }
+} file;
+std::string description;
 
 // A cut, and what is done with it.
 

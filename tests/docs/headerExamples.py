@@ -39,6 +39,7 @@ def main():
         for number, lines in [] if header in DECLARATIONS else examples(path):
             count += 1
             code = "\n".join(lines).strip().replace("...", "{}") # the caller's own
+            code = re.sub(r"(void \w+\(.*\) override);", r"\1 {}", code)
             where = f'#line {number} "{header}"\n'
             if found := re.match(r"class .*?^};\n?", code, re.S | re.M):
                 classes += where + found.group() + "\n"

@@ -1,6 +1,11 @@
 /// What a format says and the model has no property for: it travels with a node as text, in a DmBlobNode whose type is
 /// the format's name and version ("otio 2"). Those of several formats are chained by their own "baseBlob".
 ///
+///     static constexpr LeftoverType mine{"mine", L"mine 1"};
+///     if (setLeftover(*segment, mine, description) != DM_NO_ERROR)
+///         ...
+///     description = leftoverOf(*segment, mine).value_or("");
+///
 /// What was attached to the node before stays first: a host's set, or a source that a gap or a transition carries. A
 /// set that is no node ends the chain: such a node takes no leftovers.
 #pragma once
@@ -28,13 +33,13 @@ struct LeftoverType
 inline constexpr LeftoverType edlLeftover{"edl", L"edl 2"};
 
 /// The text that travels with a node in exactly this version; none without.
-std::optional<std::string> leftoverOf(const DmTreeNode& node, LeftoverType type);
+ZR_DM_API std::optional<std::string> leftoverOf(const DmTreeNode& node, LeftoverType type);
 
 /// Puts the text in the place of the one of the same type, or behind all others; an empty text takes it away.
-[[nodiscard]] eDmErrorId setLeftover(DmTreeNode& node, LeftoverType type, std::string_view text);
+[[nodiscard]] ZR_DM_API eDmErrorId setLeftover(DmTreeNode& node, LeftoverType type, std::string_view text);
 
 /// Whether that is a leftover, in whatever version: what hosts attach has other types.
-bool isLeftover(const DmBlobNode& blob);
+ZR_DM_API bool isLeftover(const DmBlobNode& blob);
 
 /// Sets leftovers of nodes that had nothing attached: those that say the same share one object, as copies of a node do.
 class SharedLeftovers

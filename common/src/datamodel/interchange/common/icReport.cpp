@@ -33,10 +33,19 @@ std::string nameOf(const DmTreeNode& node)
     return isPlace || node.getName() == L"untitled" ? std::string() : dmUtf8(node.getName());
 }
 
-std::vector<DmFinding> inOrder(std::vector<DmFinding> findings)
+/// In the order of lines, with a word of those that were not kept.
+std::vector<DmFinding> inOrder(std::vector<DmFinding> findings, std::size_t left)
 {
     if (!std::ranges::is_sorted(findings, {}, &DmFinding::line))
         std::ranges::stable_sort(findings, {}, &DmFinding::line);
+    if (left != 0)
+    {
+        DmFinding rest;
+        rest.severity = Report::Notice;
+        rest.code = plainCodes[Report::Notice];
+        rest.text = std::to_string(left) + " further messages are left out";
+        findings.push_back(std::move(rest));
+    }
     return findings;
 }
 
@@ -60,7 +69,7 @@ void Report::add(const char* code, Level level, std::uint32_t line, std::string 
     if (_where.time != dmNoTime && _where.fcm != DM::FCM_NOT_DEFINED)
         appendTimeLabel(finding.record, static_cast<std::int64_t>(std::clamp(_where.time, -limit, limit)), _where.fcm);
     add(std::move(finding));
-    if (_where.node && count() == _kept.size())
+    if (_where.node && _left == 0)
         _kept.back().node.reset(const_cast<DmTreeNode*>(_where.node));
 }
 
@@ -69,7 +78,10 @@ void Report::add(DmFinding finding)
     expectLine();
     ++_counts[finding.severity];
     if (_kept.size() >= mostFindings)
+    {
+        ++_left;
         return;
+    }
     finding.text.shrink_to_fit();
     _kept.push_back({std::move(finding.text), finding.code, {}, nullptr, finding.line, finding.severity});
     const std::string* const texts[] = {&finding.nodePath, &finding.clip, &finding.track, &finding.record,
@@ -89,7 +101,7 @@ void Report::about(std::size_t from, const DmTreeNode& node)
 
 void Report::expect(const void* thing)
 {
-    if (count() != _kept.size()) // it was not kept
+    if (_left != 0) // it was not kept
         return;
     _expected.emplace(reinterpret_cast<std::uintptr_t>(thing), static_cast<std::uint32_t>(_kept.size() - 1));
     _isLineOpen = false;
@@ -188,26 +200,35 @@ void Report::lose(const Loss& loss, std::uint32_t line)
 
 void Report::addException()
 {
+    const std::size_t errors = _counts[Error];
     try
     {
-        throw;
-    }
-    catch (const Refusal& refusal)
-    {
-        add("DM606", Error, 0,
-            "a value that the document refuses: " + dmUtf8(DmPSetHelper::getStrFromError(refusal.status())));
+        try
+        {
+            throw;
+        }
+        catch (const Refusal& refusal)
+        {
+            add("DM606", Error, 0,
+                "a value that the document refuses: " + dmUtf8(DmPSetHelper::getStrFromError(refusal.status())));
+        }
+        catch (const std::bad_alloc&)
+        {
+            add(Error, 0, "not enough memory");
+        }
+        catch (const std::exception& error)
+        {
+            add(Error, 0, error.what());
+        }
+        catch (...)
+        {
+            add(Error, 0, "an unknown exception");
+        }
     }
     catch (const std::bad_alloc&)
     {
-        add(Error, 0, "not enough memory");
-    }
-    catch (const std::exception& error)
-    {
-        add(Error, 0, error.what());
-    }
-    catch (...)
-    {
-        add(Error, 0, "an unknown exception");
+        _counts[Error] = errors + 1; // nor is there memory to keep it
+        ++_left;
     }
 }
 
@@ -238,7 +259,7 @@ std::vector<DmFinding> Report::findings() const
     all.reserve(_kept.size());
     for (const Kept& each : _kept)
         all.push_back(each.whole());
-    return inOrder(std::move(all));
+    return inOrder(std::move(all), _left);
 }
 
 std::vector<DmFinding> Report::takeFindings()
@@ -249,7 +270,7 @@ std::vector<DmFinding> Report::takeFindings()
     all.reserve(_kept.size());
     for (; !_kept.empty(); _kept.pop_front())
         all.push_back(_kept.front().whole());
-    return inOrder(std::move(all));
+    return inOrder(std::move(all), std::exchange(_left, 0));
 }
 
 } // namespace interchange

@@ -110,8 +110,8 @@ public:
     std::size_t size() const { return _kept.size(); }
     std::size_t count(Level level) const { return _counts[level]; }
     std::size_t count() const { return _counts[Notice] + _counts[Warning] + _counts[Error]; }
-    /// Those of lines in their order, behind those of the file as a whole. Of very many of a code only so many are
-    /// kept, that no hostile file fills the memory.
+    /// Those of lines in their order, behind those of the file as a whole. Of very many only so many are kept, that no
+    /// hostile file fills the memory; the last then says how many are left out.
     std::vector<DmFinding> findings() const;
     /// The same; the report then has none.
     std::vector<DmFinding> takeFindings();
@@ -151,6 +151,7 @@ private:
     Leniency _leniency;
     Where _where;
     std::deque<Kept> _kept;
+    std::size_t _left = 0;                                            ///< were not kept
     std::unordered_multimap<std::uintptr_t, std::uint32_t> _expected; ///< by what they are about: a thing, or its line
     bool _isLineOpen = false; ///< the last one is about its line, unless something is said to be expected
     std::vector<NodePlace> _places;

@@ -70,12 +70,19 @@ private:
     std::vector<std::shared_ptr<const Format>> _formats = ownFormats();
 };
 
+/// A host's format that throws when it is asked is none that matches.
 template <class Matches>
 std::shared_ptr<const Format> find(Matches&& matches)
 {
     for (const std::shared_ptr<const Format>& each : formats())
-        if (matches(*each))
-            return each;
+        try
+        {
+            if (matches(*each))
+                return each;
+        }
+        catch (...)
+        {
+        }
     return nullptr;
 }
 
@@ -128,6 +135,20 @@ private:
     std::size_t _at = 0;
 };
 
+/// A host's stream may be one that throws: its state says the same. False where it has failed.
+template <class Call>
+bool quietly(const std::ios& stream, Call&& call)
+{
+    try
+    {
+        call();
+    }
+    catch (const std::ios_base::failure&)
+    {
+    }
+    return !stream.fail();
+}
+
 class StreamSource final : public Source
 {
 public:
@@ -139,13 +160,17 @@ public:
     {
         if (!_stream.good())
             return 0;
-        _stream.read(to, static_cast<std::streamsize>(size));
+        quietly(_stream, [&] { _stream.read(to, static_cast<std::streamsize>(size)); });
         return static_cast<std::size_t>(_stream.gcount());
     }
     bool seek(std::uint64_t offset) override
     {
-        _stream.clear();
-        return static_cast<bool>(_stream.seekg(static_cast<std::streamoff>(offset)));
+        return quietly(_stream,
+                       [&]
+                       {
+                           _stream.clear();
+                           _stream.seekg(static_cast<std::streamoff>(offset));
+                       });
     }
     std::string fault() const override { return _stream.bad() ? "the stream cannot be read" : ""; }
 
@@ -240,9 +265,12 @@ public:
     }
     bool write(std::string_view bytes) override
     {
-        return static_cast<bool>(_stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size())));
+        return quietly(_stream, [&] { _stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size())); });
     }
-    std::string fault() const override { return _stream.good() ? "" : "the stream cannot be written"; }
+    std::string fault() const override
+    {
+        return quietly(_stream, [this] { _stream.flush(); }) ? "" : "the stream cannot be written";
+    }
 
 private:
     std::ostream& _stream;
@@ -262,6 +290,12 @@ bool guarded(Report& report, Call&& call)
         report.addException();
         return false;
     }
+}
+
+/// Of a host's format that does not do what it should.
+std::string saysNotWhy(const Format& format, std::string_view verb)
+{
+    return "it cannot be " + std::string(verb) + " as '" + std::string(format.name()) + "', which does not say why";
 }
 
 std::shared_ptr<const Format> formatToWrite(const Options& options, std::string_view path, Report& report)
@@ -288,10 +322,18 @@ Writing write(const Format& format, const DmRoot& root, Sink& sink, const Option
                 report.at({});
                 if (const std::string wrong = sink.fault(); !wrong.empty() && !report.hasErrors())
                     report.add(Report::Error, 0, wrong);
+                if (!writing.done && !report.hasErrors())
+                    report.add(Report::Error, 0, saysNotWhy(format, "written"));
                 if (part)
                     report.locate(*part, false);
                 report.locate(root);
             });
+    return writing;
+}
+
+Writing finished(Writing writing, Report& report)
+{
+    guarded(report, [&] { writing.findings = report.takeFindings(); });
     writing.done = writing.done && !report.hasErrors();
     return writing;
 }
@@ -302,12 +344,26 @@ Writing write(const Format& format, const DmRoot& root, Sink& sink, const Option
 
 bool registerFormat(std::shared_ptr<const Format> format)
 {
-    return format && Registry::instance().add(std::move(format));
+    try
+    {
+        return format && Registry::instance().add(std::move(format));
+    }
+    catch (...)
+    {
+        return false;
+    }
 }
 
 std::vector<std::shared_ptr<const Format>> formats()
 {
-    return Registry::instance().all();
+    try
+    {
+        return Registry::instance().all();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return {};
+    }
 }
 
 std::shared_ptr<const Format> formatNamed(std::string_view name)
@@ -349,7 +405,11 @@ Reading readSource(Source& source, const Options& options, std::string_view name
                 if (!reading.format && options.format.empty())
                     reading.format = formatOfPath(name);
                 if (reading.format)
+                {
                     reading.root = reading.format->read(looked, options, report);
+                    if (!reading.root && !report.hasErrors())
+                        report.add(Report::Error, 0, saysNotWhy(*reading.format, "read"));
+                }
                 else if (options.format.empty())
                     report.add(Report::Error, 0,
                                "neither the first bytes nor the extension tell a format; there are " + names());
@@ -360,7 +420,8 @@ Reading readSource(Source& source, const Options& options, std::string_view name
         reading.root.reset();
     else if (reading.root)
         guarded(report, [&] { report.locate(*reading.root); });
-    reading.findings = report.takeFindings();
+    if (!guarded(report, [&] { reading.findings = report.takeFindings(); }))
+        reading.root.reset();
     reading.places = report.takePlaces();
     return reading;
 }
@@ -395,8 +456,7 @@ Writing writeSink(const DmRoot& root, Sink& sink, const Options& options)
                 if (const auto format = formatToWrite(options, {}, report))
                     writing = write(*format, root, sink, options, report);
             });
-    writing.findings = report.findings();
-    return writing;
+    return finished(std::move(writing), report);
 }
 
 Writing writeFile(const DmRoot& root, const std::string& path, const Options& options)
@@ -411,20 +471,20 @@ Writing writeFile(const DmRoot& root, const std::string& path, const Options& op
                     return;
                 ReplaceFile file(path);
                 writing = write(*format, root, file, options, report);
-                if (!writing.done)
-                    return;
-                file.finish();
+                if (writing.done && !report.hasErrors())
+                    file.finish();
             });
-    writing.done = writing.done && !report.hasErrors();
-    writing.findings = report.findings();
-    return writing;
+    return finished(std::move(writing), report);
 }
 
 Writing writeBuffer(const DmRoot& root, std::string& bytes, const Options& options)
 {
-    bytes.clear();
-    BufferSink sink(bytes);
-    return writeSink(root, sink, options);
+    std::string written;
+    BufferSink sink(written);
+    Writing writing = writeSink(root, sink, options);
+    if (writing.done)
+        bytes = std::move(written);
+    return writing;
 }
 
 Writing writeStream(const DmRoot& root, std::ostream& stream, const Options& options)

@@ -73,6 +73,7 @@ struct Writing
 
 /// Replaces the file as a whole or not at all, and keeps its mode; what is no regular file is written in place.
 ZR_DM_API Writing writeFile(const DmRoot& root, const std::string& path, const Options& options = {});
+/// Replaces the bytes as a whole or not at all.
 ZR_DM_API Writing writeBuffer(const DmRoot& root, std::string& bytes, const Options& options);
 ZR_DM_API Writing writeStream(const DmRoot& root, std::ostream& stream, const Options& options);
 ZR_DM_API Writing writeSink(const DmRoot& root, Sink& sink, const Options& options);
