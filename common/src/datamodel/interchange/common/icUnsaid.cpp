@@ -3,11 +3,20 @@
 #include "icLeftovers.h"
 #include "icNotes.h"
 
+#include "dmADissolveSettings.h"
 #include "dmBlobNode.h"
+#include "dmColourEffects.h"
+#include "dmMaterial.h"
 #include "dmPropertyFactory.h"
+#include "dmSegmentNode.h"
 #include "dmSetTools.h"
+#include "dmSourceInput.h"
+#include "dmSourceNode.h"
 #include "dmTrackNode.h"
+#include "dmTrxEffectNode.h"
 #include "dmUtf8.h"
+#include "dmVDissolveSettings.h"
+#include "dmWipeSettings.h"
 
 #include <algorithm>
 #include <cmath>
@@ -47,6 +56,70 @@ bool areEqual(const DmPropertySet* a, const DmPropertySet* b)
 {
     bool equal = false;
     return a == b || (a && b && dmDeepEqual(*a, *b, equal) == DM_NO_ERROR && equal);
+}
+
+/// What a node is called where nobody named it. Lists number their tracks.
+std::wstring usualName(const DmTreeNode& node)
+{
+    const auto* const track = dynamic_cast<const DmTrackNode*>(&node);
+    if (!track || track->getName() == L"untitled")
+        return L"untitled";
+    return (track->getMediaType() == DM_MEDIA_AUDIO ? L"A" : L"V") + std::to_wstring(track->getTrackNum());
+}
+
+/// The effect of a transition of those that lists have words for; null for others, which are named as what they are.
+const DmEffectSettings* knownMixOf(const DmTreeNode& node)
+{
+    const auto* const mix = dynamic_cast<const DmTrxEffectNode*>(&node);
+    const DmEffectSettings* const effect = mix ? mix->getEffect() : nullptr;
+    const bool isKnown = dynamic_cast<const DmVDissolveSettings*>(effect) ||
+                         dynamic_cast<const DmADissolveSettings*>(effect) ||
+                         dynamic_cast<const DmWipeSettings*>(effect);
+    return isKnown ? effect : nullptr;
+}
+
+/// Whether one has a value: those that an effect comes with have none. Where the cut lies is told by itself.
+bool hasAttributes(const DmEffectSettings& effect)
+{
+    const auto& all = *static_cast<const DmPropertySetMap*>(effect.fieldOf(DmEffectSettings::AttributList));
+    return std::ranges::any_of(
+        all,
+        [](const auto& each)
+        {
+            const auto* const attribute = dynamic_cast<const DmSimpleChannel*>(each.second.get());
+            return attribute && !attribute->getValue().empty() && each.first != L"focusAlignment";
+        });
+}
+
+/// What people note of effects, whether a format has words for them or not. Looks have other use for theirs (icLook.h).
+void addUnsaidOfEffects(const DmSegmentNode& segment, std::string& names)
+{
+    for (const DmPropertySetPtr& each : segment.getEffects())
+        if (const auto* const effect = dynamic_cast<const DmEffectSettings*>(each.get());
+            effect && !dynamic_cast<const DmLookSettings*>(effect))
+        {
+            if (!effect->getComment().empty())
+                names.append(", effects.comment");
+            if (!effect->getSetupFileName().empty())
+                names.append(", effects.setupFileName");
+        }
+}
+
+/// What an input says of its media that no list does, where it is not said of the clip or of the source, too.
+void addUnsaidOfMedia(const DmTreeNode& node, std::string& names)
+{
+    const auto* const source = dynamic_cast<const DmSourceNode*>(&node);
+    const auto* const media = source ? dynamic_cast<const DmSourceNode::MediaInput*>(source->getSrcInput()) : nullptr;
+    if (!media)
+        return;
+    const DmSourceInfo* const info = media->getSrcInfo();
+    if (const DmString& name = media->getName();
+        !name.empty() && name != node.getName() && (!info || name != info->getName()))
+        names.append(", srcInput.name");
+    for (const DmPropertySetPtr& each : media->getExtraDataDictionary())
+        if (const auto* const entry = dynamic_cast<const DmSourceNode::DictionaryEntry*>(each.get());
+            entry && entry->getKey() != dmMaterialLengthKey)
+            return static_cast<void>(names.append(", srcInput.extraDataDictionary"));
 }
 
 } // namespace
@@ -92,6 +165,21 @@ bool isSameProperty(const DmPropertySet& a, const DmPropertySet& b, int index)
                           });
 }
 
+bool Unsaid::isNameSaid(const DmTreeNode& node) const
+{
+    switch (node.whatIs())
+    {
+    case DM_COMPOSITION_NODE:
+    case DM_SOURCE_NODE:
+    case DM_CONTAINER_NODE:
+        return isSaid(L"name");
+    case DM_TRX_EFFECT_NODE:
+        return isSaid(L"transition.name");
+    default:
+        return false;
+    }
+}
+
 bool Unsaid::isSaid(std::wstring_view path) const
 {
     return std::ranges::find(_said, path) != _said.end() || std::ranges::find(never, path) != std::end(never);
@@ -125,7 +213,7 @@ void Unsaid::addUnsaid(const DmPropertySet& set, const std::wstring& path, std::
     for (int i = 0; fresh && i < data.size(); ++i)
     {
         const std::wstring name = path + std::wstring(data.at(i)->_name.view());
-        if (isSaid(name) || isSameProperty(set, *fresh, i))
+        if (name == L"name" || name == L"effect.attributList" || isSaid(name) || isSameProperty(set, *fresh, i))
             continue;
         std::string inside;
         if (data.at(i)->_type == DM_PROPERTY_SET)
@@ -142,6 +230,16 @@ void Unsaid::addUnsaid(const DmPropertySet& set, const std::wstring& path, std::
     }
 }
 
+void Unsaid::reportAround(const DmTreeNode& root, Report& report)
+{
+    report.at({.node = &root});
+    this->report(root, report);
+    for (int i = 0; i < root.getNbChildren(); ++i)
+        if (const DmTreeNode* const child = root.getChild(i); child && child->whatIs() == DM_REEL_NODE)
+            reportAround(*child, report);
+    report.at({});
+}
+
 void Unsaid::report(const DmTreeNode& node, Report& report)
 {
     const auto tellNames = [&report](const char* code, std::string names)
@@ -150,15 +248,18 @@ void Unsaid::report(const DmTreeNode& node, Report& report)
             report.lose({code, names.erase(0, 2).append(": left out")});
     };
     std::string names;
-    if (const auto* const track = dynamic_cast<const DmTrackNode*>(&node))
-    {
-        // No list names its tracks but by their numbers.
-        const std::wstring usual =
-            (track->getMediaType() == DM_MEDIA_AUDIO ? L"A" : L"V") + std::to_wstring(track->getTrackNum());
-        if (const DmString& name = track->getName(); !name.empty() && name != L"untitled" && name.view() != usual)
-            names.append(", name \"").append(dmUtf8(name)).append("\"");
-    }
+    if (const DmString& name = node.getName(); !isNameSaid(node) && !name.empty() && name.view() != usualName(node))
+        names.append(", name \"").append(dmUtf8(name)).append("\"");
     addUnsaid(node, {}, names);
+    if (const DmEffectSettings* const mix = knownMixOf(node))
+    {
+        addUnsaid(*mix, L"effect.", names);
+        if (hasAttributes(*mix))
+            names.append(", effect.attributList");
+    }
+    if (const DmSegmentNode* const segment = node.asSegment())
+        addUnsaidOfEffects(*segment, names);
+    addUnsaidOfMedia(node, names);
     tellNames(unsaidProperties, std::move(names));
 
     std::string sets;

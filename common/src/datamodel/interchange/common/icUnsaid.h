@@ -21,8 +21,9 @@ bool isSameProperty(const DmPropertySet& a, const DmPropertySet& b, int index);
 class Unsaid
 {
 public:
-    /// `said`: the properties that the format says, or has no need to: "muted", "srcInput.srcInfo.path". Sets that lie
-    /// on the way to one are looked into. `format`: whose leftovers are written.
+    /// `said`: the properties that the format says, or has no need to: "muted", "srcInput.srcInfo.path",
+    /// "effect.length" of transitions. Sets that lie on the way to one are looked into. Names are those of compositions
+    /// and clips; of transitions that is "transition.name". `format`: whose leftovers are written.
     Unsaid(std::string_view format, std::span<const std::wstring_view> said)
         : _format(format)
         , _said(said)
@@ -32,9 +33,12 @@ public:
     /// Names, as losses of the node, its properties that are set and not said, and what somebody attached to it. That
     /// there is something that only the format says that it was read from is said once.
     void report(const DmTreeNode& node, Report& report);
+    /// The same of what holds the compositions: the root, and reels.
+    void reportAround(const DmTreeNode& root, Report& report);
 
 private:
     bool isSaid(std::wstring_view path) const;
+    bool isNameSaid(const DmTreeNode& node) const;
     bool isOnTheWay(std::wstring_view path) const;
     void addUnsaid(const DmPropertySet& set, const std::wstring& path, std::string& names);
     const DmPropertySet* freshOf(const DmPropertySet& set);

@@ -102,6 +102,8 @@ constexpr std::wstring_view saidProperties[] = {L"name",
                                                 L"cueMarks",
                                                 L"muted",
                                                 L"effect",
+                                                L"effect.length",
+                                                L"effect.smptePattern",
                                                 L"fcm",
                                                 L"startTC",
                                                 L"startTCStr",
@@ -115,7 +117,6 @@ constexpr std::wstring_view saidProperties[] = {L"name",
                                                 L"srcInput.srcIn",
                                                 L"srcInput.srcInStr",
                                                 L"srcInput.srcInFcm",
-                                                L"srcInput.srcInOffset",
                                                 L"srcInput.hasMedia",
                                                 L"srcInput.extraDataDictionary",
                                                 L"srcInput.srcInfo.sourceType",
@@ -140,7 +141,7 @@ public:
     {
     }
 
-    EdlList make();
+    EdlList make(const DmRoot& root);
 
 private:
     // Tracks
@@ -153,6 +154,7 @@ private:
         EdlChannels channel;
     };
     void addTrack(const DmTrackNode& track, EdlChannels channel);
+    void tellUnsaid(const DmLayerNode& layer, const Place& place);
     void addLayer(const DmLayerNode& layer, const Place& place, bool isFirst);
     std::optional<int> freeChannel(const DmTrackNode& track, std::uint64_t& used);
 
@@ -194,8 +196,9 @@ private:
     std::size_t _pictures = 0;                    ///< how many of the edits are the primary track's
 };
 
-EdlList ListMaker::make()
+EdlList ListMaker::make(const DmRoot& root)
 {
+    _unsaid.reportAround(root, _report);
     _report.at({.node = &_composition});
     _unsaid.report(_composition, _report);
     chooseTracks();
@@ -307,8 +310,22 @@ void ListMaker::at(const DmTreeNode& node, const Place& place, double recIn)
     _report.at({&node, place.track.getMediaType(), place.track.getTrackNum(), _offset + recIn, _fcm});
 }
 
+void ListMaker::tellUnsaid(const DmLayerNode& layer, const Place& place)
+{
+    _report.at({.node = &layer});
+    _unsaid.report(layer, _report);
+    for (int i = 0; i < layer.getNbChildren(); ++i)
+        if (const auto* const transition = dynamic_cast<const DmTransitionNode*>(layer.getChild(i)))
+        {
+            at(*transition, place, transition->getRecIn());
+            _unsaid.report(*transition, _report);
+        }
+}
+
 void ListMaker::addLayer(const DmLayerNode& layer, const Place& place, bool isFirst)
 {
+    if (isFirst)
+        tellUnsaid(layer, place);
     const std::vector<Played> all = playedOf(layer);
     for (std::size_t i = 0; i < all.size(); ++i)
     {
@@ -643,7 +660,7 @@ std::optional<EdlList> treeToEdl(const DmRoot& root, const Options& options, Rep
         report.at({compositions[i], DM_MEDIA_UNDEFINED, 0, dmNoTime, fcm});
         report.lose(furtherComposition);
     }
-    return maker.make();
+    return maker.make(root);
 }
 
 } // namespace interchange

@@ -4,6 +4,7 @@
 #include "icPath.h"
 #include "icText.h"
 #include "icTimeCode.h"
+#include "icTree.h"
 
 #include "dmATimewarpSettings.h"
 #include "dmAudioEffects.h"
@@ -56,18 +57,19 @@ constexpr std::array<std::pair<const char*, const char*>, 3> motions{
 
 /// The properties of nodes that elements say, or that have no need to be said.
 constexpr std::wstring_view said[] = {
-    L"name", L"effects", L"segmentMarks", L"cueMarks", L"muted", L"effect", L"fcm", L"startTC", L"startTCStr",
-    L"startTcFcm", L"inMark", L"outMark", L"samplingRate", L"resolution.width", L"resolution.height", L"trackNum",
-    L"trackChannel", L"srcInput.mediaType", L"srcInput.name", L"srcInput.srcLength", L"srcInput.srcFcm",
-    L"srcInput.srcInStr", L"srcInput.srcIn", L"srcInput.srcInFcm", L"srcInput.hasMedia",
-    L"srcInput.extraDataDictionary", L"srcInput.srcInfo.sourceType", L"srcInput.srcInfo.name",
+    L"name", L"transition.name", L"effects", L"segmentMarks", L"cueMarks", L"muted", L"effect", L"effect.length",
+    L"effect.smptePattern", L"fcm", L"startTC", L"startTCStr", L"startTcFcm", L"inMark", L"outMark", L"samplingRate",
+    L"resolution.width", L"resolution.height", L"trackNum", L"trackChannel", L"srcInput.mediaType", L"srcInput.name",
+    L"srcInput.srcLength", L"srcInput.srcFcm", L"srcInput.srcInStr", L"srcInput.srcIn", L"srcInput.srcInFcm",
+    L"srcInput.hasMedia", L"srcInput.extraDataDictionary", L"srcInput.srcInfo.sourceType", L"srcInput.srcInfo.name",
     L"srcInput.srcInfo.reelName", L"srcInput.srcInfo.track", L"srcInput.srcInfo.path",
     L"srcInput.audioProperties.channelIdx", L"srcInput.inputType",
     // Told by what generators and channels lose of themselves
-    L"srcInput.inputColorRed", L"srcInput.inputColorGreen", L"srcInput.inputColorBlue", L"srcInput.inputColorAlpha",
-    L"srcInput.inputPercentageRatio", L"srcInput.inputSoftness", L"srcInput.audioProperties.nbChannels",
-    L"srcInput.audioProperties.startSample", L"srcInput.srcInfo.fileType", L"srcInput.srcInOffset",
-    L"srcInput.srcInfo.imageChannels", L"srcInput.srcInfo.PDFrameType"};
+    L"effect.positionX", L"effect.positionY", L"effect.rotationZ", L"effect.softness", L"effect.inverted",
+    L"effect.scaleX", L"effect.scaleY", L"effect.scaleZ", L"srcInput.inputColorRed", L"srcInput.inputColorGreen",
+    L"srcInput.inputColorBlue", L"srcInput.inputColorAlpha", L"srcInput.inputPercentageRatio",
+    L"srcInput.inputSoftness", L"srcInput.audioProperties.nbChannels", L"srcInput.audioProperties.startSample",
+    L"srcInput.srcInfo.fileType", L"srcInput.srcInfo.imageChannels", L"srcInput.srcInfo.PDFrameType"};
 
 constexpr double silence = 1e-5; ///< a factor: -100 dB
 
@@ -374,6 +376,17 @@ pugi::xml_node PlainElements::marker(pugi::xml_node parent, const DmCueMark& mar
 
 // Sequences and tracks
 
+void PlainElements::tellUnsaidAround(const DmRoot& root, bool reels)
+{
+    if (!_report)
+        return;
+    if (reels)
+        return _unsaid.reportAround(root, *_report);
+    _report->at({.node = &root});
+    tellUnsaid(root);
+    _report->at({});
+}
+
 pugi::xml_node PlainElements::sequence(pugi::xml_node parent, const Sequence& sequence)
 {
     const DmCompositionNode& node = *sequence.node;
@@ -387,7 +400,9 @@ pugi::xml_node PlainElements::sequence(pugi::xml_node parent, const Sequence& se
     rate(made, Rate::of(sequence.fcm));
     const auto mark = [&](const char* name, double time)
     {
-        const bool isSet = time != dmNoTime;
+        if (time != dmNoTime && time < sequence.origin)
+            lose("DM722", "left out: it lies in front of the sequence");
+        const bool isSet = time != dmNoTime && time >= sequence.origin;
         const pugi::xml_node child = add(made, name, isSet ? timeText(time - sequence.origin) : "-1");
         if (!isSet)
             optional(child);
@@ -416,7 +431,7 @@ pugi::xml_node PlainElements::track(pugi::xml_node parent, const Sequence& seque
         if (!track.isFurther)
             tellUnsaid(*track.node);
         if (track.layer)
-            tellUnsaid(*track.layer);
+            tellUnsaidIn(sequence, track);
         _report->at({.node = sequence.node});
     }
     pugi::xml_node made = add(parent, "track");
@@ -435,6 +450,23 @@ pugi::xml_node PlainElements::track(pugi::xml_node parent, const Sequence& seque
             optional(output);
     }
     return made;
+}
+
+void PlainElements::tellUnsaidIn(const Sequence& sequence, const Track& track)
+{
+    tellUnsaid(*track.layer);
+    for (int i = 0; _report && i < track.layer->getNbChildren(); ++i)
+    {
+        const DmTreeNode* const child = track.layer->getChild(i);
+        const bool isPlain =
+            child && (child->whatIs() == DM_CUT_NODE || (child->whatIs() == DM_GAP_NODE && !carriedBy(*child)));
+        if (!isPlain)
+            continue;
+        const double recIn = child->asSegment() ? child->asSegment()->getRecIn() : child->asTransition()->getRecIn();
+        _report->at({child, track.node->getMediaType(), track.node->getTrackNum(), sequence.node->getLabelTime(recIn),
+                     sequence.fcm});
+        tellUnsaid(*child);
+    }
 }
 
 // Items

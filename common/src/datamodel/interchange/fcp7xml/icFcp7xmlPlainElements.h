@@ -50,6 +50,9 @@ public:
 
     // Each is added to the parent; of sequences and items, series() are the markers that go with the one made last
 
+    /// Names what the root says and a file has no place for, and `reels` too where no file had them as bins.
+    void tellUnsaidAround(const DmRoot& root, bool reels);
+
     pugi::xml_node sequence(pugi::xml_node parent, const Sequence& sequence);
     pugi::xml_node track(pugi::xml_node parent, const Sequence& sequence, const Track& track);
     pugi::xml_node item(pugi::xml_node parent, const Sequence& sequence, const Track& track, const Item& item);
@@ -88,6 +91,9 @@ private:
         if (_report)
             _unsaid.report(node, *_report);
     }
+
+    /// Of what becomes no item: the layer, its cuts and its gaps.
+    void tellUnsaidIn(const Sequence& sequence, const Track& track);
 
     const Cut& _cut;
     Report* _report;

@@ -157,6 +157,7 @@ bool Writer::write()
     tellLeft();
     keepFiles();
     const Form form(_root);
+    _plain.tellUnsaidAround(_root, !form.root());
     std::map<std::string, pugi::xml_node> files;
     std::set<std::string> sequences;
     addDefinitions(form.root(), files, sequences);
