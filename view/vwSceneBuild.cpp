@@ -513,8 +513,14 @@ private:
         flags |= addEffects(composition.effects, node.getEffects(), index) ? HasEffects : 0;
         for (int i = 0; i < node.getSegmentMarks().count(); ++i)
         {
-            // A segment's marks count as its material does.
-            addMark(composition, node.getSegmentMarks().at(i), index, place.in - node.getRelIn(), place.in);
+            // A segment's marks count as its material does, at whatever speed that plays.
+            const DmCueMark* const mark = node.getSegmentMarks().at(i);
+            const DmPlayed played(node, _fcm);
+            const bool isConstant = mark && played.motion() == DmPlayed::Motion::Constant;
+            const double origin = isConstant ? played.recordTimeOf(mark->getCueMarkTime()).value_or(0.0) -
+                                                   node.getRecIn() - mark->getCueMarkTime()
+                                             : -node.getRelIn();
+            addMark(composition, mark, index, place.in + origin, place.in);
             flags |= HasMarks;
         }
         flags |= addPieces(node, place, index, composition) ? Keyed : 0;

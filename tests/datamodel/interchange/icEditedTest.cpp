@@ -156,8 +156,11 @@ TEST(Edited, PlaysWhatWasEditedInEveryFormat)
             ASSERT_TRUE(status.ok()) << dmUtf8(status.info());
             const CoSharedPtr<DmRoot> edited = edit.timeline().root();
 
-            const Writing writing = writeBuffer(*edited, bytes, options);
+            Writing writing = writeBuffer(*edited, bytes, options);
             ASSERT_TRUE(writing.done);
+            // A list ends with its last event, which is said.
+            std::erase_if(writing.findings,
+                          [](const DmFinding& finding) { return finding.severity == DmFinding::Note; });
             EXPECT_EQ(dmFindingsText(format, writing.findings), "");
             std::istringstream stream(bytes);
             const Reading back = readStream(stream);

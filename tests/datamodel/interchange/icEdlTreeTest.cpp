@@ -130,7 +130,9 @@ TEST(EdlTree, GivesEveryListBackEventForEvent)
            "M2   C              000.0                03:00:00:00\n"
            "005  A        V     C        01:00:04:00 01:00:06:00 10:00:08:00 10:00:10:00\n"
            "M2   A              024.0                01:00:04:00\n"),
-         "cut.edl:5: warning: A, A1, 10:00:02:00: speeds that sound cannot play at: plays at normal speed\n"},
+         "cut.edl:5: warning: A, A1, 10:00:02:00: speeds that sound cannot play at: plays at normal speed\n"
+         "cut.edl:11: warning: C, V1, 10:00:06:00: transitions from frames that do not follow those in front of them: "
+         "mix from what follows there\n"},
         {"looks", DM::FCM_24,
          n("001  A        V     C        01:00:00:00 01:00:02:00 10:00:00:00 10:00:02:00\n"
            "* ASC_SOP (0.9000 1.0000 1.1000)(-0.0125 0.0000 0.0000)(1.0000 1.0000 1.23456)\n"
@@ -278,13 +280,6 @@ TEST(EdlTree, LetsTheLaterEventCoverTheEarlierOne)
         EXPECT_NE(result.messages.find("it covers that one"), result.messages.npos);
         EXPECT_EQ(toText(*toTree(*result.list).root).text, head + each.expected);
     }
-}
-
-TEST(EdlTree, SaysWhatOfAListItLeavesOut)
-{
-    EXPECT_EQ(
-        toTree(readClean(head + "001 A A C 01:00:00:00 01:00:04:00 10:00:00:00 10:00:04:00\n* ASC_SAT 0.5\n")).messages,
-        "cut.edl:3: warning: A, A1, 10:00:00:00: colour corrections of events without a picture: left out\n");
 }
 
 TEST(EdlTree, ShowsEditsInTheList)

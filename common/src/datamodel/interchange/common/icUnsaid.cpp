@@ -78,17 +78,14 @@ const DmEffectSettings* knownMixOf(const DmTreeNode& node)
     return isKnown ? effect : nullptr;
 }
 
-/// Whether one has a value: those that an effect comes with have none. Where the cut lies is told by itself.
-bool hasAttributes(const DmEffectSettings& effect)
+/// Those that have a value: others are what an effect comes with. Where the cut lies is told by itself.
+void addAttributes(const DmEffectSettings& effect, std::string& names)
 {
-    const auto& all = *static_cast<const DmPropertySetMap*>(effect.fieldOf(DmEffectSettings::AttributList));
-    return std::ranges::any_of(
-        all,
-        [](const auto& each)
-        {
-            const auto* const attribute = dynamic_cast<const DmSimpleChannel*>(each.second.get());
-            return attribute && !attribute->getValue().empty() && each.first != L"focusAlignment";
-        });
+    for (const auto& [name, each] :
+         *static_cast<const DmPropertySetMap*>(effect.fieldOf(DmEffectSettings::AttributList)))
+        if (const auto* const attribute = dynamic_cast<const DmSimpleChannel*>(each.get());
+            attribute && !attribute->getValue().empty() && name != L"focusAlignment")
+            names.append(", effect.").append(dmUtf8(name));
 }
 
 /// What people note of effects, whether a format has words for them or not. Looks have other use for theirs (icLook.h).
@@ -254,8 +251,7 @@ void Unsaid::report(const DmTreeNode& node, Report& report)
     if (const DmEffectSettings* const mix = knownMixOf(node))
     {
         addUnsaid(*mix, L"effect.", names);
-        if (hasAttributes(*mix))
-            names.append(", effect.attributList");
+        addAttributes(*mix, names);
     }
     if (const DmSegmentNode* const segment = node.asSegment())
         addUnsaidOfEffects(*segment, names);

@@ -277,6 +277,16 @@ std::string clipNameOf(const EdlKept& kept, std::string_view reel, bool isTransi
     return std::string(width - std::min(width, digits.size()), '0') + digits + kept.numberTail;
 }
 
+std::optional<EdlReelClip> reelClipOf(NoteKind kind, std::string_view note)
+{
+    constexpr std::string_view reel = "REEL ";
+    constexpr std::string_view is = " IS CLIP ";
+    const std::size_t at = note.starts_with(reel) ? note.find(is) : note.npos;
+    if ((kind != NoteKind::Line && kind != NoteKind::Comment) || at == note.npos || at < reel.size())
+        return std::nullopt;
+    return EdlReelClip{trimmed(note.substr(reel.size(), at - reel.size())), trimmed(note.substr(at + is.size()))};
+}
+
 std::optional<EdlLongReel> longReelOf(std::string_view note)
 {
     constexpr std::string_view words = " REPLACED BY:";

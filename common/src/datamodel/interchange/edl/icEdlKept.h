@@ -79,6 +79,14 @@ const Note* fileNote(const std::vector<Note>& notes);
 /// event's number where the reel says nothing.
 std::string clipNameOf(const EdlKept& kept, std::string_view reel, bool isTransition);
 
+/// Another one names the clip of a reel: "REEL x IS CLIP y". `note` is a line or a comment.
+struct EdlReelClip
+{
+    std::string_view reel;
+    std::string_view clip;
+};
+std::optional<EdlReelClip> reelClipOf(NoteKind kind, std::string_view note);
+
 /// What a system says when it has shortened a reel's name: "LONG REPLACED BY: SHORT".
 struct EdlLongReel
 {

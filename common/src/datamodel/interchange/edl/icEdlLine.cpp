@@ -41,6 +41,7 @@ constexpr Loss beforeZero{"DM719", "written as those of the day before"};
 constexpr Loss markLength{"DM720", "written as points"};
 constexpr Loss markColour{"DM721", "written in the nearest one"};
 constexpr Loss timelessMark{"DM722", "left out"};
+constexpr Loss otherAlignment{"DM742", "the cut of a list is where they begin"};
 constexpr Loss controls{"DM733", "control characters are written as blanks"};
 
 constexpr std::string_view noReel = "AX";
@@ -84,6 +85,22 @@ bool saysMark(const Note& note, const DmCueMark& mark)
 }
 
 } // namespace
+
+double recordTimeOfMark(const DmSegmentNode& segment, DM::FrameCodeModes fcm, double time)
+{
+    const DmPlayed played(segment, fcm);
+    const bool isConstant = played.motion() == DmPlayed::Motion::Constant;
+    return isConstant ? played.recordTimeOf(time).value_or(time) : segment.getRecIn() - segment.getRelIn() + time;
+}
+
+double timeOfMark(const DmSegmentNode& segment, DM::FrameCodeModes fcm, double recordTime)
+{
+    const DmPlayed played(segment, fcm);
+    // Backwards, the frame that stands there is the one in front of the point.
+    const bool isConstant = played.motion() == DmPlayed::Motion::Constant;
+    return isConstant ? played.positionAt(recordTime).value_or(0.0) - (played.isReverse() ? 1.0 : 0.0)
+                      : recordTime - (segment.getRecIn() - segment.getRelIn());
+}
 
 std::string clipName(const DmTreeNode& node)
 {
@@ -209,7 +226,11 @@ void EdlLineMaker::setTransition(EdlLine& line, const DmTrxEffectNode& mix, cons
         }
     }
     else if (!dynamic_cast<const DmVDissolveSettings*>(effect))
-        _report.lose(otherTransition);
+        return _report.lose(otherTransition);
+    _unsaidOfMixes.report(mix, _report);
+    const eDmFocusAlignment alignment = effect->getFocusAlignment();
+    if (mix.getRelIn() != 0 || (alignment != DM_FOCUS_START && alignment != DM_FOCUS_UNDEFINED))
+        _report.lose(otherAlignment);
 }
 
 std::string EdlLineMaker::reel(const DmSourceNode::Input* input, const EdlKept* kept)
@@ -391,6 +412,7 @@ void EdlLineMaker::setNotes(EdlLine& line, const DmSourceNode& source, const Edl
     now.speed = line.event.speed;
     const bool isNamed = (clipNote(notes, isMix) && clipNameOf(now, {}, isMix) == name) ||
                          (kept && !kept->madeName.empty() && kept->madeName == name);
+    line.madeName = kept && name == kept->madeName ? name : std::string();
     if (!isNamed)
         setNote(line, hasTo ? NoteKind::ToClipName : NoteKind::FromClipName, name);
     const DmSourceInfo* const info = source.getSrcInput() ? source.getSrcInput()->getSrcInfo() : nullptr;
@@ -410,15 +432,14 @@ void EdlLineMaker::setNotes(EdlLine& line, const DmSourceNode& source, const Edl
 
 void EdlLineMaker::addMarks(EdlLine& line, const DmSegmentNode& segment)
 {
-    const double origin = segment.getRecIn() - segment.getRelIn();
     std::vector<std::size_t> saying; // of the notes
     for (const DmPropertySetPtr& set : segment.getSegmentMarks())
     {
         if (!set)
             continue;
         const auto& mark = static_cast<const DmCueMark&>(*set);
-        const bool isAtBegin =
-            std::abs(_offset + origin + mark.getCueMarkTime() - line.event.record.in) < markTolerance;
+        const double time = recordTimeOfMark(segment, _fcm, mark.getCueMarkTime());
+        const bool isAtBegin = std::abs(_offset + time - line.event.record.in) < markTolerance;
         std::size_t note = isAtBegin ? 0 : line.notes.size();
         while (note < line.notes.size() &&
                (!saysMark(line.notes[note], mark) || std::ranges::find(saying, note) != saying.end()))
@@ -426,7 +447,7 @@ void EdlLineMaker::addMarks(EdlLine& line, const DmSegmentNode& segment)
         if (note < line.notes.size())
             saying.push_back(note);
         else
-            addMark(line, mark, origin);
+            addMark(line, mark, time);
     }
     // Of a mark that has gone, or is another one now.
     for (std::size_t i = line.notes.size(); i-- > 0;)
@@ -435,10 +456,9 @@ void EdlLineMaker::addMarks(EdlLine& line, const DmSegmentNode& segment)
             line.notes.erase(line.notes.begin() + static_cast<std::ptrdiff_t>(i));
 }
 
-void EdlLineMaker::addMark(EdlLine& line, const DmCueMark& mark, double origin)
+void EdlLineMaker::addMark(EdlLine& line, const DmCueMark& mark, double recordTime)
 {
-    const double time = mark.getCueMarkTime();
-    if (time == dmNoTime)
+    if (mark.getCueMarkTime() == dmNoTime)
         return _report.lose(timelessMark);
     const std::array<int, 3> colour{mark.getCueMarkColorRed(), mark.getCueMarkColorGreen(), mark.getCueMarkColorBlue()};
     const auto distance = [&colour](const NamedColour& named)
@@ -447,7 +467,7 @@ void EdlLineMaker::addMark(EdlLine& line, const DmCueMark& mark, double origin)
         return square(colour[0] - named.red) + square(colour[1] - named.green) + square(colour[2] - named.blue);
     };
     const NamedColour& nearest = *std::ranges::min_element(namedColours(), {}, distance);
-    EdlLine::Mark marker{frames(_offset + origin + time), nearest.name, dmUtf8(mark.getCueMarkName())};
+    EdlLine::Mark marker{frames(_offset + recordTime), nearest.name, dmUtf8(mark.getCueMarkName())};
     const std::string comment = dmUtf8(mark.getCueMarkComment());
     if (distance(nearest) != 0)
         _report.lose(markColour);

@@ -6,7 +6,9 @@
 #include "icEdlKept.h"
 #include "icEdlList.h"
 #include "icEdlReels.h"
+#include "icLeftovers.h"
 #include "icReport.h"
+#include "icUnsaid.h"
 
 #include "dmCueMark.h"
 #include "dmPlayed.h"
@@ -40,7 +42,8 @@ struct EdlLine
     std::string speedSpelling;
     std::string labels;
     std::string numberTail;
-    std::string medium; ///< by which one clip on several channels is known
+    std::string madeName; ///< of the clip, where no note named it
+    std::string medium;   ///< by which one clip on several channels is known
     std::vector<Note> notes;
     std::vector<Mark> marks;
     std::optional<Look> look;
@@ -55,6 +58,7 @@ public:
         , _offset(offset)
         , _report(report)
         , _reels(reels)
+        , _unsaidOfMixes(edlLeftover.format, saidOfMixes)
     {
     }
 
@@ -68,10 +72,13 @@ public:
     EdlLine line(const DmSegmentNode& segment, const Part& part);
     /// The line of no length that says what a transition comes from.
     EdlLine outgoingLine(const DmTrxEffectNode& mix, const DmTreeNode* previous, EdlChannels channel);
-    /// `origin` is the record time that the mark's time counts from.
-    void addMark(EdlLine& line, const DmCueMark& mark, double origin);
+    /// `recordTime` is the mark's, as nodes count.
+    void addMark(EdlLine& line, const DmCueMark& mark, double recordTime);
 
 private:
+    static constexpr std::wstring_view saidOfMixes[] = {L"transition.name", L"effect", L"effect.length",
+                                                        L"effect.smptePattern"};
+
     /// A part of the material, in frames of the list, beside the speed that it plays at.
     struct Range
     {
@@ -97,7 +104,14 @@ private:
     double _offset;
     Report& _report;
     EdlReels& _reels;
+    Unsaid _unsaidOfMixes;
 };
+
+// The time of a segment's mark is the frame of the material that stands where the mark does. Of what is held, or plays
+// at speeds that change, it counts in record time.
+
+double recordTimeOfMark(const DmSegmentNode& segment, DM::FrameCodeModes fcm, double time);
+double timeOfMark(const DmSegmentNode& segment, DM::FrameCodeModes fcm, double recordTime);
 
 /// The name of a node; empty for one that nobody has named.
 std::string clipName(const DmTreeNode& node);

@@ -66,6 +66,7 @@ bool isControl(char c)
 
 constexpr std::string_view leftOut = "the event is left out";
 constexpr Loss noChannel{"DM611", "play nothing"};
+constexpr Loss lookOfSound{"DM612", "kept as comments"};
 
 /// Where nobody says it, a list counts at the lowest of these rates in which all its labels exist.
 constexpr std::array guesses{DM::FCM_24, DM::FCM_25, DM::FCM_29_97_NDF, DM::FCM_50, DM::FCM_59_94_NDF};
@@ -123,6 +124,8 @@ private:
     bool speed(std::string_view text);
     bool audio(std::string_view text);
     bool locator(std::string_view text);
+    /// Whether the last event has one, for a look; says so where it has none.
+    bool hasPicture();
     bool slopeOffsetPower(std::string_view text);
     bool saturation(std::string_view text);
 
@@ -509,6 +512,18 @@ bool Reader::locator(std::string_view text)
     return true;
 }
 
+bool Reader::hasPicture()
+{
+    if (last()->channels.video != 0)
+        return true;
+    Where where = whereOf(_list, *last());
+    where.fcm = mode(*_recordDrop);
+    _report.at(where);
+    _report.lose(lookOfSound, _lines.number());
+    _report.at({});
+    return false;
+}
+
 bool Reader::slopeOffsetPower(std::string_view text)
 {
     const std::optional<std::array<double, 9>> values = parseSlopeOffsetPower(text);
@@ -517,6 +532,8 @@ bool Reader::slopeOffsetPower(std::string_view text)
         return keep("ASC_SOP takes three times three numbers");
     if (before && before->hasSop)
         return keep("a second ASC_SOP for the event");
+    if (!hasPicture())
+        return false;
     Look& look = _list.look();
     std::copy_n(values->begin(), 3, look.slope.begin());
     std::copy_n(values->begin() + 3, 3, look.offset.begin());
@@ -535,6 +552,8 @@ bool Reader::saturation(std::string_view text)
         return keep("ASC_SAT takes a number");
     if (before && before->hasSaturation)
         return keep("a second ASC_SAT for the event");
+    if (!hasPicture())
+        return false;
     Look& look = _list.look();
     look.saturation = *value;
     look.hasSaturation = true;

@@ -41,9 +41,9 @@ namespace interchange
 namespace
 {
 
-constexpr Loss lookOfSound{"DM612", "left out"};
 constexpr Loss speedOfSound{"DM617", "plays at normal speed"};
 constexpr Loss otherOutgoing{"DM619", "mix from what plays there"};
+constexpr Loss outgoingJump{"DM620", "mix from what follows there"};
 
 constexpr std::size_t mostLayers = 16; ///< of keys over keys: what finds no room is covered by the next one
 
@@ -157,21 +157,11 @@ private:
 void TreeMaker::readReels()
 {
     for (const EdlNote& note : _list.notes)
-    {
-        if (note.kind == NoteKind::Reel)
-        {
-            if (const std::optional<EdlLongReel> reel = longReelOf(note.text))
-                _longReels.emplace(reel->shortName, reel->longName);
-            continue;
-        }
-        constexpr std::string_view reel = "REEL ";
-        constexpr std::string_view is = " IS CLIP ";
-        if ((note.kind != NoteKind::Line && note.kind != NoteKind::Comment) || !note.text.starts_with(reel))
-            continue;
-        if (const std::size_t at = note.text.find(is); at != note.text.npos && at >= reel.size())
-            _clipsOfReels.emplace(trimmed(note.text.substr(reel.size(), at - reel.size())),
-                                  trimmed(note.text.substr(at + is.size())));
-    }
+        if (const std::optional<EdlReelClip> clip = reelClipOf(note.kind, note.text))
+            _clipsOfReels.emplace(clip->reel, clip->clip);
+        else if (const std::optional<EdlLongReel> reel =
+                     note.kind == NoteKind::Reel ? longReelOf(note.text) : std::nullopt)
+            _longReels.emplace(reel->shortName, reel->longName);
 }
 
 void TreeMaker::lose(const Loss& loss, const EdlEvent& event, std::optional<Channel> channel)
@@ -280,8 +270,18 @@ void TreeMaker::checkOutgoing(const EdlEvent& outgoing, const EdlEvent& event, c
 {
     const auto isOutgoingReel = [&](std::string_view reel)
     { return std::ranges::equal(reel, outgoing.reel, {}, toUpper, toUpper); };
-    if (edlReelKind(outgoing.reel) == EdlReelKind::Tape && (!before || !isOutgoingReel(before->reel)))
-        lose(otherOutgoing, event, channel);
+    if (edlReelKind(outgoing.reel) != EdlReelKind::Tape)
+        return;
+    if (!before || !isOutgoingReel(before->reel))
+        return lose(otherOutgoing, event, channel);
+    constexpr double tolerance = 0.005;
+    const double speed = _list.speedOf(*before);
+    const double later = static_cast<double>(outgoing.source.in - (speed < 0 ? before->source.in : before->source.out));
+    const double slower = outgoing.speed ? std::abs(_list.speedOf(outgoing) - speed) : 0.0;
+    const bool isHeld = speed == 0 && outgoing.source.in == before->source.in;
+    if (!isHeld && (std::abs(later) > (before->speed ? 2.0 * std::max(1.0, std::abs(speed)) : 0.0) ||
+                    slower > tolerance * std::max(1.0, std::abs(speed))))
+        lose(outgoingJump, event, channel);
 }
 
 std::vector<Piece> TreeMaker::piecesOf(const Events& events) const
@@ -388,8 +388,12 @@ CoSharedPtr<DmLayerNode> TreeMaker::layer(int number, Channel channel, const Eve
 CoSharedPtr<DmTrxEffectNode> TreeMaker::transition(const EdlEvent& event, Channel channel, std::int64_t length) const
 {
     const auto effect = mix(event, channel.mediaType, static_cast<double>(length));
-    return orBadAlloc(
-        DmTrxEffectNode::create(effect, static_cast<double>(event.record.in), static_cast<double>(length)));
+    const auto node =
+        orBadAlloc(DmTrxEffectNode::create(effect, static_cast<double>(event.record.in), static_cast<double>(length)));
+    for (const EdlNote& note : _list.notesOf(event))
+        if (note.kind == NoteKind::EffectName && node->getName() == L"untitled")
+            setText(*node, DmTreeNode::Name, note.text);
+    return node;
 }
 
 CoSharedPtr<DmEffectSettings> TreeMaker::mix(const EdlEvent& event, eDmTreeMediaType mediaType, double length) const
@@ -517,13 +521,8 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(const Piece& piece, Channel channel,
         kept.plays = DmPlayed(*node, _list.fcm).speed();
     if (!isOutgoing(piece.position))
         setText(*node, DmSegmentNode::SegmentId, idOf(piece, *node) + '#' + nameOf(channel));
-    if (const Look* const look = _list.lookOf(event))
-    {
-        if (channel.mediaType == DM_MEDIA_VIDEO)
-            require(node->addEffect(toLookSettings(*look)));
-        else if (isFirst)
-            lose(lookOfSound, event);
-    }
+    if (const Look* const look = _list.lookOf(event); look && channel.mediaType == DM_MEDIA_VIDEO)
+        require(node->addEffect(toLookSettings(*look)));
     if (isFirst)
         addMarks(*node, event);
     else
@@ -592,7 +591,7 @@ void TreeMaker::addMarks(DmSourceNode& node, const EdlEvent& event) const
 {
     for (const EdlMarker& marker : _list.markersOf(event))
     {
-        const double time = static_cast<double>(marker.at) - (node.getRecIn() - node.getRelIn());
+        const double time = timeOfMark(node, _list.fcm, static_cast<double>(marker.at));
         const auto mark = orBadAlloc(DmCueMark::create(toDmString(marker.text), time));
         for (const NamedColour& colour : namedColours())
             if (colour.name == marker.colour)
@@ -609,7 +608,7 @@ void TreeMaker::addMarks(DmSourceNode& node, const EdlEvent& event) const
     for (const EdlNote& note : _list.notesOf(event))
         if (const std::optional<EdlNoteMark> said = isFree(note.kind) ? parseNoteMark(note.text) : std::nullopt)
         {
-            const double time = static_cast<double>(event.record.in) - (node.getRecIn() - node.getRelIn());
+            const double time = timeOfMark(node, _list.fcm, static_cast<double>(event.record.in));
             const auto mark = orBadAlloc(DmCueMark::create(toDmString(said->name), time));
             require(mark->setCueMarkComment(toDmString(said->comment)));
             require(mark->setCueMarkDuration(static_cast<double>(said->length)));

@@ -11,6 +11,7 @@
 #include "icUnsaid.h"
 
 #include "dmCompositionNode.h"
+#include "dmCutNode.h"
 #include "dmLayerNode.h"
 #include "dmStoredLabel.h"
 #include "dmTrackNode.h"
@@ -21,6 +22,7 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <set>
 #include <span>
 #include <tuple>
@@ -36,6 +38,8 @@ constexpr Loss lostTrack{"DM725", "left out"};
 constexpr Loss furtherLayer{"DM726", "left out"};
 constexpr Loss furtherComposition{"DM727", "left out"};
 constexpr Loss compositionMark{"DM723", "left out"};
+constexpr Loss unfilled{"DM741", "the list begins with its first event, and ends with its last"};
+constexpr Loss emptyTrack{"DM743", "left out"};
 constexpr Loss overlap{"DM703", "the later one covers the end of the earlier"};
 constexpr Loss titleControls{"DM733", "control characters are written as blanks"};
 
@@ -102,8 +106,6 @@ constexpr std::wstring_view saidProperties[] = {L"name",
                                                 L"cueMarks",
                                                 L"muted",
                                                 L"effect",
-                                                L"effect.length",
-                                                L"effect.smptePattern",
                                                 L"fcm",
                                                 L"startTC",
                                                 L"startTCStr",
@@ -182,6 +184,9 @@ private:
     bool keepsOrder() const;
     void settleOrder();
     EdlList written();
+    void nameAsMade(EdlLine& line) const;
+    /// Of what no event fills, at the begin and the end: nobody has to read a list to know when it is over.
+    void tellEnds();
 
     const DmCompositionNode& _composition;
     Report& _report;
@@ -190,7 +195,9 @@ private:
     EdlReels _reels;
     EdlLineMaker _lines;
     std::set<std::tuple<std::uint32_t, std::uint64_t, std::uint64_t>> _taken; ///< positions, by channel
+    std::map<std::string, std::string, std::less<>> _clipsOfReels;            ///< as notes name them
     std::vector<Edit> _edits;
+    double _end = 0; ///< of what stands in the tracks, as nodes count
     Unsaid _unsaid{edlLeftover.format, saidProperties};
     Unsaid _unsaidOfGaps{edlLeftover.format, {}}; ///< of which nothing becomes an event
     std::size_t _pictures = 0;                    ///< how many of the edits are the primary track's
@@ -204,7 +211,30 @@ EdlList ListMaker::make(const DmRoot& root)
     chooseTracks();
     addCompositionMarks();
     settleOrder();
+    tellEnds();
     return written();
+}
+
+void ListMaker::tellEnds()
+{
+    if (_edits.empty())
+        return;
+    double first = std::numeric_limits<double>::max();
+    double last = std::numeric_limits<double>::lowest();
+    for (const Edit& edit : _edits)
+    {
+        first = std::min(first, static_cast<double>(edit.event().record.in));
+        last = std::max(last, static_cast<double>(edit.event().record.out));
+    }
+    const auto tell = [this](double from, double to)
+    {
+        if (to - from < 1.0)
+            return;
+        _report.at({&_composition, DM_MEDIA_UNDEFINED, 0, from, _fcm});
+        _report.lose(unfilled);
+    };
+    tell(_offset + _composition.getRecordStart(), first);
+    tell(last, _offset + _end);
 }
 
 bool isChannel(int number)
@@ -262,12 +292,17 @@ void ListMaker::addTrack(const DmTrackNode& track, EdlChannels channel)
     _report.at({.node = &track});
     _unsaid.report(track, _report);
     bool isFirst = true;
+    const std::size_t edits = _edits.size();
     for (int i = 0; i < track.getNbChildren(); ++i)
         if (const auto* const layer = dynamic_cast<const DmLayerNode*>(track.getChild(i)))
         {
             addLayer(*layer, {track, channel}, isFirst);
             isFirst = false;
         }
+    if (_edits.size() != edits)
+        return;
+    _report.at({&track, track.getMediaType(), track.getTrackNum(), dmNoTime, _fcm});
+    _report.lose(emptyTrack);
 }
 
 std::vector<ListMaker::Played> ListMaker::playedOf(const DmLayerNode& layer) const
@@ -315,10 +350,10 @@ void ListMaker::tellUnsaid(const DmLayerNode& layer, const Place& place)
     _report.at({.node = &layer});
     _unsaid.report(layer, _report);
     for (int i = 0; i < layer.getNbChildren(); ++i)
-        if (const auto* const transition = dynamic_cast<const DmTransitionNode*>(layer.getChild(i)))
+        if (const auto* const cut = dynamic_cast<const DmCutNode*>(layer.getChild(i)))
         {
-            at(*transition, place, transition->getRecIn());
-            _unsaid.report(*transition, _report);
+            at(*cut, place, cut->getRecIn());
+            _unsaid.report(*cut, _report);
         }
 }
 
@@ -330,6 +365,7 @@ void ListMaker::addLayer(const DmLayerNode& layer, const Place& place, bool isFi
     for (std::size_t i = 0; i < all.size(); ++i)
     {
         const Played& played = all[i];
+        _end = std::max(_end, played.segment->getRecOut());
         at(*played.segment, place, played.recIn());
         const std::optional<EdlKept> kept = isFirst ? std::nullopt : EdlKept::of(*played.segment);
         const bool isKey = kept && kept->transition != EdlTransition::Cut;
@@ -350,7 +386,9 @@ void ListMaker::addLayer(const DmLayerNode& layer, const Place& place, bool isFi
             _report.lose(overlap);
             recOut = std::max(all[i + 1].recIn(), played.recIn());
         }
-        if (!isPlain)
+        if (isPlain)
+            recOut = std::min(recOut, played.segment->getRecIn()); // a hole: nobody has to say what it is
+        else
             _unsaid.report(*played.segment, _report);
         addEdit(played, recOut, place);
         _edits.back().isKey = isKey;
@@ -438,6 +476,12 @@ void ListMaker::addEdit(const Played& played, double recOut, const Place& place)
             incoming.notes.insert(incoming.notes.begin(), {NoteKind::FromClipName, from});
         else if (hasNote && !from.empty() && (!kept || (attached && hasTo && !isNamedAsRead(*attached))))
             note->text = from;
+        const std::string name = clipName(*mix);
+        const auto effect = std::ranges::find(incoming.notes, NoteKind::EffectName, &Note::kind);
+        if (!name.empty() && effect != incoming.notes.end())
+            effect->text = name;
+        else if (!name.empty())
+            incoming.notes.push_back({NoteKind::EffectName, name});
     }
     edit.lines.push_back(std::move(incoming));
     _edits.push_back(std::move(edit));
@@ -459,7 +503,7 @@ void ListMaker::addCompositionMarks()
             time >= static_cast<double>(std::prev(behind)->event().record.out))
             _report.lose(compositionMark);
         else
-            _lines.addMark(std::prev(behind)->lines.back(), mark, 0.0);
+            _lines.addMark(std::prev(behind)->lines.back(), mark, mark.getCueMarkTime());
     }
 }
 
@@ -540,6 +584,25 @@ void ListMaker::settleOrder()
     }
 }
 
+/// A name that the reader made of a reel or a number stays, whatever these are by now.
+void ListMaker::nameAsMade(EdlLine& line) const
+{
+    EdlKept now;
+    now.number = line.event.number;
+    now.numberTail = line.numberTail;
+    if (line.madeName.empty() || line.madeName == clipNameOf(now, line.event.reel, false))
+        return;
+    const auto clip = _clipsOfReels.find(line.event.reel);
+    if (clip != _clipsOfReels.end() && clip->second == line.madeName)
+        return;
+    const NoteKind kind = line.event.isTransition() ? NoteKind::ToClipName : NoteKind::FromClipName;
+    const auto note = std::ranges::find(line.notes, kind, &Note::kind);
+    if (note == line.notes.end())
+        line.notes.push_back({kind, line.madeName});
+    else
+        note->text = line.madeName;
+}
+
 EdlList ListMaker::written()
 {
     EdlList list;
@@ -568,12 +631,14 @@ EdlList ListMaker::written()
     }
     // Lists that were read say it once, wherever they do.
     std::set<std::string, std::less<>> said;
-    const auto hear = [&said](const auto& notes)
+    const auto hear = [&](const auto& notes)
     {
         for (const auto& each : notes)
-            if (each.kind == NoteKind::Reel)
-                if (const std::optional<EdlLongReel> names = longReelOf(each.text))
-                    said.insert(std::string(names->longName) + " REPLACED BY: " + std::string(names->shortName));
+            if (const std::optional<EdlReelClip> clip = reelClipOf(each.kind, each.text))
+                _clipsOfReels.emplace(clip->reel, clip->clip);
+            else if (const std::optional<EdlLongReel> names =
+                         each.kind == NoteKind::Reel ? longReelOf(each.text) : std::nullopt)
+                said.insert(std::string(names->longName) + " REPLACED BY: " + std::string(names->shortName));
     };
     hear(list.notes);
     for (const Edit& edit : _edits)
@@ -588,6 +653,8 @@ EdlList ListMaker::written()
             if (!whole.empty() && !isSaid(whole))
                 line.notes.push_back({NoteKind::Reel, std::move(whole)});
             line.event.reel = list.keep(reel);
+            if (&line == &edit.lines.back())
+                nameAsMade(line);
             const auto keep = [&list](std::string& text)
             { return text.empty() ? std::string_view() : list.keep(std::move(text)); };
             line.event.speedReel = keep(line.speedReel);

@@ -217,12 +217,12 @@ void Changes::compareAny(const DmPropertySet& a, const DmPropertySet& b, const s
 
 void Changes::compareMarks(const DmSetList<DmCueMark>& before, const DmSetList<DmCueMark>& after,
                            const std::string& path, const std::string& track, const std::string& clip,
-                           const MarkLabel& label)
+                           const MarkLabel& label, double marksBy)
 {
     using Key = std::pair<std::wstring, long long>;
-    const auto keyOf = [](const DmCueMark& mark, bool byTime)
+    const auto keyOf = [](const DmCueMark& mark, bool byTime, double by = 0.0)
     {
-        const double time = std::clamp(mark.getCueMarkTime(), -1e12, 1e12);
+        const double time = std::clamp(mark.getCueMarkTime() + by, -1e12, 1e12);
         return Key(std::wstring(mark.getCueMarkName().view()), byTime ? std::llround(time * 1000.0) : 0);
     };
     const auto marksOf = [](const DmSetList<DmCueMark>& list)
@@ -258,7 +258,7 @@ void Changes::compareMarks(const DmSetList<DmCueMark>& before, const DmSetList<D
         }
         const Tell sink = [&](const Difference& difference)
         {
-            if (difference.path == "cueMarkTime" && (isShift || isNothing(later)))
+            if (difference.path == "cueMarkTime" && (isShift || isNothing(later) || isNothing(later + marksBy)))
                 return;
             DmChange& change = note(Kind::MarkChanged, other);
             change.property += ' ' + difference.path;
@@ -267,11 +267,12 @@ void Changes::compareMarks(const DmSetList<DmCueMark>& before, const DmSetList<D
         };
         compare(mark, other, {}, {}, sink);
     };
-    for (const bool byTime : {true, false})
+    for (const std::pair<bool, double>& pass : {std::pair(true, marksBy), std::pair(true, 0.0), std::pair(false, 0.0)})
     {
+        const bool byTime = pass.first;
         std::map<Key, std::vector<std::size_t>> left;
         for (std::size_t i = news.size(); i-- > 0;)
-            left[keyOf(*news[i], byTime)].push_back(i);
+            left[keyOf(*news[i], byTime, pass.second)].push_back(i);
         std::erase_if(olds,
                       [&](const DmCueMark* mark)
                       {

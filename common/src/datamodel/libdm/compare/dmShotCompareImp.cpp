@@ -107,8 +107,16 @@ void ShotCompare::compare(const Shot& a, const Shot& b, const Overlaps& overlaps
     const auto record = [&](const DmCueMark&, bool isOld)
     { return isOld ? _changes.before().label(a.in) : _changes.after().label(b.in); };
     _changes.compareMarks(a.node->getSegmentMarks(), b.node->getSegmentMarks(), _changes.after().pathOf(b),
-                          _changes.after().laneOf(b).name, clipName(*b.node), record);
+                          _changes.after().laneOf(b).name, clipName(*b.node), record, marksBy(a, b));
     compareRest(a, b);
+}
+
+/// Marks count from where the file says that the material begins: a list knows no more of it than what plays.
+double ShotCompare::marksBy(const Shot& a, const Shot& b) const
+{
+    const DmMaterial old = dmMaterialOf(*a.node, _changes.before().fcm());
+    const DmMaterial now = dmMaterialOf(*b.node, _changes.after().fcm());
+    return (old.known && now.known) || _changes.toOld() != 1.0 ? 0.0 : now.begin - old.begin;
 }
 
 void ShotCompare::compareEdges(const Shot& a, const Shot& b, const Overlaps& overlaps)

@@ -1,6 +1,7 @@
 #include "dmReachImp.h"
 
 #include "dmKeyFrame.h"
+#include "dmRunsImp.h"
 #include "dmSetTools.h"
 #include "dmSourceInput.h"
 #include "dmStoredLabel.h"
@@ -148,6 +149,17 @@ void DmSegmentChange::settle(DmPlayedBeside beside)
         }
         static_cast<void>(source->getSrcInput()->setSrcLength(source->getSrcInput()->getSrcLength() + by));
         static_cast<void>(_segment.setRelIn(_segment.getRelIn() + by));
+        // Marks count from the material's begin, too.
+        for (int i = 0; i < _segment.getSegmentMarks().count(); ++i)
+            if (const DmCueMark* const mark = _segment.getSegmentMarks().at(i);
+                mark && dmIsTime(mark->getCueMarkTime()))
+            {
+                const CoSharedPtr<DmCueMark> copy = DM::staticPointerCast<DmCueMark>(mark->clone());
+                static_cast<void>(copy->setCueMarkTime(mark->getCueMarkTime() + by));
+                const DmPropertySetPtr moved(copy);
+                static_cast<void>(
+                    _segment.setValueFromPropertyList(DmSegmentNode::SegmentMarks, DM_VECTOR_PROPERTY_SET, i, &moved));
+            }
     }
     else if (_segment.getRelIn() < 0.0)
         static_cast<void>(_segment.setRelIn(0.0)); // endless, or by less than a sub-frame

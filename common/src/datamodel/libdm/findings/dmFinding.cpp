@@ -28,6 +28,7 @@ constexpr DmFindingCode conversions[] = {
     {"DM617", DmFinding::Warning, "speeds that sound cannot play at"},
     {"DM618", DmFinding::Warning, "integers beyond 64 bits"},
     {"DM619", DmFinding::Warning, "transitions from a reel that does not play in front of them"},
+    {"DM620", DmFinding::Warning, "transitions from frames that do not follow those in front of them"},
     {"DM701", DmFinding::Error, "documents that a format cannot hold"},
     {"DM702", DmFinding::Warning, "holes in a layer"},
     {"DM703", DmFinding::Warning, "segments that overlap the one before them"},
@@ -61,6 +62,9 @@ constexpr DmFindingCode conversions[] = {
     {"DM738", DmFinding::Warning, "attached sets that the format has no words for"},
     {"DM739", DmFinding::Note, "details that only its own format has"},
     {"DM740", DmFinding::Warning, "clips without a length"},
+    {"DM741", DmFinding::Note, "time that nothing fills at the begin or the end"},
+    {"DM742", DmFinding::Note, "transitions that do not begin at their cut"},
+    {"DM743", DmFinding::Note, "tracks on which nothing plays"},
 };
 static_assert(std::ranges::is_sorted(conversions, {},
                                      [](const DmFindingCode& each) { return std::string_view(each.code); }));

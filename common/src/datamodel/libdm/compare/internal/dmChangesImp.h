@@ -67,8 +67,9 @@ public:
                  const Tell& sink, double keysBy = 0.0);
     /// `label`: of a mark of the old cut, or of the new one.
     using MarkLabel = std::function<std::string(const DmCueMark& mark, bool isOld)>;
+    /// `marksBy`: how much later the times of the new marks count from, where that is another point of the material.
     void compareMarks(const DmSetList<DmCueMark>& before, const DmSetList<DmCueMark>& after, const std::string& path,
-                      const std::string& track, const std::string& clip, const MarkLabel& label);
+                      const std::string& track, const std::string& clip, const MarkLabel& label, double marksBy = 0.0);
 
     /// Amounts by which shots were pushed along: what moved with them was shifted, too.
     void explains(double frames) { _explained.insert(amountOf(frames)); }

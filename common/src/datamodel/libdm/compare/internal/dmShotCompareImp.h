@@ -30,6 +30,7 @@ public:
                      double offset);
 
 private:
+    double marksBy(const Shot& a, const Shot& b) const;
     void compareEdges(const Shot& a, const Shot& b, const Overlaps& overlaps);
     void compareEffects(const Shot& a, const Shot& b);
     void compareEffect(const Shot& a, const Shot& b, const DmPropertySet* one, const DmPropertySet* other, Kind kind);
