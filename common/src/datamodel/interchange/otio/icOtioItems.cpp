@@ -20,7 +20,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <utility>
 
 namespace interchange::otio
 {
@@ -132,6 +134,17 @@ std::optional<double> speedOf(const DmPropertySet* effect)
     if (const auto* const warp = as<DmATimewarpSettings>(effect); warp && warp->getRatio() > 0)
         return 1 / static_cast<double>(warp->getRatio());
     return std::nullopt;
+}
+
+std::optional<int> wholeNumber(const Value* value)
+{
+    if (!value || !value->IsNumber())
+        return std::nullopt;
+    const double number = value->GetDouble();
+    return number == std::trunc(number) &&
+                   std::in_range<int>(static_cast<std::int64_t>(std::clamp(number, -1e12, 1e12)))
+               ? std::optional(static_cast<int>(number))
+               : std::nullopt;
 }
 
 std::optional<Look> lookOf(const Value& item)
@@ -261,10 +274,10 @@ void Items::about(std::size_t from, const DmTreeNode& node)
         _report->about(from, node);
 }
 
-void Items::lose(const Loss& loss)
+void Items::lose(const Loss& loss, const Value& object)
 {
     if (_report)
-        _report->lose(loss);
+        _report->lose(loss, lineOf(&object));
 }
 
 void Items::reportWarnings()
@@ -287,29 +300,25 @@ void Items::setName(DmTreeNode& node, const Value& object)
 
 // Times
 
+bool Items::isWithinReach(double value, double rate) const
+{
+    constexpr double limit = 1e12;
+    return rate <= limit && std::abs(value) <= limit && std::abs(value * _fps / rate) <= limit;
+}
+
 double Items::frames(const Value* time)
 {
     const Value* const value = member(time, "value");
     const Value* const rate = member(time, "rate");
     if (!value || !value->IsNumber() || !rate || !rate->IsNumber())
-    {
-        if (time)
-            mistake(time, "a time without a value and a rate", "taken as zero");
         return 0;
-    }
-    constexpr double limit = 1e12;
     const double count = value->GetDouble();
     const double ownFps = rate->GetDouble();
-    if (count == 0)
+    if (count == 0 || !(ownFps > 0) || !std::isfinite(ownFps) || !isWithinReach(count, ownFps))
         return 0;
-    const double exact = ownFps > 0 && std::isfinite(ownFps) ? count * _fps / ownFps : 2 * limit;
-    if (!(std::abs(count) <= limit) || !(std::abs(exact) <= limit))
-    {
-        mistake(time, "a time out of range", "taken as zero");
-        return 0;
-    }
     if (isOwnRate(ownFps))
         return count;
+    const double exact = count * _fps / ownFps;
     constexpr double partsOfFrame = 1000;
     if (_isSound)
         return std::round(exact * partsOfFrame) / partsOfFrame;
@@ -327,13 +336,7 @@ std::optional<Items::Range> Items::range(const Value* range)
 {
     if (!range || !range->IsObject())
         return std::nullopt;
-    Range read{frames(member(range, "start_time")), frames(member(range, "duration"))};
-    if (read.length < 0)
-    {
-        mistake(range, "a negative duration", "taken as zero");
-        read.length = 0;
-    }
-    return read;
+    return Range{frames(member(range, "start_time")), std::max(0.0, frames(member(range, "duration")))};
 }
 
 Extent Items::extent(const Value& item, const std::optional<Range>& material, double speed)
@@ -369,7 +372,7 @@ CoSharedPtr<DmSourceNode::Input> Items::generator(const Value& media, double len
     const auto* const known = std::ranges::find(generators, textOf(&media, "generator_kind"), &Generator::kind);
     const bool isKnown = known != generators.end();
     if (!isKnown)
-        lose(otherGenerator);
+        lose(otherGenerator, media);
     const auto generated =
         orBadAlloc(DmSourceNode::GeneratedInput::create(isKnown ? known->type : L"INPUT_BLACK", length, mediaType));
     require(generated->setFcm(_fcmText));
@@ -380,15 +383,13 @@ CoSharedPtr<DmSourceNode::Input> Items::generator(const Value& media, double len
 void Items::setSequence(DmSourceInfo& info, const Value& media, double length)
 {
     setText(info, DmSourceInfo::Path, pathOfUrl(textOf(&media, "target_url_base")));
-    const Value* const padding = member(&media, "frame_zero_padding");
-    const int digits = padding && padding->IsInt() ? std::clamp(padding->GetInt(), 0, 32) : 0;
+    const int digits = std::clamp(wholeNumber(member(&media, "frame_zero_padding")).value_or(0), 0, 32);
     std::string pattern(textOf(&media, "name_prefix"));
     pattern.append(static_cast<std::size_t>(std::max(1, digits)), '#').append(textOf(&media, "name_suffix"));
     require(info.addFile(toDmString(pattern)));
-    const Value* const first = member(&media, "start_frame");
-    const double begin = first && first->IsInt() ? first->GetInt() : 1;
+    const int begin = wholeNumber(member(&media, "start_frame")).value_or(1);
     constexpr double last = std::numeric_limits<int>::max();
-    require(info.setFileSeqBegin(static_cast<int>(begin)));
+    require(info.setFileSeqBegin(begin));
     require(info.setFileSeqEnd(static_cast<int>(std::min(last, begin + length - 1))));
 }
 
@@ -524,7 +525,7 @@ CoSharedPtr<DmEffectSettings> Items::mix(const Value& transition, eDmTreeMediaTy
     };
     const Mix mix = mixOf(transition);
     if (mix == Mix::Other || (mix == Mix::Wipe && mediaType == DM_MEDIA_AUDIO))
-        lose(otherTransition);
+        lose(otherTransition, transition);
     if (mediaType == DM_MEDIA_AUDIO)
         return ofLength(DmADissolveSettings::create());
     if (mix != Mix::Wipe)
@@ -592,7 +593,7 @@ CoSharedPtr<DmEffectSettings> Items::timewarp(const Value& item, eDmTreeMediaTyp
     constexpr double fastest = 1e6;
     if (*speed < slowest || *speed > fastest)
     {
-        lose(speedOfSound);
+        lose(speedOfSound, item);
         return {};
     }
     const auto warp = orBadAlloc(DmATimewarpSettings::create());

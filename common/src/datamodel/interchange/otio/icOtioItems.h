@@ -76,6 +76,8 @@ bool isTimewarp(const Value& effect);
 std::optional<double> speedOf(const Value& item);
 /// That of a constant timewarp; none of any other effect, or of null.
 std::optional<double> speedOf(const DmPropertySet* effect);
+/// That an integer is, or a double without a fraction; none for what is none, or too large.
+std::optional<int> wholeNumber(const Value* value);
 /// The look among an item's metadata; none where that is not three times three numbers, a saturation, or both.
 std::optional<Look> lookOf(const Value& item);
 
@@ -100,7 +102,7 @@ public:
     void mistake(const Value* object, std::string what, std::string_view choice);
     void warn(const Value* object, std::string what) { add(Report::Warning, object, std::move(what)); }
     void add(Report::Level level, const Value* object, std::string what);
-    void lose(const Loss& loss);
+    void lose(const Loss& loss, const Value& object);
     /// How many findings there are, and: those from there on are about the node.
     std::size_t findings() const { return _report ? _report->size() : 0; }
     void about(std::size_t from, const DmTreeNode& node);
@@ -119,7 +121,10 @@ public:
         double start;
         double length;
     };
+    /// Zero for what is no time, which is said elsewhere (icOtioCheck.h).
     double frames(const Value* time);
+    /// Times beyond it are mistakes.
+    bool isWithinReach(double value, double rate) const;
     /// Times of sound fall between frames, to the thousandth.
     void setMediaType(eDmTreeMediaType type) { _isSound = type == DM_MEDIA_AUDIO; }
     std::optional<Range> range(const Value* range);

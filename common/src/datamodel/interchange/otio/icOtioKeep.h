@@ -9,6 +9,7 @@
 /// For sources of this library only.
 #pragma once
 
+#include "icOtioCheck.h"
 #include "icOtioMatch.h"
 #include "icOtioParts.h"
 
@@ -84,6 +85,12 @@ void Keep::keepDifference(DmTreeNode& node, const Value& object, const Form& for
         return keepLeftover(node, {}, form);
     Matcher matcher(object, leavesChildren(node));
     describe(matcher);
+    if (!matcher.isMatch())
+    {
+        const std::size_t before = _items.findings();
+        checkMembers(_items, object);
+        _items.about(before, node);
+    }
     keepLeftover(node,
                  matcher.isMatch()
                      ? matcher.difference(_parts.allocator())

@@ -99,8 +99,9 @@ void Matcher::addRest(const Level& level)
                 return fail();
         if (level.isExact || isTime(*level.value) || name == schemaKey)
             return fail();
-        if (name == ownKey || (leaves(&each->name) && each->value.IsArray()) ||
-            level.value->FindMember(each->name) != each)
+        if (level.value->FindMember(each->name) != each)
+            return fail();
+        if (name == ownKey || (leaves(&each->name) && each->value.IsArray()))
             continue;
         Addition added{{}, &each->name, &each->value};
         for (std::size_t i = 0; i < _depth; ++i)

@@ -1,5 +1,6 @@
 #include "icOtioPatch.h"
 
+#include "icOtioItems.h"
 #include "icOtioOwn.h"
 
 #include <algorithm>
@@ -39,6 +40,12 @@ Value::ConstMemberIterator find(const Value& object, const Value& name, json::Si
     return object.FindMember(name);
 }
 
+/// Whether one can stand for the other: a freeze may be a timewarp of no speed.
+bool areAlike(const Value& ours, const Value& theirs)
+{
+    return schemaOf(&ours) == schemaOf(&theirs) || (isTimewarp(ours) && isTimewarp(theirs));
+}
+
 Value listDifference(const Value& ours, const Value& theirs, Allocator& allocator)
 {
     std::vector<bool> used(ours.Size());
@@ -46,7 +53,7 @@ Value listDifference(const Value& ours, const Value& theirs, Allocator& allocato
     for (const Value& each : theirs.GetArray())
     {
         json::SizeType at = 0;
-        while (at < ours.Size() && (used[at] || schemaOf(&ours[at]) != schemaOf(&each)))
+        while (at < ours.Size() && (used[at] || !areAlike(ours[at], each)))
             ++at;
         Value entry(json::kObjectType);
         if (at == ours.Size())

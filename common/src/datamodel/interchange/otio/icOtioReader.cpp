@@ -104,7 +104,7 @@ public:
 
 private:
     CoSharedPtr<DmReelNode> reel(const Value& object);
-    void addComposition(DmCollectionNode& to, const Value& object);
+    void addComposition(DmCollectionNode& to, const Value& collection, const Value& object);
     /// What a collection holds, and what the collections in it do.
     void addCompositions(DmCollectionNode& to, const Value& collection);
     CoSharedPtr<DmCompositionNode> composition(const Value& top);
@@ -117,7 +117,7 @@ private:
     // Tracks; their lengths
 
     /// The children of a stack, a track each; the longest one's.
-    double addTracks(Stage& to, const Value* children, eDmTreeMediaType mediaType);
+    double addTracks(Stage& to, const Value* stack, eDmTreeMediaType mediaType);
     double addTrack(Stage& to, const Value& object, eDmTreeMediaType mediaType);
     /// `object` is the track; null where the file has none. `children`: an object whose children are laid out, too.
     double layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType, Entries entries,
@@ -131,12 +131,13 @@ private:
 
     /// Those of a track, or one that stands there alone.
     Entries entriesOf(const Value& object, eDmTreeMediaType mediaType);
-    void addEntry(Entries& entries, const Value& object, eDmTreeMediaType mediaType);
+    void addEntry(Entries& entries, const Value& track, const Value& object, eDmTreeMediaType mediaType);
     /// Null where the children stand in the object.
     const ListApart* apartOf(const Value& object) const;
     /// Each as soon as it is known what transitions take of it.
     void placeChildren(Stage& to, DmLayerNode& layer, const Value& track, eDmTreeMediaType mediaType);
-    void addChild(const Stage& to, Entries& entries, Children& children, eDmTreeMediaType mediaType);
+    void addChild(const Stage& to, Entries& entries, const Value& track, Children& children,
+                  eDmTreeMediaType mediaType);
     bool addKnown(Entries& entries, const KnownClip& clip, eDmTreeMediaType mediaType);
     void finishKnown(Stage& to, DmSegmentNode& node, Entry& entry);
     CoSharedPtr<DmSegmentNode> segment(const Value& item, eDmTreeMediaType mediaType);
@@ -202,7 +203,7 @@ CoSharedPtr<DmRoot> Maker::root(const Value& top)
             if (isCollection((*members)[i]))
                 root->addChild(reel((*members)[i]));
             else
-                addComposition(*root, (*members)[i]);
+                addComposition(*root, top, (*members)[i]);
         finishCollection(*root, top);
     }
     return root;
@@ -232,7 +233,7 @@ void Maker::addCompositions(DmCollectionNode& to, const Value& collection)
         const Value& each = (*members)[i];
         if (!isCollection(each))
         {
-            addComposition(to, each);
+            addComposition(to, collection, each);
             continue;
         }
         // A document has no place for it, but for all that it holds.
@@ -241,12 +242,12 @@ void Maker::addCompositions(DmCollectionNode& to, const Value& collection)
     }
 }
 
-void Maker::addComposition(DmCollectionNode& to, const Value& object)
+void Maker::addComposition(DmCollectionNode& to, const Value& collection, const Value& object)
 {
     if (object.IsObject())
         to.addChild(composition(object));
     else
-        _items.mistake(&object, noObject, "left out");
+        _items.mistake(&collection, noObject, "left out");
 }
 
 bool Maker::chooseMode(const Value& top)
@@ -338,7 +339,7 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
     if (schema == "Timeline" || schema == "Stack")
     {
         const Value* const stack = schema == "Stack" ? &top : member(&top, "tracks");
-        length = addTracks(stage, arrayOf(stack, "children"), DM_MEDIA_VIDEO);
+        length = addTracks(stage, stack, DM_MEDIA_VIDEO);
         if (member(stack, "source_range"))
             _items.warn(stack, "the outermost stack has a source range: it is laid out whole");
     }
@@ -367,16 +368,17 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
 
 // Tracks
 
-double Maker::addTracks(Stage& to, const Value* children, eDmTreeMediaType mediaType)
+double Maker::addTracks(Stage& to, const Value* stack, eDmTreeMediaType mediaType)
 {
     double length = 0;
+    const Value* const children = arrayOf(stack, "children");
     if (!children)
         return length;
     for (const Value& child : children->GetArray())
         if (child.IsObject())
             length = std::max(length, addTrack(to, child, mediaType));
         else
-            _items.mistake(&child, noObject, "left out");
+            _items.mistake(stack, noObject, "left out");
     return length;
 }
 
@@ -486,21 +488,21 @@ Entries Maker::entriesOf(const Value& object, eDmTreeMediaType mediaType)
     if (apartOf(object))
         throw NotInPieces();
     if (!isReal)
-        addEntry(entries, object, mediaType);
+        addEntry(entries, object, object, mediaType);
     else if (const Value* const children = arrayOf(&object, "children"))
     {
         entries.reserve(children->Size());
         for (const Value& child : children->GetArray())
-            addEntry(entries, child, mediaType);
+            addEntry(entries, object, child, mediaType);
     }
     overlap(entries);
     return entries;
 }
 
-void Maker::addEntry(Entries& entries, const Value& object, eDmTreeMediaType mediaType)
+void Maker::addEntry(Entries& entries, const Value& track, const Value& object, eDmTreeMediaType mediaType)
 {
     if (!object.IsObject())
-        return _items.mistake(&object, noObject, "left out");
+        return _items.mistake(&track, noObject, "left out");
     if (schemaOf(&object) != "Transition")
     {
         const std::size_t before = _items.findings();
@@ -544,7 +546,7 @@ CoSharedPtr<DmSegmentNode> Maker::segment(const Value& item, eDmTreeMediaType me
     if (isNested)
         _items.mistake(&item, "stacks nested too deeply", "what is inside plays as a gap");
     else if (schema != "Clip" && schema != "Gap" && schema != "Filler")
-        _items.lose(otherSchema);
+        _items.lose(otherSchema, item);
     if (schema == "Clip")
         return _items.clip(item, mediaType);
     const CoSharedPtr<DmSegmentNode> gap = _items.gap(item, mediaType);
@@ -593,20 +595,21 @@ void Maker::placeChildren(Stage& to, DmLayerNode& layer, const Value& track, eDm
         while (apart->next())
         {
             const std::size_t before = _items.findings();
-            add([&] { addChild(to, waiting, *apart, mediaType); });
+            add([&] { addChild(to, waiting, track, *apart, mediaType); });
             if (_items.findings() != before)
                 apart->keep();
         }
     }
     else if (const Value* const children = arrayOf(&track, "children"))
         for (const Value& child : children->GetArray())
-            add([&] { addEntry(waiting, child, mediaType); });
+            add([&] { addEntry(waiting, track, child, mediaType); });
     if (isTransition(1))
         overlapAt(waiting, waiting.size() - 1);
     placeAllBut(0);
 }
 
-void Maker::addChild(const Stage& to, Entries& entries, Children& children, eDmTreeMediaType mediaType)
+void Maker::addChild(const Stage& to, Entries& entries, const Value& track, Children& children,
+                     eDmTreeMediaType mediaType)
 {
     const std::optional<KnownClip> known = to.isOff ? std::nullopt : children.known(_shapes);
     if (known && addKnown(entries, *known, mediaType))
@@ -615,7 +618,7 @@ void Maker::addChild(const Stage& to, Entries& entries, Children& children, eDmT
     if (_played)
         _played->add(child, mediaType == DM_MEDIA_AUDIO);
     const std::size_t count = entries.size();
-    addEntry(entries, child, mediaType);
+    addEntry(entries, track, child, mediaType);
     if (!known && entries.size() != count)
         entries.back().text = children.text();
 }
@@ -701,7 +704,7 @@ CoSharedPtr<DmSegmentNode> Maker::container(const Value& item, eDmTreeMediaType 
     ++_depth;
     double length = 0;
     if (schemaOf(&item) == "Stack")
-        length = addTracks(stage, arrayOf(&item, "children"), mediaType);
+        length = addTracks(stage, &item, mediaType);
     else
     {
         const eDmTreeMediaType kind = kindOf(item, mediaType);
@@ -870,11 +873,20 @@ CoSharedPtr<DmRoot> readInPieces(const ParsedText& text, DM::FrameCodeModes fcm,
     return {};
 }
 
+/// Null with errors, which tell then where on the timeline they are.
+CoSharedPtr<DmRoot> withoutErrors(const CoSharedPtr<DmRoot>& root, Report& report)
+{
+    if (!report.hasErrors())
+        return root;
+    report.locate(*root, false);
+    return {};
+}
+
 CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& report, bool places)
 {
     ParsedText text(std::move(bytes));
     if (CoSharedPtr<DmRoot> root = places ? CoSharedPtr<DmRoot>() : readInPieces(text, fcm, report))
-        return report.hasErrors() ? CoSharedPtr<DmRoot>() : root;
+        return withoutErrors(root, report);
     json::Document document;
     JsonFault fault;
     if (!text.parse(document, fault))
@@ -889,7 +901,7 @@ CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& repo
     CoSharedPtr<DmRoot> root = Maker(items, text, {}, fcm).root(document);
     if (!report.hasErrors())
         items.reportWarnings();
-    return report.hasErrors() ? CoSharedPtr<DmRoot>() : root;
+    return withoutErrors(root, report);
 }
 
 } // namespace
