@@ -251,8 +251,9 @@ TEST(OtioOwn, WhatTheFileSaysByNowWins)
     const CoSharedPtr<DmRoot> fast = ofOtio(replaced(
         text, "\"effects\": []",
         R"("effects": [{"OTIO_SCHEMA":"LinearTimeWarp.1","metadata":{},"name":"","effect_name":"","time_scalar":2.0}])"));
-    ASSERT_EQ(firstShot(*fast).getEffects().count(), 1);
-    EXPECT_EQ(dmUtf8(firstShot(*fast).getEffects().front()->getPSetName()), "DmVTimewarpSettings");
+    ASSERT_EQ(firstShot(*fast).getEffects().count(), 2);
+    EXPECT_EQ(dmUtf8(firstShot(*fast).getEffects()[0]->getPSetName()), "DmResizeSettings");
+    EXPECT_EQ(dmUtf8(firstShot(*fast).getEffects()[1]->getPSetName()), "DmVTimewarpSettings");
     EXPECT_EQ(dmUtf8(firstShot(*fast).getSegmentId()), "id-A");
 }
 

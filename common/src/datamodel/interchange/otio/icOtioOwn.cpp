@@ -1,5 +1,6 @@
 #include "icOtioOwn.h"
 
+#include "icOtioMerge.h"
 #include "icText.h"
 #include "icTree.h"
 #include "icUnsaid.h"
@@ -161,12 +162,40 @@ bool setField(DmPropertySet& set, int index, eDmPropType type, const Value& valu
     return true;
 }
 
+/// Whether a property still has what the file said of it; null for what it has without being said.
+bool saysTheSame(const DmPropertySet& read, int index, const Value* was)
+{
+    json::Document scratch;
+    return was ? fieldValue(read, index, scratch.GetAllocator()) == *was : !read.isPropertyRelevant(index);
+}
+
 const DmPropertySetPtr* nestedAt(const DmPropertySet& set, int index)
 {
     if (set.classData().at(index)->_type != DM_PROPERTY_SET)
         return nullptr;
     const auto* const held = static_cast<const DmPropertySetPtr*>(set.fieldOf(index));
     return *held ? held : nullptr;
+}
+
+/// Where its material starts, which frame of it plays first, and how much there is, count from one another.
+bool isSourceTime(const DmString& name)
+{
+    constexpr std::array<std::wstring_view, 3> names{L"relIn", L"srcIn", L"srcLength"};
+    return std::ranges::find(names, name.view()) != names.end();
+}
+
+/// Whether the file plays another part of the material by now, or from another begin.
+bool saysOtherSource(const DmPropertySet& read, const Value& own)
+{
+    for (const char* const name : {"relIn", "srcIn"})
+        if (const Value* const entry = member(&own, std::string_view(name)); entry && member(entry, "is"))
+            if (const int index = read.classData().find(toDmString(name).view()); index >= 0)
+                if (const Value* const was = member(entry, "was"); !saysTheSame(read, index, was))
+                    return true;
+    const int input = read.classData().find(L"srcInput");
+    const Value* const inside = member(member(&own, "srcInput"), "inside");
+    const DmPropertySetPtr* const held = input >= 0 && inside ? nestedAt(read, input) : nullptr;
+    return held && saysOtherSource(**held, *inside);
 }
 
 } // namespace
@@ -200,11 +229,13 @@ Value ownOf(const DmPropertySet& set, const DmPropertySet& read, Allocator& allo
     return own;
 }
 
-std::string_view takeOwn(DmPropertySet& read, const Value& own)
+namespace
+{
+
+/// Times of sources are left to the file, where it says others by now.
+std::string_view take(DmPropertySet& read, const Value& own, bool hasOtherSource)
 {
     std::string_view foreign;
-    if (!own.IsObject())
-        return "node";
     json::Document scratch;
     for (const auto& each : own.GetObject())
     {
@@ -222,7 +253,7 @@ std::string_view takeOwn(DmPropertySet& read, const Value& own)
             if (const DmPropertySetPtr* const held = nestedAt(read, index))
                 if (const CoSharedPtr<DmPropertySet> copy = (*held)->clone())
                 {
-                    if (!takeOwn(*copy, *inside).empty())
+                    if (!take(*copy, *inside, hasOtherSource).empty())
                         passOver();
                     static_cast<void>(read.setPropertyValue(index, DM_PROPERTY_SET, &copy));
                 }
@@ -235,22 +266,37 @@ std::string_view takeOwn(DmPropertySet& read, const Value& own)
             passOver();
             continue;
         }
-        const bool saysTheSame =
-            isAlwaysOurs(name) ||
-            (was == each.value.MemberEnd() ? !read.isPropertyRelevant(index)
-                                           : fieldValue(read, index, scratch.GetAllocator()) == was->value);
-        if (!saysTheSame)
+        if (hasOtherSource && isSourceTime(name))
             continue;
+        const Value* value = &is->value;
+        Value merged;
+        if (!isAlwaysOurs(name) && !saysTheSame(read, index, was == each.value.MemberEnd() ? nullptr : &was->value))
+        {
+            const Value nothing(json::kArrayType);
+            const Value& then = was == each.value.MemberEnd() ? nothing : was->value;
+            const Value now = fieldValue(read, index, scratch.GetAllocator());
+            merged = mergeValues(is->value, then, now, scratch.GetAllocator());
+            if (merged == now)
+                continue;
+            value = &merged;
+        }
         dmVisitStorage(read.classData().at(index)->_type,
                        [&](auto type)
                        {
                            using T = typename decltype(type)::type;
                            if constexpr (!std::is_void_v<T>)
-                               if (!setField<T>(read, index, read.classData().at(index)->_type, is->value))
+                               if (!setField<T>(read, index, read.classData().at(index)->_type, *value))
                                    passOver();
                        });
     }
     return foreign;
+}
+
+} // namespace
+
+std::string_view takeOwn(DmPropertySet& read, const Value& own)
+{
+    return own.IsObject() ? take(read, own, saysOtherSource(read, own)) : "node";
 }
 
 Value setValue(const DmPropertySet& set, Allocator& allocator)
