@@ -435,7 +435,7 @@ CoSharedPtr<DmSourceNode::Input> Items::input(const Value& clip, const Value* me
     return recorded;
 }
 
-CoSharedPtr<DmCompositionNode> Items::composition(const Value& object)
+CoSharedPtr<DmCompositionNode> Items::composition(const Value& object, std::optional<double> recordStart)
 {
     const std::string_view name = textOf(&object, "name");
     auto node = orBadAlloc(DmCompositionNode::create(toDmString(name.empty() ? "untitled" : name), _fcmText, {}));
@@ -446,7 +446,7 @@ CoSharedPtr<DmCompositionNode> Items::composition(const Value& object)
     if (const Value* const markers = schemaOf(stack) == "Stack" ? arrayOf(stack, "markers") : nullptr)
         for (const Value& marker : markers->GetArray())
             if (schemaOf(&marker) == "Marker")
-                require(node->addCueMark(mark(marker, -start)));
+                require(node->addCueMark(mark(marker, -recordStart.value_or(start))));
     return node;
 }
 

@@ -133,7 +133,8 @@ public:
 
     // Parts of items
 
-    CoSharedPtr<DmCompositionNode> composition(const Value& object);
+    /// `recordStart`: what its marks count from, where that is not the start.
+    CoSharedPtr<DmCompositionNode> composition(const Value& object, std::optional<double> recordStart = {});
     static CoSharedPtr<DmTrackNode> track(const Value& object, eDmTreeMediaType mediaType, int number);
     CoSharedPtr<DmSegmentNode> gap(const Value& item, eDmTreeMediaType mediaType);
     CoSharedPtr<DmContainerNode> container(const Value& item, const CoSharedPtr<DmCompositionNode>& inside,

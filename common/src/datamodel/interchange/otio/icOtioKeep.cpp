@@ -17,6 +17,8 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
+#include <utility>
 
 namespace interchange::otio
 {
@@ -56,19 +58,54 @@ std::string textOf(const Value& value)
     return text;
 }
 
-/// The first member under our key that is none of ours; the key where it is no object; empty for nothing such.
+bool isFlag(const Value& value)
+{
+    return value.IsBool();
+}
+bool isNumber(const Value& value)
+{
+    return value.IsNumber();
+}
+bool isString(const Value& value)
+{
+    return value.IsString();
+}
+bool isList(const Value& value)
+{
+    return value.IsArray();
+}
+bool isObject(const Value& value)
+{
+    return value.IsObject();
+}
+
+/// The first member under our key that is none of ours, or none of its kind; the key where it is no object; empty for
+/// nothing such.
 std::string_view foreignOf(const Value& object, const Value* own)
 {
-    constexpr std::array<std::string_view, 14> ours{"node",   "attached",    "before",  "behind", "isHole",
-                                                    "isRoot", "isLayer",     "isEmpty", "index",  "layer",
-                                                    "mode",   "recordStart", "root",    "inside"};
+    using Ours = std::pair<std::string_view, bool (*)(const Value&)>;
+    constexpr std::array<Ours, 14> ours{{{"node", isObject},
+                                         {"attached", isList},
+                                         {"before", isList},
+                                         {"behind", isList},
+                                         {"isHole", isFlag},
+                                         {"isRoot", isFlag},
+                                         {"isLayer", isFlag},
+                                         {"isEmpty", isFlag},
+                                         {"index", isNumber},
+                                         {"layer", isObject},
+                                         {"mode", isString},
+                                         {"recordStart", isNumber},
+                                         {"root", isObject},
+                                         {"inside", isObject}}};
     const Value* const said = own ? own : member(member(&object, "metadata"), ownKey);
     if (!said)
         return {};
     if (!said->IsObject())
         return ownKey;
     for (const auto& each : said->GetObject())
-        if (std::ranges::find(ours, otio::text(&each.name)) == ours.end())
+        if (const auto* const found = std::ranges::find(ours, otio::text(&each.name), &Ours::first);
+            found == ours.end() || !found->second(each.value))
             return otio::text(&each.name);
     return {};
 }

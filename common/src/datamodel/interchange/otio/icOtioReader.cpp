@@ -84,6 +84,30 @@ bool isTrue(const Value* own, std::string_view name)
     return flag && flag->IsTrue();
 }
 
+/// Where the layers of a composition begin in record time, where that is not its start.
+std::optional<double> recordStartOf(const Value* own)
+{
+    const Value* const start = own ? member(own, "recordStart") : nullptr;
+    return start && start->IsNumber() && std::isfinite(start->GetDouble()) ? std::optional(start->GetDouble())
+                                                                           : std::nullopt;
+}
+
+/// Whether a gap that we wrote for a hole is still no more than that: another program may have named it, or marked it.
+bool saysNothingElse(const Value& gap)
+{
+    for (const auto& each : gap.GetObject())
+    {
+        const std::string_view name = text(&each.name);
+        const bool isEmpty = each.value.IsNull() || (each.value.IsString() && each.value.GetStringLength() == 0) ||
+                             (each.value.IsArray() && each.value.Empty()) || each.value.IsTrue();
+        const bool isOurs = name == schemaKey || name == "source_range" ||
+                            (name == "metadata" && each.value.IsObject() && each.value.MemberCount() == 1);
+        if (!isEmpty && !isOurs)
+            return false;
+    }
+    return true;
+}
+
 class Maker
 {
 public:
@@ -325,15 +349,14 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
 {
     const bool hasMode = chooseMode(top);
     _items.setMediaType(DM_MEDIA_VIDEO);
-    auto node = _items.composition(top);
+    const std::string_view schema = schemaOf(&top);
+    const Value* const own = schema == "Timeline" || schema == "Stack" ? ownOf(&top) : nullptr;
+    const std::optional<double> recordStart = recordStartOf(own);
+    auto node = _items.composition(top, recordStart);
     if (!hasMode)
         return node;
-    const std::string_view schema = schemaOf(&top);
     IdMaker ids;
-    Stage stage{*node, node->getStartTC(), ids};
-    const Value* const own = schema == "Timeline" || schema == "Stack" ? ownOf(&top) : nullptr;
-    if (const Value* const start = own ? member(own, "recordStart") : nullptr; start && start->IsNumber())
-        stage.start = start->GetDouble();
+    Stage stage{*node, recordStart.value_or(node->getStartTC()), ids};
     double length = 0;
     Form form = Form::of(top, DM_COMPOSITION_NODE);
     if (schema == "Timeline" || schema == "Stack")
@@ -511,7 +534,7 @@ void Maker::addEntry(Entries& entries, const Value& track, const Value& object, 
         Form form = Form::of(object, made->whatIs());
         entries.push_back({&object, std::move(made), std::move(form)});
         const bool isGap = entries.back().segment->whatIs() == DM_GAP_NODE;
-        entries.back().isHole = isGap && isTrue(ownOf(&object), "isHole");
+        entries.back().isHole = isGap && isTrue(ownOf(&object), "isHole") && saysNothingElse(object);
         return;
     }
     const double in = _items.frames(member(&object, "in_offset"));
@@ -698,9 +721,7 @@ CoSharedPtr<DmSegmentNode> Maker::container(const Value& item, eDmTreeMediaType 
         _items.setMode(named);
     const CoSharedPtr<DmCompositionNode> inside = this->inside(item);
     IdMaker ids;
-    Stage stage{*inside, 0, ids};
-    if (const Value* const start = own ? member(own, "recordStart") : nullptr; start && start->IsNumber())
-        stage.start = start->GetDouble();
+    Stage stage{*inside, recordStartOf(own).value_or(0.0), ids};
     ++_depth;
     double length = 0;
     if (schemaOf(&item) == "Stack")

@@ -287,7 +287,7 @@ void Maker::composition(const DmCompositionNode& node, const DmRoot* root)
     if (DM::FcmUtil::isDropFrame(stage.fcm) || (node.getStartTC() == 0 && difference.IsNull() && !holdsElements(node)))
         if (dmFcmFromText(node.getFCM()) != DM::FCM_24)
             add(own, "mode", _parts.string(DM::FcmUtil::getFCMString(stage.fcm)));
-    const CoSharedPtr<DmCompositionNode> read = _items.composition(object);
+    const CoSharedPtr<DmCompositionNode> read = _items.composition(object, origin);
     require(read->setCompLength(lengthOf(node, origin)));
     int firstVideo = -1;
     for (int i = node.getNbChildren() - 1; i >= 0; --i)
