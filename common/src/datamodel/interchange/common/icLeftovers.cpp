@@ -105,11 +105,17 @@ eDmErrorId setLeftover(DmTreeNode& node, LeftoverType type, std::string_view tex
 
 eDmErrorId SharedLeftovers::set(DmTreeNode& node, std::string_view text)
 {
-    if (text.empty() || node.getBaseBlob())
+    if (text.empty())
         return setLeftover(node, _type, text);
+    if (node.getBaseBlob())
+    {
+        ++_size;
+        return setLeftover(node, _type, text);
+    }
     CoSharedPtr<DmBlobNode>& blob = _blobs[std::hash<std::string_view>()(text) % _blobs.size()];
     if (blob && dmUtf8(blob->getData()) == text)
         return node.setBaseBlob(blob);
+    ++_size;
     const eDmErrorId status = setLeftover(node, _type, text);
     blob.reset(status == DM_NO_ERROR ? static_cast<DmBlobNode*>(node.getBaseBlob()) : nullptr);
     return status;

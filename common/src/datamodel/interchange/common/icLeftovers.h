@@ -51,9 +51,12 @@ public:
     {
     }
     [[nodiscard]] eDmErrorId set(DmTreeNode& node, std::string_view text);
+    /// How many texts it has that no other node had before.
+    std::size_t size() const { return _size; }
 
 private:
     LeftoverType _type;
+    std::size_t _size = 0;
     std::vector<CoSharedPtr<DmBlobNode>> _blobs; ///< the last one of each remainder of its text's hash
 };
 

@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <exception>
+#include <functional>
 #include <new>
+#include <numeric>
 #include <utility>
 
 namespace interchange
@@ -83,7 +85,7 @@ void Report::add(DmFinding finding)
         return;
     }
     finding.text.shrink_to_fit();
-    _kept.push_back({std::move(finding.text), finding.code, {}, nullptr, finding.line, finding.severity});
+    _kept.push_back({std::move(finding.text), finding.code, {}, nullptr, 0, none, finding.line, finding.severity});
     const std::string* const texts[] = {&finding.nodePath, &finding.clip, &finding.track, &finding.record,
                                         &finding.subject};
     if (finding.column != 0 || std::ranges::any_of(texts, [](const std::string* each) { return !each->empty(); }))
@@ -103,71 +105,97 @@ void Report::expect(const void* thing)
 {
     if (_left != 0) // it was not kept
         return;
-    _expected.emplace(reinterpret_cast<std::uintptr_t>(thing), static_cast<std::uint32_t>(_kept.size() - 1));
+    wait(reinterpret_cast<std::uintptr_t>(thing));
     _isLineOpen = false;
 }
 
 void Report::expectLine()
 {
     if (_isLineOpen)
-        _expected.emplace(_kept.back().line, static_cast<std::uint32_t>(_kept.size() - 1));
+        wait(_kept.back().line);
     _isLineOpen = false;
+}
+
+/// The last one does. Rows of indices, as findings are many where memory is short.
+void Report::wait(std::uintptr_t thing)
+{
+    const auto addToRow = [this](std::size_t index)
+    {
+        std::uint32_t& first = _expected[std::hash<std::uintptr_t>()(_kept[index].expected) % _expected.size()];
+        _kept[index].next = std::exchange(first, static_cast<std::uint32_t>(index));
+    };
+    _kept.back().expected = thing;
+    if (++_waiting <= _expected.size())
+        return addToRow(_kept.size() - 1);
+    _expected.assign(_expected.size() * 2 + 61, none);
+    for (std::size_t i = 0; i < _kept.size(); ++i)
+        if (_kept[i].expected != 0)
+            addToRow(i);
 }
 
 void Report::settle(std::uintptr_t thing, const DmTreeNode& node)
 {
     expectLine();
-    if (_expected.empty())
+    if (_waiting == 0)
         return;
-    const auto [first, last] = _expected.equal_range(thing);
-    for (auto each = first; each != last; ++each)
-        if (Kept& kept = _kept[each->second]; !kept.node)
+    std::uint32_t* at = &_expected[std::hash<std::uintptr_t>()(thing) % _expected.size()];
+    while (*at != none)
+    {
+        Kept& kept = _kept[*at];
+        if (kept.expected != thing)
+        {
+            at = &kept.next;
+            continue;
+        }
+        *at = kept.next;
+        kept.expected = 0;
+        --_waiting;
+        if (!kept.node)
             kept.node.reset(const_cast<DmTreeNode*>(&node));
-    _expected.erase(first, last);
+    }
 }
 
-void Report::locate(const DmRoot& root, bool paths)
+namespace
 {
-    std::unordered_multimap<const DmTreeNode*, Kept*> wanted;
-    for (Kept& each : _kept)
-        if (each.node)
-            wanted.emplace(each.node.get(), &each);
+
+/// A node, and what is about it.
+using Wanted = std::pair<const DmTreeNode*, std::uint32_t>;
+
+/// Says of each what is wanted where its node stands. `of`: it, with the members that a finding has for that.
+template <class Of>
+void locateAll(const DmRoot& root, std::vector<Wanted> wanted, const Of& of)
+{
     if (wanted.empty())
         return;
-    const auto completeThose = [&wanted, paths](const DmTreeNode* node, const auto& say)
+    std::ranges::sort(wanted);
+    const auto completeThose = [&wanted, &of](const DmTreeNode* node, const auto& say)
     {
-        const auto [first, last] = wanted.equal_range(node);
-        for (auto each = first; each != last; ++each)
-        {
-            Further& further = each->second->own();
-            const std::string path = further.nodePath;
-            say(further);
-            if (!paths)
-                further.nodePath = path;
-        }
+        for (auto each = std::ranges::lower_bound(wanted, Wanted(node, 0)); each != wanted.end() && each->first == node;
+             ++each)
+            say(of(each->second));
     };
     const DmCutViews views(root);
     for (const DmCutViews::Collection& each : views.collections())
-        completeThose(each.node, [&each](Further& finding) { finding.nodePath = each.path; });
+        completeThose(each.node, [&each](auto& finding) { finding.nodePath = each.path; });
     for (const DmCutView& cut : views.cuts())
     {
-        completeThose(cut.composition, [&cut](Further& finding) { finding.nodePath = cut.path; });
+        completeThose(cut.composition, [&cut](auto& finding) { finding.nodePath = cut.path; });
         for (const DmLaneView& lane : cut.lanes)
         {
             const std::string track = cut.path + "/children[" + std::to_string(lane.trackIndex) + ']';
             const std::string layer = track + "/children[" + std::to_string(lane.layerIndex) + ']';
-            const auto sayPlace = [&lane](Further& finding, const std::string& path)
+            const auto sayPlace = [&lane](auto& finding, const std::string& path)
             {
                 finding.nodePath = path;
                 if (finding.track.empty())
                     finding.track = lane.name;
             };
-            completeThose(lane.track, [&](Further& finding) { sayPlace(finding, track); });
-            completeThose(lane.layer, [&](Further& finding) { sayPlace(finding, layer); });
+            completeThose(lane.track, [&](auto& finding) { sayPlace(finding, track); });
+            completeThose(lane.layer, [&](auto& finding) { sayPlace(finding, layer); });
             for (std::size_t i = 0; i < lane.elements.size(); ++i)
             {
                 const DmElementView& element = lane.elements[i];
-                const auto say = [&](Further& finding)
+                const auto say = [&](auto& finding)
                 {
                     sayPlace(finding, layer + "/children[" + std::to_string(i) + ']');
                     finding.subject = lane.subjectAt(static_cast<int>(i));
@@ -182,6 +210,24 @@ void Report::locate(const DmRoot& root, bool paths)
             }
         }
     }
+}
+
+} // namespace
+
+void Report::locate(const DmRoot& root, bool paths)
+{
+    std::vector<Wanted> wanted;
+    for (std::size_t i = 0; i < _kept.size(); ++i)
+        if (_kept[i].node)
+            wanted.emplace_back(_kept[i].node.get(), static_cast<std::uint32_t>(i));
+    std::vector<std::pair<std::uint32_t, std::string>> pathsBefore;
+    if (!paths)
+        for (const auto& [node, index] : wanted)
+            pathsBefore.emplace_back(index, _kept[index].further ? _kept[index].further->nodePath : std::string());
+    locateAll(root, std::move(wanted), [this](std::uint32_t index) -> Further& { return _kept[index].own(); });
+    for (auto& [index, path] : pathsBefore)
+        if (_kept[index].further)
+            _kept[index].own().nodePath = std::move(path);
 }
 
 void Report::mistake(std::uint32_t line, std::string what, std::string_view choice)
@@ -232,13 +278,11 @@ void Report::addException()
     }
 }
 
-DmFinding Report::Kept::whole() const
+void Report::Kept::complete(DmFinding& finding) const
 {
-    DmFinding finding;
     finding.severity = severity;
     finding.code = code;
     finding.line = line;
-    finding.text = text;
     if (further)
     {
         finding.column = further->column;
@@ -250,6 +294,21 @@ DmFinding Report::Kept::whole() const
     }
     if (finding.clip.empty() && node)
         finding.clip = nameOf(*node);
+}
+
+DmFinding Report::Kept::whole() const&
+{
+    DmFinding finding;
+    finding.text = text;
+    complete(finding);
+    return finding;
+}
+
+DmFinding Report::Kept::whole() &&
+{
+    DmFinding finding;
+    finding.text = std::move(text);
+    complete(finding);
     return finding;
 }
 
@@ -262,14 +321,42 @@ std::vector<DmFinding> Report::findings() const
     return inOrder(std::move(all), _left);
 }
 
-std::vector<DmFinding> Report::takeFindings()
+/// Those of lines in their order, with next to no memory.
+void Report::sort()
+{
+    if (std::ranges::is_sorted(_kept, {}, &Kept::line))
+        return;
+    std::vector<std::uint32_t> order(_kept.size()); ///< who comes there
+    std::iota(order.begin(), order.end(), 0U);
+    std::ranges::sort(order, {}, [this](std::uint32_t i) { return std::pair(_kept[i].line, i); });
+    for (std::uint32_t i = 0; i < order.size(); ++i)
+        for (std::uint32_t at = i; order[at] != at;)
+        {
+            const std::uint32_t from = std::exchange(order[at], at);
+            if (from == i)
+                break;
+            std::swap(_kept[at], _kept[from]);
+            at = from;
+        }
+}
+
+std::vector<DmFinding> Report::takeFindings(const DmRoot* root)
 {
     _expected.clear();
+    _waiting = 0;
     _isLineOpen = false;
+    sort();
     std::vector<DmFinding> all;
+    std::vector<Wanted> wanted;
     all.reserve(_kept.size());
     for (; !_kept.empty(); _kept.pop_front())
-        all.push_back(_kept.front().whole());
+    {
+        if (root && _kept.front().node)
+            wanted.emplace_back(_kept.front().node.get(), static_cast<std::uint32_t>(all.size()));
+        all.push_back(std::move(_kept.front()).whole());
+    }
+    if (root)
+        locateAll(*root, std::move(wanted), [&all](std::uint32_t index) -> DmFinding& { return all[index]; });
     return inOrder(std::move(all), std::exchange(_left, 0));
 }
 

@@ -26,7 +26,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace interchange
@@ -113,8 +112,8 @@ public:
     /// Those of lines in their order, behind those of the file as a whole. Of very many only so many are kept, that no
     /// hostile file fills the memory; the last then says how many are left out.
     std::vector<DmFinding> findings() const;
-    /// The same; the report then has none.
-    std::vector<DmFinding> takeFindings();
+    /// The same; the report then has none. `root`: each tells where in that its node stands, as by locate().
+    std::vector<DmFinding> takeFindings(const DmRoot* root = nullptr);
     std::vector<NodePlace> takePlaces() { return std::move(_places); }
 
     /// As a command prints them.
@@ -134,6 +133,8 @@ private:
         const char* code;
         CoSharedPtr<DmTreeNode> node;     ///< that it is about
         std::shared_ptr<Further> further; ///< copies of the report share it until one changes it
+        std::uintptr_t expected;          ///< what it is about, as long as nothing was made of that; 0 for nothing
+        std::uint32_t next;               ///< that waits in the same row
         std::uint32_t line;
         Level severity;
 
@@ -143,16 +144,24 @@ private:
                 further = further ? std::make_shared<Further>(*further) : std::make_shared<Further>();
             return *further;
         }
-        DmFinding whole() const;
+        DmFinding whole() const&;
+        DmFinding whole() &&;
+
+    private:
+        void complete(DmFinding& finding) const;
     };
+    static constexpr std::uint32_t none = ~std::uint32_t{0};
     void settle(std::uintptr_t thing, const DmTreeNode& node);
     void expectLine();
+    void wait(std::uintptr_t thing);
+    void sort();
 
     Leniency _leniency;
     Where _where;
     std::deque<Kept> _kept;
-    std::size_t _left = 0;                                            ///< were not kept
-    std::unordered_multimap<std::uintptr_t, std::uint32_t> _expected; ///< by what they are about: a thing, or its line
+    std::size_t _left = 0;                ///< were not kept
+    std::vector<std::uint32_t> _expected; ///< rows of those that wait, by what they are about: a thing, or its line
+    std::size_t _waiting = 0;
     bool _isLineOpen = false; ///< the last one is about its line, unless something is said to be expected
     std::vector<NodePlace> _places;
     std::array<std::size_t, 3> _counts{}; ///< of findings added

@@ -44,7 +44,7 @@ CoSharedPtr<DmTrxEffectNode> Maker::transition(const Entry& entry, eDmTreeMediaT
     const bool isWipe = textOf(effect, "effectcategory") == "Wipe" || (code && *code > 0);
     const bool isDissolve = id == "Cross Dissolve" || id == "dissolve" || id.empty() || mediaType == DM_MEDIA_AUDIO;
     if (!isWipe && !isDissolve)
-        _report.lose({"DM614", "read as dissolves"}, _xml.lineOf(entry.element));
+        lose(entry.element, {"DM614", "read as dissolves"});
     CoSharedPtr<DmEffectSettings> settings;
     const auto ofLength = [length](const auto& made) -> CoSharedPtr<DmEffectSettings>
     {
@@ -114,7 +114,7 @@ CoSharedPtr<DmSourceNode::Input> Maker::input(const Entry& entry, const Medium& 
     {
         const GeneratorKind* const kind = generatorOf(textOf(entry.element.child("effect"), "effectid"));
         if (!kind)
-            _report.lose({"DM615", "play as black"}, _xml.lineOf(entry.element));
+            lose(entry.element, {"DM615", "play as black"});
         const wchar_t* const otherwise = mediaType == DM_MEDIA_AUDIO ? L"INPUT_SILENCE" : L"INPUT_BLACK";
         const auto generated =
             orBadAlloc(DmSourceNode::GeneratedInput::create(kind ? kind->type : otherwise, length, mediaType));
@@ -150,6 +150,7 @@ CoSharedPtr<DmSourceNode::Input> Maker::input(const Entry& entry, const Medium& 
 
 CoSharedPtr<DmCueMark> Maker::mark(pugi::xml_node marker, double origin, double ratio)
 {
+    charge(weight::ofMarker, marker);
     const double in = time(marker, "in").value_or(0);
     const double out = time(marker, "out").value_or(-1);
     auto made = orBadAlloc(DmCueMark::create(toDmString(textOf(marker, "name")), origin + in * ratio));
@@ -213,6 +214,7 @@ void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, co
     const double clipTime =
         entry.in + (entry.speed.factor < 0 ? entry.end - entry.recOut : entry.recIn - entry.start) / recordPerClip;
     bool hasSpeed = false;
+    std::size_t effects = 0;
     for (const pugi::xml_node filter : entry.element.children("filter"))
     {
         const pugi::xml_node effect = filter.child("effect");
@@ -226,7 +228,7 @@ void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, co
             {
                 if (entry.speed.isKeyed || entry.speed.factor <= 0 || entry.speed.factor > fastest)
                 {
-                    _report.lose(speedOfSound, _xml.lineOf(filter));
+                    lose(filter, speedOfSound);
                     continue;
                 }
                 const auto warp = orBadAlloc(DmATimewarpSettings::create());
@@ -272,6 +274,12 @@ void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, co
         }
         if (!made)
             continue;
+        charge(weight::ofEffect, filter);
+        if (++effects > _mostEffects)
+        {
+            _mostEffects = effects;
+            charge(weight::ofPlainEffect, filter);
+        }
         if (isOff(filter))
             require(made->setMuted(true));
         require(node.addEffect(made));

@@ -204,7 +204,9 @@ std::vector<Entry> Maker::entriesOf(const Stage& stage, pugi::xml_node track)
     const auto isItem = [](pugi::xml_node child)
     { return isNamed(child, "clipitem") || isNamed(child, "generatoritem") || isNamed(child, "transitionitem"); };
     std::vector<Entry> entries; // what is left out makes room in front of what is still to be read
-    entries.reserve(static_cast<std::size_t>(std::ranges::count_if(track.children(), isItem)));
+    const auto items = static_cast<std::size_t>(std::ranges::count_if(track.children(), isItem));
+    charge(items * weight::ofEntry, track);
+    entries.reserve(items);
     const Rate rate = this->rate(stage.element.child("rate")).value_or(Rate::of(stage.fcm));
     double mixEnd = stage.origin;
     for (const pugi::xml_node child : track.children())

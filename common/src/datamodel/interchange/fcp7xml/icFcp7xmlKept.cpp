@@ -7,6 +7,29 @@
 namespace interchange::xmeml
 {
 
+namespace
+{
+
+std::size_t countElements(pugi::xml_node top)
+{
+    std::size_t count = 0;
+    for (pugi::xml_node at = top; at;)
+    {
+        ++count;
+        if (at.first_child())
+        {
+            at = at.first_child();
+            continue;
+        }
+        while (at != top && !at.next_sibling())
+            at = at.parent();
+        at = at == top ? pugi::xml_node() : at.next_sibling();
+    }
+    return count;
+}
+
+} // namespace
+
 void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain, bool isAlways, bool isLast,
                  const Series& series)
 {
@@ -33,7 +56,14 @@ void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain,
         if (ours.text == theirs.text)
             form.clear();
     }
+    const std::size_t before = _forms.size();
     require(_forms.set(node, form));
+    if (_forms.size() == before)
+        return;
+    // Beside what it comes instead of.
+    const std::size_t taken = weight::ofForm + form.size() * weight::ofLetter;
+    const std::size_t given = weight::ofElement * countElements(element);
+    charge(taken - std::min(taken, given), element);
 }
 
 void Maker::drop(const DmTreeNode& node, pugi::xml_node element)
@@ -115,6 +145,7 @@ void Maker::keepForms(DmRoot& root)
             formOf(hint.element, plain.sequence(scratch, *sequence), _nodes, hint.marks(), true, plain.series());
         if (!files.empty())
             form.insert(form.rfind("</"), "<our:files>" + files + "</our:files>");
+        charge(weight::ofForm + form.size() * weight::ofLetter, hint.element);
         require(setLeftover(const_cast<DmCompositionNode&>(*sequence->node), leftoverType, form));
         seen.insert(sequence->node);
     }

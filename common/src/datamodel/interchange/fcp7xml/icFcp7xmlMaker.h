@@ -31,6 +31,25 @@ namespace interchange::xmeml
 inline constexpr double leastLength = 0.5;
 inline constexpr double limit = 1e12; ///< of times, in frames
 
+/// What is made of elements takes so many bytes, however little stands in these.
+namespace weight
+{
+
+inline constexpr std::size_t ofElement = 64;
+inline constexpr std::size_t ofEntry = 150;
+inline constexpr std::size_t ofSequence = 1500;
+inline constexpr std::size_t ofTrack = 750;
+inline constexpr std::size_t ofTransition = 2600;
+inline constexpr std::size_t ofClip = 1200;
+inline constexpr std::size_t ofMarker = 140;
+inline constexpr std::size_t ofEffect = 1000;
+inline constexpr std::size_t ofPlainEffect = 3000; ///< of the elements that it would be
+inline constexpr std::size_t ofForm = 250;         ///< beside its text
+inline constexpr std::size_t ofLetter = 6;         ///< of that: kept as wide ones, and while it grows
+inline constexpr std::size_t ofMessage = 500;
+
+} // namespace weight
+
 inline bool isNamed(pugi::xml_node node, std::string_view name)
 {
     return node.name() == name;
@@ -144,13 +163,27 @@ private:
     void mistake(pugi::xml_node at, std::string what, std::string_view choice)
     {
         _report.mistake(_xml.lineOf(at), std::move(what), choice);
-        _report.expect(at.internal_object());
+        told(at);
     }
     void warn(pugi::xml_node at, std::string what)
     {
         _report.add(Report::Warning, _xml.lineOf(at), std::move(what));
-        _report.expect(at.internal_object());
+        told(at);
     }
+    void lose(pugi::xml_node at, const Loss& loss)
+    {
+        _report.lose(loss, _xml.lineOf(at));
+        told(at);
+    }
+    /// The last message is about the item, track or sequence in which that stands.
+    void told(pugi::xml_node at);
+
+    /// A file that takes so many bytes that it is out of all proportion is refused: this throws TooMuch.
+    void charge(std::size_t bytes, pugi::xml_node at);
+    struct TooMuch
+    {
+        std::uint32_t line;
+    };
     ReadHint& hintOf(const DmTreeNode& node, pugi::xml_node element)
     {
         ReadHint& hint = _hints[&node];
@@ -209,6 +242,8 @@ private:
     std::set<const void*> _open;                                            ///< being read
     std::unordered_set<const void*> _told;                                  ///< what is wrong in these
     int _depth = 0;
+    std::size_t _charged = 0;
+    std::size_t _mostEffects = 0; ///< of a clip: what is made of them all at once is gone again before the next one
 
     // For the forms
     NodeSet _nodes;

@@ -24,37 +24,39 @@ namespace
 {
 
 constexpr int deepestNesting = 75; ///< of sequences: what documents can be read again with
-/// What an element becomes takes so many bytes, however little stands in it; a file of next to nothing else is refused
-/// where that would be out of all proportion.
-constexpr std::array<std::pair<std::string_view, std::size_t>, 6> weights{{{"track", 750},
-                                                                           {"marker", 140},
-                                                                           {"clipitem", 1400},
-                                                                           {"generatoritem", 1400},
-                                                                           {"transitionitem", 2200},
-                                                                           {"sequence", 2600}}};
-constexpr std::size_t weightWithoutLength = 700; ///< of a clip that says none: it becomes a message
-constexpr std::size_t weightOfNode = 64;
 constexpr std::size_t mostForAByte = 30;
-constexpr std::size_t mostForAll = std::size_t{8} << 20; ///< beside that
+constexpr std::size_t mostForAll = std::size_t{2} << 20; ///< beside that
 
 } // namespace
 
+void Maker::charge(std::size_t bytes, pugi::xml_node at)
+{
+    _charged += bytes;
+    if (_charged > mostForAByte * _xml.size() + mostForAll)
+        throw TooMuch{_xml.lineOf(at)};
+}
+
+void Maker::told(pugi::xml_node at)
+{
+    const bool isKept = _report.size() == _report.count();
+    const auto becomesNode = [this](pugi::xml_node each)
+    {
+        constexpr std::array<std::string_view, 5> names{"clipitem", "generatoritem", "transitionitem", "track",
+                                                        "sequence"};
+        return std::ranges::find(names, std::string_view(each.name())) != names.end() || each == _xml.root();
+    };
+    pugi::xml_node about = at;
+    while (about && !becomesNode(about))
+        about = about.parent();
+    _report.expect(about.internal_object());
+    charge(isKept ? weight::ofMessage : weight::ofElement, at);
+}
+
 void Maker::findDefinitions()
 {
-    const std::size_t most = mostForAByte * _xml.size() + mostForAll;
-    std::size_t weight = 0;
     for (pugi::xml_node at = _xml.root(); at;)
     {
-        weight += weightOfNode;
-        if (const auto* const heavy = std::ranges::find(weights, std::string_view(at.name()),
-                                                        &std::pair<std::string_view, std::size_t>::first);
-            heavy != weights.end())
-            weight +=
-                isNamed(at, "clipitem") && !at.child("end") && !at.child("out") ? weightWithoutLength : heavy->second;
-        if (weight > most)
-            return _report.add(Report::Error, _xml.lineOf(at),
-                               "too many elements with next to nothing in them: they would take more than " +
-                                   std::to_string(mostForAByte) + " times the memory of the file");
+        charge(weight::ofElement, at);
         if (isNamed(at, "file") && at.first_child() && at.attribute("id"))
             _files.emplace(at.attribute("id").value(), at);
         if (isNamed(at, "sequence") && at.first_child() && at.attribute("id"))
@@ -161,20 +163,28 @@ CoSharedPtr<DmRoot> Maker::make()
         _report.add(Report::Error, _xml.lineOf(_xml.root()), "no xmeml");
         return {};
     }
-    findDefinitions();
-    if (_report.hasErrors())
-        return {};
-    auto root = orBadAlloc(DmRoot::create());
-    addSequences(*root);
-    if (root->getNbChildren() == 0)
-        mistake(_xml.root(), "no sequence", "the document holds nothing");
-    if (_report.hasErrors())
-        return {};
-    _sequences.clear();
-    _sequencesElsewhere.clear();
-    _read.clear();
-    keepForms(*root);
-    return root;
+    try
+    {
+        findDefinitions();
+        auto root = orBadAlloc(DmRoot::create());
+        addSequences(*root);
+        if (root->getNbChildren() == 0)
+            mistake(_xml.root(), "no sequence", "the document holds nothing");
+        if (_report.hasErrors())
+            return {};
+        _sequences.clear();
+        _sequencesElsewhere.clear();
+        _read.clear();
+        keepForms(*root);
+        return root;
+    }
+    catch (const TooMuch& refused)
+    {
+        _report.add(Report::Error, refused.line,
+                    "too many elements with next to nothing in them: they would take more than " +
+                        std::to_string(mostForAByte) + " times the memory of the file");
+    }
+    return {};
 }
 
 // Sequences
@@ -212,6 +222,7 @@ CoSharedPtr<DmCompositionNode> Maker::sequence(pugi::xml_node element, bool isTo
         return {};
     }
     ++_depth;
+    charge(weight::ofSequence, element);
     const DM::FrameCodeModes fcm = modeOf(element);
     const DmString fcmText = dmFcmText(fcm);
     const std::string_view name = textOf(element, "name");
@@ -282,6 +293,7 @@ void Maker::addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaT
     for (const pugi::xml_node element : kind.children("track"))
     {
         ++number;
+        charge(weight::ofTrack, element);
         const std::string& label =
             stage.labels.emplace_back((mediaType == DM_MEDIA_AUDIO ? "A" : "V") + std::to_string(number));
         const auto track = orBadAlloc(DmTrackNode::create(number, mediaType));
@@ -330,6 +342,7 @@ void Maker::place(Stage& stage, DmLayerBuilder& layer, const std::vector<Entry>&
         if (touches && ((entry.isMix && !entry.hasOutgoing && !previous->isMix) ||
                         (previous->isMix && !previous->hasIncoming && !entry.isMix)))
             nothing(layer.getEnd(), previous->isMix);
+        charge(entry.isMix ? weight::ofTransition : weight::ofClip, entry.element);
         if (entry.isMix)
         {
             const auto node = transition(entry, mediaType);

@@ -418,10 +418,11 @@ Reading readSource(Source& source, const Options& options, std::string_view name
             });
     if (report.hasErrors())
         reading.root.reset();
-    else if (reading.root)
-        guarded(report, [&] { report.locate(*reading.root); });
-    if (!guarded(report, [&] { reading.findings = report.takeFindings(); }))
+    if (!guarded(report, [&] { reading.findings = report.takeFindings(reading.root.get()); }))
+    {
         reading.root.reset();
+        guarded(report, [&] { reading.findings = report.takeFindings(); });
+    }
     reading.places = report.takePlaces();
     return reading;
 }
