@@ -33,6 +33,13 @@ double settled(double frames)
     return std::abs(std::round(frames) - frames) < nearly ? std::round(frames) : frames;
 }
 
+/// In frames of the record from the segment's begin: the same, whatever part of the clip is in front of that.
+float keyTime(double when, double clipTime, double recordPerClip)
+{
+    constexpr double parts = 1e5;
+    return static_cast<float>(std::round((when - clipTime) * recordPerClip * parts) / parts);
+}
+
 } // namespace
 
 CoSharedPtr<DmTrxEffectNode> Maker::transition(const Entry& entry, eDmTreeMediaType mediaType)
@@ -194,8 +201,8 @@ bool Maker::addChannels(const Stage& stage, DmEffectSettings& effect, pugi::xml_
                 continue;
             open();
             const auto made = orBadAlloc(DmKeyFrame::create2(
-                static_cast<float>((*when - clipTime) * recordPerClip), stored(*value), {}, DmKeyFrame::InterpOrder{1},
-                0, 0, 0, 0, DmKeyFrame::AutoRightVelocityFlag | DmKeyFrame::AutoLeftVelocityFlag));
+                keyTime(*when, clipTime, recordPerClip), stored(*value), {}, DmKeyFrame::InterpOrder{1}, 0, 0, 0, 0,
+                DmKeyFrame::AutoRightVelocityFlag | DmKeyFrame::AutoLeftVelocityFlag));
             require(channel->addKeyFrame(made));
         }
         if (const std::optional<double> value = valueIn(parameter); value && !channel)
@@ -248,7 +255,7 @@ void Maker::addEffects(Stage& stage, DmSegmentNode& node, const Entry& entry, co
                         {
                             hint.key = std::fmin(hint.key, *when); // of none, the other
                             require(timing->addKeyFrame(orBadAlloc(DmKeyFrame::create2(
-                                static_cast<float>((*when - clipTime) * recordPerClip),
+                                keyTime(*when, clipTime, recordPerClip),
                                 static_cast<float>(*value * fps / medium.rate.fps() - node.getRelIn()), {},
                                 DmKeyFrame::InterpOrder{1}, 0, 0, 0, 0,
                                 DmKeyFrame::AutoRightVelocityFlag | DmKeyFrame::AutoLeftVelocityFlag))));
@@ -331,16 +338,14 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     if (entry.speed.isKeyed)
     {
         // Where the curve is at the segment's begin.
+        const pugi::xml_node graph = parameterOf(effectOf(element, "timeremap"), "graphdict");
         std::vector<std::pair<double, double>> keys;
-        for (const pugi::xml_node key : parameterOf(effectOf(element, "timeremap"), "graphdict").children("keyframe"))
+        for (const pugi::xml_node key : graph.children("keyframe"))
             if (const auto when = time(key, "when"), value = number(key, "value", true); when && value)
                 keys.emplace_back(*when, *value);
-        std::ranges::stable_sort(keys, {}, &std::pair<double, double>::first);
-        double value = keys.empty() ? 0.0 : keys.front().second;
-        for (std::size_t i = 0; i + 1 < keys.size(); ++i)
-            if (const double at = entry.in + head; at >= keys[i].first && keys[i + 1].first > keys[i].first)
-                value = keys[i].second + (keys[i + 1].second - keys[i].second) *
-                                             std::min(1.0, (at - keys[i].first) / (keys[i + 1].first - keys[i].first));
+        double value = frameAt(std::move(keys), entry.in + head);
+        if (const auto said = toNumber<double>(graph.attribute(relInMark).value()); said && std::abs(*said) < limit)
+            value = *said;
         relIn = std::max(0.0, value * fps / medium.rate.fps());
     }
     if (const double nearest = std::round(relIn); mediaType != DM_MEDIA_AUDIO || std::abs(nearest - relIn) < 1e-3)

@@ -242,6 +242,17 @@ double fileValue(const Parameter& parameter, double value, const Sequence& seque
     return value / extentOf(parameter, sequence);
 }
 
+double frameAt(std::vector<std::pair<double, double>> keys, double time)
+{
+    std::ranges::stable_sort(keys, {}, &std::pair<double, double>::first);
+    double frame = keys.empty() ? 0.0 : keys.front().second;
+    for (std::size_t i = 0; i + 1 < keys.size(); ++i)
+        if (const auto& [from, to] = std::pair(keys[i], keys[i + 1]); time >= from.first && to.first > from.first)
+            frame =
+                from.second + (to.second - from.second) * std::min(1.0, (time - from.first) / (to.first - from.first));
+    return frame;
+}
+
 const GeneratorKind* generatorOf(std::string_view effectId)
 {
     const auto found =
@@ -830,16 +841,21 @@ void PlainElements::effects(pugi::xml_node clip, const Sequence& sequence, const
             parameter(made, "reverse", boolText(speed < 0));
             if (!isKeyed)
                 continue;
-            const pugi::xml_node graph = parameter(made, "graphdict", "0");
+            pugi::xml_node graph = parameter(made, "graphdict", "0");
+            std::vector<std::pair<double, double>> keys;
+            const double relIn = item.segment->getRelIn() + offset;
             const CoSharedPtr<DmAnimationChannel> timing = warp->getExistingChannelByName(L"timing");
             for (int i = 0; timing && i < timing->getNbKeyFrames(); ++i)
                 if (const CoSharedPtr<DmKeyFrame> key = timing->getKeyFrame(i))
                 {
                     const pugi::xml_node node = add(graph, "keyframe");
-                    add(node, "when", timeText(clipTime + static_cast<double>(key->getFrame()) * clipPerRecord));
-                    add(node, "value",
-                        timeText(item.segment->getRelIn() + offset + static_cast<double>(key->getValue())));
+                    keys.emplace_back(clipTime + static_cast<double>(key->getFrame()) * clipPerRecord,
+                                      relIn + static_cast<double>(key->getValue()));
+                    add(node, "when", timeText(keys.back().first));
+                    add(node, "value", timeText(keys.back().second));
                 }
+            if (constexpr double nearly = 1e-3; std::abs(frameAt(keys, clipTime) - relIn) > nearly)
+                graph.append_attribute(relInMark) = timeText(relIn).c_str();
         }
         else if (look && !hasLook && !look->isMuted() && toLook(*look).isFinite())
         {

@@ -7,6 +7,11 @@
 
 #include "icUnsaid.h"
 
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
 namespace interchange::xmeml
 {
 
@@ -31,6 +36,9 @@ std::vector<const Parameter*> parametersOf(std::string_view filter);
 /// A value of the file as one of the channel, and back.
 double channelValue(const Parameter& parameter, double value, const Sequence& sequence);
 double fileValue(const Parameter& parameter, double value, const Sequence& sequence);
+
+/// Of a changing speed: at a clip's time the frame of the file, by the key frames' times and values; 0 without any.
+double frameAt(std::vector<std::pair<double, double>> keys, double time);
 
 struct GeneratorKind
 {

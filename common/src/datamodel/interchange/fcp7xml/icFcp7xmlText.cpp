@@ -284,7 +284,7 @@ void FormMaker::head(pugi::xml_node element, std::string_view name)
     text.append("<").append(name);
     for (const pugi::xml_attribute each : element.attributes())
         if (const std::string_view said = each.name();
-            said != lengthMark && said != filledMark && said != elsewhereMark) // the model's
+            said != lengthMark && said != filledMark && said != relInMark && said != elsewhereMark) // the model's
         {
             attribute(each.name(), each.value());
             _isOwn = true;

@@ -86,6 +86,8 @@ inline constexpr const char* usualMark = "our:usual";
 inline constexpr const char* lengthMark = "materialLength";
 /// An attribute of a track: up to there it is filled, where the sequence's duration alone does not say that.
 inline constexpr const char* filledMark = "filledTo";
+/// An attribute of the curve of a changing speed: the relative in-time of its clip, where that is not what plays first.
+inline constexpr const char* relInMark = "relIn";
 /// Of a plain clip, and of a place in a form: the links that the file has not, as one figure.
 inline constexpr const char* othersMark = "our:others";
 
