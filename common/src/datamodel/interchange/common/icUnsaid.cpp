@@ -106,13 +106,16 @@ void addUnsaidOfEffects(const DmSegmentNode& segment, std::string& names)
 void addUnsaidOfMedia(const DmTreeNode& node, std::string& names)
 {
     const auto* const source = dynamic_cast<const DmSourceNode*>(&node);
-    const auto* const media = source ? dynamic_cast<const DmSourceNode::MediaInput*>(source->getSrcInput()) : nullptr;
-    if (!media)
+    const DmSourceNode::Input* const input = source ? source->getSrcInput() : nullptr;
+    if (!input)
         return;
-    const DmSourceInfo* const info = media->getSrcInfo();
-    if (const DmString& name = media->getName();
+    const DmSourceInfo* const info = input->getSrcInfo();
+    if (const DmString& name = input->getName();
         !name.empty() && name != node.getName() && (!info || name != info->getName()))
         names.append(", srcInput.name");
+    const auto* const media = dynamic_cast<const DmSourceNode::MediaInput*>(input);
+    if (!media)
+        return;
     for (const DmPropertySetPtr& each : media->getExtraDataDictionary())
         if (const auto* const entry = dynamic_cast<const DmSourceNode::DictionaryEntry*>(each.get());
             entry && entry->getKey() != dmMaterialLengthKey)
