@@ -159,7 +159,11 @@ void Maker::keepForms(DmRoot& root)
     pugi::xml_document scratch;
     pugi::xml_node top = add(scratch, "xmeml");
     add(top, itemsName);
-    keep(root, _xml.root(), top, std::string_view(_xml.root().attribute("version").value()) != "5", true);
+    const std::string outside = outsideOf(_xml.document());
+    keep(root, _xml.root(), top, !outside.empty() || std::string_view(_xml.root().attribute("version").value()) != "5",
+         true);
+    if (std::string form = leftoverOf(root, leftoverType).value_or(""); !outside.empty() && !form.empty())
+        require(setLeftover(root, leftoverType, form.insert(form.rfind("</"), outside)));
 }
 
 } // namespace interchange::xmeml

@@ -427,6 +427,22 @@ void Maker::link(Stage& stage)
 
 } // namespace xmeml
 
+namespace
+{
+
+void tellNoCharacters(const std::vector<std::uint32_t>& lines, Report& report)
+{
+    constexpr std::size_t most = 1000;
+    for (std::size_t i = 0; i < std::min(lines.size(), most); ++i)
+        report.add(Report::Warning, lines[i], "a character that XML has no place for: a blank stands there");
+    if (lines.size() > most)
+        report.add(Report::Warning, lines[most],
+                   std::to_string(lines.size() - most) +
+                       " more characters that XML has no place for: blanks stand there");
+}
+
+} // namespace
+
 CoSharedPtr<DmRoot> readFcp7xml(std::string bytes, const Options& options, Report& report)
 {
     try
@@ -439,6 +455,12 @@ CoSharedPtr<DmRoot> readFcp7xml(std::string bytes, const Options& options, Repor
         std::ranges::transform(declared, declared.begin(), toUpper);
         if (!isOther && declared.find("8859-1") == declared.npos && makeUtf8(bytes))
             report.add(Report::Notice, 0, "the text is no UTF-8: taken as Latin-1");
+        if (!isOther)
+            tellNoCharacters(xmeml::blankNoCharacters(bytes), report);
+        const bool isTextBehind = trimmed(std::string_view(bytes).substr(bytes.rfind('>') + 1)).size() > 0;
+        const bool isTextInFront = trimmed(std::string_view(bytes).substr(0, bytes.find('<'))).size() > 0;
+        const std::string_view said = std::string_view(bytes).substr(0, bytes.find_last_not_of(" \t\r\n") + 1);
+        const auto lastLine = static_cast<std::uint32_t>(1 + std::ranges::count(said, '\n'));
         xmeml::ParsedXml xml(std::move(bytes));
         xmeml::XmlFault fault;
         if (!xml.parse(fault))
@@ -446,6 +468,13 @@ CoSharedPtr<DmRoot> readFcp7xml(std::string bytes, const Options& options, Repor
             report.add(Report::Error, fault.line, fault.what);
             return {};
         }
+        if (isTextInFront && !isOther)
+            report.add(Report::Warning, 1, "text in front of the document: left out");
+        for (pugi::xml_node each = xml.root().next_sibling(); each; each = each.next_sibling())
+            if (each.type() == pugi::node_element)
+                report.add(Report::Warning, xml.lineOf(each), "an element behind the document's: left out");
+        if (isTextBehind && !isOther)
+            report.add(Report::Warning, lastLine, "text behind the document: left out");
         CoSharedPtr<DmRoot> root = xmeml::Maker(xml, options, report).make();
         return report.hasErrors() ? CoSharedPtr<DmRoot>() : root;
     }

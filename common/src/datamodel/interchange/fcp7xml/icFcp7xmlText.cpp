@@ -60,8 +60,29 @@ void appendEscaped(std::string& out, std::string_view text, bool isAttribute)
                 out += c;
             break;
         default:
-            out += c;
+            out += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
         }
+}
+
+bool isCharacter(std::uint32_t c)
+{
+    return c >= ' ' ? !(c >= 0xD800 && c < 0xE000) && c != 0xFFFE && c != 0xFFFF && c < 0x110000
+                    : c == '\t' || c == '\n' || c == '\r';
+}
+
+/// Of a reference by number (&#10; &#xA;), its length; 0 for what is none.
+std::size_t lengthOfReference(std::string_view text, std::uint32_t& character)
+{
+    if (!text.starts_with("&#"))
+        return 0;
+    const bool isHexadecimal = text.size() > 2 && text[2] == 'x';
+    const char* const first = text.data() + (isHexadecimal ? 3 : 2);
+    const auto [last, error] = std::from_chars(first, text.data() + text.size(), character, isHexadecimal ? 16 : 10);
+    if (error == std::errc::result_out_of_range)
+        character = 0x110000;
+    return last != first && last != text.data() + text.size() && *last == ';'
+               ? static_cast<std::size_t>(last - text.data()) + 1
+               : 0;
 }
 
 /// Whether an element holds text or nothing, and no element.
@@ -448,6 +469,47 @@ std::uint32_t ParsedXml::lineAt(std::ptrdiff_t offset) const
 std::uint32_t ParsedXml::lineOf(pugi::xml_node node) const
 {
     return node ? lineAt(node.offset_debug()) : 0;
+}
+
+std::vector<std::uint32_t> blankNoCharacters(std::string& xml)
+{
+    std::vector<std::uint32_t> lines;
+    std::uint32_t line = 1;
+    std::size_t end = 0;           ///< of what stays
+    std::string_view literalUntil; ///< in which a reference is none
+    for (std::size_t i = 0; i < xml.size();)
+    {
+        const std::string_view rest = std::string_view(xml).substr(i);
+        std::uint32_t character = static_cast<unsigned char>(xml[i]);
+        std::size_t length = 1;
+        if (!literalUntil.empty() && rest.starts_with(literalUntil))
+            literalUntil = {};
+        else if (literalUntil.empty() && character == '<')
+            literalUntil = rest.starts_with("<![CDATA[") ? "]]>" : rest.starts_with("<!--") ? "-->" : "";
+        else if (literalUntil.empty() && character == '&')
+            length = std::max<std::size_t>(1, lengthOfReference(rest, character));
+        else if (rest.starts_with("\xEF\xBF\xBE") || rest.starts_with("\xEF\xBF\xBF"))
+        {
+            character = 0xFFFF;
+            length = 3;
+        }
+        line += xml[i] == '\n' ? 1 : 0;
+        if (isCharacter(character))
+        {
+            if (end != i)
+                std::copy_n(xml.begin() + static_cast<std::ptrdiff_t>(i), length,
+                            xml.begin() + static_cast<std::ptrdiff_t>(end));
+            end += length;
+        }
+        else
+        {
+            lines.push_back(line);
+            xml[end++] = ' ';
+        }
+        i += length;
+    }
+    xml.resize(end);
+    return lines;
 }
 
 bool ParsedXml::parse(XmlFault& fault)
@@ -924,6 +986,30 @@ void Filling::writeLeaf(const Entry& entry)
 void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items, const Series& series)
 {
     Filling(out, form, plain, items, series).write();
+}
+
+std::string outsideOf(const pugi::xml_document& document)
+{
+    std::string text;
+    const auto add = [&](const char* name, pugi::xml_node first, pugi::xml_node end)
+    {
+        std::string part;
+        for (pugi::xml_node each = first; each && each != end; each = each.next_sibling())
+            if (each.type() == pugi::node_comment || each.type() == pugi::node_pi)
+                print(part, each);
+        if (!part.empty())
+            text.append("<").append(name).append(">").append(part).append("</").append(name).append(">");
+    };
+    const pugi::xml_node element = document.document_element();
+    add(frontName, document.first_child(), element);
+    add(rearName, element.next_sibling(), {});
+    return text;
+}
+
+void writeOutside(Output& out, pugi::xml_node part)
+{
+    for (const pugi::xml_node each : part.children())
+        writeVerbatim(out, each, {}, "");
 }
 
 } // namespace interchange::xmeml

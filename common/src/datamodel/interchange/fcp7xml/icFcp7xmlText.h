@@ -46,6 +46,9 @@ struct XmlFault
     std::string what;
 };
 
+/// Puts blanks for characters that XML has no place for, themselves or as references (&#0;). The line of each.
+std::vector<std::uint32_t> blankNoCharacters(std::string& xml);
+
 /// A file's bytes, parsed in place.
 class ParsedXml
 {
@@ -173,5 +176,12 @@ std::string formOf(pugi::xml_node element, pugi::xml_node plain, const NodeSet& 
 using WriteItems = std::function<void(Output&, std::string_view parent, pugi::xml_node place)>;
 /// Writes what the form and the plain element say together; `form` may be null.
 void fill(Output& out, pugi::xml_node form, pugi::xml_node plain, const WriteItems& items, const Series& series = {});
+
+/// What stands in front of a document's element and behind it, comments and instructions, as parts of its form.
+std::string outsideOf(const pugi::xml_document& document);
+inline constexpr const char* frontName = "our:front";
+inline constexpr const char* rearName = "our:rear";
+/// Writes such a part.
+void writeOutside(Output& out, pugi::xml_node part);
 
 } // namespace interchange::xmeml

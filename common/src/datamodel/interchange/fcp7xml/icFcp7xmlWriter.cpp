@@ -177,6 +177,7 @@ bool Writer::write()
     std::size_t next = 0;
     _out.line(R"(<?xml version="1.0" encoding="UTF-8"?>)");
     _out.line("<!DOCTYPE xmeml>");
+    writeOutside(_out, form.root().child(frontName));
     fill(_out, form.root(), plain,
          [&](Output&, std::string_view, pugi::xml_node place)
          {
@@ -192,6 +193,7 @@ bool Writer::write()
              for (; next < end; ++next)
                  sequence(*_cut.top()[next]);
          });
+    writeOutside(_out, form.root().child(rearName));
     return _out.flush() && !_report.hasErrors();
 }
 
