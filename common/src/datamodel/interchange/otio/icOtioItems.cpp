@@ -228,7 +228,14 @@ void Items::setMode(DM::FrameCodeModes fcm)
     _fcm = fcm;
     DmString(DM::FcmUtil::getFCMString(fcm)).swap(_fcmText);
     _fps = DM::FcmUtil::getDoubleFPS(fcm);
+    _rate = _fps;
     _isExact = isOfMode(_fps);
+}
+
+void Items::setRate(double rate)
+{
+    if (rate > 0 && isOfMode(rate))
+        _rate = rate;
 }
 
 bool Items::isOfMode(double fps) const
@@ -246,6 +253,8 @@ void Items::came(const DmTreeNode& node, const Value& object)
 {
     if (_report)
         _report->became(&object, node);
+    if (!_expected.empty())
+        std::erase_if(_expected, [&object](const auto& each) { return each.second == &object; });
     if (_tellsPlaces && _report && _source)
         _report->came(node, _source->lineOf(object));
 }
@@ -256,6 +265,7 @@ void Items::mistake(const Value* object, std::string what, std::string_view choi
     {
         _report->mistake(lineOf(object), std::move(what), choice);
         _report->expect(object);
+        _expected.emplace_back(findings() - 1, object);
     }
 }
 
@@ -265,6 +275,7 @@ void Items::add(Report::Level level, const Value* object, std::string what)
     {
         _report->add(level, lineOf(object), std::move(what));
         _report->expect(object);
+        _expected.emplace_back(findings() - 1, object);
     }
 }
 
@@ -272,6 +283,12 @@ void Items::about(std::size_t from, const DmTreeNode& node)
 {
     if (_report)
         _report->about(from, node);
+    std::erase_if(_expected, [from](const auto& each) { return each.first >= from; });
+}
+
+bool Items::isExpecting(std::size_t from) const
+{
+    return std::ranges::any_of(_expected, [from](const auto& each) { return each.first >= from; });
 }
 
 void Items::lose(const Loss& loss, const Value& object)

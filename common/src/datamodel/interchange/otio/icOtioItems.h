@@ -27,6 +27,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace interchange::otio
 {
@@ -92,8 +94,11 @@ public:
     DM::FrameCodeModes fcm() const { return _fcm; }
     const DmString& fcmText() const { return _fcmText; }
     double fps() const { return _fps; }
+    /// How a file says that rate: 23.976 is written for 24000/1001, too. Nothing changes for one of another mode.
+    void setRate(double rate);
+    double rate() const { return _rate; }
     /// Times at that rate are those of the mode.
-    bool isOwnRate(double fps) const { return fps == _fps ? _isExact : isOfMode(fps); }
+    bool isOwnRate(double fps) const { return fps == _fps ? _isExact : fps == _rate || isOfMode(fps); }
 
     // Messages
 
@@ -105,6 +110,8 @@ public:
     void lose(const Loss& loss, const Value& object);
     /// How many findings there are, and: those from there on are about the node.
     std::size_t findings() const { return _report ? _report->size() : 0; }
+    /// Whether one from there on waits for the node that is made of its object.
+    bool isExpecting(std::size_t from) const;
     void about(std::size_t from, const DmTreeNode& node);
     /// Says what conversions between rates have cost.
     void reportWarnings();
@@ -166,11 +173,13 @@ private:
     DM::FrameCodeModes _fcm = DM::FCM_NOT_DEFINED;
     DmString _fcmText;
     double _fps = 0;
+    double _rate = 0;
     bool _isExact = false; ///< that rate is the mode's
     bool _isSound = false;
     bool _tellsPlaces = false;
     Report* _report;
     const ParsedText* _source;
+    std::vector<std::pair<std::size_t, const Value*>> _expected; ///< findings, and what they are about
     std::size_t _moved = 0;
     double _furthest = 0; ///< in frames
     double _longest = 0;  ///< in seconds

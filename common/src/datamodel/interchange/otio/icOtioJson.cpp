@@ -166,8 +166,7 @@ bool ParsedText::parse(json::Document& document, JsonFault& fault)
 bool ParsedText::parseApart(json::Document& document, std::vector<ListApart>& apart) const
 {
     const std::string_view text = _text;
-    return parseQuickly(document, text.substr(text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0), &apart) &&
-           !apart.empty();
+    return parseQuickly(document, text.substr(text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0), &apart);
 }
 
 std::uint32_t ParsedText::lineAt(std::size_t offset) const

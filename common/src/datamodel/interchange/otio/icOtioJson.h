@@ -76,7 +76,8 @@ public:
     }
 
     bool parse(json::Document& document, JsonFault& fault);
-    /// The same without the children of a timeline's tracks. False for a text that must be parsed as a whole.
+    /// The same without the children of a timeline's tracks, those that can be told apart. False for a text that is not
+    /// parsed quickly.
     bool parseApart(json::Document& document, std::vector<ListApart>& apart) const;
     const char* end() const { return _text.data() + _text.size(); }
     /// From 1 on; 0 for what is no object with members.

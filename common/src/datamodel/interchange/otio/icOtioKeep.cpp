@@ -173,7 +173,7 @@ std::vector<Note> Keep::take(DmTreeNode& node, const Value& object, const Value*
 
 bool Keep::keepUsual(DmSourceNode& node, const Value& object, Trim trim, const std::vector<Note>& notes)
 {
-    const std::optional<std::string> leftover = usualLeftover(object, node, trim, notes, _items.fps());
+    const std::optional<std::string> leftover = usualLeftover(object, node, trim, notes, _items);
     if (leftover && !leftover->empty())
         static_cast<void>(setLeftover(node, leftoverType, *leftover)); // a host's set may end the chain
     return leftover.has_value();

@@ -121,6 +121,8 @@ Form Form::fromValue(const Value& value, Allocator& allocator)
     form.key = textOf(&value, "key");
     form.isSingle = isTrue("single");
     form.isImplied = isTrue("implied");
+    if (const Value* const rate = member(&value, "rate"); rate && rate->IsNumber())
+        form.rate = rate->GetDouble();
     if (const Value* const whole = member(&value, "whole"); whole && whole->IsObject())
         form.wholeValue = Value(*whole, allocator);
     return form;
@@ -145,6 +147,8 @@ Value Form::toValue(Allocator& allocator) const
         add("single", Value(true));
     if (isImplied)
         add("implied", Value(true));
+    if (rate != 0)
+        add("rate", Value(rate));
     if (wholeValue)
         add("whole", Value(*wholeValue, allocator));
     return value;
@@ -232,12 +236,12 @@ std::string_view Parts::nameOf(const DmTreeNode& node) const
 
 void Parts::time(Listener& to, const char* name, double frames) const
 {
-    to.time(name, _items.fps(), frames);
+    to.time(name, _items.rate(), frames);
 }
 
 void Parts::range(Listener& to, const char* name, Items::Range range) const
 {
-    to.range(name, _items.fps(), range.start, range.length);
+    to.range(name, _items.rate(), range.start, range.length);
 }
 
 // Objects
@@ -510,7 +514,7 @@ void Parts::sequence(Listener& to, const DmSourceInfo& info) const
     to.name("frame_step");
     to.integer(std::int64_t{1});
     to.name("rate");
-    to.number(_items.fps());
+    to.number(_items.rate());
     to.name("missing_frame_policy");
     to.text("error");
 }

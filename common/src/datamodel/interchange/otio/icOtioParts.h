@@ -37,6 +37,7 @@ struct Form
     std::string key;                 ///< of the media reference that plays; empty: "DEFAULT_MEDIA"
     bool isSingle = false;           ///< a clip with one media reference, as old files have it
     bool isImplied = false;          ///< the file has no object for the node, its only child stands there instead
+    double rate = 0;                 ///< of a composition's times, as its file says it; 0: as the mode has it
     std::optional<Value> wholeValue; ///< an object that is nothing we know, kept as it is
 
     static Form of(const Value& object, eDmTreeNodeClassId kind);

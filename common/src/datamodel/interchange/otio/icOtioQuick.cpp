@@ -14,6 +14,7 @@
 #include <bit>
 #include <cstring>
 #include <emmintrin.h>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -233,8 +234,8 @@ bool QuickParser::number()
 {
     constexpr std::array<double, 16> powers{1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                             1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-    constexpr std::ptrdiff_t mostOfInteger = 18;
-    constexpr std::ptrdiff_t mostOfDouble = 15; ///< up to there a quotient of two doubles is the nearest one
+    constexpr std::ptrdiff_t mostOfInteger = 19; ///< 64 bits without a sign hold all of them
+    constexpr std::ptrdiff_t mostOfDouble = 15;  ///< up to there a quotient of two doubles is the nearest one
     const char* const begin = _at;
     const bool isNegative = *_at == '-';
     _at += isNegative ? 1 : 0;
@@ -249,7 +250,12 @@ bool QuickParser::number()
     if (isInteger && isNegative && figures == 0)
         return _to.Double(-0.0);
     if (isInteger)
-        return _to.Int64(isNegative ? -static_cast<std::int64_t>(figures) : static_cast<std::int64_t>(figures));
+    {
+        constexpr std::uint64_t most = std::numeric_limits<std::int64_t>::max();
+        if (figures <= most)
+            return _to.Int64(isNegative ? -static_cast<std::int64_t>(figures) : static_cast<std::int64_t>(figures));
+        return !isNegative && _to.Uint64(figures);
+    }
     std::ptrdiff_t places = 0;
     if (*_at == '.')
     {

@@ -45,7 +45,7 @@ private:
     bool isBlob(const DmTreeNode& node, const Value& difference) const;
     bool comesBack(const DmString& text);
     /// Times at the rate of the composition come back as they are.
-    bool isExact() const { return _items.isOwnRate(_items.fps()); }
+    bool isExact() const { return _items.isOwnRate(_items.rate()); }
 
     Items& _items;
     std::array<Fresh, 3> _fresh;

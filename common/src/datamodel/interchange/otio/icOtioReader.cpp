@@ -108,6 +108,15 @@ bool saysNothingElse(const Value& gap)
     return true;
 }
 
+/// Whether a timeline has sound tracks only, whose rates tell no mode.
+bool isSoundOnly(const Value& top)
+{
+    const Value* const tracks = arrayOf(member(&top, "tracks"), "children");
+    return tracks && std::all_of(tracks->Begin(), tracks->End(),
+                                 [](const Value& track)
+                                 { return isTrack(schemaOf(&track)) && textOf(&track, "kind") == "Audio"; });
+}
+
 class Maker
 {
 public:
@@ -277,10 +286,13 @@ void Maker::addComposition(DmCollectionNode& to, const Value& collection, const 
 bool Maker::chooseMode(const Value& top)
 {
     _items.setMode(_fcm != DM::FCM_NOT_DEFINED ? _fcm : DM::FCM_24);
-    if (_fcm != DM::FCM_NOT_DEFINED)
-        return true;
     const Value* const startRate = member(member(&top, "global_start_time"), "rate");
     const double start = startRate && startRate->IsNumber() ? startRate->GetDouble() : 0;
+    if (_fcm != DM::FCM_NOT_DEFINED)
+    {
+        _items.setRate(start);
+        return true;
+    }
     PlayedRates played(top);
     if (!_apart.empty())
     {
@@ -288,7 +300,7 @@ bool Maker::chooseMode(const Value& top)
         guessRate(played, top);
     }
     double rate = played.most(start).first;
-    if (!_apart.empty() && rate == 0)
+    if (!_apart.empty() && rate == 0 && !isSoundOnly(top))
         throw NotInPieces();
     _guessed = rate;
     if (rate == 0 && played.seconds().empty() && DM::FcmUtil::FPStoFCM(start, false) != DM::FCM_NOT_DEFINED)
@@ -313,6 +325,7 @@ bool Maker::chooseMode(const Value& top)
     else
         _items.add(Report::Notice, &top,
                    "no times, so the frame-code mode is taken to be '24 fps' (--fcm names another)");
+    _items.setRate(rate);
     return true;
 }
 
@@ -381,6 +394,7 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
                        "an empty composition stands for it");
     }
     confirmRate();
+    form.rate = _items.rate() == _items.fps() ? 0 : _items.rate();
     require(node->setCompLength(length));
     const Value nothing(json::kObjectType);
     _keep.take(*node, form.isImplied || form.wholeValue ? nothing : top, own);
@@ -619,7 +633,7 @@ void Maker::placeChildren(Stage& to, DmLayerNode& layer, const Value& track, eDm
         {
             const std::size_t before = _items.findings();
             add([&] { addChild(to, waiting, track, *apart, mediaType); });
-            if (_items.findings() != before)
+            if (_items.isExpecting(before))
                 apart->keep();
         }
     }
@@ -656,7 +670,7 @@ bool Maker::addKnown(Entries& entries, const KnownClip& clip, eDmTreeMediaType m
     if (!node)
         return false;
     if (_played && mediaType != DM_MEDIA_AUDIO)
-        _played->add(_items.fps(), clip.facts.length);
+        _played->add(_items.rate(), clip.facts.length);
     Entry& entry = entries.emplace_back();
     entry.segment = std::move(node);
     entry.leftover = std::move(leftover);
@@ -715,6 +729,7 @@ void Maker::finish(Stage& to, DmSegmentNode& node, const Value& item, const Entr
 CoSharedPtr<DmSegmentNode> Maker::container(const Value& item, eDmTreeMediaType mediaType)
 {
     const DM::FrameCodeModes outer = _items.fcm();
+    const double rate = _items.rate();
     const Value* const own = ownOf(&item);
     const DM::FrameCodeModes named = own ? dmFcmFromText(toDmString(textOf(own, "mode"))) : DM::FCM_NOT_DEFINED;
     if (named != DM::FCM_NOT_DEFINED)
@@ -737,6 +752,7 @@ CoSharedPtr<DmSegmentNode> Maker::container(const Value& item, eDmTreeMediaType 
     if (const Value* const ofInside = own ? member(own, "inside") : nullptr)
         _keep.take(*inside, Value(json::kObjectType), ofInside);
     _items.setMode(outer);
+    _items.setRate(rate);
     _items.setMediaType(mediaType);
     return contain(inside, item, named == DM::FCM_NOT_DEFINED ? length : seconds * _items.fps(), mediaType);
 }
@@ -868,12 +884,9 @@ void Maker::place(Stage& to, DmLayerNode& layer, Entry& entry, eDmTreeMediaType 
 }
 
 /// Track by track and clip by clip, as nearly every file is read; null for one that must be parsed as a whole.
-CoSharedPtr<DmRoot> readInPieces(const ParsedText& text, DM::FrameCodeModes fcm, Report& report)
+CoSharedPtr<DmRoot> readInPieces(const ParsedText& text, const json::Document& document,
+                                 const std::vector<ListApart>& apart, DM::FrameCodeModes fcm, Report& report)
 {
-    json::Document document;
-    std::vector<ListApart> apart;
-    if (!text.parseApart(document, apart))
-        return {};
     const Report before = report;
     try
     {
@@ -906,11 +919,20 @@ CoSharedPtr<DmRoot> withoutErrors(const CoSharedPtr<DmRoot>& root, Report& repor
 CoSharedPtr<DmRoot> read(std::string bytes, DM::FrameCodeModes fcm, Report& report, bool places)
 {
     ParsedText text(std::move(bytes));
-    if (CoSharedPtr<DmRoot> root = places ? CoSharedPtr<DmRoot>() : readInPieces(text, fcm, report))
-        return withoutErrors(root, report);
     json::Document document;
+    std::vector<ListApart> apart;
+    bool isWhole = false;
+    if (!places && text.parseApart(document, apart))
+    {
+        isWhole = apart.empty();
+        if (CoSharedPtr<DmRoot> root =
+                isWhole ? CoSharedPtr<DmRoot>() : readInPieces(text, document, apart, fcm, report))
+            return withoutErrors(root, report);
+    }
+    if (!isWhole)
+        json::Document().Swap(document);
     JsonFault fault;
-    if (!text.parse(document, fault))
+    if (!isWhole && !text.parse(document, fault))
     {
         report.add(Report::Error, text.lineAt(fault.offset), fault.what);
         return {};

@@ -45,14 +45,14 @@ bool isEmptyList(const Value* value)
     return value && value->IsArray() && value->Empty();
 }
 
-bool isRangeOf(const Value* value, Items::Range range, double fps)
+bool isRangeOf(const Value* value, Items::Range range, double rate)
 {
     if (!value || !value->IsObject() || value->MemberCount() != membersOfRange ||
         !isText(memberOrNull(*value, schemaKey), "TimeRange.1"))
         return false;
     const Value* const start = memberOrNull(*value, "start_time");
     const Value* const length = memberOrNull(*value, "duration");
-    return start && length && isTimeOf(*start, fps, range.start) && isTimeOf(*length, fps, range.length);
+    return start && length && isTimeOf(*start, rate, range.start) && isTimeOf(*length, rate, range.length);
 }
 
 /// Of most paths the URL is what stands behind "file://", as it stands.
@@ -76,7 +76,7 @@ bool isUrlOf(const Value* value, const DmString& path)
 }
 
 bool isReferenceOf(const Value& reference, const DmSourceNode::MediaInput& input, const DmSourceInfo& info,
-                   Items::Range material, double fps)
+                   Items::Range material, double rate)
 {
     const std::string_view schema = referenceSchema(input);
     const bool isFile = schema == "ExternalReference.1";
@@ -91,7 +91,7 @@ bool isReferenceOf(const Value& reference, const DmSourceNode::MediaInput& input
         return false;
     const Value* const said = memberOrNull(reference, "available_range");
     const std::optional<Items::Range> available = availableRangeOf(input, material);
-    return available ? isRangeOf(said, *available, fps) : said && said->IsNull();
+    return available ? isRangeOf(said, *available, rate) : said && said->IsNull();
 }
 
 /// Whether no name stands among the members of metadata twice, and none that is more than metadata.
@@ -202,7 +202,7 @@ std::optional<std::string> leftoverOf(const Value& metadata, Shown shown)
 } // namespace
 
 std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& node, Trim trim,
-                                         const std::vector<Note>& notes, double fps)
+                                         const std::vector<Note>& notes, const Items& items)
 {
     const auto* const input = as<DmSourceNode::MediaInput>(node.getSrcInput());
     const DmSourceInfo* const info = input ? input->getSrcInfo() : nullptr;
@@ -214,7 +214,7 @@ std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& 
         !references->IsObject() || references->MemberCount() != 1 || clip.MemberCount() != membersOfClip ||
         !isUsualMetadata(*metadata) || shown == Shown::Some)
         return std::nullopt;
-    const Items::Range material = materialOf(*input, fps);
+    const Items::Range material = materialOf(*input, items.fps());
     const Items::Range played = sourceRangeOf(node, trim, node.getRecLength(), material.start, 1);
     const auto& reference = *references->MemberBegin();
     const bool isUsual = isText(memberOrNull(clip, schemaKey), "Clip.2") &&
@@ -223,8 +223,8 @@ std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& 
                          !(node.getName() == L"untitled") &&
                          isText(memberOrNull(clip, "active_media_reference_key"), "DEFAULT_MEDIA") &&
                          text(&reference.name) == "DEFAULT_MEDIA" && reference.value.IsObject() &&
-                         isRangeOf(memberOrNull(clip, "source_range"), played, fps) &&
-                         isReferenceOf(reference.value, *input, *info, material, fps);
+                         isRangeOf(memberOrNull(clip, "source_range"), played, items.rate()) &&
+                         isReferenceOf(reference.value, *input, *info, material, items.rate());
     return isUsual ? leftoverOf(*metadata, shown) : std::nullopt;
 }
 

@@ -19,9 +19,9 @@ namespace interchange::otio
 {
 
 /// The leftover, empty for nothing; none where the clip is not a usual one. `node`: as it was read, with nothing of our
-/// own; `notes`: those among its metadata; `fps`: of the composition.
+/// own; `notes`: those among its metadata; `items`: what made the node.
 std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& node, Trim trim,
-                                         const std::vector<Note>& notes, double fps);
+                                         const std::vector<Note>& notes, const Items& items);
 /// That of a clip which is a usual one, if its metadata are.
 std::optional<std::string> usualLeftover(const Value& metadata, const std::vector<Note>& notes);
 

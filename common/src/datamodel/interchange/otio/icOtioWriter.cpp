@@ -273,6 +273,7 @@ void Maker::composition(const DmCompositionNode& node, const DmRoot* root)
         return;
     Value difference;
     const Form form = _keep.formOf(node, difference);
+    _items.setRate(form.rate);
     if (form.wholeValue && node.getNbChildren() == 0)
         return _out.value(*form.wholeValue);
     const bool isStack = form.schema == "Stack" && node.getStartTC() == 0;
@@ -572,7 +573,9 @@ void Maker::container(const DmContainerNode& node, Value object, Value own, cons
     const DM::FrameCodeModes mode = modeOf(*nested) == DM::FCM_NOT_DEFINED ? outer : modeOf(*nested);
     if (mode != outer)
         add(own, "mode", _parts.string(DM::FcmUtil::getFCMString(mode)));
-    _items.setMode(mode);
+    const double rate = _items.rate();
+    if (mode != outer)
+        _items.setMode(mode);
     Stage stage{*nested, originOf(*nested), {}, {}, mode};
     if (stage.origin != 0)
         add(own, "recordStart", Value(stage.origin));
@@ -605,6 +608,7 @@ void Maker::container(const DmContainerNode& node, Value object, Value own, cons
           });
     --_depth;
     _items.setMode(outer);
+    _items.setRate(rate);
 }
 
 } // namespace
