@@ -113,6 +113,12 @@ bool isTimewarp(const Value& effect)
     return schema == "LinearTimeWarp" || schema == "FreezeFrame";
 }
 
+std::size_t countOfTimewarps(const Value* item)
+{
+    const Value* const effects = arrayOf(item, "effects");
+    return effects ? static_cast<std::size_t>(std::count_if(effects->Begin(), effects->End(), isTimewarp)) : 0;
+}
+
 std::optional<double> speedOf(const Value& item)
 {
     const Value* const effects = arrayOf(&item, "effects");
@@ -475,9 +481,29 @@ CoSharedPtr<DmTrackNode> Items::track(const Value& object, eDmTreeMediaType medi
     return node;
 }
 
+double Items::lengthOf(const Value& item)
+{
+    const std::string_view schema = schemaOf(&item);
+    const Value* played = member(&item, "source_range");
+    if (!played)
+        played = member(mediaOf(item), "available_range");
+    if (const std::optional<Range> found = range(played))
+        return found->length;
+    double length = 0;
+    if (const Value* const children = arrayOf(&item, "children"))
+        for (const Value& child : children->GetArray())
+            if (child.IsObject() && schemaOf(&child) != "Transition")
+                length = schema == "Stack" ? std::max(length, lengthOf(child)) : length + lengthOf(child);
+    return length;
+}
+
 CoSharedPtr<DmSegmentNode> Items::gap(const Value& item, eDmTreeMediaType mediaType)
 {
-    const Range played = range(member(&item, "source_range")).value_or(Range{0, 0});
+    const std::string_view schema = schemaOf(&item);
+    const bool isGap = schema == "Gap" || schema == "Filler";
+    Range played = range(member(&item, "source_range")).value_or(Range{0, 0});
+    if (played.length == 0 && !isGap)
+        played.length = lengthOf(item);
     const auto node = orBadAlloc(DmGapNode::create(mediaType, 0, played.length));
     require(node->setRelIn(played.start));
     addEffectsAndMarks(*node, item, 0);
@@ -600,6 +626,8 @@ CoSharedPtr<DmEffectSettings> Items::timewarp(const Value& item, eDmTreeMediaTyp
     const std::optional<double> speed = speedOf(item);
     if (!speed)
         return {};
+    if (countOfTimewarps(&item) > 1)
+        warn(&item, "more than one timewarp: it plays at the speed of the first");
     if (mediaType == DM_MEDIA_VIDEO)
     {
         const auto warp = orBadAlloc(DmVTimewarpSettings::create());

@@ -74,6 +74,8 @@ std::string_view mediaKey(const Value& clip);
 const Value* mediaOf(const Value& clip);
 bool isCollection(const Value& object);
 bool isTimewarp(const Value& effect);
+/// How many of an item's effects are timewarps.
+std::size_t countOfTimewarps(const Value* item);
 /// The speed that the first timewarp plays at; none without one.
 std::optional<double> speedOf(const Value& item);
 /// That of a constant timewarp; none of any other effect, or of null.
@@ -143,6 +145,7 @@ public:
     /// `recordStart`: what its marks count from, where that is not the start.
     CoSharedPtr<DmCompositionNode> composition(const Value& object, std::optional<double> recordStart = {});
     static CoSharedPtr<DmTrackNode> track(const Value& object, eDmTreeMediaType mediaType, int number);
+    /// For an item of another schema, too, that nothing is made of.
     CoSharedPtr<DmSegmentNode> gap(const Value& item, eDmTreeMediaType mediaType);
     CoSharedPtr<DmContainerNode> container(const Value& item, const CoSharedPtr<DmCompositionNode>& inside,
                                            double length, eDmTreeMediaType mediaType);
@@ -159,6 +162,8 @@ public:
 
 private:
     bool isOfMode(double fps) const;
+    /// What an item plays for that nothing is made of.
+    double lengthOf(const Value& item);
     std::uint32_t lineOf(const Value* object) const;
     Extent clipExtent(const Value& clip, const Value* media);
     CoSharedPtr<DmSourceNode::Input> input(const Value& clip, const Value* media, const Extent& extent,

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace interchange::otio
@@ -32,12 +34,39 @@ void put(Value& patch, const char* part, const Value& name, Value value, Allocat
     patch[part].AddMember(Value(name, allocator), value, allocator);
 }
 
+/// Which members of an object count: of those of one name the first. Few are looked through, more are kept by name.
+class Names
+{
+public:
+    explicit Names(const Value& object)
+        : _object(object)
+        , _areFew(object.MemberCount() <= few)
+    {
+        for (auto each = object.MemberBegin(); !_areFew && each != object.MemberEnd(); ++each)
+            _first.try_emplace(text(&each->name), each);
+    }
+    Value::ConstMemberIterator find(const Value& name) const
+    {
+        if (_areFew)
+            return _object.FindMember(name);
+        const auto found = _first.find(text(&name));
+        return found == _first.end() ? _object.MemberEnd() : found->second;
+    }
+
+private:
+    static constexpr json::SizeType few = 32;
+
+    const Value& _object;
+    const bool _areFew;
+    std::unordered_map<std::string_view, Value::ConstMemberIterator> _first;
+};
+
 /// Looks first where the member stands in an object that has its members in the same order.
-Value::ConstMemberIterator find(const Value& object, const Value& name, json::SizeType hint)
+Value::ConstMemberIterator find(const Value& object, const Names& names, const Value& name, json::SizeType hint)
 {
     if (hint < object.MemberCount() && (object.MemberBegin() + static_cast<std::ptrdiff_t>(hint))->name == name)
         return object.MemberBegin() + static_cast<std::ptrdiff_t>(hint);
-    return object.FindMember(name);
+    return names.find(name);
 }
 
 /// Whether one can stand for the other: a freeze may be a timewarp of no speed.
@@ -136,14 +165,16 @@ bool isTime(const Value& value)
 Value differenceOf(const Value& ours, const Value& theirs, Allocator& allocator, bool leavesChildren)
 {
     Value patch;
+    const Names namesOfOurs(ours);
+    const Names namesOfTheirs(theirs);
     json::SizeType hint = 0;
     for (auto each = theirs.MemberBegin(); each != theirs.MemberEnd(); ++each, ++hint)
     {
         const std::string_view name = text(&each->name);
         if ((leavesChildren && name == "children" && each->value.IsArray()) || name == ownKey ||
-            theirs.FindMember(each->name) != each)
+            namesOfTheirs.find(each->name) != each)
             continue;
-        const auto own = find(ours, each->name, hint);
+        const auto own = find(ours, namesOfOurs, each->name, hint);
         if (own == ours.MemberEnd())
         {
             put(patch, "added", each->name, Value(each->value, allocator), allocator);
@@ -169,7 +200,7 @@ Value differenceOf(const Value& ours, const Value& theirs, Allocator& allocator,
     }
     hint = 0;
     for (auto own = ours.MemberBegin(); own != ours.MemberEnd(); ++own, ++hint)
-        if (find(theirs, own->name, hint) == theirs.MemberEnd())
+        if (find(theirs, namesOfTheirs, own->name, hint) == theirs.MemberEnd())
             put(patch, "missing", own->name, Value(own->value, allocator), allocator);
     return patch;
 }
@@ -212,9 +243,18 @@ void applyDifference(Value& ours, const Value& difference, Allocator& allocator,
             if (const auto own = ours.FindMember(each.name); own != ours.MemberEnd() && own->value == each.value)
                 ours.EraseMember(own);
     if (const Value* const added = part("added"))
-        for (const auto& each : added->GetObject())
-            if (!ours.HasMember(each.name))
-                ours.AddMember(Value(each.name, allocator), Value(each.value, allocator), allocator);
+    {
+        const auto count = static_cast<std::ptrdiff_t>(ours.MemberCount());
+        const auto isThere = [&ours, count](const Value& name)
+        {
+            const auto begin = ours.MemberBegin();
+            return std::any_of(begin, begin + count, [&name](const auto& own) { return own.name == name; });
+        };
+        const Names names(*added);
+        for (auto each = added->MemberBegin(); each != added->MemberEnd(); ++each)
+            if (!isThere(each->name) && names.find(each->name) == each)
+                ours.AddMember(Value(each->name, allocator), Value(each->value, allocator), allocator);
+    }
 }
 
 } // namespace interchange::otio

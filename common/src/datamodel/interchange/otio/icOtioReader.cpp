@@ -174,8 +174,6 @@ private:
     bool addKnown(Entries& entries, const KnownClip& clip, eDmTreeMediaType mediaType);
     void finishKnown(Stage& to, DmSegmentNode& node, Entry& entry);
     CoSharedPtr<DmSegmentNode> segment(const Value& item, eDmTreeMediaType mediaType);
-    /// What an item plays for that nothing is made of.
-    double lengthOf(const Value& item) const;
     CoSharedPtr<DmSegmentNode> container(const Value& item, eDmTreeMediaType mediaType);
     CoSharedPtr<DmCompositionNode> inside(const Value& item) const;
     CoSharedPtr<DmSegmentNode> contain(const CoSharedPtr<DmCompositionNode>& inside, const Value& item, double length,
@@ -378,6 +376,10 @@ CoSharedPtr<DmCompositionNode> Maker::composition(const Value& top)
         length = addTracks(stage, stack, DM_MEDIA_VIDEO);
         if (member(stack, "source_range"))
             _items.warn(stack, "the outermost stack has a source range: it is laid out whole");
+        if (const Value* const enabled = member(stack, "enabled"); enabled && enabled->IsFalse())
+            _items.warn(stack, "the outermost stack is disabled: it plays nevertheless");
+        if (countOfTimewarps(stack) != 0)
+            _items.warn(stack, "the outermost stack has a timewarp: it plays at normal speed");
     }
     else if (isTrack(schema) || schema == "Clip" || schema == "Gap")
     {
@@ -500,6 +502,8 @@ double Maker::layOut(Stage& to, const Value* object, eDmTreeMediaType mediaType,
     const int number = ++to.tracks[static_cast<std::size_t>(mediaType)];
     const Value nothing(json::kObjectType);
     const auto track = _items.track(object ? *object : nothing, mediaType, number);
+    if (countOfTimewarps(object) != 0)
+        _items.warn(object, "a track has a timewarp: it plays at normal speed");
     track->addChild(layer(to, object, mediaType, entries, children));
     const double end = _at;
     Form form;
@@ -558,22 +562,6 @@ void Maker::addEntry(Entries& entries, const Value& track, const Value& object, 
     entries.push_back({&object, {}, {}, false, std::max(0.0, in), std::max(0.0, out)});
 }
 
-double Maker::lengthOf(const Value& item) const
-{
-    const std::string_view schema = schemaOf(&item);
-    const Value* played = member(&item, "source_range");
-    if (!played && schema == "Clip")
-        played = member(mediaOf(item), "available_range");
-    if (const std::optional<Items::Range> range = _items.range(played))
-        return range->length;
-    double length = 0;
-    if (const Value* const children = arrayOf(&item, "children"))
-        for (const Value& child : children->GetArray())
-            if (child.IsObject() && schemaOf(&child) != "Transition")
-                length = schema == "Stack" ? std::max(length, lengthOf(child)) : length + lengthOf(child);
-    return length;
-}
-
 CoSharedPtr<DmSegmentNode> Maker::segment(const Value& item, eDmTreeMediaType mediaType)
 {
     const std::string_view schema = schemaOf(&item);
@@ -586,10 +574,7 @@ CoSharedPtr<DmSegmentNode> Maker::segment(const Value& item, eDmTreeMediaType me
         _items.lose(otherSchema, item);
     if (schema == "Clip")
         return _items.clip(item, mediaType);
-    const CoSharedPtr<DmSegmentNode> gap = _items.gap(item, mediaType);
-    if (isNested && gap->getRecLength() == 0)
-        require(gap->setRecLength(lengthOf(item)));
-    return gap;
+    return _items.gap(item, mediaType);
 }
 
 const ListApart* Maker::apartOf(const Value& object) const
