@@ -113,8 +113,8 @@ TEST(Ale, ComesBackRowForRow)
         // Columns that two names, or the same name, are for; a name in front of which an asterisk stands; trailing tabs
         head + "Column\nTape\tReel\tStart\tEnd\tX\tX\t*cells\t\nData\n\tR\t1:00:00:00\t01.00.01.00\ta\tb\tc\t\n"
                "T\tR\t01:00:00:00\t01:00:01:00\ta\ta\t2\td\n",
-        // Times that are written otherwise, a length that does not fit, only a length, sound
-        head + "Column\nStart\tEnd\tDuration\tTracks\nData\n01:00:00:00\t01:00:01:00\t00:00:09:00\tA1-4\n"
+        // Times that are written otherwise, only a length, sound
+        head + "Column\nStart\tEnd\tDuration\tTracks\nData\n01:00:00:00\t01:00:01:00\t0:00:01:00\tA1-4\n"
                "01:00:00:00\t\t00:00:09:00\tV1\n23:59:59:00\t00:00:01:00\t2:00\tD\n01:00:00:00\t01:00:00:00\t0\tV\n",
         // Looks in their spellings
         head + "Column\nStart\tEnd\tASC_SOP\tASC_SAT\tCDL\nData\n"

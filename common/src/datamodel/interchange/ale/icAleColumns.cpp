@@ -210,6 +210,8 @@ eDmErrorId Kept::keepOn(DmTreeNode& node) const
         add(moreKey, more);
     if (end)
         add(endKey, nameOfEnd(*end));
+    if (!text.empty())
+        text.pop_back(); // as documents have it
     return setLeftover(node, leftoverType, text);
 }
 

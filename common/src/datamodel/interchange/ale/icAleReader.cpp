@@ -18,6 +18,7 @@
 #include <array>
 #include <cmath>
 #include <numeric>
+#include <utility>
 
 namespace interchange
 {
@@ -57,7 +58,17 @@ public:
 
 private:
     bool chooseMode(std::string_view rows);
-    bool dropsLabels(std::string_view rows) const;
+    /// What the labels of the rows tell of the mode.
+    struct Labels
+    {
+        bool dropsFirst = false; ///< of the first one
+        bool drops = false;      ///< of any
+        int mostFrames = 0;
+    };
+    Labels labelsOf(std::string_view rows) const;
+    DM::FrameCodeModes guess(const Labels& labels) const;
+    /// The row's own: at the rate that it says, dropping labels where its do.
+    DM::FrameCodeModes modeOf(const Facts& facts) const;
     Facts factsOf(const std::vector<std::string_view>& cells) const;
     std::optional<Range> range(const Facts& facts, DM::FrameCodeModes fcm);
     std::optional<std::int64_t> frames(std::string_view label, const char* column, DM::FrameCodeModes fcm);
@@ -129,24 +140,57 @@ CoSharedPtr<DmRoot> Reader::read()
     return _report.hasErrors() ? CoSharedPtr<DmRoot>() : root;
 }
 
-/// Whether a label of the first rows drops frames.
-bool Reader::dropsLabels(std::string_view rows) const
+Reader::Labels Reader::labelsOf(std::string_view rows) const
 {
+    Labels labels;
+    bool isFirst = true;
     while (!rows.empty())
     {
         const std::vector<std::string_view> cells = cellsOf(takeLine(rows).text);
         for (std::size_t i = 0; i < std::min(cells.size(), _roles.size()); ++i)
             if (_roles[i] == Role::Start || _roles[i] == Role::End)
                 if (const std::optional<TimeLabel> label = parseTimeLabel(trimmed(cells[i])))
-                    return label->drop;
+                {
+                    labels.dropsFirst = std::exchange(isFirst, false) ? label->drop : labels.dropsFirst;
+                    labels.drops = labels.drops || label->drop;
+                    labels.mostFrames = std::max(labels.mostFrames, label->frames);
+                }
     }
-    return false;
+    return labels;
+}
+
+/// Where nobody says the rate: that of the picture's format, or else the lowest in which all labels exist.
+DM::FrameCodeModes Reader::guess(const Labels& labels) const
+{
+    const DM::FrameCodeModes ofFormat = startsWithNoCase(_head.format, "PAL")    ? DM::FCM_25
+                                        : startsWithNoCase(_head.format, "NTSC") ? DM::FCM_29_97_NDF
+                                                                                 : DM::FCM_NOT_DEFINED;
+    for (const DM::FrameCodeModes fcm :
+         {ofFormat, DM::FCM_24, DM::FCM_25, DM::FCM_29_97_NDF, DM::FCM_50, DM::FCM_59_94_NDF})
+        if (fcm != DM::FCM_NOT_DEFINED && labels.mostFrames < DM::FcmUtil::getIntFPS(fcm) &&
+            (!labels.drops || DM::FcmUtil::toDrop(fcm) != fcm))
+            return labels.dropsFirst ? DM::FcmUtil::toDrop(fcm) : fcm;
+    return labels.drops ? DM::FCM_29_97_DF : DM::FCM_24;
+}
+
+DM::FrameCodeModes Reader::modeOf(const Facts& facts) const
+{
+    const std::optional<double> rate = toNumber<double>(facts[Role::Rate]);
+    const DM::FrameCodeModes own =
+        rate ? DM::FcmUtil::FPStoFCM(*rate, DM::FcmUtil::isDropFrame(_fcm)) : DM::FCM_NOT_DEFINED;
+    const DM::FrameCodeModes fcm = own == DM::FCM_NOT_DEFINED ? _fcm : own;
+    const std::optional<TimeLabel> start = parseTimeLabel(facts[Role::Start]);
+    if (!start || _options.fcm != DM::FCM_NOT_DEFINED)
+        return fcm;
+    // Where the heading names no more than a rate, the labels say the rest.
+    const bool isOpen = _head.fps.empty() || toNumber<double>(_head.fps);
+    return start->drop ? DM::FcmUtil::toDrop(fcm) : isOpen ? DM::FcmUtil::toNonDrop(fcm) : fcm;
 }
 
 bool Reader::chooseMode(std::string_view rows)
 {
-    const bool drops = dropsLabels(rows);
-    const DM::FrameCodeModes said = _head.mode(drops);
+    const Labels labels = labelsOf(rows);
+    const DM::FrameCodeModes said = _head.mode(labels.dropsFirst);
     _fcm = _options.fcm != DM::FCM_NOT_DEFINED ? _options.fcm : said;
     if (_options.fcm != DM::FCM_NOT_DEFINED && said != DM::FCM_NOT_DEFINED &&
         DM::FcmUtil::toNonDrop(_options.fcm) != DM::FcmUtil::toNonDrop(said))
@@ -160,7 +204,7 @@ bool Reader::chooseMode(std::string_view rows)
                     "no frame-code mode has the rate '" + std::string(_head.fps) + "'; name one with --fcm");
         return false;
     }
-    _fcm = drops ? DM::FCM_29_97_DF : DM::FCM_24;
+    _fcm = guess(labels);
     _report.add(Report::Notice, 0,
                 "no rate in the heading, so the frame-code mode is taken to be '" +
                     std::string(DM::FcmUtil::getFCMString(_fcm)) + "' (--fcm names another)");
@@ -214,6 +258,14 @@ std::optional<Range> Reader::range(const Facts& facts, DM::FrameCodeModes fcm)
     {
         _report.mistake(_line, "End is before Start", "the row is kept as a gap");
         return std::nullopt;
+    }
+    if (said && isInDay(*said, fcm) && framesOf(*said, fcm) != length)
+    {
+        std::string lasts;
+        appendTimeLabel(lasts, length, fcm);
+        _report.add(Report::Warning, _line,
+                    "Duration is " + std::string(facts[Role::Duration]) + ", from Start to End it is " + lasts +
+                        ": that counts");
     }
     return length == 0 ? std::optional<Range>() : Range{*start, length};
 }
@@ -305,10 +357,11 @@ void Reader::row(const Line& line)
 {
     const std::vector<std::string_view> cells = cellsOf(line.text);
     const Facts facts = factsOf(cells);
-    const std::optional<double> rate = toNumber<double>(facts[Role::Rate]);
-    const DM::FrameCodeModes own =
-        rate ? DM::FcmUtil::FPStoFCM(*rate, DM::FcmUtil::isDropFrame(_fcm)) : DM::FCM_NOT_DEFINED;
-    const DM::FrameCodeModes fcm = own == DM::FCM_NOT_DEFINED ? _fcm : own;
+    const DM::FrameCodeModes fcm = modeOf(facts);
+    if (const std::string said(facts[Role::Rate]);
+        !said.empty() && DM::FcmUtil::FPStoFCM(toNumber<double>(said).value_or(0), false) == DM::FCM_NOT_DEFINED)
+        _report.add(Report::Warning, _line,
+                    "FPS is '" + said.substr(0, 40) + "', which no mode has: the row counts as the others");
     const std::string tracks(facts[Role::Tracks]);
     const bool isSound = tracks.find_first_of("Vv") == tracks.npos && tracks.find_first_of("Aa") != tracks.npos;
     CoSharedPtr<DmSegmentNode> node;

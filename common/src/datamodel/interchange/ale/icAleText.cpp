@@ -39,6 +39,8 @@ void readKeys(std::string_view line, Head& head)
             head.fps = words[i + 1];
             head.fpsLine = head.lines;
         }
+        else if (equalsNoCase(words[i], "VIDEO_FORMAT"))
+            head.format = words[i + 1];
         else if (equalsNoCase(words[i], "FIELD_DELIM"))
             head.hasOtherDelimiter = !startsWithNoCase(words[i + 1], "TAB");
 }

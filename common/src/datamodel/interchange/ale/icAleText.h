@@ -40,6 +40,7 @@ struct Head
     std::string_view text;     ///< all of it, with "Data" and what separates that from the first row
     std::string_view lineEnd;  ///< of its first line
     std::string_view fps;      ///< the value as it stands; empty without one
+    std::string_view format;   ///< of the picture, likewise: 1080, PAL, NTSC
     std::string_view lastLine; ///< of the columns, without its end
     std::vector<std::string_view> columns;
     std::uint32_t lines = 0;   ///< that end in it

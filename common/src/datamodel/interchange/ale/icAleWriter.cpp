@@ -264,8 +264,12 @@ void Writer::addMedium(const Place& place, const DmSegmentNode& segment)
     row.end = std::ceil(row.end);
     const bool isSound = segment.getMediaType() == DM_MEDIA_AUDIO;
     row.tracks = isSound ? "A" + std::to_string(std::clamp(info->getTrack(), 1, 999)) : "V";
+    // The auxiliary source of lists is no reel: its clips are told apart by their names.
+    const bool isAuxiliary = row.path.empty() && row.fileName.empty() && equalsNoCase(row.reel, "AX");
+    if (isAuxiliary)
+        row.reel.clear();
     // Short reels that lists cut to their length are those of several files.
-    const std::string key = mediumOf(segment) + '\n' + (row.path.empty() ? row.fileName : "");
+    const std::string key = mediumOf(segment) + '\n' + (isAuxiliary ? row.name : row.path.empty() ? row.fileName : "");
     const auto [found, isNew] = _media.emplace(key, _lines.size());
     if (isNew)
         return _lines.push_back({std::move(row), {}});

@@ -47,7 +47,6 @@ std::string mediumOf(const DmSegmentNode& segment)
         medium = dmUtf8(segment.getName());
     if (medium.empty())
         medium = source ? "clip" : segment.whatIs() == DM_GAP_NODE ? "gap" : "nested";
-    std::ranges::replace(medium, '#', '_');
     return medium;
 }
 
@@ -59,13 +58,13 @@ std::string freshId()
     return text;
 }
 
-std::string IdMaker::make(const DmSegmentNode& segment)
+std::string IdMaker::make(const DmSegmentNode& segment, std::string medium)
 {
-    std::string id = mediumOf(segment);
+    std::ranges::replace(medium, '#', '_');
     char time[24];
-    id += '@';
-    id.append(time, std::to_chars(time, time + sizeof time, std::llround(inTimeOf(segment))).ptr);
-    return unique(id);
+    medium += '@';
+    medium.append(time, std::to_chars(time, time + sizeof time, std::llround(inTimeOf(segment))).ptr);
+    return unique(medium);
 }
 
 std::string IdMaker::unique(const std::string& id)

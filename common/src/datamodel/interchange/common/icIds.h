@@ -26,7 +26,8 @@ class IdMaker
 {
 public:
     /// "T001@86400"; where that repeats, "T001@86400/2" and so on.
-    std::string make(const DmSegmentNode& segment);
+    std::string make(const DmSegmentNode& segment) { return make(segment, mediumOf(segment)); }
+    std::string make(const DmSegmentNode& segment, std::string medium);
     /// The id itself; where it repeats, with a count behind it.
     std::string unique(const std::string& id);
     /// Notes that an id stands in the composition; false where it did so before.

@@ -282,13 +282,19 @@ std::optional<EdlReelClip> reelClipOf(NoteKind kind, std::string_view note)
     constexpr std::string_view reel = "REEL ";
     constexpr std::string_view is = " IS CLIP ";
     const std::size_t at = note.starts_with(reel) ? note.find(is) : note.npos;
-    if ((kind != NoteKind::Line && kind != NoteKind::Comment) || at == note.npos || at < reel.size())
+    const bool isFree = kind == NoteKind::Line || kind == NoteKind::Comment || kind == NoteKind::Unplayed;
+    if (!isFree || at == note.npos || at < reel.size())
         return std::nullopt;
     return EdlReelClip{trimmed(note.substr(reel.size(), at - reel.size())), trimmed(note.substr(at + is.size()))};
 }
 
-std::optional<EdlLongReel> longReelOf(std::string_view note)
+std::optional<EdlLongReel> longReelOf(NoteKind kind, std::string_view note)
 {
+    const std::string_view prefix = trimmed(notePrefix(NoteKind::Reel));
+    if (kind == NoteKind::Unplayed && note.starts_with(prefix))
+        note.remove_prefix(prefix.size());
+    else if (kind != NoteKind::Reel)
+        return std::nullopt;
     constexpr std::string_view words = " REPLACED BY:";
     const std::size_t at = note.find(words);
     if (at == note.npos)

@@ -79,7 +79,7 @@ const Note* fileNote(const std::vector<Note>& notes);
 /// event's number where the reel says nothing.
 std::string clipNameOf(const EdlKept& kept, std::string_view reel, bool isTransition);
 
-/// Another one names the clip of a reel: "REEL x IS CLIP y". `note` is a line or a comment.
+/// Another one names the clip of a reel: "REEL x IS CLIP y".
 struct EdlReelClip
 {
     std::string_view reel;
@@ -87,12 +87,13 @@ struct EdlReelClip
 };
 std::optional<EdlReelClip> reelClipOf(NoteKind kind, std::string_view note);
 
-/// What a system says when it has shortened a reel's name: "LONG REPLACED BY: SHORT".
+/// What a system says when it has shortened a reel's name: "LONG REPLACED BY: SHORT"; in an event that plays nothing,
+/// too.
 struct EdlLongReel
 {
     std::string_view longName;
     std::string_view shortName;
 };
-std::optional<EdlLongReel> longReelOf(std::string_view note);
+std::optional<EdlLongReel> longReelOf(NoteKind kind, std::string_view note);
 
 } // namespace interchange

@@ -40,6 +40,7 @@ constexpr Loss otherRate{"DM718", "written with the in-time of the same wall-clo
 constexpr Loss beforeZero{"DM719", "written as those of the day before"};
 constexpr Loss markLength{"DM720", "written as points"};
 constexpr Loss markColour{"DM721", "written in the nearest one"};
+constexpr Loss markComment{"DM737", "cueMarkComment: written behind the mark's name"};
 constexpr Loss timelessMark{"DM722", "left out"};
 constexpr Loss otherAlignment{"DM742", "the cut of a list is where they begin"};
 constexpr Loss controls{"DM733", "control characters are written as blanks"};
@@ -362,11 +363,13 @@ void EdlLineMaker::makeClear(EdlLine& line, double speed) const
     const auto isRead = [&](const EdlEvent& event) { return std::abs(edlSpeedOf(event, _fcm) - speed) <= tolerance; };
     if (!line.event.speed || speed == 0.0 || edlSpeedOf(line.event, _fcm) * speed <= 0 || isRead(line.event))
         return;
-    for (const double rate : {DM::FcmUtil::getDoubleFPS(_fcm), static_cast<double>(DM::FcmUtil::getIntFPS(_fcm))})
+    // One that stands as others write a speed says so by its last place.
+    const double exact = DM::FcmUtil::getDoubleFPS(_fcm);
+    constexpr double places = 1e6;
+    for (const double fps : {speed * exact, speed * DM::FcmUtil::getIntFPS(_fcm), speed * exact + 1 / places})
     {
-        constexpr double places = 1e6;
         EdlEvent other = line.event;
-        other.speed->fps = std::round(speed * rate * places) / places;
+        other.speed->fps = std::round(fps * places) / places;
         if (isRead(other))
         {
             line.event.speed = other.speed;
@@ -475,7 +478,10 @@ void EdlLineMaker::addMark(EdlLine& line, const DmCueMark& mark, double recordTi
     if (isUncoloured)
         marker.colour = {};
     if (!comment.empty() && comment != nearest.name)
+    {
         marker.text += (marker.text.empty() ? "" : " ") + comment;
+        _report.lose(markComment);
+    }
     if (mark.getCueMarkDuration() != 0)
         _report.lose(markLength);
     line.marks.push_back(std::move(marker));

@@ -34,10 +34,16 @@ double edlSpeedOf(const EdlEvent& event, DM::FrameCodeModes sourceFcm)
     const auto record = static_cast<double>(event.record.length());
     if (exact == nominal)
         return fps / exact;
-    if (source == record && std::abs(fps) >= cut && std::abs(fps) <= nominal)
+    // Systems write three places at most; a figure of more is ours, and says the speed itself.
+    constexpr double ours = 5e-4;
+    const bool isOurs = std::abs(fps * 1000 - std::round(fps * 1000)) > ours;
+    if (!isOurs && source == record && std::abs(fps) >= cut && std::abs(fps) <= nominal)
         return std::copysign(1.0, fps);
     const auto deviation = [=](double speed) { return std::abs(source - record * std::abs(speed)); };
+    constexpr double places = 1e7;
     const double difference = deviation(fps / exact) - deviation(fps / nominal);
+    if (isOurs && difference < 1.0)
+        return std::round(fps / exact * places) / places;
     if (std::abs(difference) >= 1.0)
         return difference < 0 ? fps / exact : fps / nominal;
     // Of a short event both do: people set whole percents, and a figure that is not cut says them, or counts true

@@ -375,6 +375,10 @@ bool Reader::fcm(std::string_view text)
     const bool nonDrop = startsWithNoCase(word, "NON") || equalsNoCase(word, "NDF");
     if (!nonDrop && !equalsNoCase(word, "DROP") && !equalsNoCase(word, "DF"))
         return keep(quoted(word) + " is no frame-code mode");
+    if (nonDrop && startsWithNoCase(text, "DROP"))
+        takeFirstWord(text);
+    if (!_skipping && !text.empty() && !equalsNoCase(text, "FRAME"))
+        warn(quoted(text) + " behind the mode of an FCM line is ignored");
     const bool drop = !nonDrop && canDrop();
     _saysFcm = _hasFcm || last();
     _hasFcm = _hasFcm || !last();

@@ -20,6 +20,7 @@
 #include "dmTimewarpSettings.h"
 #include "dmTrackNode.h"
 #include "dmTrxEffectNode.h"
+#include "dmUtf8.h"
 #include "dmVDissolveSettings.h"
 #include "dmWipeSettings.h"
 
@@ -121,7 +122,7 @@ private:
                                            double srcLength) const;
     EdlKept keptOf(const EdlEvent& event, Channel channel, std::uint32_t position) const;
     std::string clipName(const EdlEvent& event, EdlKept& kept) const;
-    std::string idOf(const Piece& piece, const DmSourceNode& node);
+    std::string idOf(const Piece& piece, const DmSourceNode& node, const EdlKept& kept);
     static double speedOf(const EdlList& list, const EdlEvent& event, eDmTreeMediaType mediaType);
     static void addSpeed(DmSourceNode& node, double speed, eDmTreeMediaType mediaType);
     void readReels();
@@ -159,8 +160,7 @@ void TreeMaker::readReels()
     for (const EdlNote& note : _list.notes)
         if (const std::optional<EdlReelClip> clip = reelClipOf(note.kind, note.text))
             _clipsOfReels.emplace(clip->reel, clip->clip);
-        else if (const std::optional<EdlLongReel> reel =
-                     note.kind == NoteKind::Reel ? longReelOf(note.text) : std::nullopt)
+        else if (const std::optional<EdlLongReel> reel = longReelOf(note.kind, note.text))
             _longReels.emplace(reel->shortName, reel->longName);
 }
 
@@ -180,7 +180,8 @@ void TreeMaker::lose(const Loss& loss, const EdlEvent& event, std::optional<Chan
 CoSharedPtr<DmRoot> TreeMaker::make()
 {
     const DmString fcm = DmString(DM::FcmUtil::getFCMString(_list.fcm));
-    const auto composition = orBadAlloc(DmCompositionNode::create(toDmString(_list.title), fcm, {}));
+    const auto composition = orBadAlloc(
+        DmCompositionNode::create(_list.title.empty() ? DmString(L"untitled") : toDmString(_list.title), fcm, {}));
     readReels();
 
     std::array<Events, EdlChannels::limit> video;
@@ -276,7 +277,13 @@ void TreeMaker::checkOutgoing(const EdlEvent& outgoing, const EdlEvent& event, c
         return lose(otherOutgoing, event, channel);
     constexpr double tolerance = 0.005;
     const double speed = _list.speedOf(*before);
-    const double later = static_cast<double>(outgoing.source.in - (speed < 0 ? before->source.in : before->source.out));
+    if (speed <= 0 && channel.mediaType == DM_MEDIA_AUDIO) // which is said
+        return;
+    // Where it ends, or another event covers its end.
+    const std::int64_t covered = before->record.out - event.record.in;
+    const double end =
+        static_cast<double>(speed < 0 ? before->source.in : before->source.out) - static_cast<double>(covered) * speed;
+    const double later = static_cast<double>(outgoing.source.in) - end;
     const double slower = outgoing.speed ? std::abs(_list.speedOf(outgoing) - speed) : 0.0;
     const bool isHeld = speed == 0 && outgoing.source.in == before->source.in;
     if (!isHeld && (std::abs(later) > (before->speed ? 2.0 * std::max(1.0, std::abs(speed)) : 0.0) ||
@@ -485,12 +492,15 @@ EdlKept TreeMaker::keptOf(const EdlEvent& event, Channel channel, std::uint32_t 
     return kept;
 }
 
-std::string TreeMaker::idOf(const Piece& piece, const DmSourceNode& node)
+std::string TreeMaker::idOf(const Piece& piece, const DmSourceNode& node, const EdlKept& kept)
 {
     std::string& group = piece.isHead ? _groups[piece.position] : _tails[{piece.position, piece.in}];
-    if (group.empty())
-        group = _ids.make(node);
-    return group;
+    if (!group.empty())
+        return group;
+    // Of the auxiliary source, the clip's name says what it is, where the list has one.
+    const EdlEvent& event = _list.events[piece.position];
+    const bool isNamed = equalsNoCase(event.reel, "AX") && kept.madeName.empty() && !pathNote(kept.notes);
+    return group = isNamed ? _ids.make(node, dmUtf8(node.getName())) : _ids.make(node);
 }
 
 CoSharedPtr<DmSourceNode> TreeMaker::source(const Piece& piece, Channel channel, std::int64_t mixed)
@@ -520,7 +530,7 @@ CoSharedPtr<DmSourceNode> TreeMaker::source(const Piece& piece, Channel channel,
     if (event.speed)
         kept.plays = DmPlayed(*node, _list.fcm).speed();
     if (!isOutgoing(piece.position))
-        setText(*node, DmSegmentNode::SegmentId, idOf(piece, *node) + '#' + nameOf(channel));
+        setText(*node, DmSegmentNode::SegmentId, idOf(piece, *node, kept) + '#' + nameOf(channel));
     if (const Look* const look = _list.lookOf(event); look && channel.mediaType == DM_MEDIA_VIDEO)
         require(node->addEffect(toLookSettings(*look)));
     if (isFirst)
@@ -551,8 +561,9 @@ CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel
     }
     // It copies the info that it is given: this one is filled where it stays.
     static const CoSharedPtr<DmSourceInfo> fresh = DmSourceInfo::create();
+    const Note* const path = pathNote(kept.notes);
     const auto media = orBadAlloc(DmSourceNode::MediaInput::create(srcLength, static_cast<double>(event.source.in),
-                                                                   fresh, fcmText, channel.mediaType, false));
+                                                                   fresh, fcmText, channel.mediaType, path != nullptr));
     DmSourceInfo* const info = media->getSrcInfo();
     if (!info)
         throw std::bad_alloc();
@@ -561,7 +572,7 @@ CoSharedPtr<DmSourceNode::Input> TreeMaker::input(const EdlEvent& event, Channel
     require(info->setTrack(channel.number));
     if (const Note* const file = fileNote(kept.notes))
         setText(*info, DmSourceInfo::Name, file->text);
-    if (const Note* const path = pathNote(kept.notes))
+    if (path)
         setText(*info, DmSourceInfo::Path, path->text);
     require(media->setFcm(fcmText));
     char label[DM::TimeUnit::labelSize];

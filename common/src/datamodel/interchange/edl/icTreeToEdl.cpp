@@ -499,11 +499,19 @@ void ListMaker::addCompositionMarks()
         _report.at({&_composition, DM_MEDIA_VIDEO, 1, time, _fcm});
         const auto behind = std::ranges::upper_bound(
             pictures, time, {}, [](const Edit& edit) { return static_cast<double>(edit.event().record.in); });
-        if (behind == pictures.begin() || mark.getCueMarkTime() == dmNoTime ||
-            time >= static_cast<double>(std::prev(behind)->event().record.out))
+        const auto plays = [time](const Edit& edit) {
+            return time >= static_cast<double>(edit.event().record.in) &&
+                   time < static_cast<double>(edit.event().record.out);
+        };
+        auto found = _edits.end();
+        if (behind != pictures.begin() && plays(*std::prev(behind)))
+            found = _edits.begin() + (std::prev(behind) - pictures.begin());
+        else
+            found = std::find_if(_edits.begin() + static_cast<std::ptrdiff_t>(_pictures), _edits.end(), plays);
+        if (found == _edits.end() || mark.getCueMarkTime() == dmNoTime)
             _report.lose(compositionMark);
         else
-            _lines.addMark(std::prev(behind)->lines.back(), mark, mark.getCueMarkTime());
+            _lines.addMark(found->lines.back(), mark, mark.getCueMarkTime());
     }
 }
 
@@ -636,8 +644,7 @@ EdlList ListMaker::written()
         for (const auto& each : notes)
             if (const std::optional<EdlReelClip> clip = reelClipOf(each.kind, each.text))
                 _clipsOfReels.emplace(clip->reel, clip->clip);
-            else if (const std::optional<EdlLongReel> names =
-                         each.kind == NoteKind::Reel ? longReelOf(each.text) : std::nullopt)
+            else if (const std::optional<EdlLongReel> names = longReelOf(each.kind, each.text))
                 said.insert(std::string(names->longName) + " REPLACED BY: " + std::string(names->shortName));
     };
     hear(list.notes);
