@@ -182,9 +182,11 @@ Value differenceOf(const Value& ours, const Value& theirs, Allocator& allocator,
         }
         const Value& a = own->value;
         const Value& b = each->value;
-        if (a.IsObject() && b.IsObject() && !isTime(a) && !isTime(b) && schemaOf(&a) == schemaOf(&b))
+        // A timeline's stack is one whatever its schema is called: what stands on it is left to the nodes below.
+        const bool isStack = leavesChildren && name == "tracks";
+        if (a.IsObject() && b.IsObject() && !isTime(a) && !isTime(b) && (isStack || schemaOf(&a) == schemaOf(&b)))
         {
-            if (Value inner = differenceOf(a, b, allocator, leavesChildren && name == "tracks"); !inner.IsNull())
+            if (Value inner = differenceOf(a, b, allocator, isStack); !inner.IsNull())
                 put(patch, "inside", each->name, std::move(inner), allocator);
         }
         else if (a == b)
