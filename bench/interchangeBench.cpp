@@ -111,6 +111,8 @@ void printPeakOfXml()
         {"transitions of which nobody knows the alignment", OnTrack,
          "<transitionitem><start>%0</start><end>%9</end><alignment>x</alignment></transitionitem>\n"},
         {"files", OnTrack, "<clipitem><end>1%</end><file id=\"%\"><name>a</name></file></clipitem>\n"},
+        {"files of one id", OnTrack,
+         "<clipitem><start>1%</start><end>2%</end><file id=\"f\"><name>%</name><a>%</a></file></clipitem>\n"},
         {"clips linked with themselves", OnTrack,
          "<clipitem id=\"%\"><end>1%</end><link><linkclipref>%</linkclipref></link></clipitem>\n"},
         {"clip items without a length", OnTrack, "<clipitem><start>%</start></clipitem>\n"},

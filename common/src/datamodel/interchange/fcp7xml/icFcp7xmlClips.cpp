@@ -84,6 +84,10 @@ Medium Maker::mediumOf(const Stage& stage, const Entry& entry, pugi::xml_node fi
     if (file && !file.first_child())
         if (const auto found = _files.find(std::string_view(file.attribute("id").value())); found != _files.end())
             medium.element = found->second;
+    if (isAnother(_files, file) &&
+        textOf(file, "pathurl") !=
+            textOf(_files.find(std::string_view(file.attribute("id").value()))->second, "pathurl"))
+        warn(file, "a file by the id of another: it gets one of its own");
     const pugi::xml_node timecode = medium.element.child("timecode");
     const bool drops = isDropFrame(timecode);
     std::optional<Rate> rate = this->rate(medium.element.child("rate"));
@@ -309,10 +313,18 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     const pugi::xml_node element = entry.element;
     const double length = entry.recOut - entry.recIn;
     const pugi::xml_node place = element.child("sequence");
-    const pugi::xml_node nested = definitionOf(place);
+    pugi::xml_node nested = definitionOf(place);
     ReadHint hint;
     hint.element = element;
     CoSharedPtr<DmCompositionNode> inside;
+    if (isAnother(_sequences, place))
+    {
+        const pugi::xml_node other = _sequences.find(std::string_view(place.attribute("id").value()))->second;
+        if (areAlike(place, other))
+            nested = other;
+        else
+            warn(place, "a sequence by the id of another: it gets one of its own");
+    }
     if (nested && nested.first_child())
         inside = sequence(nested, false);
     const pugi::xml_node file = element.child("file");

@@ -84,6 +84,7 @@ void Maker::keepForms(DmRoot& root)
     PlainElements plain(cut, nullptr);
     std::set<const DmCompositionNode*> seen;
     std::set<const void*> keptFiles;
+    std::map<std::string, std::unordered_map<std::string, std::size_t>> formsOfFiles; ///< their figures, by id
     // Where a sequence stands first, as the writer will have it.
     const auto keepSequence = [&](const auto& self, const Sequence& sequence, std::string& files) -> void
     {
@@ -105,9 +106,6 @@ void Maker::keepForms(DmRoot& root)
                 if (found == _hints.end())
                     continue;
                 const pugi::xml_node element = found->second.element;
-                pugi::xml_document scratch;
-                keep(const_cast<DmTreeNode&>(*node), element, plain.item(scratch, sequence, track, item), !item.mix,
-                     false, plain.series());
                 pugi::xml_node file = element.child("file");
                 if (const File* const known = item.segment ? cut.fileOf(*item.segment) : nullptr; known && file)
                 {
@@ -120,9 +118,27 @@ void Maker::keepForms(DmRoot& root)
                     if (file.first_child() && isInItem && keptFiles.insert(file.internal_object()).second)
                     {
                         pugi::xml_document ofFile;
-                        files += formOf(file, plain.file(ofFile, sequence, *item.segment), _nodes);
+                        std::string form = formOf(file, plain.file(ofFile, sequence, *item.segment), _nodes);
+                        Figure figure;
+                        figure.add(form);
+                        const std::string id = file.attribute("id").value();
+                        std::unordered_map<std::string, std::size_t>& under = formsOfFiles[id];
+                        const auto [same, isNew] = under.try_emplace(figure.text(), under.size() + 1);
+                        const std::string which = std::to_string(same->second);
+                        if (same->second != 1 || known->id != id)
+                            file.append_attribute(formMark) = which.c_str();
+                        if (isNew && same->second != 1)
+                            form.insert(std::string_view("<file").size(), " " + (formMark + ("=\"" + which + "\"")));
+                        if (isNew)
+                        {
+                            charge(weight::ofFile, file);
+                            files += form;
+                        }
                     }
                 }
+                pugi::xml_document scratch;
+                keep(const_cast<DmTreeNode&>(*node), element, plain.item(scratch, sequence, track, item), !item.mix,
+                     false, plain.series());
                 if (const auto* const container = dynamic_cast<const DmContainerNode*>(item.segment))
                     if (const DmCompositionNode* const inside = cut.insideOf(*container))
                         self(self, *cut.find(inside), files);

@@ -41,6 +41,7 @@ inline constexpr std::size_t ofSequence = 1500;
 inline constexpr std::size_t ofTrack = 750;
 inline constexpr std::size_t ofTransition = 2600;
 inline constexpr std::size_t ofClip = 1200;
+inline constexpr std::size_t ofFile = 1200;
 inline constexpr std::size_t ofMarker = 140;
 inline constexpr std::size_t ofEffect = 1000;
 inline constexpr std::size_t ofPlainEffect = 3000; ///< of the elements that it would be
@@ -174,6 +175,13 @@ private:
     {
         _report.lose(loss, _xml.lineOf(at));
         told(at);
+    }
+    /// Of what is defined inside a clip: whether its id is another's, defined before it.
+    template <class Definitions>
+    bool isAnother(const Definitions& definitions, pugi::xml_node defined) const
+    {
+        const auto found = definitions.find(std::string_view(defined.attribute("id").value()));
+        return defined.first_child() && found != definitions.end() && found->second != defined;
     }
     /// The last message is about the item, track or sequence in which that stands.
     void told(pugi::xml_node at);

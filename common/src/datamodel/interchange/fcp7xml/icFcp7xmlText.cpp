@@ -418,7 +418,12 @@ void FormMaker::body(pugi::xml_node element, pugi::xml_node plain)
             continue;
         }
         if (key == "file") // which has a form of its own
-            text.append("<").append(ours).append("file/>");
+        {
+            text.append("<").append(ours).append("file");
+            if (const pugi::xml_attribute which = child.attribute(formMark))
+                attribute(formMark, which.value());
+            text += "/>";
+        }
         else
             place(child, found->second, places, key);
         open.erase(found);
@@ -562,6 +567,17 @@ std::string Figure::text() const
 {
     char text[17];
     return {text, std::to_chars(text, text + sizeof text, _figure, 16).ptr};
+}
+
+bool areAlike(pugi::xml_node a, pugi::xml_node b)
+{
+    const auto isSame = [](const char* one, const char* other) { return std::string_view(one) == other; };
+    if (a.type() != b.type() || !isSame(a.name(), b.name()) || !isSame(a.value(), b.value()))
+        return false;
+    return std::ranges::equal(a.attributes(), b.attributes(),
+                              [&](pugi::xml_attribute one, pugi::xml_attribute other)
+                              { return isSame(one.name(), other.name()) && isSame(one.value(), other.value()); }) &&
+           std::ranges::equal(a.children(), b.children(), areAlike);
 }
 
 pugi::xml_node add(pugi::xml_node parent, const char* name)

@@ -113,6 +113,9 @@ inline constexpr const char* sideMark = "our:side";
 /// Marks an element of a file that is a node, and stands in words of the file's own: of a form's place for it, its id.
 inline constexpr const char* elsewhereMark = "our:of";
 
+/// Of a form of a file, and of the file's place in that of its clip: which of those under one id it is.
+inline constexpr const char* formMark = "our:form";
+
 /// Marks a plain file that stands here in full: it is written like the nodes inside.
 inline constexpr const char* defineMark = "our:define";
 
@@ -126,6 +129,9 @@ public:
 private:
     std::uint64_t _figure = 0xCBF29CE484222325; // FNV-1a
 };
+
+/// Whether two elements say the same, in the same order.
+bool areAlike(pugi::xml_node a, pugi::xml_node b);
 
 pugi::xml_node add(pugi::xml_node parent, const char* name);
 pugi::xml_node add(pugi::xml_node parent, const char* name, std::string_view text);

@@ -67,6 +67,13 @@ void addDefinitions(pugi::xml_node form, std::map<std::string, pugi::xml_node>& 
     }
 }
 
+/// `marked`: a file's form, or its place in that of a clip.
+std::string keyOfForm(const std::string& id, pugi::xml_node marked)
+{
+    const pugi::xml_attribute which = marked.attribute(formMark);
+    return which && which.as_int() != 1 ? id + '\n' + which.value() : id;
+}
+
 class Writer
 {
 public:
@@ -130,7 +137,7 @@ void Writer::keepFiles()
             continue;
         _forms.push_back(std::make_unique<Form>(*node));
         for (const pugi::xml_node file : _forms.back()->root().child("our:files").children("file"))
-            _files.emplace(file.attribute("id").value(), file);
+            _files.emplace(keyOfForm(file.attribute("id").value(), file), file);
         const Sequence* const sequence = _cut.find(node);
         for (const Track& each : sequence ? sequence->tracks : std::vector<Track>())
             for (const Item& item : each.items)
@@ -184,8 +191,10 @@ bool Writer::write()
              if (const pugi::xml_attribute id = place.attribute(elsewhereMark))
              {
                  if (const Sequence* const used = _cut.elsewhere(id.value()))
-                     sequence(*used);
-                 return;
+                     return sequence(*used);
+                 return _report.add("DM728", Report::Warning, 0,
+                                    "the sequence '" + std::string(id.value()) +
+                                        "' of a master clip: no clip plays it any more; left out");
              }
              // The last place takes all that are left.
              --places;
@@ -250,12 +259,13 @@ void Writer::item(const Sequence& sequence, const Track& track, const Item& item
     const Series series = _plain.series();
     fill(
         _out, form.root(), plain,
-        [&](Output&, std::string_view parent, pugi::xml_node)
+        [&](Output&, std::string_view parent, pugi::xml_node place)
         {
             if (parent == "file")
             {
                 const File& file = *_cut.fileOf(*item.segment);
-                const auto found = _files.find(file.id);
+                const auto found = _files.find(
+                    keyOfForm(place.attribute(formMark) ? _cut.hintOf(*item.segment).media : file.id, place));
                 pugi::xml_document ofFile;
                 return fill(_out, found == _files.end() ? pugi::xml_node() : found->second,
                             _plain.file(ofFile, sequence, *item.segment), {});
