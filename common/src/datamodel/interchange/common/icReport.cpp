@@ -23,6 +23,7 @@ namespace
 {
 
 constexpr std::size_t mostFindings = 100000;
+constexpr std::size_t furtherErrors = 100;
 constexpr double limit = 1e12; ///< of times, in frames
 
 /// The codes of what has none of its own, by level.
@@ -79,7 +80,8 @@ void Report::add(DmFinding finding)
 {
     expectLine();
     ++_counts[finding.severity];
-    if (_kept.size() >= mostFindings)
+    // Errors say why there is no document.
+    if (_kept.size() >= mostFindings + (finding.severity == Error ? furtherErrors : 0))
     {
         ++_left;
         return;
