@@ -254,10 +254,10 @@ std::string EdlLineMaker::reel(const DmSourceNode::Input* input, const EdlKept* 
     std::string text = input ? dmUtf8(dmReelOf(*input)) : "";
     if (text.empty())
         return std::string(noReel);
-    if (kept && kept->position && EdlReels::isPlain(text))
-        _reels.know(text, text);
-    else if (kept && !kept->reel.empty() && text == (kept->longReel.empty() ? kept->reel : kept->longReel))
+    if (kept && !kept->reel.empty() && text == (kept->longReel.empty() ? kept->reel : kept->longReel))
         _reels.know(text, kept->reel);
+    else if (kept && kept->position && EdlReels::isPlain(text))
+        _reels.know(text, text);
     return text;
 }
 

@@ -120,6 +120,7 @@ private:
     bool takeKeyword(std::string_view line, std::string_view text, bool starred);
     bool title(std::string_view text);
     bool fcm(std::string_view text);
+    void keepFcmLine();
     bool frameRate(std::string_view text);
     bool speed(std::string_view text);
     bool audio(std::string_view text);
@@ -259,6 +260,7 @@ bool Reader::read()
             take(line);
     if (_otherRate != DM::FCM_NOT_DEFINED)
         return false;
+    keepFcmLine();
     settleUnplayed();
     _list.fcm = mode(_recordDrop.value_or(DM::FcmUtil::isDropFrame(_rate)));
     _list.isUntitled = !_hasTitle;
@@ -380,12 +382,24 @@ bool Reader::fcm(std::string_view text)
     if (!_skipping && !text.empty() && !equalsNoCase(text, "FRAME"))
         warn(quoted(text) + " behind the mode of an FCM line is ignored");
     const bool drop = !nonDrop && canDrop();
+    keepFcmLine();
     _saysFcm = _hasFcm || last();
     _hasFcm = _hasFcm || !last();
     _sourceDrop = drop;
     if (!_recordDrop)
         _recordDrop = drop;
     return true;
+}
+
+/// One that no event follows says nothing, and stays.
+void Reader::keepFcmLine()
+{
+    if (!_saysFcm || _skipping)
+        return;
+    if (_unplayed.empty())
+        addNote(NoteKind::Line, _fcmLine);
+    else
+        _unplayed.push_back(_fcmLine);
 }
 
 bool Reader::frameRate(std::string_view text)
@@ -637,13 +651,16 @@ void Reader::settleLabels(EdlEventLine& read) const
 {
     const auto isOurs = [&](std::size_t at, bool drop) { return read.labels[at].drop == drop; };
     const bool drop = read.event.sourceDrop;
-    if (read.hasUsualLabels && isOurs(0, drop) && isOurs(1, drop) && isOurs(2, *_recordDrop) && isOurs(3, *_recordDrop))
+    const bool areOurs = isOurs(0, drop) && isOurs(1, drop) && isOurs(2, *_recordDrop) && isOurs(3, *_recordDrop);
+    if (read.hasUsualLabels && areOurs)
         return;
     std::string_view rest = read.labelsText;
     const std::string_view first = takeFirstWord(rest);
     bool isOneForm = true;
     while (isOneForm && !rest.empty())
         isOneForm = haveSameForm(first, takeFirstWord(rest));
+    if (isOneForm && areOurs && first.size() == usualLabelSize && usualLabel(first.data()))
+        return; // but for blanks
     read.event.labels = isOneForm ? first : read.labelsText;
 }
 

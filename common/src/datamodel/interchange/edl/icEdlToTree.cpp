@@ -304,9 +304,11 @@ std::vector<Piece> TreeMaker::piecesOf(const Events& events) const
             Piece& top = under.back();
             top.in = std::max(top.in, std::min(from, top.out));
             const std::int64_t end = std::min(top.out, time);
+            // One that nothing is left of stands where it begins, as another one does.
+            const std::int64_t begin = end > top.in ? top.in : _list.events[top.position].record.in;
             if (end > top.in || (top.isHead && end == top.out))
             {
-                pieces.push_back({top.position, top.in, end, top.isHead});
+                pieces.push_back({top.position, begin, end > top.in ? end : begin, top.isHead});
                 top.isHead = false;
             }
             top.in = std::max(top.in, end);
@@ -329,7 +331,7 @@ std::vector<Piece> TreeMaker::piecesOf(const Events& events) const
         under.push_back({position, record.in, std::max(record.in, record.out), true});
     }
     playUntil(std::numeric_limits<std::int64_t>::max());
-    std::ranges::stable_sort(pieces, {}, &Piece::in);
+    std::ranges::stable_sort(pieces, {}, [](const Piece& piece) { return std::pair(piece.in, piece.out); });
     return pieces;
 }
 
@@ -468,7 +470,10 @@ EdlKept TreeMaker::keptOf(const EdlEvent& event, Channel channel, std::uint32_t 
     kept.speedHasNoTime = event.speedHasNoTime;
     kept.speedHasNoReel = event.speedHasNoReel;
     kept.speedReel = event.speedReel;
-    kept.spelling = event.spelling;
+    // How many blanks stand between channels and transition is the writer's business.
+    std::string_view transition = event.spelling;
+    if (const std::string_view channels = takeFirstWord(transition); !channels.empty())
+        kept.spelling.append(channels).append(" ").append(transition);
     kept.speedSpelling = event.speedSpelling;
     const bool isWipeOfSound = event.transition == EdlTransition::Wipe && channel.mediaType == DM_MEDIA_AUDIO;
     if (event.isKey() || event.transition == EdlTransition::KeyBackground || isWipeOfSound)
