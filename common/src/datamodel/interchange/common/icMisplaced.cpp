@@ -1,6 +1,11 @@
 #include "icMisplaced.h"
 
+#include "icTree.h"
+
 #include "dmTrackNode.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace interchange
 {
@@ -55,6 +60,26 @@ void tellMisplaced(const DmTreeNode& node, Report& report)
 {
     tellChildren(node, nullptr, report);
     report.at({});
+}
+
+CoSharedPtr<DmTrxEffectNode> mendedMix(const DmTrxEffectNode& mix, const DmTreeNode* before, const DmTreeNode* behind)
+{
+    constexpr double least = 0.5;   // of frames
+    constexpr double longest = 999; // frames, as lists say it
+    const DmSegmentNode* const last = before ? before->asSegment() : nullptr;
+    const DmSegmentNode* const next = behind ? behind->asSegment() : nullptr;
+    if (!next || std::abs(mix.getRecOut() - next->getRecIn()) <= least)
+        return {};
+    const double between = last ? next->getRecIn() - last->getRecOut() : -1.0;
+    const double length = between >= 0 && between <= longest ? between : mix.getRecLength();
+    if (!std::isfinite(next->getRecIn()) || !std::isfinite(length) || length < 0)
+        return {};
+    const CoSharedPtr<DmPropertySet> copy = orBadAlloc(mix.clone());
+    const CoSharedPtr<DmTrxEffectNode> mended(static_cast<DmTrxEffectNode*>(copy.get()));
+    require(mended->setRecIn(next->getRecIn() - length));
+    require(mended->setRecLength(length));
+    require(mended->setRelIn(std::min(mix.getRelIn(), length)));
+    return mended;
 }
 
 } // namespace interchange

@@ -7,10 +7,7 @@
 #include "dmErrorId.h"
 #include "dmSegmentNode.h"
 #include "dmSetTools.h"
-#include "dmTransitionNode.h"
 
-#include <algorithm>
-#include <cmath>
 #include <exception>
 #include <new>
 #include <string_view>
@@ -76,17 +73,6 @@ inline const DmSegmentNode* carriedBy(const DmTreeNode& node)
     const DmSegmentNode* const segment =
         attached && attached->isSegment() && attached->whatIs() != DM_GAP_NODE ? attached->asSegment() : nullptr;
     return segment && segment->getRecLength() < leastLength ? segment : nullptr;
-}
-
-/// Where a transition begins, in record time. One that does not end where the segment behind it begins takes the time
-/// between those beside it.
-inline double mixInOf(const DmTransitionNode& mix, const DmSegmentNode* before, const DmSegmentNode& behind)
-{
-    constexpr double tolerance = 1e-3;
-    if (std::abs(mix.getRecOut() - behind.getRecIn()) <= tolerance)
-        return mix.getRecIn();
-    const double in = before ? before->getRecOut() : mix.getRecIn();
-    return std::min(in, behind.getRecIn());
 }
 
 } // namespace interchange

@@ -118,12 +118,11 @@ std::int64_t EdlLineMaker::frames(double time)
     return static_cast<std::int64_t>(nearest);
 }
 
-EdlLine EdlLineMaker::outgoingLine(const DmTrxEffectNode& mix, double mixIn, const DmTreeNode* previous,
-                                   EdlChannels channel)
+EdlLine EdlLineMaker::outgoingLine(const DmTrxEffectNode& mix, const DmTreeNode* previous, EdlChannels channel)
 {
     EdlLine line;
     line.event.channels = channel;
-    line.event.record.in = line.event.record.out = frames(_offset + mixIn);
+    line.event.record.in = line.event.record.out = frames(_offset + mix.getRecIn());
     line.event.sourceDrop = DM::FcmUtil::isDropFrame(_fcm);
     line.notes = notesOf(mix);
     line.reel = previous && previous->whatIs() != DM_GAP_NODE ? noReel : blackReel;
@@ -146,7 +145,7 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const Part& part)
 {
     const DmTrxEffectNode* const mix = part.mix;
     const EdlKept* const kept = part.kept;
-    const double mixLength = mix ? segment.getRecIn() - part.mixIn : 0.0;
+    const double mixLength = mix ? mix->getRecLength() : 0.0;
     EdlLine line;
     line.event.channels = part.channel;
     line.event.sourceDrop = DM::FcmUtil::isDropFrame(_fcm);
@@ -169,7 +168,7 @@ EdlLine EdlLineMaker::line(const DmSegmentNode& segment, const Part& part)
         }
     }
     if (mix)
-        setTransition(line, *mix, mixLength, kept);
+        setTransition(line, *mix, kept);
     if (segment.getMuted())
         _report.lose(mutedSegment);
     if (segment.whatIs() == DM_GAP_NODE)
@@ -206,12 +205,12 @@ void EdlLineMaker::clean(EdlLine& line)
         _report.lose(controls);
 }
 
-void EdlLineMaker::setTransition(EdlLine& line, const DmTrxEffectNode& mix, double length, const EdlKept* kept)
+void EdlLineMaker::setTransition(EdlLine& line, const DmTrxEffectNode& mix, const EdlKept* kept)
 {
     EdlEvent& event = line.event;
     const DmEffectSettings* const effect = mix.getEffect();
     event.transitionLength = static_cast<std::uint32_t>(
-        std::clamp<std::int64_t>(frames(length), 0, std::max<std::int64_t>(0, event.record.length())));
+        std::clamp<std::int64_t>(frames(mix.getRecLength()), 0, std::max<std::int64_t>(0, event.record.length())));
     event.transition = EdlTransition::Dissolve;
     event.wipePattern = 0;
     if (const auto* const wipe = dynamic_cast<const DmWipeSettings*>(effect))
@@ -305,7 +304,7 @@ void EdlLineMaker::setMaterial(EdlLine& line, const DmSegmentNode& segment, cons
     line.reel = reel(input, kept);
     Range range = rangeOf(segment, event.sourceDrop);
     // In front of the segment plays what its transition has of it, and of its end what nobody covers.
-    const double mixed = part.mix ? segment.getRecIn() - part.mixIn : 0.0;
+    const double mixed = part.mix ? part.mix->getRecLength() : 0.0;
     const double covered = segment.getRecOut() - part.recOut;
     const bool isReverse = range.speed < 0;
     range.in += isReverse ? -covered * range.speed : -mixed * range.speed;

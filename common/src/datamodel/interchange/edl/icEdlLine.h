@@ -65,14 +65,13 @@ public:
     struct Part
     {
         const DmTrxEffectNode* mix; ///< in front of it; null for none
-        double mixIn;               ///< where that begins, in record time
         EdlChannels channel;
         double recOut;       ///< where it ends, or where a later one covers it
         const EdlKept* kept; ///< what it has of the list that it came from; null for nothing
     };
     EdlLine line(const DmSegmentNode& segment, const Part& part);
     /// The line of no length that says what a transition comes from.
-    EdlLine outgoingLine(const DmTrxEffectNode& mix, double mixIn, const DmTreeNode* previous, EdlChannels channel);
+    EdlLine outgoingLine(const DmTrxEffectNode& mix, const DmTreeNode* previous, EdlChannels channel);
     /// `recordTime` is the mark's, as nodes count.
     void addMark(EdlLine& line, const DmCueMark& mark, double recordTime);
 
@@ -88,7 +87,7 @@ private:
         double speed;
     };
     std::int64_t frames(double time);
-    void setTransition(EdlLine& line, const DmTrxEffectNode& mix, double length, const EdlKept* kept);
+    void setTransition(EdlLine& line, const DmTrxEffectNode& mix, const EdlKept* kept);
     void setMaterial(EdlLine& line, const DmSegmentNode& segment, const Part& part);
     Range rangeOf(const DmSegmentNode& segment, bool& drop);
     std::string reel(const DmSourceNode::Input* input, const EdlKept* kept);

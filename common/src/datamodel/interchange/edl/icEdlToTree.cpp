@@ -369,7 +369,7 @@ CoSharedPtr<DmLayerNode> TreeMaker::layer(int number, Channel channel, const Eve
                 // What the model says of the material that goes out: as long as it does, the list's own line holds.
                 if (std::optional<EdlKept> kept = EdlKept::of(*outgoing); kept && follows)
                 {
-                    kept->after = _lines.outgoingLine(*node, node->getRecIn(), previous.get(), {}).event.source.in;
+                    kept->after = _lines.outgoingLine(*node, previous.get(), {}).event.source.in;
                     require(kept->keepOn(*outgoing));
                 }
                 require(node->setBaseBlob(outgoing));

@@ -166,9 +166,10 @@ private:
         const DmSegmentNode* segment;
         const DmTrxEffectNode* mix;
         const DmTreeNode* previous;
-        double recIn; ///< with the transition
+
+        double recIn() const { return mix ? mix->getRecIn() : segment->getRecIn(); }
     };
-    std::vector<Played> playedOf(const DmLayerNode& layer) const;
+    std::vector<Played> playedOf(const DmLayerNode& layer);
     /// Whether the next one's line of no length says all of a source that only its transition shows.
     static bool isOnlyMixedFrom(const Played& played, const Played& next);
     void addEdit(const Played& played, double recOut, const Place& place);
@@ -195,6 +196,7 @@ private:
     EdlLineMaker _lines;
     std::set<std::tuple<std::uint32_t, std::uint64_t, std::uint64_t>> _taken; ///< positions, by channel
     std::map<std::string, std::string, std::less<>> _clipsOfReels;            ///< as notes name them
+    std::vector<CoSharedPtr<DmTrxEffectNode>> _mended; ///< copies of transitions that say other times than they take
     std::vector<Edit> _edits;
     double _end = 0; ///< of what stands in the tracks, as nodes count
     Unsaid _unsaid{edlLeftover.format, saidProperties};
@@ -304,7 +306,7 @@ void ListMaker::addTrack(const DmTrackNode& track, EdlChannels channel)
     _report.lose(emptyTrack);
 }
 
-std::vector<ListMaker::Played> ListMaker::playedOf(const DmLayerNode& layer) const
+std::vector<ListMaker::Played> ListMaker::playedOf(const DmLayerNode& layer)
 {
     std::vector<Played> all;
     const DmTreeNode* previous = nullptr;
@@ -315,16 +317,18 @@ std::vector<ListMaker::Played> ListMaker::playedOf(const DmLayerNode& layer) con
         if (!segment)
         {
             mix = dynamic_cast<const DmTrxEffectNode*>(layer.getChild(i));
+            if (auto mended = mix ? mendedMix(*mix, previous, layer.getChild(i + 1)) : nullptr)
+                mix = _mended.emplace_back(std::move(mended)).get();
             continue;
         }
         if (const auto* const source = dynamic_cast<const DmSourceNode*>(carriedBy(*segment)))
             segment = source;
         // A hole in front of it is nothing to come from.
         const auto* const before = dynamic_cast<const DmSegmentNode*>(previous);
-        const double in = mix ? mixInOf(*mix, before, *segment) : segment->getRecIn();
+        const double in = mix ? mix->getRecIn() : segment->getRecIn();
         constexpr double tolerance = 1e-6;
         const bool follows = before && std::abs(before->getRecOut() - in) <= tolerance;
-        all.push_back({segment, mix, follows || (before && before->getRecOut() > in) ? previous : nullptr, in});
+        all.push_back({segment, mix, follows || (before && before->getRecOut() > in) ? previous : nullptr});
         previous = segment;
         mix = nullptr;
     }
@@ -365,7 +369,7 @@ void ListMaker::addLayer(const DmLayerNode& layer, const Place& place, bool isFi
     {
         const Played& played = all[i];
         _end = std::max(_end, played.segment->getRecOut());
-        at(*played.segment, place, played.recIn);
+        at(*played.segment, place, played.recIn());
         const std::optional<EdlKept> kept = isFirst ? std::nullopt : EdlKept::of(*played.segment);
         const bool isKey = kept && kept->transition != EdlTransition::Cut;
         const bool isPlain = played.segment->whatIs() == DM_GAP_NODE;
@@ -380,10 +384,10 @@ void ListMaker::addLayer(const DmLayerNode& layer, const Place& place, bool isFi
         if ((isPlain && !played.mix) || (i + 1 < all.size() && isOnlyMixedFrom(played, all[i + 1])))
             continue;
         double recOut = played.segment->getRecOut();
-        if (i + 1 < all.size() && recOut - all[i + 1].recIn > 1e-6)
+        if (i + 1 < all.size() && recOut - all[i + 1].recIn() > 1e-6)
         {
             _report.lose(overlap);
-            recOut = std::max(all[i + 1].recIn, played.recIn);
+            recOut = std::max(all[i + 1].recIn(), played.recIn());
         }
         if (isPlain)
             recOut = std::min(recOut, played.segment->getRecIn()); // a hole: nobody has to say what it is
@@ -413,7 +417,7 @@ std::optional<EdlKept> ListMaker::keptOf(const DmTreeNode& node, EdlChannels cha
 /// where it did then.
 EdlLine ListMaker::outgoingLine(const Played& played, const Place& place, Edit& edit)
 {
-    EdlLine line = _lines.outgoingLine(*played.mix, played.recIn, played.previous, place.channel);
+    EdlLine line = _lines.outgoingLine(*played.mix, played.previous, place.channel);
     const auto* const attached = dynamic_cast<const DmSourceNode*>(played.mix->getBaseBlob());
     if (!attached)
         return line;
@@ -432,7 +436,7 @@ EdlLine ListMaker::outgoingLine(const Played& played, const Place& place, Edit& 
         std::erase_if(line.notes, [](const Note& note) { return isMarkOrLook(note.kind); });
         return line;
     }
-    EdlLine own = _lines.line(*attached, {nullptr, 0.0, place.channel, attached->getRecOut(), kept ? &*kept : nullptr});
+    EdlLine own = _lines.line(*attached, {nullptr, place.channel, attached->getRecOut(), kept ? &*kept : nullptr});
     own.event.record = line.event.record; // the transition says when it is
     if (attached->getRecLength() > 0)
     {
@@ -456,8 +460,7 @@ void ListMaker::addEdit(const Played& played, double recOut, const Place& place)
     if (mix && (attached || !edit.position))
         edit.lines.push_back(outgoingLine(played, place, edit));
 
-    EdlLine incoming =
-        _lines.line(*played.segment, {mix, played.recIn, place.channel, recOut, kept ? &*kept : nullptr});
+    EdlLine incoming = _lines.line(*played.segment, {mix, place.channel, recOut, kept ? &*kept : nullptr});
     if (!edit.lines.empty() && edit.lines.front().event.number == 0)
     {
         edit.lines.front().event.number = incoming.event.number;

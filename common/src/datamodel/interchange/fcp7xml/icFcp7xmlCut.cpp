@@ -1,6 +1,7 @@
 #include "icFcp7xmlCut.h"
 
 #include "icIds.h"
+#include "icMisplaced.h"
 #include "icMode.h"
 #include "icPath.h"
 #include "icText.h"
@@ -18,6 +19,7 @@
 #include <array>
 #include <cmath>
 #include <functional>
+#include <utility>
 
 namespace interchange::xmeml
 {
@@ -390,6 +392,8 @@ Track& Cut::addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerN
         Item item;
         item.node = child;
         item.mix = dynamic_cast<const DmTrxEffectNode*>(child);
+        if (auto mended = item.mix ? mendedMix(*item.mix, previous, layer->getChild(i + 1)) : nullptr)
+            item.mix = _mended.emplace_back(std::move(mended)).get();
         item.segment = child->isSegment() ? child->asSegment() : nullptr;
         if (item.segment && child->whatIs() == DM_GAP_NODE)
             item.segment = carriedBy(*child);

@@ -244,6 +244,7 @@ private:
     std::map<std::pair<const DmCompositionNode*, std::string>, std::vector<Linked>> _links;
     std::unordered_map<const DmTreeNode*, const std::vector<Linked>*> _linksOf;
     std::set<std::string> _takenClips, _takenFiles, _takenSequences;
+    std::vector<CoSharedPtr<DmTrxEffectNode>> _mended; ///< copies of transitions that say other times than they take
     // What gets a new id when all are known that stand in the document
     std::vector<const DmTreeNode*> _unnamed;
     std::vector<File*> _unnamedFiles;

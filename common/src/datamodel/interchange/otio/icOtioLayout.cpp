@@ -1,5 +1,6 @@
 #include "icOtioLayout.h"
 
+#include "icMisplaced.h"
 #include "icTree.h"
 
 #include "dmCutNode.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace interchange::otio
 {
@@ -66,6 +68,14 @@ Layout layoutOf(const DmLayerNode& layer, double origin)
             continue;
         layout.items.push_back(item);
     }
+    for (std::size_t i = 0; i + 1 < layout.items.size(); ++i)
+        if (Item& item = layout.items[i]; item.mix)
+            if (auto mended =
+                    mendedMix(*item.mix, i > 0 ? layout.items[i - 1].node : nullptr, layout.items[i + 1].node))
+            {
+                item.node = item.mix = mended.get();
+                layout.mended.push_back(std::move(mended));
+            }
     layout.end = origin;
     for (std::size_t i = 0; i < layout.items.size(); ++i)
     {

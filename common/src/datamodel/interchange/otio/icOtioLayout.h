@@ -35,9 +35,10 @@ struct Item
 struct Layout
 {
     std::vector<Item> items;
-    std::vector<const DmTreeNode*> between; ///< what stands between the items, and behind the last of them
-    double end = 0;                         ///< in record time
-    std::vector<std::size_t> covered;       ///< items whose end a later one covers
+    std::vector<const DmTreeNode*> between;           ///< what stands between the items, and behind the last of them
+    double end = 0;                                   ///< in record time
+    std::vector<std::size_t> covered;                 ///< items whose end a later one covers
+    std::vector<CoSharedPtr<DmTrxEffectNode>> mended; ///< copies of transitions that say other times than they take
 
     std::span<const DmTreeNode* const> before(const Item& item) const
     {

@@ -345,7 +345,7 @@ void Maker::track(Stage& stage, const DmTrackNode& node)
     const auto writeLayer = [&](int index)
     {
         const auto* const layerNode = index < 0 ? nullptr : static_cast<const DmLayerNode*>(node.getChild(index));
-        const Layout layout = layerNode ? layoutOf(*layerNode, stage.origin) : Layout{{}, {}, stage.origin, {}};
+        const Layout layout = layerNode ? layoutOf(*layerNode, stage.origin) : Layout{{}, {}, stage.origin, {}, {}};
         const bool isBase = index == base;
         Value object = _parts.value([&](Listener& to) { _parts.track(to, node, mediaType); });
         if (isBase)
