@@ -81,6 +81,19 @@ void appendDecimal(std::string& text, double value, int width, int decimals)
     text.append(static_cast<std::size_t>(std::max(0, decimals - static_cast<int>(places))), '0');
 }
 
+double shifted(double value, int places)
+{
+    if (!std::isfinite(value))
+        return value;
+    std::array<char, 64> buffer{};
+    const std::to_chars_result end =
+        std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::scientific);
+    const std::string_view text(buffer.data(), static_cast<std::size_t>(end.ptr - buffer.data()));
+    const std::size_t exponent = text.find('e') + 1;
+    const int was = toNumber<int>(text.substr(exponent)).value_or(0);
+    return DM::CoNumber::whole(std::string(text.substr(0, exponent)) + std::to_string(was + places)).value_or(value);
+}
+
 bool makeUtf8(std::string& bytes)
 {
     if (bytes.starts_with(byteOrderMark))

@@ -105,6 +105,9 @@ std::optional<Number> toNumber(std::string_view text);
 /// point filled with zeros to `width` digits: (47.6, 3, 1) is "047.6".
 void appendDecimal(std::string& text, double value, int width, int decimals);
 
+/// A number times a power of ten, as its digits have it: 99.9 by -2 is 0.999, which 99.9 / 100 is not.
+double shifted(double value, int places);
+
 // Bytes
 
 inline constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";

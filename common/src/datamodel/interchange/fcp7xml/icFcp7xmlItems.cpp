@@ -103,7 +103,7 @@ Speed Maker::speedOf(pugi::xml_node item)
     if (!percent)
         return speed;
     speed.isSet = true;
-    speed.factor = *percent / 100;
+    speed.factor = shifted(*percent, -2);
     if (isTrue(parameterOf(effect, "reverse"), "value", false))
         speed.factor = -std::abs(speed.factor);
     constexpr double slowest = 1e-6;

@@ -181,6 +181,13 @@ Where whereOf(const Sequence& sequence, const Track& track, const Item& item)
             track.node->getTrackNum(), sequence.node->getLabelTime(item.recIn), sequence.fcm};
 }
 
+std::string percentText(double speed)
+{
+    std::string text;
+    appendDecimal(text, std::isfinite(speed) ? shifted(speed, 2) : 0.0, 1, 0);
+    return text;
+}
+
 std::string ticks(double frames, double fps)
 {
     return timeText(std::round(frames * 254016000000.0 / fps));
@@ -837,7 +844,7 @@ void PlainElements::effects(pugi::xml_node clip, const Sequence& sequence, const
             if (soundWarp && soundWarp->getRatio() > 0)
                 speed = std::round(1e8 / static_cast<double>(soundWarp->getRatio())) / 1e8;
             parameter(made, "variablespeed", isKeyed ? "1" : "0");
-            parameter(made, "speed", timeText(std::abs(speed) * 100));
+            parameter(made, "speed", percentText(std::abs(speed)));
             parameter(made, "reverse", boolText(speed < 0));
             if (!isKeyed)
                 continue;
