@@ -324,8 +324,27 @@ Sequence& Cut::addSequence(const DmCompositionNode& node, DM::FrameCodeModes oth
         else
             left.push_back({node.getChild(i), &sequence, nullptr, "DM728", dmNoTime});
     }
+    findBegin(sequence);
     findEnd(sequence);
     return sequence;
+}
+
+void Cut::findBegin(Sequence& sequence)
+{
+    constexpr double least = 0.5; // of frames
+    const Track* first = nullptr;
+    const Item* earliest = nullptr;
+    for (const Track& track : sequence.tracks)
+        for (const Item& item : track.items)
+            if (item.recIn < (earliest ? earliest->recIn : sequence.origin - least))
+            {
+                first = &track;
+                earliest = &item;
+            }
+    if (!earliest)
+        return;
+    sequence.origin = earliest->recIn;
+    left.push_back({earliest->node, &sequence, first->node, "DM744", earliest->recIn});
 }
 
 void Cut::findEnd(Sequence& sequence)

@@ -215,6 +215,8 @@ private:
     /// Those whose medium no file named: it may be one that a file named elsewhere.
     void addOwnFiles();
     void use(File& file, bool isNew, const Sequence& sequence, const Track& track, const Item& item, double before);
+    /// What begins before the composition's start label has no other place than the begin of the sequence.
+    void findBegin(Sequence& sequence);
     static void findEnd(Sequence& sequence);
     void addTracks(Sequence& sequence, const DmTrackNode& node, int& number);
     Track& addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerNode* layer, int number);

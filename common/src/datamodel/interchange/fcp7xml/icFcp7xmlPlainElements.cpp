@@ -427,7 +427,7 @@ pugi::xml_node PlainElements::sequence(pugi::xml_node parent, const Sequence& se
     };
     mark("in", node.getInMark());
     mark("out", node.getOutMark());
-    timecode(made, node.getStartTC(), sequence.fcm, nullptr);
+    timecode(made, node.getLabelTime(sequence.origin), sequence.fcm, nullptr);
     const pugi::xml_node media = add(made, "media");
     for (const bool sound : {false, true})
     {

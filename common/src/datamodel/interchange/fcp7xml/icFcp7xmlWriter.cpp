@@ -117,6 +117,7 @@ void Writer::tellLeft()
         const std::string_view code = each.code;
         _report.lose({each.code, code == "DM703"   ? "the later one covers the end of the earlier"
                                  : code == "DM726" ? "written as tracks above"
+                                 : code == "DM744" ? "the sequence begins with them"
                                                    : "left out"});
     }
     _report.at({});

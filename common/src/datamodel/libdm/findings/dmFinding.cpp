@@ -65,6 +65,7 @@ constexpr DmFindingCode conversions[] = {
     {"DM741", DmFinding::Note, "time that nothing fills at the begin or the end"},
     {"DM742", DmFinding::Note, "transitions that do not begin at their cut"},
     {"DM743", DmFinding::Note, "tracks on which nothing plays"},
+    {"DM744", DmFinding::Warning, "segments that begin before their composition"},
 };
 static_assert(std::ranges::is_sorted(conversions, {},
                                      [](const DmFindingCode& each) { return std::string_view(each.code); }));
