@@ -285,6 +285,14 @@ TEST(Otio, LeavesOfUsualClipsWhatTheModelDoesNotSay)
         R"({"DEFAULT_MEDIA":{"OTIO_SCHEMA":"ExternalReference.1","metadata":{},"name":"r",)"
         R"("available_image_bounds":null,"target_url":"file:///b.mov","available_range":)" +
         range(0, 200) + "}}}";
+    // As older programs have it, their members in another order.
+    const std::string old =
+        R"({"OTIO_SCHEMA":"Clip.1","effects":[],"markers":[],"media_reference":{"OTIO_SCHEMA":"ExternalReference.1",)"
+        R"("available_range":)" +
+        range(0, 200) +
+        R"(,"metadata":{},"name":null,"target_url":"file:///b.mov"},"metadata":{"x":1,"cmx_3600":{"reel":"R1","y":2}},)"
+        R"("name":"a","source_range":)" +
+        range(5, 20) + "}";
     const std::string reel = R"("reel":"R1")";
     const std::string list = R"({"inside":{"metadata":{"inside":{"cmx_3600":{"added":)";
     struct Case
@@ -312,6 +320,13 @@ TEST(Otio, LeavesOfUsualClipsWhatTheModelDoesNotSay)
         {"the name of the nameless", R"("name":"a")", R"("name":"untitled")", R"({"other":{"name":["","untitled"]}})"},
         {"another key", "DEFAULT_MEDIA", "x", R"({"form":{"key":"x"}})"},
         {"an older clip", "Clip.2", "Clip.1", R"({"other":{"OTIO_SCHEMA":["Clip.2","Clip.1"]}})"},
+        {"an older program's clip", usual, old,
+         R"({"other":{"OTIO_SCHEMA":["Clip.2","Clip.1"]},"inside":{"media_reference":{"other":{"name":["",null]},)"
+         R"("missing":{"available_image_bounds":null}},"metadata":{"added":{"x":1},)"
+         R"("inside":{"cmx_3600":{"added":{"y":2}}}}},"missing":{"enabled":true},"form":{"single":true}})"},
+        {"no bounds", R"("available_image_bounds":null,)", "",
+         R"({"inside":{"media_references":{"inside":{"DEFAULT_MEDIA":{"missing":{"available_image_bounds":null}}}}}})"},
+        {"a newer member", R"("enabled":true)", R"("enabled":true,"color":null)", R"({"added":{"color":null}})"},
         {"a path with a blank", "b.mov", "b%20c.mov", ""},
         {"a path in another spelling", "b.mov", "%62.mov",
          R"({"inside":{"media_references":{"inside":{"DEFAULT_MEDIA":{"other":{"target_url":)"
@@ -804,8 +819,10 @@ TEST(Otio, ConvertsRatesAndTellsByHowMuch)
 
 TEST(Otio, IsReadInPiecesToTheSameDocument)
 {
-    // Six clips of one shape; what a case names stands otherwise in the fourth, or around them.
-    const auto timeline = [](std::string_view from, std::string_view to)
+    // Six clips of one shape; what a case names stands otherwise in the fourth, or around them. `manner`: that in which
+    // all of them say it otherwise.
+    using Pair = std::pair<std::string_view, std::string_view>;
+    const auto timeline = [](std::string_view from, std::string_view to, const std::vector<Pair>& manner)
     {
         bool isReplaced = false;
         const auto replace = [&](std::string text)
@@ -833,7 +850,7 @@ TEST(Otio, IsReadInPiecesToTheSameDocument)
 )";
         for (int i = 0; i < 6; ++i)
         {
-            const std::string clip =
+            std::string clip =
                 R"({"OTIO_SCHEMA": "Clip.2", "metadata": {"cmx_3600": {"reel": "A1", "comments": ["SOURCE FILE: s)" +
                 std::to_string(i) + R"("]}, "id": )" + std::to_string(i) + R"(}, "name": "c)" + std::to_string(i) +
                 "\", \"source_range\": " + range(100 + i, 20 + i) +
@@ -841,6 +858,8 @@ TEST(Otio, IsReadInPiecesToTheSameDocument)
                 R"({"OTIO_SCHEMA": "ExternalReference.1", "metadata": {}, "name": "m", "available_range": )" +
                 range(90, 1000) + R"(, "available_image_bounds": null, "target_url": "file:///m/a)" +
                 std::to_string(i % 2) + R"(.mov"}}, "active_media_reference_key": "DEFAULT_MEDIA"})";
+            for (const auto& [usual, other] : manner)
+                clip.replace(clip.find(usual), usual.size(), other);
             text += (i == 0 ? "        " : ",\n        ") + (i == 3 ? replace(clip) : clip);
         }
         text += "\n    ],\n    \"kind\": \"Video\"}]}}";
@@ -906,10 +925,17 @@ TEST(Otio, IsReadInPiecesToTheSameDocument)
 "value": 50.0}, "start_time": {"OTIO_SCHEMA": "RationalTime.1", "rate": 24.0, "value": 10.0}}, "enabled")"},
         {"Timeline.1", "Strange.1"},
     };
+    const std::vector<Pair> old = {{"Clip.2", "Clip.1"},
+                                   {"\"enabled\": true, ", ""},
+                                   {R"("media_references": {"DEFAULT_MEDIA": )", "\"media_reference\": "},
+                                   {R"(}}, "active_media_reference_key": "DEFAULT_MEDIA")", "}"},
+                                   {"\"available_image_bounds\": null, ", ""},
+                                   {"\"name\": \"m\"", "\"name\": null"}};
     for (const auto& each : cases)
-        for (const Report::Leniency leniency : {Report::Strict, Report::Lenient})
+        for (const auto& [leniency, manner] :
+             {std::pair(Report::Strict, std::vector<Pair>()), {Report::Lenient, {}}, {Report::Lenient, old}})
         {
-            const std::string text = timeline(each.from, each.to);
+            const std::string text = timeline(each.from, each.to, manner);
             SCOPED_TRACE(std::string(each.from).append(" as ").append(each.to));
             Report ofPieces(leniency);
             Report ofWhole(leniency);

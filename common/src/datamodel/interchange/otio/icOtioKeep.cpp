@@ -171,12 +171,16 @@ std::vector<Note> Keep::take(DmTreeNode& node, const Value& object, const Value*
     return notes;
 }
 
-bool Keep::keepUsual(DmSourceNode& node, const Value& object, Trim trim, const std::vector<Note>& notes)
+std::optional<Manner> Keep::keepUsual(DmSourceNode& node, const Value& object, Trim trim,
+                                      const std::vector<Note>& notes)
 {
-    const std::optional<std::string> leftover = usualLeftover(object, node, trim, notes, _items);
+    const std::optional<Manner> manner = usualManner(object, node, trim, _items);
+    const Value* const metadata = member(&object, "metadata");
+    const std::optional<std::string> leftover =
+        manner && metadata ? usualLeftover(*metadata, *manner, notes) : std::nullopt;
     if (leftover && !leftover->empty())
         static_cast<void>(setLeftover(node, leftoverType, *leftover)); // a host's set may end the chain
-    return leftover.has_value();
+    return leftover ? manner : std::nullopt;
 }
 
 void Keep::keepKnown(DmTreeNode& node, const std::vector<Note>& notes, std::string_view leftover)

@@ -46,8 +46,8 @@ public:
 
     /// Gives the node what its object says under our key, and its notes, which it answers.
     std::vector<Note> take(DmTreeNode& node, const Value& object, const Value* own) const;
-    /// Keeps what the object of a usual clip says beyond its node. False where the clip is not a usual one.
-    bool keepUsual(DmSourceNode& node, const Value& object, Trim trim, const std::vector<Note>& notes);
+    /// Keeps what the object of a usual clip says beyond its node. None where the clip is not a usual one.
+    std::optional<Manner> keepUsual(DmSourceNode& node, const Value& object, Trim trim, const std::vector<Note>& notes);
     /// The same of a fresh one whose leftover is known; empty for none.
     static void keepKnown(DmTreeNode& node, const std::vector<Note>& notes, std::string_view leftover);
     /// Keeps what the object says beyond what is written for the node as it is: `describe` tells a listener that.

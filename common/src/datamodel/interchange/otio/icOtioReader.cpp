@@ -648,7 +648,7 @@ void Maker::addChild(const Stage& to, Entries& entries, const Value& track, Chil
 bool Maker::addKnown(Entries& entries, const KnownClip& clip, eDmTreeMediaType mediaType)
 {
     std::vector<Note> notes = notesOfMetadata(clip.metadata);
-    std::optional<std::string> leftover = usualLeftover(*clip.metadata, notes);
+    std::optional<std::string> leftover = usualLeftover(*clip.metadata, clip.facts.manner, notes);
     CoSharedPtr<DmSegmentNode> node;
     if (leftover)
         node = _items.clip(clip.facts, reelOfMetadata(clip.metadata), mediaType);
@@ -690,14 +690,15 @@ void Maker::finish(Stage& to, DmSegmentNode& node, const Value& item, const Entr
             setText(node, DmSegmentNode::SegmentId, freshId());
         }
     }
-    else if (node.whatIs() == DM_SOURCE_NODE && _keep.keepUsual(static_cast<DmSourceNode&>(node), item, trim, notes))
-    {
-        constexpr std::size_t mostShapes = 8;
-        if (!entry.text.empty() && _shapes.size() < mostShapes)
-            if (Shape shape(entry.text, node.getMuted()); shape.isPlain())
-                _shapes.push_back(std::move(shape));
-        return _items.came(node, item);
-    }
+    else if (node.whatIs() == DM_SOURCE_NODE)
+        if (const std::optional<Manner> manner = _keep.keepUsual(static_cast<DmSourceNode&>(node), item, trim, notes))
+        {
+            constexpr std::size_t mostShapes = 8;
+            if (!entry.text.empty() && _shapes.size() < mostShapes)
+                if (Shape shape(entry.text, node.getMuted(), *manner); shape.isPlain())
+                    _shapes.push_back(std::move(shape));
+            return _items.came(node, item);
+        }
     const auto* const container =
         node.whatIs() == DM_CONTAINER_NODE ? static_cast<const DmContainerNode*>(&node) : nullptr;
     _keep.keepDifference(node, item, form,

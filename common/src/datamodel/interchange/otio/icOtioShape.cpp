@@ -92,15 +92,16 @@ public:
 private:
     void value()
     {
-        constexpr std::array<std::pair<std::string_view, Hole>, 8> holes{
+        constexpr std::array<std::pair<std::string_view, Hole>, 4> holes{
             {{"/metadata", Hole::Metadata},
              {"/name", Hole::Name},
              {"/source_range/start_time/value", Hole::Start},
-             {"/source_range/duration/value", Hole::Length},
-             {"/media_references/DEFAULT_MEDIA/name", Hole::MediaName},
-             {"/media_references/DEFAULT_MEDIA/target_url", Hole::Url},
-             {"/media_references/DEFAULT_MEDIA/available_range/start_time/value", Hole::AvailableStart},
-             {"/media_references/DEFAULT_MEDIA/available_range/duration/value", Hole::AvailableLength}}};
+             {"/source_range/duration/value", Hole::Length}}};
+        constexpr std::array<std::pair<std::string_view, Hole>, 4> holesOfMedia{
+            {{"/name", Hole::MediaName},
+             {"/target_url", Hole::Url},
+             {"/available_range/start_time/value", Hole::AvailableStart},
+             {"/available_range/duration/value", Hole::AvailableLength}}};
         const char* const begin = _at;
         if (*_at == '{' || *_at == '[')
             others();
@@ -109,8 +110,12 @@ private:
         else
             while (isWord(*_at))
                 ++_at;
-        for (const auto& [path, hole] : holes)
-            if (path == _path)
+        const std::string_view path = _path;
+        const std::string_view media = _to._manner.isSingle ? "/media_reference" : "/media_references/DEFAULT_MEDIA";
+        const bool isInMedia = path.starts_with(media);
+        const std::string_view inside = path.substr(isInMedia ? media.size() : 0);
+        for (const auto& [name, hole] : isInMedia ? holesOfMedia : holes)
+            if (name == inside && *begin != 'n') // of null
             {
                 const int quote = *begin == '"' ? 1 : 0; // the quotes are no part of the hole
                 _to._pieces.push_back({std::string(_from, begin + quote), hole});
@@ -157,8 +162,9 @@ private:
     std::string _path;
 };
 
-Shape::Shape(std::string_view text, bool isMuted)
+Shape::Shape(std::string_view text, bool isMuted, const Manner& manner)
     : _isMuted(isMuted)
+    , _manner(manner)
 {
     Finder(*this, text);
 }
@@ -167,9 +173,9 @@ bool Shape::isPlain() const
 {
     const auto has = [this](Hole hole) { return std::ranges::count(_pieces, hole, &Piece::hole) == 1; };
     const auto isEscaped = [](const Piece& piece) { return piece.before.find('\\') != std::string::npos; };
-    return has(Hole::Metadata) && has(Hole::Name) && has(Hole::Start) && has(Hole::Length) && has(Hole::MediaName) &&
-           has(Hole::AvailableStart) == has(Hole::AvailableLength) && std::ranges::none_of(_pieces, isEscaped) &&
-           _rest.find('\\') == std::string::npos;
+    return has(Hole::Metadata) && has(Hole::Name) && has(Hole::Start) && has(Hole::Length) &&
+           has(Hole::MediaName) == _manner.hasMediaName && has(Hole::AvailableStart) == has(Hole::AvailableLength) &&
+           std::ranges::none_of(_pieces, isEscaped) && _rest.find('\\') == std::string::npos;
 }
 
 bool Shape::match(const char*& at, const char* end, ClipFacts& facts, MetadataAt& metadata) const
@@ -177,6 +183,7 @@ bool Shape::match(const char*& at, const char* end, ClipFacts& facts, MetadataAt
     const char* to = at;
     facts = {};
     facts.isMuted = _isMuted;
+    facts.manner = _manner;
     for (const Piece& piece : _pieces)
         if (!takeText(to, piece.before, end) || !fill(piece.hole, to, end, facts, metadata))
             return false;

@@ -19,6 +19,21 @@
 namespace interchange::otio
 {
 
+/// How a usual clip says what it says: as it is written here, or as other and older programs do.
+struct Manner
+{
+    bool isOld = false;    ///< "Clip.1"
+    bool isSingle = false; ///< one media reference, not one of several
+    bool hasEnabled = true;
+    bool hasColour = false;    ///< null
+    bool hasMediaName = true;  ///< not null
+    bool hasBounds = true;     ///< of the media's picture, null
+    bool isMediaFirst = false; ///< in front of the metadata
+
+    /// All that is written for its node stands there as it is written.
+    bool isOurs() const { return !isOld && hasEnabled && hasMediaName && hasBounds; }
+};
+
 /// What stands in the holes. Times are whole frames of the composition, not negative.
 struct ClipFacts
 {
@@ -30,6 +45,7 @@ struct ClipFacts
     double availableStart = 0;
     double availableLength = -1; ///< negative where nobody knows it
     bool isMuted = false;
+    Manner manner = {};
 };
 
 /// The metadata that stand at a place of the text, parsed once for all the shapes that a clip is held against.
@@ -53,7 +69,7 @@ class Shape
 {
 public:
     /// Of a usual clip's text, which was parsed.
-    Shape(std::string_view text, bool isMuted);
+    Shape(std::string_view text, bool isMuted, const Manner& manner);
     /// All that tells clips apart stands in holes. Not so of names that are spelt with escapes, for one.
     bool isPlain() const;
 
@@ -83,6 +99,7 @@ private:
     std::vector<Piece> _pieces;
     std::string _rest; ///< what stands behind the last one
     bool _isMuted;
+    Manner _manner;
 };
 
 } // namespace interchange::otio

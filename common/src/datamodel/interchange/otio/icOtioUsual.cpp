@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 
 namespace interchange::otio
 {
@@ -17,8 +18,8 @@ namespace interchange::otio
 namespace
 {
 
-constexpr json::SizeType membersOfClip = 9;
-constexpr json::SizeType membersOfReference = 6; ///< with the URL of a file
+constexpr json::SizeType membersOfClip = 7;      ///< with one media reference, that all clips have
+constexpr json::SizeType membersOfReference = 4; ///< of missing media, that all have
 constexpr json::SizeType membersOfRange = 3;
 constexpr json::SizeType mostOfMetadata = 8; ///< each is held against all others
 
@@ -76,17 +77,20 @@ bool isUrlOf(const Value* value, const DmString& path)
 }
 
 bool isReferenceOf(const Value& reference, const DmSourceNode::MediaInput& input, const DmSourceInfo& info,
-                   Items::Range material, double rate)
+                   Items::Range material, double rate, Manner& manner)
 {
     const std::string_view schema = referenceSchema(input);
     const bool isFile = schema == "ExternalReference.1";
     const Value* const metadata = memberOrNull(reference, "metadata");
+    const Value* const name = memberOrNull(reference, "name");
     const Value* const bounds = memberOrNull(reference, "available_image_bounds");
+    manner.hasMediaName = !name || !name->IsNull();
+    manner.hasBounds = bounds;
     if ((!isFile && schema != "MissingReference.1") ||
-        reference.MemberCount() != membersOfReference - (isFile ? 0 : 1) ||
+        reference.MemberCount() != membersOfReference + (isFile ? 1 : 0) + (bounds ? 1 : 0) ||
         !isText(memberOrNull(reference, schemaKey), schema) || !metadata || !metadata->IsObject() ||
-        !metadata->ObjectEmpty() || !bounds || !bounds->IsNull() ||
-        !isTextOf(memberOrNull(reference, "name"), info.getName()) ||
+        !metadata->ObjectEmpty() || (bounds && !bounds->IsNull()) ||
+        !(manner.hasMediaName ? isTextOf(name, info.getName()) : info.getName().empty()) ||
         (isFile && !isUrlOf(memberOrNull(reference, "target_url"), info.getPath())))
         return false;
     const Value* const said = memberOrNull(reference, "available_range");
@@ -174,64 +178,136 @@ bool appendAdded(std::string& out, std::string_view before, const Value& object,
     return hasAny;
 }
 
-/// What a clip's metadata says beyond reel and comments: {"inside":{"metadata":...}}, or nothing.
-std::optional<std::string> leftoverOf(const Value& metadata, Shown shown)
+/// What a clip's metadata says beyond reel and comments: "metadata":{...}, or nothing.
+std::optional<std::string> leftoverOf(const Value& metadata, Shown shown, bool isOurs)
 {
-    constexpr std::size_t usualSize = 192;
-    constexpr std::string_view begin = R"({"inside":{"metadata":{)";
+    constexpr std::size_t usualSize = 320; // with what stands around it
+    constexpr const char ofLists[] = "cmx_3600";
     const std::string_view reel = reelOfMetadata(&metadata);
     const bool hasReel = !reel.empty();
     const bool isShown = hasReel || shown == Shown::All;
+    const Value* const list = memberOrNull(metadata, ofLists);
+    // Of members that stand there twice something is said, unless all is as it is written.
+    if (!isOurs && list && list->IsObject() && !isUsualMetadata(*list))
+        return std::nullopt;
     std::string out;
     out.reserve(usualSize);
+    const auto addOthers = [&]
+    {
+        return appendAdded(out, out.empty() ? R"("metadata":{)" : ",", metadata,
+                           [&](std::string_view name) { return !isShown || name != ofLists; });
+    };
     if (isShown)
     {
-        const Value* const list = memberOrNull(metadata, "cmx_3600");
         if (!list || !isUsualMetadata(*list) || (hasReel && !isText(memberOrNull(*list, "reel"), reel)))
             return std::nullopt;
         const auto isAdded = [&](std::string_view name)
         { return !(hasReel && name == "reel") && !(shown == Shown::All && name == "comments"); };
-        if (appendAdded(out, R"({"inside":{"metadata":{"inside":{"cmx_3600":{)", *list, isAdded))
+        const bool areOthersFirst = !isOurs && text(&metadata.MemberBegin()->name) != ofLists && addOthers();
+        if (appendAdded(out, areOthersFirst ? R"(,"inside":{"cmx_3600":{)" : R"("metadata":{"inside":{"cmx_3600":{)",
+                        *list, isAdded))
             out += "}}";
+        if (!areOthersFirst)
+            addOthers();
     }
-    appendAdded(out, out.empty() ? begin : ",", metadata,
-                [&](std::string_view name) { return !isShown || name != "cmx_3600"; });
-    return out.empty() ? out : out.append("}}}");
+    else
+        addOthers();
+    return out.empty() ? out : out.append(1, '}');
+}
+
+void appendPart(std::string& out, std::string_view part)
+{
+    out.append(1, out.empty() ? '{' : ',').append(part);
+}
+
+/// What a media reference does not say as it is written: "media_reference":{...}, or nothing.
+std::string leftoverOfMedia(const Manner& manner)
+{
+    std::string out;
+    if (!manner.hasMediaName)
+        appendPart(out, R"("other":{"name":["",null]})");
+    if (!manner.hasBounds)
+        appendPart(out, R"("missing":{"available_image_bounds":null})");
+    if (out.empty())
+        return out;
+    return manner.isSingle ? R"("media_reference":)" + out + "}"
+                           : R"("media_references":{"inside":{"DEFAULT_MEDIA":)" + out + "}}}";
 }
 
 } // namespace
 
-std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& node, Trim trim,
-                                         const std::vector<Note>& notes, const Items& items)
+std::optional<Manner> usualManner(const Value& clip, const DmSourceNode& node, Trim trim, const Items& items)
 {
     const auto* const input = as<DmSourceNode::MediaInput>(node.getSrcInput());
     const DmSourceInfo* const info = input ? input->getSrcInfo() : nullptr;
     const Value* const metadata = memberOrNull(clip, "metadata");
     const Value* const enabled = memberOrNull(clip, "enabled");
-    const Value* const references = memberOrNull(clip, "media_references");
-    const Shown shown = shownOf(notes);
-    if (!info || !metadata || !enabled || !enabled->IsBool() || enabled->GetBool() == node.getMuted() || !references ||
-        !references->IsObject() || references->MemberCount() != 1 || clip.MemberCount() != membersOfClip ||
-        !isUsualMetadata(*metadata) || shown == Shown::Some)
+    const Value* const colour = memberOrNull(clip, "color");
+    const Value* const single = memberOrNull(clip, "media_reference");
+    const Value* const references = single ? nullptr : memberOrNull(clip, "media_references");
+    const Value* media = single;
+    if (references && references->IsObject() && references->MemberCount() == 1 &&
+        text(&references->MemberBegin()->name) == "DEFAULT_MEDIA" &&
+        isText(memberOrNull(clip, "active_media_reference_key"), "DEFAULT_MEDIA"))
+        media = &references->MemberBegin()->value;
+    Manner manner;
+    manner.isOld = isText(memberOrNull(clip, schemaKey), "Clip.1");
+    manner.isSingle = single;
+    manner.hasEnabled = enabled;
+    manner.hasColour = colour;
+    const json::SizeType members = membersOfClip + (enabled ? 1 : 0) + (colour ? 1 : 0) + (single ? 0 : 1);
+    if (!info || !metadata || !media || !media->IsObject() || clip.MemberCount() != members ||
+        (enabled && !enabled->IsBool()) || (colour && !colour->IsNull()) ||
+        node.getMuted() != (enabled && enabled->IsFalse()) ||
+        (!manner.isOld && !isText(memberOrNull(clip, schemaKey), "Clip.2")))
         return std::nullopt;
     const Items::Range material = materialOf(*input, items.fps());
     const Items::Range played = sourceRangeOf(node, trim, node.getRecLength(), material.start, 1);
-    const auto& reference = *references->MemberBegin();
-    const bool isUsual = isText(memberOrNull(clip, schemaKey), "Clip.2") &&
-                         isEmptyList(memberOrNull(clip, "effects")) && isEmptyList(memberOrNull(clip, "markers")) &&
+    const bool isUsual = isEmptyList(memberOrNull(clip, "effects")) && isEmptyList(memberOrNull(clip, "markers")) &&
                          node.getEffects().count() == 0 && isTextOf(memberOrNull(clip, "name"), node.getName()) &&
                          !(node.getName() == L"untitled") &&
-                         isText(memberOrNull(clip, "active_media_reference_key"), "DEFAULT_MEDIA") &&
-                         text(&reference.name) == "DEFAULT_MEDIA" && reference.value.IsObject() &&
                          isRangeOf(memberOrNull(clip, "source_range"), played, items.rate()) &&
-                         isReferenceOf(reference.value, *input, *info, material, items.rate());
-    return isUsual ? leftoverOf(*metadata, shown) : std::nullopt;
+                         isReferenceOf(*media, *input, *info, material, items.rate(), manner);
+    // What differs is told in the order of the file.
+    manner.isMediaFirst = std::less<>()(single ? single : references, metadata);
+    const bool isInOrder = !manner.isOld || text(&clip.MemberBegin()->name) == schemaKey;
+    const bool hasColourBehind =
+        !colour || manner.isOurs() || (manner.hasMediaName && manner.hasBounds && std::less<>()(metadata, colour));
+    return isUsual && isInOrder && hasColourBehind ? std::optional(manner) : std::nullopt;
 }
 
-std::optional<std::string> usualLeftover(const Value& metadata, const std::vector<Note>& notes)
+std::optional<std::string> usualLeftover(const Value& metadata, const Manner& manner, const std::vector<Note>& notes)
 {
     const Shown shown = shownOf(notes);
-    return shown != Shown::Some && isUsualMetadata(metadata) ? leftoverOf(metadata, shown) : std::nullopt;
+    if (shown == Shown::Some || !isUsualMetadata(metadata))
+        return std::nullopt;
+    constexpr std::string_view old = R"("other":{"OTIO_SCHEMA":["Clip.2","Clip.1"]})";
+    std::optional<std::string> leftover = leftoverOf(metadata, shown, manner.isOurs());
+    if (!leftover)
+        return std::nullopt;
+    std::string& out = *leftover;
+    if (!manner.hasMediaName || !manner.hasBounds)
+    {
+        const std::string media = leftoverOfMedia(manner);
+        const std::string_view between = out.empty() ? "" : ",";
+        if (manner.isMediaFirst)
+            out.insert(0, between).insert(0, media);
+        else
+            out.append(between).append(media);
+    }
+    if (!out.empty())
+        out.insert(0, R"("inside":{)").insert(0, manner.isOld ? "," : "{").append(1, '}');
+    if (manner.isOld)
+        out.insert(0, old).insert(0, 1, '{');
+    if (manner.hasColour)
+        appendPart(out, R"("added":{"color":null})");
+    if (!manner.hasEnabled)
+        appendPart(out, R"("missing":{"enabled":true})");
+    if (manner.isSingle)
+        appendPart(out, R"("form":{"single":true})");
+    if (!out.empty())
+        out += '}';
+    return leftover;
 }
 
 } // namespace interchange::otio

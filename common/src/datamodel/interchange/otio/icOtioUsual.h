@@ -18,11 +18,11 @@
 namespace interchange::otio
 {
 
-/// The leftover, empty for nothing; none where the clip is not a usual one. `node`: as it was read, with nothing of our
-/// own; `notes`: those among its metadata; `items`: what made the node.
-std::optional<std::string> usualLeftover(const Value& clip, const DmSourceNode& node, Trim trim,
-                                         const std::vector<Note>& notes, const Items& items);
-/// That of a clip which is a usual one, if its metadata are.
-std::optional<std::string> usualLeftover(const Value& metadata, const std::vector<Note>& notes);
+/// None where the clip is not a usual one, whatever its metadata are. `node`: as it was read, with nothing of our own;
+/// `items`: what made it.
+std::optional<Manner> usualManner(const Value& clip, const DmSourceNode& node, Trim trim, const Items& items);
+/// The leftover of a clip of that manner, empty for nothing; none where its metadata are not usual ones. `notes`: those
+/// among them.
+std::optional<std::string> usualLeftover(const Value& metadata, const Manner& manner, const std::vector<Note>& notes);
 
 } // namespace interchange::otio
