@@ -525,9 +525,9 @@ TEST(Fcp7xml, NamesWhatNoElementSays)
     EXPECT_EQ(shot.setShotName(L"s1"), DM_NO_ERROR);
     EXPECT_EQ(shot.addSegmentPreviousId(L"old"), DM_NO_ERROR);
     EXPECT_EQ(shot.getSrcInput()->getSrcInfo()->setImageLut(L"day"), DM_NO_ERROR);
-    EXPECT_EQ(setLeftover(shot, {"otio", L"otio 2"}, "{}"), DM_NO_ERROR);
+    EXPECT_EQ(setLeftover(made.layer(), {"otio", L"otio 2"}, "{}"), DM_NO_ERROR);
     EXPECT_EQ(composition.setColourSpace(L"P3"), DM_NO_ERROR);
-    EXPECT_EQ(made.layer().setBaseBlob(DmCueMark::create()), DM_NO_ERROR);
+    EXPECT_EQ(composition.getChild(0)->setBaseBlob(DmCueMark::create()), DM_NO_ERROR);
     write(*made.root, &messages);
     const char* const expected[] = {
         "x.xml: warning: cut: properties that the format has no words for: colourSpace: left out\n",
@@ -570,6 +570,7 @@ TEST(Fcp7xml, TakesNoMoreThanThirtyTimesTheMemoryOfAFile)
         {"<track/>", false, "too many elements", 200000},
         {"<marker/>", false, nullptr, 60000},
         {"<marker><in>%</in></marker>", false},
+        {"<clipitem><in>0</in><out>1</out><end>1%</end><attached type=\"edl\">%</attached></clipitem>\n"},
     };
     for (const auto& each : cases)
     {

@@ -240,7 +240,7 @@ void Unsaid::reportAround(const DmTreeNode& root, Report& report)
     report.at({});
 }
 
-void Unsaid::report(const DmTreeNode& node, Report& report)
+void Unsaid::report(const DmTreeNode& node, Report& report, bool handedOn)
 {
     const auto tellNames = [&report](const char* code, std::string names)
     {
@@ -272,8 +272,9 @@ void Unsaid::report(const DmTreeNode& node, Report& report)
         const std::string_view format = std::string_view(type).substr(0, type.find(' '));
         const bool isOurs = blob && isLeftover(*blob);
         // Of lists, others hand on the notes; the rest of it is about places in the list itself.
-        const bool isSilent = format == edlLeftover.format &&
-                              std::ranges::all_of(notesOf(node), [](const Note& note) { return isOfModel(note.kind); });
+        const bool isSilent =
+            handedOn || (format == edlLeftover.format &&
+                         std::ranges::all_of(notesOf(node), [](const Note& note) { return isOfModel(note.kind); }));
         const bool plays = held && held->isSegment() && node.asTransition(); // what a transition comes from
         if (!isOurs && !plays)
             sets.append(", ").append(dmUtf8(at->classData().className()));

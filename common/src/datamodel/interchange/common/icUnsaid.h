@@ -31,8 +31,8 @@ public:
     }
 
     /// Names, as losses of the node, its properties that are set and not said, and what somebody attached to it. That
-    /// there is something that only the format says that it was read from is said once.
-    void report(const DmTreeNode& node, Report& report);
+    /// there is something that only the format says that it was read from is said once, unless it is `handedOn`.
+    void report(const DmTreeNode& node, Report& report, bool handedOn = false);
     /// The same of what holds the compositions: the root, and reels.
     void reportAround(const DmTreeNode& root, Report& report);
 

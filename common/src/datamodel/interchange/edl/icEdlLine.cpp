@@ -340,7 +340,7 @@ void EdlLineMaker::setSpeed(EdlLine& line, double speed, const EdlKept* kept) co
 {
     const double rate = DM::FcmUtil::getDoubleFPS(_fcm);
     // The list's own figure, as long as the speed still is what was made of it.
-    constexpr double tolerance = 1e-9;
+    constexpr double tolerance = 1e-8; // of percents with six places
     if (kept && kept->speed && std::abs(kept->plays.value_or(kept->speed->fps / rate) - speed) <= tolerance)
     {
         line.event.speed = EdlSpeed{kept->speed->fps, 0};

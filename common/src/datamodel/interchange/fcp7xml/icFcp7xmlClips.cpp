@@ -135,7 +135,9 @@ CoSharedPtr<DmSourceNode::Input> Maker::input(const Entry& entry, const Medium& 
     const std::string path = pathOfUrl(trimmed(textOf(medium.element, "pathurl")));
     const auto info = orBadAlloc(DmSourceInfo::create());
     require(info->setSourceType(path.empty() ? DmSourceInfo::Unknown : DmSourceInfo::File));
-    require(info->setName(toDmString(textOf(medium.element, "name"))));
+    if (const pugi::xml_node name = medium.element.child("name");
+        name.attribute(fileNameMark).value() != std::string_view("unknown"))
+        require(info->setName(toDmString(name.child_value())));
     require(info->setPath(toDmString(path)));
     require(info->setReelName(toDmString(textOf(medium.element.child("timecode").child("reel"), "name"))));
     auto media =
@@ -405,6 +407,7 @@ CoSharedPtr<DmSegmentNode> Maker::clip(Stage& stage, const Entry& entry, eDmTree
     _nodes.insert(element.internal_object());
     if (inside)
         _nodes.insert(place.internal_object());
+    takeAttached(*node, element);
     came(*node, element);
     _hints.emplace(node.get(), hint);
     stage.clips.push_back({node, element, &label});

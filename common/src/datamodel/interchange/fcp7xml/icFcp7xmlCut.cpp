@@ -449,6 +449,7 @@ Track& Cut::addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerN
                 alone.segment = outgoing;
                 alone.recIn = item.recIn;
                 alone.recOut = item.recIn;
+                alone.isCarried = dynamic_cast<const DmSourceNode*>(outgoing) != nullptr;
                 track.items.push_back(alone);
                 item.isFromBlack = false;
             }

@@ -122,7 +122,8 @@ struct Item
     const DmTrxEffectNode* behind = nullptr;
     bool isFromBlack = false; ///< of a transition
     bool isToBlack = false;
-    bool isCut = false; ///< a later one covers its end
+    bool isCut = false;     ///< a later one covers its end
+    bool isCarried = false; ///< by the transition behind it
 };
 
 /// Record time of an item with what its transitions show of it.

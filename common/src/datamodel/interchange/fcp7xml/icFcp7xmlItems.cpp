@@ -1,5 +1,7 @@
 #include "icFcp7xmlMaker.h"
 
+#include "icFcp7xmlAttached.h"
+
 #include "CoNumber.h"
 
 #include <algorithm>
@@ -203,6 +205,15 @@ std::vector<Entry> Maker::entriesOf(const Stage& stage, pugi::xml_node track)
 {
     const auto isItem = [](pugi::xml_node child)
     { return isNamed(child, "clipitem") || isNamed(child, "generatoritem") || isNamed(child, "transitionitem"); };
+    const auto isCarried = [](pugi::xml_node child)
+    {
+        pugi::xml_node behind = child.attribute(carriedMark) ? child.next_sibling() : pugi::xml_node();
+        while (behind && behind.type() != pugi::node_element)
+            behind = behind.next_sibling();
+        const pugi::xml_node attached = behind.child(attachedName);
+        return isNamed(behind, "transitionitem") && attached && !attached.attribute(attachedType) &&
+               sourceOf(attached.child_value());
+    };
     std::vector<Entry> entries; // what is left out makes room in front of what is still to be read
     const auto items = static_cast<std::size_t>(std::ranges::count_if(track.children(), isItem));
     charge(items * weight::ofEntry, track);
@@ -210,7 +221,9 @@ std::vector<Entry> Maker::entriesOf(const Stage& stage, pugi::xml_node track)
     const Rate rate = this->rate(stage.element.child("rate")).value_or(Rate::of(stage.fcm));
     double mixEnd = stage.origin;
     for (const pugi::xml_node child : track.children())
-        if (isItem(child))
+        if (isItem(child) && isCarried(child))
+            _nodes.insert(child.internal_object());
+        else if (isItem(child))
         {
             Entry entry;
             entry.element = child;

@@ -1,5 +1,6 @@
 #include "icFcp7xmlMaker.h"
 
+#include "icFcp7xmlAttached.h"
 #include "icTree.h"
 
 #include <algorithm>
@@ -64,6 +65,40 @@ void Maker::keep(DmTreeNode& node, pugi::xml_node element, pugi::xml_node plain,
     const std::size_t taken = weight::ofForm + form.size() * weight::ofLetter;
     const std::size_t given = weight::ofElement * countElements(element);
     charge(taken - std::min(taken, given), element);
+}
+
+void Maker::takeAttached(DmTreeNode& node, pugi::xml_node element)
+{
+    std::size_t left = 16; // more are nobody's, and stay in the form
+    pugi::xml_node next;
+    for (pugi::xml_node each = element.child(attachedName); each && left != 0; each = next)
+    {
+        next = each.next_sibling(attachedName);
+        const std::string_view type = each.attribute(attachedType).value();
+        const std::string_view text = each.child_value();
+        const DmString blobType = toDmString(type);
+        const LeftoverType leftover{type, blobType.view()};
+        if (text.empty())
+            continue;
+        if (isForeign(type) && !leftoverOf(node, leftover))
+        {
+            charge(weight::ofForm + text.size() * weight::ofLetter, each);
+            require(setLeftover(node, leftover, textOfAttached(text)));
+        }
+        else if (type.empty() && node.asTransition() && !node.getBaseBlob())
+        {
+            const auto sets = static_cast<std::size_t>(std::ranges::count(text, '{'));
+            charge(sets * weight::ofClip + text.size() * weight::ofLetter, each);
+            const CoSharedPtr<DmSourceNode> source = sourceOf(text);
+            if (!source)
+                continue;
+            require(node.setBaseBlob(source));
+        }
+        else
+            continue;
+        --left;
+        element.remove_child(each); // the node's now: the form goes without
+    }
 }
 
 void Maker::drop(const DmTreeNode& node, pugi::xml_node element)

@@ -198,6 +198,8 @@ private:
         hint.element = element;
         return hint;
     }
+    /// What other formats say of it, out of its element.
+    void takeAttached(DmTreeNode& node, pugi::xml_node element);
     void came(const DmTreeNode& node, pugi::xml_node at)
     {
         _report.became(at.internal_object(), node);

@@ -1,5 +1,6 @@
 #include "icFcp7xmlPlainElements.h"
 
+#include "icFcp7xmlAttached.h"
 #include "icLook.h"
 #include "icPath.h"
 #include "icText.h"
@@ -8,6 +9,7 @@
 
 #include "dmATimewarpSettings.h"
 #include "dmAudioEffects.h"
+#include "dmBlobNode.h"
 #include "dmColourEffects.h"
 #include "dmMaterial.h"
 #include "dmPlayed.h"
@@ -398,18 +400,37 @@ void PlainElements::tellUnsaidAround(const DmRoot& root, bool reels)
 {
     if (!_report)
         return;
-    if (reels)
-        return _unsaid.reportAround(root, *_report);
     _report->at({.node = &root});
-    tellUnsaid(root);
+    tellUnsaid(root, true);
+    for (int i = 0; reels && i < root.getNbChildren(); ++i)
+        if (const DmTreeNode* const child = root.getChild(i); child && child->whatIs() == DM_REEL_NODE)
+            _unsaid.reportAround(*child, *_report);
     _report->at({});
+}
+
+void PlainElements::attached(pugi::xml_node element, const DmTreeNode& node) const
+{
+    constexpr int longestChain = 64;
+    const DmPropertySet* at = _report ? node.getBaseBlob() : nullptr;
+    for (int i = 0; at && i < longestChain; ++i)
+    {
+        const auto* const held = dynamic_cast<const DmTreeNode*>(at);
+        const auto* const blob = dynamic_cast<const DmBlobNode*>(at);
+        const auto* const source = dynamic_cast<const DmSourceNode*>(at);
+        if (const std::string type = blob ? dmUtf8(blob->getBlobType()) : ""; blob && isForeign(type))
+            add(element, attachedName, attachedText(dmUtf8(blob->getData()))).append_attribute(attachedType) =
+                type.c_str();
+        else if (source && at == node.getBaseBlob() && node.asTransition())
+            add(element, attachedName, textOfSource(*source));
+        at = held ? held->getBaseBlob() : nullptr;
+    }
 }
 
 pugi::xml_node PlainElements::sequence(pugi::xml_node parent, const Sequence& sequence)
 {
     const DmCompositionNode& node = *sequence.node;
     _series = {};
-    tellUnsaid(node);
+    tellUnsaid(node, true);
     pugi::xml_node made = add(parent, "sequence");
     if (!sequence.id.empty())
         made.append_attribute("id") = sequence.id.c_str();
@@ -438,6 +459,7 @@ pugi::xml_node PlainElements::sequence(pugi::xml_node parent, const Sequence& se
             optional(kind);
     }
     markers(made, node.getCueMarks(), sequence.origin, 1, {.node = &node});
+    attached(made, node);
     return made;
 }
 
@@ -447,7 +469,7 @@ pugi::xml_node PlainElements::track(pugi::xml_node parent, const Sequence& seque
     {
         _report->at({.node = track.node});
         if (!track.isFurther)
-            tellUnsaid(*track.node);
+            tellUnsaid(*track.node, true);
         if (track.layer)
             tellUnsaidIn(sequence, track);
         _report->at({.node = sequence.node});
@@ -467,6 +489,8 @@ pugi::xml_node PlainElements::track(pugi::xml_node parent, const Sequence& seque
         if (channel < 1)
             optional(output);
     }
+    if (!track.isFurther)
+        attached(made, *track.node);
     return made;
 }
 
@@ -495,8 +519,14 @@ pugi::xml_node PlainElements::item(pugi::xml_node parent, const Sequence& sequen
     _series = {};
     if (_report)
         _report->at(whereOf(sequence, track, item));
-    tellUnsaid(item.segment ? static_cast<const DmTreeNode&>(*item.segment) : *item.mix);
-    return item.mix ? transition(parent, sequence, track, item) : clip(parent, sequence, track, item);
+    const DmTreeNode& node = item.segment ? static_cast<const DmTreeNode&>(*item.segment) : *item.mix;
+    tellUnsaid(node, true);
+    pugi::xml_node made = item.mix ? transition(parent, sequence, track, item) : clip(parent, sequence, track, item);
+    if (item.isCarried)
+        made.append_attribute(carriedMark) = "TRUE";
+    else
+        attached(made, node);
+    return made;
 }
 
 pugi::xml_node PlainElements::transition(pugi::xml_node parent, const Sequence& sequence, const Track& track,
@@ -721,7 +751,10 @@ pugi::xml_node PlainElements::file(pugi::xml_node parent, const Sequence& sequen
     pugi::xml_node made = add(parent, "file");
     if (!file->id.empty())
         made.append_attribute("id") = file->id.c_str();
-    usual(text(made, "name", name), !info || info->getName().empty());
+    const bool isNameless = !info || info->getName().empty();
+    pugi::xml_node named = usual(text(made, "name", name), isNameless);
+    if (isNameless && !name.empty())
+        named.append_attribute(fileNameMark) = "unknown";
     if (!path.empty())
         text(made, "pathurl", urlOfPath(path, "localhost"));
     // What says no rate counts as the clip does, and from zero.

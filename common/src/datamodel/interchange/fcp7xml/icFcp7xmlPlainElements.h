@@ -60,6 +60,9 @@ public:
 
     /// Names what the root says and a file has no place for, and `reels` too where no file had them as bins.
     void tellUnsaidAround(const DmRoot& root, bool reels);
+    /// What other formats say of the node, into its element. Nothing while a file is read: there it is the node's
+    /// already.
+    void attached(pugi::xml_node element, const DmTreeNode& node) const;
 
     pugi::xml_node sequence(pugi::xml_node parent, const Sequence& sequence);
     pugi::xml_node track(pugi::xml_node parent, const Sequence& sequence, const Track& track);
@@ -94,10 +97,10 @@ private:
             _report->lose({code, choice});
     }
 
-    void tellUnsaid(const DmTreeNode& node)
+    void tellUnsaid(const DmTreeNode& node, bool handedOn = false)
     {
         if (_report)
-            _unsaid.report(node, *_report);
+            _unsaid.report(node, *_report, handedOn);
     }
 
     /// Of what becomes no item: the layer, its cuts and its gaps.

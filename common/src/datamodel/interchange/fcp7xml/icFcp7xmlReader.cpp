@@ -167,6 +167,7 @@ CoSharedPtr<DmRoot> Maker::make()
     {
         findDefinitions();
         auto root = orBadAlloc(DmRoot::create());
+        takeAttached(*root, _xml.root());
         addSequences(*root);
         if (root->getNbChildren() == 0)
             mistake(_xml.root(), "no sequence", "the document holds nothing");
@@ -267,6 +268,7 @@ CoSharedPtr<DmCompositionNode> Maker::sequence(pugi::xml_node element, bool isTo
     for (const pugi::xml_node marker : element.children("marker"))
         require(node->addCueMark(mark(marker, start, ratio)));
     hintOf(*node, element).rate = rate.value_or(Rate());
+    takeAttached(*node, element);
     came(*node, element);
     --_depth;
     _open.erase(element.internal_object());
@@ -313,6 +315,7 @@ void Maker::addTracks(Stage& stage, pugi::xml_node kind, eDmTreeMediaType mediaT
             require(stage.node.setPrimaryVideoTrackIndex(index));
         _nodes.insert(element.internal_object());
         hintOf(*track, element);
+        takeAttached(*track, element);
         came(*track, element);
     }
 }
@@ -350,6 +353,7 @@ void Maker::place(Stage& stage, DmLayerBuilder& layer, const std::vector<Entry>&
             require(layer.place(node));
             _nodes.insert(entry.element.internal_object());
             hintOf(*node, entry.element);
+            takeAttached(*node, entry.element);
             came(*node, entry.element);
         }
         else if (const CoSharedPtr<DmSegmentNode> node = clip(stage, entry, mediaType, label))

@@ -304,8 +304,8 @@ void FormMaker::head(pugi::xml_node element, std::string_view name)
 {
     text.append("<").append(name);
     for (const pugi::xml_attribute each : element.attributes())
-        if (const std::string_view said = each.name();
-            said != lengthMark && said != filledMark && said != relInMark && said != elsewhereMark) // the model's
+        if (const std::string_view said = each.name(); said != lengthMark && said != filledMark && said != relInMark &&
+                                                       said != fileNameMark && said != elsewhereMark) // the model's
         {
             attribute(each.name(), each.value());
             _isOwn = true;

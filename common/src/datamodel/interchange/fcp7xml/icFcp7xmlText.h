@@ -91,6 +91,14 @@ inline constexpr const char* lengthMark = "materialLength";
 inline constexpr const char* filledMark = "filledTo";
 /// An attribute of the curve of a changing speed: the relative in-time of its clip, where that is not what plays first.
 inline constexpr const char* relInMark = "relIn";
+/// An attribute of a file's name: "unknown" where it is only what its clip is called.
+inline constexpr const char* fileNameMark = "fileName";
+/// An element of what other formats say of a node: it holds a leftover of the type in its attribute, or, of a
+/// transition, the source that it carries.
+inline constexpr const char* attachedName = "attached";
+inline constexpr const char* attachedType = "type";
+/// An attribute of a clip that is nothing but what the transition behind it carries.
+inline constexpr const char* carriedMark = "carried";
 /// Of a plain clip, and of a place in a form: the links that the file has not, as one figure.
 inline constexpr const char* othersMark = "our:others";
 

@@ -182,6 +182,7 @@ bool Writer::write()
         add(plain, itemsName);
         places = 1;
     }
+    _plain.attached(plain, _root);
     std::size_t next = 0;
     _out.line(R"(<?xml version="1.0" encoding="UTF-8"?>)");
     _out.line("<!DOCTYPE xmeml>");
