@@ -178,60 +178,65 @@ bool appendAdded(std::string& out, std::string_view before, const Value& object,
     return hasAny;
 }
 
-/// What a clip's metadata says beyond reel and comments: "metadata":{...}, or nothing.
-std::optional<std::string> leftoverOf(const Value& metadata, Shown shown, bool isOurs)
+/// What a clip's metadata says beyond reel and comments: "metadata":{...}, or nothing. False where they are no usual
+/// ones.
+bool appendMetadata(std::string& out, const Value& metadata, Shown shown, bool isOurs)
 {
-    constexpr std::size_t usualSize = 320; // with what stands around it
     constexpr const char ofLists[] = "cmx_3600";
     const std::string_view reel = reelOfMetadata(&metadata);
     const bool hasReel = !reel.empty();
     const bool isShown = hasReel || shown == Shown::All;
     const Value* const list = memberOrNull(metadata, ofLists);
     // Of members that stand there twice something is said, unless all is as it is written.
-    if (!isOurs && list && list->IsObject() && !isUsualMetadata(*list))
-        return std::nullopt;
-    std::string out;
-    out.reserve(usualSize);
-    const auto addOthers = [&]
-    {
-        return appendAdded(out, out.empty() ? R"("metadata":{)" : ",", metadata,
-                           [&](std::string_view name) { return !isShown || name != ofLists; });
+    const bool isUsualList = list && list->IsObject() && isUsualMetadata(*list);
+    if ((!isOurs && list && list->IsObject() && !isUsualList) ||
+        (isShown && (!isUsualList || (hasReel && !isText(memberOrNull(*list, "reel"), reel)))))
+        return false;
+    const std::size_t before = out.size();
+    const auto begin = [&] {
+        return out.size() != before ? "," : out.back() == '{' ? R"("metadata":{)" : R"(,"metadata":{)";
     };
+    const auto appendOthers = [&]
+    { return appendAdded(out, begin(), metadata, [&](std::string_view name) { return !isShown || name != ofLists; }); };
+    const bool areOthersFirst = !isShown || (!isOurs && text(&metadata.MemberBegin()->name) != ofLists);
+    if (areOthersFirst)
+        appendOthers();
     if (isShown)
     {
-        if (!list || !isUsualMetadata(*list) || (hasReel && !isText(memberOrNull(*list, "reel"), reel)))
-            return std::nullopt;
         const auto isAdded = [&](std::string_view name)
         { return !(hasReel && name == "reel") && !(shown == Shown::All && name == "comments"); };
-        const bool areOthersFirst = !isOurs && text(&metadata.MemberBegin()->name) != ofLists && addOthers();
-        if (appendAdded(out, areOthersFirst ? R"(,"inside":{"cmx_3600":{)" : R"("metadata":{"inside":{"cmx_3600":{)",
-                        *list, isAdded))
+        const std::size_t size = out.size();
+        out.append(begin()).append(R"("inside":{"cmx_3600":{)");
+        if (appendAdded(out, {}, *list, isAdded))
             out += "}}";
-        if (!areOthersFirst)
-            addOthers();
+        else
+            out.resize(size);
     }
-    else
-        addOthers();
-    return out.empty() ? out : out.append(1, '}');
+    if (!areOthersFirst)
+        appendOthers();
+    if (out.size() != before)
+        out += '}';
+    return true;
 }
 
 void appendPart(std::string& out, std::string_view part)
 {
-    out.append(1, out.empty() ? '{' : ',').append(part);
+    if (out.back() != '{')
+        out += ',';
+    out += part;
 }
 
 /// What a media reference does not say as it is written: "media_reference":{...}, or nothing.
-std::string leftoverOfMedia(const Manner& manner)
+void appendMedia(std::string& out, const Manner& manner)
 {
-    std::string out;
+    if (manner.hasMediaName && manner.hasBounds)
+        return;
+    appendPart(out, manner.isSingle ? R"("media_reference":{)" : R"("media_references":{"inside":{"DEFAULT_MEDIA":{)");
     if (!manner.hasMediaName)
         appendPart(out, R"("other":{"name":["",null]})");
     if (!manner.hasBounds)
         appendPart(out, R"("missing":{"available_image_bounds":null})");
-    if (out.empty())
-        return out;
-    return manner.isSingle ? R"("media_reference":)" + out + "}"
-                           : R"("media_references":{"inside":{"DEFAULT_MEDIA":)" + out + "}}}";
+    out += manner.isSingle ? "}" : "}}}";
 }
 
 } // namespace
@@ -281,33 +286,35 @@ std::optional<std::string> usualLeftover(const Value& metadata, const Manner& ma
     const Shown shown = shownOf(notes);
     if (shown == Shown::Some || !isUsualMetadata(metadata))
         return std::nullopt;
-    constexpr std::string_view old = R"("other":{"OTIO_SCHEMA":["Clip.2","Clip.1"]})";
-    std::optional<std::string> leftover = leftoverOf(metadata, shown, manner.isOurs());
-    if (!leftover)
-        return std::nullopt;
-    std::string& out = *leftover;
-    if (!manner.hasMediaName || !manner.hasBounds)
-    {
-        const std::string media = leftoverOfMedia(manner);
-        const std::string_view between = out.empty() ? "" : ",";
-        if (manner.isMediaFirst)
-            out.insert(0, between).insert(0, media);
-        else
-            out.append(between).append(media);
-    }
-    if (!out.empty())
-        out.insert(0, R"("inside":{)").insert(0, manner.isOld ? "," : "{").append(1, '}');
+    constexpr std::size_t usualSize = 320;
+    std::string out;
+    out.reserve(usualSize);
+    out = '{';
     if (manner.isOld)
-        out.insert(0, old).insert(0, 1, '{');
+        appendPart(out, R"("other":{"OTIO_SCHEMA":["Clip.2","Clip.1"]})");
+    const std::size_t before = out.size();
+    appendPart(out, R"("inside":{)");
+    const std::size_t begin = out.size();
+    if (manner.isMediaFirst)
+        appendMedia(out, manner);
+    if (!appendMetadata(out, metadata, shown, manner.isOurs()))
+        return std::nullopt;
+    if (!manner.isMediaFirst)
+        appendMedia(out, manner);
+    if (out.size() == begin)
+        out.resize(before);
+    else
+        out += '}';
     if (manner.hasColour)
         appendPart(out, R"("added":{"color":null})");
     if (!manner.hasEnabled)
         appendPart(out, R"("missing":{"enabled":true})");
     if (manner.isSingle)
         appendPart(out, R"("form":{"single":true})");
-    if (!out.empty())
-        out += '}';
-    return leftover;
+    if (out.size() == 1)
+        return std::string();
+    out += '}';
+    return out;
 }
 
 } // namespace interchange::otio

@@ -2,9 +2,10 @@
 ///
 /// Of a clip that was just read, the node says what the object does, but for what it has no property for. So where an
 /// object has the members that nearly all clips have, and no others but among its metadata, it is enough to look
-/// whether each value came through, and what is left over is written at once. Everything else is held against what
-/// would be written for the node, member by member (icOtioMatch.h), with the same result. otioBench: what clips leave
-/// over took a third of the time of reading them, and takes a fifth.
+/// whether each value came through, and what is left over is written at once: so of the clips of older programs, too,
+/// which do without some of those members in the same manner each time. Everything else is held against what would be
+/// written for the node, member by member (icOtioMatch.h, icOtioPatch.h), with the same result. otioBench: what clips
+/// leave over took a third of the time of reading them, and takes a fifth.
 ///
 /// For sources of this library only.
 #pragma once
