@@ -29,6 +29,7 @@ namespace
 
 constexpr double tolerance = 1e-6;  ///< of frames
 constexpr double leastLength = 0.5; ///< of a clip, in frames
+constexpr double leastMix = 1;      ///< of a transition
 constexpr int longestTimebase = 1000;
 
 bool isNameless(const DmSourceInfo* info)
@@ -427,6 +428,11 @@ Track& Cut::addTrack(Sequence& sequence, const DmTrackNode& node, const DmLayerN
         if (!std::isfinite(item.recIn) || !std::isfinite(item.recOut) || item.recOut < item.recIn)
         {
             left.push_back({child, &sequence, &node, "DM717", dmNoTime});
+            continue;
+        }
+        if (item.mix && item.recOut - item.recIn < leastMix) // a cut
+        {
+            left.push_back({child, &sequence, &node, "DM740", item.recIn});
             continue;
         }
         if (Item* const last = track.items.empty() ? nullptr : &track.items.back();

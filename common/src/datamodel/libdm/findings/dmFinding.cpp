@@ -61,7 +61,7 @@ constexpr DmFindingCode conversions[] = {
     {"DM737", DmFinding::Warning, "properties that the format has no words for"},
     {"DM738", DmFinding::Warning, "attached sets that the format has no words for"},
     {"DM739", DmFinding::Note, "details that only its own format has"},
-    {"DM740", DmFinding::Warning, "clips without a length"},
+    {"DM740", DmFinding::Warning, "clips and transitions without a length"},
     {"DM741", DmFinding::Note, "time that nothing fills at the begin or the end"},
     {"DM742", DmFinding::Note, "transitions that do not begin at their cut"},
     {"DM743", DmFinding::Note, "tracks on which nothing plays"},
