@@ -41,7 +41,7 @@ public:
     bool looksLike(std::string_view first) const override
     {
         throwWhereIt("throws-when-asked");
-        return first.starts_with("like " + std::string(_name));
+        return first.starts_with("like " + _name);
     }
     CoSharedPtr<DmRoot> read(interchange::Source&, const Options&, interchange::Report& report) const override
     {
@@ -69,7 +69,7 @@ private:
             throw 7;
     }
 
-    std::string_view _name;
+    std::string _name;
 };
 
 TEST(Interchange, FormatsAreToldByNameBytesAndExtension)
