@@ -317,7 +317,7 @@ DmFinding Report::Kept::whole() &&
 std::vector<DmFinding> Report::findings() const
 {
     std::vector<DmFinding> all;
-    all.reserve(_kept.size());
+    all.reserve(_kept.size() + 1); // and a word of those that were not kept
     for (const Kept& each : _kept)
         all.push_back(each.whole());
     return inOrder(std::move(all), _left);
@@ -350,7 +350,7 @@ std::vector<DmFinding> Report::takeFindings(const DmRoot* root)
     sort();
     std::vector<DmFinding> all;
     std::vector<Wanted> wanted;
-    all.reserve(_kept.size());
+    all.reserve(_kept.size() + 1); // and a word of those that were not kept
     for (; !_kept.empty(); _kept.pop_front())
     {
         if (root && _kept.front().node)
