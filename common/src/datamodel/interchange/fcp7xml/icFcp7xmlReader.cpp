@@ -25,7 +25,7 @@ namespace
 
 constexpr int deepestNesting = 75; ///< of sequences: what documents can be read again with
 constexpr std::size_t mostForAByte = 30;
-constexpr std::size_t mostForAll = std::size_t{2} << 20; ///< beside that
+constexpr std::size_t mostForAll = std::size_t{1} << 20; ///< beside that
 
 } // namespace
 
