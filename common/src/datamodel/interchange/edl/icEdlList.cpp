@@ -80,6 +80,12 @@ void EdlList::addNote(NoteKind kind, std::string_view text, std::string_view wri
     ++(events.empty() ? headNotes : events.back().notes).count;
 }
 
+void EdlList::insertNote(std::size_t index, NoteKind kind, std::string_view text)
+{
+    notes.insert(notes.begin() + static_cast<std::ptrdiff_t>(std::min(index, notes.size())), {kind, text, {}});
+    ++(events.empty() ? headNotes : events.back().notes).count;
+}
+
 void EdlList::addMarker(const EdlMarker& marker)
 {
     markers.push_back(marker);

@@ -200,6 +200,8 @@ public:
     /// Attaches to the last event, and before the first one to the head. The text must be one that keep() returned, or
     /// live as long as the list.
     void addNote(NoteKind kind, std::string_view text, std::string_view written = {});
+    /// The same in front of one of those that the last event, or the head, has.
+    void insertNote(std::size_t index, NoteKind kind, std::string_view text);
     /// Attaches to the last event; there must be one.
     void addMarker(const EdlMarker& marker);
     /// Forgets the last event, with all that is attached to it.

@@ -193,6 +193,7 @@ private:
     std::vector<std::string_view> _unplayed; ///< the last event's lines, as long as it has no channel
     bool _hasFcm = false;                    ///< in front of the events
     bool _saysFcm = false;                   ///< once more, behind the last event
+    std::size_t _notesBeforeFcm = 0;         ///< among which that line stands
     std::string_view _written;       ///< of the keyword that is read: what stands before its text, where it is not ours
     bool _skipping = false;          ///< behind an event that was left out
     std::optional<bool> _recordDrop; ///< as the first FCM line or the first event says
@@ -384,6 +385,7 @@ bool Reader::fcm(std::string_view text)
     const bool drop = !nonDrop && canDrop();
     keepFcmLine();
     _saysFcm = _hasFcm || last();
+    _notesBeforeFcm = _list.notes.size();
     _hasFcm = _hasFcm || !last();
     _sourceDrop = drop;
     if (!_recordDrop)
@@ -397,7 +399,7 @@ void Reader::keepFcmLine()
     if (!_saysFcm || _skipping)
         return;
     if (_unplayed.empty())
-        addNote(NoteKind::Line, _fcmLine);
+        _list.insertNote(_notesBeforeFcm, NoteKind::Line, _fcmLine);
     else
         _unplayed.push_back(_fcmLine);
 }
