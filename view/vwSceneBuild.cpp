@@ -511,13 +511,15 @@ private:
         _lengthless += place.length == 0.0 && !place.timeless ? 1 : 0;
         _early += place.in < 0.0 ? 1 : 0;
         flags |= addEffects(composition.effects, node.getEffects(), index) ? HasEffects : 0;
-        for (int i = 0; i < node.getSegmentMarks().count(); ++i)
+        const int marks = node.getSegmentMarks().count();
+        const std::optional<DmPlayed> played =
+            marks > 0 ? std::optional<DmPlayed>(std::in_place, node, _fcm) : std::nullopt;
+        for (int i = 0; i < marks; ++i)
         {
             // A segment's marks count as its material does, at whatever speed that plays.
             const DmCueMark* const mark = node.getSegmentMarks().at(i);
-            const DmPlayed played(node, _fcm);
-            const bool isConstant = mark && played.motion() == DmPlayed::Motion::Constant;
-            const double origin = isConstant ? played.recordTimeOf(mark->getCueMarkTime()).value_or(0.0) -
+            const bool isConstant = mark && played->motion() == DmPlayed::Motion::Constant;
+            const double origin = isConstant ? played->recordTimeOf(mark->getCueMarkTime()).value_or(0.0) -
                                                    node.getRecIn() - mark->getCueMarkTime()
                                              : -node.getRelIn();
             addMark(composition, mark, index, place.in + origin, place.in);

@@ -69,9 +69,13 @@ std::optional<std::string> leftoverOf(const DmTreeNode& node, LeftoverType type)
 
 bool isLeftover(const DmBlobNode& blob)
 {
-    constexpr std::array<std::wstring_view, 4> formats{L"edl", L"otio", L"fcp7xml", L"ale"};
-    const std::wstring_view type = blob.getBlobType().view();
-    return std::ranges::find(formats, type.substr(0, type.find(L' '))) != formats.end();
+    return isLeftoverType(dmUtf8(blob.getBlobType()));
+}
+
+bool isLeftoverType(std::string_view blobType)
+{
+    constexpr std::array<std::string_view, 4> formats{"edl", "otio", "fcp7xml", "ale"};
+    return std::ranges::find(formats, blobType.substr(0, blobType.find(' '))) != formats.end();
 }
 
 eDmErrorId setLeftover(DmTreeNode& node, LeftoverType type, std::string_view text)

@@ -40,6 +40,8 @@ ZR_DM_API std::optional<std::string> leftoverOf(const DmTreeNode& node, Leftover
 
 /// Whether that is a leftover, in whatever version: what hosts attach has other types.
 ZR_DM_API bool isLeftover(const DmBlobNode& blob);
+/// The same of a blob's type: "edl 2".
+bool isLeftoverType(std::string_view blobType);
 
 /// Sets leftovers of nodes that had nothing attached: those that say the same share one object, as copies of a node do.
 class SharedLeftovers

@@ -212,8 +212,10 @@ void Unsaid::addUnsaid(const DmPropertySet& set, const std::wstring& path, std::
     const DmPropertySetData& data = set.classData();
     for (int i = 0; fresh && i < data.size(); ++i)
     {
+        if (isSameProperty(set, *fresh, i)) // nearly always
+            continue;
         const std::wstring name = path + std::wstring(data.at(i)->_name.view());
-        if (name == L"name" || name == L"effect.attributList" || isSaid(name) || isSameProperty(set, *fresh, i))
+        if (name == L"name" || name == L"effect.attributList" || isSaid(name))
             continue;
         std::string inside;
         if (data.at(i)->_type == DM_PROPERTY_SET)
@@ -270,7 +272,7 @@ void Unsaid::report(const DmTreeNode& node, Report& report, bool handedOn)
         const auto* const blob = dynamic_cast<const DmBlobNode*>(at);
         const std::string type = blob ? dmUtf8(blob->getBlobType()) : std::string();
         const std::string_view format = std::string_view(type).substr(0, type.find(' '));
-        const bool isOurs = blob && isLeftover(*blob);
+        const bool isOurs = blob && isLeftoverType(type);
         // Of lists, others hand on the notes; the rest of it is about places in the list itself.
         const bool isSilent =
             handedOn || (format == edlLeftover.format &&

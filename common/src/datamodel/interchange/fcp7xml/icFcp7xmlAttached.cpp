@@ -6,8 +6,6 @@
 #include "dmJsonImporter.h"
 #include "dmTreeJsonBuilder.h"
 
-#include <algorithm>
-#include <array>
 #include <charconv>
 
 namespace interchange::xmeml
@@ -29,8 +27,7 @@ std::size_t lengthOfNone(std::string_view text)
 
 bool isForeign(std::string_view blobType)
 {
-    constexpr std::array<std::string_view, 3> formats{"edl", "otio", "ale"};
-    return std::ranges::find(formats, blobType.substr(0, blobType.find(' '))) != formats.end();
+    return isLeftoverType(blobType) && blobType.substr(0, blobType.find(' ')) != leftoverType.format;
 }
 
 std::string attachedText(std::string_view leftover)

@@ -154,9 +154,10 @@ void DmSegmentChange::settle(DmPlayedBeside beside)
             if (const DmCueMark* const mark = _segment.getSegmentMarks().at(i);
                 mark && dmIsTime(mark->getCueMarkTime()))
             {
-                const CoSharedPtr<DmCueMark> copy = DM::staticPointerCast<DmCueMark>(mark->clone());
-                static_cast<void>(copy->setCueMarkTime(mark->getCueMarkTime() + by));
-                const DmPropertySetPtr moved(copy);
+                const DmPropertySetPtr moved = mark->clone();
+                if (!moved)
+                    continue; // without memory
+                static_cast<void>(static_cast<DmCueMark&>(*moved).setCueMarkTime(mark->getCueMarkTime() + by));
                 static_cast<void>(
                     _segment.setValueFromPropertyList(DmSegmentNode::SegmentMarks, DM_VECTOR_PROPERTY_SET, i, &moved));
             }
